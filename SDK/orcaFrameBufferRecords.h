@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// The pass records of a render state: which passes exist, which frame buffer each one feeds, and what each has received
+/// at every trace level of the sample now being shaded. Built once per render state by orcaFrameBufferState.
+
+#include <shader.h>
+
+#include <cstddef>
+
+/// What a pass holds. The numbers are fixed: the scene counts its frame buffers per type in this order.
+enum PassTypeID : int {
+    PASS_BEAUTY = 0,
+    PASS_AMBIENT_MATERIAL_COLOR = 1,
+    PASS_AMBIENT_IRRADIANCE = 2,
+    PASS_AMBIENT = 3,
+    PASS_DIFFUSE_MATERIAL_COLOR = 4,
+    PASS_DIFFUSE = 5,
+    PASS_DIFFUSE_NO_SHADOW = 6,
+    PASS_SPECULAR = 7,
+    PASS_SPECULAR_NO_SHADOW = 8,
+    PASS_INCANDESCENCE = 9,
+    PASS_DIRECT_IRRADIANCE = 10,
+    PASS_DIRECT_IRRADIANCE_NO_SHADOW = 11,
+    PASS_SHADOW = 12,
+    PASS_SHADOW_LUMINANCE = 13,
+    PASS_RAW_SHADOW = 14,
+    PASS_RAW_SHADOW_LUMINANCE = 15,
+    PASS_LIGHT_VOLUME = 16,
+    PASS_SCENE_VOLUME = 17,
+    PASS_OBJECT_VOLUME = 18,
+    PASS_REFLECTION = 19,
+    PASS_REFLECTED_MATERIAL_COLOR = 20,
+    PASS_REFRACTION = 21,
+    PASS_INDIRECT = 22,
+    PASS_MATTE = 23,
+    PASS_OPACITY = 24,
+    PASS_TRANSLUCENCE = 25,
+    PASS_SPECULAR_MATERIAL_COLOR = 26,
+    PASS_LIGHT_SUM = 27,
+    PASS_TRANSPARENCY = 28,
+    PASS_GLOW_SOURCE = 29,
+    PASS_CUSTOM = 30,
+    PASS_TRANSLUCENCE_NO_SHADOW = 31,
+    PASS_NORMAL = 32,
+    PASS_FACING_RATIO = 33,
+    PASS_BEAUTY_NO_REFLECTION_REFRACTION = 34,
+};
+inline constexpr int PASS_TYPE_COUNT = 35;
+
+/// Run of one type's records in the `FrameBufferInfo` array.
+struct PassTypeRun {
+    miInteger count;
+    miInteger first;
+};
+
+/// For each pass type its run of records; the runs are contiguous and in type order.
+struct PassTypeInfo {
+    PassTypeRun types[PASS_TYPE_COUNT];
+
+    [[nodiscard]] const PassTypeRun& operator[](PassTypeID type) const noexcept { return types[type]; }
+    [[nodiscard]] miInteger recordCount() const noexcept {
+        return types[PASS_TYPE_COUNT - 1].first + types[PASS_TYPE_COUNT - 1].count;
+    }
+};
+static_assert(sizeof(PassTypeInfo) == 280);
+
+/// What one pass has received at one trace level (level = reflection level + refraction level).
+struct TraceLevelSlot {
+    miColor levelResult;   ///< received at this level so far
+    miColor childResult;   ///< handed to the level above; at level 0 it becomes the frame buffer's value
+    miColor levelAux;      ///< coverage already accumulated at this level; white is fully covered
+    unsigned char levelMode;  ///< LEVEL_WRITES_SUPPRESSED and LEVEL_PASSES_UP
+
+    enum : unsigned char {
+        LEVEL_WRITES_SUPPRESSED = 0x1,  ///< the level's own writes are dropped
+        LEVEL_PASSES_UP = 0x2,          ///< deeper contributions still flow up unconditionally
+        LEVEL_MODE_MASK = 0x3,
+    };
+};
+static_assert(sizeof(TraceLevelSlot) == 52);
+
+/// Bits of `FrameBufferInfo::flags`.
+enum FrameBufferFlags : unsigned {
+    FB_USER_FLAG_0 = 0x001,
+    FB_USER_FLAG_1 = 0x002,
+    FB_SEEN_IN_REFLECTION = 0x004,   ///< objects that the pass excludes still count when seen in reflections
+    FB_SEEN_IN_REFRACTION = 0x008,   ///< ... in refractions; both bits: through both
+    FB_INCLUDE_REFLECTION = 0x010,   ///< takes contributions of traced reflection rays
+    FB_INCLUDE_REFRACTION = 0x020,   ///< takes contributions of traced refraction rays
+    FB_WEIGHT_BY_OPACITY = 0x040,    ///< the level's result is weighted by the hit's opacity when handed up
+    FB_SHADOWED = 0x080,             ///< receives shadowed light; clear: the light unshadowed
+    FB_IGNORE_OBJECT_LINKS = 0x100,  ///< an occluder dims this record even when its pass mask excludes the pass
+    FB_LIGHT_CONTRIBUTES = 0x200,    ///< the light now being sampled contributes to this record
+    FB_IN_LIGHT_LOOP = 0x400,        ///< record 0 only: a material's light loop is running
+    FB_LIGHT_SETUP_PENDING = 0x800,  ///< record 0 only: the light being sampled has not set up its contributions
+    FB_IN_TRANSPARENCY = 0x1000,     ///< record 0 only: a ray is being continued through a transparent hit
+    FB_SHADOW_ONLY = 0x2000,         ///< receives the light that shadows remove instead of the light
+};
+
+/// One frame buffer that a pass feeds.
+struct FrameBufferInfo {
+    miUint frameBufferIndex;   ///< the renderer's index; FRAME_BUFFER_UNRESOLVED in record 0 until the first sample
+    miUint flags;              ///< set of FrameBufferFlags
+    miInteger minReflectionLevel;
+    miInteger maxReflectionLevel;
+    miInteger minRefractionLevel;
+    miInteger maxRefractionLevel;
+    miColor lightColor;          ///< what the current light sample delivers to this record
+    miColor shadowTransmission;  ///< transmission of the shadow ray now being traced
+    miColor shadowAccum;         ///< sum of shadowTransmission over the light's shadow rays
+    miColor lightAccum;          ///< sum of the material's contributions during the current light loop
+    miUint userWord4;            ///< normal passes: 1 camera space, 2 object space, else world space
+    miUint reserved;
+    TraceLevelSlot* levelSlots;  ///< traceDepth + 1 slots
+};
+static_assert(sizeof(FrameBufferInfo) == 104);
+static_assert(offsetof(FrameBufferInfo, lightColor) == 24);
+static_assert(offsetof(FrameBufferInfo, levelSlots) == 96);
+
+inline constexpr miUint FRAME_BUFFER_UNRESOLVED = 0xFFFFFFFFu;
+
+/// First word of a camera's frame-buffer data block: "FBuf" read as a big-endian word.
+inline constexpr miInteger FRAME_BUFFER_DATA_MAGIC = 0x46427566;
+
+/// One record of the data block's frameBufferInfo array.
+struct FrameBufferDataRecord {
+    miTag frameBufferName;       ///< string
+    miBoolean flags[9];          ///< FB_USER_FLAG_0 to FB_IGNORE_OBJECT_LINKS, lowest bit first
+    miInteger minReflectionLevel;
+    miInteger maxReflectionLevel;
+    miInteger minRefractionLevel;
+    miInteger maxRefractionLevel;
+    miUint userWord4;
+};
+static_assert(sizeof(FrameBufferDataRecord) == 60);
+
+/// The camera's frame-buffer data block. Array element k is `storage[start + k]`.
+struct FrameBufferData {
+    miInteger magic;
+    int i_nonMaterialFrameBuffers;
+    int n_nonMaterialFrameBuffers;
+    miTag nonMaterialFrameBuffers[1];
+    int i_frameBufferInfo;
+    int n_frameBufferInfo;
+    FrameBufferDataRecord frameBufferInfo[1];
+    int i_FrameBufferTypeCounts;
+    int n_FrameBufferTypeCounts;
+    miInteger FrameBufferTypeCounts[1];
+};
+static_assert(offsetof(FrameBufferData, frameBufferInfo) == 6 * 4);
+static_assert(offsetof(FrameBufferData, FrameBufferTypeCounts) == 23 * 4);
+
+/// A camera's data block as found. While `block` is not null the element `tag` is pinned and must be unpinned.
+struct FrameBufferDataBlock {
+    FrameBufferData* block;
+    miTag tag;
+    bool byteSwapped;  ///< written by a machine of the other byte order; the contents are not swapped
+};
+
+/// Trace level of a state.
+[[nodiscard]] inline int traceLevel(const miState* state) noexcept {
+    return state->reflection_level + state->refraction_level;
+}

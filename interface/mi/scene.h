@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "types.h"
+
+/// Types of database elements (answer of `mi_db_type`).
+typedef enum miScene_type {
+    miSCENE_NONE = 0,
+    miSCENE_STRING = 1,
+    miSCENE_FUNCTION_DECL = 2,
+    miSCENE_FUNCTION = 3,
+    miSCENE_OPTIONS = 4,
+    miSCENE_CAMERA = 5,
+    miSCENE_MATERIAL = 6,
+    miSCENE_OBJECT = 7,
+    miSCENE_LIGHT = 8,
+    miSCENE_GROUP = 9,
+    miSCENE_INSTANCE = 10,
+    miSCENE_TEXTURE = 11,
+    miSCENE_LIGHTPROFILE = 12,
+    miSCENE_FRAMEBUFFERS = 13,
+    miSCENE_PHENOMENON_DECL = 14,
+    miSCENE_OTHER = 15,
+    miSCENE_USERDATA = 34
+} miScene_type;
+
+/// A shader instance: a declaration with parameter values. The ghost table lies `ghost_offs` bytes behind the
+/// parameters; a non-zero ghost word marks a connected parameter.
+typedef struct miFunction {
+    int type;
+    miTag function_decl;
+    miTag next_function;          ///< next instance of the list
+    miTag parameter_indirect;
+    miTag interfacephen;
+    int parameter_size;           ///< bytes, arrays included
+    int result_size;              ///< bytes
+    int ghost_offs;               ///< bytes from a parameter to its ghost word; 0: nothing is connected
+    miLock lock;
+    void* ext;                    ///< the renderer's own
+#ifdef __cplusplus
+    char* parameters() { return reinterpret_cast<char*>(this + 1); }
+    const char* parameters() const { return reinterpret_cast<const char*>(this + 1); }
+#endif
+} miFunction;                     ///< the parameter block follows directly
+
+/// Where an instance stands.
+typedef struct miTransform {
+    miTag function;
+    miScalar time;
+    miMatrix global_to_local;     ///< world to object
+    miMatrix local_to_global;     ///< object to world
+    miBoolean identity;
+    int id;
+} miTransform;
+
+/// A leaf of the scene graph: one element in one place.
+typedef struct miInstance {
+    miTransform tf;
+    miMatrix motion_transform;    ///< world to object at the end of the unit shutter
+    miTag item;                   ///< the instanced element
+    miTag material;
+    miTag parent;
+    miTag light_obj_ring;
+    miTag userdata;               ///< head of the chain
+    miUint label;
+    miBoolean off;
+    miCBoolean motion;
+    miCBoolean visible, shadow, trace;
+    miCBoolean reflection, refraction, transparency, finalgather;
+    miCBoolean face;
+} miInstance;
+
+/// Geometry.
+typedef struct miObject {
+    int type;
+    miTag userdata;
+    miUint label;
+    miCBoolean visible, shadow, trace;
+    miCBoolean reflection, refraction, transparency, finalgather;
+    miCBoolean face;
+    miVector bbox_min, bbox_max;  ///< object space
+} miObject;
+
+/// User data: a block of parameters that anything in the scene can carry, in a chain.
+typedef struct miUserdata {
+    miTag data_decl;
+    miTag next_data;
+    miUint label;
+    int parameter_size;
+    short one;                    ///< 1 in the byte order of the writer
+    short spare;
+    int spare2;
+#ifdef __cplusplus
+    char* parameters() { return reinterpret_cast<char*>(this + 1); }
+    const char* parameters() const { return reinterpret_cast<const char*>(this + 1); }
+#endif
+} miUserdata;                     ///< the parameter block follows directly
+
+typedef struct miMaterial {
+    miTag shader;
+    miTag shadow;
+    miTag volume;
+    miTag environment;
+    miTag displace;
+    miTag contour;
+    miTag photon;
+    miTag photonvol;
+    miTag lightmap;
+    miCBoolean opaque;
+    miTag userdata;
+    miUint label;
+} miMaterial;
+
+/// Kind of a light's source and of its area.
+enum { miLIGHT_ORIGIN = 0, miLIGHT_DIRECTION = 1, miLIGHT_SPOT = 2 };
+enum {
+    miLIGHT_NONE = 0,
+    miLIGHT_RECTANGLE = 1,
+    miLIGHT_DISC = 2,
+    miLIGHT_SPHERE = 3,
+    miLIGHT_CYLINDER = 4,
+    miLIGHT_OBJECT = 5,
+    miLIGHT_USER = 6
+};
+
+/// A light. Positions, directions and the area's shape are in light space.
+typedef struct miLight {
+    int type;                     ///< miLIGHT_ORIGIN, _DIRECTION or _SPOT
+    int area;                     ///< miLIGHT_NONE ...
+    miTag shader;
+    miTag emitter;
+    miVector origin;
+    miVector direction;           ///< unit, from the light outward
+    miScalar spread;              ///< cosine of the cone's half angle
+    miCBoolean visible;
+    miVector edge_u, edge_v;      ///< rectangle
+    miVector axis;                ///< disc normal, cylinder axis
+    miScalar radius;              ///< disc, sphere, cylinder
+    int samples_u, samples_v;
+    int low_level;                ///< trace level from which the low counts hold
+    int low_samples_u, low_samples_v;
+    miColor energy;
+    miScalar exponent;
+    miCBoolean use_shadow_maps;
+    int shadowmap_resolution, shadowmap_samples;
+    miScalar shadowmap_softness, shadowmap_bias;
+    miTag lightprofile;
+    miTag userdata;
+    miUint label;
+} miLight;

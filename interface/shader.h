@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// The renderer's shader interface. Shader sources include this file and nothing else of the renderer; the `mi_*`
+/// functions are left open in a shader library and bound by the renderer that loads it.
+///
+/// Conventions: row-major matrices, row vectors (p' = p * M), translation in elements 12 to 14. Points and directions
+/// in a state are in internal space. A tag of 0 names nothing.
+
+#include "mi/types.h"
+
+#include "mi/state.h"
+
+#include "mi/camera.h"
+#include "mi/options.h"
+#include "mi/scene.h"
+
+#include "mi/query.h"
+
+#include "mi/database.h"
+#include "mi/framebuffer.h"
+#include "mi/light.h"
+#include "mi/memory.h"
+#include "mi/message.h"
+#include "mi/random.h"
+#include "mi/shading.h"
+#include "mi/texture.h"
+#include "mi/trace.h"
+#include "mi/transform.h"
+
+#include "mi/color.h"
+#include "mi/evaluate.h"
+#include "mi/matrix.h"
+#include "mi/vector.h"
