@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "geometry/leaf.h"
+#include "geometry/ray.h"
+#include "geometry/surface_point.h"
+
+#include "scene/database.h"
+#include "scene/messages.h"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace orca::geometry {
+
+/// Everything that rays can meet below a root group, placed, inherited and ready for tracing; and the lights and the
+/// camera that stand there. Built once per picture; const, and safe from any thread, afterwards.
+class SceneGeometry {
+public:
+    /// Walks the scene graph from `rootGroup`. Scene faults become messages; the faulty part is left out.
+    /// `threads` limits the threads that build the acceleration structures.
+    SceneGeometry(scene::Database& database, scene::Messages& messages, miTag rootGroup, const miOptions& options,
+                  int threads);
+    ~SceneGeometry();
+    SceneGeometry(const SceneGeometry&) = delete;
+    SceneGeometry& operator=(const SceneGeometry&) = delete;
+
+    /// Closest hit within the ray's range.
+    [[nodiscard]] bool intersect(const Ray& ray, Hit& hit) const;
+    /// True when anything that the ray's class can meet lies within the range.
+    [[nodiscard]] bool occluded(const Ray& ray) const;
+
+    /// Interpolated surface at a hit, in internal space. Normals are as modelled: not flipped toward the ray.
+    /// `textureCoordinates` receives leaf.mesh->textureSpaces entries; it has room for maxTextureSpaces().
+    void surfaceAt(const Ray& ray, const Hit& hit, SurfacePoint& point, miVector* textureCoordinates) const;
+
+    [[nodiscard]] std::span<const Leaf> leaves() const;
+    [[nodiscard]] int maxTextureSpaces() const;
+
+    /// All light instances in scene-graph order.
+    [[nodiscard]] std::span<const miTag> lights() const;
+    /// Lights that illuminate a leaf: its list, all but its exclusive list, or all.
+    [[nodiscard]] std::span<const miTag> lightsOf(const Leaf& leaf) const;
+    /// False when the leaf's shadow links exempt it from this light's shadows. Constant time.
+    [[nodiscard]] bool castsShadowOf(const Leaf& leaf, miTag lightInstance) const;
+
+    /// Bounds of everything, internal space, over the whole shutter. Empty scene: both at the origin.
+    [[nodiscard]] miVector boundsMin() const;
+    [[nodiscard]] miVector boundsMax() const;
+    /// True when any leaf moves or deforms over the shutter.
+    [[nodiscard]] bool moves() const;
+    [[nodiscard]] std::size_t triangleCount() const;
+
+private:
+    struct Implementation;
+    std::unique_ptr<Implementation> implementation_;
+};
+
+/// Origin for a ray that leaves a surface at `point`: moved off the surface to the side of `direction` by a few units in
+/// the last place of its coordinates (Waechter and Binder, "A Fast and Robust Method for Avoiding Self-Intersection",
+/// 2019, in spirit). `geometricNormal` is unit, either side.
+[[nodiscard]] miVector leaveSurface(const miVector& point, const miVector& geometricNormal, const miVector& direction);
+
+} // namespace orca::geometry

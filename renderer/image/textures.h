@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/elements.h"
+#include "scene/messages.h"
+
+#include <shader.h>
+
+#include <memory>
+
+namespace orca::image {
+
+/// Footprint of a look-up in texture space: change of (s, t) over one pixel step in x and in y. All zero: unfiltered.
+struct TextureFootprint {
+    float dsdx = 0, dtdx = 0, dsdy = 0, dtdy = 0;
+};
+
+/// Image look-ups through one shared texture cache; safe from any thread. A file that cannot be read is one message that
+/// names the texture and the place of its statement; look-ups of it are false.
+class Textures {
+public:
+    Textures(scene::Messages& messages, std::vector<std::string> searchPaths, std::size_t cacheMegabytes = 1024);
+    ~Textures();
+
+    /// (s, t) = (0, 0) is the lower left corner; integer parts are dropped. Unfiltered textures take the nearest texel,
+    /// filtered ones a mip-mapped anisotropic filter over the footprint. Linear colour.
+    bool lookup(const scene::TextureElement& texture, float s, float t, const TextureFootprint& footprint,
+                miColor& result);
+
+private:
+    struct Implementation;
+    std::unique_ptr<Implementation> implementation_;
+};
+
+} // namespace orca::image

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "shading/evaluation_arena.h"
+#include "shading/state_store.h"
+
+#include <shader.h>
+
+namespace orca::shading {
+
+class ShaderRuntime;
+
+/// What all states derived from one base state share; hangs on `miState::ext`. One thread uses it at a time.
+struct CallContext {
+    explicit CallContext(ShaderRuntime& shaderRuntime) : runtime(shaderRuntime) {}
+    virtual ~CallContext() = default;
+
+    ShaderRuntime& runtime;
+    StateStore store;            ///< mi_shaderstate_*
+    EvaluationArena arena;       ///< results of connected shaders
+    int callType = miSHADER_NONE;  ///< how the running shader is called
+    int samplePhase = 3;         ///< answer of miQ_SAMPLE_PHASE
+    int gatherState = 0;         ///< answer of miQ_FINALGATHER_STATE
+    int sampleMoving = 0;        ///< answer of miQ_SAMPLE_MOVING
+};
+
+[[nodiscard]] inline CallContext& contextOf(const miState* state) {
+    return *static_cast<CallContext*>(state->ext);
+}
+
+} // namespace orca::shading

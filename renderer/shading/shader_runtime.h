@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/database.h"
+#include "scene/messages.h"
+
+#include <shader.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orca::shading {
+
+/// Loads shader libraries, binds shader instances to their functions, initialises, calls and exits them, and evaluates
+/// connected parameters. Binding happens before rendering; `call` and `evaluate` are safe from any thread and take no
+/// lock after an instance's first call.
+class ShaderRuntime {
+public:
+    ShaderRuntime(scene::Database& database, scene::Messages& messages);
+    ~ShaderRuntime();
+    ShaderRuntime(const ShaderRuntime&) = delete;
+    ShaderRuntime& operator=(const ShaderRuntime&) = delete;
+
+    /// Opens a shared object; a name without a directory is searched in `searchPaths`. False, with a message that names
+    /// the statement at `place` and the paths tried, when it cannot be opened.
+    bool loadLibrary(const std::string& file, const std::vector<std::string>& searchPaths, const scene::Place& place);
+
+    /// Finds the functions of all shader instances in the database that are not bound yet and compares versions. A
+    /// function found in no library is one error that names the shader, who wanted it and the libraries.
+    void bind();
+
+    /// Calls an instance or list: every member with the same result. The value is that of the last call; false for tag
+    /// 0, an unknown tag and an unbound function. `state->shader`, the call type and the evaluation arena are put back
+    /// however the call ends. A shader's exception is counted for the report and passes through.
+    miBoolean call(void* result, int type, miState* state, miTag shader, void* argument = nullptr);
+
+    /// Value of a connected parameter of `state->shader`: 4-byte aligned, valid until that shader returns.
+    void* evaluate(miState* state, void* parameter);
+    /// With caching on (a test mode), one evaluation per state and source instance until flushed.
+    void setCaching(bool on);
+    void flushCache(miState* state);
+
+    /// Address of the user pointer of an instance.
+    [[nodiscard]] void** userPointer(const miFunction* function);
+    [[nodiscard]] void** threadPointer(const miFunction* function, int thread);
+    [[nodiscard]] miTag tagOf(const miFunction* function) const;
+
+    /// Exit calls for everything that was initialised: instances, then functions. Before the next picture.
+    void exitAll(miState* state);
+
+    /// Records a fault of the shader now running (not-a-number in its result, say); reported once per shader with a
+    /// count by `reportFaults`.
+    enum class Fault { ReturnedFalse, NotANumber, Threw };
+    void countFault(miTag shader, Fault fault);
+    void reportFaults();
+
+    [[nodiscard]] scene::Database& database() const { return database_; }
+    [[nodiscard]] scene::Messages& messages() const { return messages_; }
+
+private:
+    struct Implementation;
+    scene::Database& database_;
+    scene::Messages& messages_;
+    std::unique_ptr<Implementation> implementation_;
+};
+
+} // namespace orca::shading
