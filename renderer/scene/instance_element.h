@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/element.h"
+
+#include <array>
+#include <optional>
+#include <vector>
+
+namespace orca::scene {
+
+/// Lights that an instance names for itself and everything below.
+struct LightLinks {
+    bool given = false;        ///< false: inherited
+    bool exclusive = false;    ///< all lights but these
+    std::vector<miTag> lights; ///< light instances, or groups that stand for all of theirs
+};
+
+/// What an instance says about rays; nothing is inherited. Modes: bit 0 seen by such rays ("casts"), bit 1
+/// sends such rays
+/// ("receives"); higher bits say "not" in a way that wins over inheritance.
+struct InstanceFlags {
+    std::optional<bool> visible, shadow, shadowmap, trace, caustic, globillum;
+    std::optional<int> shadowMode, reflection, refraction, transparency, causticMode, globillumMode,
+        finalgather;
+    std::optional<char> face; ///< 'f', 'b' or 'a'
+};
+
+/// One element in one place below its group.
+struct InstanceElement final : Element {
+    using Matrix = std::array<float, 16>;
+    enum class Motion { Inherited, Given, Off };
+
+    InstanceElement();
+    void* record() override { return &instance; }
+    [[nodiscard]] int recordSize() const override { return sizeof(instance); }
+    void visitReferences(const std::function<void(miTag)>& visit) const override;
+
+    /// Parent to local. False, and the identity, when the matrix is singular.
+    bool setTransform(const Matrix& parentToLocal);
+    void clearTransform();
+
+    /// The record's matrices hold this instance's own step until the scene graph is walked; its other placed
+    /// fields (flags, material, parent) are filled by that walk.
+    miInstance instance{};
+    Matrix transform;       ///< parent space to local space, as the scene gives it
+    Matrix motionTransform; ///< the same at the end of the unit shutter, where motion is Given
+    Motion motion = Motion::Inherited;
+    bool hidden = false;    ///< with everything below
+    bool overrides = false; ///< flags and material win over those below
+    InstanceFlags flags;
+    std::vector<miTag> materials; ///< one, or a list that polygon labels index
+    LightLinks lights, shadowLights;
+    std::vector<miTag> geometryShaders;
+};
+
+} // namespace orca::scene

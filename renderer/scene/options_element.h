@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/element.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace orca::scene {
+
+/// Value of a string option: bool, integer, number, text, or 3 or 4 numbers.
+using OptionValue = std::variant<bool, int, float, std::string, std::vector<float>>;
+
+/// `frame buffer n` of the options, known to shaders as "fb<n>".
+struct NumberedFramebuffer {
+    int number = 0;
+    std::string datatype = "rgba";
+    std::optional<bool> interpolate;
+    Place place;
+};
+
+struct OptionsElement final : Element {
+    OptionsElement();
+    void* record() override { return &options; }
+    [[nodiscard]] int recordSize() const override { return sizeof(options); }
+    void visitReferences(const std::function<void(miTag)>& visit) const override;
+
+    miOptions options{};
+    std::map<std::string, OptionValue, std::less<>> strings;
+    std::vector<NumberedFramebuffer> framebuffers;
+    bool filterClips = false;  ///< samples' values are clipped to 0..1 before filtering
+    bool samplesLocked = true; ///< the same sample pattern on every frame
+    bool premultiply = true, dither = false, desaturate = false; ///< conversion to integer files
+    std::string colorClip = "raw";
+    std::string shadowMapMode = "off";
+    int finalgatherReflectionDepth = 0, finalgatherRefractionDepth = 0, finalgatherTraceDepth = 0;
+    float finalgatherFalloffStart = 0, finalgatherFalloffStop = 0;
+    miColor finalgatherScale{1, 1, 1, 1};
+};
+
+} // namespace orca::scene

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/element.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orca::scene {
+
+struct MaterialElement final : Element {
+    MaterialElement() : Element(miSCENE_MATERIAL) {}
+    void* record() override { return &material; }
+    [[nodiscard]] int recordSize() const override { return sizeof(material); }
+    void visitReferences(const std::function<void(miTag)>& visit) const override;
+
+    miMaterial material{};
+};
+
+struct LightElement final : Element {
+    LightElement();
+    void* record() override { return &light; }
+    [[nodiscard]] int recordSize() const override { return sizeof(light); }
+    void visitReferences(const std::function<void(miTag)>& visit) const override;
+
+    miLight light{};
+    bool hasOrigin = false, hasDirection = false, hasSpread = false;
+    miTag areaObject = miNULLTAG; ///< instance that is the emitter of an object light
+    std::string shadowmapFile;
+};
+
+/// `texture`: an image file, pixels written in the scene, or a shader.
+struct TextureElement final : Element {
+    enum class Kind { Color, Scalar, Vector };
+    TextureElement() : Element(miSCENE_TEXTURE) {}
+    void* record() override { return this; }
+    [[nodiscard]] int recordSize() const override { return sizeof(TextureElement); }
+    void visitReferences(const std::function<void(miTag)>& visit) const override { visit(shader); }
+
+    Kind kind = Kind::Color;
+    bool local = false, writable = false;
+    std::optional<float> filter; ///< scale of the pyramid filter; nothing: unfiltered
+    std::string colorProfile;
+    std::string file;           ///< as written, registry and environment references replaced
+    std::string sceneDirectory; ///< where a relative file is looked for first
+    int width = 0, height = 0;  ///< of inline pixels, rows bottom up
+    int components = 0;         ///< interleaved: 4, 1 or 3 by kind
+    int bytesPerComponent = 1;  ///< 1, 2 (big-endian) or 4 (big-endian float)
+    std::vector<unsigned char> pixels;
+    miTag shader = miNULLTAG; ///< of a procedural texture
+};
+
+} // namespace orca::scene
