@@ -7,12 +7,26 @@
 #include <shader.h>
 
 #include <cstring>
+#include <memory>
 
 using orca::image::Buffer;
 using orca::render::RenderContext;
 using orca::render::renderContextOf;
 
 namespace {
+
+/// A collection that no camera uses, made by a shader.
+struct LooseCollection final : orca::scene::Element {
+    explicit LooseCollection(orca::scene::Messages& messages)
+        : Element(miSCENE_FRAMEBUFFERS), framebuffers(camera, options, messages) {
+        framebuffers.reset();
+    }
+    void* record() override { return static_cast<mi::shader_v3::Framebuffer*>(&framebuffers); }
+
+    orca::scene::CameraElement camera;
+    orca::scene::OptionsElement options;
+    orca::image::FramebufferSet framebuffers;
+};
 
 /// A picture's buffers are fixed once it renders, so the object keeps nothing of its own.
 class ShaderInterface final : public mi::shader_v3::Interface {
@@ -31,8 +45,8 @@ public:
     void releaseFramebuffers(const mi::shader_v3::Framebuffer*) override {}
 
     miTag createFramebuffer() override {
-        auto* database = orca::shading::activeRenderer().database;
-        return database ? database->add(orca::image::makeFramebufferCollection()) : miNULLTAG;
+        const auto& active = orca::shading::activeRenderer();
+        return active.database ? active.database->add(std::make_unique<LooseCollection>(*active.messages)) : miNULLTAG;
     }
 };
 

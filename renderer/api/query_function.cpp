@@ -41,9 +41,8 @@ Answer answerAboutDeclaration(const Query& query, const miFunction* function) {
     if (!declaration) return Answer::Unavailable;
     switch (query.code) {
     case miQ_DECL_NAME: return given(query, const_cast<char*>(declaration->name.c_str()));
-    case miQ_DECL_PARAM: return given(query, const_cast<char*>(declaration->encodedParameters.c_str()));
-    case miQ_DECL_RESULT_SIZE: return given<int>(query, declaration->resultSize);
-    case miQ_DECL_TYPE: return given<int>(query, declaration->resultType);
+    case miQ_DECL_RESULT_SIZE: return given<int>(query, declaration->result.size());
+    case miQ_DECL_TYPE: return given<int>(query, declaration->result.type);
     case miQ_DECL_VERSION: return given<int>(query, declaration->version);
     default: return Answer::Unavailable;
     }
@@ -56,7 +55,6 @@ Answer answerAboutFunction(const Query& query) {
     shading::ShaderRuntime* runtime = nullptr;
     switch (query.code) {
     case miQ_DECL_NAME:
-    case miQ_DECL_PARAM:
     case miQ_DECL_RESULT_SIZE:
     case miQ_DECL_TYPE:
     case miQ_DECL_VERSION: return answerAboutDeclaration(query, functionOf(query));

@@ -4,6 +4,8 @@
 #include "render/render_context.h"
 #include "render/spaces.h"
 
+#include <algorithm>
+
 namespace orca::api {
 
 namespace {
@@ -44,7 +46,9 @@ Answer answerAboutState(const Query& query) {
     case miQ_FINALGATHER_STATE: query.answer<int>(context.gatherState); break;
     case miQ_SAMPLE_MOVING: query.answer<int>(context.sampleMoving); break;
     case miQ_SAMPLE_PHASE: query.answer<int>(context.samplePhase); break;
-    case miQ_NUM_TEXTURES: query.answer<int>(render::textureSpacesAt(query.state)); break;
+    case miQ_NUM_TEXTURES:
+        query.answer<int>(std::max(1, render::renderContextOf(query.state).frame.geometry.maxTextureSpaces()));
+        break;
     case miQ_NUM_BUMPS: query.answer<int>(query.state->bump_x_list ? 1 : 0); break;
     case miQ_TRANS_INTERNAL_TO_WORLD: return matrix(query, Space::World, Direction::To);
     case miQ_TRANS_WORLD_TO_INTERNAL: return matrix(query, Space::World, Direction::From);

@@ -19,9 +19,6 @@ void transformVector(const miState* state, Space space, Direction direction, miV
 /// By the transposed inverse; not renormalised.
 void transformNormal(const miState* state, Space space, Direction direction, miVector& result, const miVector& normal);
 
-/// Texture spaces of the surface that the state stands on.
-[[nodiscard]] int textureSpacesAt(const miState* state);
-
 /// Raster space: pixels from the lower left corner, z as in camera space.
 void pointToRaster(const miState* state, miVector& result, const miVector& point);
 void pointFromRaster(const miState* state, miVector& result, const miVector& point);
