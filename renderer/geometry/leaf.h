@@ -13,16 +13,24 @@ struct Mesh;
 
 /// One mesh in one place, with everything that it inherits from the instances above it.
 struct Leaf {
-    miTag instance;                  ///< the leaf instance; its miInstance holds the whole path's matrices
+    miTag instance; ///< the leaf instance; its miInstance holds the whole path's matrices
     const miInstance* instanceRecord;
     miTag object;
     const Mesh* mesh;
-    miUint label;
-    std::uint8_t visibleTo;          ///< bit per RayClass
-    bool receivesShadows;            ///< false: shadow rays toward its points are not traced
-    bool sendsReflections, sendsRefractions, sendsTransparency;  ///< "receives" bits of the modes
-    char face;                       ///< 'f', 'b' or 'a'
-    bool mirrored;                   ///< the placement changes handedness
+    miUint label;           ///< the instance's, or the object's where that is 0
+    std::uint8_t visibleTo; ///< bit per RayClass
+    bool receivesShadows;   ///< false: shadow rays toward its points are not traced
+    bool sendsReflections, sendsRefractions, sendsTransparency; ///< "receives" bits of the modes
+    char face;                                                  ///< 'f', 'b' or 'a'
+    bool mirrored;                                              ///< the placement changes handedness
+
+    bool placedInWorld;                 ///< the mesh itself is in world space: it stands nowhere else
+    bool transformMoves;                ///< the matrices differ at the end of the shutter
+    bool materialsOverride;             ///< the inherited materials also replace the polygons' own
+    std::uint32_t materialCount;        ///< at least 1
+    const miTag* materials;             ///< inherited, none of them 0; polygon labels index them
+    std::uint32_t lightList, shadowSet; ///< numbers of the light sets
+    miMatrix localToGlobalAtEnd;        ///< of the whole path, at the end of the unit shutter
 };
 
 } // namespace orca::geometry

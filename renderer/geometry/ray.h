@@ -15,22 +15,22 @@ inline constexpr int rayClassCount = 6;
 inline constexpr std::uint32_t nothing = 0xFFFFFFFFu;
 
 struct Ray {
-    miVector origin;     ///< internal space
-    miVector direction;  ///< unit, unless `farDistance` is measured in multiples of it
+    miVector origin;    ///< internal space
+    miVector direction; ///< unit, unless `farDistance` is measured in multiples of it
     float nearDistance = 0.0f;
     float farDistance = std::numeric_limits<float>::infinity();
-    float time = 0.0f;   ///< 0 to 1 over the unit shutter
+    float time = 0.0f; ///< 0 to 1 over the unit shutter
     RayClass rayClass = RayClass::Eye;
-    std::uint32_t skipLeaf = nothing;      ///< the triangle that the ray starts on is not hit again
+    std::uint32_t skipLeaf = nothing; ///< the triangle that the ray starts on is not hit again
     std::uint32_t skipTriangle = nothing;
 };
 
 /// Where a ray met a leaf.
 struct Hit {
     float distance;
-    float u, v;              ///< barycentric weights of the triangle's second and third vertex
-    std::uint32_t leaf;      ///< index into SceneGeometry::leaves()
-    std::uint32_t triangle;  ///< index into the leaf's mesh
+    float u, v;             ///< barycentric weights of the triangle's second and third vertex
+    std::uint32_t leaf;     ///< index into SceneGeometry::leaves()
+    std::uint32_t triangle; ///< index into the leaf's mesh
 };
 
 } // namespace orca::geometry

@@ -8,20 +8,24 @@
 #include "scene/database.h"
 #include "scene/messages.h"
 
+#include <cstddef>
 #include <memory>
 #include <span>
 #include <vector>
 
 namespace orca::geometry {
 
-/// Everything that rays can meet below a root group, placed, inherited and ready for tracing; and the lights and the
-/// camera that stand there. Built once per picture; const, and safe from any thread, afterwards.
+/// Everything that rays can meet below a root group, placed, inherited and ready for tracing; and the lights
+/// and the camera that stand there. Built once per picture; const, and safe from any thread, afterwards.
 class SceneGeometry {
 public:
-    /// Walks the scene graph from `rootGroup`. Scene faults become messages; the faulty part is left out.
-    /// `threads` limits the threads that build the acceleration structures.
-    SceneGeometry(scene::Database& database, scene::Messages& messages, miTag rootGroup, const miOptions& options,
-                  int threads);
+    /// Walks the scene graph from `rootGroup` and fills the records of the instances on the way; an instance
+    /// that is reached more than once gets one more element per further place, for as long as this object
+    /// lives, so the database must outlive it. Scene faults become messages; the faulty part is left out.
+    /// `threads` limits the threads that build the acceleration structures, 0 takes all; hits do not depend
+    /// on it. Rays see things move only when `options.motion` is on.
+    SceneGeometry(scene::Database& database, scene::Messages& messages, miTag rootGroup,
+                  const miOptions& options, int threads);
     ~SceneGeometry();
     SceneGeometry(const SceneGeometry&) = delete;
     SceneGeometry& operator=(const SceneGeometry&) = delete;
@@ -45,6 +49,11 @@ public:
     /// False when the leaf's shadow links exempt it from this light's shadows. Constant time.
     [[nodiscard]] bool castsShadowOf(const Leaf& leaf, miTag lightInstance) const;
 
+    /// Light instances that the entries of a list (light instances, groups of them) stand for, each once.
+    [[nodiscard]] std::vector<miTag> expandLights(const std::vector<miTag>& entries) const;
+    /// Material of surfaces that the scene gives none; it has no shader, and is shaded as plain grey.
+    [[nodiscard]] miTag defaultMaterial() const;
+
     /// Bounds of everything, internal space, over the whole shutter. Empty scene: both at the origin.
     [[nodiscard]] miVector boundsMin() const;
     [[nodiscard]] miVector boundsMax() const;
@@ -57,9 +66,10 @@ private:
     std::unique_ptr<Implementation> implementation_;
 };
 
-/// Origin for a ray that leaves a surface at `point`: moved off the surface to the side of `direction` by a few units in
-/// the last place of its coordinates (Waechter and Binder, "A Fast and Robust Method for Avoiding Self-Intersection",
-/// 2019, in spirit). `geometricNormal` is unit, either side.
-[[nodiscard]] miVector leaveSurface(const miVector& point, const miVector& geometricNormal, const miVector& direction);
+/// Origin for a ray that leaves a surface at `point`: moved off the surface to the side of `direction` by a
+/// few units in the last place of its coordinates (Waechter and Binder, "A Fast and Robust Method for
+/// Avoiding Self-Intersection", 2019, in spirit). `geometricNormal` is unit, either side.
+[[nodiscard]] miVector leaveSurface(const miVector& point, const miVector& geometricNormal,
+                                    const miVector& direction);
 
 } // namespace orca::geometry

@@ -7,19 +7,19 @@ namespace orca::geometry {
 
 /// The surface at a hit, in internal space.
 struct SurfacePoint {
-    miVector point;             ///< interpolated from the triangle's vertices, at the ray's time
-    miVector normal;            ///< shading normal, unit, as modelled
-    miVector geometricNormal;   ///< unit, as modelled (counter-clockwise front)
+    miVector point;           ///< interpolated from the triangle's vertices, at the ray's time
+    miVector normal;          ///< shading normal, unit, as modelled
+    miVector geometricNormal; ///< unit, as modelled (counter-clockwise front)
     float bary[4];
-    miTag material;             ///< after inheritance; never 0 (a default material stands in)
+    miTag material; ///< after inheritance; never 0 (a default material stands in)
     miUint label;
-    void* primitive;            ///< identifies the triangle
-    miVector motion;            ///< displacement over the unit shutter; null without motion
+    void* primitive; ///< identifies the triangle
+    miVector motion; ///< displacement over the unit shutter; null without motion
     bool moves;
-    int textureSpaces;          ///< entries written to the caller's texture coordinates
+    int textureSpaces; ///< entries written to the caller's texture coordinates
     bool hasDerivatives;
-    miVector dPdu, dPdv;        ///< by the first texture space
-    miVector bumpX, bumpY;      ///< bump basis of the first texture space, object space
+    miVector dPdu, dPdv;   ///< by the first texture space
+    miVector bumpX, bumpY; ///< bump basis of the first texture space, object space
 };
 
 } // namespace orca::geometry

@@ -7,6 +7,8 @@
 #include <shader.h>
 
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace orca::image {
@@ -14,34 +16,54 @@ namespace orca::image {
 /// What the renderer itself puts into a buffer that no shader fills.
 enum class MainSource { None, Color, Depth, Normal, Motion, Label, Coverage, Alpha, Intensity };
 
+/// A file that an `output` statement writes from a buffer.
+struct OutputFile {
+    std::string filename, filetype;
+    miImg_type type = miIMG_TYPE_RGBA; ///< as the statement asks; may be less precise than the buffer
+};
+
 /// One frame buffer of a camera.
 struct Buffer {
     std::string name;
     miImg_type type = miIMG_TYPE_RGBA_FP;
-    int components = 4;        ///< 32-bit words that mi_fb_put and mi_fb_get exchange
-    int sampleOffset = 0;      ///< first word in a sample's values
-    bool filtering = true;     ///< false: a pixel takes one sample's value
+    int components = 4;    ///< 32-bit words that mi_fb_put and mi_fb_get exchange
+    int sampleOffset = 0;  ///< first word in a sample's values
+    bool filtering = true; ///< false: a pixel takes one sample's value
     bool primary = false;
-    bool user = false;
+    bool user = false;       ///< only shaders fill it
+    bool useOpacity = false; ///< user colours are weighted by opacity where transparent layers are merged
+    bool premultiplied = true;
+    bool hidden = false; ///< not asked for by the scene: the scratch buffer, a colour buffer made up
     MainSource source = MainSource::None;
-    std::string filename, filetype, compression;
-    int quality = 0;
+    std::string filename, filetype, compression; ///< of the framebuffer statement; no name: not written
+    int quality = 0;                             ///< 1 to 100, 0 for the format's own
+    std::vector<OutputFile> outputs;
 };
 
-/// The buffers of one picture in index order. Index 0 is a scratch buffer that is never shown, so that a write to
-/// "not found" does no harm; named buffers follow from 1 in statement order.
+/// The buffers of one picture in index order. Index 0 is a scratch buffer that is never shown, so that a
+/// write to "not found" does no harm; named buffers follow from 1 in statement order.
 class FramebufferSet final : public mi::shader_v3::Framebuffer {
 public:
-    /// From the camera's framebuffer statements, old-style buffers of the options and output statements; when none is
-    /// primary, the first colour buffer that is no user buffer is, else a hidden one is added.
+    /// From the camera's framebuffer statements, old-style buffers of the options and output statements; when
+    /// none is primary, the first colour buffer that is no user buffer is, else a hidden one is added.
+    /// Unsupported data types are errors that name the statement; such a buffer does not exist.
     FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options,
                    scene::Messages& messages);
+    /// An empty collection that shaders may fill: setting "datatype" of a new name adds a buffer.
+    explicit FramebufferSet(scene::Messages& messages);
+
+    FramebufferSet(const FramebufferSet&) = delete;
+    FramebufferSet& operator=(const FramebufferSet&) = delete;
 
     [[nodiscard]] const std::vector<Buffer>& buffers() const { return buffers_; }
+    /// 0 in an empty collection.
     [[nodiscard]] int primaryIndex() const { return primary_; }
     /// 32-bit words of one sample, all buffers.
     [[nodiscard]] int wordsPerSample() const { return words_; }
+    /// Null for a name that no buffer has.
+    [[nodiscard]] const Buffer* find(std::string_view name) const;
 
+    /// Constant time, safe from any thread while the names stay as they are, which they do while rendering.
     bool get_index(const char* name, size_t& index) const override;
     bool get_buffercount(size_t& count) const override;
     bool get_buffername(size_t n, const char*& name) const override;
@@ -54,14 +76,30 @@ public:
     bool set(const char* buffer, const char* attribute, int value) override;
     bool set(const char* buffer, const char* attribute, float value) override;
     bool set(const char* buffer, const char* attribute, const char* value) override;
+    /// Names and number of a camera's buffers are fixed: false there.
     bool remove(const char* buffer) override;
     void reset() override;
     void echo() const override;
 
 private:
+    struct TextHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+    };
+
+    Buffer* findForChange(const char* name);
+    Buffer& add(std::string name, miImg_type type);
+    void addStatement(const scene::FramebufferDefinition& statement);
+    void addNumbered(const scene::NumberedFramebuffer& statement);
+    void addOutput(const scene::OutputStatement& statement);
+    void choosePrimary(const std::vector<std::string>& mayBePrimary);
+    void placeInSample();
+
     std::vector<Buffer> buffers_;
+    std::unordered_map<std::string, std::size_t, TextHash, std::equal_to<>> indexOf_;
     int primary_ = 0;
     int words_ = 0;
+    bool editable_ = false; ///< a collection of a shader's own
     scene::Messages& messages_;
 };
 

@@ -4,6 +4,7 @@
 #include "image/framebuffers.h"
 #include "scene/messages.h"
 
+#include <cstdint>
 #include <map>
 #include <span>
 #include <string>
@@ -11,7 +12,8 @@
 
 namespace orca::image {
 
-/// Finished pixels of one buffer: rows bottom up, components interleaved, 32-bit words (floats, or integers for labels).
+/// Finished pixels of one buffer: rows bottom up, components interleaved, 32-bit words (floats, or integers
+/// for labels).
 struct Layer {
     const Buffer* buffer;
     std::span<const float> pixels;
@@ -19,34 +21,62 @@ struct Layer {
 
 /// What all layers of a picture share.
 struct PictureFrame {
-    int width, height;                        ///< of the whole picture, pixels
+    int width, height; ///< of the whole picture, pixels
     struct {
         int xl, yl, xh, yh;
-    } window;                                 ///< rendered pixels, inclusive, lower left origin; the layers' extent
-    float gamma = 1.0f;                       ///< applied to integer formats
-    std::map<std::string, std::string> text;  ///< metadata of the whole file
-    std::vector<float> cameraToWorld;         ///< 16, empty for none
-    std::map<std::string, std::map<std::string, std::string>> layerText;  ///< metadata by layer name
+    } window;           ///< rendered pixels, inclusive, lower left origin; the layers' extent
+    float gamma = 1.0f; ///< applied to integer formats
+    std::map<std::string, std::string> text;                             ///< metadata of the whole file
+    std::vector<float> cameraToWorld;                                    ///< 16, empty for none
+    std::map<std::string, std::map<std::string, std::string>> layerText; ///< metadata by layer name
+    float pixelAspect = 1.0f;                                            ///< width / height of a pixel
+    int threads = 1;                                                     ///< that may compress a file
+
+    [[nodiscard]] int windowWidth() const { return window.xh - window.xl + 1; }
+    [[nodiscard]] int windowHeight() const { return window.yh - window.yl + 1; }
 };
 
 enum class PartLayout { MultiPart, SinglePart };
 
-/// Writes one OpenEXR with all layers. Multi-part: the primary buffer is the first part with plain R G B A; every other
-/// part is named after its layer with fully qualified channels (`diffuse.R`, `cameraDepth.Z`, `normalWorld.X`, scalars
-/// `.Y`). Colours half, everything else float, zip compressed. Written to a temporary name and moved into place.
-/// False with a message when it cannot be written.
+/// Writes one OpenEXR with all layers. Multi-part: the primary buffer is the first part, with plain R G B A,
+/// named "beauty", or after its buffer where another layer has that name; every other part is named after its
+/// layer with fully qualified channels (`diffuse.R`, `cameraDepth.Z`, `normalWorld.X`, scalars and labels
+/// `.Y`). Filtered colours half, labels whole numbers, everything else float, zip compressed. Written to a
+/// temporary name and moved into place. False with a message when it cannot be written.
 bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
                      PartLayout layout, scene::Messages& messages);
 
-/// Writes the files that the buffers themselves name (framebuffer and output statements), buffers of one EXR name as
-/// layers of one file; formats by extension, else by file type word. Relative names are below `directory`.
+/// What `writeLayeredExr` writes for these buffers, without writing: parts in file order with their channels.
+struct PartDescription {
+    std::string name;
+    std::vector<std::string> channels;
+    std::string_view storage; ///< "half", "float" or "uint"
+    const Buffer* buffer;
+};
+[[nodiscard]] std::vector<PartDescription> describeParts(std::span<const Buffer* const> buffers);
+
+/// Writes the files that the buffers themselves name (framebuffer and output statements), buffers of one EXR
+/// name as layers of one file; formats by extension, else by file type word. Relative names are below
+/// `directory`. False when one could not be written; the others are.
 bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, std::span<const Layer> layers,
                       scene::Messages& messages);
 
-/// True when `path` can be created: checked before rendering starts.
-bool canWrite(const std::string& path, scene::Messages& messages);
+/// Paths that `writeBufferFiles` writes for these buffers.
+[[nodiscard]] std::vector<std::string> bufferFilePaths(const std::string& directory,
+                                                       std::span<const Buffer* const> buffers);
+
+/// Writes a layer as an 8-bit picture to look at: colours with the sRGB curve, vectors from -1..1 and numbers
+/// from their range in the picture mapped to 0..1. The format follows the extension.
+bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer,
+                  scene::Messages& messages);
+
+/// True when `path` can be created and `bytes` fit on its disk: checked before rendering starts.
+bool canWrite(const std::string& path, scene::Messages& messages, std::uint64_t bytes = 0);
 
 /// Channel names of a layer as the layered file has them.
 [[nodiscard]] std::vector<std::string> channelNames(const Buffer& buffer);
+
+/// Layers that the layered file takes: everything but the scratch buffer, the primary one first.
+[[nodiscard]] std::vector<const Buffer*> layeredBuffers(const FramebufferSet& set);
 
 } // namespace orca::image

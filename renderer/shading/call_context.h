@@ -2,9 +2,12 @@
 #pragma once
 
 #include "shading/evaluation_arena.h"
+#include "shading/evaluation_cache.h"
 #include "shading/state_store.h"
 
 #include <shader.h>
+
+#include <exception>
 
 namespace orca::shading {
 
@@ -16,12 +19,14 @@ struct CallContext {
     virtual ~CallContext() = default;
 
     ShaderRuntime& runtime;
-    StateStore store;            ///< mi_shaderstate_*
-    EvaluationArena arena;       ///< results of connected shaders
-    int callType = miSHADER_NONE;  ///< how the running shader is called
-    int samplePhase = 3;         ///< answer of miQ_SAMPLE_PHASE
-    int gatherState = 0;         ///< answer of miQ_FINALGATHER_STATE
-    int sampleMoving = 0;        ///< answer of miQ_SAMPLE_MOVING
+    StateStore store;             ///< mi_shaderstate_*
+    EvaluationArena arena;        ///< results of connected shaders
+    EvaluationCache cache;        ///< used in the caching test mode only
+    int callType = miSHADER_NONE; ///< how the running shader is called
+    int samplePhase = 3;          ///< answer of miQ_SAMPLE_PHASE
+    int gatherState = 0;          ///< answer of miQ_FINALGATHER_STATE
+    int sampleMoving = 0;         ///< answer of miQ_SAMPLE_MOVING
+    std::exception_ptr thrown; ///< last exception of a shader, already counted against the one that threw it
 };
 
 [[nodiscard]] inline CallContext& contextOf(const miState* state) {

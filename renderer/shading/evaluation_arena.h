@@ -7,8 +7,8 @@
 
 namespace orca::shading {
 
-/// Stack of short-lived blocks: results of connected shaders, texture coordinates of hits. Memory is kept for reuse, so
-/// that the path of a sample allocates nothing once warm.
+/// Stack of short-lived blocks: results of connected shaders, texture coordinates of hits. Memory is kept for
+/// reuse, so that the path of a sample allocates nothing once warm.
 class EvaluationArena {
 public:
     struct Mark {

@@ -3,16 +3,20 @@
 
 #include <shader.h>
 
+#include <array>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace orca::shading {
 
-/// Copies that shaders keep under text keys for the life of a base state. Addresses stay while an entry lives.
+/// Copies that shaders keep under text keys for the life of a base state. Addresses stay while an entry
+/// lives.
 class StateStore {
 public:
-    /// Copies `size` bytes, replacing an earlier entry; null data or size 0 deletes. 16-byte aligned.
+    /// Copies `size` bytes, replacing an earlier entry; null data or size 0 deletes. 16-byte aligned. An
+    /// entry of the same size is overwritten in place.
     void set(const char* key, const void* data, int size, int lifetime);
     /// Null when absent; `size` may be null. Constant time for the handful of keys that shaders use.
     [[nodiscard]] void* get(const char* key, int* size);
@@ -27,8 +31,13 @@ private:
         int size;
         int lifetime;
     };
+    [[nodiscard]] Entry* find(const char* key);
+
     std::vector<Entry> entries_;
     bool hasSampleEntries_ = false;
+    /// A shader asks with the same literal every time, so the literal's address remembers where its entry
+    /// was. Only a hint: the text decides.
+    std::array<unsigned char, 16> indexHint_{};
 };
 
 } // namespace orca::shading

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "geometry/inheritance.h"
+
+#include "geometry/ray.h"
+
+namespace orca::geometry {
+
+namespace {
+
+constexpr int seenBit = 1, sendsBit = 2, neverSeenBit = 4, neverSendsBit = 8;
+
+[[nodiscard]] constexpr std::uint8_t bitOf(RayClass rayClass) {
+    return static_cast<std::uint8_t>(1u << static_cast<unsigned>(rayClass));
+}
+
+[[nodiscard]] bool seen(const RayMode& mode, int objectMode) {
+    return mode.seen.value.value_or((objectMode & seenBit) != 0);
+}
+[[nodiscard]] bool sends(const RayMode& mode, int objectMode) {
+    return mode.sends.value.value_or((objectMode & sendsBit) != 0);
+}
+
+} // namespace
+
+void RayMode::give(const std::optional<int>& mode, bool overrides) {
+    if (!mode) return;
+    const bool never = (*mode & neverSeenBit) != 0, neverSends = (*mode & neverSendsBit) != 0;
+    seen.give((*mode & seenBit) != 0 && !never, overrides || never);
+    sends.give((*mode & sendsBit) != 0 && !neverSends, overrides || neverSends);
+}
+
+Inherited Inherited::below(const scene::InstanceElement& instance) const {
+    using Motion = scene::InstanceElement::Motion;
+    Inherited result = *this;
+    const Transform step = Transform::from(instance.transform.data());
+    result.worldToLocal = worldToLocal * step;
+    switch (instance.motion) {
+    case Motion::Inherited:
+        result.worldToLocalAtEnd = worldToLocalAtEnd * step;
+        break;
+    case Motion::Given:
+        result.worldToLocalAtEnd = worldToLocalAtEnd * Transform::from(instance.motionTransform.data());
+        break;
+    case Motion::Off:
+        result.worldToLocalAtEnd = result.worldToLocal;
+        break;
+    }
+    result.parent = instance.tag;
+
+    const auto& flags = instance.flags;
+    const bool overrides = instance.overrides;
+    result.visible.give(flags.visible, overrides);
+    result.trace.give(flags.trace, overrides);
+    // The switch speaks of casting only; where the mode is given as well, it says more.
+    if (flags.shadowMode) result.shadow.give(flags.shadowMode, overrides);
+    else result.shadow.seen.give(flags.shadow, overrides);
+    result.reflection.give(flags.reflection, overrides);
+    result.refraction.give(flags.refraction, overrides);
+    result.transparency.give(flags.transparency, overrides);
+    result.gather.give(flags.finalgather, overrides);
+    result.face.give(flags.face, overrides);
+    if (!instance.materials.empty()) result.materials.give(&instance.materials, overrides);
+    if (instance.lights.given) result.lights = &instance.lights;
+    if (instance.shadowLights.given) result.shadowLights = &instance.shadowLights;
+    return result;
+}
+
+ResolvedFlags resolve(const Inherited& inherited, const scene::ObjectElement& object, char faceOfOptions) {
+    const miObject& own = object.object;
+    ResolvedFlags flags{};
+    flags.visible = inherited.visible.value.value_or(own.visible != 0);
+    flags.trace = inherited.trace.value.value_or(own.trace != 0);
+    flags.castsShadows = seen(inherited.shadow, own.shadow);
+    // An object's shadow switch says nothing about receiving, so objects receive unless an instance says not.
+    flags.receivesShadows = inherited.shadow.sends.value.value_or(true);
+
+    const auto mode = [](const RayMode& given, int objectMode) {
+        return static_cast<miCBoolean>((seen(given, objectMode) ? seenBit : 0) |
+                                       (sends(given, objectMode) ? sendsBit : 0));
+    };
+    flags.reflection = mode(inherited.reflection, own.reflection);
+    flags.refraction = mode(inherited.refraction, own.refraction);
+    flags.transparency = mode(inherited.transparency, own.transparency);
+    flags.gather = mode(inherited.gather, own.finalgather);
+    flags.sendsReflections = (flags.reflection & sendsBit) != 0;
+    flags.sendsRefractions = (flags.refraction & sendsBit) != 0;
+    flags.sendsTransparency = (flags.transparency & sendsBit) != 0;
+    flags.face = inherited.face.value.value_or(object.face.value_or(faceOfOptions));
+
+    const auto see = [&](bool sees, RayClass rayClass) {
+        if (sees) flags.visibleTo |= bitOf(rayClass);
+    };
+    see(flags.visible, RayClass::Eye);
+    see(flags.trace && (flags.transparency & seenBit), RayClass::Transparent);
+    see(flags.trace && (flags.reflection & seenBit), RayClass::Reflect);
+    see(flags.trace && (flags.refraction & seenBit), RayClass::Refract);
+    see(flags.trace && (flags.gather & seenBit), RayClass::Gather);
+    see(flags.castsShadows, RayClass::Shadow);
+    return flags;
+}
+
+} // namespace orca::geometry

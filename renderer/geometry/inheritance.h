@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "geometry/transform.h"
+#include "scene/elements.h"
+
+#include <shader.h>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace orca::geometry {
+
+/// A value that instances hand down. The instance closest to the leaf wins, unless one above it overrides.
+template <class T>
+struct Setting {
+    std::optional<T> value;
+    bool overridden = false;
+
+    void give(const std::optional<T>& given, bool overrides) {
+        if (!given || overridden) return;
+        value = given;
+        overridden = overrides;
+    }
+};
+
+/// Two claims that one mode of the scene language makes: seen by such rays, and sending them.
+struct RayMode {
+    Setting<bool> seen, sends;
+    /// Bits: 1 seen, 2 sends, 4 and 8 the same as a "not" that nothing below can undo.
+    void give(const std::optional<int>& mode, bool overrides);
+};
+
+/// What a path through the scene graph hands down to the leaf at its end.
+struct Inherited {
+    Transform worldToLocal, worldToLocalAtEnd; ///< at shutter time 0 and 1
+    miTag parent = miNULLTAG;                  ///< instance above; 0 below the root
+    Setting<bool> visible, trace;
+    RayMode shadow, reflection, refraction, transparency, gather;
+    Setting<char> face;
+    Setting<const std::vector<miTag>*> materials; ///< overridden: also wins over the polygons' own
+    const scene::LightLinks* lights = nullptr;    ///< null: all
+    const scene::LightLinks* shadowLights = nullptr;
+
+    /// Below one more instance.
+    [[nodiscard]] Inherited below(const scene::InstanceElement& instance) const;
+    [[nodiscard]] bool moves() const { return !(worldToLocal == worldToLocalAtEnd); }
+};
+
+/// Flags of a leaf after inheritance.
+struct ResolvedFlags {
+    std::uint8_t visibleTo; ///< bit per RayClass
+    bool visible, trace, castsShadows, receivesShadows;
+    bool sendsReflections, sendsRefractions, sendsTransparency;
+    miCBoolean reflection, refraction, transparency, gather; ///< modes, bits 1 and 2
+    char face;
+};
+/// `faceOfOptions` holds where neither an instance nor the object says otherwise.
+[[nodiscard]] ResolvedFlags resolve(const Inherited& inherited, const scene::ObjectElement& object,
+                                    char faceOfOptions);
+
+} // namespace orca::geometry

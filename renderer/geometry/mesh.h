@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/elements.h"
+#include "scene/messages.h"
+
+#include <shader.h>
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace orca::geometry {
+
+/// The triangles of one object. Vertex arrays are empty or have one entry per vertex; all share one index
+/// list. Points, normals and motions are in object space, or in world space once `placeInWorld` has run; bump
+/// basis and derivatives always stay in object space.
+struct Mesh {
+    using Triangle = std::array<std::uint32_t, 3>;
+
+    std::vector<miVector> points;
+    std::vector<miVector> endPoints; ///< at the end of the unit shutter; empty: does not deform
+    std::vector<miVector> normals;   ///< a null vector stands for the geometric normal
+    int textureSpaces = 0;
+    std::vector<miVector> textures;     ///< vertex * textureSpaces + space
+    std::vector<miVector> bumpX, bumpY; ///< of the first texture space
+    std::vector<miVector> derivU, derivV;
+
+    std::vector<Triangle> triangles;
+    std::vector<miTag> materials;     ///< per triangle, 0 for the inherited one; empty: all inherited
+    std::vector<std::int32_t> labels; ///< per triangle, index into the inherited materials; empty: untagged
+
+    [[nodiscard]] bool deforms() const { return !endPoints.empty(); }
+};
+
+/// Cuts the object's polygons into triangles, in parallel. Faulty polygons and triangles are left out, with
+/// one message per object and kind of fault.
+[[nodiscard]] Mesh buildMesh(const scene::ObjectElement& object, scene::Messages& messages);
+
+/// Takes points, end points and normals to world space, for a mesh that stands in one place only.
+void placeInWorld(Mesh& mesh, const miScalar* localToGlobal, const miScalar* globalToLocal);
+
+} // namespace orca::geometry

@@ -1,0 +1,256 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "geometry/ray_kernel.h"
+
+#include "geometry/vectors.h"
+
+#include <embree3/rtcore.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace orca::geometry {
+
+namespace {
+
+constexpr unsigned int everyClass = 0xFFFFFFFFu;
+
+void reportDeviceError(void* user, RTCError code, const char* text) {
+    static_cast<scene::Messages*>(user)->error("GEOM", "ray-tracing kernel: {} (code {})", text,
+                                               static_cast<int>(code));
+}
+
+[[nodiscard]] std::uint32_t leafOf(const RTCHit& hit) {
+    return hit.instID[0] != RTC_INVALID_GEOMETRY_ID ? hit.instID[0] : hit.geomID;
+}
+
+/// Drops hits on the side of a leaf that its `face` hides. Installed only where a leaf hides one.
+void hideFace(const RTCFilterFunctionNArguments* arguments) {
+    const auto* const leaves = static_cast<const Leaf*>(arguments->geometryUserPtr);
+    for (unsigned int i = 0; i < arguments->N; ++i) {
+        if (arguments->valid[i] == 0) continue;
+        const unsigned int instance = RTCHitN_instID(arguments->hit, arguments->N, i, 0);
+        const Leaf& leaf =
+            leaves[instance != RTC_INVALID_GEOMETRY_ID ? instance
+                                                       : RTCHitN_geomID(arguments->hit, arguments->N, i)];
+        // Both are in the space of the mesh: object space below an instance.
+        const float along =
+            RTCHitN_Ng_x(arguments->hit, arguments->N, i) * RTCRayN_dir_x(arguments->ray, arguments->N, i) +
+            RTCHitN_Ng_y(arguments->hit, arguments->N, i) * RTCRayN_dir_y(arguments->ray, arguments->N, i) +
+            RTCHitN_Ng_z(arguments->hit, arguments->N, i) * RTCRayN_dir_z(arguments->ray, arguments->N, i);
+        const bool turned = leaf.placedInWorld && leaf.mirrored;
+        const bool front = turned ? along > 0.0f : along < 0.0f;
+        if ((leaf.face == 'f' && !front) || (leaf.face == 'b' && front)) arguments->valid[i] = 0;
+    }
+}
+
+/// A shadow ray with a triangle that it must not count.
+struct SkippingContext {
+    RTCIntersectContext context;
+    std::uint32_t leaf, triangle;
+};
+
+void skipTriangle(const RTCFilterFunctionNArguments* arguments) {
+    const auto* const skipping = reinterpret_cast<const SkippingContext*>(arguments->context);
+    for (unsigned int i = 0; i < arguments->N; ++i) {
+        if (arguments->valid[i] == 0) continue;
+        const unsigned int instance = RTCHitN_instID(arguments->hit, arguments->N, i, 0);
+        const unsigned int leaf =
+            instance != RTC_INVALID_GEOMETRY_ID ? instance : RTCHitN_geomID(arguments->hit, arguments->N, i);
+        if (leaf == skipping->leaf && RTCHitN_primID(arguments->hit, arguments->N, i) == skipping->triangle)
+            arguments->valid[i] = 0;
+    }
+}
+
+} // namespace
+
+struct RayKernel::Implementation {
+    RTCDevice device = nullptr;
+    RTCScene top = nullptr;
+    std::vector<RTCScene> instanced;
+    bool traceMotion = false;
+    const Leaf* leaves = nullptr;
+
+    [[nodiscard]] RTCScene newScene() const {
+        const RTCScene scene = rtcNewScene(device);
+        // Robust: no light leaks through the edges between triangles.
+        rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST);
+        // Not the quality with spatial splits: those come in an order that depends on the threads, and with
+        // them which of two triangles answers for a ray that meets both at the same distance.
+        rtcSetSceneBuildQuality(scene, RTC_BUILD_QUALITY_MEDIUM);
+        return scene;
+    }
+
+    [[nodiscard]] RTCGeometry newTriangles(const Mesh& mesh) const {
+        const RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
+        const bool deforms = traceMotion && mesh.deforms();
+        if (deforms) rtcSetGeometryTimeStepCount(geometry, 2);
+        rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3,
+                                   mesh.triangles.data(), 0, sizeof(Mesh::Triangle), mesh.triangles.size());
+        rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, mesh.points.data(),
+                                   0, sizeof(miVector), mesh.points.size());
+        if (deforms)
+            rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 1, RTC_FORMAT_FLOAT3,
+                                       mesh.endPoints.data(), 0, sizeof(miVector), mesh.endPoints.size());
+        return geometry;
+    }
+
+    void hideFaces(RTCGeometry geometry) const {
+        rtcSetGeometryUserData(geometry, const_cast<Leaf*>(leaves));
+        rtcSetGeometryIntersectFilterFunction(geometry, hideFace);
+        rtcSetGeometryOccludedFilterFunction(geometry, hideFace);
+    }
+
+    /// The mesh's own scene, for its instances.
+    [[nodiscard]] RTCScene sceneOf(const Mesh& mesh, bool hidesFaces) {
+        const RTCScene scene = newScene();
+        const RTCGeometry geometry = newTriangles(mesh);
+        rtcSetGeometryMask(geometry, everyClass); // the instances decide
+        if (hidesFaces) hideFaces(geometry);
+        rtcCommitGeometry(geometry);
+        rtcAttachGeometry(scene, geometry);
+        rtcReleaseGeometry(geometry);
+        rtcCommitScene(scene);
+        instanced.push_back(scene);
+        return scene;
+    }
+
+    [[nodiscard]] RTCGeometry newInstance(RTCScene scene, const Leaf& leaf) const {
+        const RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_INSTANCE);
+        rtcSetGeometryInstancedScene(geometry, scene);
+        // A row-major matrix for row vectors lies in memory as a column-major one for column vectors.
+        const bool moves = traceMotion && leaf.transformMoves;
+        rtcSetGeometryTimeStepCount(geometry, moves ? 2 : 1);
+        rtcSetGeometryTransform(geometry, 0, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR,
+                                leaf.instanceRecord->tf.local_to_global);
+        if (moves)
+            rtcSetGeometryTransform(geometry, 1, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR, leaf.localToGlobalAtEnd);
+        return geometry;
+    }
+};
+
+RayKernel::RayKernel(std::span<const Leaf> leaves, bool traceMotion, scene::Messages& messages)
+    : implementation_(std::make_unique<Implementation>()) {
+    Implementation& kernel = *implementation_;
+    kernel.traceMotion = traceMotion;
+    kernel.leaves = leaves.data();
+    kernel.device = rtcNewDevice(nullptr);
+    if (!kernel.device) {
+        messages.error("GEOM", "the ray-tracing kernel does not start (code {}); nothing can be hit",
+                       static_cast<int>(rtcGetDeviceError(nullptr)));
+        return;
+    }
+    rtcSetDeviceErrorFunction(kernel.device, reportDeviceError, &messages);
+
+    std::unordered_set<const Mesh*> meshesWithHiddenFaces;
+    for (const Leaf& leaf : leaves)
+        if (leaf.face != 'a') meshesWithHiddenFaces.insert(leaf.mesh);
+
+    kernel.top = kernel.newScene();
+    std::unordered_map<const Mesh*, RTCScene> scenes;
+    for (std::uint32_t i = 0; i < leaves.size(); ++i) {
+        const Leaf& leaf = leaves[i];
+        const bool hidesFaces = meshesWithHiddenFaces.count(leaf.mesh) != 0;
+        RTCGeometry geometry;
+        if (leaf.placedInWorld) {
+            geometry = kernel.newTriangles(*leaf.mesh);
+            if (hidesFaces) kernel.hideFaces(geometry);
+        } else {
+            RTCScene& scene = scenes[leaf.mesh];
+            if (!scene) scene = kernel.sceneOf(*leaf.mesh, hidesFaces);
+            geometry = kernel.newInstance(scene, leaf);
+        }
+        rtcSetGeometryMask(geometry, leaf.visibleTo);
+        rtcCommitGeometry(geometry);
+        rtcAttachGeometryByID(kernel.top, geometry, i); // so that a hit names its leaf
+        rtcReleaseGeometry(geometry);
+    }
+    rtcCommitScene(kernel.top);
+}
+
+RayKernel::~RayKernel() {
+    if (implementation_->top) rtcReleaseScene(implementation_->top);
+    for (const RTCScene scene : implementation_->instanced) rtcReleaseScene(scene);
+    if (implementation_->device) rtcReleaseDevice(implementation_->device);
+}
+
+namespace {
+
+void setRay(RTCRay& to, const Ray& ray, bool traceMotion) {
+    to.org_x = ray.origin.x;
+    to.org_y = ray.origin.y;
+    to.org_z = ray.origin.z;
+    to.tnear = ray.nearDistance;
+    to.dir_x = ray.direction.x;
+    to.dir_y = ray.direction.y;
+    to.dir_z = ray.direction.z;
+    to.time = traceMotion ? ray.time : 0.0f;
+    to.tfar = ray.farDistance;
+    to.mask = 1u << static_cast<unsigned>(ray.rayClass);
+    to.id = 0;
+    to.flags = 0;
+}
+
+} // namespace
+
+bool RayKernel::intersect(const Ray& ray, Hit& hit) const {
+    const Implementation& kernel = *implementation_;
+    if (!kernel.top) return false;
+    RTCIntersectContext context;
+    rtcInitIntersectContext(&context);
+    RTCRayHit query;
+    setRay(query.ray, ray, kernel.traceMotion);
+    // A hit on the triangle to skip starts the ray again just beyond: that happens to few rays, while a
+    // filter would slow them all.
+    for (;;) {
+        query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+        query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+        rtcIntersect1(kernel.top, &context, &query);
+        if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
+        const std::uint32_t leaf = leafOf(query.hit);
+        if (leaf != ray.skipLeaf || query.hit.primID != ray.skipTriangle) {
+            hit = {query.ray.tfar, query.hit.u, query.hit.v, leaf, query.hit.primID};
+            return true;
+        }
+        query.ray.tnear = std::nextafter(query.ray.tfar, std::numeric_limits<float>::infinity());
+        query.ray.tfar = ray.farDistance;
+        if (!(query.ray.tnear < ray.farDistance)) return false;
+    }
+}
+
+bool RayKernel::occluded(const Ray& ray) const {
+    const Implementation& kernel = *implementation_;
+    if (!kernel.top) return false;
+    RTCRay query;
+    setRay(query, ray, kernel.traceMotion);
+    if (ray.skipLeaf == nothing) {
+        RTCIntersectContext context;
+        rtcInitIntersectContext(&context);
+        rtcOccluded1(kernel.top, &context, &query);
+    } else {
+        SkippingContext skipping;
+        rtcInitIntersectContext(&skipping.context);
+        skipping.context.filter = skipTriangle;
+        skipping.leaf = ray.skipLeaf;
+        skipping.triangle = ray.skipTriangle;
+        rtcOccluded1(kernel.top, &skipping.context, &query);
+    }
+    return query.tfar < 0.0f; // minus infinity when something was met
+}
+
+void RayKernel::bounds(miVector& lower, miVector& upper) const {
+    lower = upper = {0, 0, 0};
+    if (!implementation_->top) return;
+    RTCLinearBounds all;
+    rtcGetSceneLinearBounds(implementation_->top, &all);
+    const RTCBounds &start = all.bounds0, &end = all.bounds1;
+    if (!(start.lower_x <= start.upper_x)) return;
+    lower = {std::min(start.lower_x, end.lower_x), std::min(start.lower_y, end.lower_y),
+             std::min(start.lower_z, end.lower_z)};
+    upper = {std::max(start.upper_x, end.upper_x), std::max(start.upper_y, end.upper_y),
+             std::max(start.upper_z, end.upper_z)};
+}
+
+} // namespace orca::geometry

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "geometry/leaf.h"
+#include "geometry/mesh.h"
+#include "geometry/ray.h"
+#include "scene/messages.h"
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace orca::geometry {
+
+/// The ray-tracing kernel's scene over all leaves; leaf numbers are their places in the span, which, with the
+/// meshes, must stay where it is. Meshes placed in the world stand in the top level, the others are instanced
+/// there.
+class RayKernel {
+public:
+    /// `traceMotion`: rays see leaves at their own time; else at shutter time 0.
+    RayKernel(std::span<const Leaf> leaves, bool traceMotion, scene::Messages& messages);
+    ~RayKernel();
+    RayKernel(const RayKernel&) = delete;
+    RayKernel& operator=(const RayKernel&) = delete;
+
+    bool intersect(const Ray& ray, Hit& hit) const;
+    [[nodiscard]] bool occluded(const Ray& ray) const;
+    /// Over the whole shutter; both at the origin when there is nothing.
+    void bounds(miVector& lower, miVector& upper) const;
+
+    struct Implementation;
+
+private:
+    std::unique_ptr<Implementation> implementation_;
+};
+
+} // namespace orca::geometry

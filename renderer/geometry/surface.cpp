@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "geometry/surface.h"
+
+#include "geometry/mesh.h"
+#include "geometry/vectors.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace orca::geometry {
+
+namespace {
+
+/// Corners of the hit triangle in the mesh's space, at the traced time.
+struct Corners {
+    miVector a, b, c;
+};
+
+Corners cornersAt(const Mesh& mesh, const Mesh::Triangle& triangle, float time) {
+    const auto at = [&](std::uint32_t vertex) {
+        const miVector& start = mesh.points[vertex];
+        if (!mesh.deforms() || time == 0.0f) return start;
+        return (1.0f - time) * start + time * mesh.endPoints[vertex]; // as the ray-tracing kernel blends
+    };
+    return {at(triangle[0]), at(triangle[1]), at(triangle[2])};
+}
+
+miVector interpolateVertices(const std::vector<miVector>& values, const Mesh::Triangle& triangle,
+                             const Hit& hit) {
+    return interpolate(values[triangle[0]], values[triangle[1]], values[triangle[2]], hit.u, hit.v);
+}
+
+/// Null where a corner has no normal of its own.
+miVector vertexNormal(const Mesh& mesh, const Mesh::Triangle& triangle, const Hit& hit) {
+    if (mesh.normals.empty()) return {0, 0, 0};
+    for (const std::uint32_t vertex : triangle)
+        if (isNull(mesh.normals[vertex])) return {0, 0, 0};
+    return interpolateVertices(mesh.normals, triangle, hit);
+}
+
+/// Placement of a leaf at one time: how points and normals of its mesh get into the world.
+class Placement {
+public:
+    Placement(const Leaf& leaf, float time) : leaf_(leaf) {
+        if (leaf.placedInWorld || !leaf.transformMoves || time == 0.0f) return;
+        moved_ = true;
+        const miScalar* const start = leaf.instanceRecord->tf.local_to_global;
+        for (std::size_t i = 0; i < 16; ++i)
+            matrix_[i] = (1.0f - time) * start[i] + time * leaf.localToGlobalAtEnd[i];
+    }
+    [[nodiscard]] miVector point(const miVector& p) const {
+        return leaf_.placedInWorld ? p : transformPoint(p, matrix());
+    }
+    [[nodiscard]] miVector vector(const miVector& v) const {
+        return leaf_.placedInWorld ? v : transformVector(v, matrix());
+    }
+    /// For derivatives and the like, which stay in object space also in meshes that are placed in the world.
+    [[nodiscard]] miVector objectVector(const miVector& v) const { return transformVector(v, matrix()); }
+    /// Through the transposed inverse; not unit.
+    [[nodiscard]] miVector normal(const miVector& n) const {
+        if (leaf_.placedInWorld) return n;
+        if (!moved_) return transformNormal(n, leaf_.instanceRecord->tf.global_to_local);
+        // Cofactors are the transposed inverse times the determinant, whose sign alone matters here.
+        const miVector x{matrix_[0], matrix_[1], matrix_[2]}, y{matrix_[4], matrix_[5], matrix_[6]},
+            z{matrix_[8], matrix_[9], matrix_[10]};
+        const miVector sum = n.x * cross(y, z) + (n.y * cross(z, x) + n.z * cross(x, y));
+        return dot(x, cross(y, z)) < 0.0f ? -1.0f * sum : sum;
+    }
+
+private:
+    [[nodiscard]] const miScalar* matrix() const {
+        return moved_ ? matrix_ : leaf_.instanceRecord->tf.local_to_global;
+    }
+    const Leaf& leaf_;
+    bool moved_ = false;
+    miMatrix matrix_;
+};
+
+/// World positions of a surface point at both ends of the unit shutter, subtracted.
+miVector motionOf(const Leaf& leaf, const Mesh::Triangle& triangle, const Hit& hit) {
+    const Mesh& mesh = *leaf.mesh;
+    const miTransform& place = leaf.instanceRecord->tf;
+    const miVector start = interpolateVertices(mesh.points, triangle, hit);
+    const miVector end = mesh.deforms() ? interpolateVertices(mesh.endPoints, triangle, hit) : start;
+    if (leaf.placedInWorld) {
+        if (!leaf.transformMoves) return end - start;
+        return transformPoint(transformPoint(end, place.global_to_local), leaf.localToGlobalAtEnd) - start;
+    }
+    return transformPoint(end, leaf.localToGlobalAtEnd) - transformPoint(start, place.local_to_global);
+}
+
+/// dP/du and dP/dv of a triangle from its edges and texture coordinates; false where the coordinates span no
+/// area.
+bool derivativesFromTexture(const miVector& edge1, const miVector& edge2, const miVector& a,
+                            const miVector& b, const miVector& c, miVector& dPdu, miVector& dPdv) {
+    const float u1 = b.x - a.x, v1 = b.y - a.y, u2 = c.x - a.x, v2 = c.y - a.y;
+    const float determinant = u1 * v2 - u2 * v1;
+    if (std::abs(determinant) < 1e-20f) return false;
+    const float scale = 1.0f / determinant;
+    dPdu = scale * (v2 * edge1 - v1 * edge2);
+    dPdv = scale * (u1 * edge2 - u2 * edge1);
+    return true;
+}
+
+miTag materialOf(const Leaf& leaf, std::uint32_t triangle) {
+    const Mesh& mesh = *leaf.mesh;
+    if (!mesh.materials.empty() && !leaf.materialsOverride && mesh.materials[triangle])
+        return mesh.materials[triangle];
+    if (mesh.labels.empty() || mesh.labels[triangle] < 0) return leaf.materials[0];
+    // A label beyond the list takes its last entry.
+    return leaf
+        .materials[std::min(static_cast<std::uint32_t>(mesh.labels[triangle]), leaf.materialCount - 1)];
+}
+
+} // namespace
+
+void interpolateSurface(const Leaf& leaf, const Hit& hit, float time, SurfacePoint& point,
+                        miVector* textureCoordinates) {
+    const Mesh& mesh = *leaf.mesh;
+    const Mesh::Triangle& triangle = mesh.triangles[hit.triangle];
+    const Placement placement(leaf, time);
+    const auto [a, b, c] = cornersAt(mesh, triangle, time);
+    const miVector edge1 = b - a, edge2 = c - a;
+
+    point.point = placement.point(interpolate(a, b, c, hit.u, hit.v));
+    const miVector turn = cross(edge1, edge2);
+    // Mirroring turns the corners of a mesh that was placed in the world the other way round.
+    point.geometricNormal =
+        normalized(leaf.placedInWorld && leaf.mirrored ? -1.0f * turn : placement.normal(turn));
+    const miVector smooth = vertexNormal(mesh, triangle, hit);
+    point.normal = isNull(smooth) ? point.geometricNormal : normalized(placement.normal(smooth));
+
+    point.bary[0] = 1.0f - hit.u - hit.v;
+    point.bary[1] = hit.u;
+    point.bary[2] = hit.v;
+    point.bary[3] = 0.0f;
+    point.material = materialOf(leaf, hit.triangle);
+    point.label = leaf.label;
+    point.primitive = const_cast<Mesh::Triangle*>(&triangle);
+    point.moves = leaf.transformMoves || mesh.deforms();
+    point.motion = point.moves ? motionOf(leaf, triangle, hit) : miVector{0, 0, 0};
+
+    const auto spaces = static_cast<std::size_t>(mesh.textureSpaces);
+    point.textureSpaces = mesh.textureSpaces;
+    for (std::size_t space = 0; space < spaces; ++space)
+        textureCoordinates[space] = interpolate(mesh.textures[triangle[0] * spaces + space],
+                                                mesh.textures[triangle[1] * spaces + space],
+                                                mesh.textures[triangle[2] * spaces + space], hit.u, hit.v);
+
+    point.hasDerivatives = false;
+    point.dPdu = point.dPdv = point.bumpX = point.bumpY = {0, 0, 0};
+    if (!mesh.derivU.empty()) {
+        point.hasDerivatives = true;
+        point.dPdu = placement.objectVector(interpolateVertices(mesh.derivU, triangle, hit));
+        point.dPdv = placement.objectVector(interpolateVertices(mesh.derivV, triangle, hit));
+    } else if (spaces > 0) {
+        point.hasDerivatives = derivativesFromTexture(
+            placement.vector(edge1), placement.vector(edge2), mesh.textures[triangle[0] * spaces],
+            mesh.textures[triangle[1] * spaces], mesh.textures[triangle[2] * spaces], point.dPdu, point.dPdv);
+    }
+    if (!mesh.bumpX.empty()) {
+        point.bumpX = interpolateVertices(mesh.bumpX, triangle, hit);
+        point.bumpY = interpolateVertices(mesh.bumpY, triangle, hit);
+    }
+}
+
+} // namespace orca::geometry

@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "geometry/leaf.h"
+#include "geometry/ray.h"
+#include "geometry/surface_point.h"
+
+#include <shader.h>
+
+namespace orca::geometry {
+
+/// Interpolates the surface of a leaf at a hit, as SceneGeometry::surfaceAt promises. `time` is the shutter
+/// time that was traced: 0 where the picture is without motion blur.
+void interpolateSurface(const Leaf& leaf, const Hit& hit, float time, SurfacePoint& point,
+                        miVector* textureCoordinates);
+
+} // namespace orca::geometry

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "image/picture_file.h"
+
+#include <string>
+#include <vector>
+
+namespace orca::image {
+
+/// One channel of an EXR part, taken from a layer's pixels.
+struct ExrChannel {
+    enum class Storage { Half, Float, Label };
+    std::string name;
+    const Layer* layer;
+    int component; ///< of the layer's pixels
+    Storage storage;
+};
+
+struct ExrPart {
+    std::string name;
+    std::vector<ExrChannel> channels;
+    std::map<std::string, std::string> text;
+};
+
+/// Writes parts over the frame's window to `path`. `compression` is one of none, rle, zip, zips, piz, pxr24;
+/// empty means zips. Throws std::exception with the reason when it cannot.
+void writeExr(const std::string& path, const PictureFrame& frame, const std::vector<ExrPart>& parts,
+              const std::string& compression);
+
+/// Bare channel names by data type: R G B A, X Y Z, Z for depth, A for alpha, Y for other scalars and labels.
+[[nodiscard]] std::vector<std::string> bareChannelNames(const Buffer& buffer);
+
+} // namespace orca::image

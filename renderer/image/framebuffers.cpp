@@ -1,0 +1,274 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "image/framebuffers.h"
+
+#include "image/image_types.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace orca::image {
+
+namespace {
+
+constexpr const char* module = "IMG";
+
+/// What the renderer can fill a buffer of this type with.
+MainSource sourceOf(miImg_type type) {
+    if (isColor(type)) return MainSource::Color;
+    switch (type) {
+    case miIMG_TYPE_A:
+    case miIMG_TYPE_A_16:
+    case miIMG_TYPE_A_H:
+    case miIMG_TYPE_A_FP:
+        return MainSource::Alpha;
+    case miIMG_TYPE_S:
+    case miIMG_TYPE_S_16:
+    case miIMG_TYPE_S_FP:
+        return MainSource::Intensity;
+    case miIMG_TYPE_Z:
+        return MainSource::Depth;
+    case miIMG_TYPE_N:
+        return MainSource::Normal;
+    case miIMG_TYPE_M:
+        return MainSource::Motion;
+    case miIMG_TYPE_TAG:
+        return MainSource::Label;
+    case miIMG_TYPE_COVERAGE:
+        return MainSource::Coverage;
+    default:
+        return MainSource::None;
+    }
+}
+
+/// Colours and scalars belong to shaders unless the scene says otherwise; depth, normals, motion, labels and
+/// coverage to the renderer.
+bool isUserByDefault(miImg_type type) {
+    const MainSource source = sourceOf(type);
+    return source == MainSource::Color || source == MainSource::Alpha || source == MainSource::Intensity;
+}
+
+/// A number from 1 to 100; words of other renderers ("high") have no meaning here and give 0.
+int qualityOf(const std::string& text) {
+    int quality = 0;
+    std::from_chars(text.data(), text.data() + text.size(), quality);
+    return std::clamp(quality, 0, 100);
+}
+
+constexpr const char* typeHelp =
+    "use one of rgb, rgba, a, s (with _16, _h or _fp where wanted), rgbe, z, n, m, tag, coverage";
+
+} // namespace
+
+FramebufferSet::FramebufferSet(scene::Messages& messages) : editable_(true), messages_(messages) {
+    reset();
+}
+
+FramebufferSet::FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options,
+                               scene::Messages& messages)
+    : messages_(messages) {
+    reset();
+    std::vector<std::string> mayBePrimary;
+    for (const scene::FramebufferDefinition& statement : camera.framebuffers) {
+        addStatement(statement);
+        if (!statement.user.value_or(false)) mayBePrimary.push_back(statement.name);
+    }
+    for (const scene::NumberedFramebuffer& statement : options.framebuffers) addNumbered(statement);
+    choosePrimary(mayBePrimary);
+    for (const scene::OutputStatement& statement : camera.outputs) addOutput(statement);
+    placeInSample();
+}
+
+Buffer& FramebufferSet::add(std::string name, miImg_type type) {
+    Buffer buffer;
+    buffer.name = std::move(name);
+    buffer.type = type;
+    buffer.components = componentCount(type);
+    buffer.filtering = isFiltered(type);
+    indexOf_[buffer.name] = buffers_.size();
+    buffers_.push_back(std::move(buffer));
+    return buffers_.back();
+}
+
+void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement) {
+    const miImg_type type = imageType(statement.datatype);
+    if (type == miIMG_TYPE_INVALID) {
+        messages_.errorAt(statement.place, module,
+                          "frame buffer \"{}\" has the unsupported data type \"{}\": {}", statement.name,
+                          statement.datatype, typeHelp);
+        return;
+    }
+    Buffer& buffer = add(statement.name, type);
+    buffer.primary = statement.primary;
+    if (buffer.primary && !isColor(type)) {
+        messages_.errorAt(
+            statement.place, module,
+            "frame buffer \"{}\" is marked primary but holds \"{}\": the primary buffer must be a colour",
+            statement.name, statement.datatype);
+        buffer.primary = false;
+    }
+    if (buffer.primary && primary_ != 0) {
+        messages_.warningAt(
+            statement.place, module,
+            "frame buffer \"{}\" is marked primary like \"{}\" before it, which stays the primary one",
+            statement.name, buffers_[static_cast<std::size_t>(primary_)].name);
+        buffer.primary = false;
+    }
+    if (buffer.primary) primary_ = static_cast<int>(buffers_.size()) - 1;
+    buffer.user = !buffer.primary && statement.user.value_or(isUserByDefault(type));
+    buffer.source = buffer.user ? MainSource::None : sourceOf(type);
+    if (statement.filtering) buffer.filtering = *statement.filtering;
+    if (buffer.filtering && type == miIMG_TYPE_TAG) {
+        messages_.warningAt(statement.place, module,
+                            "labels in frame buffer \"{}\" are not filtered: "
+                            "the mean of two labels is a third one",
+                            statement.name);
+        buffer.filtering = false;
+    }
+    buffer.useOpacity = statement.useopacity;
+    buffer.premultiplied = statement.premultiplied.value_or(buffer.primary);
+    buffer.filename = statement.filename;
+    buffer.filetype = statement.filetype;
+    buffer.compression = statement.compression;
+    buffer.quality = qualityOf(statement.quality);
+}
+
+void FramebufferSet::addNumbered(const scene::NumberedFramebuffer& statement) {
+    std::string name = "fb" + std::to_string(statement.number);
+    if (find(name)) {
+        messages_.warningAt(
+            statement.place, module,
+            "frame buffer {} of the options is the camera's frame buffer \"{}\", which stays as it is",
+            statement.number, name);
+        return;
+    }
+    const miImg_type type = imageType(statement.datatype);
+    if (type == miIMG_TYPE_INVALID) {
+        messages_.errorAt(statement.place, module, "frame buffer {} has the unsupported data type \"{}\": {}",
+                          statement.number, statement.datatype, typeHelp);
+        return;
+    }
+    Buffer& buffer = add(std::move(name), type);
+    buffer.user = true;
+    buffer.filtering = statement.interpolate.value_or(buffer.filtering) && type != miIMG_TYPE_TAG;
+}
+
+void FramebufferSet::choosePrimary(const std::vector<std::string>& mayBePrimary) {
+    if (primary_ == 0) {
+        for (std::size_t i = 1; i < buffers_.size() && primary_ == 0; ++i) {
+            const bool offered =
+                std::find(mayBePrimary.begin(), mayBePrimary.end(), buffers_[i].name) != mayBePrimary.end();
+            if (offered && isColor(buffers_[i].type)) primary_ = static_cast<int>(i);
+        }
+    }
+    if (primary_ == 0) {
+        std::string name = "rgba";
+        while (find(name)) name += '_';
+        add(name, miIMG_TYPE_RGBA_FP).hidden = true;
+        primary_ = static_cast<int>(buffers_.size()) - 1;
+    }
+    Buffer& primary = buffers_[static_cast<std::size_t>(primary_)];
+    primary.primary = true;
+    primary.user = false;
+    primary.premultiplied = true;
+    primary.source = MainSource::Color;
+}
+
+void FramebufferSet::addOutput(const scene::OutputStatement& statement) {
+    for (const scene::OutputStatement::Buffer& wanted : statement.buffers) {
+        miImg_type type = imageType(wanted.name);
+        Buffer* buffer = findForChange(wanted.name.c_str());
+        if (buffer) {
+            type = buffer->type;
+        } else if (isColor(type)) {
+            buffer = &buffers_[static_cast<std::size_t>(primary_)];
+        } else if (type != miIMG_TYPE_INVALID) {
+            const auto main = std::find_if(buffers_.begin() + 1, buffers_.end(), [&](const Buffer& other) {
+                return other.source == sourceOf(type);
+            });
+            buffer = main != buffers_.end() ? &*main : &add(wanted.name, type);
+            buffer->source = sourceOf(type);
+        } else {
+            messages_.errorAt(
+                statement.place, module,
+                "output statement asks for \"{}\", which is neither a frame buffer of the camera nor a "
+                "supported data type: {}",
+                wanted.name, typeHelp);
+            continue;
+        }
+        if (wanted.interpolate && buffer->type != miIMG_TYPE_TAG) buffer->filtering = *wanted.interpolate;
+        if (statement.shaders.empty() && !statement.filename.empty())
+            buffer->outputs.push_back({statement.filename, statement.filetype, type});
+    }
+}
+
+void FramebufferSet::placeInSample() {
+    words_ = 0;
+    for (Buffer& buffer : buffers_) {
+        buffer.sampleOffset = words_;
+        words_ += buffer.components;
+    }
+}
+
+const Buffer* FramebufferSet::find(std::string_view name) const {
+    const auto found = indexOf_.find(name);
+    return found == indexOf_.end() ? nullptr : &buffers_[found->second];
+}
+
+Buffer* FramebufferSet::findForChange(const char* name) {
+    return name ? const_cast<Buffer*>(find(name)) : nullptr;
+}
+
+bool FramebufferSet::get_index(const char* name, size_t& index) const {
+    if (!name) return false;
+    const auto found = indexOf_.find(std::string_view(name));
+    if (found == indexOf_.end()) return false;
+    index = found->second;
+    return true;
+}
+
+bool FramebufferSet::get_buffercount(size_t& count) const {
+    count = buffers_.size() - 1;
+    return true;
+}
+
+bool FramebufferSet::get_buffername(size_t n, const char*& name) const {
+    if (n + 1 >= buffers_.size()) return false;
+    name = buffers_[n + 1].name.c_str();
+    return true;
+}
+
+bool FramebufferSet::get_datatype(size_t n, miImg_type& type) const {
+    if (n + 1 >= buffers_.size()) return false;
+    type = buffers_[n + 1].type;
+    return true;
+}
+
+bool FramebufferSet::remove(const char* name) {
+    if (!editable_ || !findForChange(name)) return false;
+    const std::size_t index = indexOf_.find(std::string_view(name))->second;
+    buffers_.erase(buffers_.begin() + static_cast<std::ptrdiff_t>(index));
+    indexOf_.clear();
+    for (std::size_t i = 1; i < buffers_.size(); ++i) indexOf_[buffers_[i].name] = i;
+    placeInSample();
+    return true;
+}
+
+void FramebufferSet::reset() {
+    if (!buffers_.empty() && !editable_) return;
+    buffers_.clear();
+    indexOf_.clear();
+    Buffer& scratch = buffers_.emplace_back();
+    scratch.hidden = true;
+    placeInSample();
+}
+
+void FramebufferSet::echo() const {
+    for (std::size_t i = 1; i < buffers_.size(); ++i) {
+        const Buffer& buffer = buffers_[i];
+        messages_.info(module, "frame buffer {} \"{}\": {}, {}{}{}", i, buffer.name,
+                       imageTypeWord(buffer.type), buffer.filtering ? "filtered" : "one sample",
+                       buffer.primary ? ", primary" : "", buffer.user ? ", user" : "");
+    }
+}
+
+} // namespace orca::image

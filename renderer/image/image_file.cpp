@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "image/image_file.h"
+
+#include "image/exr_file.h"
+#include "image/file_in_place.h"
+#include "image/image_types.h"
+
+#include <OpenImageIO/imageio.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace orca::image {
+
+namespace {
+
+/// Pixels of the whole picture, rows top down.
+struct Raster {
+    int width, height, channels;
+    std::vector<float> values;
+
+    Raster(const PictureFrame& frame, int channelCount)
+        : width(frame.width),
+          height(frame.height),
+          channels(channelCount),
+          values(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) *
+                 static_cast<std::size_t>(channelCount)) {}
+    float* pixel(int x, int y) {
+        return values.data() + (static_cast<std::size_t>(height - 1 - y) * static_cast<std::size_t>(width) +
+                                static_cast<std::size_t>(x)) *
+                                   static_cast<std::size_t>(channels);
+    }
+};
+
+Raster rasterOf(const PictureFrame& frame, const Layer& layer, int channels) {
+    Raster raster(frame, channels);
+    const int components = layer.buffer->components;
+    const float* from = layer.pixels.data();
+    for (int y = frame.window.yl; y <= frame.window.yh; ++y) {
+        for (int x = frame.window.xl; x <= frame.window.xh; ++x, from += components)
+            std::copy_n(from, std::min(channels, components), raster.pixel(x, y));
+    }
+    return raster;
+}
+
+OIIO::TypeDesc fileType(miImg_type type, const std::string& format) {
+    const bool holdsFloats = format == "tiff" || format == "hdr";
+    switch (storageOf(type)) {
+    case Storage::Word:
+        return OIIO::TypeDesc::UINT16;
+    case Storage::Half:
+    case Storage::Float:
+        return holdsFloats ? OIIO::TypeDesc::FLOAT : OIIO::TypeDesc::UINT8;
+    case Storage::Label:
+        return OIIO::TypeDesc::UINT32;
+    case Storage::Byte:
+        break;
+    }
+    return OIIO::TypeDesc::UINT8;
+}
+
+template <class Operation>
+void forEachColor(Raster& raster, Operation operation) {
+    const int colors = raster.channels == 2 || raster.channels == 4 ? raster.channels - 1 : raster.channels;
+    for (std::size_t i = 0; i < raster.values.size(); i += static_cast<std::size_t>(raster.channels))
+        for (int c = 0; c < colors; ++c) operation(raster.values[i + static_cast<std::size_t>(c)]);
+}
+
+bool writeRaster(const std::string& path, const std::string& format, OIIO::ImageSpec spec,
+                 const Raster& raster, OIIO::TypeDesc pixelType, scene::Messages& messages) {
+    const auto refuse = [&](const std::string& why) {
+        messages.error("IMG", "cannot write \"{}\": {}", path, why);
+        return false;
+    };
+    const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(format);
+    if (!output) return refuse(OIIO::geterror());
+    FileInPlace target(path);
+    if (!output->open(target.temporaryPath(), spec)) return refuse(output->geterror());
+    if (!output->write_image(pixelType, raster.values.data())) return refuse(output->geterror());
+    if (!output->close()) return refuse(output->geterror());
+    try {
+        target.commit();
+    } catch (const std::exception& failure) {
+        return refuse(failure.what());
+    }
+    messages.say(scene::Level::Progress, "IMG", "wrote \"{}\"", path);
+    return true;
+}
+
+/// Channels that a format takes of those that a buffer has.
+int fileChannels(const std::string& format, const Buffer& buffer) {
+    const int channels = static_cast<int>(bareChannelNames(buffer).size());
+    const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(format);
+    return channels == 4 && output && !output->supports("alpha") ? 3 : channels;
+}
+
+/// The display curve of IEC 61966-2-1.
+float sRgb(float linear) {
+    const float value = std::clamp(linear, 0.0f, 1.0f);
+    return value <= 0.0031308f ? 12.92f * value : 1.055f * std::pow(value, 1.0f / 2.4f) - 0.055f;
+}
+
+/// Maps the finite values that are not 0 (where nothing was hit) onto 0..1.
+void stretchToRange(Raster& raster) {
+    float least = std::numeric_limits<float>::max(), most = std::numeric_limits<float>::lowest();
+    for (const float value : raster.values) {
+        if (!std::isfinite(value) || value == 0.0f) continue;
+        least = std::min(least, value);
+        most = std::max(most, value);
+    }
+    if (most <= 1.0f && least >= 0.0f) return;
+    const float extent = most > least ? most - least : 1.0f;
+    for (float& value : raster.values) value = value == 0.0f ? 0.0f : (value - least) / extent;
+}
+
+} // namespace
+
+std::optional<std::string> writableFormat(std::string word) {
+    if (!word.empty() && word.front() == '.') word.erase(0, 1);
+    std::transform(word.begin(), word.end(), word.begin(), [](unsigned char c) { return std::tolower(c); });
+    if (word.empty()) return {};
+    if (word == "exr") return "openexr";
+    if (word == "tifu") word = "tif";
+    const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create("name." + word);
+    if (output) return output->format_name();
+    static_cast<void>(OIIO::geterror()); // clears it
+    return {};
+}
+
+bool writeImageFile(const std::string& path, const std::string& format, const PictureFrame& frame,
+                    const Layer& layer, miImg_type type, scene::Messages& messages) {
+    const OIIO::TypeDesc stored = fileType(type, format);
+    if (stored == OIIO::TypeDesc::UINT32 && format != "tiff") {
+        messages.error("IMG",
+                       "cannot write \"{}\": frame buffer \"{}\" holds labels, which only exr and tif files "
+                       "can hold",
+                       path, layer.buffer->name);
+        return false;
+    }
+    Raster raster = rasterOf(frame, layer, fileChannels(format, *layer.buffer));
+    const bool integers = stored == OIIO::TypeDesc::UINT8 || stored == OIIO::TypeDesc::UINT16;
+    if (integers) {
+        for (float& value : raster.values) value = std::isnan(value) ? 0.0f : std::clamp(value, 0.0f, 1.0f);
+        if (isColor(type) && frame.gamma > 0.0f && frame.gamma != 1.0f)
+            forEachColor(raster, [&](float& value) { value = std::pow(value, 1.0f / frame.gamma); });
+    }
+    OIIO::ImageSpec spec(raster.width, raster.height, raster.channels, stored);
+    if (format == "tiff") spec["compression"] = layer.buffer->compression == "none" ? "none" : "zip";
+    if (layer.buffer->quality > 0) spec["CompressionQuality"] = layer.buffer->quality;
+    spec["PixelAspectRatio"] = frame.pixelAspect;
+    for (const auto& [key, text] : frame.text) spec["orca:" + key] = text;
+    const bool labels = stored == OIIO::TypeDesc::UINT32;
+    return writeRaster(path, format, spec, raster, labels ? OIIO::TypeDesc::UINT32 : OIIO::TypeDesc::FLOAT,
+                       messages);
+}
+
+bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer,
+                  scene::Messages& messages) {
+    const auto format = writableFormat(
+        path.substr(path.find_last_of('.') == std::string::npos ? path.size() : path.find_last_of('.')));
+    if (!format || *format == "openexr") {
+        messages.error("IMG", "cannot write \"{}\": its extension names no 8-bit picture format; use .png",
+                       path);
+        return false;
+    }
+    const bool color = isColor(layer.buffer->type);
+    Raster raster = rasterOf(frame, layer, color ? 3 : layer.buffer->components);
+    if (color) {
+        forEachColor(raster, [](float& value) { value = sRgb(value); });
+    } else if (raster.channels == 3) {
+        forEachColor(raster, [](float& value) { value = std::clamp(0.5f * value + 0.5f, 0.0f, 1.0f); });
+    } else {
+        if (layer.buffer->type == miIMG_TYPE_TAG) {
+            for (float& value : raster.values) {
+                std::uint32_t label;
+                std::memcpy(&label, &value, sizeof label);
+                value = static_cast<float>(label);
+            }
+        }
+        stretchToRange(raster);
+    }
+    const OIIO::ImageSpec spec(raster.width, raster.height, raster.channels, OIIO::TypeDesc::UINT8);
+    return writeRaster(path, *format, spec, raster, OIIO::TypeDesc::FLOAT, messages);
+}
+
+} // namespace orca::image

@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "shading/shader_libraries.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace orca::shading {
+
+bool ShaderLibraries::load(const std::string& file, const std::vector<std::string>& searchPaths,
+                           const scene::Place& place, scene::Messages& messages) {
+    namespace fs = std::filesystem;
+    std::vector<std::string> candidates;
+    if (file.find('/') != std::string::npos) {
+        candidates.push_back(file);
+    } else {
+        for (const std::string& directory : searchPaths)
+            candidates.push_back((fs::path(directory) / file).string());
+    }
+
+    std::string tried;
+    for (const std::string& candidate : candidates) {
+        std::error_code ignored;
+        if (!fs::exists(candidate, ignored)) {
+            tried += "\n  " + candidate + ": no such file";
+            continue;
+        }
+        // A path with a slash, so that the loader takes this very file.
+        const std::string path = fs::absolute(candidate, ignored).string();
+        void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+        if (!handle) {
+            const char* const reason = dlerror();
+            tried += "\n  " + (reason ? std::string(reason) : path + ": cannot be loaded");
+            continue;
+        }
+        const bool known = std::any_of(libraries_.begin(), libraries_.end(),
+                                       [&](const Library& library) { return library.handle == handle; });
+        if (known) dlclose(handle);
+        else libraries_.push_back({path, handle});
+        return true;
+    }
+    if (candidates.empty()) tried = "\n  the library path is empty";
+    messages.errorAt(place, "SHDR", "cannot load the shader library \"{}\"; tried:{}", file, tried);
+    return false;
+}
+
+ShaderLibraries::Symbol ShaderLibraries::find(const std::string& name) const {
+    for (const Library& library : libraries_)
+        if (void* const address = dlsym(library.handle, name.c_str())) return {address, &library.path};
+    return {};
+}
+
+void* ShaderLibraries::findIn(const std::string& library, const std::string& name) const {
+    for (const Library& candidate : libraries_)
+        if (candidate.path == library) return dlsym(candidate.handle, name.c_str());
+    return nullptr;
+}
+
+std::vector<std::string> ShaderLibraries::paths() const {
+    std::vector<std::string> all;
+    for (const Library& library : libraries_) all.push_back(library.path);
+    return all;
+}
+
+std::string ShaderLibraries::list() const {
+    std::string text;
+    for (const Library& library : libraries_) text += (text.empty() ? "" : ", ") + library.path;
+    return text.empty() ? "none is linked" : text;
+}
+
+} // namespace orca::shading

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "shading/shader_runtime.h"
+
+#include "shading/runtime_implementation.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+namespace orca::shading {
+
+ShaderRuntime::ShaderRuntime(scene::Database& database, scene::Messages& messages)
+    : database_(database), messages_(messages), implementation_(std::make_unique<Implementation>()) {
+}
+
+ShaderRuntime::~ShaderRuntime() = default;
+
+bool ShaderRuntime::loadLibrary(const std::string& file, const std::vector<std::string>& searchPaths,
+                                const scene::Place& place) {
+    return implementation_->libraries.load(file, searchPaths, place, messages_);
+}
+
+miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miState* state, BoundShader* bound,
+                                                    const BoundShader* end, void* argument) {
+    if (!bound) return miFALSE;
+
+    CallContext& context = contextOf(state);
+    const CallScope scope(state, context);
+    context.callType = type;
+    const EvaluationArena::Mark mark = context.arena.mark();
+    miBoolean value = miFALSE;
+    try {
+        for (; bound != end; bound = bound->next) {
+            value = miFALSE;
+            if (!bound->entry) continue;
+            state->shader = bound->function;
+            if (!bound->ready.load(std::memory_order_acquire) && !initialise(*bound, state))
+                continue;
+            value = bound->entry(result, state, bound->parameters, argument);
+            context.arena.release(mark);
+        }
+    } catch (...) {
+        countException(*bound, context);
+        if (caching && type != miSHADER_TEXTURE) context.cache.endCall();
+        throw;
+    }
+    if (caching && type != miSHADER_TEXTURE) context.cache.flush(state);
+    return value;
+}
+
+miBoolean ShaderRuntime::call(void* result, int type, miState* state, miTag shader, void* argument) {
+    return implementation_->callRange(result, type, state, implementation_->find(shader), nullptr, argument);
+}
+
+miBoolean ShaderRuntime::callOne(void* result, int type, miState* state, miTag shader, void* argument) {
+    BoundShader* const bound = implementation_->find(shader);
+    return implementation_->callRange(result, type, state, bound, bound ? bound->next : nullptr, argument);
+}
+
+miTag ShaderRuntime::next(miTag shader) const {
+    const BoundShader* const bound = implementation_->find(shader);
+    return bound && bound->next ? bound->next->tag : miNULLTAG;
+}
+
+void* ShaderRuntime::evaluate(miState* state, void* parameter) {
+    const BoundShader* const bound = boundOf(state->shader);
+    if (!bound || state->shader->ghost_offs == 0) return parameter;
+    const auto ghost = *reinterpret_cast<const std::uint32_t*>(static_cast<const char*>(parameter) +
+                                                               state->shader->ghost_offs);
+    if (ghost == 0 || ghost > bound->parameterOwner->connections.size()) return parameter;
+    const scene::Connection& connection = bound->parameterOwner->connection(ghost);
+
+    CallContext& context = contextOf(state);
+    BoundShader* const source = implementation_->find(connection.source);
+    const auto offset = static_cast<std::size_t>(connection.memberOffset);
+    // Room for a whole matrix behind the member, so that a source that is gone still gives readable zeros.
+    const std::size_t size = std::max(source ? source->resultSize : 0, offset + sizeof(miMatrix));
+
+    char* result = nullptr;
+    if (implementation_->caching) {
+        if (void* const cached = context.cache.find(state, connection.source))
+            return static_cast<char*>(cached) + offset;
+        result = static_cast<char*>(context.cache.add(state, connection.source, size));
+    } else {
+        result = static_cast<char*>(context.arena.allocate(size));
+    }
+    call(result, miSHADER_TEXTURE, state, connection.source);
+    return result + offset;
+}
+
+void ShaderRuntime::setCaching(bool on) {
+    implementation_->caching = on;
+}
+
+void ShaderRuntime::flushCache(miState* state) {
+    if (implementation_->caching) contextOf(state).cache.flush(state);
+}
+
+void** ShaderRuntime::userPointer(const miFunction* function) {
+    BoundShader* const bound = boundOf(function);
+    return bound ? &bound->userPointer : nullptr;
+}
+
+void** ShaderRuntime::threadPointer(const miFunction* function, int thread) {
+    BoundShader* const bound = boundOf(function);
+    if (!bound || thread < 0 || thread >= BoundShader::threadSlots) return nullptr;
+    BoundShader::ThreadPointers* pointers = bound->threadPointers.load(std::memory_order_acquire);
+    if (!pointers) {
+        auto made = std::make_unique<BoundShader::ThreadPointers>();
+        made->fill(nullptr);
+        if (bound->threadPointers.compare_exchange_strong(pointers, made.get(), std::memory_order_acq_rel))
+            pointers = made.release();
+    }
+    return &(*pointers)[static_cast<std::size_t>(thread)];
+}
+
+miTag ShaderRuntime::tagOf(const miFunction* function) const {
+    const BoundShader* const bound = boundOf(function);
+    return bound ? bound->tag : miNULLTAG;
+}
+
+miLock* ShaderRuntime::instanceLock(const miFunction* function) {
+    BoundShader* const bound = boundOf(function);
+    return bound ? &bound->lock : nullptr;
+}
+
+miLock* ShaderRuntime::shaderLock(const miFunction* function) {
+    BoundShader* const bound = boundOf(function);
+    return bound ? &bound->code->lock : nullptr;
+}
+
+int ShaderRuntime::resultSize(const miFunction* function) const {
+    const BoundShader* const bound = boundOf(function);
+    return bound ? static_cast<int>(bound->resultSize) : 0;
+}
+
+bool ShaderRuntime::isBound(miTag shader) const {
+    const BoundShader* const bound = implementation_->find(shader);
+    return bound && bound->entry;
+}
+
+std::vector<std::string> ShaderRuntime::libraries() const {
+    return implementation_->libraries.paths();
+}
+
+} // namespace orca::shading

@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pictures.h"
+
+#include <OpenEXR/ImfChannelList.h>
+#include <OpenEXR/ImfFrameBuffer.h>
+#include <OpenEXR/ImfHeader.h>
+#include <OpenEXR/ImfInputPart.h>
+#include <OpenEXR/ImfMultiPartInputFile.h>
+#include <OpenEXR/ImfStringAttribute.h>
+#include <OpenImageIO/imageio.h>
+
+#include <cmath>
+
+namespace orca::image::test {
+
+namespace {
+
+std::vector<std::string> channelsOf(const Imf::Header& header) {
+    std::vector<std::string> names;
+    for (auto channel = header.channels().begin(); channel != header.channels().end(); ++channel)
+        names.emplace_back(channel.name());
+    return names;
+}
+
+/// One channel read back, as floats, rows top down over the data window.
+std::vector<float> readChannel(Imf::MultiPartInputFile& file, int part, const char* name) {
+    Imf::InputPart input(file, part);
+    const Imath::Box2i window = input.header().dataWindow();
+    const auto width = static_cast<std::size_t>(window.max.x - window.min.x + 1);
+    std::vector<float> values(width * static_cast<std::size_t>(window.max.y - window.min.y + 1));
+    Imf::FrameBuffer slices;
+    slices.insert(name,
+                  Imf::Slice::Make(Imf::FLOAT, values.data(), window, sizeof(float), sizeof(float) * width));
+    input.setFrameBuffer(slices);
+    input.readPixels(window.min.y, window.max.y);
+    return values;
+}
+
+void addPasses(scene::CameraElement& camera) {
+    camera.framebuffers = {
+        definition("depth", "z"), definition("main", "rgba_fp"),         definition("diffuse", "rgba_fp"),
+        definition("n", "n"),     definition("shadowLuminance", "s_fp"), definition("label", "tag")};
+    camera.framebuffers[1].primary = true;
+}
+
+struct CameraWithPasses {
+    CameraWithPasses() { addPasses(camera); }
+    scene::CameraElement camera;
+};
+
+TEST(LayeredExr, HoldsEveryLayerAsAPartWithQualifiedChannels) {
+    const TemporaryDirectory directory;
+    QuietMessages messages;
+    PictureFrame frame = wholeFrame(7, 5);
+    frame.text = {{"scene", "still.mi"}};
+    frame.layerText["diffuse"] = {{"passType", "5"}};
+    const Picture picture(CameraWithPasses().camera, frame, messages);
+    const std::string path = directory.file("a.exr");
+    ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers, PartLayout::MultiPart, messages))
+        << messages.text();
+    EXPECT_EQ(directory.fileCount(), 1u); // nothing temporary is left
+
+    Imf::MultiPartInputFile file(path.c_str());
+    ASSERT_EQ(file.parts(), 6);
+    using Names = std::vector<std::string>;
+    EXPECT_EQ(file.header(0).name(), "beauty");
+    EXPECT_EQ(channelsOf(file.header(0)), (Names{"A", "B", "G", "R"}));
+    EXPECT_EQ(channelsOf(file.header(1)), (Names{"depth.Z"}));
+    EXPECT_EQ(file.header(2).name(), "diffuse");
+    EXPECT_EQ(channelsOf(file.header(2)), (Names{"diffuse.A", "diffuse.B", "diffuse.G", "diffuse.R"}));
+    EXPECT_EQ(channelsOf(file.header(3)), (Names{"n.X", "n.Y", "n.Z"}));
+    EXPECT_EQ(channelsOf(file.header(4)), (Names{"shadowLuminance.Y"}));
+    EXPECT_EQ(file.header(0).channels()["R"].type, Imf::HALF);
+    EXPECT_EQ(file.header(1).channels()["depth.Z"].type, Imf::FLOAT);
+    EXPECT_EQ(file.header(5).channels()["label.Y"].type, Imf::UINT);
+    EXPECT_EQ(file.header(2).typedAttribute<Imf::StringAttribute>("passType").value(), "5");
+    EXPECT_EQ(file.header(0).typedAttribute<Imf::StringAttribute>("scene").value(), "still.mi");
+
+    const std::vector<float> depth = readChannel(file, 1, "depth.Z");
+    const Buffer& buffer = *picture.set.find("depth");
+    EXPECT_FLOAT_EQ(depth.front(), picture.value(buffer, 0, 4, 0)); // the file begins at the top
+    EXPECT_FLOAT_EQ(depth.back(), picture.value(buffer, 6, 0, 0));
+    const std::vector<float> green = readChannel(file, 2, "diffuse.G");
+    EXPECT_NEAR(green[1], picture.value(*picture.set.find("diffuse"), 1, 4, 1), 0.25f);
+    EXPECT_EQ(readChannel(file, 5, "label.Y")[3], 4003.0f);
+}
+
+TEST(LayeredExr, KeepsThePlaceOfARenderedWindowInOneOrManyParts) {
+    const TemporaryDirectory directory;
+    QuietMessages messages;
+    PictureFrame frame = wholeFrame(20, 10);
+    frame.window = {3, 2, 7, 4};
+    const Picture picture(CameraWithPasses().camera, frame, messages);
+    for (const PartLayout layout : {PartLayout::MultiPart, PartLayout::SinglePart}) {
+        const std::string path = directory.file("w.exr");
+        ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers, layout, messages)) << messages.text();
+        Imf::MultiPartInputFile file(path.c_str());
+        EXPECT_EQ(file.header(0).displayWindow(), Imath::Box2i({0, 0}, {19, 9}));
+        EXPECT_EQ(file.header(0).dataWindow(), Imath::Box2i({3, 5}, {7, 7}));
+        const int part = layout == PartLayout::MultiPart ? 1 : 0;
+        EXPECT_FLOAT_EQ(readChannel(file, part, "depth.Z").front(),
+                        picture.value(*picture.set.find("depth"), 3, 4, 0));
+        EXPECT_EQ(file.parts(), layout == PartLayout::MultiPart ? 6 : 1);
+        if (layout == PartLayout::SinglePart) {
+            EXPECT_TRUE(file.header(0).channels().findChannel("R"));
+            EXPECT_TRUE(file.header(0).channels().findChannel("n.X"));
+        }
+    }
+}
+
+TEST(LayeredExr, GivesThePictureItsOwnNameWhereAPassIsCalledBeauty) {
+    scene::CameraElement camera;
+    addPasses(camera);
+    camera.framebuffers.push_back(definition("beauty", "rgba_fp"));
+    QuietMessages messages;
+    const FramebufferSet set(camera, scene::OptionsElement(), messages);
+    const std::vector<PartDescription> parts = describeParts(layeredBuffers(set));
+    EXPECT_EQ(parts.front().name, "main");
+    EXPECT_EQ(parts.front().channels.front(), "R");
+    EXPECT_EQ(parts.back().name, "beauty");
+    EXPECT_EQ(parts.back().channels.front(), "beauty.R");
+}
+
+TEST(LayeredExr, KeepsBrightColoursFinite) {
+    const TemporaryDirectory directory;
+    QuietMessages messages;
+    scene::CameraElement camera;
+    camera.framebuffers = {definition("main", "rgba_fp")};
+    const FramebufferSet set(camera, scene::OptionsElement(), messages);
+    const float pixel[] = {1e9f, -1e9f, 0.5f, 1.0f};
+    const Layer layer{&set.buffers()[1], pixel};
+    ASSERT_TRUE(writeLayeredExr(directory.file("h.exr"), wholeFrame(1, 1), {&layer, 1}, PartLayout::MultiPart,
+                                messages));
+    Imf::MultiPartInputFile file(directory.file("h.exr").c_str());
+    EXPECT_EQ(readChannel(file, 0, "R")[0], 65504.0f);
+    EXPECT_EQ(readChannel(file, 0, "G")[0], -65504.0f);
+}
+
+TEST(Files, ThatCannotBeWrittenAreFoundBeforeRendering) {
+    const TemporaryDirectory directory;
+    QuietMessages messages;
+    EXPECT_TRUE(canWrite(directory.file("good.exr"), messages));
+    EXPECT_EQ(directory.fileCount(), 0u);
+    EXPECT_FALSE(canWrite(directory.file("missing/a.exr"), messages));
+    EXPECT_FALSE(canWrite(directory.path(), messages));
+    EXPECT_FALSE(canWrite("/proc/orca.exr", messages));
+    EXPECT_FALSE(canWrite(directory.file("huge.exr"), messages, std::uint64_t{1} << 60));
+    EXPECT_EQ(messages.count(scene::Level::Error), 4);
+    EXPECT_NE(messages.text().find("missing\" does not exist; create it or choose another"),
+              std::string::npos);
+
+    const Picture picture(CameraWithPasses().camera, wholeFrame(2, 2), messages);
+    EXPECT_FALSE(writeLayeredExr(directory.file("missing/a.exr"), picture.frame, picture.layers,
+                                 PartLayout::MultiPart, messages));
+}
+
+struct BufferFiles : ::testing::Test {
+    TemporaryDirectory directory;
+    QuietMessages messages;
+    scene::CameraElement camera;
+    PictureFrame frame = wholeFrame(2, 2);
+    /// Bottom row red and half red, top row green and blue, each with alpha 1.
+    const std::vector<float> pixels{1, 0, 0, 1, 0.5f, 0, 0, 1, 0, 1, 0, 1, 0, 0, 2, 1};
+
+    std::vector<unsigned char> written(const std::string& name, int& channels) {
+        const auto input = OIIO::ImageInput::open(directory.file(name));
+        if (!input) return {};
+        channels = input->spec().nchannels;
+        std::vector<unsigned char> bytes(static_cast<std::size_t>(4 * channels));
+        input->read_image(0, 0, 0, channels, OIIO::TypeDesc::UINT8, bytes.data());
+        return bytes;
+    }
+    bool write() {
+        const FramebufferSet set(camera, scene::OptionsElement(), messages);
+        const Layer layer{&set.buffers()[1], pixels};
+        return writeBufferFiles(directory.path(), frame, {&layer, 1}, messages);
+    }
+};
+
+TEST_F(BufferFiles, PngIsTopDownClampedAndGammaCorrected) {
+    frame.gamma = 2.0f;
+    scene::FramebufferDefinition& main = camera.framebuffers.emplace_back(definition("main", "rgba"));
+    main.filename = "p.png";
+    camera.outputs.push_back({{{"rgb", {}}}, "jpg", "p.jpg", {}, {}});
+    ASSERT_TRUE(write()) << messages.text();
+    int channels = 0;
+    const std::vector<unsigned char> png = written("p.png", channels);
+    ASSERT_EQ(channels, 4);
+    const std::vector<unsigned char> expected{0,   255, 0, 255, 0,   0, 255, 255,
+                                              255, 0,   0, 255, 180, 0, 0,   255}; // 0.5 ^ (1/2) = 0.707
+    EXPECT_EQ(png, expected);
+    EXPECT_FALSE(written("p.jpg", channels).empty());
+    EXPECT_EQ(channels, 3);
+}
+
+TEST_F(BufferFiles, UnknownFormatsBecomeExrWithAWarning) {
+    scene::FramebufferDefinition& main = camera.framebuffers.emplace_back(definition("main", "rgba_fp"));
+    main.filename = "p";
+    main.filetype = "qntpal";
+    ASSERT_TRUE(write()) << messages.text();
+    EXPECT_TRUE(std::filesystem::exists(directory.file("p.exr")));
+    EXPECT_EQ(messages.count(scene::Level::Warning), 1);
+    main.filetype = "null";
+    std::filesystem::remove(directory.file("p.exr"));
+    ASSERT_TRUE(write());
+    EXPECT_EQ(directory.fileCount(), 0u);
+    main.filetype = "tif"; // by word, the name as it is
+    ASSERT_TRUE(write());
+    EXPECT_TRUE(std::filesystem::exists(directory.file("p")));
+}
+
+TEST_F(BufferFiles, OfOneExrNameAreLayersOfOneFile) {
+    addPasses(camera);
+    for (scene::FramebufferDefinition& statement : camera.framebuffers) statement.filename = "all.exr";
+    camera.framebuffers[0].filename = "z.exr";
+    const Picture picture(camera, wholeFrame(4, 3), messages);
+    ASSERT_TRUE(writeBufferFiles(directory.path(), picture.frame, picture.layers, messages))
+        << messages.text();
+    EXPECT_EQ(directory.fileCount(), 2u);
+    Imf::MultiPartInputFile all(directory.file("all.exr").c_str()), depth(directory.file("z.exr").c_str());
+    EXPECT_TRUE(all.header(0).channels().findChannel("R"));
+    EXPECT_TRUE(all.header(0).channels().findChannel("diffuse.R"));
+    EXPECT_EQ(all.header(0).channels()["R"].type, Imf::FLOAT); // as the data type says
+    EXPECT_EQ(channelsOf(depth.header(0)), std::vector<std::string>{"Z"});
+}
+
+} // namespace
+
+} // namespace orca::image::test

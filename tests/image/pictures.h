@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "image/picture_file.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace orca::image::test {
+
+/// A directory of one test's own, removed with everything in it.
+class TemporaryDirectory {
+public:
+    TemporaryDirectory()
+        : path_(std::filesystem::temp_directory_path() /
+                fmt::format("orca-{}-{}", ::getpid(),
+                            ::testing::UnitTest::GetInstance()->current_test_info()->name())) {
+        std::filesystem::create_directories(path_);
+    }
+    ~TemporaryDirectory() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    [[nodiscard]] std::string file(const std::string& name) const { return (path_ / name).string(); }
+    [[nodiscard]] std::string path() const { return path_.string(); }
+    [[nodiscard]] std::size_t fileCount() const {
+        return static_cast<std::size_t>(
+            std::distance(std::filesystem::directory_iterator(path_), std::filesystem::directory_iterator()));
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+/// Messages that are kept and not printed.
+struct QuietMessages : scene::Messages {
+    QuietMessages() : Messages(scene::Level::None, nullptr) { keep(true); }
+    [[nodiscard]] std::string text() const {
+        std::string all;
+        for (const scene::Message& message : kept()) all += line(message) + '\n';
+        return all;
+    }
+};
+
+/// A camera's buffers with pixels whose value tells where they are: component c of pixel (x, y) of buffer b
+/// holds 100 b + 10 y + x + c / 10; labels hold 1000 y + x.
+class Picture {
+public:
+    Picture(const scene::CameraElement& camera, const PictureFrame& pictureFrame, scene::Messages& messages)
+        : frame(pictureFrame), set(camera, scene::OptionsElement(), messages) {
+        pixels_.resize(set.buffers().size());
+        for (const Buffer* buffer : layeredBuffers(set)) {
+            std::vector<float>& pixels = pixels_[indexOf(*buffer)];
+            for (int y = frame.window.yl; y <= frame.window.yh; ++y)
+                for (int x = frame.window.xl; x <= frame.window.xh; ++x)
+                    for (int c = 0; c < buffer->components; ++c) pixels.push_back(value(*buffer, x, y, c));
+            layers.push_back({buffer, pixels});
+        }
+    }
+
+    [[nodiscard]] float value(const Buffer& buffer, int x, int y, int c) const {
+        if (buffer.type == miIMG_TYPE_TAG)
+            return std::bit_cast<float>(static_cast<std::uint32_t>(1000 * y + x));
+        return static_cast<float>(100 * indexOf(buffer)) + 10.0f * static_cast<float>(y) +
+               static_cast<float>(x) + static_cast<float>(c) / 10.0f;
+    }
+
+    PictureFrame frame;
+    FramebufferSet set;
+    std::vector<Layer> layers;
+
+private:
+    [[nodiscard]] std::size_t indexOf(const Buffer& buffer) const {
+        return static_cast<std::size_t>(&buffer - set.buffers().data());
+    }
+    std::vector<std::vector<float>> pixels_;
+};
+
+inline PictureFrame wholeFrame(int width, int height) {
+    PictureFrame frame{};
+    frame.width = width;
+    frame.height = height;
+    frame.window = {0, 0, width - 1, height - 1};
+    return frame;
+}
+
+inline scene::FramebufferDefinition definition(const std::string& name, const std::string& datatype) {
+    scene::FramebufferDefinition statement;
+    statement.name = name;
+    statement.datatype = datatype;
+    return statement;
+}
+
+} // namespace orca::image::test

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pictures.h"
+
+#include "image/textures.h"
+
+#include <OpenImageIO/imageio.h>
+
+#include <limits>
+#include <thread>
+
+namespace orca::image::test {
+
+namespace {
+
+struct TextureLookups : ::testing::Test {
+    /// Top row first: red, green / blue, white.
+    void writeQuadrants(const std::string& name, int channels = 3) {
+        const unsigned char colors[4][4] = {
+            {255, 0, 0, 51}, {0, 255, 0, 51}, {0, 0, 255, 51}, {255, 255, 255, 51}};
+        std::vector<unsigned char> bytes;
+        for (const auto& color : colors) bytes.insert(bytes.end(), color, color + channels);
+        const auto output = OIIO::ImageOutput::create("t.tif");
+        OIIO::ImageSpec spec(2, 2, channels, OIIO::TypeDesc::UINT8);
+        ASSERT_TRUE(output && output->open(directory.file(name), spec));
+        ASSERT_TRUE(output->write_image(OIIO::TypeDesc::UINT8, bytes.data()));
+        output->close();
+    }
+    miColor look(const scene::TextureElement& texture, float s, float t) {
+        miColor color{-1, -1, -1, -1};
+        EXPECT_TRUE(textures.lookup(texture, s, t, {}, color)) << messages.text();
+        return color;
+    }
+    static void expectColor(const miColor& color, float r, float g, float b) {
+        constexpr float aByte = 1.0f / 255.0f; // what an 8-bit image's pyramid holds
+        EXPECT_NEAR(color.r, r, aByte);
+        EXPECT_NEAR(color.g, g, aByte);
+        EXPECT_NEAR(color.b, b, aByte);
+    }
+
+    TemporaryDirectory directory;
+    QuietMessages messages;
+    Textures textures{messages, {}, 64};
+};
+
+TEST_F(TextureLookups, StartAtTheLowerLeftAndRepeat) {
+    writeQuadrants("q.tif");
+    scene::TextureElement texture;
+    texture.tag = 1;
+    texture.file = "q.tif";
+    texture.sceneDirectory = directory.path();
+    expectColor(look(texture, 0.25f, 0.25f), 0, 0, 1);
+    expectColor(look(texture, 0.75f, 0.25f), 1, 1, 1);
+    expectColor(look(texture, 0.25f, 0.75f), 1, 0, 0);
+    expectColor(look(texture, 0.0f, 0.0f), 0, 0, 1); // a texel owns its lower and left edge
+    expectColor(look(texture, 0.5f, 0.5f), 0, 1, 0);
+    expectColor(look(texture, 7.25f, -2.25f), 1, 0, 0);
+    expectColor(look(texture, std::numeric_limits<float>::quiet_NaN(), 1e30f), 0, 0, 1);
+    EXPECT_EQ(look(texture, 0.5f, 0.5f).a, 1.0f); // the file has none
+}
+
+TEST_F(TextureLookups, FilterOverTheFootprint) {
+    writeQuadrants("q.tif");
+    scene::TextureElement texture;
+    texture.tag = 2;
+    texture.file = directory.file("q.tif");
+    texture.filter = 1.0f;
+    miColor color;
+    ASSERT_TRUE(textures.lookup(texture, 0.5f, 0.5f, {1.0f, 0, 0, 1.0f}, color));
+    expectColor(color, 0.5f, 0.5f, 0.5f);
+}
+
+TEST_F(TextureLookups, ReadPixelsOfTheSceneAndScalars) {
+    scene::TextureElement texture;
+    texture.tag = 3;
+    texture.width = 2;
+    texture.height = 2;
+    texture.components = 4;
+    texture.pixels = {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255, 255, 51};
+    expectColor(look(texture, 0.1f, 0.1f), 1, 0, 0); // rows bottom up
+    expectColor(look(texture, 0.9f, 0.9f), 1, 1, 1);
+    miScalar scalar = 0;
+    ASSERT_TRUE(textures.lookupScalar(texture, 0.9f, 0.9f, {}, scalar));
+    EXPECT_NEAR(scalar, 0.2f, 1e-3f); // alpha
+    texture.tag = 4;
+    texture.filter = 1.0f;
+    expectColor(look(texture, 0.5f, 0.25f), 0.5f, 0.5f, 0);
+    expectColor(look(texture, 0.0f, 0.25f), 0.5f, 0.5f, 0); // across the edge
+
+    scene::TextureElement heights;
+    heights.tag = 5;
+    heights.width = heights.height = 1;
+    heights.components = 1;
+    heights.bytesPerComponent = 4;
+    heights.pixels = {0x40, 0x20, 0x00, 0x00}; // 2.5, big-endian
+    ASSERT_TRUE(textures.lookupScalar(heights, 0.5f, 0.5f, {}, scalar));
+    EXPECT_EQ(scalar, 2.5f);
+    heights.tag = 6;
+    heights.height = 2; // fewer bytes than that needs
+    EXPECT_FALSE(textures.lookupScalar(heights, 0.5f, 0.5f, {}, scalar));
+}
+
+TEST_F(TextureLookups, OfAMissingFileFailWithOneMessageFromAllThreads) {
+    scene::TextureElement texture;
+    texture.tag = 7;
+    texture.name = "wood";
+    texture.file = "wood.tif";
+    texture.sceneDirectory = directory.path();
+    texture.place = {"shot.mi", 3, 1};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int n = 0; n < 100; ++n) {
+                miColor color{9, 9, 9, 9};
+                EXPECT_FALSE(textures.lookup(texture, 0.5f, 0.5f, {}, color));
+                EXPECT_EQ(color.r, 9.0f);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(messages.count(scene::Level::Error), 1);
+    EXPECT_NE(messages.text().find("shot.mi:3:1"), std::string::npos);
+    EXPECT_NE(messages.text().find("\"wood\""), std::string::npos);
+
+    writeQuadrants("wood.tif");
+    ++texture.revision; // touched: read anew
+    expectColor(look(texture, 0.25f, 0.75f), 1, 0, 0);
+}
+
+} // namespace
+
+} // namespace orca::image::test
