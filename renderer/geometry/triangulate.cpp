@@ -216,7 +216,9 @@ PolygonFault triangulate(std::span<const miVector> points, std::span<const std::
         // The rightmost corner comes first: the bridge starts there.
         std::rotate(
             hole.begin(),
-            std::max_element(hole.begin(), hole.end(), [&](auto a, auto b) { return flat[a].x < flat[b].x; }),
+            std::max_element(hole.begin(), hole.end(), [&](auto a, auto b) {
+                                         return flat[a].x != flat[b].x ? flat[a].x < flat[b].x : flat[a].y > flat[b].y;
+                                     }),
             hole.end());
         holes.push_back(std::move(hole));
     }
