@@ -18,13 +18,9 @@ namespace {
 /// A collection that no camera uses, made by a shader.
 struct LooseCollection final : orca::scene::Element {
     explicit LooseCollection(orca::scene::Messages& messages)
-        : Element(miSCENE_FRAMEBUFFERS), framebuffers(camera, options, messages) {
-        framebuffers.reset();
-    }
+        : Element(miSCENE_FRAMEBUFFERS), framebuffers(messages) {}
     void* record() override { return static_cast<mi::shader_v3::Framebuffer*>(&framebuffers); }
 
-    orca::scene::CameraElement camera;
-    orca::scene::OptionsElement options;
     orca::image::FramebufferSet framebuffers;
 };
 

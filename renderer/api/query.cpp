@@ -9,12 +9,14 @@ extern "C" {
 
 DLLEXPORT miBoolean mi_query(miQ_type query, miState* state, miTag tag, void* result, ...) {
     if (!result) return miFALSE;
-    for (const auto answer : {answerAboutState, answerAboutFunction, answerAboutInstance, answerAboutLight,
-                              answerAboutUserdata, answerAboutRenderer}) {
-        const Answer given = answer({query, state, tag, result});
-        if (given != Answer::NotMine) return given == Answer::Given;
-    }
-    return miFALSE;
+    const Query asked{query, state, tag, result};
+    Answer answer = answerAboutState(asked);
+    if (answer == Answer::NotMine) answer = answerAboutFunction(asked);
+    if (answer == Answer::NotMine) answer = answerAboutUserdata(asked);
+    if (answer == Answer::NotMine) answer = answerAboutInstance(asked);
+    if (answer == Answer::NotMine) answer = answerAboutLight(asked);
+    if (answer == Answer::NotMine) answer = answerAboutRenderer(asked);
+    return answer == Answer::Given;
 }
 
 } // extern "C"
