@@ -20,9 +20,9 @@ inline constexpr std::uint32_t nothing = 0xFFFFFFFFu;
 }
 
 struct Ray {
-    miVector origin;    ///< internal space
-    miVector direction; ///< unit, unless `farDistance` is measured in multiples of it
-    float nearDistance = 0.0f;  ///< not below 0
+    miVector origin;           ///< internal space
+    miVector direction;        ///< unit, unless `farDistance` is measured in multiples of it
+    float nearDistance = 0.0f; ///< not below 0
     float farDistance = std::numeric_limits<float>::infinity();
     float time = 0.0f; ///< 0 to 1 over the unit shutter
     RayClass rayClass = RayClass::Eye;

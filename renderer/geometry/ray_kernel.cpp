@@ -76,7 +76,8 @@ struct RayKernel::Implementation {
 
     [[nodiscard]] RTCScene newScene() const {
         const RTCScene scene = rtcNewScene(device);
-        // Robust: no light leaks through the edges between triangles. The filter is for the rays that bring one.
+        // Robust: no light leaks through the edges between triangles. The filter is for the rays that bring
+        // one.
         rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST | RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
         // Not the quality with spatial splits: those come in an order that depends on the threads, and with
         // them which of two triangles answers for a ray that meets both at the same distance.

@@ -194,8 +194,9 @@ bool SceneGeometry::occluded(const Ray& ray) const {
 
 void SceneGeometry::surfaceAt(const Ray& ray, const Hit& hit, SurfacePoint& point,
                               miVector* textureCoordinates) const {
-    interpolateSurface(implementation_->leaves[hit.leaf], hit, implementation_->traceMotion ? shutterTime(ray.time) : 0.0f,
-                       point, textureCoordinates);
+    interpolateSurface(implementation_->leaves[hit.leaf], hit,
+                       implementation_->traceMotion ? shutterTime(ray.time) : 0.0f, point,
+                       textureCoordinates);
 }
 
 std::span<const Leaf> SceneGeometry::leaves() const {

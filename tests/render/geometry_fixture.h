@@ -48,7 +48,9 @@ struct Geometry : SceneBuilder {
         return look(ray);
     }
     /// Down the z axis from z = 10.
-    std::optional<Seen> lookDownAt(float x, float y, float time = 0.0f) { return look({x, y, 10}, {0, 0, -1}, time); }
+    std::optional<Seen> lookDownAt(float x, float y, float time = 0.0f) {
+        return look({x, y, 10}, {0, 0, -1}, time);
+    }
 
     miOptions options = [] {
         miOptions plain{};

@@ -56,23 +56,46 @@ INSTANTIATE_TEST_SUITE_P(
         FlagCase{"object not visible", [](Nest& n) { n.object.object.visible = 0; }, shadow | traced},
         FlagCase{"object not traced", [](Nest& n) { n.object.object.trace = 0; }, eye | shadow},
         FlagCase{"object without shadow", [](Nest& n) { n.object.object.shadow = 0; }, eye | traced},
-        FlagCase{"instance overrules object", [](Nest& n) { n.object.object.visible = 0; n.outer.flags.visible = true; },
+        FlagCase{"instance overrules object",
+                 [](Nest& n) {
+                     n.object.object.visible = 0;
+                     n.outer.flags.visible = true;
+                 },
                  all},
         FlagCase{"inner overrules outer",
-                 [](Nest& n) { n.outer.flags.visible = false; n.inner.flags.visible = true; }, all},
+                 [](Nest& n) {
+                     n.outer.flags.visible = false;
+                     n.inner.flags.visible = true;
+                 },
+                 all},
         FlagCase{"outer with override wins",
-                 [](Nest& n) { n.outer.flags.visible = false; n.outer.overrides = true; n.inner.flags.visible = true; },
+                 [](Nest& n) {
+                     n.outer.flags.visible = false;
+                     n.outer.overrides = true;
+                     n.inner.flags.visible = true;
+                 },
                  shadow | traced},
         FlagCase{"override holds only for what is given",
-                 [](Nest& n) { n.outer.overrides = true; n.inner.flags.shadow = false; }, eye | traced},
+                 [](Nest& n) {
+                     n.outer.overrides = true;
+                     n.inner.flags.shadow = false;
+                 },
+                 eye | traced},
         FlagCase{"not reflected", [](Nest& n) { n.inner.flags.reflection = 2; }, all & ~reflect},
         FlagCase{"not refracted", [](Nest& n) { n.outer.flags.refraction = 0; }, all & ~refract},
-        FlagCase{"not seen through glass", [](Nest& n) { n.object.object.transparency = 2; }, all & ~transparent},
+        FlagCase{"not seen through glass", [](Nest& n) { n.object.object.transparency = 2; },
+                 all & ~transparent},
         FlagCase{"receives shadows only", [](Nest& n) { n.inner.flags.shadowMode = 2; }, all & ~shadow},
         FlagCase{"a firm no is not undone below",
-                 [](Nest& n) { n.outer.flags.reflection = 4; n.inner.flags.reflection = 3; }, all & ~reflect},
-        FlagCase{"nothing left", [](Nest& n) { n.object.object.visible = n.object.object.trace =
-                                                    n.object.object.shadow = 0; }, 0}));
+                 [](Nest& n) {
+                     n.outer.flags.reflection = 4;
+                     n.inner.flags.reflection = 3;
+                 },
+                 all & ~reflect},
+        FlagCase{
+            "nothing left",
+            [](Nest& n) { n.object.object.visible = n.object.object.trace = n.object.object.shadow = 0; },
+            0}));
 
 TEST(Inheritance, SendingModesReachTheLeafAndItsRecord) {
     Geometry scene;
@@ -94,8 +117,9 @@ TEST(Inheritance, FacesAreHiddenByObjectInstanceOrOptions) {
         char object, instance, options;
         bool front, back;
     };
-    for (const Case& face : {Case{0, 0, 'a', true, true}, Case{0, 0, 'f', true, false}, Case{'b', 0, 'f', false, true},
-                             Case{'b', 'f', 'a', true, false}, Case{'f', 'a', 'b', true, true}})
+    for (const Case& face :
+         {Case{0, 0, 'a', true, true}, Case{0, 0, 'f', true, false}, Case{'b', 0, 'f', false, true},
+          Case{'b', 'f', 'a', true, false}, Case{'f', 'a', 'b', true, true}})
         for (const bool twice : {false, true})
             for (const bool mirrored : {false, true}) {
                 Geometry scene;
@@ -120,7 +144,8 @@ protected:
     scene::ObjectElement& object = scene.square("square");
     scene::InstanceElement& inner = scene.instance("inner", object);
     scene::InstanceElement& outer = scene.instance("outer", scene.group("group", {&inner}));
-    miTag red = scene.material("red").tag, green = scene.material("green").tag, blue = scene.material("blue").tag;
+    miTag red = scene.material("red").tag, green = scene.material("green").tag,
+          blue = scene.material("blue").tag;
 
     miTag seen() {
         scene.build(scene.group("root", {&outer}));
@@ -180,7 +205,8 @@ TEST_F(LightLinks, DecideWhichLightsIlluminate) {
     outer.lights = {true, false, {rim.tag, key.tag}};
     EXPECT_EQ(lights(), (std::vector{rim.tag, key.tag})) << "inclusive: in the order of the list";
     leaf.lights = {true, true, {rim.tag}};
-    EXPECT_EQ(lights(), (std::vector{key.tag, fill.tag})) << "exclusive, and the instance closest to the leaf decides";
+    EXPECT_EQ(lights(), (std::vector{key.tag, fill.tag}))
+        << "exclusive, and the instance closest to the leaf decides";
     leaf.lights = {true, false, {pair.tag, rim.tag}};
     EXPECT_EQ(lights(), (std::vector{fill.tag, rim.tag})) << "a group stands for its lights, each once";
     leaf.lights = {true, true, {pairInstance.tag}};
@@ -193,7 +219,8 @@ TEST_F(LightLinks, DecideWhichLightsIlluminate) {
 TEST_F(LightLinks, DecideWhichShadowsAreCast) {
     const auto casts = [&] {
         const auto& placed = build();
-        return std::array{scene.built->castsShadowOf(placed, key.tag), scene.built->castsShadowOf(placed, fill.tag),
+        return std::array{scene.built->castsShadowOf(placed, key.tag),
+                          scene.built->castsShadowOf(placed, fill.tag),
                           scene.built->castsShadowOf(placed, rim.tag)};
     };
     EXPECT_EQ(casts(), (std::array{true, true, true}));

@@ -4,8 +4,8 @@
 namespace {
 
 using namespace orca;
-using test::Geometry;
 using test::expectNear;
+using test::Geometry;
 using test::placedAt;
 using test::scaledBy;
 using Motion = scene::InstanceElement::Motion;

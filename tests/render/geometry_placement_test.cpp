@@ -7,8 +7,8 @@
 namespace {
 
 using namespace orca;
-using test::Geometry;
 using test::expectNear;
+using test::Geometry;
 using test::placed;
 using test::placedAt;
 using test::scaledBy;
@@ -54,7 +54,8 @@ TEST(Placement, GivesEveryPathItsOwnInstance) {
     EXPECT_EQ(onLeft->leaf->mesh, onRight->leaf->mesh);
     expectNear(onRight->surface.point, {5, 0, 0});
     for (const auto* seen : {&*onLeft, &*onRight}) {
-        const auto* record = static_cast<const miInstance*>(scene.database.get(seen->leaf->instance)->record());
+        const auto* record =
+            static_cast<const miInstance*>(scene.database.get(seen->leaf->instance)->record());
         EXPECT_EQ(record, seen->leaf->instanceRecord);
         EXPECT_EQ(record->userdata, 77u);
         EXPECT_EQ(record->label, 5u);
@@ -71,7 +72,8 @@ TEST(Placement, GivesEveryPathItsOwnInstance) {
     EXPECT_NE(scene.database.get(light.tag), nullptr);
 }
 
-/// Places of a tilted square whose normal is easily got wrong, alone (put into world space) and twice (instanced).
+/// Places of a tilted square whose normal is easily got wrong, alone (put into world space) and twice
+/// (instanced).
 struct NormalCase {
     test::Matrix transform;
     bool twice;
@@ -81,11 +83,13 @@ class PlacedNormals : public ::testing::TestWithParam<NormalCase> {};
 TEST_P(PlacedNormals, StandUprightAndKeepTheFront) {
     Geometry scene;
     // A slope through the z axis, counter-clockwise from above: normal (-1, 0, 1) / sqrt 2.
-    auto& object = scene.object("slope", {{-1, -1, -1}, {1, -1, 1}, {1, 1, 1}, {-1, 1, -1}}, {{{0, 1, 2, 3}}});
+    auto& object =
+        scene.object("slope", {{-1, -1, -1}, {1, -1, 1}, {1, 1, 1}, {-1, 1, -1}}, {{{0, 1, 2, 3}}});
     auto& group = object.groups[0];
     group.vectors.push_back({-1, 0, 1});
     group.normal = {4, 4, 4, 4};
-    for (const miVector& uv : {miVector{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}) group.vectors.push_back(uv);
+    for (const miVector& uv : {miVector{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}})
+        group.vectors.push_back(uv);
     group.textures.push_back({{5, 6, 7, 8}, {}, {}});
     auto& one = scene.instance("one", object, GetParam().transform);
     auto& far = scene.instance("far", object, placedAt(1000, 0, 0));
@@ -98,7 +102,8 @@ TEST_P(PlacedNormals, StandUprightAndKeepTheFront) {
     const miScalar* const toWorld = one.instance.tf.local_to_global;
     const auto world = [&](miVector p) { return geometry::transformPoint(p, toWorld); };
     using namespace orca::geometry;
-    const miVector across = world({1, -1, 1}) - world({-1, -1, -1}), along = world({0, 1, 0}) - world({0, 0, 0});
+    const miVector across = world({1, -1, 1}) - world({-1, -1, -1}),
+                   along = world({0, 1, 0}) - world({0, 0, 0});
     miVector normal = normalized(cross(across, along));
     if (dot(normal, world({-1, 0, 1}) - world({0, 0, 0})) < 0.0f) normal = -1.0f * normal;
 

@@ -29,7 +29,8 @@ std::vector<std::array<float, 2>> star(int tips) {
     std::vector<std::array<float, 2>> loop;
     for (int i = 0; i < 2 * tips; ++i) {
         const double angle = M_PI * i / tips, radius = i % 2 ? 0.3 : 1.0;
-        loop.push_back({static_cast<float>(radius * std::cos(angle)), static_cast<float>(radius * std::sin(angle))});
+        loop.push_back(
+            {static_cast<float>(radius * std::cos(angle)), static_cast<float>(radius * std::sin(angle))});
     }
     return loop;
 }
@@ -79,17 +80,38 @@ INSTANTIATE_TEST_SUITE_P(
         PolygonCase{"triangle", {{{0, 0}, {2, 0}, {0, 2}}}, 2},
         PolygonCase{"arrowhead", {{{0, 0}, {4, 2}, {0, 4}, {1, 2}}}, 6},
         PolygonCase{"letter L", {{{0, 0}, {3, 0}, {3, 1}, {1, 1}, {1, 3}, {0, 3}}}, 5},
-        PolygonCase{"comb", {{{0, 0}, {7, 0}, {7, 3}, {6, 3}, {6, 1}, {5, 1}, {5, 3}, {4, 3}, {4, 1}, {3, 1}, {3, 3},
-                              {2, 3}, {2, 1}, {1, 1}, {1, 3}, {0, 3}}}, 15},
+        PolygonCase{"comb",
+                    {{{0, 0},
+                      {7, 0},
+                      {7, 3},
+                      {6, 3},
+                      {6, 1},
+                      {5, 1},
+                      {5, 3},
+                      {4, 3},
+                      {4, 1},
+                      {3, 1},
+                      {3, 3},
+                      {2, 3},
+                      {2, 1},
+                      {1, 1},
+                      {1, 3},
+                      {0, 3}}},
+                    15},
         PolygonCase{"star", {star(7)}, 14 * 0.5 * 0.3 * std::sin(M_PI / 7)},
-        PolygonCase{"corners on a straight edge", {{{0, 0}, {1, 0}, {2, 0}, {4, 0}, {4, 2}, {4, 4}, {0, 4}}}, 16},
+        PolygonCase{
+            "corners on a straight edge", {{{0, 0}, {1, 0}, {2, 0}, {4, 0}, {4, 2}, {4, 4}, {0, 4}}}, 16},
         PolygonCase{"frame", {box, middle}, 96}, PolygonCase{"two holes in line", {box, middle, level}, 92},
         PolygonCase{"three holes", {box, level, lowerLeft, middle}, 88},
-        PolygonCase{"holes that touch", {box, {{2, 2}, {5, 2}, {5, 5}, {2, 5}}, {{5, 5}, {8, 5}, {8, 8}, {5, 8}}}, 82},
+        PolygonCase{"holes that touch",
+                    {box, {{2, 2}, {5, 2}, {5, 5}, {2, 5}}, {{5, 5}, {8, 5}, {8, 8}, {5, 8}}},
+                    82},
         PolygonCase{"hole in a concave outline",
                     {{{0, 0}, {10, 0}, {10, 10}, {8, 10}, {8, 2}, {2, 2}, {2, 10}, {0, 10}},
-                     {{0.5f, 0.5f}, {1.5f, 0.5f}, {1.5f, 9}, {0.5f, 9}}}, 52 - 8.5},
-        PolygonCase{"star hole", {{{-2, -2}, {2, -2}, {2, 2}, {-2, 2}}, star(9)},
+                     {{0.5f, 0.5f}, {1.5f, 0.5f}, {1.5f, 9}, {0.5f, 9}}},
+                    52 - 8.5},
+        PolygonCase{"star hole",
+                    {{{-2, -2}, {2, -2}, {2, 2}, {-2, 2}}, star(9)},
                     16 - 18 * 0.5 * 0.3 * std::sin(M_PI / 9)},
         PolygonCase{"line", {{{0, 0}, {1, 1}, {2, 2}}}, 0, PolygonFault::Degenerate},
         PolygonCase{"two corners", {{{0, 0}, {1, 1}}}, 0, PolygonFault::Degenerate},
@@ -115,7 +137,8 @@ TEST(Mesh, PartsOfAnObjectShareTheirArrays) {
     list.layout.texture = {6};
     list.layout.textureDimension = {2};
     list.vertexCount = 3;
-    list.vertices = {0, 0, 1, 0, 0, 5, 0.1f, 0.2f, 1, 0, 1, 0, 0, 5, 0.3f, 0.4f, 0, 1, 1, 0, 0, 5, 0.5f, 0.6f};
+    list.vertices = {0, 0, 1,    0,    0, 5, 0.1f, 0.2f, 1, 0, 1,    0,
+                     0, 5, 0.3f, 0.4f, 0, 1, 1,    0,    0, 5, 0.5f, 0.6f};
     list.indices = {0, 1, 2, 0, 1, 9};
     const geometry::Mesh mesh = geometry::buildMesh(object, scene.messages);
     ASSERT_EQ(mesh.triangles.size(), 3u);

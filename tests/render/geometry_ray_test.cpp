@@ -77,8 +77,7 @@ TEST(Hits, DoNotDependOnTheNumberOfThreads) {
     std::vector<miVector> points;
     std::vector<std::vector<std::vector<std::uint32_t>>> polygons;
     for (int y = 0; y <= size; ++y)
-        for (int x = 0; x <= size; ++x)
-            points.push_back({float(x), float(y), float((x * 7 + y * 13) % 5)});
+        for (int x = 0; x <= size; ++x) points.push_back({float(x), float(y), float((x * 7 + y * 13) % 5)});
     for (std::uint32_t y = 0; y < size; ++y)
         for (std::uint32_t x = 0; x < size; ++x) {
             const std::uint32_t a = y * (size + 1) + x, b = a + size + 1;
@@ -96,7 +95,9 @@ TEST(Hits, DoNotDependOnTheNumberOfThreads) {
                 geometry::Hit hit;
                 std::memset(&hit, 0, sizeof hit);
                 // On the border either answer is good, as long as it is always the same.
-                hit.leaf = scene.built->intersect({{0.5f * float(x), 0.5f * float(y), 50}, {0, 0, -1}}, hit) ? hit.leaf : 99;
+                hit.leaf = scene.built->intersect({{0.5f * float(x), 0.5f * float(y), 50}, {0, 0, -1}}, hit)
+                               ? hit.leaf
+                               : 99;
                 hits.push_back(hit);
             }
     };
@@ -106,7 +107,8 @@ TEST(Hits, DoNotDependOnTheNumberOfThreads) {
         std::vector<geometry::Hit> together;
         trace(threads, together);
         ASSERT_EQ(together.size(), alone.size());
-        EXPECT_EQ(std::memcmp(alone.data(), together.data(), alone.size() * sizeof(geometry::Hit)), 0) << threads;
+        EXPECT_EQ(std::memcmp(alone.data(), together.data(), alone.size() * sizeof(geometry::Hit)), 0)
+            << threads;
     }
 }
 

@@ -73,7 +73,8 @@ TEST(Ledger, BlocksMayBeFreedByAnotherThread) {
         for (auto& thread : threads) thread.join();
     };
     onThreads([&](std::size_t i) {
-        for (int k = 0; k < 500; ++k) blocks[i].push_back(ledger.allocate("threads.cpp", static_cast<int>(i), k));
+        for (int k = 0; k < 500; ++k)
+            blocks[i].push_back(ledger.allocate("threads.cpp", static_cast<int>(i), k));
     });
     EXPECT_EQ(leaksOf("threads.cpp").size(), 4u);
     onThreads([&](std::size_t i) {
@@ -120,7 +121,8 @@ TEST(StateStore, KeepsAddressesWhileEntriesComeAndGo) {
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(address) % 16, 0u);
     std::vector<std::string> keys;
     for (int i = 0; i < 300; ++i) keys.push_back("key" + std::to_string(i));
-    for (int i = 0; i < 300; ++i) store.set(keys[static_cast<std::size_t>(i)].c_str(), &i, sizeof i, miSS_LIFETIME_EYERAY);
+    for (int i = 0; i < 300; ++i)
+        store.set(keys[static_cast<std::size_t>(i)].c_str(), &i, sizeof i, miSS_LIFETIME_EYERAY);
     EXPECT_EQ(store.get("velabase", nullptr), address);
     EXPECT_EQ(*static_cast<int*>(store.get("key299", nullptr)), 299);
 
@@ -138,7 +140,9 @@ TEST(StateStore, KeepsAddressesWhileEntriesComeAndGo) {
     EXPECT_EQ(store.get("key6", nullptr), nullptr);
     EXPECT_EQ(store.get("velabase", nullptr), address);
     int visits = 0;
-    store.enumerate([](const char*, void*, int, void* user) -> miBoolean { return ++*static_cast<int*>(user) > 0; }, &visits);
+    store.enumerate(
+        [](const char*, void*, int, void* user) -> miBoolean { return ++*static_cast<int*>(user) > 0; },
+        &visits);
     EXPECT_EQ(visits, 1);
     store.set("velabase", nullptr, 4, miSS_LIFETIME_RECT);
     EXPECT_EQ(store.get("velabase", nullptr), nullptr);

@@ -75,13 +75,13 @@ protected:
         EXPECT_TRUE(runtime.loadLibrary("orca-test-shaders.so", {"/nowhere", TEST_SHADER_DIRECTORY}, {}));
         library_ = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
         current = this;
-        *static_cast<test::EventListener*>(dlsym(library_, "testEvent")) = [](const char* what, miState* running,
-                                                                              void* parameters) {
-            const std::lock_guard lock(current->mutex_);
-            current->events.push_back({what, current->runtime.tagOf(running->shader), parameters != nullptr,
-                                       shading::contextOf(running).callType});
-            if (current->onEvent) current->onEvent(what, running);
-        };
+        *static_cast<test::EventListener*>(dlsym(library_, "testEvent")) =
+            [](const char* what, miState* running, void* parameters) {
+                const std::lock_guard lock(current->mutex_);
+                current->events.push_back({what, current->runtime.tagOf(running->shader),
+                                           parameters != nullptr, shading::contextOf(running).callType});
+                if (current->onEvent) current->onEvent(what, running);
+            };
         state.ext = &context;
     }
     ~Shaders() override {
@@ -103,8 +103,10 @@ protected:
         database.setDeclaration(name, database.add(std::move(element)));
         return declaration;
     }
-    scene::FunctionElement& shader(const scene::DeclarationElement& declaration, std::vector<scene::Value> values) {
-        auto& element = builder.add<scene::FunctionElement>("shader " + std::to_string(database.endTag()), declaration);
+    scene::FunctionElement& shader(const scene::DeclarationElement& declaration,
+                                   std::vector<scene::Value> values) {
+        auto& element =
+            builder.add<scene::FunctionElement>("shader " + std::to_string(database.endTag()), declaration);
         values.resize(declaration.parameters.size());
         element.values = std::move(values);
         element.rebuild();
@@ -128,8 +130,8 @@ protected:
     std::vector<Event> events;
     std::function<void(const char*, miState*)> onEvent;
 
-    scene::DeclarationElement& add =
-        declare("testAdd", parameter("", miTYPE_SCALAR), {parameter("a", miTYPE_SCALAR), parameter("b", miTYPE_SCALAR)});
+    scene::DeclarationElement& add = declare("testAdd", parameter("", miTYPE_SCALAR),
+                                             {parameter("a", miTYPE_SCALAR), parameter("b", miTYPE_SCALAR)});
     scene::DeclarationElement& palette =
         declare("testPalette",
                 structure("", {parameter("color", miTYPE_COLOR), parameter("weight", miTYPE_SCALAR),
@@ -155,10 +157,10 @@ TEST_F(Shaders, AreInitialisedBeforeTheirFirstCallAndExitedOnce) {
     runtime.exitAll(&state);
     const int type = miSHADER_MATERIAL;
     const std::vector<Event> expected = {
-        {"testAdd_init", first.tag, false, type},  {"testAdd_init", first.tag, true, type},
-        {"testAdd", first.tag, true, type},        {"testAdd", first.tag, true, type},
-        {"testAdd_init", second.tag, true, type},  {"testAdd", second.tag, true, type},
-        {"testAdd_exit", first.tag, true, 0},      {"testAdd_exit", second.tag, true, 0},
+        {"testAdd_init", first.tag, false, type}, {"testAdd_init", first.tag, true, type},
+        {"testAdd", first.tag, true, type},       {"testAdd", first.tag, true, type},
+        {"testAdd_init", second.tag, true, type}, {"testAdd", second.tag, true, type},
+        {"testAdd_exit", first.tag, true, 0},     {"testAdd_exit", second.tag, true, 0},
         {"testAdd_exit", second.tag, false, 0}};
     EXPECT_EQ(events, expected);
     for (const Event& event : events) EXPECT_NE(event.shader, unused.tag);
@@ -188,7 +190,9 @@ TEST_F(Shaders, InitOnceHoweverManyThreadsCallFirst) {
         });
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(right, 8);
-    EXPECT_EQ(std::count_if(events.begin(), events.end(), [](const Event& e) { return e.what == "testAdd_init"; }), 3);
+    EXPECT_EQ(
+        std::count_if(events.begin(), events.end(), [](const Event& e) { return e.what == "testAdd_init"; }),
+        3);
 }
 
 TEST_F(Shaders, EvaluateConnectionsToResultsAndMembers) {
@@ -205,16 +209,19 @@ TEST_F(Shaders, EvaluateConnectionsToResultsAndMembers) {
 }
 
 TEST_F(Shaders, EvaluateConnectionsInArraysOfStructs) {
-    auto& weighted = declare("testWeighted", parameter("", miTYPE_SCALAR),
-                             {structure("elements", {parameter("scale", miTYPE_SCALAR), parameter("offset", miTYPE_VECTOR)},
-                                        true)});
+    auto& weighted =
+        declare("testWeighted", parameter("", miTYPE_SCALAR),
+                {structure("elements",
+                           {parameter("scale", miTYPE_SCALAR), parameter("offset", miTYPE_VECTOR)}, true)});
     auto& colors = shader(palette, {});
     using Kind = scene::Value::Kind;
     auto& element = shader(
-        weighted, {items(Kind::Array, {items(Kind::Struct, {literal(2.0f), literal(3.0f, 0.0f, 0.0f)}),
-                                       items(Kind::Struct, {literal(10.0f), connected(colors, offsetof(test::Palette, axis))}),
-                                       items(Kind::Struct, {connected(colors, offsetof(test::Palette, weight)),
-                                                            literal(100.0f, 0.0f, 0.0f)})})});
+        weighted,
+        {items(Kind::Array,
+               {items(Kind::Struct, {literal(2.0f), literal(3.0f, 0.0f, 0.0f)}),
+                items(Kind::Struct, {literal(10.0f), connected(colors, offsetof(test::Palette, axis))}),
+                items(Kind::Struct,
+                      {connected(colors, offsetof(test::Palette, weight)), literal(100.0f, 0.0f, 0.0f)})})});
     runtime.bind();
     EXPECT_EQ(scalarOf(element), 2 * 3 + 10 * 6 + 5 * 100);
 }
@@ -283,7 +290,8 @@ TEST_F(Shaders, ExceptionsPassThroughAndLeaveTheStateInOrder) {
 
     runtime.countFault(target.tag, shading::ShaderRuntime::Fault::NotANumber);
     runtime.reportFaults();
-    EXPECT_TRUE(builder.said(Level::Warning, "\"testThrow\" threw an exception 3 times; the first time: out of paint"));
+    EXPECT_TRUE(builder.said(Level::Warning,
+                             "\"testThrow\" threw an exception 3 times; the first time: out of paint"));
     EXPECT_FALSE(builder.said(Level::Warning, "\"testAdd\" threw")) << "only who threw is to blame";
     EXPECT_TRUE(builder.said(Level::Warning, "\"testAdd\" gave a value that is not a number once"));
 }
@@ -322,7 +330,8 @@ TEST_F(Shaders, ThatAreMissingAreNamedWithWhoWantsThem) {
     EXPECT_FALSE(runtime.call(&result, miSHADER_MATERIAL, &state, 0));
     EXPECT_FALSE(runtime.call(&result, miSHADER_MATERIAL, &state, 0xFFFFFFFFu));
     EXPECT_EQ(result.r, 7.0f);
-    EXPECT_TRUE(builder.said(Level::Error, "no linked library has the shader \"testMissing\" that \"" + one.name));
+    EXPECT_TRUE(
+        builder.said(Level::Error, "no linked library has the shader \"testMissing\" that \"" + one.name));
     EXPECT_TRUE(builder.said(Level::Error, "orca-test-shaders.so"));
     EXPECT_EQ(builder.messages.count(Level::Error), 1);
 

@@ -51,14 +51,15 @@ public:
         auto& element = add<scene::ObjectElement>(name);
         element.object.visible = element.object.trace = element.object.shadow = miTRUE;
         scene::PolygonGroup& group = element.groups.emplace_back();
-        for (std::size_t i = 0; i < points.size(); ++i) group.position.push_back(static_cast<std::int32_t>(i));
+        for (std::size_t i = 0; i < points.size(); ++i)
+            group.position.push_back(static_cast<std::int32_t>(i));
         group.vectors = std::move(points);
         for (const auto& loops : polygons) {
             group.polygons.push_back({static_cast<std::uint32_t>(group.loops.size()),
                                       static_cast<std::uint32_t>(loops.size()), miNULLTAG, -1, false});
             for (const auto& loop : loops) {
-                group.loops.push_back(
-                    {static_cast<std::uint32_t>(group.corners.size()), static_cast<std::uint32_t>(loop.size())});
+                group.loops.push_back({static_cast<std::uint32_t>(group.corners.size()),
+                                       static_cast<std::uint32_t>(loop.size())});
                 group.corners.insert(group.corners.end(), loop.begin(), loop.end());
             }
         }

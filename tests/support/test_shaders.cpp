@@ -14,13 +14,17 @@ static void tell(const char* event, miState* state, void* parameters) {
 }
 
 /// Sum of its parameters.
-DLLEXPORT int testAdd_version(void) { return 1; }
+DLLEXPORT int testAdd_version(void) {
+    return 1;
+}
 DLLEXPORT void testAdd_init(miState* state, AddParameters* parameters, miBoolean* instanceInitRequested) {
     tell("testAdd_init", state, parameters);
     if (!parameters) *instanceInitRequested = miTRUE;
     else mi_eval_scalar(&parameters->a);
 }
-DLLEXPORT void testAdd_exit(miState* state, AddParameters* parameters) { tell("testAdd_exit", state, parameters); }
+DLLEXPORT void testAdd_exit(miState* state, AddParameters* parameters) {
+    tell("testAdd_exit", state, parameters);
+}
 DLLEXPORT miBoolean testAdd(miScalar* result, miState* state, AddParameters* parameters) {
     tell("testAdd", state, parameters);
     const miScalar a = *mi_eval_scalar(&parameters->a);
@@ -29,18 +33,23 @@ DLLEXPORT miBoolean testAdd(miScalar* result, miState* state, AddParameters* par
 }
 
 /// A struct result; the elements say where they come from.
-DLLEXPORT int testPalette_version(void) { return 1; }
+DLLEXPORT int testPalette_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testPalette(Palette* result, miState* state, void* parameters) {
     tell("testPalette", state, parameters);
     result->color = {1, 2, 3, 4};
-    result->weight += 5;  // on top of zero
+    result->weight += 5; // on top of zero
     result->axis = {6, 7, 8};
     return miTRUE;
 }
 
-DLLEXPORT int testWeighted_version(void) { return 1; }
+DLLEXPORT int testWeighted_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testWeighted(miScalar* result, miState* state, WeightedParameters* parameters) {
-    const int first = *mi_eval_integer(&parameters->i_elements), count = *mi_eval_integer(&parameters->n_elements);
+    const int first = *mi_eval_integer(&parameters->i_elements),
+              count = *mi_eval_integer(&parameters->n_elements);
     *result = 0;
     for (int i = first; i < first + count; ++i) {
         LightArrayElement& element = parameters->elements[i];
@@ -50,13 +59,17 @@ DLLEXPORT miBoolean testWeighted(miScalar* result, miState* state, WeightedParam
     return miTRUE;
 }
 
-DLLEXPORT int testThrow_version(void) { return 1; }
+DLLEXPORT int testThrow_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testThrow(miColor*, miState*, void*) {
     throw std::runtime_error("out of paint");
 }
 
 /// Writes its fourth argument's value, and answers whether there is one.
-DLLEXPORT int testArgument_version(void) { return 1; }
+DLLEXPORT int testArgument_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testArgument(miScalar* result, miState*, void*, void* argument) {
     if (!argument) return miFALSE;
     *result = *static_cast<miScalar*>(argument);
