@@ -220,9 +220,15 @@ TEST(Determinism, EveryBufferHasTheSameBitsForAnyNumberOfThreadsAndTileSize) {
                       pointLight("soft", "\"lightRadius\" 0.5, \"shadowRays\" 4", 2, 2, 4);
     scene.members.push_back("post");
     scene.members.push_back("soft_inst");
-    const RenderedScene one(scene.text(), {1, 8, true});
-    const RenderedScene four(scene.text(), {4, 8, true});
-    const RenderedScene otherTiles(scene.text(), {2, 5, true});
+    const auto with = [](int threads, int tileSize) {
+        RenderedScene::Settings settings;
+        settings.threads = threads;
+        settings.tileSize = tileSize;
+        return settings;
+    };
+    const RenderedScene one(scene.text(), with(1, 8));
+    const RenderedScene four(scene.text(), with(4, 8));
+    const RenderedScene otherTiles(scene.text(), with(2, 5));
     EXPECT_GT(one.result().statistics.rays.samples, 40u * 24u);
     for (const char* buffer : {"main", "beauty", "diffuse", "shadow", "opacity", "normal", "facingRatio"}) {
         const std::vector<float> expected = one.words(buffer);
