@@ -21,7 +21,7 @@ Installation installation() {
             if (fs::is_directory(candidate, ignored)) found.push_back(candidate.string());
         return found;
     };
-    return {existing({prefix / "lib" / "orca", prefix / "lib"}),
+    return {{(prefix / "lib" / "orca").string(), (prefix / "lib").string()},
             existing({prefix / "share" / "orca" / "declarations", prefix / "declarations",
                       prefix / ".." / ".." / "declarations"})}; // <source>/build/<preset>/bin
 }

@@ -11,7 +11,7 @@ namespace orca::app {
 /// named.
 struct Installation {
     std::vector<std::string> libraryPaths;     ///< of orca.so and velabase.so
-    std::vector<std::string> declarationPaths; ///< of orca.mi and velabase.mi
+    std::vector<std::string> declarationPaths; ///< of orca.mi and velabase.mi; those that exist
 };
 [[nodiscard]] Installation installation();
 

@@ -70,9 +70,9 @@ void reportPicture(const PictureReport& picture, scene::Messages& messages) {
     const double seconds = std::max(statistics.renderSeconds, 1e-9);
     std::string rays;
     for (const auto& [kind, count] : countsOf(statistics.rays))
-        if (count > 0) rays += fmt::format(", {} {}", count, kind);
+        if (count > 0) rays += fmt::format("{} {} {}", rays.empty() ? "" : ",", count, kind);
     messages.say(
-        progress, "RNDR", "frame {}: {} samples ({:.2f} million a second); rays{}; frame buffers {:.1f} MB",
+        progress, "RNDR", "frame {}: {} samples ({:.2f} million a second); rays:{}; frame buffers {:.1f} MB",
         picture.frame, statistics.rays.samples, static_cast<double>(statistics.rays.samples) / seconds / 1e6,
         rays, static_cast<double>(statistics.filmBytes) / 1e6);
 }

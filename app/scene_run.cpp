@@ -11,6 +11,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include <unistd.h>
 
@@ -34,6 +35,7 @@ scene::ParserOptions parserOptions(const CommandLine& command) {
     options.registry = command.registry;
     options.variables = command.variables;
     options.verbosityFixed = command.verbosity.has_value();
+    options.renderAnyway = command.renderAnyway;
     return options;
 }
 
@@ -43,6 +45,14 @@ Progress::Style progressStyle(const CommandLine& command) {
     if (!command.verbosity) return terminal ? Progress::Style::Bar : Progress::Style::Quiet;
     if (*command.verbosity < scene::Level::Progress) return Progress::Style::Quiet;
     return terminal ? Progress::Style::Bar : Progress::Style::Lines;
+}
+
+/// Width / height of a pixel. Scenes round the aspect of the image plane ("1.333"), which means square
+/// pixels.
+float pixelAspect(const miCamera& camera, const image::PictureFrame& picture) {
+    const float aspect =
+        camera.aspect * static_cast<float>(picture.height) / static_cast<float>(picture.width);
+    return std::abs(aspect - 1.0f) < 0.005f ? 1.0f : aspect;
 }
 
 } // namespace
@@ -196,8 +206,7 @@ void SceneRun::describe(render::FrameResult& result, const scene::CameraElement&
     picture.text["samples"] = fmt::format("{} {}", least, most);
     if (!command_.reproducible)
         picture.text["renderSeconds"] = fmt::format("{:.2f}", result.statistics.renderSeconds);
-    picture.pixelAspect =
-        camera.camera.aspect * static_cast<float>(picture.height) / static_cast<float>(picture.width);
+    picture.pixelAspect = pixelAspect(camera.camera, picture);
     picture.threads = std::max(1, result.statistics.threads);
     if (const FrameBufferData* block = passBlock(scene_.database(), camera))
         picture.layerText = passMetadata(scene_.database(), *block);
