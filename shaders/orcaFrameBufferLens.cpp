@@ -3,6 +3,8 @@
 
 #include <shader.h>
 
+#include <initializer_list>
+
 namespace {
 
 /// Where the eye ray meets nothing, the picture shows the background; so do the passes that are the picture.
