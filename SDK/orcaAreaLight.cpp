@@ -15,8 +15,8 @@ std::array<miVector, 4> corners(const AreaLightRecord& light) {
             light.center + light.edgeU + light.edgeV, light.center - light.edgeU + light.edgeV};
 }
 
-/// Solid angle of a spherical triangle of unit vectors (Van Oosterom and Strackee, "The Solid Angle of a Plane
-/// Triangle", 1983); not negative.
+/// Solid angle of a spherical triangle of unit vectors (Van Oosterom and Strackee, "The Solid Angle of a
+/// Plane Triangle", 1983); not negative.
 float solidAngle(const miVector& a, const miVector& b, const miVector& c) {
     const float volume = std::abs(dot(a, cross(b, c)));
     return 2.0f * std::atan2(volume, 1.0f + dot(a, b) + dot(b, c) + dot(c, a));
@@ -33,8 +33,8 @@ miScalar meanCosineToAreaLight(const miVector& point, const miVector& axis, cons
     const auto corner = corners(light);
     for (size_t i = 0; i < 4; ++i) toCorner[i] = normalized(corner[i] - point);
 
-    const float angle = solidAngle(toCorner[0], toCorner[1], toCorner[2]) +
-                        solidAngle(toCorner[0], toCorner[2], toCorner[3]);
+    const float angle =
+        solidAngle(toCorner[0], toCorner[1], toCorner[2]) + solidAngle(toCorner[0], toCorner[2], toCorner[3]);
     const miVector toCenter = normalized(light.center - point);
     // Too small or seen edge on: all its directions are one.
     if (angle < VELA_EPS) return dot(axis, toCenter);

@@ -20,7 +20,8 @@ private:
     miScalar diffuse_;
 };
 
-/// Lambert's cosine law. Share of a light sample that the surface sends back; not yet multiplied by the light's colour.
+/// Lambert's cosine law. Share of a light sample that the surface sends back; not yet multiplied by the
+/// light's colour.
 template <class P>
 class DefaultDiffuseComponent {
 public:

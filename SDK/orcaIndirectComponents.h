@@ -9,11 +9,11 @@ template <class P>
 class DefaultIndirectComponent {
 public:
     DefaultIndirectComponent(miState*, P*) {}
-    [[nodiscard]] miColor operator()(miState* state, P* record, const miColor& color, const miColor& transparency,
-                                     miScalar diffuse, miScalar boost) const {
+    [[nodiscard]] miColor operator()(miState* state, P* record, const miColor& color,
+                                     const miColor& transparency, miScalar diffuse, miScalar boost) const {
         miColor indirect;
-        compute_irradiance(&indirect, &record->irradianceColor, &color, &transparency,
-                           &record->irradiance, state, diffuse, boost);
+        compute_irradiance(&indirect, &record->irradianceColor, &color, &transparency, &record->irradiance,
+                           state, diffuse, boost);
         return indirect;
     }
 };

@@ -18,8 +18,8 @@ LightSums& LightSums::operator+=(const LightSums& other) noexcept {
 }
 
 LightSums& LightSums::operator*=(miScalar f) noexcept {
-    for (miColor* color : {&ambient, &ambientUnshadowed, &diffuse, &diffuseUnshadowed, &translucence, &specular,
-                           &specularUnshadowed})
+    for (miColor* color : {&ambient, &ambientUnshadowed, &diffuse, &diffuseUnshadowed, &translucence,
+                           &specular, &specularUnshadowed})
         *color *= f;
     shadow *= f;
     light *= f;
@@ -51,7 +51,12 @@ miScalar LightSums::selected(miUint componentMask) const noexcept {
 
 LightLoop::LightLoop(miState* state, VelabaseState& vela, const PassRecords& passes, miTag light,
                      miBoolean backSide, bool skipShadows)
-    : state_(state), vela_(vela), passes_(passes), light_(light), backSide_(backSide), skipShadows_(skipShadows) {
+    : state_(state),
+      vela_(vela),
+      passes_(passes),
+      light_(light),
+      backSide_(backSide),
+      skipShadows_(skipShadows) {
     sampleLightBegin(passes_.count, passes_.records);
 }
 

@@ -13,11 +13,11 @@
 /// Light that a surface sends back, by component. Black at the start.
 struct LightSums {
     miColor ambient = BLACK, ambientUnshadowed = BLACK;
-    miColor diffuse = BLACK, diffuseUnshadowed = BLACK;  ///< translucence included
+    miColor diffuse = BLACK, diffuseUnshadowed = BLACK; ///< translucence included
     miColor translucence = BLACK;
     miColor specular = BLACK, specularUnshadowed = BLACK;
-    miScalar shadow = 0.0f;  ///< luminance of the light that shadows removed
-    miScalar light = 0.0f;   ///< luminance of the unshadowed light
+    miScalar shadow = 0.0f; ///< luminance of the light that shadows removed
+    miScalar light = 0.0f;  ///< luminance of the unshadowed light
 
     LightSums& operator+=(const LightSums& other) noexcept;
     LightSums& operator*=(miScalar f) noexcept;
@@ -31,7 +31,8 @@ struct LightSums {
     [[nodiscard]] miScalar selected(miUint componentMask) const noexcept;
 };
 
-/// Opens the light loop of the passes and closes it however the scope ends; what an exception interrupts is dropped.
+/// Opens the light loop of the passes and closes it however the scope ends; what an exception interrupts is
+/// dropped.
 class LightLoop {
 public:
     LightLoop(miState* state, VelabaseState& vela, const PassRecords& passes, miTag light, miBoolean backSide,

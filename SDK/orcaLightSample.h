@@ -3,8 +3,8 @@
 
 #include <shader.h>
 
-/// One light sample as a component sees it. Directions are unit length, in internal space, and point away from the
-/// surface.
+/// One light sample as a component sees it. Directions are unit length, in internal space, and point away
+/// from the surface.
 struct LightSample {
     miColor color;              ///< after shadows
     miVector direction;         ///< to the light

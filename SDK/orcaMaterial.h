@@ -13,9 +13,10 @@
 
 namespace pass_value {
 
-/// What a record receives of a value that a light's share weighs: the light that the record gets, or, with a reference
-/// colour, what is missing from it.
-[[nodiscard]] inline miColor weighted(const miColor& value, const miColor& lightColor, const miColor* reference) {
+/// What a record receives of a value that a light's share weighs: the light that the record gets, or, with a
+/// reference colour, what is missing from it.
+[[nodiscard]] inline miColor weighted(const miColor& value, const miColor& lightColor,
+                                      const miColor* reference) {
     return reference ? value * (*reference - lightColor) : value * lightColor;
 }
 [[nodiscard]] inline miScalar weighted(miScalar value, const miColor& lightColor, const miColor* reference) {
@@ -37,7 +38,8 @@ namespace pass_value {
     return (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) || state->type == miRAY_ENVIRONMENT;
 }
 
-/// A shader object whose parameter record begins with the pass-write settings. They are read once, at construction.
+/// A shader object whose parameter record begins with the pass-write settings. They are read once, at
+/// construction.
 template <class P, class Helper, int = 1>
 class Material : public Shader<P, Helper, 1> {
 public:
@@ -49,13 +51,13 @@ public:
     /// False: the material writes nothing to any pass.
     [[nodiscard]] bool writesPasses() const noexcept { return passWriteMode != WRITE_NONE; }
 
-    /// Adds a value to every frame buffer of a pass type: in a light loop to the loop's accumulators, which are combined
-    /// when it ends, else to the slots of the state's level. Does nothing without pass records.
+    /// Adds a value to every frame buffer of a pass type: in a light loop to the loop's accumulators, which
+    /// are combined when it ends, else to the slots of the state's level. Does nothing without pass records.
     /// @param useLightColor  weigh the value by each record's light colour
     /// @param lightReference points at null, or at a colour of which the light colour is then subtracted
     template <class Value>
-    void writeToFrameBuffers(miState* state, FrameBufferInfo* records, const PassTypeInfo* types, const Value& value,
-                             PassTypeID type, const bool& useLightColor,
+    void writeToFrameBuffers(miState* state, FrameBufferInfo* records, const PassTypeInfo* types,
+                             const Value& value, PassTypeID type, const bool& useLightColor,
                              const miColor* const* lightReference) const {
         static_assert(std::is_same_v<Value, miColor> || std::is_same_v<Value, miScalar>);
         if (!records || !types || (*types)[type].count == 0 || passWriteMode == WRITE_NONE) return;
@@ -81,7 +83,7 @@ public:
     }
 
 protected:
-    miInteger passWriteMode;   ///< see PassWriteMode; 0 writes nothing
-    miUint passWriteFlags;     ///< bit 0: written values are scaled by passWriteScale
+    miInteger passWriteMode; ///< see PassWriteMode; 0 writes nothing
+    miUint passWriteFlags;   ///< bit 0: written values are scaled by passWriteScale
     miScalar passWriteScale;
 };

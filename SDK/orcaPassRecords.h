@@ -24,7 +24,8 @@ struct PassRecords {
     const bool beyond =
         refractionLevel > record.maxRefractionLevel || reflectionLevel > record.maxReflectionLevel;
     if (beyond) return TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
-    const bool below = reflectionLevel < record.minReflectionLevel || refractionLevel < record.minRefractionLevel;
+    const bool below =
+        reflectionLevel < record.minReflectionLevel || refractionLevel < record.minRefractionLevel;
     if (below) return TraceLevelSlot::LEVEL_WRITES_SUPPRESSED | TraceLevelSlot::LEVEL_PASSES_UP;
     return 0;
 }

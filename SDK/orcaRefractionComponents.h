@@ -12,8 +12,8 @@ public:
         : on_(parameterValue(state, record, &P::refractionsOn) != 0) {}
 
     [[nodiscard]] bool on() const noexcept { return on_; }
-    /// Refracted light, black when nothing is traced. `transparency` comes in as the material's and goes out as what is
-    /// left for the renderer.
+    /// Refracted light, black when nothing is traced. `transparency` comes in as the material's and goes out
+    /// as what is left for the renderer.
     /// @param traced secondary rays are wanted
     [[nodiscard]] miColor operator()(miState* state, P* record, const TraceContext& context, bool traced,
                                      miColor& transparency) const {

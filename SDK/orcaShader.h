@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Shader objects: one per shader instance of the scene, made when the renderer initialises the instance and kept in the
-/// instance's user pointer. Render threads share it, so it is read-only while rendering.
+/// Shader objects: one per shader instance of the scene, made when the renderer initialises the instance and
+/// kept in the instance's user pointer. Render threads share it, so it is read-only while rendering.
 
 #include <shader.h>
 
@@ -23,7 +23,7 @@ public:
     }
 
 protected:
-    miState* state_ = nullptr;  ///< only while the object is being destroyed
+    miState* state_ = nullptr; ///< only while the object is being destroyed
     P* parameters_ = nullptr;
 };
 
@@ -34,8 +34,8 @@ protected:
     return slot;
 }
 
-/// What the entry points of a shader do. `Instance` is constructed from (state, record) and called with (result, state,
-/// record).
+/// What the entry points of a shader do. `Instance` is constructed from (state, record) and called with
+/// (result, state, record).
 template <class Instance, class P>
 struct ShaderEntry {
     /// `file` and `line` are what the renderer's leak report shows for the object.
@@ -69,18 +69,18 @@ struct ShaderEntry {
 };
 
 /// Spells a shader's four entry points. `file` and `line` name its objects in the renderer's leak report.
-#define ORCA_EXPORT_SHADER(name, Result, Instance, Record, file, line)                                            \
-    extern "C" {                                                                                                  \
-    DLLEXPORT int name##_version(void) {                                                                          \
-        return 1;                                                                                                 \
-    }                                                                                                             \
-    DLLEXPORT void name##_init(miState* state, Record* record, miBoolean* instanceInitRequired) {                 \
-        ShaderEntry<Instance, Record>::init(state, record, instanceInitRequired, file, line);                     \
-    }                                                                                                             \
-    DLLEXPORT void name##_exit(miState* state, Record* record) {                                                  \
-        ShaderEntry<Instance, Record>::exit(state, record);                                                       \
-    }                                                                                                             \
-    DLLEXPORT miBoolean name(Result* result, miState* state, Record* record) {                                    \
-        return ShaderEntry<Instance, Record>::call(result, state, record);                                        \
-    }                                                                                                             \
+#define ORCA_EXPORT_SHADER(name, Result, Instance, Record, file, line)                                       \
+    extern "C" {                                                                                             \
+    DLLEXPORT int name##_version(void) {                                                                     \
+        return 1;                                                                                            \
+    }                                                                                                        \
+    DLLEXPORT void name##_init(miState* state, Record* record, miBoolean* instanceInitRequired) {            \
+        ShaderEntry<Instance, Record>::init(state, record, instanceInitRequired, file, line);                \
+    }                                                                                                        \
+    DLLEXPORT void name##_exit(miState* state, Record* record) {                                             \
+        ShaderEntry<Instance, Record>::exit(state, record);                                                  \
+    }                                                                                                        \
+    DLLEXPORT miBoolean name(Result* result, miState* state, Record* record) {                               \
+        return ShaderEntry<Instance, Record>::call(result, state, record);                                   \
+    }                                                                                                        \
     }

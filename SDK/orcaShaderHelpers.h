@@ -5,7 +5,8 @@
 #include "orcaComposite.h"
 #include "orcaParameters.h"
 
-/// What a material family decides beside its components. Families derive from it and hide what they do differently.
+/// What a material family decides beside its components. Families derive from it and hide what they do
+/// differently.
 template <class P>
 struct SurfaceShaderHelper {
     /// What the surface lets through of a shadow ray.

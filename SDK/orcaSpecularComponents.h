@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Specular components: constructed from (state, record) once per shading call, evaluated once per light sample. A
-/// material with highlights brings a type of its own with these three members.
+/// Specular components: constructed from (state, record) once per shading call, evaluated once per light
+/// sample. A material with highlights brings a type of its own with these three members.
 
 #include "orcaColor.h"
 #include "orcaLightSample.h"

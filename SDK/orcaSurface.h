@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The shading algorithm of every standard material: its inputs, the light loop, refraction, reflection and indirect
-/// light, the composition of the result, and the pass values of each component.
+/// The shading algorithm of every standard material: its inputs, the light loop, refraction, reflection and
+/// indirect light, the composition of the result, and the pass values of each component.
 ///
 /// What the passes add up to: with w the opacity of the hit, the picture is
 ///     w (ambient + diffuse + indirect) + incandescence + specular + reflection + refraction
-/// where diffuse includes translucence and indirect includes scattered light. The beauty pass receives exactly these
-/// terms, w included. The component passes receive them without w, so that a compositor's sum of layers is the beauty
-/// when the ambient, diffuse and indirect records are weighted by opacity and the other ones are not.
-/// Reflection (19) and refraction (21) receive the traced colours whole, so the component records' level bounds are
-/// those of the level that the compositor adds up, usually 0.
+/// where diffuse includes translucence and indirect includes scattered light. The beauty pass receives
+/// exactly these terms, w included. The component passes receive them without w, so that a compositor's sum
+/// of layers is the beauty when the ambient, diffuse and indirect records are weighted by opacity and the
+/// other ones are not. Reflection (19) and refraction (21) receive the traced colours whole, so the component
+/// records' level bounds are those of the level that the compositor adds up, usually 0.
 
 #include "orcaComposite.h"
 #include "orcaGuards.h"
@@ -103,13 +103,15 @@ private:
     /// The parameters that several steps share.
     struct Inputs {
         Inputs(miState* state, P* record)
-            : ambientColor(AmbientMaterialColor(state, record)()), reflectance(state, record),
+            : ambientColor(AmbientMaterialColor(state, record)()),
+              reflectance(state, record),
               transparency(parameterValue(state, record, &P::transparency)),
               translucence(parameterValue(state, record, &P::translucence)),
               writePasses(parameterValue(state, record, &P::writePasses) != 0),
               throughputBoost(parameterValue(state, record, &P::throughputBoost)),
               glow(parameterValue(state, record, &P::compositeScalarA)),
-              mirror(mirrored(state->dir, state->normal)), ambient(state, record) {
+              mirror(mirrored(state->dir, state->normal)),
+              ambient(state, record) {
             if (translucence == 0.0f) return;
             translucenceForward = parameterValue(state, record, &P::translucenceForward);
             translucenceWrap = parameterValue(state, record, &P::translucenceWrap);
@@ -171,26 +173,29 @@ private:
         if (!mi_instance_lightlist(&count, &lights, state)) return all;
         const Diffuse diffuse(state, record);
         for (int i = 0; i < count; ++i) {
-            all += lightFrom(lights[i], miFALSE, state, vela, passes, composite, writer, in, specular, diffuse);
+            all +=
+                lightFrom(lights[i], miFALSE, state, vela, passes, composite, writer, in, specular, diffuse);
             if (!state->inv_normal) continue;
             const Restored<miVector> normal(state->normal);
             const Restored<miVector> geometric(state->normal_geom);
             state->normal = -state->normal;
             state->normal_geom = -state->normal_geom;
-            all += lightFrom(lights[i], miTRUE, state, vela, passes, composite, writer, in, specular, diffuse);
+            all +=
+                lightFrom(lights[i], miTRUE, state, vela, passes, composite, writer, in, specular, diffuse);
         }
         return all;
     }
 
     /// One light seen from one side; the mean over its samples.
     LightSums lightFrom(miTag light, miBoolean backSide, miState* state, VelabaseState& vela,
-                        const PassRecords& passes, const bc& composite, const Writer& writer, const Inputs& in,
-                        const Specular& specular, const Diffuse& diffuse) const {
+                        const PassRecords& passes, const bc& composite, const Writer& writer,
+                        const Inputs& in, const Specular& specular, const Diffuse& diffuse) const {
         LightSums sums;
         LightLoop loop(state, vela, passes, light, backSide, composite.b == 0);
         LightSample sample;
         sample.mirror = in.mirror;
-        while (loop.next(sample)) shadeSample(sums, sample, state, vela, composite, writer, in, specular, diffuse);
+        while (loop.next(sample))
+            shadeSample(sums, sample, state, vela, composite, writer, in, specular, diffuse);
         loop.end(this->passWriteMode, this->passWriteFlags, this->passWriteScale);
         if (loop.samples() > 1) sums *= 1.0f / static_cast<float>(loop.samples());
         if (loop.samples() > 0) writer.write(PASS_LIGHT_SUM, sums.selected(composite.componentMask));
@@ -204,7 +209,7 @@ private:
                             const Specular& specular, const Diffuse& diffuse) {
         const LightData& data = vela.lightData;
         const miColor& color = in.reflectance.color();
-        miColor shaded = BLACK;  // what the sample adds to the opaque part of the surface, per light colour
+        miColor shaded = BLACK; // what the sample adds to the opaque part of the surface, per light colour
         if (data.isAmbient) {
             sums.ambient += color * sample.color;
             sums.ambientUnshadowed += color * data.unshadowedColor;
@@ -213,15 +218,16 @@ private:
             shaded += color;
         }
         if (data.emitDiffuse) {
-            if (vela.areaLight) sample.nDotL = arealight_lambertian_reflect(state, &sample.direction, vela.areaLight);
+            if (vela.areaLight)
+                sample.nDotL = arealight_lambertian_reflect(state, &sample.direction, vela.areaLight);
             writeIrradiance(writer, sample.nDotL);
             if (composite.componentMask & COMPOSITE_THROUGHPUT) sums.countShadow(data, sample.nDotL);
 
             const miScalar t = in.translucence == 0.0f
                                    ? 0.0f
-                                   : compute_lambert_translucence(state, &sample.direction, vela.areaLight,
-                                                                  sample.nDotL, in.translucence,
-                                                                  in.translucenceForward, in.translucenceWrap);
+                                   : compute_lambert_translucence(
+                                         state, &sample.direction, vela.areaLight, sample.nDotL,
+                                         in.translucence, in.translucenceForward, in.translucenceWrap);
             const miColor through = color * t;
             const miColor reflected = diffuse(color * in.reflectance.diffuse(), sample.nDotL);
             sums.addDiffuse(through, reflected, sample.color, data.unshadowedColor);
@@ -262,8 +268,8 @@ private:
         writer.writeLit(PASS_RAW_SHADOW_LUMINANCE, nDotL);
     }
 
-    static miColor shadeHighlight(LightSums& sums, LightSample& sample, miState* state, const VelabaseState& vela,
-                                  const Writer& writer, const Specular& specular) {
+    static miColor shadeHighlight(LightSums& sums, LightSample& sample, miState* state,
+                                  const VelabaseState& vela, const Writer& writer, const Specular& specular) {
         sample.specularDirection = sample.direction;
         if (vela.areaLight)
             arealight_max_phong_spec_dir(&sample.specularDirection, state, &sample.mirror, vela.areaLight);
@@ -296,8 +302,8 @@ private:
         return parts;
     }
 
-    /// The components as they entered the picture. Reflected material colour (20) is the reflectivity at the facing
-    /// ratio; indirect (22) is irradiance and scattered light together.
+    /// The components as they entered the picture. Reflected material colour (20) is the reflectivity at the
+    /// facing ratio; indirect (22) is irradiance and scattered light together.
     static void writeCompositePasses(const Writer& writer, const Inputs& in, const Reflection& reflection,
                                      const Result& result, const miColor& ambientTerm) {
         if (!writer.writesComponents()) return;
@@ -314,10 +320,10 @@ private:
         writer.write(PASS_AMBIENT, ambientTerm);
 
         const miColor beauty = (WHITE - in.transparency) * (indirect + ambientTerm) + result.incandescence;
-        if (!anyAbove(WHITE - in.transparency, 0.0f) && !anyAbove(beauty, 0.0f)) return;  // nothing to be seen
+        if (!anyAbove(WHITE - in.transparency, 0.0f) && !anyAbove(beauty, 0.0f)) return; // nothing to be seen
         writer.write(PASS_BEAUTY, beauty);
         writer.write(PASS_BEAUTY_NO_REFLECTION_REFRACTION, beauty);
     }
 
-    mutable void* scatterCache = nullptr;  ///< subsurface data of the instance, made by compute_scatter
+    mutable void* scatterCache = nullptr; ///< subsurface data of the instance, made by compute_scatter
 };

@@ -10,7 +10,7 @@ struct SurfacePassWriter {
     const MaterialType& material;
     miState* state;
     const PassRecords& passes;
-    bool components;  ///< the material's writePasses
+    bool components; ///< the material's writePasses
 
     /// Some pass may be written at all.
     [[nodiscard]] bool writes() const noexcept { return passes && material.writesPasses(); }
@@ -32,6 +32,7 @@ private:
     template <class Value>
     void put(PassTypeID type, const Value& value, bool useLightColor) const {
         const miColor* const noReference = nullptr;
-        material.writeToFrameBuffers(state, passes.records, passes.types, value, type, useLightColor, &noReference);
+        material.writeToFrameBuffers(state, passes.records, passes.types, value, type, useLightColor,
+                                     &noReference);
     }
 };

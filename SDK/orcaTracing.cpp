@@ -30,7 +30,7 @@ struct SecondaryRay {
     miVector direction;
     miColor weight;
     int limit;
-    float absorbance;  // per scene unit of the ray's length
+    float absorbance; // per scene unit of the ray's length
 };
 
 miColor environmentLight(miState* state, const SecondaryRay& ray, const TraceContext& context) {
@@ -65,8 +65,7 @@ miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext&
                                                        : mi_trace_refraction(&light, state, &direction);
     if (!found) light = BLACK;
 
-    const miColor weight =
-        withAlpha(ray.weight * transmittance(state, ray.absorbance), ray.weight.a);
+    const miColor weight = withAlpha(ray.weight * transmittance(state, ray.absorbance), ray.weight.a);
     light *= weight;
     const bool isRefraction = ray.kind == RayKind::Refraction;
     if (vela.surfacesShaded == shadedBefore) addUnhandedLight(state, passes, isRefraction, light);
@@ -74,8 +73,10 @@ miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext&
     return light;
 }
 
-/// Mean over a cone of rays about the given one, stratified over its base; one sharp ray when the cone is none.
-miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int samples, const TraceContext& context) {
+/// Mean over a cone of rays about the given one, stratified over its base; one sharp ray when the cone is
+/// none.
+miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int samples,
+                   const TraceContext& context) {
     if (halfAngle <= 0.0f || samples < 2) return tracedLight(state, ray, context);
 
     const miVector axis = ray.direction;

@@ -37,8 +37,8 @@
 [[nodiscard]] constexpr miVector mirrored(const miVector& direction, const miVector& n) noexcept {
     return direction - n * (2.0f * dot(n, direction));
 }
-/// Two unit vectors that with the unit vector `n` make a right-handed orthonormal basis (Duff et al., "Building an
-/// Orthonormal Basis, Revisited", 2017).
+/// Two unit vectors that with the unit vector `n` make a right-handed orthonormal basis (Duff et al.,
+/// "Building an Orthonormal Basis, Revisited", 2017).
 inline void orthonormalBasis(const miVector& n, miVector& u, miVector& v) noexcept {
     const miScalar sign = std::copysign(1.0f, n.z);
     const miScalar a = -1.0f / (sign + n.z);
