@@ -27,7 +27,6 @@ typedef enum miQ_type {
     miQ_VERSION,                      ///< char*
     miQ_DECL_LOCK,                    ///< state, function or declaration: miLock*
     miQ_DECL_NAME,                    ///< char*
-    miQ_DECL_PARAM,                   ///< char*, encoded parameter list
     miQ_DECL_RESULT_SIZE,             ///< int, bytes
     miQ_DECL_TYPE,                    ///< int, miParam_type of the result
     miQ_DECL_VERSION,                 ///< int

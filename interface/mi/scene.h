@@ -79,6 +79,7 @@ typedef struct miObject {
     miCBoolean reflection, refraction, transparency, finalgather;
     miCBoolean face;
     miVector bbox_min, bbox_max;  ///< object space
+    miCBoolean shadow_mode;       ///< bit 0: casts shadows, bit 1: receives them
 } miObject;
 
 /// User data: a block of parameters that anything in the scene can carry, in a chain.

@@ -111,6 +111,7 @@ typedef struct miState {
     int user_size;
 
     miCBoolean rast_compose;      ///< this sample is one of several that the rasterizer composites
+    miUint hit_leaf, hit_triangle; ///< the renderer's own: what was hit
     void* ext;                    ///< the renderer's own
 } miState;
 

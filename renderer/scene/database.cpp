@@ -192,6 +192,24 @@ const Element* Database::userOf(miTag tag) const {
     return nullptr;
 }
 
+bool Database::isInCycle(miTag tag) const {
+    std::vector<miTag> waiting{tag};
+    std::vector<bool> seen(endTag(), false);
+    bool found = false;
+    while (!waiting.empty() && !found) {
+        const Element* element = get(waiting.back());
+        waiting.pop_back();
+        if (!element) continue;
+        element->visitReferences([&](miTag used) {
+            found = found || used == tag;
+            if (used >= seen.size() || seen[used]) return;
+            seen[used] = true;
+            waiting.push_back(used);
+        });
+    }
+    return found;
+}
+
 std::string_view kindName(miScene_type type) {
     switch (type) {
     case miSCENE_NONE:
@@ -203,7 +221,7 @@ std::string_view kindName(miScene_type type) {
     case miSCENE_FUNCTION:
         return "shader";
     case miSCENE_OPTIONS:
-        return "options";
+        return "options block";
     case miSCENE_CAMERA:
         return "camera";
     case miSCENE_MATERIAL:
@@ -221,15 +239,20 @@ std::string_view kindName(miScene_type type) {
     case miSCENE_LIGHTPROFILE:
         return "light profile";
     case miSCENE_FRAMEBUFFERS:
-        return "frame buffers";
+        return "frame-buffer collection";
     case miSCENE_PHENOMENON_DECL:
         return "phenomenon declaration";
     case miSCENE_OTHER:
         return "other element";
     case miSCENE_USERDATA:
-        return "user data";
+        return "data block";
     }
     return "element";
+}
+
+std::string withArticle(std::string_view noun) {
+    const bool vowel = !noun.empty() && std::string_view("aeiou").find(noun[0]) != std::string_view::npos;
+    return fmt::format("{} {}", vowel ? "an" : "a", noun);
 }
 
 } // namespace orca::scene

@@ -75,6 +75,8 @@ public:
     void visitDeclarations(const std::function<void(const std::string&, miTag)>& visit) const;
     /// An element that refers to `tag`, or null: why it cannot be deleted.
     [[nodiscard]] const Element* userOf(miTag tag) const;
+    /// True when an element refers to itself, directly or through others.
+    [[nodiscard]] bool isInCycle(miTag tag) const;
 
 private:
     static constexpr std::uint32_t segmentSize = 4096;
@@ -104,6 +106,9 @@ private:
     NameTable names_, declarations_;
 };
 
+/// As messages call the kind of an element.
 [[nodiscard]] std::string_view kindName(miScene_type type);
+/// "a light", "an instance".
+[[nodiscard]] std::string withArticle(std::string_view noun);
 
 } // namespace orca::scene

@@ -61,6 +61,7 @@ struct DeclarationElement final : Element {
     [[nodiscard]] int recordSize() const override { return sizeof(DeclarationElement); }
 
     Kind kind;
+    std::string symbol; ///< name of the C function: the name without its namespace
     std::vector<Parameter> parameters;
     int fixedSize = 0; ///< bytes of the block without array tails
     Parameter result;  ///< a colour unless declared otherwise; a struct's members have offsets

@@ -28,6 +28,9 @@ struct ShaderRuntime::Implementation {
 
     /// Runs the inits that are due before the first call of an instance. False when one of them has failed.
     bool initialise(BoundShader& shader, miState* state);
+    /// Calls the instances of a list from `bound` up to `end`.
+    miBoolean callRange(void* result, int type, miState* state, BoundShader* bound, const BoundShader* end,
+                        void* argument);
     /// Counts the exception now being handled against `shader`, unless a shader further in has thrown it.
     void countException(BoundShader& shader, CallContext& context);
 };

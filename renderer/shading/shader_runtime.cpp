@@ -20,8 +20,8 @@ bool ShaderRuntime::loadLibrary(const std::string& file, const std::vector<std::
     return implementation_->libraries.load(file, searchPaths, place, messages_);
 }
 
-miBoolean ShaderRuntime::call(void* result, int type, miState* state, miTag shader, void* argument) {
-    BoundShader* bound = implementation_->find(shader);
+miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miState* state, BoundShader* bound,
+                                                    const BoundShader* end, void* argument) {
     if (!bound) return miFALSE;
 
     CallContext& context = contextOf(state);
@@ -30,22 +30,36 @@ miBoolean ShaderRuntime::call(void* result, int type, miState* state, miTag shad
     const EvaluationArena::Mark mark = context.arena.mark();
     miBoolean value = miFALSE;
     try {
-        for (; bound; bound = bound->next) {
+        for (; bound != end; bound = bound->next) {
             value = miFALSE;
             if (!bound->entry) continue;
             state->shader = bound->function;
-            if (!bound->ready.load(std::memory_order_acquire) && !implementation_->initialise(*bound, state))
+            if (!bound->ready.load(std::memory_order_acquire) && !initialise(*bound, state))
                 continue;
             value = bound->entry(result, state, bound->parameters, argument);
             context.arena.release(mark);
         }
     } catch (...) {
-        implementation_->countException(*bound, context);
-        if (implementation_->caching && type != miSHADER_TEXTURE) context.cache.endCall();
+        countException(*bound, context);
+        if (caching && type != miSHADER_TEXTURE) context.cache.endCall();
         throw;
     }
-    if (implementation_->caching && type != miSHADER_TEXTURE) context.cache.flush(state);
+    if (caching && type != miSHADER_TEXTURE) context.cache.flush(state);
     return value;
+}
+
+miBoolean ShaderRuntime::call(void* result, int type, miState* state, miTag shader, void* argument) {
+    return implementation_->callRange(result, type, state, implementation_->find(shader), nullptr, argument);
+}
+
+miBoolean ShaderRuntime::callOne(void* result, int type, miState* state, miTag shader, void* argument) {
+    BoundShader* const bound = implementation_->find(shader);
+    return implementation_->callRange(result, type, state, bound, bound ? bound->next : nullptr, argument);
+}
+
+miTag ShaderRuntime::next(miTag shader) const {
+    const BoundShader* const bound = implementation_->find(shader);
+    return bound && bound->next ? bound->next->tag : miNULLTAG;
 }
 
 void* ShaderRuntime::evaluate(miState* state, void* parameter) {

@@ -39,6 +39,11 @@ public:
     /// and passes through.
     miBoolean call(void* result, int type, miState* state, miTag shader, void* argument = nullptr);
 
+    /// As `call` for that one instance, whatever follows it in its list.
+    miBoolean callOne(void* result, int type, miState* state, miTag shader, void* argument = nullptr);
+    /// The next instance of a list; 0 after the last.
+    [[nodiscard]] miTag next(miTag shader) const;
+
     /// Value of a connected parameter of `state->shader`: 4-byte aligned, valid until that shader returns.
     void* evaluate(miState* state, void* parameter);
     /// With caching on (a test mode), one evaluation per state and source instance until flushed, and at most

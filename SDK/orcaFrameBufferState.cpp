@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaFrameBufferState.h"
+
+#include "orcaColor.h"
+#include "orcaConstants.h"
+#include "orcaGuards.h"
+#include "orcaRenderPassUtilities.h"
+#include "orcaUtilities.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr const char* sourceName = "orcaFrameBufferState";
+constexpr int recordsLine = 1;
+constexpr int slotsLine = 2;
+
+/// Types of light that shadows remove: they need shadowed light and keep only what is missing.
+constexpr PassTypeID shadowOnlyTypes[] = {PASS_SHADOW, PASS_SHADOW_LUMINANCE, PASS_RAW_SHADOW,
+                                          PASS_RAW_SHADOW_LUMINANCE};
+/// Types whose light arrives unshadowed whatever the scene says.
+constexpr PassTypeID unshadowedTypes[] = {PASS_TRANSLUCENCE_NO_SHADOW, PASS_DIFFUSE_NO_SHADOW, PASS_SPECULAR_NO_SHADOW,
+                                          PASS_BEAUTY_NO_REFLECTION_REFRACTION, PASS_DIRECT_IRRADIANCE_NO_SHADOW};
+
+template <class Change>
+void forEachRecord(const PassTypeInfo& types, PassTypeID type, FrameBufferInfo* records, Change change) {
+    const PassTypeRun& run = types[type];
+    for (int i = run.first; i < run.first + run.count; ++i) change(records[i]);
+}
+
+PassTypeInfo countTypes(const FrameBufferData& data) {
+    PassTypeInfo types{};
+    miInteger first = 0;
+    for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
+        const miInteger count = type < data.n_FrameBufferTypeCounts
+                                    ? data.FrameBufferTypeCounts[data.i_FrameBufferTypeCounts + type]
+                                    : 0;
+        types.types[type] = {count, first};
+        first += count;
+    }
+    return types;
+}
+
+/// Builds the unresolved records and hangs them on the state.
+miBoolean createRecords(miState* state) {
+    const FrameBufferDataBlock found = getFrameBufferDataBlock(state);
+    if (!found.block || found.tag == miNULLTAG) return miFALSE;
+    const Unpin unpin(found.tag);
+    FrameBufferData& data = *found.block;
+
+    const int count = data.n_frameBufferInfo;
+    const int slotsPerRecord = state->options->trace_depth + 1;
+    const RendererArray<FrameBufferInfo> records(sourceName, recordsLine, count);
+    RendererArray<TraceLevelSlot> slots(sourceName, slotsLine, count * slotsPerRecord);
+    if (!records || !slots) return miFALSE;
+    for (int i = 0; i < count; ++i) {
+        FrameBufferInfo& record = records[i];
+        record.flags = 0;
+        record.minReflectionLevel = record.maxReflectionLevel = 0;
+        record.minRefractionLevel = record.maxRefractionLevel = 0;
+        record.levelSlots = slots.get() + i * slotsPerRecord;
+    }
+    if (count > 0) records[0].frameBufferIndex = FRAME_BUFFER_UNRESOLVED;
+
+    if (data.n_FrameBufferTypeCounts != PASS_TYPE_COUNT)
+        orcaError("orcaFrameBufferState(): FrameBufferTypeCounts array does not have the expected number of elements.");
+    PassTypeInfo types = countTypes(data);
+
+    mi_shaderstate_set(state, FRAME_BUFFER_INFO_KEY, records.get(), count * static_cast<int>(sizeof(FrameBufferInfo)),
+                       VELA_STATE_LIFETIME);
+    mi_shaderstate_set(state, PASS_TYPE_INFO_KEY, &types, sizeof types, VELA_STATE_LIFETIME);
+    slots.release();  // record 0 owns all slots from here on
+    return miTRUE;
+}
+
+/// Slots of records that were never resolved stay allocated: without a sample nothing vouches for the records.
+miBoolean destroyRecords(miState* state) {
+    PassTypeInfo* types = nullptr;
+    FrameBufferInfo* records = nullptr;
+    const unsigned count = getFrameBufferInfo(state, types, records);
+    if (count != 0 && records[0].frameBufferIndex != FRAME_BUFFER_UNRESOLVED)
+        mi_mem_int_release(sourceName, slotsLine, records[0].levelSlots);
+    mi_shaderstate_set(state, FRAME_BUFFER_INFO_KEY, nullptr, 0, VELA_STATE_LIFETIME);
+    mi_shaderstate_set(state, PASS_TYPE_INFO_KEY, nullptr, 0, VELA_STATE_LIFETIME);
+    return miTRUE;
+}
+
+void resolveRecord(miState* state, const FrameBufferDataRecord& data, FrameBufferInfo& record) {
+    if (data.frameBufferName == miNULLTAG) orcaError("Missing frameBufferName parameter in frameBufferInfo record.");
+    record.frameBufferIndex = getNamedFrameBufferID(state, data.frameBufferName);
+    record.flags = 0;
+    for (unsigned bit = 0; bit < std::size(data.flags); ++bit)
+        if (data.flags[bit]) record.flags |= FB_USER_FLAG_0 << bit;
+    record.minReflectionLevel = data.minReflectionLevel;
+    record.maxReflectionLevel = data.maxReflectionLevel;
+    record.minRefractionLevel = data.minRefractionLevel;
+    record.maxRefractionLevel = data.maxRefractionLevel;
+    record.userWord4 = data.userWord4;
+}
+
+/// Looks the frame buffers' names up and takes over what the data block says of each record. Number of records.
+unsigned resolveRecords(miState* state, const PassTypeInfo& types, FrameBufferInfo* records, unsigned count) {
+    const FrameBufferDataBlock found = getFrameBufferDataBlock(state);
+    if (!found.block) return count;
+    const Unpin unpin(found.tag);
+    const FrameBufferData& data = *found.block;
+
+    const int dataRecords = data.n_frameBufferInfo;
+    for (int i = 0; i < dataRecords; ++i)
+        resolveRecord(state, data.frameBufferInfo[data.i_frameBufferInfo + i], records[i]);
+    for (const PassTypeID type : shadowOnlyTypes)
+        forEachRecord(types, type, records, [](FrameBufferInfo& r) { r.flags |= FB_SHADOW_ONLY | FB_SHADOWED; });
+    for (const PassTypeID type : unshadowedTypes)
+        forEachRecord(types, type, records, [](FrameBufferInfo& r) { r.flags &= ~unsigned{FB_SHADOWED}; });
+    return static_cast<unsigned>(dataRecords);
+}
+
+miBoolean beginSample(miState* state) {
+    PassTypeInfo* types = nullptr;
+    FrameBufferInfo* records = nullptr;
+    unsigned count = getFrameBufferInfo(state, types, records);
+    if (count == 0) return miTRUE;
+    if (records[0].frameBufferIndex == FRAME_BUFFER_UNRESOLVED) count = resolveRecords(state, *types, records, count);
+    for (unsigned i = 0; i < count; ++i) {
+        records[i].levelSlots[0].childResult = BLACK;
+        records[i].levelSlots[0].levelAux = BLACK;
+    }
+    return miTRUE;
+}
+
+/// A positive alpha means "something is here" and becomes 1; only volumes keep theirs.
+void settleAlpha(miColor& color, int record, const PassTypeInfo& types) {
+    const bool volume = record >= types[PASS_LIGHT_VOLUME].first &&
+                        record < types[PASS_OBJECT_VOLUME].first + types[PASS_OBJECT_VOLUME].count;
+    if (!volume && color.a > 0.0f) color.a = 1.0f;
+}
+
+miBoolean endSample(miState* state, const miShader_state_arg& argument) {
+    if (state->type != miRAY_EYE || !argument.ret_value) return miTRUE;
+    PassTypeInfo* types = nullptr;
+    FrameBufferInfo* records = nullptr;
+    const unsigned count = getFrameBufferInfo(state, types, records);
+
+    const bool composed = state->options->scanline == miSCANLINE_RASTERIZER && state->rast_compose;
+    for (unsigned i = 0; i < count; ++i) {
+        const int buffer = static_cast<int>(records[i].frameBufferIndex);
+        miColor& result = records[i].levelSlots[0].childResult;
+        if (composed) {
+            // The rasterizer's other hits of this sample have written before; the values add up.
+            miColor sum{};
+            mi_fb_get(state, buffer, &sum);
+            sum += result;
+            settleAlpha(sum, static_cast<int>(i), *types);
+            mi_fb_put(state, buffer, &sum);
+        } else {
+            settleAlpha(result, static_cast<int>(i), *types);
+            mi_fb_put(state, buffer, &result);
+        }
+    }
+    return miTRUE;
+}
+
+} // namespace
+
+extern "C" {
+
+ORCA_EXPORT int orcaFrameBufferState_version(void) {
+    return 1;
+}
+
+ORCA_EXPORT void orcaFrameBufferState_init(miState* state, void* parameters, miBoolean* initRequired) {
+    if (parameters) return;
+    requireStateShader(state, "orcaFrameBufferState(): Not invoked as state shader.\nCould be a version mismatch. "
+                              "Re-export the .mi");
+    *initRequired = miFALSE;
+}
+
+ORCA_EXPORT miBoolean orcaFrameBufferState(miColor*, miState* state, void*, miShader_state_arg* argument) {
+    switch (argument->op) {
+    case miSHADERSTATE_STATE_INIT: return createRecords(state);
+    case miSHADERSTATE_STATE_EXIT: return destroyRecords(state);
+    case miSHADERSTATE_SAMPLE_INIT: return beginSample(state);
+    case miSHADERSTATE_SAMPLE_EXIT: return endSample(state, *argument);
+    default: mi_warning("vela_state(): Invoked with invalid opcode."); return miFALSE;
+    }
+}
+
+} // extern "C"

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaPassMask.h"
+
+namespace {
+
+miTag maskTagOf(miTag instanceTag) {
+    const Pinned<const miInstance> instance(instanceTag);
+    if (!instance || instance->userdata == miNULLTAG) return miNULLTAG;
+    char* block = nullptr;
+    if (!mi_query(miQ_DATA_PARAM, nullptr, instance->userdata, &block) || !block) return miNULLTAG;
+    return *reinterpret_cast<const miTag*>(block);
+}
+
+} // namespace
+
+PassMask::PassMask(miTag instance) {
+    const miTag mask = instance == miNULLTAG ? miNULLTAG : maskTagOf(instance);
+    if (mask == miNULLTAG) return;
+    text_.emplace(mask);
+    if (!*text_) text_.reset();
+}

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaRenderPassUtilities.h"
+
+#include "orcaColor.h"
+#include "orcaConstants.h"
+#include "orcaGuards.h"
+
+namespace {
+
+/// Value of a hexadecimal digit. Other characters are not rejected; they give what the rule makes of them.
+unsigned digitValue(char character) {
+    const auto c = static_cast<unsigned char>(character);
+    if (c < 'A') return static_cast<unsigned char>(c - '0');
+    return static_cast<unsigned char>(c < 'a' ? c - ('A' - 10) : c - ('a' - 10));
+}
+
+/// The camera's named frame buffers, for as long as a look-up takes.
+class NamedFrameBuffers {
+public:
+    explicit NamedFrameBuffers(miTag collection)
+        : interface_(mi_get_shader_interface()),
+          framebuffers_(interface_ && collection != miNULLTAG ? interface_->getFramebuffers(collection) : nullptr) {}
+    ~NamedFrameBuffers() {
+        if (framebuffers_) interface_->releaseFramebuffers(framebuffers_);
+        if (interface_) interface_->release();
+    }
+    NamedFrameBuffers(const NamedFrameBuffers&) = delete;
+    NamedFrameBuffers& operator=(const NamedFrameBuffers&) = delete;
+
+    [[nodiscard]] unsigned indexOf(const char* name) const {
+        std::size_t index = 0;
+        return framebuffers_ && framebuffers_->get_index(name, index) ? static_cast<unsigned>(index) : 0u;
+    }
+
+private:
+    mi::shader::Interface* interface_;
+    const mi::shader::Framebuffer* framebuffers_;
+};
+
+bool canHandOver(unsigned count, const miState* state) {
+    return count != 0 && traceLevel(state) < state->options->trace_depth;
+}
+
+} // namespace
+
+bool contributesToPass(int passIndex, const char* mask) {
+    if (!mask) return true;
+    const unsigned bit = 1u << (passIndex % 4);
+    return (digitValue(mask[passIndex / 4]) & bit) != 0;
+}
+
+void tracePassInit(unsigned count, FrameBufferInfo* records, miState* state) {
+    if (!canHandOver(count, state)) return;
+    const int below = traceLevel(state) + 1;
+    for (unsigned i = 0; i < count; ++i) {
+        records[i].levelSlots[below].childResult = BLACK;
+        records[i].levelSlots[below].levelAux = BLACK;
+    }
+}
+
+void tracePassAdd(unsigned count, FrameBufferInfo* records, miState* state, bool isRefraction, miColor weight) {
+    if (!canHandOver(count, state)) return;
+    const int level = traceLevel(state);
+    const unsigned askedFor = isRefraction ? FB_INCLUDE_REFRACTION : FB_INCLUDE_REFLECTION;
+    for (unsigned i = 0; i < count; ++i) {
+        TraceLevelSlot& slot = records[i].levelSlots[level];
+        const unsigned mode = slot.levelMode & TraceLevelSlot::LEVEL_MODE_MASK;
+        if (mode == TraceLevelSlot::LEVEL_WRITES_SUPPRESSED && !(records[i].flags & askedFor)) continue;
+        slot.levelResult += weight * records[i].levelSlots[level + 1].childResult;
+    }
+}
+
+unsigned getNamedFrameBufferID(const miState* state, const char* name) {
+    if (!name || !state->camera) return 0;
+    return NamedFrameBuffers(state->camera->buffertag).indexOf(name);
+}
+
+unsigned getNamedFrameBufferID(const miState* state, unsigned nameTag) {
+    const Pinned<const char> name(nameTag);
+    return getNamedFrameBufferID(state, name.get());
+}

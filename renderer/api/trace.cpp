@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/hemisphere.h"
+#include "render/secondary_rays.h"
+#include "render/shadows.h"
+
+#include <shader.h>
+
+extern "C" {
+
+DLLEXPORT miBoolean mi_trace_eye(miColor* result, miState* state, miVector* origin, miVector* direction) {
+    return orca::render::traceEye(*result, state, *origin, *direction);
+}
+
+DLLEXPORT miBoolean mi_trace_reflection(miColor* result, miState* state, miVector* direction) {
+    return orca::render::traceReflection(*result, state, *direction);
+}
+
+DLLEXPORT miBoolean mi_trace_refraction(miColor* result, miState* state, miVector* direction) {
+    return orca::render::traceRefraction(*result, state, *direction);
+}
+
+DLLEXPORT miBoolean mi_trace_transparent(miColor* result, miState* state) {
+    return orca::render::traceTransparent(*result, state);
+}
+
+DLLEXPORT miBoolean mi_trace_continue(miColor* result, miState* state) {
+    return orca::render::traceContinue(*result, state);
+}
+
+DLLEXPORT miBoolean mi_trace_environment(miColor* result, miState* state, miVector* direction) {
+    return orca::render::traceEnvironment(*result, state, *direction);
+}
+
+DLLEXPORT miBoolean mi_trace_probe(miState* state, miVector* direction, miVector* origin) {
+    return orca::render::traceProbe(state, *direction, *origin);
+}
+
+DLLEXPORT miBoolean mi_trace_shadow(miColor* result, miState* state) {
+    return orca::render::traceShadow(*result, state);
+}
+
+DLLEXPORT miBoolean mi_trace_shadow_seg(miColor* result, miState* state) {
+    return orca::render::traceShadowSegment(*result, state);
+}
+
+DLLEXPORT miBoolean mi_compute_avg_radiance(miColor* result, miState* state, miUint1 face,
+                                            struct miIrrad_options* options) {
+    return orca::render::averageRadiance(*result, state, static_cast<char>(face), options);
+}
+
+DLLEXPORT miBoolean mi_compute_irradiance(miColor* result, miState* state) {
+    return orca::render::irradiance(*result, state, 'f');
+}
+
+DLLEXPORT miBoolean mi_compute_irradiance_backside(miColor* result, miState* state) {
+    return orca::render::irradiance(*result, state, 'b');
+}
+
+DLLEXPORT miBoolean mi_ambient_occlusion(miScalar* result, miState* state, struct miAo_options* options) {
+    return orca::render::ambientOcclusion(*result, state, options);
+}
+
+} // extern "C"

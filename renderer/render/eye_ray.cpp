@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/eye_ray.h"
+
+#include "render/surface_state.h"
+#include "render/visible.h"
+
+#include <algorithm>
+
+namespace orca::render {
+
+void setEyeRay(const Frame& frame, miState& state) {
+    const miCamera& camera = frame.camera;
+    const miVector onPlane = frame.cameraFromRaster({state.raster_x, state.raster_y, -camera.focal});
+    miVector origin{0.0f, 0.0f, 0.0f};
+    miVector direction{onPlane.x, onPlane.y, -camera.focal};
+    if (camera.orthographic) {
+        origin = {onPlane.x, onPlane.y, 0.0f};
+        direction = {0.0f, 0.0f, -1.0f};
+    }
+    mi_point_transform(&state.org, &origin, frame.cameraToWorld);
+    mi_vector_transform(&state.dir, &direction, frame.cameraToWorld);
+    mi_vector_normalize(&state.dir);
+}
+
+miBoolean castEyeRay(RenderContext& context, ChildState& child, miColor& result) {
+    const Frame& frame = context.frame;
+    ++context.counts.eye;
+    // A lens shader may hand in any length.
+    mi_vector_normalize(&child->dir);
+    geometry::Ray ray;
+    ray.origin = child->org;
+    ray.direction = child->dir;
+    ray.time = kernelTime(context, *child.get());
+    ray.rayClass = geometry::RayClass::Eye;
+
+    // The clipping planes are perpendicular to the view axis.
+    miVector inCamera;
+    mi_vector_transform(&inCamera, &child->dir, frame.worldToCamera);
+    constexpr float shallowest = 1e-6f;
+    const float perDistance = std::max(-inCamera.z / std::max(mi_vector_norm(&inCamera), shallowest), shallowest);
+    ray.nearDistance = std::max(frame.camera.clip.min / perDistance, context.eyeStart);
+    ray.farDistance = frame.camera.clip.max / perDistance;
+    ray.skipLeaf = context.skipLeaf;
+    ray.skipTriangle = context.skipTriangle;
+    return shadeVisibleRay(context, child, ray, result);
+}
+
+} // namespace orca::render

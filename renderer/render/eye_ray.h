@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "render/render_context.h"
+
+namespace orca::render {
+
+/// Sets the state's origin and direction to the eye ray of its raster position, in internal space.
+void setEyeRay(const Frame& frame, miState& state);
+
+/// Casts the child's ray (org, dir) as the eye ray, within the camera's clipping range.
+miBoolean castEyeRay(RenderContext& context, ChildState& child, miColor& result);
+
+} // namespace orca::render

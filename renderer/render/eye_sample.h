@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "render/pixel_filter.h"
+#include "render/render_context.h"
+
+namespace orca::render {
+
+/// Runs the state shaders that open (operation 0) or close (operation 1) a thread's base state.
+void openBaseState(RenderContext& context);
+void closeBaseState(RenderContext& context);
+
+/// Renders one sample of a pixel (the sampler has been started for it); afterwards `context.sampleWords` holds the value of every frame buffer. Faults of
+/// shaders (exceptions, not-a-number values) are counted and leave black.
+void renderEyeSample(RenderContext& context, int pixelX, int pixelY,
+                     const PixelFilter::Placement& placement);
+
+} // namespace orca::render

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/frame.h"
+
+#include "scene/elements.h"
+
+namespace orca::render {
+
+namespace {
+
+/// Index by tag into something; `geometry::nothing` where a tag is none of them.
+void enter(std::vector<std::uint32_t>& byTag, miTag tag, std::uint32_t index) {
+    if (byTag.size() <= tag) byTag.resize(tag + 1, geometry::nothing);
+    byTag[tag] = index;
+}
+
+std::uint32_t lookUp(const std::vector<std::uint32_t>& byTag, miTag tag) {
+    return tag < byTag.size() ? byTag[tag] : geometry::nothing;
+}
+
+} // namespace
+
+Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages, shading::ShaderRuntime& shaderRuntime,
+             image::Textures& textureCache, const geometry::SceneGeometry& sceneGeometry,
+             const image::FramebufferSet& frameBuffers, const miOptions& renderOptions,
+             const miCamera& renderCamera, miTag cameraInstanceTag)
+    : database(sceneDatabase), messages(sceneMessages), runtime(shaderRuntime), textures(textureCache),
+      geometry(sceneGeometry), framebuffers(frameBuffers), options(renderOptions), camera(renderCamera),
+      cameraInstance(cameraInstanceTag), globalLock(nullptr) {
+    const auto* instance = database.find<scene::InstanceElement>(cameraInstance);
+    mi_matrix_copy(cameraToWorld, instance->instance.tf.local_to_global);
+    mi_matrix_copy(worldToCamera, instance->instance.tf.global_to_local);
+
+    const auto leaves = geometry.leaves();
+    for (std::size_t i = 0; i < leaves.size(); ++i)
+        enter(leafByTag_, leaves[i].instance, static_cast<std::uint32_t>(i));
+
+    for (const miTag tag : geometry.lights()) {
+        const auto* placed = database.find<scene::InstanceElement>(tag);
+        const auto* light = placed ? database.find<scene::LightElement>(placed->instance.item) : nullptr;
+        if (!light) continue;
+        PlacedLight entry{tag, &light->light, &placed->instance, {}, {}};
+        mi_point_transform(&entry.origin, &light->light.origin, placed->instance.tf.local_to_global);
+        mi_vector_transform(&entry.direction, &light->light.direction, placed->instance.tf.local_to_global);
+        mi_vector_normalize(&entry.direction);
+        enter(lightByTag_, tag, static_cast<std::uint32_t>(lights_.size()));
+        lights_.push_back(entry);
+    }
+
+    for (miTag tag = 1; tag < database.endTag(); ++tag)
+        if (const auto* element = database.find<scene::MaterialElement>(tag)) {
+            materialByTag_.resize(tag + 1);
+            materialByTag_[tag] = &element->material;
+        }
+}
+
+const geometry::Leaf* Frame::leafOf(miTag instance) const {
+    const std::uint32_t index = leafIndexOf(instance);
+    return index == geometry::nothing ? nullptr : &geometry.leaves()[index];
+}
+
+std::uint32_t Frame::leafIndexOf(miTag instance) const {
+    return lookUp(leafByTag_, instance);
+}
+
+const PlacedLight* Frame::lightOf(miTag instance) const {
+    const std::uint32_t index = lookUp(lightByTag_, instance);
+    return index == geometry::nothing ? nullptr : &lights_[index];
+}
+
+miVector Frame::rasterFromCamera(const miVector& point) const {
+    const float zoom = camera.orthographic ? 1.0f / camera.aperture : camera.focal / camera.aperture / -point.z;
+    return {static_cast<float>(camera.x_resolution) * (0.5f + zoom * point.x) + camera.x_offset,
+            static_cast<float>(camera.y_resolution) * (0.5f + zoom * camera.aspect * point.y) + camera.y_offset,
+            point.z};
+}
+
+miVector Frame::cameraFromRaster(const miVector& raster) const {
+    const float zoom = camera.orthographic ? 1.0f / camera.aperture : camera.focal / camera.aperture / -raster.z;
+    return {((raster.x - camera.x_offset) / static_cast<float>(camera.x_resolution) - 0.5f) / zoom,
+            ((raster.y - camera.y_offset) / static_cast<float>(camera.y_resolution) - 0.5f) / (zoom * camera.aspect),
+            raster.z};
+}
+
+} // namespace orca::render

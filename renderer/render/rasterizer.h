@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "render/render_context.h"
+
+namespace orca::render {
+
+/// One eye sample in rasterizer mode: the hits along the eye ray are shaded front to back, each between its own sample
+/// operations, and composited by the opacity that their material set (1 when it set none), until nothing shows through.
+/// Frame-buffer values of the sample are kept across its hits: the pass shaders add to them.
+void rasterizeEyeSample(RenderContext& context, miColor& color);
+
+/// State shaders of the options, all of them whatever they return.
+void callStateShaders(RenderContext& context, int operation, miColor& result, miBoolean& delivered);
+/// The first lens shader, or the eye ray itself where there is none.
+miBoolean traceEyeThroughLenses(RenderContext& context, miColor& result);
+
+} // namespace orca::render

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/render_context.h"
+
+#include <algorithm>
+
+namespace orca::render {
+
+RenderContext::RenderContext(const Frame& renderFrame, int threadNumber)
+    : CallContext(renderFrame.runtime), frame(renderFrame), base{},
+      sampleWords(static_cast<std::size_t>(renderFrame.framebuffers.wordsPerSample())),
+      written(renderFrame.framebuffers.buffers().size()) {
+    base.version = miSHADER_INTERFACE_VERSION;
+    base.camera_inst = renderFrame.cameraInstance;
+    base.camera = &renderFrame.camera;
+    base.options = &renderFrame.options;
+    base.global_lock = renderFrame.globalLock;
+    base.thread = static_cast<short>(threadNumber);
+    base.type = miRAY_EYE;
+    base.time = renderFrame.options.shutter_delay;
+    base.volume = renderFrame.camera.volume;
+    base.environment = renderFrame.camera.environment;
+    base.ior = base.ior_in = 1.0f;
+    base.importance = 1.0f;
+    base.hit_leaf = base.hit_triangle = geometry::nothing;
+    base.tex_list = slot(0).textureCoordinates.data();
+    base.ext = static_cast<CallContext*>(this);
+}
+
+DerivedState& RenderContext::slot(int level) {
+    while (static_cast<int>(slots_.size()) <= level) {
+        slots_.push_back(std::make_unique<DerivedState>());
+        slots_.back()->textureCoordinates.resize(
+            static_cast<std::size_t>(std::max(1, frame.geometry.maxTextureSpaces())));
+    }
+    return *slots_[static_cast<std::size_t>(level)];
+}
+
+ChildState::ChildState(RenderContext& context, miState* parent, miRay_type type)
+    : context_(context), derived_(context.slot(++context.depth)) {
+    derived_.state = *parent;
+    derived_.state.parent = parent;
+    derived_.state.child = nullptr;
+    derived_.state.type = type;
+    parent->child = &derived_.state;
+}
+
+} // namespace orca::render

@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/secondary_rays.h"
+
+#include "render/eye_ray.h"
+#include "render/surface_state.h"
+#include "render/visible.h"
+
+namespace orca::render {
+
+namespace {
+
+using geometry::Ray;
+using geometry::RayClass;
+
+bool tooDeep(const RenderContext& context) {
+    if (context.depth < maxNesting) return false;
+    context.frame.messages.once("render: nesting", {scene::Level::Warning, "RNDR", 0,
+                                                    "rays nest too deep; the deepest are left out", {}});
+    return true;
+}
+
+bool withinDepth(const miState* state, int level, int limit) {
+    const miOptions& options = *state->options;
+    return level < limit && state->reflection_level + state->refraction_level < options.trace_depth;
+}
+
+/// The leaf that the state stands on, to see which rays it may send.
+const geometry::Leaf* standsOn(const RenderContext& context, const miState* state) {
+    return state->hit_leaf == geometry::nothing ? nullptr : &context.frame.geometry.leaves()[state->hit_leaf];
+}
+
+miBoolean castFrom(RenderContext& context, ChildState& child, miState* state, const miVector& direction,
+                   RayClass rayClass, miColor& result) {
+    child->org = state->point;
+    child->dir = direction;
+    return shadeVisibleRay(context, child, rayFrom(context, *state, state->point, direction, rayClass), result);
+}
+
+RayClass classOf(miRay_type type) {
+    switch (type) {
+    case miRAY_TRANSPARENT: return RayClass::Transparent;
+    case miRAY_REFLECT: return RayClass::Reflect;
+    case miRAY_REFRACT: return RayClass::Refract;
+    case miRAY_FINALGATHER: return RayClass::Gather;
+    default: return RayClass::Eye;
+    }
+}
+
+} // namespace
+
+miBoolean traceEye(miColor& result, miState* state, const miVector& origin, const miVector& direction) {
+    RenderContext& context = renderContextOf(state);
+    // The arguments may be the state's own fields.
+    const miVector rayOrigin = origin;
+    const miVector rayDirection = direction;
+    state->org = rayOrigin;
+    state->dir = rayDirection;
+
+    ChildState child(context, state, miRAY_EYE);
+    child->org = rayOrigin;
+    child->dir = rayDirection;
+    const miTag nextLens = state->shader ? state->shader->next_function : miNULLTAG;
+    miBoolean delivered;
+    if (nextLens != miNULLTAG)
+        delivered = context.runtime.callOne(&result, miSHADER_LENS, child.get(), nextLens);
+    else
+        delivered = castEyeRay(context, child, result);
+
+    state->label = child->label;
+    state->point = child->point;
+    state->normal = child->normal;
+    state->dist = child->dist;
+    state->motion = child->motion;
+    state->instance = child->instance;
+    return delivered;
+}
+
+miBoolean traceReflection(miColor& result, miState* state, const miVector& direction) {
+    RenderContext& context = renderContextOf(state);
+    const geometry::Leaf* leaf = standsOn(context, state);
+    if (!state->options->trace || (leaf && !leaf->sendsReflections) || tooDeep(context) ||
+        !withinDepth(state, state->reflection_level, state->options->reflection_depth))
+        return miFALSE;
+    ++context.counts.reflection;
+    ChildState child(context, state, miRAY_REFLECT);
+    ++child->reflection_level;
+    return castFrom(context, child, state, direction, RayClass::Reflect, result);
+}
+
+miBoolean traceRefraction(miColor& result, miState* state, const miVector& direction) {
+    RenderContext& context = renderContextOf(state);
+    const geometry::Leaf* leaf = standsOn(context, state);
+    if (!state->options->trace || (leaf && !leaf->sendsRefractions) || tooDeep(context) ||
+        !withinDepth(state, state->refraction_level, state->options->refraction_depth))
+        return miFALSE;
+    ++context.counts.refraction;
+    ChildState child(context, state, miRAY_REFRACT);
+    ++child->refraction_level;
+    child->volume = state->refraction_volume;
+    return castFrom(context, child, state, direction, RayClass::Refract, result);
+}
+
+miBoolean traceTransparent(miColor& result, miState* state) {
+    RenderContext& context = renderContextOf(state);
+    const geometry::Leaf* leaf = standsOn(context, state);
+    // The level may be -1 here: a caller that lowered it is judged by the lowered value.
+    if ((leaf && !leaf->sendsTransparency) || tooDeep(context) ||
+        !withinDepth(state, state->refraction_level, state->options->refraction_depth))
+        return miFALSE;
+    ++context.counts.transparent;
+    ChildState child(context, state, miRAY_TRANSPARENT);
+    ++child->refraction_level;
+    child->volume = state->refraction_volume;
+    return castFrom(context, child, state, state->dir, RayClass::Transparent, result);
+}
+
+miBoolean traceContinue(miColor& result, miState* state) {
+    RenderContext& context = renderContextOf(state);
+    if (tooDeep(context)) return miFALSE;
+    ++context.counts.transparent;
+    ChildState child(context, state, state->type);
+    return castFrom(context, child, state, state->dir, classOf(state->type), result);
+}
+
+miBoolean traceEnvironment(miColor& result, miState* state, const miVector& direction) {
+    RenderContext& context = renderContextOf(state);
+    if (tooDeep(context)) return miFALSE;
+    ChildState child(context, state, miRAY_ENVIRONMENT);
+    child->org = state->point;
+    child->dir = direction;
+    setMiss(*child.get());
+    miColor color{};
+    miBoolean delivered = callEnvironment(context, child.get(), color);
+    if (!delivered) return miFALSE;
+    callVolume(context, child.get(), color, delivered);
+    result = color;
+    return delivered;
+}
+
+miBoolean traceProbe(miState* state, const miVector& direction, const miVector& origin) {
+    RenderContext& context = renderContextOf(state);
+    if (tooDeep(context)) return miFALSE;
+    ChildState child(context, state, miRAY_PROBE);
+    child->org = origin;
+    child->dir = direction;
+    const Ray ray = rayFrom(context, *state, origin, direction, RayClass::Gather);
+    geometry::Hit hit;
+    if (!context.frame.geometry.intersect(ray, hit)) {
+        setMiss(*child.get());
+        return miFALSE;
+    }
+    setHit(context, child.derived(), ray, hit, NormalSide::TowardRay);
+    return miTRUE;
+}
+
+} // namespace orca::render

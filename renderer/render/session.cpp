@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/session.h"
+
+#include "geometry/scene_geometry.h"
+#include "render/frame.h"
+#include "render/refinement.h"
+#include "render/tile_renderer.h"
+#include "scene/elements.h"
+#include "shading/active_renderer.h"
+#include "shading/locks.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace orca::render {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+/// The element behind the camera's buffer tag: lets shaders find the picture's buffers by name.
+struct FramebufferCollection final : scene::Element {
+    explicit FramebufferCollection(image::FramebufferSet& set) : Element(miSCENE_FRAMEBUFFERS), framebuffers(set) {}
+    void* record() override { return static_cast<mi::shader_v3::Framebuffer*>(&framebuffers); }
+    image::FramebufferSet& framebuffers;
+};
+
+/// Keeps the collection in the database for the time of one picture.
+class CollectionScope {
+public:
+    CollectionScope(scene::Database& database, image::FramebufferSet& framebuffers)
+        : database_(database), tag_(database.add(std::make_unique<FramebufferCollection>(framebuffers))) {}
+    ~CollectionScope() { database_.remove(tag_); }
+    CollectionScope(const CollectionScope&) = delete;
+    CollectionScope& operator=(const CollectionScope&) = delete;
+    [[nodiscard]] miTag tag() const { return tag_; }
+
+private:
+    scene::Database& database_;
+    miTag tag_;
+};
+
+miCamera cameraOf(scene::CameraElement& element, const RenderSettings& settings) {
+    miCamera camera = element.camera;
+    if (settings.resolution) {
+        camera.x_resolution = settings.resolution->first;
+        camera.y_resolution = settings.resolution->second;
+        camera.window = {0, 0, camera.x_resolution - 1, camera.y_resolution - 1};
+    }
+    if (settings.window)
+        camera.window = {settings.window->xl, settings.window->yl, settings.window->xh, settings.window->yh};
+    camera.window.xl = std::clamp(camera.window.xl, 0, camera.x_resolution - 1);
+    camera.window.yl = std::clamp(camera.window.yl, 0, camera.y_resolution - 1);
+    camera.window.xh = std::clamp(camera.window.xh, camera.window.xl, camera.x_resolution - 1);
+    camera.window.yh = std::clamp(camera.window.yh, camera.window.yl, camera.y_resolution - 1);
+    return camera;
+}
+
+miOptions optionsOf(const scene::OptionsElement& element, const RenderSettings& settings) {
+    miOptions options = element.options;
+    if (settings.samples) {
+        options.min_samples = settings.samples->first;
+        options.max_samples = settings.samples->second;
+    }
+    return options;
+}
+
+image::PictureFrame pictureFrame(const miCamera& camera) {
+    image::PictureFrame frame;
+    frame.width = camera.x_resolution;
+    frame.height = camera.y_resolution;
+    frame.window = {camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
+    return frame;
+}
+
+/// A pass that was asked for and stays black would be noticed in compositing, days later.
+void reportUnwritten(FrameResult& result, const TileRenderer& tiles, scene::Messages& messages) {
+    const auto& buffers = result.framebuffers().buffers();
+    for (std::size_t i = 1; i < buffers.size(); ++i) {
+        if (buffers[i].primary || buffers[i].source != image::MainSource::None || tiles.written(i)) continue;
+        result.unwritten.push_back(buffers[i].name);
+        messages.warning("RNDR", "frame buffer \"{}\" was written by no shader and stays black", buffers[i].name);
+    }
+}
+
+} // namespace
+
+FrameResult::FrameResult(std::unique_ptr<image::FramebufferSet> framebuffers, const miCamera& camera)
+    : framebuffers_(std::move(framebuffers)), frame_(pictureFrame(camera)) {}
+
+Session::Session(scene::Database& database, scene::Messages& messages, shading::ShaderRuntime& runtime,
+                 image::Textures& textures)
+    : database_(database), messages_(messages), runtime_(runtime), textures_(textures),
+      globalLock_(shading::createLock()) {
+    shading::activate({&database, &messages});
+}
+
+Session::~Session() {
+    shading::activate({});
+    shading::deleteLock(globalLock_);
+}
+
+std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTag, miTag optionsTag,
+                                             const RenderSettings& settings) {
+    auto* cameraInstance = database_.find<scene::InstanceElement>(cameraInstanceTag);
+    auto* cameraElement =
+        cameraInstance ? database_.find<scene::CameraElement>(cameraInstance->instance.item) : nullptr;
+    auto* optionsElement = database_.find<scene::OptionsElement>(optionsTag);
+    if (!database_.find<scene::GroupElement>(group) || !cameraElement || !optionsElement) {
+        messages_.error("RNDR", "a render needs an instance group, an instance of a camera and options");
+        return nullptr;
+    }
+
+    const auto buildStart = Clock::now();
+    const int processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    const int threads = settings.threads > 0 ? settings.threads : processors;
+    const miOptions options = optionsOf(*optionsElement, settings);
+    miCamera camera = cameraOf(*cameraElement, settings);
+
+    auto framebuffers = std::make_unique<image::FramebufferSet>(*cameraElement, *optionsElement, messages_);
+    image::FramebufferSet& buffers = *framebuffers;
+    auto result = std::make_unique<FrameResult>(std::move(framebuffers), camera);
+    const CollectionScope collection(database_, buffers);
+    camera.buffertag = collection.tag();
+
+    runtime_.bind();
+    const geometry::SceneGeometry geometry(database_, messages_, group, options, threads);
+    Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera, cameraInstanceTag);
+    frame.globalLock = globalLock_;
+    if (!optionsElement->samplesLocked) frame.seed = static_cast<std::uint32_t>(camera.frame);
+    const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
+    result->film = std::make_unique<Film>(buffers, window);
+    result->frame().gamma = options.gamma;
+    result->frame().cameraToWorld.assign(frame.cameraToWorld, frame.cameraToWorld + 16);
+    result->statistics.buildSeconds = secondsSince(buildStart);
+
+    const auto renderStart = Clock::now();
+    Refinement refinement(window, options.min_samples, options.max_samples, options.contrast);
+    TileRenderer tiles(frame, *result->film, settings, threads, refinement.passesAtMost());
+    Refinement::Pass pass = refinement.first();
+    bool complete = true;
+    do complete = tiles.render(pass);
+    while (complete && refinement.next(*result->film, pass));
+    tiles.close();
+
+    RenderContext exitContext(frame, 0);
+    runtime_.exitAll(&exitContext.base);
+    runtime_.reportFaults();
+    if (complete) {
+        refinement.fillGaps(*result->film);
+        reportUnwritten(*result, tiles, messages_);
+    }
+    result->film->resolve();
+    result->interrupted = !complete;
+    RenderStatistics& statistics = result->statistics;
+    statistics.rays = tiles.counts();
+    statistics.renderSeconds = secondsSince(renderStart);
+    statistics.triangles = geometry.triangleCount();
+    statistics.leaves = geometry.leaves().size();
+    statistics.lights = geometry.lights().size();
+    statistics.filmBytes = result->film->bytes();
+    statistics.threads = threads;
+    if (settings.progress) settings.progress(1.0);
+    return result;
+}
+
+} // namespace orca::render

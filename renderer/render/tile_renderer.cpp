@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/tile_renderer.h"
+
+#include "render/eye_sample.h"
+
+#include <tbb/global_control.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
+
+#include <algorithm>
+#include <mutex>
+
+namespace orca::render {
+
+namespace {
+
+constexpr int automaticTileSize = 32;
+constexpr std::size_t workerStackBytes = 64u << 20;  // deep ray trees run shaders within shaders
+
+std::vector<PixelWindow> tilesOf(const PixelWindow& window, int size) {
+    std::vector<PixelWindow> tiles;
+    for (int y = window.yl; y <= window.yh; y += size)
+        for (int x = window.xl; x <= window.xh; x += size)
+            tiles.push_back({x, y, std::min(x + size - 1, window.xh), std::min(y + size - 1, window.yh)});
+    return tiles;
+}
+
+void add(RayCounts& to, const RayCounts& from) {
+    to.eye += from.eye;
+    to.transparent += from.transparent;
+    to.reflection += from.reflection;
+    to.refraction += from.refraction;
+    to.shadow += from.shadow;
+    to.gather += from.gather;
+    to.occlusion += from.occlusion;
+    to.environment += from.environment;
+    to.samples += from.samples;
+    to.materialCalls += from.materialCalls;
+    to.lightCalls += from.lightCalls;
+}
+
+} // namespace
+
+struct TileRenderer::Worker {
+    Worker(const Frame& frame, const Film& film, int thread) : context(frame, thread), samples(film) {}
+    RenderContext context;
+    PixelSamples samples;
+};
+
+TileRenderer::TileRenderer(const Frame& frame, Film& film, const RenderSettings& settings, int threads,
+                           int passesAtMost)
+    : frame_(frame), film_(film), settings_(settings),
+      filter_(frame.options.filter, frame.options.filter_size_x, frame.options.filter_size_y), threads_(threads),
+      passesAtMost_(passesAtMost), workers_(static_cast<std::size_t>(threads)) {}
+
+TileRenderer::~TileRenderer() = default;
+
+TileRenderer::Worker& TileRenderer::workerOfThisThread() {
+    const int thread = tbb::this_task_arena::current_thread_index();
+    std::unique_ptr<Worker>& worker = workers_[static_cast<std::size_t>(thread)];
+    if (!worker) {
+        worker = std::make_unique<Worker>(frame_, film_, thread);
+        openBaseState(worker->context);
+    }
+    return *worker;
+}
+
+void TileRenderer::renderTile(Worker& worker, const Refinement::Pass& pass, const PixelWindow& tile) {
+    const PixelWindow& window = film_.window();
+    for (int y = tile.yl; y <= tile.yh; ++y)
+        for (int x = tile.xl; x <= tile.xh; ++x) {
+            const std::size_t pixel = static_cast<std::size_t>(y - window.yl) * static_cast<std::size_t>(window.width()) +
+                                      static_cast<std::size_t>(x - window.xl);
+            if (!pass.pixels.empty() && !pass.pixels[pixel]) continue;
+            worker.samples.clear();
+            for (unsigned index = pass.firstSample; index < pass.endSample; ++index) {
+                Sampler& sampler = worker.context.sampler;
+                sampler.startSample(frame_.seed, x, y, index);
+                PixelFilter::Placement placement =
+                    filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), sampler.eye(EyeFilterLobe));
+                if (pass.endSample == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
+                renderEyeSample(worker.context, x, y, placement);
+                worker.samples.add(placement, worker.context.sampleWords.data());
+            }
+            film_.add(x, y, worker.samples);
+        }
+}
+
+void TileRenderer::report(std::size_t tilesDone, std::size_t tiles) {
+    if (!settings_.progress) return;
+    // Later passes only refine; each counts half of what is left.
+    double start = 0.0;
+    double share = passesAtMost_ > 1 ? 0.5 : 1.0;
+    for (int pass = 0; pass < passesDone_; ++pass) {
+        start += share;
+        share = pass + 2 < passesAtMost_ ? share / 2 : 1.0 - start;
+    }
+    settings_.progress(start + share * static_cast<double>(tilesDone) / static_cast<double>(tiles));
+}
+
+bool TileRenderer::render(const Refinement::Pass& pass) {
+    const int size = std::max(1, settings_.tileSize.value_or(
+                                     frame_.options.task_size > 0 ? frame_.options.task_size : automaticTileSize));
+    const std::vector<PixelWindow> tiles = tilesOf(film_.window(), size);
+    const tbb::global_control stackSize(tbb::global_control::thread_stack_size, workerStackBytes);
+    const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
+                                          static_cast<std::size_t>(threads_));
+    std::atomic<std::size_t> done{0};
+    std::mutex reporting;
+    const auto stopped = [&] { return settings_.stop && settings_.stop->load(std::memory_order_relaxed); };
+
+    tbb::task_arena arena(threads_);
+    arena.execute([&] {
+        tbb::parallel_for(
+            tbb::blocked_range<std::size_t>(0, tiles.size(), 1),
+            [&](const tbb::blocked_range<std::size_t>& range) {
+                for (std::size_t t = range.begin(); t < range.end() && !stopped(); ++t) {
+                    // Tiles do not isolate nested work: nothing below waits on other tasks.
+                    renderTile(workerOfThisThread(), pass, tiles[t]);
+                    const std::size_t finished = ++done;
+                    if (const std::unique_lock lock(reporting, std::try_to_lock); lock) report(finished, tiles.size());
+                }
+            },
+            tbb::simple_partitioner());
+    });
+    ++passesDone_;
+    return done == tiles.size();
+}
+
+void TileRenderer::close() {
+    for (const std::unique_ptr<Worker>& worker : workers_)
+        if (worker) closeBaseState(worker->context);
+}
+
+RayCounts TileRenderer::counts() const {
+    RayCounts sum;
+    for (const std::unique_ptr<Worker>& worker : workers_)
+        if (worker) add(sum, worker->context.counts);
+    return sum;
+}
+
+bool TileRenderer::written(std::size_t buffer) const {
+    return std::any_of(workers_.begin(), workers_.end(), [&](const std::unique_ptr<Worker>& worker) {
+        return worker && worker->context.written[buffer];
+    });
+}
+
+} // namespace orca::render

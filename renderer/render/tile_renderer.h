@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "render/film.h"
+#include "render/refinement.h"
+#include "render/render_context.h"
+#include "render/session.h"
+
+#include <memory>
+#include <vector>
+
+namespace orca::render {
+
+/// Renders passes over a picture in tiles, on as many threads as asked for. Each thread keeps one render state from its
+/// first tile to `close`.
+class TileRenderer {
+public:
+    TileRenderer(const Frame& frame, Film& film, const RenderSettings& settings, int threads, int passesAtMost);
+    ~TileRenderer();
+
+    /// False when the render was stopped before all tiles were done.
+    bool render(const Refinement::Pass& pass);
+    /// Ends the threads' render states. Once, after the last pass.
+    void close();
+
+    [[nodiscard]] RayCounts counts() const;
+    /// True when a shader put a value into the buffer.
+    [[nodiscard]] bool written(std::size_t buffer) const;
+
+private:
+    struct Worker;
+    void renderTile(Worker& worker, const Refinement::Pass& pass, const PixelWindow& tile);
+    Worker& workerOfThisThread();
+    void report(std::size_t tilesDone, std::size_t tiles);
+
+    const Frame& frame_;
+    Film& film_;
+    const RenderSettings& settings_;
+    PixelFilter filter_;
+    int threads_;
+    int passesAtMost_;
+    int passesDone_ = 0;
+    std::vector<std::unique_ptr<Worker>> workers_;
+};
+
+} // namespace orca::render

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/database.h"
+#include "scene/messages.h"
+
+namespace orca::shading {
+
+/// What the interface's functions act on when the caller hands them no state: the database and the messages of the
+/// renderer in this process. Both null while none is active.
+struct ActiveRenderer {
+    scene::Database* database = nullptr;
+    scene::Messages* messages = nullptr;
+};
+
+/// Sets the active renderer; before rendering threads start and after they ended.
+void activate(const ActiveRenderer& renderer);
+[[nodiscard]] const ActiveRenderer& activeRenderer();
+
+} // namespace orca::shading
