@@ -74,6 +74,7 @@ bool Reader::readObjectFlag(ObjectElement& element, const Token& token) {
         if (word != "visible" && word != "trace" && word != "tagged" && peek().kind == Token::Kind::Integer) {
             const int mode = integer("the mode");
             if (known.mode) object.*known.mode = static_cast<miCBoolean>(mode);
+            if (known.flag) object.*known.flag = (mode & 1) != 0;
             return true;
         }
         const bool on = acceptBoolean().value_or(true);
