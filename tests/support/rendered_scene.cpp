@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rendered_scene.h"
+
+#include <fmt/format.h>
+
+#include <cstring>
+#include <stdexcept>
+
+namespace orca::test {
+
+namespace {
+
+// Order of the pass types: the data block counts frame buffers in it.
+const char* const layerNames[35] = {
+    "beauty", "ambientMaterialColor", "ambientIrradiance", "ambient", "diffuseMaterialColor", "diffuse",
+    "diffuseNoShadow", "specular", "specularNoShadow", "incandescence", "directIrradiance",
+    "directIrradianceNoShadow", "shadow", "shadowLuminance", "rawShadow", "rawShadowLuminance", "lightVolume",
+    "sceneVolume", "objectVolume", "reflection", "reflectedMaterialColor", "refraction", "indirect", "matte",
+    "opacity", "translucence", "specularMaterialColor", "lightSum", "transparency", "glowSource", "custom",
+    "translucenceNoShadow", "normal", "facingRatio", "beautyNoReflectionRefraction"};
+
+int typeOf(const std::string& layer) {
+    for (int type = 0; type < 35; ++type)
+        if (layer == layerNames[type]) return type;
+    throw std::invalid_argument("no pass type is called " + layer);
+}
+
+} // namespace
+
+RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
+    : messages_(scene::Level::None), scene_(messages_), runtime_(scene_.database(), messages_),
+      textures_(messages_, {}), session_(scene_.database(), messages_, runtime_, textures_) {
+    messages_.keep(true);
+    scene::ParserOptions options;
+    options.includePaths = {ORCA_DECLARATIONS_DIR};
+    scene::ParserCallbacks callbacks;
+    callbacks.link = [&](const std::string& file, const scene::Place& place) {
+        return runtime_.loadLibrary(file, {ORCA_LIBRARY_DIR}, place);
+    };
+    callbacks.render = [&](const scene::RenderRequest& request) {
+        render::RenderSettings render;
+        render.threads = settings.threads;
+        render.tileSize = settings.tileSize;
+        auto result = session_.render(request.group, request.cameraInstance, request.options, render);
+        if (result) results_.push_back(std::move(result));
+        return true;
+    };
+    const std::string library = settings.includeLibrary ? "link \"velabase.so\"\nlink \"orca.so\"\n"
+                                                          "$include <velabase.mi>\n$include <orca.mi>\n"
+                                                        : "";
+    scene_.parseText(library + text, "test.mi", options, callbacks);
+    if (!results_.empty()) return;
+    std::string said;
+    for (const std::string& complaint : complaints()) said += "\n  " + complaint;
+    throw std::runtime_error("the scene did not render:" + said);
+}
+
+RenderedScene::~RenderedScene() = default;
+
+image::Layer RenderedScene::layer(const std::string& buffer) const {
+    for (const image::Layer& layer : result().layers())
+        if (layer.buffer->name == buffer) return layer;
+    throw std::invalid_argument("the picture has no buffer \"" + buffer + "\"");
+}
+
+int RenderedScene::width() const {
+    return result().film->window().width();
+}
+
+int RenderedScene::height() const {
+    return result().film->window().height();
+}
+
+miColor RenderedScene::pixel(const std::string& buffer, int x, int y) const {
+    const image::Layer found = layer(buffer);
+    const auto components = static_cast<std::size_t>(found.buffer->components);
+    const std::size_t first =
+        (static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) + static_cast<std::size_t>(x)) * components;
+    float c[4] = {0, 0, 0, 0};
+    for (std::size_t i = 0; i < components && i < 4; ++i) c[i] = found.pixels[first + i];
+    return {c[0], c[1], c[2], c[3]};
+}
+
+std::uint32_t RenderedScene::label(const std::string& buffer, int x, int y) const {
+    const float word = pixel(buffer, x, y).r;
+    std::uint32_t label;
+    std::memcpy(&label, &word, sizeof label);
+    return label;
+}
+
+std::vector<float> RenderedScene::words(const std::string& buffer) const {
+    const image::Layer found = layer(buffer);
+    return {found.pixels.begin(), found.pixels.end()};
+}
+
+std::vector<std::string> RenderedScene::complaints() const {
+    std::vector<std::string> texts;
+    for (const scene::Message& message : messages_.kept())
+        if (message.level <= scene::Level::Warning) texts.push_back(scene::Messages::line(message));
+    return texts;
+}
+
+bool RenderedScene::said(const std::string& part) const {
+    for (const scene::Message& message : messages_.kept())
+        if (message.text.find(part) != std::string::npos) return true;
+    return false;
+}
+
+std::string TestScene::text() const {
+    std::string counts;
+    std::string records;
+    std::string buffers;
+    for (int type = 0; type < 35; ++type) {
+        int count = 0;
+        for (std::size_t i = 0; i < passes.size(); ++i) {
+            if (typeOf(passes[i]) != type) continue;
+            ++count;
+            const std::string flags =
+                i < passFlags.size() && !passFlags[i].empty()
+                    ? passFlags[i]
+                    : "\"includeReflection\" on, \"includeRefraction\" on, \"shadowed\" on, "
+                      "\"maxReflectionLevel\" 9, \"maxRefractionLevel\" 9";
+            records += fmt::format("{}{{ \"frameBufferName\" \"{}\", {} }}", records.empty() ? "" : ",\n", passes[i], flags);
+            buffers += fmt::format("framebuffer \"{}\" datatype \"rgba_fp\" user on filtering on\n", passes[i]);
+        }
+        counts += fmt::format("{}{}", type == 0 ? "" : ", ", count);
+    }
+    std::string group;
+    for (const std::string& member : members) group += fmt::format(" \"{}\"", member);
+    const std::string lens = perspective ? "focal 10 aperture 4" : fmt::format("focal infinity aperture {}", viewWidth);
+    const std::string block =
+        fmt::format("data \"cam:fbdata\" \"orcaFrameBufferData\" (\n\"magic\" 1178760550,\n\"frameBufferInfo\" [\n{}\n],\n"
+                    "\"FrameBufferTypeCounts\" [ {} ] )\nend data\n",
+                    records, counts);
+    return fmt::format("options \"opt\"\nobject space\nsamples {}\njitter 0\nfilter box 1 1\ntrace on\nshadow {}\n"
+                       "trace depth {}\n{}\n"
+                       "state \"velaBaseState\" ( ) \"orcaFrameBufferState\" ( )\nend options\n{}"
+                       "camera \"cam\"\nframebuffer \"main\" datatype \"rgba_fp\" primary on\n{}"
+                       "resolution {} {} aspect {} {} clip 0.001 1000\n"
+                       "lens \"orcaFrameBufferLens\" ( )\n{}end camera\n{}"
+                       "instance \"cam_inst\" \"cam\" transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 -10 1 end instance\n"
+                       "instgroup \"world\" \"cam_inst\"{} end instgroup\n"
+                       "render \"world\" \"cam_inst\" \"opt\"\n",
+                       samples, shadow, traceDepth, extraOptions, passes.empty() ? "" : block, buffers, width, height,
+                       static_cast<float>(width) / static_cast<float>(height), lens,
+                       passes.empty() ? "" : "data \"cam:fbdata\"\n", contents, group);
+}
+
+} // namespace orca::test
