@@ -14,10 +14,15 @@ inline constexpr int rayClassCount = 6;
 
 inline constexpr std::uint32_t nothing = 0xFFFFFFFFu;
 
+/// Times outside the shutter, not-a-numbers included, are taken as its ends.
+[[nodiscard]] inline float shutterTime(float time) {
+    return time > 0.0f ? (time < 1.0f ? time : 1.0f) : 0.0f;
+}
+
 struct Ray {
-    miVector origin;    ///< internal space
-    miVector direction; ///< unit, unless `farDistance` is measured in multiples of it
-    float nearDistance = 0.0f;
+    miVector origin;           ///< internal space
+    miVector direction;        ///< unit, unless `farDistance` is measured in multiples of it
+    float nearDistance = 0.0f; ///< not below 0
     float farDistance = std::numeric_limits<float>::infinity();
     float time = 0.0f; ///< 0 to 1 over the unit shutter
     RayClass rayClass = RayClass::Eye;

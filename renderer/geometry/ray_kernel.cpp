@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -75,8 +76,9 @@ struct RayKernel::Implementation {
 
     [[nodiscard]] RTCScene newScene() const {
         const RTCScene scene = rtcNewScene(device);
-        // Robust: no light leaks through the edges between triangles.
-        rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST);
+        // Robust: no light leaks through the edges between triangles. The filter is for the rays that bring
+        // one.
+        rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST | RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
         // Not the quality with spatial splits: those come in an order that depends on the threads, and with
         // them which of two triangles answers for a ray that meets both at the same distance.
         rtcSetSceneBuildQuality(scene, RTC_BUILD_QUALITY_MEDIUM);
@@ -178,15 +180,23 @@ RayKernel::~RayKernel() {
 
 namespace {
 
+/// False for a ray that leads nowhere: not-a-numbers and infinities from shaders must not reach the kernel.
+[[nodiscard]] bool canBeTraced(const Ray& ray) {
+    const float length = dot(ray.direction, ray.direction);
+    const float place = ray.origin.x + ray.origin.y + ray.origin.z;
+    return length > 0.0f && length <= std::numeric_limits<float>::max() &&
+           std::abs(place) <= std::numeric_limits<float>::max();
+}
+
 void setRay(RTCRay& to, const Ray& ray, bool traceMotion) {
     to.org_x = ray.origin.x;
     to.org_y = ray.origin.y;
     to.org_z = ray.origin.z;
-    to.tnear = ray.nearDistance;
+    to.tnear = ray.nearDistance > 0.0f ? ray.nearDistance : 0.0f;
     to.dir_x = ray.direction.x;
     to.dir_y = ray.direction.y;
     to.dir_z = ray.direction.z;
-    to.time = traceMotion ? ray.time : 0.0f;
+    to.time = traceMotion ? shutterTime(ray.time) : 0.0f;
     to.tfar = ray.farDistance;
     to.mask = 1u << static_cast<unsigned>(ray.rayClass);
     to.id = 0;
@@ -197,7 +207,7 @@ void setRay(RTCRay& to, const Ray& ray, bool traceMotion) {
 
 bool RayKernel::intersect(const Ray& ray, Hit& hit) const {
     const Implementation& kernel = *implementation_;
-    if (!kernel.top) return false;
+    if (!kernel.top || !canBeTraced(ray)) return false;
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
     RTCRayHit query;
@@ -222,7 +232,7 @@ bool RayKernel::intersect(const Ray& ray, Hit& hit) const {
 
 bool RayKernel::occluded(const Ray& ray) const {
     const Implementation& kernel = *implementation_;
-    if (!kernel.top) return false;
+    if (!kernel.top || !canBeTraced(ray)) return false;
     RTCRay query;
     setRay(query, ray, kernel.traceMotion);
     if (ray.skipLeaf == nothing) {

@@ -7,7 +7,6 @@
 #include "geometry/ray_kernel.h"
 #include "geometry/surface.h"
 
-#include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
@@ -19,14 +18,6 @@
 #include <unordered_map>
 
 namespace orca::geometry {
-
-namespace {
-
-/// Structures are built in an arena of this width whatever number of threads works in it: the kernel divides
-/// its work by the width, and the same division gives the same structure.
-constexpr int buildWidth = 16;
-
-} // namespace
 
 struct SceneGeometry::Implementation {
     Implementation(scene::Database& sceneDatabase, scene::Messages& sceneMessages, miTag rootGroup)
@@ -181,10 +172,8 @@ SceneGeometry::SceneGeometry(scene::Database& database, scene::Messages& message
     Implementation& all = *implementation_;
     all.traceMotion = options.motion != 0;
 
-    std::optional<tbb::global_control> limit;
-    if (threads > 0)
-        limit.emplace(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads));
-    tbb::task_arena arena(buildWidth);
+    const int available = tbb::this_task_arena::max_concurrency();
+    tbb::task_arena arena(threads > 0 ? std::min(threads, available) : available);
     arena.execute([&] {
         all.buildMeshes();
         all.buildLeaves(options);
@@ -205,8 +194,9 @@ bool SceneGeometry::occluded(const Ray& ray) const {
 
 void SceneGeometry::surfaceAt(const Ray& ray, const Hit& hit, SurfacePoint& point,
                               miVector* textureCoordinates) const {
-    interpolateSurface(implementation_->leaves[hit.leaf], hit, implementation_->traceMotion ? ray.time : 0.0f,
-                       point, textureCoordinates);
+    interpolateSurface(implementation_->leaves[hit.leaf], hit,
+                       implementation_->traceMotion ? shutterTime(ray.time) : 0.0f, point,
+                       textureCoordinates);
 }
 
 std::span<const Leaf> SceneGeometry::leaves() const {

@@ -214,10 +214,13 @@ PolygonFault triangulate(std::span<const miVector> points, std::span<const std::
         if (area > 0.0) std::reverse(hole.begin(), hole.end());
         wanted -= std::abs(area);
         // The rightmost corner comes first: the bridge starts there.
-        std::rotate(
-            hole.begin(),
-            std::max_element(hole.begin(), hole.end(), [&](auto a, auto b) { return flat[a].x < flat[b].x; }),
-            hole.end());
+        std::rotate(hole.begin(),
+                    std::max_element(hole.begin(), hole.end(),
+                                     [&](auto a, auto b) {
+                                         return flat[a].x != flat[b].x ? flat[a].x < flat[b].x
+                                                                       : flat[a].y > flat[b].y;
+                                     }),
+                    hole.end());
         holes.push_back(std::move(hole));
     }
     // From right to left, so that a bridge ends on what was joined before it, never on a hole still to come.

@@ -6,8 +6,8 @@
 
 namespace orca::shading {
 
-/// What the interface's functions act on when the caller hands them no state: the database and the messages of the
-/// renderer in this process. Both null while none is active.
+/// What the interface's functions act on when the caller hands them no state: the database and the messages
+/// of the renderer in this process. Both null while none is active.
 struct ActiveRenderer {
     scene::Database* database = nullptr;
     scene::Messages* messages = nullptr;

@@ -21,7 +21,7 @@ bool ShaderRuntime::loadLibrary(const std::string& file, const std::vector<std::
 }
 
 miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miState* state, BoundShader* bound,
-                                                    const BoundShader* end, void* argument) {
+                                                   const BoundShader* end, void* argument) {
     if (!bound) return miFALSE;
 
     CallContext& context = contextOf(state);
@@ -34,8 +34,7 @@ miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miSta
             value = miFALSE;
             if (!bound->entry) continue;
             state->shader = bound->function;
-            if (!bound->ready.load(std::memory_order_acquire) && !initialise(*bound, state))
-                continue;
+            if (!bound->ready.load(std::memory_order_acquire) && !initialise(*bound, state)) continue;
             value = bound->entry(result, state, bound->parameters, argument);
             context.arena.release(mark);
         }

@@ -1,0 +1,240 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/geometry_fixture.h"
+
+#include <functional>
+
+namespace {
+
+using namespace orca;
+using geometry::RayClass;
+using test::Geometry;
+using test::placedAt;
+
+constexpr std::uint8_t bit(RayClass rayClass) {
+    return static_cast<std::uint8_t>(1u << static_cast<unsigned>(rayClass));
+}
+constexpr std::uint8_t eye = bit(RayClass::Eye), transparent = bit(RayClass::Transparent),
+                       reflect = bit(RayClass::Reflect), refract = bit(RayClass::Refract),
+                       shadow = bit(RayClass::Shadow), gather = bit(RayClass::Gather),
+                       traced = transparent | reflect | refract | gather, all = eye | shadow | traced;
+
+/// An object below an inner and an outer instance.
+struct Nest {
+    scene::ObjectElement& object;
+    scene::InstanceElement& inner;
+    scene::InstanceElement& outer;
+};
+struct FlagCase {
+    const char* name;
+    std::function<void(Nest&)> set;
+    std::uint8_t visibleTo;
+    friend void PrintTo(const FlagCase& flags, std::ostream* out) { *out << flags.name; }
+};
+class RayVisibility : public ::testing::TestWithParam<FlagCase> {};
+
+TEST_P(RayVisibility, FollowsTheInstanceClosestToTheObject) {
+    Geometry scene;
+    auto& object = scene.square("square");
+    auto& inner = scene.instance("inner", object);
+    auto& outer = scene.instance("outer", scene.group("group", {&inner}));
+    Nest nest{object, inner, outer};
+    GetParam().set(nest);
+    scene.build(scene.group("root", {&outer}));
+    for (int i = 0; i < geometry::rayClassCount; ++i) {
+        geometry::Ray ray{{0, 0, 5}, {0, 0, -1}};
+        ray.rayClass = static_cast<RayClass>(i);
+        const bool expected = (GetParam().visibleTo & bit(ray.rayClass)) != 0;
+        EXPECT_EQ(scene.look(ray).has_value(), expected) << "ray class " << i;
+        EXPECT_EQ(scene.built->occluded(ray), expected) << "ray class " << i;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Flags, RayVisibility,
+    ::testing::Values(
+        FlagCase{"all on", [](Nest&) {}, all},
+        FlagCase{"object not visible", [](Nest& n) { n.object.object.visible = 0; }, shadow | traced},
+        FlagCase{"object not traced", [](Nest& n) { n.object.object.trace = 0; }, eye | shadow},
+        FlagCase{"object without shadow", [](Nest& n) { n.object.object.shadow = 0; }, eye | traced},
+        FlagCase{"instance overrules object",
+                 [](Nest& n) {
+                     n.object.object.visible = 0;
+                     n.outer.flags.visible = true;
+                 },
+                 all},
+        FlagCase{"inner overrules outer",
+                 [](Nest& n) {
+                     n.outer.flags.visible = false;
+                     n.inner.flags.visible = true;
+                 },
+                 all},
+        FlagCase{"outer with override wins",
+                 [](Nest& n) {
+                     n.outer.flags.visible = false;
+                     n.outer.overrides = true;
+                     n.inner.flags.visible = true;
+                 },
+                 shadow | traced},
+        FlagCase{"override holds only for what is given",
+                 [](Nest& n) {
+                     n.outer.overrides = true;
+                     n.inner.flags.shadow = false;
+                 },
+                 eye | traced},
+        FlagCase{"not reflected", [](Nest& n) { n.inner.flags.reflection = 2; }, all & ~reflect},
+        FlagCase{"not refracted", [](Nest& n) { n.outer.flags.refraction = 0; }, all & ~refract},
+        FlagCase{"not seen through glass", [](Nest& n) { n.object.object.transparency = 2; },
+                 all & ~transparent},
+        FlagCase{"receives shadows only", [](Nest& n) { n.inner.flags.shadowMode = 2; }, all & ~shadow},
+        FlagCase{"a firm no is not undone below",
+                 [](Nest& n) {
+                     n.outer.flags.reflection = 4;
+                     n.inner.flags.reflection = 3;
+                 },
+                 all & ~reflect},
+        FlagCase{
+            "nothing left",
+            [](Nest& n) { n.object.object.visible = n.object.object.trace = n.object.object.shadow = 0; },
+            0}));
+
+TEST(Inheritance, SendingModesReachTheLeafAndItsRecord) {
+    Geometry scene;
+    auto& inner = scene.instance("inner", scene.square("square"));
+    inner.flags.reflection = 1;
+    inner.flags.shadowMode = 1;
+    const auto& geometry = scene.build(scene.group("root", {&inner}));
+    const auto& leaf = geometry.leaves()[0];
+    EXPECT_FALSE(leaf.sendsReflections);
+    EXPECT_TRUE(leaf.sendsRefractions);
+    EXPECT_FALSE(leaf.receivesShadows);
+    EXPECT_EQ(inner.instance.reflection, 1);
+    EXPECT_EQ(inner.instance.shadow, 1);
+    EXPECT_EQ(inner.instance.visible, 1);
+}
+
+TEST(Inheritance, FacesAreHiddenByObjectInstanceOrOptions) {
+    struct Case {
+        char object, instance, options;
+        bool front, back;
+    };
+    for (const Case& face :
+         {Case{0, 0, 'a', true, true}, Case{0, 0, 'f', true, false}, Case{'b', 0, 'f', false, true},
+          Case{'b', 'f', 'a', true, false}, Case{'f', 'a', 'b', true, true}})
+        for (const bool twice : {false, true})
+            for (const bool mirrored : {false, true}) {
+                Geometry scene;
+                scene.options.face = face.options;
+                auto& object = scene.square("square");
+                if (face.object) object.face = face.object;
+                // Mirrored in x, the square still shows its front to +z.
+                auto& one = scene.instance("one", object, test::scaledBy(mirrored ? -1.0f : 1.0f, 1, 1));
+                if (face.instance) one.flags.face = face.instance;
+                auto& root = scene.group("root", {&one});
+                if (twice) root.members.push_back(scene.instance("far", object, placedAt(50, 0, 0)).tag);
+                scene.build(root);
+                EXPECT_EQ(scene.look({0.5f, 0, 5}, {0, 0, -1}).has_value(), face.front);
+                EXPECT_EQ(scene.look({0.5f, 0, -5}, {0, 0, 1}).has_value(), face.back);
+                EXPECT_EQ(scene.built->occluded({{0.5f, 0, 5}, {0, 0, -1}}), face.front);
+            }
+}
+
+class InheritedMaterial : public ::testing::Test {
+protected:
+    Geometry scene;
+    scene::ObjectElement& object = scene.square("square");
+    scene::InstanceElement& inner = scene.instance("inner", object);
+    scene::InstanceElement& outer = scene.instance("outer", scene.group("group", {&inner}));
+    miTag red = scene.material("red").tag, green = scene.material("green").tag,
+          blue = scene.material("blue").tag;
+
+    miTag seen() {
+        scene.build(scene.group("root", {&outer}));
+        return scene.lookDownAt(0, 0)->surface.material;
+    }
+};
+
+TEST_F(InheritedMaterial, ComesFromThePolygonThenTheClosestInstance) {
+    outer.materials = {red};
+    EXPECT_EQ(seen(), red);
+    inner.materials = {green};
+    EXPECT_EQ(seen(), green);
+    object.groups[0].polygons[0].material = blue;
+    EXPECT_EQ(seen(), blue);
+    EXPECT_EQ(inner.instance.material, green);
+    outer.overrides = true;
+    EXPECT_EQ(seen(), red) << "an overriding instance replaces polygon materials too";
+}
+
+TEST_F(InheritedMaterial, LabelsIndexTheListAndStopAtItsEnd) {
+    inner.materials = {red, green, blue};
+    for (const auto& [label, material] : {std::pair{0, red}, {1, green}, {2, blue}, {9, blue}}) {
+        object.groups[0].polygons[0].label = label;
+        EXPECT_EQ(seen(), material) << label;
+    }
+}
+
+TEST_F(InheritedMaterial, NoneGivesTheDefaultWithOneWarning) {
+    const miTag material = seen();
+    EXPECT_EQ(material, scene.built->defaultMaterial());
+    EXPECT_TRUE(scene.said(scene::Level::Warning, "object \"square\" (instance \"inner\") has no material"));
+    EXPECT_NE(scene.database.find<scene::MaterialElement>(material), nullptr);
+}
+
+class LightLinks : public ::testing::Test {
+protected:
+    Geometry scene;
+    scene::InstanceElement &key = scene.light("key"), &fill = scene.light("fill"), &rim = scene.light("rim");
+    scene::InstanceElement& leaf = scene.instance("leaf", scene.square("square"));
+    scene::InstanceElement& outer = scene.instance("outer", scene.group("group", {&leaf}));
+    scene::GroupElement& pair = scene.group("pair", {&fill, &rim});
+    scene::InstanceElement& pairInstance = scene.instance("pair instance", pair, placedAt(0, 5, 0));
+
+    const geometry::Leaf& build() {
+        scene.build(scene.group("root", {&key, &outer, &pairInstance}));
+        return scene.built->leaves()[0];
+    }
+    std::vector<miTag> lights() {
+        const auto& placed = build();
+        const auto list = scene.built->lightsOf(placed);
+        return {list.begin(), list.end()};
+    }
+};
+
+TEST_F(LightLinks, DecideWhichLightsIlluminate) {
+    EXPECT_EQ(lights(), (std::vector{key.tag, fill.tag, rim.tag}));
+    outer.lights = {true, false, {rim.tag, key.tag}};
+    EXPECT_EQ(lights(), (std::vector{rim.tag, key.tag})) << "inclusive: in the order of the list";
+    leaf.lights = {true, true, {rim.tag}};
+    EXPECT_EQ(lights(), (std::vector{key.tag, fill.tag}))
+        << "exclusive, and the instance closest to the leaf decides";
+    leaf.lights = {true, false, {pair.tag, rim.tag}};
+    EXPECT_EQ(lights(), (std::vector{fill.tag, rim.tag})) << "a group stands for its lights, each once";
+    leaf.lights = {true, true, {pairInstance.tag}};
+    EXPECT_EQ(lights(), (std::vector{key.tag}));
+    leaf.lights = {true, false, {}};
+    EXPECT_TRUE(lights().empty());
+    EXPECT_EQ(fill.instance.tf.local_to_global[13], 5.0f);
+}
+
+TEST_F(LightLinks, DecideWhichShadowsAreCast) {
+    const auto casts = [&] {
+        const auto& placed = build();
+        return std::array{scene.built->castsShadowOf(placed, key.tag),
+                          scene.built->castsShadowOf(placed, fill.tag),
+                          scene.built->castsShadowOf(placed, rim.tag)};
+    };
+    EXPECT_EQ(casts(), (std::array{true, true, true}));
+    outer.shadowLights = {true, false, {fill.tag}};
+    EXPECT_EQ(casts(), (std::array{false, true, false}));
+    leaf.shadowLights = {true, true, {fill.tag}};
+    EXPECT_EQ(casts(), (std::array{true, false, true}));
+}
+
+TEST_F(LightLinks, ListedLightThatStandsNowhereIsNamed) {
+    auto& lost = scene.light("lost");
+    leaf.lights = {true, false, {lost.tag, key.tag}};
+    EXPECT_EQ(lights(), (std::vector{key.tag}));
+    EXPECT_TRUE(scene.said(scene::Level::Warning, "\"lost\" is in a light list but not below"));
+}
+
+} // namespace
