@@ -41,6 +41,7 @@ struct ParserOptions {
     std::string version = "3.13";                 ///< answer to `min version` and kin
     bool verbosityFixed = false;                  ///< `verbose` statements are ignored
     int maximumErrors = 20;                       ///< reading stops after so many
+    bool renderAnyway = false;                    ///< render statements of a scene with errors count
 };
 
 /// A scene and its reader's memory: several files are read as if they were one.

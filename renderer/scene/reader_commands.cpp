@@ -225,12 +225,14 @@ void Reader::readRender(const Token& token) {
                   cameraToken.text, root->name);
         }
     }
-    if (scene_.errors_ > 0) {
+    if (scene_.errors_ > 0 && !options_.renderAnyway) {
         messages_.sayAt(request.place, Level::Error, "SCEN", "not rendered, as the scene has {} error{}",
                         scene_.errors_, scene_.errors_ == 1 ? "" : "s");
         return;
     }
-    checkRequirements(*database_.find<OptionsElement>(request.options));
+    const auto* options = database_.find<OptionsElement>(request.options);
+    if (!options || !request.group || !request.cameraInstance) return; // said above; no picture can come of it
+    checkRequirements(*options);
     if (callbacks_.render && !callbacks_.render(request)) throw StopReading{};
 }
 

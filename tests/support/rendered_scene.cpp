@@ -41,14 +41,18 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
         render::RenderSettings render;
         render.threads = settings.threads;
         render.tileSize = settings.tileSize;
+        render.resolution = settings.resolution;
         auto result = session_.render(request.group, request.cameraInstance, request.options, render);
         if (result) results_.push_back(std::move(result));
         return true;
     };
-    const std::string library = settings.includeLibrary ? "link \"velabase.so\"\nlink \"orca.so\"\n"
-                                                          "$include <velabase.mi>\n$include <orca.mi>\n"
-                                                        : "";
-    scene_.parseText(library + text, "test.mi", options, callbacks);
+    if (settings.includeLibrary && !settings.isFile)
+        scene_.parseText("link \"velabase.so\"\nlink \"orca.so\"\n$include <velabase.mi>\n$include <orca.mi>\n",
+                         "library.mi", options, callbacks);
+    if (settings.isFile)
+        scene_.parseFile(text, options, callbacks);
+    else
+        scene_.parseText(text, "test.mi", options, callbacks);
     if (!results_.empty()) return;
     std::string said;
     for (const std::string& complaint : complaints()) said += "\n  " + complaint;

@@ -7,7 +7,9 @@
 #include <shader.h>
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orca::test {
@@ -19,6 +21,8 @@ public:
         int threads = 1;
         int tileSize = 8;
         bool includeLibrary = true;  ///< link orca.so and velabase.so and include their declarations first
+        bool isFile = false;         ///< the text is the path of a scene file
+        std::optional<std::pair<int, int>> resolution;
     };
     explicit RenderedScene(const std::string& text) : RenderedScene(text, Settings()) {}
     RenderedScene(const std::string& text, const Settings& settings);

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/messages.h"
+
+#include <array>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orca::app {
+
+/// Scene settings that the command line changes; what is not given stays as the scene has it.
+struct Overrides {
+    std::optional<std::pair<int, int>> size;    ///< pixels
+    std::optional<std::array<int, 4>> window;   ///< xl yl xh yh, inclusive, lower left origin
+    std::optional<std::pair<int, int>> samples; ///< least and largest level
+    std::optional<std::array<float, 4>> contrast;
+    std::optional<std::string> filter;
+    std::vector<float> filterSize; ///< one or two widths in pixels
+    std::optional<bool> trace, motion;
+    std::vector<int> traceDepth; ///< reflection, refraction, sum
+    std::optional<std::string> shadow;
+    std::vector<float> shutter; ///< close, or open and close
+    std::optional<float> gamma;
+    std::optional<int> tileSize;
+};
+
+/// What the user asked for.
+struct CommandLine {
+    std::vector<std::string> scenes; ///< "-" is standard input
+    std::string output;              ///< of the layered file; may hold ####
+    std::string fileDirectory = "."; ///< for the files that the scene names
+    std::string png, pngLayers;      ///< preview of the picture; directory for one of each layer
+    bool writesSceneFiles = true, writesFiles = true;
+    bool singlePart = false;
+    bool renderAnyway = false;
+    bool reproducible = false; ///< leave times out of files, so that equal pictures are equal files
+    int threads = 0;           ///< 0: all processors
+    std::optional<std::pair<int, int>> pixel;
+    std::optional<std::vector<int>> frames;
+    std::vector<std::string> passes;
+    bool listsPasses = false, listsOutputs = false;
+    std::string statisticsFile;
+    std::vector<std::string> includePaths, libraryPaths, texturePaths, libraries;
+    std::size_t textureMegabytes = 1024;
+    std::map<std::string, std::string> variables, registry;
+    std::optional<scene::Level> verbosity;
+    Overrides overrides;
+};
+
+/// The command line, or an exit code when the process should end: help was printed, or something is wrong and
+/// was reported on standard error.
+struct ParsedCommandLine {
+    std::optional<CommandLine> command;
+    int exitCode = 0;
+};
+[[nodiscard]] ParsedCommandLine parseCommandLine(int argc, const char* const* argv);
+
+} // namespace orca::app

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "frames.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <filesystem>
+
+namespace orca::app {
+
+namespace {
+
+/// Takes a whole number off the front of `text`.
+std::optional<int> takeNumber(std::string_view& text) {
+    int number = 0;
+    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (problem != std::errc()) return {};
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return number;
+}
+
+bool take(std::string_view& text, char expected) {
+    if (text.empty() || text.front() != expected) return false;
+    text.remove_prefix(1);
+    return true;
+}
+
+} // namespace
+
+std::optional<std::vector<int>> framesOf(std::string_view range) {
+    std::vector<int> frames;
+    do {
+        const std::optional<int> first = takeNumber(range);
+        if (!first) return {};
+        std::optional<int> last = first, step = 1;
+        if (take(range, '-')) last = takeNumber(range);
+        if (take(range, 'x')) step = takeNumber(range);
+        constexpr int most = 1'000'000; // a slip of the finger is told before it fills the memory
+        if (!last || !step || *last < *first || *step < 1 || (*last - *first) / *step >= most) return {};
+        for (long frame = *first; frame <= *last; frame += *step) frames.push_back(static_cast<int>(frame));
+    } while (take(range, ','));
+    if (!range.empty()) return {};
+    return frames;
+}
+
+bool hasFramePattern(std::string_view name) {
+    return name.find('#') != std::string_view::npos;
+}
+
+std::string withFrame(std::string_view pattern, int frame) {
+    std::string name;
+    for (std::size_t at = 0; at < pattern.size();) {
+        if (pattern[at] != '#') {
+            name += pattern[at++];
+            continue;
+        }
+        const std::size_t end = std::min(pattern.find_first_not_of('#', at), pattern.size());
+        name += fmt::format("{:0{}}", frame, end - at);
+        at = end;
+    }
+    return name;
+}
+
+std::string withFrameAdded(const std::string& path, int frame) {
+    std::filesystem::path name(path);
+    const std::string extension = name.extension().string();
+    name.replace_extension();
+    return fmt::format("{}.{:04}{}", name.string(), frame, extension);
+}
+
+} // namespace orca::app

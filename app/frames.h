@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orca::app {
+
+/// Frame numbers of a range such as "12", "1-100", "1-100x2", or several joined by commas. Nothing for text
+/// that is no range, runs backwards or has a step below 1.
+[[nodiscard]] std::optional<std::vector<int>> framesOf(std::string_view range);
+
+/// True when the name has a run of `#`, which stands for the frame number.
+[[nodiscard]] bool hasFramePattern(std::string_view name);
+
+/// Every run of `#` replaced by the frame number, padded with zeros to the run's length.
+[[nodiscard]] std::string withFrame(std::string_view pattern, int frame);
+
+/// The frame number put before the extension: "a.exr" becomes "a.0012.exr".
+[[nodiscard]] std::string withFrameAdded(const std::string& path, int frame);
+
+} // namespace orca::app

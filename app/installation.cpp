@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "installation.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+
+namespace orca::app {
+
+namespace fs = std::filesystem;
+
+Installation installation() {
+    std::error_code failure;
+    const fs::path program = fs::read_symlink("/proc/self/exe", failure);
+    if (failure) return {};
+    const fs::path prefix = program.parent_path().parent_path();
+    const auto existing = [](std::initializer_list<fs::path> candidates) {
+        std::vector<std::string> found;
+        std::error_code ignored;
+        for (const fs::path& candidate : candidates)
+            if (fs::is_directory(candidate, ignored)) found.push_back(candidate.string());
+        return found;
+    };
+    return {{(prefix / "lib" / "orca").string(), (prefix / "lib").string()},
+            existing({prefix / "share" / "orca" / "declarations", prefix / "declarations",
+                      prefix / ".." / ".." / "declarations"})}; // <source>/build/<preset>/bin
+}
+
+std::vector<std::string> pathsFromEnvironment(const char* variable) {
+    std::vector<std::string> paths;
+    const char* value = std::getenv(variable);
+    std::istringstream list(value ? value : "");
+    for (std::string path; std::getline(list, path, ':');)
+        if (!path.empty()) paths.push_back(path);
+    return paths;
+}
+
+} // namespace orca::app

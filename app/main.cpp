@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "command_line.h"
+#include "exit_codes.h"
+#include "frames.h"
+#include "pass_catalogue.h"
+#include "report.h"
+#include "scene_run.h"
+#include "stop_signal.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <exception>
+
+namespace orca::app {
+
+namespace {
+
+/// Renders every frame that the scenes' names stand for, or the scenes once.
+int renderAll(const CommandLine& command, scene::Messages& messages) {
+    const bool perFrame = std::any_of(command.scenes.begin(), command.scenes.end(), hasFramePattern);
+    if (perFrame && !command.frames) {
+        fmt::print(stderr, "orca-render: \"{}\" stands for a file per frame: say which with --frames\n",
+                   *std::find_if(command.scenes.begin(), command.scenes.end(), hasFramePattern));
+        return exitUsage;
+    }
+    std::vector<std::optional<int>> frames{std::nullopt};
+    if (perFrame) frames.assign(command.frames->begin(), command.frames->end());
+
+    const StopSignal stop;
+    std::vector<PictureReport> pictures;
+    int exitCode = exitRendered;
+    for (const std::optional<int>& frame : frames) {
+        SceneRun run(command, messages, stop, frame);
+        const int code = run.run();
+        pictures.insert(pictures.end(), run.pictures().begin(), run.pictures().end());
+        if (exitCode == exitRendered) exitCode = code;
+        if (stop.exitCode() != 0) return stop.exitCode();
+    }
+    const bool counted = command.statisticsFile.empty() || command.listsOutputs ||
+                         writeStatistics(command.statisticsFile, pictures, messages);
+    return exitCode == exitRendered && !counted ? exitNotWritten : exitCode;
+}
+
+} // namespace
+
+} // namespace orca::app
+
+int main(int argc, char** argv) {
+    using namespace orca::app;
+    const ParsedCommandLine parsed = parseCommandLine(argc, argv);
+    if (!parsed.command) return parsed.exitCode;
+    if (parsed.command->listsPasses) {
+        fmt::print("{}", passTable());
+        return exitRendered;
+    }
+    orca::scene::Messages messages(parsed.command->verbosity.value_or(orca::scene::Level::Warning));
+    try {
+        return renderAll(*parsed.command, messages);
+    } catch (const std::exception& failure) {
+        messages.say(orca::scene::Level::Fatal, "MAIN", "{}", failure.what());
+        return exitRenderError;
+    }
+}

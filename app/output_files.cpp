@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "output_files.h"
+
+#include "frames.h"
+
+#include "image/picture_file.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+
+namespace orca::app {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool samePath(const std::string& a, const std::string& b) {
+    return fs::path(a).lexically_normal() == fs::path(b).lexically_normal();
+}
+
+/// Where the layered file goes without -o: beside nothing, in the working directory, under the scene's name.
+std::string defaultName(const std::string& scene) {
+    const std::string stem = scene == "-" ? "picture" : fs::path(scene).stem().string();
+    return stem + ".exr";
+}
+
+/// Compressed pictures take about half of this.
+std::uint64_t uncompressedBytes(const image::FramebufferSet& buffers, int width, int height) {
+    std::uint64_t pixel = 0;
+    for (const image::PartDescription& part : image::describeParts(image::layeredBuffers(buffers)))
+        pixel += part.channels.size() * (part.storage == "half" ? 2 : 4);
+    return pixel * static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+}
+
+} // namespace
+
+OutputFiles::OutputFiles(const CommandLine& command, scene::Messages& messages)
+    : command_(command), messages_(messages) {
+}
+
+PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) {
+    PictureFiles files;
+    if (!command_.writesFiles || command_.pixel) return files;
+    if (command_.writesSceneFiles)
+        files.sceneFiles = image::bufferFilePaths(command_.fileDirectory, image::layeredBuffers(buffers));
+    if (!command_.output.empty()) {
+        files.layered = withFrame(command_.output, frame);
+    } else {
+        files.layered = withFrame(defaultName(command_.scenes.front()), frame);
+        const bool taken =
+            std::any_of(files.sceneFiles.begin(), files.sceneFiles.end(),
+                        [&](const std::string& file) { return samePath(file, files.layered); });
+        if (taken) files.layered = fs::path(files.layered).replace_extension(".layers.exr").string();
+    }
+    if (!named_.insert(files.layered).second) {
+        const std::string numbered = withFrameAdded(files.layered, frame);
+        messages_.warning("MAIN",
+                          "\"{}\" holds an earlier picture of this run, so frame {} goes to \"{}\"; put #### "
+                          "into the name given to -o",
+                          files.layered, frame, numbered);
+        files.layered = numbered;
+        named_.insert(numbered);
+    }
+    return files;
+}
+
+bool OutputFiles::check(const PictureFiles& files, const image::FramebufferSet& buffers, int width,
+                        int height) const {
+    bool good = files.layered.empty() ||
+                image::canWrite(files.layered, messages_, uncompressedBytes(buffers, width, height) / 2);
+    for (const std::string& file : files.sceneFiles) good = image::canWrite(file, messages_) && good;
+    if (command_.writesFiles && !command_.png.empty())
+        good = image::canWrite(command_.png, messages_) && good;
+    if (command_.writesFiles && !command_.pngLayers.empty())
+        good = image::canWrite(command_.pngLayers + "/layer.png", messages_) && good;
+    if (!command_.statisticsFile.empty()) good = image::canWrite(command_.statisticsFile, messages_) && good;
+    return good;
+}
+
+bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& result, int frame) const {
+    if (!command_.writesFiles || command_.pixel) return true;
+    const std::vector<image::Layer> layers = result.layers();
+    const image::PictureFrame& picture = result.frame();
+    const auto layout = command_.singlePart ? image::PartLayout::SinglePart : image::PartLayout::MultiPart;
+    bool good = image::writeLayeredExr(files.layered, picture, layers, layout, messages_);
+    if (command_.writesSceneFiles)
+        good = image::writeBufferFiles(command_.fileDirectory, picture, layers, messages_) && good;
+    for (const image::Layer& layer : layers) {
+        if (layer.buffer->primary && !command_.png.empty())
+            good = image::writePreview(withFrame(command_.png, frame), picture, layer, messages_) && good;
+        if (!command_.pngLayers.empty()) {
+            const std::string name = fmt::format("{}/{}.png", command_.pngLayers, layer.buffer->name);
+            good = image::writePreview(withFrame(name, frame), picture, layer, messages_) && good;
+        }
+    }
+    return good;
+}
+
+void OutputFiles::list(const PictureFiles& files, const image::FramebufferSet& buffers) {
+    if (!files.layered.empty()) {
+        fmt::print("{}\n", files.layered);
+        for (const image::PartDescription& part : image::describeParts(image::layeredBuffers(buffers)))
+            fmt::print("  {:<30} {:<6} {}\n", part.name, part.storage, fmt::join(part.channels, " "));
+    }
+    for (const std::string& file : files.sceneFiles) fmt::print("{}\n", file);
+}
+
+void OutputFiles::printPixel(const render::FrameResult& result) {
+    for (const image::Layer& layer : result.layers()) {
+        fmt::print("{:<30}", layer.buffer->name);
+        for (const float value : layer.pixels) {
+            std::uint32_t label;
+            std::memcpy(&label, &value, sizeof label);
+            if (layer.buffer->type == miIMG_TYPE_TAG) fmt::print(" {}", label);
+            else fmt::print(" {:.7g}", value);
+        }
+        fmt::print("\n");
+    }
+}
+
+} // namespace orca::app

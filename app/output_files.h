@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "command_line.h"
+
+#include "render/session.h"
+#include "scene/elements.h"
+#include "scene/messages.h"
+
+#include <set>
+#include <string>
+
+namespace orca::app {
+
+/// Where one picture goes.
+struct PictureFiles {
+    std::string layered;                 ///< empty: not written
+    std::vector<std::string> sceneFiles; ///< that the scene itself names
+};
+
+/// Names, checks and writes the files of a run's pictures.
+class OutputFiles {
+public:
+    OutputFiles(const CommandLine& command, scene::Messages& messages);
+
+    /// Names of the next picture's files. A name without #### gets the frame number from the second picture
+    /// on.
+    PictureFiles next(const image::FramebufferSet& buffers, int frame);
+
+    /// True when all of them can be created and fit; said before rendering starts.
+    [[nodiscard]] bool check(const PictureFiles& files, const image::FramebufferSet& buffers, int width,
+                             int height) const;
+
+    /// Writes a finished picture. False, with messages, when something could not be written.
+    [[nodiscard]] bool write(const PictureFiles& files, const render::FrameResult& result, int frame) const;
+
+    /// Prints files, parts and channels to standard output.
+    static void list(const PictureFiles& files, const image::FramebufferSet& buffers);
+    /// Prints the values of all layers of a picture of one pixel to standard output.
+    static void printPixel(const render::FrameResult& result);
+
+private:
+    const CommandLine& command_;
+    scene::Messages& messages_;
+    std::set<std::string> named_;
+};
+
+} // namespace orca::app

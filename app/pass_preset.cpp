@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pass_preset.h"
+
+#include "pass_block.h"
+#include "pass_catalogue.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+
+namespace orca::app {
+
+namespace {
+
+constexpr const char* module = "PASS";
+constexpr const char* baseStateName = "orca:preset:base";
+constexpr const char* frameBufferStateName = "orca:preset:framebuffers";
+constexpr const char* lensName = "orca:preset:lens";
+constexpr const char* shadowName = "orca:preset:shadow";
+constexpr int everyLevel = 1000; // deeper than any trace depth
+
+bool endsIn(const std::string& file, std::string_view name) {
+    return file.size() >= name.size() && std::string_view(file).substr(file.size() - name.size()) == name;
+}
+
+std::string recordText(const PassDescription& pass) {
+    std::string flags;
+    const auto add = [&](unsigned bit, const char* word) {
+        if (pass.flags & bit) flags += fmt::format(", \"{}\" on", word);
+    };
+    add(FB_INCLUDE_REFLECTION, "includeReflection");
+    add(FB_INCLUDE_REFRACTION, "includeRefraction");
+    add(FB_WEIGHT_BY_OPACITY, "weightByOpacity");
+    add(FB_SHADOWED, "shadowed");
+    const int reflections = pass.flags & FB_INCLUDE_REFLECTION ? everyLevel : 0;
+    const int refractions = pass.flags & FB_INCLUDE_REFRACTION ? everyLevel : 0;
+    return fmt::format("        {{ \"frameBufferName\" \"{}\"{}, \"maxReflectionLevel\" {}, "
+                       "\"maxRefractionLevel\" {} }}",
+                       pass.name, flags, reflections, refractions);
+}
+
+} // namespace
+
+std::string passBlockText(const std::string& blockName, const std::vector<std::string>& passes) {
+    std::vector<const PassDescription*> records;
+    for (const std::string& name : passes)
+        if (const PassDescription* pass = findPass(name); pass && pass->type >= 0) records.push_back(pass);
+    std::sort(records.begin(), records.end(), [](const auto* a, const auto* b) { return a->type < b->type; });
+
+    std::array<int, PASS_TYPE_COUNT> counts{};
+    std::string recordTexts;
+    for (const PassDescription* pass : records) {
+        ++counts[static_cast<std::size_t>(pass->type)];
+        recordTexts += (recordTexts.empty() ? "" : ",\n") + recordText(*pass);
+    }
+    return fmt::format("data \"{}\" \"orcaFrameBufferData\" (\n"
+                       "    \"magic\" {},\n"
+                       "    \"frameBufferInfo\" [\n{} ],\n"
+                       "    \"FrameBufferTypeCounts\" [ {} ] )\n"
+                       "end data\n",
+                       blockName, FRAME_BUFFER_DATA_MAGIC, recordTexts, fmt::join(counts, ", "));
+}
+
+PassPreset::PassPreset(std::vector<std::string> names, scene::Scene& scene, scene::ParserOptions options,
+                       scene::ParserCallbacks callbacks)
+    : names_(std::move(names)),
+      scene_(scene),
+      options_(std::move(options)),
+      callbacks_(std::move(callbacks)) {
+    callbacks_.render = nullptr; // text of ours renders nothing
+}
+
+bool PassPreset::apply(scene::CameraElement& camera, scene::OptionsElement& options) {
+    if (passBlock(scene_.database(), camera) && !prepared_.count(camera.tag)) {
+        scene_.messages().once(
+            "preset ignored",
+            {scene::Level::Warning, module, 0,
+             fmt::format("camera \"{}\" sets passes up itself, so --passes is ignored", camera.name),
+             camera.place});
+        return true;
+    }
+    if (!defined_ && !defineShaders()) return false;
+    defined_ = true;
+    if (prepared_.insert(camera.tag).second && !prepareCamera(camera)) return false;
+    if (prepared_.insert(options.tag).second) prepareOptions(options);
+    giveShadowsToMaterials();
+    return true;
+}
+
+/// Reads the library's declarations where the scene has not, and makes the shaders that a picture with passes
+/// needs.
+bool PassPreset::defineShaders() {
+    const scene::Database& database = scene_.database();
+    std::string text;
+    const auto links = [&](std::string_view library) {
+        const auto& linked = scene_.libraries();
+        if (std::none_of(linked.begin(), linked.end(),
+                         [&](const auto& file) { return endsIn(file, library); }))
+            text += fmt::format("link \"{}\"\n", library);
+    };
+    const auto includes = [&](const char* shader, const char* file) {
+        if (database.declaration(shader) == miNULLTAG) text += fmt::format("$include <{}>\n", file);
+    };
+    links("velabase.so");
+    links("orca.so");
+    includes("velaBaseState", "velabase.mi");
+    includes("orcaFrameBufferState", "orca.mi");
+    text += fmt::format("shader \"{}\" \"velaBaseState\" ( )\n", baseStateName);
+    text += fmt::format("shader \"{}\" \"orcaFrameBufferState\" ( )\n", frameBufferStateName);
+    text += fmt::format("shader \"{}\" \"orcaFrameBufferLens\" ( )\n", lensName);
+    text += fmt::format("shader \"{}\" \"orcaVelaFastShadow\" ( )\n", shadowName);
+    return scene_.parseText(std::move(text), "<passes>", options_, callbacks_);
+}
+
+bool PassPreset::prepareCamera(scene::CameraElement& camera) {
+    scene::Database& database = scene_.database();
+    for (const std::string& name : names_) {
+        auto& buffers = camera.framebuffers;
+        const bool exists =
+            std::any_of(buffers.begin(), buffers.end(), [&](const auto& b) { return b.name == name; });
+        if (exists) {
+            scene_.messages().warning(
+                module, "pass {0} goes into frame buffer \"{0}\", which camera \"{1}\" has already", name,
+                camera.name);
+            continue;
+        }
+        const PassDescription& pass = *findPass(name);
+        scene::FramebufferDefinition statement;
+        statement.name = name;
+        statement.datatype = std::string(pass.datatype);
+        if (pass.type >= 0) statement.user = true;
+        buffers.push_back(std::move(statement));
+    }
+    const std::string blockName = camera.name + ":fbdata:preset";
+    if (!scene_.parseText(passBlockText(blockName, names_), "<passes>", options_, callbacks_)) return false;
+    auto* block = database.find<scene::UserdataElement>(database.named(blockName));
+    block->userdata()->next_data = camera.camera.userdata;
+    camera.camera.userdata = block->tag;
+    // Innermost, so that it sees what the camera ray itself hit.
+    if (!listHolds(camera.camera.lens, "orcaFrameBufferLens"))
+        camera.camera.lens = appended(camera.camera.lens, database.named(lensName));
+    ++camera.revision;
+    return true;
+}
+
+/// The base state shader comes before everything that uses its state, the pass records after the scene's own
+/// shaders.
+void PassPreset::prepareOptions(scene::OptionsElement& options) {
+    const scene::Database& database = scene_.database();
+    miTag& list = options.options.state_func;
+    if (!listHolds(list, "velaBaseState")) {
+        const miTag base = database.named(baseStateName);
+        database.find<scene::FunctionElement>(base)->function()->next_function = list;
+        list = base;
+    }
+    if (!listHolds(list, "orcaFrameBufferState")) list = appended(list, database.named(frameBufferStateName));
+    ++options.revision;
+}
+
+/// Without a shadow shader an object stops light for the picture, but the passes are never told: their
+/// shadows would be missing.
+void PassPreset::giveShadowsToMaterials() {
+    scene::Database& database = scene_.database();
+    int count = 0;
+    for (miTag tag = 1; tag < database.endTag(); ++tag) {
+        auto* material = database.find<scene::MaterialElement>(tag);
+        if (!material) continue;
+        const std::string shader = declarationOf(material->material.shader);
+        if (shader.rfind("orcaVela", 0) != 0) {
+            if (shader.empty()) continue;
+            scene_.messages().once("preset material " + std::to_string(tag),
+                                   {scene::Level::Info, module, 0,
+                                    fmt::format("material \"{}\" is shaded by \"{}\", which writes no passes",
+                                                material->name, shader),
+                                    material->place});
+            continue;
+        }
+        if (material->material.shadow != miNULLTAG) continue;
+        material->material.shadow = database.named(shadowName);
+        ++material->revision;
+        ++count;
+    }
+    if (count > 0) {
+        scene_.messages().info(module,
+                               "{} material{} without a shadow shader got orcaVelaFastShadow, so that the "
+                               "passes receive shadows",
+                               count, count == 1 ? "" : "s");
+    }
+}
+
+std::string PassPreset::declarationOf(miTag shader) const {
+    const auto* element = scene_.database().find<scene::FunctionElement>(shader);
+    return element ? element->declaration->name : std::string();
+}
+
+bool PassPreset::listHolds(miTag list, const std::string& declaration) const {
+    for (miTag tag = list; tag != miNULLTAG;) {
+        const auto* element = scene_.database().find<scene::FunctionElement>(tag);
+        if (!element) return false;
+        if (element->declaration->name == declaration) return true;
+        tag = element->function()->next_function;
+    }
+    return false;
+}
+
+miTag PassPreset::appended(miTag list, miTag shader) {
+    if (list == miNULLTAG) return shader;
+    scene::FunctionElement* last = scene_.database().find<scene::FunctionElement>(list);
+    while (last && last->function()->next_function != miNULLTAG)
+        last = scene_.database().find<scene::FunctionElement>(last->function()->next_function);
+    if (last) last->function()->next_function = shader;
+    return list;
+}
+
+} // namespace orca::app

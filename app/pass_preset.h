@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/elements.h"
+#include "scene/parser.h"
+
+#include <set>
+#include <string>
+#include <vector>
+
+namespace orca::app {
+
+/// Sets passes up on scenes that know nothing of them: frame buffers, data block, state shaders and lens
+/// shader, beside the scene's own.
+class PassPreset {
+public:
+    /// `names` are names of the pass catalogue. The callbacks load the libraries that the scene has not
+    /// linked.
+    PassPreset(std::vector<std::string> names, scene::Scene& scene, scene::ParserOptions options,
+               scene::ParserCallbacks callbacks);
+
+    /// Prepares a camera and options for the next picture; once for each of them. A camera that brings its
+    /// own data block is left alone, with a warning. False when the library's declarations could not be read,
+    /// which was then reported.
+    bool apply(scene::CameraElement& camera, scene::OptionsElement& options);
+
+private:
+    bool defineShaders();
+    bool prepareCamera(scene::CameraElement& camera);
+    void prepareOptions(scene::OptionsElement& options);
+    void giveShadowsToMaterials();
+    [[nodiscard]] bool listHolds(miTag list, const std::string& declaration) const;
+    miTag appended(miTag list, miTag shader);
+    [[nodiscard]] std::string declarationOf(miTag shader) const;
+
+    std::vector<std::string> names_;
+    scene::Scene& scene_;
+    scene::ParserOptions options_;
+    scene::ParserCallbacks callbacks_;
+    std::set<miTag> prepared_; ///< cameras and options
+    bool defined_ = false;
+};
+
+/// Scene text of the data block for these passes.
+[[nodiscard]] std::string passBlockText(const std::string& blockName, const std::vector<std::string>& passes);
+
+} // namespace orca::app

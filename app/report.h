@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "render/session.h"
+#include "scene/database.h"
+#include "scene/messages.h"
+
+#include <string>
+#include <vector>
+
+namespace orca::app {
+
+/// Counts and times of one picture.
+struct PictureReport {
+    int frame;
+    std::string file;
+    render::RenderStatistics statistics;
+    bool interrupted;
+};
+
+/// Says what a picture took, at progress level.
+void reportPicture(const PictureReport& picture, scene::Messages& messages);
+
+/// Writes all pictures as JSON. False, with a message, when the file cannot be written.
+bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures,
+                     scene::Messages& messages);
+
+/// At progress level: every pin that was not given back and every block that was not released, with who took
+/// it.
+void reportLeaks(const scene::Database& database, scene::Messages& messages);
+
+} // namespace orca::app

@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene_run.h"
+
+#include "exit_codes.h"
+#include "frames.h"
+#include "installation.h"
+#include "overrides.h"
+#include "pass_block.h"
+#include "progress.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include <unistd.h>
+
+namespace orca::app {
+
+namespace {
+
+/// The user's paths, then the environment's, then where the command itself lives.
+std::vector<std::string> searchPaths(std::vector<std::string> given, const char* variable,
+                                     const std::vector<std::string>& own) {
+    const std::vector<std::string> environment = pathsFromEnvironment(variable);
+    given.insert(given.end(), environment.begin(), environment.end());
+    given.insert(given.end(), own.begin(), own.end());
+    return given;
+}
+
+scene::ParserOptions parserOptions(const CommandLine& command) {
+    scene::ParserOptions options;
+    options.includePaths =
+        searchPaths(command.includePaths, "MI_RAY_INCPATH", installation().declarationPaths);
+    options.registry = command.registry;
+    options.variables = command.variables;
+    options.verbosityFixed = command.verbosity.has_value();
+    options.renderAnyway = command.renderAnyway;
+    return options;
+}
+
+/// A bar for who sits in front of it; a farm's log gets lines when it asks for them.
+Progress::Style progressStyle(const CommandLine& command) {
+    const bool terminal = ::isatty(STDERR_FILENO) != 0;
+    if (!command.verbosity) return terminal ? Progress::Style::Bar : Progress::Style::Quiet;
+    if (*command.verbosity < scene::Level::Progress) return Progress::Style::Quiet;
+    return terminal ? Progress::Style::Bar : Progress::Style::Lines;
+}
+
+/// Width / height of a pixel. Scenes round the aspect of the image plane ("1.333"), which means square
+/// pixels.
+float pixelAspect(const miCamera& camera, const image::PictureFrame& picture) {
+    const float aspect =
+        camera.aspect * static_cast<float>(picture.height) / static_cast<float>(picture.width);
+    return std::abs(aspect - 1.0f) < 0.005f ? 1.0f : aspect;
+}
+
+} // namespace
+
+SceneRun::SceneRun(const CommandLine& command, scene::Messages& messages, const StopSignal& stop,
+                   std::optional<int> frame)
+    : command_(command),
+      messages_(messages),
+      stop_(stop),
+      frame_(frame),
+      scene_(messages),
+      runtime_(scene_.database(), messages),
+      textures_(messages, searchPaths(command.texturePaths, "MI_TEXTURE_PATH", {}), command.textureMegabytes),
+      session_(scene_.database(), messages, runtime_, textures_),
+      libraryPaths_(searchPaths(command.libraryPaths, "MI_LIBRARY_PATH", installation().libraryPaths)),
+      files_(command, messages) {
+}
+
+int SceneRun::run() {
+    scene::ParserOptions options = parserOptions(command_);
+    scene::ParserCallbacks callbacks;
+    callbacks.link = [this](const std::string& file, const scene::Place& place) { return link(file, place); };
+    callbacks.render = [this](const scene::RenderRequest& request) { return render(request); };
+    if (!command_.passes.empty())
+        preset_ = std::make_unique<PassPreset>(command_.passes, scene_, options, callbacks);
+
+    for (const std::string& library : command_.libraries)
+        if (!link(library, {"--link", 0, 0})) fail(exitSceneError);
+    for (const std::string& file : command_.scenes) {
+        if (exitCode_ != exitRendered) break;
+        scene_.parseFile(frame_ ? withFrame(file, *frame_) : file, options, callbacks);
+        if (scene_.errors() > 0) fail(exitSceneError);
+    }
+    if (exitCode_ == exitRendered && pictures_.empty() && !command_.listsOutputs) {
+        if (scene_.renderStatements() == 0)
+            messages_.warning("MAIN", "the scene has no render statement, so nothing was rendered");
+        else messages_.warning("MAIN", "none of the scene's frames is among those that --frames asks for");
+    }
+    messages_.reportRepeats();
+    reportLeaks(scene_.database(), messages_);
+    return exitCode_;
+}
+
+/// The first failure is the one that a script should hear of.
+void SceneRun::fail(int exitCode) {
+    if (exitCode_ == exitRendered) exitCode_ = exitCode;
+}
+
+bool SceneRun::link(const std::string& file, const scene::Place& place) {
+    return runtime_.loadLibrary(file, libraryPaths_, place);
+}
+
+int SceneRun::frameNumber(const scene::CameraElement& camera, const scene::RenderRequest& request) const {
+    if (frame_) return *frame_;
+    return camera.camera.frame != 0 ? camera.camera.frame : request.number;
+}
+
+bool SceneRun::render(const scene::RenderRequest& request) {
+    const scene::Database& database = scene_.database();
+    auto* instance = database.find<scene::InstanceElement>(request.cameraInstance);
+    auto* camera = instance ? database.find<scene::CameraElement>(instance->instance.item) : nullptr;
+    auto* options = database.find<scene::OptionsElement>(request.options);
+    if (!camera || !options) {
+        messages_.errorAt(request.place, "MAIN", "render needs an instance of a camera and options");
+        fail(exitSceneError);
+        return false;
+    }
+    const int frame = frameNumber(*camera, request);
+    const bool chosen =
+        frame_ || !command_.frames ||
+        std::find(command_.frames->begin(), command_.frames->end(), frame) != command_.frames->end();
+    if (!chosen) return true;
+    if (preset_ && !preset_->apply(*camera, *options)) {
+        fail(exitSceneError);
+        return false;
+    }
+    applyOverrides(command_.overrides, *options);
+    return renderPicture(request, *camera, *options, frame);
+}
+
+bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,
+                             scene::OptionsElement& options, int frame) {
+    scene::Messages silent(scene::Level::None, nullptr); // the render says what is wrong with the buffers
+    const image::FramebufferSet buffers(camera, options, silent);
+    const PictureFiles files = files_.next(buffers, frame);
+    if (command_.listsOutputs) {
+        OutputFiles::list(files, buffers);
+        return true;
+    }
+    const auto [width, height] =
+        command_.overrides.size.value_or(std::pair(camera.camera.x_resolution, camera.camera.y_resolution));
+    if (!files_.check(files, buffers, width, height)) {
+        fail(exitNotWritten);
+        return false;
+    }
+
+    const int errorsBefore = messages_.count(scene::Level::Error);
+    std::unique_ptr<render::FrameResult> result;
+    {
+        Progress progress(progressStyle(command_), stderr, fmt::format("frame {}", frame));
+        render::RenderSettings asked = settings();
+        asked.progress = [&](double share) { progress.update(share); };
+        result = session_.render(request.group, request.cameraInstance, request.options, asked);
+    }
+    if (!result) {
+        fail(exitRenderError);
+        return false;
+    }
+    pictures_.push_back({frame, files.layered, result->statistics, result->interrupted});
+    reportPicture(pictures_.back(), messages_);
+    if (result->interrupted) {
+        messages_.warning("MAIN", "interrupted: frame {} is not complete and was not written", frame);
+        fail(stop_.exitCode());
+        return false;
+    }
+    if (messages_.count(scene::Level::Error) > errorsBefore) fail(exitRenderError);
+    describe(*result, camera, options, frame);
+    if (command_.pixel) OutputFiles::printPixel(*result);
+    if (!files_.write(files, *result, frame)) {
+        fail(exitNotWritten);
+        return false;
+    }
+    return exitCode_ == exitRendered ||
+           exitCode_ == exitRenderError; // a faulty frame does not stop a sequence
+}
+
+render::RenderSettings SceneRun::settings() const {
+    render::RenderSettings asked;
+    const Overrides& overrides = command_.overrides;
+    asked.threads = command_.threads;
+    asked.resolution = overrides.size;
+    if (overrides.window) {
+        const auto& [xl, yl, xh, yh] = *overrides.window;
+        asked.window = render::PixelWindow{xl, yl, xh, yh};
+    }
+    asked.samples = overrides.samples;
+    asked.tileSize = overrides.tileSize;
+    asked.stop = &stop_.flag();
+    return asked;
+}
+
+void SceneRun::describe(render::FrameResult& result, const scene::CameraElement& camera,
+                        const scene::OptionsElement& options, int frame) const {
+    image::PictureFrame& picture = result.frame();
+    picture.text["software"] = "orca-render " ORCA_VERSION;
+    picture.text["scene"] = fmt::format("{}", fmt::join(command_.scenes, " "));
+    picture.text["frame"] = std::to_string(frame);
+    picture.text["camera"] = camera.name;
+    const auto [least, most] = command_.overrides.samples.value_or(
+        std::pair(options.options.min_samples, options.options.max_samples));
+    picture.text["samples"] = fmt::format("{} {}", least, most);
+    if (!command_.reproducible)
+        picture.text["renderSeconds"] = fmt::format("{:.2f}", result.statistics.renderSeconds);
+    picture.pixelAspect = pixelAspect(camera.camera, picture);
+    picture.threads = std::max(1, result.statistics.threads);
+    if (const FrameBufferData* block = passBlock(scene_.database(), camera))
+        picture.layerText = passMetadata(scene_.database(), *block);
+}
+
+} // namespace orca::app

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "command_line.h"
+#include "output_files.h"
+#include "pass_preset.h"
+#include "report.h"
+#include "stop_signal.h"
+
+#include "image/textures.h"
+#include "render/session.h"
+#include "scene/parser.h"
+#include "shading/shader_runtime.h"
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace orca::app {
+
+/// One scene from its first line to its last picture.
+class SceneRun {
+public:
+    /// `frame` is the number that stands for #### in the scenes' names.
+    SceneRun(const CommandLine& command, scene::Messages& messages, const StopSignal& stop,
+             std::optional<int> frame);
+
+    /// Reads the scene and renders as its statements come. Answers an exit code.
+    int run();
+
+    [[nodiscard]] const std::vector<PictureReport>& pictures() const { return pictures_; }
+
+private:
+    bool link(const std::string& file, const scene::Place& place);
+    bool render(const scene::RenderRequest& request);
+    bool renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,
+                       scene::OptionsElement& options, int frame);
+    void describe(render::FrameResult& result, const scene::CameraElement& camera,
+                  const scene::OptionsElement& options, int frame) const;
+    [[nodiscard]] render::RenderSettings settings() const;
+    [[nodiscard]] int frameNumber(const scene::CameraElement& camera,
+                                  const scene::RenderRequest& request) const;
+    void fail(int exitCode);
+
+    const CommandLine& command_;
+    scene::Messages& messages_;
+    const StopSignal& stop_;
+    std::optional<int> frame_;
+    scene::Scene scene_;
+    shading::ShaderRuntime runtime_;
+    image::Textures textures_;
+    render::Session session_;
+    std::vector<std::string> libraryPaths_;
+    std::unique_ptr<PassPreset> preset_;
+    OutputFiles files_;
+    std::vector<PictureReport> pictures_;
+    int exitCode_ = 0;
+};
+
+} // namespace orca::app

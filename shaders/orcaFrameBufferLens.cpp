@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaFrameBufferState.h"
+
+#include <shader.h>
+
+#include <initializer_list>
+
+namespace {
+
+/// Where the eye ray meets nothing, the picture shows the background; so do the passes that are the picture.
+void writeBackground(miState* state, const miColor& background) {
+    PassTypeInfo* types = nullptr;
+    FrameBufferInfo* records = nullptr;
+    if (getFrameBufferInfo(state, types, records) == 0) return;
+    for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION}) {
+        const PassTypeRun& run = (*types)[type];
+        for (int i = run.first; i < run.first + run.count; ++i) records[i].levelSlots[0].childResult = background;
+    }
+}
+
+} // namespace
+
+extern "C" {
+
+ORCA_EXPORT int orcaFrameBufferLens_version(void) {
+    return 1;
+}
+
+ORCA_EXPORT miBoolean orcaFrameBufferLens(miColor* result, miState* state, void*) {
+    const miBoolean delivered = mi_trace_eye(result, state, &state->org, &state->dir);
+    if (delivered && state->instance == miNULLTAG) writeBackground(state, *result);
+    return delivered;
+}
+
+} // extern "C"

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rendered_scene.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+
+namespace orca::test {
+namespace {
+
+std::vector<std::string> exampleScenes() {
+    std::vector<std::string> scenes;
+    for (const auto& entry : std::filesystem::directory_iterator(ORCA_SCENES_DIR)) {
+        // Scenes that need generated meshes are rendered by the demo.
+        const std::string name = entry.path().stem().string();
+        if (entry.path().extension() == ".mi" && std::filesystem::exists(entry.path()) &&
+            name.find("still_life") == std::string::npos && name.rfind("part_", 0) != 0)
+            scenes.push_back(entry.path().string());
+    }
+    std::sort(scenes.begin(), scenes.end());
+    return scenes;
+}
+
+class ExampleScene : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(ExampleScene, RendersWithoutComplaintsAndItsBeautyIsThePicture) {
+    RenderedScene::Settings settings;
+    settings.isFile = true;
+    settings.threads = 2;
+    settings.resolution = std::pair(96, 54);
+    RenderedScene picture(GetParam(), settings);
+    EXPECT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+    EXPECT_EQ(picture.database().pinsHeld(), 0);
+
+    const auto layers = picture.result().layers();
+    const auto primary = std::find_if(layers.begin(), layers.end(), [](const auto& l) { return l.buffer->primary; });
+    const auto beauty = std::find_if(layers.begin(), layers.end(),
+                                     [](const auto& l) { return l.buffer->name == "beauty" && !l.buffer->primary; });
+    ASSERT_NE(primary, layers.end());
+    if (beauty == layers.end()) return;
+    double brightest = 0.0;
+    for (std::size_t i = 0; i < primary->pixels.size(); ++i) {
+        if (i % 4 == 3) continue;  // alpha of the picture is coverage, that of a pass says "something is here"
+        const float expected = primary->pixels[i];
+        brightest = std::max(brightest, static_cast<double>(expected));
+        ASSERT_NEAR(beauty->pixels[i], expected, 1e-4f * std::abs(expected) + 2e-6f) << "word " << i;
+    }
+    EXPECT_GT(brightest, 0.05);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenes, ExampleScene, ::testing::ValuesIn(exampleScenes()), [](const auto& info) {
+    return std::filesystem::path(info.param).stem().string();
+});
+
+} // namespace
+} // namespace orca::test

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rendered_scene.h"
+#include "scene_parts.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace orca::test {
+namespace {
+
+/// Centre of a pixel of a 16 x 16 orthographic view, 4 units wide.
+float pixelCentre(int p) {
+    return (static_cast<float>(p) + 0.5f) / 4.0f - 2.0f;
+}
+
+constexpr float floatNoise = 1e-5f;  // a few operations in single precision on values near 1
+
+struct DecayCase {
+    int rate;
+    float lightHeight;
+};
+class PointLightDecay : public ::testing::TestWithParam<DecayCase> {};
+
+TEST_P(PointLightDecay, LightsALambertPlaneByTheInverseLaw) {
+    const auto [rate, height] = GetParam();
+    TestScene scene;
+    scene.contents = lambert("grey", "\"color\" 0.5 0.25 1 1, \"diffuse\" 0.8") +
+                     card("plane", "grey", 0, 0, 0, 4) +
+                     pointLight("key", "\"intensity\" 3, \"color\" 1 0.5 0.25 1, \"decayRate\" " + std::to_string(rate),
+                                0.5f, -0.25f, height);
+    scene.members = {"plane", "key_inst"};
+    const RenderedScene picture(scene.text());
+    for (const int x : {0, 7, 15})
+        for (const int y : {2, 8, 13}) {
+            const float dx = 0.5f - pixelCentre(x);
+            const float dy = -0.25f - pixelCentre(y);
+            const float distance = std::sqrt(dx * dx + dy * dy + height * height);
+            const float cosine = height / distance;
+            const float decay = distance > 1.0f ? std::pow(distance, static_cast<float>(-rate)) : 1.0f;
+            const float light = 3.0f * decay * cosine * 0.8f;
+            const miColor pixel = picture.pixel("main", x, y);
+            EXPECT_NEAR(pixel.r, 0.5f * 1.0f * light, floatNoise);
+            EXPECT_NEAR(pixel.g, 0.25f * 0.5f * light, floatNoise);
+            EXPECT_NEAR(pixel.b, 1.0f * 0.25f * light, floatNoise);
+            EXPECT_NEAR(pixel.a, 1.0f, floatNoise);
+        }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, PointLightDecay,
+                         ::testing::Values(DecayCase{0, 2.0f}, DecayCase{1, 2.0f}, DecayCase{2, 2.0f},
+                                           DecayCase{3, 2.0f}, DecayCase{2, 0.5f}));  // near: decay never brightens
+
+TEST(Lights, DirectionalLightHasOneDirectionAndHalfSpaceWhenAsked) {
+    TestScene scene;
+    scene.contents = lambert("grey", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("plane", "grey", 0, 0, 0, 4) +
+                     directionalLight("sun", "", "-0.6 0 -0.8") +
+                     directionalLight("behind", "\"useLightPosition\" on", "0 0 -1",
+                                      "transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 1 1");  // stands at z = -1
+    scene.members = {"plane", "sun_inst", "behind_inst"};
+    const RenderedScene picture(scene.text());
+    for (const int x : {0, 5, 15}) EXPECT_NEAR(picture.pixel("main", x, x).r, 0.8f, floatNoise);
+}
+
+TEST(Lights, LightLinksChooseWhatIlluminatesAnInstance) {
+    TestScene scene;
+    const std::string two = directionalLight("a", "\"color\" 1 0 0 1", "0 0 -1") +
+                            directionalLight("b", "\"color\" 0 1 0 1", "0 0 -1");
+    scene.contents = two + lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+                     card("left", "white", -1, 0, 0, 1, "light [ \"a_inst\" ]") +
+                     card("right", "white", 1, 0, 0, 1, "light exclusive [ \"a_inst\" ]");
+    scene.members = {"left", "right", "a_inst", "b_inst"};
+    const RenderedScene picture(scene.text());
+    EXPECT_NEAR(picture.pixel("main", 4, 8).r, 1.0f, floatNoise);
+    EXPECT_NEAR(picture.pixel("main", 4, 8).g, 0.0f, floatNoise);
+    EXPECT_NEAR(picture.pixel("main", 11, 8).r, 0.0f, floatNoise);
+    EXPECT_NEAR(picture.pixel("main", 11, 8).g, 1.0f, floatNoise);
+}
+
+/// Share of a disc light of radius `radius` at (0, 0, height) that a point at (x, 0, 0) sees past a half plane that
+/// covers x < 0 at height `edge`: integrated numerically over the disc, uniform by area.
+double visibleShare(double x, double radius, double height, double edge) {
+    int seen = 0;
+    int all = 0;
+    // The disc faces the point, as the light's samples do.
+    const double length = std::hypot(x, height);
+    const double ex = height / length;  // the disc's axis in the xz plane
+    const double ez = x / length;
+    for (int i = 0; i < 400; ++i)
+        for (int j = 0; j < 400; ++j) {
+            const double u = (i + 0.5) / 200.0 - 1.0;
+            const double v = (j + 0.5) / 200.0 - 1.0;
+            if (u * u + v * v > 1.0) continue;
+            ++all;
+            const double px = u * radius * ex;
+            const double pz = height + u * radius * ez;
+            const double atEdge = x + (px - x) * (edge / pz);
+            if (atEdge > 0.0) ++seen;
+        }
+    return static_cast<double>(seen) / all;
+}
+
+TEST(Shadows, PenumbraAgreesWithNumericIntegration) {
+    TestScene scene;
+    scene.width = 32;
+    scene.height = 4;
+    scene.samples = "3 3";  // 64 samples of 16 shadow rays each
+    scene.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8) +
+                     card("roof", "white", -20, 0, 1, 20, "visible off") +
+                     pointLight("key", "\"lightRadius\" 0.8, \"shadowRays\" 16", 0, 0, 4);
+    scene.members = {"floor", "roof", "key_inst"};
+    const RenderedScene picture(scene.text());
+    for (int p = 0; p < 32; ++p) {
+        const float x = (static_cast<float>(p) + 0.5f) / 8.0f - 2.0f;
+        const float cosine = 4.0f / std::sqrt(x * x + 16.0f);
+        const float expected = cosine * static_cast<float>(visibleShare(x, 0.8, 4.0, 1.0));
+        // 1024 low-discrepancy rays a pixel; and a pixel is a third of the penumbra's steepest part wide
+        EXPECT_NEAR(picture.pixel("main", p, 2).r, expected, 0.03f) << "x = " << x;
+    }
+}
+
+struct ShadowModeCase {
+    const char* mode;
+};
+class TransparentShadow : public ::testing::TestWithParam<ShadowModeCase> {};
+
+TEST_P(TransparentShadow, MultipliesTheCardsOnTheWay) {
+    TestScene scene;
+    scene.shadow = GetParam().mode;
+    scene.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+                     lambert("red", "", "0.8 0.5 0.25 1") + lambert("blue", "", "0.5 0.5 1 1") +
+                     card("floor", "white", 0, 0, 0, 8) + card("near", "red", 0, 0, 1, 8, "visible off") +
+                     card("far", "blue", 0, 0, 2, 8, "visible off") + directionalLight("sun", "", "0 0 -1") +
+                     pointLight("lamp", "\"color\" 0.5 0.5 0.5 1", 0, 0, 1.5f);  // between the cards
+    scene.members = {"floor", "near", "far", "sun_inst", "lamp_inst"};
+    const RenderedScene picture(scene.text());
+    const float d = std::sqrt(2 * pixelCentre(8) * pixelCentre(8) + 1.5f * 1.5f);
+    const float lamp = 0.5f * 1.5f / d;
+    const miColor pixel = picture.pixel("main", 8, 8);
+    EXPECT_NEAR(pixel.r, 0.8f * 0.5f + 0.8f * lamp, floatNoise);
+    EXPECT_NEAR(pixel.g, 0.5f * 0.5f + 0.5f * lamp, floatNoise);
+    EXPECT_NEAR(pixel.b, 0.25f * 1.0f + 0.25f * lamp, floatNoise);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, TransparentShadow,
+                         ::testing::Values(ShadowModeCase{"on"}, ShadowModeCase{"sort"}, ShadowModeCase{"segments"}));
+
+TEST(Shadows, StopAtTheDepthLimitAndWhereNobodyCasts) {
+    TestScene scene;
+    const std::string common = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8);
+    scene.contents = common + card("roof", "white", 0, 0, 1, 8, "visible off") +
+                     directionalLight("limited", "\"rayDepthLimit\" 0, \"color\" 1 0 0 1", "0 0 -1") +
+                     directionalLight("without", "\"shadowRays\" 0, \"color\" 0 1 0 1", "0 0 -1") +
+                     directionalLight("dark", "\"shadowColor\" 0 0 0.25 1", "0 0 -1");
+    scene.members = {"floor", "roof", "limited_inst", "without_inst", "dark_inst"};
+    const RenderedScene picture(scene.text());
+    const miColor pixel = picture.pixel("main", 5, 5);
+    EXPECT_NEAR(pixel.r, 1.0f, floatNoise);
+    EXPECT_NEAR(pixel.g, 1.0f, floatNoise);
+    EXPECT_NEAR(pixel.b, 0.25f, floatNoise);  // the shadow's own colour
+}
+
+TEST(Translucence, LightFromBehindComesThroughByItsCurve) {
+    // The light shines along +z on the back of a card that is seen from the front: N.L = -1.
+    const auto seen = [](const std::string& parameters) {
+        TestScene scene;
+        scene.contents = lambert("leaf", "\"color\" 1 1 1 1, \"diffuse\" 0, " + parameters) +
+                         card("card", "leaf", 0, 0, 0, 8) +
+                         directionalLight("back", "\"useRayTraceShadows\" off", "0 0 1");
+        scene.members = {"card", "back_inst"};
+        return RenderedScene(scene.text()).pixel("main", 8, 8).r;
+    };
+    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0, \"translucenceWrap\" 0"), 0.0f, floatNoise);
+    // wrap 0.1: reach -1.15, fade width 1: (N.L + 1.15) / 1
+    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0, \"translucenceWrap\" 0.1"), 0.6f * 0.15f, 1e-4f);
+    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0, \"translucenceWrap\" 1"), 0.6f, floatNoise);
+    // looking straight at the light: the forward lobe is 1
+    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0.5, \"translucenceWrap\" 1"), 0.6f, floatNoise);
+}
+
+} // namespace
+} // namespace orca::test

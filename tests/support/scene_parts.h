@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+namespace orca::test {
+
+// Pieces of scene text for render tests. Every piece names what it makes.
+
+/// A Lambert material `name` with a shadow shader; `parameters` are orcaVelaLambert's.
+std::string lambert(const std::string& name, const std::string& parameters,
+                    const std::string& shadowTransparency = "0 0 0 1");
+
+/// A square of half size `half` about (x, y, z), facing +z, and its instance `name`.
+std::string card(const std::string& name, const std::string& material, float x, float y, float z, float half,
+                 const std::string& instanceStatements = "");
+
+/// A light `name` with its instance `name_inst` at (x, y, z).
+std::string pointLight(const std::string& name, const std::string& parameters, float x, float y, float z,
+                       const std::string& instanceStatements = "");
+/// Shines along `direction` ("0 0 -1").
+std::string directionalLight(const std::string& name, const std::string& parameters, const std::string& direction,
+                             const std::string& instanceStatements = "");
+
+/// Pass-contribution string as a data block.
+std::string passMask(const std::string& name, const std::string& digits);
+
+} // namespace orca::test
