@@ -75,6 +75,12 @@ shader "given" "every" (
 )
 )mi";
 
+/// Element k of an array: storage + start + k, far beyond the one element that the record's type shows.
+template <class T>
+const T& element(const T* storage, int start, int k) {
+    return storage[start + k];
+}
+
 class EveryParameterType : public ::testing::Test {
 protected:
     const EveryType* record(const char* name) {
@@ -166,18 +172,18 @@ TEST_F(EveryParameterType, StoresWhatTheSceneGivesInAnyOrder) {
     EXPECT_EQ(given->inner.deep.vector.x, 1.0f);
     EXPECT_EQ(given->inner.deep.flag, 1);
     ASSERT_EQ(given->inner.n_list, 2);
-    EXPECT_EQ(given->inner.list[given->inner.i_list].a, 0.0f);
-    EXPECT_EQ(given->inner.list[given->inner.i_list + 1].a, 7.0f);
+    EXPECT_EQ(element(given->inner.list, given->inner.i_list, 0).a, 0.0f);
+    EXPECT_EQ(element(given->inner.list, given->inner.i_list, 1).a, 7.0f);
     EXPECT_EQ(given->last, 11.0f);
     ASSERT_EQ(given->n_items, 3);
-    const auto* items = given->items + given->i_items;
+    const auto* items = &element(given->items, given->i_items, 0);
     EXPECT_EQ(items[0].id, 1);
     ASSERT_EQ(items[0].n_weights, 1);
     EXPECT_EQ(items[0].i_weights, 0);
     EXPECT_EQ(items[0].weights[0], 0.5f);
     EXPECT_EQ(items[1].id, 5);
     ASSERT_EQ(items[1].n_weights, 3);
-    for (int k = 0; k < 3; ++k) EXPECT_EQ(items[1].weights[items[1].i_weights + k], k + 1.0f);
+    for (int k = 0; k < 3; ++k) EXPECT_EQ(element(items[1].weights, items[1].i_weights, k), k + 1.0f);
     EXPECT_EQ(items[2].n_weights, 0);
 }
 
