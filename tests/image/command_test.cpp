@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pictures.h"
+
+#include <OpenImageIO/imageio.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// The orca-render command as users and scripts meet it: arguments, exit codes, messages, files.
+namespace orca::image::test {
+
+namespace {
+
+constexpr const char* grayCard = R"(
+options "opt"  object space  samples 0 0  trace depth 1 1 1  end options
+camera "cam"
+    framebuffer "main" datatype "rgba_fp" primary on
+    framebuffer "depth" datatype "z"
+    resolution 16 8  aspect 2.0  aperture 1.0  focal 1.0
+end camera
+object "card"  visible on  shadow on  trace on
+    group
+        -1 -1 0   1 -1 0   1 1 0   -1 1 0   0 0 1
+        v 0 n 4   v 1 n 4   v 2 n 4   v 3 n 4
+        p 0 1 2 3
+    end group
+end object
+instance "card_inst" "card"  tag 7  end instance
+instance "cam_inst" "cam"  transform 1 0 0 0  0 1 0 0  0 0 1 0  0 0 -4 1  end instance
+instgroup "world"  "cam_inst" "card_inst"  end instgroup
+)";
+constexpr const char* renderIt = "render \"world\" \"cam_inst\" \"opt\"\n";
+
+struct Command : ::testing::Test {
+    /// Runs the command in the test's own directory; `output` receives what it prints, errors included.
+    int run(const std::string& arguments, const std::string& before = "") {
+        const std::string line = fmt::format("cd '{}' && {} '{}' {} 2>&1", directory.path(), before,
+                                             ORCA_RENDER_COMMAND, arguments);
+        std::FILE* pipe = ::popen(line.c_str(), "r");
+        if (!pipe) return -1;
+        output.clear();
+        char buffer[4096];
+        for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
+        const int status = ::pclose(pipe);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    void scene(const std::string& name, const std::string& text) {
+        std::ofstream(directory.file(name)) << text;
+    }
+    [[nodiscard]] bool exists(const std::string& name) const {
+        return std::filesystem::exists(directory.file(name));
+    }
+    [[nodiscard]] bool says(const std::string& text) const { return output.find(text) != std::string::npos; }
+
+    TemporaryDirectory directory;
+    std::string output;
+};
+
+TEST_F(Command, TellsWrongUsageWithWhatAndWhatToDo) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "a scene file is needed"},
+        {"--bogus a.mi", "--bogus"},
+        {"a.mi --size 12", "\"12\" is not a size such as 1920x1080"},
+        {"a.mi --size 0x10", "between 1x1 and 65536x65536"},
+        {"a.mi --window 5 5 1 1", "the window is empty"},
+        {"a.mi --window 5 5", "--window"},
+        {"a.mi --samples 3 1", "the least one first"},
+        {"a.mi --frames 10-1", "a range such as 1-100x2"},
+        {"a.mi --passes difuse", "did you mean \"diffuse\"?"},
+        {"a.mi --filter sinc", "sinc"},
+        {"a.mi -t many", "many"},
+        {"a.mi -v loud", "a level from 0"},
+        {"shot.##.mi", "say which with --frames"},
+    };
+    for (const auto& [arguments, expected] : cases) {
+        EXPECT_EQ(run(arguments), 2) << arguments;
+        EXPECT_TRUE(says(expected)) << arguments << ": " << output;
+    }
+    EXPECT_EQ(run("--help"), 0);
+    EXPECT_EQ(run("--version"), 0);
+    EXPECT_EQ(run("--list-passes"), 0);
+    EXPECT_TRUE(says("beautyNoReflectionRefraction"));
+    EXPECT_EQ(directory.fileCount(), 0u);
+}
+
+TEST_F(Command, TellsSceneErrorsWithTheirPlaceAndRendersOnlyWhenAsked) {
+    EXPECT_EQ(run("missing.mi"), 3);
+    EXPECT_TRUE(says("missing.mi"));
+    scene("bad.mi", grayCard + std::string("instance \"x\" \"nothing\" end instance\n") + renderIt);
+    EXPECT_EQ(run("bad.mi"), 3);
+    EXPECT_TRUE(says("bad.mi:18:")) << output;
+    EXPECT_FALSE(exists("bad.exr"));
+    EXPECT_EQ(run("bad.mi --render-anyway"), 3);
+    EXPECT_TRUE(exists("bad.exr"));
+    scene("lib.mi", "link \"nowhere.so\"\n" + (grayCard + std::string(renderIt)));
+    EXPECT_EQ(run("lib.mi -L some/where"), 3);
+    EXPECT_TRUE(says("nowhere.so") && says("some/where")) << output;
+    scene("silent.mi", grayCard);
+    EXPECT_EQ(run("silent.mi"), 0);
+    EXPECT_TRUE(says("no render statement"));
+}
+
+TEST_F(Command, FindsUnwritablePathsBeforeRendering) {
+    scene("a.mi", grayCard + std::string(renderIt));
+    EXPECT_EQ(run("a.mi -v 5 -o missing/a.exr"), 4);
+    EXPECT_TRUE(says("\"missing\" does not exist"));
+    EXPECT_FALSE(says("frame 1:")) << output;
+}
+
+TEST_F(Command, WritesListsAndPrintsThePicture) {
+    scene("a.mi", grayCard + std::string(renderIt));
+    ASSERT_EQ(run("a --png a.png --stats-json s.json -t 2 -v 5"), 0) << output; // ".mi" is added
+    EXPECT_TRUE(says("pins and memory are balanced")) << output;
+    EXPECT_TRUE(exists("a.exr") && exists("a.png") && exists("s.json"));
+    EXPECT_EQ(directory.fileCount(), 4u);
+    std::stringstream statistics;
+    statistics << std::ifstream(directory.file("s.json")).rdbuf();
+    EXPECT_NE(statistics.str().find("\"eye\": 128"), std::string::npos) << statistics.str();
+
+    ASSERT_EQ(run("a.mi --list-outputs -o shot.####.exr"), 0);
+    EXPECT_TRUE(says("shot.0001.exr\n") && says("beauty") && says("depth.Z")) << output;
+    ASSERT_EQ(run("a.mi --pixel 8,4"), 0);
+    EXPECT_TRUE(says("depth                          4\n")) << output;
+    ASSERT_EQ(run("a.mi --size 4x2 --window 1 0 2 0 -o w.exr"), 0);
+    const auto input = OIIO::ImageInput::open(directory.file("w.exr"));
+    ASSERT_TRUE(input);
+    EXPECT_EQ(input->spec().full_width, 4);
+    EXPECT_EQ(input->spec().width, 2);
+    EXPECT_EQ(input->spec().x, 1);
+    EXPECT_EQ(input->spec().y, 1); // from the top
+}
+
+TEST_F(Command, RendersFrameRanges) {
+    for (const int frame : {1, 2, 3})
+        scene(fmt::format("s.{:02}.mi", frame), grayCard + std::string(renderIt));
+    ASSERT_EQ(run("s.##.mi --frames 1-3x2 -o s.###.exr"), 0) << output;
+    EXPECT_TRUE(exists("s.001.exr") && !exists("s.002.exr") && exists("s.003.exr"));
+    scene("two.mi",
+          grayCard + std::string(renderIt) + "incremental camera \"cam\" frame 5 end camera\n" + renderIt);
+    ASSERT_EQ(run("two.mi --frames 5 -o t.####.exr"), 0) << output;
+    EXPECT_TRUE(exists("t.0005.exr") && !exists("t.0001.exr"));
+    ASSERT_EQ(run("two.mi -o t.exr"), 0);
+    EXPECT_TRUE(exists("t.exr") && exists("t.0005.exr")); // neither picture is lost
+    EXPECT_TRUE(says("put ####"));
+    ASSERT_EQ(run("two.mi --frames 9"), 0);
+    EXPECT_TRUE(says("none of the scene's frames"));
+}
+
+TEST_F(Command, GivesTheSameFileForAnyNumberOfThreads) {
+    scene("a.mi", grayCard + std::string(renderIt));
+    ASSERT_EQ(run("a.mi --size 200x100 --samples 0 2 --reproducible -t 1 -o one.exr"), 0) << output;
+    ASSERT_EQ(run("a.mi --size 200x100 --samples 0 2 --reproducible -t 4 -o four.exr"), 0) << output;
+    std::stringstream one, four;
+    one << std::ifstream(directory.file("one.exr"), std::ios::binary).rdbuf();
+    four << std::ifstream(directory.file("four.exr"), std::ios::binary).rdbuf();
+    EXPECT_TRUE(one.str() == four.str());
+}
+
+TEST_F(Command, StopsWhenAskedAndLeavesNoHalfFile) {
+    scene("a.mi", grayCard + std::string(renderIt));
+    // The signal comes when the first progress line shows that tiles are being rendered.
+    scene("stop.sh", fmt::format("'{}' a.mi --size 3000x3000 --samples 4 4 -v 5 >log 2>&1 & render=$!\n"
+                                 "until grep -q '^frame 1 ' log || ! kill -0 $render; do sleep 0.05; done\n"
+                                 "kill -TERM $render; wait $render; code=$?; cat log; exit $code\n",
+                                 ORCA_RENDER_COMMAND));
+    EXPECT_EQ(run("--version; sh stop.sh"), 143) << output;
+    EXPECT_TRUE(says("was not written"));
+    EXPECT_EQ(directory.fileCount(), 3u); // scene, script, log
+}
+
+} // namespace
+
+} // namespace orca::image::test
