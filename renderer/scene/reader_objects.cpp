@@ -7,6 +7,7 @@ namespace orca::scene {
 
 void Reader::readObject(const Token& token, bool incremental) {
     auto& element = target<ObjectElement>(token, miSCENE_OBJECT, incremental);
+    const Definition defined(*this, token, element.tag);
     lastMaterialName_.clear();
     lastMaterial_ = miNULLTAG;
     bool replaced = !incremental;
@@ -41,7 +42,6 @@ void Reader::readObject(const Token& token, bool incremental) {
             "instance switches them on",
             element.name);
     }
-    define(token, element.tag);
 }
 
 bool Reader::readObjectFlag(ObjectElement& element, const Token& token) {
