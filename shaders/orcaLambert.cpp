@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orcaLambertMaterial.h"
+
 #include "orcaAmbientComponents.h"
 #include "orcaCustomComponents.h"
 #include "orcaDiffuseComponents.h"
@@ -10,10 +12,6 @@
 #include "orcaShaderHelpers.h"
 #include "orcaSpecularComponents.h"
 #include "orcaSurface.h"
-#include "orcaSurfaceParameters.h"
-
-/// Parameters of orcaVelaLambert.
-struct LambertParameters : SurfaceParameters {};
 
 namespace {
 using P = LambertParameters;

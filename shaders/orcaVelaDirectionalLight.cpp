@@ -1,24 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orcaVelaDirectionalLight.h"
+
 #include "orcaDiscShadow.h"
 #include "orcaUtilities.h"
 #include "orcaVelaLight.h"
 
 #include <cmath>
-
-/// Parameters of orcaVelaDirectionalLight, in declaration order.
-struct DirectionalLightParameters {
-    miBoolean useLightPosition; // light only what lies in front of the light's position
-    miScalar lightAngle;        // degrees; 0: hard shadows
-    miBoolean useDepthMapShadows;
-    miBoolean emitDiffuse;
-    miBoolean emitSpecular;
-    miColor color;
-    miScalar intensity;
-    miBoolean useRayTraceShadows;
-    miColor shadowColor;     // what arrives in full shadow
-    miUint shadowRays;       // of the first set of a soft shadow; 0: no ray-traced shadows
-    miInteger rayDepthLimit; // trace level from which on no shadows are traced
-};
 
 namespace {
 
@@ -57,7 +44,6 @@ ORCA_EXPORT int orcaVelaDirectionalLight_version(void) {
     return 1;
 }
 
-/// Parallel light, with shadows. False behind the light's position when that counts.
 ORCA_EXPORT miBoolean orcaVelaDirectionalLight(miColor* result, miState* state,
                                                DirectionalLightParameters* record) {
     VelabaseState* const vela = velabaseState(state);

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orcaVelaShadow.h"
+
 #include "orcaConstants.h"
 #include "orcaExport.h"
 #include "orcaLightProtocol.h"
@@ -10,7 +12,6 @@ ORCA_EXPORT int orcaVelaFastShadow_version(void) {
     return 1;
 }
 
-/// Blocks all light, except in passes that exclude the occluder. True while some pass sees light.
 ORCA_EXPORT miBoolean orcaVelaFastShadow(miColor* result, miState* state) {
     const PassRecords passes(state);
     const bool passesSeeLight =

@@ -1,29 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orcaVelaPointLight.h"
+
 #include "orcaDiscShadow.h"
 #include "orcaUtilities.h"
 #include "orcaVelaLight.h"
 
 #include <algorithm>
 #include <cmath>
-
-/// Parameters of orcaVelaPointLight, in declaration order.
-struct PointLightParameters {
-    miScalar lightRadius; // scene units; 0: hard shadows
-    miInteger decayRate;  // power of the distance that the light falls off with: 0 to 3
-    miBoolean useDepthMapShadows;
-    miBoolean emitDiffuse;
-    miBoolean emitSpecular;
-    miColor color;
-    miScalar intensity;
-    miBoolean useRayTraceShadows;
-    miColor shadowColor;     // what arrives in full shadow
-    miInteger shadowRays;    // of the first set of a soft shadow; 0: no ray-traced shadows
-    miInteger rayDepthLimit; // trace level from which on no shadows are traced
-    miScalar fogRadius;      // scene units
-    miInteger fogType;       // FogType
-    miScalar fogIntensity;
-    miTag lightProfile;
-};
 
 namespace {
 
@@ -92,7 +75,6 @@ ORCA_EXPORT int orcaVelaPointLight_version(void) {
     return 1;
 }
 
-/// Light from a point, with decay, fog, a profile and shadows. False when the point sees only the light's
 /// back.
 ORCA_EXPORT miBoolean orcaVelaPointLight(miColor* result, miState* state, PointLightParameters* record) {
     VelabaseState* const vela = velabaseState(state);

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orcaVelaShadingEngine.h"
+
 #include "orcaColor.h"
 #include "orcaExport.h"
 #include "orcaFilterSize.h"
@@ -16,16 +18,6 @@
 #include <cmath>
 #include <cstring>
 #include <optional>
-
-/// Parameters of orcaVelaShadingEngine, in declaration order.
-struct ShadingEngineParameters {
-    miTag surfaceShader;
-    miScalar evaluatedScalar; // for what it is connected to
-    miInteger mode;           // 0: composite; else the surface's colour passes through
-    int i_extraOutputs;
-    int n_extraOutputs;
-    miColor extraOutputs[1]; // evaluated after the surface, for what they write
-};
 
 namespace {
 
@@ -257,7 +249,6 @@ ORCA_EXPORT int orcaVelaShadingEngine_version(void) {
     return 1;
 }
 
-/// Needs no object per instance.
 ORCA_EXPORT void orcaVelaShadingEngine_init(miState*, ShadingEngineParameters*, miBoolean*) {
 }
 

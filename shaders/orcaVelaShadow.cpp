@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orcaVelaShadow.h"
+
 #include "orcaColor.h"
 #include "orcaExport.h"
 #include "orcaGuards.h"
@@ -11,14 +13,6 @@
 #include <algorithm>
 #include <cmath>
 #include <optional>
-
-/// Parameters of orcaVelaShadow, in declaration order.
-struct VelaShadowParameters {
-    miColor transparency; // transmission of the surface; 1 is clear
-    miScalar attenuation; // 0 to 1: how much it falls off toward grazing angles
-    miScalar
-        transparencyDepth; // scene units inside the object after which the transmission is full; 0: at once
-};
 
 namespace {
 
@@ -66,7 +60,6 @@ ORCA_EXPORT int orcaVelaShadow_version(void) {
     return 1;
 }
 
-/// Lets coloured, angle-dependent and depth-dependent light through. True while the picture or some pass sees
 /// light.
 ORCA_EXPORT miBoolean orcaVelaShadow(miColor* result, miState* state, VelaShadowParameters* record,
                                      void* argument) {

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "velaBaseState.h"
+
 #include "orcaColor.h"
 #include "orcaExport.h"
 #include "orcaLightProtocol.h"
@@ -6,20 +8,6 @@
 #include "orcaUtilities.h"
 #include "orcaVector.h"
 #include "orcaVelaState.h"
-
-/// Parameters of velaBaseState, in declaration order.
-struct BaseStateParameters {
-    miScalar transparencyThreshold; // hits that let through more than 1 - this are continued
-    miScalar throughputCutoff;      // lighter paths trace no shadows and gather nothing; negative: none are
-    miScalar throughputUpper;       // lighter paths take fewer rays
-    miBoolean filterTextures;
-    miScalar filterBase;      // radians; 0: the angle of one pixel
-    miScalar fixedFilterSize; // scene units; used while filtering is off
-    miInteger renderMode;     // see bc_construct
-    miInteger maxTraceDepth;  // shadows are traced below this level; 0: at every level that can be reached
-    miBoolean continueRay;
-    miBoolean depthOutput;
-};
 
 namespace {
 
@@ -105,12 +93,10 @@ ORCA_EXPORT int velaBaseState_version(void) {
     return 1;
 }
 
-/// After the last render state: gives the threads' arenas back.
 ORCA_EXPORT void velaBaseState_exit(miState* state, BaseStateParameters* record) {
     if (!record) clr_tla_list(state->global_lock);
 }
 
-/// Makes and resets the render state that the library's shaders share. First in the options' list of state
 /// shaders.
 ORCA_EXPORT miBoolean velaBaseState(void*, miState* state, BaseStateParameters* record,
                                     miShader_state_arg* argument) {
