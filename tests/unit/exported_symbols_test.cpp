@@ -16,7 +16,8 @@ std::string outputOf(const std::string& command) {
     if (!pipe) return {};
     std::string output;
     std::array<char, 4096> buffer;
-    while (const std::size_t read = fread(buffer.data(), 1, buffer.size(), pipe.get())) output.append(buffer.data(), read);
+    while (const std::size_t read = fread(buffer.data(), 1, buffer.size(), pipe.get()))
+        output.append(buffer.data(), read);
     return output;
 }
 
@@ -54,12 +55,13 @@ TEST(ExportedSymbols, AreTheShadersAndProtocolFunctionsAndNothingElse) {
 TEST(ExportedSymbols, LeaveOnlyTheRendererAndTheStandardLibrariesOpen) {
     for (const std::string& name : symbols("--undefined-only")) {
         const bool renderer = name.rfind("mi_", 0) == 0;
-        const bool standard = name.find("@GLIBC") != std::string::npos || name.find("@CXXABI") != std::string::npos ||
+        const bool standard = name.find("@GLIBC") != std::string::npos ||
+                              name.find("@CXXABI") != std::string::npos ||
                               name.find("@GCC") != std::string::npos;
         const bool startup = name == "__gmon_start__" || name.rfind("_ITM_", 0) == 0;
         // Instrumented builds call their runtime.
-        const bool sanitizer = name.rfind("__asan_", 0) == 0 || name.rfind("__ubsan_", 0) == 0 ||
-                               name.rfind("__tsan_", 0) == 0;
+        const bool sanitizer =
+            name.rfind("__asan_", 0) == 0 || name.rfind("__ubsan_", 0) == 0 || name.rfind("__tsan_", 0) == 0;
         EXPECT_TRUE(renderer || standard || startup || sanitizer) << name;
     }
 }
