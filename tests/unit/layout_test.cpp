@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaFrameBufferRecords.h"
+#include "orcaIrradiance.h"
+#include "orcaLambertMaterial.h"
+#include "orcaVelaDirectionalLight.h"
+#include "orcaVelaPointLight.h"
+#include "orcaVelaShadingEngine.h"
+#include "orcaVelaShadow.h"
+#include "velaBaseState.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+// The records hold nothing but four-byte members, so their offsets are sure even where a record derives from another.
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+
+namespace {
+
+struct Field {
+    std::string type, name;
+    std::size_t offset;
+    bool operator==(const Field&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const Field& f) {
+    return out << f.type << ' ' << f.name << " @" << f.offset;
+}
+
+std::string textOf(const std::string& file) {
+    std::ifstream in(ORCA_DECLARATIONS_DIR "/" + file);
+    std::stringstream text;
+    text << in.rdbuf();
+    return std::regex_replace(text.str(), std::regex("#[^\n]*"), "");
+}
+
+std::size_t sizeOf(const std::string& type) {
+    return type == "color" ? 16 : type == "vector" ? 12 : 4;
+}
+
+/// Lays out the parameters that follow a declaration's name, by the rules of parameter blocks: members in order, an array
+/// as start, count and room for one element.
+std::vector<Field> declaredFields(const std::string& file, const std::string& shader) {
+    const std::string text = textOf(file);
+    std::size_t at = text.find('"' + shader + '"');
+    EXPECT_NE(at, std::string::npos) << shader;
+    at = text.find('(', at);
+    const std::string list = text.substr(at, text.find("end declare", at) - at);
+    static const std::regex parameter(
+        "(array )?\\s*(boolean|integer|scalar|color|vector|string|shader|lightprofile|struct) +\"(\\w+)\"|(\\})");
+    std::vector<Field> fields;
+    std::size_t offset = 0;
+    for (std::sregex_iterator i(list.begin(), list.end(), parameter), end; i != end; ++i) {
+        const std::smatch& m = *i;
+        if (m[4].matched) continue;
+        if (m[1].matched) offset += 8;
+        fields.push_back({m[2], m[3], offset});
+        if (m[2] != "struct") offset += sizeOf(m[2]);
+    }
+    return fields;
+}
+
+template <class T>
+constexpr const char* typeName = nullptr;
+template <>
+constexpr const char* typeName<miInteger> = "integer";
+template <>
+constexpr const char* typeName<miScalar> = "scalar";
+template <>
+constexpr const char* typeName<miColor> = "color";
+template <>
+constexpr const char* typeName<miVector> = "vector";
+template <>
+constexpr const char* typeName<miTag> = "tag";
+
+/// C++ cannot tell a boolean from an integer, nor one kind of tag from another.
+std::string storedAs(const std::string& declared) {
+    if (declared == "boolean") return "integer";
+    if (declared == "shader" || declared == "string" || declared == "lightprofile") return "tag";
+    return declared;
+}
+
+#define FIELD(Record, member) Field{typeName<decltype(Record::member)>, #member, offsetof(Record, member)}
+
+struct Layout {
+    std::string file, shader;
+    std::vector<Field> fields;
+};
+class DeclaredLayout : public ::testing::TestWithParam<Layout> {};
+
+TEST_P(DeclaredLayout, IsTheRecords) {
+    auto declared = declaredFields(GetParam().file, GetParam().shader);
+    for (Field& field : declared) field.type = storedAs(field.type);
+    EXPECT_EQ(declared, GetParam().fields);
+}
+
+#define S(member) FIELD(LambertParameters, member)
+#define L(member) FIELD(PointLightParameters, member)
+#define D(member) FIELD(DirectionalLightParameters, member)
+#define B(member) FIELD(BaseStateParameters, member)
+#define G(member) FIELD(GatherSettings, member)
+#define E(member) FIELD(ShadingEngineParameters, member)
+#define V(member) FIELD(VelaShadowParameters, member)
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
+    Layout{"orca.mi", "orcaVelaLambert",
+           {S(passWriteMode), S(passWriteFlags), S(passWriteScale), S(color), S(transparency), S(writePasses),
+            S(compositeScalarA), S(throughputBoost), S(refractiveIndex), S(lightAbsorbance), S(refractionsOn),
+            S(diffuse), S(ambientColor), S(incandescence), S(translucence), S(translucenceForward),
+            S(translucenceWrap), S(shadowTransmitAll), S(refractionLimit), S(bumpNormal), S(irradianceColor),
+            S(irradiance), S(refractionBlur), S(refractionBlurSamples)}},
+    Layout{"orca.mi", "orcaVelaPointLight",
+           {L(lightRadius), L(decayRate), L(useDepthMapShadows), L(emitDiffuse), L(emitSpecular), L(color),
+            L(intensity), L(useRayTraceShadows), L(shadowColor), L(shadowRays), L(rayDepthLimit), L(fogRadius),
+            L(fogType), L(fogIntensity), L(lightProfile)}},
+    Layout{"orca.mi", "orcaVelaDirectionalLight",
+           {D(useLightPosition), D(lightAngle), D(useDepthMapShadows), D(emitDiffuse), D(emitSpecular), D(color),
+            D(intensity), D(useRayTraceShadows), D(shadowColor),
+            Field{"integer", "shadowRays", offsetof(DirectionalLightParameters, shadowRays)}, D(rayDepthLimit)}},
+    Layout{"orca.mi", "orcaVelaShadow", {V(transparency), V(attenuation), V(transparencyDepth)}},
+    Layout{"orca.mi", "orcaVelaShadingEngine",
+           {E(surfaceShader), E(evaluatedScalar), E(mode),
+            Field{"color", "extraOutputs", offsetof(ShadingEngineParameters, extraOutputs)}}},
+    Layout{"orca.mi", "orcaGatherSettings",
+           {G(magic), G(kind), Field{"integer", "rays", offsetof(GatherSettings, rays)}, G(maxRadius), G(minRadius),
+            G(view), G(filter)}},
+    Layout{"velabase.mi", "velaBaseState",
+           {B(transparencyThreshold), B(throughputCutoff), B(throughputUpper), B(filterTextures), B(filterBase),
+            B(fixedFilterSize), B(renderMode), B(maxTraceDepth), B(continueRay), B(depthOutput)}}),
+    [](const auto& info) { return info.param.shader; });
+// clang-format on
+
+TEST(DeclaredLayout, OfTheFrameBufferDataBlockIsTheRecords) {
+    const auto fields = declaredFields("orca.mi", "orcaFrameBufferData");
+    const auto offsetOfField = [&](const std::string& name) {
+        for (const Field& field : fields)
+            if (field.name == name) return field.offset;
+        return std::size_t(-1);
+    };
+    constexpr std::size_t record = offsetof(FrameBufferData, frameBufferInfo);
+    EXPECT_EQ(offsetOfField("nonMaterialFrameBuffers"), offsetof(FrameBufferData, nonMaterialFrameBuffers));
+    EXPECT_EQ(offsetOfField("frameBufferName"), record + offsetof(FrameBufferDataRecord, frameBufferName));
+    EXPECT_EQ(offsetOfField("userFlag0"), record + offsetof(FrameBufferDataRecord, flags));
+    EXPECT_EQ(offsetOfField("ignoreObjectLinks"), record + offsetof(FrameBufferDataRecord, flags) + 8 * 4);
+    EXPECT_EQ(offsetOfField("minReflectionLevel"), record + offsetof(FrameBufferDataRecord, minReflectionLevel));
+    EXPECT_EQ(offsetOfField("userWord4"), record + offsetof(FrameBufferDataRecord, userWord4));
+    EXPECT_EQ(offsetOfField("FrameBufferTypeCounts"), offsetof(FrameBufferData, FrameBufferTypeCounts));
+}
+
+} // namespace

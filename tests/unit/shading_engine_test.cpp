@@ -1,0 +1,315 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "material_scene.h"
+#include "orcaFilterSize.h"
+#include "orcaVelaShadingEngine.h"
+
+#include <cmath>
+#include <functional>
+
+namespace {
+
+constexpr miTag surfaceTag = 77;
+constexpr int everything = 100;
+
+/// A card: what its surface shader returns, and writes into the diffuse pass.
+struct Card {
+    miColor color;
+    miColor transparency;
+    miColor diffuse;
+};
+
+class Engine : public ::testing::Test {
+protected:
+    explicit Engine(const std::vector<ScenePass>& passes = {{PASS_BEAUTY, "beauty", FB_SHADOWED},
+                                                            {PASS_DIFFUSE, "diffuse", FB_WEIGHT_BY_OPACITY},
+                                                            {PASS_MATTE, "matte"},
+                                                            {PASS_OPACITY, "opacity"}})
+        : scene(passes) {
+        engine.parameters.surfaceShader = surfaceTag;
+        scene.renderer.callShader = [this](miColor* result, int type, miState* state, miTag tag, void*) {
+            EXPECT_EQ(type, miSHADER_MATERIAL);
+            EXPECT_EQ(tag, surfaceTag);
+            return surface(*reinterpret_cast<SurfaceShaderReturnType*>(result), state);
+        };
+        // The surface shader shows the card at the top of the pile.
+        surface = [this](SurfaceShaderReturnType& result, miState* state) {
+            const Card& card = cards.at(hit++);
+            result.color = card.color;
+            result.transparency = card.transparency;
+            result.matteOpacity = WHITE - card.transparency;
+            write(PASS_BEAUTY, state, card.color);
+            write(PASS_DIFFUSE, state, card.diffuse);
+            return miTRUE;
+        };
+        scene.renderer.traceTransparent = [this](miColor* result, miState* state) -> miBoolean {
+            if (hit == cards.size()) {
+                *result = background;
+                return miTRUE;
+            }
+            miState behind = scene.renderer.derived(*state, miRAY_TRANSPARENT);
+            return orcaVelaShadingEngine(result, &behind, &engine.parameters);
+        };
+    }
+
+    void write(PassTypeID type, miState* state, const miColor& value) {
+        PassTypeInfo* types = nullptr;
+        FrameBufferInfo* records = nullptr;
+        if (getFrameBufferInfo(state, types, records) == 0 || (*types)[type].count == 0) return;
+        TraceLevelSlot& slot = records[(*types)[type].first].levelSlots[traceLevel(state)];
+        if (!(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED)) slot.levelResult += value;
+    }
+    miColor run() { return run(&scene.renderer.state); }
+    miColor run(miState* state) {
+        state->shader = &engine.function;
+        miColor result{};
+        EXPECT_EQ(orcaVelaShadingEngine(&result, state, &engine.parameters), miTRUE);
+        EXPECT_EQ(scene.renderer.pinsHeld(), 0);
+        return result;
+    }
+
+    MaterialScene scene;
+    ScriptedShader<ShadingEngineParameters> engine;
+    std::function<miBoolean(SurfaceShaderReturnType&, miState*)> surface;
+    std::vector<Card> cards;
+    std::size_t hit = 0;
+    miColor background = BLACK;
+};
+
+TEST_F(Engine, ComposesAStackOfCardsFrontToBackInPictureAndPasses) {
+    cards = {{{0.1f, 0.2f, 0.3f, 0}, {0.5f, 0.25f, 0.8f, 0.5f}, {1, 1, 1, 1}},
+             {{0.4f, 0.0f, 0.1f, 0}, {0.2f, 0.5f, 0.5f, 0.5f}, {0.5f, 1, 0, 1}},
+             {{0.3f, 0.3f, 0.3f, 0}, {0, 0, 0, 0}, {0.25f, 0.5f, 1, 1}}};
+    const miColor picture = run();
+    miColor expected = BLACK, diffuse = BLACK, seen = WHITE;
+    for (const Card& card : cards) {
+        expected += seen * card.color;
+        diffuse += seen * (WHITE - card.transparency) * card.diffuse;
+        seen *= card.transparency;
+    }
+    expectColor(picture, expected);
+    expectColor(scene.handedUp(PASS_BEAUTY), expected);
+    expectColor(scene.handedUp(PASS_DIFFUSE), diffuse);
+    expectColor(scene.handedUp(PASS_OPACITY), 1, 1, 1);
+    expectColor(scene.slot(0).levelAux, WHITE);
+    EXPECT_EQ(scene.renderer.state.refraction_level, 0);
+    EXPECT_EQ(scene.vela().throughput, WHITE);
+    EXPECT_NEAR(picture.a, 1.0f, 1e-6f);
+}
+
+TEST_F(Engine, ShowsTheBackgroundThroughTheLastCard) {
+    cards = {{{0.1f, 0.1f, 0.1f, 0}, {0.5f, 0.5f, 0.5f, 0.5f}, BLACK}, {BLACK, {0.5f, 1, 0, 0.5f}, BLACK}};
+    background = {0.4f, 0.6f, 0.8f, 1.0f};
+    const miColor picture = run();
+    expectColor(picture, 0.2f, 0.4f, 0.1f);
+    expectColor(scene.handedUp(PASS_BEAUTY), picture);
+    expectColor(scene.handedUp(PASS_DIFFUSE), BLACK);
+}
+
+TEST_F(Engine, CountsRefractedTransparencyAgainstWeightedRecords) {
+    surface = [this](SurfaceShaderReturnType&, miState* state) {
+        scene.vela().refractedTransparency = {0.75f, 0.5f, 0.0f, 0.0f};
+        write(PASS_DIFFUSE, state, WHITE);
+        return miTRUE;
+    };
+    run();
+    expectColor(scene.handedUp(PASS_DIFFUSE), 0.25f, 0.5f, 1.0f);
+    expectColor(scene.handedUp(PASS_OPACITY), WHITE);
+}
+
+TEST_F(Engine, EndsAtABlackHole) {
+    surface = [](SurfaceShaderReturnType& result, miState*) {
+        result.color = {0.5f, 0.5f, 0.5f, 1.0f};
+        result.transparency = {0.5f, 0.5f, 0.5f, 0.5f};
+        result.matteOpacity = {-1000000.0f, -1000000.0f, -1000000.0f, 0.0f};
+        return miTRUE;
+    };
+    EXPECT_EQ(run().a, 0.0f);
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 0);
+    expectColor(scene.handedUp(PASS_MATTE), BLACK);
+}
+
+struct ThresholdCase {
+    float threshold, transmission;
+    int rays;
+};
+class EngineThreshold : public Engine, public ::testing::WithParamInterface<ThresholdCase> {};
+
+TEST_P(EngineThreshold, DecidesWhetherTheRayGoesOn) {
+    const float t = GetParam().transmission;
+    scene.vela().transparencyThreshold = GetParam().threshold;
+    cards = {{BLACK, {t, t, t, t}, BLACK}};
+    run();
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), GetParam().rays);
+}
+INSTANTIATE_TEST_SUITE_P(Cases, EngineThreshold,
+                         ::testing::Values(ThresholdCase{0.999f, 0.5f, 1}, ThresholdCase{0.999f, 0.0f, 0},
+                                           ThresholdCase{0.5f, 0.45f, 0}, ThresholdCase{0.5f, 0.55f, 1},
+                                           ThresholdCase{0.999f, 0.003f, 0}));
+
+TEST_F(Engine, StopsAChainOf256States) {
+    std::vector<miState> chain(256, scene.renderer.state);
+    for (std::size_t i = 1; i < chain.size(); ++i) chain[i].parent = &chain[i - 1];
+    cards.assign(2, {BLACK, {0.5f, 0.5f, 0.5f, 0.5f}, BLACK});
+    scene.renderer.traceTransparent = [](miColor*, miState*) -> miBoolean { return miFALSE; };
+    run(&chain[254]);
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 1);
+    run(&chain[255]);
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 1);
+}
+
+TEST_F(Engine, LeavesTransparencyToTheRasterizer) {
+    scene.renderer.options.scanline = miSCANLINE_RASTERIZER;
+    cards = {{{0.25f, 0.5f, 0.5f, 1}, {0.5f, 0.25f, 0.0f, 0.0f}, BLACK}};
+    expectColor(run(), 0.25f, 0.5f, 0.5f);
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 0);
+    expectColor(scene.renderer.opacity, 0.5f, 0.75f, 1.0f);
+}
+
+TEST_F(Engine, ContinuesTheSameRayWhenTheStateAsksForIt) {
+    scene.vela().continueRay = miTRUE;
+    cards = {{BLACK, {0.5f, 0.5f, 0.5f, 0.5f}, BLACK}};
+    run();
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_continue"), 1);
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 0);
+}
+
+TEST_F(Engine, DoesNotShadeBehindAFullyTransparentHit) {
+    scene.vela().transparencyThreshold = 2.0f; // every hit counts as transparent
+    cards = {{WHITE, BLACK, BLACK}, {WHITE, BLACK, BLACK}};
+    bool marked = false;
+    scene.renderer.traceTransparent = [&](miColor* result, miState* state) -> miBoolean {
+        marked = scene.record(0).flags & FB_IN_TRANSPARENCY;
+        scene.renderer.traceTransparent = nullptr;
+        miState behind = scene.renderer.derived(*state, miRAY_TRANSPARENT);
+        return orcaVelaShadingEngine(result, &behind, &engine.parameters);
+    };
+    run();
+    EXPECT_TRUE(marked);
+    EXPECT_EQ(hit, 1u);
+    EXPECT_FALSE(scene.record(0).flags & FB_IN_TRANSPARENCY);
+}
+
+TEST_F(Engine, PassesTheSurfacesColourThrough) {
+    engine.parameters.mode = 1;
+    scene.vela().depthOutput = scene.vela().raster = miTRUE;
+    scene.vela().depthPlaneNormal = {0.0f, 0.0f, -1.0f};
+    scene.vela().depthPlaneOffset = 10.0f;
+    surface = [](SurfaceShaderReturnType& result, miState*) {
+        result.color = {0.5f, 2.0f, 0.25f, 0.75f};
+        result.transparency = WHITE;
+        return miTRUE;
+    };
+    EXPECT_EQ(run(), (miColor{0.5f, 2.0f, 0.25f, 0.75f}));
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 0);
+    EXPECT_EQ(scene.vela().transparencyAccum, WHITE * 0.25f);
+    ASSERT_EQ(scene.vela().depthStack.count, 1);
+    EXPECT_EQ(static_cast<DepthStackEntry*>(scene.vela().depthStack.top)->depth, 10.0f);
+}
+
+TEST_F(Engine, LiftsTheNormalOfGrazingHits) {
+    scene.renderer.state.dir = {1.0f, 0.0f, 0.0f};
+    scene.renderer.state.dot_nd = 0.0f;
+    cards = {{BLACK, BLACK, BLACK}};
+    run();
+    EXPECT_NEAR(scene.renderer.state.dot_nd, -0.0015f, 1e-6f);
+}
+
+TEST_F(Engine, WarnsWithoutASurface) {
+    miColor result;
+    for (const miTag tag : {miNULLTAG, 0xFFFFFFFFu}) {
+        engine.parameters.surfaceShader = tag;
+        scene.renderer.state.shader = &engine.function;
+        EXPECT_EQ(orcaVelaShadingEngine(&result, &scene.renderer.state, &engine.parameters), miFALSE);
+    }
+    const std::string text = "vela_shadingengine(): Cannot evaluate surface shader.";
+    EXPECT_EQ(scene.renderer.messagesOf('w'), (std::vector<std::string>{text, text}));
+}
+
+TEST_F(Engine, PutsTheFilterSizesBackAndFitsThemToTheHit) {
+    scene.vela().filterBase = 0.01f;
+    auto& camera = scene.renderer.database.element<miInstance>(scene.renderer.state.camera_inst);
+    const miMatrix atTen{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 10, 1};
+    std::copy(std::begin(atTen), std::end(atTen), camera.tf.local_to_global);
+    scene.vela().filterSizes = {{7, 7, 7}, {7, 7, 7}};
+    FilterSizes inside{};
+    surface = [&](SurfaceShaderReturnType&, miState*) {
+        inside = scene.vela().filterSizes;
+        return miTRUE;
+    };
+    const auto sizeFor = [&](miState& state) {
+        run(&state);
+        return inside.screen.x;
+    };
+    miState& eye = scene.renderer.state;
+    EXPECT_NEAR(sizeFor(eye), 0.1f, 1e-6f);
+    EXPECT_NEAR(inside.texture.y, 0.1f * 1.5e-5f, 1e-9f);
+    miState mirrored = scene.renderer.derived(eye, miRAY_REFLECT);
+    mirrored.dist = 5.0;
+    EXPECT_NEAR(sizeFor(mirrored), 0.15f, 1e-6f);
+    scene.vela().throughput = WHITE * 0.5f;
+    EXPECT_NEAR(sizeFor(eye), 0.045f, 1e-6f);
+    scene.vela().filterEnabled = miFALSE;
+    scene.vela().fixedFilterSize = 3.0f;
+    EXPECT_EQ(sizeFor(eye), 3.0f);
+    EXPECT_EQ(scene.vela().filterSizes.screen.x, 7.0f);
+}
+
+// --- levels
+// -------------------------------------------------------------------------------------------------------------
+
+struct LevelCase {
+    const char* mask;
+    unsigned flags;
+    int minReflection, maxReflection, minRefraction, maxRefraction;
+    int reflectionLevel, refractionLevel;
+    int mode;
+};
+class EngineLevel : public ::testing::TestWithParam<LevelCase> {};
+
+TEST_P(EngineLevel, OpensOrClosesTheSlot) {
+    const LevelCase& c = GetParam();
+    ScenePass pass{PASS_DIFFUSE, "diffuse", c.flags};
+    pass.minReflection = c.minReflection;
+    pass.maxReflection = c.maxReflection;
+    pass.minRefraction = c.minRefraction;
+    pass.maxRefraction = c.maxRefraction;
+    MaterialScene scene({pass});
+    ScriptedShader<ShadingEngineParameters> engine;
+    engine.parameters.surfaceShader = surfaceTag;
+    miState& state = scene.renderer.state;
+    state.shader = &engine.function;
+    if (c.mask) state.instance = scene.renderer.database.addMaskedInstance(c.mask);
+    state.reflection_level = c.reflectionLevel;
+    state.refraction_level = c.refractionLevel;
+    miColor result;
+    orcaVelaShadingEngine(&result, &state, &engine.parameters);
+    EXPECT_EQ(int{scene.slot(0, c.reflectionLevel + c.refractionLevel).levelMode}, c.mode);
+    EXPECT_EQ(scene.renderer.pinsHeld(), 0);
+}
+INSTANTIATE_TEST_SUITE_P(
+    Cases, EngineLevel,
+    ::testing::Values(LevelCase{nullptr, 0, 0, everything, 0, everything, 0, 0, 0},
+                      LevelCase{nullptr, 0, 1, everything, 0, everything, 0, 0, 3}, // below
+                      LevelCase{nullptr, 0, 0, 1, 0, everything, 2, 0, 1},          // beyond
+                      LevelCase{nullptr, 0, 1, everything, 0, 0, 0, 1, 1},          // both: beyond wins
+                      LevelCase{"1", 0, 0, everything, 0, everything, 0, 0, 0},
+                      LevelCase{"", 0, 0, everything, 0, everything, 0, 0,
+                                0}, // an empty mask excludes nothing
+                      LevelCase{"0", 0, 0, everything, 0, everything, 0, 0, 1},
+                      LevelCase{"0", FB_SEEN_IN_REFLECTION, 0, everything, 0, everything, 0, 0,
+                                1}, // never at the first level
+                      LevelCase{"0", FB_SEEN_IN_REFLECTION, 0, everything, 0, everything, 1, 0, 0},
+                      LevelCase{"0", FB_SEEN_IN_REFLECTION, 0, everything, 0, everything, 0, 1, 1},
+                      LevelCase{"0", FB_SEEN_IN_REFLECTION, 0, everything, 0, everything, 1, 1, 1},
+                      LevelCase{"0", FB_SEEN_IN_REFLECTION | FB_SEEN_IN_REFRACTION, 0, everything, 0,
+                                everything, 1, 1, 0}));
+
+TEST_F(Engine, WritesNothingForAnExcludedObject) {
+    scene.renderer.state.instance = scene.renderer.database.addMaskedInstance("0");
+    cards = {{WHITE, BLACK, WHITE}};
+    run();
+    for (const PassTypeID type : {PASS_BEAUTY, PASS_DIFFUSE, PASS_MATTE, PASS_OPACITY})
+        EXPECT_EQ(scene.handedUp(type), BLACK) << type;
+}
+
+} // namespace

@@ -1,0 +1,350 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "material_scene.h"
+#include "orcaVector.h"
+
+#include <cmath>
+#include <set>
+
+namespace {
+
+/// Every pass the pipeline feeds, one record each, as a compositor would set them up: the picture sees all
+/// levels, components the first; terms that the picture shows through the surface's opacity are weighted by
+/// it.
+std::vector<ScenePass> allPasses() {
+    const std::set<int> weighted = {PASS_AMBIENT, PASS_DIFFUSE, PASS_INDIRECT};
+    const std::set<int> unshadowed = {PASS_DIFFUSE_NO_SHADOW, PASS_SPECULAR_NO_SHADOW,
+                                      PASS_DIRECT_IRRADIANCE_NO_SHADOW, PASS_TRANSLUCENCE_NO_SHADOW};
+    std::vector<ScenePass> passes;
+    for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
+        ScenePass pass{static_cast<PassTypeID>(type), "p" + std::to_string(type)};
+        pass.flags = unshadowed.count(type) ? 0u : unsigned{FB_SHADOWED};
+        if (weighted.count(type)) pass.flags |= FB_WEIGHT_BY_OPACITY;
+        if (type != PASS_BEAUTY) pass.maxReflection = pass.maxRefraction = 0;
+        passes.push_back(pass);
+    }
+    return passes;
+}
+
+TEST(Surface, FollowsLambertsLawUnderEachLight) {
+    MaterialScene scene(allPasses());
+    scene.addLight({0.0f, 3.0f, 4.0f}, {2.0f, 1.0f, 1.0f, 1.0f}); // N.L = 0.8
+    scene.addLight({0.0f, 0.0f, 1.0f}, {0.0f, 0.0f, 1.0f, 1.0f});
+    scene.addLight({0.0f, 0.0f, -1.0f}); // behind
+    LambertInstance material(scene, plainLambert());
+    const auto result = material.shade();
+
+    const miColor reflectance = plainLambert().color * 0.8f;
+    const miColor expected{reflectance.r * 1.6f, reflectance.g * 0.8f, reflectance.b * 1.8f, 0.0f};
+    expectColor(result.color, expected);
+    expectColor(result.diffuse, expected);
+    expectColor(scene.level(PASS_DIFFUSE), expected);
+    expectColor(scene.level(PASS_BEAUTY), expected);
+    expectColor(scene.level(PASS_DIRECT_IRRADIANCE), 1.6f, 0.8f, 1.8f);
+    expectColor(scene.level(PASS_DIFFUSE_MATERIAL_COLOR), reflectance);
+    expectColor(scene.level(PASS_SHADOW), BLACK);
+    EXPECT_FLOAT_EQ(scene.level(PASS_FACING_RATIO).r, 1.0f);
+    EXPECT_EQ(scene.renderer.pinsHeld(), 0);
+}
+
+TEST(Surface, TakesTheMeanOverALightsSamples) {
+    MaterialScene scene(allPasses());
+    scene.addLight({0.0f, 0.0f, 1.0f});
+    scene.renderer.lights[0].directions = {{0, 0, 1}, normalized({0, 3, 4}), {0, 1, 0}, {0, 0, 1}};
+    LambertInstance material(scene, plainLambert());
+    const miColor expected = plainLambert().color * (0.8f * 2.8f / 4.0f);
+    expectColor(material.shade().color, expected);
+    expectColor(scene.level(PASS_BEAUTY), expected);
+}
+
+TEST(Surface, EqualsItsBeautyAndTheSumOfItsLayers) {
+    LambertParameters p = plainLambert();
+    p.transparency = {0.25f, 0.5f, 0.75f, 1.0f};
+    p.ambientColor = {0.2f, 0.1f, 0.3f, 1.0f};
+    p.incandescence = {0.05f, 0.0f, 0.4f, 1.0f};
+    p.translucence = 0.6f;
+    p.translucenceForward = 0.5f;
+    p.translucenceWrap = 0.05f;
+    MaterialScene scene(allPasses());
+    scene.addLight({1.0f, 1.0f, 1.0f}, {1.0f, 2.0f, 0.5f, 1.0f});
+    scene.addLight({0.2f, 0.0f, -1.0f}, {0.7f, 0.7f, 0.9f, 1.0f}); // shines through
+    scene.renderer.averageRadiance = [](miColor* e, miState*, miUint1 face, miIrrad_options*) -> miBoolean {
+        EXPECT_EQ(face, 'f');
+        *e = {0.3f, 0.2f, 0.1f, 0.0f};
+        return miTRUE;
+    };
+    LambertInstance material(scene, p);
+    const auto result = material.shade();
+
+    expectColor(scene.level(PASS_BEAUTY), result.color);
+    expectColor(scene.level(PASS_BEAUTY_NO_REFLECTION_REFRACTION), result.color);
+    const miColor opacity = WHITE - p.transparency;
+    const miColor sum =
+        opacity * (scene.level(PASS_AMBIENT) + scene.level(PASS_DIFFUSE) + scene.level(PASS_INDIRECT)) +
+        scene.level(PASS_INCANDESCENCE) + scene.level(PASS_SPECULAR);
+    expectColor(sum, result.color);
+    expectColor(scene.level(PASS_INDIRECT), 0.3f * 0.4f, 0.2f * 0.32f, 0.1f * 0.16f);
+    EXPECT_GT(result.translucence.r, 0.0f);
+}
+
+TEST(Surface, GivesAmbientLightItsOwnPasses) {
+    MaterialScene scene(allPasses());
+    scene.addLight({0.0f, 0.0f, 1.0f}, {0.5f, 0.5f, 1.0f, 1.0f});
+    const auto light = scene.renderer.lights[0].shader;
+    scene.renderer.lights[0].shader = [&](miColor* result, miState* state) {
+        const miBoolean lit = light(result, state);
+        scene.vela().lightData.isAmbient = 1;
+        scene.vela().lightData.emitDiffuse = scene.vela().lightData.emitSpecular = miFALSE;
+        return lit;
+    };
+    LambertInstance material(scene, plainLambert());
+    const miColor expected = plainLambert().color * miColor{0.5f, 0.5f, 1.0f, 1.0f};
+    expectColor(material.shade().color, expected);
+    expectColor(scene.level(PASS_BEAUTY), expected);
+    expectColor(scene.level(PASS_AMBIENT), expected);
+    expectColor(scene.level(PASS_AMBIENT_IRRADIANCE), 0.5f, 0.5f, 1.0f);
+    expectColor(scene.level(PASS_DIFFUSE), BLACK);
+}
+
+TEST(Surface, WritesTheDiffusePassesAtTheTerminatorButNoIrradiance) {
+    MaterialScene scene(allPasses());
+    scene.addLight({1.0f, 0.0f, 0.0f});
+    LambertInstance material(scene, plainLambert());
+    material.shade();
+    EXPECT_EQ(scene.level(PASS_DIFFUSE), (miColor{0, 0, 0, 1}));
+    EXPECT_EQ(scene.level(PASS_DIRECT_IRRADIANCE), BLACK);
+}
+
+struct SilentCase {
+    int passWriteMode;
+    miBoolean writePasses;
+};
+class SilentMaterial : public ::testing::TestWithParam<SilentCase> {};
+
+TEST_P(SilentMaterial, ShadesAlikeAndLeavesTheComponentPasses) {
+    MaterialScene scene(allPasses());
+    scene.addLight({0.0f, 0.0f, 1.0f});
+    LambertParameters p = plainLambert();
+    p.incandescence = WHITE;
+    p.passWriteMode = GetParam().passWriteMode;
+    p.writePasses = GetParam().writePasses;
+    LambertInstance material(scene, p);
+    expectColor(material.shade().color, p.color * 0.8f + WHITE);
+    for (const PassTypeID type :
+         {PASS_BEAUTY, PASS_DIFFUSE, PASS_INCANDESCENCE, PASS_TRANSPARENCY, PASS_LIGHT_SUM})
+        EXPECT_EQ(scene.level(type), BLACK) << type;
+    // What does not depend on the material's components is written as long as it may write at all.
+    EXPECT_EQ(scene.level(PASS_DIRECT_IRRADIANCE).r, p.passWriteMode ? 1.0f : 0.0f);
+    EXPECT_EQ(scene.level(PASS_NORMAL).b, p.passWriteMode ? 1.0f : 0.0f);
+}
+INSTANTIATE_TEST_SUITE_P(Settings, SilentMaterial,
+                         ::testing::Values(SilentCase{0, miTRUE}, SilentCase{1, miFALSE}));
+
+TEST(Surface, ShadesBackFacesFromBothSidesAndPutsTheNormalsBack) {
+    MaterialScene scene(allPasses());
+    scene.addLight({0.0f, 0.0f, 1.0f}, {1.0f, 0.0f, 0.0f, 1.0f});
+    scene.addLight({0.0f, 0.0f, -1.0f}, {0.0f, 1.0f, 0.0f, 1.0f});
+    std::vector<miBoolean> sides;
+    for (auto& light : scene.renderer.lights)
+        light.shader = [&, inner = light.shader](miColor* c, miState* s) {
+            sides.push_back(scene.vela().lightData.backSide);
+            return inner(c, s);
+        };
+    scene.renderer.state.inv_normal = miTRUE;
+    LambertInstance material(scene, plainLambert());
+    expectColor(material.shade().color, 0.4f, 0.32f, 0.0f);
+    EXPECT_EQ(sides, (std::vector<miBoolean>{0, 1, 0, 1}));
+    EXPECT_EQ(scene.renderer.state.normal.z, 1.0f);
+    EXPECT_EQ(scene.renderer.state.normal_geom.z, 1.0f);
+}
+
+TEST(Surface, AnswersShadowRaysWithItsTransmissionAlone) {
+    MaterialScene scene(allPasses());
+    LambertParameters p = plainLambert();
+    p.transparency = {0.1f, 0.2f, 0.3f, 1.0f};
+    scene.renderer.state.type = miRAY_SHADOW;
+    {
+        LambertInstance material(scene, p);
+        const auto result = material.shade();
+        EXPECT_EQ(result.transparency, p.transparency);
+        EXPECT_EQ(result.color, BLACK);
+        EXPECT_EQ(scene.renderer.callCount("mi_instance_lightlist"), 0);
+    }
+    p.shadowTransmitAll = miTRUE;
+    LambertInstance clear(scene, p);
+    EXPECT_EQ(clear.shade().transparency, WHITE);
+}
+
+TEST(Surface, LiftsABumpedNormalAboveTheSurface) {
+    MaterialScene scene({{PASS_NORMAL, "n"}});
+    LambertInstance material(scene, plainLambert());
+    material.shader.connect(&material.shader.parameters.bumpNormal);
+    scene.renderer.setComputed(&material.shader.parameters.bumpNormal, miVector{0.8f, 0.0f, -0.6f});
+    scene.renderer.setComputed(&material.shader.parameters, 0);
+    material.shade();
+    const miVector expected = normalized({0.8f, 0.0f, 0.0015f});
+    expectColor(scene.level(PASS_NORMAL), expected.x, expected.y, expected.z);
+    EXPECT_EQ(scene.renderer.state.normal.z, 1.0f);
+    EXPECT_EQ(scene.renderer.state.dot_nd, -1.0f);
+}
+
+TEST(Surface, WarnsWithoutTheBaseState) {
+    PassScene scene({});
+    ScriptedShader<LambertParameters> shader(plainLambert());
+    scene.renderer.state.shader = &shader.function;
+    miBoolean required;
+    orcaVelaLambert_init(&scene.renderer.state, &shader.parameters, &required);
+    SurfaceShaderReturnType result{};
+    EXPECT_EQ(orcaVelaLambert(&result, &scene.renderer.state, &shader.parameters), miFALSE);
+    EXPECT_EQ(scene.renderer.messagesOf('w'),
+              std::vector<std::string>{"OrcaShaderSDK(): Internal state error."});
+    orcaVelaLambert_exit(&scene.renderer.state, &shader.parameters);
+}
+
+TEST(Surface, ClosesTheLightLoopWhenALightThrows) {
+    MaterialScene scene(allPasses());
+    scene.addLight({0.0f, 0.0f, 1.0f});
+    scene.renderer.lights[0].shader = [](miColor*, miState*) -> miBoolean { throw 1; };
+    LambertInstance material(scene, plainLambert());
+    const miColor throughput = scene.vela().throughput;
+    scene.renderer.state.shader = &material.shader.function;
+    SurfaceShaderReturnType result;
+    EXPECT_THROW(orcaVelaLambert(&result, &scene.renderer.state, &material.shader.parameters), int);
+    EXPECT_FALSE(scene.record(0).flags & FB_IN_LIGHT_LOOP);
+    EXPECT_EQ(scene.vela().throughput, throughput);
+}
+
+// --- refraction
+// ---------------------------------------------------------------------------------------------------------
+
+struct RefractionFixture : ::testing::Test {
+    RefractionFixture() : scene(allPasses()) {
+        p = plainLambert();
+        p.transparency = {0.5f, 0.25f, 1.0f, 1.0f};
+        p.refractionsOn = miTRUE;
+        p.refractiveIndex = 1.5f;
+        scene.renderer.state.dir = normalized({0.6f, 0.0f, -0.8f});
+        scene.renderer.state.dot_nd = -0.8f;
+    }
+    MaterialScene scene;
+    LambertParameters p;
+};
+
+TEST_F(RefractionFixture, BendsTheRayAndHandsTheSceneBehindUp) {
+    const miColor behind{0.4f, 0.8f, 0.2f, 1.0f};
+    miVector direction{};
+    scene.renderer.traceRefraction = [&](miColor* c, miState*, miVector* d) -> miBoolean {
+        direction = *d;
+        scene.slot(0, 1).childResult = behind; // a surface of the library handed its beauty up
+        ++scene.vela().surfacesShaded;
+        *c = behind;
+        return miTRUE;
+    };
+    LambertInstance material(scene, p);
+    const auto result = material.shade();
+    EXPECT_NEAR(direction.x, 0.6f / 1.5f, 1e-6f);
+    EXPECT_LT(direction.z, 0.0f);
+    EXPECT_NEAR(length(direction), 1.0f, 1e-6f);
+    expectColor(result.refraction, p.transparency * behind);
+    EXPECT_EQ(result.transparency, BLACK); // nothing left for the renderer
+    expectColor(scene.level(PASS_BEAUTY), result.color);
+    expectColor(scene.level(PASS_REFRACTION), result.refraction);
+    expectColor(scene.vela().refractedTransparency, p.transparency);
+}
+
+TEST_F(RefractionFixture, CountsTheEnvironmentAsBeautyWhetherMetOrAtTheLimit) {
+    const miColor sky{0.1f, 0.2f, 0.3f, 1.0f};
+    const auto seeSky = [&](miColor* c, miState*, miVector*) -> miBoolean {
+        *c = sky;
+        return miTRUE;
+    };
+    scene.renderer.traceRefraction = seeSky;
+    scene.renderer.traceEnvironment = seeSky;
+    for (const int limit : {6, 0}) {
+        scene.slot(0).levelResult = BLACK;
+        p.refractionLimit = limit;
+        LambertInstance material(scene, p);
+        expectColor(material.shade().color, p.transparency * sky);
+        expectColor(scene.level(PASS_BEAUTY), p.transparency * sky);
+    }
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_refraction"), 1);
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_environment"), 1);
+}
+
+TEST_F(RefractionFixture, TurnsTotalInternalReflectionIntoReflection) {
+    scene.renderer.state.inv_normal = miTRUE;
+    scene.renderer.state.dir = normalized({0.9f, 0.0f, -0.43589f});
+    miVector direction{};
+    scene.renderer.traceReflection = [&](miColor* c, miState*, miVector* d) -> miBoolean {
+        direction = *d;
+        *c = WHITE;
+        return miTRUE;
+    };
+    LambertInstance material(scene, p);
+    expectColor(material.shade().refraction, p.transparency);
+    EXPECT_NEAR(direction.z, 0.43589f, 1e-4f);
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_refraction"), 0);
+}
+
+TEST_F(RefractionFixture, LeavesTransparencyToTheRendererWhenOff) {
+    p.refractionsOn = miFALSE;
+    LambertInstance material(scene, p);
+    const auto result = material.shade();
+    expectColor(result.transparency, p.transparency);
+    EXPECT_EQ(result.refraction, BLACK);
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_refraction"), 0);
+}
+
+TEST_F(RefractionFixture, FillsTheBlurCone) {
+    p.refractionBlur = 0.2f;
+    p.refractionBlurSamples = 16;
+    float widest = 0.0f;
+    const miVector axis = normalized({0.4f, 0.0f, -std::sqrt(1.0f - 0.16f)});
+    scene.renderer.traceRefraction = [&](miColor* c, miState*, miVector* d) -> miBoolean {
+        widest = std::max(widest, std::acos(std::min(1.0f, dot(axis, *d))));
+        *c = WHITE;
+        return miTRUE;
+    };
+    LambertInstance material(scene, p);
+    expectColor(material.shade().refraction, p.transparency);
+    EXPECT_EQ(scene.renderer.callCount("mi_trace_refraction"), 16);
+    EXPECT_LE(widest, 0.2001f);
+    EXPECT_GT(widest, 0.15f);
+}
+
+// --- life cycle
+// ---------------------------------------------------------------------------------------------------------
+
+TEST(LambertInstance, IsAllocatedUnderItsNameAndReleased) {
+    ScriptedRenderer renderer;
+    ScriptedShader<LambertParameters> shader(plainLambert());
+    renderer.state.shader = &shader.function;
+    miBoolean required = miFALSE;
+    orcaVelaLambert_init(&renderer.state, nullptr, &required);
+    EXPECT_EQ(required, miTRUE);
+    EXPECT_EQ(renderer.memory.allocationsHeld(), 0);
+
+    orcaVelaLambert_init(&renderer.state, &shader.parameters, &required);
+    ASSERT_EQ(renderer.memory.allocationsHeld(), 1);
+    EXPECT_EQ(renderer.memory.held()[0].file, "orcaLambert");
+    EXPECT_EQ(renderer.memory.held()[0].line, 35);
+    EXPECT_EQ(renderer.memory.allocationAt(*renderer.userPointer(&shader.function))->line, 35);
+
+    orcaVelaLambert_exit(&renderer.state, nullptr);
+    EXPECT_EQ(renderer.memory.allocationsHeld(), 1);
+    orcaVelaLambert_exit(&renderer.state, &shader.parameters);
+    EXPECT_EQ(renderer.memory.allocationsHeld(), 0);
+    EXPECT_EQ(renderer.memory.strayReleases(), 0);
+}
+
+TEST(LambertInstance, IsNullWhenMemoryRunsOut) {
+    ScriptedRenderer renderer;
+    ScriptedShader<LambertParameters> shader(plainLambert());
+    renderer.state.shader = &shader.function;
+    renderer.memory.failing = true;
+    miBoolean required;
+    orcaVelaLambert_init(&renderer.state, &shader.parameters, &required);
+    EXPECT_EQ(*renderer.userPointer(&shader.function), nullptr);
+    EXPECT_TRUE(renderer.messages.empty());
+}
+
+} // namespace
