@@ -52,7 +52,7 @@ miBoolean createRecords(miState* state) {
     const int slotsPerRecord = state->options->trace_depth + 1;
     const RendererArray<FrameBufferInfo> records(sourceName, recordsLine, count);
     RendererArray<TraceLevelSlot> slots(sourceName, slotsLine, count * slotsPerRecord);
-    if (!records || !slots) return miFALSE;
+    if (count > 0 && (!records || !slots)) return miFALSE;
     for (int i = 0; i < count; ++i) {
         FrameBufferInfo& record = records[i];
         record.flags = 0;

@@ -7,12 +7,12 @@
 struct SurfaceShaderReturnType {
     miColor color;
     miColor glowColor;
-    miColor matteOpacity;       ///< red BLACK_HOLE_MARK: the hit hides everything and shows nothing in the matte
-    miColor transparency;       ///< transmission that the renderer sees; the one field that shadow calls set
+    miColor matteOpacity; ///< red BLACK_HOLE_MARK: the hit hides everything and shows nothing in the matte
+    miColor transparency; ///< transmission that the renderer sees; the one field that shadow calls set
     miColor ambient;
     miColor incandescence;
-    miColor irradiance;         ///< indirect diffuse light
-    miColor diffuse;            ///< translucence not included
+    miColor irradiance; ///< indirect diffuse light
+    miColor diffuse;    ///< translucence not included
     miColor diffuseUnshadowed;
     miColor specular;
     miColor specularUnshadowed;
@@ -20,7 +20,7 @@ struct SurfaceShaderReturnType {
     miColor refraction;
     miColor scatter;
     miColor translucence;
-    miColor opacity;            ///< white minus transparency
+    miColor opacity; ///< white minus transparency
 };
 static_assert(sizeof(SurfaceShaderReturnType) == 256);
 

@@ -65,6 +65,9 @@ struct VelabaseState {
     FilterSizes filterSizes;          ///< at the hit now being shaded
     miUint flags;                     ///< set of VELA_BIT_*
     miBoolean refractionsOn;          ///< left by the last material: its transparency was traced as refraction
+    miColor refractedTransparency;    ///< left by the last material: the transparency that it traced as refraction
+    miUint surfacesShaded;            ///< counts hits whose pass values were handed up, so that a tracer can tell
+                                      ///< whether its ray met one
 
     // Transparent layers of the sample. Owner: the shading engine.
     miColor transparencySum;          ///< colours of the layers so far, weighted by their transmission
@@ -83,3 +86,8 @@ struct VelabaseState {
     miScalar shadowSum;               ///< luminance of the light that shadows removed, of the current light
     miScalar lightSum;                ///< luminance of the unshadowed light, of the current light
 };
+
+/// The state's per-thread record; null when no base state shader made one.
+[[nodiscard]] inline VelabaseState* velabaseState(miState* state) {
+    return static_cast<VelabaseState*>(mi_shaderstate_get(state, VELABASE_STATE_KEY, nullptr));
+}

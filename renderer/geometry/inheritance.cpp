@@ -70,9 +70,9 @@ ResolvedFlags resolve(const Inherited& inherited, const scene::ObjectElement& ob
     ResolvedFlags flags{};
     flags.visible = inherited.visible.value.value_or(own.visible != 0);
     flags.trace = inherited.trace.value.value_or(own.trace != 0);
-    flags.castsShadows = seen(inherited.shadow, own.shadow);
-    // An object's shadow switch says nothing about receiving, so objects receive unless an instance says not.
-    flags.receivesShadows = inherited.shadow.sends.value.value_or(true);
+    const int ownShadow = own.shadow ? own.shadow_mode : own.shadow_mode & ~seenBit;
+    flags.castsShadows = seen(inherited.shadow, ownShadow);
+    flags.receivesShadows = sends(inherited.shadow, ownShadow);
 
     const auto mode = [](const RayMode& given, int objectMode) {
         return static_cast<miCBoolean>((seen(given, objectMode) ? seenBit : 0) |

@@ -114,19 +114,24 @@ const Parameter* findParameter(const std::vector<Parameter>& parameters, std::st
 
 namespace {
 
-/// Edits that turn one word into the other, letters' case being free (Levenshtein, 1966).
+/// Letters to add, drop, replace or swap with their neighbour to get from one word to the other; case is free
+/// (optimal string alignment after Damerau, "A technique for computer detection and correction of spelling
+/// errors", 1964).
 std::size_t editDistance(std::string_view a, std::string_view b) {
-    const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
-    std::vector<std::size_t> row(b.size() + 1);
+    const auto same = [](char x, char y) {
+        return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+    };
+    std::vector<std::size_t> beforeLast(b.size() + 1), last(b.size() + 1), row(b.size() + 1);
     for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
     for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
+        beforeLast.swap(last);
+        last.swap(row);
         row[0] = i;
         for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t above = row[j];
-            const std::size_t change = diagonal + (lower(a[i - 1]) != lower(b[j - 1]));
-            row[j] = std::min({row[j - 1] + 1, above + 1, change});
-            diagonal = above;
+            const std::size_t change = last[j - 1] + !same(a[i - 1], b[j - 1]);
+            row[j] = std::min({row[j - 1] + 1, last[j] + 1, change});
+            const bool swapped = i > 1 && j > 1 && same(a[i - 1], b[j - 2]) && same(a[i - 2], b[j - 1]);
+            if (swapped) row[j] = std::min(row[j], beforeLast[j - 2] + 1);
         }
     }
     return row[b.size()];

@@ -96,6 +96,18 @@ private:
     std::vector<miTag> referenceList(std::initializer_list<miScene_type> kinds, std::string_view expected);
     miTag dataReference();
     void define(const Token& token, miTag tag);
+    /// Names an element once its statement has been read, also when that ends early: references to it then do
+    /// not add further errors.
+    struct Definition {
+        Definition(Reader& owner, const Token& nameOf, miTag named)
+            : reader(owner), token(nameOf), tag(named) {}
+        ~Definition() { reader.define(token, tag); }
+        Definition(const Definition&) = delete;
+        Definition& operator=(const Definition&) = delete;
+        Reader& reader;
+        const Token token;
+        const miTag tag;
+    };
     /// The element that an entity statement fills: the existing one for incremental changes, else a new one.
     template <class T>
     T& target(const Token& token, miScene_type kind, bool incremental);

@@ -7,6 +7,7 @@ namespace orca::scene {
 
 void Reader::readCamera(const Token& token, bool incremental) {
     auto& element = target<CameraElement>(token, miSCENE_CAMERA, incremental);
+    const Definition defined(*this, token, element.tag);
     while (!endsBlock("camera", element.name)) {
         const Token word = next();
         if (word.isWord("framebuffer")) {
@@ -17,7 +18,6 @@ void Reader::readCamera(const Token& token, bool incremental) {
             fail(word, "camera \"{}\": unknown statement {}", element.name, word.shown());
         }
     }
-    define(token, element.tag);
 }
 
 void Reader::readFramebuffer(CameraElement& element) {

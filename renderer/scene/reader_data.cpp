@@ -5,6 +5,7 @@ namespace orca::scene {
 
 void Reader::readData(const Token& token, bool incremental) {
     auto& element = target<UserdataElement>(token, miSCENE_USERDATA, incremental);
+    const Definition defined(*this, token, element.tag);
     const std::string owner = fmt::format("data \"{}\"", element.name);
     bool hasContent = false;
     const auto beginContent = [&](const Token& at) {
@@ -29,9 +30,12 @@ void Reader::readData(const Token& token, bool incremental) {
         } else if (at.isName() && peek(1).is('(')) {
             beginContent(at);
             next();
-            next();
             const DeclarationElement* declaration = declarationReference(at);
-            if (!declaration) fail(at, "{} is left out", owner);
+            if (!declaration) {
+                skipBalanced();
+                continue;
+            }
+            next();
             if (element.declaration != declaration) {
                 element.declaration = declaration;
                 element.values.assign(declaration->parameters.size(), {});
@@ -59,7 +63,6 @@ void Reader::readData(const Token& token, bool incremental) {
         }
     }
     if (!hasContent && !incremental) error(placeOf(token), "{} has no content", owner);
-    define(token, element.tag);
 }
 
 void Reader::readRawData(UserdataElement& element, const Place& place) {

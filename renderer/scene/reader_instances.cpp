@@ -8,6 +8,7 @@ namespace orca::scene {
 void Reader::readInstance(const Token& token, bool incremental) {
     constexpr std::string_view expected = "a camera, a light, an object or an instance group";
     auto& element = target<InstanceElement>(token, miSCENE_INSTANCE, incremental);
+    const Definition defined(*this, token, element.tag);
     const std::string owner = fmt::format("instance \"{}\"", element.name);
     if (accept("geometry")) {
         unsupported(Level::Error, placeOf(token), "geometry shader",
@@ -35,7 +36,6 @@ void Reader::readInstance(const Token& token, bool incremental) {
             fail(word, "{}: unknown statement {}", owner, word.shown());
         }
     }
-    define(token, element.tag);
 }
 
 bool Reader::readInstanceFlag(InstanceElement& element, std::string_view word) {
@@ -171,6 +171,7 @@ void Reader::readLightLinks(InstanceElement& element) {
 
 void Reader::readGroupEntity(const Token& token, bool incremental) {
     auto& element = target<GroupElement>(token, miSCENE_GROUP, incremental);
+    const Definition defined(*this, token, element.tag);
     std::vector<miTag> members;
     bool listed = false;
     while (!endsBlock("instgroup", element.name)) {
@@ -193,15 +194,14 @@ void Reader::readGroupEntity(const Token& token, bool incremental) {
         element.members.clear();
         error(placeOf(token), "instance group \"{}\": a member contains the group itself", element.name);
     }
-    define(token, element.tag);
 }
 
 void Reader::skipAssembly(const Token& token) {
     auto& element = target<GroupElement>(token, miSCENE_GROUP, false);
+    const Definition defined(*this, token, element.tag);
     unsupported(Level::Error, placeOf(token), "assembly",
                 fmt::format("assembly \"{}\": assemblies are not supported, it stays empty", element.name));
     while (!endsBlock("assembly", element.name)) next();
-    define(token, element.tag);
 }
 
 } // namespace orca::scene

@@ -8,6 +8,7 @@ namespace orca::scene {
 
 void Reader::readMaterial(const Token& token, bool incremental) {
     auto& element = target<MaterialElement>(token, miSCENE_MATERIAL, incremental);
+    const Definition defined(*this, token, element.tag);
     miMaterial& material = element.material;
     const std::string owner = fmt::format("material \"{}\"", element.name);
     if (accept("opaque")) material.opaque = miTRUE;
@@ -53,11 +54,11 @@ void Reader::readMaterial(const Token& token, bool incremental) {
                  word.shown());
         }
     }
-    define(token, element.tag);
 }
 
 void Reader::readLight(const Token& token, bool incremental) {
     auto& element = target<LightElement>(token, miSCENE_LIGHT, incremental);
+    const Definition defined(*this, token, element.tag);
     if (atShader()) {
         ShaderUse use{fmt::format("light \"{}\"", element.name), element.name};
         use.existing = element.light.shader;
@@ -70,7 +71,6 @@ void Reader::readLight(const Token& token, bool incremental) {
         }
     }
     finishLight(element);
-    define(token, element.tag);
 }
 
 void Reader::finishLight(LightElement& element) {

@@ -7,6 +7,7 @@ namespace orca::scene {
 
 void Reader::readObject(const Token& token, bool incremental) {
     auto& element = target<ObjectElement>(token, miSCENE_OBJECT, incremental);
+    const Definition defined(*this, token, element.tag);
     lastMaterialName_.clear();
     lastMaterial_ = miNULLTAG;
     bool replaced = !incremental;
@@ -41,7 +42,6 @@ void Reader::readObject(const Token& token, bool incremental) {
             "instance switches them on",
             element.name);
     }
-    define(token, element.tag);
 }
 
 bool Reader::readObjectFlag(ObjectElement& element, const Token& token) {
@@ -74,6 +74,7 @@ bool Reader::readObjectFlag(ObjectElement& element, const Token& token) {
         if (word != "visible" && word != "trace" && word != "tagged" && peek().kind == Token::Kind::Integer) {
             const int mode = integer("the mode");
             if (known.mode) object.*known.mode = static_cast<miCBoolean>(mode);
+            if (known.flag) object.*known.flag = (mode & 1) != 0;
             return true;
         }
         const bool on = acceptBoolean().value_or(true);

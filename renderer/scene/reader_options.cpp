@@ -28,6 +28,7 @@ bool isOptionWord(std::string_view word) {
 
 void Reader::readOptions(const Token& token, bool incremental) {
     auto& element = target<OptionsElement>(token, miSCENE_OPTIONS, incremental);
+    const Definition defined(*this, token, element.tag);
     while (!endsBlock("options", element.name)) {
         const Token word = next();
         if (word.kind == Token::Kind::String) {
@@ -36,7 +37,6 @@ void Reader::readOptions(const Token& token, bool incremental) {
             readOptionStatement(element, word);
         }
     }
-    define(token, element.tag);
 }
 
 void Reader::readStringOption(OptionsElement& element, const Token& option) {
@@ -359,6 +359,9 @@ bool Reader::skipOption(std::string_view word, const Place& place, const std::st
         } else {
             name("the inheritance function");
         }
+    } else if (word == "max") {
+        accept("displace");
+        number("the largest displacement");
     } else if (word == "photonmap") {
         if (accept("file")) {
             string("the photon map's file");

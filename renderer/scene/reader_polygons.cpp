@@ -49,13 +49,14 @@ void Reader::readVectors(PolygonGroup& group) {
 
 void Reader::readVertices(PolygonGroup& group, const ObjectElement& element) {
     bool complained = false;
+    Token start; // of the vertex
     const auto index = [&](std::string_view of) {
         std::int32_t value = 0;
         if (!stream_.nextInteger(value)) fail(peek(), "expected {}, not {}", of, peek().shown());
         if (value >= 0 && static_cast<std::size_t>(value) < group.vectors.size()) return value;
         // One message for the group: a shifted list has every index wrong.
         if (!complained) {
-            error(placeOf(peek()),
+            error(placeOf(start),
                   "object \"{}\": vertex {} takes vector {}, but there are {}, counted from 0", element.name,
                   group.position.size() - 1, value, group.vectors.size());
         }
@@ -63,7 +64,7 @@ void Reader::readVertices(PolygonGroup& group, const ObjectElement& element) {
         return -1;
     };
     while (peek().isWord("v")) {
-        next();
+        start = next();
         const std::size_t vertex = group.position.size();
         group.position.push_back(0);
         group.position.back() = std::max(index("the vertex's position index"), 0);

@@ -32,6 +32,7 @@ void Reader::readTexture(const Token& token, std::string_view firstWord, bool in
     if (!kind) fail(token, "a texture is a color, scalar or vector texture");
     const Token nameOf = nameToken("a texture");
     auto& element = target<TextureElement>(nameOf, miSCENE_TEXTURE, incremental);
+    const Definition defined(*this, nameOf, element.tag);
     element.kind = *kind;
     element.components = *kind == TextureElement::Kind::Color    ? 4
                          : *kind == TextureElement::Kind::Scalar ? 1
@@ -63,7 +64,6 @@ void Reader::readTexture(const Token& token, std::string_view firstWord, bool in
         fail(peek(), "texture \"{}\": expected a file name, pixels or a shader, not {}", element.name,
              peek().shown());
     }
-    define(nameOf, element.tag);
 }
 
 void Reader::readInlinePixels(TextureElement& element, const Place& place) {
@@ -99,6 +99,7 @@ void Reader::readInlinePixels(TextureElement& element, const Place& place) {
 
 void Reader::readLightProfile(const Token& token, bool incremental) {
     auto& element = target<LightProfileElement>(token, miSCENE_LIGHTPROFILE, incremental);
+    const Definition defined(*this, token, element.tag);
     bool hasFormat = incremental;
     element.sceneDirectory = stream_.directory();
     while (!endsBlock("lightprofile", element.name)) {
@@ -128,11 +129,11 @@ void Reader::readLightProfile(const Token& token, bool incremental) {
     if (!hasFormat) {
         error(placeOf(token), "light profile \"{}\" has no format (ies or eulumdat)", element.name);
     }
-    define(token, element.tag);
 }
 
 void Reader::readOther(const Token& token, std::string_view kind) {
     auto& element = target<OtherElement>(token, miSCENE_OTHER, false);
+    const Definition defined(*this, token, element.tag);
     element.kind = std::string(kind);
     unsupported(Level::Warning, placeOf(token), std::string(kind),
                 fmt::format("{} \"{}\" is skipped: {} elements are not supported", kind, element.name, kind));
@@ -143,7 +144,6 @@ void Reader::readOther(const Token& token, std::string_view kind) {
         if (skipped.kind == Token::Kind::Backquote) stream_.skipBinary();
         if (skipped.isWord("end") && accept(kind)) break;
     }
-    define(token, element.tag);
 }
 
 } // namespace orca::scene

@@ -6,17 +6,26 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
 
 namespace orca::test {
 namespace {
 
+bool renders(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);)
+        if (line.rfind("render ", 0) == 0) return true;
+    return false;
+}
+
 std::vector<std::string> exampleScenes() {
     std::vector<std::string> scenes;
     for (const auto& entry : std::filesystem::directory_iterator(ORCA_SCENES_DIR)) {
-        // Scenes that need generated meshes are rendered by the demo.
-        const std::string name = entry.path().stem().string();
-        if (entry.path().extension() == ".mi" && std::filesystem::exists(entry.path()) &&
-            name.find("still_life") == std::string::npos && name.rfind("part_", 0) != 0)
+        // Scenes that need generated meshes are rendered by the demo; files without a render statement are parts.
+        const bool needsMeshes = entry.path().stem().string().find("still_life") != std::string::npos;
+        if (entry.path().extension() == ".mi" && !needsMeshes && renders(entry.path()))
             scenes.push_back(entry.path().string());
     }
     std::sort(scenes.begin(), scenes.end());

@@ -56,6 +56,8 @@ INSTANTIATE_TEST_SUITE_P(
         FlagCase{"object not visible", [](Nest& n) { n.object.object.visible = 0; }, shadow | traced},
         FlagCase{"object not traced", [](Nest& n) { n.object.object.trace = 0; }, eye | shadow},
         FlagCase{"object without shadow", [](Nest& n) { n.object.object.shadow = 0; }, eye | traced},
+        FlagCase{"object that only receives shadows", [](Nest& n) { n.object.object.shadow_mode = 2; },
+                 all & ~shadow},
         FlagCase{"instance overrules object",
                  [](Nest& n) {
                      n.object.object.visible = 0;

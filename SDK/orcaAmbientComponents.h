@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "orcaColor.h"
+#include "orcaParameters.h"
+
+/// Colour that the surface shows in ambient light of its own.
+template <class P>
+class DefaultAmbientMaterialColorComponent {
+public:
+    DefaultAmbientMaterialColorComponent(miState* state, P* record)
+        : color_(parameterValue(state, record, &P::ambientColor)) {}
+    [[nodiscard]] miColor operator()() const { return color_; }
+
+private:
+    miColor color_;
+};
+
+/// What the surface sends back of ambient light.
+template <class P>
+class DefaultAmbientComponent {
+public:
+    DefaultAmbientComponent(miState*, P*) {}
+    [[nodiscard]] miColor operator()(const miColor& ambientLight, const miColor& color) const {
+        return ambientLight * color;
+    }
+};

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaFilterSize.h"
+
+#include "orcaCamera.h"
+#include "orcaColor.h"
+#include "orcaVector.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr float textureShare = 1.5e-05f;    // of a screen-space size, in texture space
+constexpr float lightPathSharpness = 0.45f; // paths of little weight are filtered less: they blur anyway
+
+void setSizes(VelabaseState& vela, float size) {
+    vela.filterSizes.screen = {size, size, 0.0f};
+    vela.filterSizes.texture = {size * textureShare, size * textureShare, 0.0f};
+}
+
+float distanceFromCamera(miState* state, const miState* hit) {
+    miVector camera, point = hit->point;
+    origin_from_camera(state, &camera);
+    mi_point_to_world(state, &point, &point);
+    return length(point - camera);
+}
+
+float footprint(const miState* state, const VelabaseState& vela, float distance) {
+    return vela.filterBase * distance / std::max(VELA_EPS, std::abs(state->dot_nd));
+}
+
+bool bends(const miState* state) {
+    return state->type == miRAY_REFLECT || state->type == miRAY_REFRACT || state->type == miRAY_FINALGATHER;
+}
+
+bool pathBends(const miState* state) {
+    for (; state; state = state->parent)
+        if (bends(state)) return true;
+    return false;
+}
+
+/// Length of the path from the camera. The part up to the first surface that bent it is straight.
+float pathLength(miState* state) {
+    float length = 0.0f;
+    const miState* hit = state;
+    for (; hit->parent && hit->type != miRAY_EYE; hit = hit->parent) {
+        if (!pathBends(hit)) break;
+        length += static_cast<float>(hit->dist);
+    }
+    return length + distanceFromCamera(state, hit);
+}
+
+} // namespace
+
+void compute_sl_filter_size(miState* state, VelabaseState& vela) {
+    setSizes(vela, footprint(state, vela, distanceFromCamera(state, state)));
+}
+
+void compute_rt_filter_size(miState* state, VelabaseState& vela) {
+    setSizes(vela, footprint(state, vela, pathLength(state)));
+}
+
+void setFilterSizes(miState* state, VelabaseState& vela) {
+    if (!vela.filterEnabled) {
+        const float fixed = vela.fixedFilterSize;
+        vela.filterSizes = {{fixed, fixed, fixed}, {fixed, fixed, fixed}};
+    } else if (largestChannel(vela.throughput) < vela.transparencyThreshold) {
+        setSizes(vela, lightPathSharpness * footprint(state, vela, distanceFromCamera(state, state)));
+    } else if (pathBends(state)) {
+        compute_rt_filter_size(state, vela);
+    } else {
+        compute_sl_filter_size(state, vela);
+    }
+}

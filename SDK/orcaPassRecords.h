@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "orcaFrameBufferRecords.h"
+#include "orcaFrameBufferState.h"
+
+/// The pass records of one shading call; false when the state has none.
+struct PassRecords {
+    explicit PassRecords(miState* state) : count(getFrameBufferInfo(state, types, records)) {
+        if (count != 0) return;
+        types = nullptr;
+        records = nullptr;
+    }
+    explicit operator bool() const noexcept { return count != 0; }
+
+    PassTypeInfo* types = nullptr;
+    FrameBufferInfo* records = nullptr;
+    unsigned count;
+};
+
+/// Level mode that a record's level bounds give at the given levels.
+[[nodiscard]] inline unsigned char boundedLevelMode(const FrameBufferInfo& record, int reflectionLevel,
+                                                    int refractionLevel) noexcept {
+    const bool beyond =
+        refractionLevel > record.maxRefractionLevel || reflectionLevel > record.maxReflectionLevel;
+    if (beyond) return TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
+    const bool below =
+        reflectionLevel < record.minReflectionLevel || refractionLevel < record.minRefractionLevel;
+    if (below) return TraceLevelSlot::LEVEL_WRITES_SUPPRESSED | TraceLevelSlot::LEVEL_PASSES_UP;
+    return 0;
+}

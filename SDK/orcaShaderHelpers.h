@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "orcaColor.h"
+#include "orcaComposite.h"
+#include "orcaParameters.h"
+
+/// What a material family decides beside its components. Families derive from it and hide what they do
+/// differently.
+template <class P>
+struct SurfaceShaderHelper {
+    /// What the surface lets through of a shadow ray.
+    [[nodiscard]] static miColor shadowTransmission(miState* state, P* record) {
+        return parameterValue(state, record, &P::shadowTransmitAll)
+                   ? WHITE
+                   : parameterValue(state, record, &P::transparency);
+    }
+    /// Coverage follows from the transparency that the renderer sees.
+    static constexpr MatteRule matteRule = MATTE_OPACITY_GAIN;
+    static constexpr miScalar matteOpacity = 1.0f;
+};
+
+template <class P>
+struct LambertianShaderHelper : SurfaceShaderHelper<P> {};

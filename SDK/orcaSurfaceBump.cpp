@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaSurfaceBump.h"
+
+#include "orcaVector.h"
+
+void bendNormal(miState* state, const miVector& bumped) {
+    constexpr float clearance =
+        0.0015f; // least cosine with the geometric normal, before the length is restored
+    miVector n = bumped;
+    const float d = dot(n, state->normal_geom);
+    if (d < 0.0f) n = normalized(n + state->normal_geom * (clearance - d));
+    state->normal = n;
+    state->dot_nd = dot(n, state->dir);
+}
+
+miVector normalInRecordSpace(miState* state, const FrameBufferInfo& record) {
+    miVector n = state->normal;
+    if (record.userWord4 == 1) mi_normal_to_camera(state, &n, &n);
+    else if (record.userWord4 == 2) mi_normal_to_object(state, &n, &n);
+    else mi_normal_to_world(state, &n, &n);
+    return n;
+}

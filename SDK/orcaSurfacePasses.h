@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "orcaMaterial.h"
+#include "orcaPassRecords.h"
+
+/// Pass writes of one shading call of a material.
+template <class MaterialType>
+struct SurfacePassWriter {
+    const MaterialType& material;
+    miState* state;
+    const PassRecords& passes;
+    bool components; ///< the material's writePasses
+
+    /// Some pass may be written at all.
+    [[nodiscard]] bool writes() const noexcept { return passes && material.writesPasses(); }
+    /// The component passes are written.
+    [[nodiscard]] bool writesComponents() const noexcept { return components && writes(); }
+
+    /// A component's value, alpha 1, whatever the light.
+    void write(PassTypeID type, const miColor& value) const { put(type, withAlpha(value, 1.0f), false); }
+    void write(PassTypeID type, miScalar value) const {
+        if (components) put(type, value, false);
+    }
+    /// In a light loop: a value that each record's light colour weighs.
+    template <class Value>
+    void writeLit(PassTypeID type, const Value& value) const {
+        put(type, value, true);
+    }
+
+private:
+    template <class Value>
+    void put(PassTypeID type, const Value& value, bool useLightColor) const {
+        const miColor* const noReference = nullptr;
+        material.writeToFrameBuffers(state, passes.records, passes.types, value, type, useLightColor,
+                                     &noReference);
+    }
+};

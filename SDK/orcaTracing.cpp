@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaTracing.h"
+
+#include "orcaColor.h"
+#include "orcaGuards.h"
+#include "orcaRenderPassUtilities.h"
+#include "orcaVector.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+/// How far, in cosine, directions are kept above the geometric surface.
+constexpr float surfaceClearance = 0.0015f;
+
+enum class RayKind { Reflection, Refraction };
+
+bool belowLimits(const miState* state, RayKind kind, int materialLimit) {
+    const miOptions& options = *state->options;
+    const int level = kind == RayKind::Reflection ? state->reflection_level : state->refraction_level;
+    const int depth = kind == RayKind::Reflection ? options.reflection_depth : options.refraction_depth;
+    return options.trace && level < std::min(depth, materialLimit) && traceLevel(state) < options.trace_depth;
+}
+
+/// One ray and its weight.
+struct SecondaryRay {
+    RayKind kind;
+    miVector direction;
+    miColor weight;
+    int limit;
+    float absorbance; // per scene unit of the ray's length
+};
+
+miColor environmentLight(miState* state, const SecondaryRay& ray, const TraceContext& context) {
+    miColor light = BLACK;
+    miVector direction = ray.direction;
+    if (!mi_trace_environment(&light, state, &direction)) return BLACK;
+    light *= ray.weight;
+    addUnhandedLight(state, *context.passes, ray.kind == RayKind::Refraction, light);
+    return light;
+}
+
+/// What the inside leaves of light on the length of the state's most recent ray (Beer-Lambert law).
+float transmittance(const miState* state, float absorbance) {
+    const miState* const hit = state->child;
+    if (absorbance <= 0.0f || !hit || hit->instance == miNULLTAG) return 1.0f;
+    return std::exp(-absorbance * static_cast<float>(hit->dist));
+}
+
+miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext& context) {
+    if (!belowLimits(state, ray.kind, ray.limit)) return environmentLight(state, ray, context);
+
+    VelabaseState& vela = *context.vela;
+    const PassRecords& passes = *context.passes;
+    const Restored<miColor> throughput(vela.throughput);
+    vela.throughput *= ray.weight;
+
+    tracePassInit(passes.count, passes.records, state);
+    const miUint shadedBefore = vela.surfacesShaded;
+    miColor light = BLACK;
+    miVector direction = ray.direction;
+    const bool found = ray.kind == RayKind::Reflection ? mi_trace_reflection(&light, state, &direction)
+                                                       : mi_trace_refraction(&light, state, &direction);
+    if (!found) light = BLACK;
+
+    const miColor weight = withAlpha(ray.weight * transmittance(state, ray.absorbance), ray.weight.a);
+    light *= weight;
+    const bool isRefraction = ray.kind == RayKind::Refraction;
+    if (vela.surfacesShaded == shadedBefore) addUnhandedLight(state, passes, isRefraction, light);
+    tracePassAdd(passes.count, passes.records, state, isRefraction, weight);
+    return light;
+}
+
+/// Mean over a cone of rays about the given one, stratified over its base; one sharp ray when the cone is
+/// none.
+miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int samples,
+                   const TraceContext& context) {
+    if (halfAngle <= 0.0f || samples < 2) return tracedLight(state, ray, context);
+
+    const miVector axis = ray.direction;
+    miVector u, v;
+    orthonormalBasis(axis, u, v);
+    const float radius = std::tan(std::min(halfAngle, 1.5f));
+    const miUint count = static_cast<miUint>(samples);
+    ray.weight *= 1.0f / static_cast<float>(count);
+
+    miColor light = BLACK;
+    double point[2];
+    int instance = 0;
+    while (mi_sample(point, &instance, state, 2, &count)) {
+        const float r = radius * std::sqrt(static_cast<float>(point[0]));
+        const float angle = static_cast<float>(2.0 * std::numbers::pi * point[1]);
+        ray.direction = normalized(axis + u * (r * std::cos(angle)) + v * (r * std::sin(angle)));
+        light += tracedLight(state, ray, context);
+    }
+    return light;
+}
+
+/// The direction, lifted to the outside of the geometric surface when a bent normal has sent it below.
+miVector aboveSurface(const miVector& direction, const miVector& geometricNormal) {
+    const float cosine = dot(direction, geometricNormal);
+    if (cosine >= surfaceClearance) return direction;
+    return normalized(direction + geometricNormal * (surfaceClearance - cosine));
+}
+
+} // namespace
+
+bool refractedDirection(miVector& result, const miVector& incoming, const miVector& n, miScalar eta) {
+    const float cosine = -dot(n, incoming);
+    const float squared = 1.0f - eta * eta * (1.0f - cosine * cosine);
+    if (squared < 0.0f) return false;
+    result = normalized(incoming * eta + n * (eta * cosine - std::sqrt(squared)));
+    return true;
+}
+
+void addUnhandedLight(miState* state, const PassRecords& passes, bool isRefraction, const miColor& light) {
+    if (!passes || traceLevel(state) > state->options->trace_depth) return;
+    const PassTypeRun& beauty = (*passes.types)[PASS_BEAUTY];
+    for (int i = beauty.first; i < beauty.first + beauty.count; ++i) {
+        FrameBufferInfo& record = passes.records[i];
+        const unsigned char rayMode = boundedLevelMode(record, state->reflection_level + !isRefraction,
+                                                       state->refraction_level + isRefraction);
+        if (rayMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) continue;
+        TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
+        const bool onlyOnRequest =
+            (slot.levelMode & TraceLevelSlot::LEVEL_MODE_MASK) == TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
+        const unsigned wanted = isRefraction ? FB_INCLUDE_REFRACTION : FB_INCLUDE_REFLECTION;
+        if (onlyOnRequest && !(record.flags & wanted)) continue;
+        slot.levelResult += light;
+    }
+}
+
+miColor compute_refraction(miColor* transparency, const RefractionSettings& settings, bool on, miState* state,
+                           const TraceContext& context) {
+    const miColor passing = withAlpha(*transparency, 1.0f);
+    *transparency = withAlpha(passing, luminance(passing));
+    if (!on || !anyAbove(passing, 0.0f)) return BLACK;
+    *transparency = BLACK;
+
+    const float index = settings.refractiveIndex > 0.0f ? settings.refractiveIndex : 1.0f;
+    const bool leaving = state->inv_normal != 0;
+    SecondaryRay ray{RayKind::Refraction, {}, passing, settings.limit, leaving ? 0.0f : settings.absorbance};
+    if (!refractedDirection(ray.direction, state->dir, state->normal, leaving ? index : 1.0f / index)) {
+        // The reflected ray stays inside.
+        ray.kind = RayKind::Reflection;
+        ray.direction = aboveSurface(context.mirror, state->normal_geom);
+        ray.absorbance = leaving ? settings.absorbance : 0.0f;
+        return tracedLight(state, ray, context);
+    }
+    return conedLight(state, ray, settings.blur, settings.blurSamples, context);
+}
+
+miColor compute_reflection(const miColor& reflectivity, const ReflectionSettings& settings, miState* state,
+                           const TraceContext& context) {
+    if (!anyAbove(reflectivity, 0.0f)) return BLACK;
+    const SecondaryRay ray{RayKind::Reflection, aboveSurface(context.mirror, state->normal_geom),
+                           withAlpha(reflectivity, 1.0f), settings.limit, 0.0f};
+    return conedLight(state, ray, settings.blur, settings.blurSamples, context);
+}

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// Secondary rays of materials, with the hand-over of pass values around each. What a ray finds that hands up
+/// no pass values itself (the environment, a surface of another library) is added to the beauty pass, so that
+/// the beauty stays the picture.
+
+#include "orcaExport.h"
+#include "orcaPassRecords.h"
+#include "orcaVelaState.h"
+
+/// What a component needs to trace.
+struct TraceContext {
+    VelabaseState* vela;
+    const PassRecords* passes;
+    miVector mirror; ///< mirror direction at the shading normal
+};
+
+struct RefractionSettings {
+    miScalar refractiveIndex; ///< inside relative to outside
+    miScalar absorbance;      ///< per scene unit of travel inside
+    miInteger limit;          ///< refraction level from which on the environment stands in for the ray
+    miScalar blur;            ///< radians, half angle of the cone of directions; 0: one sharp ray
+    miInteger blurSamples;
+};
+
+struct ReflectionSettings {
+    miInteger limit; ///< reflection level from which on the environment stands in for the ray
+    miScalar blur;   ///< radians, as above
+    miInteger blurSamples;
+};
+
+/// Refracted direction of a ray by Snell's law; false on total internal reflection.
+/// @param eta refractive index on the ray's side over that beyond
+/// @param n   unit normal on the ray's side
+[[nodiscard]] bool refractedDirection(miVector& result, const miVector& incoming, const miVector& n,
+                                      miScalar eta);
+
+/// Adds light that no surface handed up to the beauty records, as a reflection or refraction ray from the
+/// state's level.
+void addUnhandedLight(miState* state, const PassRecords& passes, bool isRefraction, const miColor& light);
+
+/// Light that arrives through the surface, times the transparency and what the inside absorbs. Total internal
+/// reflection is traced as a reflection.
+/// @param transparency in: the material's. Out: what is left for the renderer to trace straight on: nothing
+/// when the
+///                     light has been refracted, else what came in. Alpha goes out as its luminance.
+/// @param on           false: nothing is traced, the result is black
+extern "C" [[nodiscard]] ORCA_EXPORT miColor compute_refraction(miColor* transparency,
+                                                                const RefractionSettings& settings, bool on,
+                                                                miState* state, const TraceContext& context);
+
+/// Light that arrives in the mirror direction, times the reflectivity; black for a black one.
+extern "C" [[nodiscard]] ORCA_EXPORT miColor compute_reflection(const miColor& reflectivity,
+                                                                const ReflectionSettings& settings,
+                                                                miState* state, const TraceContext& context);

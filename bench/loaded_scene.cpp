@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "loaded_scene.h"
+
+#include <stdexcept>
+
+namespace orca::bench {
+
+LoadedScene::LoadedScene(const ScenePaths& paths, const std::string& passes)
+    : messages_(scene::Level::Error), // layers that stay black are expected here, and no news
+      scene_(messages_),
+      runtime_(scene_.database(), messages_),
+      textures_(messages_, {}) {
+    scene::ParserOptions options;
+    options.includePaths = paths.includes;
+    options.verbosityFixed = true;
+    if (!passes.empty()) options.variables["passes"] = passes;
+    scene::ParserCallbacks callbacks;
+    callbacks.link = [&](const std::string& file, const scene::Place& place) {
+        return runtime_.loadLibrary(file, paths.libraries, place);
+    };
+    callbacks.render = [&](const scene::RenderRequest& request) {
+        request_ = request;
+        return true;
+    };
+    if (!scene_.parseFile(paths.file, options, callbacks))
+        throw std::runtime_error("\"" + paths.file + "\" cannot be read");
+    if (request_.group == miNULLTAG)
+        throw std::runtime_error("\"" + paths.file + "\" has no render statement");
+}
+
+std::unique_ptr<render::FrameResult> LoadedScene::render(int threads) {
+    render::RenderSettings settings;
+    settings.threads = threads;
+    render::Session session(scene_.database(), messages_, runtime_, textures_);
+    const int errorsBefore = messages_.count(scene::Level::Error);
+    auto result = session.render(request_.group, request_.cameraInstance, request_.options, settings);
+    if (!result || messages_.count(scene::Level::Error) > errorsBefore)
+        throw std::runtime_error("rendering failed");
+    return result;
+}
+
+} // namespace orca::bench

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "image/textures.h"
+#include "render/session.h"
+#include "scene/messages.h"
+#include "scene/parser.h"
+#include "shading/shader_runtime.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orca::bench {
+
+/// Where a scene and what it asks for are found.
+struct ScenePaths {
+    std::string file;
+    std::vector<std::string> includes;  ///< of declarations
+    std::vector<std::string> libraries; ///< of shader libraries
+};
+
+/// A scene in memory, ready to be rendered any number of times.
+class LoadedScene {
+public:
+    /// Reads the scene with its variable "passes" set, unless that is empty. Throws std::runtime_error when
+    /// the scene has errors or renders nothing; what is wrong with it has been printed by then.
+    LoadedScene(const ScenePaths& paths, const std::string& passes);
+
+    /// Renders the scene's last picture. Throws std::runtime_error when it fails.
+    std::unique_ptr<render::FrameResult> render(int threads);
+
+    [[nodiscard]] scene::Database& database() { return scene_.database(); }
+    [[nodiscard]] scene::Messages& messages() { return messages_; }
+    [[nodiscard]] shading::ShaderRuntime& runtime() { return runtime_; }
+    [[nodiscard]] image::Textures& textures() { return textures_; }
+    [[nodiscard]] const scene::RenderRequest& request() const { return request_; }
+
+private:
+    scene::Messages messages_;
+    scene::Scene scene_;
+    shading::ShaderRuntime runtime_;
+    image::Textures textures_;
+    scene::RenderRequest request_;
+};
+
+} // namespace orca::bench

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaAmbientComponents.h"
+#include "orcaCustomComponents.h"
+#include "orcaDiffuseComponents.h"
+#include "orcaIncandescenceComponents.h"
+#include "orcaIndirectComponents.h"
+#include "orcaReflectionComponents.h"
+#include "orcaRefractionComponents.h"
+#include "orcaScatterComponents.h"
+#include "orcaShaderHelpers.h"
+#include "orcaSpecularComponents.h"
+#include "orcaSurface.h"
+#include "orcaSurfaceParameters.h"
+
+/// Parameters of orcaVelaLambert.
+struct LambertParameters : SurfaceParameters {};
+
+namespace {
+using P = LambertParameters;
+/// The plain diffuse material: no highlights, no reflections.
+using LambertShader =
+    Surface<P, SurfaceShaderReturnType, LambertianShaderHelper<P>, DefaultAmbientMaterialColorComponent<P>,
+            DefaultAmbientComponent<P>, DefaultDiffuseMaterialColorComponent<P>, DefaultDiffuseComponent<P>,
+            DefaultSpecularComponent<P>, DefaultReflectionComponent<P>, DefaultRefractionComponent<P>,
+            DefaultScatterComponent<P>, DefaultIndirectComponent<P>, DefaultIncandescenceComponent<P>,
+            DefaultCustomComponent<P>>;
+} // namespace
+
+ORCA_EXPORT_SHADER(orcaVelaLambert, SurfaceShaderReturnType, LambertShader, LambertParameters, "orcaLambert",
+                   35)

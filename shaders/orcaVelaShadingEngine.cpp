@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaColor.h"
+#include "orcaExport.h"
+#include "orcaFilterSize.h"
+#include "orcaGuards.h"
+#include "orcaParameters.h"
+#include "orcaPassMask.h"
+#include "orcaPassRecords.h"
+#include "orcaRenderPassUtilities.h"
+#include "orcaSurfaceShaderReturnType.h"
+#include "orcaUtilities.h"
+#include "orcaVector.h"
+#include "orcaVelaState.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <optional>
+
+/// Parameters of orcaVelaShadingEngine, in declaration order.
+struct ShadingEngineParameters {
+    miTag surfaceShader;
+    miScalar evaluatedScalar; // for what it is connected to
+    miInteger mode;           // 0: composite; else the surface's colour passes through
+    int i_extraOutputs;
+    int n_extraOutputs;
+    miColor extraOutputs[1]; // evaluated after the surface, for what they write
+};
+
+namespace {
+
+using P = ShadingEngineParameters;
+
+constexpr miTag noShader = 0xFFFFFFFFu;
+constexpr float visibleTransmission = 0.004f; // below the step of an 8-bit picture
+constexpr int longestChain = 256;             // states; beyond, transparency ends
+
+// --- the level's slots
+// -------------------------------------------------------------------------------------------------
+
+/// True when a record takes an object that its pass mask excludes, because of how the ray came to see it.
+bool admitsExcluded(const FrameBufferInfo& record, const miState* state) {
+    if (traceLevel(state) == 0) return false;
+    unsigned needed = 0;
+    if (state->reflection_level > 0) needed |= FB_SEEN_IN_REFLECTION;
+    if (state->refraction_level > 0) needed |= FB_SEEN_IN_REFRACTION;
+    return needed != 0 && (record.flags & needed) == needed;
+}
+
+void prepareSlots(const miState* state, const PassRecords& passes) {
+    if (!passes) return;
+    const PassMask mask(state->instance);
+    for (unsigned i = 0; i < passes.count; ++i) {
+        FrameBufferInfo& record = passes.records[i];
+        TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
+        slot.levelResult = BLACK;
+        slot.levelMode = boundedLevelMode(record, state->reflection_level, state->refraction_level);
+        if (!contributesToPass(static_cast<int>(i), mask.text()) && !admitsExcluded(record, state))
+            slot.levelMode |= TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
+    }
+}
+
+// --- the surface
+// -------------------------------------------------------------------------------------------------------
+
+/// Grazing hits are shaded with a normal that faces the ray by a little.
+void liftGrazingNormal(miState* state) {
+    constexpr float leastFacing = 0.0015f;
+    if (!(std::abs(state->dot_nd) < VELA_EPS)) return;
+    state->normal = normalized(state->normal - state->dir * (state->dot_nd + leastFacing));
+    state->dot_nd = dot(state->normal, state->dir);
+}
+
+/// Zeroed memory for a surface shader's result, whatever its declared type: never less than a
+/// SurfaceShaderReturnType.
+class SurfaceResult {
+public:
+    SurfaceResult(miState* state, miTag shader) {
+        int size = 0;
+        if (!mi_query(miQ_DECL_RESULT_SIZE, state, shader, &size)) return;
+        if (size > static_cast<int>(sizeof(local_))) large_.emplace("orcaVelaShadingEngine", __LINE__, size);
+    }
+    [[nodiscard]] SurfaceShaderReturnType& get() noexcept {
+        return large_ && *large_ ? *reinterpret_cast<SurfaceShaderReturnType*>(large_->get()) : local_;
+    }
+
+private:
+    SurfaceShaderReturnType local_{};
+    std::optional<RendererArray<char>> large_;
+};
+
+void evaluateExtraOutputs(miState* state, P* record) {
+    const int count = *mi_eval_integer(&record->n_extraOutputs);
+    const int first = *mi_eval_integer(&record->i_extraOutputs);
+    for (int k = 0; k < count; ++k) mi_eval(state, &record->extraOutputs[first + k]);
+}
+
+bool inTransparency(const PassRecords& passes) {
+    return static_cast<bool>(passes) && (passes.records[0].flags & FB_IN_TRANSPARENCY);
+}
+
+// --- hand-over
+// ---------------------------------------------------------------------------------------------------------
+
+template <class Function>
+void forRecords(const PassRecords& passes, PassTypeID type, const Function& function) {
+    const PassTypeRun& run = (*passes.types)[type];
+    for (int i = run.first; i < run.first + run.count; ++i) function(passes.records[i]);
+}
+
+/// Opacity and matte are what the engine itself knows of the hit the camera sees.
+void writeCoverage(const miState* state, const PassRecords& passes, const SurfaceShaderReturnType& surface) {
+    if (traceLevel(state) != 0) return;
+    const bool inLightLoop = (passes.records[0].flags & FB_IN_LIGHT_LOOP) != 0;
+    const auto add = [&](PassTypeID type, const miColor& value) {
+        forRecords(passes, type, [&](FrameBufferInfo& record) {
+            TraceLevelSlot& slot = record.levelSlots[0];
+            if (inLightLoop) record.lightAccum += value;
+            else if (!(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED)) slot.levelResult += value;
+        });
+    };
+    add(PASS_OPACITY, WHITE - surface.transparency);
+    add(PASS_MATTE, surface.matteOpacity);
+}
+
+/// Hands the level's results up, front to back: each layer is seen through those before it. What the surface
+/// traced as refraction counts as transparent for the records that want to be weighted by opacity, though
+/// nothing is left for the renderer to see through.
+void handUp(const miState* state, const PassRecords& passes, const SurfaceShaderReturnType& surface,
+            const miColor& refracted) {
+    const miColor opacity = WHITE - surface.transparency;
+    for (unsigned i = 0; i < passes.count; ++i) {
+        FrameBufferInfo& record = passes.records[i];
+        TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
+        const miColor weight = record.flags & FB_WEIGHT_BY_OPACITY ? opacity - refracted : WHITE;
+        const miColor uncovered = WHITE - slot.levelAux;
+        slot.childResult += weight * uncovered * slot.levelResult;
+        record.lightColor = slot.levelAux;
+        slot.levelAux += uncovered * opacity;
+    }
+}
+
+/// What a transparency ray found that hands up nothing itself is the background of the picture, as for the
+/// eye's ray.
+void handUpBackground(const miState* state, const PassRecords& passes, const miColor& background) {
+    if (!passes) return;
+    for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION}) {
+        forRecords(passes, type, [&](FrameBufferInfo& record) {
+            TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
+            if (!(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED))
+                slot.childResult += (WHITE - slot.levelAux) * background;
+        });
+    }
+}
+
+// --- the picture
+// -------------------------------------------------------------------------------------------------------
+
+struct Composite {
+    miColor color;
+    bool continues; ///< the ray goes on through the surface
+};
+
+/// The picture's colour; alpha is the matte. A black hole's matte is replaced.
+Composite composite(SurfaceShaderReturnType& surface, const VelabaseState& vela) {
+    const bool blackHole = surface.matteOpacity.r == BLACK_HOLE_MARK;
+    if (blackHole) surface.matteOpacity = VELA_BLACK_HOLE;
+    const bool transparent = luminance(surface.transparency) > 1.0f - vela.transparencyThreshold;
+    return {withAlpha(surface.color, luminance(surface.matteOpacity)), transparent && !blackHole};
+}
+
+/// The surface's colour as it stands; transparency is what its alpha leaves, for whoever composites it.
+Composite passThrough(const SurfaceShaderReturnType& surface, miState* state, VelabaseState& vela) {
+    vela.transparencyAccum = WHITE * (1.0f - surface.color.a);
+    vela.transparencyAccumBehind = BLACK;
+    if (vela.depthOutput && vela.raster && vela.depthStack.arena) {
+        auto* const entry = static_cast<DepthStackEntry*>(stack_push(&vela.depthStack));
+        entry->depth = dot(state->point, vela.depthPlaneNormal) + vela.depthPlaneOffset;
+    }
+    return {surface.color, false};
+}
+
+bool chainIsFull(const miState* state) {
+    int states = 0;
+    for (; state && states < longestChain; state = state->parent) ++states;
+    return states >= longestChain;
+}
+
+void noteLayer(VelabaseState& vela, const miColor& color, const miColor& transmission) {
+    vela.throughput *= transmission;
+    vela.transparencySum += transmission * color;
+    vela.opacitySum += WHITE - transmission;
+    ++vela.transparencyCount;
+}
+
+/// While it lives, the surfaces behind a fully transparent hit are not shaded.
+class TransparencyMark {
+public:
+    TransparencyMark(const PassRecords& passes, bool fullyTransparent)
+        : flags_(passes ? &passes.records[0].flags : nullptr), before_(inTransparency(passes)) {
+        if (flags_ && fullyTransparent) *flags_ |= FB_IN_TRANSPARENCY;
+    }
+    ~TransparencyMark() {
+        if (flags_ && !before_) *flags_ &= ~unsigned{FB_IN_TRANSPARENCY};
+    }
+    TransparencyMark(const TransparencyMark&) = delete;
+    TransparencyMark& operator=(const TransparencyMark&) = delete;
+
+private:
+    miUint* flags_;
+    bool before_;
+};
+
+/// Adds what lies behind a transparent hit, at the same trace level.
+void continueThrough(miColor& color, miState* state, VelabaseState& vela, const PassRecords& passes,
+                     const miColor& transmission) {
+    if (state->options->scanline == miSCANLINE_RASTERIZER) {
+        const miColor opacity = WHITE - transmission;
+        mi_opacity_set(state, &opacity);
+        return;
+    }
+    const bool fullyTransparent = allBelow(transmission, VELA_EPS) && allBelow(WHITE - color, VELA_EPS);
+    const bool visible = anyAbove(transmission, visibleTransmission);
+    if (chainIsFull(state) || !(visible || fullyTransparent)) return;
+
+    const Restored<int> level(state->refraction_level);
+    const Restored<miColor> throughput(vela.throughput);
+    const TransparencyMark mark(passes, fullyTransparent);
+    if (visible) noteLayer(vela, color, transmission);
+
+    --state->refraction_level;
+    const miUint shadedBefore = vela.surfacesShaded;
+    miColor behind = BLACK;
+    const bool found =
+        vela.continueRay ? mi_trace_continue(&behind, state) : mi_trace_transparent(&behind, state);
+    if (!found) behind = BLACK;
+    ++state->refraction_level;
+    if (vela.surfacesShaded == shadedBefore) handUpBackground(state, passes, behind);
+
+    color = {color.r + transmission.r * behind.r, color.g + transmission.g * behind.g,
+             color.b + transmission.b * behind.b, color.a + (1.0f - color.a) * behind.a};
+}
+
+/// Tells the renderer's compositing of the sample how opaque the hit has come out, where it keeps that.
+void updateOpacity(miState* state, const miColor& transmission) {
+    miColor held;
+    if (!anyAbove(transmission, visibleTransmission) || !mi_opacity_get(state, &held)) return;
+    const miColor opacity = WHITE - transmission;
+    mi_opacity_set(state, &opacity);
+}
+
+} // namespace
+
+extern "C" {
+
+ORCA_EXPORT int orcaVelaShadingEngine_version(void) {
+    return 1;
+}
+
+/// Needs no object per instance.
+ORCA_EXPORT void orcaVelaShadingEngine_init(miState*, ShadingEngineParameters*, miBoolean*) {
+}
+
+/// Shades a hit with the surface shader that is assigned to it, hands its pass values up, and goes on through
+/// it where it is transparent.
+ORCA_EXPORT miBoolean orcaVelaShadingEngine(miColor* result, miState* state,
+                                            ShadingEngineParameters* record) {
+    VelabaseState* const vela = velabaseState(state);
+    if (!vela) {
+        orcaWarning("vela_shadingengine(): Internal state error.");
+        return miFALSE;
+    }
+    const miTag shader = parameterValue(state, record, &P::surfaceShader);
+    if (shader == miNULLTAG || shader == noShader) {
+        mi_warning("vela_shadingengine(): Cannot evaluate surface shader.");
+        return miFALSE;
+    }
+    static_cast<void>(parameterValue(state, record, &P::evaluatedScalar));
+    const bool composites = parameterValue(state, record, &P::mode) == 0;
+
+    const PassRecords passes(state);
+    prepareSlots(state, passes);
+    const Restored<FilterSizes> filterSizes(vela->filterSizes);
+    setFilterSizes(state, *vela);
+    liftGrazingNormal(state);
+
+    SurfaceResult buffer(state, shader);
+    SurfaceShaderReturnType& surface = buffer.get();
+    vela->refractedTransparency = BLACK;
+    if (!inTransparency(passes))
+        mi_call_shader_x(reinterpret_cast<miColor*>(&surface), miSHADER_MATERIAL, state, shader, nullptr);
+    const miColor refracted = vela->refractedTransparency;
+    evaluateExtraOutputs(state, record);
+
+    const Composite seen = composites ? composite(surface, *vela) : passThrough(surface, state, *vela);
+    *result = seen.color;
+    if (passes) {
+        writeCoverage(state, passes, surface);
+        handUp(state, passes, surface, refracted);
+    }
+    ++vela->surfacesShaded;
+    if (seen.continues) continueThrough(*result, state, *vela, passes, surface.transparency);
+    updateOpacity(state, surface.transparency);
+    return miTRUE;
+}
+
+} // extern "C"

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaColor.h"
+#include "orcaExport.h"
+#include "orcaGuards.h"
+#include "orcaLightProtocol.h"
+#include "orcaParameters.h"
+#include "orcaPassRecords.h"
+#include "orcaVector.h"
+#include "orcaVelaState.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+/// Parameters of orcaVelaShadow, in declaration order.
+struct VelaShadowParameters {
+    miColor transparency; // transmission of the surface; 1 is clear
+    miScalar attenuation; // 0 to 1: how much it falls off toward grazing angles
+    miScalar
+        transparencyDepth; // scene units inside the object after which the transmission is full; 0: at once
+};
+
+namespace {
+
+bool inSegments(const miState* state) {
+    return state->options->shadow == miSHADOW_SEGMENTS;
+}
+
+miBoolean someLight(const miColor& light) {
+    return !allBelow(light, VELA_EPS);
+}
+
+/// Light from beyond this occluder; only when the renderer itself called the shader.
+void continueSegment(miColor* result, miState* state, miTag volume) {
+    state->refraction_volume = volume;
+    mi_trace_shadow_seg(result, state);
+}
+
+/// Thin parts let more light through: the transmission of a path of this length inside the object.
+miColor thinned(const miColor& transmission, float share) {
+    if (!(share < 1.0f)) return transmission;
+    return withAlpha(transmission * share + WHITE * (1.0f - share), transmission.a);
+}
+
+miColor transmissionAt(miState* state, VelaShadowParameters* record) {
+    using P = VelaShadowParameters;
+    miColor c = parameterValue(state, record, &P::transparency);
+    if (!inSegments(state)) state->dot_nd = dot(state->normal, state->dir);
+    const float attenuation = parameterValue(state, record, &P::attenuation);
+    const float grazing = std::max(0.0f, 1.0f - (1.0f - std::abs(state->dot_nd)) * attenuation);
+    c = withAlpha(c * grazing, c.a);
+    if (inSegments(state)) {
+        const float depth = parameterValue(state, record, &P::transparencyDepth);
+        const bool leavesObject = state->dot_nd < 0.0f;
+        if (leavesObject && depth != 0.0f) c = thinned(c, static_cast<float>(state->dist) / depth);
+        c = {std::min(c.r, 1.0f), std::min(c.g, 1.0f), std::min(c.b, 1.0f), c.a};
+    }
+    return c;
+}
+
+} // namespace
+
+extern "C" {
+
+ORCA_EXPORT int orcaVelaShadow_version(void) {
+    return 1;
+}
+
+/// Lets coloured, angle-dependent and depth-dependent light through. True while the picture or some pass sees
+/// light.
+ORCA_EXPORT miBoolean orcaVelaShadow(miColor* result, miState* state, VelaShadowParameters* record,
+                                     void* argument) {
+    VelabaseState* const vela = velabaseState(state);
+    const PassRecords passes(state);
+    const bool walksSegments = !argument && inSegments(state);
+    if (state->dist == 0.0) { // no hit point
+        if (walksSegments) continueSegment(result, state, miNULLTAG);
+        return someLight(*result);
+    }
+
+    miColor c;
+    {
+        std::optional<Restored<FilterSizes>> sizes;
+        if (vela) {
+            constexpr miVector sharp{1e-8f, 1e-8f, 0.0f}; // textures of a shadow are not blurred
+            sizes.emplace(vela->filterSizes);
+            vela->filterSizes = {sharp, sharp};
+        }
+        c = transmissionAt(state, record);
+    }
+
+    if (!someLight(c)) {
+        *result = VELA_BLACK;
+        return applyShadowTransparencyToFrameBuffers(passes.count, passes.records, &c, state);
+    }
+    if (walksSegments) continueSegment(result, state, state->volume);
+    *result = withAlpha(*result * c, result->a);
+    const bool passesSeeLight =
+        applyShadowTransparencyToFrameBuffers(passes.count, passes.records, &c, state);
+    return someLight(*result) || passesSeeLight;
+}
+
+} // extern "C"

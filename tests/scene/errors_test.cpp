@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene_fixture.h"
+
+#include <algorithm>
+
+namespace orca::scene {
+namespace {
+
+constexpr const char* prelude =
+    R"mi(declare shader color "phong" ( color "diffuse", scalar "cosinePower", integer "mode", boolean "on",
+    string "name", array light "lights", vector "bump", shader "sub" ) version 1 end declare
+declare shader struct { color "outColor", scalar "outAlpha" } "ramp" ( ) end declare
+declare data "note" ( integer "n" ) end declare
+shader "ramp1" "ramp" ( )
+light "key" "phong" ( ) origin 0 0 0 end light
+instance "key_inst" "key" end instance
+camera "cam" end camera
+instance "cam_inst" "cam" end instance
+options "opt" end options
+instgroup "world" "cam_inst" "key_inst" end instgroup
+)mi";
+
+struct MistakeCase {
+    const char* scene;  ///< its first line is line 1 of "scene.mi"
+    const char* errors; ///< all of them
+};
+class Mistakes : public ::testing::TestWithParam<MistakeCase> {};
+
+/// Every mistake also has a correct material behind it, which must survive.
+TEST_P(Mistakes, AreNamedWithTheirPlaceAndReadingGoesOn) {
+    SceneText text(prelude);
+    ASSERT_EQ(text.errors(), "");
+    std::string scene = GetParam().scene;
+    scene.append("\nmaterial \"later\" \"phong\" ( ) end material\n");
+    text.scene.parseText(std::move(scene), "scene.mi", {}, text.callbacks);
+    EXPECT_EQ(text.errors(), GetParam().errors);
+    EXPECT_NE(text.find<MaterialElement>("later"), nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Parameters, Mistakes,
+    ::testing::Values(
+        MistakeCase{"shader \"s\"\n  \"phong\" ( \"cosinPower\" 5, \"mode\" 1 )",
+                    "scene.mi:2:13: shader \"s\": \"phong\" declares no \"cosinPower\" (did you mean "
+                    "\"cosinePower\"?)\n"},
+        MistakeCase{"shader \"s\" \"phong\" ( \"zzz\" [ { 5 } ], \"mode\" 1 )",
+                    "scene.mi:1:22: shader \"s\": \"phong\" declares no \"zzz\"\n"},
+        MistakeCase{"shader \"s\" \"phnog\" ( \"mode\" 5 )",
+                    "scene.mi:1:12: \"phnog\" is not declared before this place (did you mean \"phong\"?)\n"},
+        MistakeCase{"material \"a\" \"glass\" ( \"x\" { 1 } ) shadow \"glass\" ( ) end material\n"
+                    "data \"d\" \"glass\" ( \"y\" [ 1 ] ) tag 1 end data\n",
+                    "scene.mi:1:14: \"glass\" is not declared before this place; is its declaration file "
+                    "included?\n"},
+        MistakeCase{"shader \"s\" \"phong\" ( \"mode\" 1.5, \"on\" on )",
+                    "scene.mi:1:29: shader \"s\": \"mode\" is declared as integer: expected an integer, not "
+                    "the number 1.5\n"},
+        MistakeCase{
+            "shader \"s\" \"phong\" ( \"diffuse\" 1 2, \"on\" maybe )",
+            "scene.mi:1:35: shader \"s\": \"diffuse\" is declared as color: expected 3 numbers, not \",\"\n"
+            "scene.mi:1:42: shader \"s\": \"on\" is declared as boolean: expected \"on\" or \"off\", not "
+            "\"maybe\"\n"},
+        MistakeCase{"shader \"s\" \"phong\" ( \"mode\" 1 \"on\" on )",
+                    "scene.mi:1:31: shader \"s\": expected \",\" or \")\" after the value of \"mode\", not "
+                    "the string \"on\"\n"},
+        MistakeCase{"shader \"s\" \"phong\" ( \"mode\" 1, \"mode\" 2 )",
+                    "scene.mi:1:32: shader \"s\": \"mode\" is given twice\n"},
+        MistakeCase{
+            "shader \"s\" \"phong\" ( \"lights\" \"key_inst\" )",
+            "scene.mi:1:31: shader \"s\": expected \"[\" before the elements of an array, not the string "
+            "\"key_inst\"\n"},
+        MistakeCase{"shader \"s\" \"phong\" ( \"mode\" 99999999999 )",
+                    "scene.mi:1:29: shader \"s\": 99999999999 does not fit 32 bits, as an integer must\n"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    References, Mistakes,
+    ::testing::Values(
+        MistakeCase{"shader \"s\" \"phong\" ( \"lights\" [ \"key\" ] )",
+                    "scene.mi:1:33: \"key\" is a light, but a light instance or a group of them is expected "
+                    "here: name "
+                    "the instance that places it\n"},
+        MistakeCase{"shader \"s\" \"phong\" ( \"lights\" [ \"cam_inst\" ] )",
+                    "scene.mi:1:33: \"cam_inst\" is an instance of a camera, but a light instance or a group "
+                    "of them is "
+                    "expected here\n"},
+        MistakeCase{"instance \"i\" \"kee\" end instance",
+                    "scene.mi:1:14: \"kee\" is not defined before this place, where a camera, a light, an "
+                    "object or an "
+                    "instance group is expected (did you mean \"key\"?)\n"},
+        MistakeCase{"shader \"s\" \"phong\" ( \"diffuse\" = \"ramp1\" )",
+                    "scene.mi:1:34: shader \"s\": \"diffuse\" is a color, but \"ramp1\" gives a struct; name "
+                    "one member, as in "
+                    "\"ramp1.outColor\"\n"},
+        MistakeCase{
+            "shader \"s\" \"phong\" ( \"diffuse\" = \"ramp1.outAlpha\" )",
+            "scene.mi:1:34: shader \"s\": \"diffuse\" is a color, but \"ramp1.outAlpha\" gives a scalar\n"},
+        MistakeCase{"shader \"s\" \"phong\" ( \"diffuse\" = \"ramp1.out\" )",
+                    "scene.mi:1:34: shader \"s\": the result of \"ramp1\" has no member \"out\"; it has "
+                    "\"outColor\", "
+                    "\"outAlpha\"\n"},
+        MistakeCase{"data \"d\" \"note\" ( \"n\" = \"ramp1\" ) end data",
+                    "scene.mi:1:23: data \"d\": parameters of this kind cannot be connected to shaders\n"},
+        MistakeCase{"instgroup \"g\" \"key\" end instgroup",
+                    "scene.mi:1:15: \"key\" is a light, but an instance is expected here\n"},
+        MistakeCase{"render \"world\" \"cam\" \"opt\"",
+                    "scene.mi:1:16: \"cam\" is a camera, but its instance is expected here\n"
+                    "scene.mi:1:1: not rendered, as the scene has 1 error\n"},
+        MistakeCase{
+            "render \"world\" \"key_inst\" \"opt\"",
+            "scene.mi:1:16: \"key_inst\" is an instance of a light, but that of a camera is expected here\n"
+            "scene.mi:1:1: not rendered, as the scene has 1 error\n"},
+        MistakeCase{"incremental light \"kei\" end light",
+                    "scene.mi:1:19: \"kei\" cannot be changed, as no light of that name is defined\n"},
+        MistakeCase{
+            "incremental instgroup \"world\" \"w_inst\" end instgroup\ninstance \"w_inst\" \"world\" end "
+            "instance\n"
+            "incremental instgroup \"world\" \"w_inst\" end instgroup",
+            "scene.mi:1:31: \"w_inst\" is not defined before this place, where an instance is expected\n"
+            "scene.mi:3:23: instance group \"world\": a member contains the group itself\n"},
+        MistakeCase{"link \"missing.so\"\nrender \"world\" \"cam_inst\" \"opt\"",
+                    "scene.mi:2:1: not rendered, as the scene has 1 error\n"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Syntax, Mistakes,
+    ::testing::Values(
+        MistakeCase{"instance \"i\" \"key\" hide on\ninstance \"j\" \"key\" end instance\nshader \"s\" "
+                    "\"phong\" ( \"lights\" "
+                    "[ \"i\", \"j\" ] )",
+                    "scene.mi:2:1: instance \"i\" has no \"end instance\" before \"instance\"\n"},
+        MistakeCase{"material \"m\" \"phong\" ( ) shadwo \"phong\" ( ) end material",
+                    "scene.mi:1:26: material \"m\": expected a slot such as \"shadow\", or \"end material\", "
+                    "not \"shadwo\"\n"},
+        MistakeCase{"camera \"c\" resolution 640 end camera",
+                    "scene.mi:1:27: expected the height in pixels as an integer, not \"end\"\n"},
+        MistakeCase{"camera \"c\" resolution 640 -1 end camera",
+                    "scene.mi:1:27: the height in pixels must be positive, not -1\n"},
+        MistakeCase{"camera \"unclosed\nend camera",
+                    "scene.mi:1:8: the string has no closing quote on its line\n"},
+        MistakeCase{"martial \"m\" \"phong\" ( ) end martial",
+                    "scene.mi:1:1: unknown statement \"martial\"\n"},
+        MistakeCase{"instance \"i\" \"key\" transform 1 0 0 end instance",
+                    "scene.mi:1:36: the transformation has 3 of 16 numbers, then \"end\"\n"},
+        MistakeCase{
+            "instance \"i\" \"key\" transform 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 1 end instance",
+            "scene.mi:1:20: instance \"i\": the transformation cannot be inverted; a scale may be 0\n"},
+        MistakeCase{"light \"l\" \"phong\" ( ) direction 0 0 0 end light",
+                    "scene.mi:1:33: light \"l\": the direction has no length\n"},
+        MistakeCase{"declare shader color \"phong\" ( scalar \"other\" ) end declare",
+                    "scene.mi:1:22: \"phong\" is declared with other parameters or another result than at "
+                    "test.mi:1:22\n"},
+        MistakeCase{"declare shader colour \"x\" ( ) end declare",
+                    "scene.mi:1:16: expected the type of the result or the shader's name, not \"colour\"\n"},
+        MistakeCase{"options \"x\" camera space end options",
+                    "scene.mi:1:13: options \"x\": camera space is not supported, only object space\n"},
+        MistakeCase{"color texture \"t\" [ 2 2 ] '00' end",
+                    "scene.mi:1:15: texture \"t\": 2 x 2 pixels of 4 components with 1 bytes each need 16 "
+                    "bytes, not 1\n"
+                    "scene.mi:1:32: unknown statement \"end\"\n"},
+        MistakeCase{"data \"d\" 1 [ '0102' ] end data",
+                    "scene.mi:1:10: data \"d\" has 2 bytes, more than the 1 it announces\n"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Geometry, Mistakes,
+    ::testing::Values(
+        MistakeCase{
+            "object \"o\" visible group 0 0 0 1 0 0 1 1 0 v 0 v 1 v 9 c 0 1 2 end group end object",
+            "scene.mi:1:52: object \"o\": vertex 2 takes vector 9, but there are 3, counted from 0\n"},
+        MistakeCase{
+            "object \"o\" visible group 0 0 0 1 0 0 1 1 0 v 0 v 1 v 2\nc 0 1 3 c 0 1 end group end object",
+            "scene.mi:2:1: object \"o\": polygon 0 takes vertex 3, but there are 3, counted from 0\n"
+            "scene.mi:2:9: object \"o\": a loop of polygon 0 has 2 vertices; at least 3 are needed\n"},
+        MistakeCase{"object \"o\" visible group 0 0 0 1 0 end group end object",
+                    "scene.mi:1:36: vector 1 of the list has fewer than 3 numbers: \"end\" follows\n"},
+        MistakeCase{"object \"o\" visible tagged group 0 0 0 v 0 p \"m\" 0 0 0 end group end object",
+                    "scene.mi:1:45: object \"o\" is tagged, so its polygons begin with an integer label, not "
+                    "the string "
+                    "\"m\"\n"},
+        MistakeCase{
+            "object \"o\" visible group trilist vertex 3 p triangle 1 [ 0 0 0 1 0 0 ] [ 0 1 2 ] end trilist\n"
+            "end group end object",
+            "scene.mi:1:70: object \"o\", vertices of the trilist: 9 numbers are needed, but \"]\" follows "
+            "after "
+            "6\n"},
+        MistakeCase{"object \"o\" visible group trilist vertex 3 p triangle 1 [ 0 0 0 1 0 0 1 1 0 ] [ 0 1 3 "
+                    "] end trilist\n"
+                    "end group end object",
+                    "scene.mi:1:26: object \"o\": triangle 0 of the trilist takes a vertex beyond the 3 "
+                    "there are (counted "
+                    "from 0)\n"},
+        MistakeCase{
+            "object \"a\" visible basis \"b\" bezier 3 group surface \"s\" \"m\" end group end object\n"
+            "object \"b\" visible hair 1 `abcd` end hair end object\n"
+            "object \"c\" visible basis \"b\" bezier 3 group 0 0 0 end group end object\n"
+            "instance \"ai\" \"a\" end instance",
+            "scene.mi:1:20: object \"a\": free-form surfaces and curves not supported, object skipped\n"
+            "scene.mi:2:20: object \"b\": hair not supported, object skipped\n"}));
+
+TEST(Errors, StopReadingAfterTwenty) {
+    std::string scene;
+    for (int i = 0; i < 50; ++i) scene += "wrong\noptions \"o\" end options\n";
+    SceneText text(scene);
+    EXPECT_EQ(text.scene.errors(), 20);
+    EXPECT_EQ(text.messages.count(Level::Error), 21);
+}
+
+TEST(Errors, OfObjectsThatNobodySeesAreWarnings) {
+    SceneText text("object \"o\" group 0 0 0 1 0 0 1 1 0 v 0 v 1 v 2 c 0 1 2 end group end object\n"
+                   "camera \"c\" end camera\ncamera \"c\" end camera");
+    EXPECT_EQ(text.errors(), "");
+    EXPECT_EQ(text.warnings(),
+              "test.mi:1:8: object \"o\" has none of \"visible\", \"shadow\" and \"trace\" on; it is seen "
+              "only where an instance switches them on\n"
+              "test.mi:3:8: \"c\" is defined again; what refers to the camera from test.mi:2:8 keeps "
+              "that one\n");
+}
+
+TEST(MessageLines, NameModuleThreadAndLevelOnOneLine) {
+    Message message{Level::Warning, "SHDR", 3, "two\nlines", {"a.mi", 4, 5}};
+    EXPECT_EQ(Messages::line(message), "SHDR 0.3   warning: a.mi:4:5: two lines");
+    Messages messages(Level::None);
+    messages.keep(true);
+    EXPECT_TRUE(messages.once("k", message));
+    EXPECT_FALSE(messages.once("k", message));
+    EXPECT_FALSE(messages.once("k", message));
+    messages.reportRepeats();
+    messages.reportRepeats();
+    ASSERT_EQ(messages.kept().size(), 2u);
+    EXPECT_EQ(messages.kept()[1].text, "two\nlines (and 2 more times)");
+}
+
+} // namespace
+} // namespace orca::scene

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene_fixture.h"
+
+#include <bit>
+
+namespace orca::scene {
+namespace {
+
+std::string bigEndian(std::uint32_t word) {
+    std::string bytes;
+    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(word >> shift);
+    return bytes;
+}
+std::string bigEndian(float value) {
+    return bigEndian(std::bit_cast<std::uint32_t>(value));
+}
+
+constexpr const char* materials = R"mi(
+declare shader color "f" ( ) end declare
+material "red" "f" ( ) end material
+material "blue" "f" ( ) end material
+)mi";
+
+TEST(Polygons, KeepLoopsPartsAndMaterials) {
+    SceneText text(std::string(materials) + R"mi(
+object "o" visible on shadow off trace shadow 1 reflection 2 face back tag 9
+    box -1 -1 -1 1 1 1 motion box
+    group "g" merge 0.1
+        0 0 0  4 0 0  4 4 0  0 4 0    1 1 0  2 1 0  2 2 0    0 0 1   .1 .2 0  0.5 0 0
+        v 0 n 7 t 8 t 9   v 1 n 7 t 8 t 9 8 9   v 2 n 7 t 8   v 3 d 1 2 m 9
+        v 4  v 5  v 6
+        p "red" 0 1 2 3 hole 4 5 6
+        c "blue" 0 1 2
+        p 1 2 3
+        approximate parametric 1 2
+    end group
+end object
+)mi");
+    ASSERT_EQ(text.errors(), "");
+    const auto* object = text.find<ObjectElement>("o");
+    EXPECT_TRUE(object->object.visible);
+    EXPECT_TRUE(object->object.shadow); // bit 0 of the mode, which came later, says that it casts
+    EXPECT_TRUE(object->object.trace);
+    EXPECT_EQ(object->object.shadow_mode, 1);
+    EXPECT_EQ(object->object.reflection, 2);
+    EXPECT_EQ(object->object.transparency, 3);
+    EXPECT_EQ(object->face, std::optional<char>('b'));
+    EXPECT_EQ(object->object.label, 9u);
+    EXPECT_EQ(object->object.bbox_max.x, 4.0f);
+    EXPECT_EQ(object->object.bbox_min.z, 0.0f);
+    ASSERT_EQ(object->groups.size(), 1u);
+    const PolygonGroup& group = object->groups[0];
+    EXPECT_EQ(group.vectors.size(), 10u);
+    EXPECT_EQ(group.normal, (std::vector<std::int32_t>{7, 7, 7, -1, -1, -1, -1}));
+    ASSERT_EQ(group.textures.size(), 2u);
+    EXPECT_EQ(group.textures[0].coordinate[2], 8);
+    EXPECT_EQ(group.textures[1].coordinate, (std::vector<std::int32_t>{9, 9, -1, -1, -1, -1, -1}));
+    EXPECT_EQ(group.textures[1].bumpY[1], 9);
+    ASSERT_EQ(group.motions.size(), 1u);
+    EXPECT_EQ(group.motions[0][3], 9);
+    EXPECT_EQ(group.derivV[3], 2);
+    ASSERT_EQ(group.polygons.size(), 3u);
+    EXPECT_EQ(group.polygons[0].loopCount, 2u);
+    EXPECT_FALSE(group.polygons[0].convex);
+    EXPECT_EQ(group.loops[1].count, 3u);
+    EXPECT_EQ(group.corners[group.loops[1].first], 4u);
+    EXPECT_EQ(group.polygons[0].material, text.tag("red"));
+    EXPECT_EQ(group.polygons[1].material, text.tag("blue"));
+    EXPECT_TRUE(group.polygons[1].convex);
+    EXPECT_EQ(group.polygons[2].material, miNULLTAG);
+    EXPECT_EQ(object->triangleCount(), 7u + 1 + 1);
+}
+
+TEST(Polygons, TakeLabelsInTaggedObjectsAndBinaryVectors) {
+    std::string scene = "object \"o\" visible tagged on group\n";
+    // A newline and a backquote inside the bytes are data like any other.
+    for (const std::uint32_t word : {0x0a0a0a0au, 0x60606060u, 0x3f800000u}) {
+        scene.append("`")
+            .append(bigEndian(word))
+            .append(bigEndian(2.0f))
+            .append(bigEndian(-3.0f))
+            .append("`");
+    }
+    scene += "\nv 0 v 1 v 2 c 5 0 1 2\nend group end object\n";
+    SceneText text(scene);
+    ASSERT_EQ(text.errors(), "");
+    const PolygonGroup& group = text.find<ObjectElement>("o")->groups[0];
+    EXPECT_EQ(std::bit_cast<std::uint32_t>(group.vectors[1].x), 0x60606060u);
+    EXPECT_EQ(group.vectors[2].x, 1.0f);
+    EXPECT_EQ(group.vectors[2].z, -3.0f);
+    EXPECT_EQ(group.polygons[0].label, 5);
+}
+
+TEST(TriangleLists, AreTheSameInTextAndBinary) {
+    const char* text = R"mi(object "o" visible group
+    trilist vertex 3 p n m 2 t 2 3 u 1 triangle 2 1
+    [ 0 0 0  0 0 1  1 2 3 4 5 6  .5 .25  7 8 9  10
+      1 0 0  0 0 1  1 2 3 4 5 6  .5 .25  7 8 9  11
+      1 1 0  0 0 1  1 2 3 4 5 6  .5 .25  7 8 9  12 ]
+    [ 0 1 2  2 1 0 ] [ 0 0 0 ]
+    end trilist
+end group end object)mi";
+    SceneText ascii(text);
+    ASSERT_EQ(ascii.errors(), "");
+    ASSERT_EQ(ascii.find<ObjectElement>("o")->triangleLists.size(), 1u);
+    const TriangleList& list = ascii.find<ObjectElement>("o")->triangleLists[0];
+    EXPECT_EQ(list.layout.stride, 18);
+    EXPECT_EQ(list.layout.normal, 3);
+    EXPECT_EQ(list.layout.motion, 6);
+    EXPECT_EQ(list.layout.motionCount, 2);
+    EXPECT_EQ(list.layout.texture, (std::vector<int>{12, 14}));
+    EXPECT_EQ(list.layout.textureDimension, (std::vector<int>{2, 3}));
+    EXPECT_EQ(list.layout.user, std::vector<int>{17});
+    EXPECT_EQ(list.vertices[2 * 18 + 17], 12.0f);
+    EXPECT_EQ(list.indices, (std::vector<std::uint32_t>{0, 1, 2, 2, 1, 0}));
+
+    std::string scalars, integers;
+    for (const float value : list.vertices) scalars += bigEndian(value);
+    for (const std::uint32_t index : list.indices) integers += bigEndian(index);
+    SceneText binary("object \"o\" visible group trilist vertex 3 p n m 2 t 2 3 u 1 triangle 2\nscalar `" +
+                     scalars + "`\ninteger `" + integers + "`\nend trilist end group end object\n");
+    ASSERT_EQ(binary.errors(), "");
+    EXPECT_EQ(binary.find<ObjectElement>("o")->triangleLists[0].vertices, list.vertices);
+    EXPECT_EQ(binary.find<ObjectElement>("o")->triangleLists[0].indices, list.indices);
+
+    SceneText shortOne("object \"o\" visible group trilist vertex 3 p triangle 1 scalar `" +
+                       scalars.substr(0, 32) + "` integer `" + integers.substr(0, 12) +
+                       "` end trilist end group end object\n");
+    EXPECT_EQ(shortOne.errors(), "test.mi:1:64: object \"o\", vertices of the trilist is not closed by a "
+                                 "backquote after its 36 bytes\n");
+    SceneText tagged(
+        "object \"o\" visible tagged group trilist vertex 3 p triangle 1 [ 0 0 0 1 0 0 1 1 0 ] [ 4 0 1 2 ]\n"
+        "end trilist end group end object");
+    ASSERT_EQ(tagged.errors(), "");
+    EXPECT_EQ(tagged.find<ObjectElement>("o")->triangleLists[0].labels, std::vector<std::int32_t>{4});
+}
+
+TEST(Instances, ClearStatementsWhoseValueIsLeftOut) {
+    SceneText text(std::string(materials) + R"mi(
+object "o" visible group 0 0 0 1 0 0 1 1 0 v 0 v 1 v 2 c 0 1 2 end group end object
+light "l" "f" ( ) origin 1 2 3 direction 0 0 -2 spread 0.5 end light
+instance "li" "l" end instance
+instance "i" "o"
+    transform 2 0 0 0 0 2 0 0 0 0 2 0 0 0 0 1
+    motion transform 1 0 0 0 0 1 0 0 0 0 1 0 1 0 0 1
+    visible off shadow on shadow 2 refraction 1 face front override hide on
+    light [ "li" ] light "shadow" "exclusive" [ "li" ] material [ "red", "blue" ]
+end instance
+)mi");
+    ASSERT_EQ(text.errors(), "");
+    EXPECT_EQ(text.find<LightElement>("l")->light.type, miLIGHT_SPOT);
+    const auto* instance = text.find<InstanceElement>("i");
+    EXPECT_FLOAT_EQ(instance->instance.tf.local_to_global[0], 0.5f);
+    EXPECT_EQ(instance->motion, InstanceElement::Motion::Given);
+    EXPECT_EQ(instance->motionTransform[12], 1.0f);
+    EXPECT_EQ(instance->flags.shadow, std::optional<bool>(true));
+    EXPECT_EQ(instance->flags.shadowMode, std::optional<int>(2));
+    EXPECT_EQ(instance->flags.face, std::optional<char>('f'));
+    EXPECT_TRUE(instance->overrides);
+    EXPECT_TRUE(instance->hidden);
+    EXPECT_FALSE(instance->lights.exclusive);
+    EXPECT_TRUE(instance->shadowLights.exclusive);
+    EXPECT_EQ(instance->materials, (std::vector<miTag>{text.tag("red"), text.tag("blue")}));
+    ASSERT_TRUE(
+        text.read("incremental instance \"i\" transform motion transform visible face light light shadow\n"
+                  "material shadow hide off end instance"))
+        << text.errors();
+    EXPECT_NE(instance->instance.tf.identity, 0);
+    EXPECT_EQ(instance->motion, InstanceElement::Motion::Inherited);
+    EXPECT_FALSE(instance->flags.visible.has_value());
+    EXPECT_FALSE(instance->flags.shadow.has_value());
+    EXPECT_FALSE(instance->flags.shadowMode.has_value());
+    EXPECT_EQ(instance->flags.refraction, std::optional<int>(1));
+    EXPECT_FALSE(instance->flags.face.has_value());
+    EXPECT_FALSE(instance->lights.given);
+    EXPECT_FALSE(instance->shadowLights.given);
+    EXPECT_TRUE(instance->materials.empty());
+    EXPECT_FALSE(instance->hidden);
+}
+
+} // namespace
+} // namespace orca::scene

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+/// The coordinate transforms, by the renderer's four matrices out of internal space.
+#include "scripted_renderer.h"
+
+namespace {
+
+void transformPoint(const miMatrix& matrix, bool back, miVector* result, miVector* point) {
+    miMatrix m;
+    if (back) mi_matrix_invert(m, matrix);
+    else mi_matrix_copy(m, matrix);
+    mi_point_transform(result, point, m);
+}
+void transformVector(const miMatrix& matrix, bool back, miVector* result, miVector* vector) {
+    miMatrix m;
+    if (back) mi_matrix_invert(m, matrix);
+    else mi_matrix_copy(m, matrix);
+    mi_vector_transform(result, vector, m);
+}
+/// Normals take the transposed inverse.
+void transformNormal(const miMatrix& matrix, bool back, miVector* result, miVector* normal) {
+    miMatrix m;
+    if (back) mi_matrix_copy(m, matrix);
+    else mi_matrix_invert(m, matrix);
+    mi_vector_transform_T(result, normal, m);
+}
+
+ScriptedRenderer& enter(const char* name) {
+    ScriptedRenderer& renderer = ScriptedRenderer::current();
+    renderer.called(name);
+    return renderer;
+}
+
+} // namespace
+
+// Eighteen and six functions that differ in their names only.
+#define TRANSFORMS(kind, Kind, space, matrix)                                                                \
+    extern "C" void mi_##kind##_to_##space(miState*, miVector* result, miVector* of) {                       \
+        transform##Kind(enter("mi_" #kind "_to_" #space).matrix, false, result, of);                         \
+    }                                                                                                        \
+    extern "C" void mi_##kind##_from_##space(miState*, miVector* result, miVector* of) {                     \
+        transform##Kind(enter("mi_" #kind "_from_" #space).matrix, true, result, of);                        \
+    }
+#define SPACE(space, matrix)                                                                                 \
+    TRANSFORMS(point, Point, space, matrix)                                                                  \
+    TRANSFORMS(vector, Vector, space, matrix)                                                                \
+    TRANSFORMS(normal, Normal, space, matrix)
+SPACE(world, internalToWorld)
+SPACE(camera, internalToCamera)
+SPACE(object, internalToObject)
+SPACE(light, internalToLight)
+
+extern "C" void mi_point_to_raster(miState* state, miVector* result, miVector* point) {
+    miVector c;
+    mi_point_to_camera(state, &c, point);
+    const miCamera& camera = ScriptedRenderer::current().camera;
+    const float zoom = camera.focal / camera.aperture / -c.z;
+    *result = {
+        static_cast<float>(camera.x_resolution) * (0.5f + zoom * c.x) + camera.x_offset,
+        static_cast<float>(camera.y_resolution) * (0.5f + zoom * camera.aspect * c.y) + camera.y_offset, c.z};
+}
+extern "C" void mi_point_from_raster(miState* state, miVector* result, miVector* raster) {
+    const miCamera& camera = ScriptedRenderer::current().camera;
+    const float zoom = camera.focal / camera.aperture / -raster->z;
+    miVector c{((raster->x - camera.x_offset) / static_cast<float>(camera.x_resolution) - 0.5f) / zoom,
+               ((raster->y - camera.y_offset) / static_cast<float>(camera.y_resolution) - 0.5f) /
+                   (zoom * camera.aspect),
+               raster->z};
+    mi_point_from_camera(state, result, &c);
+}

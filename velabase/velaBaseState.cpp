@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaColor.h"
+#include "orcaExport.h"
+#include "orcaLightProtocol.h"
+#include "orcaParameters.h"
+#include "orcaUtilities.h"
+#include "orcaVector.h"
+#include "orcaVelaState.h"
+
+/// Parameters of velaBaseState, in declaration order.
+struct BaseStateParameters {
+    miScalar transparencyThreshold; // hits that let through more than 1 - this are continued
+    miScalar throughputCutoff;      // lighter paths trace no shadows and gather nothing; negative: none are
+    miScalar throughputUpper;       // lighter paths take fewer rays
+    miBoolean filterTextures;
+    miScalar filterBase;      // radians; 0: the angle of one pixel
+    miScalar fixedFilterSize; // scene units; used while filtering is off
+    miInteger renderMode;     // see bc_construct
+    miInteger maxTraceDepth;  // shadows are traced below this level; 0: at every level that can be reached
+    miBoolean continueRay;
+    miBoolean depthOutput;
+};
+
+namespace {
+
+using P = BaseStateParameters;
+
+/// Angle of one pixel in the middle of the picture, radians; for parallel projections the width of one.
+float pixelAngle(const miCamera& camera) {
+    const float width =
+        camera.aperture / static_cast<float>(camera.x_resolution > 0 ? camera.x_resolution : 1);
+    return camera.orthographic || camera.focal <= 0.0f ? width : width / camera.focal;
+}
+
+void clearDepthStack(VelabaseState& vela) {
+    while (vela.depthStack.top) stack_pop(&vela.depthStack);
+}
+
+miBoolean create(miState* state, P* record) {
+    VelabaseState vela{};
+    vela.transparencyThreshold = parameterValue(state, record, &P::transparencyThreshold);
+    vela.throughputCutoff = parameterValue(state, record, &P::throughputCutoff);
+    vela.throughputUpper = parameterValue(state, record, &P::throughputUpper);
+    vela.filterEnabled = parameterValue(state, record, &P::filterTextures);
+    vela.filterBase = parameterValue(state, record, &P::filterBase);
+    vela.fixedFilterSize = parameterValue(state, record, &P::fixedFilterSize);
+    vela.renderMode = parameterValue(state, record, &P::renderMode);
+    const miInteger depth = parameterValue(state, record, &P::maxTraceDepth);
+    vela.maxTraceDepth = depth > 0 ? depth : state->options->trace_depth + 1;
+    vela.continueRay = parameterValue(state, record, &P::continueRay);
+    vela.depthOutput = parameterValue(state, record, &P::depthOutput);
+    vela.raster = state->options->scanline != 0;
+    if (vela.filterBase <= 0.0f && state->camera) vela.filterBase = pixelAngle(*state->camera);
+    vela.throughput = WHITE;
+    vela.lightData = defaultLightDataArray;
+    stack_create(state, &vela.depthStack, sizeof(DepthStackEntry));
+    return mi_shaderstate_set(state, VELABASE_STATE_KEY, &vela, sizeof(vela), VELA_STATE_LIFETIME);
+}
+
+miBoolean release(miState* state) {
+    if (VelabaseState* const vela = velabaseState(state)) clearDepthStack(*vela);
+    return mi_shaderstate_set(state, VELABASE_STATE_KEY, nullptr, 0, VELA_STATE_LIFETIME);
+}
+
+/// Depth along the camera's view, in scene units.
+void setDepthPlane(miState* state, VelabaseState& vela) {
+    const miVector forward{0.0f, 0.0f, -1.0f}, eye{0.0f, 0.0f, 0.0f};
+    miVector normal = forward, origin = eye;
+    mi_vector_from_camera(state, &normal, &normal);
+    mi_point_from_camera(state, &origin, &origin);
+    vela.depthPlaneNormal = normalized(normal);
+    vela.depthPlaneOffset = -dot(origin, vela.depthPlaneNormal);
+}
+
+miBoolean beginSample(miState* state) {
+    VelabaseState* const vela = velabaseState(state);
+    if (!vela) {
+        orcaWarning("velaBaseState(): Internal state error.");
+        return miFALSE;
+    }
+    vela->throughput = WHITE;
+    vela->filterSizes = {};
+    vela->flags = 0;
+    vela->refractionsOn = miFALSE;
+    vela->refractedTransparency = BLACK;
+    vela->transparencySum = BLACK;
+    vela->opacitySum = BLACK;
+    vela->transparencyCount = 0;
+    vela->transparencyAccum = BLACK;
+    vela->transparencyAccumBehind = BLACK;
+    clearDepthStack(*vela);
+    vela->lightData = defaultLightDataArray;
+    vela->areaLight = nullptr;
+    vela->shadowSum = 0.0f;
+    vela->lightSum = 0.0f;
+    if (vela->depthOutput) setDepthPlane(state, *vela);
+    return miTRUE;
+}
+
+} // namespace
+
+extern "C" {
+
+ORCA_EXPORT int velaBaseState_version(void) {
+    return 1;
+}
+
+/// After the last render state: gives the threads' arenas back.
+ORCA_EXPORT void velaBaseState_exit(miState* state, BaseStateParameters* record) {
+    if (!record) clr_tla_list(state->global_lock);
+}
+
+/// Makes and resets the render state that the library's shaders share. First in the options' list of state
+/// shaders.
+ORCA_EXPORT miBoolean velaBaseState(void*, miState* state, BaseStateParameters* record,
+                                    miShader_state_arg* argument) {
+    switch (argument->op) {
+    case miSHADERSTATE_STATE_INIT:
+        return create(state, record);
+    case miSHADERSTATE_STATE_EXIT:
+        return release(state);
+    case miSHADERSTATE_SAMPLE_INIT:
+        return beginSample(state);
+    case miSHADERSTATE_SAMPLE_EXIT:
+        return miTRUE;
+    default:
+        orcaWarning("velaBaseState(): Invoked with invalid opcode.");
+        return miFALSE;
+    }
+}
+
+} // extern "C"
