@@ -24,7 +24,7 @@ std::string flagsText(const FrameBufferDataRecord& record) {
 
 /// Type of record `index`: records lie in type order, so many of each as the counts say.
 int typeOfRecord(const FrameBufferData& block, int index) {
-    const miInteger* counts = block.FrameBufferTypeCounts + block.i_FrameBufferTypeCounts;
+    const miInteger* counts = arrayElements(block.FrameBufferTypeCounts, block.i_FrameBufferTypeCounts);
     int end = 0;
     for (int type = 0; type < std::min(block.n_FrameBufferTypeCounts, PASS_TYPE_COUNT); ++type) {
         end += counts[type];
