@@ -91,7 +91,7 @@ miBoolean callOccluder(RenderContext& context, miColor& result, miState* lightSt
     setHit(context, child.derived(), ray, hit, NormalSide::AsModelled);
     child->dist = std::max(mi_vector_dist(&path.lightOrigin, &child->point), std::numeric_limits<float>::min());
     const miMaterial* material = occluderMaterial(context, *child.get());
-    if (!material || material->shadow == miNULLTAG || material->opaque) return blocked(result);
+    if (!material || material->shadow == miNULLTAG) return blocked(result);
     child->refraction_volume = material->volume;
     return context.runtime.call(&result, miSHADER_SHADOW, child.get(), material->shadow);
 }
@@ -142,7 +142,7 @@ miBoolean segment(RenderContext& context, miColor& result, miState* state, miTag
         setHit(context, child.derived(), ray, hit, NormalSide::AsModelled);
         child->dist = std::max(mi_vector_dist(&child->org, &child->point), std::numeric_limits<float>::min());
         const miMaterial* material = occluderMaterial(context, *child.get());
-        if (!material || material->shadow == miNULLTAG || material->opaque) return blocked(result);
+        if (!material || material->shadow == miNULLTAG) return blocked(result);
         child->refraction_volume = material->volume;
         delivered = context.runtime.call(&result, miSHADER_SHADOW, child.get(), material->shadow);
     } else {
