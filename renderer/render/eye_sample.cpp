@@ -63,8 +63,8 @@ void dropNotFinite(RenderContext& context) {
 /// The renderer's own buffers take what it knows of the first hit.
 void fillMainBuffers(RenderContext& context, const miColor& color) {
     const PrimaryHit& primary = context.primary;
-    for (const image::Buffer& buffer : context.frame.framebuffers.buffers()) {
-        float* words = context.sampleWords.data() + buffer.sampleOffset;
+    for (const Frame::MainBuffer& buffer : context.frame.mainBuffers) {
+        float* words = context.sampleWords.data() + buffer.offset;
         switch (buffer.source) {
         case image::MainSource::None: break;
         case image::MainSource::Color: std::memcpy(words, &color, sizeof color); break;
@@ -157,9 +157,7 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY,
     }
     context.store.endSample();
 
-    const auto& buffers = frame.framebuffers.buffers();
-    const image::Buffer& primary = buffers[static_cast<std::size_t>(frame.framebuffers.primaryIndex())];
-    std::memcpy(context.sampleWords.data() + primary.sampleOffset, &color, sizeof color);
+    std::memcpy(context.sampleWords.data() + frame.primaryOffset, &color, sizeof color);
     fillMainBuffers(context, color);
     if (anyNotFinite(context.sampleWords, 0, static_cast<int>(context.sampleWords.size()))) dropNotFinite(context);
     context.inEyeSample = false;

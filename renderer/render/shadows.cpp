@@ -65,7 +65,7 @@ ShadowPath pathOf(const RenderContext& context, miState* state) {
 bool nextOccluder(RenderContext& context, Ray& ray, const ShadowPath& path, Hit& hit) {
     const geometry::SceneGeometry& geometry = context.frame.geometry;
     while (geometry.intersect(ray, hit)) {
-        if (geometry.castsShadowOf(geometry.leaves()[hit.leaf], path.lightInstance)) return true;
+        if (geometry.castsShadowOf(context.frame.leaves[hit.leaf], path.lightInstance)) return true;
         ray.nearDistance = hit.distance;
         ray.skipLeaf = hit.leaf;
         ray.skipTriangle = hit.triangle;
@@ -161,7 +161,7 @@ miBoolean traceShadow(miColor& result, miState* lightState) {
     RenderContext& context = renderContextOf(lightState);
     const char mode = context.frame.options.shadow;
     if (mode == miSHADOW_OFF || !context.frame.options.trace || context.depth >= maxNesting) return miTRUE;
-    if (const geometry::Leaf* leaf = context.frame.leafOf(lightState->instance); leaf && !leaf->receivesShadows)
+    if (lightState->hit_leaf != geometry::nothing && !context.frame.leaves[lightState->hit_leaf].receivesShadows)
         return miTRUE;
 
     ++context.counts.shadow;
