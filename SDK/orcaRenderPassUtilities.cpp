@@ -14,15 +14,30 @@ unsigned digitValue(char character) {
     return static_cast<unsigned char>(c < 'a' ? c - ('A' - 10) : c - ('a' - 10));
 }
 
+/// The renderer's interface object. A member of its own, so that it goes back even when opening the collection throws.
+class RendererInterface {
+public:
+    RendererInterface() : interface_(mi_get_shader_interface()) {}
+    ~RendererInterface() {
+        if (interface_) interface_->release();
+    }
+    RendererInterface(const RendererInterface&) = delete;
+    RendererInterface& operator=(const RendererInterface&) = delete;
+
+    [[nodiscard]] mi::shader::Interface* get() const noexcept { return interface_; }
+
+private:
+    mi::shader::Interface* interface_;
+};
+
 /// The camera's named frame buffers, for as long as a look-up takes.
 class NamedFrameBuffers {
 public:
     explicit NamedFrameBuffers(miTag collection)
-        : interface_(mi_get_shader_interface()),
-          framebuffers_(interface_ && collection != miNULLTAG ? interface_->getFramebuffers(collection) : nullptr) {}
+        : framebuffers_(interface_.get() && collection != miNULLTAG ? interface_.get()->getFramebuffers(collection)
+                                                                    : nullptr) {}
     ~NamedFrameBuffers() {
-        if (framebuffers_) interface_->releaseFramebuffers(framebuffers_);
-        if (interface_) interface_->release();
+        if (framebuffers_) interface_.get()->releaseFramebuffers(framebuffers_);
     }
     NamedFrameBuffers(const NamedFrameBuffers&) = delete;
     NamedFrameBuffers& operator=(const NamedFrameBuffers&) = delete;
@@ -33,7 +48,7 @@ public:
     }
 
 private:
-    mi::shader::Interface* interface_;
+    RendererInterface interface_;
     const mi::shader::Framebuffer* framebuffers_;
 };
 

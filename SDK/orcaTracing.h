@@ -46,11 +46,11 @@ void addUnhandedLight(miState* state, const PassRecords& passes, bool isRefracti
 /// when the
 ///                     light has been refracted, else what came in. Alpha goes out as its luminance.
 /// @param on           false: nothing is traced, the result is black
-[[nodiscard]] ORCA_EXPORT miColor compute_refraction(miColor* transparency,
-                                                     const RefractionSettings& settings, bool on,
-                                                     miState* state, const TraceContext& context);
+extern "C" [[nodiscard]] ORCA_EXPORT miColor compute_refraction(miColor* transparency,
+                                                                const RefractionSettings& settings, bool on,
+                                                                miState* state, const TraceContext& context);
 
 /// Light that arrives in the mirror direction, times the reflectivity; black for a black one.
-[[nodiscard]] ORCA_EXPORT miColor compute_reflection(const miColor& reflectivity,
-                                                     const ReflectionSettings& settings, miState* state,
-                                                     const TraceContext& context);
+extern "C" [[nodiscard]] ORCA_EXPORT miColor compute_reflection(const miColor& reflectivity,
+                                                                const ReflectionSettings& settings,
+                                                                miState* state, const TraceContext& context);

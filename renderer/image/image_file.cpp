@@ -141,7 +141,7 @@ bool writeImageFile(const std::string& path, const std::string& format, const Pi
         return false;
     }
     Raster raster = rasterOf(frame, layer, fileChannels(format, *layer.buffer));
-    const bool integers = stored == OIIO::TypeDesc::UINT8 || stored == OIIO::TypeDesc::UINT16;
+    const bool integers = !stored.is_floating_point() && stored.basetype != OIIO::TypeDesc::UINT32;
     if (integers) {
         for (float& value : raster.values) value = std::isnan(value) ? 0.0f : std::clamp(value, 0.0f, 1.0f);
         if (isColor(type) && frame.gamma > 0.0f && frame.gamma != 1.0f)

@@ -47,6 +47,9 @@ bool Reader::read(const std::string& fileName, std::string text) {
                 if (token.kind == Token::Kind::End) break;
                 readStatement(token);
                 block_.clear();
+            } catch (const MissingFile& fault) {
+                countError(fault.place, fault.what());
+                return false; // the rest would be a list of names that are not defined
             } catch (const SyntaxError& fault) {
                 countError(fault.place, fault.what());
                 phenomenon_ = nullptr;

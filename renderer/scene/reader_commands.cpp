@@ -231,7 +231,8 @@ void Reader::readRender(const Token& token) {
         return;
     }
     const auto* options = database_.find<OptionsElement>(request.options);
-    if (!options || !request.group || !request.cameraInstance) return; // said above; no picture can come of it
+    if (!options || !request.group || !request.cameraInstance)
+        return; // said above; no picture can come of it
     checkRequirements(*options);
     if (callbacks_.render && !callbacks_.render(request)) throw StopReading{};
 }

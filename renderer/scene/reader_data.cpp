@@ -30,9 +30,12 @@ void Reader::readData(const Token& token, bool incremental) {
         } else if (at.isName() && peek(1).is('(')) {
             beginContent(at);
             next();
-            next();
             const DeclarationElement* declaration = declarationReference(at);
-            if (!declaration) fail(at, "{} is left out", owner);
+            if (!declaration) {
+                skipBalanced();
+                continue;
+            }
+            next();
             if (element.declaration != declaration) {
                 element.declaration = declaration;
                 element.values.assign(declaration->parameters.size(), {});

@@ -90,6 +90,8 @@ miTag Reader::optionalReference(std::initializer_list<miScene_type> kinds, std::
 DeclarationElement* Reader::declarationReference(const Token& token) {
     const miTag tag = lookUpDeclaration(token.text);
     if (auto* declaration = database_.find<DeclarationElement>(tag)) return declaration;
+    // A declaration file that is not read would otherwise fill the screen with its consequences.
+    if (!memory_.said.insert("undeclared|" + fullName(token.text)).second) return nullptr;
     std::vector<std::string> candidates;
     database_.visitDeclarations([&](const std::string& known, miTag) { candidates.push_back(known); });
     const std::string nearest = nearestName(token.text, {candidates.begin(), candidates.end()});

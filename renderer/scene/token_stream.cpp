@@ -230,7 +230,7 @@ void TokenStream::include(const std::string& name, bool searchPathsOnly, const P
     }
     std::string list;
     for (const std::string& path : tried) list += (list.empty() ? "" : ", ") + path;
-    throw SyntaxError(place, fmt::format("cannot read the included file \"{}\"; tried {}", file,
+    throw MissingFile(place, fmt::format("cannot read the included file \"{}\"; tried {}", file,
                                          list.empty() ? "nothing, as there is no include path" : list));
 }
 

@@ -12,6 +12,12 @@
 
 namespace orca::scene {
 
+/// An included file that cannot be read. What it defines would be missed by everything behind it.
+class MissingFile : public SyntaxError {
+public:
+    using SyntaxError::SyntaxError;
+};
+
 /// Whole content of a file, "-" being standard input. False when it cannot be read.
 bool readWholeFile(const std::string& path, std::string& content);
 [[nodiscard]] std::string directoryOf(const std::string& path);
@@ -27,7 +33,7 @@ public:
     void onLookup(std::function<void(const std::string& name, const Place&)> action) {
         lookup_ = std::move(action);
     }
-    /// Reads a file in place; throws SyntaxError when it is not found.
+    /// Reads a file in place; throws MissingFile when it is not found.
     void include(const std::string& name, bool searchPathsOnly, const Place& place);
 
     Token next();

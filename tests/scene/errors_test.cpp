@@ -47,6 +47,10 @@ INSTANTIATE_TEST_SUITE_P(
                     "scene.mi:1:22: shader \"s\": \"phong\" declares no \"zzz\"\n"},
         MistakeCase{"shader \"s\" \"phnog\" ( \"mode\" 5 )",
                     "scene.mi:1:12: \"phnog\" is not declared before this place (did you mean \"phong\"?)\n"},
+        MistakeCase{"material \"a\" \"glass\" ( \"x\" { 1 } ) shadow \"glass\" ( ) end material\n"
+                    "data \"d\" \"glass\" ( \"y\" [ 1 ] ) tag 1 end data\n",
+                    "scene.mi:1:14: \"glass\" is not declared before this place; is its declaration file "
+                    "included?\n"},
         MistakeCase{"shader \"s\" \"phong\" ( \"mode\" 1.5, \"on\" on )",
                     "scene.mi:1:29: shader \"s\": \"mode\" is declared as integer: expected an integer, not "
                     "the number 1.5\n"},

@@ -39,7 +39,7 @@ end object
     ASSERT_EQ(text.errors(), "");
     const auto* object = text.find<ObjectElement>("o");
     EXPECT_TRUE(object->object.visible);
-    EXPECT_FALSE(object->object.shadow);
+    EXPECT_TRUE(object->object.shadow); // bit 0 of the mode, which came later, says that it casts
     EXPECT_TRUE(object->object.trace);
     EXPECT_EQ(object->object.shadow_mode, 1);
     EXPECT_EQ(object->object.reflection, 2);
@@ -75,7 +75,11 @@ TEST(Polygons, TakeLabelsInTaggedObjectsAndBinaryVectors) {
     std::string scene = "object \"o\" visible tagged on group\n";
     // A newline and a backquote inside the bytes are data like any other.
     for (const std::uint32_t word : {0x0a0a0a0au, 0x60606060u, 0x3f800000u}) {
-        scene += "`" + bigEndian(word) + bigEndian(2.0f) + bigEndian(-3.0f) + "`";
+        scene.append("`")
+            .append(bigEndian(word))
+            .append(bigEndian(2.0f))
+            .append(bigEndian(-3.0f))
+            .append("`");
     }
     scene += "\nv 0 v 1 v 2 c 5 0 1 2\nend group end object\n";
     SceneText text(scene);

@@ -143,7 +143,7 @@ TEST_F(Includes, ThatFailSayWhereTheyWereLookedFor) {
     EXPECT_NE(text.errors().find("include each other more than 64 deep"), std::string::npos);
     ParserOptions options;
     options.includePaths = {"/nowhere"};
-    SceneText missing("\n$include \"gone.mi\"", options);
+    SceneText missing("\n$include \"gone.mi\"\ninstance \"i\" \"defined there\" end instance", options);
     EXPECT_EQ(missing.errors(),
               "test.mi:2:1: cannot read the included file \"gone.mi\"; tried gone.mi, /nowhere/gone.mi\n");
     EXPECT_FALSE(missing.scene.parseFile("/nowhere/at/all", {}, missing.callbacks));

@@ -17,12 +17,13 @@ TEST_P(PassMaskDigits, CoverFourPassesEachLowestBitFirst) {
     EXPECT_EQ(contributesToPass(GetParam().pass, GetParam().mask), GetParam().contributes);
 }
 
-INSTANTIATE_TEST_SUITE_P(Masks, PassMaskDigits,
-                         ::testing::Values(MaskCase{nullptr, 17, true}, MaskCase{"1", 0, true}, MaskCase{"1", 1, false},
-                                           MaskCase{"8", 3, true}, MaskCase{"7", 3, false}, MaskCase{"F0", 3, true},
-                                           MaskCase{"F0", 4, false}, MaskCase{"0a", 5, true}, MaskCase{"0A", 7, true},
-                                           MaskCase{"0A", 6, false}, MaskCase{"000f", 15, true},
-                                           // Characters that are no digits follow the same sums: 'G' is 16, '@' is 16.
-                                           MaskCase{"G", 0, false}, MaskCase{"@", 3, false}, MaskCase{"/", 3, true}));
+INSTANTIATE_TEST_SUITE_P(
+    Masks, PassMaskDigits,
+    ::testing::Values(MaskCase{nullptr, 17, true}, MaskCase{"1", 0, true}, MaskCase{"1", 1, false},
+                      MaskCase{"8", 3, true}, MaskCase{"7", 3, false}, MaskCase{"F0", 3, true},
+                      MaskCase{"F0", 4, false}, MaskCase{"0a", 5, true}, MaskCase{"0A", 7, true},
+                      MaskCase{"0A", 6, false}, MaskCase{"000f", 15, true},
+                      // Characters that are no digits follow the same sums: 'G' is 16, '@' is 16.
+                      MaskCase{"G", 0, false}, MaskCase{"@", 3, false}, MaskCase{"/", 3, true}));
 
 } // namespace
