@@ -54,6 +54,16 @@ const Frame::BufferSlot* slotAt(const RenderContext& context, int index) {
                                                                          : nullptr;
 }
 
+/// Copies a buffer's value; the few sizes that there are compile to plain moves.
+void copyValue(void* to, const void* from, int bytes) {
+    switch (bytes) {
+    case 16: std::memcpy(to, from, 16); break;
+    case 12: std::memcpy(to, from, 12); break;
+    case 4: std::memcpy(to, from, 4); break;
+    default: std::memcpy(to, from, static_cast<std::size_t>(bytes));
+    }
+}
+
 } // namespace
 
 DLLEXPORT mi::shader_v3::Interface* mi_get_shader_interface(int version) {
@@ -68,7 +78,7 @@ DLLEXPORT miBoolean mi_fb_put(miState* state, int index, const void* value) {
     const Frame::BufferSlot* slot = slotAt(context, index);
     if (!slot || !value) return miFALSE;
     if (!context.inEyeSample) return miTRUE;  // outside an eye sample there is nothing to put it into
-    std::memcpy(context.sampleWords.data() + slot->offset, value, static_cast<std::size_t>(slot->bytes));
+    copyValue(context.sampleWords.data() + slot->offset, value, slot->bytes);
     context.written[static_cast<std::size_t>(index)] = 1;
     return miTRUE;
 }
@@ -77,7 +87,7 @@ DLLEXPORT miBoolean mi_fb_get(miState* state, int index, void* value) {
     RenderContext& context = renderContextOf(state);
     const Frame::BufferSlot* slot = slotAt(context, index);
     if (!slot || !value) return miFALSE;
-    std::memcpy(value, context.sampleWords.data() + slot->offset, static_cast<std::size_t>(slot->bytes));
+    copyValue(value, context.sampleWords.data() + slot->offset, slot->bytes);
     return miTRUE;
 }
 

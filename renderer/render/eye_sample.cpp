@@ -6,6 +6,8 @@
 #include "render/visible.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 
@@ -34,15 +36,14 @@ void resetBase(RenderContext& context) {
     state.ior = state.ior_in = 1.0f;
 }
 
+/// Without branches and in integers, so that it runs over many words at a time.
 bool anyNotFinite(const std::vector<float>& words, int first, int count) {
-    constexpr std::uint32_t exponent = 0x7f800000u;
-    bool found = false;
-    for (int w = first; w < first + count; ++w) {
-        std::uint32_t bits;
-        std::memcpy(&bits, &words[static_cast<std::size_t>(w)], sizeof bits);
-        found |= (bits & exponent) == exponent;
-    }
-    return found;
+    constexpr std::uint32_t magnitude = 0x7fffffffu;
+    constexpr std::uint32_t carryOfFullExponent = 0x00800000u;
+    std::uint32_t carries = 0;
+    for (int w = first; w < first + count; ++w)
+        carries |= (std::bit_cast<std::uint32_t>(words[static_cast<std::size_t>(w)]) & magnitude) + carryOfFullExponent;
+    return (carries & ~magnitude) != 0;
 }
 
 /// A value that is no number would spread over a whole picture in compositing: black instead, and a report.
