@@ -69,8 +69,8 @@ void forEachColor(Raster& raster, Operation operation) {
         for (int c = 0; c < colors; ++c) operation(raster.values[i + static_cast<std::size_t>(c)]);
 }
 
-bool writeRaster(const std::string& path, const std::string& format, OIIO::ImageSpec spec,
-                 const Raster& raster, OIIO::TypeDesc pixelType, scene::Messages& messages) {
+bool writeRaster(const std::string& path, const std::string& format, const OIIO::ImageSpec& spec,
+                 const Raster& raster, const OIIO::TypeDesc& pixelType, scene::Messages& messages) {
     const auto refuse = [&](const std::string& why) {
         messages.error("IMG", "cannot write \"{}\": {}", path, why);
         return false;
