@@ -14,7 +14,8 @@ bool inImagePhase(miState* state) {
 
 void requireStateShader(miState* state, const char* message) {
     int callType = miSHADER_NONE;
-    if (!mi_query(miQ_FUNC_CALLTYPE, state, miNULLTAG, &callType) || callType != miSHADER_STATE) orcaError(message);
+    if (!mi_query(miQ_FUNC_CALLTYPE, state, miNULLTAG, &callType) || callType != miSHADER_STATE)
+        orcaError(message);
 }
 
 unsigned getFrameBufferInfo(miState* state, PassTypeInfo*& passTypeInfo, FrameBufferInfo*& frameBufferInfo) {
@@ -50,6 +51,7 @@ unsigned getNonMaterialPassFrameBufferIndex(miState* state, int passIndex) {
     if (!data.block) return 0;
     const Unpin unpin(data.tag);
     if (passIndex < 0 || passIndex >= data.block->n_nonMaterialFrameBuffers) return 0;
-    return getNamedFrameBufferID(
-        state, data.block->nonMaterialFrameBuffers[data.block->i_nonMaterialFrameBuffers + passIndex]);
+    const miTag* const names =
+        arrayElements(data.block->nonMaterialFrameBuffers, data.block->i_nonMaterialFrameBuffers);
+    return getNamedFrameBufferID(state, names[passIndex]);
 }

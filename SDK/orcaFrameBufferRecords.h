@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The pass records of a render state: which passes exist, which frame buffer each one feeds, and what each has received
-/// at every trace level of the sample now being shaded. Built once per render state by orcaFrameBufferState.
+/// The pass records of a render state: which passes exist, which frame buffer each one feeds, and what each
+/// has received at every trace level of the sample now being shaded. Built once per render state by
+/// orcaFrameBufferState.
 
 #include <shader.h>
 
 #include <cstddef>
+#include <cstdint>
 
 /// What a pass holds. The numbers are fixed: the scene counts its frame buffers per type in this order.
 enum PassTypeID : int {
@@ -67,14 +69,14 @@ static_assert(sizeof(PassTypeInfo) == 280);
 
 /// What one pass has received at one trace level (level = reflection level + refraction level).
 struct TraceLevelSlot {
-    miColor levelResult;   ///< received at this level so far
-    miColor childResult;   ///< handed to the level above; at level 0 it becomes the frame buffer's value
-    miColor levelAux;      ///< coverage already accumulated at this level; white is fully covered
-    unsigned char levelMode;  ///< LEVEL_WRITES_SUPPRESSED and LEVEL_PASSES_UP
+    miColor levelResult;     ///< received at this level so far
+    miColor childResult;     ///< handed to the level above; at level 0 it becomes the frame buffer's value
+    miColor levelAux;        ///< coverage already accumulated at this level; white is fully covered
+    unsigned char levelMode; ///< LEVEL_WRITES_SUPPRESSED and LEVEL_PASSES_UP
 
     enum : unsigned char {
-        LEVEL_WRITES_SUPPRESSED = 0x1,  ///< the level's own writes are dropped
-        LEVEL_PASSES_UP = 0x2,          ///< deeper contributions still flow up unconditionally
+        LEVEL_WRITES_SUPPRESSED = 0x1, ///< the level's own writes are dropped
+        LEVEL_PASSES_UP = 0x2,         ///< deeper contributions still flow up unconditionally
         LEVEL_MODE_MASK = 0x3,
     };
 };
@@ -84,35 +86,38 @@ static_assert(sizeof(TraceLevelSlot) == 52);
 enum FrameBufferFlags : unsigned {
     FB_USER_FLAG_0 = 0x001,
     FB_USER_FLAG_1 = 0x002,
-    FB_SEEN_IN_REFLECTION = 0x004,   ///< objects that the pass excludes still count when seen in reflections
-    FB_SEEN_IN_REFRACTION = 0x008,   ///< ... in refractions; both bits: through both
-    FB_INCLUDE_REFLECTION = 0x010,   ///< takes contributions of traced reflection rays
-    FB_INCLUDE_REFRACTION = 0x020,   ///< takes contributions of traced refraction rays
-    FB_WEIGHT_BY_OPACITY = 0x040,    ///< the level's result is weighted by the hit's opacity when handed up
-    FB_SHADOWED = 0x080,             ///< receives shadowed light; clear: the light unshadowed
-    FB_IGNORE_OBJECT_LINKS = 0x100,  ///< an occluder dims this record even when its pass mask excludes the pass
-    FB_LIGHT_CONTRIBUTES = 0x200,    ///< the light now being sampled contributes to this record
-    FB_IN_LIGHT_LOOP = 0x400,        ///< record 0 only: a material's light loop is running
-    FB_LIGHT_SETUP_PENDING = 0x800,  ///< record 0 only: the light being sampled has not set up its contributions
-    FB_IN_TRANSPARENCY = 0x1000,     ///< record 0 only: a ray is being continued through a transparent hit
-    FB_SHADOW_ONLY = 0x2000,         ///< receives the light that shadows remove instead of the light
+    FB_SEEN_IN_REFLECTION = 0x004, ///< objects that the pass excludes still count when seen in reflections
+    FB_SEEN_IN_REFRACTION = 0x008, ///< ... in refractions; both bits: through both
+    FB_INCLUDE_REFLECTION = 0x010, ///< takes contributions of traced reflection rays
+    FB_INCLUDE_REFRACTION = 0x020, ///< takes contributions of traced refraction rays
+    FB_WEIGHT_BY_OPACITY = 0x040,  ///< the level's result is weighted by the hit's opacity when handed up
+    FB_SHADOWED = 0x080,           ///< receives shadowed light; clear: the light unshadowed
+    FB_IGNORE_OBJECT_LINKS =
+        0x100,                    ///< an occluder dims this record even when its pass mask excludes the pass
+    FB_LIGHT_CONTRIBUTES = 0x200, ///< the light now being sampled contributes to this record
+    FB_IN_LIGHT_LOOP = 0x400,     ///< record 0 only: a material's light loop is running
+    FB_LIGHT_SETUP_PENDING =
+        0x800,                   ///< record 0 only: the light being sampled has not set up its contributions
+    FB_IN_TRANSPARENCY = 0x1000, ///< record 0 only: a ray is being continued through a transparent hit
+    FB_SHADOW_ONLY = 0x2000,     ///< receives the light that shadows remove instead of the light
 };
 
 /// One frame buffer that a pass feeds.
 struct FrameBufferInfo {
-    miUint frameBufferIndex;   ///< the renderer's index; FRAME_BUFFER_UNRESOLVED in record 0 until the first sample
-    miUint flags;              ///< set of FrameBufferFlags
+    miUint frameBufferIndex; ///< the renderer's index; FRAME_BUFFER_UNRESOLVED in record 0 until the first
+                             ///< sample
+    miUint flags;            ///< set of FrameBufferFlags
     miInteger minReflectionLevel;
     miInteger maxReflectionLevel;
     miInteger minRefractionLevel;
     miInteger maxRefractionLevel;
-    miColor lightColor;          ///< what the current light sample delivers to this record
-    miColor shadowTransmission;  ///< transmission of the shadow ray now being traced
-    miColor shadowAccum;         ///< sum of shadowTransmission over the light's shadow rays
-    miColor lightAccum;          ///< sum of the material's contributions during the current light loop
-    miUint userWord4;            ///< normal passes: 1 camera space, 2 object space, else world space
+    miColor lightColor;         ///< what the current light sample delivers to this record
+    miColor shadowTransmission; ///< transmission of the shadow ray now being traced
+    miColor shadowAccum;        ///< sum of shadowTransmission over the light's shadow rays
+    miColor lightAccum;         ///< sum of the material's contributions during the current light loop
+    miUint userWord4;           ///< normal passes: 1 camera space, 2 object space, else world space
     miUint reserved;
-    TraceLevelSlot* levelSlots;  ///< traceDepth + 1 slots
+    TraceLevelSlot* levelSlots; ///< traceDepth + 1 slots
 };
 static_assert(sizeof(FrameBufferInfo) == 104);
 static_assert(offsetof(FrameBufferInfo, lightColor) == 24);
@@ -125,8 +130,8 @@ inline constexpr miInteger FRAME_BUFFER_DATA_MAGIC = 0x46427566;
 
 /// One record of the data block's frameBufferInfo array.
 struct FrameBufferDataRecord {
-    miTag frameBufferName;       ///< string
-    miBoolean flags[9];          ///< FB_USER_FLAG_0 to FB_IGNORE_OBJECT_LINKS, lowest bit first
+    miTag frameBufferName; ///< string
+    miBoolean flags[9];    ///< FB_USER_FLAG_0 to FB_IGNORE_OBJECT_LINKS, lowest bit first
     miInteger minReflectionLevel;
     miInteger maxReflectionLevel;
     miInteger minRefractionLevel;
@@ -151,11 +156,19 @@ struct FrameBufferData {
 static_assert(offsetof(FrameBufferData, frameBufferInfo) == 6 * 4);
 static_assert(offsetof(FrameBufferData, FrameBufferTypeCounts) == 23 * 4);
 
-/// A camera's data block as found. While `block` is not null the element `tag` is pinned and must be unpinned.
+/// Elements of an array parameter: they lie `start` elements behind the one that the record's storage shows.
+/// By way of an integer, since the compiler would take the storage's length for the array's.
+template <class T>
+[[nodiscard]] T* arrayElements(T (&storage)[1], miInteger start) noexcept {
+    return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(&storage)) + start;
+}
+
+/// A camera's data block as found. While `block` is not null the element `tag` is pinned and must be
+/// unpinned.
 struct FrameBufferDataBlock {
     FrameBufferData* block;
     miTag tag;
-    bool byteSwapped;  ///< written by a machine of the other byte order; the contents are not swapped
+    bool byteSwapped; ///< written by a machine of the other byte order; the contents are not swapped
 };
 
 /// Trace level of a state.

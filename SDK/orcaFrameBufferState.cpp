@@ -19,8 +19,9 @@ constexpr int slotsLine = 2;
 constexpr PassTypeID shadowOnlyTypes[] = {PASS_SHADOW, PASS_SHADOW_LUMINANCE, PASS_RAW_SHADOW,
                                           PASS_RAW_SHADOW_LUMINANCE};
 /// Types whose light arrives unshadowed whatever the scene says.
-constexpr PassTypeID unshadowedTypes[] = {PASS_TRANSLUCENCE_NO_SHADOW, PASS_DIFFUSE_NO_SHADOW, PASS_SPECULAR_NO_SHADOW,
-                                          PASS_BEAUTY_NO_REFLECTION_REFRACTION, PASS_DIRECT_IRRADIANCE_NO_SHADOW};
+constexpr PassTypeID unshadowedTypes[] = {PASS_TRANSLUCENCE_NO_SHADOW, PASS_DIFFUSE_NO_SHADOW,
+                                          PASS_SPECULAR_NO_SHADOW, PASS_BEAUTY_NO_REFLECTION_REFRACTION,
+                                          PASS_DIRECT_IRRADIANCE_NO_SHADOW};
 
 template <class Change>
 void forEachRecord(const PassTypeInfo& types, PassTypeID type, FrameBufferInfo* records, Change change) {
@@ -29,12 +30,11 @@ void forEachRecord(const PassTypeInfo& types, PassTypeID type, FrameBufferInfo* 
 }
 
 PassTypeInfo countTypes(const FrameBufferData& data) {
+    const miInteger* const counts = arrayElements(data.FrameBufferTypeCounts, data.i_FrameBufferTypeCounts);
     PassTypeInfo types{};
     miInteger first = 0;
     for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
-        const miInteger count = type < data.n_FrameBufferTypeCounts
-                                    ? data.FrameBufferTypeCounts[data.i_FrameBufferTypeCounts + type]
-                                    : 0;
+        const miInteger count = type < data.n_FrameBufferTypeCounts ? counts[type] : 0;
         types.types[type] = {count, first};
         first += count;
     }
@@ -63,17 +63,19 @@ miBoolean createRecords(miState* state) {
     if (count > 0) records[0].frameBufferIndex = FRAME_BUFFER_UNRESOLVED;
 
     if (data.n_FrameBufferTypeCounts != PASS_TYPE_COUNT)
-        orcaError("orcaFrameBufferState(): FrameBufferTypeCounts array does not have the expected number of elements.");
+        orcaError("orcaFrameBufferState(): FrameBufferTypeCounts array does not have the expected number of "
+                  "elements.");
     PassTypeInfo types = countTypes(data);
 
-    mi_shaderstate_set(state, FRAME_BUFFER_INFO_KEY, records.get(), count * static_cast<int>(sizeof(FrameBufferInfo)),
-                       VELA_STATE_LIFETIME);
+    mi_shaderstate_set(state, FRAME_BUFFER_INFO_KEY, records.get(),
+                       count * static_cast<int>(sizeof(FrameBufferInfo)), VELA_STATE_LIFETIME);
     mi_shaderstate_set(state, PASS_TYPE_INFO_KEY, &types, sizeof types, VELA_STATE_LIFETIME);
-    slots.release();  // record 0 owns all slots from here on
+    slots.release(); // record 0 owns all slots from here on
     return miTRUE;
 }
 
-/// Slots of records that were never resolved stay allocated: without a sample nothing vouches for the records.
+/// Slots of records that were never resolved stay allocated: without a sample nothing vouches for the
+/// records.
 miBoolean destroyRecords(miState* state) {
     PassTypeInfo* types = nullptr;
     FrameBufferInfo* records = nullptr;
@@ -86,7 +88,8 @@ miBoolean destroyRecords(miState* state) {
 }
 
 void resolveRecord(miState* state, const FrameBufferDataRecord& data, FrameBufferInfo& record) {
-    if (data.frameBufferName == miNULLTAG) orcaError("Missing frameBufferName parameter in frameBufferInfo record.");
+    if (data.frameBufferName == miNULLTAG)
+        orcaError("Missing frameBufferName parameter in frameBufferInfo record.");
     record.frameBufferIndex = getNamedFrameBufferID(state, data.frameBufferName);
     record.flags = 0;
     for (unsigned bit = 0; bit < std::size(data.flags); ++bit)
@@ -98,7 +101,8 @@ void resolveRecord(miState* state, const FrameBufferDataRecord& data, FrameBuffe
     record.userWord4 = data.userWord4;
 }
 
-/// Looks the frame buffers' names up and takes over what the data block says of each record. Number of records.
+/// Looks the frame buffers' names up and takes over what the data block says of each record. Number of
+/// records.
 unsigned resolveRecords(miState* state, const PassTypeInfo& types, FrameBufferInfo* records, unsigned count) {
     const FrameBufferDataBlock found = getFrameBufferDataBlock(state);
     if (!found.block) return count;
@@ -106,10 +110,12 @@ unsigned resolveRecords(miState* state, const PassTypeInfo& types, FrameBufferIn
     const FrameBufferData& data = *found.block;
 
     const int dataRecords = data.n_frameBufferInfo;
-    for (int i = 0; i < dataRecords; ++i)
-        resolveRecord(state, data.frameBufferInfo[data.i_frameBufferInfo + i], records[i]);
+    const FrameBufferDataRecord* const dataRecord =
+        arrayElements(data.frameBufferInfo, data.i_frameBufferInfo);
+    for (int i = 0; i < dataRecords; ++i) resolveRecord(state, dataRecord[i], records[i]);
     for (const PassTypeID type : shadowOnlyTypes)
-        forEachRecord(types, type, records, [](FrameBufferInfo& r) { r.flags |= FB_SHADOW_ONLY | FB_SHADOWED; });
+        forEachRecord(types, type, records,
+                      [](FrameBufferInfo& r) { r.flags |= FB_SHADOW_ONLY | FB_SHADOWED; });
     for (const PassTypeID type : unshadowedTypes)
         forEachRecord(types, type, records, [](FrameBufferInfo& r) { r.flags &= ~unsigned{FB_SHADOWED}; });
     return static_cast<unsigned>(dataRecords);
@@ -120,7 +126,8 @@ miBoolean beginSample(miState* state) {
     FrameBufferInfo* records = nullptr;
     unsigned count = getFrameBufferInfo(state, types, records);
     if (count == 0) return miTRUE;
-    if (records[0].frameBufferIndex == FRAME_BUFFER_UNRESOLVED) count = resolveRecords(state, *types, records, count);
+    if (records[0].frameBufferIndex == FRAME_BUFFER_UNRESOLVED)
+        count = resolveRecords(state, *types, records, count);
     for (unsigned i = 0; i < count; ++i) {
         records[i].levelSlots[0].childResult = BLACK;
         records[i].levelSlots[0].levelAux = BLACK;
@@ -170,18 +177,25 @@ ORCA_EXPORT int orcaFrameBufferState_version(void) {
 
 ORCA_EXPORT void orcaFrameBufferState_init(miState* state, void* parameters, miBoolean* initRequired) {
     if (parameters) return;
-    requireStateShader(state, "orcaFrameBufferState(): Not invoked as state shader.\nCould be a version mismatch. "
-                              "Re-export the .mi");
+    requireStateShader(state,
+                       "orcaFrameBufferState(): Not invoked as state shader.\nCould be a version mismatch. "
+                       "Re-export the .mi");
     *initRequired = miFALSE;
 }
 
 ORCA_EXPORT miBoolean orcaFrameBufferState(miColor*, miState* state, void*, miShader_state_arg* argument) {
     switch (argument->op) {
-    case miSHADERSTATE_STATE_INIT: return createRecords(state);
-    case miSHADERSTATE_STATE_EXIT: return destroyRecords(state);
-    case miSHADERSTATE_SAMPLE_INIT: return beginSample(state);
-    case miSHADERSTATE_SAMPLE_EXIT: return endSample(state, *argument);
-    default: mi_warning("vela_state(): Invoked with invalid opcode."); return miFALSE;
+    case miSHADERSTATE_STATE_INIT:
+        return createRecords(state);
+    case miSHADERSTATE_STATE_EXIT:
+        return destroyRecords(state);
+    case miSHADERSTATE_SAMPLE_INIT:
+        return beginSample(state);
+    case miSHADERSTATE_SAMPLE_EXIT:
+        return endSample(state, *argument);
+    default:
+        mi_warning("vela_state(): Invoked with invalid opcode.");
+        return miFALSE;
     }
 }
 

@@ -24,7 +24,7 @@ std::string flagsText(const FrameBufferDataRecord& record) {
 
 /// Type of record `index`: records lie in type order, so many of each as the counts say.
 int typeOfRecord(const FrameBufferData& block, int index) {
-    const miInteger* counts = block.FrameBufferTypeCounts + block.i_FrameBufferTypeCounts;
+    const miInteger* counts = arrayElements(block.FrameBufferTypeCounts, block.i_FrameBufferTypeCounts);
     int end = 0;
     for (int type = 0; type < std::min(block.n_FrameBufferTypeCounts, PASS_TYPE_COUNT); ++type) {
         end += counts[type];
@@ -53,7 +53,7 @@ std::map<std::string, std::map<std::string, std::string>> passMetadata(const sce
                                                                        const FrameBufferData& block) {
     std::map<std::string, std::map<std::string, std::string>> metadata;
     for (int i = 0; i < block.n_frameBufferInfo; ++i) {
-        const FrameBufferDataRecord& record = block.frameBufferInfo[block.i_frameBufferInfo + i];
+        const FrameBufferDataRecord& record = arrayElements(block.frameBufferInfo, block.i_frameBufferInfo)[i];
         const auto* name = database.find<scene::StringElement>(record.frameBufferName);
         const int type = typeOfRecord(block, i);
         if (!name || type < 0) continue;

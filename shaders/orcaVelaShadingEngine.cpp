@@ -92,7 +92,8 @@ private:
 void evaluateExtraOutputs(miState* state, P* record) {
     const int count = *mi_eval_integer(&record->n_extraOutputs);
     const int first = *mi_eval_integer(&record->i_extraOutputs);
-    for (int k = 0; k < count; ++k) mi_eval(state, &record->extraOutputs[first + k]);
+    miColor* const outputs = arrayElements(record->extraOutputs, first);
+    for (int k = 0; k < count; ++k) mi_eval(state, &outputs[k]);
 }
 
 bool inTransparency(const PassRecords& passes) {

@@ -128,6 +128,7 @@ std::vector<std::string> bareChannelNames(const Buffer& buffer) {
 void writeExr(const std::string& path, const PictureFrame& frame, const std::vector<ExrPart>& parts,
               const std::string& compression) {
     std::vector<Imf::Header> headers;
+    headers.reserve(parts.size());
     for (const ExrPart& part : parts) headers.push_back(headerOf(frame, part, compression));
 
     if (Imf::globalThreadCount() < frame.threads) Imf::setGlobalThreadCount(frame.threads);

@@ -69,8 +69,8 @@ void forEachColor(Raster& raster, Operation operation) {
         for (int c = 0; c < colors; ++c) operation(raster.values[i + static_cast<std::size_t>(c)]);
 }
 
-bool writeRaster(const std::string& path, const std::string& format, OIIO::ImageSpec spec,
-                 const Raster& raster, OIIO::TypeDesc pixelType, scene::Messages& messages) {
+bool writeRaster(const std::string& path, const std::string& format, const OIIO::ImageSpec& spec,
+                 const Raster& raster, const OIIO::TypeDesc& pixelType, scene::Messages& messages) {
     const auto refuse = [&](const std::string& why) {
         messages.error("IMG", "cannot write \"{}\": {}", path, why);
         return false;
@@ -141,7 +141,7 @@ bool writeImageFile(const std::string& path, const std::string& format, const Pi
         return false;
     }
     Raster raster = rasterOf(frame, layer, fileChannels(format, *layer.buffer));
-    const bool integers = stored == OIIO::TypeDesc::UINT8 || stored == OIIO::TypeDesc::UINT16;
+    const bool integers = !stored.is_floating_point() && stored.basetype != OIIO::TypeDesc::UINT32;
     if (integers) {
         for (float& value : raster.values) value = std::isnan(value) ? 0.0f : std::clamp(value, 0.0f, 1.0f);
         if (isColor(type) && frame.gamma > 0.0f && frame.gamma != 1.0f)

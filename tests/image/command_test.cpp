@@ -160,6 +160,57 @@ TEST_F(Command, GivesTheSameFileForAnyNumberOfThreads) {
     EXPECT_TRUE(one.str() == four.str());
 }
 
+/// Values that --pixel printed for a layer.
+std::vector<double> layerValues(const std::string& output, const std::string& layer) {
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string name;
+        if (!(words >> name) || name != layer) continue;
+        std::vector<double> values;
+        for (double value; words >> value;) values.push_back(value);
+        return values;
+    }
+    return {};
+}
+
+TEST_F(Command, SetsPassesUpOnASceneThatKnowsNone) {
+    const std::string lit = "link \"orca.so\"\n$include <orca.mi>\n" + std::string(grayCard) + R"(
+light "sun" "orcaVelaDirectionalLight" ( "intensity" 1.0, "color" 1 1 1 1, "useRayTraceShadows" on )
+    direction 0 0 -1
+end light
+instance "sun_inst" "sun" end instance
+shader "red" "orcaVelaLambert" ( "color" 0.6 0.2 0.1 1, "diffuse" 1.0 )
+material "red_mtl" "orcaVelaShadingEngine" ( "surfaceShader" "red" ) end material
+instance "front" "card" material "red_mtl" transform 1 0 0 0  0 1 0 0  0 0 1 0  -1 0 -1 1 end instance
+incremental instance "card_inst" material "red_mtl" end instance
+incremental instgroup "world"  "cam_inst" "card_inst" "front" "sun_inst" end instgroup
+)" + renderIt;
+    scene("lit.mi", lit);
+    // Just left of the front card's edge the sun does not reach the card behind it.
+    const std::string passes = "--passes beauty,diffuse,diffuseNoShadow,shadow,cameraDepth,coverage,label";
+    ASSERT_EQ(run("lit.mi " + passes + " --pixel 7,4"), 0) << output;
+    const std::vector<double> main = layerValues(output, "main"), beauty = layerValues(output, "beauty"),
+                              diffuse = layerValues(output, "diffuse"),
+                              shadow = layerValues(output, "shadow"),
+                              unshadowed = layerValues(output, "diffuseNoShadow");
+    ASSERT_TRUE(main.size() == 4 && beauty.size() == 4 && diffuse.size() == 4 && shadow.size() == 4 &&
+                unshadowed.size() == 4)
+        << output;
+    for (std::size_t c = 0; c < 3; ++c) {
+        EXPECT_NEAR(beauty[c], main[c], 1e-4 * main[c]);
+        EXPECT_NEAR(diffuse[c] + shadow[c], unshadowed[c], 1e-5);
+    }
+    EXPECT_GT(unshadowed[0], 0.1);
+    EXPECT_EQ(layerValues(output, "cameraDepth"), std::vector<double>{4});
+    EXPECT_EQ(layerValues(output, "label"), std::vector<double>{7});
+
+    ASSERT_EQ(run("lit.mi --passes all -v 4"), 0) << output;
+    EXPECT_TRUE(says("got orcaVelaFastShadow")) << output;
+    ASSERT_EQ(run("lit.mi --passes all --list-outputs"), 0);
+    EXPECT_TRUE(says("beautyNoReflectionRefraction.R") && says("lightSum.Y")) << output;
+}
+
 TEST_F(Command, StopsWhenAskedAndLeavesNoHalfFile) {
     scene("a.mi", grayCard + std::string(renderIt));
     // The signal comes when the first progress line shows that tiles are being rendered.

@@ -68,6 +68,8 @@ TEST_F(LightProtocol, ALightFeedsTheRecordsThatItsMaskAdmits) {
         {renderer.database.addMaskedInstance(""), all},
         {renderer.database.addInstance(), all},
         {renderer.database.addInstance(0, renderer.database.addUserData({0})), all},
+        {renderer.database.addInstance(0, renderer.database.addUserData({9999})),
+         all},                                         // a string nobody knows
         {renderer.database.addInstance(0, 9999), all}, // user data that the renderer does not know
         {9999, all},                                   // nor the instance
     };
