@@ -33,6 +33,10 @@ miColor delivered(const FrameBufferInfo& record, const miColor& light, const miC
     return withAlpha(arriving, 1.0f);
 }
 
+bool isBlack(const miColor& c) {
+    return c.r == 0.0f && c.g == 0.0f && c.b == 0.0f && c.a == 0.0f;
+}
+
 void resetTransmission(unsigned count, FrameBufferInfo* records) {
     for (unsigned i = 0; i < count; ++i)
         if (records[i].flags & FB_LIGHT_CONTRIBUTES) records[i].shadowTransmission = WHITE;
@@ -51,11 +55,14 @@ void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, in
     if (count == 0) return;
     records[0].flags &= ~unsigned{FB_IN_LIGHT_LOOP};
     if (samples < 1) return;
+    if (*mode == WRITE_NONE || state->type == miRAY_ENVIRONMENT) return;
     const float inverse = 1.0f / static_cast<float>(samples);
+    const bool adds = *mode != WRITE_MULTIPLY && *mode != WRITE_REPLACE;
     for (unsigned i = 0; i < count; ++i) {
-        if (*mode == WRITE_NONE) continue;
+        // Most passes take nothing of a light: adding black would only fetch their slots.
+        if (adds && isBlack(records[i].lightAccum)) continue;
         TraceLevelSlot& slot = records[i].levelSlots[traceLevel(state)];
-        if ((slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) || state->type == miRAY_ENVIRONMENT) continue;
+        if (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) continue;
         miColor gathered = records[i].lightAccum * inverse;
         if (*useScale & 1u) gathered *= *scale;
         combine(slot.levelResult, gathered, *mode);
@@ -70,7 +77,7 @@ void setupLightContributions(unsigned count, FrameBufferInfo* records, miState* 
     }
     const PassMask mask(state->light_instance);
     for (unsigned i = 0; i < count; ++i) {
-        if (contributesToPass(static_cast<int>(i), mask.text()))
+        if (mask.admits(i))
             records[i].flags |= FB_LIGHT_CONTRIBUTES;
         else
             records[i].flags &= ~unsigned{FB_LIGHT_CONTRIBUTES};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "orcaGuards.h"
+#include "orcaRenderPassUtilities.h"
 
 #include <shader.h>
 
@@ -13,6 +14,10 @@ class PassMask {
 public:
     explicit PassMask(miTag instance);
 
+    /// True when the mask, if there is one, has the pass.
+    [[nodiscard]] bool admits(unsigned passIndex) const {
+        return !text() || contributesToPass(static_cast<int>(passIndex), text());
+    }
     [[nodiscard]] const char* text() const noexcept { return text_ && *text_->get() ? text_->get() : nullptr; }
 
 private:

@@ -47,7 +47,7 @@ void prepareSlots(const miState* state, const PassRecords& passes) {
         TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
         slot.levelResult = BLACK;
         slot.levelMode = boundedLevelMode(record, state->reflection_level, state->refraction_level);
-        if (!contributesToPass(static_cast<int>(i), mask.text()) && !admitsExcluded(record, state))
+        if (!mask.admits(i) && !admitsExcluded(record, state))
             slot.levelMode |= TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
     }
 }

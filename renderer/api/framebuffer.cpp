@@ -9,7 +9,7 @@
 #include <cstring>
 #include <memory>
 
-using orca::image::Buffer;
+using orca::render::Frame;
 using orca::render::RenderContext;
 using orca::render::renderContextOf;
 
@@ -48,10 +48,20 @@ public:
 
 constexpr int interfaceVersion = 3;
 
-const Buffer* bufferAt(const RenderContext& context, int index) {
-    const auto& buffers = context.frame.framebuffers.buffers();
-    return index >= 0 && static_cast<std::size_t>(index) < buffers.size() ? &buffers[static_cast<std::size_t>(index)]
-                                                                           : nullptr;
+const Frame::BufferSlot* slotAt(const RenderContext& context, int index) {
+    const auto& slots = context.frame.bufferSlots;
+    return index >= 0 && static_cast<std::size_t>(index) < slots.size() ? &slots[static_cast<std::size_t>(index)]
+                                                                         : nullptr;
+}
+
+/// Copies a buffer's value; the few sizes that there are compile to plain moves.
+void copyValue(void* to, const void* from, int bytes) {
+    switch (bytes) {
+    case 16: std::memcpy(to, from, 16); break;
+    case 12: std::memcpy(to, from, 12); break;
+    case 4: std::memcpy(to, from, 4); break;
+    default: std::memcpy(to, from, static_cast<std::size_t>(bytes));
+    }
 }
 
 } // namespace
@@ -65,21 +75,19 @@ extern "C" {
 
 DLLEXPORT miBoolean mi_fb_put(miState* state, int index, const void* value) {
     RenderContext& context = renderContextOf(state);
-    const Buffer* buffer = bufferAt(context, index);
-    if (!buffer || !value) return miFALSE;
+    const Frame::BufferSlot* slot = slotAt(context, index);
+    if (!slot || !value) return miFALSE;
     if (!context.inEyeSample) return miTRUE;  // outside an eye sample there is nothing to put it into
-    std::memcpy(context.sampleWords.data() + buffer->sampleOffset, value,
-                sizeof(float) * static_cast<std::size_t>(buffer->components));
+    copyValue(context.sampleWords.data() + slot->offset, value, slot->bytes);
     context.written[static_cast<std::size_t>(index)] = 1;
     return miTRUE;
 }
 
 DLLEXPORT miBoolean mi_fb_get(miState* state, int index, void* value) {
     RenderContext& context = renderContextOf(state);
-    const Buffer* buffer = bufferAt(context, index);
-    if (!buffer || !value) return miFALSE;
-    std::memcpy(value, context.sampleWords.data() + buffer->sampleOffset,
-                sizeof(float) * static_cast<std::size_t>(buffer->components));
+    const Frame::BufferSlot* slot = slotAt(context, index);
+    if (!slot || !value) return miFALSE;
+    copyValue(value, context.sampleWords.data() + slot->offset, slot->bytes);
     return miTRUE;
 }
 

@@ -12,18 +12,20 @@ namespace {
 
 /// The shader instance that a question is about: the tag's, else the state's.
 miFunction* functionOf(const Query& query) {
-    if (query.tag != miNULLTAG) {
-        auto* database = shading::activeRenderer().database;
-        auto* element = database ? database->find<scene::FunctionElement>(query.tag) : nullptr;
-        return element ? element->function() : nullptr;
-    }
-    return query.state ? query.state->shader : nullptr;
+    if (query.tag == miNULLTAG) return query.state ? query.state->shader : nullptr;
+    auto* database = shading::activeRenderer().database;
+    auto* element = database ? database->find<scene::FunctionElement>(query.tag) : nullptr;
+    return element ? element->function() : nullptr;
 }
 
-const scene::DeclarationElement* declarationOf(const Query& query, const miFunction* function) {
+/// The declaration that a question is about: the tag's own, or that of the shader instance.
+const scene::DeclarationElement* declarationOf(const Query& query) {
     auto* database = shading::activeRenderer().database;
     if (!database) return nullptr;
-    return database->find<scene::DeclarationElement>(function ? function->function_decl : query.tag);
+    if (const auto* function = database->find<scene::FunctionElement>(query.tag)) return function->declaration;
+    if (query.tag == miNULLTAG && query.state && query.state->shader)
+        return database->find<scene::DeclarationElement>(query.state->shader->function_decl);
+    return database->find<scene::DeclarationElement>(query.tag);
 }
 
 shading::ShaderRuntime* runtimeOf(const Query& query) {
@@ -36,8 +38,8 @@ Answer given(const Query& query, const T& value) {
     return Answer::Given;
 }
 
-Answer answerAboutDeclaration(const Query& query, const miFunction* function) {
-    const scene::DeclarationElement* declaration = declarationOf(query, function);
+Answer answerAboutDeclaration(const Query& query) {
+    const scene::DeclarationElement* declaration = declarationOf(query);
     if (!declaration) return Answer::Unavailable;
     switch (query.code) {
     case miQ_DECL_NAME: return given(query, const_cast<char*>(declaration->name.c_str()));
@@ -57,7 +59,7 @@ Answer answerAboutFunction(const Query& query) {
     case miQ_DECL_NAME:
     case miQ_DECL_RESULT_SIZE:
     case miQ_DECL_TYPE:
-    case miQ_DECL_VERSION: return answerAboutDeclaration(query, functionOf(query));
+    case miQ_DECL_VERSION: return answerAboutDeclaration(query);
     case miQ_FUNC_USERPTR:
     case miQ_DECL_LOCK:
     case miQ_FUNC_LOCK:

@@ -6,6 +6,8 @@
 #include "render/visible.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 
@@ -34,15 +36,14 @@ void resetBase(RenderContext& context) {
     state.ior = state.ior_in = 1.0f;
 }
 
+/// Without branches and in integers, so that it runs over many words at a time.
 bool anyNotFinite(const std::vector<float>& words, int first, int count) {
-    constexpr std::uint32_t exponent = 0x7f800000u;
-    bool found = false;
-    for (int w = first; w < first + count; ++w) {
-        std::uint32_t bits;
-        std::memcpy(&bits, &words[static_cast<std::size_t>(w)], sizeof bits);
-        found |= (bits & exponent) == exponent;
-    }
-    return found;
+    constexpr std::uint32_t magnitude = 0x7fffffffu;
+    constexpr std::uint32_t carryOfFullExponent = 0x00800000u;
+    std::uint32_t carries = 0;
+    for (int w = first; w < first + count; ++w)
+        carries |= (std::bit_cast<std::uint32_t>(words[static_cast<std::size_t>(w)]) & magnitude) + carryOfFullExponent;
+    return (carries & ~magnitude) != 0;
 }
 
 /// A value that is no number would spread over a whole picture in compositing: black instead, and a report.
@@ -63,8 +64,8 @@ void dropNotFinite(RenderContext& context) {
 /// The renderer's own buffers take what it knows of the first hit.
 void fillMainBuffers(RenderContext& context, const miColor& color) {
     const PrimaryHit& primary = context.primary;
-    for (const image::Buffer& buffer : context.frame.framebuffers.buffers()) {
-        float* words = context.sampleWords.data() + buffer.sampleOffset;
+    for (const Frame::MainBuffer& buffer : context.frame.mainBuffers) {
+        float* words = context.sampleWords.data() + buffer.offset;
         switch (buffer.source) {
         case image::MainSource::None: break;
         case image::MainSource::Color: std::memcpy(words, &color, sizeof color); break;
@@ -157,9 +158,7 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY,
     }
     context.store.endSample();
 
-    const auto& buffers = frame.framebuffers.buffers();
-    const image::Buffer& primary = buffers[static_cast<std::size_t>(frame.framebuffers.primaryIndex())];
-    std::memcpy(context.sampleWords.data() + primary.sampleOffset, &color, sizeof color);
+    std::memcpy(context.sampleWords.data() + frame.primaryOffset, &color, sizeof color);
     fillMainBuffers(context, color);
     if (anyNotFinite(context.sampleWords, 0, static_cast<int>(context.sampleWords.size()))) dropNotFinite(context);
     context.inEyeSample = false;

@@ -13,10 +13,6 @@ void enter(std::vector<std::uint32_t>& byTag, miTag tag, std::uint32_t index) {
     byTag[tag] = index;
 }
 
-std::uint32_t lookUp(const std::vector<std::uint32_t>& byTag, miTag tag) {
-    return tag < byTag.size() ? byTag[tag] : geometry::nothing;
-}
-
 } // namespace
 
 Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages, shading::ShaderRuntime& shaderRuntime,
@@ -25,12 +21,17 @@ Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages, sha
              const miCamera& renderCamera, miTag cameraInstanceTag)
     : database(sceneDatabase), messages(sceneMessages), runtime(shaderRuntime), textures(textureCache),
       geometry(sceneGeometry), framebuffers(frameBuffers), options(renderOptions), camera(renderCamera),
-      cameraInstance(cameraInstanceTag), globalLock(nullptr) {
+      cameraInstance(cameraInstanceTag), globalLock(nullptr), leaves(sceneGeometry.leaves()) {
     const auto* instance = database.find<scene::InstanceElement>(cameraInstance);
     mi_matrix_copy(cameraToWorld, instance->instance.tf.local_to_global);
     mi_matrix_copy(worldToCamera, instance->instance.tf.global_to_local);
 
-    const auto leaves = geometry.leaves();
+    for (const image::Buffer& buffer : framebuffers.buffers()) {
+        bufferSlots.push_back({buffer.sampleOffset, buffer.components * static_cast<int>(sizeof(float))});
+        if (buffer.source != image::MainSource::None) mainBuffers.push_back({buffer.source, buffer.sampleOffset});
+    }
+    primaryOffset = framebuffers.buffers()[static_cast<std::size_t>(framebuffers.primaryIndex())].sampleOffset;
+
     for (std::size_t i = 0; i < leaves.size(); ++i)
         enter(leafByTag_, leaves[i].instance, static_cast<std::uint32_t>(i));
 
@@ -51,20 +52,6 @@ Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages, sha
             materialByTag_.resize(tag + 1);
             materialByTag_[tag] = &element->material;
         }
-}
-
-const geometry::Leaf* Frame::leafOf(miTag instance) const {
-    const std::uint32_t index = leafIndexOf(instance);
-    return index == geometry::nothing ? nullptr : &geometry.leaves()[index];
-}
-
-std::uint32_t Frame::leafIndexOf(miTag instance) const {
-    return lookUp(leafByTag_, instance);
-}
-
-const PlacedLight* Frame::lightOf(miTag instance) const {
-    const std::uint32_t index = lookUp(lightByTag_, instance);
-    return index == geometry::nothing ? nullptr : &lights_[index];
 }
 
 miVector Frame::rasterFromCamera(const miVector& point) const {

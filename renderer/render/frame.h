@@ -11,6 +11,7 @@
 
 #include <shader.h>
 
+#include <span>
 #include <vector>
 
 namespace orca::render {
@@ -36,11 +37,31 @@ public:
     miLock globalLock;
     std::uint32_t seed = 0;
 
+    /// Where a frame buffer's words lie in a sample, by index: what the path of a sample needs of image::Buffer.
+    struct BufferSlot {
+        int offset, bytes;
+    };
+    std::vector<BufferSlot> bufferSlots;
+    /// The buffers that the renderer itself fills.
+    struct MainBuffer {
+        image::MainSource source;
+        int offset;
+    };
+    std::vector<MainBuffer> mainBuffers;
+    int primaryOffset;
+
+    /// All placed meshes.
+    const std::span<const geometry::Leaf> leaves;
     /// The placed mesh of a leaf instance; null for other tags.
-    [[nodiscard]] const geometry::Leaf* leafOf(miTag instance) const;
-    [[nodiscard]] std::uint32_t leafIndexOf(miTag instance) const;
+    [[nodiscard]] const geometry::Leaf* leafOf(miTag instance) const {
+        const std::uint32_t index = lookUp(leafByTag_, instance);
+        return index == geometry::nothing ? nullptr : &leaves[index];
+    }
     /// The placed light of a light instance; null for other tags.
-    [[nodiscard]] const PlacedLight* lightOf(miTag instance) const;
+    [[nodiscard]] const PlacedLight* lightOf(miTag instance) const {
+        const std::uint32_t index = lookUp(lightByTag_, instance);
+        return index == geometry::nothing ? nullptr : &lights_[index];
+    }
     /// Material record; null for an unknown tag.
     [[nodiscard]] const miMaterial* materialOf(miTag material) const {
         return material < materialByTag_.size() ? materialByTag_[material] : nullptr;
@@ -51,6 +72,11 @@ public:
     [[nodiscard]] miVector cameraFromRaster(const miVector& raster) const;
 
 private:
+    /// `geometry::nothing` where a tag is none of them.
+    static std::uint32_t lookUp(const std::vector<std::uint32_t>& byTag, miTag tag) {
+        return tag < byTag.size() ? byTag[tag] : geometry::nothing;
+    }
+
     std::vector<std::uint32_t> leafByTag_;
     std::vector<PlacedLight> lights_;
     std::vector<std::uint32_t> lightByTag_;

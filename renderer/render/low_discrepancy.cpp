@@ -24,10 +24,21 @@ constexpr DirectionNumbers directionNumbers(std::uint32_t coefficients,
     return v;
 }
 
-constexpr std::array<DirectionNumbers, sobolDimensions - 1> sobolMatrices = {
-    directionNumbers<1>(0, {1}),
-    directionNumbers<2>(1, {1, 3}),
-    directionNumbers<3>(1, {1, 3, 1}),
+/// Sobol points of one dimension for every value of each byte of the index: a point is four look-ups.
+using ByteTables = std::array<std::array<std::uint32_t, 256>, 4>;
+
+constexpr ByteTables byteTables(const DirectionNumbers& v) {
+    ByteTables tables{};
+    for (std::size_t byte = 0; byte < 4; ++byte)
+        for (std::uint32_t value = 0; value < 256; ++value)
+            for (std::size_t bit = 0; bit < 8; ++bit)
+                if ((value >> bit) & 1u) tables[byte][value] ^= v[8 * byte + bit];
+    return tables;
+}
+
+constexpr std::array<ByteTables, sobolDimensions - 2> sobolTables = {
+    byteTables(directionNumbers<2>(1, {1, 3})),
+    byteTables(directionNumbers<3>(1, {1, 3, 1})),
 };
 
 constexpr std::uint32_t reverseBits(std::uint32_t x) noexcept {
@@ -48,25 +59,33 @@ constexpr std::uint32_t scrambleUpward(std::uint32_t x, std::uint32_t key) noexc
     return x;
 }
 
-constexpr std::uint32_t owenScramble(std::uint32_t x, std::uint32_t key) noexcept {
-    return reverseBits(scrambleUpward(reverseBits(x), key));
+/// The second dimension, bits reversed: its matrix is Pascal's triangle modulo 2, which acts as sums over supersets of
+/// bit positions.
+constexpr std::uint32_t reversedSecondDimension(std::uint32_t index) noexcept {
+    index ^= (index >> 1) & 0x55555555u;
+    index ^= (index >> 2) & 0x33333333u;
+    index ^= (index >> 4) & 0x0f0f0f0fu;
+    index ^= (index >> 8) & 0x00ff00ffu;
+    index ^= index >> 16;
+    return index;
 }
 
-constexpr std::uint32_t sobol(std::uint32_t index, int dimension) noexcept {
-    if (dimension == 0) return reverseBits(index);
-    const DirectionNumbers& v = sobolMatrices[static_cast<std::size_t>(dimension - 1)];
-    std::uint32_t x = 0;
-    for (int bit = 0; index != 0; index >>= 1, ++bit)
-        if (index & 1u) x ^= v[static_cast<std::size_t>(bit)];
-    return x;
+/// Coordinate of a point before scrambling, bits reversed, as the scramble wants it.
+std::uint32_t reversedSobol(std::uint32_t index, int dimension) noexcept {
+    if (dimension == 0) return index;
+    if (dimension == 1) return reversedSecondDimension(index);
+    const ByteTables& tables = sobolTables[static_cast<std::size_t>(dimension - 2)];
+    return reverseBits(tables[0][index & 0xffu] ^ tables[1][(index >> 8) & 0xffu] ^ tables[2][(index >> 16) & 0xffu] ^
+                       tables[3][index >> 24]);
 }
 
 } // namespace
 
 float scrambledSobol(std::uint32_t index, int dimension, std::uint32_t key) noexcept {
-    const std::uint32_t shuffled = owenScramble(index, mixBits(key));
+    const std::uint32_t shuffled = reverseBits(scrambleUpward(reverseBits(index), mixBits(key)));
     const std::uint32_t bits =
-        owenScramble(sobol(shuffled, dimension), mixKeys(key, 0x68bc21ebu + static_cast<std::uint32_t>(dimension)));
+        reverseBits(scrambleUpward(reversedSobol(shuffled, dimension),
+                                   mixKeys(key, 0x68bc21ebu + static_cast<std::uint32_t>(dimension))));
     return static_cast<float>(bits >> 8) * 0x1p-24f;
 }
 

@@ -20,6 +20,8 @@ public:
     /// Place of sample `index` of a pixel from three coordinates in [0, 1).
     [[nodiscard]] Placement place(unsigned index, float u, float v, float lobe) const;
 
+    /// False when `lobe` does not matter.
+    [[nodiscard]] bool hasNegativeLobes() const { return negativeMass_ > 0.0f; }
     [[nodiscard]] float width() const { return x_.support; }
     [[nodiscard]] float height() const { return y_.support; }
 

@@ -26,7 +26,7 @@ bool withinDepth(const miState* state, int level, int limit) {
 
 /// The leaf that the state stands on, to see which rays it may send.
 const geometry::Leaf* standsOn(const RenderContext& context, const miState* state) {
-    return state->hit_leaf == geometry::nothing ? nullptr : &context.frame.geometry.leaves()[state->hit_leaf];
+    return state->hit_leaf == geometry::nothing ? nullptr : &context.frame.leaves[state->hit_leaf];
 }
 
 miBoolean castFrom(RenderContext& context, ChildState& child, miState* state, const miVector& direction,

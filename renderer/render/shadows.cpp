@@ -65,7 +65,7 @@ ShadowPath pathOf(const RenderContext& context, miState* state) {
 bool nextOccluder(RenderContext& context, Ray& ray, const ShadowPath& path, Hit& hit) {
     const geometry::SceneGeometry& geometry = context.frame.geometry;
     while (geometry.intersect(ray, hit)) {
-        if (geometry.castsShadowOf(geometry.leaves()[hit.leaf], path.lightInstance)) return true;
+        if (geometry.castsShadowOf(context.frame.leaves[hit.leaf], path.lightInstance)) return true;
         ray.nearDistance = hit.distance;
         ray.skipLeaf = hit.leaf;
         ray.skipTriangle = hit.triangle;
@@ -91,7 +91,7 @@ miBoolean callOccluder(RenderContext& context, miColor& result, miState* lightSt
     setHit(context, child.derived(), ray, hit, NormalSide::AsModelled);
     child->dist = std::max(mi_vector_dist(&path.lightOrigin, &child->point), std::numeric_limits<float>::min());
     const miMaterial* material = occluderMaterial(context, *child.get());
-    if (!material || material->shadow == miNULLTAG || material->opaque) return blocked(result);
+    if (!material || material->shadow == miNULLTAG) return blocked(result);
     child->refraction_volume = material->volume;
     return context.runtime.call(&result, miSHADER_SHADOW, child.get(), material->shadow);
 }
@@ -142,7 +142,7 @@ miBoolean segment(RenderContext& context, miColor& result, miState* state, miTag
         setHit(context, child.derived(), ray, hit, NormalSide::AsModelled);
         child->dist = std::max(mi_vector_dist(&child->org, &child->point), std::numeric_limits<float>::min());
         const miMaterial* material = occluderMaterial(context, *child.get());
-        if (!material || material->shadow == miNULLTAG || material->opaque) return blocked(result);
+        if (!material || material->shadow == miNULLTAG) return blocked(result);
         child->refraction_volume = material->volume;
         delivered = context.runtime.call(&result, miSHADER_SHADOW, child.get(), material->shadow);
     } else {
@@ -161,7 +161,7 @@ miBoolean traceShadow(miColor& result, miState* lightState) {
     RenderContext& context = renderContextOf(lightState);
     const char mode = context.frame.options.shadow;
     if (mode == miSHADOW_OFF || !context.frame.options.trace || context.depth >= maxNesting) return miTRUE;
-    if (const geometry::Leaf* leaf = context.frame.leafOf(lightState->instance); leaf && !leaf->receivesShadows)
+    if (lightState->hit_leaf != geometry::nothing && !context.frame.leaves[lightState->hit_leaf].receivesShadows)
         return miTRUE;
 
     ++context.counts.shadow;

@@ -8,7 +8,7 @@ namespace orca::render {
 void setHit(const RenderContext& context, DerivedState& child, const geometry::Ray& ray, const geometry::Hit& hit,
             NormalSide side) {
     miState& state = child.state;
-    const geometry::Leaf& leaf = context.frame.geometry.leaves()[hit.leaf];
+    const geometry::Leaf& leaf = context.frame.leaves[hit.leaf];
     geometry::SurfacePoint surface;
     context.frame.geometry.surfaceAt(ray, hit, surface, child.textureCoordinates.data());
 

@@ -76,8 +76,9 @@ void TileRenderer::renderTile(Worker& worker, const Refinement::Pass& pass, cons
             for (unsigned index = pass.firstSample; index < pass.endSample; ++index) {
                 Sampler& sampler = worker.context.sampler;
                 sampler.startSample(frame_.seed, x, y, index);
+                const float lobe = filter_.hasNegativeLobes() ? sampler.eye(EyeFilterLobe) : 0.0f;
                 PixelFilter::Placement placement =
-                    filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), sampler.eye(EyeFilterLobe));
+                    filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
                 if (pass.endSample == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
                 renderEyeSample(worker.context, x, y, placement);
                 worker.samples.add(placement, worker.context.sampleWords.data());

@@ -41,7 +41,12 @@ public:
     /// Null for an unknown tag and for an element of another kind.
     template <class T>
     [[nodiscard]] T* find(miTag tag) const {
-        return dynamic_cast<T*>(get(tag));
+        Element* element = get(tag);
+        // Kinds that alone have their type are told apart by it, which shaders' questions need fast.
+        if constexpr (requires { T::elementType; })
+            return element && element->type == T::elementType ? static_cast<T*>(element) : nullptr;
+        else
+            return dynamic_cast<T*>(element);
     }
     /// One past the largest tag in use.
     [[nodiscard]] miTag endTag() const { return next_.load(std::memory_order_acquire); }

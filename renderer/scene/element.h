@@ -34,6 +34,7 @@ struct Element {
 
 /// Text that parameters refer to by tag.
 struct StringElement final : Element {
+    static constexpr miScene_type elementType = miSCENE_STRING;
     explicit StringElement(std::string content) : Element(miSCENE_STRING), text(std::move(content)) {}
     void* record() override { return readable ? text.data() : nullptr; }
     [[nodiscard]] int recordSize() const override { return static_cast<int>(text.size()) + 1; }
@@ -50,6 +51,7 @@ struct OtherElement final : Element {
 
 /// `instgroup`: instances in order.
 struct GroupElement final : Element {
+    static constexpr miScene_type elementType = miSCENE_GROUP;
     GroupElement() : Element(miSCENE_GROUP) {}
     void* record() override { return this; }
     [[nodiscard]] int recordSize() const override { return sizeof(GroupElement); }

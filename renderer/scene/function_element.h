@@ -15,6 +15,7 @@ namespace orca::scene {
 /// A shader instance. Its record is one 16-byte aligned block: miFunction, the parameters and, when anything
 /// is connected, the ghost table. `miFunction::ext` belongs to the shading room, `miFunction::lock` too.
 struct FunctionElement final : Element {
+    static constexpr miScene_type elementType = miSCENE_FUNCTION;
     explicit FunctionElement(const DeclarationElement& shaderDeclaration);
     void* record() override { return block_.get(); }
     [[nodiscard]] int recordSize() const override { return blockSize_; }
@@ -43,6 +44,7 @@ private:
 
 /// `data`: a block that elements carry. Its record is miUserdata, followed by the parameters.
 struct UserdataElement final : Element {
+    static constexpr miScene_type elementType = miSCENE_USERDATA;
     UserdataElement();
     void* record() override { return block_.get(); }
     [[nodiscard]] int recordSize() const override { return blockSize_; }

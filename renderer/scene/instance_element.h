@@ -28,6 +28,7 @@ struct InstanceFlags {
 
 /// One element in one place below its group.
 struct InstanceElement final : Element {
+    static constexpr miScene_type elementType = miSCENE_INSTANCE;
     using Matrix = std::array<float, 16>;
     enum class Motion { Inherited, Given, Off };
 

@@ -61,6 +61,7 @@ struct TriangleList {
 };
 
 struct ObjectElement final : Element {
+    static constexpr miScene_type elementType = miSCENE_OBJECT;
     ObjectElement();
     void* record() override { return &object; }
     [[nodiscard]] int recordSize() const override { return sizeof(object); }

@@ -10,6 +10,7 @@
 namespace orca::scene {
 
 struct MaterialElement final : Element {
+    static constexpr miScene_type elementType = miSCENE_MATERIAL;
     MaterialElement() : Element(miSCENE_MATERIAL) {}
     void* record() override { return &material; }
     [[nodiscard]] int recordSize() const override { return sizeof(material); }
@@ -19,6 +20,7 @@ struct MaterialElement final : Element {
 };
 
 struct LightElement final : Element {
+    static constexpr miScene_type elementType = miSCENE_LIGHT;
     LightElement();
     void* record() override { return &light; }
     [[nodiscard]] int recordSize() const override { return sizeof(light); }
@@ -32,6 +34,7 @@ struct LightElement final : Element {
 
 /// `texture`: an image file, pixels written in the scene, or a shader.
 struct TextureElement final : Element {
+    static constexpr miScene_type elementType = miSCENE_TEXTURE;
     enum class Kind { Color, Scalar, Vector };
     TextureElement() : Element(miSCENE_TEXTURE) {}
     void* record() override { return this; }
