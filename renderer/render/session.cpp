@@ -86,6 +86,10 @@ void reportUnwritten(FrameResult& result, const TileRenderer& tiles, scene::Mess
         result.unwritten.push_back(buffers[i].name);
         messages.warning("RNDR", "frame buffer \"{}\" was written by no shader and stays black", buffers[i].name);
     }
+    // Shaders look buffers up by name and get index 0 for a name that there is not.
+    if (tiles.written(0))
+        messages.warning("RNDR", "a shader writes a frame buffer that the camera does not have: a name in its data block "
+                                 "matches no framebuffer statement");
 }
 
 } // namespace

@@ -23,9 +23,8 @@ bool renders(const std::filesystem::path& path) {
 std::vector<std::string> exampleScenes() {
     std::vector<std::string> scenes;
     for (const auto& entry : std::filesystem::directory_iterator(ORCA_SCENES_DIR)) {
-        // Scenes that need generated meshes are rendered by the demo; files without a render statement are parts.
-        const bool needsMeshes = entry.path().stem().string().find("still_life") != std::string::npos;
-        if (entry.path().extension() == ".mi" && !needsMeshes && renders(entry.path()))
+        // Files without a render statement are parts of others.
+        if (entry.path().extension() == ".mi" && renders(entry.path()))
             scenes.push_back(entry.path().string());
     }
     std::sort(scenes.begin(), scenes.end());

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rendered_scene.h"
+#include "scene_parts.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace orca::test {
+namespace {
+
+constexpr float floatNoise = 1e-5f;
+
+std::string declareTestShaders() {
+    std::string text = "link \"orca-test-shaders.so\"\n";
+    for (const char* name : {"testSky", "testHaze", "testPlainLight", "testMirror", "testFlat"})
+        text += std::string("declare shader color \"") + name + "\" ( color \"color\" default 1 1 1 1 ) version 1 end declare\n";
+    for (const char* name : {"testNotANumber", "testFails"})
+        text += std::string("declare shader color \"") + name + "\" ( ) version 1 end declare\n";
+    return text;
+}
+
+std::string plainMaterial(const std::string& name, const std::string& shader, const std::string& color = "") {
+    return "material \"" + name + "\" \"" + shader + "\" ( " + (color.empty() ? "" : "\"color\" " + color) +
+           " ) end material\n";
+}
+
+/// Replaces the scene's camera environment or volume by adding a statement to the camera.
+std::string withCamera(const TestScene& scene, const std::string& statement) {
+    std::string text = declareTestShaders() + scene.text();
+    const std::string anchor = "lens \"orcaFrameBufferLens\"";
+    return text.replace(text.find(anchor), 0, statement + "\n");
+}
+
+void expectSame(const RenderedScene& picture, const char* a, const char* b) {
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x) {
+            const miColor p = picture.pixel(a, x, y);
+            const miColor q = picture.pixel(b, x, y);
+            ASSERT_NEAR(p.r, q.r, floatNoise) << x << ", " << y;
+            ASSERT_NEAR(p.g, q.g, floatNoise) << x << ", " << y;
+            ASSERT_NEAR(p.b, q.b, floatNoise) << x << ", " << y;
+        }
+}
+
+TEST(Environment, IsSeenDirectlyInMirrorsAndThroughTransparency) {
+    TestScene scene;
+    scene.passes = {"beauty"};
+    scene.contents = lambert("pane", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.25 1 1") +
+                     lambert("glass", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.5 0.5 1, \"refractionsOn\" on") +
+                     card("window", "pane", -1, 1, 0, 1) + card("lens", "glass", 1, 1, 0, 1);
+    scene.members = {"window", "lens"};
+    const RenderedScene picture(withCamera(scene, "environment \"testSky\" ( \"color\" 0.8 0.6 0.4 1 )"));
+    EXPECT_NEAR(picture.pixel("main", 2, 2).r, 0.8f, floatNoise);
+    EXPECT_NEAR(picture.pixel("main", 4, 12).r, 0.5f * 0.8f, floatNoise);
+    EXPECT_NEAR(picture.pixel("main", 4, 12).g, 0.25f * 0.6f, floatNoise);
+    EXPECT_NEAR(picture.pixel("main", 12, 12).b, 0.5f * 0.4f, floatNoise);
+    expectSame(picture, "beauty", "main");
+}
+
+TEST(DepthLimits, EndEveryKindOfRayWhereTheOptionsSay) {
+    // Two mirrors face each other; the camera looks at one from beside the other.
+    const auto reflected = [](const std::string& depth) {
+        TestScene scene;
+        scene.traceDepth = depth;
+        scene.contents = plainMaterial("mirror", "testMirror", "0 1 0 1") + card("far", "mirror", 0, 0, -1, 8) +
+                         card("near", "mirror", 0, 0, 1, 8, "visible off");
+        scene.members = {"far", "near"};
+        const RenderedScene picture(declareTestShaders() + scene.text());
+        EXPECT_NEAR(picture.pixel("main", 8, 8).g, 1.0f, floatNoise);  // the limit shows the mirror's own colour
+        return picture.result().statistics.rays.reflection / 256;
+    };
+    EXPECT_EQ(reflected("3 3 8"), 3u);
+    EXPECT_EQ(reflected("5 5 2"), 2u);  // the sum
+    EXPECT_EQ(reflected("0 3 8"), 0u);
+}
+
+TEST(Volumes, ActOnEyeRaysReflectionsAndTheRayThatMisses) {
+    TestScene scene;
+    scene.contents = plainMaterial("white", "testFlat", "1 1 1 1") + plainMaterial("mirror", "testMirror") +
+                     card("wall", "white", -1, 0, 0, 1) + card("glass", "mirror", 1, 0, 0, 1) +
+                     card("behind", "white", 1, 0, 4, 2, "visible off");
+    scene.members = {"wall", "glass", "behind"};
+    const RenderedScene picture(withCamera(scene, "volume \"testHaze\" ( \"color\" 0.05 0.1 0 1 )"));
+    EXPECT_NEAR(picture.pixel("main", 4, 8).r, std::exp(-0.5f), 1e-4f);
+    EXPECT_NEAR(picture.pixel("main", 12, 8).r, std::exp(-0.05f * 14.0f), 1e-4f);
+    EXPECT_NEAR(picture.pixel("main", 12, 8).b, 1.0f, floatNoise);
+}
+
+TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {
+    const auto render = [](const std::string& mode) {
+        TestScene scene;
+        scene.extraOptions = "scanline " + mode;
+        scene.traceDepth = "2 4 4";
+        scene.contents = directionalLight("sun", "\"useRayTraceShadows\" off", "0 0 -1");
+        scene.members = {"sun_inst"};
+        const char* const names[] = {"a", "b", "c"};
+        const char* const transparency[] = {"0.5 0.25 0.75", "0.4 0.4 0.4", "0 0 0"};
+        for (int i = 0; i < 3; ++i) {
+            scene.contents += lambert(names[i], std::string("\"color\" 0.9 0.5 0.25 1, \"diffuse\" 1, \"transparency\" ") +
+                                                    transparency[i] + " 1");
+            scene.contents += card(std::string("card_") + names[i], names[i], 0, 0, -static_cast<float>(i), 1);
+            scene.members.push_back(std::string("card_") + names[i]);
+        }
+        return std::make_unique<RenderedScene>(scene.text());
+    };
+    const auto traced = render("on");
+    const auto composited = render("rapid");
+    for (int x = 0; x < 16; ++x) {
+        EXPECT_NEAR(composited->pixel("main", x, 8).r, traced->pixel("main", x, 8).r, floatNoise) << x;
+        EXPECT_NEAR(composited->pixel("main", x, 8).g, traced->pixel("main", x, 8).g, floatNoise) << x;
+    }
+    EXPECT_EQ(composited->result().statistics.rays.transparent, 0u);
+    EXPECT_GT(traced->result().statistics.rays.transparent, 0u);
+}
+
+TEST(ForeignLights, FeedThePassesAsLongAsNoLightOfTheLibraryRanBefore) {
+    TestScene scene;
+    scene.passes = {"beauty", "diffuse"};
+    scene.contents = passMask("onlyBeauty", "1") + lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+                     card("floor", "white", 0, 0, 0, 8) +
+                     "light \"plain\" \"testPlainLight\" ( \"color\" 0.25 0.5 0.75 1 ) direction 0 0 -1 end light\n"
+                     "instance \"plain_inst\" \"plain\" data \"onlyBeauty\" end instance\n" +
+                     directionalLight("ours", "\"intensity\" 0.5", "0 0 -1");
+    scene.members = {"floor", "plain_inst", "ours_inst"};
+    const RenderedScene picture(declareTestShaders() + scene.text());
+    EXPECT_NEAR(picture.pixel("main", 8, 8).r, 0.75f, floatNoise);
+    EXPECT_NEAR(picture.pixel("beauty", 8, 8).r, 0.75f, floatNoise);
+    EXPECT_NEAR(picture.pixel("beauty", 8, 8).b, 1.25f, floatNoise);
+    EXPECT_NEAR(picture.pixel("diffuse", 8, 8).r, 0.5f, floatNoise);  // the mask keeps the foreign light out
+}
+
+TEST(Faults, OfAShaderAreReportedOnceAndCostOnlyTheirOwnPixels) {
+    TestScene scene;
+    scene.contents = plainMaterial("nan", "testNotANumber") + plainMaterial("throws", "testFails") +
+                     plainMaterial("white", "testFlat", "1 1 1 1") + card("left", "nan", -1, 0, 0, 0.5f) +
+                     card("right", "throws", 1, 0, 0, 0.5f) + card("wall", "white", 0, 0, -1, 8);
+    scene.members = {"left", "right", "wall"};
+    const RenderedScene picture(declareTestShaders() + scene.text());
+    EXPECT_EQ(picture.pixel("main", 4, 8).r, 0.0f);
+    EXPECT_EQ(picture.pixel("main", 12, 8).r, 0.0f);
+    EXPECT_EQ(picture.pixel("main", 8, 2).r, 1.0f);
+    const auto complaints = picture.complaints();
+    const auto about = [&](const std::string& shader) {
+        return std::count_if(complaints.begin(), complaints.end(),
+                             [&](const std::string& text) { return text.find(shader) != std::string::npos; });
+    };
+    EXPECT_EQ(about("testNotANumber"), 1);
+    EXPECT_EQ(about("testFails"), 1);
+    EXPECT_TRUE(picture.said("gives up"));
+}
+
+TEST(Buffers, ThatNothingWroteOrNothingDeclaresAreNamed) {
+    TestScene scene;
+    scene.passes = {"diffuse", "reflection"};
+    scene.contents = plainMaterial("white", "testFlat", "1 1 1 1") + card("wall", "white", 0, 0, 0, 8);
+    scene.members = {"wall"};
+    std::string text = declareTestShaders() + scene.text();
+    const std::string declared = "framebuffer \"reflection\"";
+    text.replace(text.find(declared), declared.size(), "framebuffer \"forgotten\"");
+    const RenderedScene picture(text);
+    EXPECT_TRUE(picture.said("\"forgotten\""));
+    EXPECT_TRUE(picture.said("does not have"));
+}
+
+} // namespace
+} // namespace orca::test
