@@ -59,8 +59,8 @@ TEST_P(ExampleScene, RendersWithoutComplaintsAndItsBeautyIsThePicture) {
     EXPECT_GT(brightest, 0.05);
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenes, ExampleScene, ::testing::ValuesIn(exampleScenes()), [](const auto& info) {
-    return std::filesystem::path(info.param).stem().string();
+INSTANTIATE_TEST_SUITE_P(Scenes, ExampleScene, ::testing::ValuesIn(exampleScenes()), [](const auto& scene) {
+    return std::filesystem::path(scene.param).stem().string();
 });
 
 } // namespace
