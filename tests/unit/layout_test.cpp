@@ -129,7 +129,7 @@ INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
     Layout{"velabase.mi", "velaBaseState",
            {B(transparencyThreshold), B(throughputCutoff), B(throughputUpper), B(filterTextures), B(filterBase),
             B(fixedFilterSize), B(renderMode), B(maxTraceDepth), B(continueRay), B(depthOutput)}}),
-    [](const auto& info) { return info.param.shader; });
+    [](const auto& layout) { return layout.param.shader; });
 // clang-format on
 
 TEST(DeclaredLayout, OfTheFrameBufferDataBlockIsTheRecords) {

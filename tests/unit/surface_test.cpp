@@ -16,7 +16,7 @@ std::vector<ScenePass> allPasses() {
                                       PASS_DIRECT_IRRADIANCE_NO_SHADOW, PASS_TRANSLUCENCE_NO_SHADOW};
     std::vector<ScenePass> passes;
     for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
-        ScenePass pass{static_cast<PassTypeID>(type), "p" + std::to_string(type)};
+        ScenePass pass{static_cast<PassTypeID>(type), std::to_string(type)};
         pass.flags = unshadowed.count(type) ? 0u : unsigned{FB_SHADOWED};
         if (weighted.count(type)) pass.flags |= FB_WEIGHT_BY_OPACITY;
         if (type != PASS_BEAUTY) pass.maxReflection = pass.maxRefraction = 0;
