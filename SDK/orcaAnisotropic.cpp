@@ -70,12 +70,14 @@ miBoolean get_derivs(miState* state, miVector* dPdu, miVector* dPdv) {
         *dPdv = *v;
         return miTRUE;
     };
-    if (take(state->derivs[0], state->derivs[1]) || take(state->bump_x_list, state->bump_y_list)) return miTRUE;
+    if (take(state->derivs[0], state->derivs[1]) || take(state->bump_x_list, state->bump_y_list))
+        return miTRUE;
     *dPdu = *dPdv = nowhere;
     return miFALSE;
 }
 
-AnisotropicFacets anisotropicFacets(miState* state, miScalar angle, miScalar alphaAlong, miScalar alphaAcross) {
+AnisotropicFacets anisotropicFacets(miState* state, miScalar angle, miScalar alphaAlong,
+                                    miScalar alphaAcross) {
     AnisotropicFacets f{state->normal, {}, {}, alphaAlong, alphaAcross};
     miVector u, v;
     miVector tangent = nowhere;

@@ -23,8 +23,8 @@ public:
           exponent_(parameterValue(state, record, &P::cosinePower)) {}
     [[nodiscard]] const miColor& materialColor() const noexcept { return color_; }
     [[nodiscard]] miColor operator()(miState* state, const LightSample& sample) const {
-        return color_ *
-               compute_phong_specular(&sample.mirror, &sample.specularDirection, state, exponent_, sample.nDotL);
+        return color_ * compute_phong_specular(&sample.mirror, &sample.specularDirection, state, exponent_,
+                                               sample.nDotL);
     }
 
 private:
@@ -95,7 +95,8 @@ public:
 
     AnisotropicSpecularComponent(miState* state, P* record)
         : color_(parameterValue(state, record, &P::specularColor)),
-          index_(parameterValue(state, record, &P::fresnelIndex)), facets_(facetsOf(state, record)) {}
+          index_(parameterValue(state, record, &P::fresnelIndex)),
+          facets_(facetsOf(state, record)) {}
     [[nodiscard]] const miColor& materialColor() const noexcept { return color_; }
     [[nodiscard]] miColor operator()(miState* state, const LightSample& sample) const {
         const miScalar strength = compute_anisotropic_specular(&facets_, &sample.specularDirection, state);

@@ -11,8 +11,8 @@
 
 #include <algorithm>
 
-/// Traces what a reflectivity weighs. A component derives from it and says how its reflectivity depends on the
-/// view in `materialColor`.
+/// Traces what a reflectivity weighs. A component derives from it and says how its reflectivity depends on
+/// the view in `materialColor`.
 template <class P, class Component>
 class MirrorComponent {
 public:
@@ -37,7 +37,8 @@ public:
 protected:
     MirrorComponent(miState* state, P* record)
         : color_(withAlpha(parameterValue(state, record, &P::specularColor), 1.0f)),
-          reflectivity_(std::max(0.0f, parameterValue(state, record, &P::reflectivity))), record_(record) {}
+          reflectivity_(std::max(0.0f, parameterValue(state, record, &P::reflectivity))),
+          record_(record) {}
 
     miColor color_;
     miScalar reflectivity_;
@@ -46,8 +47,7 @@ protected:
 
 /// Phong, PhongE: the same from all sides.
 template <class P>
-class DefaultSpecularReflectionComponent
-    : public MirrorComponent<P, DefaultSpecularReflectionComponent<P>> {
+class DefaultSpecularReflectionComponent : public MirrorComponent<P, DefaultSpecularReflectionComponent<P>> {
 public:
     DefaultSpecularReflectionComponent(miState* state, P* record)
         : MirrorComponent<P, DefaultSpecularReflectionComponent<P>>(state, record) {}

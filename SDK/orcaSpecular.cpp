@@ -34,8 +34,8 @@ float compute_phong_specular(const miVector* mirror, const miVector* light, miSt
     return seenAlong(state, x < negligible ? tail : std::exp(x), nDotL);
 }
 
-float compute_phongE_specular(const miVector* mirror, float whiteness, float roughness, float size, float nDotL,
-                              const miVector* light, miState* state) {
+float compute_phongE_specular(const miVector* mirror, float whiteness, float roughness, float size,
+                              float nDotL, const miVector* light, miState* state) {
     const float d = 1.0f - cosineTo(*mirror, *light);
     if (size <= d) return 0.0f;
     const float u = 1.0f - d / size;

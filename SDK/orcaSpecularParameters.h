@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// What the materials with highlights append to SurfaceParameters, in declaration order: their highlight, then
-/// their reflections.
+/// What the materials with highlights append to SurfaceParameters, in declaration order: their highlight,
+/// then their reflections.
 
 #include "orcaSurfaceParameters.h"
 
@@ -26,11 +26,11 @@ struct BlinnHighlight {
 
 struct AnisotropicHighlight {
     miColor specularColor;
-    miScalar roughness;    // 0 to 1: width of the highlight where the spread is 1
-    miScalar spreadX;      // share of the roughness along the brushed direction
-    miScalar spreadY;      // and across it
-    miScalar angle;        // degrees from the texture's u direction to the brushed one
-    miScalar fresnelIndex; // refractive index that reflectance follows, from 1 on
+    miScalar roughness;                // 0 to 1: width of the highlight where the spread is 1
+    miScalar spreadX;                  // share of the roughness along the brushed direction
+    miScalar spreadY;                  // and across it
+    miScalar angle;                    // degrees from the texture's u direction to the brushed one
+    miScalar fresnelIndex;             // refractive index that reflectance follows, from 1 on
     miBoolean anisotropicReflectivity; // reflections follow index and roughness; else `reflectivity`
 };
 
@@ -38,7 +38,7 @@ struct ReflectionParameters {
     miScalar reflectivity;     // share of the mirrored surroundings that is seen
     miColor reflectedColor;    // added to what is mirrored, before the reflectivity
     miInteger reflectionLimit; // reflection level from which on no more rays are reflected
-    miScalar reflectionBlur;   // radians; half angle of the cone that reflected rays fill, 0 for one sharp ray
+    miScalar reflectionBlur; // radians; half angle of the cone that reflected rays fill, 0 for one sharp ray
     miInteger reflectionBlurSamples;
 };
 

@@ -3,8 +3,9 @@
 
 namespace {
 using P = AnisotropicParameters;
-using AnisotropicShader =
-    SpecularSurface<P, AnisotropicShaderHelper<P>, AnisotropicSpecularComponent<P>, AnisotropicReflectionComponent<P>>;
+using AnisotropicShader = SpecularSurface<P, AnisotropicShaderHelper<P>, AnisotropicSpecularComponent<P>,
+                                          AnisotropicReflectionComponent<P>>;
 } // namespace
 
-ORCA_EXPORT_SHADER(orcaVelaAnisotropic, SurfaceShaderReturnType, AnisotropicShader, AnisotropicParameters, "orcaAnisotropic", 601)
+ORCA_EXPORT_SHADER(orcaVelaAnisotropic, SurfaceShaderReturnType, AnisotropicShader, AnisotropicParameters,
+                   "orcaAnisotropic", 601)

@@ -3,8 +3,8 @@
 
 namespace {
 using P = PhongParameters;
-using PhongShader =
-    SpecularSurface<P, SpecularShaderHelper<P>, PhongSpecularComponent<P>, DefaultSpecularReflectionComponent<P>>;
+using PhongShader = SpecularSurface<P, SpecularShaderHelper<P>, PhongSpecularComponent<P>,
+                                    DefaultSpecularReflectionComponent<P>>;
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaPhong, SurfaceShaderReturnType, PhongShader, PhongParameters, "orcaPhong", 136)

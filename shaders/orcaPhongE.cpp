@@ -3,8 +3,8 @@
 
 namespace {
 using P = PhongEParameters;
-using PhongEShader =
-    SpecularSurface<P, PhongEShaderHelper<P>, PhongESpecularComponent<P>, DefaultSpecularReflectionComponent<P>>;
+using PhongEShader = SpecularSurface<P, PhongEShaderHelper<P>, PhongESpecularComponent<P>,
+                                     DefaultSpecularReflectionComponent<P>>;
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaPhongE, SurfaceShaderReturnType, PhongEShader, PhongEParameters, "orcaPhongE", 292)
