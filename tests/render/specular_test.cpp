@@ -170,7 +170,7 @@ TestScene gallery(const std::string& lampStatements = "", const std::string& sun
         turnedCard("right", "phongE", 1.1f, 0.2f, -0.5f, 0.7f, -20) +
         turnedCard("pane", "glass", 0.5f, -0.4f, 1, 0.7f, 12) +
         card("foil", "film", -0.5f, 0.5f, 1.5f, 0.6f) + turnedCard("behind", "phong", 0, 0, 12, 6, 180) +
-        directionalLight("sun", "\"intensity\" 0.7", "-0.3 -0.4 -1", sunStatements) +
+        directionalLight("sun", "\"intensity\" 0.7", "-0.8 -0.06 -1", sunStatements) +
         pointLight("lamp", "\"intensity\" 0.8, \"color\" 1 0.8 0.6 1", 0.8f, 0.9f, 4, lampStatements);
     scene.members = {"back", "floor", "roof",   "left",     "right",
                      "pane", "foil",  "behind", "sun_inst", "lamp_inst"};
