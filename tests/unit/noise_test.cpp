@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaNoise.h"
+
+#include "scripted_renderer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <vector>
+
+namespace {
+
+TEST(NoiseTables, AreEvenOverTheirRangeAndAPermutation) {
+    const std::vector<float> values(NoiseTable, NoiseTable + NOISE_TABLE_SIZE);
+    double sum = 0;
+    std::vector<int> bins(64, 0);
+    for (const float v : values) {
+        ASSERT_GT(v, -1.0f);
+        ASSERT_LT(v, 1.0f);
+        sum += v;
+        ++bins[static_cast<std::size_t>((v + 1.0f) * 32.0f)];
+    }
+    EXPECT_NEAR(sum / NOISE_TABLE_SIZE, 0.0, 1e-3);
+    for (const int count : bins) EXPECT_NEAR(count, 1024, 8);
+    // Neighbours know nothing of each other.
+    double correlation = 0;
+    for (std::size_t i = 1; i < values.size(); ++i) correlation += static_cast<double>(values[i]) * values[i - 1];
+    EXPECT_LT(std::abs(correlation / NOISE_TABLE_SIZE), 0.01);
+    EXPECT_EQ(NoiseTable[0], -0.510765f);
+    EXPECT_EQ(NoiseTable[3], 0.514013f);
+
+    EXPECT_EQ(std::set<unsigned char>(PermutationArray, PermutationArray + 256).size(), 256u);
+    EXPECT_EQ(PermutationArray[0], 225);
+    EXPECT_EQ(PermutationArray[7], 144);
+}
+
+TEST(NoiseTables, TakeAnyIndex) {
+    EXPECT_EQ(noise_table_scalar(-5), NoiseTable[5]);
+    EXPECT_EQ(noise_table_scalar(65535), NoiseTable[0]);
+    EXPECT_EQ(noise_table_scalar(-2147483647 - 1), NoiseTable[2147483648u % 65535u]);
+    EXPECT_EQ(noise_table_vector(10).z, NoiseTable[12]);
+    EXPECT_EQ(noise_table_vector(65534).y, NoiseTable[0]);
+    EXPECT_EQ(noise_table_vector(-1).x, NoiseTable[4294967295u % 65535u]);
+    miUint seed = 0;
+    EXPECT_EQ(noise_frand(&seed), 13849.0f / 65535.0f);
+    EXPECT_EQ(seed, 13849u);
+    EXPECT_EQ(noise_drand(&seed), static_cast<double>((13849u * 25173u + 13849u) & 0xFFFFu) / 65535.0);
+}
+
+/// The quadratic B-spline over the lattice, summed as a tensor product in double precision.
+double splineNoise3d(double x, double y, double z) {
+    const double c[3] = {x, y, z};
+    int cell[3];
+    double weights[3][3];
+    for (int a = 0; a < 3; ++a) {
+        const double s = (c[a] - std::floor(c[a])) * 32;
+        cell[a] = static_cast<int>(s);
+        const double t = s - cell[a];
+        weights[a][0] = 0.5 * (1 - t) * (1 - t);
+        weights[a][1] = 0.5 + t - t * t;
+        weights[a][2] = 0.5 * t * t;
+    }
+    double sum = 0;
+    for (int k = 0; k < 3; ++k)
+        for (int j = 0; j < 3; ++j)
+            for (int i = 0; i < 3; ++i) {
+                const int index = ((cell[0] + i - 1) & 31) | ((cell[1] + j - 1) & 31) << 5 | ((cell[2] + k - 1) & 31) << 10;
+                sum += weights[0][i] * weights[1][j] * weights[2][k] * static_cast<double>(NoiseTable[index]);
+            }
+    return sum;
+}
+
+TEST(ValueNoise, IsThePeriodicQuadraticSplineOfItsTable) {
+    for (int i = 0; i < 500; ++i) {
+        const double x = i * 0.0371 - 4;
+        const double y = i * 0.0193 + 2;
+        const double z = i * 0.0517 - 11;
+        ASSERT_NEAR(noise_scalar_3d(x, y, z), splineNoise3d(x, y, z), 1e-5);
+        EXPECT_NEAR(noise_scalar_3d(x + 1, y - 3, z + 2), noise_scalar_3d(x, y, z), 1e-4);
+        ASSERT_LT(std::abs(noise_scalar_2d(x, y)), 1.0f);
+    }
+    EXPECT_EQ(noise_scalar_3d(0, 0, 0), noise_scalar_3d(1, 1, 1));
+    EXPECT_EQ(noise_scalar_3d(2e9, 0.3, 0.2), noise_scalar_3d(0, 0.3, 0.2));
+    EXPECT_EQ(noise_scalar_2d(0.4, -3e9), noise_scalar_2d(0.4, 0));
+}
+
+TEST(ValueNoise, IsContinuousAcrossCellsAndPeriods) {
+    constexpr double step = 1e-7;
+    for (int cell = 0; cell <= 32; ++cell) {
+        const double edge = cell / 32.0;
+        EXPECT_NEAR(noise_scalar_3d(edge - step, 0.3, 0.7), noise_scalar_3d(edge + step, 0.3, 0.7), 1e-4) << cell;
+        EXPECT_NEAR(noise_scalar_2d(0.2, edge - step), noise_scalar_2d(0.2, edge + step), 1e-4) << cell;
+        EXPECT_NEAR(noise_scalar_4d(32, 0.1, edge - step, 0.6, 0.5), noise_scalar_4d(32, 0.1, edge + step, 0.6, 0.5), 1e-4);
+    }
+}
+
+TEST(ValueNoise, InOneDimensionHasItsPeculiarFirstAndLastCell) {
+    const auto quadratic = [](float p, float c, float n, float t) { return p + c - 2 * t * (p - c) + t * t * (p - 2 * c + n); };
+    const float* v = NoiseTable;
+    EXPECT_NEAR(noise_scalar_1d(0.5 / 32), 0.25f * quadratic(v[0], v[1], v[2], -0.5f), 1e-6);
+    EXPECT_NEAR(noise_scalar_1d(5.25 / 32), 0.25f * quadratic(v[4], v[5], v[6], 0.25f), 1e-6);
+    EXPECT_NEAR(noise_scalar_1d(31.5 / 32), 0.25f * quadratic(v[30], v[31], v[32], 0.5f), 1e-6);
+    EXPECT_EQ(noise_scalar_1d(1.0), noise_scalar_1d(0.0));
+}
+
+TEST(ValueNoise, ChangesOverTimeInPeriodSteps) {
+    EXPECT_EQ(noise_scalar_4d(70000, 0.1, 0.2, 0.3, 0.37), noise_scalar_4d(60000, 0.1, 0.2, 0.3, 0.37));
+    EXPECT_EQ(noise_scalar_4d(16, 0.1, 0.2, 0.3, 0.25), noise_scalar_4d(16, 0.1, 0.2, 0.3, 3.25));
+    EXPECT_NE(noise_scalar_4d(16, 0.1, 0.2, 0.3, 0.25), noise_scalar_4d(16, 0.1, 0.2, 0.3, 0.5));
+}
+
+TEST(ValueNoise, SlopesAreThoseOfItsSurface) {
+    constexpr double h = 1e-5;
+    for (int i = 0; i < 50; ++i) {
+        const double x = 0.013 + i * 0.0197;
+        const double y = 0.9 - i * 0.0113;
+        const miVector v = noise_vector_2d(x, y);
+        EXPECT_NEAR(v.z, noise_scalar_2d(x, y), 1e-5);
+        const double dx = (static_cast<double>(noise_vector_2d(x + h, y).z) - static_cast<double>(noise_vector_2d(x - h, y).z)) / (2 * h * 32);
+        const double dy = (static_cast<double>(noise_vector_2d(x, y + h).z) - static_cast<double>(noise_vector_2d(x, y - h).z)) / (2 * h * 32);
+        EXPECT_NEAR(v.x, dx, 2e-3);
+        EXPECT_NEAR(v.y, dy, 2e-3);
+    }
+}
+
+TEST(GradientNoise, IsBuiltOnceUnderTheLockAndVanishesOnTheLattice) {
+    ScriptedRenderer renderer;
+    gradientNoiseTable = nullptr;
+    EXPECT_EQ(noise_gradient_3d(0.3f, 0.4f, 0.5f), 0.0f);
+    noise_gradient_init(&renderer.state);
+    ASSERT_NE(gradientNoiseTable, nullptr);
+    const miVector* const built = gradientNoiseTable;
+    noise_gradient_init(&renderer.state);
+    EXPECT_EQ(gradientNoiseTable, built);
+    EXPECT_EQ(renderer.callCount("mi_lock"), 2);
+    EXPECT_EQ(renderer.callCount("mi_srandom"), 1);
+    EXPECT_EQ(renderer.locksHeld, 0);
+
+    double mean[3] = {0, 0, 0};
+    for (int i = 0; i < NOISE_TABLE_SIZE; ++i) {
+        ASSERT_NEAR(mi_vector_norm(&gradientNoiseTable[i]), 1.0f, 1e-5);
+        mean[0] += gradientNoiseTable[i].x;
+        mean[1] += gradientNoiseTable[i].y;
+        mean[2] += gradientNoiseTable[i].z;
+    }
+    for (const double m : mean) EXPECT_NEAR(m / NOISE_TABLE_SIZE, 0.0, 0.02);
+
+    float largest = 0.0f;
+    for (int i = -20; i < 20; ++i) {
+        const float f = static_cast<float>(i);
+        EXPECT_EQ(noise_gradient_3d(f, 3.0f, -f), 0.0f);
+        // A straight line through cells has no jumps.
+        for (const float edge : {f, f + 0.5f})
+            EXPECT_NEAR(noise_gradient_3d(edge - 1e-4f, 0.3f, 0.7f), noise_gradient_3d(edge + 1e-4f, 0.3f, 0.7f), 1e-3f);
+        largest = std::max(largest, std::abs(noise_gradient_3d(f + 0.5f, 0.4f * f, 0.3f)));
+    }
+    EXPECT_GT(largest, 0.1f);
+    EXPECT_LT(largest, 1.0f);
+    EXPECT_EQ(noise_gradient_3d(2e9f, 0.4f, 0.5f), noise_gradient_3d(0.0f, 0.4f, 0.5f));
+    gradientNoiseTable = nullptr;  // the scripted renderer takes its memory along
+}
+
+} // namespace
