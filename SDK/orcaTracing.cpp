@@ -73,6 +73,13 @@ miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext&
     return light;
 }
 
+/// Rays of a cone at the state's level: a quarter as many at each level further down, where the rays from above
+/// already spread, so that blurred surfaces facing one another do not multiply their rays.
+miUint raysOfCone(const miState* state, int samples) {
+    const int halvings = std::min(2 * traceLevel(state), 30);
+    return static_cast<miUint>(std::max(1, samples >> halvings));
+}
+
 /// Mean over a cone of rays about the given one, stratified over its base; one sharp ray when the cone is
 /// none.
 miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int samples,
@@ -83,7 +90,7 @@ miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int sample
     miVector u, v;
     orthonormalBasis(axis, u, v);
     const float radius = std::tan(std::min(halfAngle, 1.5f));
-    const miUint count = static_cast<miUint>(samples);
+    const miUint count = raysOfCone(state, samples);
     ray.weight *= 1.0f / static_cast<float>(count);
 
     miColor light = BLACK;

@@ -144,6 +144,23 @@ TEST_F(ReflectionFixture, AddsSurroundingsThatNoSurfaceHandsUpToTheBeauty) {
     EXPECT_EQ(scene.renderer.callCount("mi_trace_environment"), 3);
 }
 
+TEST_F(ReflectionFixture, SpendsFewerBlurredRaysFurtherDown) {
+    p.reflectionBlur = 0.1f;
+    p.reflectionBlurSamples = 32;
+    scene.renderer.traceReflection = [](miColor* c, miState*, miVector*) -> miBoolean {
+        *c = WHITE;
+        return miTRUE;
+    };
+    scene.renderer.options.reflection_depth = scene.renderer.options.trace_depth = 4;
+    int before = 0;
+    for (const int expected : {32, 8, 2, 1}) {
+        expectColor(shade().color, weight); // a mean, however many there are
+        EXPECT_EQ(scene.renderer.callCount("mi_trace_reflection") - before, expected);
+        before = scene.renderer.callCount("mi_trace_reflection");
+        ++scene.renderer.state.reflection_level;
+    }
+}
+
 TEST_F(ReflectionFixture, TracesNothingForABlackReflectivity) {
     p.reflectivity = 0.0f;
     p.reflectedColor = WHITE;
