@@ -6,12 +6,23 @@
 
 namespace orca::shading {
 
+namespace {
+
+/// Without a call: most keys that are asked for differ from an entry's in the first letters.
+bool sameText(const std::string& text, const char* key) {
+    const char* own = text.c_str();
+    while (*own != '\0' && *own == *key) ++own, ++key;
+    return *own == *key;
+}
+
+} // namespace
+
 StateStore::Entry* StateStore::find(const char* key) {
     const auto address = reinterpret_cast<std::uintptr_t>(key);
     unsigned char& hint = indexHint_[(address ^ (address >> 4)) % indexHint_.size()];
-    if (hint < entries_.size() && std::strcmp(entries_[hint].key.c_str(), key) == 0) return &entries_[hint];
+    if (hint < entries_.size() && sameText(entries_[hint].key, key)) return &entries_[hint];
     for (std::size_t i = 0; i < entries_.size(); ++i)
-        if (entries_[i].key == key) {
+        if (sameText(entries_[i].key, key)) {
             if (i < 256) hint = static_cast<unsigned char>(i);
             return &entries_[i];
         }
