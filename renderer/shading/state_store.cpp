@@ -8,11 +8,9 @@ namespace orca::shading {
 
 namespace {
 
-/// Without a call: most keys that are asked for differ from an entry's in the first letters.
+/// Most keys that are asked for differ from an entry's in the first letter: no call for those.
 bool sameText(const std::string& text, const char* key) {
-    const char* own = text.c_str();
-    while (*own != '\0' && *own == *key) ++own, ++key;
-    return *own == *key;
+    return *text.c_str() == *key && std::strcmp(text.c_str(), key) == 0;
 }
 
 } // namespace
