@@ -22,3 +22,16 @@ struct SurfaceShaderHelper {
 
 template <class P>
 struct LambertianShaderHelper : SurfaceShaderHelper<P> {};
+
+/// Phong.
+template <class P>
+struct SpecularShaderHelper : SurfaceShaderHelper<P> {};
+
+template <class P>
+struct PhongEShaderHelper : SpecularShaderHelper<P> {};
+
+template <class P>
+struct BlinnShaderHelper : SpecularShaderHelper<P> {};
+
+template <class P>
+struct AnisotropicShaderHelper : SpecularShaderHelper<P> {};

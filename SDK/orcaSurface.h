@@ -247,7 +247,9 @@ private:
         }
         miColor highlight = BLACK;
         if constexpr (Specular::present) {
-            if (data.emitSpecular) highlight = shadeHighlight(sums, sample, state, vela, writer, specular);
+            // Highlights belong to the side that is seen; from the other they would count twice.
+            if (data.emitSpecular && !data.backSide)
+                highlight = shadeHighlight(sums, sample, state, vela, writer, specular);
         }
         if (writer.writesComponents()) {
             const miColor opaque = withAlpha((WHITE - in.transparency) * shaded, 1.0f);

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Writes the meshes of the still life as scene files, one object a file, into the folder `generated`.
+"""Writes the meshes of the example scenes as scene files, one object a file, into the folder `generated`.
 
 The same files come out on every machine. Python's standard library is all that is needed.
 """
@@ -34,6 +34,7 @@ CATALOGUE = {
     "knot": lambda: placed(shapes.knot(), KNOT, 0.015),
     "candle": lambda: placed(shapes.candle(), CANDLE),
     "flame": lambda: placed(shapes.flame(), CANDLE, 1.66),
+    "sphere": shapes.sphere,
 }
 
 

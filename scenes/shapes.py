@@ -59,6 +59,11 @@ def cloth(footprints):
     return mesh
 
 
+def sphere():
+    """Sphere of radius 1 about the origin; u runs round the equator."""
+    return revolved(lambda t: (math.sin(math.pi * t), -math.cos(math.pi * t)), 96, 48)
+
+
 def vase():
     """Fluted vase, open at the top, with the inside of its neck."""
     outside = [(0.0, 0.0), (0.42, 0.0), (0.52, 0.10), (0.72, 0.62), (0.84, 1.12), (0.80, 1.55), (0.56, 1.98),

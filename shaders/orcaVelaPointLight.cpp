@@ -75,7 +75,8 @@ ORCA_EXPORT int orcaVelaPointLight_version(void) {
     return 1;
 }
 
-/// back.
+/// Shines in all directions with decay, fog or a profile. False where it gives no light: without the base state, and on the
+/// back of a one-sided area shape.
 ORCA_EXPORT miBoolean orcaVelaPointLight(miColor* result, miState* state, PointLightParameters* record) {
     VelabaseState* const vela = velabaseState(state);
     if (!vela) {

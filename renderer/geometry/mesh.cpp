@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/mesh.h"
 
+#include "geometry/parallel_for.h"
 #include "geometry/triangulate.h"
 #include "geometry/vectors.h"
 
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <functional>
 #include <span>
 
 namespace orca::geometry {
@@ -43,12 +41,7 @@ void growTo(std::vector<miVector>& array, std::size_t vertices) {
     array.resize(vertices, miVector{0, 0, 0});
 }
 
-/// Calls body(first, last) over chunks; chunks are the same for every number of threads.
-void inChunks(std::size_t count, const std::function<void(std::size_t, std::size_t)>& body) {
-    tbb::parallel_for(
-        tbb::blocked_range<std::size_t>(0, count, 4096),
-        [&](const tbb::blocked_range<std::size_t>& range) { body(range.begin(), range.end()); });
-}
+constexpr std::size_t verticesPerChunk = 4096;
 
 /// What the parts of an object (groups, triangle lists) have in common decides which vertex arrays the mesh
 /// has.
@@ -90,7 +83,7 @@ public:
 
     void add(const scene::PolygonGroup& group) {
         const std::size_t base = growVertices(group.position.size());
-        inChunks(group.position.size(), [&](std::size_t first, std::size_t last) {
+        parallelFor(group.position.size(), verticesPerChunk, [&](std::size_t first, std::size_t last) {
             for (std::size_t i = first; i < last; ++i) fillVertex(group, i, base + i);
         });
         cut(group, base);
@@ -98,7 +91,7 @@ public:
 
     void add(const scene::TriangleList& list) {
         const std::size_t base = growVertices(list.vertexCount);
-        inChunks(list.vertexCount, [&](std::size_t first, std::size_t last) {
+        parallelFor(list.vertexCount, verticesPerChunk, [&](std::size_t first, std::size_t last) {
             for (std::size_t i = first; i < last; ++i) fillVertex(list, i, base + i);
         });
         const std::size_t count = list.indices.size() / 3;
@@ -207,7 +200,7 @@ private:
         constexpr std::size_t chunkSize = 2048; // polygons
         const std::size_t count = group.polygons.size();
         std::vector<Chunk> chunks((count + chunkSize - 1) / chunkSize);
-        tbb::parallel_for(std::size_t{0}, chunks.size(), [&](std::size_t i) {
+        parallelFor(chunks.size(), 1, [&](std::size_t i, std::size_t) {
             for (std::size_t k = i * chunkSize; k < std::min(count, (i + 1) * chunkSize); ++k)
                 cut(group, base, static_cast<std::uint32_t>(k), chunks[i]);
         });
@@ -325,7 +318,7 @@ Mesh buildMesh(const scene::ObjectElement& object, scene::Messages& messages) {
 
 void placeInWorld(Mesh& mesh, const miScalar* localToGlobal, const miScalar* globalToLocal) {
     const auto place = [&](std::vector<miVector>& points) {
-        inChunks(points.size(), [&](std::size_t first, std::size_t last) {
+        parallelFor(points.size(), verticesPerChunk, [&](std::size_t first, std::size_t last) {
             for (std::size_t i = first; i < last; ++i) points[i] = transformPoint(points[i], localToGlobal);
         });
     };

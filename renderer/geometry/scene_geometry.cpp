@@ -4,10 +4,10 @@
 #include "geometry/graph_walk.h"
 #include "geometry/light_links.h"
 #include "geometry/mesh.h"
+#include "geometry/parallel_for.h"
 #include "geometry/ray_kernel.h"
 #include "geometry/surface.h"
 
-#include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
 #include <algorithm>
@@ -72,8 +72,9 @@ void SceneGeometry::Implementation::buildMeshes() {
         }
         ++shared->places;
     }
-    tbb::parallel_for(std::size_t{0}, objects.size(),
-                      [&](std::size_t i) { targets[i]->mesh = buildMesh(*objects[i], messages); });
+    parallelFor(objects.size(), 1, [&](std::size_t i, std::size_t) {
+        targets[i]->mesh = buildMesh(*objects[i], messages);
+    });
 }
 
 const miTag* SceneGeometry::Implementation::inheritedMaterials(const PlacedGraph::Leaf& placed,

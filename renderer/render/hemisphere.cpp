@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/hemisphere.h"
 
+#include "render/orthonormal_basis.h"
 #include "render/surface_state.h"
 #include "render/visible.h"
 
@@ -36,29 +37,14 @@ private:
     int phase_, state_;
 };
 
-struct Frame3 {
-    miVector x, y, z;
-};
-
-Frame3 frameAround(const miVector& axis) {
-    // T. Duff et al., "Building an Orthonormal Basis, Revisited", 2017.
-    const float sign = std::copysign(1.0f, axis.z);
-    const float p = -1.0f / (sign + axis.z);
-    const float q = axis.x * axis.y * p;
-    return {{1.0f + sign * axis.x * axis.x * p, sign * q, -sign * axis.x},
-            {q, sign + axis.y * axis.y * p, -axis.y},
-            axis};
-}
-
-/// Cosine-weighted direction about the frame's z, no farther from it than `minimumCosine`.
-miVector cosineDirection(const Frame3& frame, float u, float v, float minimumCosine) {
+/// Cosine-weighted direction about the basis' z, no farther from it than `minimumCosine`.
+miVector cosineDirection(const OrthonormalBasis& basis, float u, float v, float minimumCosine) {
     const float radius = std::sqrt(u * (1.0f - minimumCosine * minimumCosine));
     const float angle = 2.0f * std::numbers::pi_v<float> * v;
     const float x = radius * std::cos(angle);
     const float y = radius * std::sin(angle);
     const float z = std::sqrt(std::max(0.0f, 1.0f - radius * radius));
-    miVector d{frame.x.x * x + frame.y.x * y + frame.z.x * z, frame.x.y * x + frame.y.y * y + frame.z.y * z,
-               frame.x.z * x + frame.y.z * y + frame.z.z * z};
+    miVector d = basis.combine(x, y, z);
     mi_vector_normalize(&d);
     return d;
 }
@@ -77,7 +63,7 @@ miBoolean averageRadiance(miColor& result, miState* state, char face, const miIr
 
     miVector axis = state->normal;
     if (face == 'b') mi_vector_neg(&axis);
-    const Frame3 around = frameAround(axis);
+    const OrthonormalBasis around = basisAbout(axis);
     const std::uint32_t key = context.sampler.nextKey();
     const GatherScope scope(context);
     miColor sum{};
@@ -123,7 +109,7 @@ miBoolean ambientOcclusion(miScalar& result, miState* state, const miAo_options*
     miVector axis = request ? request->axis : state->normal;
     mi_vector_normalize(&axis);
     if (mi_vector_norm(&axis) == 0.0f) return miFALSE;
-    const Frame3 around = frameAround(axis);
+    const OrthonormalBasis around = basisAbout(axis);
     const float minimumCosine = request && request->spread >= 0.0f ? std::min(request->spread, 1.0f) : 0.0f;
     const std::uint32_t key = context.sampler.nextKey();
 

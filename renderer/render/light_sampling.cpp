@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/light_sampling.h"
 
+#include "render/orthonormal_basis.h"
 #include "render/visible.h"
 
 #include <algorithm>
@@ -23,21 +24,10 @@ SampleCounts countsAt(const miLight& light, const miState* state) {
             std::max(1, deep ? light.low_samples_v : light.samples_v)};
 }
 
-/// Two unit vectors perpendicular to `axis` and each other (T. Duff et al., "Building an Orthonormal Basis, Revisited",
-/// 2017).
-void perpendiculars(const miVector& axis, miVector& a, miVector& b) {
-    const float sign = std::copysign(1.0f, axis.z);
-    const float p = -1.0f / (sign + axis.z);
-    const float q = axis.x * axis.y * p;
-    a = {1.0f + sign * axis.x * axis.x * p, sign * q, -sign * axis.x};
-    b = {q, sign + axis.y * axis.y * p, -axis.y};
-}
-
 /// Point of the light's area for (u, v) in [0, 1)^2, uniform by area, light space.
 miVector pointOnArea(const miLight& light, float u, float v) {
     const float angle = 2.0f * std::numbers::pi_v<float> * v;
     miVector offset{};
-    miVector a, b;
     switch (light.area) {
     case miLIGHT_RECTANGLE:
         offset = {(u - 0.5f) * light.edge_u.x + (v - 0.5f) * light.edge_v.x,
@@ -47,11 +37,8 @@ miVector pointOnArea(const miLight& light, float u, float v) {
     case miLIGHT_DISC: {
         miVector axis = light.axis;
         mi_vector_normalize(&axis);
-        perpendiculars(axis, a, b);
         const float radius = light.radius * std::sqrt(u);
-        const float x = radius * std::cos(angle);
-        const float y = radius * std::sin(angle);
-        offset = {a.x * x + b.x * y, a.y * x + b.y * y, a.z * x + b.z * y};
+        offset = basisAbout(axis).combine(radius * std::cos(angle), radius * std::sin(angle), 0.0f);
         break;
     }
     case miLIGHT_SPHERE: {
@@ -63,12 +50,8 @@ miVector pointOnArea(const miLight& light, float u, float v) {
     case miLIGHT_CYLINDER: {
         miVector axis = light.axis;
         mi_vector_normalize(&axis);
-        perpendiculars(axis, a, b);
-        const float x = light.radius * std::cos(angle);
-        const float y = light.radius * std::sin(angle);
-        const float h = u - 0.5f;
-        offset = {a.x * x + b.x * y + light.axis.x * h, a.y * x + b.y * y + light.axis.y * h,
-                  a.z * x + b.z * y + light.axis.z * h};
+        offset = basisAbout(axis).combine(light.radius * std::cos(angle), light.radius * std::sin(angle),
+                                          (u - 0.5f) * mi_vector_norm(&light.axis));
         break;
     }
     default: break;

@@ -10,6 +10,7 @@ namespace {
 
 constexpr int finestLevel = 8;    // 65536 samples a pixel
 constexpr int coarsestLevel = -6; // one sample every 64 pixels
+constexpr int trustedLevel = 2;   // from 16 samples on, a pixel's own samples show an edge in it
 
 unsigned samplesAt(int level) {
     return level <= 0 ? 1u : 1u << (2 * level);
@@ -46,7 +47,9 @@ bool Refinement::differs(const miColor& a, const miColor& b) const {
 
 bool Refinement::pixelNeedsMore(const Film& film, int x, int y) const {
     if (!film.sampled(x, y)) return false;
-    if (level_ > 0) return differs(film.spread(x, y), {});
+    if (level_ > 0 && differs(film.spread(x, y), {})) return true;
+    // A few samples can all miss an edge that crosses their pixel; the neighbours tell.
+    if (level_ >= trustedLevel) return false;
     const miColor mean = film.mean(x, y);
     for (int dy = -1; dy <= 1; ++dy)
         for (int dx = -1; dx <= 1; ++dx) {

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/tile_renderer.h"
 
+#include "geometry/parallel_for.h"
 #include "render/eye_sample.h"
 
 #include <tbb/global_control.h>
-#include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
 #include <algorithm>
@@ -128,18 +128,12 @@ bool TileRenderer::render(const Refinement::Pass& pass) {
 
     tbb::task_arena arena(threads_);
     arena.execute([&] {
-        tbb::parallel_for(
-            tbb::blocked_range<std::size_t>(0, tiles.size(), 1),
-            [&](const tbb::blocked_range<std::size_t>& range) {
-                for (std::size_t t = range.begin(); t < range.end() && !stopped(); ++t) {
-                    // Tiles do not isolate nested work: nothing below waits on other tasks.
-                    renderTile(workerOfThisThread(), pass, tiles[t]);
-                    const std::size_t finished = ++done;
-                    if (const std::unique_lock lock(reporting, std::try_to_lock); lock)
-                        report(finished, tiles.size());
-                }
-            },
-            tbb::simple_partitioner());
+        geometry::parallelFor(tiles.size(), 1, [&](std::size_t tile, std::size_t) {
+            if (stopped()) return;
+            renderTile(workerOfThisThread(), pass, tiles[tile]);
+            const std::size_t finished = ++done;
+            if (const std::unique_lock lock(reporting, std::try_to_lock); lock) report(finished, tiles.size());
+        });
     });
     ++passesDone_;
     return done == tiles.size();

@@ -15,10 +15,15 @@ std::string placedAt(float x, float y, float z) {
 } // namespace
 
 std::string lambert(const std::string& name, const std::string& parameters, const std::string& shadowTransparency) {
-    return fmt::format("shader \"{0}_surface\" \"orcaVelaLambert\" ( {1} )\n"
+    return surface(name, "orcaVelaLambert", parameters, shadowTransparency);
+}
+
+std::string surface(const std::string& name, const std::string& shader, const std::string& parameters,
+                    const std::string& shadowTransparency) {
+    return fmt::format("shader \"{0}_surface\" \"{3}\" ( {1} )\n"
                        "material \"{0}\"\n\"orcaVelaShadingEngine\" ( \"surfaceShader\" \"{0}_surface\" )\n"
                        "shadow \"orcaVelaShadow\" ( \"transparency\" {2} )\nend material\n",
-                       name, parameters, shadowTransparency);
+                       name, parameters, shadowTransparency, shader);
 }
 
 std::string card(const std::string& name, const std::string& material, float x, float y, float z, float half,

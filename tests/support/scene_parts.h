@@ -11,6 +11,10 @@ namespace orca::test {
 std::string lambert(const std::string& name, const std::string& parameters,
                     const std::string& shadowTransparency = "0 0 0 1");
 
+/// The same with another surface shader.
+std::string surface(const std::string& name, const std::string& shader, const std::string& parameters,
+                    const std::string& shadowTransparency = "0 0 0 1");
+
 /// A square of half size `half` about (x, y, z), facing +z, and its instance `name`.
 std::string card(const std::string& name, const std::string& material, float x, float y, float z, float half,
                  const std::string& instanceStatements = "");

@@ -2,6 +2,7 @@
 #include "orcaFrameBufferRecords.h"
 #include "orcaIrradiance.h"
 #include "orcaLambertMaterial.h"
+#include "orcaSpecularMaterials.h"
 #include "orcaVelaDirectionalLight.h"
 #include "orcaVelaPointLight.h"
 #include "orcaVelaShadingEngine.h"
@@ -84,6 +85,31 @@ std::string storedAs(const std::string& declared) {
 
 #define FIELD(Record, member) Field{typeName<decltype(Record::member)>, #member, offsetof(Record, member)}
 
+/// What every standard material begins with.
+template <class P>
+std::vector<Field> surfaceFields() {
+#define S(member) FIELD(P, member)
+    return {S(passWriteMode), S(passWriteFlags), S(passWriteScale), S(color), S(transparency), S(writePasses),
+            S(compositeScalarA), S(throughputBoost), S(refractiveIndex), S(lightAbsorbance), S(refractionsOn),
+            S(diffuse), S(ambientColor), S(incandescence), S(translucence), S(translucenceForward),
+            S(translucenceWrap), S(shadowTransmitAll), S(refractionLimit), S(bumpNormal), S(irradianceColor),
+            S(irradiance), S(refractionBlur), S(refractionBlurSamples)};
+#undef S
+}
+
+/// A material with highlights: its own fields stand between the highlight's colour and the reflections.
+template <class P>
+std::vector<Field> specularFields(std::vector<Field> own) {
+    std::vector<Field> fields = surfaceFields<P>();
+    fields.push_back(FIELD(P, specularColor));
+    fields.insert(fields.end(), own.begin(), own.end());
+    for (const Field& field :
+         {FIELD(P, reflectivity), FIELD(P, reflectedColor), FIELD(P, reflectionLimit), FIELD(P, reflectionBlur),
+          FIELD(P, reflectionBlurSamples)})
+        fields.push_back(field);
+    return fields;
+}
+
 struct Layout {
     std::string file, shader;
     std::vector<Field> fields;
@@ -96,7 +122,7 @@ TEST_P(DeclaredLayout, IsTheRecords) {
     EXPECT_EQ(declared, GetParam().fields);
 }
 
-#define S(member) FIELD(LambertParameters, member)
+#define A(member) FIELD(AnisotropicParameters, member)
 #define L(member) FIELD(PointLightParameters, member)
 #define D(member) FIELD(DirectionalLightParameters, member)
 #define B(member) FIELD(BaseStateParameters, member)
@@ -105,12 +131,18 @@ TEST_P(DeclaredLayout, IsTheRecords) {
 #define V(member) FIELD(VelaShadowParameters, member)
 // clang-format off
 INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
-    Layout{"orca.mi", "orcaVelaLambert",
-           {S(passWriteMode), S(passWriteFlags), S(passWriteScale), S(color), S(transparency), S(writePasses),
-            S(compositeScalarA), S(throughputBoost), S(refractiveIndex), S(lightAbsorbance), S(refractionsOn),
-            S(diffuse), S(ambientColor), S(incandescence), S(translucence), S(translucenceForward),
-            S(translucenceWrap), S(shadowTransmitAll), S(refractionLimit), S(bumpNormal), S(irradianceColor),
-            S(irradiance), S(refractionBlur), S(refractionBlurSamples)}},
+    Layout{"orca.mi", "orcaVelaLambert", surfaceFields<LambertParameters>()},
+    Layout{"orca.mi", "orcaVelaPhong",
+           specularFields<PhongParameters>({FIELD(PhongParameters, cosinePower)})},
+    Layout{"orca.mi", "orcaVelaPhongE",
+           specularFields<PhongEParameters>({FIELD(PhongEParameters, roughness), FIELD(PhongEParameters, highlightSize),
+                                             FIELD(PhongEParameters, whiteness)})},
+    Layout{"orca.mi", "orcaVelaBlinn",
+           specularFields<BlinnParameters>({FIELD(BlinnParameters, eccentricity),
+                                            FIELD(BlinnParameters, specularRollOff)})},
+    Layout{"orca.mi", "orcaVelaAnisotropic",
+           specularFields<AnisotropicParameters>({A(roughness), A(spreadX), A(spreadY), A(angle), A(fresnelIndex),
+                                                  A(anisotropicReflectivity)})},
     Layout{"orca.mi", "orcaVelaPointLight",
            {L(lightRadius), L(decayRate), L(useDepthMapShadows), L(emitDiffuse), L(emitSpecular), L(color),
             L(intensity), L(useRayTraceShadows), L(shadowColor), L(shadowRays), L(rayDepthLimit), L(fogRadius),

@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Renders the pictures of the documents from the example scenes. Needs a build: ./orca build
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+render=$root/build/release/bin/orca-render
+images=$root/docs/images
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+picture() {  # NAME SIZE [LAYER...]: the scene's picture, and single layers as NAME-LAYER.png
+    local name=$1 size=$2
+    shift 2
+    "$render" "$root/scenes/$name.mi" --size "$size" -o "$scratch/$name.exr" --files layers --png "$images/$name.png" \
+        --png-layers "$scratch"
+    local layer
+    for layer in "$@"; do mv "$scratch/$layer.png" "$images/$name-$layer.png"; done
+}
+
+picture lambert_cards 360x202
+picture translucence 360x202
+picture pass_masks 360x202
+picture shadow_passes 360x202 diffuse diffuseNoShadow shadow
