@@ -73,6 +73,20 @@ miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext&
     return light;
 }
 
+/// The direction, lifted to the outside of the geometric surface when a bent normal has sent it below.
+miVector aboveSurface(const miVector& direction, const miVector& geometricNormal) {
+    const float cosine = dot(direction, geometricNormal);
+    if (cosine >= surfaceClearance) return direction;
+    return normalized(direction + geometricNormal * (surfaceClearance - cosine));
+}
+
+/// Rays of a cone at the state's level: a quarter as many at each level further down, where the rays from
+/// above already spread, so that blurred surfaces facing one another do not multiply their rays.
+miUint raysOfCone(const miState* state, int samples) {
+    const int halvings = std::min(2 * traceLevel(state), 30);
+    return static_cast<miUint>(std::max(1, samples >> halvings));
+}
+
 /// Mean over a cone of rays about the given one, stratified over its base; one sharp ray when the cone is
 /// none.
 miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int samples,
@@ -83,8 +97,10 @@ miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int sample
     miVector u, v;
     orthonormalBasis(axis, u, v);
     const float radius = std::tan(std::min(halfAngle, 1.5f));
-    const miUint count = static_cast<miUint>(samples);
+    const miUint count = raysOfCone(state, samples);
     ray.weight *= 1.0f / static_cast<float>(count);
+    // What a wide cone holds beyond the surface is folded back to where its rays belong.
+    const miVector side = ray.kind == RayKind::Reflection ? state->normal_geom : -state->normal_geom;
 
     miColor light = BLACK;
     double point[2];
@@ -92,17 +108,11 @@ miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int sample
     while (mi_sample(point, &instance, state, 2, &count)) {
         const float r = radius * std::sqrt(static_cast<float>(point[0]));
         const float angle = static_cast<float>(2.0 * std::numbers::pi * point[1]);
-        ray.direction = normalized(axis + u * (r * std::cos(angle)) + v * (r * std::sin(angle)));
+        const miVector direction = normalized(axis + u * (r * std::cos(angle)) + v * (r * std::sin(angle)));
+        ray.direction = aboveSurface(direction - side * (2.0f * std::min(0.0f, dot(direction, side))), side);
         light += tracedLight(state, ray, context);
     }
     return light;
-}
-
-/// The direction, lifted to the outside of the geometric surface when a bent normal has sent it below.
-miVector aboveSurface(const miVector& direction, const miVector& geometricNormal) {
-    const float cosine = dot(direction, geometricNormal);
-    if (cosine >= surfaceClearance) return direction;
-    return normalized(direction + geometricNormal * (surfaceClearance - cosine));
 }
 
 } // namespace

@@ -21,3 +21,4 @@ picture lambert_cards 360x202
 picture translucence 360x202
 picture pass_masks 360x202
 picture shadow_passes 360x202 diffuse diffuseNoShadow shadow
+picture materials_row 960x320

@@ -4,6 +4,7 @@
 #include "orcaVector.h"
 
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -142,6 +143,41 @@ TEST_F(ReflectionFixture, AddsSurroundingsThatNoSurfaceHandsUpToTheBeauty) {
     }
     EXPECT_EQ(scene.renderer.callCount("mi_trace_reflection"), 1); // the others were at a limit
     EXPECT_EQ(scene.renderer.callCount("mi_trace_environment"), 3);
+}
+
+TEST_F(ReflectionFixture, SpendsFewerBlurredRaysFurtherDown) {
+    p.reflectionBlur = 0.1f;
+    p.reflectionBlurSamples = 32;
+    scene.renderer.traceReflection = [](miColor* c, miState*, miVector*) -> miBoolean {
+        *c = WHITE;
+        return miTRUE;
+    };
+    scene.renderer.options.reflection_depth = scene.renderer.options.trace_depth = 4;
+    int before = 0;
+    for (const int expected : {32, 8, 2, 1}) {
+        expectColor(shade().color, weight); // a mean, however many there are
+        EXPECT_EQ(scene.renderer.callCount("mi_trace_reflection") - before, expected);
+        before = scene.renderer.callCount("mi_trace_reflection");
+        ++scene.renderer.state.reflection_level;
+    }
+}
+
+TEST_F(ReflectionFixture, KeepsAWideConeOnItsSideOfTheSurface) {
+    p.reflectionBlur = 0.8f;
+    p.reflectionBlurSamples = 64;
+    scene.renderer.state.dir = normalized({1.0f, 0.0f, -0.1f});
+    std::vector<miVector> directions;
+    scene.renderer.traceReflection = [&](miColor* c, miState*, miVector* d) -> miBoolean {
+        directions.push_back(*d);
+        *c = WHITE;
+        return miTRUE;
+    };
+    expectColor(shade().color, weight);
+    ASSERT_EQ(directions.size(), 64u);
+    for (const miVector& d : directions) {
+        EXPECT_GT(d.z, 0.001f);
+        EXPECT_NEAR(length(d), 1.0f, 1e-5f);
+    }
 }
 
 TEST_F(ReflectionFixture, TracesNothingForABlackReflectivity) {
