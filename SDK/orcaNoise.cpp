@@ -18,13 +18,16 @@ constexpr unsigned tableSize = NOISE_TABLE_SIZE;
 /// Fractional part in [0, 1); 0 for coordinates that carry none.
 double fraction(double c) {
     if (!(c >= -largestCoordinate && c <= largestCoordinate)) return 0.0;
-    return c - std::floor(c);
+    // Truncation and a correction give the floor without a call.
+    const double f = c - static_cast<double>(static_cast<long long>(c));
+    return f < 0.0 ? f + 1.0 : f;
 }
 
 /// Lattice cells about a coordinate along one axis.
 struct Cells {
     int before, at, after;
     float t; // position within the middle cell, [0, 1)
+    float weightBefore, weightAt, weightAfter; // of twice the quadratic B-spline
 
     explicit Cells(double coordinate) {
         const double s = fraction(coordinate) * VELA_CUBE_SIDE;
@@ -33,6 +36,13 @@ struct Cells {
         before = (i - 1) & cellMask;
         at = i & cellMask;
         after = (i + 1) & cellMask;
+        weightAfter = t * t;
+        weightAt = 1.0f + 2.0f * (t - weightAfter);
+        weightBefore = 1.0f - 2.0f * t + weightAfter;
+    }
+
+    [[nodiscard]] float blend(float p, float c, float n) const {
+        return weightBefore * p + weightAt * c + weightAfter * n;
     }
 };
 
@@ -49,12 +59,11 @@ constexpr T blendSlope(T p, T c, T n, T t) {
 }
 
 float row(const Cells& x, int rest) {
-    return blend(NoiseTable[x.before | rest], NoiseTable[x.at | rest], NoiseTable[x.after | rest], x.t);
+    return x.blend(NoiseTable[x.before | rest], NoiseTable[x.at | rest], NoiseTable[x.after | rest]);
 }
 
 float plane(const Cells& x, const Cells& y, int rest) {
-    return blend(row(x, y.before << yShift | rest), row(x, y.at << yShift | rest), row(x, y.after << yShift | rest),
-                 y.t);
+    return y.blend(row(x, y.before << yShift | rest), row(x, y.at << yShift | rest), row(x, y.after << yShift | rest));
 }
 
 } // namespace
@@ -98,8 +107,8 @@ float noise_scalar_2d(double x, double y) {
 
 float noise_scalar_3d(double x, double y, double z) {
     const Cells cx(x), cy(y), cz(z);
-    return 0.125f * blend(plane(cx, cy, cz.before << zShift), plane(cx, cy, cz.at << zShift),
-                          plane(cx, cy, cz.after << zShift), cz.t);
+    return 0.125f * cz.blend(plane(cx, cy, cz.before << zShift), plane(cx, cy, cz.at << zShift),
+                             plane(cx, cy, cz.after << zShift));
 }
 
 float noise_scalar_4d(int period, double x, double y, double z, double time) {
@@ -119,13 +128,13 @@ float noise_scalar_4d(int period, double x, double y, double z, double time) {
 
     const Cells cx(x), cy(y), cz(z);
     const auto timeRow = [&](int rest) {
-        return blend(atTime(cx.before | rest), atTime(cx.at | rest), atTime(cx.after | rest), cx.t);
+        return cx.blend(atTime(cx.before | rest), atTime(cx.at | rest), atTime(cx.after | rest));
     };
     const auto timePlane = [&](int rest) {
-        return blend(timeRow(cy.before << yShift | rest), timeRow(cy.at << yShift | rest),
-                     timeRow(cy.after << yShift | rest), cy.t);
+        return cy.blend(timeRow(cy.before << yShift | rest), timeRow(cy.at << yShift | rest),
+                        timeRow(cy.after << yShift | rest));
     };
-    return 0.125f * blend(timePlane(cz.before << zShift), timePlane(cz.at << zShift), timePlane(cz.after << zShift), cz.t);
+    return 0.125f * cz.blend(timePlane(cz.before << zShift), timePlane(cz.at << zShift), timePlane(cz.after << zShift));
 }
 
 miVector noise_vector_2d(double x, double y) {
