@@ -72,7 +72,8 @@ public:
           viewCosine_(std::max(-dot(state->normal, state->dir), VELA_EPS)) {}
     [[nodiscard]] const miColor& materialColor() const noexcept { return color_; }
     [[nodiscard]] miColor operator()(miState* state, const LightSample& sample) const {
-        const miScalar lightCosine = dot(state->normal, sample.specularDirection);
+        // Where both cosines were negative, the small one of the view would divide a product of two signs.
+        const miScalar lightCosine = std::max(0.0f, dot(state->normal, sample.specularDirection));
         return color_ * compute_blinn_specular(&sample.specularDirection, &state->normal, state, lightCosine,
                                                viewCosine_, eccentricity_, rollOff_, sample.nDotL);
     }
