@@ -142,28 +142,35 @@ void settleAlpha(miColor& color, int record, const PassTypeInfo& types) {
     if (!volume && color.a > 0.0f) color.a = 1.0f;
 }
 
+/// The rasterizer's other hits of this sample have written before; the values add up.
+void addToFrameBuffers(miState* state, const PassTypeInfo& types, const FrameBufferInfo* records,
+                       unsigned count) {
+    for (unsigned i = 0; i < count; ++i) {
+        const int buffer = static_cast<int>(records[i].frameBufferIndex);
+        miColor sum{};
+        mi_fb_get(state, buffer, &sum);
+        sum += records[i].levelSlots[0].childResult;
+        settleAlpha(sum, static_cast<int>(i), types);
+        mi_fb_put(state, buffer, &sum);
+    }
+}
+
 miBoolean endSample(miState* state, const miShader_state_arg& argument) {
     if (state->type != miRAY_EYE || !argument.ret_value) return miTRUE;
     PassTypeInfo* types = nullptr;
     FrameBufferInfo* records = nullptr;
     const unsigned count = getFrameBufferInfo(state, types, records);
 
-    const bool composed = state->options->scanline == miSCANLINE_RASTERIZER && state->rast_compose;
-    for (unsigned i = 0; i < count; ++i) {
-        const int buffer = static_cast<int>(records[i].frameBufferIndex);
-        miColor& result = records[i].levelSlots[0].childResult;
-        if (composed) {
-            // The rasterizer's other hits of this sample have written before; the values add up.
-            miColor sum{};
-            mi_fb_get(state, buffer, &sum);
-            sum += result;
-            settleAlpha(sum, static_cast<int>(i), *types);
-            mi_fb_put(state, buffer, &sum);
-        } else {
-            settleAlpha(result, static_cast<int>(i), *types);
-            mi_fb_put(state, buffer, &result);
-        }
+    if (state->options->scanline == miSCANLINE_RASTERIZER && state->rast_compose) {
+        addToFrameBuffers(state, *types, records, count);
+        return miTRUE;
     }
+    // All alphas before all values: a value read right after a store to a part of it waits for that store.
+    for (unsigned i = 0; i < count; ++i)
+        settleAlpha(records[i].levelSlots[0].childResult, static_cast<int>(i), *types);
+    for (unsigned i = 0; i < count; ++i)
+        mi_fb_put(state, static_cast<int>(records[i].frameBufferIndex),
+                  &records[i].levelSlots[0].childResult);
     return miTRUE;
 }
 

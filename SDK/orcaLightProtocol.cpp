@@ -9,6 +9,8 @@
 #include "orcaUtilities.h"
 #include "orcaWriteMode.h"
 
+#include <cstdint>
+#include <cstring>
 #include <optional>
 
 LightData defaultLightDataArray{0, 1, 1, 0.0f, VELA_WHITE, 0, 0, 0, 0};
@@ -26,15 +28,13 @@ miColor removedLight(const miColor& light, const miColor& arriving) {
     return withAlpha(light - arriving, 1.0f);
 }
 
-miColor delivered(const FrameBufferInfo& record, const miColor& light, const miColor& arriving) {
-    if (!(record.flags & FB_LIGHT_CONTRIBUTES)) return noLight;
-    if (!(record.flags & FB_SHADOWED)) return withAlpha(light, 1.0f);
-    if (record.flags & FB_SHADOW_ONLY) return removedLight(light, arriving);
-    return withAlpha(arriving, 1.0f);
-}
-
+/// All four channels zero, of either sign; two tests of bits instead of four of numbers.
 bool isBlack(const miColor& c) {
-    return c.r == 0.0f && c.g == 0.0f && c.b == 0.0f && c.a == 0.0f;
+    constexpr std::uint64_t magnitudes = 0x7fffffff7fffffffu;
+    std::uint64_t words[2];
+    static_assert(sizeof words == sizeof c);
+    std::memcpy(words, &c, sizeof words);
+    return ((words[0] | words[1]) & magnitudes) == 0;
 }
 
 void resetTransmission(unsigned count, FrameBufferInfo* records) {
@@ -77,24 +77,22 @@ void setupLightContributions(unsigned count, FrameBufferInfo* records, miState* 
     }
     const PassMask mask(state->light_instance);
     for (unsigned i = 0; i < count; ++i) {
-        if (mask.admits(i))
-            records[i].flags |= FB_LIGHT_CONTRIBUTES;
-        else
-            records[i].flags &= ~unsigned{FB_LIGHT_CONTRIBUTES};
+        if (mask.admits(i)) records[i].flags |= FB_LIGHT_CONTRIBUTES;
+        else records[i].flags &= ~unsigned{FB_LIGHT_CONTRIBUTES};
     }
     records[0].flags &= ~unsigned{FB_LIGHT_SETUP_PENDING};
 }
 
-void handleNonOrcaLights(unsigned count, FrameBufferInfo* records, const miColor* lightValue, miTag lightInstance,
-                         miState* state) {
+void handleNonOrcaLights(unsigned count, FrameBufferInfo* records, const miColor* lightValue,
+                         miTag lightInstance, miState* state) {
     if (count == 0 || !(records[0].flags & FB_LIGHT_SETUP_PENDING)) return;
     {
         const Restored<miTag> light(state->light_instance);
         state->light_instance = lightInstance;
         setupLightContributions(count, records, state);
     }
-    // Meant as it stands: only a foreign light asks for the next one to be looked at, so a foreign light that follows
-    // one of ours in the same loop keeps what ours left.
+    // Meant as it stands: only a foreign light asks for the next one to be looked at, so a foreign light that
+    // follows one of ours in the same loop keeps what ours left.
     records[0].flags |= FB_LIGHT_SETUP_PENDING;
     for (unsigned i = 0; i < count; ++i)
         records[i].lightColor = records[i].flags & FB_LIGHT_CONTRIBUTES ? *lightValue : BLACK;
@@ -113,11 +111,18 @@ bool traceShadow(unsigned count, FrameBufferInfo* records, miColor* shadowResult
     *shadowResult = WHITE;
     resetTransmission(count, records);
     const bool light = mi_trace_shadow(shadowResult, state) != 0;
-    const miColor shared = light ? dimmed(*lightValue, *shadowColor, *shadowResult) : *shadowColor;
+    const miColor full = withAlpha(*lightValue, 1.0f), shadow = *shadowColor;
+    const miColor shared = withAlpha(light ? dimmed(full, shadow, *shadowResult) : shadow, 1.0f);
     for (unsigned i = 0; i < count; ++i) {
-        const miColor arriving =
-            uniform ? shared : dimmed(*lightValue, *shadowColor, records[i].shadowTransmission);
-        records[i].lightColor = delivered(records[i], *lightValue, arriving);
+        FrameBufferInfo& record = records[i];
+        if (!(record.flags & FB_LIGHT_CONTRIBUTES)) {
+            record.lightColor = noLight;
+        } else if (!(record.flags & FB_SHADOWED)) {
+            record.lightColor = full;
+        } else {
+            const miColor arriving = uniform ? shared : dimmed(full, shadow, record.shadowTransmission);
+            record.lightColor = record.flags & FB_SHADOW_ONLY ? removedLight(full, arriving) : arriving;
+        }
     }
     return light;
 }
@@ -135,8 +140,8 @@ bool traceShadowAccumulate(unsigned count, FrameBufferInfo* records, miColor* sh
     return light;
 }
 
-void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned samples, const miColor* lightValue,
-                              const miColor* shadowColor, miState*) {
+void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned samples,
+                              const miColor* lightValue, const miColor* shadowColor, miState*) {
     for (unsigned i = 0; i < count; ++i) {
         FrameBufferInfo& record = records[i];
         if (!(record.flags & FB_LIGHT_CONTRIBUTES)) {
@@ -146,16 +151,17 @@ void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned
         const miColor mean =
             samples == 0 ? record.shadowAccum : record.shadowAccum / static_cast<float>(samples);
         record.shadowTransmission = mean;
-        // Meant as it stands: a record that wants unshadowed light gets shadowed light from lights of several samples.
+        // Meant as it stands: a record that wants unshadowed light gets shadowed light from lights of several
+        // samples.
         const miColor arriving = dimmed(*lightValue, *shadowColor, mean);
         record.lightColor = record.flags & FB_SHADOW_ONLY ? removedLight(*lightValue, arriving) : arriving;
     }
 }
 
-bool applyShadowTransparencyToFrameBuffers(unsigned count, FrameBufferInfo* records, const miColor* transparency,
-                                           miState* state) {
+bool applyShadowTransparencyToFrameBuffers(unsigned count, FrameBufferInfo* records,
+                                           const miColor* transparency, miState* state) {
     bool light = false;
-    std::optional<PassMask> mask;  // looked up at the first record that asks
+    std::optional<PassMask> mask; // looked up at the first record that asks
     for (unsigned i = 0; i < count; ++i) {
         FrameBufferInfo& record = records[i];
         constexpr unsigned needed = FB_SHADOWED | FB_LIGHT_CONTRIBUTES;

@@ -30,6 +30,14 @@ add_compile_options(-Wall -Wextra -Wshadow -Wpointer-arith)
 # Contraction into fused operations would make results depend on the processor.
 add_compile_options(-ffp-contract=off)
 
+# States of some hundred bytes are copied for every ray. The processors' string instructions, which the compiler would
+# take for that, start slowly and make the loads that follow wait.
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag("-mmemcpy-strategy=libcall:-1:noalign" ORCA_HAS_MEMCPY_STRATEGY)
+if(ORCA_HAS_MEMCPY_STRATEGY)
+    add_compile_options(-mmemcpy-strategy=libcall:-1:noalign -mmemset-strategy=libcall:-1:noalign)
+endif()
+
 set(ORCA_SANITIZE "" CACHE STRING "sanitizers to build with, for instance address,undefined")
 if(ORCA_SANITIZE)
     add_compile_options(-fsanitize=${ORCA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

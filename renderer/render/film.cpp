@@ -32,14 +32,13 @@ constexpr miColor lowest{-farAway, -farAway, -farAway, -farAway};
 } // namespace
 
 PixelSamples::PixelSamples(const Film& film)
-    : film_(film), sums_(static_cast<std::size_t>(film.wordsPerSample_)),
-      nearest_(static_cast<std::size_t>(film.wordsPerSample_)) {
+    : film_(film),
+      sums_(static_cast<std::size_t>(film.wordsPerSample_)),
+      nearest_(static_cast<std::size_t>(film.hasUnfiltered_ ? film.wordsPerSample_ : 0)) {
     clear();
 }
 
 void PixelSamples::clear() {
-    std::fill(sums_.begin(), sums_.end(), 0.0f);
-    if (film_.hasUnfiltered_) std::fill(nearest_.begin(), nearest_.end(), 0.0f);
     weight_ = 0.0f;
     distance_ = farAway;
     count_ = 0;
@@ -48,12 +47,16 @@ void PixelSamples::clear() {
 }
 
 void PixelSamples::add(const PixelFilter::Placement& placement, const float* values) {
+    const bool first = count_++ == 0; // it overwrites what the pixel before has left here
     weight_ += placement.weight;
-    ++count_;
+    if (first && film_.hasUnfiltered_) std::fill(nearest_.begin(), nearest_.end(), 0.0f);
     for (const Film::Run& run : film_.filteredRuns_) {
         const float* from = values + run.offset;
         float* to = sums_.data() + run.offset;
-        for (int w = 0; w < run.words; ++w) to[w] += placement.weight * from[w];
+        if (first)
+            for (int w = 0; w < run.words; ++w) to[w] = placement.weight * from[w];
+        else
+            for (int w = 0; w < run.words; ++w) to[w] += placement.weight * from[w];
     }
 
     const miColor primary{values[film_.primaryOffset_], values[film_.primaryOffset_ + 1],
@@ -93,8 +96,7 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window)
             if (!filteredRuns_.empty() &&
                 filteredRuns_.back().offset + filteredRuns_.back().words == buffer.sampleOffset)
                 filteredRuns_.back().words += buffer.components;
-            else
-                filteredRuns_.push_back({buffer.sampleOffset, buffer.components});
+            else filteredRuns_.push_back({buffer.sampleOffset, buffer.components});
         } else {
             hasUnfiltered_ = true;
         }
@@ -108,33 +110,47 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window)
     high_.assign(pixels, lowest);
 }
 
-void Film::add(int x, int y, const PixelSamples& samples) {
-    const std::size_t pixel = index(x, y);
-    weights_[pixel] += samples.weight_;
-    low_[pixel] = lower(low_[pixel], samples.low_);
-    high_[pixel] = higher(high_[pixel], samples.high_);
-
-    const float before = hasUnfiltered_ ? distances_[pixel] : 0.0f;
-    for (Plane& plane : planes_) {
-        float* to = plane.pixels.data() + pixel * static_cast<std::size_t>(plane.components);
-        const float* kept = samples.nearest_.data() + plane.offset;
-        switch (plane.combine) {
-        case Combine::Filter: {
-            const float* from = samples.sums_.data() + plane.offset;
-            for (int c = 0; c < plane.components; ++c) to[c] += from[c];
-            break;
-        }
-        case Combine::NearestCentre:
-            if (samples.distance_ < before) std::copy_n(kept, plane.components, to);
-            break;
-        case Combine::NearestSurface:
-            if (before > insidePixel ? samples.distance_ < before
-                                     : samples.distance_ <= insidePixel && isNearer(*kept, *to))
-                *to = *kept;
-            break;
-        }
+void Film::addFiltered(Plane& plane, std::size_t firstPixel, std::span<const PixelSamples> run) {
+    const auto components = static_cast<std::size_t>(plane.components);
+    float* to = plane.pixels.data() + firstPixel * components;
+    for (const PixelSamples& samples : run) {
+        const float* from = samples.sums_.data() + plane.offset;
+        if (components == 4) // nearly all: a count that the compiler knows makes one addition of it
+            for (std::size_t c = 0; c < 4; ++c) to[c] += from[c];
+        else
+            for (std::size_t c = 0; c < components; ++c) to[c] += from[c];
+        to += components;
     }
-    if (hasUnfiltered_) distances_[pixel] = std::min(before, samples.distance_);
+}
+
+void Film::addUnfiltered(Plane& plane, std::size_t pixel, const PixelSamples& samples) {
+    float* to = plane.pixels.data() + pixel * static_cast<std::size_t>(plane.components);
+    const float* kept = samples.nearest_.data() + plane.offset;
+    const float before = distances_[pixel];
+    if (plane.combine == Combine::NearestCentre) {
+        if (samples.distance_ < before) std::copy_n(kept, plane.components, to);
+    } else if (before > insidePixel ? samples.distance_ < before
+                                    : samples.distance_ <= insidePixel && isNearer(*kept, *to)) {
+        *to = *kept;
+    }
+}
+
+void Film::add(int x, int y, std::span<const PixelSamples> run) {
+    const std::size_t first = index(x, y);
+    for (std::size_t i = 0; i < run.size(); ++i) {
+        const PixelSamples& samples = run[i];
+        weights_[first + i] += samples.weight_;
+        low_[first + i] = lower(low_[first + i], samples.low_);
+        high_[first + i] = higher(high_[first + i], samples.high_);
+    }
+    for (Plane& plane : planes_) {
+        if (plane.combine == Combine::Filter) addFiltered(plane, first, run);
+        else
+            for (std::size_t i = 0; i < run.size(); ++i) addUnfiltered(plane, first + i, run[i]);
+    }
+    if (!hasUnfiltered_) return;
+    for (std::size_t i = 0; i < run.size(); ++i)
+        distances_[first + i] = std::min(distances_[first + i], run[i].distance_);
 }
 
 void Film::interpolate(int x, int y, const Blend& blend) {
@@ -146,14 +162,16 @@ void Film::interpolate(int x, int y, const Blend& blend) {
         const auto components = static_cast<std::size_t>(plane.components);
         float* to = plane.pixels.data() + pixel * components;
         if (plane.combine != Combine::Filter) {
-            std::copy_n(plane.pixels.data() + index(blend.x[heaviest], blend.y[heaviest]) * components, components, to);
+            std::copy_n(plane.pixels.data() + index(blend.x[heaviest], blend.y[heaviest]) * components,
+                        components, to);
             continue;
         }
         std::fill_n(to, components, 0.0f);
         for (int i = 0; i < 4; ++i) {
             const std::size_t source = index(blend.x[i], blend.y[i]);
             const float weight = blend.weight[i] / weights_[source];
-            for (std::size_t c = 0; c < components; ++c) to[c] += weight * plane.pixels[source * components + c];
+            for (std::size_t c = 0; c < components; ++c)
+                to[c] += weight * plane.pixels[source * components + c];
         }
     }
     // The weight stays 0, so that the pixel does not pass for a sampled one; resolve leaves it as it is.
@@ -173,6 +191,8 @@ miColor Film::spread(int x, int y) const {
 }
 
 void Film::resolve() {
+    // One sample a pixel under a box filter: the sums are the means already.
+    if (std::all_of(weights_.begin(), weights_.end(), [](float w) { return w == 1.0f; })) return;
     for (Plane& plane : planes_) {
         if (plane.combine != Combine::Filter) continue;
         const auto components = static_cast<std::size_t>(plane.components);
@@ -187,7 +207,8 @@ void Film::resolve() {
 std::vector<image::Layer> Film::layers() const {
     std::vector<image::Layer> layers;
     for (const Plane& plane : planes_)
-        layers.push_back({&framebuffers_.buffers()[static_cast<std::size_t>(plane.bufferIndex)], plane.pixels});
+        layers.push_back(
+            {&framebuffers_.buffers()[static_cast<std::size_t>(plane.bufferIndex)], plane.pixels});
     return layers;
 }
 

@@ -8,6 +8,7 @@
 #include <shader.h>
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace orca::render {
@@ -21,7 +22,7 @@ struct PixelWindow {
 
 class Film;
 
-/// Samples of one pixel, gathered by one thread before they go to the film in one step.
+/// Samples of one pixel, gathered by one thread before they go to the film.
 class PixelSamples {
 public:
     explicit PixelSamples(const Film& film);
@@ -33,12 +34,12 @@ public:
 private:
     friend class Film;
     const Film& film_;
-    std::vector<float> sums_;     // filtered words: sum of weight * value
-    std::vector<float> nearest_;  // unfiltered words: the chosen sample's
+    std::vector<float> sums_;    // filtered words: sum of weight * value
+    std::vector<float> nearest_; // unfiltered words: the chosen sample's
     float weight_ = 0.0f;
-    float distance_ = 0.0f;       // of the sample in nearest_ from the pixel's centre
+    float distance_ = 0.0f; // of the sample in nearest_ from the pixel's centre
     std::uint32_t count_ = 0;
-    miColor low_{}, high_{};      // of the primary buffer
+    miColor low_{}, high_{}; // of the primary buffer
 };
 
 /// Pixels of all buffers. A pixel is written by one thread at a time; pixels are independent of each other.
@@ -46,9 +47,11 @@ class Film {
 public:
     Film(const image::FramebufferSet& framebuffers, const PixelWindow& window);
 
-    /// Merges new samples of a pixel (picture coordinates).
-    void add(int x, int y, const PixelSamples& samples);
-    /// Copies all words of one pixel from others by bilinear weights; unfiltered words come from the heaviest.
+    /// Merges new samples of a run of neighbours in a row, the first at (x, y) in picture coordinates. A run
+    /// is far cheaper than its pixels one by one: every buffer is another place in memory.
+    void add(int x, int y, std::span<const PixelSamples> run);
+    /// Copies all words of one pixel from others by bilinear weights; unfiltered words come from the
+    /// heaviest.
     struct Blend {
         int x[4], y[4];
         float weight[4];
@@ -73,14 +76,17 @@ private:
     enum class Combine { Filter, NearestCentre, NearestSurface };
     struct Plane {
         int bufferIndex;
-        int offset;      // first word in a sample
+        int offset; // first word in a sample
         int components;
         Combine combine;
         std::vector<float> pixels;
     };
     struct Run {
-        int offset, words;  // contiguous filtered words of a sample
+        int offset, words; // contiguous filtered words of a sample
     };
+
+    static void addFiltered(Plane& plane, std::size_t firstPixel, std::span<const PixelSamples> run);
+    void addUnfiltered(Plane& plane, std::size_t pixel, const PixelSamples& samples);
 
     [[nodiscard]] std::size_t index(int x, int y) const {
         return static_cast<std::size_t>(y - window_.yl) * static_cast<std::size_t>(window_.width()) +
@@ -96,7 +102,7 @@ private:
     std::size_t primaryPlane_ = 0;
     bool hasUnfiltered_ = false;
     std::vector<float> weights_;
-    std::vector<float> distances_;  // of unfiltered values, only where there are any
+    std::vector<float> distances_; // of unfiltered values, only where there are any
     std::vector<miColor> low_, high_;
 };
 

@@ -18,7 +18,8 @@ using geometry::RayClass;
 /// Puts a context's shadow path back when the query ends.
 class PathScope {
 public:
-    PathScope(RenderContext& context, const ShadowPath& path) : context_(context), before_(context.shadowPath) {
+    PathScope(RenderContext& context, const ShadowPath& path)
+        : context_(context), before_(context.shadowPath) {
         context.shadowPath = &path;
     }
     ~PathScope() { context_.shadowPath = before_; }
@@ -35,7 +36,8 @@ miVector negated(const miVector& v) {
 }
 
 miVector along(const miVector& from, const miVector& direction, float distance) {
-    return {from.x + direction.x * distance, from.y + direction.y * distance, from.z + direction.z * distance};
+    return {from.x + direction.x * distance, from.y + direction.y * distance,
+            from.z + direction.z * distance};
 }
 
 ShadowPath pathOf(const RenderContext& context, miState* state) {
@@ -83,20 +85,23 @@ miBoolean blocked(miColor& result) {
 }
 
 /// One occluder of a plain walk.
-miBoolean callOccluder(RenderContext& context, miColor& result, miState* lightState, const Ray& ray, const Hit& hit,
-                       const ShadowPath& path) {
+miBoolean callOccluder(RenderContext& context, miColor& result, miState* lightState, const Ray& ray,
+                       const Hit& hit, const ShadowPath& path) {
     ChildState child(context, lightState, miRAY_SHADOW);
     child->org = path.lightOrigin;
     child->dir = negated(path.towardLight);
     setHit(context, child.derived(), ray, hit, NormalSide::AsModelled);
-    child->dist = std::max(mi_vector_dist(&path.lightOrigin, &child->point), std::numeric_limits<float>::min());
+    child->dist =
+        std::max(mi_vector_dist(&path.lightOrigin, &child->point), std::numeric_limits<float>::min());
     const miMaterial* material = occluderMaterial(context, *child.get());
     if (!material || material->shadow == miNULLTAG) return blocked(result);
     child->refraction_volume = material->volume;
     return context.runtime.call(&result, miSHADER_SHADOW, child.get(), material->shadow);
 }
 
-miBoolean walk(RenderContext& context, miColor& result, miState* lightState, Ray ray, const ShadowPath& path) {
+/// Moves `ray` on from occluder to occluder.
+miBoolean walk(RenderContext& context, miColor& result, miState* lightState, Ray& ray,
+               const ShadowPath& path) {
     Hit hit;
     while (nextOccluder(context, ray, path, hit)) {
         if (!callOccluder(context, result, lightState, ray, hit, path)) return miFALSE;
@@ -128,9 +133,8 @@ Ray rayFromLight(const RenderContext& context, const miState& state, const Shado
 }
 
 /// The rest of a segment walk from `state` on: the next occluder's shader, or the light.
-miBoolean segment(RenderContext& context, miColor& result, miState* state, miTag volume, const Ray& start,
+miBoolean segment(RenderContext& context, miColor& result, miState* state, miTag volume, Ray ray,
                   const ShadowPath& path) {
-    Ray ray = start;
     Hit hit;
     ChildState child(context, state, miRAY_SHADOW);
     child->light_instance = path.lightInstance;
@@ -161,17 +165,18 @@ miBoolean traceShadow(miColor& result, miState* lightState) {
     RenderContext& context = renderContextOf(lightState);
     const char mode = context.frame.options.shadow;
     if (mode == miSHADOW_OFF || !context.frame.options.trace || context.depth >= maxNesting) return miTRUE;
-    if (lightState->hit_leaf != geometry::nothing && !context.frame.leaves[lightState->hit_leaf].receivesShadows)
+    if (lightState->hit_leaf != geometry::nothing &&
+        !context.frame.leaves[lightState->hit_leaf].receivesShadows)
         return miTRUE;
 
     ++context.counts.shadow;
     const ShadowPath path = pathOf(context, lightState);
     const PathScope scope(context, path);
     if (mode == miSHADOW_SEGMENTS)
-        return segment(context, result, lightState, lightState->volume, rayTowardLight(context, *lightState, path),
-                       path);
-    const Ray ray = mode == miSHADOW_SORTED ? rayFromLight(context, *lightState, path)
-                                            : rayTowardLight(context, *lightState, path);
+        return segment(context, result, lightState, lightState->volume,
+                       rayTowardLight(context, *lightState, path), path);
+    Ray ray = mode == miSHADOW_SORTED ? rayFromLight(context, *lightState, path)
+                                      : rayTowardLight(context, *lightState, path);
     return walk(context, result, lightState, ray, path);
 }
 

@@ -9,13 +9,14 @@
 
 #include <algorithm>
 #include <mutex>
+#include <span>
 
 namespace orca::render {
 
 namespace {
 
 constexpr int automaticTileSize = 32;
-constexpr std::size_t workerStackBytes = 64u << 20;  // deep ray trees run shaders within shaders
+constexpr std::size_t workerStackBytes = 64u << 20; // deep ray trees run shaders within shaders
 
 std::vector<PixelWindow> tilesOf(const PixelWindow& window, int size) {
     std::vector<PixelWindow> tiles;
@@ -42,16 +43,24 @@ void add(RayCounts& to, const RayCounts& from) {
 } // namespace
 
 struct TileRenderer::Worker {
-    Worker(const Frame& frame, const Film& film, int thread) : context(frame, thread), samples(film) {}
+    Worker(const Frame& frame, const Film& film, int thread, int tileSize)
+        : context(frame, thread), row(static_cast<std::size_t>(tileSize), PixelSamples(film)) {}
     RenderContext context;
-    PixelSamples samples;
+    std::vector<PixelSamples> row; // of a tile
 };
 
 TileRenderer::TileRenderer(const Frame& frame, Film& film, const RenderSettings& settings, int threads,
                            int passesAtMost)
-    : frame_(frame), film_(film), settings_(settings),
-      filter_(frame.options.filter, frame.options.filter_size_x, frame.options.filter_size_y), threads_(threads),
-      passesAtMost_(passesAtMost), workers_(static_cast<std::size_t>(threads)) {}
+    : frame_(frame),
+      film_(film),
+      settings_(settings),
+      filter_(frame.options.filter, frame.options.filter_size_x, frame.options.filter_size_y),
+      threads_(threads),
+      tileSize_(std::max(1, settings.tileSize.value_or(frame.options.task_size > 0 ? frame.options.task_size
+                                                                                   : automaticTileSize))),
+      passesAtMost_(passesAtMost),
+      workers_(static_cast<std::size_t>(threads)) {
+}
 
 TileRenderer::~TileRenderer() = default;
 
@@ -59,31 +68,40 @@ TileRenderer::Worker& TileRenderer::workerOfThisThread() {
     const int thread = tbb::this_task_arena::current_thread_index();
     std::unique_ptr<Worker>& worker = workers_[static_cast<std::size_t>(thread)];
     if (!worker) {
-        worker = std::make_unique<Worker>(frame_, film_, thread);
+        worker = std::make_unique<Worker>(frame_, film_, thread, std::min(tileSize_, film_.window().width()));
         openBaseState(worker->context);
     }
     return *worker;
 }
 
+void TileRenderer::renderPixel(Worker& worker, const Refinement::Pass& pass, int x, int y,
+                               PixelSamples& samples) {
+    samples.clear();
+    for (unsigned index = pass.firstSample; index < pass.endSample; ++index) {
+        Sampler& sampler = worker.context.sampler;
+        sampler.startSample(frame_.seed, x, y, index);
+        const float lobe = filter_.hasNegativeLobes() ? sampler.eye(EyeFilterLobe) : 0.0f;
+        PixelFilter::Placement placement =
+            filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
+        if (pass.endSample == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
+        renderEyeSample(worker.context, x, y, placement);
+        samples.add(placement, worker.context.sampleWords.data());
+    }
+}
+
 void TileRenderer::renderTile(Worker& worker, const Refinement::Pass& pass, const PixelWindow& tile) {
     const PixelWindow& window = film_.window();
+    const auto wanted = [&](int x, int y) {
+        return pass.pixels.empty() || pass.pixels[static_cast<std::size_t>(y - window.yl) *
+                                                      static_cast<std::size_t>(window.width()) +
+                                                  static_cast<std::size_t>(x - window.xl)];
+    };
     for (int y = tile.yl; y <= tile.yh; ++y)
         for (int x = tile.xl; x <= tile.xh; ++x) {
-            const std::size_t pixel = static_cast<std::size_t>(y - window.yl) * static_cast<std::size_t>(window.width()) +
-                                      static_cast<std::size_t>(x - window.xl);
-            if (!pass.pixels.empty() && !pass.pixels[pixel]) continue;
-            worker.samples.clear();
-            for (unsigned index = pass.firstSample; index < pass.endSample; ++index) {
-                Sampler& sampler = worker.context.sampler;
-                sampler.startSample(frame_.seed, x, y, index);
-                const float lobe = filter_.hasNegativeLobes() ? sampler.eye(EyeFilterLobe) : 0.0f;
-                PixelFilter::Placement placement =
-                    filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
-                if (pass.endSample == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
-                renderEyeSample(worker.context, x, y, placement);
-                worker.samples.add(placement, worker.context.sampleWords.data());
-            }
-            film_.add(x, y, worker.samples);
+            const int first = x;
+            std::size_t pixels = 0;
+            for (; x <= tile.xh && wanted(x, y); ++x) renderPixel(worker, pass, x, y, worker.row[pixels++]);
+            if (pixels > 0) film_.add(first, y, std::span(worker.row).first(pixels));
         }
 }
 
@@ -100,9 +118,7 @@ void TileRenderer::report(std::size_t tilesDone, std::size_t tiles) {
 }
 
 bool TileRenderer::render(const Refinement::Pass& pass) {
-    const int size = std::max(1, settings_.tileSize.value_or(
-                                     frame_.options.task_size > 0 ? frame_.options.task_size : automaticTileSize));
-    const std::vector<PixelWindow> tiles = tilesOf(film_.window(), size);
+    const std::vector<PixelWindow> tiles = tilesOf(film_.window(), tileSize_);
     const tbb::global_control stackSize(tbb::global_control::thread_stack_size, workerStackBytes);
     const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
                                           static_cast<std::size_t>(threads_));

@@ -11,11 +11,12 @@
 
 namespace orca::render {
 
-/// Renders passes over a picture in tiles, on as many threads as asked for. Each thread keeps one render state from its
-/// first tile to `close`.
+/// Renders passes over a picture in tiles, on as many threads as asked for. Each thread keeps one render
+/// state from its first tile to `close`.
 class TileRenderer {
 public:
-    TileRenderer(const Frame& frame, Film& film, const RenderSettings& settings, int threads, int passesAtMost);
+    TileRenderer(const Frame& frame, Film& film, const RenderSettings& settings, int threads,
+                 int passesAtMost);
     ~TileRenderer();
 
     /// False when the render was stopped before all tiles were done.
@@ -29,6 +30,7 @@ public:
 
 private:
     struct Worker;
+    void renderPixel(Worker& worker, const Refinement::Pass& pass, int x, int y, PixelSamples& samples);
     void renderTile(Worker& worker, const Refinement::Pass& pass, const PixelWindow& tile);
     Worker& workerOfThisThread();
     void report(std::size_t tilesDone, std::size_t tiles);
@@ -38,6 +40,7 @@ private:
     const RenderSettings& settings_;
     PixelFilter filter_;
     int threads_;
+    int tileSize_; // pixels
     int passesAtMost_;
     int passesDone_ = 0;
     std::vector<std::unique_ptr<Worker>> workers_;

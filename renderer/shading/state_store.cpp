@@ -6,12 +6,21 @@
 
 namespace orca::shading {
 
+namespace {
+
+/// Most keys that are asked for differ from an entry's in the first letter: no call for those.
+bool sameText(const std::string& text, const char* key) {
+    return *text.c_str() == *key && std::strcmp(text.c_str(), key) == 0;
+}
+
+} // namespace
+
 StateStore::Entry* StateStore::find(const char* key) {
     const auto address = reinterpret_cast<std::uintptr_t>(key);
     unsigned char& hint = indexHint_[(address ^ (address >> 4)) % indexHint_.size()];
-    if (hint < entries_.size() && std::strcmp(entries_[hint].key.c_str(), key) == 0) return &entries_[hint];
+    if (hint < entries_.size() && sameText(entries_[hint].key, key)) return &entries_[hint];
     for (std::size_t i = 0; i < entries_.size(); ++i)
-        if (entries_[i].key == key) {
+        if (sameText(entries_[i].key, key)) {
             if (i < 256) hint = static_cast<unsigned char>(i);
             return &entries_[i];
         }
