@@ -20,7 +20,7 @@ public:
 
     PhongSpecularComponent(miState* state, P* record)
         : color_(parameterValue(state, record, &P::specularColor)),
-          exponent_(parameterValue(state, record, &P::cosinePower)) {}
+          exponent_(std::max(0.0f, parameterValue(state, record, &P::cosinePower))) {}
     [[nodiscard]] const miColor& materialColor() const noexcept { return color_; }
     [[nodiscard]] miColor operator()(miState* state, const LightSample& sample) const {
         return color_ * compute_phong_specular(&sample.mirror, &sample.specularDirection, state, exponent_,
@@ -39,7 +39,7 @@ public:
 
     PhongESpecularComponent(miState* state, P* record)
         : color_(parameterValue(state, record, &P::specularColor)),
-          roughness_(parameterValue(state, record, &P::roughness)),
+          roughness_(std::max(0.0f, parameterValue(state, record, &P::roughness))),
           size_(extent(parameterValue(state, record, &P::highlightSize))),
           whiteness_(parameterValue(state, record, &P::whiteness)) {}
     [[nodiscard]] const miColor& materialColor() const noexcept { return color_; }
@@ -72,7 +72,8 @@ public:
           viewCosine_(std::max(-dot(state->normal, state->dir), VELA_EPS)) {}
     [[nodiscard]] const miColor& materialColor() const noexcept { return color_; }
     [[nodiscard]] miColor operator()(miState* state, const LightSample& sample) const {
-        const miScalar lightCosine = dot(state->normal, sample.specularDirection);
+        // Where both cosines were negative, the small one of the view would divide a product of two signs.
+        const miScalar lightCosine = std::max(0.0f, dot(state->normal, sample.specularDirection));
         return color_ * compute_blinn_specular(&sample.specularDirection, &state->normal, state, lightCosine,
                                                viewCosine_, eccentricity_, rollOff_, sample.nDotL);
     }

@@ -21,7 +21,7 @@ struct RefractionSettings {
     miScalar absorbance;      ///< per scene unit of travel inside
     miInteger limit;          ///< refraction level from which on the environment stands in for the ray
     miScalar blur;            ///< radians, half angle of the cone of directions; 0: one sharp ray
-    miInteger blurSamples; ///< rays at level 0, fewer further down; below 2: one sharp ray
+    miInteger blurSamples;    ///< rays at level 0, fewer further down; below 2: one sharp ray
 };
 
 struct ReflectionSettings {

@@ -17,7 +17,7 @@ bool sameText(const std::string& text, const char* key) {
 
 StateStore::Entry* StateStore::find(const char* key) {
     const auto address = reinterpret_cast<std::uintptr_t>(key);
-    unsigned char& hint = indexHint_[(address ^ (address >> 4)) % indexHint_.size()];
+    unsigned char& hint = indexHint_[(address ^ (address >> 6)) % indexHint_.size()];
     if (hint < entries_.size() && sameText(entries_[hint].key, key)) return &entries_[hint];
     for (std::size_t i = 0; i < entries_.size(); ++i)
         if (sameText(entries_[i].key, key)) {

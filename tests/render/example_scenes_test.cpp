@@ -7,6 +7,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -56,6 +57,22 @@ TEST_P(ExampleScene, RendersWithoutComplaintsAndItsBeautyIsThePicture) {
         ASSERT_NEAR(beauty->pixels[i], expected, 1e-4f * std::abs(expected) + 2e-6f) << "word " << i;
     }
     EXPECT_GT(brightest, 0.05);
+
+    // A scene that has every component shows that they are all there is.
+    std::vector<std::span<const float>> components;
+    for (const char* name :
+         {"ambient", "diffuse", "specular", "incandescence", "reflection", "refraction", "indirect"}) {
+        const auto layer =
+            std::find_if(layers.begin(), layers.end(), [&](const auto& l) { return l.buffer->name == name; });
+        if (layer == layers.end()) return;
+        components.push_back(layer->pixels);
+    }
+    for (std::size_t i = 0; i < primary->pixels.size(); ++i) {
+        if (i % 4 == 3) continue;
+        float sum = 0.0f;
+        for (const auto component : components) sum += component[i];
+        ASSERT_NEAR(sum, primary->pixels[i], 1e-4f * std::abs(primary->pixels[i]) + 2e-6f) << "word " << i;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenes, ExampleScene, ::testing::ValuesIn(exampleScenes()), [](const auto& scene) {

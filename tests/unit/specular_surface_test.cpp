@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "material_scene.h"
+#include "orcaHighlightComponents.h"
 #include "orcaSpecularMaterials.h"
 #include "orcaVector.h"
 
@@ -205,6 +206,33 @@ TEST_F(ReflectionFixture, LightsHighlightsByTheirOwnSwitch) {
         return lit;
     };
     expectColor(shade().color, BLACK);
+}
+
+/// An interpolated normal may lean away from the viewer at a silhouette, and from the light.
+TEST(SilhouetteHighlights, StayFiniteWhereTheNormalLeansAway) {
+    ScriptedRenderer renderer;
+    BlinnParameters p = shiny<BlinnParameters>();
+    p.specularColor = WHITE;
+    p.eccentricity = 0.3f;
+    p.specularRollOff = 0.7f;
+    ScriptedShader<BlinnParameters> shader(p);
+    miState& state = renderer.state;
+    state.shader = &shader.function;
+    state.normal = {0.0f, 0.0f, 1.0f};
+    for (const float view : {0.02f, 1e-4f, 0.0f, -1e-4f, -0.02f})
+        for (const float light : {0.9f, 0.3f, 1e-3f, -1e-3f, -0.3f, -0.9f}) {
+            state.dir = -normalized({1.0f, 0.0f, view});
+            LightSample sample{};
+            sample.direction = sample.specularDirection = {0.0f, std::sqrt(1.0f - light * light), light};
+            sample.nDotL = light;
+            const BlinnSpecularComponent<BlinnParameters> highlight(&state, &shader.parameters);
+            const float strength = highlight(&state, sample).r;
+            EXPECT_GE(strength, 0.0f);
+            EXPECT_LT(strength, 4.0f) << view << ' ' << light;
+            if (light < 0.0f) {
+                EXPECT_EQ(strength, 0.0f) << view << ' ' << light;
+            }
+        }
 }
 
 } // namespace
