@@ -2,6 +2,7 @@
 #include "geometry/scene_geometry.h"
 #include "geometry/vectors.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -29,6 +30,18 @@ miVector leaveSurface(const miVector& point, const miVector& geometricNormal, co
     const float side = dot(geometricNormal, direction) < 0.0f ? -1.0f : 1.0f;
     return {leave(point.x, side * geometricNormal.x), leave(point.y, side * geometricNormal.y),
             leave(point.z, side * geometricNormal.z)};
+}
+
+float distanceBehind(const miVector& origin, float distance) {
+    constexpr float unitsOfTheLargest = 1.0f / 131072.0f; // 64 to 128 units in the last place
+    const float largest = std::max({std::abs(origin.x), std::abs(origin.y), std::abs(origin.z), distance, nearOrigin});
+    return distance + unitsOfTheLargest * largest;
+}
+
+void continueBehind(Ray& ray, const Hit& hit) {
+    ray.nearDistance = distanceBehind(ray.origin, hit.distance);
+    ray.skipLeaf = hit.leaf;
+    ray.skipTriangle = hit.triangle;
 }
 
 } // namespace orca::geometry

@@ -55,7 +55,7 @@ void rasterizeEyeSample(RenderContext& context, miColor& color) {
         const float through = std::max({transmitted.r, transmitted.g, transmitted.b});
         if (1.0f - through > closed) break;
         const miState& front = eyeHit(context);
-        context.eyeStart = static_cast<float>(front.dist);
+        context.eyeStart = geometry::distanceBehind(front.org, static_cast<float>(front.dist));
         context.skipLeaf = front.hit_leaf;
         context.skipTriangle = front.hit_triangle;
     }

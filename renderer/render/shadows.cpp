@@ -68,9 +68,7 @@ bool nextOccluder(RenderContext& context, Ray& ray, const ShadowPath& path, Hit&
     const geometry::SceneGeometry& geometry = context.frame.geometry;
     while (geometry.intersect(ray, hit)) {
         if (geometry.castsShadowOf(context.frame.leaves[hit.leaf], path.lightInstance)) return true;
-        ray.nearDistance = hit.distance;
-        ray.skipLeaf = hit.leaf;
-        ray.skipTriangle = hit.triangle;
+        continueBehind(ray, hit);
     }
     return false;
 }
@@ -105,9 +103,7 @@ miBoolean walk(RenderContext& context, miColor& result, miState* lightState, Ray
     Hit hit;
     while (nextOccluder(context, ray, path, hit)) {
         if (!callOccluder(context, result, lightState, ray, hit, path)) return miFALSE;
-        ray.nearDistance = hit.distance;
-        ray.skipLeaf = hit.leaf;
-        ray.skipTriangle = hit.triangle;
+        continueBehind(ray, hit);
     }
     return miTRUE;
 }
