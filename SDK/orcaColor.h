@@ -58,5 +58,6 @@ constexpr miColor& operator*=(miColor& a, miScalar f) noexcept {
 }
 /// (1 - t) a + t b in red, green and blue, with a share per channel; alpha of b.
 [[nodiscard]] constexpr miColor blended(const miColor& a, const miColor& b, const miColor& t) noexcept {
-    return {(1.0f - t.r) * a.r + t.r * b.r, (1.0f - t.g) * a.g + t.g * b.g, (1.0f - t.b) * a.b + t.b * b.b, b.a};
+    return {(1.0f - t.r) * a.r + t.r * b.r, (1.0f - t.g) * a.g + t.g * b.g, (1.0f - t.b) * a.b + t.b * b.b,
+            b.a};
 }

@@ -47,7 +47,8 @@ void bc_composite(const bc* record, SurfaceShaderReturnType* result, const Compo
     case MATTE_BLACK_HOLE: setRgb(result->matteOpacity, BLACK_HOLE_MARK); return;
     case MATTE_SOLID: setRgb(result->matteOpacity, inputs->matteOpacity); break;
     case MATTE_OPACITY_GAIN:
-        result->matteOpacity = withAlpha((WHITE - result->transparency) * inputs->matteOpacity, result->matteOpacity.a);
+        result->matteOpacity =
+            withAlpha((WHITE - result->transparency) * inputs->matteOpacity, result->matteOpacity.a);
         break;
     default: break;
     }
@@ -56,7 +57,8 @@ void bc_composite(const bc* record, SurfaceShaderReturnType* result, const Compo
     const miColor opacity = WHITE - inputs->transparency;
     miColor color = BLACK;
     if (mask & COMPOSITE_DIFFUSE) color = result->diffuse = inputs->diffuse;
-    else if (mask & COMPOSITE_DIFFUSE_UNSHADOWED) color = result->diffuseUnshadowed = inputs->diffuseUnshadowed;
+    else if (mask & COMPOSITE_DIFFUSE_UNSHADOWED)
+        color = result->diffuseUnshadowed = inputs->diffuseUnshadowed;
     if (mask & COMPOSITE_INDIRECT) color += result->irradiance = inputs->indirect;
     if ((mask & COMPOSITE_SCATTER) && inputs->scatter) color += result->scatter = *inputs->scatter;
     if (mask & COMPOSITE_AMBIENT) color += result->ambient = inputs->ambient;
@@ -69,8 +71,10 @@ void bc_composite(const bc* record, SurfaceShaderReturnType* result, const Compo
         glow += light * inputs->specularGlow;
     };
     if (mask & COMPOSITE_SPECULAR) addBright(result->specular = inputs->specular);
-    else if (mask & COMPOSITE_SPECULAR_UNSHADOWED) addBright(result->specularUnshadowed = inputs->specularUnshadowed);
-    if ((mask & COMPOSITE_REFRACTION) && inputs->refraction) addBright(result->refraction = *inputs->refraction);
+    else if (mask & COMPOSITE_SPECULAR_UNSHADOWED)
+        addBright(result->specularUnshadowed = inputs->specularUnshadowed);
+    if ((mask & COMPOSITE_REFRACTION) && inputs->refraction)
+        addBright(result->refraction = *inputs->refraction);
 
     if (inputs->clear) color = BLACK;
     else if (mask & COMPOSITE_TRACE_LIMIT) color += result->reflection = inputs->reflection;
@@ -81,4 +85,5 @@ void bc_composite(const bc* record, SurfaceShaderReturnType* result, const Compo
     result->opacity = opacity;
 }
 
-void bc_destruct(bc*) {}
+void bc_destruct(bc*) {
+}

@@ -5,7 +5,7 @@
 
 #include <shader.h>
 
-inline constexpr miInteger VELA_MAGIC = 0x56656C61;  // "Vela"
+inline constexpr miInteger VELA_MAGIC = 0x56656C61; // "Vela"
 inline constexpr miScalar VELA_EPS = 1e-5f;
 inline constexpr miInteger VELA_CUBE_SIDE = 32;
 

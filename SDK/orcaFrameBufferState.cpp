@@ -192,17 +192,11 @@ ORCA_EXPORT void orcaFrameBufferState_init(miState* state, void* parameters, miB
 
 ORCA_EXPORT miBoolean orcaFrameBufferState(miColor*, miState* state, void*, miShader_state_arg* argument) {
     switch (argument->op) {
-    case miSHADERSTATE_STATE_INIT:
-        return createRecords(state);
-    case miSHADERSTATE_STATE_EXIT:
-        return destroyRecords(state);
-    case miSHADERSTATE_SAMPLE_INIT:
-        return beginSample(state);
-    case miSHADERSTATE_SAMPLE_EXIT:
-        return endSample(state, *argument);
-    default:
-        mi_warning("vela_state(): Invoked with invalid opcode.");
-        return miFALSE;
+    case miSHADERSTATE_STATE_INIT: return createRecords(state);
+    case miSHADERSTATE_STATE_EXIT: return destroyRecords(state);
+    case miSHADERSTATE_SAMPLE_INIT: return beginSample(state);
+    case miSHADERSTATE_SAMPLE_EXIT: return endSample(state, *argument);
+    default: mi_warning("vela_state(): Invoked with invalid opcode."); return miFALSE;
     }
 }
 

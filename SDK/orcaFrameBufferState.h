@@ -6,10 +6,11 @@
 
 extern "C" {
 
-/// The pass records of a state. Number of records, 0 (and null outputs, or outputs of no use) when the state has none:
-/// outside image samples, without a frame-buffer state shader, or when the stored sizes do not fit each other. Writers
-/// write passes only when it is not 0.
-ORCA_EXPORT unsigned getFrameBufferInfo(miState* state, PassTypeInfo*& passTypeInfo, FrameBufferInfo*& frameBufferInfo);
+/// The pass records of a state. Number of records, 0 (and null outputs, or outputs of no use) when the state
+/// has none: outside image samples, without a frame-buffer state shader, or when the stored sizes do not fit
+/// each other. Writers write passes only when it is not 0.
+ORCA_EXPORT unsigned getFrameBufferInfo(miState* state, PassTypeInfo*& passTypeInfo,
+                                        FrameBufferInfo*& frameBufferInfo);
 
 /// The camera's data block, pinned unless null; all fields null or false when there is none.
 ORCA_EXPORT FrameBufferDataBlock getFrameBufferDataBlock(miState* state);

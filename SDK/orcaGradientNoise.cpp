@@ -76,7 +76,8 @@ float noise_gradient_3d(float x, float y, float z) {
     const Axis ax(x), ay(y), az(z);
     const auto corner = [&](int dx, int dy, int dz) {
         const miVector& gradient = gradients[hashed(ax.cell + dx, ay.cell + dy, az.cell + dz)];
-        return gradient.x * (ax.offset - static_cast<float>(dx)) + gradient.y * (ay.offset - static_cast<float>(dy)) +
+        return gradient.x * (ax.offset - static_cast<float>(dx)) +
+               gradient.y * (ay.offset - static_cast<float>(dy)) +
                gradient.z * (az.offset - static_cast<float>(dz));
     };
     const auto alongX = [&](int dy, int dz) { return mixed(corner(0, dy, dz), corner(1, dy, dz), ax.fade); };

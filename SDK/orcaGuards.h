@@ -67,7 +67,8 @@ template <class T>
 class RendererArray {
 public:
     RendererArray(const char* file, int line, int count)
-        : file_(file), line_(line),
+        : file_(file),
+          line_(line),
           memory_(static_cast<T*>(mi_mem_int_allocate(file, line, count * static_cast<int>(sizeof(T))))) {}
     ~RendererArray() {
         if (memory_) mi_mem_int_release(file_, line_, memory_);

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// How a material's light loop, the lights and the shadow shaders keep one result per pass. A material opens the loop,
-/// takes samples, and closes it; each light says which records it feeds and what each receives; each occluder dims them.
-/// `count` and `records` are getFrameBufferInfo's; with count 0 the functions do nothing but trace shadows.
+/// How a material's light loop, the lights and the shadow shaders keep one result per pass. A material opens
+/// the loop, takes samples, and closes it; each light says which records it feeds and what each receives;
+/// each occluder dims them. `count` and `records` are getFrameBufferInfo's; with count 0 the functions do
+/// nothing but trace shadows.
 
 #include "orcaExport.h"
 #include "orcaFrameBufferRecords.h"
@@ -16,10 +17,10 @@ extern ORCA_EXPORT LightData defaultLightDataArray;
 
 /// Opens a material's light loop.
 ORCA_EXPORT void sampleLightBegin(unsigned count, FrameBufferInfo* records);
-/// Closes it: combines the mean over `samples` of what the loop gathered into the level's slots, by the material's write
-/// mode, scaled by `*scale` when bit 0 of `*useScale` is set.
-ORCA_EXPORT void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, int samples, const int* mode,
-                                const unsigned char* useScale, const float* scale);
+/// Closes it: combines the mean over `samples` of what the loop gathered into the level's slots, by the
+/// material's write mode, scaled by `*scale` when bit 0 of `*useScale` is set.
+ORCA_EXPORT void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, int samples,
+                                const int* mode, const unsigned char* useScale, const float* scale);
 
 /// Called by each light at its start: marks the records that the light instance's pass mask admits.
 ORCA_EXPORT void setupLightContributions(unsigned count, FrameBufferInfo* records, miState* state);
@@ -29,18 +30,21 @@ ORCA_EXPORT void handleNonOrcaLights(unsigned count, FrameBufferInfo* records, c
 
 /// For a light that traces no shadow.
 ORCA_EXPORT void setLightIrradiance(unsigned count, FrameBufferInfo* records, const miColor* color);
-/// One shadow ray. `shadowResult` receives its transmission. With `uniform` that serves all records; else each uses its
-/// own. False when the ray was wholly blocked.
-ORCA_EXPORT bool traceShadow(unsigned count, FrameBufferInfo* records, miColor* shadowResult, const miColor* lightValue,
-                             const miColor* shadowColor, bool uniform, miState* state);
+/// One shadow ray. `shadowResult` receives its transmission. With `uniform` that serves all records; else
+/// each uses its own. False when the ray was wholly blocked.
+ORCA_EXPORT bool traceShadow(unsigned count, FrameBufferInfo* records, miColor* shadowResult,
+                             const miColor* lightValue, const miColor* shadowColor, bool uniform,
+                             miState* state);
 /// Several shadow rays, averaged over `samples` at the end.
 ORCA_EXPORT void traceShadowAccumulateBegin(unsigned count, FrameBufferInfo* records);
-ORCA_EXPORT bool traceShadowAccumulate(unsigned count, FrameBufferInfo* records, miColor* shadowResult, miState* state);
+ORCA_EXPORT bool traceShadowAccumulate(unsigned count, FrameBufferInfo* records, miColor* shadowResult,
+                                       miState* state);
 ORCA_EXPORT void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned samples,
-                                          const miColor* lightValue, const miColor* shadowColor, miState* state);
+                                          const miColor* lightValue, const miColor* shadowColor,
+                                          miState* state);
 
-/// Called by the shadow shaders for each occluder: dims the records by its transparency. True while some record still
-/// receives light.
+/// Called by the shadow shaders for each occluder: dims the records by its transparency. True while some
+/// record still receives light.
 ORCA_EXPORT bool applyShadowTransparencyToFrameBuffers(unsigned count, FrameBufferInfo* records,
                                                        const miColor* transparency, miState* state);
 

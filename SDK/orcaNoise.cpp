@@ -26,7 +26,7 @@ double fraction(double c) {
 /// Lattice cells about a coordinate along one axis.
 struct Cells {
     int before, at, after;
-    float t; // position within the middle cell, [0, 1)
+    float t;                                   // position within the middle cell, [0, 1)
     float weightBefore, weightAt, weightAfter; // of twice the quadratic B-spline
 
     explicit Cells(double coordinate) {
@@ -63,7 +63,8 @@ float row(const Cells& x, int rest) {
 }
 
 float plane(const Cells& x, const Cells& y, int rest) {
-    return y.blend(row(x, y.before << yShift | rest), row(x, y.at << yShift | rest), row(x, y.after << yShift | rest));
+    return y.blend(row(x, y.before << yShift | rest), row(x, y.at << yShift | rest),
+                   row(x, y.after << yShift | rest));
 }
 
 } // namespace
@@ -93,8 +94,8 @@ double noise_drand(miUint* seed) {
 float noise_scalar_1d(double x) {
     const double s = fraction(x) * VELA_CUBE_SIDE;
     constexpr float amplitude = 0.25f;
-    // Meant as it stands: the first cell continues the second one's curve backwards, and the last one reads beyond the
-    // lattice instead of wrapping.
+    // Meant as it stands: the first cell continues the second one's curve backwards, and the last one reads
+    // beyond the lattice instead of wrapping.
     if (s < 1.0)
         return amplitude * blend(NoiseTable[0], NoiseTable[1], NoiseTable[2], static_cast<float>(s - 1.0));
     const int i = static_cast<int>(s);
@@ -134,7 +135,8 @@ float noise_scalar_4d(int period, double x, double y, double z, double time) {
         return cy.blend(timeRow(cy.before << yShift | rest), timeRow(cy.at << yShift | rest),
                         timeRow(cy.after << yShift | rest));
     };
-    return 0.125f * cz.blend(timePlane(cz.before << zShift), timePlane(cz.at << zShift), timePlane(cz.after << zShift));
+    return 0.125f * cz.blend(timePlane(cz.before << zShift), timePlane(cz.at << zShift),
+                             timePlane(cz.after << zShift));
 }
 
 miVector noise_vector_2d(double x, double y) {

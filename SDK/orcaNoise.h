@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Lattice noise. Value noise blends a fixed table of random values by quadratic B-splines (periodic with period 1 in every
-/// coordinate, 32 cells a unit); gradient noise is Perlin's, on an integer lattice (K. Perlin, "An Image Synthesizer", 1985).
-/// Coordinates beyond 1e9 act as 0.
+/// Lattice noise. Value noise blends a fixed table of random values by quadratic B-splines (periodic with
+/// period 1 in every coordinate, 32 cells a unit); gradient noise is Perlin's, on an integer lattice (K.
+/// Perlin, "An Image Synthesizer", 1985). Coordinates beyond 1e9 act as 0.
 
 #include "orcaExport.h"
 
@@ -29,7 +29,8 @@ ORCA_EXPORT miVector noise_table_vector(int i);
 ORCA_EXPORT float noise_frand(miUint* seed);
 ORCA_EXPORT double noise_drand(miUint* seed);
 
-/// Value noise in (-1, 1), but for the one-dimensional one, which has half the amplitude and peculiarities of its own.
+/// Value noise in (-1, 1), but for the one-dimensional one, which has half the amplitude and peculiarities of
+/// its own.
 ORCA_EXPORT float noise_scalar_1d(double x);
 ORCA_EXPORT float noise_scalar_2d(double x, double y);
 ORCA_EXPORT float noise_scalar_3d(double x, double y, double z);

@@ -3,8 +3,8 @@
 
 #include <shader.h>
 
-/// Value of a parameter of the running shader: computed when the parameter is connected, else as stored. The field may
-/// belong to a base of the record.
+/// Value of a parameter of the running shader: computed when the parameter is connected, else as stored. The
+/// field may belong to a base of the record.
 template <class P, class Base, class T>
 [[nodiscard]] T parameterValue(miState* state, P* record, T Base::*field) {
     return *static_cast<T*>(mi_eval(state, &(record->*field)));

@@ -8,8 +8,8 @@
 
 #include <optional>
 
-/// Pass-contribution string of an instance: the text behind the first parameter of its user data's head. Pinned for the
-/// object's lifetime. Null when the instance carries none; an empty string counts as none.
+/// Pass-contribution string of an instance: the text behind the first parameter of its user data's head.
+/// Pinned for the object's lifetime. Null when the instance carries none; an empty string counts as none.
 class PassMask {
 public:
     explicit PassMask(miTag instance);
@@ -18,7 +18,9 @@ public:
     [[nodiscard]] bool admits(unsigned passIndex) const {
         return !text() || contributesToPass(static_cast<int>(passIndex), text());
     }
-    [[nodiscard]] const char* text() const noexcept { return text_ && *text_->get() ? text_->get() : nullptr; }
+    [[nodiscard]] const char* text() const noexcept {
+        return text_ && *text_->get() ? text_->get() : nullptr;
+    }
 
 private:
     std::optional<Pinned<const char>> text_;

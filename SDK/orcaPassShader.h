@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Shaders that fill one non-material pass with a quantity of the eye ray's hit. They stand in a material's shader list and
-/// never touch the shading result. What they have in common is here; a pass brings its computation.
+/// Shaders that fill one non-material pass with a quantity of the eye ray's hit. They stand in a material's
+/// shader list and never touch the shading result. What they have in common is here; a pass brings its
+/// computation.
 
 #include "orcaFrameBufferState.h"
 #include "orcaGuards.h"
@@ -18,7 +19,9 @@ struct ShaderHelper {};
 
 /// Lets eye rays of image samples through.
 struct PassShaderEyeRayFilter {
-    [[nodiscard]] static bool admits(miState* state) { return state->type == miRAY_EYE && inImagePhase(state); }
+    [[nodiscard]] static bool admits(miState* state) {
+        return state->type == miRAY_EYE && inImagePhase(state);
+    }
 };
 
 /// As above, and the renderer's own occlusion phase.
@@ -41,9 +44,11 @@ public:
     PassShader(miState* state, P* record)
         : frameBufferIndex(
               getNonMaterialPassFrameBufferIndex(state, parameterValue(state, record, &P::passIndex))),
-          contributionIndex(parameterValue(state, record, &P::contributionIndex)), computation(state, record) {}
+          contributionIndex(parameterValue(state, record, &P::contributionIndex)),
+          computation(state, record) {}
 
-    /// Always true; the result is not touched. Objects whose pass mask excludes the pass leave the buffer as it is.
+    /// Always true; the result is not touched. Objects whose pass mask excludes the pass leave the buffer as
+    /// it is.
     miBoolean operator()(void*, miState* state, P* record) const {
         if (!EyeRayFilter::admits(state)) return miTRUE;
         T value{};
@@ -62,8 +67,8 @@ public:
 
 /// Linear map of `value` from range `in` onto range `out`, limited to `out` (out.min <= out.max).
 ///
-/// Not std::clamp: when `in` is empty the ratio can be NaN, which these comparisons send to out.max, while std::clamp would
-/// let it into the frame buffer and from there into a compositor's every blur.
+/// Not std::clamp: when `in` is empty the ratio can be NaN, which these comparisons send to out.max, while
+/// std::clamp would let it into the frame buffer and from there into a compositor's every blur.
 [[nodiscard]] inline float remapClamped(float value, miRange in, miRange out) noexcept {
     const float mapped = (value - in.min) / (in.max - in.min) * (out.max - out.min) + out.min;
     if (out.min > mapped) return out.min;

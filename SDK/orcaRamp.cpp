@@ -29,12 +29,14 @@ struct Span {
     int lower, upper;
 };
 
-/// The entry for which `takes` holds and that `beats` all others for which it does; -1 for none. Of equals the first.
+/// The entry for which `takes` holds and that `beats` all others for which it does; -1 for none. Of equals
+/// the first.
 template <class Takes, class Beats>
 int bestEntry(const Ramp& ramp, const Takes& takes, const Beats& beats) {
     int best = -1;
     for (int i = 0; i < ramp.count; ++i)
-        if (takes(ramp.positions[i]) && (best < 0 || beats(ramp.positions[i], ramp.positions[best]))) best = i;
+        if (takes(ramp.positions[i]) && (best < 0 || beats(ramp.positions[i], ramp.positions[best])))
+            best = i;
     return best;
 }
 
@@ -43,8 +45,10 @@ constexpr auto highest = [](float a, float b) { return a > b; };
 constexpr auto anything = [](float) { return true; };
 
 Span spanAt(const Ramp& ramp, float u) {
-    Span span{bestEntry(ramp, [u](float p) { return p < u; }, highest),
-              bestEntry(ramp, [u](float p) { return p >= u; }, lowest)};
+    Span span{bestEntry(
+                  ramp, [u](float p) { return p < u; }, highest),
+              bestEntry(
+                  ramp, [u](float p) { return p >= u; }, lowest)};
     if (span.lower < 0) span.lower = bestEntry(ramp, anything, lowest);
     if (span.upper < 0) span.upper = bestEntry(ramp, anything, highest);
     return span;
@@ -54,8 +58,10 @@ Span spanAt(const Ramp& ramp, float u) {
 Span neighbours(const Ramp& ramp, const Span& span) {
     const float low = ramp.positions[span.lower];
     const float high = ramp.positions[span.upper];
-    const int before = bestEntry(ramp, [low](float p) { return p < low; }, highest);
-    const int after = bestEntry(ramp, [high](float p) { return p > high; }, lowest);
+    const int before = bestEntry(
+        ramp, [low](float p) { return p < low; }, highest);
+    const int after = bestEntry(
+        ramp, [high](float p) { return p > high; }, lowest);
     return {before < 0 ? span.lower : before, after < 0 ? span.upper : after};
 }
 
@@ -78,7 +84,8 @@ template <class Channel>
 float splineAt(const Ramp& ramp, const Span& span, const Span& beyond, float u, const Channel& channel) {
     const auto at = [&](int i) { return ramp.positions[i]; };
     return ramp_hermite_interp(at(beyond.lower), channel(beyond.lower), at(span.lower), channel(span.lower),
-                               at(span.upper), channel(span.upper), at(beyond.upper), channel(beyond.upper), u);
+                               at(span.upper), channel(span.upper), at(beyond.upper), channel(beyond.upper),
+                               u);
 }
 
 } // namespace
@@ -153,8 +160,9 @@ void ramp_get_interp_color(float u, const Ramp* ramp, miColor* result) {
     result->b = low.b * (1.0f - weight) + high.b * weight;
 }
 
-float ramp_hermite_interp(float p0, float y0, float p1, float y1, float p2, float y2, float p3, float y3, float u) {
-    constexpr float tension = 0.2f;  // cancels, except where the divisor below is held up
+float ramp_hermite_interp(float p0, float y0, float p1, float y1, float p2, float y2, float p3, float y3,
+                          float u) {
+    constexpr float tension = 0.2f; // cancels, except where the divisor below is held up
     const float d = p2 - p1;
     const float rise = y2 - y1;
     const float held = std::max(VELA_EPS, tension * d);
@@ -165,5 +173,6 @@ float ramp_hermite_interp(float p0, float y0, float p1, float y1, float p2, floa
     const float x = u - p1;
     const float q = 1.0f / (d * d);
     const float s = d * m0;
-    return y1 + x * (m0 + ((3.0f * rise - 2.0f * s - m1 * d) * q + q * (s + m1 * d - 2.0f * rise) / d * x) * x);
+    return y1 +
+           x * (m0 + ((3.0f * rise - 2.0f * s - m1 * d) * q + q * (s + m1 * d - 2.0f * rise) / d * x) * x);
 }

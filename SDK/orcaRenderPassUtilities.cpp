@@ -14,7 +14,8 @@ unsigned digitValue(char character) {
     return static_cast<unsigned char>(c < 'a' ? c - ('A' - 10) : c - ('a' - 10));
 }
 
-/// The renderer's interface object. A member of its own, so that it goes back even when opening the collection throws.
+/// The renderer's interface object. A member of its own, so that it goes back even when opening the
+/// collection throws.
 class RendererInterface {
 public:
     RendererInterface() : interface_(mi_get_shader_interface()) {}
@@ -34,8 +35,9 @@ private:
 class NamedFrameBuffers {
 public:
     explicit NamedFrameBuffers(miTag collection)
-        : framebuffers_(interface_.get() && collection != miNULLTAG ? interface_.get()->getFramebuffers(collection)
-                                                                    : nullptr) {}
+        : framebuffers_(interface_.get() && collection != miNULLTAG
+                            ? interface_.get()->getFramebuffers(collection)
+                            : nullptr) {}
     ~NamedFrameBuffers() {
         if (framebuffers_) interface_.get()->releaseFramebuffers(framebuffers_);
     }
@@ -73,7 +75,8 @@ void tracePassInit(unsigned count, FrameBufferInfo* records, miState* state) {
     }
 }
 
-void tracePassAdd(unsigned count, FrameBufferInfo* records, miState* state, bool isRefraction, miColor weight) {
+void tracePassAdd(unsigned count, FrameBufferInfo* records, miState* state, bool isRefraction,
+                  miColor weight) {
     if (!canHandOver(count, state)) return;
     const int level = traceLevel(state);
     const unsigned askedFor = isRefraction ? FB_INCLUDE_REFRACTION : FB_INCLUDE_REFLECTION;

@@ -5,10 +5,10 @@
 
 #include <shader.h>
 
-/// Linked stack whose nodes come from a per-thread block arena. The first eight bytes of a node link to the node below;
-/// the payload follows.
+/// Linked stack whose nodes come from a per-thread block arena. The first eight bytes of a node link to the
+/// node below; the payload follows.
 struct VelaStack {
-    void* top;          ///< null when empty
+    void* top; ///< null when empty
     miInteger count;
     miMemblk* arena;
 };
@@ -26,8 +26,8 @@ extern "C" {
 /// Head of the list of per-thread arenas. Searched without a lock, changed under one.
 extern ORCA_EXPORT ThreadArena* tla_list;
 
-/// Arena for elements of `elementSize` bytes of one thread, made when first asked for. Two threads that miss each other's
-/// entry may make one each for the same pair; nothing depends on there being one.
+/// Arena for elements of `elementSize` bytes of one thread, made when first asked for. Two threads that miss
+/// each other's entry may make one each for the same pair; nothing depends on there being one.
 ORCA_EXPORT miMemblk* get_tla(miLock lock, miUint threadKey, miUint elementSize);
 /// Deletes all arenas and the list. No other thread may be using them.
 ORCA_EXPORT void clr_tla_list(miLock lock);

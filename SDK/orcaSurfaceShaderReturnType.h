@@ -12,7 +12,7 @@ struct SurfaceShaderReturnType {
     miColor ambient;
     miColor incandescence;
     miColor irradiance; ///< indirect diffuse light
-    miColor diffuse;            ///< translucence included
+    miColor diffuse;    ///< translucence included
     miColor diffuseUnshadowed;
     miColor specular;
     miColor specularUnshadowed;

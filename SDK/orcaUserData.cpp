@@ -15,7 +15,8 @@ miTag chainOfObject(miTag tag, int elementType) {
     }
     if (type != miSCENE_INSTANCE) return miNULLTAG;
     const Pinned<miInstance> instance(tag);
-    if (!instance || instance->item == miNULLTAG || mi_db_type(instance->item) != miSCENE_OBJECT) return miNULLTAG;
+    if (!instance || instance->item == miNULLTAG || mi_db_type(instance->item) != miSCENE_OBJECT)
+        return miNULLTAG;
     const Pinned<miObject> object(instance->item);
     return object ? object->userdata : miNULLTAG;
 }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The per-thread render state that the shaders of one call tree share, and the record with which a material's light
-/// loop and the light shaders talk to each other. The base state shader of velabase.so creates it; the library finds it
-/// under VELABASE_STATE_KEY and does not own it.
+/// The per-thread render state that the shaders of one call tree share, and the record with which a
+/// material's light loop and the light shaders talk to each other. The base state shader of velabase.so
+/// creates it; the library finds it under VELABASE_STATE_KEY and does not own it.
 
 #include "orcaStack.h"
 
@@ -13,78 +13,79 @@ inline constexpr const char* VELABASE_STATE_KEY = "velabase";
 
 /// Travels from a material's light loop to the light shader and back.
 struct LightData {
-    miInteger isAmbient;       ///< set by the light: 1 for ambient lights
-    miBoolean emitDiffuse;     ///< set by the light: add it to diffuse shading
-    miBoolean emitSpecular;    ///< set by the light: add it to specular shading
-    miScalar shadowFraction;   ///< set by the light: part of the light that shadows removed, 0 to 1
-    miColor unshadowedColor;   ///< set by the light: its colour at the point before shadows
-    miInteger reserved0;       ///< cleared by the lights
-    miInteger reserved1;       ///< cleared by the lights
-    miBoolean backSide;        ///< set by the material: the point is shaded from its back side
-    miBoolean skipShadows;     ///< set by the material: the light shall trace no shadow
+    miInteger isAmbient;     ///< set by the light: 1 for ambient lights
+    miBoolean emitDiffuse;   ///< set by the light: add it to diffuse shading
+    miBoolean emitSpecular;  ///< set by the light: add it to specular shading
+    miScalar shadowFraction; ///< set by the light: part of the light that shadows removed, 0 to 1
+    miColor unshadowedColor; ///< set by the light: its colour at the point before shadows
+    miInteger reserved0;     ///< cleared by the lights
+    miInteger reserved1;     ///< cleared by the lights
+    miBoolean backSide;      ///< set by the material: the point is shaded from its back side
+    miBoolean skipShadows;   ///< set by the material: the light shall trace no shadow
 };
 static_assert(sizeof(LightData) == 48);
 
 /// Shape of the area light of this library that is being sampled, for the area-light helpers.
 struct AreaLightRecord {
-    miVector center;           ///< internal space
-    miVector edgeU, edgeV;     ///< half edges, internal space; the light's normal is edgeU x edgeV
+    miVector center;       ///< internal space
+    miVector edgeU, edgeV; ///< half edges, internal space; the light's normal is edgeU x edgeV
 };
 
 /// Depth of a pass-through hit (entry of `VelabaseState::depthStack`).
 struct DepthStackEntry {
     DepthStackEntry* below;
-    miScalar depth;            ///< distance from the depth plane, scene units
+    miScalar depth; ///< distance from the depth plane, scene units
 };
 
 /// Sizes over which textures are filtered at a hit. Components x and y are the two directions, z is unused.
 struct FilterSizes {
-    miVector screen;           ///< scene units
-    miVector texture;          ///< texture space
+    miVector screen;  ///< scene units
+    miVector texture; ///< texture space
 };
 
 /// One per rendering thread. "Owner" is who writes a field; everyone may read it.
 struct VelabaseState {
     // Limits and tuning. Owner: the base state shader, from its parameters.
-    miScalar transparencyThreshold;   ///< 0 to 1; a hit is transparent when its luminance exceeds 1 - this
-    miScalar throughputCutoff;        ///< paths lighter than this gather nothing and trace no shadows
-    miScalar throughputUpper;         ///< paths lighter than this take fewer rays
-    miInteger maxTraceDepth;          ///< deepest reflection + refraction level
-    miInteger renderMode;             ///< composite mode, see bc_construct; 0 is the full picture
-    miBoolean filterEnabled;          ///< false: every filter size is fixedFilterSize
-    miScalar fixedFilterSize;         ///< scene units
-    miScalar filterBase;              ///< angle of one pixel, radians
-    miBoolean continueRay;            ///< transparent hits continue the same ray instead of a transparency ray
-    miBoolean depthOutput;            ///< pass-through hits leave their depth on depthStack
-    miBoolean raster;                 ///< the sample comes from the first-hit algorithm
-    miVector depthPlaneNormal;        ///< unit, internal space
-    miScalar depthPlaneOffset;        ///< depth = point . normal + offset, scene units
+    miScalar transparencyThreshold; ///< 0 to 1; a hit is transparent when its luminance exceeds 1 - this
+    miScalar throughputCutoff;      ///< paths lighter than this gather nothing and trace no shadows
+    miScalar throughputUpper;       ///< paths lighter than this take fewer rays
+    miInteger maxTraceDepth;        ///< deepest reflection + refraction level
+    miInteger renderMode;           ///< composite mode, see bc_construct; 0 is the full picture
+    miBoolean filterEnabled;        ///< false: every filter size is fixedFilterSize
+    miScalar fixedFilterSize;       ///< scene units
+    miScalar filterBase;            ///< angle of one pixel, radians
+    miBoolean continueRay;          ///< transparent hits continue the same ray instead of a transparency ray
+    miBoolean depthOutput;          ///< pass-through hits leave their depth on depthStack
+    miBoolean raster;               ///< the sample comes from the first-hit algorithm
+    miVector depthPlaneNormal;      ///< unit, internal space
+    miScalar depthPlaneOffset;      ///< depth = point . normal + offset, scene units
 
     // The path. Owner: the materials and the shading engine, restored when a call returns.
-    miColor throughput;               ///< what the current point still contributes to the sample
-    FilterSizes filterSizes;          ///< at the hit now being shaded
-    miUint flags;                     ///< set of VELA_BIT_*
-    miBoolean refractionsOn;          ///< left by the last material: its transparency was traced as refraction
-    miColor refractedTransparency;    ///< left by the last material: the transparency that it traced as refraction
-    miUint surfacesShaded;            ///< counts hits whose pass values were handed up, so that a tracer can tell
-                                      ///< whether its ray met one
+    miColor throughput;      ///< what the current point still contributes to the sample
+    FilterSizes filterSizes; ///< at the hit now being shaded
+    miUint flags;            ///< set of VELA_BIT_*
+    miBoolean refractionsOn; ///< left by the last material: its transparency was traced as refraction
+    miColor
+        refractedTransparency; ///< left by the last material: the transparency that it traced as refraction
+    miUint surfacesShaded;     ///< counts hits whose pass values were handed up, so that a tracer can tell
+                               ///< whether its ray met one
 
     // Transparent layers of the sample. Owner: the shading engine.
-    miColor transparencySum;          ///< colours of the layers so far, weighted by their transmission
-    miColor opacitySum;               ///< their coverage
+    miColor transparencySum; ///< colours of the layers so far, weighted by their transmission
+    miColor opacitySum;      ///< their coverage
     miInteger transparencyCount;
-    miColor transparencyAccum;        ///< pass-through hits: transparency of the result
-    miColor transparencyAccumBehind;  ///< pass-through hits: cleared
-    VelaStack depthStack;             ///< of DepthStackEntry
+    miColor transparencyAccum;       ///< pass-through hits: transparency of the result
+    miColor transparencyAccumBehind; ///< pass-through hits: cleared
+    VelaStack depthStack;            ///< of DepthStackEntry
 
     // The light being sampled. Owner: the materials reset it, the lights fill it.
     LightData lightData;
     const AreaLightRecord* areaLight; ///< null unless an area light of this library is being sampled
-    miColor lightFogColor;            ///< light-colour slots of a light called for something else than lighting
+    miColor lightFogColor; ///< light-colour slots of a light called for something else than lighting
     miColor lightFogTransmission;
     miColor lightGlowColor;
-    miScalar shadowSum;               ///< luminance of the light that shadows removed, of the current light
-    miScalar lightSum;                ///< luminance of the unshadowed light, of the current light
+    miScalar shadowSum; ///< luminance of the light that shadows removed, of the current light
+    miScalar lightSum;  ///< luminance of the unshadowed light, of the current light
 };
 
 /// The state's per-thread record; null when no base state shader made one.

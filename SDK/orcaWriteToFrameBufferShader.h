@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Shaders that pass a value through a network and, beside it, combine another value into a custom frame buffer.
+/// Shaders that pass a value through a network and, beside it, combine another value into a custom frame
+/// buffer.
 
 #include "orcaFrameBufferRecords.h"
-#include "orcaPassRecords.h"
 #include "orcaParameters.h"
+#include "orcaPassRecords.h"
 #include "orcaShader.h"
 #include "orcaWriteMode.h"
 
@@ -24,7 +25,8 @@ class WriteToFrameBufferShader : public Shader<P, Helper, 1> {
 public:
     WriteToFrameBufferShader(miState*, P*) {}
 
-    /// Always true. Parameters are evaluated where they are first needed: a disabled write evaluates nothing more.
+    /// Always true. Parameters are evaluated where they are first needed: a disabled write evaluates nothing
+    /// more.
     miBoolean operator()(Result* result, miState* state, P* record) const {
         if (!parameterValue(state, record, &P::enable)) return miTRUE;
         result->value = parameterValue(state, record, &P::passThrough);

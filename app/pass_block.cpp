@@ -53,7 +53,8 @@ std::map<std::string, std::map<std::string, std::string>> passMetadata(const sce
                                                                        const FrameBufferData& block) {
     std::map<std::string, std::map<std::string, std::string>> metadata;
     for (int i = 0; i < block.n_frameBufferInfo; ++i) {
-        const FrameBufferDataRecord& record = arrayElements(block.frameBufferInfo, block.i_frameBufferInfo)[i];
+        const FrameBufferDataRecord& record =
+            arrayElements(block.frameBufferInfo, block.i_frameBufferInfo)[i];
         const auto* name = database.find<scene::StringElement>(record.frameBufferName);
         const int type = typeOfRecord(block, i);
         if (!name || type < 0) continue;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Nanoseconds per call of the noise and ramp functions. The value noises stand beside bare loops that read as many table
-// entries and only add them up: nothing can be faster, so their ratio says what the arithmetic costs.
+// Nanoseconds per call of the noise and ramp functions. The value noises stand beside bare loops that read as
+// many table entries and only add them up: nothing can be faster, so their ratio says what the arithmetic
+// costs.
 #include "orcaNoise.h"
 #include "orcaRamp.h"
 
@@ -29,12 +30,14 @@ void bareReads(benchmark::State& state) {
         int cells[3] = {0, 0, 0};
         for (int a = 0; a < Axes; ++a)
             cells[a] = static_cast<int>((points[i + static_cast<std::size_t>(a)] -
-                                         static_cast<int>(points[i + static_cast<std::size_t>(a)])) * 32);
+                                         static_cast<int>(points[i + static_cast<std::size_t>(a)])) *
+                                        32);
         float sum = 0.0f;
         for (int z = 0; z < (Axes > 2 ? 3 : 1); ++z)
             for (int y = 0; y < (Axes > 1 ? 3 : 1); ++y)
                 for (int x = 0; x < 3; ++x)
-                    sum += NoiseTable[((cells[0] + x) & 31) | ((cells[1] + y) & 31) << 5 | ((cells[2] + z) & 31) << 10];
+                    sum += NoiseTable[((cells[0] + x) & 31) | ((cells[1] + y) & 31) << 5 |
+                                      ((cells[2] + z) & 31) << 10];
         benchmark::DoNotOptimize(sum);
         ++i;
     }
@@ -76,13 +79,16 @@ void colorRamp(benchmark::State& state) {
 BENCHMARK(bareReads<1>);
 BENCHMARK_CAPTURE(repeated, noise_scalar_1d, [](std::size_t i) { return noise_scalar_1d(points[i]); });
 BENCHMARK(bareReads<2>);
-BENCHMARK_CAPTURE(repeated, noise_scalar_2d, [](std::size_t i) { return noise_scalar_2d(points[i], points[i + 1]); });
-BENCHMARK_CAPTURE(repeated, noise_vector_2d, [](std::size_t i) { return noise_vector_2d(points[i], points[i + 1]); });
+BENCHMARK_CAPTURE(repeated, noise_scalar_2d,
+                  [](std::size_t i) { return noise_scalar_2d(points[i], points[i + 1]); });
+BENCHMARK_CAPTURE(repeated, noise_vector_2d,
+                  [](std::size_t i) { return noise_vector_2d(points[i], points[i + 1]); });
 BENCHMARK(bareReads<3>);
 BENCHMARK_CAPTURE(repeated, noise_scalar_3d,
                   [](std::size_t i) { return noise_scalar_3d(points[i], points[i + 1], points[i + 2]); });
-BENCHMARK_CAPTURE(repeated, noise_scalar_4d,
-                  [](std::size_t i) { return noise_scalar_4d(64, points[i], points[i + 1], points[i + 2], points[i + 3]); });
+BENCHMARK_CAPTURE(repeated, noise_scalar_4d, [](std::size_t i) {
+    return noise_scalar_4d(64, points[i], points[i + 1], points[i + 2], points[i + 3]);
+});
 BENCHMARK_CAPTURE(repeated, noise_gradient_3d, [](std::size_t i) {
     static const bool built = [] {
         miState state{};
@@ -95,6 +101,8 @@ BENCHMARK_CAPTURE(repeated, noise_gradient_3d, [](std::size_t i) {
     return noise_gradient_3d(static_cast<float>(points[i] * 9), static_cast<float>(points[i + 1] * 9),
                              static_cast<float>(points[i + 2] * 9));
 });
-BENCHMARK(colorRamp)->ArgNames({"kind", "entries"})->ArgsProduct({{RAMP_LINEAR, RAMP_SMOOTH, RAMP_SPLINE}, {4, 50}});
+BENCHMARK(colorRamp)
+    ->ArgNames({"kind", "entries"})
+    ->ArgsProduct({{RAMP_LINEAR, RAMP_SMOOTH, RAMP_SPLINE}, {4, 50}});
 
 BENCHMARK_MAIN();

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The renderer's shader interface. Shader sources include this file and nothing else of the renderer; the `mi_*`
-/// functions are left open in a shader library and bound by the renderer that loads it.
+/// The renderer's shader interface. Shader sources include this file and nothing else of the renderer; the
+/// `mi_*` functions are left open in a shader library and bound by the renderer that loads it.
 ///
-/// Conventions: row-major matrices, row vectors (p' = p * M), translation in elements 12 to 14. Points and directions
-/// in a state are in internal space. A tag of 0 names nothing.
+/// Conventions: row-major matrices, row vectors (p' = p * M), translation in elements 12 to 14. Points and
+/// directions in a state are in internal space. A tag of 0 names nothing.
 
 #include "mi/types.h"
 

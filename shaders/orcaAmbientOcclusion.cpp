@@ -13,7 +13,8 @@ namespace {
 
 using P = AmbientOcclusionParameters;
 
-/// Share of the hemisphere above the point that nothing covers, as grey; black without alpha where all is covered.
+/// Share of the hemisphere above the point that nothing covers, as grey; black without alpha where all is
+/// covered.
 struct AmbientOcclusionComputation {
     AmbientOcclusionComputation(miState*, P*) {}
     void operator()(miState* state, P*, miColor& value) const {
@@ -35,4 +36,5 @@ using AmbientOcclusionShader = PassShader<miColor, P, AmbientOcclusionComputatio
 
 } // namespace
 
-ORCA_EXPORT_SHADER(orcaPassAmbientOcclusion, miColor, AmbientOcclusionShader, AmbientOcclusionParameters, "orcaAmbientOcclusion", 1)
+ORCA_EXPORT_SHADER(orcaPassAmbientOcclusion, miColor, AmbientOcclusionShader, AmbientOcclusionParameters,
+                   "orcaAmbientOcclusion", 1)

@@ -5,11 +5,11 @@
 
 /// Parameters of orcaPassCameraDepth, in declaration order.
 struct CameraDepthParameters {
-    miInteger passIndex;          // which of the data block's non-material frame buffers
-    miInteger contributionIndex;  // bit of this pass in an object's pass mask
-    miInteger remap;              // 0: write the distance itself; else map it as below
-    miScalar nearDepth;           // scene units from the camera; written as outputMin
-    miScalar farDepth;            // scene units from the camera; written as outputMax
+    miInteger passIndex;         // which of the data block's non-material frame buffers
+    miInteger contributionIndex; // bit of this pass in an object's pass mask
+    miInteger remap;             // 0: write the distance itself; else map it as below
+    miScalar nearDepth;          // scene units from the camera; written as outputMin
+    miScalar farDepth;           // scene units from the camera; written as outputMax
     miScalar outputMin;
     miScalar outputMax;
 };
@@ -24,7 +24,8 @@ public:
     CameraDepthComputation(miState* state, P* record)
         : remap_(parameterValue(state, record, &P::remap) != 0),
           depth_{parameterValue(state, record, &P::nearDepth), parameterValue(state, record, &P::farDepth)},
-          output_{parameterValue(state, record, &P::outputMin), parameterValue(state, record, &P::outputMax)} {
+          output_{parameterValue(state, record, &P::outputMin),
+                  parameterValue(state, record, &P::outputMax)} {
         depth_.min = std::min(depth_.min, depth_.max);
         output_.min = std::min(output_.min, output_.max);
     }
@@ -37,7 +38,7 @@ public:
 
 private:
     bool remap_;
-    miRange depth_;   // scene units; an empty range is left as it is
+    miRange depth_; // scene units; an empty range is left as it is
     miRange output_;
 };
 
@@ -45,4 +46,5 @@ using CameraDepthShader = PassShader<float, P, CameraDepthComputation, PassShade
 
 } // namespace
 
-ORCA_EXPORT_SHADER(orcaPassCameraDepth, miScalar, CameraDepthShader, CameraDepthParameters, "orcaCameraDepth", 1)
+ORCA_EXPORT_SHADER(orcaPassCameraDepth, miScalar, CameraDepthShader, CameraDepthParameters, "orcaCameraDepth",
+                   1)

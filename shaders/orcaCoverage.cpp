@@ -14,9 +14,7 @@ using P = CoverageParameters;
 /// 1 wherever something is hit; filtered, the share of the pixel that is covered.
 struct CoverageComputation {
     CoverageComputation(miState*, P*) {}
-    void operator()(miState* , P*, float& value) const {
-        value = 1.0f;
-    }
+    void operator()(miState*, P*, float& value) const { value = 1.0f; }
 };
 
 using CoverageShader = PassShader<float, P, CoverageComputation, PassShaderEyeRayFilter>;

@@ -9,14 +9,14 @@ namespace {
 
 /// Parameters of orcaFrameBufferInit, in declaration order.
 struct FrameBufferInitParameters {
-    miInteger passIndex;  // which of the data block's non-material frame buffers
-    miColor value;        // handed on as it stands; the buffer's type decides how much of it is read
+    miInteger passIndex; // which of the data block's non-material frame buffers
+    miColor value;       // handed on as it stands; the buffer's type decides how much of it is read
 };
 
 miBoolean fill(miState* state, FrameBufferInitParameters* record) {
     if (!inImagePhase(state)) return miTRUE;
-    const unsigned index =
-        getNonMaterialPassFrameBufferIndex(state, parameterValue(state, record, &FrameBufferInitParameters::passIndex));
+    const unsigned index = getNonMaterialPassFrameBufferIndex(
+        state, parameterValue(state, record, &FrameBufferInitParameters::passIndex));
     if (index == 0) return miTRUE;
     mi_fb_put(state, static_cast<int>(index), mi_eval(state, &record->value));
     return miTRUE;
@@ -33,8 +33,9 @@ ORCA_EXPORT int orcaFrameBufferInit_version(void) {
 ORCA_EXPORT void orcaFrameBufferInit_init(miState* state, void* parameters, miBoolean* initRequired) {
     if (parameters) return;
     *initRequired = miFALSE;
-    requireStateShader(state, "orcaFrameBufferInit(): Not invoked as state shader.\nCould be a version mismatch. "
-                              "Re-export the .mi");
+    requireStateShader(state,
+                       "orcaFrameBufferInit(): Not invoked as state shader.\nCould be a version mismatch. "
+                       "Re-export the .mi");
 }
 
 ORCA_EXPORT miBoolean orcaFrameBufferInit(void*, miState* state, FrameBufferInitParameters* record,

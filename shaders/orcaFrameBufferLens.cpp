@@ -14,7 +14,8 @@ void writeBackground(miState* state, const miColor& background) {
     if (getFrameBufferInfo(state, types, records) == 0) return;
     for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION}) {
         const PassTypeRun& run = (*types)[type];
-        for (int i = run.first; i < run.first + run.count; ++i) records[i].levelSlots[0].childResult = background;
+        for (int i = run.first; i < run.first + run.count; ++i)
+            records[i].levelSlots[0].childResult = background;
     }
 }
 

@@ -20,8 +20,10 @@ struct IncidenceCameraNormalComputation {
     }
 };
 
-using IncidenceCameraNormalShader = PassShader<float, P, IncidenceCameraNormalComputation, PassShaderEyeRayFilter>;
+using IncidenceCameraNormalShader =
+    PassShader<float, P, IncidenceCameraNormalComputation, PassShaderEyeRayFilter>;
 
 } // namespace
 
-ORCA_EXPORT_SHADER(orcaPassIncidenceCameraNormal, miScalar, IncidenceCameraNormalShader, IncidenceCameraNormalParameters, "orcaIncidenceCameraNormal", 1)
+ORCA_EXPORT_SHADER(orcaPassIncidenceCameraNormal, miScalar, IncidenceCameraNormalShader,
+                   IncidenceCameraNormalParameters, "orcaIncidenceCameraNormal", 1)

@@ -15,13 +15,12 @@ using P = MotionVector2DParameters;
 /// Displacement of the point over the shutter in the picture, pixels of equal sides.
 struct MotionVector2DComputation {
     MotionVector2DComputation(miState*, P*) {}
-    void operator()(miState* state, P*, miVector& value) const {
-        value = motionInRaster(state);
-    }
+    void operator()(miState* state, P*, miVector& value) const { value = motionInRaster(state); }
 };
 
 using MotionVector2DShader = PassShader<miVector, P, MotionVector2DComputation, PassShaderEyeRayFilter>;
 
 } // namespace
 
-ORCA_EXPORT_SHADER(orcaPassMotionVector2D, miVector, MotionVector2DShader, MotionVector2DParameters, "orcaMotionVector2D", 1)
+ORCA_EXPORT_SHADER(orcaPassMotionVector2D, miVector, MotionVector2DShader, MotionVector2DParameters,
+                   "orcaMotionVector2D", 1)

@@ -14,13 +14,12 @@ using P = MotionVector3DParameters;
 /// Displacement of the point over the shutter, internal space, scene units.
 struct MotionVector3DComputation {
     MotionVector3DComputation(miState*, P*) {}
-    void operator()(miState* state, P*, miVector& value) const {
-        value = state->motion;
-    }
+    void operator()(miState* state, P*, miVector& value) const { value = state->motion; }
 };
 
 using MotionVector3DShader = PassShader<miVector, P, MotionVector3DComputation, PassShaderEyeRayFilter>;
 
 } // namespace
 
-ORCA_EXPORT_SHADER(orcaPassMotionVector3D, miVector, MotionVector3DShader, MotionVector3DParameters, "orcaMotionVector3D", 1)
+ORCA_EXPORT_SHADER(orcaPassMotionVector3D, miVector, MotionVector3DShader, MotionVector3DParameters,
+                   "orcaMotionVector3D", 1)

@@ -40,8 +40,7 @@ float fogDensity(miState* state, P* record) {
     const float x = middle / (radius + radius * radius - middle * middle);
     const int decay = parameterValue(state, record, &P::decayRate);
     switch (parameterValue(state, record, &P::fogType)) {
-    case FOG_BY_DECAY:
-        return decay == 3 ? x * x * x : decay == 2 ? x * x : x;
+    case FOG_BY_DECAY: return decay == 3 ? x * x * x : decay == 2 ? x * x : x;
     case FOG_SOFT: {
         const float soft = decay > 1 ? 1.0f - std::pow(1.0f - x, 1.0f / static_cast<float>(decay)) : x;
         return soft * soft;
@@ -50,8 +49,7 @@ float fogDensity(miState* state, P* record) {
         const float soft = 1.0f - std::pow(std::max(0.0f, 1.0f - x), 1.0f / static_cast<float>(decay + 2));
         return soft * soft;
     }
-    default:
-        return x;
+    default: return x;
     }
 }
 
@@ -75,8 +73,8 @@ ORCA_EXPORT int orcaVelaPointLight_version(void) {
     return 1;
 }
 
-/// Shines in all directions with decay, fog or a profile. False where it gives no light: without the base state, and on the
-/// back of a one-sided area shape.
+/// Shines in all directions with decay, fog or a profile. False where it gives no light: without the base
+/// state, and on the back of a one-sided area shape.
 ORCA_EXPORT miBoolean orcaVelaPointLight(miColor* result, miState* state, PointLightParameters* record) {
     VelabaseState* const vela = velabaseState(state);
     if (!vela) {

@@ -15,7 +15,7 @@ struct WriteToBufferParameters {
 };
 
 struct WriteToColorBufferParameters : WriteToBufferParameters {
-    miColor value;         // red, green and blue
+    miColor value; // red, green and blue
     miScalar alpha;
 };
 
@@ -28,7 +28,7 @@ struct WriteToDepthBufferParameters : WriteToBufferParameters {
 };
 
 struct WriteToLabelBufferParameters : WriteToBufferParameters {
-    miInteger value;       // not used
+    miInteger value; // not used
 };
 
 namespace {
@@ -81,11 +81,11 @@ using LabelWriter = Writer<WriteToLabelBufferParameters, LabelBufferHelper>;
 
 } // namespace
 
-ORCA_EXPORT_SHADER(orcaVelaWriteToColorBuffer, WriteToFrameBufferReturnType, ColorWriter, WriteToColorBufferParameters,
-                   "orcaWriteToFrameBuffer", 1)
+ORCA_EXPORT_SHADER(orcaVelaWriteToColorBuffer, WriteToFrameBufferReturnType, ColorWriter,
+                   WriteToColorBufferParameters, "orcaWriteToFrameBuffer", 1)
 ORCA_EXPORT_SHADER(orcaVelaWriteToVectorBuffer, WriteToFrameBufferReturnType, VectorWriter,
                    WriteToVectorBufferParameters, "orcaWriteToFrameBuffer", 2)
-ORCA_EXPORT_SHADER(orcaVelaWriteToDepthBuffer, WriteToFrameBufferReturnType, DepthWriter, WriteToDepthBufferParameters,
-                   "orcaWriteToFrameBuffer", 3)
-ORCA_EXPORT_SHADER(orcaVelaWriteToLabelBuffer, WriteToFrameBufferReturnType, LabelWriter, WriteToLabelBufferParameters,
-                   "orcaWriteToFrameBuffer", 4)
+ORCA_EXPORT_SHADER(orcaVelaWriteToDepthBuffer, WriteToFrameBufferReturnType, DepthWriter,
+                   WriteToDepthBufferParameters, "orcaWriteToFrameBuffer", 3)
+ORCA_EXPORT_SHADER(orcaVelaWriteToLabelBuffer, WriteToFrameBufferReturnType, LabelWriter,
+                   WriteToLabelBufferParameters, "orcaWriteToFrameBuffer", 4)

@@ -101,17 +101,11 @@ ORCA_EXPORT void velaBaseState_exit(miState* state, BaseStateParameters* record)
 ORCA_EXPORT miBoolean velaBaseState(void*, miState* state, BaseStateParameters* record,
                                     miShader_state_arg* argument) {
     switch (argument->op) {
-    case miSHADERSTATE_STATE_INIT:
-        return create(state, record);
-    case miSHADERSTATE_STATE_EXIT:
-        return release(state);
-    case miSHADERSTATE_SAMPLE_INIT:
-        return beginSample(state);
-    case miSHADERSTATE_SAMPLE_EXIT:
-        return miTRUE;
-    default:
-        orcaWarning("velaBaseState(): Invoked with invalid opcode.");
-        return miFALSE;
+    case miSHADERSTATE_STATE_INIT: return create(state, record);
+    case miSHADERSTATE_STATE_EXIT: return release(state);
+    case miSHADERSTATE_SAMPLE_INIT: return beginSample(state);
+    case miSHADERSTATE_SAMPLE_EXIT: return miTRUE;
+    default: orcaWarning("velaBaseState(): Invoked with invalid opcode."); return miFALSE;
     }
 }
 

@@ -9,8 +9,8 @@
 
 /// Parameters of velaRamp, in declaration order.
 struct VelaRampParameters {
-    miInteger type;        // one of RampPattern
-    miVector coordinate;   // connected: where to look; else the surface's first texture space
+    miInteger type;      // one of RampPattern
+    miVector coordinate; // connected: where to look; else the surface's first texture space
     int i_entries;
     int n_entries;
     RampColorEntry entries[1];
@@ -52,8 +52,9 @@ ORCA_EXPORT int velaRamp_version(void) {
 }
 
 ORCA_EXPORT miBoolean velaRamp(miColor* result, miState* state, VelaRampParameters* record) {
-    const miVector at = isConnected(state, record, &P::coordinate) ? parameterValue(state, record, &P::coordinate)
-                                                                   : state->tex_list[0];
+    const miVector at = isConnected(state, record, &P::coordinate)
+                            ? parameterValue(state, record, &P::coordinate)
+                            : state->tex_list[0];
     const float position =
         positionOnRamp(parameterValue(state, record, &P::type), wrapped(at.x), wrapped(at.y));
     Ramp ramp;

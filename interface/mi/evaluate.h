@@ -5,11 +5,13 @@
 #include "shading.h"
 
 /// True when the parameter at `param` of the running shader is connected to another shader.
-#define mi_is_connected(state, param)                                                                             \
-    ((state)->shader->ghost_offs != 0 && *(const miUint*)((const char*)(param) + (state)->shader->ghost_offs) != 0)
+#define mi_is_connected(state, param)                                                                        \
+    ((state)->shader->ghost_offs != 0 &&                                                                     \
+     *(const miUint*)((const char*)(param) + (state)->shader->ghost_offs) != 0)
 
 /// The evaluation rule: address of a parameter's value, computed when the parameter is connected.
-#define mi_eval(state, param) (mi_is_connected(state, param) ? mi_phen_eval((state), (param)) : (void*)(param))
+#define mi_eval(state, param)                                                                                \
+    (mi_is_connected(state, param) ? mi_phen_eval((state), (param)) : (void*)(param))
 
 /// Typed forms; they expect a variable named `state` in scope.
 #define mi_eval_boolean(param) ((miBoolean*)mi_eval(state, (param)))

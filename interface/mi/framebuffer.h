@@ -5,8 +5,8 @@
 
 miBEGIN_INTERFACE
 
-/// Value of frame buffer `buffer` for the current eye sample; the buffer's type says how many bytes are read or
-/// written: colours 16, vectors 12, scalars, depth and labels 4. False for an index out of range.
+/// Value of frame buffer `buffer` for the current eye sample; the buffer's type says how many bytes are read
+/// or written: colours 16, vectors 12, scalars, depth and labels 4. False for an index out of range.
 miBoolean mi_fb_put(miState* state, int buffer, const void* value);
 /// Zero when nothing was put yet.
 miBoolean mi_fb_get(miState* state, int buffer, void* value);
@@ -32,8 +32,8 @@ public:
     virtual bool get_buffername(size_t n, const char*& name) const = 0;
     virtual bool get_datatype(size_t n, miImg_type& type) const = 0;
 
-    /// Attributes of a buffer by name: "datatype", "filename", "filetype" (text); "user", "filtering", "primary"
-    /// (bool). False for an unknown buffer or attribute, or a value of another type.
+    /// Attributes of a buffer by name: "datatype", "filename", "filetype" (text); "user", "filtering",
+    /// "primary" (bool). False for an unknown buffer or attribute, or a value of another type.
     virtual bool get(const char* buffer, const char* attribute, bool& value) const = 0;
     virtual bool get(const char* buffer, const char* attribute, int& value) const = 0;
     virtual bool get(const char* buffer, const char* attribute, float& value) const = 0;

@@ -43,8 +43,8 @@ static inline void mi_matrix_prod(miMatrix r, const miScalar* a, const miScalar*
     mi_matrix_copy(r, p);
 }
 
-/// Inverse by Gauss-Jordan elimination with partial pivoting, in double precision. False, and `r` the identity, for a
-/// singular matrix.
+/// Inverse by Gauss-Jordan elimination with partial pivoting, in double precision. False, and `r` the
+/// identity, for a singular matrix.
 static inline miBoolean mi_matrix_invert(miMatrix r, const miScalar* m) {
     double a[4][8];
     for (int i = 0; i < 4; ++i)

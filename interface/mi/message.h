@@ -5,8 +5,8 @@
 
 miBEGIN_INTERFACE
 
-/// Messages in printf form; a newline is appended and newlines inside become blanks in the printed line. Thread-safe.
-/// `mi_fatal` ends the render and does not return.
+/// Messages in printf form; a newline is appended and newlines inside become blanks in the printed line.
+/// Thread-safe. `mi_fatal` ends the render and does not return.
 void mi_fatal(const char* format, ...);
 void mi_error(const char* format, ...);
 void mi_warning(const char* format, ...);

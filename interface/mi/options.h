@@ -5,8 +5,8 @@
 
 /// Render options. Read only for shaders.
 typedef struct miOptions {
-    miBoolean trace;              ///< secondary rays are traced
-    int scanline;                 ///< first-hit algorithm: 0 off, 1 on, 'o' hardware, 'r' rasterizer
+    miBoolean trace; ///< secondary rays are traced
+    int scanline;    ///< first-hit algorithm: 0 off, 1 on, 'o' hardware, 'r' rasterizer
     miUint motion;
     miBoolean shadow_sort, preview_mode;
     int reflection_depth;         ///< limit of reflection_level
@@ -23,23 +23,23 @@ typedef struct miOptions {
     miScalar globillum_radius;
     miScalar caustic_filter_const;
     miScalar filter_size_x, filter_size_y, jitter;
-    miScalar shutter;             ///< shutter close, frames
-    miScalar shutter_delay;       ///< shutter open, frames
-    char shadow;                  ///< 0 off, 1 simple, 'l' sorted, 's' segments
+    miScalar shutter;       ///< shutter close, frames
+    miScalar shutter_delay; ///< shutter open, frames
+    char shadow;            ///< 0 off, 1 simple, 'l' sorted, 's' segments
     miUint1 use_shadow_maps;
     miBoolean finalgather;
     int finalgather_rays;
     miScalar finalgather_maxradius, finalgather_minradius;
-    char render_space;            ///< 'o' object space, 'c' camera space
-    int task_size;                ///< tile edge, pixels
+    char render_space; ///< 'o' object space, 'c' camera space
+    int task_size;     ///< tile edge, pixels
     miCBoolean no_lens, no_volume, no_geometry, no_displace, no_hair, no_output, no_merge;
     miTag userdata;
     miTag inh_funcdecl;
-    miTag state_func;             ///< list of state shaders
-    int face;                     ///< 'f' front, 'b' back, 'a' both
+    miTag state_func; ///< list of state shaders
+    int face;         ///< 'f' front, 'b' back, 'a' both
     miColor luminance_weight;
     miScalar gamma;
-    char filter;                  ///< one of miFILTER_*
+    char filter; ///< one of miFILTER_*
     int motion_steps;
     int finalgather_diffuse_depth;
 } miOptions;

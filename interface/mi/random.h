@@ -5,8 +5,10 @@
 
 miBEGIN_INTERFACE
 
-/// Low-discrepancy points in [0, 1)^dimension, the same in every render. With `instance` and `n`: a loop over *n points
-/// (*instance 0 before it), false after the last. With `n` null: an endless loop. With both null: a single point.
+/// Low-discrepancy points in [0, 1)^dimension, the same in every render. With `instance` and `n`: a loop over
+/// *n points
+/// (*instance 0 before it), false after the last. With `n` null: an endless loop. With both null: a single
+/// point.
 miBoolean mi_sample(double* sample, int* instance, miState* state, miUshort dimension, const miUint* n);
 
 /// One shared sequence in [0, 1): the 48-bit linear congruential generator of drand48. Guard with a lock.

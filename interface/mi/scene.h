@@ -29,26 +29,30 @@ typedef enum miScene_type {
 typedef struct miFunction {
     int type;
     miTag function_decl;
-    miTag next_function;          ///< next instance of the list
+    miTag next_function; ///< next instance of the list
     miTag parameter_indirect;
     miTag interfacephen;
-    int parameter_size;           ///< bytes, arrays included
-    int result_size;              ///< bytes
-    int ghost_offs;               ///< bytes from a parameter to its ghost word; 0: nothing is connected
+    int parameter_size; ///< bytes, arrays included
+    int result_size;    ///< bytes
+    int ghost_offs;     ///< bytes from a parameter to its ghost word; 0: nothing is connected
     miLock lock;
-    void* ext;                    ///< the renderer's own
+    void* ext; ///< the renderer's own
 #ifdef __cplusplus
-    char* parameters() { return reinterpret_cast<char*>(this + 1); }
-    const char* parameters() const { return reinterpret_cast<const char*>(this + 1); }
+    char* parameters() {
+        return reinterpret_cast<char*>(this + 1);
+    }
+    const char* parameters() const {
+        return reinterpret_cast<const char*>(this + 1);
+    }
 #endif
-} miFunction;                     ///< the parameter block follows directly
+} miFunction; ///< the parameter block follows directly
 
 /// Where an instance stands.
 typedef struct miTransform {
     miTag function;
     miScalar time;
-    miMatrix global_to_local;     ///< world to object
-    miMatrix local_to_global;     ///< object to world
+    miMatrix global_to_local; ///< world to object
+    miMatrix local_to_global; ///< object to world
     miBoolean identity;
     int id;
 } miTransform;
@@ -56,12 +60,12 @@ typedef struct miTransform {
 /// A leaf of the scene graph: one element in one place.
 typedef struct miInstance {
     miTransform tf;
-    miMatrix motion_transform;    ///< world to object at the end of the unit shutter
-    miTag item;                   ///< the instanced element
+    miMatrix motion_transform; ///< world to object at the end of the unit shutter
+    miTag item;                ///< the instanced element
     miTag material;
     miTag parent;
     miTag light_obj_ring;
-    miTag userdata;               ///< head of the chain
+    miTag userdata; ///< head of the chain
     miUint label;
     miBoolean off;
     miCBoolean motion;
@@ -78,8 +82,8 @@ typedef struct miObject {
     miCBoolean visible, shadow, trace;
     miCBoolean reflection, refraction, transparency, finalgather;
     miCBoolean face;
-    miVector bbox_min, bbox_max;  ///< object space
-    miCBoolean shadow_mode;       ///< bit 0: casts shadows, bit 1: receives them
+    miVector bbox_min, bbox_max; ///< object space
+    miCBoolean shadow_mode;      ///< bit 0: casts shadows, bit 1: receives them
 } miObject;
 
 /// User data: a block of parameters that anything in the scene can carry, in a chain.
@@ -88,14 +92,18 @@ typedef struct miUserdata {
     miTag next_data;
     miUint label;
     int parameter_size;
-    short one;                    ///< 1 in the byte order of the writer
+    short one; ///< 1 in the byte order of the writer
     short spare;
     int spare2;
 #ifdef __cplusplus
-    char* parameters() { return reinterpret_cast<char*>(this + 1); }
-    const char* parameters() const { return reinterpret_cast<const char*>(this + 1); }
+    char* parameters() {
+        return reinterpret_cast<char*>(this + 1);
+    }
+    const char* parameters() const {
+        return reinterpret_cast<const char*>(this + 1);
+    }
 #endif
-} miUserdata;                     ///< the parameter block follows directly
+} miUserdata; ///< the parameter block follows directly
 
 typedef struct miMaterial {
     miTag shader;
@@ -126,19 +134,19 @@ enum {
 
 /// A light. Positions, directions and the area's shape are in light space.
 typedef struct miLight {
-    int type;                     ///< miLIGHT_ORIGIN, _DIRECTION or _SPOT
-    int area;                     ///< miLIGHT_NONE ...
+    int type; ///< miLIGHT_ORIGIN, _DIRECTION or _SPOT
+    int area; ///< miLIGHT_NONE ...
     miTag shader;
     miTag emitter;
     miVector origin;
-    miVector direction;           ///< unit, from the light outward
-    miScalar spread;              ///< cosine of the cone's half angle
+    miVector direction; ///< unit, from the light outward
+    miScalar spread;    ///< cosine of the cone's half angle
     miCBoolean visible;
-    miVector edge_u, edge_v;      ///< rectangle
-    miVector axis;                ///< disc normal, cylinder axis
-    miScalar radius;              ///< disc, sphere, cylinder
+    miVector edge_u, edge_v; ///< rectangle
+    miVector axis;           ///< disc normal, cylinder axis
+    miScalar radius;         ///< disc, sphere, cylinder
     int samples_u, samples_v;
-    int low_level;                ///< trace level from which the low counts hold
+    int low_level; ///< trace level from which the low counts hold
     int low_samples_u, low_samples_v;
     miColor energy;
     miScalar exponent;

@@ -19,12 +19,12 @@ void mi_flush_cache(miState* state);
 
 /// Lifetimes of shader-state entries.
 enum {
-    miSS_LIFETIME_EYERAY = 1,     ///< dropped after each eye sample
-    miSS_LIFETIME_RECT = 2        ///< as long as the base state
+    miSS_LIFETIME_EYERAY = 1, ///< dropped after each eye sample
+    miSS_LIFETIME_RECT = 2    ///< as long as the base state
 };
 
-/// Stores a copy of `size` bytes under a key, for all states derived from the same base state; null data or size 0
-/// deletes. The address of an entry stays while it lives.
+/// Stores a copy of `size` bytes under a key, for all states derived from the same base state; null data or
+/// size 0 deletes. The address of an entry stays while it lives.
 miBoolean mi_shaderstate_set(miState* state, const char* key, void* data, int size, int lifetime);
 /// The stored bytes, to be read and changed in place; null when absent. `size` may be null.
 void* mi_shaderstate_get(miState* state, const char* key, int* size);

@@ -28,8 +28,9 @@ typedef enum miRay_type {
 /// Rays that start a call tree.
 #define miRAY_PRIMARY(type) ((type) == miRAY_EYE)
 /// Rays that see surfaces on behalf of another surface.
-#define miRAY_SECONDARY(type)                                                                                     \
-    ((type) == miRAY_TRANSPARENT || (type) == miRAY_REFLECT || (type) == miRAY_REFRACT || (type) == miRAY_FINALGATHER)
+#define miRAY_SECONDARY(type)                                                                                \
+    ((type) == miRAY_TRANSPARENT || (type) == miRAY_REFLECT || (type) == miRAY_REFRACT ||                    \
+     (type) == miRAY_FINALGATHER)
 
 /// How a shader is being called (argument of `mi_call_shader`, answer of `miQ_FUNC_CALLTYPE`).
 typedef enum miShader_type {
@@ -52,8 +53,8 @@ typedef enum miShader_type {
     miSHADER_CONTOUR = 16
 } miShader_type;
 
-/// Everything one shader call knows. Owned by one thread. Directions are unit length; the ray direction points at the
-/// surface, normals point toward the ray's origin unless a shadow shader is being called.
+/// Everything one shader call knows. Owned by one thread. Directions are unit length; the ray direction
+/// points at the surface, normals point toward the ray's origin unless a shadow shader is being called.
 typedef struct miState {
     // frame: constant while a picture is rendered
     int version;
@@ -62,20 +63,20 @@ typedef struct miState {
     const struct miOptions* options;
 
     // image sample: inherited unchanged by all secondary calls
-    miScalar raster_x, raster_y;  ///< pixels, (0, 0) at the image's lower left corner
-    struct miFunction* shader;    ///< the shader instance now running
+    miScalar raster_x, raster_y; ///< pixels, (0, 0) at the image's lower left corner
+    struct miFunction* shader;   ///< the shader instance now running
     miLock global_lock;
     short thread;
 
     // ray
     struct miState* parent;
-    struct miState* child;        ///< most recent child; readable until the next call that makes one
+    struct miState* child; ///< most recent child; readable until the next call that makes one
     miRay_type type;
-    miCBoolean scanline;          ///< the hit comes from the first-hit algorithm
+    miCBoolean scanline; ///< the hit comes from the first-hit algorithm
     void* cache;
     miVector org, dir;
-    float time;                   ///< shutter time, frames
-    miTag volume;                 ///< volume shader of the space the ray travels through
+    float time;   ///< shutter time, frames
+    miTag volume; ///< volume shader of the space the ray travels through
     miTag environment;
     int reflection_level, refraction_level;
     int face;
@@ -83,15 +84,15 @@ typedef struct miState {
     // intersection
     miTag refraction_volume;
     miUint label;
-    miTag instance;               ///< leaf instance; 0 when nothing was hit
+    miTag instance; ///< leaf instance; 0 when nothing was hit
     miTag light_instance;
     miScalar bary[4];
     miVector point;
     miVector normal;
     miVector normal_geom;
-    miCBoolean inv_normal;        ///< the renderer flipped both normals
+    miCBoolean inv_normal; ///< the renderer flipped both normals
     miScalar dot_nd;
-    double dist;                  ///< length of the ray; 0 for none
+    double dist; ///< length of the ray; 0 for none
     miTag material;
     void* pri;
     double shadow_tol;
@@ -103,22 +104,22 @@ typedef struct miState {
     miVector* bump_x_list;
     miVector* bump_y_list;
     miVector tex;
-    miVector motion;              ///< displacement of the point over the shutter, internal space
-    miVector* derivs[5];          ///< dP/du, dP/dv, then second derivatives; null where unknown
+    miVector motion;     ///< displacement of the point over the shutter, internal space
+    miVector* derivs[5]; ///< dP/du, dP/dv, then second derivatives; null where unknown
 
     // user
     void* user;
     int user_size;
 
-    miCBoolean rast_compose;      ///< this sample is one of several that the rasterizer composites
+    miCBoolean rast_compose;       ///< this sample is one of several that the rasterizer composites
     miUint hit_leaf, hit_triangle; ///< the renderer's own: what was hit
-    void* ext;                    ///< the renderer's own
+    void* ext;                     ///< the renderer's own
 } miState;
 
 /// Fourth argument of a state shader.
 typedef struct miShader_state_arg {
-    int op;                       ///< one of miSHADERSTATE_*
-    miBoolean ret_value;          ///< SAMPLE_EXIT: what the sample's shading returned
+    int op;              ///< one of miSHADERSTATE_*
+    miBoolean ret_value; ///< SAMPLE_EXIT: what the sample's shading returned
 } miShader_state_arg;
 
 enum {

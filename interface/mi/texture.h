@@ -5,8 +5,9 @@
 
 miBEGIN_INTERFACE
 
-/// Looks a texture up at `coord` ((0, 0) lower left, (1, 1) upper right; integer parts are dropped). A texture shader
-/// is called with `coord` in `state->tex`. False, result untouched, for tag 0 or an unreadable image.
+/// Looks a texture up at `coord` ((0, 0) lower left, (1, 1) upper right; integer parts are dropped). A
+/// texture shader is called with `coord` in `state->tex`. False, result untouched, for tag 0 or an unreadable
+/// image.
 miBoolean mi_lookup_color_texture(miColor* result, miState* state, miTag texture, miVector* coord);
 miBoolean mi_lookup_scalar_texture(miScalar* result, miState* state, miTag texture, miVector* coord);
 miBoolean mi_lookup_vector_texture(miVector* result, miState* state, miTag texture, miVector* coord);
@@ -19,8 +20,8 @@ typedef struct miTexfilter {
     miScalar circle_radius;
 } miTexfilter;
 
-/// As `mi_lookup_color_texture` over the footprint that the matrix maps from screen to texture space: rows 0 and 1
-/// hold the change of (u, v) per pixel in x and y.
+/// As `mi_lookup_color_texture` over the footprint that the matrix maps from screen to texture space: rows 0
+/// and 1 hold the change of (u, v) per pixel in x and y.
 miBoolean mi_lookup_filter_color_texture(miColor* result, miState* state, miTag texture, miTexfilter* filter,
                                          miMatrix screen_to_texture);
 

@@ -5,11 +5,12 @@
 
 miBEGIN_INTERFACE
 
-/// All of these derive a child state from `state`, trace, call shaders and return true when a called shader did.
-/// Points and directions are in internal space, directions unit length.
+/// All of these derive a child state from `state`, trace, call shaders and return true when a called shader
+/// did. Points and directions are in internal space, directions unit length.
 
-/// Lens shaders only: calls the next lens shader, or casts the eye ray. `origin` and `direction` may point at the
-/// state's own fields. Copies label, point, normal, dist, motion and instance of the hit back into `state`.
+/// Lens shaders only: calls the next lens shader, or casts the eye ray. `origin` and `direction` may point at
+/// the state's own fields. Copies label, point, normal, dist, motion and instance of the hit back into
+/// `state`.
 miBoolean mi_trace_eye(miColor* result, miState* state, miVector* origin, miVector* direction);
 /// False, nothing called and `result` untouched, at the depth limits.
 miBoolean mi_trace_reflection(miColor* result, miState* state, miVector* direction);
@@ -23,8 +24,8 @@ miBoolean mi_trace_environment(miColor* result, miState* state, miVector* direct
 /// Intersection only; the hit is left in `state->child`.
 miBoolean mi_trace_probe(miState* state, miVector* direction, miVector* origin);
 
-/// Light shaders: dims `result` (in/out) by every occluder between the light and the point, which are read from the
-/// state's `org`, `point` and `dir` at the call. False when an occluder blocks all light.
+/// Light shaders: dims `result` (in/out) by every occluder between the light and the point, which are read
+/// from the state's `org`, `point` and `dir` at the call. False when an occluder blocks all light.
 miBoolean mi_trace_shadow(miColor* result, miState* state);
 /// Shadow shaders in segment mode: the light that arrives from beyond this occluder.
 miBoolean mi_trace_shadow_seg(miColor* result, miState* state);
@@ -43,9 +44,10 @@ typedef struct miIrrad_options {
     miScalar caustic_radius;
 } miIrrad_options;
 
-/// Average incoming radiance (irradiance / pi) over the hemisphere of `face`: 'f' the side of the normal, 'b' the
-/// other. `options` null takes the render options. False and black when nothing is gathered.
-miBoolean mi_compute_avg_radiance(miColor* result, miState* state, miUint1 face, struct miIrrad_options* options);
+/// Average incoming radiance (irradiance / pi) over the hemisphere of `face`: 'f' the side of the normal, 'b'
+/// the other. `options` null takes the render options. False and black when nothing is gathered.
+miBoolean mi_compute_avg_radiance(miColor* result, miState* state, miUint1 face,
+                                  struct miIrrad_options* options);
 miBoolean mi_compute_irradiance(miColor* result, miState* state);
 miBoolean mi_compute_irradiance_backside(miColor* result, miState* state);
 
@@ -53,11 +55,11 @@ miBoolean mi_compute_irradiance_backside(miColor* result, miState* state);
 typedef struct miAo_options {
     int size;
     int rays;
-    miVector axis;                ///< axis of the hemisphere
-    miScalar spread;              ///< cosine limit; -2: full hemisphere
+    miVector axis;   ///< axis of the hemisphere
+    miScalar spread; ///< cosine limit; -2: full hemisphere
     miScalar scale;
     miScalar near_dist;
-    miScalar max_dist;            ///< scene units; -1: unlimited
+    miScalar max_dist; ///< scene units; -1: unlimited
     int mode;
 } miAo_options;
 

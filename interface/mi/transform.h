@@ -5,9 +5,9 @@
 
 miBEGIN_INTERFACE
 
-/// "to" maps from internal space into the named one, "from" back; result and argument may be the same. Points are
-/// divided by w, normals use the transposed inverse and are not renormalised. Object space is that of the state's
-/// instance, light space that of its light instance; without one they are the internal space.
+/// "to" maps from internal space into the named one, "from" back; result and argument may be the same. Points
+/// are divided by w, normals use the transposed inverse and are not renormalised. Object space is that of the
+/// state's instance, light space that of its light instance; without one they are the internal space.
 
 void mi_point_to_world(miState* state, miVector* result, miVector* point);
 void mi_point_from_world(miState* state, miVector* result, miVector* point);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Basic types of the shader interface. Sizes are part of the interface: parameter blocks, frame buffers and result
-/// records are laid out with them.
+/// Basic types of the shader interface. Sizes are part of the interface: parameter blocks, frame buffers and
+/// result records are laid out with them.
 
 #include <stddef.h>
 #include <stdint.h>

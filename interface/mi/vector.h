@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Vector arithmetic for shader writers. Pointers, so that C sources can use it; result and argument may be the same.
+/// Vector arithmetic for shader writers. Pointers, so that C sources can use it; result and argument may be
+/// the same.
 
 #include "types.h"
 

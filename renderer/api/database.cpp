@@ -30,6 +30,7 @@ DLLEXPORT void mi_db_unpin(miTag tag) {
     if (auto* database = activeRenderer().database) database->unpin(tag);
 }
 
-DLLEXPORT void mi_db_flush(miTag) {}
+DLLEXPORT void mi_db_flush(miTag) {
+}
 
 } // extern "C"

@@ -29,7 +29,9 @@ class ShaderInterface final : public mi::shader_v3::Interface {
 public:
     void release() override {}
 
-    const mi::shader_v3::Framebuffer* getFramebuffers(miTag collection) override { return editFramebuffers(collection); }
+    const mi::shader_v3::Framebuffer* getFramebuffers(miTag collection) override {
+        return editFramebuffers(collection);
+    }
 
     mi::shader_v3::Framebuffer* editFramebuffers(miTag collection) override {
         auto* database = orca::shading::activeRenderer().database;
@@ -42,7 +44,8 @@ public:
 
     miTag createFramebuffer() override {
         const auto& active = orca::shading::activeRenderer();
-        return active.database ? active.database->add(std::make_unique<LooseCollection>(*active.messages)) : miNULLTAG;
+        return active.database ? active.database->add(std::make_unique<LooseCollection>(*active.messages))
+                               : miNULLTAG;
     }
 };
 
@@ -50,8 +53,9 @@ constexpr int interfaceVersion = 3;
 
 const Frame::BufferSlot* slotAt(const RenderContext& context, int index) {
     const auto& slots = context.frame.bufferSlots;
-    return index >= 0 && static_cast<std::size_t>(index) < slots.size() ? &slots[static_cast<std::size_t>(index)]
-                                                                         : nullptr;
+    return index >= 0 && static_cast<std::size_t>(index) < slots.size()
+               ? &slots[static_cast<std::size_t>(index)]
+               : nullptr;
 }
 
 /// Copies a buffer's value; the few sizes that there are compile to plain moves.
@@ -77,7 +81,7 @@ DLLEXPORT miBoolean mi_fb_put(miState* state, int index, const void* value) {
     RenderContext& context = renderContextOf(state);
     const Frame::BufferSlot* slot = slotAt(context, index);
     if (!slot || !value) return miFALSE;
-    if (!context.inEyeSample) return miTRUE;  // outside an eye sample there is nothing to put it into
+    if (!context.inEyeSample) return miTRUE; // outside an eye sample there is nothing to put it into
     copyValue(context.sampleWords.data() + slot->offset, value, slot->bytes);
     context.written[static_cast<std::size_t>(index)] = 1;
     return miTRUE;

@@ -12,7 +12,8 @@ namespace {
 
 void* orReport(void* memory, const char* file, int line, int size) {
     auto* messages = orca::shading::activeRenderer().messages;
-    if (!memory && messages) messages->error("MEM", "{}:{}: cannot allocate {} bytes", file ? file : "?", line, size);
+    if (!memory && messages)
+        messages->error("MEM", "{}:{}: cannot allocate {} bytes", file ? file : "?", line, size);
     return memory;
 }
 

@@ -29,18 +29,17 @@ void post(Level level, const char* format, va_list arguments) {
     const std::string text = formatted(format ? format : "", arguments);
     if (auto* messages = orca::shading::activeRenderer().messages)
         messages->post({level, "SHDR", 0, text, {}});
-    else
-        std::fprintf(stderr, "%s\n", text.c_str());
+    else std::fprintf(stderr, "%s\n", text.c_str());
 }
 
 } // namespace
 
-#define ORCA_FORWARD_MESSAGE(name, level)                                                                         \
-    DLLEXPORT void name(const char* format, ...) {                                                                \
-        va_list arguments;                                                                                        \
-        va_start(arguments, format);                                                                              \
-        post(level, format, arguments);                                                                           \
-        va_end(arguments);                                                                                        \
+#define ORCA_FORWARD_MESSAGE(name, level)                                                                    \
+    DLLEXPORT void name(const char* format, ...) {                                                           \
+        va_list arguments;                                                                                   \
+        va_start(arguments, format);                                                                         \
+        post(level, format, arguments);                                                                      \
+        va_end(arguments);                                                                                   \
     }
 
 extern "C" {

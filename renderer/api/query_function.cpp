@@ -22,7 +22,8 @@ miFunction* functionOf(const Query& query) {
 const scene::DeclarationElement* declarationOf(const Query& query) {
     auto* database = shading::activeRenderer().database;
     if (!database) return nullptr;
-    if (const auto* function = database->find<scene::FunctionElement>(query.tag)) return function->declaration;
+    if (const auto* function = database->find<scene::FunctionElement>(query.tag))
+        return function->declaration;
     if (query.tag == miNULLTAG && query.state && query.state->shader)
         return database->find<scene::DeclarationElement>(query.state->shader->function_decl);
     return database->find<scene::DeclarationElement>(query.tag);

@@ -64,8 +64,12 @@ Answer answerAboutInstance(const Query& query) {
     case miQ_INST_LABEL: query.answer<miUint>(instance->label); break;
     case miQ_INST_MATERIAL: query.answer<miTag>(instance->material); break;
     case miQ_INST_DATA: query.answer<miTag>(instance->userdata); break;
-    case miQ_INST_GLOBAL_TO_LOCAL: mi_matrix_copy(static_cast<miScalar*>(query.result), instance->tf.global_to_local); break;
-    case miQ_INST_LOCAL_TO_GLOBAL: mi_matrix_copy(static_cast<miScalar*>(query.result), instance->tf.local_to_global); break;
+    case miQ_INST_GLOBAL_TO_LOCAL:
+        mi_matrix_copy(static_cast<miScalar*>(query.result), instance->tf.global_to_local);
+        break;
+    case miQ_INST_LOCAL_TO_GLOBAL:
+        mi_matrix_copy(static_cast<miScalar*>(query.result), instance->tf.local_to_global);
+        break;
     default: query.answer<miBoolean>(instance->off); break;
     }
     return Answer::Given;

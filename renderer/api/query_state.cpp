@@ -12,10 +12,8 @@ namespace {
 
 Answer matrix(const Query& query, render::Space space, render::Direction direction) {
     auto* result = static_cast<miScalar*>(query.result);
-    if (const miScalar* m = render::spaceMatrix(query.state, space, direction))
-        mi_matrix_copy(result, m);
-    else
-        mi_matrix_ident(result);
+    if (const miScalar* m = render::spaceMatrix(query.state, space, direction)) mi_matrix_copy(result, m);
+    else mi_matrix_ident(result);
     return Answer::Given;
 }
 
@@ -47,7 +45,8 @@ Answer answerAboutState(const Query& query) {
     case miQ_SAMPLE_MOVING: query.answer<int>(context.sampleMoving); break;
     case miQ_SAMPLE_PHASE: query.answer<int>(context.samplePhase); break;
     case miQ_NUM_TEXTURES:
-        query.answer<int>(std::max(1, render::renderContextOf(query.state).frame.geometry.maxTextureSpaces()));
+        query.answer<int>(
+            std::max(1, render::renderContextOf(query.state).frame.geometry.maxTextureSpaces()));
         break;
     case miQ_NUM_BUMPS: query.answer<int>(query.state->bump_x_list ? 1 : 0); break;
     case miQ_TRANS_INTERNAL_TO_WORLD: return matrix(query, Space::World, Direction::To);

@@ -43,10 +43,8 @@ Answer answerAboutRenderer(const Query& query) {
     }
     if (!query.state || !query.state->ext) return Answer::Unavailable;
     const auto lights = render::renderContextOf(query.state).frame.geometry.lights();
-    if (query.code == miQ_NUM_GLOBAL_LIGHTS)
-        query.answer<int>(static_cast<int>(lights.size()));
-    else
-        query.answer<miTag*>(const_cast<miTag*>(lights.data()));
+    if (query.code == miQ_NUM_GLOBAL_LIGHTS) query.answer<int>(static_cast<int>(lights.size()));
+    else query.answer<miTag*>(const_cast<miTag*>(lights.data()));
     return Answer::Given;
 }
 

@@ -7,8 +7,8 @@
 
 namespace {
 
-/// The 48-bit linear congruential generator of drand48 with its classic constants, so that tables made from it are the
-/// same everywhere.
+/// The 48-bit linear congruential generator of drand48 with its classic constants, so that tables made from
+/// it are the same everywhere.
 constexpr std::uint64_t multiplier = 0x5DEECE66Dull;
 constexpr std::uint64_t increment = 0xBull;
 constexpr std::uint64_t mask = (1ull << 48) - 1;
@@ -49,7 +49,8 @@ DLLEXPORT miScalar mi_par_random(miState* state) {
 }
 
 DLLEXPORT miScalar mi_erandom(unsigned short seed[3]) {
-    std::uint64_t x = seed[0] | static_cast<std::uint64_t>(seed[1]) << 16 | static_cast<std::uint64_t>(seed[2]) << 32;
+    std::uint64_t x =
+        seed[0] | static_cast<std::uint64_t>(seed[1]) << 16 | static_cast<std::uint64_t>(seed[2]) << 32;
     x = advanced(x);
     for (int i = 0; i < 3; ++i) seed[i] = static_cast<unsigned short>(x >> (16 * i));
     return uniform(x);

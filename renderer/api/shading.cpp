@@ -9,7 +9,8 @@ using orca::shading::contextOf;
 
 extern "C" {
 
-DLLEXPORT miBoolean mi_call_shader_x(miColor* result, int type, miState* state, miTag shader, void* argument) {
+DLLEXPORT miBoolean mi_call_shader_x(miColor* result, int type, miState* state, miTag shader,
+                                     void* argument) {
     return contextOf(state).runtime.call(result, type, state, shader, argument);
 }
 
@@ -19,7 +20,8 @@ DLLEXPORT miBoolean mi_call_shader(miColor* result, int type, miState* state, mi
 
 DLLEXPORT miBoolean mi_call_material(miColor* result, miState* state) {
     const miMaterial* material = renderContextOf(state).frame.materialOf(state->material);
-    return material ? contextOf(state).runtime.call(result, miSHADER_MATERIAL, state, material->shader) : miFALSE;
+    return material ? contextOf(state).runtime.call(result, miSHADER_MATERIAL, state, material->shader)
+                    : miFALSE;
 }
 
 DLLEXPORT void* mi_phen_eval(miState* state, void* parameter) {

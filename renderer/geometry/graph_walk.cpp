@@ -61,12 +61,8 @@ void PlacedGraph::visitInstance(scene::InstanceElement& instance, const Inherite
         leaves.push_back({&leaf, static_cast<scene::ObjectElement*>(item), inherited});
         break;
     }
-    case miSCENE_LIGHT:
-        lights.push_back(place(instance, inherited, above.parent).tag);
-        break;
-    case miSCENE_CAMERA:
-        place(instance, inherited, above.parent);
-        break;
+    case miSCENE_LIGHT: lights.push_back(place(instance, inherited, above.parent).tag); break;
+    case miSCENE_CAMERA: place(instance, inherited, above.parent); break;
     default:
         messages_.errorAt(
             instance.place, "GEOM",

@@ -35,15 +35,11 @@ Inherited Inherited::below(const scene::InstanceElement& instance) const {
     const Transform step = Transform::from(instance.transform.data());
     result.worldToLocal = worldToLocal * step;
     switch (instance.motion) {
-    case Motion::Inherited:
-        result.worldToLocalAtEnd = worldToLocalAtEnd * step;
-        break;
+    case Motion::Inherited: result.worldToLocalAtEnd = worldToLocalAtEnd * step; break;
     case Motion::Given:
         result.worldToLocalAtEnd = worldToLocalAtEnd * Transform::from(instance.motionTransform.data());
         break;
-    case Motion::Off:
-        result.worldToLocalAtEnd = result.worldToLocal;
-        break;
+    case Motion::Off: result.worldToLocalAtEnd = result.worldToLocal; break;
     }
     result.parent = instance.tag;
 

@@ -34,7 +34,8 @@ miVector leaveSurface(const miVector& point, const miVector& geometricNormal, co
 
 float distanceBehind(const miVector& origin, float distance) {
     constexpr float unitsOfTheLargest = 1.0f / 131072.0f; // 64 to 128 units in the last place
-    const float largest = std::max({std::abs(origin.x), std::abs(origin.y), std::abs(origin.z), distance, nearOrigin});
+    const float largest =
+        std::max({std::abs(origin.x), std::abs(origin.y), std::abs(origin.z), distance, nearOrigin});
     return distance + unitsOfTheLargest * largest;
 }
 

@@ -5,7 +5,6 @@
 #include "geometry/triangulate.h"
 #include "geometry/vectors.h"
 
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -247,14 +246,9 @@ private:
             for (std::uint32_t k = 1; k + 1 < size; ++k) pieces.push_back({0, k, k + 1});
         } else {
             switch (triangulate(corners, loopSizes, pieces)) {
-            case PolygonFault::None:
-                break;
-            case PolygonFault::Degenerate:
-                ++chunk.faults.degenerate;
-                return;
-            case PolygonFault::NotSimple:
-                ++chunk.faults.notSimple;
-                break;
+            case PolygonFault::None: break;
+            case PolygonFault::Degenerate: ++chunk.faults.degenerate; return;
+            case PolygonFault::NotSimple: ++chunk.faults.notSimple; break;
             }
         }
         bool anyArea = false;

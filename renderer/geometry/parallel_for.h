@@ -9,12 +9,13 @@
 
 namespace orca::geometry {
 
-/// Ordered by every fork and join, so that what one side wrote is known to be visible to the other. The thread library
-/// orders them as well, but the thread sanitizer cannot see how: the library is not built for it.
+/// Ordered by every fork and join, so that what one side wrote is known to be visible to the other. The
+/// thread library orders them as well, but the thread sanitizer cannot see how: the library is not built for
+/// it.
 inline std::atomic<std::size_t> forksAndJoins{0};
 
-/// Calls body(first, last) over [0, count) in chunks of at least `grain`, which are the same for any number of threads, on
-/// the threads of the current arena; returns when all are done.
+/// Calls body(first, last) over [0, count) in chunks of at least `grain`, which are the same for any number
+/// of threads, on the threads of the current arena; returns when all are done.
 template <class Body>
 void parallelFor(std::size_t count, std::size_t grain, const Body& body) {
     forksAndJoins.fetch_add(1, std::memory_order_acq_rel);

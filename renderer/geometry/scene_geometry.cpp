@@ -72,9 +72,8 @@ void SceneGeometry::Implementation::buildMeshes() {
         }
         ++shared->places;
     }
-    parallelFor(objects.size(), 1, [&](std::size_t i, std::size_t) {
-        targets[i]->mesh = buildMesh(*objects[i], messages);
-    });
+    parallelFor(objects.size(), 1,
+                [&](std::size_t i, std::size_t) { targets[i]->mesh = buildMesh(*objects[i], messages); });
 }
 
 const miTag* SceneGeometry::Implementation::inheritedMaterials(const PlacedGraph::Leaf& placed,

@@ -72,8 +72,8 @@ private:
 [[nodiscard]] miVector leaveSurface(const miVector& point, const miVector& geometricNormal,
                                     const miVector& direction);
 
-/// Makes `ray` go on behind `hit`: past every triangle that has the hit point on its edge, so that a surface crossed
-/// where two of its triangles meet counts once.
+/// Makes `ray` go on behind `hit`: past every triangle that has the hit point on its edge, so that a surface
+/// crossed where two of its triangles meet counts once.
 void continueBehind(Ray& ray, const Hit& hit);
 
 /// Where a ray from `origin` that was met at `distance` goes on: continueBehind() as a distance.

@@ -51,12 +51,9 @@ Target targetOf(const std::string& directory, const Wanted& wanted) {
 
 ExrChannel::Storage exrStorage(miImg_type type) {
     switch (storageOf(type)) {
-    case Storage::Label:
-        return ExrChannel::Storage::Label;
-    case Storage::Float:
-        return ExrChannel::Storage::Float;
-    default:
-        return ExrChannel::Storage::Half;
+    case Storage::Label: return ExrChannel::Storage::Label;
+    case Storage::Float: return ExrChannel::Storage::Float;
+    default: return ExrChannel::Storage::Half;
     }
 }
 

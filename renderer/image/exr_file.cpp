@@ -36,12 +36,9 @@ Imf::Compression compressionOf(const std::string& word) {
 
 Imf::PixelType pixelTypeOf(ExrChannel::Storage storage) {
     switch (storage) {
-    case ExrChannel::Storage::Half:
-        return Imf::HALF;
-    case ExrChannel::Storage::Label:
-        return Imf::UINT;
-    case ExrChannel::Storage::Float:
-        break;
+    case ExrChannel::Storage::Half: return Imf::HALF;
+    case ExrChannel::Storage::Label: return Imf::UINT;
+    case ExrChannel::Storage::Float: break;
     }
     return Imf::FLOAT;
 }
@@ -111,17 +108,13 @@ std::vector<std::string> bareChannelNames(const Buffer& buffer) {
     }
     switch (buffer.type) {
     case miIMG_TYPE_N:
-    case miIMG_TYPE_M:
-        return {"X", "Y", "Z"};
-    case miIMG_TYPE_Z:
-        return {"Z"};
+    case miIMG_TYPE_M: return {"X", "Y", "Z"};
+    case miIMG_TYPE_Z: return {"Z"};
     case miIMG_TYPE_A:
     case miIMG_TYPE_A_16:
     case miIMG_TYPE_A_H:
-    case miIMG_TYPE_A_FP:
-        return {"A"};
-    default:
-        return {"Y"};
+    case miIMG_TYPE_A_FP: return {"A"};
+    default: return {"Y"};
     }
 }
 

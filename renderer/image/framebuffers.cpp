@@ -19,24 +19,16 @@ MainSource sourceOf(miImg_type type) {
     case miIMG_TYPE_A:
     case miIMG_TYPE_A_16:
     case miIMG_TYPE_A_H:
-    case miIMG_TYPE_A_FP:
-        return MainSource::Alpha;
+    case miIMG_TYPE_A_FP: return MainSource::Alpha;
     case miIMG_TYPE_S:
     case miIMG_TYPE_S_16:
-    case miIMG_TYPE_S_FP:
-        return MainSource::Intensity;
-    case miIMG_TYPE_Z:
-        return MainSource::Depth;
-    case miIMG_TYPE_N:
-        return MainSource::Normal;
-    case miIMG_TYPE_M:
-        return MainSource::Motion;
-    case miIMG_TYPE_TAG:
-        return MainSource::Label;
-    case miIMG_TYPE_COVERAGE:
-        return MainSource::Coverage;
-    default:
-        return MainSource::None;
+    case miIMG_TYPE_S_FP: return MainSource::Intensity;
+    case miIMG_TYPE_Z: return MainSource::Depth;
+    case miIMG_TYPE_N: return MainSource::Normal;
+    case miIMG_TYPE_M: return MainSource::Motion;
+    case miIMG_TYPE_TAG: return MainSource::Label;
+    case miIMG_TYPE_COVERAGE: return MainSource::Coverage;
+    default: return MainSource::None;
     }
 }
 

@@ -49,15 +49,11 @@ Raster rasterOf(const PictureFrame& frame, const Layer& layer, int channels) {
 OIIO::TypeDesc fileType(miImg_type type, const std::string& format) {
     const bool holdsFloats = format == "tiff" || format == "hdr";
     switch (storageOf(type)) {
-    case Storage::Word:
-        return OIIO::TypeDesc::UINT16;
+    case Storage::Word: return OIIO::TypeDesc::UINT16;
     case Storage::Half:
-    case Storage::Float:
-        return holdsFloats ? OIIO::TypeDesc::FLOAT : OIIO::TypeDesc::UINT8;
-    case Storage::Label:
-        return OIIO::TypeDesc::UINT32;
-    case Storage::Byte:
-        break;
+    case Storage::Float: return holdsFloats ? OIIO::TypeDesc::FLOAT : OIIO::TypeDesc::UINT8;
+    case Storage::Label: return OIIO::TypeDesc::UINT32;
+    case Storage::Byte: break;
     }
     return OIIO::TypeDesc::UINT8;
 }

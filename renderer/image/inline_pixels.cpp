@@ -13,10 +13,8 @@ namespace {
 /// One component; more than a byte is big-endian, four bytes are a float.
 float component(const unsigned char* bytes, int size) {
     switch (size) {
-    case 1:
-        return static_cast<float>(bytes[0]) / 255.0f;
-    case 2:
-        return static_cast<float>(bytes[0] << 8 | bytes[1]) / 65535.0f;
+    case 1: return static_cast<float>(bytes[0]) / 255.0f;
+    case 2: return static_cast<float>(bytes[0] << 8 | bytes[1]) / 65535.0f;
     default:
         return std::bit_cast<float>(static_cast<std::uint32_t>(bytes[0]) << 24 |
                                     static_cast<std::uint32_t>(bytes[1]) << 16 |

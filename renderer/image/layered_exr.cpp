@@ -19,12 +19,9 @@ ExrChannel::Storage storageInLayeredFile(const Buffer& buffer) {
 
 std::string_view storageName(ExrChannel::Storage storage) {
     switch (storage) {
-    case ExrChannel::Storage::Half:
-        return "half";
-    case ExrChannel::Storage::Label:
-        return "uint";
-    case ExrChannel::Storage::Float:
-        break;
+    case ExrChannel::Storage::Half: return "half";
+    case ExrChannel::Storage::Label: return "uint";
+    case ExrChannel::Storage::Float: break;
     }
     return "float";
 }

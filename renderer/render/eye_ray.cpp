@@ -37,7 +37,8 @@ miBoolean castEyeRay(RenderContext& context, ChildState& child, miColor& result)
     miVector inCamera;
     mi_vector_transform(&inCamera, &child->dir, frame.worldToCamera);
     constexpr float shallowest = 1e-6f;
-    const float perDistance = std::max(-inCamera.z / std::max(mi_vector_norm(&inCamera), shallowest), shallowest);
+    const float perDistance =
+        std::max(-inCamera.z / std::max(mi_vector_norm(&inCamera), shallowest), shallowest);
     ray.nearDistance = std::max(frame.camera.clip.min / perDistance, context.eyeStart);
     ray.farDistance = frame.camera.clip.max / perDistance;
     ray.skipLeaf = context.skipLeaf;

@@ -42,21 +42,26 @@ bool anyNotFinite(const std::vector<float>& words, int first, int count) {
     constexpr std::uint32_t carryOfFullExponent = 0x00800000u;
     std::uint32_t carries = 0;
     for (int w = first; w < first + count; ++w)
-        carries |= (std::bit_cast<std::uint32_t>(words[static_cast<std::size_t>(w)]) & magnitude) + carryOfFullExponent;
+        carries |= (std::bit_cast<std::uint32_t>(words[static_cast<std::size_t>(w)]) & magnitude) +
+                   carryOfFullExponent;
     return (carries & ~magnitude) != 0;
 }
 
 /// A value that is no number would spread over a whole picture in compositing: black instead, and a report.
 void dropNotFinite(RenderContext& context) {
     for (const image::Buffer& buffer : context.frame.framebuffers.buffers()) {
-        if (buffer.type == miIMG_TYPE_TAG || !anyNotFinite(context.sampleWords, buffer.sampleOffset, buffer.components))
+        if (buffer.type == miIMG_TYPE_TAG ||
+            !anyNotFinite(context.sampleWords, buffer.sampleOffset, buffer.components))
             continue;
         std::fill_n(context.sampleWords.begin() + buffer.sampleOffset, buffer.components, 0.0f);
-        context.frame.messages.once("render: not a number in " + buffer.name,
-                                    {scene::Level::Warning, "RNDR", context.base.thread,
-                                     "frame buffer \"" + buffer.name +
-                                         "\": a shader wrote a value that is no finite number; black is kept instead",
-                                     {}});
+        context.frame.messages.once(
+            "render: not a number in " + buffer.name,
+            {scene::Level::Warning,
+             "RNDR",
+             context.base.thread,
+             "frame buffer \"" + buffer.name +
+                 "\": a shader wrote a value that is no finite number; black is kept instead",
+             {}});
         context.runtime.countFault(context.primary.shader, shading::ShaderRuntime::Fault::NotANumber);
     }
 }
@@ -138,9 +143,8 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY,
     state.raster_y = static_cast<float>(pixelY) + 0.5f + placement.y;
     const float open = frame.options.shutter_delay;
     const float close = frame.options.shutter;
-    state.time = frame.options.motion && close > open
-                     ? open + (close - open) * context.sampler.eye(EyeTime)
-                     : open;
+    state.time =
+        frame.options.motion && close > open ? open + (close - open) * context.sampler.eye(EyeTime) : open;
     setEyeRay(frame, state);
 
     miColor color{};
@@ -154,13 +158,14 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY,
             callStateShaders(context, miSHADERSTATE_SAMPLE_EXIT, color, delivered);
         }
     } catch (const std::exception&) {
-        color = {};  // the runtime has counted the fault for the shader that threw
+        color = {}; // the runtime has counted the fault for the shader that threw
     }
     context.store.endSample();
 
     std::memcpy(context.sampleWords.data() + frame.primaryOffset, &color, sizeof color);
     fillMainBuffers(context, color);
-    if (anyNotFinite(context.sampleWords, 0, static_cast<int>(context.sampleWords.size()))) dropNotFinite(context);
+    if (anyNotFinite(context.sampleWords, 0, static_cast<int>(context.sampleWords.size())))
+        dropNotFinite(context);
     context.inEyeSample = false;
 }
 

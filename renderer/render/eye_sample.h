@@ -10,9 +10,9 @@ namespace orca::render {
 void openBaseState(RenderContext& context);
 void closeBaseState(RenderContext& context);
 
-/// Renders one sample of a pixel (the sampler has been started for it); afterwards `context.sampleWords` holds the value of every frame buffer. Faults of
-/// shaders (exceptions, not-a-number values) are counted and leave black.
-void renderEyeSample(RenderContext& context, int pixelX, int pixelY,
-                     const PixelFilter::Placement& placement);
+/// Renders one sample of a pixel (the sampler has been started for it); afterwards `context.sampleWords`
+/// holds the value of every frame buffer. Faults of shaders (exceptions, not-a-number values) are counted and
+/// leave black.
+void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const PixelFilter::Placement& placement);
 
 } // namespace orca::render

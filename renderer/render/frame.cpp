@@ -15,22 +15,32 @@ void enter(std::vector<std::uint32_t>& byTag, miTag tag, std::uint32_t index) {
 
 } // namespace
 
-Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages, shading::ShaderRuntime& shaderRuntime,
-             image::Textures& textureCache, const geometry::SceneGeometry& sceneGeometry,
-             const image::FramebufferSet& frameBuffers, const miOptions& renderOptions,
-             const miCamera& renderCamera, miTag cameraInstanceTag)
-    : database(sceneDatabase), messages(sceneMessages), runtime(shaderRuntime), textures(textureCache),
-      geometry(sceneGeometry), framebuffers(frameBuffers), options(renderOptions), camera(renderCamera),
-      cameraInstance(cameraInstanceTag), globalLock(nullptr), leaves(sceneGeometry.leaves()) {
+Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages,
+             shading::ShaderRuntime& shaderRuntime, image::Textures& textureCache,
+             const geometry::SceneGeometry& sceneGeometry, const image::FramebufferSet& frameBuffers,
+             const miOptions& renderOptions, const miCamera& renderCamera, miTag cameraInstanceTag)
+    : database(sceneDatabase),
+      messages(sceneMessages),
+      runtime(shaderRuntime),
+      textures(textureCache),
+      geometry(sceneGeometry),
+      framebuffers(frameBuffers),
+      options(renderOptions),
+      camera(renderCamera),
+      cameraInstance(cameraInstanceTag),
+      globalLock(nullptr),
+      leaves(sceneGeometry.leaves()) {
     const auto* instance = database.find<scene::InstanceElement>(cameraInstance);
     mi_matrix_copy(cameraToWorld, instance->instance.tf.local_to_global);
     mi_matrix_copy(worldToCamera, instance->instance.tf.global_to_local);
 
     for (const image::Buffer& buffer : framebuffers.buffers()) {
         bufferSlots.push_back({buffer.sampleOffset, buffer.components * static_cast<int>(sizeof(float))});
-        if (buffer.source != image::MainSource::None) mainBuffers.push_back({buffer.source, buffer.sampleOffset});
+        if (buffer.source != image::MainSource::None)
+            mainBuffers.push_back({buffer.source, buffer.sampleOffset});
     }
-    primaryOffset = framebuffers.buffers()[static_cast<std::size_t>(framebuffers.primaryIndex())].sampleOffset;
+    primaryOffset =
+        framebuffers.buffers()[static_cast<std::size_t>(framebuffers.primaryIndex())].sampleOffset;
 
     for (std::size_t i = 0; i < leaves.size(); ++i)
         enter(leafByTag_, leaves[i].instance, static_cast<std::uint32_t>(i));
@@ -55,16 +65,20 @@ Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages, sha
 }
 
 miVector Frame::rasterFromCamera(const miVector& point) const {
-    const float zoom = camera.orthographic ? 1.0f / camera.aperture : camera.focal / camera.aperture / -point.z;
+    const float zoom =
+        camera.orthographic ? 1.0f / camera.aperture : camera.focal / camera.aperture / -point.z;
     return {static_cast<float>(camera.x_resolution) * (0.5f + zoom * point.x) + camera.x_offset,
-            static_cast<float>(camera.y_resolution) * (0.5f + zoom * camera.aspect * point.y) + camera.y_offset,
+            static_cast<float>(camera.y_resolution) * (0.5f + zoom * camera.aspect * point.y) +
+                camera.y_offset,
             point.z};
 }
 
 miVector Frame::cameraFromRaster(const miVector& raster) const {
-    const float zoom = camera.orthographic ? 1.0f / camera.aperture : camera.focal / camera.aperture / -raster.z;
+    const float zoom =
+        camera.orthographic ? 1.0f / camera.aperture : camera.focal / camera.aperture / -raster.z;
     return {((raster.x - camera.x_offset) / static_cast<float>(camera.x_resolution) - 0.5f) / zoom,
-            ((raster.y - camera.y_offset) / static_cast<float>(camera.y_resolution) - 0.5f) / (zoom * camera.aspect),
+            ((raster.y - camera.y_offset) / static_cast<float>(camera.y_resolution) - 0.5f) /
+                (zoom * camera.aspect),
             raster.z};
 }
 

@@ -19,10 +19,10 @@ namespace orca::render {
 /// Everything that stays the same while one picture is rendered. Shared by all threads, const for them.
 class Frame {
 public:
-    Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages, shading::ShaderRuntime& shaderRuntime,
-          image::Textures& textureCache, const geometry::SceneGeometry& sceneGeometry,
-          const image::FramebufferSet& frameBuffers, const miOptions& renderOptions, const miCamera& renderCamera,
-          miTag cameraInstance);
+    Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages,
+          shading::ShaderRuntime& shaderRuntime, image::Textures& textureCache,
+          const geometry::SceneGeometry& sceneGeometry, const image::FramebufferSet& frameBuffers,
+          const miOptions& renderOptions, const miCamera& renderCamera, miTag cameraInstance);
 
     scene::Database& database;
     scene::Messages& messages;
@@ -37,7 +37,8 @@ public:
     miLock globalLock;
     std::uint32_t seed = 0;
 
-    /// Where a frame buffer's words lie in a sample, by index: what the path of a sample needs of image::Buffer.
+    /// Where a frame buffer's words lie in a sample, by index: what the path of a sample needs of
+    /// image::Buffer.
     struct BufferSlot {
         int offset, bytes;
     };

@@ -58,7 +58,8 @@ miBoolean averageRadiance(miColor& result, miState* state, char face, const miIr
     if (!settings.finalgather || !settings.trace || context.depth >= maxNesting ||
         context.gatherDepth >= std::max(1, settings.finalgather_diffuse_depth))
         return miFALSE;
-    const int rays = options && options->finalgather_rays > 0 ? options->finalgather_rays : settings.finalgather_rays;
+    const int rays =
+        options && options->finalgather_rays > 0 ? options->finalgather_rays : settings.finalgather_rays;
     if (rays < 1) return miFALSE;
 
     miVector axis = state->normal;
@@ -82,7 +83,8 @@ miBoolean averageRadiance(miColor& result, miState* state, char face, const miIr
         child->dir = direction;
         miColor radiance;
         if (shadeVisibleRay(context, child,
-                            rayFrom(context, *state, state->point, direction, geometry::RayClass::Gather), radiance)) {
+                            rayFrom(context, *state, state->point, direction, geometry::RayClass::Gather),
+                            radiance)) {
             sum.r += radiance.r;
             sum.g += radiance.g;
             sum.b += radiance.b;

@@ -5,16 +5,17 @@
 
 namespace orca::render {
 
-/// Average incoming radiance (irradiance / pi) at the state's point over the hemisphere of its normal ('f') or the other
-/// side ('b'): cosine-weighted, stratified gather rays whose hits are shaded. `options` null takes the render options.
-/// False and black when nothing is gathered: gathering is off, or the nesting of gathers reaches its limit.
+/// Average incoming radiance (irradiance / pi) at the state's point over the hemisphere of its normal ('f')
+/// or the other side ('b'): cosine-weighted, stratified gather rays whose hits are shaded. `options` null
+/// takes the render options. False and black when nothing is gathered: gathering is off, or the nesting of
+/// gathers reaches its limit.
 miBoolean averageRadiance(miColor& result, miState* state, char face, const miIrrad_options* options);
 
 /// Irradiance: pi times the average radiance, with the render options.
 miBoolean irradiance(miColor& result, miState* state, char face);
 
-/// Share of the hemisphere about the request's axis that something covers within its distance, cosine-weighted: 0 open,
-/// 1 closed.
+/// Share of the hemisphere about the request's axis that something covers within its distance,
+/// cosine-weighted: 0 open, 1 closed.
 miBoolean ambientOcclusion(miScalar& result, miState* state, const miAo_options* request);
 
 } // namespace orca::render

@@ -18,13 +18,15 @@ void expand(const Frame& frame, miTag tag, std::vector<miTag>& lights) {
         return;
     }
     miTag group = tag;
-    if (const auto* instance = frame.database.find<scene::InstanceElement>(tag)) group = instance->instance.item;
+    if (const auto* instance = frame.database.find<scene::InstanceElement>(tag))
+        group = instance->instance.item;
     if (const auto* members = frame.database.find<scene::GroupElement>(group))
         for (const miTag member : members->members) expand(frame, member, lights);
 }
 
 void handOut(RenderContext& context, const std::vector<miTag>& list, int& count, miTag*& lights) {
-    lights = static_cast<miTag*>(context.arena.allocate(std::max<std::size_t>(1, list.size()) * sizeof(miTag)));
+    lights =
+        static_cast<miTag*>(context.arena.allocate(std::max<std::size_t>(1, list.size()) * sizeof(miTag)));
     std::copy(list.begin(), list.end(), lights);
     count = static_cast<int>(list.size());
 }
@@ -37,7 +39,7 @@ miBoolean instanceLights(int& count, miTag*& lights, miState* state) {
     const std::span<const miTag> list =
         leaf ? context.frame.geometry.lightsOf(*leaf) : context.frame.geometry.lights();
     count = static_cast<int>(list.size());
-    lights = const_cast<miTag*>(list.data());  // the interface hands out what nobody may change
+    lights = const_cast<miTag*>(list.data()); // the interface hands out what nobody may change
     return miTRUE;
 }
 
@@ -66,8 +68,11 @@ miScalar sampleLightProfile(miState* state, miTag profile, miBoolean) {
     const auto* element = frame.database.find<scene::LightProfileElement>(profile);
     const std::string name = element ? element->name : "?";
     frame.messages.once("render: light profile " + name,
-                        {scene::Level::Warning, "RNDR", 0,
-                         "light profile \"" + name + "\": profiles are not read yet; the light shines evenly", {}});
+                        {scene::Level::Warning,
+                         "RNDR",
+                         0,
+                         "light profile \"" + name + "\": profiles are not read yet; the light shines evenly",
+                         {}});
     return 1.0f;
 }
 

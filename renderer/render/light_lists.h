@@ -8,13 +8,13 @@ namespace orca::render {
 /// Light instances that illuminate the state's instance. The list belongs to the picture.
 miBoolean instanceLights(int& count, miTag*& lights, miState* state);
 
-/// Replace a shader's parameter list by the one to loop over: its lights with groups expanded, or all lights of the scene
-/// but those. The new list lives until the running shader returns.
+/// Replace a shader's parameter list by the one to loop over: its lights with groups expanded, or all lights
+/// of the scene but those. The new list lives until the running shader returns.
 miBoolean inclusiveLights(int& count, miTag*& lights, miState* state);
 miBoolean exclusiveLights(int& count, miTag*& lights, miState* state);
 
-/// Relative intensity of a light profile from the light toward the state's point; 1 without a profile. `interpolate`
-/// false takes the nearest entry of the table.
+/// Relative intensity of a light profile from the light toward the state's point; 1 without a profile.
+/// `interpolate` false takes the nearest entry of the table.
 miScalar sampleLightProfile(miState* state, miTag profile, miBoolean interpolate);
 
 } // namespace orca::render

@@ -44,7 +44,8 @@ miVector pointOnArea(const miLight& light, float u, float v) {
     case miLIGHT_SPHERE: {
         const float z = 1.0f - 2.0f * u;
         const float ring = std::sqrt(std::max(0.0f, 1.0f - z * z));
-        offset = {light.radius * ring * std::cos(angle), light.radius * ring * std::sin(angle), light.radius * z};
+        offset = {light.radius * ring * std::cos(angle), light.radius * ring * std::sin(angle),
+                  light.radius * z};
         break;
     }
     case miLIGHT_CYLINDER: {
@@ -96,8 +97,8 @@ bool aim(ChildState& child, const PlacedLight& light, const miState* state, cons
 
 } // namespace
 
-miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, miState* state, miTag lightInstance,
-                      miInteger& samples, AreaSampling area) {
+miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, miState* state,
+                      miTag lightInstance, miInteger& samples, AreaSampling area) {
     RenderContext& context = renderContextOf(state);
     const PlacedLight* light = context.frame.lightOf(lightInstance);
     if (!light || light->record->off || context.depth >= maxNesting) return miFALSE;

@@ -9,8 +9,8 @@ namespace {
 
 using DirectionNumbers = std::array<std::uint32_t, 32>;
 
-/// Direction numbers from a primitive polynomial (degree and inner coefficients) and its first values, after S. Joe and
-/// F. Kuo, "Constructing Sobol sequences with better two-dimensional projections", 2008.
+/// Direction numbers from a primitive polynomial (degree and inner coefficients) and its first values, after
+/// S. Joe and F. Kuo, "Constructing Sobol sequences with better two-dimensional projections", 2008.
 template <std::size_t Degree>
 constexpr DirectionNumbers directionNumbers(std::uint32_t coefficients,
                                             const std::array<std::uint32_t, Degree>& first) {
@@ -48,8 +48,9 @@ constexpr std::uint32_t reverseBits(std::uint32_t x) noexcept {
     return __builtin_bswap32(x);
 }
 
-/// A permutation in which every bit is flipped depending on the lower bits only: an Owen scramble of a bit-reversed
-/// word (S. Laine and T. Karras, "Stratified Sampling for Stochastic Transparency", 2011, constants by N. Vegdahl, 2021).
+/// A permutation in which every bit is flipped depending on the lower bits only: an Owen scramble of a
+/// bit-reversed word (S. Laine and T. Karras, "Stratified Sampling for Stochastic Transparency", 2011,
+/// constants by N. Vegdahl, 2021).
 constexpr std::uint32_t scrambleUpward(std::uint32_t x, std::uint32_t key) noexcept {
     x ^= x * 0x3d20adeau;
     x += key;
@@ -59,8 +60,8 @@ constexpr std::uint32_t scrambleUpward(std::uint32_t x, std::uint32_t key) noexc
     return x;
 }
 
-/// The second dimension, bits reversed: its matrix is Pascal's triangle modulo 2, which acts as sums over supersets of
-/// bit positions.
+/// The second dimension, bits reversed: its matrix is Pascal's triangle modulo 2, which acts as sums over
+/// supersets of bit positions.
 constexpr std::uint32_t reversedSecondDimension(std::uint32_t index) noexcept {
     index ^= (index >> 1) & 0x55555555u;
     index ^= (index >> 2) & 0x33333333u;
@@ -75,8 +76,8 @@ std::uint32_t reversedSobol(std::uint32_t index, int dimension) noexcept {
     if (dimension == 0) return index;
     if (dimension == 1) return reversedSecondDimension(index);
     const ByteTables& tables = sobolTables[static_cast<std::size_t>(dimension - 2)];
-    return reverseBits(tables[0][index & 0xffu] ^ tables[1][(index >> 8) & 0xffu] ^ tables[2][(index >> 16) & 0xffu] ^
-                       tables[3][index >> 24]);
+    return reverseBits(tables[0][index & 0xffu] ^ tables[1][(index >> 8) & 0xffu] ^
+                       tables[2][(index >> 16) & 0xffu] ^ tables[3][index >> 24]);
 }
 
 } // namespace

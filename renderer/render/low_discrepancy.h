@@ -22,9 +22,9 @@ namespace orca::render {
 
 inline constexpr int sobolDimensions = 4;
 
-/// Point `index` of a Sobol sequence of up to `sobolDimensions` dimensions whose points and order are scrambled by
-/// `key`, in [0, 1). Every key gives a (0, 2)-sequence in its first two dimensions; different keys are independent.
-/// After B. Burley, "Practical Hash-based Owen Scrambling", 2020.
+/// Point `index` of a Sobol sequence of up to `sobolDimensions` dimensions whose points and order are
+/// scrambled by `key`, in [0, 1). Every key gives a (0, 2)-sequence in its first two dimensions; different
+/// keys are independent. After B. Burley, "Practical Hash-based Owen Scrambling", 2020.
 [[nodiscard]] float scrambledSobol(std::uint32_t index, int dimension, std::uint32_t key) noexcept;
 
 } // namespace orca::render

@@ -17,13 +17,15 @@ struct OrthonormalBasis {
     }
 };
 
-/// A basis about a unit axis, continuous but for one direction (T. Duff et al., "Building an Orthonormal Basis,
-/// Revisited", 2017).
+/// A basis about a unit axis, continuous but for one direction (T. Duff et al., "Building an Orthonormal
+/// Basis, Revisited", 2017).
 [[nodiscard]] inline OrthonormalBasis basisAbout(const miVector& axis) {
     const float sign = std::copysign(1.0f, axis.z);
     const float p = -1.0f / (sign + axis.z);
     const float q = axis.x * axis.y * p;
-    return {{1.0f + sign * axis.x * axis.x * p, sign * q, -sign * axis.x}, {q, sign + axis.y * axis.y * p, -axis.y}, axis};
+    return {{1.0f + sign * axis.x * axis.x * p, sign * q, -sign * axis.x},
+            {q, sign + axis.y * axis.y * p, -axis.y},
+            axis};
 }
 
 } // namespace orca::render

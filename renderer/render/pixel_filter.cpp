@@ -25,13 +25,14 @@ float usualWidth(char kind) {
     }
 }
 
-/// D. Mitchell and A. Netravali, "Reconstruction Filters in Computer Graphics", 1988, with B = C = 1/3; x in [0, 2].
+/// D. Mitchell and A. Netravali, "Reconstruction Filters in Computer Graphics", 1988, with B = C = 1/3; x in
+/// [0, 2].
 double mitchell(double x) {
     constexpr double b = 1.0 / 3.0;
     constexpr double c = 1.0 / 3.0;
-    if (x < 1.0)
-        return ((12 - 9 * b - 6 * c) * x * x * x + (-18 + 12 * b + 6 * c) * x * x + (6 - 2 * b)) / 6;
-    return ((-b - 6 * c) * x * x * x + (6 * b + 30 * c) * x * x + (-12 * b - 48 * c) * x + (8 * b + 24 * c)) / 6;
+    if (x < 1.0) return ((12 - 9 * b - 6 * c) * x * x * x + (-18 + 12 * b + 6 * c) * x * x + (6 - 2 * b)) / 6;
+    return ((-b - 6 * c) * x * x * x + (6 * b + 30 * c) * x * x + (-12 * b - 48 * c) * x + (8 * b + 24 * c)) /
+           6;
 }
 
 double sinc(double x) {

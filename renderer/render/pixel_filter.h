@@ -5,17 +5,18 @@
 
 namespace orca::render {
 
-/// Reconstruction filter, sampled by importance: every sample is placed where the filter wants it and belongs to one
-/// pixel alone (M. Ernst, M. Stamminger, G. Greiner, "Filter Importance Sampling", 2006). So pixels are independent of
-/// each other and tiles need no borders. The negative lobes of Mitchell and Lanczos get every fourth sample.
+/// Reconstruction filter, sampled by importance: every sample is placed where the filter wants it and belongs
+/// to one pixel alone (M. Ernst, M. Stamminger, G. Greiner, "Filter Importance Sampling", 2006). So pixels
+/// are independent of each other and tiles need no borders. The negative lobes of Mitchell and Lanczos get
+/// every fourth sample.
 class PixelFilter {
 public:
     /// `kind` is one of miFILTER_*; widths are the whole support in pixels, 0 for the filter's usual width.
     PixelFilter(char kind, float width, float height);
 
     struct Placement {
-        float x, y;    ///< offset from the pixel's centre, pixels
-        float weight;  ///< of the sample within its pixel
+        float x, y;   ///< offset from the pixel's centre, pixels
+        float weight; ///< of the sample within its pixel
     };
     /// Place of sample `index` of a pixel from three coordinates in [0, 1).
     [[nodiscard]] Placement place(unsigned index, float u, float v, float lobe) const;
@@ -28,8 +29,9 @@ public:
 private:
     /// Inverse of the cumulative distribution of one sign of the filter along one axis.
     struct Lobe {
-        std::vector<float> inverse;  ///< positions at equal steps of probability; empty: the sign does not occur
-        float mass = 0.0f;           ///< integral of the absolute value
+        std::vector<float>
+            inverse;       ///< positions at equal steps of probability; empty: the sign does not occur
+        float mass = 0.0f; ///< integral of the absolute value
     };
     struct Axis {
         float support;

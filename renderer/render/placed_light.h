@@ -10,8 +10,8 @@ struct PlacedLight {
     miTag instance;
     const miLight* light;
     const miInstance* record;
-    miVector origin;     ///< world space
-    miVector direction;  ///< world space, unit, the way the light travels; directional and spot lights
+    miVector origin;    ///< world space
+    miVector direction; ///< world space, unit, the way the light travels; directional and spot lights
 
     [[nodiscard]] bool directional() const { return light->type == miLIGHT_DIRECTION; }
     [[nodiscard]] bool hasArea() const {

@@ -8,7 +8,7 @@ namespace orca::render {
 namespace {
 
 constexpr int maxLayers = 256;
-constexpr float closed = 1.0f - 1e-4f;  // what shines through beyond this is invisible
+constexpr float closed = 1.0f - 1e-4f; // what shines through beyond this is invisible
 
 /// The most recent state at the end of the eye ray.
 const miState& eyeHit(const RenderContext& context) {
@@ -45,12 +45,14 @@ void rasterizeEyeSample(RenderContext& context, miColor& color) {
         callStateShaders(context, miSHADERSTATE_SAMPLE_INIT, layer, delivered);
         delivered = traceEyeThroughLenses(context, layer);
         const bool hit = context.base.child && eyeHit(context).instance != miNULLTAG;
-        // The space behind the last layer belongs to the picture; the passes take it only where nothing is before it.
+        // The space behind the last layer belongs to the picture; the passes take it only where nothing is
+        // before it.
         if (hit || layers == 0) callStateShaders(context, miSHADERSTATE_SAMPLE_EXIT, layer, delivered);
         context.holdsOpacity = false;
 
         const miColor solid{1.0f, 1.0f, 1.0f, 1.0f};
-        composite(color, transmitted, delivered ? layer : miColor{}, hit && context.opacitySet ? context.opacity : solid);
+        composite(color, transmitted, delivered ? layer : miColor{},
+                  hit && context.opacitySet ? context.opacity : solid);
         if (!hit) break;
         const float through = std::max({transmitted.r, transmitted.g, transmitted.b});
         if (1.0f - through > closed) break;

@@ -23,14 +23,19 @@ int strideAt(int level) {
 } // namespace
 
 Refinement::Refinement(const PixelWindow& window, int minLevel, int maxLevel, const miColor& contrast)
-    : window_(window), minLevel_(std::clamp(minLevel, coarsestLevel, finestLevel)),
-      maxLevel_(std::clamp(maxLevel, minLevel_, finestLevel)), level_(minLevel_), contrast_(contrast) {}
+    : window_(window),
+      minLevel_(std::clamp(minLevel, coarsestLevel, finestLevel)),
+      maxLevel_(std::clamp(maxLevel, minLevel_, finestLevel)),
+      level_(minLevel_),
+      contrast_(contrast) {
+}
 
 Refinement::Pass Refinement::first() const {
     Pass pass{{}, 0, samplesAt(minLevel_)};
     const int stride = strideAt(minLevel_);
     if (stride == 1) return pass;
-    pass.pixels.resize(static_cast<std::size_t>(window_.width()) * static_cast<std::size_t>(window_.height()));
+    pass.pixels.resize(static_cast<std::size_t>(window_.width()) *
+                       static_cast<std::size_t>(window_.height()));
     // The last row and column close the blocks at the picture's far edges.
     for (int y = 0; y < window_.height(); ++y)
         for (int x = 0; x < window_.width(); ++x)
@@ -64,7 +69,8 @@ bool Refinement::pixelNeedsMore(const Film& film, int x, int y) const {
 Refinement::Pass Refinement::refineGrid(const Film& film, int stride) const {
     const int width = window_.width();
     const int height = window_.height();
-    Pass pass{std::vector<std::uint8_t>(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)), 0, 1};
+    Pass pass{std::vector<std::uint8_t>(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)),
+              0, 1};
     const int half = stride / 2;
     for (int by = 0; by < height; by += stride)
         for (int bx = 0; bx < width; bx += stride) {

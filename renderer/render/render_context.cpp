@@ -6,7 +6,9 @@
 namespace orca::render {
 
 RenderContext::RenderContext(const Frame& renderFrame, int threadNumber)
-    : CallContext(renderFrame.runtime), frame(renderFrame), base{},
+    : CallContext(renderFrame.runtime),
+      frame(renderFrame),
+      base{},
       sampleWords(static_cast<std::size_t>(renderFrame.framebuffers.wordsPerSample())),
       written(renderFrame.framebuffers.buffers().size()) {
     base.version = miSHADER_INTERFACE_VERSION;

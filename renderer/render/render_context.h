@@ -13,35 +13,35 @@
 
 namespace orca::render {
 
-/// A derived state with the memory that its pointers lead to. Kept per nesting depth and reused, so that a caller can
-/// read its most recent child and no sample allocates.
+/// A derived state with the memory that its pointers lead to. Kept per nesting depth and reused, so that a
+/// caller can read its most recent child and no sample allocates.
 struct DerivedState {
     miState state;
-    std::vector<miVector> textureCoordinates;  // never empty: lights write entry 0 for a while
+    std::vector<miVector> textureCoordinates; // never empty: lights write entry 0 for a while
     miVector bumpX, bumpY;
     miVector dPdu, dPdv;
 };
 
 /// The light and the way to it of a shadow query, for occluders' shaders that trace on.
 struct ShadowPath {
-    miVector towardLight;  ///< unit, from the illuminated point
-    miVector lightOrigin;  ///< of directional lights: beyond everything
-    float distance;        ///< from the illuminated point to lightOrigin
+    miVector towardLight; ///< unit, from the illuminated point
+    miVector lightOrigin; ///< of directional lights: beyond everything
+    float distance;       ///< from the illuminated point to lightOrigin
     bool directional;
     miTag lightInstance;
     const miState* lightState;
 };
 
 struct RayCounts {
-    std::uint64_t eye = 0, transparent = 0, reflection = 0, refraction = 0, shadow = 0, gather = 0, occlusion = 0,
-                  environment = 0, samples = 0, materialCalls = 0, lightCalls = 0;
+    std::uint64_t eye = 0, transparent = 0, reflection = 0, refraction = 0, shadow = 0, gather = 0,
+                  occlusion = 0, environment = 0, samples = 0, materialCalls = 0, lightCalls = 0;
 };
 
 /// What the renderer itself knows of an eye sample's first hit; feeds the main frame buffers.
 struct PrimaryHit {
     bool hit = false;
-    float depth = 0.0f;  ///< camera space, positive
-    miVector normal{};   ///< internal space
+    float depth = 0.0f; ///< camera space, positive
+    miVector normal{};  ///< internal space
     miVector motion{};
     miUint label = 0;
     miTag shader = miNULLTAG;
@@ -52,25 +52,25 @@ struct RenderContext : shading::CallContext {
     RenderContext(const Frame& renderFrame, int threadNumber);
 
     const Frame& frame;
-    miState base;                         ///< the base state; every other state derives from it
+    miState base; ///< the base state; every other state derives from it
     Sampler sampler;
     RayCounts counts;
 
-    std::vector<float> sampleWords;       ///< frame-buffer values of the current eye sample
-    std::vector<std::uint8_t> written;    ///< buffers that a shader has put something into, by index
-    bool inEyeSample = false;             ///< false: frame-buffer values have nowhere to go
+    std::vector<float> sampleWords;    ///< frame-buffer values of the current eye sample
+    std::vector<std::uint8_t> written; ///< buffers that a shader has put something into, by index
+    bool inEyeSample = false;          ///< false: frame-buffer values have nowhere to go
 
     PrimaryHit primary;
-    float eyeStart = 0.0f;                ///< rasterizer: distance of the layer last shaded
+    float eyeStart = 0.0f; ///< rasterizer: distance of the layer last shaded
     std::uint32_t skipLeaf = geometry::nothing, skipTriangle = geometry::nothing;
 
-    bool holdsOpacity = false;            ///< rasterizer: a layer is being shaded
+    bool holdsOpacity = false; ///< rasterizer: a layer is being shaded
     bool opacitySet = false;
     miColor opacity{};
 
     const ShadowPath* shadowPath = nullptr;
     int gatherDepth = 0;
-    int depth = 0;                        ///< nesting of derived states
+    int depth = 0; ///< nesting of derived states
 
     /// The reusable state for one more level of nesting.
     DerivedState& slot(int level);
@@ -79,15 +79,16 @@ private:
     std::vector<std::unique_ptr<DerivedState>> slots_;
 };
 
-/// Deepest nesting of derived states; deeper rays are refused, so that endless recursion cannot exhaust the stack.
+/// Deepest nesting of derived states; deeper rays are refused, so that endless recursion cannot exhaust the
+/// stack.
 inline constexpr int maxNesting = 600;
 
 [[nodiscard]] inline RenderContext& renderContextOf(const miState* state) {
     return *static_cast<RenderContext*>(static_cast<shading::CallContext*>(state->ext));
 }
 
-/// A child of `parent`, one level deeper for the scope's lifetime. All fields are the parent's until changed. The state
-/// itself stays readable through `parent->child` until the next child at that depth.
+/// A child of `parent`, one level deeper for the scope's lifetime. All fields are the parent's until changed.
+/// The state itself stays readable through `parent->child` until the next child at that depth.
 class ChildState {
 public:
     ChildState(RenderContext& context, miState* parent, miRay_type type);

@@ -6,7 +6,8 @@
 namespace orca::render {
 
 void Sampler::startSample(std::uint32_t seed, int pixelX, int pixelY, std::uint32_t sampleIndex) {
-    pixelKey_ = mixKeys(mixKeys(seed, static_cast<std::uint32_t>(pixelX)), static_cast<std::uint32_t>(pixelY));
+    pixelKey_ =
+        mixKeys(mixKeys(seed, static_cast<std::uint32_t>(pixelX)), static_cast<std::uint32_t>(pixelY));
     sampleIndex_ = sampleIndex;
     decisions_ = 0;
     loops_.clear();
@@ -22,8 +23,9 @@ std::uint32_t Sampler::nextKey() {
 
 float Sampler::coordinate(std::uint32_t key, std::uint32_t point, std::uint32_t count, int dimension) const {
     // Four dimensions come from one sequence; further ones pad with independent sequences.
-    const std::uint32_t padded =
-        dimension < sobolDimensions ? key : mixKeys(key, static_cast<std::uint32_t>(dimension / sobolDimensions));
+    const std::uint32_t padded = dimension < sobolDimensions
+                                     ? key
+                                     : mixKeys(key, static_cast<std::uint32_t>(dimension / sobolDimensions));
     return scrambledSobol(sampleIndex_ * count + point, dimension % sobolDimensions, padded);
 }
 
@@ -55,9 +57,9 @@ bool Sampler::loop(double* sample, int* instance, unsigned dimension, const unsi
         loops_.pop_back();
         return false;
     }
-    const std::uint32_t stride = count ? *count : 1024;  // an endless loop of more points than this repeats itself
-    for (unsigned d = 0; d < dimension; ++d)
-        sample[d] = coordinate(key, point, stride, static_cast<int>(d));
+    const std::uint32_t stride =
+        count ? *count : 1024; // an endless loop of more points than this repeats itself
+    for (unsigned d = 0; d < dimension; ++d) sample[d] = coordinate(key, point, stride, static_cast<int>(d));
     ++*instance;
     return true;
 }

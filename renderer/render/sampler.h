@@ -6,8 +6,8 @@
 
 namespace orca::render {
 
-/// Random decisions of one eye sample: low-discrepancy points keyed by pixel, sample and the number of the decision
-/// within the sample. Nothing else enters, so a picture is the same for any number of threads.
+/// Random decisions of one eye sample: low-discrepancy points keyed by pixel, sample and the number of the
+/// decision within the sample. Nothing else enters, so a picture is the same for any number of threads.
 class Sampler {
 public:
     /// `seed` changes the pattern of the whole picture.
@@ -18,15 +18,17 @@ public:
 
     /// Key of a fresh sequence for one decision, a loop over a light say.
     [[nodiscard]] std::uint32_t nextKey();
-    /// Coordinate `dimension` of point `point` of a loop with `count` points: stratified within the loop and over the
-    /// pixel's samples.
-    [[nodiscard]] float coordinate(std::uint32_t key, std::uint32_t point, std::uint32_t count, int dimension) const;
+    /// Coordinate `dimension` of point `point` of a loop with `count` points: stratified within the loop and
+    /// over the pixel's samples.
+    [[nodiscard]] float coordinate(std::uint32_t key, std::uint32_t point, std::uint32_t count,
+                                   int dimension) const;
 
-    /// Key of a light's loop, which its sample counter identifies: fresh for the first sample, the same for the rest.
+    /// Key of a light's loop, which its sample counter identifies: fresh for the first sample, the same for
+    /// the rest.
     [[nodiscard]] std::uint32_t lightKey(const int* counter, bool first);
 
-    /// One step of a loop as the shader interface has it: `instance` identifies the loop by its address. False when the
-    /// loop is over; `count` null loops on, `instance` null asks for a single point.
+    /// One step of a loop as the shader interface has it: `instance` identifies the loop by its address.
+    /// False when the loop is over; `count` null loops on, `instance` null asks for a single point.
     bool loop(double* sample, int* instance, unsigned dimension, const unsigned* count);
 
 private:

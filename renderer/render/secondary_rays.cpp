@@ -14,8 +14,9 @@ using geometry::RayClass;
 
 bool tooDeep(const RenderContext& context) {
     if (context.depth < maxNesting) return false;
-    context.frame.messages.once("render: nesting", {scene::Level::Warning, "RNDR", 0,
-                                                    "rays nest too deep; the deepest are left out", {}});
+    context.frame.messages.once(
+        "render: nesting",
+        {scene::Level::Warning, "RNDR", 0, "rays nest too deep; the deepest are left out", {}});
     return true;
 }
 
@@ -33,7 +34,8 @@ miBoolean castFrom(RenderContext& context, ChildState& child, miState* state, co
                    RayClass rayClass, miColor& result) {
     child->org = state->point;
     child->dir = direction;
-    return shadeVisibleRay(context, child, rayFrom(context, *state, state->point, direction, rayClass), result);
+    return shadeVisibleRay(context, child, rayFrom(context, *state, state->point, direction, rayClass),
+                           result);
 }
 
 RayClass classOf(miRay_type type) {
@@ -63,8 +65,7 @@ miBoolean traceEye(miColor& result, miState* state, const miVector& origin, cons
     miBoolean delivered;
     if (nextLens != miNULLTAG)
         delivered = context.runtime.callOne(&result, miSHADER_LENS, child.get(), nextLens);
-    else
-        delivered = castEyeRay(context, child, result);
+    else delivered = castEyeRay(context, child, result);
 
     state->label = child->label;
     state->point = child->point;

@@ -25,7 +25,8 @@ double secondsSince(Clock::time_point start) {
 
 /// The element behind the camera's buffer tag: lets shaders find the picture's buffers by name.
 struct FramebufferCollection final : scene::Element {
-    explicit FramebufferCollection(image::FramebufferSet& set) : Element(miSCENE_FRAMEBUFFERS), framebuffers(set) {}
+    explicit FramebufferCollection(image::FramebufferSet& set)
+        : Element(miSCENE_FRAMEBUFFERS), framebuffers(set) {}
     void* record() override { return static_cast<mi::shader_v3::Framebuffer*>(&framebuffers); }
     image::FramebufferSet& framebuffers;
 };
@@ -84,22 +85,28 @@ void reportUnwritten(FrameResult& result, const TileRenderer& tiles, scene::Mess
     for (std::size_t i = 1; i < buffers.size(); ++i) {
         if (buffers[i].primary || buffers[i].source != image::MainSource::None || tiles.written(i)) continue;
         result.unwritten.push_back(buffers[i].name);
-        messages.warning("RNDR", "frame buffer \"{}\" was written by no shader and stays black", buffers[i].name);
+        messages.warning("RNDR", "frame buffer \"{}\" was written by no shader and stays black",
+                         buffers[i].name);
     }
     // Shaders look buffers up by name and get index 0 for a name that there is not.
     if (tiles.written(0))
-        messages.warning("RNDR", "a shader writes a frame buffer that the camera does not have: a name in its data block "
-                                 "matches no framebuffer statement");
+        messages.warning(
+            "RNDR", "a shader writes a frame buffer that the camera does not have: a name in its data block "
+                    "matches no framebuffer statement");
 }
 
 } // namespace
 
 FrameResult::FrameResult(std::unique_ptr<image::FramebufferSet> framebuffers, const miCamera& camera)
-    : framebuffers_(std::move(framebuffers)), frame_(pictureFrame(camera)) {}
+    : framebuffers_(std::move(framebuffers)), frame_(pictureFrame(camera)) {
+}
 
 Session::Session(scene::Database& database, scene::Messages& messages, shading::ShaderRuntime& runtime,
                  image::Textures& textures)
-    : database_(database), messages_(messages), runtime_(runtime), textures_(textures),
+    : database_(database),
+      messages_(messages),
+      runtime_(runtime),
+      textures_(textures),
       globalLock_(shading::createLock()) {
     shading::activate({&database, &messages});
 }
@@ -134,7 +141,8 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
 
     runtime_.bind();
     const geometry::SceneGeometry geometry(database_, messages_, group, options, threads);
-    Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera, cameraInstanceTag);
+    Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera,
+                cameraInstanceTag);
     frame.globalLock = globalLock_;
     if (!optionsElement->samplesLocked) frame.seed = static_cast<std::uint32_t>(camera.frame);
     const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};

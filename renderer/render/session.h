@@ -20,13 +20,13 @@ namespace orca::render {
 
 /// What a user asks for over the scene's own settings.
 struct RenderSettings {
-    int threads = 0;  ///< 0: all processors
+    int threads = 0; ///< 0: all processors
     std::optional<std::pair<int, int>> resolution;
     std::optional<PixelWindow> window;
-    std::optional<std::pair<int, int>> samples;    ///< least and largest level
-    std::optional<int> tileSize;                   ///< pixels
-    const std::atomic<bool>* stop = nullptr;       ///< set by a signal; the render ends at the next tile
-    std::function<void(double share)> progress;    ///< called from one thread at a time, 0 to 1
+    std::optional<std::pair<int, int>> samples; ///< least and largest level
+    std::optional<int> tileSize;                ///< pixels
+    const std::atomic<bool>* stop = nullptr;    ///< set by a signal; the render ends at the next tile
+    std::function<void(double share)> progress; ///< called from one thread at a time, 0 to 1
 };
 
 struct RenderStatistics {
@@ -50,15 +50,15 @@ public:
     std::unique_ptr<Film> film;
     RenderStatistics statistics;
     bool interrupted = false;
-    std::vector<std::string> unwritten;  ///< user buffers that no shader wrote
+    std::vector<std::string> unwritten; ///< user buffers that no shader wrote
 
 private:
     std::unique_ptr<image::FramebufferSet> framebuffers_;
     image::PictureFrame frame_;
 };
 
-/// Renders pictures of one scene. The shader interface's functions act on the session that is rendering; there is one at
-/// a time in a process.
+/// Renders pictures of one scene. The shader interface's functions act on the session that is rendering;
+/// there is one at a time in a process.
 class Session {
 public:
     Session(scene::Database& database, scene::Messages& messages, shading::ShaderRuntime& runtime,

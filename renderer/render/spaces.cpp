@@ -22,31 +22,26 @@ const miScalar* spaceMatrix(const miState* state, Space space, Direction directi
     return direction == Direction::To ? instance->tf.global_to_local : instance->tf.local_to_global;
 }
 
-void transformPoint(const miState* state, Space space, Direction direction, miVector& result, const miVector& point) {
+void transformPoint(const miState* state, Space space, Direction direction, miVector& result,
+                    const miVector& point) {
     const miScalar* matrix = spaceMatrix(state, space, direction);
-    if (matrix)
-        mi_point_transform(&result, &point, matrix);
-    else
-        result = point;
+    if (matrix) mi_point_transform(&result, &point, matrix);
+    else result = point;
 }
 
 void transformVector(const miState* state, Space space, Direction direction, miVector& result,
                      const miVector& vector) {
     const miScalar* matrix = spaceMatrix(state, space, direction);
-    if (matrix)
-        mi_vector_transform(&result, &vector, matrix);
-    else
-        result = vector;
+    if (matrix) mi_vector_transform(&result, &vector, matrix);
+    else result = vector;
 }
 
 void transformNormal(const miState* state, Space space, Direction direction, miVector& result,
                      const miVector& normal) {
     const miScalar* inverse =
         spaceMatrix(state, space, direction == Direction::To ? Direction::From : Direction::To);
-    if (inverse)
-        mi_vector_transform_T(&result, &normal, inverse);
-    else
-        result = normal;
+    if (inverse) mi_vector_transform_T(&result, &normal, inverse);
+    else result = normal;
 }
 
 void pointToRaster(const miState* state, miVector& result, const miVector& point) {

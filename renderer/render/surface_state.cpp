@@ -5,8 +5,8 @@
 
 namespace orca::render {
 
-void setHit(const RenderContext& context, DerivedState& child, const geometry::Ray& ray, const geometry::Hit& hit,
-            NormalSide side) {
+void setHit(const RenderContext& context, DerivedState& child, const geometry::Ray& ray,
+            const geometry::Hit& hit, NormalSide side) {
     miState& state = child.state;
     const geometry::Leaf& leaf = context.frame.leaves[hit.leaf];
     geometry::SurfacePoint surface;

@@ -12,8 +12,8 @@ namespace {
 miBoolean callTextureShader(void* result, miState* state, miTag shader, const miVector& coord) {
     const miVector before = state->tex;
     state->tex = coord;
-    const miBoolean delivered = renderContextOf(state).runtime.call(static_cast<miColor*>(result), miSHADER_TEXTURE,
-                                                                    state, shader);
+    const miBoolean delivered =
+        renderContextOf(state).runtime.call(static_cast<miColor*>(result), miSHADER_TEXTURE, state, shader);
     state->tex = before;
     return delivered;
 }
@@ -47,20 +47,22 @@ miBoolean lookUp(T& result, miState* state, miTag texture, const miVector& coord
 
 miBoolean lookUpColor(miColor& result, miState* state, miTag texture, const miVector& coord,
                       const image::TextureFootprint& footprint) {
-    return lookUp<miColor>(result, state, texture, coord, footprint, [](const miColor& pixel) { return pixel; });
+    return lookUp<miColor>(result, state, texture, coord, footprint,
+                           [](const miColor& pixel) { return pixel; });
 }
 
 miBoolean lookUpScalar(miScalar& result, miState* state, miTag texture, const miVector& coord) {
-    // A scalar image is its alpha where it has one, which the cache leaves below 1 somewhere, else its intensity; the
-    // cache hands out one channel as a grey with alpha 1.
+    // A scalar image is its alpha where it has one, which the cache leaves below 1 somewhere, else its
+    // intensity; the cache hands out one channel as a grey with alpha 1.
     return lookUp<miScalar>(result, state, texture, coord, {}, [](const miColor& pixel) {
         return pixel.a < 1.0f ? pixel.a : 0.299f * pixel.r + 0.587f * pixel.g + 0.114f * pixel.b;
     });
 }
 
 miBoolean lookUpVector(miVector& result, miState* state, miTag texture, const miVector& coord) {
-    return lookUp<miVector>(result, state, texture, coord, {},
-                            [](const miColor& pixel) { return miVector{pixel.r, pixel.g, pixel.b}; });
+    return lookUp<miVector>(result, state, texture, coord, {}, [](const miColor& pixel) {
+        return miVector{pixel.r, pixel.g, pixel.b};
+    });
 }
 
 } // namespace orca::render

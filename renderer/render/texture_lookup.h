@@ -7,9 +7,9 @@
 
 namespace orca::render {
 
-// Texture look-ups at `coord`, (0, 0) lower left and (1, 1) upper right. Image files and pixels come from the picture's
-// texture cache; procedural textures and plain texture shaders are called with the coordinate in `state->tex`. False,
-// and the result untouched, for a null tag or an image that cannot be read.
+// Texture look-ups at `coord`, (0, 0) lower left and (1, 1) upper right. Image files and pixels come from the
+// picture's texture cache; procedural textures and plain texture shaders are called with the coordinate in
+// `state->tex`. False, and the result untouched, for a null tag or an image that cannot be read.
 
 miBoolean lookUpColor(miColor& result, miState* state, miTag texture, const miVector& coord,
                       const image::TextureFootprint& footprint);

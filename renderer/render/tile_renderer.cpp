@@ -132,7 +132,8 @@ bool TileRenderer::render(const Refinement::Pass& pass) {
             if (stopped()) return;
             renderTile(workerOfThisThread(), pass, tiles[tile]);
             const std::size_t finished = ++done;
-            if (const std::unique_lock lock(reporting, std::try_to_lock); lock) report(finished, tiles.size());
+            if (const std::unique_lock lock(reporting, std::try_to_lock); lock)
+                report(finished, tiles.size());
         });
     });
     ++passesDone_;

@@ -53,7 +53,8 @@ void callVolume(RenderContext& context, miState* state, miColor& result, miBoole
     delivered = context.runtime.call(&result, miSHADER_VOLUME, state, state->volume);
 }
 
-miBoolean shadeVisibleRay(RenderContext& context, ChildState& child, const geometry::Ray& ray, miColor& result) {
+miBoolean shadeVisibleRay(RenderContext& context, ChildState& child, const geometry::Ray& ray,
+                          miColor& result) {
     result = {};
     miState* state = child.get();
     geometry::Hit hit;

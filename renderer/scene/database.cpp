@@ -212,40 +212,23 @@ bool Database::isInCycle(miTag tag) const {
 
 std::string_view kindName(miScene_type type) {
     switch (type) {
-    case miSCENE_NONE:
-        return "nothing";
-    case miSCENE_STRING:
-        return "string";
-    case miSCENE_FUNCTION_DECL:
-        return "shader declaration";
-    case miSCENE_FUNCTION:
-        return "shader";
-    case miSCENE_OPTIONS:
-        return "options block";
-    case miSCENE_CAMERA:
-        return "camera";
-    case miSCENE_MATERIAL:
-        return "material";
-    case miSCENE_OBJECT:
-        return "object";
-    case miSCENE_LIGHT:
-        return "light";
-    case miSCENE_GROUP:
-        return "instance group";
-    case miSCENE_INSTANCE:
-        return "instance";
-    case miSCENE_TEXTURE:
-        return "texture";
-    case miSCENE_LIGHTPROFILE:
-        return "light profile";
-    case miSCENE_FRAMEBUFFERS:
-        return "frame-buffer collection";
-    case miSCENE_PHENOMENON_DECL:
-        return "phenomenon declaration";
-    case miSCENE_OTHER:
-        return "other element";
-    case miSCENE_USERDATA:
-        return "data block";
+    case miSCENE_NONE: return "nothing";
+    case miSCENE_STRING: return "string";
+    case miSCENE_FUNCTION_DECL: return "shader declaration";
+    case miSCENE_FUNCTION: return "shader";
+    case miSCENE_OPTIONS: return "options block";
+    case miSCENE_CAMERA: return "camera";
+    case miSCENE_MATERIAL: return "material";
+    case miSCENE_OBJECT: return "object";
+    case miSCENE_LIGHT: return "light";
+    case miSCENE_GROUP: return "instance group";
+    case miSCENE_INSTANCE: return "instance";
+    case miSCENE_TEXTURE: return "texture";
+    case miSCENE_LIGHTPROFILE: return "light profile";
+    case miSCENE_FRAMEBUFFERS: return "frame-buffer collection";
+    case miSCENE_PHENOMENON_DECL: return "phenomenon declaration";
+    case miSCENE_OTHER: return "other element";
+    case miSCENE_USERDATA: return "data block";
     }
     return "element";
 }

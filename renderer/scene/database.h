@@ -45,8 +45,7 @@ public:
         // Kinds that alone have their type are told apart by it, which shaders' questions need fast.
         if constexpr (requires { T::elementType; })
             return element && element->type == T::elementType ? static_cast<T*>(element) : nullptr;
-        else
-            return dynamic_cast<T*>(element);
+        else return dynamic_cast<T*>(element);
     }
     /// One past the largest tag in use.
     [[nodiscard]] miTag endTag() const { return next_.load(std::memory_order_acquire); }

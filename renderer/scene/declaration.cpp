@@ -10,61 +10,36 @@ namespace orca::scene {
 
 int simpleTypeSize(miParam_type type) {
     switch (type) {
-    case miTYPE_STRUCT:
-        return 0;
-    case miTYPE_VECTOR:
-        return 12;
-    case miTYPE_COLOR:
-        return 16;
-    case miTYPE_TRANSFORM:
-        return 64;
-    default:
-        return 4;
+    case miTYPE_STRUCT: return 0;
+    case miTYPE_VECTOR: return 12;
+    case miTYPE_COLOR: return 16;
+    case miTYPE_TRANSFORM: return 64;
+    default: return 4;
     }
 }
 
 std::string_view typeName(miParam_type type) {
     switch (type) {
-    case miTYPE_BOOLEAN:
-        return "boolean";
-    case miTYPE_INTEGER:
-        return "integer";
-    case miTYPE_SCALAR:
-        return "scalar";
-    case miTYPE_STRING:
-        return "string";
-    case miTYPE_COLOR:
-        return "color";
-    case miTYPE_VECTOR:
-        return "vector";
-    case miTYPE_TRANSFORM:
-        return "transform";
-    case miTYPE_SHADER:
-        return "shader";
-    case miTYPE_COLOR_TEXTURE:
-        return "color texture";
-    case miTYPE_SCALAR_TEXTURE:
-        return "scalar texture";
-    case miTYPE_VECTOR_TEXTURE:
-        return "vector texture";
-    case miTYPE_TEXTURE:
-        return "texture";
-    case miTYPE_LIGHT:
-        return "light";
-    case miTYPE_MATERIAL:
-        return "material";
-    case miTYPE_GEOMETRY:
-        return "geometry";
-    case miTYPE_LIGHTPROFILE:
-        return "lightprofile";
-    case miTYPE_DATA:
-        return "data";
-    case miTYPE_SPECTRUM:
-        return "spectrum";
-    case miTYPE_STRUCT:
-        return "struct";
-    case miTYPE_ARRAY:
-        return "array";
+    case miTYPE_BOOLEAN: return "boolean";
+    case miTYPE_INTEGER: return "integer";
+    case miTYPE_SCALAR: return "scalar";
+    case miTYPE_STRING: return "string";
+    case miTYPE_COLOR: return "color";
+    case miTYPE_VECTOR: return "vector";
+    case miTYPE_TRANSFORM: return "transform";
+    case miTYPE_SHADER: return "shader";
+    case miTYPE_COLOR_TEXTURE: return "color texture";
+    case miTYPE_SCALAR_TEXTURE: return "scalar texture";
+    case miTYPE_VECTOR_TEXTURE: return "vector texture";
+    case miTYPE_TEXTURE: return "texture";
+    case miTYPE_LIGHT: return "light";
+    case miTYPE_MATERIAL: return "material";
+    case miTYPE_GEOMETRY: return "geometry";
+    case miTYPE_LIGHTPROFILE: return "lightprofile";
+    case miTYPE_DATA: return "data";
+    case miTYPE_SPECTRUM: return "spectrum";
+    case miTYPE_STRUCT: return "struct";
+    case miTYPE_ARRAY: return "array";
     }
     return "?";
 }
@@ -78,10 +53,8 @@ bool isTagType(miParam_type type) {
     case miTYPE_VECTOR:
     case miTYPE_TRANSFORM:
     case miTYPE_STRUCT:
-    case miTYPE_ARRAY:
-        return false;
-    default:
-        return true;
+    case miTYPE_ARRAY: return false;
+    default: return true;
     }
 }
 

@@ -62,22 +62,15 @@ std::string shownText(std::string_view text) {
 
 std::string Token::shown() const {
     switch (kind) {
-    case Kind::End:
-        return "the end of the file";
-    case Kind::String:
-        return fmt::format("the string \"{}\"", shownText(text));
+    case Kind::End: return "the end of the file";
+    case Kind::String: return fmt::format("the string \"{}\"", shownText(text));
     case Kind::Integer:
-    case Kind::Float:
-        return fmt::format("the number {}", shownText(text));
-    case Kind::Bytes:
-        return "a byte string";
-    case Kind::Backquote:
-        return "a binary block";
-    case Kind::Command:
-        return fmt::format("${}", shownText(text));
+    case Kind::Float: return fmt::format("the number {}", shownText(text));
+    case Kind::Bytes: return "a byte string";
+    case Kind::Backquote: return "a binary block";
+    case Kind::Command: return fmt::format("${}", shownText(text));
     case Kind::Symbol:
-    case Kind::Mark:
-        break;
+    case Kind::Mark: break;
     }
     return fmt::format("\"{}\"", shownText(text));
 }

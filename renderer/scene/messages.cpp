@@ -10,22 +10,14 @@ std::string Place::text() const {
 
 std::string_view levelName(Level level) {
     switch (level) {
-    case Level::None:
-        return "none";
-    case Level::Fatal:
-        return "fatal";
-    case Level::Error:
-        return "error";
-    case Level::Warning:
-        return "warning";
-    case Level::Info:
-        return "info";
-    case Level::Progress:
-        return "progr";
-    case Level::Debug:
-        return "debug";
-    case Level::VDebug:
-        return "vdebug";
+    case Level::None: return "none";
+    case Level::Fatal: return "fatal";
+    case Level::Error: return "error";
+    case Level::Warning: return "warning";
+    case Level::Info: return "info";
+    case Level::Progress: return "progr";
+    case Level::Debug: return "debug";
+    case Level::VDebug: return "vdebug";
     }
     return "?";
 }

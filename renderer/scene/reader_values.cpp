@@ -129,15 +129,9 @@ Value Reader::readLiteral(const Parameter& parameter) {
         if (peek().kind != Token::Kind::Integer) wrong("an integer");
         value.words = {static_cast<std::uint32_t>(integer("an integer"))};
         break;
-    case miTYPE_SCALAR:
-        readNumbers(1);
-        break;
-    case miTYPE_VECTOR:
-        readNumbers(3);
-        break;
-    case miTYPE_TRANSFORM:
-        readNumbers(16);
-        break;
+    case miTYPE_SCALAR: readNumbers(1); break;
+    case miTYPE_VECTOR: readNumbers(3); break;
+    case miTYPE_TRANSFORM: readNumbers(16); break;
     case miTYPE_COLOR:
         if (accept("colorprofile")) {
             const Token profile = nameToken("a colour profile");
@@ -185,19 +179,14 @@ miTag Reader::readTagLiteral(miParam_type type) {
         return tag;
     }
     switch (type) {
-    case miTYPE_SHADER:
-        return reference(token, {miSCENE_FUNCTION}, "a named shader");
-    case miTYPE_MATERIAL:
-        return reference(token, {miSCENE_MATERIAL}, "a material");
+    case miTYPE_SHADER: return reference(token, {miSCENE_FUNCTION}, "a named shader");
+    case miTYPE_MATERIAL: return reference(token, {miSCENE_MATERIAL}, "a material");
     case miTYPE_GEOMETRY:
         return reference(token, {miSCENE_OBJECT, miSCENE_INSTANCE, miSCENE_GROUP},
                          "an object, an instance or an instance group");
-    case miTYPE_LIGHTPROFILE:
-        return reference(token, {miSCENE_LIGHTPROFILE}, "a light profile");
-    case miTYPE_DATA:
-        return reference(token, {miSCENE_USERDATA}, "a data block");
-    default:
-        return reference(token, {miSCENE_OTHER}, "a spectrum");
+    case miTYPE_LIGHTPROFILE: return reference(token, {miSCENE_LIGHTPROFILE}, "a light profile");
+    case miTYPE_DATA: return reference(token, {miSCENE_USERDATA}, "a data block");
+    default: return reference(token, {miSCENE_OTHER}, "a spectrum");
     }
 }
 

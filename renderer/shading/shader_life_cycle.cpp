@@ -94,15 +94,9 @@ void ShaderRuntime::countFault(miTag shader, Fault fault) {
     const BoundShader* const bound = implementation_->find(shader);
     if (!bound) return;
     switch (fault) {
-    case Fault::ReturnedFalse:
-        bound->code->returnedFalse.raise();
-        break;
-    case Fault::NotANumber:
-        bound->code->notANumber.raise();
-        break;
-    case Fault::Threw:
-        bound->code->threw.raise();
-        break;
+    case Fault::ReturnedFalse: bound->code->returnedFalse.raise(); break;
+    case Fault::NotANumber: bound->code->notANumber.raise(); break;
+    case Fault::Threw: bound->code->threw.raise(); break;
     }
 }
 

@@ -36,8 +36,8 @@ private:
     std::vector<Entry> entries_;
     bool hasSampleEntries_ = false;
     /// A shader asks with the same literal every time, so the literal's address remembers where its entry
-    /// was. Only a hint: the text decides. Several libraries bring their own copies of a literal; with this many
-    /// places they seldom share one.
+    /// was. Only a hint: the text decides. Several libraries bring their own copies of a literal; with this
+    /// many places they seldom share one.
     std::array<unsigned char, 64> indexHint_{};
 };
 

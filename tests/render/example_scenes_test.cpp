@@ -44,14 +44,16 @@ TEST_P(ExampleScene, RendersWithoutComplaintsAndItsBeautyIsThePicture) {
     EXPECT_EQ(picture.database().pinsHeld(), 0);
 
     const auto layers = picture.result().layers();
-    const auto primary = std::find_if(layers.begin(), layers.end(), [](const auto& l) { return l.buffer->primary; });
-    const auto beauty = std::find_if(layers.begin(), layers.end(),
-                                     [](const auto& l) { return l.buffer->name == "beauty" && !l.buffer->primary; });
+    const auto primary =
+        std::find_if(layers.begin(), layers.end(), [](const auto& l) { return l.buffer->primary; });
+    const auto beauty = std::find_if(layers.begin(), layers.end(), [](const auto& l) {
+        return l.buffer->name == "beauty" && !l.buffer->primary;
+    });
     ASSERT_NE(primary, layers.end());
     if (beauty == layers.end()) return;
     double brightest = 0.0;
     for (std::size_t i = 0; i < primary->pixels.size(); ++i) {
-        if (i % 4 == 3) continue;  // alpha of the picture is coverage, that of a pass says "something is here"
+        if (i % 4 == 3) continue; // alpha of the picture is coverage, that of a pass says "something is here"
         const float expected = primary->pixels[i];
         brightest = std::max(brightest, static_cast<double>(expected));
         ASSERT_NEAR(beauty->pixels[i], expected, 1e-4f * std::abs(expected) + 2e-6f) << "word " << i;

@@ -15,7 +15,7 @@ float pixelCentre(int p) {
     return (static_cast<float>(p) + 0.5f) / 4.0f - 2.0f;
 }
 
-constexpr float floatNoise = 1e-5f;  // a few operations in single precision on values near 1
+constexpr float floatNoise = 1e-5f; // a few operations in single precision on values near 1
 
 struct DecayCase {
     int rate;
@@ -26,10 +26,10 @@ class PointLightDecay : public ::testing::TestWithParam<DecayCase> {};
 TEST_P(PointLightDecay, LightsALambertPlaneByTheInverseLaw) {
     const auto [rate, height] = GetParam();
     TestScene scene;
-    scene.contents = lambert("grey", "\"color\" 0.5 0.25 1 1, \"diffuse\" 0.8") +
-                     card("plane", "grey", 0, 0, 0, 4) +
-                     pointLight("key", "\"intensity\" 3, \"color\" 1 0.5 0.25 1, \"decayRate\" " + std::to_string(rate),
-                                0.5f, -0.25f, height);
+    scene.contents =
+        lambert("grey", "\"color\" 0.5 0.25 1 1, \"diffuse\" 0.8") + card("plane", "grey", 0, 0, 0, 4) +
+        pointLight("key", "\"intensity\" 3, \"color\" 1 0.5 0.25 1, \"decayRate\" " + std::to_string(rate),
+                   0.5f, -0.25f, height);
     scene.members = {"plane", "key_inst"};
     const RenderedScene picture(scene.text());
     for (const int x : {0, 7, 15})
@@ -50,14 +50,15 @@ TEST_P(PointLightDecay, LightsALambertPlaneByTheInverseLaw) {
 
 INSTANTIATE_TEST_SUITE_P(Rates, PointLightDecay,
                          ::testing::Values(DecayCase{0, 2.0f}, DecayCase{1, 2.0f}, DecayCase{2, 2.0f},
-                                           DecayCase{3, 2.0f}, DecayCase{2, 0.5f}));  // near: decay never brightens
+                                           DecayCase{3, 2.0f},
+                                           DecayCase{2, 0.5f})); // near: decay never brightens
 
 TEST(Lights, DirectionalLightHasOneDirectionAndHalfSpaceWhenAsked) {
     TestScene scene;
     scene.contents = lambert("grey", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("plane", "grey", 0, 0, 0, 4) +
                      directionalLight("sun", "", "-0.6 0 -0.8") +
                      directionalLight("behind", "\"useLightPosition\" on", "0 0 -1",
-                                      "transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 1 1");  // stands at z = -1
+                                      "transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 1 1"); // stands at z = -1
     scene.members = {"plane", "sun_inst", "behind_inst"};
     const RenderedScene picture(scene.text());
     for (const int x : {0, 5, 15}) EXPECT_NEAR(picture.pixel("main", x, x).r, 0.8f, floatNoise);
@@ -78,14 +79,14 @@ TEST(Lights, LightLinksChooseWhatIlluminatesAnInstance) {
     EXPECT_NEAR(picture.pixel("main", 11, 8).g, 1.0f, floatNoise);
 }
 
-/// Share of a disc light of radius `radius` at (0, 0, height) that a point at (x, 0, 0) sees past a half plane that
-/// covers x < 0 at height `edge`: integrated numerically over the disc, uniform by area.
+/// Share of a disc light of radius `radius` at (0, 0, height) that a point at (x, 0, 0) sees past a half
+/// plane that covers x < 0 at height `edge`: integrated numerically over the disc, uniform by area.
 double visibleShare(double x, double radius, double height, double edge) {
     int seen = 0;
     int all = 0;
     // The disc faces the point, as the light's samples do.
     const double length = std::hypot(x, height);
-    const double ex = height / length;  // the disc's axis in the xz plane
+    const double ex = height / length; // the disc's axis in the xz plane
     const double ez = x / length;
     for (int i = 0; i < 400; ++i)
         for (int j = 0; j < 400; ++j) {
@@ -105,8 +106,9 @@ TEST(Shadows, PenumbraAgreesWithNumericIntegration) {
     TestScene scene;
     scene.width = 32;
     scene.height = 4;
-    scene.samples = "3 3";  // 64 samples of 16 shadow rays each
-    scene.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8) +
+    scene.samples = "3 3"; // 64 samples of 16 shadow rays each
+    scene.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+                     card("floor", "white", 0, 0, 0, 8) +
                      card("roof", "white", -20, 0, 1, 20, "visible off") +
                      pointLight("key", "\"lightRadius\" 0.8, \"shadowRays\" 16", 0, 0, 4);
     scene.members = {"floor", "roof", "key_inst"};
@@ -132,7 +134,7 @@ TEST_P(TransparentShadow, MultipliesTheCardsOnTheWay) {
                      lambert("red", "", "0.8 0.5 0.25 1") + lambert("blue", "", "0.5 0.5 1 1") +
                      card("floor", "white", 0, 0, 0, 8) + card("near", "red", 0, 0, 1, 8, "visible off") +
                      card("far", "blue", 0, 0, 2, 8, "visible off") + directionalLight("sun", "", "0 0 -1") +
-                     pointLight("lamp", "\"color\" 0.5 0.5 0.5 1", 0, 0, 1.5f);  // between the cards
+                     pointLight("lamp", "\"color\" 0.5 0.5 0.5 1", 0, 0, 1.5f); // between the cards
     scene.members = {"floor", "near", "far", "sun_inst", "lamp_inst"};
     const RenderedScene picture(scene.text());
     const float d = std::sqrt(2 * pixelCentre(8) * pixelCentre(8) + 1.5f * 1.5f);
@@ -144,11 +146,13 @@ TEST_P(TransparentShadow, MultipliesTheCardsOnTheWay) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, TransparentShadow,
-                         ::testing::Values(ShadowModeCase{"on"}, ShadowModeCase{"sort"}, ShadowModeCase{"segments"}));
+                         ::testing::Values(ShadowModeCase{"on"}, ShadowModeCase{"sort"},
+                                           ShadowModeCase{"segments"}));
 
 TEST(Shadows, StopAtTheDepthLimitAndWhereNobodyCasts) {
     TestScene scene;
-    const std::string common = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8);
+    const std::string common =
+        lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8);
     scene.contents = common + card("roof", "white", 0, 0, 1, 8, "visible off") +
                      directionalLight("limited", "\"rayDepthLimit\" 0, \"color\" 1 0 0 1", "0 0 -1") +
                      directionalLight("without", "\"shadowRays\" 0, \"color\" 0 1 0 1", "0 0 -1") +
@@ -158,7 +162,7 @@ TEST(Shadows, StopAtTheDepthLimitAndWhereNobodyCasts) {
     const miColor pixel = picture.pixel("main", 5, 5);
     EXPECT_NEAR(pixel.r, 1.0f, floatNoise);
     EXPECT_NEAR(pixel.g, 1.0f, floatNoise);
-    EXPECT_NEAR(pixel.b, 0.25f, floatNoise);  // the shadow's own colour
+    EXPECT_NEAR(pixel.b, 0.25f, floatNoise); // the shadow's own colour
 }
 
 TEST(Translucence, LightFromBehindComesThroughByItsCurve) {
@@ -171,12 +175,16 @@ TEST(Translucence, LightFromBehindComesThroughByItsCurve) {
         scene.members = {"card", "back_inst"};
         return RenderedScene(scene.text()).pixel("main", 8, 8).r;
     };
-    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0, \"translucenceWrap\" 0"), 0.0f, floatNoise);
+    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0, \"translucenceWrap\" 0"), 0.0f,
+                floatNoise);
     // wrap 0.1: reach -1.15, fade width 1: (N.L + 1.15) / 1
-    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0, \"translucenceWrap\" 0.1"), 0.6f * 0.15f, 1e-4f);
-    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0, \"translucenceWrap\" 1"), 0.6f, floatNoise);
+    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0, \"translucenceWrap\" 0.1"),
+                0.6f * 0.15f, 1e-4f);
+    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0, \"translucenceWrap\" 1"), 0.6f,
+                floatNoise);
     // looking straight at the light: the forward lobe is 1
-    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0.5, \"translucenceWrap\" 1"), 0.6f, floatNoise);
+    EXPECT_NEAR(seen("\"translucence\" 0.6, \"translucenceForward\" 0.5, \"translucenceWrap\" 1"), 0.6f,
+                floatNoise);
 }
 
 } // namespace

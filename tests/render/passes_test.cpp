@@ -33,7 +33,8 @@ std::string shadedFloor() {
 
 TEST(Passes, UnshadowedMinusRemovedIsShadowedAtEveryPixel) {
     TestScene scene;
-    scene.passes = {"diffuse", "diffuseNoShadow", "shadow", "directIrradiance", "directIrradianceNoShadow", "rawShadow"};
+    scene.passes = {"diffuse",          "diffuseNoShadow",          "shadow",
+                    "directIrradiance", "directIrradianceNoShadow", "rawShadow"};
     scene.contents = shadedFloor();
     scene.members = {"floor", "roof", "sun_inst", "lamp_inst"};
     const RenderedScene picture(scene.text());
@@ -41,8 +42,8 @@ TEST(Passes, UnshadowedMinusRemovedIsShadowedAtEveryPixel) {
     for (int y = 0; y < 16; ++y)
         for (int x = 0; x < 16; ++x) {
             const miColor removed = picture.pixel("shadow", x, y);
-            expectNear(sum(picture.pixel("diffuse", x, y), removed), picture.pixel("diffuseNoShadow", x, y), floatNoise,
-                       "diffuse");
+            expectNear(sum(picture.pixel("diffuse", x, y), removed), picture.pixel("diffuseNoShadow", x, y),
+                       floatNoise, "diffuse");
             expectNear(sum(picture.pixel("directIrradiance", x, y), picture.pixel("rawShadow", x, y)),
                        picture.pixel("directIrradianceNoShadow", x, y), floatNoise, "irradiance");
             if (removed.r > 0.1f) ++shaded;
@@ -73,12 +74,14 @@ TestScene cardStack() {
     TestScene scene;
     scene.traceDepth = "4 8 8";
     const char* const colors[] = {"0.9 0.1 0.1", "0.1 0.9 0.1", "0.1 0.1 0.9", "0.8 0.8 0.2", "0.3 0.6 0.9"};
-    const char* const transparencies[] = {"0.5 0.5 0.5", "0.25 0.5 0.75", "0.6 0.6 0.6", "0.1 0.2 0.3", "0 0 0"};
+    const char* const transparencies[] = {"0.5 0.5 0.5", "0.25 0.5 0.75", "0.6 0.6 0.6", "0.1 0.2 0.3",
+                                          "0 0 0"};
     scene.members = {"sun_inst"};
     for (int i = 0; i < 5; ++i) {
         const std::string name = "layer" + std::to_string(i);
-        scene.contents += lambert(name, std::string("\"color\" ") + colors[i] + " 1, \"transparency\" " +
-                                            transparencies[i] + " 1, \"diffuse\" 1, \"incandescence\" 0.01 0.01 0.01 1");
+        scene.contents +=
+            lambert(name, std::string("\"color\" ") + colors[i] + " 1, \"transparency\" " +
+                              transparencies[i] + " 1, \"diffuse\" 1, \"incandescence\" 0.01 0.01 0.01 1");
         scene.contents += card("card" + std::to_string(i), name, 0, 0, -static_cast<float>(i), 8);
         scene.members.push_back("card" + std::to_string(i));
     }
@@ -89,11 +92,12 @@ TestScene cardStack() {
 TEST(TransparentCards, ComposeFrontToBackInThePictureAndEveryPass) {
     TestScene scene = cardStack();
     scene.passes = {"beauty", "diffuse", "incandescence"};
-    scene.passFlags = {"", "\"weightByOpacity\" on, \"shadowed\" on, \"maxReflectionLevel\" 9, \"maxRefractionLevel\" 9",
-                       ""};
+    scene.passFlags = {
+        "", "\"weightByOpacity\" on, \"shadowed\" on, \"maxReflectionLevel\" 9, \"maxRefractionLevel\" 9",
+        ""};
     const RenderedScene picture(scene.text());
 
-    const float color[5] = {0.9f, 0.1f, 0.1f, 0.8f, 0.3f};  // red
+    const float color[5] = {0.9f, 0.1f, 0.1f, 0.8f, 0.3f}; // red
     const float transmission[5] = {0.5f, 0.25f, 0.6f, 0.1f, 0.0f};
     float beauty = 0.0f;
     float diffuse = 0.0f;
@@ -117,18 +121,21 @@ TEST(PassMasks, ExcludedObjectsComeBackWhereThePassAdmitsThem) {
     TestScene scene;
     scene.passes = {"beauty", "diffuse", "incandescence"};
     const std::string bounds = ", \"shadowed\" on, \"maxReflectionLevel\" 9, \"maxRefractionLevel\" 9";
-    scene.passFlags = {"\"includeRefraction\" on" + bounds, "\"seenInRefraction\" on, \"includeRefraction\" on" + bounds,
+    scene.passFlags = {"\"includeRefraction\" on" + bounds,
+                       "\"seenInRefraction\" on, \"includeRefraction\" on" + bounds,
                        "\"seenInReflection\" on, \"includeRefraction\" on" + bounds};
-    scene.contents = passMask("none", "0") +
-                     lambert("pane", "\"color\" 0 0 0 1, \"transparency\" 1 1 1 1, \"refractionsOn\" on") +
-                     lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1, \"incandescence\" 0.25 0.25 0.25 1") +
-                     card("window", "pane", 1, 0, 1, 1) + card("wall", "white", 0, 0, 0, 8, "data \"none\"") +
-                     directionalLight("sun", "\"useRayTraceShadows\" off", "0 0 -1");
+    scene.contents =
+        passMask("none", "0") +
+        lambert("pane", "\"color\" 0 0 0 1, \"transparency\" 1 1 1 1, \"refractionsOn\" on") +
+        lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1, \"incandescence\" 0.25 0.25 0.25 1") +
+        card("window", "pane", 1, 0, 1, 1) + card("wall", "white", 0, 0, 0, 8, "data \"none\"") +
+        directionalLight("sun", "\"useRayTraceShadows\" off", "0 0 -1");
     scene.members = {"window", "wall", "sun_inst"};
     const RenderedScene picture(scene.text());
     // Seen directly: in no pass.
     EXPECT_NEAR(picture.pixel("main", 2, 8).r, 1.25f, floatNoise);
-    for (const char* pass : {"beauty", "diffuse", "incandescence"}) EXPECT_EQ(picture.pixel(pass, 2, 8).r, 0.0f) << pass;
+    for (const char* pass : {"beauty", "diffuse", "incandescence"})
+        EXPECT_EQ(picture.pixel(pass, 2, 8).r, 0.0f) << pass;
     // Seen through the window: in the pass that admits refractions.
     EXPECT_NEAR(picture.pixel("main", 12, 8).r, 1.25f, floatNoise);
     EXPECT_EQ(picture.pixel("beauty", 12, 8).r, 0.0f);
@@ -138,18 +145,19 @@ TEST(PassMasks, ExcludedObjectsComeBackWhereThePassAdmitsThem) {
 
 TEST(PassMasks, ExcludedOccludersAndLightsLeaveThePassAlone) {
     TestScene scene;
-    scene.passes = {"beauty", "diffuse", "incandescence"};  // records 0, 1, 2
-    scene.contents = passMask("notDiffuse", "5") +           // bits 0 and 2
-                     lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8) +
+    scene.passes = {"beauty", "diffuse", "incandescence"}; // records 0, 1, 2
+    scene.contents = passMask("notDiffuse", "5") +         // bits 0 and 2
+                     lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+                     card("floor", "white", 0, 0, 0, 8) +
                      card("roof", "white", -4, 0, 1, 4, "visible off data \"notDiffuse\"") +
                      directionalLight("sun", "", "0 0 -1") +
                      directionalLight("extra", "\"intensity\" 0.5", "0 0 -1", "data \"notDiffuse\"");
     scene.members = {"floor", "roof", "sun_inst", "extra_inst"};
     const RenderedScene picture(scene.text());
     EXPECT_NEAR(picture.pixel("beauty", 12, 8).r, 1.5f, floatNoise);
-    EXPECT_NEAR(picture.pixel("diffuse", 12, 8).r, 1.0f, floatNoise);  // without the second light
+    EXPECT_NEAR(picture.pixel("diffuse", 12, 8).r, 1.0f, floatNoise); // without the second light
     EXPECT_NEAR(picture.pixel("beauty", 2, 8).r, 0.0f, floatNoise);
-    EXPECT_NEAR(picture.pixel("diffuse", 2, 8).r, 1.0f, floatNoise);   // and without the roof's shadow
+    EXPECT_NEAR(picture.pixel("diffuse", 2, 8).r, 1.0f, floatNoise); // and without the roof's shadow
 }
 
 TEST(LevelBounds, SuppressWhatIsOutsideAndLetDeeperLevelsThroughAsTheyShould) {
@@ -158,32 +166,36 @@ TEST(LevelBounds, SuppressWhatIsOutsideAndLetDeeperLevelsThroughAsTheyShould) {
     const std::string shadowed = "\"shadowed\" on, \"maxReflectionLevel\" 9, ";
     scene.passFlags = {
         shadowed + "\"includeRefraction\" on, \"maxRefractionLevel\" 9",
-        shadowed + "\"minRefractionLevel\" 1, \"maxRefractionLevel\" 9",  // only what is seen through the pane
+        shadowed + "\"minRefractionLevel\" 1, \"maxRefractionLevel\" 9", // only what is seen through the pane
         shadowed + "\"maxRefractionLevel\" 0",
         shadowed + "\"maxRefractionLevel\" 0, \"includeRefraction\" on"};
-    const std::string common = "\"color\" 1 1 1 1, \"ambientColor\" 0.25 0.25 0.25 1, \"incandescence\" 0.5 0.5 0.5 1, ";
-    scene.contents = lambert("pane", common + "\"diffuse\" 0.125, \"transparency\" 0.5 0.5 0.5 1, \"refractionsOn\" on") +
-                     lambert("white", common + "\"diffuse\" 1") + card("window", "pane", 0, 0, 1, 8) +
-                     card("wall", "white", 0, 0, 0, 8) + directionalLight("sun", "\"useRayTraceShadows\" off", "0 0 -1");
+    const std::string common =
+        "\"color\" 1 1 1 1, \"ambientColor\" 0.25 0.25 0.25 1, \"incandescence\" 0.5 0.5 0.5 1, ";
+    scene.contents =
+        lambert("pane", common + "\"diffuse\" 0.125, \"transparency\" 0.5 0.5 0.5 1, \"refractionsOn\" on") +
+        lambert("white", common + "\"diffuse\" 1") + card("window", "pane", 0, 0, 1, 8) +
+        card("wall", "white", 0, 0, 0, 8) + directionalLight("sun", "\"useRayTraceShadows\" off", "0 0 -1");
     scene.members = {"window", "wall", "sun_inst"};
     const RenderedScene picture(scene.text());
     expectNear(picture.pixel("beauty", 8, 8), picture.pixel("main", 8, 8), floatNoise, "picture");
     EXPECT_NEAR(picture.pixel("diffuse", 8, 8).r, 0.5f * 1.0f, floatNoise);
-    EXPECT_NEAR(picture.pixel("ambient", 8, 8).r, 0.25f, floatNoise);        // the pane's own
+    EXPECT_NEAR(picture.pixel("ambient", 8, 8).r, 0.25f, floatNoise); // the pane's own
     EXPECT_NEAR(picture.pixel("incandescence", 8, 8).r, 0.5f, floatNoise);
 }
-
 
 TEST(WriteModes, DecideHowAMaterialsValuesCombine) {
     const auto diffuseWith = [](const std::string& settings) {
         TestScene scene;
         scene.passes = {"diffuse", "incandescence"};
-        scene.contents = lambert("m", "\"color\" 1 1 1 1, \"diffuse\" 0.5, \"incandescence\" 0.25 0.25 0.25 1, " + settings) +
-                         card("card", "m", 0, 0, 0, 8) + directionalLight("a", "\"useRayTraceShadows\" off", "0 0 -1") +
-                         directionalLight("b", "\"useRayTraceShadows\" off, \"intensity\" 0.5", "0 0 -1");
+        scene.contents =
+            lambert("m",
+                    "\"color\" 1 1 1 1, \"diffuse\" 0.5, \"incandescence\" 0.25 0.25 0.25 1, " + settings) +
+            card("card", "m", 0, 0, 0, 8) + directionalLight("a", "\"useRayTraceShadows\" off", "0 0 -1") +
+            directionalLight("b", "\"useRayTraceShadows\" off, \"intensity\" 0.5", "0 0 -1");
         scene.members = {"card", "a_inst", "b_inst"};
         const RenderedScene picture(scene.text());
-        EXPECT_NEAR(picture.pixel("main", 8, 8).r, 1.0f, floatNoise);  // the picture is the same whatever is written
+        EXPECT_NEAR(picture.pixel("main", 8, 8).r, 1.0f,
+                    floatNoise); // the picture is the same whatever is written
         return std::pair(picture.pixel("diffuse", 8, 8).r, picture.pixel("incandescence", 8, 8).r);
     };
     const auto near = [](const std::pair<float, float>& got, float diffuse, float incandescence) {
@@ -192,8 +204,8 @@ TEST(WriteModes, DecideHowAMaterialsValuesCombine) {
     };
     near(diffuseWith("\"passWriteMode\" 0"), 0.0f, 0.0f);
     near(diffuseWith("\"passWriteMode\" 1"), 0.75f, 0.25f);
-    near(diffuseWith("\"passWriteMode\" 2"), 0.0f, 0.0f);    // black stays black
-    near(diffuseWith("\"passWriteMode\" 3"), 0.25f, 0.25f);  // the second light replaces the first
+    near(diffuseWith("\"passWriteMode\" 2"), 0.0f, 0.0f);   // black stays black
+    near(diffuseWith("\"passWriteMode\" 3"), 0.25f, 0.25f); // the second light replaces the first
     near(diffuseWith("\"passWriteMode\" 4"), 0.75f, 0.25f);
     near(diffuseWith("\"passWriteMode\" 1, \"passWriteFlags\" 1, \"passWriteScale\" 2"), 1.5f, 0.5f);
     near(diffuseWith("\"passWriteMode\" 1, \"passWriteScale\" 2"), 0.75f, 0.25f);

@@ -15,7 +15,8 @@ constexpr float floatNoise = 1e-5f;
 std::string declareTestShaders() {
     std::string text = "link \"orca-test-shaders.so\"\n";
     for (const char* name : {"testSky", "testHaze", "testPlainLight", "testMirror", "testFlat"})
-        text += std::string("declare shader color \"") + name + "\" ( color \"color\" default 1 1 1 1 ) version 1 end declare\n";
+        text += std::string("declare shader color \"") + name +
+                "\" ( color \"color\" default 1 1 1 1 ) version 1 end declare\n";
     for (const char* name : {"testNotANumber", "testFails"})
         text += std::string("declare shader color \"") + name + "\" ( ) version 1 end declare\n";
     return text;
@@ -47,9 +48,10 @@ void expectSame(const RenderedScene& picture, const char* a, const char* b) {
 TEST(Environment, IsSeenDirectlyInMirrorsAndThroughTransparency) {
     TestScene scene;
     scene.passes = {"beauty"};
-    scene.contents = lambert("pane", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.25 1 1") +
-                     lambert("glass", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.5 0.5 1, \"refractionsOn\" on") +
-                     card("window", "pane", -1, 1, 0, 1) + card("lens", "glass", 1, 1, 0, 1);
+    scene.contents =
+        lambert("pane", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.25 1 1") +
+        lambert("glass", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.5 0.5 1, \"refractionsOn\" on") +
+        card("window", "pane", -1, 1, 0, 1) + card("lens", "glass", 1, 1, 0, 1);
     scene.members = {"window", "lens"};
     const RenderedScene picture(withCamera(scene, "environment \"testSky\" ( \"color\" 0.8 0.6 0.4 1 )"));
     EXPECT_NEAR(picture.pixel("main", 2, 2).r, 0.8f, floatNoise);
@@ -64,15 +66,17 @@ TEST(DepthLimits, EndEveryKindOfRayWhereTheOptionsSay) {
     const auto reflected = [](const std::string& depth) {
         TestScene scene;
         scene.traceDepth = depth;
-        scene.contents = plainMaterial("mirror", "testMirror", "0 1 0 1") + card("far", "mirror", 0, 0, -1, 8) +
+        scene.contents = plainMaterial("mirror", "testMirror", "0 1 0 1") +
+                         card("far", "mirror", 0, 0, -1, 8) +
                          card("near", "mirror", 0, 0, 1, 8, "visible off");
         scene.members = {"far", "near"};
         const RenderedScene picture(declareTestShaders() + scene.text());
-        EXPECT_NEAR(picture.pixel("main", 8, 8).g, 1.0f, floatNoise);  // the limit shows the mirror's own colour
+        EXPECT_NEAR(picture.pixel("main", 8, 8).g, 1.0f,
+                    floatNoise); // the limit shows the mirror's own colour
         return picture.result().statistics.rays.reflection / 256;
     };
     EXPECT_EQ(reflected("3 3 8"), 3u);
-    EXPECT_EQ(reflected("5 5 2"), 2u);  // the sum
+    EXPECT_EQ(reflected("5 5 2"), 2u); // the sum
     EXPECT_EQ(reflected("0 3 8"), 0u);
 }
 
@@ -98,9 +102,11 @@ TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {
         const char* const names[] = {"a", "b", "c"};
         const char* const transparency[] = {"0.5 0.25 0.75", "0.4 0.4 0.4", "0 0 0"};
         for (int i = 0; i < 3; ++i) {
-            scene.contents += lambert(names[i], std::string("\"color\" 0.9 0.5 0.25 1, \"diffuse\" 1, \"transparency\" ") +
-                                                    transparency[i] + " 1");
-            scene.contents += card(std::string("card_") + names[i], names[i], 0, 0, -static_cast<float>(i), 1);
+            scene.contents +=
+                lambert(names[i], std::string("\"color\" 0.9 0.5 0.25 1, \"diffuse\" 1, \"transparency\" ") +
+                                      transparency[i] + " 1");
+            scene.contents +=
+                card(std::string("card_") + names[i], names[i], 0, 0, -static_cast<float>(i), 1);
             scene.members.push_back(std::string("card_") + names[i]);
         }
         return std::make_unique<RenderedScene>(scene.text());
@@ -116,15 +122,17 @@ TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {
 }
 
 TEST(SharedEdges, AreCrossedOnce) {
-    // The diagonals of the panes lie in the middle of pixels; how a hit there rounds differs from height to height.
+    // The diagonals of the panes lie in the middle of pixels; how a hit there rounds differs from height to
+    // height.
     const auto render = [](const std::string& options, float height) {
         TestScene scene;
         scene.extraOptions = options;
         scene.traceDepth = "2 4 4";
-        scene.contents = directionalLight("sun", "\"useRayTraceShadows\" on", "0 0 -1") +
-                         lambert("half", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.5 0.5 1", "0.5 0.5 0.5 1") +
-                         lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("pane", "half", 0, 0, height, 8) +
-                         card("floor", "white", 0, 0, -3, 16);
+        scene.contents =
+            directionalLight("sun", "\"useRayTraceShadows\" on", "0 0 -1") +
+            lambert("half", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.5 0.5 1", "0.5 0.5 0.5 1") +
+            lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("pane", "half", 0, 0, height, 8) +
+            card("floor", "white", 0, 0, -3, 16);
         scene.members = {"sun_inst", "pane", "floor"};
         return std::make_unique<RenderedScene>(scene.text());
     };
@@ -141,17 +149,18 @@ TEST(SharedEdges, AreCrossedOnce) {
 TEST(ForeignLights, FeedThePassesAsLongAsNoLightOfTheLibraryRanBefore) {
     TestScene scene;
     scene.passes = {"beauty", "diffuse"};
-    scene.contents = passMask("onlyBeauty", "1") + lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
-                     card("floor", "white", 0, 0, 0, 8) +
-                     "light \"plain\" \"testPlainLight\" ( \"color\" 0.25 0.5 0.75 1 ) direction 0 0 -1 end light\n"
-                     "instance \"plain_inst\" \"plain\" data \"onlyBeauty\" end instance\n" +
-                     directionalLight("ours", "\"intensity\" 0.5", "0 0 -1");
+    scene.contents =
+        passMask("onlyBeauty", "1") + lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+        card("floor", "white", 0, 0, 0, 8) +
+        "light \"plain\" \"testPlainLight\" ( \"color\" 0.25 0.5 0.75 1 ) direction 0 0 -1 end light\n"
+        "instance \"plain_inst\" \"plain\" data \"onlyBeauty\" end instance\n" +
+        directionalLight("ours", "\"intensity\" 0.5", "0 0 -1");
     scene.members = {"floor", "plain_inst", "ours_inst"};
     const RenderedScene picture(declareTestShaders() + scene.text());
     EXPECT_NEAR(picture.pixel("main", 8, 8).r, 0.75f, floatNoise);
     EXPECT_NEAR(picture.pixel("beauty", 8, 8).r, 0.75f, floatNoise);
     EXPECT_NEAR(picture.pixel("beauty", 8, 8).b, 1.25f, floatNoise);
-    EXPECT_NEAR(picture.pixel("diffuse", 8, 8).r, 0.5f, floatNoise);  // the mask keeps the foreign light out
+    EXPECT_NEAR(picture.pixel("diffuse", 8, 8).r, 0.5f, floatNoise); // the mask keeps the foreign light out
 }
 
 TEST(Faults, OfAShaderAreReportedOnceAndCostOnlyTheirOwnPixels) {

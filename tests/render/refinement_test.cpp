@@ -10,14 +10,14 @@ namespace {
 /// A floor that a light from the side fades over, with a small bright card on it.
 TestScene fadingFloor(const std::string& samples) {
     TestScene scene;
-    scene.width = 61;  // no multiple of any block
+    scene.width = 61; // no multiple of any block
     scene.height = 43;
     scene.samples = samples;
     scene.extraOptions = "contrast 0.05 0.05 0.05 0.05";
     scene.passes = {"beauty", "normal"};
     scene.contents = lambert("grey", "\"color\" 0.5 0.5 0.5 1, \"diffuse\" 1") +
-                     lambert("bright", "\"color\" 0 0 0 1, \"incandescence\" 2 1 0.5 1") + card("floor", "grey", 0, 0, 0, 8) +
-                     card("spot", "bright", 0.7f, -0.4f, 0.5f, 0.2f) +
+                     lambert("bright", "\"color\" 0 0 0 1, \"incandescence\" 2 1 0.5 1") +
+                     card("floor", "grey", 0, 0, 0, 8) + card("spot", "bright", 0.7f, -0.4f, 0.5f, 0.2f) +
                      pointLight("lamp", "\"useRayTraceShadows\" off", 3, 0, 4);
     scene.members = {"floor", "spot", "lamp_inst"};
     return scene;
@@ -45,7 +45,8 @@ TEST(Refinement, SpendsSamplesOnEdgesOnly) {
     for (int y = 0; y < 43; ++y)
         for (int x = 0; x < 61; ++x)
             // One of 16 samples may differ: the first of an adaptive pixel stands at its centre.
-            ASSERT_NEAR(adaptive.pixel("main", x, y).r, uniform.pixel("main", x, y).r, 2.0f / 16.0f) << x << ", " << y;
+            ASSERT_NEAR(adaptive.pixel("main", x, y).r, uniform.pixel("main", x, y).r, 2.0f / 16.0f)
+                << x << ", " << y;
 }
 
 TEST(Windows, RenderTheirPixelsAloneAndTheSameAsTheWholePicture) {

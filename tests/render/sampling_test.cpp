@@ -15,7 +15,8 @@
 namespace orca::render {
 namespace {
 
-/// Largest difference between the share of points in a box at the origin and the box's area, over a grid of boxes.
+/// Largest difference between the share of points in a box at the origin and the box's area, over a grid of
+/// boxes.
 double starDiscrepancy(const std::vector<std::pair<double, double>>& points) {
     double worst = 0.0;
     for (int i = 1; i <= 32; ++i)
@@ -24,14 +25,15 @@ double starDiscrepancy(const std::vector<std::pair<double, double>>& points) {
             const double y = j / 32.0;
             const auto inside = std::count_if(points.begin(), points.end(),
                                               [&](const auto& p) { return p.first < x && p.second < y; });
-            worst = std::max(worst, std::abs(static_cast<double>(inside) / static_cast<double>(points.size()) - x * y));
+            worst = std::max(
+                worst, std::abs(static_cast<double>(inside) / static_cast<double>(points.size()) - x * y));
         }
     return worst;
 }
 
 TEST(LowDiscrepancy, EveryPowerOfTwoBlockFillsEveryElementaryInterval) {
-    // The (0, 2)-sequence property: any 16 consecutive points of a block of 16 put one point into every cell of every
-    // 16-cell grid of dyadic proportions.
+    // The (0, 2)-sequence property: any 16 consecutive points of a block of 16 put one point into every cell
+    // of every 16-cell grid of dyadic proportions.
     for (const std::uint32_t key : {1u, 77u, 0xdeadbeefu})
         for (const std::uint32_t start : {0u, 16u, 4096u})
             for (int columns = 1; columns <= 16; columns *= 2) {
@@ -39,10 +41,12 @@ TEST(LowDiscrepancy, EveryPowerOfTwoBlockFillsEveryElementaryInterval) {
                 for (std::uint32_t i = 0; i < 16; ++i) {
                     const float u = scrambledSobol(start + i, 0, key);
                     const float v = scrambledSobol(start + i, 1, key);
-                    ++cells[static_cast<std::size_t>(static_cast<int>(u * static_cast<float>(columns)) * (16 / columns) +
+                    ++cells[static_cast<std::size_t>(static_cast<int>(u * static_cast<float>(columns)) *
+                                                         (16 / columns) +
                                                      static_cast<int>(v * static_cast<float>(16 / columns)))];
                 }
-                EXPECT_EQ(std::count(cells.begin(), cells.end(), 1), 16) << "columns " << columns << " key " << key;
+                EXPECT_EQ(std::count(cells.begin(), cells.end(), 1), 16)
+                    << "columns " << columns << " key " << key;
             }
 }
 
@@ -52,7 +56,7 @@ TEST(LowDiscrepancy, IsFarMoreEvenThanRandomPointsInEveryPairOfDimensions) {
             std::vector<std::pair<double, double>> points;
             for (std::uint32_t i = 0; i < 256; ++i)
                 points.emplace_back(scrambledSobol(i, a, 99u), scrambledSobol(i, b, 99u));
-            EXPECT_LT(starDiscrepancy(points), 0.03) << a << ", " << b;  // random points: about 0.06
+            EXPECT_LT(starDiscrepancy(points), 0.03) << a << ", " << b; // random points: about 0.06
         }
 }
 
@@ -120,7 +124,8 @@ TEST_P(FilterEdge, AgreesWithTheIntegralOfTheFilter) {
         double sum = 0.0;
         double weight = 0.0;
         for (std::uint32_t i = 0; i < 4096; ++i) {
-            const auto place = filter.place(i, scrambledSobol(i, 0, 5), scrambledSobol(i, 1, 5), scrambledSobol(i, 2, 5));
+            const auto place =
+                filter.place(i, scrambledSobol(i, 0, 5), scrambledSobol(i, 1, 5), scrambledSobol(i, 2, 5));
             weight += static_cast<double>(place.weight);
             if (static_cast<double>(place.x) > edge) sum += static_cast<double>(place.weight);
         }
@@ -129,7 +134,8 @@ TEST_P(FilterEdge, AgreesWithTheIntegralOfTheFilter) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, FilterEdge,
-                         ::testing::Values(miFILTER_BOX, miFILTER_TRIANGLE, miFILTER_MITCHELL, miFILTER_LANCZOS));
+                         ::testing::Values(miFILTER_BOX, miFILTER_TRIANGLE, miFILTER_MITCHELL,
+                                           miFILTER_LANCZOS));
 
 TEST(PixelFilter, LeavesAnEvenPictureEvenForAnyNumberOfSamples) {
     for (const char kind : {miFILTER_MITCHELL, miFILTER_LANCZOS})

@@ -83,14 +83,9 @@ TEST(DamagedScenes, WithWordsLostDoubledOrSwappedEndWithMessages) {
         for (int change = 0; change < 1 + round % 4; ++change) {
             const std::size_t at = random() % damaged.size(), other = random() % damaged.size();
             switch (random() % 3) {
-            case 0:
-                damaged.erase(damaged.begin() + at);
-                break;
-            case 1:
-                damaged.insert(damaged.begin() + at, damaged[other]);
-                break;
-            default:
-                std::swap(damaged[at], damaged[other]);
+            case 0: damaged.erase(damaged.begin() + at); break;
+            case 1: damaged.insert(damaged.begin() + at, damaged[other]); break;
+            default: std::swap(damaged[at], damaged[other]);
             }
         }
         std::string scene;

@@ -13,7 +13,9 @@ struct ColorParameters {
 };
 
 /// Background: one colour above the horizon, its half below.
-DLLEXPORT int testSky_version(void) { return 1; }
+DLLEXPORT int testSky_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testSky(miColor* result, miState* state, ColorParameters* parameters) {
     *result = *mi_eval_color(&parameters->color);
     if (state->dir.y < 0.0f) mi_color_scale(result, result, 0.5f);
@@ -22,7 +24,9 @@ DLLEXPORT miBoolean testSky(miColor* result, miState* state, ColorParameters* pa
 }
 
 /// Absorbing medium: what arrives is dimmed by e^-distance per channel colour.
-DLLEXPORT int testHaze_version(void) { return 1; }
+DLLEXPORT int testHaze_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testHaze(miColor* result, miState* state, ColorParameters* parameters) {
     const miColor density = *mi_eval_color(&parameters->color);
     const float distance = static_cast<float>(state->dist);
@@ -33,14 +37,18 @@ DLLEXPORT miBoolean testHaze(miColor* result, miState* state, ColorParameters* p
 }
 
 /// A light without protocol: its colour, shadowed.
-DLLEXPORT int testPlainLight_version(void) { return 1; }
+DLLEXPORT int testPlainLight_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testPlainLight(miColor* result, miState* state, ColorParameters* parameters) {
     *result = *mi_eval_color(&parameters->color);
     return mi_trace_shadow(result, state);
 }
 
 /// A mirror: its colour where the reflection limit is reached.
-DLLEXPORT int testMirror_version(void) { return 1; }
+DLLEXPORT int testMirror_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testMirror(miColor* result, miState* state, ColorParameters* parameters) {
     miVector direction = state->normal;
     mi_vector_mul(&direction, -2.0f * state->dot_nd);
@@ -51,19 +59,25 @@ DLLEXPORT miBoolean testMirror(miColor* result, miState* state, ColorParameters*
 }
 
 /// Shows its colour unlit.
-DLLEXPORT int testFlat_version(void) { return 1; }
+DLLEXPORT int testFlat_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testFlat(miColor* result, miState* state, ColorParameters* parameters) {
     *result = *mi_eval_color(&parameters->color);
     return miTRUE;
 }
 
 /// Faults that a stranger's shader may have.
-DLLEXPORT int testNotANumber_version(void) { return 1; }
+DLLEXPORT int testNotANumber_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testNotANumber(miColor* result, miState*, void*) {
     result->r = std::numeric_limits<float>::quiet_NaN();
     return miTRUE;
 }
-DLLEXPORT int testFails_version(void) { return 1; }
+DLLEXPORT int testFails_version(void) {
+    return 1;
+}
 DLLEXPORT miBoolean testFails(miColor*, miState*, void*) {
     throw std::runtime_error("the test shader gives up");
 }

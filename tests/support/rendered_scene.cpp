@@ -11,13 +11,41 @@ namespace orca::test {
 namespace {
 
 // Order of the pass types: the data block counts frame buffers in it.
-const char* const layerNames[35] = {
-    "beauty", "ambientMaterialColor", "ambientIrradiance", "ambient", "diffuseMaterialColor", "diffuse",
-    "diffuseNoShadow", "specular", "specularNoShadow", "incandescence", "directIrradiance",
-    "directIrradianceNoShadow", "shadow", "shadowLuminance", "rawShadow", "rawShadowLuminance", "lightVolume",
-    "sceneVolume", "objectVolume", "reflection", "reflectedMaterialColor", "refraction", "indirect", "matte",
-    "opacity", "translucence", "specularMaterialColor", "lightSum", "transparency", "glowSource", "custom",
-    "translucenceNoShadow", "normal", "facingRatio", "beautyNoReflectionRefraction"};
+const char* const layerNames[35] = {"beauty",
+                                    "ambientMaterialColor",
+                                    "ambientIrradiance",
+                                    "ambient",
+                                    "diffuseMaterialColor",
+                                    "diffuse",
+                                    "diffuseNoShadow",
+                                    "specular",
+                                    "specularNoShadow",
+                                    "incandescence",
+                                    "directIrradiance",
+                                    "directIrradianceNoShadow",
+                                    "shadow",
+                                    "shadowLuminance",
+                                    "rawShadow",
+                                    "rawShadowLuminance",
+                                    "lightVolume",
+                                    "sceneVolume",
+                                    "objectVolume",
+                                    "reflection",
+                                    "reflectedMaterialColor",
+                                    "refraction",
+                                    "indirect",
+                                    "matte",
+                                    "opacity",
+                                    "translucence",
+                                    "specularMaterialColor",
+                                    "lightSum",
+                                    "transparency",
+                                    "glowSource",
+                                    "custom",
+                                    "translucenceNoShadow",
+                                    "normal",
+                                    "facingRatio",
+                                    "beautyNoReflectionRefraction"};
 
 int typeOf(const std::string& layer) {
     for (int type = 0; type < 35; ++type)
@@ -28,8 +56,11 @@ int typeOf(const std::string& layer) {
 } // namespace
 
 RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
-    : messages_(scene::Level::None), scene_(messages_), runtime_(scene_.database(), messages_),
-      textures_(messages_, {}), session_(scene_.database(), messages_, runtime_, textures_) {
+    : messages_(scene::Level::None),
+      scene_(messages_),
+      runtime_(scene_.database(), messages_),
+      textures_(messages_, {}),
+      session_(scene_.database(), messages_, runtime_, textures_) {
     messages_.keep(true);
     scene::ParserOptions options;
     options.includePaths = {ORCA_DECLARATIONS_DIR};
@@ -47,12 +78,11 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
         return true;
     };
     if (settings.includeLibrary && !settings.isFile)
-        scene_.parseText("link \"velabase.so\"\nlink \"orca.so\"\n$include <velabase.mi>\n$include <orca.mi>\n",
-                         "library.mi", options, callbacks);
-    if (settings.isFile)
-        scene_.parseFile(text, options, callbacks);
-    else
-        scene_.parseText(text, "test.mi", options, callbacks);
+        scene_.parseText(
+            "link \"velabase.so\"\nlink \"orca.so\"\n$include <velabase.mi>\n$include <orca.mi>\n",
+            "library.mi", options, callbacks);
+    if (settings.isFile) scene_.parseFile(text, options, callbacks);
+    else scene_.parseText(text, "test.mi", options, callbacks);
     if (!results_.empty()) return;
     std::string said;
     for (const std::string& complaint : complaints()) said += "\n  " + complaint;
@@ -79,7 +109,8 @@ miColor RenderedScene::pixel(const std::string& buffer, int x, int y) const {
     const image::Layer found = layer(buffer);
     const auto components = static_cast<std::size_t>(found.buffer->components);
     const std::size_t first =
-        (static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) + static_cast<std::size_t>(x)) * components;
+        (static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) + static_cast<std::size_t>(x)) *
+        components;
     float c[4] = {0, 0, 0, 0};
     for (std::size_t i = 0; i < components && i < 4; ++i) c[i] = found.pixels[first + i];
     return {c[0], c[1], c[2], c[3]};
@@ -124,30 +155,34 @@ std::string TestScene::text() const {
                     ? passFlags[i]
                     : "\"includeReflection\" on, \"includeRefraction\" on, \"shadowed\" on, "
                       "\"maxReflectionLevel\" 9, \"maxRefractionLevel\" 9";
-            records += fmt::format("{}{{ \"frameBufferName\" \"{}\", {} }}", records.empty() ? "" : ",\n", passes[i], flags);
-            buffers += fmt::format("framebuffer \"{}\" datatype \"rgba_fp\" user on filtering on\n", passes[i]);
+            records += fmt::format("{}{{ \"frameBufferName\" \"{}\", {} }}", records.empty() ? "" : ",\n",
+                                   passes[i], flags);
+            buffers +=
+                fmt::format("framebuffer \"{}\" datatype \"rgba_fp\" user on filtering on\n", passes[i]);
         }
         counts += fmt::format("{}{}", type == 0 ? "" : ", ", count);
     }
     std::string group;
     for (const std::string& member : members) group += fmt::format(" \"{}\"", member);
-    const std::string lens = perspective ? "focal 10 aperture 4" : fmt::format("focal infinity aperture {}", viewWidth);
-    const std::string block =
-        fmt::format("data \"cam:fbdata\" \"orcaFrameBufferData\" (\n\"magic\" 1178760550,\n\"frameBufferInfo\" [\n{}\n],\n"
-                    "\"FrameBufferTypeCounts\" [ {} ] )\nend data\n",
-                    records, counts);
-    return fmt::format("options \"opt\"\nobject space\nsamples {}\njitter 0\nfilter box 1 1\ntrace on\nshadow {}\n"
-                       "trace depth {}\n{}\n"
-                       "state \"velaBaseState\" ( ) \"orcaFrameBufferState\" ( )\nend options\n{}"
-                       "camera \"cam\"\nframebuffer \"main\" datatype \"rgba_fp\" primary on\n{}"
-                       "resolution {} {} aspect {} {} clip 0.001 1000\n"
-                       "lens \"orcaFrameBufferLens\" ( )\n{}end camera\n{}"
-                       "instance \"cam_inst\" \"cam\" transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 -10 1 end instance\n"
-                       "instgroup \"world\" \"cam_inst\"{} end instgroup\n"
-                       "render \"world\" \"cam_inst\" \"opt\"\n",
-                       samples, shadow, traceDepth, extraOptions, passes.empty() ? "" : block, buffers, width, height,
-                       static_cast<float>(width) / static_cast<float>(height), lens,
-                       passes.empty() ? "" : "data \"cam:fbdata\"\n", contents, group);
+    const std::string lens =
+        perspective ? "focal 10 aperture 4" : fmt::format("focal infinity aperture {}", viewWidth);
+    const std::string block = fmt::format("data \"cam:fbdata\" \"orcaFrameBufferData\" (\n\"magic\" "
+                                          "1178760550,\n\"frameBufferInfo\" [\n{}\n],\n"
+                                          "\"FrameBufferTypeCounts\" [ {} ] )\nend data\n",
+                                          records, counts);
+    return fmt::format(
+        "options \"opt\"\nobject space\nsamples {}\njitter 0\nfilter box 1 1\ntrace on\nshadow {}\n"
+        "trace depth {}\n{}\n"
+        "state \"velaBaseState\" ( ) \"orcaFrameBufferState\" ( )\nend options\n{}"
+        "camera \"cam\"\nframebuffer \"main\" datatype \"rgba_fp\" primary on\n{}"
+        "resolution {} {} aspect {} {} clip 0.001 1000\n"
+        "lens \"orcaFrameBufferLens\" ( )\n{}end camera\n{}"
+        "instance \"cam_inst\" \"cam\" transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 -10 1 end instance\n"
+        "instgroup \"world\" \"cam_inst\"{} end instgroup\n"
+        "render \"world\" \"cam_inst\" \"opt\"\n",
+        samples, shadow, traceDepth, extraOptions, passes.empty() ? "" : block, buffers, width, height,
+        static_cast<float>(width) / static_cast<float>(height), lens,
+        passes.empty() ? "" : "data \"cam:fbdata\"\n", contents, group);
 }
 
 } // namespace orca::test

@@ -20,8 +20,8 @@ public:
     struct Settings {
         int threads = 1;
         int tileSize = 8;
-        bool includeLibrary = true;  ///< link orca.so and velabase.so and include their declarations first
-        bool isFile = false;         ///< the text is the path of a scene file
+        bool includeLibrary = true; ///< link orca.so and velabase.so and include their declarations first
+        bool isFile = false;        ///< the text is the path of a scene file
         std::optional<std::pair<int, int>> resolution;
     };
     explicit RenderedScene(const std::string& text) : RenderedScene(text, Settings()) {}
@@ -56,13 +56,13 @@ private:
     std::vector<std::unique_ptr<render::FrameResult>> results_;
 };
 
-/// What most test scenes share: options (one sample at the pixel's centre, hard shadows, trace depths 2 2 4), a camera
-/// looking down -z from (0, 0, 10) with the library's state and lens shaders, and the buffers named. Call `scene` with
-/// the rest.
+/// What most test scenes share: options (one sample at the pixel's centre, hard shadows, trace depths 2 2 4),
+/// a camera looking down -z from (0, 0, 10) with the library's state and lens shaders, and the buffers named.
+/// Call `scene` with the rest.
 struct TestScene {
     int width = 16, height = 16;
-    float viewWidth = 4.0f;             ///< orthographic view, scene units
-    bool perspective = false;           ///< else 4 / 10 of the distance wide
+    float viewWidth = 4.0f;   ///< orthographic view, scene units
+    bool perspective = false; ///< else 4 / 10 of the distance wide
     std::string samples = "0 0";
     std::string shadow = "on";
     std::string traceDepth = "2 2 4";

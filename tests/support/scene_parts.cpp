@@ -14,7 +14,8 @@ std::string placedAt(float x, float y, float z) {
 
 } // namespace
 
-std::string lambert(const std::string& name, const std::string& parameters, const std::string& shadowTransparency) {
+std::string lambert(const std::string& name, const std::string& parameters,
+                    const std::string& shadowTransparency) {
     return surface(name, "orcaVelaLambert", parameters, shadowTransparency);
 }
 
@@ -42,8 +43,8 @@ std::string pointLight(const std::string& name, const std::string& parameters, f
                        name, parameters, placedAt(x, y, z), instanceStatements);
 }
 
-std::string directionalLight(const std::string& name, const std::string& parameters, const std::string& direction,
-                             const std::string& instanceStatements) {
+std::string directionalLight(const std::string& name, const std::string& parameters,
+                             const std::string& direction, const std::string& instanceStatements) {
     return fmt::format("light \"{0}\" \"orcaVelaDirectionalLight\" ( {1} ) direction {2} end light\n"
                        "instance \"{0}_inst\" \"{0}\" {3} end instance\n",
                        name, parameters, direction, instanceStatements);

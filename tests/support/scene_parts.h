@@ -23,8 +23,8 @@ std::string card(const std::string& name, const std::string& material, float x, 
 std::string pointLight(const std::string& name, const std::string& parameters, float x, float y, float z,
                        const std::string& instanceStatements = "");
 /// Shines along `direction` ("0 0 -1").
-std::string directionalLight(const std::string& name, const std::string& parameters, const std::string& direction,
-                             const std::string& instanceStatements = "");
+std::string directionalLight(const std::string& name, const std::string& parameters,
+                             const std::string& direction, const std::string& instanceStatements = "");
 
 /// Pass-contribution string as a data block.
 std::string passMask(const std::string& name, const std::string& digits);

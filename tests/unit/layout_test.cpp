@@ -16,7 +16,8 @@
 #include <regex>
 #include <sstream>
 
-// The records hold nothing but four-byte members, so their offsets are sure even where a record derives from another.
+// The records hold nothing but four-byte members, so their offsets are sure even where a record derives from
+// another.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace {
@@ -41,8 +42,8 @@ std::size_t sizeOf(const std::string& type) {
     return type == "color" ? 16 : type == "vector" ? 12 : 4;
 }
 
-/// Lays out the parameters that follow a declaration's name, by the rules of parameter blocks: members in order, an array
-/// as start, count and room for one element.
+/// Lays out the parameters that follow a declaration's name, by the rules of parameter blocks: members in
+/// order, an array as start, count and room for one element.
 std::vector<Field> declaredFields(const std::string& file, const std::string& shader) {
     const std::string text = textOf(file);
     std::size_t at = text.find('"' + shader + '"');
@@ -50,7 +51,8 @@ std::vector<Field> declaredFields(const std::string& file, const std::string& sh
     at = text.find('(', at);
     const std::string list = text.substr(at, text.find("end declare", at) - at);
     static const std::regex parameter(
-        "(array )?\\s*(boolean|integer|scalar|color|vector|string|shader|lightprofile|struct) +\"(\\w+)\"|(\\})");
+        "(array )?\\s*(boolean|integer|scalar|color|vector|string|shader|lightprofile|struct) "
+        "+\"(\\w+)\"|(\\})");
     std::vector<Field> fields;
     std::size_t offset = 0;
     for (std::sregex_iterator i(list.begin(), list.end(), parameter), end; i != end; ++i) {
@@ -83,17 +85,21 @@ std::string storedAs(const std::string& declared) {
     return declared;
 }
 
-#define FIELD(Record, member) Field{typeName<decltype(Record::member)>, #member, offsetof(Record, member)}
+#define FIELD(Record, member)                                                                                \
+    Field {                                                                                                  \
+        typeName<decltype(Record::member)>, #member, offsetof(Record, member)                                \
+    }
 
 /// What every standard material begins with.
 template <class P>
 std::vector<Field> surfaceFields() {
 #define S(member) FIELD(P, member)
-    return {S(passWriteMode), S(passWriteFlags), S(passWriteScale), S(color), S(transparency), S(writePasses),
-            S(compositeScalarA), S(throughputBoost), S(refractiveIndex), S(lightAbsorbance), S(refractionsOn),
-            S(diffuse), S(ambientColor), S(incandescence), S(translucence), S(translucenceForward),
-            S(translucenceWrap), S(shadowTransmitAll), S(refractionLimit), S(bumpNormal), S(irradianceColor),
-            S(irradiance), S(refractionBlur), S(refractionBlurSamples)};
+    return {S(passWriteMode),    S(passWriteFlags),    S(passWriteScale),   S(color),
+            S(transparency),     S(writePasses),       S(compositeScalarA), S(throughputBoost),
+            S(refractiveIndex),  S(lightAbsorbance),   S(refractionsOn),    S(diffuse),
+            S(ambientColor),     S(incandescence),     S(translucence),     S(translucenceForward),
+            S(translucenceWrap), S(shadowTransmitAll), S(refractionLimit),  S(bumpNormal),
+            S(irradianceColor),  S(irradiance),        S(refractionBlur),   S(refractionBlurSamples)};
 #undef S
 }
 
@@ -103,9 +109,8 @@ std::vector<Field> specularFields(std::vector<Field> own) {
     std::vector<Field> fields = surfaceFields<P>();
     fields.push_back(FIELD(P, specularColor));
     fields.insert(fields.end(), own.begin(), own.end());
-    for (const Field& field :
-         {FIELD(P, reflectivity), FIELD(P, reflectedColor), FIELD(P, reflectionLimit), FIELD(P, reflectionBlur),
-          FIELD(P, reflectionBlurSamples)})
+    for (const Field& field : {FIELD(P, reflectivity), FIELD(P, reflectedColor), FIELD(P, reflectionLimit),
+                               FIELD(P, reflectionBlur), FIELD(P, reflectionBlurSamples)})
         fields.push_back(field);
     return fields;
 }
@@ -176,7 +181,8 @@ TEST(DeclaredLayout, OfTheFrameBufferDataBlockIsTheRecords) {
     EXPECT_EQ(offsetOfField("frameBufferName"), record + offsetof(FrameBufferDataRecord, frameBufferName));
     EXPECT_EQ(offsetOfField("userFlag0"), record + offsetof(FrameBufferDataRecord, flags));
     EXPECT_EQ(offsetOfField("ignoreObjectLinks"), record + offsetof(FrameBufferDataRecord, flags) + 8 * 4);
-    EXPECT_EQ(offsetOfField("minReflectionLevel"), record + offsetof(FrameBufferDataRecord, minReflectionLevel));
+    EXPECT_EQ(offsetOfField("minReflectionLevel"),
+              record + offsetof(FrameBufferDataRecord, minReflectionLevel));
     EXPECT_EQ(offsetOfField("userWord4"), record + offsetof(FrameBufferDataRecord, userWord4));
     EXPECT_EQ(offsetOfField("FrameBufferTypeCounts"), offsetof(FrameBufferData, FrameBufferTypeCounts));
 }

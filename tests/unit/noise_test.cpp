@@ -26,7 +26,8 @@ TEST(NoiseTables, AreEvenOverTheirRangeAndAPermutation) {
     for (const int count : bins) EXPECT_NEAR(count, 1024, 8);
     // Neighbours know nothing of each other.
     double correlation = 0;
-    for (std::size_t i = 1; i < values.size(); ++i) correlation += static_cast<double>(values[i]) * values[i - 1];
+    for (std::size_t i = 1; i < values.size(); ++i)
+        correlation += static_cast<double>(values[i]) * values[i - 1];
     EXPECT_LT(std::abs(correlation / NOISE_TABLE_SIZE), 0.01);
     EXPECT_EQ(NoiseTable[0], -0.510765f);
     EXPECT_EQ(NoiseTable[3], 0.514013f);
@@ -66,7 +67,8 @@ double splineNoise3d(double x, double y, double z) {
     for (int k = 0; k < 3; ++k)
         for (int j = 0; j < 3; ++j)
             for (int i = 0; i < 3; ++i) {
-                const int index = ((cell[0] + i - 1) & 31) | ((cell[1] + j - 1) & 31) << 5 | ((cell[2] + k - 1) & 31) << 10;
+                const int index =
+                    ((cell[0] + i - 1) & 31) | ((cell[1] + j - 1) & 31) << 5 | ((cell[2] + k - 1) & 31) << 10;
                 sum += weights[0][i] * weights[1][j] * weights[2][k] * static_cast<double>(NoiseTable[index]);
             }
     return sum;
@@ -90,14 +92,18 @@ TEST(ValueNoise, IsContinuousAcrossCellsAndPeriods) {
     constexpr double step = 1e-7;
     for (int cell = 0; cell <= 32; ++cell) {
         const double edge = cell / 32.0;
-        EXPECT_NEAR(noise_scalar_3d(edge - step, 0.3, 0.7), noise_scalar_3d(edge + step, 0.3, 0.7), 1e-4) << cell;
+        EXPECT_NEAR(noise_scalar_3d(edge - step, 0.3, 0.7), noise_scalar_3d(edge + step, 0.3, 0.7), 1e-4)
+            << cell;
         EXPECT_NEAR(noise_scalar_2d(0.2, edge - step), noise_scalar_2d(0.2, edge + step), 1e-4) << cell;
-        EXPECT_NEAR(noise_scalar_4d(32, 0.1, edge - step, 0.6, 0.5), noise_scalar_4d(32, 0.1, edge + step, 0.6, 0.5), 1e-4);
+        EXPECT_NEAR(noise_scalar_4d(32, 0.1, edge - step, 0.6, 0.5),
+                    noise_scalar_4d(32, 0.1, edge + step, 0.6, 0.5), 1e-4);
     }
 }
 
 TEST(ValueNoise, InOneDimensionHasItsPeculiarFirstAndLastCell) {
-    const auto quadratic = [](float p, float c, float n, float t) { return p + c - 2 * t * (p - c) + t * t * (p - 2 * c + n); };
+    const auto quadratic = [](float p, float c, float n, float t) {
+        return p + c - 2 * t * (p - c) + t * t * (p - 2 * c + n);
+    };
     const float* v = NoiseTable;
     EXPECT_NEAR(noise_scalar_1d(0.5 / 32), 0.25f * quadratic(v[0], v[1], v[2], -0.5f), 1e-6);
     EXPECT_NEAR(noise_scalar_1d(5.25 / 32), 0.25f * quadratic(v[4], v[5], v[6], 0.25f), 1e-6);
@@ -118,8 +124,12 @@ TEST(ValueNoise, SlopesAreThoseOfItsSurface) {
         const double y = 0.9 - i * 0.0113;
         const miVector v = noise_vector_2d(x, y);
         EXPECT_NEAR(v.z, noise_scalar_2d(x, y), 1e-5);
-        const double dx = (static_cast<double>(noise_vector_2d(x + h, y).z) - static_cast<double>(noise_vector_2d(x - h, y).z)) / (2 * h * 32);
-        const double dy = (static_cast<double>(noise_vector_2d(x, y + h).z) - static_cast<double>(noise_vector_2d(x, y - h).z)) / (2 * h * 32);
+        const double dx = (static_cast<double>(noise_vector_2d(x + h, y).z) -
+                           static_cast<double>(noise_vector_2d(x - h, y).z)) /
+                          (2 * h * 32);
+        const double dy = (static_cast<double>(noise_vector_2d(x, y + h).z) -
+                           static_cast<double>(noise_vector_2d(x, y - h).z)) /
+                          (2 * h * 32);
         EXPECT_NEAR(v.x, dx, 2e-3);
         EXPECT_NEAR(v.y, dy, 2e-3);
     }
@@ -153,13 +163,14 @@ TEST(GradientNoise, IsBuiltOnceUnderTheLockAndVanishesOnTheLattice) {
         EXPECT_EQ(noise_gradient_3d(f, 3.0f, -f), 0.0f);
         // A straight line through cells has no jumps.
         for (const float edge : {f, f + 0.5f})
-            EXPECT_NEAR(noise_gradient_3d(edge - 1e-4f, 0.3f, 0.7f), noise_gradient_3d(edge + 1e-4f, 0.3f, 0.7f), 1e-3f);
+            EXPECT_NEAR(noise_gradient_3d(edge - 1e-4f, 0.3f, 0.7f),
+                        noise_gradient_3d(edge + 1e-4f, 0.3f, 0.7f), 1e-3f);
         largest = std::max(largest, std::abs(noise_gradient_3d(f + 0.5f, 0.4f * f, 0.3f)));
     }
     EXPECT_GT(largest, 0.1f);
     EXPECT_LT(largest, 1.0f);
     EXPECT_EQ(noise_gradient_3d(2e9f, 0.4f, 0.5f), noise_gradient_3d(0.0f, 0.4f, 0.5f));
-    gradientNoiseTable = nullptr;  // the scripted renderer takes its memory along
+    gradientNoiseTable = nullptr; // the scripted renderer takes its memory along
 }
 
 } // namespace

@@ -20,11 +20,13 @@ struct Entry {
 
 /// An independent ramp in double precision: entries are sorted first, spans found by bisection.
 double expectedValue(std::vector<Entry> entries, double u) {
-    std::stable_sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.position < b.position; });
-    std::vector<Entry> distinct;  // of equal positions the first given
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const Entry& a, const Entry& b) { return a.position < b.position; });
+    std::vector<Entry> distinct; // of equal positions the first given
     for (const Entry& e : entries)
         if (distinct.empty() || distinct.back().position != e.position) distinct.push_back(e);
-    const auto upper = std::find_if(distinct.begin(), distinct.end(), [&](const Entry& e) { return e.position >= u; });
+    const auto upper =
+        std::find_if(distinct.begin(), distinct.end(), [&](const Entry& e) { return e.position >= u; });
     if (upper == distinct.begin()) return distinct.front().value;
     if (upper == distinct.end()) {
         // the span from the last entry to itself
@@ -48,10 +50,10 @@ double expectedValue(std::vector<Entry> entries, double u) {
                (t3 - t2) * d * m1;
     }
     if (l.kind == RAMP_NONE) return l.value;
-    const double w = atEnd                     ? 1.0
-                     : l.kind == RAMP_LINEAR   ? t
-                     : l.kind == RAMP_SMOOTH   ? 0.5 - 0.5 * std::cos(t * std::numbers::pi)
-                                               : 0.0;
+    const double w = atEnd                   ? 1.0
+                     : l.kind == RAMP_LINEAR ? t
+                     : l.kind == RAMP_SMOOTH ? 0.5 - 0.5 * std::cos(t * std::numbers::pi)
+                                             : 0.0;
     return l.value * (1 - w) + h.value * w;
 }
 
@@ -69,12 +71,13 @@ protected:
         Array<RampScalarEntry> array{start, count == -2 ? static_cast<int>(entries.size()) : count, {}};
         for (std::size_t i = 0; i < entries.size(); ++i)
             array.elements[static_cast<std::size_t>(start) + i] = {static_cast<float>(entries[i].position),
-                                                                   static_cast<float>(entries[i].value), entries[i].kind};
+                                                                   static_cast<float>(entries[i].value),
+                                                                   entries[i].kind};
         Ramp ramp{};
         ramp_constructor(&ramp, &renderer.state, &array, 0);
         return ramp;
     }
-    miFunction shader{};  // nothing connected
+    miFunction shader{}; // nothing connected
     ScriptedRenderer renderer;
 };
 
@@ -84,11 +87,13 @@ TEST_F(Ramps, AgreeWithAnIndependentFormulationOverRandomEntries) {
     std::uniform_real_distribution<double> values(-2, 2);
     for (int round = 0; round < 400; ++round) {
         std::vector<Entry> entries;
-        for (int i = counts(random); i > 0; --i) entries.push_back({grid(random) / 16.0, values(random), kinds(random)});
+        for (int i = counts(random); i > 0; --i)
+            entries.push_back({grid(random) / 16.0, values(random), kinds(random)});
         const Ramp ramp = scalarRamp(entries);
         for (int k = -4; k <= 28; ++k) {
             const double u = k / 18.0;
-            ASSERT_NEAR(ramp_get_interp_float(static_cast<float>(u), &ramp), expectedValue(entries, static_cast<float>(u)), 2e-4)
+            ASSERT_NEAR(ramp_get_interp_float(static_cast<float>(u), &ramp),
+                        expectedValue(entries, static_cast<float>(u)), 2e-4)
                 << "round " << round << " u " << u;
         }
     }
@@ -109,7 +114,7 @@ TEST_F(Ramps, ColourChannelsFollowTheScalarCurveAndAlphaIsLeft) {
         EXPECT_EQ(color.a, 0.125f);
     }
     miColor whole{};
-    ramp_get_interp_color(0.25f, &ramp, &whole);  // a spline's end is taken whole
+    ramp_get_interp_color(0.25f, &ramp, &whole); // a spline's end is taken whole
     EXPECT_EQ(whole.a, 0.7f);
     EXPECT_EQ(ramp_get_interp_float(0.5f, &ramp), 0.0f);
 }
@@ -126,7 +131,7 @@ TEST_F(Ramps, ReadAtMostFiftyEntriesAndNegativeCountsAsFifty) {
     EXPECT_EQ(empty.count, 0);
     EXPECT_EQ(ramp_get_interp_float(0.5f, &empty), 0.0f);
     miColor color{1, 1, 1, 1};
-    ramp_get_interp_color(0.5f, &negative, &color);  // a scalar ramp has no colour
+    ramp_get_interp_color(0.5f, &negative, &color); // a scalar ramp has no colour
     EXPECT_EQ(color.r + color.a, 0.0f);
     ramp_constructor(&empty, &renderer.state, nullptr, 1);
     EXPECT_EQ(empty.count, 0);

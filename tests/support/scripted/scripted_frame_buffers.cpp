@@ -20,13 +20,10 @@ std::size_t ScriptedFrameBuffers::bytes(int index) const {
     case miIMG_TYPE_S_FP:
     case miIMG_TYPE_Z:
     case miIMG_TYPE_TAG:
-    case miIMG_TYPE_COVERAGE:
-        return 4;
+    case miIMG_TYPE_COVERAGE: return 4;
     case miIMG_TYPE_N:
-    case miIMG_TYPE_M:
-        return 12;
-    default:
-        return 16;
+    case miIMG_TYPE_M: return 12;
+    default: return 16;
     }
 }
 
