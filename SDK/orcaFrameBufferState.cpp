@@ -160,6 +160,7 @@ miBoolean endSample(miState* state, const miShader_state_arg& argument) {
     PassTypeInfo* types = nullptr;
     FrameBufferInfo* records = nullptr;
     const unsigned count = getFrameBufferInfo(state, types, records);
+    if (count == 0) return miTRUE;
 
     if (state->options->scanline == miSCANLINE_RASTERIZER && state->rast_compose) {
         addToFrameBuffers(state, *types, records, count);
