@@ -4,6 +4,7 @@
 #include "geometry/scene_geometry.h"
 #include "image/framebuffers.h"
 #include "image/textures.h"
+#include "render/gather_settings.h"
 #include "render/placed_light.h"
 #include "scene/database.h"
 #include "scene/messages.h"
@@ -15,6 +16,8 @@
 #include <vector>
 
 namespace orca::render {
+
+class GatherCaches;
 
 /// Everything that stays the same while one picture is rendered. Shared by all threads, const for them.
 class Frame {
@@ -36,6 +39,9 @@ public:
     miMatrix cameraToWorld, worldToCamera;
     miLock globalLock;
     std::uint32_t seed = 0;
+    GatherSettings gather;
+    const GatherCaches* gatherCaches = nullptr; ///< light gathered ahead; null: every sample gathers
+    int gatherSpacing = 0;                      ///< pixels between the points that it was gathered for
 
     /// Where a frame buffer's words lie in a sample, by index: what the path of a sample needs of
     /// image::Buffer.
