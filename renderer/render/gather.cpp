@@ -45,9 +45,10 @@ private:
 };
 
 /// Rays of a gather that only this point uses: a sixteenth as many at each bounce further down, where the
-/// rays from above already spread.
-int raysForOnePoint(int rays, int bounce) {
-    return std::max(1, rays >> std::min(4 * bounce, 30));
+/// rays from above already spread. A point that light gathered ahead has missed takes an eighth: there are
+/// few, each with several samples about it.
+int raysForOnePoint(int rays, int bounce, bool missed) {
+    return std::max(1, rays >> std::min(4 * bounce + (missed ? 3 : 0), 30));
 }
 
 /// Rays of a record, which many points use.
@@ -84,7 +85,7 @@ miRange radiusRange(const RenderContext& context, const miState& state, const mi
         most *= pixel;
         least *= pixel;
     }
-    constexpr float shareOfScene = 0.1f;
+    constexpr float shareOfScene = 0.06f;
     constexpr float shareOfSceneAtBounces = 0.02f;
     const miVector low = frame.geometry.boundsMin();
     const miVector high = frame.geometry.boundsMax();
@@ -121,19 +122,26 @@ miBoolean averageRadiance(miColor& result, miState* state, char face, const miIr
     if (back) mi_vector_neg(&axis);
     // Things in motion are elsewhere when the next sample is taken.
     const bool ahead = frame.gatherCaches && !standsOnMovingThing(context, *state);
-    const float strictness = bounce > 0              ? strictnessOfBounces
-                             : context.gatherHarvest ? strictnessAhead
-                                                     : 1.0f;
-    if (!ahead || !frame.gatherCaches->of(bounce).find(state->point, axis, strictness, result)) {
-        const bool records = ahead && context.gatherHarvest && bounce < GatherCaches::count;
+    const auto found = [&](float strictness) {
+        return frame.gatherCaches->of(bounce).find(state->point, axis, strictness, result);
+    };
+    GatherHarvest* const harvest = ahead && bounce < GatherCaches::count ? context.gatherHarvest : nullptr;
+    bool known = false;
+    if (harvest) {
+        const float strictness = bounce == 0 ? strictnessAhead : strictnessOfBounces;
+        known = found(strictness) || harvest->find(bounce, state->point, axis, strictness, result);
+    } else if (ahead) {
+        known = (bounce == 0 && found(1.0f)) || found(strictnessOfBounces);
+    }
+    if (!known) {
         const GatherScope scope(context, *state);
-        if (records) {
+        if (harvest) {
             const GatherRecord record = gatherRecord(context, state, back, raysForRecord(rays, bounce),
                                                      radiusRange(context, *state, options, bounce));
-            context.gatherHarvest->add(bounce, record);
+            harvest->add(bounce, record);
             result = record.radiance;
         } else {
-            result = gatherRadiance(context, state, back, raysForOnePoint(rays, bounce));
+            result = gatherRadiance(context, state, back, raysForOnePoint(rays, bounce, ahead));
         }
     }
     const miColor& scale = bounce == 0 ? settings.scale : settings.secondaryScale;

@@ -18,22 +18,53 @@ miVector difference(const miVector& a, const miVector& b) {
     return {a.x - b.x, a.y - b.y, a.z - b.z};
 }
 
+constexpr float notAtAll = 1e6f;
+
 float channel(const miColor& c, int i) {
     return (&c.r)[i];
 }
 
-/// How badly a record fits a point: 0 there, 1 at the rim of what it serves.
+/// How badly a record fits a point: 0 there, 1 where it no longer serves.
 float misfit(const GatherRecord& record, const miVector& point, const miVector& normal) {
     const miVector way = difference(point, record.point);
     const float squared = mi_vector_dot(&way, &way);
-    if (squared >= record.radius * record.radius) return 1.0f;
     const float cosine = mi_vector_dot(&normal, &record.normal);
     const float turn = std::sqrt(std::max(0.0f, 1.0f - cosine)) / normalTolerance;
-    if (turn >= 1.0f) return 1.0f;
     const float off = 0.5f * (mi_vector_dot(&way, &normal) + mi_vector_dot(&way, &record.normal));
-    if (std::abs(off) > planeTolerance * record.radius) return 1.0f;
+    if (std::abs(off) > planeTolerance * record.radius) return notAtAll;
     return std::max(std::sqrt(squared) / record.radius, turn);
 }
+
+/// Mean of the records that fit a point, each carried there by its gradients.
+class Blend {
+public:
+    Blend(const miVector& point, const miVector& normal, float strictness)
+        : point_(point), normal_(normal), strictness_(strictness) {}
+
+    void add(const GatherRecord& record) {
+        const float weight = 1.0f - strictness_ * misfit(record, point_, normal_);
+        if (weight <= 0.0f) return;
+        miVector turn;
+        mi_vector_prod(&turn, &record.normal, &normal_);
+        const miVector move = difference(point_, record.point);
+        for (std::size_t c = 0; c < 3; ++c)
+            sum_[c] += weight * std::max(0.0f, channel(record.radiance, static_cast<int>(c)) +
+                                                   mi_vector_dot(&turn, &record.perTurn[c]) +
+                                                   mi_vector_dot(&move, &record.perMove[c]));
+        weights_ += weight;
+    }
+    bool mean(miColor& radiance) const {
+        if (!(weights_ > 0.0f)) return false;
+        radiance = {sum_[0] / weights_, sum_[1] / weights_, sum_[2] / weights_, 1.0f};
+        return true;
+    }
+
+private:
+    miVector point_, normal_;
+    float strictness_;
+    float weights_ = 0.0f;
+    float sum_[3] = {};
+};
 
 } // namespace
 
@@ -58,7 +89,8 @@ void GatherCache::add(const GatherRecord& record) {
 
 void GatherCache::add(Node& node, const miVector& low, const miVector& high, std::uint32_t index, int depth) {
     const GatherRecord& record = records_[index];
-    if (high.x - low.x <= 2.0f * record.radius || depth == deepestNode) {
+    const float r = record.radius / strictnessOfBounces; // as far as it may be asked for
+    if (high.x - low.x <= 2.0f * r || depth == deepestNode) {
         node.records.push_back(index);
         return;
     }
@@ -69,7 +101,6 @@ void GatherCache::add(Node& node, const miVector& low, const miVector& high, std
         const miVector childHigh = {child & 1 ? high.x : middle.x, child & 2 ? high.y : middle.y,
                                     child & 4 ? high.z : middle.z};
         const miVector& p = record.point;
-        const float r = record.radius;
         if (p.x + r < childLow.x || p.x - r > childHigh.x || p.y + r < childLow.y || p.y - r > childHigh.y ||
             p.z + r < childLow.z || p.z - r > childHigh.z)
             continue;
@@ -80,24 +111,11 @@ void GatherCache::add(Node& node, const miVector& low, const miVector& high, std
 
 bool GatherCache::find(const miVector& point, const miVector& normal, float strictness,
                        miColor& radiance) const {
-    float weights = 0.0f;
-    float sum[3] = {};
+    Blend blend(point, normal, strictness);
     miVector low = low_;
     miVector high = high_;
     for (const Node* node = root_.get(); node;) {
-        for (const std::uint32_t index : node->records) {
-            const GatherRecord& record = records_[index];
-            const float weight = 1.0f - strictness * misfit(record, point, normal);
-            if (weight <= 0.0f) continue;
-            miVector turn;
-            mi_vector_prod(&turn, &record.normal, &normal);
-            const miVector move = difference(point, record.point);
-            for (int c = 0; c < 3; ++c)
-                sum[c] += weight * std::max(0.0f, channel(record.radiance, c) +
-                                                      mi_vector_dot(&turn, &record.perTurn[c]) +
-                                                      mi_vector_dot(&move, &record.perMove[c]));
-            weights += weight;
-        }
+        for (const std::uint32_t index : node->records) blend.add(records_[index]);
         const miVector middle = {(low.x + high.x) / 2, (low.y + high.y) / 2, (low.z + high.z) / 2};
         const int child =
             (point.x > middle.x ? 1 : 0) | (point.y > middle.y ? 2 : 0) | (point.z > middle.z ? 4 : 0);
@@ -106,9 +124,15 @@ bool GatherCache::find(const miVector& point, const miVector& normal, float stri
         (child & 4 ? low.z : high.z) = middle.z;
         node = node->children[child].get();
     }
-    if (!(weights > 0.0f)) return false;
-    radiance = {sum[0] / weights, sum[1] / weights, sum[2] / weights, 1.0f};
-    return true;
+    return blend.mean(radiance);
+}
+
+bool GatherHarvest::find(int bounce, const miVector& point, const miVector& normal, float strictness,
+                         miColor& radiance) const {
+    Blend blend(point, normal, strictness);
+    for (const Entry& entry : entries_)
+        if (entry.bounce == bounce) blend.add(entry.record);
+    return blend.mean(radiance);
 }
 
 void GatherCaches::add(const GatherHarvest& harvest) {

@@ -55,6 +55,9 @@ public:
         GatherRecord record;
     };
     void add(int bounce, const GatherRecord& record) { entries_.push_back({bounce, record}); }
+    /// As GatherCache::find, among the few records of this place.
+    [[nodiscard]] bool find(int bounce, const miVector& point, const miVector& normal, float strictness,
+                            miColor& radiance) const;
     [[nodiscard]] const std::vector<Entry>& entries() const noexcept { return entries_; }
 
 private:

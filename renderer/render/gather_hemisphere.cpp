@@ -15,7 +15,7 @@ namespace {
 
 constexpr float pi = std::numbers::pi_v<float>;
 /// How far a record serves, of the mean distance to what it sees.
-constexpr float shareOfDistance = 0.5f;
+constexpr float shareOfDistance = 0.4f;
 constexpr float infinity = std::numeric_limits<float>::infinity();
 
 float channel(const miColor& c, int i) {

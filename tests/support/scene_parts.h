@@ -19,6 +19,9 @@ std::string surface(const std::string& name, const std::string& shader, const st
 std::string card(const std::string& name, const std::string& material, float x, float y, float z, float half,
                  const std::string& instanceStatements = "");
 
+/// A closed box of half sizes (x, y, z) about the origin, and its instance `name`.
+std::string box(const std::string& name, const std::string& material, float x, float y, float z);
+
 /// A light `name` with its instance `name_inst` at (x, y, z).
 std::string pointLight(const std::string& name, const std::string& parameters, float x, float y, float z,
                        const std::string& instanceStatements = "");
