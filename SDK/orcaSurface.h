@@ -92,6 +92,7 @@ public:
         Custom(state, record)(state, record, *result);
 
         writeCompositePasses(writer, in, reflection, *result, in.ambientTerm(composite));
+        vela->surfaceOpacity = WHITE - in.transparency;
         vela->refractionsOn = refraction.on();
         vela->refractedTransparency = refraction.on() && traced ? in.transparency : BLACK;
         return miTRUE;
