@@ -77,12 +77,12 @@ public:
         const miColor reflected = traced ? reflection(state, context) : BLACK;
 
         CompositeInputs parts = lightParts(composite, in, light);
+        const Scatter scatter(state, record, in.reflectance());
         miColor scattered = BLACK;
         if (composite.componentMask & COMPOSITE_SCATTER)
-            parts.scatter = Scatter(state, record)(state, context, scatterCache, scattered);
+            parts.scatter = scatter(state, record, composite.b == 0, scatterCache, scattered);
         if (composite.componentMask & COMPOSITE_INDIRECT)
-            parts.indirect = Indirect(state, record)(state, record, in.reflectance.color(), in.transparency,
-                                                     in.reflectance.diffuse(), in.throughputBoost);
+            parts.indirect = indirectLight(state, record, in, parts.scatter ? scatter.albedo() : BLACK);
         if (composite.componentMask & COMPOSITE_INCANDESCENCE)
             parts.incandescence = Incandescence(state, record)(state, record);
         parts.refraction = &refracted;
@@ -259,6 +259,17 @@ private:
             writer.writeLit(PASS_BEAUTY, beauty);
             writer.writeLit(PASS_BEAUTY_NO_REFLECTION_REFRACTION, beauty);
         }
+    }
+
+    /// Indirect light, sent back diffusely and from below the surface. It varies slowly, so what arrives at
+    /// the point stands in for what enters around it.
+    static miColor indirectLight(miState* state, P* record, const Inputs& in, const miColor& scattered) {
+        const Indirect indirect(state, record);
+        if (!anyAbove(scattered, 0.0f))
+            return indirect(state, record, in.reflectance.color(), in.transparency, in.reflectance.diffuse(),
+                            in.throughputBoost);
+        return indirect(state, record, in.reflectance() + scattered, in.transparency, 1.0f,
+                        in.throughputBoost);
     }
 
     static void writeIrradiance(const Writer& writer, miScalar nDotL) {

@@ -30,5 +30,8 @@ struct SurfaceParameters {
     miColor irradiance;           // connected: the indirect light itself
     miScalar refractionBlur; // radians; half angle of the cone that refracted rays fill, 0 for one sharp ray
     miInteger refractionBlurSamples;
+    miColor scatterColor;  // share of the light entering the surface that leaves it again; black: none enters
+    miColor scatterRadius; // how far it travels below the surface: mean free path, scene units, per channel
+    miInteger scatterSamples;
 };
-static_assert(sizeof(SurfaceParameters) == 44 * 4);
+static_assert(sizeof(SurfaceParameters) == 53 * 4);

@@ -22,3 +22,4 @@ picture translucence 360x202
 picture pass_masks 360x202
 picture shadow_passes 360x202 diffuse diffuseNoShadow shadow
 picture materials_row 960x320
+picture scatter 480x270

@@ -99,7 +99,8 @@ std::vector<Field> surfaceFields() {
             S(refractiveIndex),  S(lightAbsorbance),   S(refractionsOn),    S(diffuse),
             S(ambientColor),     S(incandescence),     S(translucence),     S(translucenceForward),
             S(translucenceWrap), S(shadowTransmitAll), S(refractionLimit),  S(bumpNormal),
-            S(irradianceColor),  S(irradiance),        S(refractionBlur),   S(refractionBlurSamples)};
+            S(irradianceColor),  S(irradiance),        S(refractionBlur),   S(refractionBlurSamples),
+            S(scatterColor),     S(scatterRadius),     S(scatterSamples)};
 #undef S
 }
 
