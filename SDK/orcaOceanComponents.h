@@ -16,6 +16,7 @@
 #include "orcaVector.h"
 
 #include <algorithm>
+#include <cmath>
 
 template <class P>
 struct OceanShaderShaderHelper : SpecularShaderHelper<P> {};
@@ -132,7 +133,7 @@ public:
     }
 
 private:
-    [[nodiscard]] miColor environment(miState* state, const miVector& mirror) const {
+    [[nodiscard]] miColor environment(miState* state, miVector mirror) const {
         Ramp ramp;
         ramp_constructor(&ramp, state, &record_->i_environmentRamp, 1);
         miVector inWorld;
@@ -166,12 +167,16 @@ public:
                         parameterValue(state, record, &P::absorptionColor),
                         parameterValue(state, record, &P::lightAbsorbance),
                         parameterValue(state, record, &P::refractionLimit),
-                        parameterValue(state, record, &P::refractionBlur),
+                        coneOpening(parameterValue(state, record, &P::refractionBlur)),
                         parameterValue(state, record, &P::refractionBlurSamples)};
         return oceanshader_compute_refraction(&transparency, settings, on_ && traced, state, context);
     }
 
 private:
+    static miScalar coneOpening(miScalar halfAngle) {
+        return halfAngle > 0.0f ? 1.0f - std::cos(halfAngle) : 0.0f;
+    }
+
     bool on_;
 };
 
@@ -181,25 +186,27 @@ class OceanShaderScatterComponent {
 public:
     OceanShaderScatterComponent(miState* state, P* record,
                                 const OceanShaderDiffuseMaterialColorComponent<P>& water)
-        : strength_(parameterValue(state, record, &P::scatter)) {
-        if (!gathersLight()) return;
-        color_ = parameterValue(state, record, &P::scatterColor) * water.bareness();
-        softness_ = parameterValue(state, record, &P::scatterSoftness);
-        cutoff_ = parameterValue(state, record, &P::scatterHeight);
-        range_ = parameterValue(state, record, &P::scatterRange);
+        : strength_(parameterValue(state, record, &P::crestScatter)) {
+        if (!present()) return;
+        color_ = withAlpha(parameterValue(state, record, &P::scatterColor) * water.bareness(), 0.0f);
+        softness_ = parameterValue(state, record, &P::crestSoftness);
+        cutoff_ = parameterValue(state, record, &P::crestHeight);
+        range_ = parameterValue(state, record, &P::crestRange);
         height_ = water.waves().height;
     }
 
-    [[nodiscard]] bool gathersLight() const noexcept { return strength_ != 0.0f; }
+    [[nodiscard]] bool present() const noexcept { return strength_ != 0.0f; }
+    /// No share of the indirect light: crests glow with what shines through them.
+    [[nodiscard]] static miColor albedo() noexcept { return BLACK; }
     /// Share of a light sample's colour.
     [[nodiscard]] miColor ofSample(miState* state, const LightSample& sample,
                                    const AreaLightRecord* area) const {
         return color_ * compute_oceanshader_diffuse(state, height_, &sample.direction, sample.nDotL,
                                                     strength_, softness_, cutoff_, range_, area);
     }
-    /// `scattered` comes in as the sum over the lights.
-    [[nodiscard]] const miColor* operator()(miState*, const TraceContext&, void*&, miColor& scattered) const {
-        return gathersLight() ? &scattered : nullptr;
+    /// @param light in: the sum over the light samples
+    [[nodiscard]] const miColor* operator()(miState*, P*, bool, void*&, miColor& light) const {
+        return present() ? &light : nullptr;
     }
 
 private:

@@ -38,11 +38,10 @@ struct OceanWaveParameters {
 struct OceanShadingParameters {
     miBoolean displaced;        // the geometry already follows the waves: normals are made anew, not bent
     miColor foamColor;          // diffuse reflectance of foam, before `diffuse`
-    miColor scatterColor;       // of light that comes through crests
-    miScalar scatter;           // its strength
-    miScalar scatterSoftness;   // 0 to 1: how much of it keeps to the light's direction
-    miScalar scatterHeight;     // world units; wave height from which on light comes through
-    miScalar scatterRange;      // world units; height over which it reaches its strength
+    miScalar crestScatter;      // strength of the light that comes through crests, coloured by `scatterColor`
+    miScalar crestSoftness;     // 0 to 1: how much of it keeps to the light's direction
+    miScalar crestHeight;       // world units; wave height from which on light comes through
+    miScalar crestRange;        // world units; height over which it reaches its strength
     miColor specularColor;      // of highlights
     miScalar specularStrength;  // of highlights
     miScalar eccentricity;      // 0 to 1: width of highlights

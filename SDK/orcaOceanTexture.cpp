@@ -82,7 +82,7 @@ public:
     /// @param dx, dz world units from the point
     [[nodiscard]] miScalar at(miScalar dx, miScalar dz) const {
         const Restored<miVector> point(state_->point);
-        const miVector moved = pointInWorld_ + miVector{dx, 0.0f, dz};
+        miVector moved = pointInWorld_ + miVector{dx, 0.0f, dz};
         mi_point_from_world(state_, &state_->point, &moved);
         if (inObject_) mi_point_to_object(state_, &state_->point, &state_->point);
         return parameterValue(state_, record_, &P::heightInput);

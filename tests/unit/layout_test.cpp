@@ -2,6 +2,7 @@
 #include "orcaFrameBufferRecords.h"
 #include "orcaIrradiance.h"
 #include "orcaLambertMaterial.h"
+#include "orcaOceanParameters.h"
 #include "orcaSpecularMaterials.h"
 #include "orcaVelaDirectionalLight.h"
 #include "orcaVelaPointLight.h"
@@ -116,6 +117,37 @@ std::vector<Field> specularFields(std::vector<Field> own) {
     return fields;
 }
 
+/// A ramp: the fields of its entries follow its own.
+std::vector<Field> rampFields(const char* name, std::size_t offset, const char* value) {
+    const std::size_t valueSize = sizeOf(value);
+    return {{"struct", name, offset},
+            {"scalar", "position", offset},
+            {value, "value", offset + 4},
+            {"integer", "interpolation", offset + 4 + valueSize}};
+}
+
+std::vector<Field> oceanFields() {
+    using P = OceanShaderParameters;
+    std::vector<Field> fields = surfaceFields<P>();
+    const auto append = [&fields](const std::vector<Field>& more) {
+        fields.insert(fields.end(), more.begin(), more.end());
+    };
+#define O(member) FIELD(P, member)
+    append({O(timeValue), O(patternScale), O(windVector), O(driftFactor), O(spreadFactor), O(octaveCount),
+            O(minWavelength), O(maxWavelength)});
+    append(rampFields("heightRamp", offsetof(P, heightRamp), "scalar"));
+    append(rampFields("turbulenceRamp", offsetof(P, turbulenceRamp), "scalar"));
+    append(rampFields("peakingRamp", offsetof(P, peakingRamp), "scalar"));
+    append({O(heightInput), O(foamRate), O(foamCutoff), O(foamBias), O(normalBlur), O(speedScale),
+            O(filterScale), O(displaced), O(foamColor), O(crestScatter), O(crestSoftness), O(crestHeight),
+            O(crestRange), O(specularColor), O(specularStrength), O(eccentricity), O(specularReduction),
+            O(reflectionColor), O(reflectivity)});
+    append(rampFields("environmentRamp", offsetof(P, environmentRamp), "color"));
+    append({O(reflectionLimit), O(reflectionBlur), O(reflectionBlurSamples), O(absorptionColor)});
+#undef O
+    return fields;
+}
+
 struct Layout {
     std::string file, shader;
     std::vector<Field> fields;
@@ -143,6 +175,7 @@ INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
     Layout{"orca.mi", "orcaVelaPhongE",
            specularFields<PhongEParameters>({FIELD(PhongEParameters, roughness), FIELD(PhongEParameters, highlightSize),
                                              FIELD(PhongEParameters, whiteness)})},
+    Layout{"orca.mi", "orcaVelaOceanShader", oceanFields()},
     Layout{"orca.mi", "orcaVelaBlinn",
            specularFields<BlinnParameters>({FIELD(BlinnParameters, eccentricity),
                                             FIELD(BlinnParameters, specularRollOff)})},
