@@ -77,7 +77,7 @@ public:
                                  const OceanShaderDiffuseMaterialColorComponent<P>& water)
         : color_(parameterValue(state, record, &P::specularColor) * water.bareness()),
           strength_(parameterValue(state, record, &P::specularStrength)),
-          eccentricity_(parameterValue(state, record, &P::eccentricity)),
+          eccentricity_(std::max(leastEccentricity, parameterValue(state, record, &P::eccentricity))),
           reduction_(parameterValue(state, record, &P::specularReduction)),
           viewCosine_(std::max(-dot(state->normal, state->dir), VELA_EPS)) {}
     [[nodiscard]] const miColor& materialColor() const noexcept { return color_; }
@@ -90,6 +90,8 @@ public:
     }
 
 private:
+    static constexpr miScalar leastEccentricity = 0.001f; ///< at 0 the distribution is 0 / 0 at its peak
+
     miColor color_;
     miScalar strength_, eccentricity_, reduction_;
     miScalar viewCosine_; ///< a wave's normal may lean away from the viewer
