@@ -28,7 +28,8 @@ ORCA_EXPORT void ocean_prepare(miScalar& patternScale, miScalar& minWavelength, 
 /// Height of a group of 16 waves in random directions, their wavelengths spread evenly in proportion from the
 /// longest to the shortest.
 /// @param seed      first of the table values that the group is made of; it takes 48
-/// @param gradientX slope along x, and along z, of the waves with their heights taken as 1 (per pattern unit);
+/// @param gradientX slope along x, and along z, of the waves with their heights taken as 1 (per pattern
+/// unit);
 ///                  both null when not wanted
 [[nodiscard]] ORCA_EXPORT miScalar ocean_water_turbulence(miScalar x, miScalar z, miScalar time,
                                                           miScalar wavelengthMax, miScalar wavelengthMin,
