@@ -95,13 +95,14 @@ std::string storedAs(const std::string& declared) {
 template <class P>
 std::vector<Field> surfaceFields() {
 #define S(member) FIELD(P, member)
-    return {S(passWriteMode),    S(passWriteFlags),    S(passWriteScale),   S(color),
-            S(transparency),     S(writePasses),       S(compositeScalarA), S(throughputBoost),
-            S(refractiveIndex),  S(lightAbsorbance),   S(refractionsOn),    S(diffuse),
-            S(ambientColor),     S(incandescence),     S(translucence),     S(translucenceForward),
-            S(translucenceWrap), S(shadowTransmitAll), S(refractionLimit),  S(bumpNormal),
-            S(irradianceColor),  S(irradiance),        S(refractionBlur),   S(refractionBlurSamples),
-            S(scatterColor),     S(scatterRadius),     S(scatterSamples)};
+    return {S(passWriteMode),       S(passWriteFlags),    S(passWriteScale),   S(color),
+            S(transparency),        S(writePasses),       S(compositeScalarA), S(throughputBoost),
+            S(refractiveIndex),     S(lightAbsorbance),   S(refractionsOn),    S(diffuse),
+            S(ambientColor),        S(incandescence),     S(translucence),     S(translucenceForward),
+            S(translucenceWrap),    S(shadowTransmitAll), S(refractionLimit),  S(bumpNormal),
+            S(irradianceColor),     S(irradiance),        S(refractionBlur),   S(refractionBlurSamples),
+            S(chromaticAberration), S(surfaceThickness),  S(scatterColor),     S(scatterRadius),
+            S(scatterSamples)};
 #undef S
 }
 
