@@ -2,16 +2,39 @@
 #pragma once
 
 #include "orcaColor.h"
+#include "orcaParameters.h"
 #include "orcaScatter.h"
-#include "orcaTracing.h"
 
-/// No light below the surface.
+/// Light below the surface. What the surface does not send back diffusely enters it; so the share that leaves
+/// again never makes more of the light than there was.
 template <class P>
 class DefaultScatterComponent {
 public:
-    DefaultScatterComponent(miState*, P*) {}
-    /// Light that left the surface after travelling below it; null when the material has none.
-    [[nodiscard]] const miColor* operator()(miState*, const TraceContext&, void*&, miColor&) const {
-        return nullptr;
+    /// @param reflectance the share of light that the surface sends back diffusely
+    DefaultScatterComponent(miState* state, P* record, const miColor& reflectance)
+        : albedo_(parameterValue(state, record, &P::scatterColor)) {
+        if (!present()) return;
+        albedo_ *= WHITE - reflectance;
+        albedo_ = {std::max(0.0f, albedo_.r), std::max(0.0f, albedo_.g), std::max(0.0f, albedo_.b), 0.0f};
     }
+
+    [[nodiscard]] bool present() const noexcept { return anyAbove(albedo_, 0.0f); }
+    /// Share of the arriving light that leaves after travelling below the surface; alpha 0.
+    [[nodiscard]] const miColor& albedo() const noexcept { return albedo_; }
+
+    /// Direct light that left the surface after travelling below it; null when the material has none.
+    /// @param cache the instance's slot for subsurface data
+    [[nodiscard]] const miColor* operator()(miState* state, P* record, bool skipShadows, void*& cache,
+                                            miColor& light) const {
+        if (!present()) return nullptr;
+        ScatterSettings settings;
+        settings.albedo = albedo_;
+        settings.meanFreePath = parameterValue(state, record, &P::scatterRadius);
+        settings.samples = parameterValue(state, record, &P::scatterSamples);
+        settings.skipShadows = static_cast<miBoolean>(skipShadows);
+        return compute_scatter(&light, &settings, state, &cache) ? &light : nullptr;
+    }
+
+private:
+    miColor albedo_;
 };

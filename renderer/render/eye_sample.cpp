@@ -135,7 +135,7 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY,
     context.eyeStart = 0.0f;
     context.skipLeaf = context.skipTriangle = geometry::nothing;
     context.samplePhase = imagePhase;
-    context.sampleMoving = frame.geometry.moves() && frame.options.motion;
+    context.sampleMoving = frame.moves() && frame.options.motion;
     context.inEyeSample = true;
 
     miState& state = context.base;
@@ -145,7 +145,7 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY,
     const float close = frame.options.shutter;
     state.time =
         frame.options.motion && close > open ? open + (close - open) * context.sampler.eye(EyeTime) : open;
-    setEyeRay(frame, state);
+    setEyeRay(context);
 
     miColor color{};
     try {

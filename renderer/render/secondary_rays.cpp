@@ -144,7 +144,13 @@ miBoolean traceProbe(miState* state, const miVector& direction, const miVector& 
     ChildState child(context, state, miRAY_PROBE);
     child->org = origin;
     child->dir = direction;
-    const Ray ray = rayFrom(context, *state, origin, direction, RayClass::Gather);
+    Ray ray = rayFrom(context, *state, origin, direction, RayClass::Gather);
+    const miVector& point = state->point;
+    if (origin.x != point.x || origin.y != point.y || origin.z != point.z) {
+        // A probe from elsewhere may come back to the very surface that the state stands on.
+        ray.origin = origin;
+        ray.skipLeaf = ray.skipTriangle = geometry::nothing;
+    }
     geometry::Hit hit;
     if (!context.frame.geometry.intersect(ray, hit)) {
         setMiss(*child.get());

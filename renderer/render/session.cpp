@@ -148,7 +148,8 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
     result->film = std::make_unique<Film>(buffers, window);
     result->frame().gamma = options.gamma;
-    result->frame().cameraToWorld.assign(frame.cameraToWorld, frame.cameraToWorld + 16);
+    result->frame().cameraToWorld.assign(std::begin(frame.placement.start().toWorld),
+                                         std::end(frame.placement.start().toWorld));
     result->statistics.buildSeconds = secondsSince(buildStart);
 
     const auto renderStart = Clock::now();

@@ -25,8 +25,8 @@ std::string outputOf(const std::string& command) {
 }
 
 /// Last word of every line, which is the symbol's name.
-std::set<std::string> symbols(const std::string& nmOptions) {
-    std::istringstream lines(outputOf("nm -D " + nmOptions + " '" ORCA_LIBRARY "'"));
+std::set<std::string> symbols(const std::string& library, const std::string& nmOptions) {
+    std::istringstream lines(outputOf("nm -D " + nmOptions + " '" + library + "'"));
     std::set<std::string> names;
     for (std::string line; std::getline(lines, line);) names.insert(line.substr(line.find_last_of(' ') + 1));
     return names;
@@ -48,15 +48,21 @@ std::string missing(const std::set<std::string>& from, const std::set<std::strin
 }
 
 TEST(ExportedSymbols, AreTheShadersAndProtocolFunctionsAndNothingElse) {
-    const std::set<std::string> exported = symbols("--defined-only");
+    const std::set<std::string> exported = symbols(ORCA_LIBRARY, "--defined-only");
     const std::set<std::string> listed = listedSymbols();
     ASSERT_FALSE(exported.empty()) << "nm found no symbols in " ORCA_LIBRARY;
     EXPECT_EQ(missing(exported, listed), "") << "listed but not exported";
     EXPECT_EQ(missing(listed, exported), "") << "exported but not listed";
 }
 
+TEST(ExportedSymbols, OfTheBaseLibraryAreItsShaders) {
+    const std::set<std::string> exported = symbols(VELABASE_LIBRARY, "--defined-only");
+    ASSERT_FALSE(exported.empty()) << "nm found no symbols in " VELABASE_LIBRARY;
+    for (const std::string& name : exported) EXPECT_EQ(name.rfind("vela", 0), 0u) << name;
+}
+
 TEST(ExportedSymbols, LeaveOnlyTheRendererAndTheStandardLibrariesOpen) {
-    for (const std::string& name : symbols("--undefined-only")) {
+    for (const std::string& name : symbols(ORCA_LIBRARY, "--undefined-only")) {
         const bool renderer = name.rfind("mi_", 0) == 0;
         const bool standard = name.find("@GLIBC") != std::string::npos ||
                               name.find("@CXXABI") != std::string::npos ||

@@ -5,6 +5,7 @@
 #include "orcaIrradiance.h"
 #include "orcaLambertMaterial.h"
 #include "orcaLayeredShader.h"
+#include "orcaOceanParameters.h"
 #include "orcaShadingMap.h"
 #include "orcaSpecularMaterials.h"
 #include "orcaSurfaceShader.h"
@@ -102,12 +103,14 @@ std::string storedAs(const std::string& declared) {
 template <class P>
 std::vector<Field> surfaceFields() {
 #define S(member) FIELD(P, member)
-    return {S(passWriteMode),    S(passWriteFlags),    S(passWriteScale),   S(color),
-            S(transparency),     S(writePasses),       S(compositeScalarA), S(throughputBoost),
-            S(refractiveIndex),  S(lightAbsorbance),   S(refractionsOn),    S(diffuse),
-            S(ambientColor),     S(incandescence),     S(translucence),     S(translucenceForward),
-            S(translucenceWrap), S(shadowTransmitAll), S(refractionLimit),  S(bumpNormal),
-            S(irradianceColor),  S(irradiance),        S(refractionBlur),   S(refractionBlurSamples)};
+    return {S(passWriteMode),       S(passWriteFlags),    S(passWriteScale),   S(color),
+            S(transparency),        S(writePasses),       S(compositeScalarA), S(throughputBoost),
+            S(refractiveIndex),     S(lightAbsorbance),   S(refractionsOn),    S(diffuse),
+            S(ambientColor),        S(incandescence),     S(translucence),     S(translucenceForward),
+            S(translucenceWrap),    S(shadowTransmitAll), S(refractionLimit),  S(bumpNormal),
+            S(irradianceColor),     S(irradiance),        S(refractionBlur),   S(refractionBlurSamples),
+            S(chromaticAberration), S(surfaceThickness),  S(scatterColor),     S(scatterRadius),
+            S(scatterSamples)};
 #undef S
 }
 
@@ -120,6 +123,37 @@ std::vector<Field> specularFields(std::vector<Field> own) {
     for (const Field& field : {FIELD(P, reflectivity), FIELD(P, reflectedColor), FIELD(P, reflectionLimit),
                                FIELD(P, reflectionBlur), FIELD(P, reflectionBlurSamples)})
         fields.push_back(field);
+    return fields;
+}
+
+/// A ramp: the fields of its entries follow its own.
+std::vector<Field> rampFields(const char* name, std::size_t offset, const char* value) {
+    const std::size_t valueSize = sizeOf(value);
+    return {{"struct", name, offset},
+            {"scalar", "position", offset},
+            {value, "value", offset + 4},
+            {"integer", "interpolation", offset + 4 + valueSize}};
+}
+
+std::vector<Field> oceanFields() {
+    using P = OceanShaderParameters;
+    std::vector<Field> fields = surfaceFields<P>();
+    const auto append = [&fields](const std::vector<Field>& more) {
+        fields.insert(fields.end(), more.begin(), more.end());
+    };
+#define O(member) FIELD(P, member)
+    append({O(timeValue), O(patternScale), O(windVector), O(driftFactor), O(spreadFactor), O(octaveCount),
+            O(minWavelength), O(maxWavelength)});
+    append(rampFields("heightRamp", offsetof(P, heightRamp), "scalar"));
+    append(rampFields("turbulenceRamp", offsetof(P, turbulenceRamp), "scalar"));
+    append(rampFields("peakingRamp", offsetof(P, peakingRamp), "scalar"));
+    append({O(heightInput), O(foamRate), O(foamCutoff), O(foamBias), O(normalBlur), O(speedScale),
+            O(filterScale), O(displaced), O(foamColor), O(crestScatter), O(crestSoftness), O(crestHeight),
+            O(crestRange), O(specularColor), O(specularStrength), O(eccentricity), O(specularReduction),
+            O(reflectionColor), O(reflectivity)});
+    append(rampFields("environmentRamp", offsetof(P, environmentRamp), "color"));
+    append({O(reflectionLimit), O(reflectionBlur), O(reflectionBlurSamples), O(absorptionColor)});
+#undef O
     return fields;
 }
 
@@ -141,11 +175,6 @@ TEST_P(DeclaredLayout, IsTheRecords) {
 #define B(member) FIELD(BaseStateParameters, member)
 #define G(member) FIELD(GatherSettings, member)
 #define E(member) FIELD(ShadingEngineParameters, member)
-#define M(member) FIELD(ShadingMapParameters, member)
-#define U(member) FIELD(UseBackgroundParameters, member)
-#define I(member) FIELD(ImagePlaneParameters, member)
-#define F(member) FIELD(SurfaceShaderParameters, member)
-#define Y(member) FIELD(LayeredShaderParameters, member)
 #define V(member) FIELD(VelaShadowParameters, member)
 // clang-format off
 INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
@@ -155,6 +184,7 @@ INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
     Layout{"orca.mi", "orcaVelaPhongE",
            specularFields<PhongEParameters>({FIELD(PhongEParameters, roughness), FIELD(PhongEParameters, highlightSize),
                                              FIELD(PhongEParameters, whiteness)})},
+    Layout{"orca.mi", "orcaVelaOceanShader", oceanFields()},
     Layout{"orca.mi", "orcaVelaBlinn",
            specularFields<BlinnParameters>({FIELD(BlinnParameters, eccentricity),
                                             FIELD(BlinnParameters, specularRollOff)})},
@@ -173,6 +203,22 @@ INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
     Layout{"orca.mi", "orcaVelaShadingEngine",
            {E(surfaceShader), E(evaluatedScalar), E(mode),
             Field{"color", "extraOutputs", offsetof(ShadingEngineParameters, extraOutputs)}}},
+    Layout{"orca.mi", "orcaGatherSettings",
+           {G(magic), G(kind), Field{"integer", "rays", offsetof(GatherSettings, rays)}, G(maxRadius), G(minRadius),
+            G(view), G(filter)}},
+    Layout{"velabase.mi", "velaBaseState",
+           {B(transparencyThreshold), B(throughputCutoff), B(throughputUpper), B(filterTextures), B(filterBase),
+            B(fixedFilterSize), B(renderMode), B(maxTraceDepth), B(continueRay), B(depthOutput)}}),
+    [](const auto& layout) { return layout.param.shader; });
+// clang-format on
+
+#define M(member) FIELD(ShadingMapParameters, member)
+#define U(member) FIELD(UseBackgroundParameters, member)
+#define I(member) FIELD(ImagePlaneParameters, member)
+#define F(member) FIELD(SurfaceShaderParameters, member)
+#define Y(member) FIELD(LayeredShaderParameters, member)
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(LayersAndBackgrounds, DeclaredLayout, ::testing::Values(
     Layout{"orca.mi", "orcaVelaLayeredShader",
            {Y(passWriteMode), Y(passWriteFlags), Y(passWriteScale), Y(compositingMode),
             Field{"struct", "layers", offsetof(LayeredShaderParameters, layers)},
@@ -195,13 +241,7 @@ INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
            {I(passWriteMode), I(passWriteFlags), I(passWriteScale), I(sourceKind), I(imageTexture), I(imageColor),
             I(displayMode), I(colorGain), I(colorOffset), I(alphaGain), I(reflectionVisible), I(refractionVisible)}},
     Layout{"orca.mi", "orcaImagePlanes",
-           {FIELD(ImagePlanesData, magic), Field{"tag", "planes", offsetof(ImagePlanesData, planes)}}},
-    Layout{"orca.mi", "orcaGatherSettings",
-           {G(magic), G(kind), Field{"integer", "rays", offsetof(GatherSettings, rays)}, G(maxRadius), G(minRadius),
-            G(view), G(filter)}},
-    Layout{"velabase.mi", "velaBaseState",
-           {B(transparencyThreshold), B(throughputCutoff), B(throughputUpper), B(filterTextures), B(filterBase),
-            B(fixedFilterSize), B(renderMode), B(maxTraceDepth), B(continueRay), B(depthOutput)}}),
+           {FIELD(ImagePlanesData, magic), Field{"tag", "planes", offsetof(ImagePlanesData, planes)}}}),
     [](const auto& layout) { return layout.param.shader; });
 // clang-format on
 
