@@ -95,7 +95,8 @@ void reportUnwritten(FrameResult& result, const TileRenderer& tiles, scene::Mess
                     "matches no framebuffer statement");
 }
 
-/// Samples are spread over the shutter as well as over the pixel, so where things move the stricter limit rules.
+/// Samples are spread over the shutter as well as over the pixel, so where things move the stricter limit
+/// rules.
 miColor contrastOf(const miOptions& options, const Frame& frame) {
     if (!options.motion || !frame.moves()) return options.contrast;
     const miColor &space = options.contrast, &time = options.time_contrast;
