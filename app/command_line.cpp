@@ -73,12 +73,16 @@ scene::Level verbosityOf(const std::string& text) {
 std::vector<std::string> passNames(const std::vector<std::string>& lists) {
     std::vector<std::string> names;
     appendSplit(names, lists, ',');
-    if (names == std::vector<std::string>{"all"}) {
-        names.clear();
-        for (const PassDescription& pass : materialPasses()) names.emplace_back(pass.name);
-    }
     std::vector<std::string> unique;
+    const auto add = [&](std::string_view name) {
+        if (std::find(unique.begin(), unique.end(), name) == unique.end()) unique.emplace_back(name);
+    };
     for (const std::string& name : names) {
+        if (name == "all" || name == "utility") {
+            for (const PassDescription& pass : name == "all" ? materialPasses() : utilityPasses())
+                add(pass.name);
+            continue;
+        }
         if (!findPass(name)) {
             const std::string nearest = nearestPassName(name);
             throw CLI::ValidationError(
@@ -86,7 +90,7 @@ std::vector<std::string> passNames(const std::vector<std::string>& lists) {
                 fmt::format("there is no pass \"{}\"{}; --list-passes names them all", name,
                             nearest.empty() ? "" : fmt::format(", did you mean \"{}\"?", nearest)));
         }
-        if (std::find(unique.begin(), unique.end(), name) == unique.end()) unique.push_back(name);
+        add(name);
     }
     return unique;
 }
@@ -134,7 +138,8 @@ void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     const std::string group = "Picture";
     Overrides& overrides = command.overrides;
     app.add_option("--passes", raw.passes,
-                   "layers to make on a scene that sets up none: a list with commas, or all")
+                   "layers to make on a scene that sets up none: a list with commas; all stands for the "
+                   "materials' passes, utility for those of geometry")
         ->group(group)
         ->type_name("LIST");
     app.add_flag("--list-passes", command.listsPasses, "print the passes that there are")->group(group);

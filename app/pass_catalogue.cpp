@@ -70,12 +70,25 @@ constexpr PassDescription material[PASS_TYPE_COUNT] = {
      "the picture without reflections and refractions"},
 };
 
-constexpr PassDescription geometry[] = {
-    {"cameraDepth", -1, "z", 0, "depth along the view, scene units, 0 where nothing is"},
-    {"normalWorld", -1, "n", 0, "shading normal, world space"},
-    {"motionVector3D", -1, "m", 0, "movement of the point over the shutter, world space"},
-    {"label", -1, "tag", 0, "label (tag) of the instance or object"},
-    {"coverage", -1, "coverage", 0, "part of the pixel that anything covers"},
+constexpr PassDescription utility[] = {
+    {"ambientOcclusion", -1, color, 0, "how open a point lies: 1 free, 0 closed in",
+     "orcaPassAmbientOcclusion", ""},
+    {"cameraDepth", -1, "z", 0, "distance from the camera, scene units, 0 where nothing is",
+     "orcaPassCameraDepth", ""},
+    {"coverage", -1, "coverage", 0, "part of the pixel that surfaces cover", "orcaPassCoverage", ""},
+    {"incidenceCameraNormal", -1, scalar, 0, "0 where a surface faces the camera, 1 at its silhouette",
+     "orcaPassIncidenceCameraNormal", ""},
+    {"motionVector2D", -1, "m", 0, "movement in the picture over the shutter, pixels",
+     "orcaPassMotionVector2D", ""},
+    {"motionVector2DNormalized", -1, "m", 0, "the same, 0.5 for no movement, 1 for one picture width",
+     "orcaPassMotionVector2DNormalized", ""},
+    {"motionVector3D", -1, "m", 0, "movement of the point over the shutter, world space",
+     "orcaPassMotionVector3D", ""},
+    {"normalCamera", -1, "n", 0, "shading normal, camera space", "orcaPassNormal", ", \"space\" 1"},
+    {"normalObject", -1, "n", 0, "shading normal, object space, not unit under a scaled instance",
+     "orcaPassNormal", ", \"space\" 2"},
+    {"normalWorld", -1, "n", 0, "shading normal, world space", "orcaPassNormal", ", \"space\" 0"},
+    {"label", -1, "tag", 0, "label (tag) of the instance or object", "", ""},
 };
 
 constexpr bool inTypeOrder() {
@@ -91,12 +104,12 @@ std::span<const PassDescription> materialPasses() {
     return material;
 }
 
-std::span<const PassDescription> geometryPasses() {
-    return geometry;
+std::span<const PassDescription> utilityPasses() {
+    return utility;
 }
 
 const PassDescription* findPass(std::string_view name) {
-    for (const std::span<const PassDescription> passes : {materialPasses(), geometryPasses()}) {
+    for (const std::span<const PassDescription> passes : {materialPasses(), utilityPasses()}) {
         const auto found =
             std::find_if(passes.begin(), passes.end(), [&](const auto& pass) { return pass.name == name; });
         if (found != passes.end()) return &*found;
@@ -107,7 +120,7 @@ const PassDescription* findPass(std::string_view name) {
 std::string nearestPassName(std::string_view name) {
     std::vector<std::string_view> names;
     for (const PassDescription& pass : material) names.push_back(pass.name);
-    for (const PassDescription& pass : geometry) names.push_back(pass.name);
+    for (const PassDescription& pass : utility) names.push_back(pass.name);
     return scene::nearestName(name, names);
 }
 
@@ -115,7 +128,7 @@ std::string passTable() {
     std::string table;
     for (const PassDescription& pass : material)
         table += fmt::format("{:>4}  {:<29} {:<8} {}\n", pass.type, pass.name, pass.datatype, pass.meaning);
-    for (const PassDescription& pass : geometry)
+    for (const PassDescription& pass : utility)
         table += fmt::format("{:>4}  {:<29} {:<8} {}\n", "-", pass.name, pass.datatype, pass.meaning);
     return table;
 }

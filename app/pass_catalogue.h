@@ -9,17 +9,19 @@ namespace orca::app {
 
 /// A layer that `--passes` can ask for.
 struct PassDescription {
-    std::string_view name;     ///< of the layer
-    int type;                  ///< PassTypeID; -1: the renderer itself fills it
-    std::string_view datatype; ///< of its frame buffer
-    unsigned flags;            ///< FrameBufferFlags of its record
-    std::string_view meaning;  ///< one line for people
+    std::string_view name;       ///< of the layer
+    int type;                    ///< PassTypeID; -1: no material pass
+    std::string_view datatype;   ///< of its frame buffer
+    unsigned flags;              ///< FrameBufferFlags of its record
+    std::string_view meaning;    ///< one line for people
+    std::string_view shader{};   ///< utility shader that fills it; without one and a type the renderer does
+    std::string_view settings{}; ///< the shader's parameters beyond its indices, in the scene language
 };
 
 /// The 35 passes that materials write, by type.
 [[nodiscard]] std::span<const PassDescription> materialPasses();
-/// Layers of geometry: depth, normals and the like.
-[[nodiscard]] std::span<const PassDescription> geometryPasses();
+/// Passes of geometry: depth, normals, motion and the like.
+[[nodiscard]] std::span<const PassDescription> utilityPasses();
 /// Null for an unknown name.
 [[nodiscard]] const PassDescription* findPass(std::string_view name);
 /// The name that was most likely meant; empty when none is close.

@@ -18,6 +18,7 @@ constexpr const char* baseStateName = "orca:preset:base";
 constexpr const char* frameBufferStateName = "orca:preset:framebuffers";
 constexpr const char* lensName = "orca:preset:lens";
 constexpr const char* shadowName = "orca:preset:shadow";
+constexpr const char* utilityName = "orca:preset:utility";
 constexpr int everyLevel = 1000; // deeper than any trace depth
 
 bool endsIn(const std::string& file, std::string_view name) {
@@ -44,8 +45,12 @@ std::string recordText(const PassDescription& pass) {
 
 std::string passBlockText(const std::string& blockName, const std::vector<std::string>& passes) {
     std::vector<const PassDescription*> records;
+    std::vector<std::string> utilityNames;
     for (const std::string& name : passes)
-        if (const PassDescription* pass = findPass(name); pass && pass->type >= 0) records.push_back(pass);
+        if (const PassDescription* pass = findPass(name)) {
+            if (pass->type >= 0) records.push_back(pass);
+            if (!pass->shader.empty()) utilityNames.push_back('"' + name + '"');
+        }
     std::sort(records.begin(), records.end(), [](const auto* a, const auto* b) { return a->type < b->type; });
 
     std::array<int, PASS_TYPE_COUNT> counts{};
@@ -56,10 +61,12 @@ std::string passBlockText(const std::string& blockName, const std::vector<std::s
     }
     return fmt::format("data \"{}\" \"orcaFrameBufferData\" (\n"
                        "    \"magic\" {},\n"
+                       "    \"nonMaterialFrameBuffers\" [ {} ],\n"
                        "    \"frameBufferInfo\" [\n{} ],\n"
                        "    \"FrameBufferTypeCounts\" [ {} ] )\n"
                        "end data\n",
-                       blockName, FRAME_BUFFER_DATA_MAGIC, recordTexts, fmt::join(counts, ", "));
+                       blockName, FRAME_BUFFER_DATA_MAGIC, fmt::join(utilityNames, ", "), recordTexts,
+                       fmt::join(counts, ", "));
 }
 
 PassPreset::PassPreset(std::vector<std::string> names, scene::Scene& scene, scene::ParserOptions options,
@@ -85,6 +92,7 @@ bool PassPreset::apply(scene::CameraElement& camera, scene::OptionsElement& opti
     if (prepared_.insert(camera.tag).second && !prepareCamera(camera)) return false;
     if (prepared_.insert(options.tag).second) prepareOptions(options);
     giveShadowsToMaterials();
+    giveUtilityShadersToMaterials();
     return true;
 }
 
@@ -110,7 +118,24 @@ bool PassPreset::defineShaders() {
     text += fmt::format("shader \"{}\" \"orcaFrameBufferState\" ( )\n", frameBufferStateName);
     text += fmt::format("shader \"{}\" \"orcaFrameBufferLens\" ( )\n", lensName);
     text += fmt::format("shader \"{}\" \"orcaVelaFastShadow\" ( )\n", shadowName);
+    text += utilityShadersText();
     return scene_.parseText(std::move(text), "<passes>", options_, callbacks_);
+}
+
+/// The shaders of the utility passes: one list, which becomes the end of every material's.
+std::string PassPreset::utilityShadersText() const {
+    const auto isMaterialPass = [](const std::string& name) { return findPass(name)->type >= 0; };
+    auto bit =
+        std::count_if(names_.begin(), names_.end(), isMaterialPass); // in masks, behind the material passes'
+    int index = 0;
+    std::string list;
+    for (const std::string& name : names_) {
+        const PassDescription& pass = *findPass(name);
+        if (pass.shader.empty()) continue;
+        list += fmt::format("    \"{}\" ( \"passIndex\" {}, \"contributionIndex\" {}{} )\n", pass.shader,
+                            index++, bit++, pass.settings);
+    }
+    return list.empty() ? list : fmt::format("shader \"{}\"\n{}", utilityName, list);
 }
 
 bool PassPreset::prepareCamera(scene::CameraElement& camera) {
@@ -129,7 +154,7 @@ bool PassPreset::prepareCamera(scene::CameraElement& camera) {
         scene::FramebufferDefinition statement;
         statement.name = name;
         statement.datatype = std::string(pass.datatype);
-        if (pass.type >= 0) statement.user = true;
+        statement.user = pass.type >= 0 || !pass.shader.empty();
         buffers.push_back(std::move(statement));
     }
     const std::string blockName = camera.name + ":fbdata:preset";
@@ -187,6 +212,26 @@ void PassPreset::giveShadowsToMaterials() {
                                "passes receive shadows",
                                count, count == 1 ? "" : "s");
     }
+}
+
+void PassPreset::giveUtilityShadersToMaterials() {
+    scene::Database& database = scene_.database();
+    const miTag first = database.named(utilityName);
+    if (first == miNULLTAG) return;
+    for (miTag tag = 1; tag < database.endTag(); ++tag) {
+        auto* material = database.find<scene::MaterialElement>(tag);
+        if (!material || material->material.shader == miNULLTAG) continue;
+        miTag last = material->material.shader;
+        while (last != miNULLTAG && last != first) last = nextOf(last);
+        if (last == first) continue;
+        appended(material->material.shader, first);
+        ++material->revision;
+    }
+}
+
+miTag PassPreset::nextOf(miTag shader) const {
+    const auto* element = scene_.database().find<scene::FunctionElement>(shader);
+    return element ? element->function()->next_function : miNULLTAG;
 }
 
 std::string PassPreset::declarationOf(miTag shader) const {

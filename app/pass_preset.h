@@ -29,6 +29,9 @@ private:
     bool prepareCamera(scene::CameraElement& camera);
     void prepareOptions(scene::OptionsElement& options);
     void giveShadowsToMaterials();
+    void giveUtilityShadersToMaterials();
+    [[nodiscard]] std::string utilityShadersText() const;
+    [[nodiscard]] miTag nextOf(miTag shader) const;
     [[nodiscard]] bool listHolds(miTag list, const std::string& declaration) const;
     miTag appended(miTag list, miTag shader);
     [[nodiscard]] std::string declarationOf(miTag shader) const;

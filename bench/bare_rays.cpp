@@ -108,7 +108,7 @@ BareRays::BareRays(LoadedScene& scene) : implementation_(std::make_unique<Implem
     const render::Frame frame(scene.database(), scene.messages(), scene.runtime(), scene.textures(), placed,
                               buffers, options->options, camera->camera, request.cameraInstance);
     bare.camera = camera->camera;
-    mi_matrix_copy(bare.cameraToWorld, frame.cameraToWorld);
+    mi_matrix_copy(bare.cameraToWorld, frame.placement.start().toWorld);
     for (const miTag tag : placed.lights()) {
         const render::PlacedLight* light = frame.lightOf(tag);
         if (!light) continue;

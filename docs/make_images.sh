@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Renders the pictures of the documents from the example scenes. Needs a build: ./orca build
+# Renders the pictures of the documents from the example scenes. Needs a build (./orca build) and, for contact sheets,
+# the package imagemagick.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 render=$root/build/release/bin/orca-render
@@ -17,6 +18,15 @@ picture() {  # NAME SIZE [LAYER...]: the scene's picture, and single layers as N
     for layer in "$@"; do mv "$scratch/$layer.png" "$images/$name-$layer.png"; done
 }
 
+sheet() {  # NAME SIZE COLUMNS LAYER...: layers of a scene side by side, each with its name below
+    local name=$1 size=$2 columns=$3
+    shift 3
+    "$render" "$root/scenes/$name.mi" --size "$size" -o "$scratch/$name.exr" --files layers --png-layers "$scratch"
+    local labelled=() layer
+    for layer in "$@"; do labelled+=(-label "$layer" "$scratch/$layer.png"); done
+    montage "${labelled[@]}" -tile "${columns}x" -geometry +4+4 -background white "$images/$name.png"
+}
+
 picture lambert_cards 360x202
 picture translucence 360x202
 picture pass_masks 360x202
@@ -24,3 +34,6 @@ picture shadow_passes 360x202 diffuse diffuseNoShadow shadow
 picture materials_row 960x320
 picture scatter 480x270
 picture gather_interior 480x270
+sheet utility_passes 240x135 4 main ambientOcclusion cameraDepth depthRemapped coverage incidenceCameraNormal \
+    normalCamera normalObject normalWorld motionVector2D motionVector2DNormalized motionVector3D
+sheet custom_buffers 300x169 3 main pattern boxMask

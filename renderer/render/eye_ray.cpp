@@ -8,7 +8,10 @@
 
 namespace orca::render {
 
-void setEyeRay(const Frame& frame, miState& state) {
+void setEyeRay(RenderContext& context) {
+    const Frame& frame = context.frame;
+    miState& state = context.base;
+    if (frame.placement.moves()) frame.placement.at(kernelTime(context, state), context.camera);
     const miCamera& camera = frame.camera;
     const miVector onPlane = frame.cameraFromRaster({state.raster_x, state.raster_y, -camera.focal});
     miVector origin{0.0f, 0.0f, 0.0f};
@@ -17,8 +20,8 @@ void setEyeRay(const Frame& frame, miState& state) {
         origin = {onPlane.x, onPlane.y, 0.0f};
         direction = {0.0f, 0.0f, -1.0f};
     }
-    mi_point_transform(&state.org, &origin, frame.cameraToWorld);
-    mi_vector_transform(&state.dir, &direction, frame.cameraToWorld);
+    mi_point_transform(&state.org, &origin, context.camera.toWorld);
+    mi_vector_transform(&state.dir, &direction, context.camera.toWorld);
     mi_vector_normalize(&state.dir);
 }
 
@@ -35,7 +38,7 @@ miBoolean castEyeRay(RenderContext& context, ChildState& child, miColor& result)
 
     // The clipping planes are perpendicular to the view axis.
     miVector inCamera;
-    mi_vector_transform(&inCamera, &child->dir, frame.worldToCamera);
+    mi_vector_transform(&inCamera, &child->dir, context.camera.fromWorld);
     constexpr float shallowest = 1e-6f;
     const float perDistance =
         std::max(-inCamera.z / std::max(mi_vector_norm(&inCamera), shallowest), shallowest);

@@ -5,8 +5,9 @@
 
 namespace orca::render {
 
-/// Sets the state's origin and direction to the eye ray of its raster position, in internal space.
-void setEyeRay(const Frame& frame, miState& state);
+/// Sets the base state's origin and direction to the eye ray of its raster position and time, in internal
+/// space, and the context's camera to where it is then.
+void setEyeRay(RenderContext& context);
 
 /// Casts the child's ray (org, dir) as the eye ray, within the camera's clipping range.
 miBoolean castEyeRay(RenderContext& context, ChildState& child, miColor& result);

@@ -132,7 +132,7 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const Pixel
     context.eyeStart = 0.0f;
     context.skipLeaf = context.skipTriangle = geometry::nothing;
     context.samplePhase = phase;
-    context.sampleMoving = frame.geometry.moves() && frame.options.motion;
+    context.sampleMoving = frame.moves() && frame.options.motion;
     context.inEyeSample = phase == imagePhase;
 
     miState& state = context.base;
@@ -142,7 +142,7 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const Pixel
     const float close = frame.options.shutter;
     state.time =
         frame.options.motion && close > open ? open + (close - open) * context.sampler.eye(EyeTime) : open;
-    setEyeRay(frame, state);
+    setEyeRay(context);
 
     miColor color{};
     try {

@@ -28,12 +28,9 @@ Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages,
       options(renderOptions),
       camera(renderCamera),
       cameraInstance(cameraInstanceTag),
+      placement(database.find<scene::InstanceElement>(cameraInstanceTag)->instance),
       globalLock(nullptr),
       leaves(sceneGeometry.leaves()) {
-    const auto* instance = database.find<scene::InstanceElement>(cameraInstance);
-    mi_matrix_copy(cameraToWorld, instance->instance.tf.local_to_global);
-    mi_matrix_copy(worldToCamera, instance->instance.tf.global_to_local);
-
     for (const image::Buffer& buffer : framebuffers.buffers()) {
         bufferSlots.push_back({buffer.sampleOffset, buffer.components * static_cast<int>(sizeof(float))});
         if (buffer.source != image::MainSource::None)

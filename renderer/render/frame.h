@@ -4,6 +4,7 @@
 #include "geometry/scene_geometry.h"
 #include "image/framebuffers.h"
 #include "image/textures.h"
+#include "render/camera_placement.h"
 #include "render/gather_settings.h"
 #include "render/placed_light.h"
 #include "scene/database.h"
@@ -36,7 +37,7 @@ public:
     const miOptions options;
     const miCamera camera;
     const miTag cameraInstance;
-    miMatrix cameraToWorld, worldToCamera;
+    const CameraPlacement placement;
     miLock globalLock;
     std::uint32_t seed = 0;
     GatherSettings gather;
@@ -56,6 +57,9 @@ public:
     };
     std::vector<MainBuffer> mainBuffers;
     int primaryOffset;
+
+    /// True when anything, the camera included, moves over the shutter.
+    [[nodiscard]] bool moves() const { return geometry.moves() || placement.moves(); }
 
     /// All placed meshes.
     const std::span<const geometry::Leaf> leaves;

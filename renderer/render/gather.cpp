@@ -58,12 +58,12 @@ int raysForRecord(int rays, int bounce) {
 }
 
 /// Width of a pixel at a point, scene units.
-float pixelSize(const Frame& frame, const miVector& point) {
-    const miCamera& camera = frame.camera;
+float pixelSize(const RenderContext& context, const miVector& point) {
+    const miCamera& camera = context.frame.camera;
     const float atFocal = camera.aperture / static_cast<float>(std::max(1, camera.x_resolution));
     if (camera.orthographic) return atFocal;
     miVector inCamera;
-    mi_point_transform(&inCamera, &point, frame.worldToCamera);
+    mi_point_transform(&inCamera, &point, context.camera.fromWorld);
     return atFocal / camera.focal * mi_vector_norm(&inCamera);
 }
 
@@ -80,7 +80,7 @@ miRange radiusRange(const RenderContext& context, const miState& state, const mi
         least = options->finalgather_minradius;
         pixels = options->finalgather_view != 0;
     }
-    const float pixel = pixelSize(frame, state.point);
+    const float pixel = pixelSize(context, state.point);
     if (pixels) {
         most *= pixel;
         least *= pixel;

@@ -9,6 +9,7 @@ RenderContext::RenderContext(const Frame& renderFrame, int threadNumber)
     : CallContext(renderFrame.runtime),
       frame(renderFrame),
       base{},
+      camera(renderFrame.placement.start()),
       sampleWords(static_cast<std::size_t>(renderFrame.framebuffers.wordsPerSample())),
       written(renderFrame.framebuffers.buffers().size()) {
     base.version = miSHADER_INTERFACE_VERSION;

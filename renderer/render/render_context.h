@@ -54,7 +54,8 @@ struct RenderContext : shading::CallContext {
     RenderContext(const Frame& renderFrame, int threadNumber);
 
     const Frame& frame;
-    miState base; ///< the base state; every other state derives from it
+    miState base;       ///< the base state; every other state derives from it
+    CameraSpace camera; ///< at the time of the current eye sample
     Sampler sampler;
     RayCounts counts;
 

@@ -96,6 +96,15 @@ void reportUnwritten(FrameResult& result, const TileRenderer& tiles, scene::Mess
                     "matches no framebuffer statement");
 }
 
+/// Samples are spread over the shutter as well as over the pixel, so where things move the stricter limit
+/// rules.
+miColor contrastOf(const miOptions& options, const Frame& frame) {
+    if (!options.motion || !frame.moves()) return options.contrast;
+    const miColor &space = options.contrast, &time = options.time_contrast;
+    return {std::min(space.r, time.r), std::min(space.g, time.g), std::min(space.b, time.b),
+            std::min(space.a, time.a)};
+}
+
 } // namespace
 
 FrameResult::FrameResult(std::unique_ptr<image::FramebufferSet> framebuffers, const miCamera& camera)
@@ -150,11 +159,12 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
     result->film = std::make_unique<Film>(buffers, window);
     result->frame().gamma = options.gamma;
-    result->frame().cameraToWorld.assign(frame.cameraToWorld, frame.cameraToWorld + 16);
+    result->frame().cameraToWorld.assign(std::begin(frame.placement.start().toWorld),
+                                         std::end(frame.placement.start().toWorld));
     result->statistics.buildSeconds = secondsSince(buildStart);
 
     const auto renderStart = Clock::now();
-    Refinement refinement(window, options.min_samples, options.max_samples, options.contrast);
+    Refinement refinement(window, options.min_samples, options.max_samples, contrastOf(options, frame));
     TileRenderer tiles(frame, *result->film, settings, threads, refinement.passesAtMost());
     bool complete = true;
     GatherCaches gathered(geometry.boundsMin(), geometry.boundsMax());

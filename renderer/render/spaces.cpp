@@ -6,11 +6,12 @@
 namespace orca::render {
 
 const miScalar* spaceMatrix(const miState* state, Space space, Direction direction) {
-    const Frame& frame = renderContextOf(state).frame;
+    const RenderContext& context = renderContextOf(state);
+    const Frame& frame = context.frame;
     const miInstance* instance = nullptr;
     switch (space) {
     case Space::World: return nullptr;
-    case Space::Camera: return direction == Direction::To ? frame.worldToCamera : frame.cameraToWorld;
+    case Space::Camera: return direction == Direction::To ? context.camera.fromWorld : context.camera.toWorld;
     case Space::Object:
         if (const geometry::Leaf* leaf = frame.leafOf(state->instance)) instance = leaf->instanceRecord;
         break;

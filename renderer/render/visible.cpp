@@ -17,7 +17,7 @@ bool isFinite(const miColor& c) {
 /// What the renderer's own buffers take from the first hit of an eye sample.
 void notePrimaryHit(RenderContext& context, const miState& state, miTag shader) {
     miVector inCamera;
-    mi_point_transform(&inCamera, &state.point, context.frame.worldToCamera);
+    mi_point_transform(&inCamera, &state.point, context.camera.fromWorld);
     context.primary = {true, -inCamera.z, state.normal, state.motion, state.label, shader};
 }
 

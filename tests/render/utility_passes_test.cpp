@@ -13,36 +13,6 @@ namespace {
 
 constexpr float floatNoise = 1e-4f; // positions near 10, single precision
 
-struct UtilityPass {
-    std::string buffer, datatype, shader;
-};
-
-/// Adds utility passes to a test scene: their buffers, their names in the data block, and their shaders in
-/// the list of the material "m".
-std::string withPasses(const TestScene& scene, const std::vector<UtilityPass>& passes) {
-    std::string text = scene.text();
-    std::string names, buffers, shaders;
-    for (std::size_t i = 0; i < passes.size(); ++i) {
-        names += fmt::format("{}\"{}\"", i ? ", " : "", passes[i].buffer);
-        buffers +=
-            fmt::format("framebuffer \"{}\" datatype \"{}\" user on\n", passes[i].buffer, passes[i].datatype);
-        const std::string& shader = passes[i].shader;
-        const std::size_t open = shader.find('(');
-        shaders += fmt::format(
-            "\"{}\" ( \"passIndex\" {}, \"contributionIndex\" {} {} )\n", shader.substr(0, open), i, i,
-            open == std::string::npos ? "" : ", " + shader.substr(open + 1, shader.size() - open - 2));
-    }
-    const auto insertAfter = [&](const std::string& anchor, const std::string& addition) {
-        const std::size_t at = text.find(anchor);
-        ASSERT_NE(at, std::string::npos) << anchor;
-        text.insert(at + anchor.size(), addition);
-    };
-    insertAfter("\"magic\" 1178760550,\n", "\"nonMaterialFrameBuffers\" [ " + names + " ],\n");
-    insertAfter("datatype \"rgba_fp\" primary on\n", buffers);
-    insertAfter("\"orcaVelaShadingEngine\" ( \"surfaceShader\" \"m_surface\" )\n", shaders);
-    return text;
-}
-
 TestScene tiltedCard(const std::string& placement) {
     TestScene scene;
     scene.passes = {"beauty"};
@@ -63,14 +33,15 @@ TEST(UtilityPasses, DepthIncidenceAndNormalsOfATiltedPlane) {
     const std::string placement =
         fmt::format("transform {} 0 {} 0  0 1 0 0  {} 0 {} 0  0 0 0 1", 2 * c, s, -2 * s, c);
     const TestScene scene = tiltedCard(placement);
-    const RenderedScene picture(withPasses(scene, {{"depth", "z", "orcaPassCameraDepth"},
-                                                   {"near", "z",
-                                                    "orcaPassCameraDepth(\"remap\" 1, \"nearDepth\" 9, "
-                                                    "\"farDepth\" 11, \"outputMin\" 1, \"outputMax\" 0)"},
-                                                   {"incidence", "s_fp", "orcaPassIncidenceCameraNormal"},
-                                                   {"world", "n", "orcaPassNormal"},
-                                                   {"camera", "n", "orcaPassNormal(\"space\" 1)"},
-                                                   {"object", "n", "orcaPassNormal(\"space\" 2)"}}));
+    const RenderedScene picture(
+        withUtilityPasses(scene, {{"depth", "z", "orcaPassCameraDepth"},
+                                  {"near", "z",
+                                   "orcaPassCameraDepth(\"remap\" 1, \"nearDepth\" 9, "
+                                   "\"farDepth\" 11, \"outputMin\" 1, \"outputMax\" 0)"},
+                                  {"incidence", "s_fp", "orcaPassIncidenceCameraNormal"},
+                                  {"world", "n", "orcaPassNormal"},
+                                  {"camera", "n", "orcaPassNormal(\"space\" 1)"},
+                                  {"object", "n", "orcaPassNormal(\"space\" 2)"}}));
     for (const int px : {5, 8, 10})
         for (const int py : {3, 12}) {
             const float x = (static_cast<float>(px) + 0.5f) / 4.0f - 2.0f;
@@ -94,39 +65,97 @@ TEST(UtilityPasses, DepthIncidenceAndNormalsOfATiltedPlane) {
         }
 }
 
+/// Stretch of a sphere and the camera that looks at it from (3, 0, 10), turned about y.
+struct SphereCase {
+    miVector stretch; ///< negative: mirrored
+    float turn;       ///< radians
+};
+class SphereInAllSpaces : public ::testing::TestWithParam<SphereCase> {};
+
+TEST_P(SphereInAllSpaces, HasTheEllipsoidsDepthAndNormals) {
+    const auto [stretch, turn] = GetParam();
+    const float c = std::cos(turn), s = std::sin(turn);
+    const miVector eye{3, 0, 10};
+    TestScene scene;
+    scene.perspective = true;
+    scene.passes = {"beauty"};
+    // World to camera: moved back, then turned back by the rows of this matrix.
+    scene.camera = fmt::format("transform {} 0 {} 0  0 1 0 0  {} 0 {} 0  {} 0 {} 1", c, s, -s, c,
+                               -eye.x * c + eye.z * s, -eye.x * s - eye.z * c);
+    scene.contents = lambert("m", "\"incandescence\" 1 1 1 1") +
+                     sphere("ball", "m", 128,
+                            fmt::format("transform {} 0 0 0 0 {} 0 0 0 0 {} 0 0 0 0 1", 1 / stretch.x,
+                                        1 / stretch.y, 1 / stretch.z));
+    scene.members = {"ball"};
+    const RenderedScene picture(
+        withUtilityPasses(scene, {{"depth", "z", "orcaPassCameraDepth"},
+                                  {"incidence", "s_fp", "orcaPassIncidenceCameraNormal"},
+                                  {"world", "n", "orcaPassNormal"},
+                                  {"camera", "n", "orcaPassNormal(\"space\" 1)"},
+                                  {"object", "n", "orcaPassNormal(\"space\" 2)"}}));
+    ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+    int seen = 0;
+    for (int py = 0; py < 16; ++py)
+        for (int px = 0; px < 16; ++px) {
+            // The eye ray of the pixel's middle, and where it enters the ellipsoid, in double precision.
+            const double u = (px + 0.5) / 16 * 0.4 - 0.2, v = (py + 0.5) / 16 * 0.4 - 0.2;
+            const double way[3] = {u * c - s, v, -u * s - c};
+            const double from[3] = {eye.x, eye.y, eye.z}, axes[3] = {stretch.x, stretch.y, stretch.z};
+            double a = 0, b = 0, k = -1;
+            for (int i = 0; i < 3; ++i) {
+                a += way[i] * way[i] / (axes[i] * axes[i]);
+                b += way[i] * from[i] / (axes[i] * axes[i]);
+                k += from[i] * from[i] / (axes[i] * axes[i]);
+            }
+            const double root = b * b - a * k;
+            if (root < -0.02 * a) {
+                EXPECT_EQ(picture.pixel("depth", px, py).r, 0.0f) << px << ", " << py;
+            }
+            if (root < 0.02 * a) continue; // beside it, or too close to the silhouette of the polygons
+            ++seen;
+            const double t = (-b - std::sqrt(root)) / a;
+            miVector point, normal, object;
+            for (int i = 0; i < 3; ++i) {
+                (&point.x)[i] = static_cast<float>(from[i] + t * way[i]);
+                (&object.x)[i] = static_cast<float>((from[i] + t * way[i]) / axes[i]);
+                (&normal.x)[i] = static_cast<float>((from[i] + t * way[i]) / (axes[i] * axes[i]));
+            }
+            mi_vector_normalize(&normal);
+            const miVector inCamera{normal.x * c - normal.z * s, normal.y, normal.x * s + normal.z * c};
+            const auto expectNormal = [&](const char* pass, const miVector& expected) {
+                const miColor found = picture.pixel(pass, px, py);
+                miVector n{found.r, found.g, found.b};
+                mi_vector_normalize(&n); // out of a stretched space it is not unit
+                EXPECT_NEAR(n.x, expected.x, 3e-3f) << pass << " " << px << ", " << py;
+                EXPECT_NEAR(n.y, expected.y, 3e-3f) << pass << " " << px << ", " << py;
+                EXPECT_NEAR(n.z, expected.z, 3e-3f) << pass << " " << px << ", " << py;
+            };
+            expectNormal("world", normal);
+            expectNormal("camera", inCamera);
+            expectNormal("object", object);
+            const double length = std::sqrt(way[0] * way[0] + way[1] * way[1] + way[2] * way[2]);
+            EXPECT_NEAR(picture.pixel("depth", px, py).r, t * length, 2e-3f) << px << ", " << py;
+            const double cosine = -(way[0] * normal.x + way[1] * normal.y + way[2] * normal.z) / length;
+            EXPECT_NEAR(picture.pixel("incidence", px, py).r, 1.0 - cosine, 3e-3f) << px << ", " << py;
+        }
+    EXPECT_GT(seen, 20);
+}
+
+INSTANTIATE_TEST_SUITE_P(Placements, SphereInAllSpaces,
+                         ::testing::Values(SphereCase{{1, 1, 1}, 0.2914568f},
+                                           SphereCase{{1.5f, 0.5f, 0.75f}, 0.25f},
+                                           SphereCase{{-1.5f, 1, 0.5f}, 0.35f}));
+
 TEST(UtilityPasses, CoverageOfAnEdgeIsTheShareOfThePixel) {
     TestScene scene = tiltedCard("");
     scene.samples = "4 4";
     scene.extraOptions = "jitter 1";
     scene.contents = lambert("m", "") + card("half", "m", 0.35f, 0, 0, 1); // its left edge is at x = -0.65
     scene.members = {"half"};
-    const RenderedScene picture(withPasses(scene, {{"coverage", "coverage", "orcaPassCoverage"}}));
+    const RenderedScene picture(withUtilityPasses(scene, {{"coverage", "coverage", "orcaPassCoverage"}}));
     EXPECT_NEAR(picture.pixel("coverage", 6, 8).r, 1.0f, floatNoise);
     EXPECT_NEAR(picture.pixel("coverage", 5, 8).r, 0.6f, 0.02f); // the pixel spans -0.75 to -0.5
     EXPECT_EQ(picture.pixel("coverage", 4, 8).r, 0.0f);
-}
-
-TEST(UtilityPasses, MotionVectorsAreTheDisplacementOfTheProjectedPoint) {
-    // Moves 0.5 to the right and 0.25 down, without motion blur of the picture and with it.
-    for (const std::string motion : {"motion off", "motion on shutter 0 1"}) {
-        TestScene scene = tiltedCard("motion transform 1 0 0 0 0 1 0 0 0 0 1 0 -0.5 0.25 0 1");
-        scene.extraOptions = motion;
-        const RenderedScene picture(
-            withPasses(scene, {{"space", "m", "orcaPassMotionVector3D"},
-                               {"pixels", "m", "orcaPassMotionVector2D"},
-                               {"mapped", "m",
-                                "orcaPassMotionVector2DNormalized(\"useResolution\" 0, "
-                                "\"maxDisplacement\" 4, \"writeMagnitude\" 1)"}}));
-        const miColor space = picture.pixel("space", 8, 8);
-        EXPECT_NEAR(space.r, 0.5f, floatNoise) << motion;
-        EXPECT_NEAR(space.g, -0.25f, floatNoise) << motion;
-        EXPECT_NEAR(picture.pixel("pixels", 8, 8).r, 2.0f, 1e-3f) << motion; // 4 pixels a unit
-        EXPECT_NEAR(picture.pixel("pixels", 8, 8).g, -1.0f, 1e-3f) << motion;
-        const miColor mapped = picture.pixel("mapped", 8, 8);
-        EXPECT_NEAR(mapped.r, 0.75f, 1e-3f) << motion;
-        EXPECT_NEAR(mapped.g, 0.375f, 1e-3f) << motion;
-        EXPECT_NEAR(mapped.b, std::hypot(0.75f, 0.375f), 1e-3f) << motion;
-    }
 }
 
 TEST(UtilityPasses, OcclusionInACornerIsTheViewFactorOfTheWall) {
@@ -140,7 +169,8 @@ TEST(UtilityPasses, OcclusionInACornerIsTheViewFactorOfTheWall) {
         "object \"wall\" visible shadow trace group -1 -500 0 -1 500 0 -1 500 2 -1 -500 2\n"
         "v 0 v 1 v 2 v 3 p \"m\" 0 1 2 3 end group end object instance \"wall_inst\" \"wall\" end instance\n";
     scene.members = {"floor", "wall_inst"};
-    const RenderedScene picture(withPasses(scene, {{"occlusion", "rgba_fp", "orcaPassAmbientOcclusion"}}));
+    const RenderedScene picture(
+        withUtilityPasses(scene, {{"occlusion", "rgba_fp", "orcaPassAmbientOcclusion"}}));
     for (const int px : {5, 8, 14}) {
         const float d = (static_cast<float>(px) + 0.5f) / 4.0f - 2.0f + 1.0f;
         const float covered = 0.5f * (1.0f - d / std::sqrt(d * d + 4.0f));
@@ -157,47 +187,13 @@ TEST(UtilityPasses, MasksKeepObjectsOutAndOtherRaysWriteNothing) {
                      card("left", "m", -1, 0, 0, 1, "data \"notFirst\"") + card("right", "m", 1, 0, 0, 1) +
                      card("window", "pane", 1, 1, 1, 0.5f);
     scene.members = {"left", "right", "window"};
-    const RenderedScene picture(
-        withPasses(scene, {{"first", "z", "orcaPassCameraDepth"}, {"second", "z", "orcaPassCameraDepth"}}));
+    const RenderedScene picture(withUtilityPasses(
+        scene, {{"first", "z", "orcaPassCameraDepth"}, {"second", "z", "orcaPassCameraDepth"}}));
     EXPECT_EQ(picture.pixel("first", 4, 8).r, 0.0f);
     EXPECT_GT(picture.pixel("second", 4, 8).r, 9.0f);
     EXPECT_GT(picture.pixel("first", 12, 6).r, 9.0f);
     EXPECT_EQ(picture.pixel("first", 12, 12).r, 0.0f); // seen through the window by a refracted ray only
 }
-
-struct OperationCase {
-    int operation;
-    float expected; // two writes of 0.5 and 0.25 in one network, the first into a black buffer
-};
-class CustomBuffers : public ::testing::TestWithParam<OperationCase> {};
-
-TEST_P(CustomBuffers, TakeWhatANetworkWritesOnTheWay) {
-    const auto [operation, expected] = GetParam();
-    TestScene scene;
-    scene.passes = {"beauty", "custom"};
-    const auto writer = [](const std::string& name, int op, const std::string& value,
-                           const std::string& pass) {
-        return fmt::format(
-            "shader \"{}\" \"orcaVelaWriteToColorBuffer\" ( \"bufferIndex\" 0, \"operation\" {}, \"scale\" "
-            "0.5, \"passThrough\" {}, \"value\" {} 0 0 )\n",
-            name, op, pass, value);
-    };
-    scene.contents =
-        writer("first", 3, "1.0", "0.25 0.5 0.75 1") + writer("second", operation, "0.5", "= \"first\"") +
-        lambert("m", "\"color\" 0 0 0 1, \"incandescence\" = \"second\"") +
-        lambert("pane", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.5 0.5 1, \"refractionsOn\" on") +
-        card("wall", "m", 0, 0, 0, 8) + card("window", "pane", 1, 0, 1, 1);
-    scene.members = {"wall", "window"};
-    const RenderedScene picture(scene.text());
-    EXPECT_NEAR(picture.pixel("main", 2, 8).g, 0.5f, floatNoise); // passed through both
-    EXPECT_NEAR(picture.pixel("custom", 2, 8).r, expected, floatNoise);
-    EXPECT_NEAR(picture.pixel("custom", 12, 8).r, 0.5f * expected, floatNoise); // handed up from level 1
-}
-
-INSTANTIATE_TEST_SUITE_P(Operations, CustomBuffers,
-                         ::testing::Values(OperationCase{0, 0.5f}, OperationCase{1, 0.75f},
-                                           OperationCase{2, 0.125f}, OperationCase{3, 0.25f},
-                                           OperationCase{5, 0.75f}));
 
 } // namespace
 } // namespace orca::test

@@ -177,12 +177,12 @@ std::string TestScene::text() const {
         "camera \"cam\"\nframebuffer \"main\" datatype \"rgba_fp\" primary on\n{}"
         "resolution {} {} aspect {} {} clip 0.001 1000\n"
         "lens \"orcaFrameBufferLens\" ( )\n{}end camera\n{}"
-        "instance \"cam_inst\" \"cam\" transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 -10 1 end instance\n"
+        "instance \"cam_inst\" \"cam\" {} end instance\n"
         "instgroup \"world\" \"cam_inst\"{} end instgroup\n"
         "render \"world\" \"cam_inst\" \"opt\"\n",
         samples, shadow, traceDepth, extraOptions, passes.empty() ? "" : block, buffers, width, height,
         static_cast<float>(width) / static_cast<float>(height), lens,
-        passes.empty() ? "" : "data \"cam:fbdata\"\n", contents, group);
+        passes.empty() ? "" : "data \"cam:fbdata\"\n", contents, camera, group);
 }
 
 } // namespace orca::test

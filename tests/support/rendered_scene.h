@@ -63,6 +63,8 @@ struct TestScene {
     int width = 16, height = 16;
     float viewWidth = 4.0f;   ///< orthographic view, scene units
     bool perspective = false; ///< else 4 / 10 of the distance wide
+    /// Placement of the camera's instance.
+    std::string camera = "transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 -10 1";
     std::string samples = "0 0";
     std::string shadow = "on";
     std::string traceDepth = "2 2 4";

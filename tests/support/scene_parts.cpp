@@ -3,6 +3,9 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
+#include <stdexcept>
+
 namespace orca::test {
 
 namespace {
@@ -47,6 +50,32 @@ std::string box(const std::string& name, const std::string& material, float x, f
     return text + fmt::format("end group end object\ninstance \"{0}\" \"{0}_mesh\" end instance\n", name);
 }
 
+std::string sphere(const std::string& name, const std::string& material, int rings,
+                   const std::string& instanceStatements) {
+    constexpr double pi = 3.14159265358979;
+    std::string points, vertices, polygons;
+    const int columns = 2 * rings;
+    for (int ring = 0; ring <= rings; ++ring)
+        for (int column = 0; column < columns; ++column) {
+            const double theta = pi * ring / rings, phi = 2 * pi * column / columns;
+            points += fmt::format("{:.8f} {:.8f} {:.8f}\n", std::sin(theta) * std::cos(phi), std::cos(theta),
+                                  std::sin(theta) * std::sin(phi));
+            vertices += fmt::format("v {0} n {0} ", ring * columns + column);
+        }
+    for (int ring = 0; ring < rings; ++ring)
+        for (int column = 0; column < columns; ++column) {
+            const int here = ring * columns + column, beside = ring * columns + (column + 1) % columns;
+            // Quadrilaterals at the poles have two corners in one place; triangles take their stead.
+            polygons += fmt::format("p \"{}\" {}", material, here);
+            if (ring > 0) polygons += fmt::format(" {}", beside);
+            if (ring + 1 < rings) polygons += fmt::format(" {}", beside + columns);
+            polygons += fmt::format(" {}\n", here + columns);
+        }
+    return fmt::format("object \"{0}_mesh\" visible shadow trace group\n{1}{2}\n{3}end group end object\n"
+                       "instance \"{0}\" \"{0}_mesh\" {4} end instance\n",
+                       name, points, vertices, polygons, instanceStatements);
+}
+
 std::string pointLight(const std::string& name, const std::string& parameters, float x, float y, float z,
                        const std::string& instanceStatements) {
     return fmt::format("light \"{0}\" \"orcaVelaPointLight\" ( {1} ) origin 0 0 0 end light\n"
@@ -63,6 +92,30 @@ std::string directionalLight(const std::string& name, const std::string& paramet
 
 std::string passMask(const std::string& name, const std::string& digits) {
     return fmt::format("data \"{}\" \"orcaPassMask\" ( \"mask\" \"{}\" ) end data\n", name, digits);
+}
+
+std::string withUtilityPasses(const TestScene& scene, const std::vector<UtilityPass>& passes) {
+    std::string text = scene.text();
+    std::string names, buffers, shaders;
+    for (std::size_t i = 0; i < passes.size(); ++i) {
+        names += fmt::format("{}\"{}\"", i ? ", " : "", passes[i].buffer);
+        buffers +=
+            fmt::format("framebuffer \"{}\" datatype \"{}\" user on\n", passes[i].buffer, passes[i].datatype);
+        const std::string& shader = passes[i].shader;
+        const std::size_t open = shader.find('(');
+        shaders += fmt::format(
+            "\"{}\" ( \"passIndex\" {}, \"contributionIndex\" {} {} )\n", shader.substr(0, open), i, i,
+            open == std::string::npos ? "" : ", " + shader.substr(open + 1, shader.size() - open - 2));
+    }
+    const auto insertAfter = [&](const std::string& anchor, const std::string& addition) {
+        const std::size_t at = text.find(anchor);
+        if (at == std::string::npos) throw std::logic_error("the test scene has no " + anchor);
+        text.insert(at + anchor.size(), addition);
+    };
+    insertAfter("\"magic\" 1178760550,\n", "\"nonMaterialFrameBuffers\" [ " + names + " ],\n");
+    insertAfter("datatype \"rgba_fp\" primary on\n", buffers);
+    insertAfter("\"orcaVelaShadingEngine\" ( \"surfaceShader\" \"m_surface\" )\n", shaders);
+    return text;
 }
 
 } // namespace orca::test

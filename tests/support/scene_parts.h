@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "rendered_scene.h"
+
 #include <string>
+#include <vector>
 
 namespace orca::test {
 
@@ -22,6 +25,11 @@ std::string card(const std::string& name, const std::string& material, float x, 
 /// A closed box of half sizes (x, y, z) about the origin, and its instance `name`.
 std::string box(const std::string& name, const std::string& material, float x, float y, float z);
 
+/// A unit sphere about the origin with vertex normals, `rings` x 2 `rings` quadrilaterals, as the object
+/// `name`_mesh, and its instance `name`.
+std::string sphere(const std::string& name, const std::string& material, int rings,
+                   const std::string& instanceStatements = "");
+
 /// A light `name` with its instance `name_inst` at (x, y, z).
 std::string pointLight(const std::string& name, const std::string& parameters, float x, float y, float z,
                        const std::string& instanceStatements = "");
@@ -31,5 +39,13 @@ std::string directionalLight(const std::string& name, const std::string& paramet
 
 /// Pass-contribution string as a data block.
 std::string passMask(const std::string& name, const std::string& digits);
+
+/// A utility pass: its buffer, the buffer's data type, and its shader with parameters in brackets.
+struct UtilityPass {
+    std::string buffer, datatype, shader;
+};
+/// The text of a test scene with utility passes: their buffers, their names in the data block, and their
+/// shaders in the list of the material "m".
+std::string withUtilityPasses(const TestScene& scene, const std::vector<UtilityPass>& passes);
 
 } // namespace orca::test
