@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <iterator>
 #include <map>
 #include <numeric>
 #include <tuple>
@@ -66,12 +67,12 @@ struct DisplacedMesh::Edge {
 
 DisplacedMesh::DisplacedMesh(Mesh& baseMesh, const Leaf& baseLeaf) : mesh(baseMesh), leaf(baseLeaf) {
     giveNormals();
-    findPlaces();
     materials.assign(mesh.points.size(), miNULLTAG);
     for (std::size_t i = 0; i < mesh.triangles.size(); ++i)
         for (const std::uint32_t v : mesh.triangles[i])
             if (materials[v] == miNULLTAG)
                 materials[v] = materialOf(leaf, mesh, static_cast<std::uint32_t>(i));
+    findPlaces();
 }
 
 /// Corners without a normal become vertices of their own, one for each plane that meets there.
@@ -96,10 +97,15 @@ void DisplacedMesh::giveNormals() {
     }
 }
 
+/// Vertices of no triangle stay alone: they do not move, and must not hold others back.
 void DisplacedMesh::findPlaces() {
     const auto count = static_cast<std::uint32_t>(mesh.points.size());
-    std::vector<std::uint32_t> order(count);
-    std::iota(order.begin(), order.end(), 0u);
+    places_.resize(count);
+    std::iota(places_.begin(), places_.end(), 0u);
+    creases_ = places_;
+    std::vector<std::uint32_t> order;
+    std::copy_if(places_.begin(), places_.end(), std::back_inserter(order),
+                 [&](std::uint32_t v) { return materials[v] != miNULLTAG; });
     const auto placeOf = [&](std::uint32_t v) {
         return std::pair(bitsOf(mesh.points[v]), mesh.deforms() ? bitsOf(mesh.endPoints[v]) : Bits{});
     };
@@ -107,11 +113,9 @@ void DisplacedMesh::findPlaces() {
         return std::tuple(placeOf(a), bitsOf(mesh.normals[a]), a) <
                std::tuple(placeOf(b), bitsOf(mesh.normals[b]), b);
     });
-    places_.resize(count);
-    creases_.resize(count);
-    for (std::uint32_t i = 0; i < count; ++i) {
+    for (std::size_t i = 1; i < order.size(); ++i) {
         const std::uint32_t v = order[i];
-        const bool samePlace = i > 0 && placeOf(order[i - 1]) == placeOf(v);
+        const bool samePlace = placeOf(order[i - 1]) == placeOf(v);
         places_[v] = samePlace ? places_[order[i - 1]] : v;
         creases_[v] = samePlace && bitsOf(mesh.normals[order[i - 1]]) == bitsOf(mesh.normals[v])
                           ? creases_[order[i - 1]]
