@@ -96,6 +96,7 @@ public:
         component<Custom>(state, record, in.reflectance)(state, record, *result);
 
         writeCompositePasses(writer, in, reflection, *result, in.ambientTerm(composite));
+        vela->surfaceOpacity = WHITE - in.transparency;
         vela->refractionsOn = refraction.on();
         vela->refractedTransparency = refraction.on() && traced ? in.transparency : BLACK;
         return miTRUE;

@@ -31,9 +31,11 @@ struct SecondaryRay {
     miColor weight;
     int limit;
     float absorbance; // per scene unit of the ray's length
+    bool surroundings = true;
 };
 
 miColor environmentLight(miState* state, const SecondaryRay& ray, const TraceContext& context) {
+    if (!ray.surroundings) return BLACK;
     miColor light = BLACK;
     miVector direction = ray.direction;
     if (!mi_trace_environment(&light, state, &direction)) return BLACK;
@@ -47,6 +49,11 @@ float transmittance(const miState* state, float absorbance) {
     const miState* const hit = state->child;
     if (absorbance <= 0.0f || !hit || hit->instance == miNULLTAG) return 1.0f;
     return std::exp(-absorbance * static_cast<float>(hit->dist));
+}
+
+/// The state's most recent ray met a surface.
+bool metSurface(const miState* state) {
+    return state->child && state->child->instance != miNULLTAG;
 }
 
 miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext& context) {
@@ -63,7 +70,7 @@ miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext&
     miVector direction = ray.direction;
     const bool found = ray.kind == RayKind::Reflection ? mi_trace_reflection(&light, state, &direction)
                                                        : mi_trace_refraction(&light, state, &direction);
-    if (!found) light = BLACK;
+    if (!found || !(ray.surroundings || metSurface(state))) light = BLACK;
 
     const miColor weight = withAlpha(ray.weight * transmittance(state, ray.absorbance), ray.weight.a);
     light *= weight;
@@ -202,7 +209,11 @@ miColor compute_refraction(miColor* transparency, const RefractionSettings& sett
 miColor compute_reflection(const miColor& reflectivity, const ReflectionSettings& settings, miState* state,
                            const TraceContext& context) {
     if (!anyAbove(reflectivity, 0.0f)) return BLACK;
-    const SecondaryRay ray{RayKind::Reflection, aboveSurface(context.mirror, state->normal_geom),
-                           withAlpha(reflectivity, 1.0f), settings.limit, 0.0f};
+    const SecondaryRay ray{RayKind::Reflection,
+                           aboveSurface(context.mirror, state->normal_geom),
+                           withAlpha(reflectivity, 1.0f),
+                           settings.limit,
+                           0.0f,
+                           settings.surroundings};
     return conedLight(state, ray, settings.blur, settings.blurSamples, context);
 }

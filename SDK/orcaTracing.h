@@ -34,6 +34,7 @@ struct ReflectionSettings {
     miInteger limit; ///< reflection level from which on the environment stands in for the ray
     miScalar blur;   ///< radians, as above
     miInteger blurSamples;
+    bool surroundings = true; ///< false: a ray that meets no surface brings nothing back
 };
 
 /// Refracted direction of a ray by Snell's law; false on total internal reflection.

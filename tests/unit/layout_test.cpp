@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaFrameBufferRecords.h"
+#include "orcaImagePlane.h"
+#include "orcaImagePlanes.h"
 #include "orcaIrradiance.h"
 #include "orcaLambertMaterial.h"
+#include "orcaLayeredShader.h"
 #include "orcaOceanParameters.h"
+#include "orcaShadingMap.h"
 #include "orcaSpecularMaterials.h"
+#include "orcaSurfaceShader.h"
+#include "orcaUseBackground.h"
 #include "orcaVelaDirectionalLight.h"
 #include "orcaVelaPointLight.h"
 #include "orcaVelaShadingEngine.h"
@@ -51,9 +57,9 @@ std::vector<Field> declaredFields(const std::string& file, const std::string& sh
     EXPECT_NE(at, std::string::npos) << shader;
     at = text.find('(', at);
     const std::string list = text.substr(at, text.find("end declare", at) - at);
-    static const std::regex parameter(
-        "(array )?\\s*(boolean|integer|scalar|color|vector|string|shader|lightprofile|struct) "
-        "+\"(\\w+)\"|(\\})");
+    static const std::regex parameter("(array )?\\s*(boolean|integer|scalar|color "
+                                      "texture|color|vector|string|shader|lightprofile|geometry|struct) "
+                                      "+\"(\\w+)\"|(\\})");
     std::vector<Field> fields;
     std::size_t offset = 0;
     for (std::sregex_iterator i(list.begin(), list.end(), parameter), end; i != end; ++i) {
@@ -82,7 +88,9 @@ constexpr const char* typeName<miTag> = "tag";
 /// C++ cannot tell a boolean from an integer, nor one kind of tag from another.
 std::string storedAs(const std::string& declared) {
     if (declared == "boolean") return "integer";
-    if (declared == "shader" || declared == "string" || declared == "lightprofile") return "tag";
+    if (declared == "shader" || declared == "string" || declared == "lightprofile" ||
+        declared == "color texture" || declared == "geometry")
+        return "tag";
     return declared;
 }
 
@@ -201,6 +209,39 @@ INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
     Layout{"velabase.mi", "velaBaseState",
            {B(transparencyThreshold), B(throughputCutoff), B(throughputUpper), B(filterTextures), B(filterBase),
             B(fixedFilterSize), B(renderMode), B(maxTraceDepth), B(continueRay), B(depthOutput)}}),
+    [](const auto& layout) { return layout.param.shader; });
+// clang-format on
+
+#define M(member) FIELD(ShadingMapParameters, member)
+#define U(member) FIELD(UseBackgroundParameters, member)
+#define I(member) FIELD(ImagePlaneParameters, member)
+#define F(member) FIELD(SurfaceShaderParameters, member)
+#define Y(member) FIELD(LayeredShaderParameters, member)
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(LayersAndBackgrounds, DeclaredLayout, ::testing::Values(
+    Layout{"orca.mi", "orcaVelaLayeredShader",
+           {Y(passWriteMode), Y(passWriteFlags), Y(passWriteScale), Y(compositingMode),
+            Field{"struct", "layers", offsetof(LayeredShaderParameters, layers)},
+            Field{"color", "color", offsetof(LayeredShaderParameters, layers[0].color)},
+            Field{"color", "transparency", offsetof(LayeredShaderParameters, layers[0].transparency)},
+            Field{"color", "glowColor", offsetof(LayeredShaderParameters, layers[0].glowColor)},
+            Y(matteMode), Y(matteOpacity)}},
+    Layout{"orca.mi", "orcaVelaSurfaceShader",
+           {F(passWriteMode), F(passWriteFlags), F(passWriteScale), F(color), F(glowColor), F(matteOpacity),
+            F(transparency), F(ambient), F(incandescence), F(irradiance), F(diffuse), F(diffuseUnshadowed), F(specular),
+            F(specularUnshadowed), F(reflection), F(refraction), F(scatter), F(translucence), F(opacity)}},
+    Layout{"orca.mi", "orcaVelaShadingMap",
+           {M(passWriteMode), M(passWriteFlags), M(passWriteScale), M(inputColor), M(inputTransparency), M(matteMode),
+            M(matteOpacity), M(glowColor), M(mapColor), M(uChannel), M(vChannel)}},
+    Layout{"orca.mi", "orcaVelaUseBackground",
+           {U(passWriteMode), U(passWriteFlags), U(passWriteScale), U(specularColor), U(reflectivity),
+            U(reflectionLimit), U(reflectionBlur), U(reflectionBlurSamples), U(shadowMask), U(ambientColor),
+            U(matteMode), U(matteOpacity), U(shadowBuffer)}},
+    Layout{"orca.mi", "orcaVelaImagePlane",
+           {I(passWriteMode), I(passWriteFlags), I(passWriteScale), I(sourceKind), I(imageTexture), I(imageColor),
+            I(displayMode), I(colorGain), I(colorOffset), I(alphaGain), I(reflectionVisible), I(refractionVisible)}},
+    Layout{"orca.mi", "orcaImagePlanes",
+           {FIELD(ImagePlanesData, magic), Field{"tag", "planes", offsetof(ImagePlanesData, planes)}}}),
     [](const auto& layout) { return layout.param.shader; });
 // clang-format on
 
