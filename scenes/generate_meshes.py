@@ -39,6 +39,7 @@ CATALOGUE = {
     "car_body": toys.car_body,
     "car_cabin": toys.car_cabin,
     "wheel": toys.wheel,
+    "mug": toys.mug,
 }
 
 

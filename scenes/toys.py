@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""A toy car in pieces: each function returns a Mesh, y up. The car stands on y = 0 and faces +x."""
+"""A toy car in pieces, and a mug: each function returns a Mesh, y up. The car stands on y = 0 and faces +x."""
 
 import math
 
@@ -47,3 +47,10 @@ def wheel():
     mesh.points = [(x, -z, y) for x, y, z in mesh.points]
     mesh.normals = [(x, -z, y) for x, y, z in mesh.normals]
     return mesh
+
+
+def mug():
+    """Closed outline of a mug of radius and height 1 that stands at the origin."""
+    def profile(t):
+        return (1.0, t / 0.6) if t < 0.6 else ((1.0 - t) / 0.4, 1.0)
+    return revolved(profile, 96, 40)

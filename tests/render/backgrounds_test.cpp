@@ -202,7 +202,8 @@ TEST(UseBackgrounds, HoldShadowAndReflectionApart) {
         for (int x = 0; x < 16; ++x) {
             const std::string where = fmt::format("{} {}", x, y);
             const miColor plate = source(x / 2, y / 2);
-            const miColor factor = picture.pixel("custom", x, y);
+            const miColor taken = picture.pixel("custom", x, y);
+            const miColor factor{1 - taken.r, 1 - taken.g, 1 - taken.b, 1};
             const miColor reflection = picture.pixel("reflection", x, y);
             const bool inShadow =
                 x >= 6 && x < 10 && y >= 6 && y < 10; // the card's place, moved by its height
