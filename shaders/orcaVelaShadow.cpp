@@ -60,7 +60,6 @@ ORCA_EXPORT int orcaVelaShadow_version(void) {
     return 1;
 }
 
-/// light.
 ORCA_EXPORT miBoolean orcaVelaShadow(miColor* result, miState* state, VelaShadowParameters* record,
                                      void* argument) {
     VelabaseState* const vela = velabaseState(state);
