@@ -12,6 +12,7 @@ LightSums& LightSums::operator+=(const LightSums& other) noexcept {
     translucence += other.translucence;
     specular += other.specular;
     specularUnshadowed += other.specularUnshadowed;
+    scattered += other.scattered;
     shadow += other.shadow;
     light += other.light;
     return *this;
@@ -19,7 +20,7 @@ LightSums& LightSums::operator+=(const LightSums& other) noexcept {
 
 LightSums& LightSums::operator*=(miScalar f) noexcept {
     for (miColor* color : {&ambient, &ambientUnshadowed, &diffuse, &diffuseUnshadowed, &translucence,
-                           &specular, &specularUnshadowed})
+                           &specular, &specularUnshadowed, &scattered})
         *color *= f;
     shadow *= f;
     light *= f;

@@ -16,8 +16,9 @@ struct LightSums {
     miColor diffuse = BLACK, diffuseUnshadowed = BLACK; ///< translucence included
     miColor translucence = BLACK;
     miColor specular = BLACK, specularUnshadowed = BLACK;
-    miScalar shadow = 0.0f; ///< luminance of the light that shadows removed
-    miScalar light = 0.0f;  ///< luminance of the unshadowed light
+    miColor scattered = BLACK; ///< of materials whose scatter component looks at single light samples
+    miScalar shadow = 0.0f;    ///< luminance of the light that shadows removed
+    miScalar light = 0.0f;     ///< luminance of the unshadowed light
 
     LightSums& operator+=(const LightSums& other) noexcept;
     LightSums& operator*=(miScalar f) noexcept;

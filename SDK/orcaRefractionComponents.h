@@ -30,6 +30,8 @@ private:
         settings.limit = parameterValue(state, record, &P::refractionLimit);
         settings.blur = parameterValue(state, record, &P::refractionBlur);
         settings.blurSamples = parameterValue(state, record, &P::refractionBlurSamples);
+        settings.chromaticAberration = parameterValue(state, record, &P::chromaticAberration);
+        settings.thickness = parameterValue(state, record, &P::surfaceThickness);
         return settings;
     }
 

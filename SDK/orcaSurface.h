@@ -26,7 +26,11 @@
 #include "orcaVector.h"
 #include "orcaVelaState.h"
 
-/// A material. The components are const objects, made from (state, record) in each shading call.
+#include <type_traits>
+
+/// A material. The components are const objects, made from (state, record) in each shading call, or from
+/// (state, record, material colour) where they take more of the point than the record says: the material
+/// colour comes first, and may bend the state's normal.
 template <class P, class Result, class Helper, class AmbientMaterialColor, class Ambient,
           class DiffuseMaterialColor, class Diffuse, class Specular, class Reflection, class Refraction,
           class Scatter, class Indirect, class Incandescence, class Custom, int = 1>
@@ -57,9 +61,10 @@ public:
         *result = {};
         const Inputs in(state, record);
         const Writer writer{*this, state, passes, in.writePasses};
-        const Specular specular(state, record);
-        const Refraction refraction(state, record);
-        const Reflection reflection(state, record);
+        const auto specular = component<Specular>(state, record, in.reflectance);
+        const auto refraction = component<Refraction>(state, record, in.reflectance);
+        const auto reflection = component<Reflection>(state, record, in.reflectance);
+        const auto scatter = component<Scatter>(state, record, in.reflectance);
 
         writeMaterialColours(writer, in, specular);
         writeNormals(writer);
@@ -67,7 +72,7 @@ public:
         {
             const Restored<miColor> throughput(vela->throughput);
             if (!(composite.componentMask & COMPOSITE_THROUGHPUT)) in.attenuate(vela->throughput);
-            light = gatherLight(state, *vela, passes, composite, writer, in, specular, record);
+            light = gatherLight(state, *vela, passes, composite, writer, in, specular, scatter, record);
         }
 
         const TraceContext context{vela, &passes, in.mirror};
@@ -77,8 +82,7 @@ public:
         const miColor reflected = traced ? reflection(state, context) : BLACK;
 
         CompositeInputs parts = lightParts(composite, in, light);
-        const Scatter scatter(state, record, in.reflectance());
-        miColor scattered = BLACK;
+        miColor scattered = light.scattered;
         if (composite.componentMask & COMPOSITE_SCATTER)
             parts.scatter = scatter(state, record, composite.b == 0, scatterCache, scattered);
         if (composite.componentMask & COMPOSITE_INDIRECT)
@@ -89,9 +93,10 @@ public:
         parts.reflection = reflected;
         bc_composite(&composite, result, &parts);
         bc_destruct(&composite);
-        Custom(state, record)(state, record, *result);
+        component<Custom>(state, record, in.reflectance)(state, record, *result);
 
         writeCompositePasses(writer, in, reflection, *result, in.ambientTerm(composite));
+        vela->surfaceOpacity = WHITE - in.transparency;
         vela->refractionsOn = refraction.on();
         vela->refractedTransparency = refraction.on() && traced ? in.transparency : BLACK;
         return miTRUE;
@@ -100,12 +105,27 @@ public:
 private:
     using Writer = SurfacePassWriter<Material<P, Helper, 1>>;
 
+    template <class Component>
+    static Component component(miState* state, P* record, const DiffuseMaterialColor& reflectance) {
+        if constexpr (std::is_constructible_v<Component, miState*, P*, const DiffuseMaterialColor&>)
+            return Component(state, record, reflectance);
+        else if constexpr (std::is_constructible_v<Component, miState*, P*, miColor>)
+            return Component(state, record, reflectance());
+        else return Component(state, record);
+    }
+
+    /// The material's transmittance, which its colour may know better than the record.
+    static miColor transparencyOf(miState* state, P* record, const DiffuseMaterialColor& reflectance) {
+        if constexpr (requires { reflectance.transparency(); }) return reflectance.transparency();
+        else return parameterValue(state, record, &P::transparency);
+    }
+
     /// The parameters that several steps share.
     struct Inputs {
         Inputs(miState* state, P* record)
             : ambientColor(AmbientMaterialColor(state, record)()),
               reflectance(state, record),
-              transparency(parameterValue(state, record, &P::transparency)),
+              transparency(transparencyOf(state, record, reflectance)),
               translucence(parameterValue(state, record, &P::translucence)),
               writePasses(parameterValue(state, record, &P::writePasses) != 0),
               throughputBoost(parameterValue(state, record, &P::throughputBoost)),
@@ -166,22 +186,23 @@ private:
 
     /// Every light of the hit, and its light from behind when the surface was met from its back.
     LightSums gatherLight(miState* state, VelabaseState& vela, const PassRecords& passes, const bc& composite,
-                          const Writer& writer, const Inputs& in, const Specular& specular, P* record) const {
+                          const Writer& writer, const Inputs& in, const Specular& specular,
+                          const Scatter& scatter, P* record) const {
         int count = 0;
         miTag* lights = nullptr;
         LightSums all;
         if (!mi_instance_lightlist(&count, &lights, state)) return all;
         const Diffuse diffuse(state, record);
         for (int i = 0; i < count; ++i) {
-            all +=
-                lightFrom(lights[i], miFALSE, state, vela, passes, composite, writer, in, specular, diffuse);
+            all += lightFrom(lights[i], miFALSE, state, vela, passes, composite, writer, in, specular,
+                             scatter, diffuse);
             if (!state->inv_normal) continue;
             const Restored<miVector> normal(state->normal);
             const Restored<miVector> geometric(state->normal_geom);
             state->normal = -state->normal;
             state->normal_geom = -state->normal_geom;
-            all +=
-                lightFrom(lights[i], miTRUE, state, vela, passes, composite, writer, in, specular, diffuse);
+            all += lightFrom(lights[i], miTRUE, state, vela, passes, composite, writer, in, specular, scatter,
+                             diffuse);
         }
         return all;
     }
@@ -189,13 +210,14 @@ private:
     /// One light seen from one side; the mean over its samples.
     LightSums lightFrom(miTag light, miBoolean backSide, miState* state, VelabaseState& vela,
                         const PassRecords& passes, const bc& composite, const Writer& writer,
-                        const Inputs& in, const Specular& specular, const Diffuse& diffuse) const {
+                        const Inputs& in, const Specular& specular, const Scatter& scatter,
+                        const Diffuse& diffuse) const {
         LightSums sums;
         LightLoop loop(state, vela, passes, light, backSide, composite.b == 0);
         LightSample sample;
         sample.mirror = in.mirror;
         while (loop.next(sample))
-            shadeSample(sums, sample, state, vela, composite, writer, in, specular, diffuse);
+            shadeSample(sums, sample, state, vela, composite, writer, in, specular, scatter, diffuse);
         loop.end(this->passWriteMode, this->passWriteFlags, this->passWriteScale);
         if (loop.samples() > 1) sums *= 1.0f / static_cast<float>(loop.samples());
         if (loop.samples() > 0) writer.write(PASS_LIGHT_SUM, sums.selected(composite.componentMask));
@@ -206,7 +228,7 @@ private:
 
     static void shadeSample(LightSums& sums, LightSample& sample, miState* state, VelabaseState& vela,
                             const bc& composite, const Writer& writer, const Inputs& in,
-                            const Specular& specular, const Diffuse& diffuse) {
+                            const Specular& specular, const Scatter& scatter, const Diffuse& diffuse) {
         const LightData& data = vela.lightData;
         const miColor& color = in.reflectance.color();
         miColor shaded = BLACK; // what the sample adds to the opaque part of the surface, per light colour
@@ -244,6 +266,10 @@ private:
                 }
             }
             shaded += through + reflected;
+        }
+        if constexpr (requires { scatter.ofSample(state, sample, vela.areaLight); }) {
+            if (data.emitDiffuse && !data.backSide && scatter.present())
+                sums.scattered += scatter.ofSample(state, sample, vela.areaLight) * sample.color;
         }
         miColor highlight = BLACK;
         if constexpr (Specular::present) {

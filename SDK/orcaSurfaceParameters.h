@@ -30,8 +30,11 @@ struct SurfaceParameters {
     miColor irradiance;           // connected: the indirect light itself
     miScalar refractionBlur; // radians; half angle of the cone that refracted rays fill, 0 for one sharp ray
     miInteger refractionBlurSamples;
+    miScalar chromaticAberration; // index of blue less that of red, over (index - 1); 0: all bend alike
+    miScalar
+        surfaceThickness;  // scene units; above 0: the surface is a pane of its own, not the skin of a body
     miColor scatterColor;  // share of the light entering the surface that leaves it again; black: none enters
     miColor scatterRadius; // how far it travels below the surface: mean free path, scene units, per channel
     miInteger scatterSamples;
 };
-static_assert(sizeof(SurfaceParameters) == 53 * 4);
+static_assert(sizeof(SurfaceParameters) == 55 * 4);

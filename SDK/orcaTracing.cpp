@@ -31,9 +31,11 @@ struct SecondaryRay {
     miColor weight;
     int limit;
     float absorbance; // per scene unit of the ray's length
+    bool surroundings = true;
 };
 
 miColor environmentLight(miState* state, const SecondaryRay& ray, const TraceContext& context) {
+    if (!ray.surroundings) return BLACK;
     miColor light = BLACK;
     miVector direction = ray.direction;
     if (!mi_trace_environment(&light, state, &direction)) return BLACK;
@@ -47,6 +49,11 @@ float transmittance(const miState* state, float absorbance) {
     const miState* const hit = state->child;
     if (absorbance <= 0.0f || !hit || hit->instance == miNULLTAG) return 1.0f;
     return std::exp(-absorbance * static_cast<float>(hit->dist));
+}
+
+/// The state's most recent ray met a surface.
+bool metSurface(const miState* state) {
+    return state->child && state->child->instance != miNULLTAG;
 }
 
 miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext& context) {
@@ -63,7 +70,7 @@ miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext&
     miVector direction = ray.direction;
     const bool found = ray.kind == RayKind::Reflection ? mi_trace_reflection(&light, state, &direction)
                                                        : mi_trace_refraction(&light, state, &direction);
-    if (!found) light = BLACK;
+    if (!found || !(ray.surroundings || metSurface(state))) light = BLACK;
 
     const miColor weight = withAlpha(ray.weight * transmittance(state, ray.absorbance), ray.weight.a);
     light *= weight;
@@ -115,6 +122,37 @@ miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int sample
     return light;
 }
 
+/// Light of one refractive index through the skin of a body, times `passing`.
+miColor refractedLight(miState* state, const miColor& passing, float index,
+                       const RefractionSettings& settings, const TraceContext& context) {
+    const bool leaving = state->inv_normal != 0;
+    SecondaryRay ray{RayKind::Refraction, {}, passing, settings.limit, leaving ? 0.0f : settings.absorbance};
+    if (!refractedDirection(ray.direction, state->dir, state->normal, leaving ? index : 1.0f / index)) {
+        // The reflected ray stays inside.
+        ray.kind = RayKind::Reflection;
+        ray.direction = aboveSurface(context.mirror, state->normal_geom);
+        ray.absorbance = leaving ? settings.absorbance : 0.0f;
+        return tracedLight(state, ray, context);
+    }
+    return conedLight(state, ray, settings.blur, settings.blurSamples, context);
+}
+
+/// Light through a pane: its two faces are parallel, so the ray goes on as it came, from where it leaves the
+/// pane.
+miColor paneLight(miState* state, const miColor& passing, float index, const RefractionSettings& settings,
+                  const TraceContext& context) {
+    miVector inside;
+    if (!refractedDirection(inside, state->dir, state->normal, 1.0f / index)) inside = state->dir;
+    const float cosine = std::max(surfaceClearance, -dot(inside, state->normal));
+    const float length = settings.thickness / cosine;
+    const miColor weight =
+        withAlpha(passing * std::exp(-std::max(0.0f, settings.absorbance) * length), passing.a);
+    const Restored<miVector> point(state->point);
+    state->point = state->point + inside * length;
+    const SecondaryRay ray{RayKind::Refraction, state->dir, weight, settings.limit, 0.0f};
+    return conedLight(state, ray, settings.blur, settings.blurSamples, context);
+}
+
 } // namespace
 
 bool refractedDirection(miVector& result, const miVector& incoming, const miVector& n, miScalar eta) {
@@ -150,22 +188,32 @@ miColor compute_refraction(miColor* transparency, const RefractionSettings& sett
     *transparency = BLACK;
 
     const float index = settings.refractiveIndex > 0.0f ? settings.refractiveIndex : 1.0f;
-    const bool leaving = state->inv_normal != 0;
-    SecondaryRay ray{RayKind::Refraction, {}, passing, settings.limit, leaving ? 0.0f : settings.absorbance};
-    if (!refractedDirection(ray.direction, state->dir, state->normal, leaving ? index : 1.0f / index)) {
-        // The reflected ray stays inside.
-        ray.kind = RayKind::Reflection;
-        ray.direction = aboveSurface(context.mirror, state->normal_geom);
-        ray.absorbance = leaving ? settings.absorbance : 0.0f;
-        return tracedLight(state, ray, context);
-    }
-    return conedLight(state, ray, settings.blur, settings.blurSamples, context);
+    if (settings.thickness > 0.0f) return paneLight(state, passing, index, settings, context);
+    if (settings.chromaticAberration == 0.0f) return refractedLight(state, passing, index, settings, context);
+
+    // A ray for each primary colour that the path still carries: once split, a path does not split again.
+    miColor light = BLACK;
+    const miColor carried = passing * context.vela->throughput;
+    const float halfSpread = 0.5f * settings.chromaticAberration * (index - 1.0f);
+    const miColor primaries[] = {
+        {passing.r, 0.0f, 0.0f, 1.0f}, {0.0f, passing.g, 0.0f, 1.0f}, {0.0f, 0.0f, passing.b, 1.0f}};
+    const float shares[] = {carried.r, carried.g, carried.b};
+    for (int i = 0; i < 3; ++i)
+        if (shares[i] > 0.0f)
+            light += refractedLight(state, primaries[i],
+                                    std::max(0.01f, index + static_cast<float>(i - 1) * halfSpread), settings,
+                                    context);
+    return light;
 }
 
 miColor compute_reflection(const miColor& reflectivity, const ReflectionSettings& settings, miState* state,
                            const TraceContext& context) {
     if (!anyAbove(reflectivity, 0.0f)) return BLACK;
-    const SecondaryRay ray{RayKind::Reflection, aboveSurface(context.mirror, state->normal_geom),
-                           withAlpha(reflectivity, 1.0f), settings.limit, 0.0f};
+    const SecondaryRay ray{RayKind::Reflection,
+                           aboveSurface(context.mirror, state->normal_geom),
+                           withAlpha(reflectivity, 1.0f),
+                           settings.limit,
+                           0.0f,
+                           settings.surroundings};
     return conedLight(state, ray, settings.blur, settings.blurSamples, context);
 }

@@ -22,12 +22,19 @@ struct RefractionSettings {
     miInteger limit;          ///< refraction level from which on the environment stands in for the ray
     miScalar blur;            ///< radians, half angle of the cone of directions; 0: one sharp ray
     miInteger blurSamples;    ///< rays at level 0, fewer further down; below 2: one sharp ray
+    /// Index of blue less that of red, over (index - 1): the reciprocal of the glass's Abbe number. 0: one
+    /// ray.
+    miScalar chromaticAberration = 0.0f;
+    /// Scene units. Above 0: light crosses a pane of this thickness and leaves it as it came, a little to the
+    /// side.
+    miScalar thickness = 0.0f;
 };
 
 struct ReflectionSettings {
     miInteger limit; ///< reflection level from which on the environment stands in for the ray
     miScalar blur;   ///< radians, as above
     miInteger blurSamples;
+    bool surroundings = true; ///< false: a ray that meets no surface brings nothing back
 };
 
 /// Refracted direction of a ray by Snell's law; false on total internal reflection.

@@ -43,6 +43,13 @@ struct FilterSizes {
     miVector texture; ///< texture space
 };
 
+/// What the image planes on the way of a sample have covered.
+struct ImagePlaneSums {
+    miColor coverage;     ///< of the planes met so far
+    miColor transmission; ///< share of the sample that still sees what lies beyond them
+    miColor openness;     ///< red: 0 once a plane lets nothing through; the other channels are unused
+};
+
 /// One per rendering thread. "Owner" is who writes a field; everyone may read it.
 struct VelabaseState {
     // Limits and tuning. Owner: the base state shader, from its parameters.
@@ -56,9 +63,10 @@ struct VelabaseState {
     miScalar filterBase;            ///< angle of one pixel, radians
     miBoolean continueRay;          ///< transparent hits continue the same ray instead of a transparency ray
     miBoolean depthOutput;          ///< pass-through hits leave their depth on depthStack
-    miBoolean raster;               ///< the sample comes from the first-hit algorithm
-    miVector depthPlaneNormal;      ///< unit, internal space
-    miScalar depthPlaneOffset;      ///< depth = point . normal + offset, scene units
+    miBoolean keepEvaluations; ///< connected shaders keep their results when a texture coordinate changes
+    miBoolean raster;          ///< the sample comes from the first-hit algorithm
+    miVector depthPlaneNormal; ///< unit, internal space
+    miScalar depthPlaneOffset; ///< depth = point . normal + offset, scene units
 
     // The path. Owner: the materials and the shading engine, restored when a call returns.
     miColor throughput;      ///< what the current point still contributes to the sample
@@ -67,6 +75,11 @@ struct VelabaseState {
     miBoolean refractionsOn; ///< left by the last material: its transparency was traced as refraction
     miColor
         refractedTransparency; ///< left by the last material: the transparency that it traced as refraction
+    miColor surfaceOpacity; ///< left by the last material: weight of its diffuse, ambient and indirect light
+    miColor layerTransmission; ///< of the layers and transparent hits through which the current one is seen
+    const miState* engineHit;  ///< the hit whose pass values the shading engine hands up; null outside of it
+    const miState* plateState; ///< the hit from which a stand-in for part of the background is casting a ray;
+                               ///< what that ray meets of other stand-ins is in the background already
     miUint surfacesShaded;     ///< counts hits whose pass values were handed up, so that a tracer can tell
                                ///< whether its ray met one
 
@@ -77,6 +90,7 @@ struct VelabaseState {
     miColor transparencyAccum;       ///< pass-through hits: transparency of the result
     miColor transparencyAccumBehind; ///< pass-through hits: cleared
     VelaStack depthStack;            ///< of DepthStackEntry
+    ImagePlaneSums imagePlanes;      ///< Owner: the image planes
 
     // The light being sampled. Owner: the materials reset it, the lights fill it.
     LightData lightData;
@@ -87,6 +101,11 @@ struct VelabaseState {
     miScalar shadowSum; ///< luminance of the light that shadows removed, of the current light
     miScalar lightSum;  ///< luminance of the unshadowed light, of the current light
 };
+
+/// Transmission below which what lies beyond a stack of layers is not looked at.
+[[nodiscard]] inline miScalar hiddenBelow(const VelabaseState& vela) noexcept {
+    return 1.0f - vela.transparencyThreshold;
+}
 
 /// The state's per-thread record; null when no base state shader made one.
 [[nodiscard]] inline VelabaseState* velabaseState(miState* state) {

@@ -5,8 +5,8 @@
 #include "orcaExport.h"
 #include "orcaFilterSize.h"
 #include "orcaGuards.h"
+#include "orcaLevelSlots.h"
 #include "orcaParameters.h"
-#include "orcaPassMask.h"
 #include "orcaPassRecords.h"
 #include "orcaRenderPassUtilities.h"
 #include "orcaSurfaceShaderReturnType.h"
@@ -26,31 +26,6 @@ using P = ShadingEngineParameters;
 constexpr miTag noShader = 0xFFFFFFFFu;
 constexpr float visibleTransmission = 0.004f; // below the step of an 8-bit picture
 constexpr int longestChain = 256;             // states; beyond, transparency ends
-
-// --- the level's slots
-// -------------------------------------------------------------------------------------------------
-
-/// True when a record takes an object that its pass mask excludes, because of how the ray came to see it.
-bool admitsExcluded(const FrameBufferInfo& record, const miState* state) {
-    if (traceLevel(state) == 0) return false;
-    unsigned needed = 0;
-    if (state->reflection_level > 0) needed |= FB_SEEN_IN_REFLECTION;
-    if (state->refraction_level > 0) needed |= FB_SEEN_IN_REFRACTION;
-    return needed != 0 && (record.flags & needed) == needed;
-}
-
-void prepareSlots(const miState* state, const PassRecords& passes) {
-    if (!passes) return;
-    const PassMask mask(state->instance);
-    for (unsigned i = 0; i < passes.count; ++i) {
-        FrameBufferInfo& record = passes.records[i];
-        TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
-        slot.levelResult = BLACK;
-        slot.levelMode = boundedLevelMode(record, state->reflection_level, state->refraction_level);
-        if (!mask.admits(i) && !admitsExcluded(record, state))
-            slot.levelMode |= TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
-    }
-}
 
 // --- the surface
 // -------------------------------------------------------------------------------------------------------
@@ -95,12 +70,6 @@ bool inTransparency(const PassRecords& passes) {
 // --- hand-over
 // ---------------------------------------------------------------------------------------------------------
 
-template <class Function>
-void forRecords(const PassRecords& passes, PassTypeID type, const Function& function) {
-    const PassTypeRun& run = (*passes.types)[type];
-    for (int i = run.first; i < run.first + run.count; ++i) function(passes.records[i]);
-}
-
 /// Opacity and matte are what the engine itself knows of the hit the camera sees.
 void writeCoverage(const miState* state, const PassRecords& passes, const SurfaceShaderReturnType& surface) {
     if (traceLevel(state) != 0) return;
@@ -114,36 +83,6 @@ void writeCoverage(const miState* state, const PassRecords& passes, const Surfac
     };
     add(PASS_OPACITY, WHITE - surface.transparency);
     add(PASS_MATTE, surface.matteOpacity);
-}
-
-/// Hands the level's results up, front to back: each layer is seen through those before it. What the surface
-/// traced as refraction counts as transparent for the records that want to be weighted by opacity, though
-/// nothing is left for the renderer to see through.
-void handUp(const miState* state, const PassRecords& passes, const SurfaceShaderReturnType& surface,
-            const miColor& refracted) {
-    const miColor opacity = WHITE - surface.transparency;
-    for (unsigned i = 0; i < passes.count; ++i) {
-        FrameBufferInfo& record = passes.records[i];
-        TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
-        const miColor weight = record.flags & FB_WEIGHT_BY_OPACITY ? opacity - refracted : WHITE;
-        const miColor uncovered = WHITE - slot.levelAux;
-        slot.childResult += weight * uncovered * slot.levelResult;
-        record.lightColor = slot.levelAux;
-        slot.levelAux += uncovered * opacity;
-    }
-}
-
-/// What a transparency ray found that hands up nothing itself is the background of the picture, as for the
-/// eye's ray.
-void handUpBackground(const miState* state, const PassRecords& passes, const miColor& background) {
-    if (!passes) return;
-    for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION}) {
-        forRecords(passes, type, [&](FrameBufferInfo& record) {
-            TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
-            if (!(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED))
-                slot.childResult += (WHITE - slot.levelAux) * background;
-        });
-    }
 }
 
 // --- the picture
@@ -181,6 +120,7 @@ bool chainIsFull(const miState* state) {
 
 void noteLayer(VelabaseState& vela, const miColor& color, const miColor& transmission) {
     vela.throughput *= transmission;
+    vela.layerTransmission *= transmission;
     vela.transparencySum += transmission * color;
     vela.opacitySum += WHITE - transmission;
     ++vela.transparencyCount;
@@ -218,6 +158,7 @@ void continueThrough(miColor& color, miState* state, VelabaseState& vela, const 
 
     const Restored<int> level(state->refraction_level);
     const Restored<miColor> throughput(vela.throughput);
+    const Restored<miColor> layers(vela.layerTransmission);
     const TransparencyMark mark(passes, fullyTransparent);
     if (visible) noteLayer(vela, color, transmission);
 
@@ -279,6 +220,8 @@ ORCA_EXPORT miBoolean orcaVelaShadingEngine(miColor* result, miState* state,
     SurfaceResult buffer(state, shader);
     SurfaceShaderReturnType& surface = buffer.get();
     vela->refractedTransparency = BLACK;
+    const Restored<const miState*> engineHit(vela->engineHit);
+    vela->engineHit = state;
     if (!inTransparency(passes))
         mi_call_shader_x(reinterpret_cast<miColor*>(&surface), miSHADER_MATERIAL, state, shader, nullptr);
     const miColor refracted = vela->refractedTransparency;
@@ -288,7 +231,7 @@ ORCA_EXPORT miBoolean orcaVelaShadingEngine(miColor* result, miState* state,
     *result = seen.color;
     if (passes) {
         writeCoverage(state, passes, surface);
-        handUp(state, passes, surface, refracted);
+        handUp(state, passes, WHITE - surface.transparency, refracted);
     }
     ++vela->surfacesShaded;
     if (seen.continues) continueThrough(*result, state, *vela, passes, surface.transparency);

@@ -40,6 +40,7 @@ miBoolean create(miState* state, P* record) {
     vela.raster = state->options->scanline != 0;
     if (vela.filterBase <= 0.0f && state->camera) vela.filterBase = pixelAngle(*state->camera);
     vela.throughput = WHITE;
+    vela.layerTransmission = WHITE;
     vela.lightData = defaultLightDataArray;
     stack_create(state, &vela.depthStack, sizeof(DepthStackEntry));
     return mi_shaderstate_set(state, VELABASE_STATE_KEY, &vela, sizeof(vela), VELA_STATE_LIFETIME);
@@ -71,6 +72,11 @@ miBoolean beginSample(miState* state) {
     vela->flags = 0;
     vela->refractionsOn = miFALSE;
     vela->refractedTransparency = BLACK;
+    vela->surfaceOpacity = WHITE;
+    vela->layerTransmission = WHITE;
+    vela->engineHit = nullptr;
+    vela->plateState = nullptr;
+    vela->imagePlanes = {BLACK, WHITE, WHITE};
     vela->transparencySum = BLACK;
     vela->opacitySum = BLACK;
     vela->transparencyCount = 0;

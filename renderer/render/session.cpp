@@ -2,6 +2,7 @@
 #include "render/session.h"
 
 #include "geometry/scene_geometry.h"
+#include "render/displacement_calls.h"
 #include "render/frame.h"
 #include "render/refinement.h"
 #include "render/tile_renderer.h"
@@ -95,6 +96,15 @@ void reportUnwritten(FrameResult& result, const TileRenderer& tiles, scene::Mess
                     "matches no framebuffer statement");
 }
 
+/// Samples are spread over the shutter as well as over the pixel, so where things move the stricter limit
+/// rules.
+miColor contrastOf(const miOptions& options, const Frame& frame) {
+    if (!options.motion || !frame.moves()) return options.contrast;
+    const miColor &space = options.contrast, &time = options.time_contrast;
+    return {std::min(space.r, time.r), std::min(space.g, time.g), std::min(space.b, time.b),
+            std::min(space.a, time.a)};
+}
+
 } // namespace
 
 FrameResult::FrameResult(std::unique_ptr<image::FramebufferSet> framebuffers, const miCamera& camera)
@@ -140,11 +150,16 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     camera.buffertag = collection.tag();
 
     runtime_.bind();
-    const geometry::SceneGeometry geometry(database_, messages_, group, options, threads);
+    geometry::SceneGeometry geometry(database_, messages_, group, options, threads,
+                                     geometry::SceneGeometry::Displacement::StillToCome);
     Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera,
                 cameraInstanceTag);
     frame.globalLock = globalLock_;
     if (!optionsElement->samplesLocked) frame.seed = static_cast<std::uint32_t>(camera.frame);
+    {
+        DisplacementCalls calls(frame, threads);
+        geometry.finish(displacementView(frame), std::ref(calls));
+    }
     const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
     result->film = std::make_unique<Film>(buffers, window);
     result->frame().gamma = options.gamma;
@@ -153,7 +168,7 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     result->statistics.buildSeconds = secondsSince(buildStart);
 
     const auto renderStart = Clock::now();
-    Refinement refinement(window, options.min_samples, options.max_samples, options.contrast);
+    Refinement refinement(window, options.min_samples, options.max_samples, contrastOf(options, frame));
     TileRenderer tiles(frame, *result->film, settings, threads, refinement.passesAtMost());
     Refinement::Pass pass = refinement.first();
     bool complete = true;

@@ -44,7 +44,7 @@ struct TextureElement final : Element {
 
     Kind kind = Kind::Color;
     bool local = false, writable = false;
-    std::optional<float> filter; ///< scale of the pyramid filter; nothing: unfiltered
+    std::optional<float> filter;                      ///< scale of the pyramid filter; nothing: unfiltered
     ColorProfile colorProfile = ColorProfile::Linear; ///< of an image file or of pixels
     std::string file;           ///< as written, registry and environment references replaced
     std::string sceneDirectory; ///< where a relative file is looked for first

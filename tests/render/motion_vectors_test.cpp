@@ -113,33 +113,50 @@ TEST(CameraMotion, BlursAStillSceneLikeTheOppositeMotionOfTheScene) {
     EXPECT_GT(blurred, 10);
 }
 
-TEST(MotionVectors, AreTheSameWithAndWithoutMotionBlurOfThePicture) {
-    // Moves 0.5 to the right and 0.25 down, without motion blur of the picture and with it.
-    for (const std::string motion : {"motion off", "motion on shutter 0 1"}) {
-        TestScene scene;
-        scene.passes = {"beauty"};
-        scene.contents =
-            lambert("m", "\"incandescence\" 1 1 1 1") +
+struct BlurCase {
+    std::string motion; ///< of the picture
+    bool deforms;       ///< the vertices move, not the instance
+};
+class MotionVectors : public ::testing::TestWithParam<BlurCase> {};
+
+TEST_P(MotionVectors, AreTheSameWithAndWithoutMotionBlurOfThePicture) {
+    // Moves 0.5 to the right and 0.25 down.
+    const auto& [motion, deforms] = GetParam();
+    TestScene scene;
+    scene.passes = {"beauty"};
+    scene.contents = lambert("m", "\"incandescence\" 1 1 1 1");
+    if (deforms)
+        scene.contents +=
+            "object \"flag\" visible shadow trace group -3 -3 0 3 -3 0 3 3 0 -3 3 0 0.5 -0.25 0\n"
+            "v 0 m 4 v 1 m 4 v 2 m 4 v 3 m 4 p \"m\" 0 1 2 3 end group end object\n"
+            "instance \"plane\" \"flag\" end instance\n";
+    else
+        scene.contents +=
             card("plane", "m", 0, 0, 0, 3, "motion transform 1 0 0 0 0 1 0 0 0 0 1 0 -0.5 0.25 0 1");
-        scene.members = {"plane"};
-        scene.extraOptions = motion;
-        const RenderedScene picture(
-            withUtilityPasses(scene, {{"space", "m", "orcaPassMotionVector3D"},
-                                      {"pixels", "m", "orcaPassMotionVector2D"},
-                                      {"mapped", "m",
-                                       "orcaPassMotionVector2DNormalized(\"useResolution\" 0, "
-                                       "\"maxDisplacement\" 4, \"writeMagnitude\" 1)"}}));
-        const miColor space = picture.pixel("space", 8, 8);
-        EXPECT_NEAR(space.r, 0.5f, floatNoise) << motion;
-        EXPECT_NEAR(space.g, -0.25f, floatNoise) << motion;
-        EXPECT_NEAR(picture.pixel("pixels", 8, 8).r, 2.0f, 1e-3f) << motion; // 4 pixels a unit
-        EXPECT_NEAR(picture.pixel("pixels", 8, 8).g, -1.0f, 1e-3f) << motion;
-        const miColor mapped = picture.pixel("mapped", 8, 8);
-        EXPECT_NEAR(mapped.r, 0.75f, 1e-3f) << motion;
-        EXPECT_NEAR(mapped.g, 0.375f, 1e-3f) << motion;
-        EXPECT_NEAR(mapped.b, std::hypot(0.75f, 0.375f), 1e-3f) << motion;
-    }
+    scene.members = {"plane"};
+    scene.extraOptions = motion;
+    const RenderedScene picture(
+        withUtilityPasses(scene, {{"space", "m", "orcaPassMotionVector3D"},
+                                  {"pixels", "m", "orcaPassMotionVector2D"},
+                                  {"mapped", "m",
+                                   "orcaPassMotionVector2DNormalized(\"useResolution\" 0, "
+                                   "\"maxDisplacement\" 4, \"writeMagnitude\" 1)"}}));
+    const miColor space = picture.pixel("space", 8, 8);
+    EXPECT_NEAR(space.r, 0.5f, floatNoise) << motion;
+    EXPECT_NEAR(space.g, -0.25f, floatNoise) << motion;
+    EXPECT_NEAR(picture.pixel("pixels", 8, 8).r, 2.0f, 1e-3f) << motion; // 4 pixels a unit
+    EXPECT_NEAR(picture.pixel("pixels", 8, 8).g, -1.0f, 1e-3f) << motion;
+    const miColor mapped = picture.pixel("mapped", 8, 8);
+    EXPECT_NEAR(mapped.r, 0.75f, 1e-3f) << motion;
+    EXPECT_NEAR(mapped.g, 0.375f, 1e-3f) << motion;
+    EXPECT_NEAR(mapped.b, std::hypot(0.75f, 0.375f), 1e-3f) << motion;
 }
+
+INSTANTIATE_TEST_SUITE_P(Blurs, MotionVectors,
+                         ::testing::Values(BlurCase{"motion off", false},
+                                           BlurCase{"motion on shutter 0 1", false},
+                                           BlurCase{"motion off", true},
+                                           BlurCase{"motion on shutter 0 1", true}));
 
 } // namespace
 } // namespace orca::test

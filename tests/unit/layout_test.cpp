@@ -1,8 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaFrameBufferRecords.h"
+#include "orcaImagePlane.h"
+#include "orcaImagePlanes.h"
 #include "orcaIrradiance.h"
 #include "orcaLambertMaterial.h"
+#include "orcaLayeredShader.h"
+#include "orcaOceanParameters.h"
+#include "orcaShadingMap.h"
 #include "orcaSpecularMaterials.h"
+#include "orcaSurfaceShader.h"
+#include "orcaUseBackground.h"
 #include "orcaVelaDirectionalLight.h"
 #include "orcaVelaPointLight.h"
 #include "orcaVelaShadingEngine.h"
@@ -57,9 +64,9 @@ std::vector<Field> declaredFields(const std::string& file, const std::string& sh
     EXPECT_NE(at, std::string::npos) << shader;
     at = text.find('(', at);
     const std::string list = text.substr(at, text.find("end declare", at) - at);
-    static const std::regex parameter(
-        "(array )?\\s*(boolean|integer|scalar|color texture|color|vector|string|shader|lightprofile|struct) "
-        "+\"(\\w+)\"|(\\})");
+    static const std::regex parameter("(array )?\\s*(boolean|integer|scalar|color "
+                                      "texture|color|vector|string|shader|lightprofile|geometry|struct) "
+                                      "+\"(\\w+)\"|(\\})");
     std::vector<Field> fields;
     std::size_t offset = 0;
     for (std::sregex_iterator i(list.begin(), list.end(), parameter), end; i != end; ++i) {
@@ -89,7 +96,7 @@ constexpr const char* typeName<miTag> = "tag";
 std::string storedAs(const std::string& declared) {
     if (declared == "boolean") return "integer";
     if (declared == "shader" || declared == "string" || declared == "lightprofile" ||
-        declared == "color texture")
+        declared == "color texture" || declared == "geometry")
         return "tag";
     return declared;
 }
@@ -103,13 +110,14 @@ std::string storedAs(const std::string& declared) {
 template <class P>
 std::vector<Field> surfaceFields() {
 #define S(member) FIELD(P, member)
-    return {S(passWriteMode),    S(passWriteFlags),    S(passWriteScale),   S(color),
-            S(transparency),     S(writePasses),       S(compositeScalarA), S(throughputBoost),
-            S(refractiveIndex),  S(lightAbsorbance),   S(refractionsOn),    S(diffuse),
-            S(ambientColor),     S(incandescence),     S(translucence),     S(translucenceForward),
-            S(translucenceWrap), S(shadowTransmitAll), S(refractionLimit),  S(bumpNormal),
-            S(irradianceColor),  S(irradiance),        S(refractionBlur),   S(refractionBlurSamples),
-            S(scatterColor),     S(scatterRadius),     S(scatterSamples)};
+    return {S(passWriteMode),       S(passWriteFlags),    S(passWriteScale),   S(color),
+            S(transparency),        S(writePasses),       S(compositeScalarA), S(throughputBoost),
+            S(refractiveIndex),     S(lightAbsorbance),   S(refractionsOn),    S(diffuse),
+            S(ambientColor),        S(incandescence),     S(translucence),     S(translucenceForward),
+            S(translucenceWrap),    S(shadowTransmitAll), S(refractionLimit),  S(bumpNormal),
+            S(irradianceColor),     S(irradiance),        S(refractionBlur),   S(refractionBlurSamples),
+            S(chromaticAberration), S(surfaceThickness),  S(scatterColor),     S(scatterRadius),
+            S(scatterSamples)};
 #undef S
 }
 
@@ -122,6 +130,37 @@ std::vector<Field> specularFields(std::vector<Field> own) {
     for (const Field& field : {FIELD(P, reflectivity), FIELD(P, reflectedColor), FIELD(P, reflectionLimit),
                                FIELD(P, reflectionBlur), FIELD(P, reflectionBlurSamples)})
         fields.push_back(field);
+    return fields;
+}
+
+/// A ramp: the fields of its entries follow its own.
+std::vector<Field> rampFields(const char* name, std::size_t offset, const char* value) {
+    const std::size_t valueSize = sizeOf(value);
+    return {{"struct", name, offset},
+            {"scalar", "position", offset},
+            {value, "value", offset + 4},
+            {"integer", "interpolation", offset + 4 + valueSize}};
+}
+
+std::vector<Field> oceanFields() {
+    using P = OceanShaderParameters;
+    std::vector<Field> fields = surfaceFields<P>();
+    const auto append = [&fields](const std::vector<Field>& more) {
+        fields.insert(fields.end(), more.begin(), more.end());
+    };
+#define O(member) FIELD(P, member)
+    append({O(timeValue), O(patternScale), O(windVector), O(driftFactor), O(spreadFactor), O(octaveCount),
+            O(minWavelength), O(maxWavelength)});
+    append(rampFields("heightRamp", offsetof(P, heightRamp), "scalar"));
+    append(rampFields("turbulenceRamp", offsetof(P, turbulenceRamp), "scalar"));
+    append(rampFields("peakingRamp", offsetof(P, peakingRamp), "scalar"));
+    append({O(heightInput), O(foamRate), O(foamCutoff), O(foamBias), O(normalBlur), O(speedScale),
+            O(filterScale), O(displaced), O(foamColor), O(crestScatter), O(crestSoftness), O(crestHeight),
+            O(crestRange), O(specularColor), O(specularStrength), O(eccentricity), O(specularReduction),
+            O(reflectionColor), O(reflectivity)});
+    append(rampFields("environmentRamp", offsetof(P, environmentRamp), "color"));
+    append({O(reflectionLimit), O(reflectionBlur), O(reflectionBlurSamples), O(absorptionColor)});
+#undef O
     return fields;
 }
 
@@ -157,6 +196,7 @@ INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
     Layout{"orca.mi", "orcaVelaPhongE",
            specularFields<PhongEParameters>({FIELD(PhongEParameters, roughness), FIELD(PhongEParameters, highlightSize),
                                              FIELD(PhongEParameters, whiteness)})},
+    Layout{"orca.mi", "orcaVelaOceanShader", oceanFields()},
     Layout{"orca.mi", "orcaVelaBlinn",
            specularFields<BlinnParameters>({FIELD(BlinnParameters, eccentricity),
                                             FIELD(BlinnParameters, specularRollOff)})},
@@ -200,6 +240,39 @@ INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
            {N(texture), N(zenith), N(horizon), N(ground), N(gain), N(rotation), N(blur), N(gatherBlur)}},
     Layout{"velabase.mi", "velaThinLens",
            {H(focusDistance), H(fStop), H(lensScale), H(apertureRadius), H(blades), H(bladeRotation)}}),
+    [](const auto& layout) { return layout.param.shader; });
+// clang-format on
+
+#define M(member) FIELD(ShadingMapParameters, member)
+#define U(member) FIELD(UseBackgroundParameters, member)
+#define I(member) FIELD(ImagePlaneParameters, member)
+#define F(member) FIELD(SurfaceShaderParameters, member)
+#define Y(member) FIELD(LayeredShaderParameters, member)
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(LayersAndBackgrounds, DeclaredLayout, ::testing::Values(
+    Layout{"orca.mi", "orcaVelaLayeredShader",
+           {Y(passWriteMode), Y(passWriteFlags), Y(passWriteScale), Y(compositingMode),
+            Field{"struct", "layers", offsetof(LayeredShaderParameters, layers)},
+            Field{"color", "color", offsetof(LayeredShaderParameters, layers[0].color)},
+            Field{"color", "transparency", offsetof(LayeredShaderParameters, layers[0].transparency)},
+            Field{"color", "glowColor", offsetof(LayeredShaderParameters, layers[0].glowColor)},
+            Y(matteMode), Y(matteOpacity)}},
+    Layout{"orca.mi", "orcaVelaSurfaceShader",
+           {F(passWriteMode), F(passWriteFlags), F(passWriteScale), F(color), F(glowColor), F(matteOpacity),
+            F(transparency), F(ambient), F(incandescence), F(irradiance), F(diffuse), F(diffuseUnshadowed), F(specular),
+            F(specularUnshadowed), F(reflection), F(refraction), F(scatter), F(translucence), F(opacity)}},
+    Layout{"orca.mi", "orcaVelaShadingMap",
+           {M(passWriteMode), M(passWriteFlags), M(passWriteScale), M(inputColor), M(inputTransparency), M(matteMode),
+            M(matteOpacity), M(glowColor), M(mapColor), M(uChannel), M(vChannel)}},
+    Layout{"orca.mi", "orcaVelaUseBackground",
+           {U(passWriteMode), U(passWriteFlags), U(passWriteScale), U(specularColor), U(reflectivity),
+            U(reflectionLimit), U(reflectionBlur), U(reflectionBlurSamples), U(shadowMask), U(ambientColor),
+            U(matteMode), U(matteOpacity), U(shadowBuffer)}},
+    Layout{"orca.mi", "orcaVelaImagePlane",
+           {I(passWriteMode), I(passWriteFlags), I(passWriteScale), I(sourceKind), I(imageTexture), I(imageColor),
+            I(displayMode), I(colorGain), I(colorOffset), I(alphaGain), I(reflectionVisible), I(refractionVisible)}},
+    Layout{"orca.mi", "orcaImagePlanes",
+           {FIELD(ImagePlanesData, magic), Field{"tag", "planes", offsetof(ImagePlanesData, planes)}}}),
     [](const auto& layout) { return layout.param.shader; });
 // clang-format on
 

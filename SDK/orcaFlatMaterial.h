@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+/// Materials that mix or replace colours that other shaders have made, and write the outcome to the passes
+/// that are the picture.
+
+#include "orcaLayerWrites.h"
+#include "orcaMaterial.h"
+#include "orcaVelaState.h"
+
+/// Value of a parameter that lies at an address in the running shader's block, an array's element say.
+template <class T>
+[[nodiscard]] T evaluated(miState* state, T* parameter) {
+    return *static_cast<T*>(mi_eval(state, parameter));
+}
+
+template <class P, class Helper, int = 1>
+class FlatMaterial : public Material<P, Helper, 1> {
+public:
+    using Material<P, Helper, 1>::Material;
+
+protected:
+    /// Writes a colour to the two passes that are the picture, alpha 1.
+    void writePicture(miState* state, const PassRecords& passes, const miColor& color) const {
+        if (!passes || !this->writesPasses()) return;
+        const miColor value = withAlpha(color, 1.0f);
+        const miColor* const noReference = nullptr;
+        for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION})
+            this->writeToFrameBuffers(state, passes.records, passes.types, value, type, false, &noReference);
+    }
+};
+
+/// The evaluation of a mixing shader's inputs, with what their shaders write to the passes. `vela` may be
+/// null.
+class MixedInputs {
+public:
+    MixedInputs(miState* state, const PassRecords& passes, VelabaseState* vela, bool pictureIsWritten)
+        : state_(state), vela_(vela), writes_(state, passes, pictureIsWritten) {}
+
+    /// A value other than the shown colour: what its shader writes is dropped.
+    template <class T>
+    [[nodiscard]] T value(T* parameter) {
+        if (!mi_is_connected(state_, parameter)) return *parameter;
+        const T read = evaluated(state_, parameter);
+        writes_.drop();
+        return read;
+    }
+    /// The shown colour, with what its shader writes.
+    /// @param weight of the colour in the mixture
+    [[nodiscard]] miColor shown(miColor* parameter, const miColor& weight) {
+        if (!mi_is_connected(state_, parameter)) return *parameter;
+        if (vela_) vela_->surfaceOpacity = WHITE;
+        const miColor read = evaluated(state_, parameter);
+        writes_.keep(weight, vela_ ? vela_->surfaceOpacity : WHITE);
+        return read;
+    }
+    /// @param transparency of the mixture
+    void finish(const miColor& transparency) {
+        writes_.finish(WHITE - transparency);
+        if (!vela_) return;
+        vela_->surfaceOpacity = WHITE - transparency;
+        vela_->refractionsOn = miFALSE;
+        vela_->refractedTransparency = BLACK;
+    }
+
+private:
+    miState* state_;
+    VelabaseState* vela_;
+    LayerWrites writes_;
+};

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaLayerWrites.h"
+
+#include "orcaColor.h"
+
+#include <algorithm>
+
+namespace {
+
+bool keepsFirst(PassTypeID type) {
+    return type == PASS_NORMAL || type == PASS_FACING_RATIO;
+}
+
+bool isBlack(const miColor& c) {
+    return c.r == 0.0f && c.g == 0.0f && c.b == 0.0f;
+}
+
+miScalar quotient(miScalar value, miScalar opacity) {
+    return opacity > 0.0f ? value / opacity : 0.0f;
+}
+
+} // namespace
+
+LayerWrites::LayerWrites(const miState* state, const PassRecords& passes, bool pictureIsWritten)
+    : passes_(passes),
+      level_(traceLevel(state)),
+      pictureIsWritten_(pictureIsWritten),
+      records_(passes, "orcaLayerWrites", __LINE__) {
+    if (!passes_ || !records_) return;
+    for (unsigned i = 0; i < passes_.count; ++i)
+        records_[i] = {passes_.records[i].levelSlots[level_].levelResult, BLACK};
+}
+
+template <class Function>
+void LayerWrites::forMixed(const Function& function) {
+    if (!passes_ || !records_) return;
+    for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
+        if (type == PASS_CUSTOM) continue;
+        const PassTypeRun& run = passes_.types->types[type];
+        for (int i = run.first; i < run.first + run.count; ++i)
+            function(static_cast<PassTypeID>(type), passes_.records[i], passes_.records[i].levelSlots[level_],
+                     records_[static_cast<unsigned>(i)]);
+    }
+}
+
+void LayerWrites::drop() {
+    forMixed([](PassTypeID, const FrameBufferInfo&, TraceLevelSlot& slot, const Record& record) {
+        slot.levelResult = record.before;
+    });
+}
+
+void LayerWrites::keep(const miColor& weight, const miColor& opacity) {
+    forMixed([&](PassTypeID type, const FrameBufferInfo& info, TraceLevelSlot& slot, Record& record) {
+        const miColor written = slot.levelResult - record.before;
+        slot.levelResult = record.before;
+        if (keepsFirst(type)) {
+            if (isBlack(record.sum)) record.sum = written;
+            return;
+        }
+        const miColor share = info.flags & FB_WEIGHT_BY_OPACITY ? weight * opacity : weight;
+        // Alpha says that something was written, which does not add up.
+        record.sum = withAlpha(record.sum + share * written, std::max(record.sum.a, written.a));
+    });
+}
+
+void LayerWrites::finish(const miColor& opacity) {
+    forMixed([&](PassTypeID type, const FrameBufferInfo& info, TraceLevelSlot& slot, Record& record) {
+        const bool open = !(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED);
+        const bool picture = type == PASS_BEAUTY || type == PASS_BEAUTY_NO_REFLECTION_REFRACTION;
+        if (picture && open && pictureIsWritten_) return;
+        miColor mixed = record.sum;
+        if (!keepsFirst(type) && (info.flags & FB_WEIGHT_BY_OPACITY))
+            mixed = {quotient(mixed.r, opacity.r), quotient(mixed.g, opacity.g), quotient(mixed.b, opacity.b),
+                     mixed.a};
+        slot.levelResult = record.before + mixed;
+    });
+}

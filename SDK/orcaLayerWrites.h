@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "orcaLevelSlots.h"
+
+/// Pass values of the shaders that a mixing shader evaluates. Each writes as if it were the surface; the
+/// mixer takes from that what belongs to the colour it uses, weighed as it weighs the colour, and drops the
+/// rest (the same shader may run once for its colour and again for its transparency). So the component passes
+/// add up to the mixed picture.
+///
+/// Normals and facing ratios are not mixed: the first that is written stays. Custom buffers are left alone:
+/// their writers say themselves how they combine.
+class LayerWrites {
+public:
+    /// @param pictureIsWritten the mixer writes the picture's passes itself
+    LayerWrites(const miState* state, const PassRecords& passes, bool pictureIsWritten);
+    LayerWrites(const LayerWrites&) = delete;
+    LayerWrites& operator=(const LayerWrites&) = delete;
+
+    /// Drops what was written since the last call.
+    void drop();
+    /// Keeps it.
+    /// @param weight  of the colour in the mixture
+    /// @param opacity of the shader that wrote, which the records that are weighted by opacity still lack
+    void keep(const miColor& weight, const miColor& opacity);
+    /// Puts the mixture into the level's results. Once, after the last.
+    /// @param opacity of the mixture, by which those records are going to be weighed
+    void finish(const miColor& opacity);
+
+private:
+    struct Record {
+        miColor before; // what the level held
+        miColor sum;
+    };
+
+    template <class Function>
+    void forMixed(const Function& function);
+
+    const PassRecords& passes_;
+    int level_;
+    bool pictureIsWritten_;
+    PerRecord<Record> records_;
+};

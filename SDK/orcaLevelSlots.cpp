@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaLevelSlots.h"
+
+#include "orcaColor.h"
+#include "orcaPassMask.h"
+
+namespace {
+
+/// True when a record takes an object that its pass mask excludes, because of how the ray came to see it.
+bool admitsExcluded(const FrameBufferInfo& record, const miState* state) {
+    if (traceLevel(state) == 0) return false;
+    unsigned needed = 0;
+    if (state->reflection_level > 0) needed |= FB_SEEN_IN_REFLECTION;
+    if (state->refraction_level > 0) needed |= FB_SEEN_IN_REFRACTION;
+    return needed != 0 && (record.flags & needed) == needed;
+}
+
+} // namespace
+
+void prepareSlots(const miState* state, const PassRecords& passes) {
+    if (!passes) return;
+    const PassMask mask(state->instance);
+    for (unsigned i = 0; i < passes.count; ++i) {
+        FrameBufferInfo& record = passes.records[i];
+        TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
+        slot.levelResult = BLACK;
+        slot.levelMode = boundedLevelMode(record, state->reflection_level, state->refraction_level);
+        if (!mask.admits(i) && !admitsExcluded(record, state))
+            slot.levelMode |= TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
+    }
+}
+
+void handUp(const miState* state, const PassRecords& passes, const miColor& opacity,
+            const miColor& refracted) {
+    for (unsigned i = 0; i < passes.count; ++i) {
+        FrameBufferInfo& record = passes.records[i];
+        TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
+        const miColor weight = record.flags & FB_WEIGHT_BY_OPACITY ? opacity - refracted : WHITE;
+        const miColor uncovered = WHITE - slot.levelAux;
+        slot.childResult += weight * uncovered * slot.levelResult;
+        record.lightColor = slot.levelAux;
+        slot.levelAux += uncovered * opacity;
+    }
+}
+
+void handUpBackground(const miState* state, const PassRecords& passes, const miColor& background) {
+    if (!passes) return;
+    for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION}) {
+        forRecords(passes, type, [&](FrameBufferInfo& record) {
+            TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
+            if (!(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED))
+                slot.childResult += (WHITE - slot.levelAux) * background;
+        });
+    }
+}
+
+HeldSlots::HeldSlots(const miState* state, const PassRecords& passes)
+    : passes_(passes), level_(traceLevel(state)), held_(passes, "orcaLevelSlots", __LINE__), restore_(held_) {
+    if (!held_) return;
+    for (unsigned i = 0; i < passes_.count; ++i) {
+        held_[i] = slot(i);
+        slot(i).childResult = BLACK;
+        slot(i).levelAux = BLACK;
+    }
+}
+
+HeldSlots::~HeldSlots() {
+    if (!restore_) return;
+    for (unsigned i = 0; i < passes_.count; ++i) slot(i) = held_[i];
+}
+
+void HeldSlots::showBehind(const miColor& transmission, bool pictureIsWritten) {
+    if (!held_) return;
+    restore_ = false;
+    for (unsigned i = 0; i < passes_.count; ++i) {
+        const TraceLevelSlot behind = slot(i);
+        slot(i) = held_[i];
+        const bool open = !(held_[i].levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED);
+        if (pictureIsWritten && open && isPicture(passes_, i)) continue;
+        const miColor shown = (WHITE - held_[i].levelAux) * transmission;
+        slot(i).childResult += shown * behind.childResult;
+        slot(i).levelAux += shown * behind.levelAux;
+    }
+}

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaOceanRefraction.h"
+
+#include "orcaColor.h"
+#include "orcaGuards.h"
+#include "orcaRenderPassUtilities.h"
+#include "orcaVector.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+/// Which side of the surface the light arrives from.
+enum class Side { Refracted, Reflected };
+
+float signOf(Side side) {
+    return side == Side::Refracted ? 1.0f : -1.0f;
+}
+
+/// The ideal direction, and what all samples about it share.
+struct Cone {
+    Side side;
+    miVector axis;
+    bool inWater; // the rays, that is
+};
+
+Cone coneOf(miState* state, const miVector& mirror, float refractiveIndex) {
+    const bool leaving = state->inv_normal != 0;
+    const float index = refractiveIndex > 0.0f ? refractiveIndex : 1.0f;
+    Cone cone{Side::Refracted, {}, !leaving};
+    if (!refractedDirection(cone.axis, state->dir, state->normal, leaving ? index : 1.0f / index))
+        return {Side::Reflected, mirror, leaving};
+    return cone;
+}
+
+miVector directionIn(const Cone& cone, float blur, const double* sample) {
+    if (!(blur > 0.0f)) return cone.axis;
+    miVector a, b;
+    orthonormalBasis(cone.axis, a, b);
+    const float phi = static_cast<float>(2.0 * std::numbers::pi * sample[0]);
+    const float cosine = 1.0f - static_cast<float>(sample[1]) * blur;
+    const float sine = std::sqrt(std::max(0.0f, 1.0f - cosine * cosine));
+    return cone.axis * cosine + (a * std::cos(phi) + b * std::sin(phi)) * sine;
+}
+
+/// Pushes a direction that a bent normal or the blur has sent to the wrong side back to its own.
+miVector onItsSide(const miVector& direction, const miVector& geometricNormal, Side side) {
+    constexpr float clearance = 0.01f;
+    const float cosine = dot(direction, geometricNormal);
+    if (cosine * signOf(side) < 0.0f) return direction;
+    return normalized(direction - geometricNormal * (cosine + clearance * signOf(side)));
+}
+
+bool atLimit(const miState* state, int materialLimit) {
+    const miOptions& options = *state->options;
+    return state->refraction_level >= std::min(options.refraction_depth, materialLimit) ||
+           traceLevel(state) >= options.trace_depth;
+}
+
+bool reflectionAllowed(const miState* state) {
+    const miOptions& options = *state->options;
+    return state->reflection_level < options.reflection_depth && traceLevel(state) < options.trace_depth;
+}
+
+/// The camera's environment, called where no further level of rays exists.
+bool environmentDirectly(miColor& light, miState* state, const miVector& direction) {
+    const miTag environment =
+        state->environment != miNULLTAG ? state->environment : state->camera->environment;
+    if (environment == miNULLTAG) return false;
+    const Restored<miRay_type> type(state->type);
+    const Restored<miVector> before(state->dir);
+    state->type = miRAY_ENVIRONMENT;
+    state->dir = direction;
+    return mi_call_shader_x(&light, miSHADER_ENVIRONMENT, state, environment, nullptr);
+}
+
+bool environmentBehind(miColor& light, miState* state, miVector direction) {
+    const Restored<miInteger> level(state->refraction_level);
+    ++state->refraction_level;
+    return mi_trace_environment(&light, state, &direction);
+}
+
+/// Light along one direction, before absorption. `water` receives how far it came through the water.
+miColor arriving(miState* state, const Cone& cone, miVector direction, int limit, float& water) {
+    water = 0.0f;
+    miColor light = BLACK;
+    bool found = false, traced = false;
+    if (state->options->trace && cone.side == Side::Reflected && reflectionAllowed(state)) {
+        found = mi_trace_reflection(&light, state, &direction);
+        traced = true;
+    } else if (state->options->trace && cone.side == Side::Refracted && !atLimit(state, limit)) {
+        state->ior = state->ior_in;
+        found = mi_trace_refraction(&light, state, &direction);
+        traced = true;
+    } else if (atLimit(state, limit)) {
+        found = environmentDirectly(light, state, direction);
+    } else {
+        found = environmentBehind(light, state, direction);
+    }
+    const miState* const hit = state->child;
+    if (traced && cone.inWater && hit && hit->instance != miNULLTAG) water = static_cast<float>(hit->dist);
+    return found ? light : BLACK;
+}
+
+/// What the water leaves of light on its way (Beer-Lambert law), by channel.
+miColor absorbed(const OceanRefractionSettings& settings, float distance) {
+    const float exponent = distance * settings.absorbance;
+    if (!(exponent > 0.0f)) return WHITE;
+    const auto channel = [exponent](float base) { return std::pow(std::max(0.0f, base), exponent); };
+    return {channel(settings.absorptionColor.r), channel(settings.absorptionColor.g),
+            channel(settings.absorptionColor.b), 1.0f};
+}
+
+bool gathering(miState* state) {
+    int answer = 0;
+    return mi_query(miQ_FINALGATHER_STATE, state, miNULLTAG, &answer) && answer != 0;
+}
+
+/// One sample with the hand-over of its pass values.
+miColor sampled(miState* state, const Cone& cone, const miVector& direction, const miColor& weight,
+                const OceanRefractionSettings& settings, const TraceContext& context) {
+    VelabaseState& vela = *context.vela;
+    const PassRecords& passes = *context.passes;
+    const Restored<miColor> throughput(vela.throughput);
+    vela.throughput *= weight;
+    const bool isRefraction = cone.side == Side::Refracted;
+
+    tracePassInit(passes.count, passes.records, state);
+    const miUint shadedBefore = vela.surfacesShaded;
+    float water = 0.0f;
+    miColor light = arriving(state, cone, direction, settings.limit, water);
+    const miColor left = withAlpha(weight * absorbed(settings, water), weight.a);
+    light *= left;
+    if (vela.surfacesShaded == shadedBefore) addUnhandedLight(state, passes, isRefraction, light);
+    tracePassAdd(passes.count, passes.records, state, isRefraction, left);
+    return light;
+}
+
+} // namespace
+
+miColor oceanshader_compute_refraction(miColor* transparency, const OceanRefractionSettings& settings,
+                                       bool on, miState* state, const TraceContext& context) {
+    const miColor passing = withAlpha(*transparency, 1.0f);
+    *transparency = withAlpha(passing, luminance(passing));
+    if (!on || !anyAbove(passing, 0.0f)) return BLACK;
+    *transparency = BLACK;
+
+    const Cone cone = coneOf(state, context.mirror, settings.refractiveIndex);
+    const auto at = [&](const double* sample) {
+        return onItsSide(directionIn(cone, settings.blur, sample), state->normal_geom, cone.side);
+    };
+    const bool many = settings.blur > 0.0f && settings.samples > 1 && !gathering(state);
+    const miUint count = many ? static_cast<miUint>(settings.samples) : 1u;
+    const miColor weight = passing * (1.0f / static_cast<float>(count));
+    miColor light = BLACK;
+    double sample[2] = {0.0, 0.0};
+    if (!(settings.blur > 0.0f)) return sampled(state, cone, at(sample), weight, settings, context);
+    int counter = 0;
+    while (mi_sample(sample, &counter, state, 2, &count))
+        light += sampled(state, cone, at(sample), weight, settings, context);
+    return light;
+}

@@ -1,0 +1,228 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaImagePlane.h"
+
+#include "orcaFlatMaterial.h"
+#include "orcaShaderHelpers.h"
+#include "orcaUtilities.h"
+
+namespace {
+
+using P = ImagePlaneParameters;
+
+enum DisplayMode : miInteger {
+    DISPLAY_HIDDEN = 0,
+    DISPLAY_OPAQUE = 2,
+    DISPLAY_LUMINANCE = 4,
+    DISPLAY_ALPHA = 5
+};
+
+/// The rasterizer composites the sample's layers by the opacities that their shaders set.
+bool inOpacityMode(const miState* state) {
+    return state->options->scanline == miSCANLINE_RASTERIZER && state->rast_compose;
+}
+
+miColor grey(miScalar value, miScalar alpha) {
+    return {value, value, value, alpha};
+}
+
+/// The texture's colour as a display mode shows it.
+miColor displayed(const miColor& texture, miInteger mode) {
+    switch (mode) {
+    case DISPLAY_OPAQUE: return withAlpha(texture, 1.0f);
+    case DISPLAY_LUMINANCE: return grey(luminance(texture), texture.a);
+    case DISPLAY_ALPHA: return grey(texture.a, texture.a);
+    default: return texture;
+    }
+}
+
+/// The state's shader is running for an image plane.
+class ImagePlaneMark {
+public:
+    explicit ImagePlaneMark(VelabaseState& vela)
+        : vela_(vela), marked_((vela.flags & VELA_BIT_IMAGEPLANE) != 0) {
+        vela_.flags |= VELA_BIT_IMAGEPLANE;
+    }
+    ~ImagePlaneMark() {
+        if (!marked_) vela_.flags &= ~VELA_BIT_IMAGEPLANE;
+    }
+    ImagePlaneMark(const ImagePlaneMark&) = delete;
+    ImagePlaneMark& operator=(const ImagePlaneMark&) = delete;
+
+private:
+    VelabaseState& vela_;
+    bool marked_;
+};
+
+/// A plane's hit with what it needs besides its parameters. As a material of its own it does for the passes
+/// what the shading engine does for surface shaders.
+class PlaneHit {
+public:
+    PlaneHit(miState* s, VelabaseState& v) : state(s), vela(v), passes(s), handsUp_(v.engineHit != s) {
+        if (handsUp_) prepareSlots(state, passes);
+    }
+
+    /// The ray goes on as if there were no plane.
+    template <class Trace>
+    miColor passBy(const Trace& trace) {
+        const miUint shadedBefore = vela.surfacesShaded;
+        HeldSlots slots(state, passes);
+        miColor seen = BLACK;
+        if (!trace(seen)) seen = BLACK;
+        slots.showBehind(WHITE, false);
+        if (vela.surfacesShaded == shadedBefore) {
+            handUpBackground(state, passes, seen);
+            if (handsUp_) ++vela.surfacesShaded;
+        }
+        return seen;
+    }
+
+    /// What lies straight behind the plane, seen with a transmission.
+    miColor behind(miScalar transmission, bool pictureIsWritten) {
+        HeldSlots slots(state, passes);
+        miColor seen = BLACK;
+        if (!traceStraight(seen)) seen = BLACK;
+        slots.showBehind(grey(transmission, transmission), pictureIsWritten);
+        return seen;
+    }
+
+    /// At the same trace level.
+    miBoolean traceStraight(miColor& seen) {
+        const Restored<int> level(state->refraction_level);
+        const Restored<miTag> volume(state->refraction_volume);
+        --state->refraction_level;
+        if (state->refraction_volume == miNULLTAG) state->refraction_volume = state->volume;
+        return mi_trace_transparent(&seen, state);
+    }
+
+    void handUpPicture(const miColor& opacity) {
+        if (!handsUp_) return;
+        handUp(state, passes, opacity, BLACK);
+        ++vela.surfacesShaded;
+    }
+
+    miState* state;
+    VelabaseState& vela;
+    PassRecords passes;
+
+private:
+    bool handsUp_;
+};
+
+class ImagePlaneClass : public FlatMaterial<P, ShaderHelper<P>> {
+public:
+    using FlatMaterial::FlatMaterial;
+
+    miBoolean operator()(miColor* result, miState* state, P* record) const {
+        VelabaseState* const vela = velabaseState(state);
+        if (!vela) {
+            orcaWarning("vela_imageplane(): Internal state error.");
+            return miFALSE;
+        }
+        PlaneHit hit(state, *vela);
+        if (state->type == miRAY_REFLECT && !parameterValue(state, record, &P::reflectionVisible)) {
+            *result = continueReflection(hit);
+            return miTRUE;
+        }
+        if (state->type == miRAY_REFRACT && !parameterValue(state, record, &P::refractionVisible)) {
+            *result = continueRefraction(hit);
+            return miTRUE;
+        }
+        if (state->volume == miNULLTAG && state->camera) state->volume = state->camera->volume;
+        const miInteger mode = parameterValue(state, record, &P::displayMode);
+        if (mode == DISPLAY_HIDDEN) {
+            *result = hidden(hit);
+            return miTRUE;
+        }
+        const ImagePlaneMark mark(*vela);
+        miColor opacity = WHITE;
+        if (parameterValue(state, record, &P::sourceKind) != 0) {
+            *result = withAlpha(parameterValue(state, record, &P::imageColor), 1.0f);
+            vela->imagePlanes = {WHITE, BLACK, BLACK};
+        } else {
+            showTexture(*result, opacity, hit, record, mode);
+        }
+        writePicture(state, hit.passes, *result);
+        hit.handUpPicture(opacity);
+        return miTRUE;
+    }
+
+private:
+    static miColor continueReflection(PlaneHit& hit) {
+        miState* const state = hit.state;
+        const Restored<miTag> volume(state->volume);
+        if (state->parent) state->volume = state->parent->volume;
+        return hit.passBy([&](miColor& seen) {
+            const Restored<int> inside(state->reflection_level);
+            --state->reflection_level;
+            miVector onward = state->dir;
+            return mi_trace_reflection(&seen, state, &onward);
+        });
+    }
+
+    static miColor continueRefraction(PlaneHit& hit) {
+        miState* const state = hit.state;
+        const Restored<miTag> volume(state->volume);
+        const Restored<miTag> beyond(state->refraction_volume);
+        const Restored<miScalar> index(state->ior_in);
+        state->refraction_volume = state->volume; // the medium stays
+        if (state->parent) {
+            state->volume = state->parent->volume;
+            state->ior_in = state->parent->ior_in;
+        }
+        return hit.passBy([&](miColor& seen) {
+            const Restored<int> inside(state->refraction_level);
+            --state->refraction_level;
+            miVector onward = state->dir;
+            return mi_trace_refraction(&seen, state, &onward);
+        });
+    }
+
+    static miColor hidden(PlaneHit& hit) {
+        if (inOpacityMode(hit.state)) {
+            mi_opacity_set(hit.state, &BLACK);
+            return BLACK;
+        }
+        return hit.passBy([&](miColor& seen) { return hit.traceStraight(seen); });
+    }
+
+    /// Leaves the result as it is when there is no texture to be read.
+    /// @param opacity what the rasterizer takes the plane's for
+    void showTexture(miColor& result, miColor& opacity, PlaneHit& hit, P* record, miInteger mode) const {
+        miState* const state = hit.state;
+        miVector coordinate = state->tex_list ? state->tex_list[0] : miVector{};
+        const miTag texture = parameterValue(state, record, &P::imageTexture);
+        miColor looked;
+        if (!mi_lookup_color_texture(&looked, state, texture, &coordinate)) return;
+
+        const miColor shown = displayed(looked, mode);
+        const miScalar alpha = shown.a * parameterValue(state, record, &P::alphaGain);
+        result = withAlpha(parameterValue(state, record, &P::colorGain) * shown +
+                               parameterValue(state, record, &P::colorOffset),
+                           alpha);
+        ImagePlaneSums& sums = hit.vela.imagePlanes;
+        if (alpha > 1.0f - VELA_EPS) {
+            result.a = 1.0f;
+            if (inOpacityMode(state)) {
+                mi_opacity_set(state, &WHITE);
+            } else {
+                sums.coverage = WHITE;
+                sums.transmission = BLACK;
+                sums.openness.r = BLACK.r;
+            }
+            return;
+        }
+        result = withAlpha(result * alpha, alpha);
+        if (inOpacityMode(state)) {
+            opacity = grey(alpha, alpha);
+            mi_opacity_set(state, &opacity);
+            return;
+        }
+        result += hit.behind(1.0f - alpha, writesPasses()) * (1.0f - alpha);
+        sums.coverage += (WHITE - sums.coverage) * result.a;
+        sums.transmission *= 1.0f - alpha;
+    }
+};
+
+} // namespace
+
+ORCA_EXPORT_SHADER(orcaVelaImagePlane, miColor, ImagePlaneClass, ImagePlaneParameters, "orcaImagePlane", 225)

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaUseBackground.h"
+
+#include "orcaCamera.h"
+#include "orcaFlatMaterial.h"
+#include "orcaImagePlanes.h"
+#include "orcaLightLoop.h"
+#include "orcaLightProtocol.h"
+#include "orcaMatte.h"
+#include "orcaShaderHelpers.h"
+#include "orcaTracing.h"
+#include "orcaUtilities.h"
+#include "orcaVector.h"
+
+namespace {
+
+using P = UseBackgroundParameters;
+
+/// The ray was cast by another stand-in: what it sees here, or what is shadowed from here, the background
+/// shows already.
+bool seenByStandIn(const miState* state, const VelabaseState& vela) {
+    if (!vela.plateState) return false;
+    // A shadow ray's parent is the light's state, and that one's the surface; segments have each other.
+    for (const miState* s = state->parent; s; s = s->parent) {
+        if (s == vela.plateState) return true;
+        if (state->type != miRAY_SHADOW) return false;
+        if (s->type != miRAY_LIGHT && s->type != miRAY_SHADOW) return false;
+    }
+    return false;
+}
+
+// --- the background
+// ----------------------------------------------------------------------------------------------------
+
+/// Direction in which the camera sees the point, so that mirrors show the background where it belongs.
+miVector directionOfView(miState* state) {
+    const bool straight = state->reflection_level == 0 && state->refraction_level == 0;
+    if (straight || !state->camera || state->camera->orthographic) return state->dir;
+    miVector camera, point;
+    origin_from_camera(state, &camera);
+    mi_point_to_world(state, &point, &state->point);
+    const miVector inWorld = normalized(point - camera);
+    miVector direction = inWorld;
+    mi_vector_from_world(state, &direction, &direction);
+    return normalized(direction);
+}
+
+miColor environment(miState* state) {
+    const miTag shader = state->environment != miNULLTAG ? state->environment
+                         : state->camera                 ? state->camera->environment
+                                                         : miNULLTAG;
+    miColor color = BLACK;
+    if (shader == miNULLTAG) return color;
+    miState beyond = *state;
+    beyond.type = miRAY_ENVIRONMENT;
+    beyond.dist = 0.0;
+    beyond.instance = miNULLTAG;
+    return mi_call_shader_x(&color, miSHADER_ENVIRONMENT, &beyond, shader, nullptr) ? color : BLACK;
+}
+
+miColor background(miState* state) {
+    const Restored<miVector> direction(state->dir);
+    state->dir = directionOfView(state);
+    miColor color = BLACK;
+    return imageplane_compute_intersection(&color, state, miNULLTAG) ? color : environment(state);
+}
+
+// --- shadows
+// -----------------------------------------------------------------------------------------------------------
+
+/// Light that falls on the stand-in: all of it, and what shadows leave.
+struct Lighting {
+    miColor unshadowed = BLACK;
+    miColor arriving = BLACK;
+
+    void add(const miColor& all, const miColor& rest, miScalar weight) {
+        unshadowed += all * weight;
+        arriving += rest * weight;
+    }
+};
+
+constexpr miColor notSet{-1.0f, -1.0f, -1.0f, -1.0f};
+
+bool isSet(const miColor& c) {
+    return c.r != notSet.r || c.g != notSet.g || c.b != notSet.b || c.a != notSet.a;
+}
+
+/// Mean over the samples of one light. Lights that do not say what they would give without shadows count as
+/// unshadowed.
+void addLight(Lighting& lighting, miState* state, VelabaseState& vela, const PassRecords& passes,
+              miTag light) {
+    const LightLoop scope(state, vela, passes, light, miFALSE, false); // what it gathers is dropped
+    Lighting sum;
+    miColor color;
+    miVector direction;
+    miScalar nDotL;
+    int samples = 0;
+    miInteger counter = 0;
+    const auto next = [&] {
+        vela.lightData = defaultLightDataArray;
+        vela.lightData.unshadowedColor = notSet;
+        return mi_sample_light(&color, &direction, &nDotL, state, light, &counter);
+    };
+    for (; next(); ++samples) {
+        const LightData& data = vela.lightData;
+        const miColor& all = isSet(data.unshadowedColor) ? data.unshadowedColor : color;
+        if (data.isAmbient) sum.add(all, color, 1.0f);
+        else if (data.emitDiffuse && nDotL > 0.0f) sum.add(all, color, nDotL);
+    }
+    if (samples == 0) return;
+    lighting.add(sum.unshadowed, sum.arriving, 1.0f / static_cast<float>(samples));
+}
+
+miScalar share(miScalar arriving, miScalar unshadowed) {
+    return unshadowed > VELA_EPS ? std::clamp(arriving / unshadowed, 0.0f, 1.0f) : 1.0f;
+}
+
+/// What shadows leave of the background, per channel: 1 where none falls, and on sides that no light reaches,
+/// which are dark in the background already.
+miColor remaining(miState* state, VelabaseState& vela, const PassRecords& passes, P* record) {
+    const miScalar mask = parameterValue(state, record, &P::shadowMask);
+    if (mask == 0.0f) return WHITE;
+    Lighting lighting;
+    int count = 0;
+    miTag* lights = nullptr;
+    if (mi_instance_lightlist(&count, &lights, state))
+        for (int i = 0; i < count; ++i) addLight(lighting, state, vela, passes, lights[i]);
+
+    const miColor ambient = parameterValue(state, record, &P::ambientColor);
+    lighting.add(ambient, ambient, 1.0f);
+    miColor gathered = BLACK;
+    if (state->options->finalgather && mi_compute_avg_radiance(&gathered, state, 'f', nullptr))
+        lighting.add(gathered, gathered, 1.0f); // fills the shadows
+
+    const miColor left{share(lighting.arriving.r, lighting.unshadowed.r),
+                       share(lighting.arriving.g, lighting.unshadowed.g),
+                       share(lighting.arriving.b, lighting.unshadowed.b), 1.0f};
+    return withAlpha(WHITE - (WHITE - left) * mask, 1.0f);
+}
+
+class UseBackgroundClass : public FlatMaterial<P, ShaderHelper<P>> {
+public:
+    using FlatMaterial::FlatMaterial;
+
+    miBoolean operator()(SurfaceShaderReturnType* result, miState* state, P* record) const {
+        VelabaseState* const vela = velabaseState(state);
+        if (!vela) {
+            orcaWarning("vela_usebackground(): Internal state error.");
+            return miFALSE;
+        }
+        const miInteger matteMode = parameterValue(state, record, &P::matteMode);
+        if (state->type == miRAY_SHADOW) {
+            const bool passes = matteMode != MATTE_BLACK_HOLE && seenByStandIn(state, *vela);
+            result->transparency = passes ? WHITE : BLACK;
+            return miTRUE;
+        }
+        *result = {};
+        if (matteMode == MATTE_BLACK_HOLE) {
+            makeBlackHole(*result);
+            return miTRUE;
+        }
+        setMatte(*result, matteMode, parameterValue(state, record, &P::matteOpacity));
+        if (seenByStandIn(state, *vela)) return miTRUE;
+
+        const PassRecords passes(state);
+        const Restored<const miState*> plateState(vela->plateState);
+        vela->plateState = state;
+        const miColor left = remaining(state, *vela, passes, record);
+        const miColor plate = withAlpha(background(state) * left, 0.0f);
+        result->reflection = withAlpha(reflected(state, *vela, passes, record), 0.0f);
+        result->color = plate + result->reflection;
+
+        writePasses(state, passes, *result, plate);
+        writeShadow(state, passes, parameterValue(state, record, &P::shadowBuffer), left);
+        return miTRUE;
+    }
+
+private:
+    /// Things only: the surroundings are in the background.
+    static miColor reflected(miState* state, VelabaseState& vela, const PassRecords& passes, P* record) {
+        const miColor weight = parameterValue(state, record, &P::specularColor) *
+                               std::max(0.0f, parameterValue(state, record, &P::reflectivity));
+        const ReflectionSettings settings{parameterValue(state, record, &P::reflectionLimit),
+                                          parameterValue(state, record, &P::reflectionBlur),
+                                          parameterValue(state, record, &P::reflectionBlurSamples), false};
+        const TraceContext context{&vela, &passes, mirrored(state->dir, state->normal)};
+        return compute_reflection(weight, settings, state, context);
+    }
+
+    /// The reflected things have written themselves into the beauty on their way up.
+    void writePasses(miState* state, const PassRecords& passes, const SurfaceShaderReturnType& result,
+                     const miColor& plate) const {
+        if (!passes || !this->writesPasses()) return;
+        const miColor* const noReference = nullptr;
+        this->writeToFrameBuffers(state, passes.records, passes.types, withAlpha(result.reflection, 1.0f),
+                                  PASS_REFLECTION, false, &noReference);
+        writePicture(state, passes, plate);
+    }
+
+    void writeShadow(miState* state, const PassRecords& passes, miInteger buffer, const miColor& left) const {
+        if (!passes || !this->writesPasses()) return;
+        const PassTypeRun& run = (*passes.types)[PASS_CUSTOM];
+        if (buffer < 0 || buffer >= run.count) return;
+        TraceLevelSlot& slot = passes.records[run.first + buffer].levelSlots[traceLevel(state)];
+        if (!closedToWrites(state, slot)) slot.levelResult = left;
+    }
+};
+
+} // namespace
+
+ORCA_EXPORT_SHADER(orcaVelaUseBackground, SurfaceShaderReturnType, UseBackgroundClass,
+                   UseBackgroundParameters, "orcaUseBackground", 235)

@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaLayeredShader.h"
+
+#include "flat_material_scene.h"
+#include "orcaLayerWrites.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr MaterialEntry<LayeredShaderParameters> layered{orcaVelaLayeredShader_init,
+                                                         orcaVelaLayeredShader_exit, orcaVelaLayeredShader};
+constexpr miColor mark{-1000000.0f, -1000000.0f, -1000000.0f, 0.0f};
+
+/// The record with its layers behind it, at the third element's place.
+struct LayeredBlock : LayeredShaderParameters {
+    char gap[offsetof(LayeredShaderParameters, layers) + 2 * sizeof(LayerRecord) -
+             sizeof(LayeredShaderParameters)];
+    LayerRecord behind[4];
+};
+
+LayeredBlock stack(int mode, const std::vector<LayerRecord>& layers) {
+    LayeredBlock b{};
+    b.passWriteMode = 1;
+    b.passWriteScale = 1.0f;
+    b.compositingMode = mode;
+    b.i_layers = 2;
+    b.n_layers = static_cast<int>(layers.size());
+    std::copy(layers.begin(), layers.end(), b.behind);
+    b.matteMode = 2;
+    b.matteOpacity = 1.0f;
+    return b;
+}
+
+class Layered : public ::testing::Test {
+protected:
+    using Instance = MaterialInstance<LayeredShaderParameters, SurfaceShaderReturnType, LayeredBlock>;
+
+    MaterialScene scene{{{PASS_BEAUTY, "0", FB_SHADOWED},
+                         {PASS_DIFFUSE, "5", FB_WEIGHT_BY_OPACITY},
+                         {PASS_SPECULAR, "7"},
+                         {PASS_NORMAL, "32"},
+                         {PASS_BEAUTY_NO_REFLECTION_REFRACTION, "34"}}};
+    enum { Beauty, Diffuse, Specular, Normal, NoReflection };
+
+    SurfaceShaderReturnType shade(const LayeredBlock& block) {
+        return Instance(scene, layered, block).shade();
+    }
+    void clear() {
+        for (int i = 0; i < 5; ++i) scene.slot(i).levelResult = BLACK;
+    }
+
+    const std::vector<LayerRecord> three{
+        {{0.8f, 0.4f, 0.2f, 1}, {0.5f, 0.25f, 0.75f, 1}, {0.1f, 0.2f, 0.3f, 1}},
+        {{0.1f, 0.9f, 0.3f, 1}, {0.2f, 0.5f, 1.0f, 1}, {0.3f, 0.0f, 0.5f, 1}},
+        {{0.6f, 0.6f, 0.1f, 1}, {0.0f, 0.5f, 0.5f, 1}, {0.0f, 0.4f, 0.2f, 1}}};
+};
+
+TEST_F(Layered, AddsUpFrontToBackInBothModes) {
+    for (const int mode : {0, 1, -7}) {
+        miColor color = BLACK, glow = BLACK, seen = WHITE;
+        for (const LayerRecord& layer : three) {
+            const miColor weight = mode ? seen * (WHITE - layer.transparency) : seen;
+            color += weight * layer.color;
+            glow += weight * layer.glowColor;
+            seen *= layer.transparency;
+        }
+        clear();
+        const auto result = shade(stack(mode, three));
+        expectColor(result.color, color);
+        expectColor(result.glowColor, glow);
+        expectColor(result.transparency, seen);
+        EXPECT_EQ(result.color.a, 0.0f);
+        EXPECT_EQ(result.transparency.a, 1.0f);
+        expectColor(result.matteOpacity, WHITE - seen);
+        expectColor(scene.level(PASS_BEAUTY), color);
+        expectColor(scene.level(PASS_BEAUTY_NO_REFLECTION_REFRACTION), color);
+        EXPECT_EQ(scene.level(PASS_BEAUTY).a, 1.0f);
+        EXPECT_EQ(scene.level(PASS_DIFFUSE), BLACK);
+        EXPECT_EQ(scene.vela().layerTransmission, WHITE);
+    }
+}
+
+TEST_F(Layered, OfNothingIsFullyTransparent) {
+    const auto result = shade(stack(1, {}));
+    EXPECT_EQ(result.color, BLACK);
+    EXPECT_EQ(result.transparency, WHITE);
+    expectColor(result.matteOpacity, BLACK);
+}
+
+TEST_F(Layered, StopsAtAnOpaqueLayer) {
+    for (const int mode : {0, 1}) {
+        LayeredBlock block = stack(mode, three);
+        block.behind[0].transparency = {0, 0, 0, 1};
+        Instance instance(scene, layered, block);
+        int evaluations = 0;
+        instance.connect(&instance.shader.parameters.behind[1].color, [&](miState*) {
+            ++evaluations;
+            return WHITE;
+        });
+        const auto result = instance.shade();
+        expectColor(result.color, three[0].color);
+        EXPECT_EQ(result.transparency, BLACK);
+        EXPECT_EQ(evaluations, 0);
+    }
+}
+
+TEST_F(Layered, LetsALayerOfFullTransparencyAddItsColourInPremultipliedMode) {
+    LayeredBlock block = stack(0, three);
+    block.n_layers = 2;
+    block.behind[0].transparency = WHITE;
+    expectColor(shade(block).color, three[0].color + three[1].color);
+}
+
+/// Layers that let 1 in 16 through: what they hide is left out when the threshold says so, and sooner when
+/// the hit is itself seen through others.
+TEST_F(Layered, StopsWhereTooLittleIsSeenOfWhatLiesBelow) {
+    const LayerRecord dark{{0.25f, 0.25f, 0.25f, 1}, {1 / 16.0f, 1 / 16.0f, 1 / 16.0f, 1}, BLACK};
+    struct {
+        float threshold, seenThrough;
+        int layersShown;
+    } const cases[] = {
+        {1.0f, 1.0f, 4}, {0.9995f, 1.0f, 3}, {0.995f, 1.0f, 2}, {0.995f, 0.05f, 1}, {0.9f, 1.0f, 1}};
+    for (const auto& c : cases) {
+        scene.vela().transparencyThreshold = c.threshold;
+        scene.vela().layerTransmission = WHITE * c.seenThrough;
+        const auto result = shade(stack(0, {dark, dark, dark, dark}));
+        float sum = 0.0f;
+        for (int i = 0; i < c.layersShown; ++i) sum += 0.25f * std::pow(1 / 16.0f, static_cast<float>(i));
+        EXPECT_NEAR(result.color.r, sum, 1e-7f) << c.threshold << ' ' << c.seenThrough;
+        if (c.layersShown < 4) {
+            EXPECT_EQ(result.transparency, BLACK);
+        }
+        EXPECT_EQ(scene.vela().layerTransmission.r, c.seenThrough);
+
+        miState ray = scene.renderer.derived(scene.renderer.state, miRAY_SHADOW);
+        Instance instance(scene, layered, stack(0, {dark, dark, dark, dark}));
+        EXPECT_EQ(instance.shade(&ray).transparency == BLACK, c.layersShown < 4) << c.threshold;
+        EXPECT_EQ(scene.vela().layerTransmission.r, c.seenThrough);
+    }
+}
+
+TEST_F(Layered, LeavesTheMatteThatItsModeSays) {
+    LayeredBlock block = stack(1, three);
+    block.behind[2].transparency = WHITE;
+    block.matteOpacity = 0.5f;
+    const miColor seen = three[0].transparency * three[1].transparency;
+    block.matteMode = 1;
+    expectColor(shade(block).matteOpacity, 0.5f, 0.5f, 0.5f);
+    block.matteMode = 9;
+    expectColor(shade(block).matteOpacity, (WHITE - seen) * 0.5f);
+    block.matteMode = 0;
+    clear();
+    const auto hole = shade(block);
+    EXPECT_EQ(hole.matteOpacity, mark);
+    EXPECT_EQ(hole.color, BLACK);
+    EXPECT_EQ(hole.transparency, BLACK);
+    EXPECT_EQ(scene.level(PASS_BEAUTY), BLACK);
+}
+
+TEST_F(Layered, AnswersShadowRaysWithItsTransmissionAlone) {
+    miState ray = scene.renderer.derived(scene.renderer.state, miRAY_SHADOW);
+    LayeredBlock block = stack(1, three);
+    block.n_layers = 2;
+    SurfaceShaderReturnType result{};
+    result.color = {7, 7, 7, 7};
+    Instance(scene, layered, block).shade(result, &ray);
+    expectColor(result.transparency, three[0].transparency * three[1].transparency);
+    EXPECT_EQ(result.color.r, 7.0f);
+    EXPECT_EQ(scene.level(PASS_BEAUTY), BLACK);
+    block.matteMode = 0;
+    EXPECT_EQ(Instance(scene, layered, block).shade(&ray).transparency, BLACK);
+}
+
+TEST_F(Layered, ReadsALayersMembersInTheOrderOfItsMode) {
+    for (const bool weighted : {false, true}) {
+        Instance instance(scene, layered, stack(weighted, three));
+        LayerRecord& front = instance.shader.parameters.behind[0];
+        for (miColor* member : {&front.color, &front.transparency, &front.glowColor})
+            instance.connect(member, [](miState*) { return miColor{0.5f, 0.5f, 0.5f, 1}; });
+        instance.shade();
+        const std::vector<const void*> expected =
+            weighted ? std::vector<const void*>{&front.transparency, &front.color, &front.glowColor}
+                     : std::vector<const void*>{&front.color, &front.glowColor, &front.transparency};
+        EXPECT_EQ(instance.order, expected);
+    }
+}
+
+TEST_F(Layered, IsSilentWhereItsWriteModeSaysSo) {
+    LayeredBlock block = stack(1, three);
+    block.passWriteMode = 0;
+    expectColor(shade(block).transparency,
+                three[0].transparency * three[1].transparency * three[2].transparency);
+    EXPECT_EQ(scene.level(PASS_BEAUTY), BLACK);
+}
+
+TEST(LayeredWithoutBase, WarnsAndLeavesTheResult) {
+    ScriptedRenderer renderer;
+    ScriptedShader<LayeredShaderParameters> shader;
+    renderer.state.shader = &shader.function;
+    miBoolean required = miFALSE;
+    orcaVelaLayeredShader_init(&renderer.state, &shader.parameters, &required);
+    SurfaceShaderReturnType result{};
+    result.color = {7, 7, 7, 7};
+    EXPECT_EQ(orcaVelaLayeredShader(&result, &renderer.state, &shader.parameters), miFALSE);
+    EXPECT_EQ(result.color.r, 7.0f);
+    EXPECT_EQ(renderer.messagesOf('w'),
+              std::vector<std::string>{"vela_layeredshader(): Internal state error."});
+    orcaVelaLayeredShader_exit(&renderer.state, &shader.parameters);
+}
+
+/// What a layer's own material does: a diffuse part that its opacity weighs, and a highlight that it does
+/// not.
+struct LayerMaterial {
+    miColor diffuse, specular, transparency;
+
+    [[nodiscard]] miColor color() const { return (WHITE - transparency) * diffuse + specular; }
+    void write(MaterialScene& scene) const {
+        scene.slot(0).levelResult += color();
+        scene.slot(1).levelResult += diffuse;
+        scene.slot(2).levelResult += specular;
+        scene.slot(3).levelResult += miColor{diffuse.r, 0, 1, 0};
+        scene.slot(4).levelResult += color();
+        scene.vela().surfaceOpacity = WHITE - transparency;
+        scene.vela().refractedTransparency = {0.1f, 0.1f, 0.1f, 0};
+    }
+};
+
+TEST_F(Layered, WeighsWhatTheLayersWriteAsItWeighsTheirColours) {
+    const LayerMaterial materials[] = {
+        {{0.4f, 0.1f, 0.3f, 1}, {0.2f, 0.3f, 0.0f, 1}, {0.6f, 0.5f, 0.9f, 1}},
+        {{0.2f, 0.8f, 0.5f, 1}, {0.0f, 0.1f, 0.7f, 1}, {0.3f, 0.2f, 0.1f, 1}},
+    };
+    for (const int mode : {0, 1}) {
+        clear();
+        Instance instance(scene, layered, stack(mode, {three[0], three[1]}));
+        for (int i = 0; i < 2; ++i) {
+            LayerRecord& layer = instance.shader.parameters.behind[i];
+            const LayerMaterial& material = materials[i];
+            // The renderer asks the layer's shader once for each member.
+            const auto output = [&, this](const miColor& value) {
+                return [&material, value, this](miState*) {
+                    material.write(scene);
+                    return value;
+                };
+            };
+            instance.connect(&layer.color, output(material.color()));
+            instance.connect(&layer.transparency, output(material.transparency));
+            instance.connect(&layer.glowColor, output(BLACK));
+        }
+        const auto result = instance.shade();
+        expectColor(scene.level(PASS_BEAUTY), result.color);
+        // As the engine hands them up: weighted by opacity, and not.
+        const miColor opacity = WHITE - result.transparency - scene.vela().refractedTransparency;
+        expectColor(scene.level(PASS_DIFFUSE) * opacity + scene.level(PASS_SPECULAR), result.color);
+        EXPECT_GT(scene.level(PASS_SPECULAR).g, 0.1f);
+        EXPECT_EQ(scene.level(PASS_SPECULAR).a, 1.0f);
+        expectColor(scene.level(PASS_NORMAL), materials[0].diffuse.r, 0, 1); // of the front layer
+    }
+}
+
+TEST(PerRecord, HoldsMoreRecordsThanAreAtHand) {
+    std::vector<ScenePass> passes;
+    for (int i = 0; i < 100; ++i) passes.push_back({PASS_DIFFUSE, std::to_string(i)});
+    MaterialScene scene(passes);
+    const int before = scene.renderer.memory.allocationsHeld();
+    {
+        const PassRecords records(&scene.renderer.state);
+        ASSERT_EQ(records.count, 100u);
+        LayerWrites writes(&scene.renderer.state, records, true);
+        for (int i = 0; i < 100; ++i) scene.slot(i).levelResult = {static_cast<float>(i), 0, 0, 1};
+        writes.keep(WHITE * 0.5f, WHITE);
+        for (int i = 0; i < 100; ++i) scene.slot(i).levelResult = WHITE;
+        writes.drop();
+        writes.finish(WHITE);
+        for (int i = 0; i < 100; ++i) EXPECT_EQ(scene.slot(i).levelResult.r, 0.5f * static_cast<float>(i));
+    }
+    EXPECT_EQ(scene.renderer.memory.allocationsHeld(), before);
+}
+
+} // namespace
