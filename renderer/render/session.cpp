@@ -2,6 +2,7 @@
 #include "render/session.h"
 
 #include "geometry/scene_geometry.h"
+#include "render/displacement_calls.h"
 #include "render/frame.h"
 #include "render/refinement.h"
 #include "render/tile_renderer.h"
@@ -149,11 +150,16 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     camera.buffertag = collection.tag();
 
     runtime_.bind();
-    const geometry::SceneGeometry geometry(database_, messages_, group, options, threads);
+    geometry::SceneGeometry geometry(database_, messages_, group, options, threads,
+                                     geometry::SceneGeometry::Displacement::StillToCome);
     Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera,
                 cameraInstanceTag);
     frame.globalLock = globalLock_;
     if (!optionsElement->samplesLocked) frame.seed = static_cast<std::uint32_t>(camera.frame);
+    {
+        DisplacementCalls calls(frame, threads);
+        geometry.finish(displacementView(frame), std::ref(calls));
+    }
     const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
     result->film = std::make_unique<Film>(buffers, window);
     result->frame().gamma = options.gamma;
