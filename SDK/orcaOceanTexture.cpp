@@ -15,50 +15,43 @@ namespace {
 
 using P = OceanShaderParameters;
 
-/// The wave field as a shader's parameters describe it, read once per call.
-class WaveField {
-public:
-    WaveField(miState* state, P* record)
-        : time_(parameterValue(state, record, &P::timeValue) * parameterValue(state, record, &P::speedScale)),
-          patternScale_(parameterValue(state, record, &P::patternScale)),
-          wind_(parameterValue(state, record, &P::windVector)),
-          drift_(parameterValue(state, record, &P::driftFactor)),
-          spread_(parameterValue(state, record, &P::spreadFactor)),
-          octaves_(parameterValue(state, record, &P::octaveCount)),
-          minWavelength_(parameterValue(state, record, &P::minWavelength)),
-          maxWavelength_(parameterValue(state, record, &P::maxWavelength)),
-          foamRate_(parameterValue(state, record, &P::foamRate)),
-          foamCutoff_(parameterValue(state, record, &P::foamCutoff)) {
-        ocean_prepare(patternScale_, minWavelength_, maxWavelength_, octaves_, ratio_);
-        ramp_constructor(&height_, state, &record->i_heightRamp, 0);
-        ramp_constructor(&turbulence_, state, &record->i_turbulenceRamp, 0);
-        ramp_constructor(&peaking_, state, &record->i_peakingRamp, 0);
+/// The ramps of a shader's wave field.
+struct WaveRamps {
+    WaveRamps(miState* state, P* record) {
+        ramp_constructor(&height, state, &record->i_heightRamp, 0);
+        ramp_constructor(&turbulence, state, &record->i_turbulenceRamp, 0);
+        ramp_constructor(&peaking, state, &record->i_peakingRamp, 0);
     }
-    ~WaveField() {
-        ramp_destructor(&height_);
-        ramp_destructor(&turbulence_);
-        ramp_destructor(&peaking_);
+    ~WaveRamps() {
+        ramp_destructor(&height);
+        ramp_destructor(&turbulence);
+        ramp_destructor(&peaking);
     }
-    WaveField(const WaveField&) = delete;
-    WaveField& operator=(const WaveField&) = delete;
+    WaveRamps(const WaveRamps&) = delete;
+    WaveRamps& operator=(const WaveRamps&) = delete;
 
-    [[nodiscard]] miScalar height(miScalar x, miScalar z, miScalar filterWidth, miScalar* foam) const {
-        miScalar result;
-        ocean_compute(x, z, time_, &result, foam, patternScale_, &wind_, drift_, spread_, octaves_,
-                      minWavelength_, maxWavelength_, &height_, &turbulence_, &peaking_, foamRate_,
-                      foamCutoff_, ratio_, filterWidth);
-        return result;
-    }
-    /// The shortest waves, world units.
-    [[nodiscard]] miScalar finestDetail() const noexcept { return minWavelength_ / patternScale_; }
-
-private:
-    miScalar time_, patternScale_;
-    miVector wind_;
-    miScalar drift_, spread_, octaves_, minWavelength_, maxWavelength_, foamRate_, foamCutoff_;
-    miScalar ratio_ = 1.0f;
-    Ramp height_, turbulence_, peaking_;
+    Ramp height, turbulence, peaking;
 };
+
+OceanWaveField fieldOf(miState* state, P* record, const WaveRamps& ramps) {
+    OceanWaveField field{};
+    field.time = parameterValue(state, record, &P::timeValue) * parameterValue(state, record, &P::speedScale);
+    field.patternScale = parameterValue(state, record, &P::patternScale);
+    field.wind = parameterValue(state, record, &P::windVector);
+    field.driftFactor = parameterValue(state, record, &P::driftFactor);
+    field.spreadFactor = parameterValue(state, record, &P::spreadFactor);
+    field.octaveCount = parameterValue(state, record, &P::octaveCount);
+    field.minWavelength = parameterValue(state, record, &P::minWavelength);
+    field.maxWavelength = parameterValue(state, record, &P::maxWavelength);
+    field.heightRamp = &ramps.height;
+    field.turbulenceRamp = &ramps.turbulence;
+    field.peakingRamp = &ramps.peaking;
+    field.foamRate = parameterValue(state, record, &P::foamRate);
+    field.foamCutoff = parameterValue(state, record, &P::foamCutoff);
+    ocean_prepare(field.patternScale, field.minWavelength, field.maxWavelength, field.octaveCount,
+                  field.ratio);
+    return field;
+}
 
 /// Size that the pixel covers on the water, from the hit's place and slant in camera space.
 miScalar footprint(miState* state, VelabaseState* vela) {
@@ -123,7 +116,9 @@ miScalar ocean_x_pixel_angle(VelabaseState*& vela) {
 miScalar oceanshader_compute_texture(miScalar* height, miScalar* foam, miVector* normal, miState* state,
                                      OceanShaderParameters* parameters) {
     constexpr miScalar leastWidth = 1e-7f;
-    const WaveField field(state, parameters);
+    const WaveRamps ramps(state, parameters);
+    const OceanWaveField field = fieldOf(state, parameters, ramps);
+    const OceanWaves waves(field);
     VelabaseState* const vela = velabaseState(state);
 
     miScalar width = 0.0f;
@@ -133,16 +128,18 @@ miScalar oceanshader_compute_texture(miScalar* height, miScalar* foam, miVector*
     }
     miVector p;
     mi_point_to_world(state, &p, &state->point);
-    miScalar h0 = field.height(p.x, p.z, width + leastWidth, foam);
+    miScalar h0 = 0.0f;
+    waves.at(p.x, p.z, &h0, foam, width + leastWidth);
     if (foam) *foam += parameterValue(state, parameters, &P::foamBias);
 
     if (!normal) {
         h0 += parameterValue(state, parameters, &P::heightInput);
     } else {
         const miScalar blur = parameterValue(state, parameters, &P::normalBlur);
-        const miScalar delta = (3.0f * width + blur) * field.finestDetail();
-        miScalar hx = field.height(p.x + delta, p.z, width + leastWidth, nullptr);
-        miScalar hz = field.height(p.x, p.z + delta, width + leastWidth, nullptr);
+        const miScalar delta = (3.0f * width + blur) * field.minWavelength / field.patternScale;
+        miScalar hx = 0.0f, hz = 0.0f;
+        waves.at(p.x + delta, p.z, &hx, nullptr, width + leastWidth);
+        waves.at(p.x, p.z + delta, &hz, nullptr, width + leastWidth);
         if (!isConnected(state, parameters, &P::heightInput)) {
             const miScalar constant = parameterValue(state, parameters, &P::heightInput);
             h0 += constant;

@@ -3,6 +3,7 @@
 
 #include "orcaConstants.h"
 #include "orcaNoise.h"
+#include "orcaOceanTurbulence.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,23 +13,22 @@
 namespace {
 
 constexpr double pi = std::numbers::pi;
-constexpr int turbulenceSlots = 16;
-constexpr int turbulenceSeeds = 33; // by which an octave of turbulence moves the seed on; groups overlap
+constexpr int turbulenceSeeds = 33;    // by which an octave of turbulence moves the seed on; groups overlap
+constexpr float turbulenceBand = 0.8f; // shortest wavelength of a group over its longest
 
-/// A point or direction in the ground plane.
-struct Ground {
-    float x, z;
-};
-Ground operator+(Ground a, Ground b) {
+using Ground = OceanWaves::Ground;
+using Octave = OceanWaves::Octave;
+
+constexpr Ground operator+(Ground a, Ground b) {
     return {a.x + b.x, a.z + b.z};
 }
-Ground operator-(Ground a, Ground b) {
+constexpr Ground operator-(Ground a, Ground b) {
     return {a.x - b.x, a.z - b.z};
 }
-Ground operator*(Ground a, float f) {
+constexpr Ground operator*(Ground a, float f) {
     return {a.x * f, a.z * f};
 }
-float dot(Ground a, Ground b) {
+constexpr float dot(Ground a, Ground b) {
     return a.x * b.x + a.z * b.z;
 }
 float length(Ground a) {
@@ -40,48 +40,140 @@ float plainWave(Ground direction, Ground p, float wavelength) {
     return wavelength * static_cast<float>(std::cos(angle));
 }
 
-/// The sum over octaves, and what one octave leaves to the next.
-struct WaveSum {
-    float time;
-    bool foaming;
-    Ground wind;              // unit, or as given when it is next to nothing
-    float spread;             // of directions about the wind
-    float offsetShare;        // of a wave's travel by which turbulence and foam are carried along
-    Ground position;          // pattern units; moved by drift and by peaking
-    miInteger seed = 1;       // of the next table value
-    float crestWeight = 1.0f; // of an octave's height against the foam threshold
-    float foam = 0.0f;
-
-    struct Octave {
-        float wavelength, turbulence, peaking;
-        float travel; // of the wave since time 0, pattern units
-        float lag;    // how far behind a crest its foam still shows, pattern units
-        Ground direction{0.0f, 0.0f}, offset{0.0f, 0.0f};
-    };
-    struct Waves {
-        float now, lagging;
-    };
-
-    void direct(Octave& octave, bool first, float drift);
-    [[nodiscard]] Waves turbulent(const Octave& octave);
-    [[nodiscard]] Waves plain(const Octave& octave) const;
-    void addFoam(const Octave& octave, const Waves& waves, float amplitude, float foamRate, float foamCutoff,
-                 float filterWidth);
+/// An octave's height now, and a while ago, when its foam formed.
+struct Heights {
+    float now, lagging;
 };
 
+/// Moves `position` along where it pinches crests.
+Heights turbulentWaves(const Octave& octave, Ground& position, float offsetShare, float time, bool foaming) {
+    const OceanTurbulence& group =
+        oceanTurbulence(octave.wavelength, turbulenceBand * octave.wavelength, octave.seed);
+    const Ground q = position + octave.offset * offsetShare;
+    Ground at = q;
+    Heights heights{0.0f, 0.0f};
+    if (octave.peaking == 0.0f) {
+        heights.now = group.height(q.x, q.z, time);
+    } else {
+        // Crests are pinched by moving the point against the slope, the more the higher it lies.
+        Ground slope{0.0f, 0.0f};
+        heights.now = group.heightAndSlopes(q.x, q.z, time, slope.x, slope.z);
+        slope = slope * (0.1f * octave.wavelength);
+        const float steepness = length(slope);
+        const float rise = (heights.now / octave.wavelength + 2.0f) * 0.25f;
+        float shift = 0.0f;
+        if (steepness > 0.0f && rise > 0.0f)
+            shift = rise * 0.15f * octave.peaking * octave.wavelength / std::sqrt(steepness);
+        if (shift > VELA_EPS) {
+            at = q - slope * shift;
+            heights.now = group.height(at.x, at.z, time);
+            position = position - slope * (0.8f * shift);
+        }
+    }
+    // Meant as it stands: the lag is a length, and is taken as a time here.
+    if (foaming) heights.lagging = group.height(at.x, at.z, time - octave.lag);
+    return heights;
+}
+
+Heights plainWaves(const Octave& octave, Ground position, bool foaming) {
+    const Ground p = position + octave.offset;
+    const Ground behind = p - octave.direction * octave.lag;
+    return {plainWave(octave.direction, p, octave.wavelength),
+            foaming ? plainWave(octave.direction, behind, octave.wavelength) : 0.0f};
+}
+
+/// Foam of the octaves so far.
+class Foam {
+public:
+    Foam(float rate, float cutoff, float filterWidth)
+        : rate_(rate), threshold_(1.0f - cutoff), filterWidth_(filterWidth) {}
+
+    /// Foam forms where crests stand above the threshold, lasts a while behind them, and is broken up by
+    /// noise.
+    /// @param amplitude of the heights, pattern units
+    void add(const Octave& octave, const Heights& heights, float amplitude, Ground noiseAt) {
+        const float wavelength = octave.wavelength;
+        const float resolved =
+            filterWidth_ < VELA_EPS ? 1.0f : std::min(1.0f, wavelength / (2.0f * filterWidth_));
+        const float crestLag = (heights.lagging * amplitude / wavelength + 0.25f) * 2.0f * crestWeight_;
+        const float crestNow = (heights.now * amplitude / wavelength + 0.25f) * 2.0f * crestWeight_;
+        crestWeight_ *= 0.96f;
+        amount_ += 4.0f * resolved * above(crestLag, threshold_, 0.2f / rate_);
+        amount_ += resolved * above(crestNow, threshold_ + 0.05f, 0.1f / rate_);
+        if (!(amount_ > VELA_EPS)) return;
+
+        const float scale = 4.0f / VELA_CUBE_SIDE / wavelength;
+        const float noise = std::abs(noise_scalar_3d(static_cast<double>(scale * noiseAt.x),
+                                                     static_cast<double>(scale * noiseAt.z),
+                                                     static_cast<double>(scale * (octave.travel + 0.4f))));
+        amount_ = std::max(0.0f, amount_ - (resolved * 0.8f * noise + (1.0f - resolved) * 0.15f));
+    }
+    [[nodiscard]] float amount() const noexcept { return amount_; }
+
+private:
+    static float above(float crest, float threshold, float range) {
+        if (!(crest > threshold)) return 0.0f;
+        return crest > threshold + range ? 1.0f : (crest - threshold) / range;
+    }
+
+    float rate_, threshold_, filterWidth_;
+    float crestWeight_ = 1.0f;
+    float amount_ = 0.0f;
+};
+
+} // namespace
+
+miScalar oceanWaveSpeed(miScalar wavelength) noexcept {
+    return std::sqrt(static_cast<float>(static_cast<double>(wavelength * 0.5f * OCEAN_GRAVITY) / pi));
+}
+
+// --- octaves
+
+OceanWaves::Series::Series(const OceanWaveField& field)
+    : field_(field),
+      octaves_(static_cast<int>(field.octaveCount + 1.0f)),
+      wind_{field.wind.x, field.wind.y},
+      wavelength_(field.maxWavelength) {
+    if (const float l = length(wind_); l > VELA_EPS) wind_ = wind_ * (1.0f / l);
+}
+
+bool OceanWaves::Series::next(Octave& octave) {
+    if (index_ >= octaves_) return false;
+    const int i = index_++;
+    const bool last = i == octaves_ - 1;
+    const float range = field_.maxWavelength - field_.minWavelength;
+    float t = octaves_ == 1 ? 0.0f : static_cast<float>(i) / static_cast<float>(octaves_ - 1);
+    if (range >= VELA_EPS) t = (wavelength_ - field_.minWavelength) / range;
+
+    octave = {};
+    octave.wavelength = wavelength_;
+    octave.amplitude = ramp_get_interp_float(t, field_.heightRamp) * (0.125f / field_.patternScale);
+    if (last) octave.amplitude *= field_.octaveCount - static_cast<float>(i);
+    octave.turbulence = ramp_get_interp_float(t, field_.turbulenceRamp);
+    octave.peaking = ramp_get_interp_float(t, field_.peakingRamp);
+    const float speed = oceanWaveSpeed(wavelength_);
+    octave.travel = speed * field_.time;
+    octave.lag = 0.08f * speed;
+    direct(octave, i == 0);
+    octave.seed = seed_;
+    if (octave.turbulence > VELA_EPS) seed_ += turbulenceSeeds;
+    wavelength_ *= field_.ratio;
+    return true;
+}
+
 /// The first octave runs along the wind and carries the pattern along; the others spread about it.
-void WaveSum::direct(Octave& octave, bool first, float drift) {
+void OceanWaves::Series::direct(Octave& octave, bool first) {
     if (first) {
-        octave.direction = wind;
-        if (!(length(wind) > VELA_EPS)) return;
-        octave.offset = wind * octave.travel;
-        position = position - octave.offset * drift;
+        octave.direction = wind_;
+        if (!(length(wind_) > VELA_EPS)) return;
+        octave.offset = wind_ * octave.travel;
+        octave.drift = octave.offset * field_.driftFactor;
         return;
     }
-    const Ground standing{noise_table_scalar(seed), noise_table_scalar(seed + 1)};
-    const Ground random{noise_table_scalar(seed + 2), noise_table_scalar(seed + 3)};
-    seed += 4;
-    octave.direction = wind + (random - wind) * spread;
+    const Ground standing{noise_table_scalar(seed_), noise_table_scalar(seed_ + 1)};
+    const Ground random{noise_table_scalar(seed_ + 2), noise_table_scalar(seed_ + 3)};
+    seed_ += 4;
+    octave.direction = wind_ + (random - wind_) * field_.spreadFactor;
     const float l = length(octave.direction);
     if (l > VELA_EPS) {
         octave.direction = octave.direction * (1.0f / l);
@@ -91,72 +183,43 @@ void WaveSum::direct(Octave& octave, bool first, float drift) {
     }
 }
 
-WaveSum::Waves WaveSum::turbulent(const Octave& octave) {
-    constexpr float bandwidth = 0.8f; // shortest wavelength of the group over its longest
-    const float longest = octave.wavelength, shortest = bandwidth * octave.wavelength;
-    const Ground q = position + octave.offset * offsetShare;
-    Ground slope{0.0f, 0.0f};
-    Waves waves{ocean_water_turbulence(q.x, q.z, time, longest, shortest, seed, &slope.x, &slope.z), 0.0f};
+// --- the sum
 
-    // Crests are pinched by moving the point against the slope, the more the higher it lies.
-    float shift = 0.0f;
-    if (octave.peaking != 0.0f) {
-        slope = slope * (0.1f * octave.wavelength);
-        const float steepness = length(slope);
-        const float rise = (waves.now / octave.wavelength + 2.0f) * 0.25f;
-        if (steepness > 0.0f && rise > 0.0f)
-            shift = rise * 0.15f * octave.peaking * octave.wavelength / std::sqrt(steepness);
-    }
-    const bool pinched = shift > VELA_EPS;
-    const Ground at = pinched ? q - slope * shift : q;
-    if (pinched) {
-        waves.now = ocean_water_turbulence(at.x, at.z, time, longest, shortest, seed, nullptr, nullptr);
-        position = position - slope * (0.8f * shift);
-    }
-    if (foaming)
-        waves.lagging =
-            ocean_water_turbulence(at.x, at.z, time - octave.lag, longest, shortest, seed, nullptr, nullptr);
-    seed += turbulenceSeeds;
-    return waves;
+OceanWaves::OceanWaves(const OceanWaveField& field) : field_(field), rest_(field_) {
+    while (kept_ < mostKept && rest_.next(octaves_[static_cast<std::size_t>(kept_)])) ++kept_;
 }
 
-WaveSum::Waves WaveSum::plain(const Octave& octave) const {
-    const Ground p = position + octave.offset;
-    const Ground behind = p - octave.direction * octave.lag;
-    return {plainWave(octave.direction, p, octave.wavelength),
-            foaming ? plainWave(octave.direction, behind, octave.wavelength) : 0.0f};
-}
-
-/// Foam forms where crests stand above the threshold, lasts a while behind them, and is broken up by noise.
-void WaveSum::addFoam(const Octave& octave, const Waves& waves, float amplitude, float foamRate,
-                      float foamCutoff, float filterWidth) {
-    const float wavelength = octave.wavelength;
-    const float resolved = filterWidth < VELA_EPS ? 1.0f : std::min(1.0f, wavelength / (2.0f * filterWidth));
-    const float crestLag = (waves.lagging * amplitude / wavelength + 0.25f) * 2.0f * crestWeight;
-    const float crestNow = (waves.now * amplitude / wavelength + 0.25f) * 2.0f * crestWeight;
-    crestWeight *= 0.96f;
-
-    const auto above = [](float crest, float threshold, float range) {
-        if (!(crest > threshold)) return 0.0f;
-        return crest > threshold + range ? 1.0f : (crest - threshold) / range;
+void OceanWaves::at(miScalar x, miScalar z, miScalar* height, miScalar* foam, miScalar filterWidth) const {
+    const float offsetShare = field_.spreadFactor > 1.0f ? 0.0f : (1.0f - field_.spreadFactor) * 0.7f;
+    const bool foaming = foam && field_.foamRate > VELA_EPS;
+    Foam foamSum(field_.foamRate, field_.foamCutoff, filterWidth);
+    Ground position{x * field_.patternScale, z * field_.patternScale};
+    float total = 0.0f;
+    const auto add = [&](const Octave& octave) {
+        position = position - octave.drift;
+        Heights heights{0.0f, 0.0f};
+        if (octave.turbulence > VELA_EPS) {
+            const Heights turbulent = turbulentWaves(octave, position, offsetShare, field_.time, foaming);
+            heights = {octave.turbulence * turbulent.now, octave.turbulence * turbulent.lagging};
+        }
+        if (octave.turbulence < 1.0f) {
+            const Heights plain = plainWaves(octave, position, foaming);
+            heights.now += (1.0f - octave.turbulence) * plain.now;
+            heights.lagging += (1.0f - octave.turbulence) * plain.lagging;
+        }
+        total += heights.now * octave.amplitude;
+        if (foaming)
+            foamSum.add(octave, heights, octave.amplitude * field_.patternScale,
+                        position + octave.offset * offsetShare);
     };
-    const float threshold = 1.0f - foamCutoff;
-    foam += 4.0f * resolved * above(crestLag, threshold, 0.2f / foamRate);
-    foam += resolved * above(crestNow, threshold + 0.05f, 0.1f / foamRate);
-    if (!(foam > VELA_EPS)) return;
-
-    const float scale = 4.0f / VELA_CUBE_SIDE / wavelength;
-    const Ground at = (position + octave.offset * offsetShare) * scale;
-    const float noise = std::abs(noise_scalar_3d(static_cast<double>(at.x), static_cast<double>(at.z),
-                                                 static_cast<double>(scale * (octave.travel + 0.4f))));
-    foam = std::max(0.0f, foam - (resolved * 0.8f * noise + (1.0f - resolved) * 0.15f));
+    for (int i = 0; i < kept_; ++i) add(octaves_[static_cast<std::size_t>(i)]);
+    Octave octave;
+    for (Series rest = rest_; rest.next(octave);) add(octave);
+    if (height) *height = total;
+    if (foam) *foam = 0.5f * foamSum.amount();
 }
 
-} // namespace
-
-miScalar oceanWaveSpeed(miScalar wavelength) noexcept {
-    return std::sqrt(static_cast<float>(static_cast<double>(wavelength * 0.5f * OCEAN_GRAVITY) / pi));
-}
+// --- entry points
 
 void ocean_prepare(miScalar& patternScale, miScalar& minWavelength, miScalar& maxWavelength,
                    miScalar& octaveCount, miScalar& ratio) {
@@ -173,32 +236,9 @@ void ocean_prepare(miScalar& patternScale, miScalar& minWavelength, miScalar& ma
 miScalar ocean_water_turbulence(miScalar x, miScalar z, miScalar time, miScalar wavelengthMax,
                                 miScalar wavelengthMin, miInteger seed, miScalar* gradientX,
                                 miScalar* gradientZ) {
-    const bool slopes = gradientX && gradientZ;
-    const float step = std::exp(std::log(wavelengthMin / wavelengthMax) / (turbulenceSlots - 1));
-    float wavelength = std::max(1e-6f, wavelengthMax);
-    float sum = 0.0f, gx = 0.0f, gz = 0.0f;
-    for (int slot = 0; slot < turbulenceSlots; ++slot, seed += 3, wavelength *= step) {
-        float a = noise_table_scalar(seed), b = noise_table_scalar(seed + 1);
-        const float l = std::sqrt(a * a + b * b);
-        if (l < VELA_EPS) continue;
-        a /= l;
-        b /= l;
-        const float travel = time * oceanWaveSpeed(wavelength);
-        const float phase =
-            (a * (x + a * travel) + b * (z + b * travel)) / wavelength + noise_table_scalar(seed + 2);
-        const double angle = 2.0 * pi * static_cast<double>(phase);
-        sum += static_cast<float>(std::cos(angle)) * wavelength;
-        if (!slopes) continue;
-        const float s = static_cast<float>(std::sin(angle) * 2.0 * pi / static_cast<double>(wavelength));
-        gx += -a * s;
-        gz += -b * s;
-    }
-    constexpr float share = 0.25f; // of each of 16 waves: together they are about as high as a plain one
-    if (slopes) {
-        *gradientX = gx * share;
-        *gradientZ = gz * share;
-    }
-    return share * sum;
+    const OceanTurbulence& group = oceanTurbulence(wavelengthMax, wavelengthMin, seed);
+    if (!gradientX || !gradientZ) return group.height(x, z, time);
+    return group.heightAndSlopes(x, z, time, *gradientX, *gradientZ);
 }
 
 void ocean_compute(miScalar x, miScalar z, miScalar time, miScalar* height, miScalar* foam,
@@ -207,54 +247,8 @@ void ocean_compute(miScalar x, miScalar z, miScalar time, miScalar* height, miSc
                    miScalar maxWavelength, const Ramp* heightRamp, const Ramp* turbulenceRamp,
                    const Ramp* peakingRamp, miScalar foamRate, miScalar foamCutoff, miScalar ratio,
                    miScalar filterWidth) {
-    if (height) *height = 0.0f;
-    if (foam) *foam = 0.0f;
-    const int octaves = static_cast<int>(octaveCount + 1.0f);
-    if (octaves <= 0) return;
-
-    WaveSum sum{};
-    sum.time = time;
-    sum.foaming = foam && foamRate > VELA_EPS;
-    sum.wind = {windVector->x, windVector->y};
-    if (const float l = length(sum.wind); l > VELA_EPS) sum.wind = sum.wind * (1.0f / l);
-    sum.spread = spreadFactor;
-    sum.offsetShare = spreadFactor > 1.0f ? 0.0f : (1.0f - spreadFactor) * 0.7f;
-    sum.position = {x * patternScale, z * patternScale};
-
-    const float range = maxWavelength - minWavelength;
-    const float unit = 0.125f / patternScale; // height of a wave per unit of wavelength, world units
-    float total = 0.0f;
-    float wavelength = maxWavelength;
-    for (int i = 0; i < octaves; ++i, wavelength *= ratio) {
-        const bool last = i == octaves - 1;
-        float t = octaves == 1 ? 0.0f : static_cast<float>(i) / static_cast<float>(octaves - 1);
-        if (range >= VELA_EPS) t = (wavelength - minWavelength) / range;
-        float amplitude = ramp_get_interp_float(t, heightRamp) * unit;
-        if (last) amplitude *= octaveCount - static_cast<float>(i);
-
-        WaveSum::Octave octave{};
-        octave.wavelength = wavelength;
-        octave.turbulence = ramp_get_interp_float(t, turbulenceRamp);
-        octave.peaking = ramp_get_interp_float(t, peakingRamp);
-        const float speed = oceanWaveSpeed(wavelength);
-        octave.travel = speed * time;
-        octave.lag = sum.foaming ? 0.08f * speed : 0.0f;
-        sum.direct(octave, i == 0, driftFactor);
-
-        WaveSum::Waves waves{0.0f, 0.0f};
-        if (octave.turbulence > VELA_EPS) {
-            const WaveSum::Waves turbulent = sum.turbulent(octave);
-            waves = {octave.turbulence * turbulent.now, octave.turbulence * turbulent.lagging};
-        }
-        if (octave.turbulence < 1.0f) {
-            const WaveSum::Waves plain = sum.plain(octave);
-            waves.now += (1.0f - octave.turbulence) * plain.now;
-            waves.lagging += (1.0f - octave.turbulence) * plain.lagging;
-        }
-        total += waves.now * amplitude;
-        if (sum.foaming)
-            sum.addFoam(octave, waves, amplitude * patternScale, foamRate, foamCutoff, filterWidth);
-    }
-    if (height) *height = total;
-    if (foam) *foam = sum.foam * 0.5f;
+    const OceanWaves waves({time, patternScale, *windVector, driftFactor, spreadFactor, octaveCount,
+                            minWavelength, maxWavelength, ratio, heightRamp, turbulenceRamp, peakingRamp,
+                            foamRate, foamCutoff});
+    waves.at(x, z, height, foam, filterWidth);
 }

@@ -10,12 +10,71 @@
 
 #include <shader.h>
 
+#include <array>
+
 /// Pattern units per second squared.
 inline constexpr miScalar OCEAN_GRAVITY = 9.81f;
 
 /// Speed of a wave over deep water, pattern units per second (the dispersion relation of Airy's linear
 /// theory, 1845).
 [[nodiscard]] miScalar oceanWaveSpeed(miScalar wavelength) noexcept;
+
+/// What a wave field is made from, as ocean_prepare leaves it; ocean_compute says what each is. The ramps are
+/// borrowed.
+struct OceanWaveField {
+    miScalar time, patternScale;
+    miVector wind;
+    miScalar driftFactor, spreadFactor, octaveCount, minWavelength, maxWavelength, ratio;
+    const Ramp *heightRamp, *turbulenceRamp, *peakingRamp;
+    miScalar foamRate, foamCutoff;
+};
+
+/// A wave field with its octaves worked out, for several points at one time.
+class OceanWaves {
+public:
+    explicit OceanWaves(const OceanWaveField& field);
+    OceanWaves(const OceanWaves&) = delete;
+    OceanWaves& operator=(const OceanWaves&) = delete;
+
+    /// As ocean_compute.
+    void at(miScalar x, miScalar z, miScalar* height, miScalar* foam, miScalar filterWidth) const;
+
+    /// A point or direction in the ground plane, pattern units.
+    struct Ground {
+        miScalar x, z;
+    };
+    struct Octave {
+        miScalar wavelength, amplitude, turbulence, peaking;
+        miScalar travel;          ///< of the wave since time 0
+        miScalar lag;             ///< how far behind a crest its foam still shows
+        Ground direction, offset; ///< unit, and the travel along it
+        Ground drift;             ///< of the pattern from here on
+        miInteger seed;           ///< of its turbulence
+    };
+
+private:
+    /// Octaves in order, from the longest waves to the shortest.
+    class Series {
+    public:
+        explicit Series(const OceanWaveField& field);
+        bool next(Octave& octave);
+
+    private:
+        void direct(Octave& octave, bool first);
+
+        const OceanWaveField& field_;
+        int octaves_, index_ = 0;
+        Ground wind_; ///< unit, or as given when it is next to nothing
+        miScalar wavelength_;
+        miInteger seed_ = 1;
+    };
+    static constexpr int mostKept = 24; ///< seas have fewer; what is beyond is worked out at every point
+
+    OceanWaveField field_;
+    std::array<Octave, mostKept> octaves_;
+    int kept_ = 0;
+    Series rest_;
+};
 
 extern "C" {
 

@@ -33,6 +33,9 @@ struct SceneGeometry::Implementation {
 
     void buildMeshes();
     void buildLeaves(const miOptions& options);
+    [[nodiscard]] bool isDisplaced(const Leaf& leaf) const;
+    void displaceLeaves(const DisplacementView& view, const DisplacementShader& shader);
+    void buildKernel();
     [[nodiscard]] const miTag* inheritedMaterials(const PlacedGraph::Leaf& placed, const Mesh& mesh,
                                                   std::uint32_t& count);
 
@@ -52,6 +55,9 @@ struct SceneGeometry::Implementation {
     std::unordered_map<const std::vector<miTag>*, const std::vector<miTag>*> listOf;
 
     std::vector<Leaf> leaves;
+    std::deque<Mesh> displacedMeshes; // one per displaced leaf, however many share the object
+    bool displacementToCome = false;
+    int threads = 0;
     std::optional<RayKernel> kernel;
     int maxTextureSpaces = 0;
     bool moves = false;
@@ -156,7 +162,8 @@ void SceneGeometry::Implementation::buildLeaves(const miOptions& options) {
                            placed.object->place});
         if (mesh.triangles.empty() || !leaf.visibleTo) continue;
 
-        leaf.placedInWorld = shared.places == 1 && !(traceMotion && leaf.transformMoves);
+        const bool displaced = displacementToCome && isDisplaced(leaf);
+        leaf.placedInWorld = shared.places == 1 && !displaced && !(traceMotion && leaf.transformMoves);
         if (leaf.placedInWorld) placeInWorld(mesh, record.tf.local_to_global, record.tf.global_to_local);
         maxTextureSpaces = std::max(maxTextureSpaces, mesh.textureSpaces);
         moves = moves || leaf.transformMoves || mesh.deforms();
@@ -166,20 +173,68 @@ void SceneGeometry::Implementation::buildLeaves(const miOptions& options) {
     lightSets.finish();
 }
 
+/// Every place of a displaced object is displaced for itself: its material and its distance are its own.
+bool SceneGeometry::Implementation::isDisplaced(const Leaf& leaf) const {
+    const auto displaces = [&](miTag tag) {
+        const auto* material = tag ? database.find<scene::MaterialElement>(tag) : nullptr;
+        return material && material->material.displace != miNULLTAG;
+    };
+    const Mesh& mesh = *leaf.mesh;
+    return std::any_of(leaf.materials, leaf.materials + leaf.materialCount, displaces) ||
+           (!leaf.materialsOverride && std::any_of(mesh.materials.begin(), mesh.materials.end(), displaces));
+}
+
+void SceneGeometry::Implementation::displaceLeaves(const DisplacementView& view,
+                                                   const DisplacementShader& shader) {
+    for (Leaf& leaf : leaves) {
+        if (!isDisplaced(leaf)) continue;
+        Mesh& own = displacedMeshes.emplace_back(*leaf.mesh);
+        const DisplacementLimits limits;
+        const DisplacementOutcome outcome = displace(own, leaf, view, limits, shader);
+        if (outcome.stoppedEarly) {
+            const auto* object = database.find<scene::ObjectElement>(leaf.object);
+            messages.warningAt(
+                object->place, "GEOM",
+                "object \"{}\": displacing it as finely as the picture shows takes more than {} "
+                "triangles; it is left coarser, cut it into smaller objects",
+                object->name, limits.triangles);
+        }
+        triangles += own.triangles.size() - leaf.mesh->triangles.size();
+        leaf.mesh = &own;
+        if (traceMotion && leaf.transformMoves) continue;
+        const miTransform& place = leaf.instanceRecord->tf;
+        placeInWorld(own, place.local_to_global, place.global_to_local);
+        leaf.placedInWorld = true;
+    }
+}
+
+void SceneGeometry::Implementation::buildKernel() {
+    kernel.emplace(leaves, traceMotion, messages);
+    kernel->bounds(lower, upper);
+}
+
 SceneGeometry::SceneGeometry(scene::Database& database, scene::Messages& messages, miTag rootGroup,
-                             const miOptions& options, int threads)
+                             const miOptions& options, int threads, Displacement displacement)
     : implementation_(std::make_unique<Implementation>(database, messages, rootGroup)) {
     Implementation& all = *implementation_;
     all.traceMotion = options.motion != 0;
-
+    all.displacementToCome = displacement == Displacement::StillToCome && !options.no_displace;
     const int available = tbb::this_task_arena::max_concurrency();
-    tbb::task_arena arena(threads > 0 ? std::min(threads, available) : available);
-    arena.execute([&] {
+    all.threads = threads > 0 ? std::min(threads, available) : available;
+
+    tbb::task_arena(all.threads).execute([&] {
         all.buildMeshes();
         all.buildLeaves(options);
-        all.kernel.emplace(all.leaves, all.traceMotion, messages);
+        if (displacement == Displacement::None) all.buildKernel();
     });
-    all.kernel->bounds(all.lower, all.upper);
+}
+
+void SceneGeometry::finish(const DisplacementView& view, const DisplacementShader& shader) {
+    Implementation& all = *implementation_;
+    tbb::task_arena(all.threads).execute([&] {
+        if (all.displacementToCome) all.displaceLeaves(view, shader);
+        all.buildKernel();
+    });
 }
 
 SceneGeometry::~SceneGeometry() = default;

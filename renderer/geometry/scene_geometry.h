@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "geometry/displacement.h"
 #include "geometry/leaf.h"
 #include "geometry/ray.h"
 #include "geometry/surface_point.h"
@@ -24,11 +25,19 @@ public:
     /// lives, so the database must outlive it. Scene faults become messages; the faulty part is left out.
     /// `threads` limits the threads that build the acceleration structures, 0 takes all; hits do not depend
     /// on it. Rays see things move only when `options.motion` is on.
+    ///
+    /// With displacement still to come, `finish` must be called before any ray is cast.
+    enum class Displacement { None, StillToCome };
     SceneGeometry(scene::Database& database, scene::Messages& messages, miTag rootGroup,
-                  const miOptions& options, int threads);
+                  const miOptions& options, int threads, Displacement displacement = Displacement::None);
     ~SceneGeometry();
     SceneGeometry(const SceneGeometry&) = delete;
     SceneGeometry& operator=(const SceneGeometry&) = delete;
+
+    /// Displaces the leaves whose materials have displacement shaders and makes everything ready for tracing.
+    /// Without this call, and with displacement switched off in the options, they stay as modelled. `shader`
+    /// is called on the threads of an arena of at most `threads`.
+    void finish(const DisplacementView& view, const DisplacementShader& shader);
 
     /// Closest hit within the ray's range.
     [[nodiscard]] bool intersect(const Ray& ray, Hit& hit) const;

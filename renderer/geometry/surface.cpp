@@ -103,8 +103,9 @@ bool derivativesFromTexture(const miVector& edge1, const miVector& edge2, const 
     return true;
 }
 
-miTag materialOf(const Leaf& leaf, std::uint32_t triangle) {
-    const Mesh& mesh = *leaf.mesh;
+} // namespace
+
+miTag materialOf(const Leaf& leaf, const Mesh& mesh, std::uint32_t triangle) {
     if (!mesh.materials.empty() && !leaf.materialsOverride && mesh.materials[triangle])
         return mesh.materials[triangle];
     if (mesh.labels.empty() || mesh.labels[triangle] < 0) return leaf.materials[0];
@@ -112,8 +113,6 @@ miTag materialOf(const Leaf& leaf, std::uint32_t triangle) {
     return leaf
         .materials[std::min(static_cast<std::uint32_t>(mesh.labels[triangle]), leaf.materialCount - 1)];
 }
-
-} // namespace
 
 void interpolateSurface(const Leaf& leaf, const Hit& hit, float time, SurfacePoint& point,
                         miVector* textureCoordinates) {
@@ -135,7 +134,7 @@ void interpolateSurface(const Leaf& leaf, const Hit& hit, float time, SurfacePoi
     point.bary[1] = hit.u;
     point.bary[2] = hit.v;
     point.bary[3] = 0.0f;
-    point.material = materialOf(leaf, hit.triangle);
+    point.material = materialOf(leaf, mesh, hit.triangle);
     point.label = leaf.label;
     point.primitive = const_cast<Mesh::Triangle*>(&triangle);
     point.moves = leaf.transformMoves || mesh.deforms();

@@ -14,4 +14,7 @@ namespace orca::geometry {
 void interpolateSurface(const Leaf& leaf, const Hit& hit, float time, SurfacePoint& point,
                         miVector* textureCoordinates);
 
+/// Material of a triangle, after inheritance; never 0. The mesh is the leaf's, or one that will be.
+[[nodiscard]] miTag materialOf(const Leaf& leaf, const Mesh& mesh, std::uint32_t triangle);
+
 } // namespace orca::geometry

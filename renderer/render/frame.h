@@ -19,6 +19,7 @@
 namespace orca::render {
 
 class GatherCaches;
+class ShadowMaps;
 
 /// Everything that stays the same while one picture is rendered. Shared by all threads, const for them.
 class Frame {
@@ -40,6 +41,7 @@ public:
     const CameraPlacement placement;
     miLock globalLock;
     std::uint32_t seed = 0;
+    const ShadowMaps* shadowMaps = nullptr; ///< null: shadows are traced
     GatherSettings gather;
     const GatherCaches* gatherCaches = nullptr; ///< light gathered ahead; null: every sample gathers
     int gatherSpacing = 0;                      ///< pixels between the points that it was gathered for
@@ -73,6 +75,7 @@ public:
         const std::uint32_t index = lookUp(lightByTag_, instance);
         return index == geometry::nothing ? nullptr : &lights_[index];
     }
+    [[nodiscard]] std::span<const PlacedLight> lights() const { return lights_; }
     /// Material record; null for an unknown tag.
     [[nodiscard]] const miMaterial* materialOf(miTag material) const {
         return material < materialByTag_.size() ? materialByTag_[material] : nullptr;

@@ -34,6 +34,13 @@ struct ShadowPath {
     const miState* lightState;
 };
 
+/// Internal space of a displacement call: the object's own.
+struct DisplacementSpace {
+    const miScalar* toWorld; ///< of the instance
+    const miScalar* fromWorld;
+    miMatrix toCamera, fromCamera;
+};
+
 struct RayCounts {
     std::uint64_t eye = 0, transparent = 0, reflection = 0, refraction = 0, shadow = 0, gather = 0,
                   occlusion = 0, environment = 0, samples = 0, materialCalls = 0, lightCalls = 0;
@@ -72,6 +79,7 @@ struct RenderContext : shading::CallContext {
     miColor opacity{};
 
     const ShadowPath* shadowPath = nullptr;
+    const DisplacementSpace* displacementSpace = nullptr; ///< set in displacement calls
     int gatherDepth = 0;                                    ///< nesting of gathers
     int gatherReflectionBase = 0, gatherRefractionBase = 0; ///< levels at which the innermost one began
     GatherHarvest* gatherHarvest = nullptr;                 ///< gathering ahead: where new records go

@@ -2,9 +2,11 @@
 #include "render/session.h"
 
 #include "geometry/scene_geometry.h"
+#include "render/displacement_calls.h"
 #include "render/frame.h"
 #include "render/gather_ahead.h"
 #include "render/refinement.h"
+#include "render/shadow_map.h"
 #include "render/tile_renderer.h"
 #include "scene/elements.h"
 #include "shading/active_renderer.h"
@@ -150,12 +152,17 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     camera.buffertag = collection.tag();
 
     runtime_.bind();
-    const geometry::SceneGeometry geometry(database_, messages_, group, options, threads);
+    geometry::SceneGeometry geometry(database_, messages_, group, options, threads,
+                                     geometry::SceneGeometry::Displacement::StillToCome);
     Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera,
                 cameraInstanceTag);
     frame.globalLock = globalLock_;
     frame.gather = GatherSettings(*optionsElement);
     if (!optionsElement->samplesLocked) frame.seed = static_cast<std::uint32_t>(camera.frame);
+    {
+        DisplacementCalls calls(frame, threads);
+        geometry.finish(displacementView(frame), std::ref(calls));
+    }
     const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
     result->film = std::make_unique<Film>(buffers, window);
     result->frame().gamma = options.gamma;
@@ -167,6 +174,13 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     Refinement refinement(window, options.min_samples, options.max_samples, contrastOf(options, frame));
     TileRenderer tiles(frame, *result->film, settings, threads, refinement.passesAtMost());
     bool complete = true;
+    ShadowMaps shadowMaps;
+    if (options.use_shadow_maps)
+        tiles.inArena([&] {
+            for (const PlacedLight& light : frame.lights())
+                if (light.light->use_shadow_maps) shadowMaps.add(geometry, light);
+        });
+    if (!shadowMaps.empty()) frame.shadowMaps = &shadowMaps;
     GatherCaches gathered(geometry.boundsMin(), geometry.boundsMax());
     frame.gatherSpacing = frame.gather.rays > 0 ? gatherSpacing(frame.gather.presampleDensity) : 0;
     if (frame.gatherSpacing > 0) {

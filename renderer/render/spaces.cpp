@@ -8,6 +8,13 @@ namespace orca::render {
 const miScalar* spaceMatrix(const miState* state, Space space, Direction direction) {
     const RenderContext& context = renderContextOf(state);
     const Frame& frame = context.frame;
+    if (const DisplacementSpace* object = renderContextOf(state).displacementSpace) {
+        switch (space) {
+        case Space::World: return direction == Direction::To ? object->toWorld : object->fromWorld;
+        case Space::Camera: return direction == Direction::To ? object->toCamera : object->fromCamera;
+        default: return nullptr;
+        }
+    }
     const miInstance* instance = nullptr;
     switch (space) {
     case Space::World: return nullptr;

@@ -5,7 +5,8 @@
 
 namespace orca::render {
 
-/// Spaces that shaders know beside the internal one, which is world space here.
+/// Spaces that shaders know beside the internal one, which is world space here, and the object's own in
+/// displacement calls.
 enum class Space { World, Camera, Object, Light };
 /// To: from internal space into the named one; From: back.
 enum class Direction { To, From };

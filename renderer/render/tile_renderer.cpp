@@ -135,6 +135,13 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
     return done == count;
 }
 
+void TileRenderer::inArena(const std::function<void()>& work) {
+    const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
+                                          static_cast<std::size_t>(threads_));
+    tbb::task_arena arena(threads_);
+    arena.execute(work);
+}
+
 bool TileRenderer::render(const Refinement::Pass& pass) {
     const std::vector<PixelWindow> tiles = tilesOf(film_.window(), tileSize_);
     std::atomic<std::size_t> done{0};

@@ -25,6 +25,8 @@ public:
     /// Calls `work` for 0 to count - 1, in any order, each on some thread's render state. False when the
     /// render was stopped before all were done.
     bool forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work);
+    /// Calls `work`, which may use the render's threads for itself.
+    void inArena(const std::function<void()>& work);
     /// Ends the threads' render states. Once, after the last pass.
     void close();
 

@@ -195,12 +195,13 @@ private:
     bool readLightStatement(LightElement& element, const Token& word);
     bool readLightArea(LightElement& element, std::string_view word, const Place& place);
     void readAreaSampling(LightElement& element);
-    void readShadowMap(LightElement& element);
+    void readShadowMap(LightElement& element, const Place& place);
     void finishLight(LightElement& element);
 
     // reader_textures.cpp
     void readTexture(const Token& token, std::string_view firstWord, bool incremental);
     void readInlinePixels(TextureElement& element, const Place& place);
+    ColorProfile readColorProfileName();
     void readLightProfile(const Token& token, bool incremental);
     void readOther(const Token& token, std::string_view kind);
 

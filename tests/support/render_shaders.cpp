@@ -109,4 +109,36 @@ DLLEXPORT miBoolean testGatherBehind(miColor* result, miState* state, void*) {
     return mi_compute_avg_radiance(result, state, 'b', nullptr);
 }
 
+/// Shows where the surface is, in world space.
+DLLEXPORT int testShowPoint_version(void) {
+    return 1;
+}
+DLLEXPORT miBoolean testShowPoint(miColor* result, miState* state, void*) {
+    miVector point;
+    mi_point_to_world(state, &point, &state->point);
+    *result = {point.x, point.y, point.z, 1.0f};
+    return miTRUE;
+}
+
+/// Displacement: the sum of what the spaces say of a vertex, with weights of its own.
+struct DisplaceParameters {
+    miVector world, camera, object;
+};
+DLLEXPORT int testDisplace_version(void) {
+    return 1;
+}
+DLLEXPORT miBoolean testDisplace(miScalar* result, miState* state, DisplaceParameters* parameters) {
+    if (state->type != miRAY_DISPLACE) return miFALSE;
+    miVector world, camera, object;
+    mi_point_to_world(state, &world, &state->point);
+    mi_point_to_camera(state, &camera, &state->point);
+    mi_point_to_object(state, &object, &state->point);
+    const miVector worldWeight = *mi_eval_vector(&parameters->world);
+    const miVector cameraWeight = *mi_eval_vector(&parameters->camera);
+    const miVector objectWeight = *mi_eval_vector(&parameters->object);
+    *result += mi_vector_dot(&world, &worldWeight) + mi_vector_dot(&camera, &cameraWeight) +
+               mi_vector_dot(&object, &objectWeight);
+    return miTRUE;
+}
+
 } // extern "C"

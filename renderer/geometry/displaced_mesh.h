@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "geometry/leaf.h"
+#include "geometry/mesh.h"
+
+#include <shader.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace orca::geometry {
+
+/// A mesh while it is being cut finer and displaced: the mesh itself stays undisplaced until `finish`.
+class DisplacedMesh {
+public:
+    /// Gives every vertex a normal (that of its triangle where the mesh has none) and finds out which
+    /// vertices lie in one place. The mesh is in object space.
+    DisplacedMesh(Mesh& baseMesh, const Leaf& baseLeaf);
+
+    [[nodiscard]] std::size_t vertexCount() const { return mesh.points.size(); }
+
+    /// The two ends of a triangle's edge 0, 1 or 2, ordered by place.
+    [[nodiscard]] std::pair<std::uint32_t, std::uint32_t> endsInOrder(const Mesh::Triangle& triangle,
+                                                                      int edge) const;
+
+    /// Halves edges of triangles. `marks` has bit `edge` set where that edge of the triangle of the same
+    /// number is halved; triangles on both sides of an edge must agree. Returns the triangles that came of
+    /// those with any mark, old numbers reused.
+    std::vector<std::uint32_t> split(const std::vector<std::uint32_t>& triangles,
+                                     const std::vector<std::uint8_t>& marks);
+
+    /// Sets the offsets of vertices from `first` on that lie in one place to their mean.
+    void joinPlaces(std::size_t first);
+
+    /// Moves the vertices by their offsets and makes their normals anew.
+    void finish();
+
+    Mesh& mesh;
+    const Leaf& leaf;
+    std::vector<miTag> materials;  ///< per vertex, of its first triangle; 0: of none
+    std::vector<miVector> offsets; ///< per vertex, object space; filled by the owner
+
+private:
+    struct Edge;
+    void giveNormals();
+    void findPlaces();
+    void appendMidpoint(const Edge& edge);
+    void appendTriangle(std::uint32_t parent, const Mesh::Triangle& triangle);
+
+    std::vector<std::uint32_t> places_;  ///< per vertex, the first vertex in its place
+    std::vector<std::uint32_t> creases_; ///< and of those the first with its normal
+};
+
+} // namespace orca::geometry

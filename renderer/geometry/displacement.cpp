@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "geometry/displacement.h"
+
+#include "geometry/displaced_mesh.h"
+#include "geometry/parallel_for.h"
+#include "geometry/vectors.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orca::geometry {
+
+namespace {
+
+constexpr int roundsAtMost = 24; // every round halves edges once
+constexpr std::size_t verticesPerChunk = 256, trianglesPerChunk = 4096;
+
+/// Decides whether an edge is to be halved.
+class EdgeMeasure {
+public:
+    EdgeMeasure(const DisplacementView& view, float longest) : view_(view), longest_(longest) {}
+
+    /// @param a, b the ends in camera space, in an order that does not depend on the triangle
+    [[nodiscard]] bool tooLong(const miVector& a, const miVector& b) const {
+        const float pixels = view_.pixelsPerUnit * (view_.orthographic ? extent(a, b) : angle(a, b));
+        // What only mirrors and shadows show may be coarser.
+        constexpr float coarserOutside = 8.0f;
+        return pixels > longest_ * (outside(a, b) ? coarserOutside : 1.0f);
+    }
+
+private:
+    // Edges seen end on hardly show, but what they may rise to between their ends does.
+    static constexpr float shareOfDepth = 0.25f;
+
+    [[nodiscard]] float extent(const miVector& a, const miVector& b) const {
+        const miVector d = b - a;
+        return std::max(std::hypot(d.x, d.y), shareOfDepth * std::abs(d.z));
+    }
+    [[nodiscard]] float angle(const miVector& a, const miVector& b) const {
+        const miVector d = b - a;
+        const float square = dot(d, d);
+        if (!(square > 0.0f)) return 0.0f;
+        const float t = std::clamp(-dot(a, d) / square, 0.0f, 1.0f);
+        const miVector closest = a + t * d;
+        const float distance = std::max(view_.nearest, std::sqrt(dot(closest, closest)));
+        const miVector turn = cross(a, b);
+        const float seen = std::atan2(std::sqrt(dot(turn, turn)), dot(a, b));
+        const float length = std::sqrt(square);
+        // Next to the eye an edge spans any angle.
+        return std::max(std::min(seen, length / distance), shareOfDepth * length / distance);
+    }
+    /// True when both ends lie beyond one side of the view, with a margin.
+    [[nodiscard]] bool outside(const miVector& a, const miVector& b) const {
+        constexpr float margin = 1.15f;
+        const auto beyond = [&](const miVector& p) {
+            const float depth = view_.orthographic ? 1.0f : -p.z;
+            const float w = margin * view_.halfWidth * depth, h = margin * view_.halfHeight * depth;
+            return (p.x > w ? 1u : 0u) | (p.x < -w ? 2u : 0u) | (p.y > h ? 4u : 0u) | (p.y < -h ? 8u : 0u) |
+                   (p.z > 0.0f ? 16u : 0u);
+        };
+        return (beyond(a) & beyond(b)) != 0;
+    }
+
+    const DisplacementView& view_;
+    float longest_;
+};
+
+/// The vertices' displacements and where they end up before the camera.
+class Displacement {
+public:
+    Displacement(DisplacedMesh& displaced, const Leaf& leaf, const DisplacementView& view,
+                 const DisplacementShader& shader)
+        : displaced_(displaced), leaf_(leaf), shader_(shader) {
+        mi_matrix_prod(toCamera_, leaf.instanceRecord->tf.local_to_global, view.worldToCamera);
+    }
+
+    /// Asks for the vertices from `first` on and moves those in one place together.
+    void evaluate(std::size_t first) {
+        const std::size_t count = displaced_.vertexCount();
+        displaced_.offsets.resize(count);
+        inCamera_.resize(count);
+        parallelFor(count - first, verticesPerChunk, [&](std::size_t from, std::size_t to) {
+            for (std::size_t v = first + from; v < first + to; ++v) displaced_.offsets[v] = offsetOf(v);
+        });
+        displaced_.joinPlaces(first);
+        parallelFor(count - first, verticesPerChunk, [&](std::size_t from, std::size_t to) {
+            for (std::size_t v = first + from; v < first + to; ++v)
+                inCamera_[v] = transformPoint(displaced_.mesh.points[v] + displaced_.offsets[v], toCamera_);
+        });
+    }
+
+    [[nodiscard]] const miVector& inCamera(std::uint32_t vertex) const { return inCamera_[vertex]; }
+
+private:
+    [[nodiscard]] miVector offsetOf(std::size_t v) const {
+        const Mesh& mesh = displaced_.mesh;
+        if (displaced_.materials[v] == miNULLTAG) return {0.0f, 0.0f, 0.0f}; // of no triangle
+        DisplacementVertex vertex{};
+        vertex.point = mesh.points[v];
+        vertex.normal = mesh.normals[v];
+        vertex.textureSpaces = mesh.textureSpaces;
+        vertex.textures = mesh.textures.data() + v * static_cast<std::size_t>(mesh.textureSpaces);
+        if ((vertex.hasBump = !mesh.bumpX.empty())) {
+            vertex.bumpX = mesh.bumpX[v];
+            vertex.bumpY = mesh.bumpY[v];
+        }
+        if ((vertex.hasDerivatives = !mesh.derivU.empty())) {
+            vertex.dPdu = mesh.derivU[v];
+            vertex.dPdv = mesh.derivV[v];
+        }
+        vertex.material = displaced_.materials[v];
+        return shader_(leaf_, vertex) * vertex.normal;
+    }
+
+    DisplacedMesh& displaced_;
+    const Leaf& leaf_;
+    const DisplacementShader& shader_;
+    miMatrix toCamera_;
+    std::vector<miVector> inCamera_;
+};
+
+} // namespace
+
+DisplacementOutcome displace(Mesh& mesh, const Leaf& leaf, const DisplacementView& view,
+                             const DisplacementLimits& limits, const DisplacementShader& shader) {
+    DisplacedMesh displaced(mesh, leaf);
+    Displacement displacement(displaced, leaf, view, shader);
+    displacement.evaluate(0);
+
+    const EdgeMeasure measure(view, limits.edgePixels);
+    DisplacementOutcome outcome;
+    // Triangles that keep all their edges are done: edges change only by being halved.
+    std::vector<std::uint32_t> active(mesh.triangles.size());
+    for (std::size_t i = 0; i < active.size(); ++i) active[i] = static_cast<std::uint32_t>(i);
+    std::vector<std::uint8_t> marks;
+    for (int round = 0; round < roundsAtMost && !active.empty(); ++round) {
+        if (mesh.triangles.size() + 3 * active.size() > limits.triangles) {
+            outcome.stoppedEarly = true;
+            break;
+        }
+        marks.assign(active.size(), 0);
+        parallelFor(active.size(), trianglesPerChunk, [&](std::size_t from, std::size_t to) {
+            for (std::size_t i = from; i < to; ++i) {
+                const Mesh::Triangle& t = mesh.triangles[active[i]];
+                for (int edge = 0; edge < 3; ++edge) {
+                    const auto [a, b] = displaced.endsInOrder(t, edge);
+                    if (measure.tooLong(displacement.inCamera(a), displacement.inCamera(b)))
+                        marks[i] = static_cast<std::uint8_t>(marks[i] | 1u << edge);
+                }
+            }
+        });
+        const std::size_t before = displaced.vertexCount();
+        active = displaced.split(active, marks);
+        displacement.evaluate(before);
+    }
+    displaced.finish();
+    return outcome;
+}
+
+} // namespace orca::geometry

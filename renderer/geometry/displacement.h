@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "geometry/leaf.h"
+#include "geometry/mesh.h"
+
+#include <shader.h>
+
+#include <cstddef>
+#include <functional>
+
+namespace orca::geometry {
+
+/// A vertex whose displacement is asked for. Points, normals and the like are in the object's space.
+struct DisplacementVertex {
+    miVector point;
+    miVector normal;          ///< unit
+    const miVector* textures; ///< `textureSpaces` of them
+    int textureSpaces;
+    bool hasBump;
+    miVector bumpX, bumpY; ///< of the first texture space
+    bool hasDerivatives;
+    miVector dPdu, dPdv;
+    miTag material;
+};
+
+/// Answers how far a vertex moves along its normal, in units of the object's space. Called from any thread.
+using DisplacementShader = std::function<float(const Leaf&, const DisplacementVertex&)>;
+
+/// How large things look, which decides how finely displaced surfaces are cut.
+struct DisplacementView {
+    miMatrix worldToCamera;
+    bool orthographic;
+    float pixelsPerUnit;         ///< per radian at the picture's centre; orthographic: per scene unit
+    float halfWidth, halfHeight; ///< of the view at distance 1; orthographic: scene units
+    float nearest;               ///< scene units; what is nearer looks as large as there
+};
+
+/// How finely.
+struct DisplacementLimits {
+    float edgePixels = 4.0f;           ///< longest edge of a triangle as the camera sees it
+    std::size_t triangles = 32u << 20; ///< of one mesh
+};
+
+/// What came of it.
+struct DisplacementOutcome {
+    bool stoppedEarly = false; ///< the limit of triangles was met; the surface is coarser than asked for
+};
+
+/// Cuts the mesh of a leaf, in object space, and moves its vertices. Edges are halved until they look short
+/// enough; whether one is depends on its two ends alone, so that triangles which share it, or meet along it
+/// with vertices of their own, agree and no cracks open. Vertices in one place move together, by the mean of
+/// what their normals and materials say. The result is the same for any number of threads.
+///
+/// Normals are made anew from the moved triangles, smooth where the given ones were. Vertices in motion take
+/// the displacement of the start of the shutter along.
+DisplacementOutcome displace(Mesh& mesh, const Leaf& leaf, const DisplacementView& view,
+                             const DisplacementLimits& limits, const DisplacementShader& shader);
+
+} // namespace orca::geometry

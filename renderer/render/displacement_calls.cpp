@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/displacement_calls.h"
+
+#include "render/eye_sample.h"
+#include "scene/elements.h"
+
+#include <tbb/task_arena.h>
+
+#include <algorithm>
+#include <cmath>
+#include <exception>
+
+namespace orca::render {
+
+namespace {
+
+/// Outside of any picture sample: shaders that write passes stay silent.
+constexpr int noImagePhase = 3;
+
+} // namespace
+
+geometry::DisplacementView displacementView(const Frame& frame) {
+    const miCamera& camera = frame.camera;
+    geometry::DisplacementView view{};
+    mi_matrix_copy(view.worldToCamera, frame.placement.start().fromWorld);
+    view.orthographic = camera.orthographic != miFALSE;
+    const float width = view.orthographic ? camera.aperture : camera.aperture / camera.focal;
+    view.pixelsPerUnit = static_cast<float>(camera.x_resolution) / width;
+    view.halfWidth = 0.5f * width;
+    view.halfHeight = view.halfWidth / camera.aspect;
+    view.nearest = std::max(1e-6f, static_cast<float>(camera.clip.min));
+    return view;
+}
+
+struct DisplacementCalls::Worker {
+    Worker(const Frame& frame, int thread) : context(frame, thread) {
+        openBaseState(context);
+        context.samplePhase = noImagePhase;
+        context.displacementSpace = &space;
+    }
+    ~Worker() {
+        context.displacementSpace = nullptr;
+        closeBaseState(context);
+    }
+
+    void enter(const geometry::Leaf& leaf) {
+        if (current == &leaf) return;
+        current = &leaf;
+        const miTransform& place = leaf.instanceRecord->tf;
+        const CameraSpace& camera = context.frame.placement.start();
+        space.toWorld = place.local_to_global;
+        space.fromWorld = place.global_to_local;
+        mi_matrix_prod(space.toCamera, place.local_to_global, camera.fromWorld);
+        mi_matrix_prod(space.fromCamera, camera.toWorld, place.global_to_local);
+    }
+
+    RenderContext context;
+    DisplacementSpace space{};
+    const geometry::Leaf* current = nullptr;
+};
+
+DisplacementCalls::DisplacementCalls(const Frame& frame, int threads)
+    : frame_(frame),
+      workers_(static_cast<std::size_t>(std::max(1, threads))),
+      usable_(frame.database.endTag()) {
+    for (miTag tag = 1; tag < frame.database.endTag(); ++tag)
+        if (const miMaterial* material = frame.materialOf(tag); material && material->displace)
+            usable_[material->displace] = answersScalar(material->displace);
+}
+
+DisplacementCalls::~DisplacementCalls() = default;
+
+bool DisplacementCalls::answersScalar(miTag shader) const {
+    for (miTag tag = shader; tag != miNULLTAG; tag = frame_.runtime.next(tag)) {
+        const auto* element = frame_.database.find<scene::FunctionElement>(tag);
+        if (!element) return false;
+        if (element->declaration->result.type == miTYPE_SCALAR) continue;
+        frame_.messages.errorAt(
+            element->place, "RNDR",
+            "displacement shader \"{}\": \"{}\" does not answer a scalar; connect a scalar "
+            "result of it to \"height\" of \"velaDisplacement\" and use that",
+            element->name, element->declaration->name);
+        return false;
+    }
+    return true;
+}
+
+DisplacementCalls::Worker& DisplacementCalls::workerOfThisThread() {
+    const int thread = tbb::this_task_arena::current_thread_index();
+    std::unique_ptr<Worker>& worker = workers_[static_cast<std::size_t>(thread)];
+    if (!worker) worker = std::make_unique<Worker>(frame_, thread);
+    return *worker;
+}
+
+float DisplacementCalls::operator()(const geometry::Leaf& leaf, const geometry::DisplacementVertex& vertex) {
+    const miMaterial* const material = frame_.materialOf(vertex.material);
+    if (!material || material->displace == miNULLTAG || !usable_[material->displace]) return 0.0f;
+    Worker& worker = workerOfThisThread();
+    worker.enter(leaf);
+
+    ChildState child(worker.context, &worker.context.base, miRAY_DISPLACE);
+    DerivedState& derived = child.derived();
+    child->parent = nullptr;
+    child->point = vertex.point;
+    child->normal = child->normal_geom = vertex.normal;
+    child->org = vertex.point;
+    child->dir = vertex.normal;
+    mi_vector_neg(&child->dir);
+    child->dot_nd = -1.0f;
+    child->instance = leaf.instance;
+    child->material = vertex.material;
+    child->label = leaf.label;
+    child->tex_list = derived.textureCoordinates.data();
+    derived.textureCoordinates[0] = {0.0f, 0.0f, 0.0f};
+    std::copy_n(vertex.textures, vertex.textureSpaces, derived.textureCoordinates.begin());
+    derived.bumpX = vertex.bumpX;
+    derived.bumpY = vertex.bumpY;
+    child->bump_x_list = &derived.bumpX;
+    child->bump_y_list = &derived.bumpY;
+    std::fill(std::begin(child->derivs), std::end(child->derivs), nullptr);
+    if (vertex.hasDerivatives) {
+        derived.dPdu = vertex.dPdu;
+        derived.dPdv = vertex.dPdv;
+        child->derivs[0] = &derived.dPdu;
+        child->derivs[1] = &derived.dPdv;
+    }
+
+    using Fault = shading::ShaderRuntime::Fault;
+    float height = 0.0f;
+    try {
+        if (!frame_.runtime.call(&height, miSHADER_DISPLACE, child.get(), material->displace)) {
+            frame_.runtime.countFault(material->displace, Fault::ReturnedFalse);
+            return 0.0f;
+        }
+    } catch (...) { // counted by the call
+        worker.context.thrown = nullptr;
+        return 0.0f;
+    }
+    if (std::isfinite(height)) return height;
+    frame_.runtime.countFault(material->displace, Fault::NotANumber);
+    return 0.0f;
+}
+
+} // namespace orca::render

@@ -1,0 +1,289 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "geometry/mesh.h"
+#include "render/geometry_fixture.h"
+#include "rendered_scene.h"
+#include "scene_parts.h"
+
+#include <fmt/format.h>
+
+#include <cmath>
+#include <functional>
+#include <numbers>
+
+namespace {
+
+using namespace orca;
+using test::expectNear;
+using test::Geometry;
+using test::placedAt;
+using test::RenderedScene;
+using test::scaledBy;
+using test::TestScene;
+
+/// A scene whose only displacement shader is a function of the test.
+struct DisplacedScene : Geometry {
+    using Height = std::function<float(const geometry::DisplacementVertex&)>;
+
+    DisplacedScene() {
+        mi_matrix_ident(view.worldToCamera);
+        view.worldToCamera[14] = -10.0f; // ten above the ground, looking down
+        view.pixelsPerUnit = 100.0f;
+        view.halfWidth = view.halfHeight = 1.0f;
+        view.nearest = 0.01f;
+        bumpy.material.displace = 1;
+    }
+    geometry::SceneGeometry& build(const scene::GroupElement& root, const Height& height, int threads = 2) {
+        built = std::make_unique<geometry::SceneGeometry>(database, messages, root.tag, options, threads,
+                                                          geometry::SceneGeometry::Displacement::StillToCome);
+        built->finish(view, [&](const geometry::Leaf&, const geometry::DisplacementVertex& vertex) {
+            return vertex.material == bumpy.tag ? height(vertex) : 0.0f;
+        });
+        coordinates.assign(static_cast<std::size_t>(built->maxTextureSpaces()) + 1, {});
+        return *built;
+    }
+    scene::InstanceElement& bumpyInstance(const std::string& name, const scene::Element& item,
+                                          const test::Matrix& parentToLocal = placedAt(0, 0, 0)) {
+        auto& element = instance(name, item, parentToLocal);
+        element.materials = {bumpy.tag};
+        return element;
+    }
+
+    geometry::DisplacementView view{};
+    scene::MaterialElement& bumpy = material("bumpy");
+};
+
+class Displacement : public ::testing::Test {
+protected:
+    DisplacedScene scene;
+};
+
+TEST_F(Displacement, MovesAPlaneAlongItsNormal) {
+    auto& leaf = scene.bumpyInstance("leaf", scene.square("square"));
+    scene.build(scene.group("root", {&leaf}), [](const auto& vertex) {
+        expectNear(vertex.normal, {0, 0, 1});
+        return 0.75f;
+    });
+    for (const float x : {-0.97f, 0.0f, 0.31f}) {
+        const auto seen = scene.lookDownAt(x, 0.4f);
+        ASSERT_TRUE(seen);
+        expectNear(seen->surface.point, {x, 0.4f, 0.75f});
+        expectNear(seen->surface.normal, {0, 0, 1});
+    }
+    EXPECT_EQ(scene.built->boundsMax().z, 0.75f);
+}
+
+TEST_F(Displacement, FollowsAWaveWithItsNormals) {
+    constexpr float k = 5.0f, amplitude = 0.2f;
+    scene.view.pixelsPerUnit = 2000.0f; // edges of a fiftieth
+    auto& leaf = scene.bumpyInstance("leaf", scene.square("square"));
+    const auto& geometry = scene.build(scene.group("root", {&leaf}), [](const auto& vertex) {
+        return amplitude * std::sin(k * vertex.point.x);
+    });
+    EXPECT_GT(geometry.triangleCount(), 5000u);
+    for (float x = -0.95f; x < 0.95f; x += 0.061f) {
+        const auto seen = scene.lookDownAt(x, 0.3f);
+        ASSERT_TRUE(seen) << x;
+        const float height = amplitude * std::sin(k * x), slope = k * amplitude * std::cos(k * x);
+        // Flat triangles deviate by curvature times edge squared over 8.
+        EXPECT_NEAR(seen->surface.point.z, height, 3e-4f) << x;
+        EXPECT_NEAR(-seen->surface.normal.x / seen->surface.normal.z, slope, 0.04f) << x;
+        EXPECT_NEAR(seen->surface.normal.y, 0.0f, 0.02f) << x;
+    }
+}
+
+TEST_F(Displacement, LeavesNoCracksWhereVerticesAreNotShared) {
+    // Six faces with vertices and normals of their own, wound both ways; bumps differ from face to face.
+    std::vector<miVector> points;
+    std::vector<std::vector<std::vector<std::uint32_t>>> faces;
+    for (int axis = 0; axis < 3; ++axis)
+        for (const float side : {-1.0f, 1.0f}) {
+            const auto first = static_cast<std::uint32_t>(points.size());
+            for (const auto& [u, v] :
+                 {std::pair(-1, -1), std::pair(1, -1), std::pair(1, 1), std::pair(-1, 1)}) {
+                const auto fu = static_cast<float>(u), fv = static_cast<float>(v);
+                points.push_back(axis == 0   ? miVector{side, fu, fv}
+                                 : axis == 1 ? miVector{fu, side, fv}
+                                             : miVector{fu, fv, side});
+            }
+            faces.push_back({{first, first + 1, first + 2, first + 3}});
+        }
+    scene.view.pixelsPerUnit = 400.0f;
+    auto& leaf = scene.bumpyInstance("leaf", scene.object("box", points, faces));
+    scene.build(scene.group("root", {&leaf}), [](const auto& vertex) {
+        const miVector& p = vertex.point;
+        return 0.15f * std::sin(9.0f * p.x + 4.0f * p.y) * std::cos(7.0f * p.z) + 0.05f * vertex.normal.x;
+    });
+    int rays = 0;
+    const auto expectHit = [&](const miVector& direction) {
+        miVector d = direction;
+        mi_vector_normalize(&d);
+        EXPECT_TRUE(scene.look({0.013f, -0.021f, 0.017f}, d)) << d.x << ' ' << d.y << ' ' << d.z;
+        ++rays;
+    };
+    for (float t = -1.2f; t < 1.2f; t += 0.0037f) // along and about the box's edges, and all over its faces
+        for (const float s : {-1.0f, -0.99f, -0.4f, 0.2f, 1.0f, 1.01f}) {
+            expectHit({1, s, t});
+            expectHit({t, -1, s});
+            expectHit({s, t, 1});
+            expectHit({-1, t, s});
+        }
+    EXPECT_GT(rays, 10000);
+}
+
+TEST_F(Displacement, CutsFinerWhatIsNearer) {
+    auto& leaf = scene.bumpyInstance("leaf", scene.square("square"));
+    auto& root = scene.group("root", {&leaf});
+    const auto flat = [](const auto&) { return 0.0f; };
+    const std::size_t coarse = scene.build(root, flat).triangleCount();
+    scene.view.pixelsPerUnit *= 4.0f;
+    const std::size_t fine = scene.build(root, flat).triangleCount();
+    EXPECT_GT(fine, 8u * coarse);
+    EXPECT_LT(fine, 32u * coarse);
+    scene.view.worldToCamera[12] = -60.0f; // out of the picture
+    EXPECT_LT(8u * scene.build(root, flat).triangleCount(), fine);
+}
+
+TEST_F(Displacement, IsDoneForEachPlaceByItself) {
+    auto& square = scene.square("square");
+    auto& plain = scene.instance("plain", square, placedAt(0, 0, 0));
+    auto& tall = scene.bumpyInstance("tall", square, placedAt(4, 0, 0));
+    auto& stretched =
+        scene.bumpyInstance("stretched", square, test::placed(scaledBy(1, 1, 3), placedAt(8, 0, 0)));
+    auto& mirrored =
+        scene.bumpyInstance("mirrored", square, test::placed(scaledBy(-1, 1, 1), placedAt(12, 0, 0)));
+    scene.build(scene.group("root", {&plain, &tall, &stretched, &mirrored}),
+                [](const auto& vertex) { return 0.5f + 0.25f * vertex.point.x; });
+    const struct {
+        float x, z;
+        miVector up;
+    } cases[] = {{0.5f, 0.0f, {0, 0, 1}},
+                 {4.5f, 0.625f, {-0.25f, 0, 1}},
+                 {8.5f, 1.875f, {-0.75f, 0, 1}}, // object units
+                 {12.5f, 0.375f, {0.25f, 0, 1}}};
+    for (const auto& c : cases) {
+        const auto seen = scene.lookDownAt(c.x, 0.2f);
+        ASSERT_TRUE(seen) << c.x;
+        EXPECT_NEAR(seen->surface.point.z, c.z, 1e-4f) << c.x;
+        miVector up = c.up;
+        mi_vector_normalize(&up);
+        expectNear(seen->surface.normal, up, 1e-3f);
+        expectNear(seen->surface.geometricNormal, up, 1e-3f);
+    }
+}
+
+TEST_F(Displacement, GoesAlongWithMotion) {
+    scene.options.motion = 1;
+    auto& leaf = scene.bumpyInstance("leaf", scene.square("square"));
+    leaf.motion = scene::InstanceElement::Motion::Given;
+    leaf.motionTransform = placedAt(6, 0, 2);
+    scene.build(scene.group("root", {&leaf}),
+                [](const auto& vertex) { return 0.5f + 0.25f * vertex.point.x; });
+    for (const float time : {0.0f, 0.5f, 1.0f}) {
+        const auto seen = scene.lookDownAt(6 * time + 0.5f, 0.2f, time);
+        ASSERT_TRUE(seen) << time;
+        EXPECT_NEAR(seen->surface.point.z, 0.625f + 2 * time, 1e-4f);
+        expectNear(seen->surface.motion, {6, 0, 2}, 1e-4f);
+    }
+}
+
+TEST_F(Displacement, IsTheSameForAnyNumberOfThreads) {
+    auto& leaf = scene.bumpyInstance("leaf", scene.square("square"));
+    auto& root = scene.group("root", {&leaf});
+    scene.view.pixelsPerUnit = 800.0f;
+    const auto rough = [](const auto& vertex) {
+        return 0.3f * std::sin(17.0f * vertex.point.x) * std::sin(23.0f * vertex.point.y);
+    };
+    const auto meshWith = [&](int threads) {
+        const auto& geometry = scene.build(root, rough, threads);
+        return *geometry.leaves()[0].mesh;
+    };
+    const geometry::Mesh one = meshWith(1), many = meshWith(4);
+    EXPECT_EQ(one.triangles, many.triangles);
+    ASSERT_EQ(one.points.size(), many.points.size());
+    const auto bytes = one.points.size() * sizeof(miVector);
+    EXPECT_EQ(std::memcmp(one.points.data(), many.points.data(), bytes), 0);
+    EXPECT_EQ(std::memcmp(one.normals.data(), many.normals.data(), bytes), 0);
+}
+
+// --- shaders
+
+/// A card that shows where it is, under a camera straight above, displaced by the statement given.
+TestScene displacedCard(const std::string& displace, const std::string& instanceStatements = "") {
+    TestScene scene;
+    scene.contents =
+        fmt::format("link \"{}/orca-test-shaders.so\"\n"
+                    "declare shader color \"testShowPoint\" ( ) version 1 end declare\n"
+                    "declare shader scalar \"testDisplace\" ( vector \"world\", vector \"camera\", vector "
+                    "\"object\" ) version 1 end declare\n"
+                    "declare shader color \"testFlat\" ( color \"color\" ) version 1 end declare\n"
+                    "material \"bumpy\" \"testShowPoint\" ( ) {} end material\n",
+                    TEST_SHADER_DIRECTORY, displace) +
+        test::card("card", "bumpy", 0, 0, 0, 1.5f, instanceStatements);
+    scene.members = {"card"};
+    return scene;
+}
+
+TEST(DisplacementShaders, KnowTheSpacesOfTheirVertex) {
+    // The card stands at (0.5, 0.25, 1): world = object + that, camera = world - (0, 0, 10).
+    const std::string place = "transform 1 0 0 0 0 1 0 0 0 0 1 0 -0.5 -0.25 -1 1";
+    const RenderedScene picture(
+        displacedCard(
+            "displace \"testDisplace\" ( \"world\" 0.5 0 0, \"object\" 0 0.25 0, \"camera\" 0 0 0.125 )",
+            place)
+            .text());
+    ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+    for (const int x : {6, 9, 12})
+        for (const int y : {5, 11}) {
+            const miColor at = picture.pixel("main", x, y);
+            ASSERT_NE(at.a, 0.0f);
+            EXPECT_NEAR(at.b, 1.0f + 0.5f * at.r + 0.25f * (at.g - 0.25f) - 0.125f * 9.0f, 1e-4f);
+        }
+}
+
+TEST(DisplacementShaders, AddUpInAListAndAreSwitchedOffByTheOptions) {
+    const std::string list = "displace \"velaDisplacement\" ( \"height\" 0.5, \"scale\" 2, \"offset\" 0.25 ) "
+                             "\"velaDisplacement\" ( \"height\" 0.125 )";
+    TestScene scene = displacedCard(list);
+    EXPECT_NEAR(RenderedScene(scene.text()).pixel("main", 8, 8).b, 1.375f, 1e-5f);
+    scene.extraOptions = "displace off";
+    EXPECT_EQ(RenderedScene(scene.text()).pixel("main", 8, 8).b, 0.0f);
+}
+
+TEST(DisplacementShaders, ThatAnswerNoScalarAreNamedAndLeftOut) {
+    const RenderedScene picture(displacedCard("displace \"testFlat\" ( \"color\" 1 1 1 1 )").text());
+    EXPECT_TRUE(picture.said("\"testFlat\" does not answer a scalar"));
+    EXPECT_EQ(picture.pixel("main", 8, 8).b, 0.0f);
+}
+
+TEST(DisplacementShaders, OceanRisesWhereItsShadingSaysThatItDoes) {
+    // Seen from the side through the water's own height, moved away from the origin: both agree in the world.
+    TestScene scene;
+    scene.width = scene.height = 128;
+    scene.contents = fmt::format(
+        "link \"{}/orca-test-shaders.so\"\n"
+        "declare shader color \"testShowPoint\" ( ) version 1 end declare\n"
+        "shader \"water\" \"orcaVelaOceanShader\" ( \"maxWavelength\" 3, \"minWavelength\" 1, "
+        "\"octaveCount\" 2, "
+        "\"turbulenceRamp\" [ {{ \"value\" 0 }} ], \"heightRamp\" [ {{ \"value\" 1 }} ], \"spreadFactor\" 0 "
+        ")\n"
+        "material \"water_material\" \"testShowPoint\" ( ) displace \"velaDisplacement\" "
+        "( \"height\" = \"water.outDisplacement\" ) end material\n"
+        "object \"sheet\" visible shadow trace group\n"
+        "-3 0 3 3 0 3 3 0 -3 -3 0 -3 0 1 0\nv 0 n 4 v 1 n 4 v 2 n 4 v 3 n 4\n"
+        "p \"water_material\" 0 1 2 3\nend group end object\n"
+        "instance \"sea\" \"sheet\" transform 1 0 0 0 0 1 0 0 0 0 1 0 -1.7 0 -0.6 1 end instance\n",
+        TEST_SHADER_DIRECTORY);
+    scene.members = {"sea"};
+    scene.camera = "transform 1 0 0 0 0 0 1 0 0 -1 0 0 0 0 -10 1"; // from above
+    const RenderedScene picture(scene.text());
+    ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+    for (int x = 40; x < 120; x += 7) {
+        const miColor at = picture.pixel("main", x, 50);
+        const double ratio = std::exp(std::log(1.0 / 3.0) / 2.0), k = 2.0 * std::numbers::pi;
+        const double height =
+            0.125 * (3.0 * std::cos(k * at.r / 3.0) + 3.0 * ratio * std::cos(k * at.r / (3.0 * ratio)));
+        EXPECT_NEAR(at.g, height, 5e-3) << at.r;
+    }
+}
+
+} // namespace
