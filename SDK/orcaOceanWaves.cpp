@@ -154,7 +154,7 @@ bool OceanWaves::Series::next(Octave& octave) {
     octave = {};
     octave.wavelength = wavelength_;
     octave.amplitude = ramp_get_interp_float(t, field_.heightRamp) * (0.125f / field_.patternScale);
-    if (last) octave.amplitude *= field_.octaveCount - static_cast<float>(i);
+    if (last) octave.amplitude *= std::min(1.0f, field_.octaveCount - static_cast<float>(i));
     octave.turbulence = ramp_get_interp_float(t, field_.turbulenceRamp);
     octave.peaking = ramp_get_interp_float(t, field_.peakingRamp);
     const float speed = oceanWaveSpeed(wavelength_);
