@@ -26,6 +26,8 @@ float distanceFromCamera(miState* state, const miState* hit) {
 }
 
 float footprint(const miState* state, const VelabaseState& vela, float distance) {
+    // Parallel projections see a pixel as wide at any distance.
+    if (state->camera && state->camera->orthographic) distance = 1.0f;
     return vela.filterBase * distance / std::max(VELA_EPS, std::abs(state->dot_nd));
 }
 

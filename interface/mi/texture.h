@@ -12,16 +12,22 @@ miBoolean mi_lookup_color_texture(miColor* result, miState* state, miTag texture
 miBoolean mi_lookup_scalar_texture(miScalar* result, miState* state, miTag texture, miVector* coord);
 miBoolean mi_lookup_vector_texture(miVector* result, miState* state, miTag texture, miVector* coord);
 
-/// Filter of a texture look-up: eccentricity and level bounds of the pyramid.
+/// What lies beyond the edges of an image: `miTexfilter::wrap_u` and `wrap_v`.
+enum { miTEXWRAP_REPEAT = 0, miTEXWRAP_CLAMP = 1, miTEXWRAP_MIRROR = 2 };
+
+/// How a filtered look-up is done.
 typedef struct miTexfilter {
-    miScalar eccmax;
-    miScalar max_minor;
-    miScalar bilinear;
-    miScalar circle_radius;
+    miScalar eccmax;        ///< unused: footprints are as long as they are, up to 16 times their width
+    miScalar max_minor;     ///< unused
+    miScalar bilinear;      ///< between texels that are larger than the footprint: not 0 bilinear, 0 cubic
+    miScalar circle_radius; ///< footprints are scaled by it; 0 counts as 1
+    miInteger wrap_u;       ///< miTEXWRAP_*
+    miInteger wrap_v;
 } miTexfilter;
 
 /// As `mi_lookup_color_texture` over the footprint that the matrix maps from screen to texture space: rows 0
-/// and 1 hold the change of (u, v) per pixel in x and y.
+/// and 1 hold the change of (u, v) per pixel in x and y, row 3 the place. Filters whatever the texture's own
+/// statement says. `filter` null: bilinear, repeating.
 miBoolean mi_lookup_filter_color_texture(miColor* result, miState* state, miTag texture, miTexfilter* filter,
                                          miMatrix screen_to_texture);
 

@@ -9,24 +9,20 @@
 
 namespace orca::image {
 
-/// Pixels that stand in the scene itself, decoded to linear floats once. Rows bottom up, as the scene has
-/// them.
+/// Pixels that stand in the scene itself, decoded to floats once. Rows bottom up, as the scene has them.
 class InlinePixels {
 public:
     /// `texture` has a positive width and height and as many bytes as they need.
     explicit InlinePixels(const scene::TextureElement& texture);
 
-    /// s and t in [0, 1).
-    [[nodiscard]] miColor nearest(float s, float t) const;
-    /// Blends the four texel centres around the point, across the edges.
-    [[nodiscard]] miColor bilinear(float s, float t) const;
-
-private:
-    [[nodiscard]] const miColor& at(int x, int y) const {
-        return colors_[static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) +
-                       static_cast<std::size_t>(x)];
+    [[nodiscard]] int width() const { return width_; }
+    [[nodiscard]] int height() const { return height_; }
+    /// The `width` pixels of a row.
+    [[nodiscard]] const miColor* row(int y) const {
+        return colors_.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(width_);
     }
 
+private:
     int width_, height_;
     std::vector<miColor> colors_;
 };

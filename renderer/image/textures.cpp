@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/textures.h"
 
+#include "image/cached_image.h"
 #include "image/inline_pixels.h"
 
 #include <OpenImageIO/texture.h>
 #include <tbb/concurrent_unordered_map.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <filesystem>
 #include <mutex>
@@ -20,6 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using Wrap = TextureLookup::Wrap;
+
 /// Fraction in [0, 1); not-a-number and infinities become 0, so that a shader's slip reads a texel and not
 /// wild memory.
 float fraction(float value) {
@@ -27,22 +29,52 @@ float fraction(float value) {
     return part >= 0.0f && part < 1.0f ? part : 0.0f;
 }
 
-/// Inverse of the display curve of IEC 61966-2-1.
-float linearFromSrgb(float value) {
-    return value <= 0.04045f ? value / 12.92f : std::pow((value + 0.055f) / 1.055f, 2.4f);
+/// The coordinate within reach of the first period. One that is clamped keeps a little of how far out it
+/// lies, so that a footprint over the edge still finds it outside.
+float reduced(float value, Wrap wrap) {
+    switch (wrap) {
+    case Wrap::Clamp: return value > -1.0f ? (value < 2.0f ? value : 2.0f) : -1.0f;
+    case Wrap::Mirror: return 2.0f * fraction(0.5f * value);
+    default: return fraction(value);
+    }
 }
 
-bool namesSrgb(std::string profile) {
-    std::transform(profile.begin(), profile.end(), profile.begin(),
-                   [](unsigned char c) { return std::tolower(c); });
-    return profile == "srgb";
+/// The coordinate in [0, 1] of the texel that the wrap finds, for look-ups of one texel.
+float insideImage(float value, Wrap wrap) {
+    if (wrap == Wrap::Mirror) return value > 1.0f ? 2.0f - value : value;
+    return std::clamp(value, 0.0f, 1.0f);
+}
+
+/// The library chooses a level of the pyramid by the ellipse's short axis and the image's short side alone,
+/// so it sharpens too much along the long side: what is narrower there is widened towards the other.
+TextureFootprint forLibrary(TextureFootprint f, int width, int height) {
+    const float s = std::max(std::abs(f.dsdx), std::abs(f.dsdy));
+    const float t = std::max(std::abs(f.dtdx), std::abs(f.dtdy));
+    const float aspect = static_cast<float>(width) / static_cast<float>(std::max(height, 1));
+    if (aspect > 1.0f && s > 0.0f && s < t) {
+        const float scale = std::min(aspect, t / s);
+        f.dsdx *= scale;
+        f.dsdy *= scale;
+    } else if (aspect < 1.0f && t > 0.0f && t < s) {
+        const float scale = std::min(1.0f / aspect, s / t);
+        f.dtdx *= scale;
+        f.dtdy *= scale;
+    }
+    return f;
+}
+
+OIIO::TextureOpt::Wrap libraryWrap(Wrap wrap) {
+    switch (wrap) {
+    case Wrap::Clamp: return OIIO::TextureOpt::WrapClamp;
+    case Wrap::Mirror: return OIIO::TextureOpt::WrapMirror;
+    default: return OIIO::TextureOpt::WrapPeriodic;
+    }
 }
 
 /// A texture as it is looked up. Filled once by whichever thread comes first, then only read.
 struct Loaded {
     std::once_flag once;
     bool good = false;
-    bool srgb = false;
     int channels = 0; ///< of the image, at most 4
     int width = 0, height = 0;
     OIIO::TextureSystem::TextureHandle* handle = nullptr;
@@ -54,23 +86,26 @@ struct Loaded {
 struct Textures::Implementation {
     scene::Messages& messages;
     std::vector<std::string> searchPaths;
+    OIIO::ImageCache* cache;
     OIIO::TextureSystem* system;
     /// By tag and revision, so that a changed texture is read anew.
     tbb::concurrent_unordered_map<std::uint64_t, Loaded> loaded;
 
     Loaded& get(const scene::TextureElement& texture);
     void load(const scene::TextureElement& texture, Loaded& entry);
+    void loadPixels(const scene::TextureElement& texture, Loaded& entry);
     void loadFile(const scene::TextureElement& texture, Loaded& entry);
-    bool lookupFile(const scene::TextureElement& texture, Loaded& entry, float s, float t,
-                    const TextureFootprint& footprint, float (&values)[4]) const;
+    void open(const scene::TextureElement& texture, Loaded& entry, OIIO::ustring name,
+              const std::string& shown);
     bool lookup(const scene::TextureElement& texture, Loaded& entry, float s, float t,
-                const TextureFootprint& footprint, miColor& result) const;
+                const TextureLookup& how, miColor& result) const;
 };
 
 Textures::Textures(scene::Messages& messages, std::vector<std::string> searchPaths,
                    std::size_t cacheMegabytes)
-    : implementation_(
-          new Implementation{messages, std::move(searchPaths), OIIO::TextureSystem::create(false), {}}) {
+    : implementation_(new Implementation{
+          messages, std::move(searchPaths), OIIO::ImageCache::create(false), nullptr, {}}) {
+    implementation_->system = OIIO::TextureSystem::create(false, implementation_->cache);
     OIIO::TextureSystem& system = *implementation_->system;
     system.attribute("max_memory_MB", static_cast<float>(cacheMegabytes));
     system.attribute("automip", 1);
@@ -81,6 +116,7 @@ Textures::Textures(scene::Messages& messages, std::vector<std::string> searchPat
 
 Textures::~Textures() {
     OIIO::TextureSystem::destroy(implementation_->system);
+    OIIO::ImageCache::destroy(implementation_->cache);
 }
 
 Loaded& Textures::Implementation::get(const scene::TextureElement& texture) {
@@ -95,23 +131,25 @@ Loaded& Textures::Implementation::get(const scene::TextureElement& texture) {
 }
 
 void Textures::Implementation::load(const scene::TextureElement& texture, Loaded& entry) {
-    entry.srgb = namesSrgb(texture.colorProfile);
-    if (texture.file.empty()) {
-        const std::size_t needed = static_cast<std::size_t>(std::max(texture.width, 0)) *
-                                   static_cast<std::size_t>(std::max(texture.height, 0)) *
-                                   static_cast<std::size_t>(texture.components * texture.bytesPerComponent);
-        if (needed == 0 || texture.pixels.size() < needed) {
-            messages.errorAt(texture.place, "IMG",
-                             "texture \"{}\" has no image: {} bytes of pixels where {} x {} need {}",
-                             texture.name, texture.pixels.size(), texture.width, texture.height, needed);
-            return;
-        }
-        entry.channels = texture.components;
-        entry.pixels.emplace(texture);
-        entry.good = true;
+    if (texture.file.empty()) loadPixels(texture, entry);
+    else loadFile(texture, entry);
+}
+
+void Textures::Implementation::loadPixels(const scene::TextureElement& texture, Loaded& entry) {
+    const std::size_t needed = static_cast<std::size_t>(std::max(texture.width, 0)) *
+                               static_cast<std::size_t>(std::max(texture.height, 0)) *
+                               static_cast<std::size_t>(texture.components * texture.bytesPerComponent);
+    if (needed == 0 || texture.pixels.size() < needed) {
+        messages.errorAt(texture.place, "IMG",
+                         "texture \"{}\" has no image: {} bytes of pixels where {} x {} need {}",
+                         texture.name, texture.pixels.size(), texture.width, texture.height, needed);
         return;
     }
-    loadFile(texture, entry);
+    entry.pixels.emplace(texture);
+    const OIIO::ustring name(fmt::format("pixels {} {}", texture.tag, texture.revision));
+    addPixels(*cache, name, *entry.pixels);
+    open(texture, entry, name, "pixels of the scene");
+    entry.channels = texture.components;
 }
 
 void Textures::Implementation::loadFile(const scene::TextureElement& texture, Loaded& entry) {
@@ -133,32 +171,48 @@ void Textures::Implementation::loadFile(const scene::TextureElement& texture, Lo
                          texture.name, texture.file, tried);
         return;
     }
-    const OIIO::ustring path(file->string());
+    OIIO::ustring path(file->string());
+    if (texture.colorProfile != scene::ColorProfile::Linear) {
+        const OIIO::ustring converted(
+            fmt::format("profile {} {}", static_cast<int>(texture.colorProfile), file->string()));
+        addConvertedFile(*cache, converted, file->string(), texture.colorProfile);
+        path = converted;
+    }
+    open(texture, entry, path, file->string());
+}
+
+void Textures::Implementation::open(const scene::TextureElement& texture, Loaded& entry, OIIO::ustring name,
+                                    const std::string& shown) {
     OIIO::ImageSpec spec;
-    if (!system->get_imagespec(path, 0, spec)) {
+    if (!system->get_imagespec(name, 0, spec)) {
         messages.errorAt(texture.place, "IMG", "texture \"{}\": image \"{}\" cannot be read: {}",
-                         texture.name, file->string(), system->geterror());
+                         texture.name, shown, system->geterror());
         return;
     }
     entry.channels = std::min(spec.nchannels, 4);
     entry.width = spec.full_width;
     entry.height = spec.full_height;
-    entry.handle = system->get_texture_handle(path);
+    entry.handle = system->get_texture_handle(name);
     entry.good = entry.handle != nullptr;
 }
 
-bool Textures::Implementation::lookupFile(const scene::TextureElement& texture, Loaded& entry, float s,
-                                          float t, const TextureFootprint& footprint,
-                                          float (&values)[4]) const {
+bool Textures::Implementation::lookup(const scene::TextureElement& texture, Loaded& entry, float s, float t,
+                                      const TextureLookup& how, miColor& result) const {
+    if (!entry.good) return false;
+    s = reduced(s, how.wrapS);
+    t = reduced(t, how.wrapT);
     OIIO::TextureOpt options;
-    options.swrap = options.twrap = OIIO::TextureOpt::WrapPeriodic;
+    options.swrap = libraryWrap(how.wrapS);
+    options.twrap = libraryWrap(how.wrapT);
     options.fill = 1.0f; // alpha of images that have none
     TextureFootprint size;
-    if (texture.filter) {
+    if (how.filtered) {
         options.mipmode = OIIO::TextureOpt::MipModeAniso;
+        options.interpmode = how.magnified == TextureLookup::Magnified::Cubic
+                                 ? OIIO::TextureOpt::InterpSmartBicubic
+                                 : OIIO::TextureOpt::InterpBilinear;
         options.anisotropic = 16;
-        options.swidth = options.twidth = *texture.filter > 0.0f ? *texture.filter : 1.0f;
-        size = footprint;
+        size = forLibrary(how.footprint, entry.width, entry.height);
         t = 1.0f - t; // the library counts t from the top
     } else {
         options.mipmode = OIIO::TextureOpt::MipModeNoMIP;
@@ -166,10 +220,13 @@ bool Textures::Implementation::lookupFile(const scene::TextureElement& texture, 
         // A texel includes its lower edge, which turning t over would give to its neighbour: so look up
         // centres.
         const auto columns = static_cast<float>(entry.width), rows = static_cast<float>(entry.height);
+        s = insideImage(s, how.wrapS);
+        t = insideImage(t, how.wrapT);
         s = (std::min(std::floor(s * columns), columns - 1.0f) + 0.5f) / columns;
         t = 1.0f - (std::min(std::floor(t * rows), rows - 1.0f) + 0.5f) / rows;
     }
     const bool greyWithAlpha = entry.channels == 2;
+    float values[4] = {0, 0, 0, 1};
     if (!system->texture(entry.handle, system->get_perthread_info(), options, s, t, size.dsdx, -size.dtdx,
                          size.dsdy, -size.dtdy, greyWithAlpha ? 2 : 4, values)) {
         const std::string why = system->geterror();
@@ -183,39 +240,20 @@ bool Textures::Implementation::lookupFile(const scene::TextureElement& texture, 
         values[3] = values[1];
         values[1] = values[2] = values[0];
     }
+    result = {values[0], values[1], values[2], values[3]};
     return true;
 }
 
-bool Textures::Implementation::lookup(const scene::TextureElement& texture, Loaded& entry, float s, float t,
-                                      const TextureFootprint& footprint, miColor& result) const {
-    if (!entry.good) return false;
-    s = fraction(s);
-    t = fraction(t);
-    miColor color;
-    if (entry.pixels) {
-        color = texture.filter ? entry.pixels->bilinear(s, t) : entry.pixels->nearest(s, t);
-    } else {
-        float values[4] = {0, 0, 0, 1};
-        if (!lookupFile(texture, entry, s, t, footprint, values)) return false;
-        color = {values[0], values[1], values[2], values[3]};
-    }
-    if (entry.srgb) {
-        for (float* value : {&color.r, &color.g, &color.b}) *value = linearFromSrgb(*value);
-    }
-    result = color;
-    return true;
+bool Textures::lookup(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
+                      miColor& result) {
+    return implementation_->lookup(texture, implementation_->get(texture), s, t, how, result);
 }
 
-bool Textures::lookup(const scene::TextureElement& texture, float s, float t,
-                      const TextureFootprint& footprint, miColor& result) {
-    return implementation_->lookup(texture, implementation_->get(texture), s, t, footprint, result);
-}
-
-bool Textures::lookupScalar(const scene::TextureElement& texture, float s, float t,
-                            const TextureFootprint& footprint, miScalar& result) {
+bool Textures::lookupScalar(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
+                            miScalar& result) {
     Loaded& entry = implementation_->get(texture);
     miColor color;
-    if (!implementation_->lookup(texture, entry, s, t, footprint, color)) return false;
+    if (!implementation_->lookup(texture, entry, s, t, how, color)) return false;
     const bool hasAlpha = entry.channels == 2 || entry.channels == 4;
     result = hasAlpha ? color.a : (color.r + color.g + color.b) / 3.0f;
     return true;

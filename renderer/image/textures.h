@@ -13,10 +13,22 @@
 
 namespace orca::image {
 
-/// Footprint of a look-up in texture space: change of (s, t) over one pixel step in x and in y. All zero:
-/// unfiltered.
+/// Footprint of a look-up in texture space: change of (s, t) over one pixel step in x and in y. All zero: a
+/// point.
 struct TextureFootprint {
     float dsdx = 0, dtdx = 0, dsdy = 0, dtdy = 0;
+};
+
+/// How a texture is looked up.
+struct TextureLookup {
+    enum class Wrap { Repeat, Clamp, Mirror };
+    /// What stands between texels where the footprint is smaller than one.
+    enum class Magnified { Bilinear, Cubic };
+
+    TextureFootprint footprint;
+    bool filtered = false; ///< false: the nearest texel
+    Wrap wrapS = Wrap::Repeat, wrapT = Wrap::Repeat;
+    Magnified magnified = Magnified::Bilinear;
 };
 
 /// Image look-ups through one shared texture cache; safe from any thread, without a lock after a texture's
@@ -30,17 +42,16 @@ public:
     Textures(const Textures&) = delete;
     Textures& operator=(const Textures&) = delete;
 
-    /// (s, t) = (0, 0) is the lower left corner; integer parts are dropped. Unfiltered textures take the
-    /// nearest texel, filtered ones a mip-mapped anisotropic filter over the footprint (inline pixels:
-    /// bilinear). Values are those of the file; a texture whose colour profile is "sRGB" is made linear. Grey
-    /// images are grey colours, images without alpha have alpha 1. False, `result` untouched, for textures
-    /// that cannot be read.
-    bool lookup(const scene::TextureElement& texture, float s, float t, const TextureFootprint& footprint,
+    /// (s, t) = (0, 0) is the lower left corner. Filtered look-ups are mip-mapped and anisotropic. Values are
+    /// those of the file, or linear light where the texture's colour profile is another (see
+    /// scene::ColorProfile). Grey images are grey colours, images without alpha have alpha 1. False, `result`
+    /// untouched, for textures that cannot be read.
+    bool lookup(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
                 miColor& result);
 
     /// The image's alpha where it has one, else its intensity.
-    bool lookupScalar(const scene::TextureElement& texture, float s, float t,
-                      const TextureFootprint& footprint, miScalar& result);
+    bool lookupScalar(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
+                      miScalar& result);
 
 private:
     struct Implementation;

@@ -2,6 +2,7 @@
 #include "render/texture_lookup.h"
 
 #include "render/render_context.h"
+#include "render/texture_footprint.h"
 #include "scene/elements.h"
 
 namespace orca::render {
@@ -29,40 +30,58 @@ miTag shaderBehind(const Frame& frame, miTag texture, const scene::TextureElemen
     return miNULLTAG;
 }
 
-template <class T>
+/// As the texture's own statement has it.
+image::TextureLookup ownLookup(const scene::TextureElement& texture, const miState* state) {
+    image::TextureLookup how;
+    how.filtered = texture.filter.has_value();
+    if (!how.filtered) return how;
+    const float scale = *texture.filter > 0.0f ? *texture.filter : 1.0f;
+    how.footprint = footprintOf(state);
+    for (float* each : {&how.footprint.dsdx, &how.footprint.dtdx, &how.footprint.dsdy, &how.footprint.dtdy})
+        *each *= scale;
+    return how;
+}
+
+template <class T, class FromImage>
 miBoolean lookUp(T& result, miState* state, miTag texture, const miVector& coord,
-                 const image::TextureFootprint& footprint, T (*fromPixel)(const miColor&)) {
+                 const image::TextureLookup* how, const FromImage& fromImage) {
     if (texture == miNULLTAG) return miFALSE;
     const Frame& frame = renderContextOf(state).frame;
     const scene::TextureElement* image = nullptr;
     if (const miTag shader = shaderBehind(frame, texture, image); shader != miNULLTAG)
         return callTextureShader(&result, state, shader, coord);
-    miColor pixel;
-    if (!image || !frame.textures.lookup(*image, coord.x, coord.y, footprint, pixel)) return miFALSE;
-    result = fromPixel(pixel);
-    return miTRUE;
+    if (!image) return miFALSE;
+    return fromImage(frame.textures, *image, how ? *how : ownLookup(*image, state)) ? miTRUE : miFALSE;
 }
 
 } // namespace
 
 miBoolean lookUpColor(miColor& result, miState* state, miTag texture, const miVector& coord,
-                      const image::TextureFootprint& footprint) {
-    return lookUp<miColor>(result, state, texture, coord, footprint,
-                           [](const miColor& pixel) { return pixel; });
+                      const image::TextureLookup* how) {
+    return lookUp(result, state, texture, coord, how,
+                  [&](image::Textures& textures, const scene::TextureElement& image,
+                      const image::TextureLookup& lookup) {
+                      return textures.lookup(image, coord.x, coord.y, lookup, result);
+                  });
 }
 
 miBoolean lookUpScalar(miScalar& result, miState* state, miTag texture, const miVector& coord) {
-    // A scalar image is its alpha where it has one, which the cache leaves below 1 somewhere, else its
-    // intensity; the cache hands out one channel as a grey with alpha 1.
-    return lookUp<miScalar>(result, state, texture, coord, {}, [](const miColor& pixel) {
-        return pixel.a < 1.0f ? pixel.a : 0.299f * pixel.r + 0.587f * pixel.g + 0.114f * pixel.b;
-    });
+    return lookUp(result, state, texture, coord, nullptr,
+                  [&](image::Textures& textures, const scene::TextureElement& image,
+                      const image::TextureLookup& lookup) {
+                      return textures.lookupScalar(image, coord.x, coord.y, lookup, result);
+                  });
 }
 
 miBoolean lookUpVector(miVector& result, miState* state, miTag texture, const miVector& coord) {
-    return lookUp<miVector>(result, state, texture, coord, {}, [](const miColor& pixel) {
-        return miVector{pixel.r, pixel.g, pixel.b};
-    });
+    return lookUp(result, state, texture, coord, nullptr,
+                  [&](image::Textures& textures, const scene::TextureElement& image,
+                      const image::TextureLookup& lookup) {
+                      miColor pixel;
+                      if (!textures.lookup(image, coord.x, coord.y, lookup, pixel)) return false;
+                      result = {pixel.r, pixel.g, pixel.b};
+                      return true;
+                  });
 }
 
 } // namespace orca::render

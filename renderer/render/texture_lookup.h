@@ -9,10 +9,11 @@ namespace orca::render {
 
 // Texture look-ups at `coord`, (0, 0) lower left and (1, 1) upper right. Image files and pixels come from the
 // picture's texture cache; procedural textures and plain texture shaders are called with the coordinate in
-// `state->tex`. False, and the result untouched, for a null tag or an image that cannot be read.
+// `state->tex`. False, and the result untouched, for a null tag or an image that cannot be read. Without
+// `how` the texture's own statement decides: nearest texel, or filtered over the footprint of the hit.
 
 miBoolean lookUpColor(miColor& result, miState* state, miTag texture, const miVector& coord,
-                      const image::TextureFootprint& footprint);
+                      const image::TextureLookup* how = nullptr);
 miBoolean lookUpScalar(miScalar& result, miState* state, miTag texture, const miVector& coord);
 miBoolean lookUpVector(miVector& result, miState* state, miTag texture, const miVector& coord);
 

@@ -201,6 +201,7 @@ private:
     // reader_textures.cpp
     void readTexture(const Token& token, std::string_view firstWord, bool incremental);
     void readInlinePixels(TextureElement& element, const Place& place);
+    ColorProfile readColorProfileName();
     void readLightProfile(const Token& token, bool incremental);
     void readOther(const Token& token, std::string_view kind);
 

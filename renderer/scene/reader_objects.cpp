@@ -93,9 +93,7 @@ bool Reader::readObjectStatement(ObjectElement& element, const Token& token) {
         vector("the box's lower corner");
         vector("the box's upper corner");
     };
-    if (word == "box") {
-        box();
-    } else if (word == "motion" && accept("box")) {
+    if (word == "box" || (word == "motion" && accept("box"))) {
         box();
     } else if (word == "face") {
         const Token side = next();

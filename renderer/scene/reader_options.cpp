@@ -238,7 +238,7 @@ bool Reader::readTraceOption(OptionsElement& element, std::string_view word, con
         if (!side.isWord("front") && !side.isWord("back") && !side.isWord("both")) {
             fail(side, "expected front, back or both, not {}", side.shown());
         }
-        options.face = side.isWord("both") ? 'a' : side.text[0];
+        options.face = side.isWord("both") ? 'a' : side.isWord("front") ? 'f' : 'b';
     } else if (word == "object" || word == "camera" || word == "mixed") {
         if (!accept("space")) fail(peek(), "expected \"space\" after \"{}\", not {}", word, peek().shown());
         if (word != "object") {

@@ -41,7 +41,7 @@ void Reader::readTexture(const Token& token, std::string_view firstWord, bool in
     element.writable = writable;
     element.filter = filter;
     element.sceneDirectory = stream_.directory();
-    if (accept("colorprofile")) element.colorProfile = string("the colour profile");
+    element.colorProfile = accept("colorprofile") ? readColorProfileName() : ColorProfile::Linear;
     element.file.clear();
     element.pixels.clear();
     element.shader = miNULLTAG;
@@ -95,6 +95,13 @@ void Reader::readInlinePixels(TextureElement& element, const Place& place) {
               needed, element.pixels.size());
         element.pixels.resize(needed);
     }
+}
+
+ColorProfile Reader::readColorProfileName() {
+    const Token name = nameToken("a colour profile");
+    if (const auto known = colorProfileNamed(name.text)) return *known;
+    error(placeOf(name), "colour profile \"{}\" is not known; {} are", name.text, colorProfileNames);
+    return ColorProfile::Linear;
 }
 
 void Reader::readLightProfile(const Token& token, bool incremental) {

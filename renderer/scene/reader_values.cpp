@@ -132,16 +132,15 @@ Value Reader::readLiteral(const Parameter& parameter) {
     case miTYPE_SCALAR: readNumbers(1); break;
     case miTYPE_VECTOR: readNumbers(3); break;
     case miTYPE_TRANSFORM: readNumbers(16); break;
-    case miTYPE_COLOR:
-        if (accept("colorprofile")) {
-            const Token profile = nameToken("a colour profile");
-            unsupported(Level::Error, placeOf(profile), "color in a profile",
-                        fmt::format("colour profile \"{}\" is not supported; its numbers are taken as linear",
-                                    profile.text));
-        }
+    case miTYPE_COLOR: {
+        const ColorProfile profile = accept("colorprofile") ? readColorProfileName() : ColorProfile::Linear;
         readNumbers(3);
+        if (profile != ColorProfile::Linear)
+            for (std::uint32_t& word : value.words)
+                word = bits(linearFrom(profile, std::bit_cast<float>(word)));
         value.words.push_back(atNumber() ? bits(next().number) : 0);
         break;
+    }
     case miTYPE_STRING:
         if (accept("null")) {
             value.words = {miNULLTAG};

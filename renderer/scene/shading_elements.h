@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "scene/color_profile.h"
 #include "scene/element.h"
 
 #include <optional>
@@ -43,8 +44,8 @@ struct TextureElement final : Element {
 
     Kind kind = Kind::Color;
     bool local = false, writable = false;
-    std::optional<float> filter; ///< scale of the pyramid filter; nothing: unfiltered
-    std::string colorProfile;
+    std::optional<float> filter;                      ///< scale of the pyramid filter; nothing: unfiltered
+    ColorProfile colorProfile = ColorProfile::Linear; ///< of an image file or of pixels
     std::string file;           ///< as written, registry and environment references replaced
     std::string sceneDirectory; ///< where a relative file is looked for first
     int width = 0, height = 0;  ///< of inline pixels, rows bottom up

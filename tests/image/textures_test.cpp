@@ -25,9 +25,9 @@ struct TextureLookups : ::testing::Test {
         ASSERT_TRUE(output->write_image(OIIO::TypeDesc::UINT8, bytes.data()));
         output->close();
     }
-    miColor look(const scene::TextureElement& texture, float s, float t) {
+    miColor look(const scene::TextureElement& texture, float s, float t, const TextureLookup& how = {}) {
         miColor color{-1, -1, -1, -1};
-        EXPECT_TRUE(textures.lookup(texture, s, t, {}, color)) << messages.text();
+        EXPECT_TRUE(textures.lookup(texture, s, t, how, color)) << messages.text();
         return color;
     }
     static void expectColor(const miColor& color, float r, float g, float b) {
@@ -63,9 +63,11 @@ TEST_F(TextureLookups, FilterOverTheFootprint) {
     scene::TextureElement texture;
     texture.tag = 2;
     texture.file = directory.file("q.tif");
-    texture.filter = 1.0f;
+    TextureLookup how;
+    how.filtered = true;
+    how.footprint = {1.0f, 0, 0, 1.0f};
     miColor color;
-    ASSERT_TRUE(textures.lookup(texture, 0.5f, 0.5f, {1.0f, 0, 0, 1.0f}, color));
+    ASSERT_TRUE(textures.lookup(texture, 0.5f, 0.5f, how, color));
     expectColor(color, 0.5f, 0.5f, 0.5f);
 }
 
@@ -82,9 +84,16 @@ TEST_F(TextureLookups, ReadPixelsOfTheSceneAndScalars) {
     ASSERT_TRUE(textures.lookupScalar(texture, 0.9f, 0.9f, {}, scalar));
     EXPECT_NEAR(scalar, 0.2f, 1e-3f); // alpha
     texture.tag = 4;
-    texture.filter = 1.0f;
-    expectColor(look(texture, 0.5f, 0.25f), 0.5f, 0.5f, 0);
-    expectColor(look(texture, 0.0f, 0.25f), 0.5f, 0.5f, 0); // across the edge
+    TextureLookup smooth;
+    smooth.filtered = true;
+    expectColor(look(texture, 0.5f, 0.25f, smooth), 0.5f, 0.5f, 0);
+    expectColor(look(texture, 0.0f, 0.25f, smooth), 0.5f, 0.5f, 0); // across the edge
+    smooth.wrapS = TextureLookup::Wrap::Clamp;
+    expectColor(look(texture, 0.0f, 0.25f, smooth), 1, 0, 0);
+    expectColor(look(texture, -0.4f, 0.25f, smooth), 1, 0, 0);
+    smooth.wrapS = TextureLookup::Wrap::Mirror;
+    expectColor(look(texture, -0.25f, 0.25f, smooth), 1, 0, 0);
+    expectColor(look(texture, -0.75f, 0.25f, smooth), 0, 1, 0);
 
     scene::TextureElement heights;
     heights.tag = 5;

@@ -15,6 +15,13 @@
 #include "orcaVelaShadingEngine.h"
 #include "orcaVelaShadow.h"
 #include "velaBaseState.h"
+#include "velaBump2d.h"
+#include "velaChecker.h"
+#include "velaEnvironmentLatLong.h"
+#include "velaFileTexture.h"
+#include "velaNormalMap.h"
+#include "velaPlace2d.h"
+#include "velaThinLens.h"
 
 #include <gtest/gtest.h>
 
@@ -176,6 +183,11 @@ TEST_P(DeclaredLayout, IsTheRecords) {
 #define G(member) FIELD(GatherSettings, member)
 #define E(member) FIELD(ShadingEngineParameters, member)
 #define V(member) FIELD(VelaShadowParameters, member)
+#define T(member) FIELD(VelaFileTextureParameters, member)
+#define W(member) FIELD(VelaPlace2dParameters, member)
+#define C(member) FIELD(VelaCheckerParameters, member)
+#define N(member) FIELD(VelaEnvironmentLatLongParameters, member)
+#define H(member) FIELD(VelaThinLensParameters, member)
 // clang-format off
 INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
     Layout{"orca.mi", "orcaVelaLambert", surfaceFields<LambertParameters>()},
@@ -208,7 +220,26 @@ INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
             G(view), G(filter)}},
     Layout{"velabase.mi", "velaBaseState",
            {B(transparencyThreshold), B(throughputCutoff), B(throughputUpper), B(filterTextures), B(filterBase),
-            B(fixedFilterSize), B(renderMode), B(maxTraceDepth), B(continueRay), B(depthOutput)}}),
+            B(fixedFilterSize), B(renderMode), B(maxTraceDepth), B(continueRay), B(depthOutput)}},
+    Layout{"velabase.mi", "velaFileTexture",
+           {T(texture), T(coordinate), T(wrapU), T(wrapV), T(filter), T(smooth), T(gain), T(offset), T(defaultColor),
+            T(alphaFromLuminance)}},
+    Layout{"velabase.mi", "velaPlace2d",
+           {W(coordinate), W(coverageU), W(coverageV), W(translateFrameU), W(translateFrameV), W(rotateFrame),
+            W(wrapU), W(wrapV), W(repeatU), W(repeatV), W(offsetU), W(offsetV), W(rotateUV), W(mirrorU), W(mirrorV),
+            W(stagger)}},
+    Layout{"velabase.mi", "velaChecker",
+           {C(color1), C(color2), C(contrast), C(coordinate), C(filter), C(defaultColor)}},
+    Layout{"velabase.mi", "velaBump2d",
+           {FIELD(VelaBump2dParameters, height), FIELD(VelaBump2dParameters, depth),
+            FIELD(VelaBump2dParameters, filter), FIELD(VelaBump2dParameters, normal)}},
+    Layout{"velabase.mi", "velaNormalMap",
+           {FIELD(VelaNormalMapParameters, map), FIELD(VelaNormalMapParameters, strength),
+            FIELD(VelaNormalMapParameters, flipGreen), FIELD(VelaNormalMapParameters, normal)}},
+    Layout{"velabase.mi", "velaEnvironmentLatLong",
+           {N(texture), N(zenith), N(horizon), N(ground), N(gain), N(rotation), N(blur), N(gatherBlur)}},
+    Layout{"velabase.mi", "velaThinLens",
+           {H(focusDistance), H(fStop), H(lensScale), H(apertureRadius), H(blades), H(bladeRotation)}}),
     [](const auto& layout) { return layout.param.shader; });
 // clang-format on
 

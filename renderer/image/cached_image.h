@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "image/inline_pixels.h"
+#include "scene/color_profile.h"
+
+#include <OpenImageIO/imagecache.h>
+
+#include <string>
+
+namespace orca::image {
+
+// Images whose values are not those of a file, given to the texture cache under a name of their own, so that
+// it filters, tiles and forgets them like any other. Light has to be linear before it is filtered: hence the
+// conversion below the cache and not behind it.
+
+/// Pixels of the scene. They are not copied and must outlive the cache.
+bool addPixels(OIIO::ImageCache& cache, OIIO::ustring name, const InlinePixels& pixels);
+
+/// An image file whose colour channels are made linear as they are read.
+bool addConvertedFile(OIIO::ImageCache& cache, OIIO::ustring name, const std::string& file,
+                      scene::ColorProfile profile);
+
+} // namespace orca::image

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rendered_scene.h"
+#include "scene_parts.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace orca::test {
+namespace {
+
+/// Adds statements to the scene's camera.
+std::string withCamera(const TestScene& scene, const std::string& statements) {
+    std::string text = scene.text();
+    const std::string lens = "lens \"orcaFrameBufferLens\" ( )\n";
+    return text.replace(text.find(lens), lens.size(), statements);
+}
+
+/// What a camera sees in the middle of its picture, and beside it to the right, of an environment.
+struct Seen {
+    miColor middle, right;
+};
+Seen environmentSeen(const std::string& texture, const std::string& parameters, const std::string& camera) {
+    TestScene scene;
+    scene.perspective = true;
+    scene.camera = camera;
+    const RenderedScene picture(
+        texture + withCamera(scene, "environment \"velaEnvironmentLatLong\" ( " + parameters + " )\n"));
+    EXPECT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+    return {picture.pixel("main", 8, 8), picture.pixel("main", 15, 8)};
+}
+
+const std::string ahead = "transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1";
+
+TEST(LatLongEnvironment, ShowsTheTexelOfItsDirection) {
+    const std::string ring = "color texture \"ring\" [ 4 1 ] 'ff0000ff' '00ff00ff' '0000ffff' 'ffffffff'\n";
+    const auto turned = [&](int degrees) {
+        return environmentSeen(ring, fmt::format("\"texture\" \"ring\", \"rotation\" {}", degrees), ahead);
+    };
+    // u = 0.5 lies ahead, between the second and the third texel; 45 degrees are half a texel.
+    EXPECT_GT(turned(45).middle.b, 0.95f);
+    EXPECT_LT(turned(45).middle.r, 0.05f);
+    EXPECT_GT(turned(-45).middle.g, 0.95f);
+    EXPECT_GT(turned(-135).middle.r, 0.95f);
+    EXPECT_GT(turned(225).middle.r, 0.95f);
+    // To the right lies the next texel: 11 degrees of the 90 between their centres.
+    EXPECT_NEAR(turned(-45).right.b - turned(-45).middle.b, std::atan(0.4 * 7 / 16) / 1.5708, 0.02);
+
+    const std::string halves = "color texture \"halves\" [ 1 2 ] '000000ff' 'ffffffff'\n";
+    // Turned about x by 45 degrees, the camera looks up.
+    const float c = std::sqrt(0.5f);
+    const std::string up = fmt::format("transform 1 0 0 0 0 {0} {1} 0 0 {2} {0} 0 0 0 0 1", c, -c, c);
+    EXPECT_GT(environmentSeen(halves, "\"texture\" \"halves\"", up).middle.g, 0.9f);
+}
+
+TEST(LatLongEnvironment, IsAGradientWithoutAnImage) {
+    const Seen level = environmentSeen("", "\"horizon\" 0.5 0.25 1 1, \"gain\" 2 2 2 1", ahead);
+    EXPECT_NEAR(level.middle.r, 1.0f, 0.03f);
+    EXPECT_NEAR(level.middle.g, 0.5f, 0.03f);
+    const Seen down =
+        environmentSeen("", "\"ground\" 0 0.75 0 1", "transform 1 0 0 0 0 0 1 0 0 -1 0 0 0 0 0 1");
+    const Seen up =
+        environmentSeen("", "\"zenith\" 0 0.75 0 1", "transform 1 0 0 0 0 0 -1 0 0 1 0 0 0 0 0 1");
+    EXPECT_NEAR(std::max(down.middle.g, up.middle.g), 0.75f, 0.01f);
+}
+
+TEST(LatLongEnvironment, BlursOverTheAngleAsked) {
+    // Stripes of 10 degrees: a look-up of a radian takes their mean.
+    std::string stripes = "color texture \"stripes\" [ 36 18 ]";
+    for (int i = 0; i < 18 * 18; ++i) stripes += " '000000ffffffffff'";
+    const Seen sharp = environmentSeen(stripes + "\n", "\"texture\" \"stripes\", \"rotation\" 5", ahead);
+    const Seen blurred =
+        environmentSeen(stripes + "\n", "\"texture\" \"stripes\", \"rotation\" 5, \"blur\" 1", ahead);
+    EXPECT_GT(std::abs(sharp.middle.g - 0.5f), 0.3f);
+    EXPECT_NEAR(blurred.middle.g, 0.5f, 0.06f);
+}
+
+/// Left half plane that glows, `z` above the origin; the camera is 10 above it and its lens has radius 1.
+TestScene glowingHalf(float z) {
+    TestScene scene;
+    scene.perspective = true;
+    scene.samples = "4 4";
+    scene.contents =
+        lambert("glow", "\"color\" 0 0 0 1, \"incandescence\" 1 1 1 1") + card("half", "glow", -50, 0, z, 50);
+    scene.members = {"half"};
+    scene.passes = {"beauty"};
+    return scene;
+}
+
+TEST(ThinLens, BlursByTheCircleOfConfusion) {
+    const std::string lens = "\"velaThinLens\" ( \"focusDistance\" 10, \"apertureRadius\" 1 )";
+    for (const bool lensFirst : {true, false}) {
+        const std::string framebuffers = "\"orcaFrameBufferLens\" ( )";
+        const std::string list = "lens " + (lensFirst ? lens + framebuffers : framebuffers + lens) + "\n";
+        const RenderedScene picture(withCamera(glowingHalf(5), list));
+        ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+        for (int x = 0; x < 16; ++x) {
+            // At half the focal distance, the lens's disc is seen cut where its x is that of the plane in
+            // focus.
+            const double cut = std::clamp(-(x + 0.5 - 8) * 0.25, -1.0, 1.0);
+            const double share = 0.5 + (cut * std::sqrt(1 - cut * cut) + std::asin(cut)) / 3.14159265358979;
+            EXPECT_NEAR(picture.pixel("main", x, 8).r, share, 0.02) << x;
+            EXPECT_NEAR(picture.pixel("beauty", x, 8).r, picture.pixel("main", x, 8).r, 1e-5f) << x;
+        }
+    }
+}
+
+TEST(ThinLens, IsSharpInThePlaneOfFocusAndFollowsTheStop) {
+    const auto edge = [](float z, const std::string& parameters) {
+        const RenderedScene picture(withCamera(glowingHalf(z), "lens \"velaThinLens\" ( " + parameters +
+                                                                   " ) \"orcaFrameBufferLens\" ( )\n"));
+        double width = 0.0; // of the edge, pixels
+        for (int x = 0; x < 16; ++x) {
+            const double share = picture.pixel("main", x, 8).r;
+            width += share * (1.0 - share);
+        }
+        return width;
+    };
+    EXPECT_LT(edge(0, "\"focusDistance\" 10, \"apertureRadius\" 1"), 0.01);
+    EXPECT_LT(edge(5, "\"focusDistance\" 10, \"fStop\" 0"), 0.01);                        // a pinhole
+    const double wide = edge(5, "\"focusDistance\" 10, \"fStop\" 10, \"lensScale\" 1.6"); // radius 0.8
+    const double narrow = edge(5, "\"focusDistance\" 10, \"fStop\" 20, \"lensScale\" 1.6");
+    EXPECT_NEAR(wide / narrow, 2.0, 0.15);
+    // A blade's polygon lies within the circle, so it blurs less.
+    EXPECT_LT(edge(5, "\"focusDistance\" 10, \"apertureRadius\" 0.8, \"blades\" 5"), wide);
+}
+
+} // namespace
+} // namespace orca::test

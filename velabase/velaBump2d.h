@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <shader.h>
+
+/// Parameters of velaBump2d, in declaration order.
+struct VelaBump2dParameters {
+    miScalar height; // connected: the height of the surface, as a share of `depth`
+    miScalar depth;  // scene units; negative: what was raised is sunk
+    miScalar filter; // distance of the two heights that make a slope, in pixels
+    miVector normal; // connected: the normal that is bent; else the shading normal
+};

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "velaFileTexture.h"
+
+#include "orcaColor.h"
+#include "orcaExport.h"
+#include "orcaGuards.h"
+#include "velaTextureSpace.h"
+
+namespace {
+
+using P = VelaFileTextureParameters;
+
+/// What an unreadable image shows: nobody mistakes it for a colour of the scene.
+constexpr miColor missing{1.0f, 0.0f, 1.0f, 1.0f};
+
+bool beyondEdge(miInteger edge, float coordinate) {
+    return edge == DefaultBeyondEdge && !(coordinate >= 0.0f && coordinate <= 1.0f);
+}
+
+miInteger wrapOf(miInteger edge) {
+    if (edge == MirrorEdge) return miTEXWRAP_MIRROR;
+    return edge == RepeatEdge ? miTEXWRAP_REPEAT : miTEXWRAP_CLAMP;
+}
+
+FileTextureResult resultOf(const miColor& color, bool alphaFromLuminance) {
+    const float weight = luminance(color);
+    return {color, alphaFromLuminance ? weight : color.a, weight, {color.r, color.g, color.b}};
+}
+
+miColor imageAt(miState* state, P* record, const TexturePlace& place, miInteger edgeU, miInteger edgeV) {
+    const TexturePatch patch = texturePatch(state, record, &P::coordinate, place);
+    const float scale = parameterValue(state, record, &P::filter);
+    miTexfilter filter{};
+    filter.bilinear = parameterValue(state, record, &P::smooth) ? 0.0f : 1.0f;
+    filter.wrap_u = wrapOf(edgeU);
+    filter.wrap_v = wrapOf(edgeV);
+    miMatrix footprint{};
+    footprint[0] = patch.x.x * scale;
+    footprint[1] = patch.x.y * scale;
+    footprint[4] = patch.y.x * scale;
+    footprint[5] = patch.y.y * scale;
+    footprint[12] = place.uv.x;
+    footprint[13] = place.uv.y;
+    miColor color = missing;
+    const miTag texture = parameterValue(state, record, &P::texture);
+    if (!state->tex_list) {
+        if (!mi_lookup_filter_color_texture(&color, state, texture, &filter, footprint)) return missing;
+    } else {
+        // Procedural textures made of nodes look where this node looks.
+        const Restored<miVector> coordinate(state->tex_list[0]);
+        state->tex_list[0] = place.uv;
+        if (!mi_lookup_filter_color_texture(&color, state, texture, &filter, footprint)) return missing;
+    }
+    return color * parameterValue(state, record, &P::gain) + parameterValue(state, record, &P::offset);
+}
+
+} // namespace
+
+extern "C" {
+
+ORCA_EXPORT int velaFileTexture_version(void) {
+    return 1;
+}
+
+ORCA_EXPORT miBoolean velaFileTexture(FileTextureResult* result, miState* state,
+                                      VelaFileTextureParameters* record) {
+    const TexturePlace place = texturePlace(state, record, &P::coordinate);
+    const miInteger edgeU = parameterValue(state, record, &P::wrapU);
+    const miInteger edgeV = parameterValue(state, record, &P::wrapV);
+    const bool shown = !place.outside() && !beyondEdge(edgeU, place.uv.x) && !beyondEdge(edgeV, place.uv.y);
+    const miColor color =
+        shown ? imageAt(state, record, place, edgeU, edgeV) : parameterValue(state, record, &P::defaultColor);
+    *result = resultOf(color, parameterValue(state, record, &P::alphaFromLuminance) != 0);
+    return miTRUE;
+}
+
+} // extern "C"
