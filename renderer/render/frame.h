@@ -5,6 +5,7 @@
 #include "image/framebuffers.h"
 #include "image/textures.h"
 #include "render/camera_placement.h"
+#include "render/light_profiles.h"
 #include "render/placed_light.h"
 #include "scene/database.h"
 #include "scene/messages.h"
@@ -29,6 +30,7 @@ public:
     scene::Messages& messages;
     shading::ShaderRuntime& runtime;
     image::Textures& textures;
+    const LightProfiles lightProfiles;
     const geometry::SceneGeometry& geometry;
     const image::FramebufferSet& framebuffers;
     const miOptions options;
