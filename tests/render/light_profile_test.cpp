@@ -72,8 +72,8 @@ INSTANTIATE_TEST_SUITE_P(Planes, LightProfileSymmetry,
                                            Plane{"0 90 180", 3, 270, 20},               //
                                            Plane{"90 180 270", 3, 0, 20},               // that of 180
                                            Plane{"90 180 270", 3, 300, 30 - 10.0f / 3}, // that of 240
-                                           Plane{"0 90 180 270 360", 5, 315, 45},       //
-                                           Plane{"0 90 180 270", 4, 315, 25},           // the circle closes
+                                           Plane{"0 90 180 270 360", 5, 315, 25}, // the last is the first
+                                           Plane{"0 90 180 270", 4, 315, 25},     // the circle closes
                                            Plane{"0 90 180 270", 4, 225, 35}));
 
 TEST(LightProfile, CountsTypesAAndBAboutTheirOwnAxes) {
