@@ -69,6 +69,8 @@ public:
         const std::uint32_t index = lookUp(lightByTag_, instance);
         return index == geometry::nothing ? nullptr : &lights_[index];
     }
+    /// Area lights whose shapes can be seen.
+    [[nodiscard]] std::span<const PlacedLight* const> visibleLights() const { return visibleLights_; }
     /// Material record; null for an unknown tag.
     [[nodiscard]] const miMaterial* materialOf(miTag material) const {
         return material < materialByTag_.size() ? materialByTag_[material] : nullptr;
@@ -86,6 +88,7 @@ private:
 
     std::vector<std::uint32_t> leafByTag_;
     std::vector<PlacedLight> lights_;
+    std::vector<const PlacedLight*> visibleLights_;
     std::vector<std::uint32_t> lightByTag_;
     std::vector<const miMaterial*> materialByTag_;
 };
