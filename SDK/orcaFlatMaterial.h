@@ -45,10 +45,23 @@ public:
         writes_.drop();
         return read;
     }
+    /// A value that is read before the shown colour and often from the same shader, which may run for it
+    /// alone.
+    template <class T>
+    [[nodiscard]] T valueBefore(T* parameter) {
+        if (!mi_is_connected(state_, parameter)) return *parameter;
+        if (vela_) vela_->surfaceOpacity = WHITE;
+        const T read = evaluated(state_, parameter);
+        writes_.putAside(vela_ ? vela_->surfaceOpacity : WHITE);
+        return read;
+    }
     /// The shown colour, with what its shader writes.
     /// @param weight of the colour in the mixture
     [[nodiscard]] miColor shown(miColor* parameter, const miColor& weight) {
-        if (!mi_is_connected(state_, parameter)) return *parameter;
+        if (!mi_is_connected(state_, parameter)) {
+            writes_.drop();
+            return *parameter;
+        }
         if (vela_) vela_->surfaceOpacity = WHITE;
         const miColor read = evaluated(state_, parameter);
         writes_.keep(weight, vela_ ? vela_->surfaceOpacity : WHITE);

@@ -28,7 +28,7 @@ LayerWrites::LayerWrites(const miState* state, const PassRecords& passes, bool p
       records_(passes, "orcaLayerWrites", __LINE__) {
     if (!passes_ || !records_) return;
     for (unsigned i = 0; i < passes_.count; ++i)
-        records_[i] = {passes_.records[i].levelSlots[level_].levelResult, BLACK};
+        records_[i] = {passes_.records[i].levelSlots[level_].levelResult, BLACK, BLACK};
 }
 
 template <class Function>
@@ -43,21 +43,39 @@ void LayerWrites::forMixed(const Function& function) {
     }
 }
 
+void LayerWrites::putAside(const miColor& opacity) {
+    forMixed([](PassTypeID, const FrameBufferInfo&, TraceLevelSlot& slot, Record& record) {
+        record.aside = slot.levelResult - record.before;
+        slot.levelResult = record.before;
+    });
+    hasAside_ = true;
+    opacityAside_ = opacity;
+}
+
 void LayerWrites::drop() {
+    hasAside_ = false;
     forMixed([](PassTypeID, const FrameBufferInfo&, TraceLevelSlot& slot, const Record& record) {
         slot.levelResult = record.before;
     });
 }
 
 void LayerWrites::keep(const miColor& weight, const miColor& opacity) {
+    bool wrote = false;
+    if (hasAside_)
+        forMixed([&](PassTypeID, const FrameBufferInfo&, const TraceLevelSlot& slot, const Record& record) {
+            wrote = wrote || !isBlack(slot.levelResult - record.before);
+        });
+    const bool fromAside = hasAside_ && !wrote;
+    hasAside_ = false;
     forMixed([&](PassTypeID type, const FrameBufferInfo& info, TraceLevelSlot& slot, Record& record) {
-        const miColor written = slot.levelResult - record.before;
+        const miColor written = fromAside ? record.aside : slot.levelResult - record.before;
         slot.levelResult = record.before;
         if (keepsFirst(type)) {
             if (isBlack(record.sum)) record.sum = written;
             return;
         }
-        const miColor share = info.flags & FB_WEIGHT_BY_OPACITY ? weight * opacity : weight;
+        const miColor& writersOpacity = fromAside ? opacityAside_ : opacity;
+        const miColor share = info.flags & FB_WEIGHT_BY_OPACITY ? weight * writersOpacity : weight;
         // Alpha says that something was written, which does not add up.
         record.sum = withAlpha(record.sum + share * written, std::max(record.sum.a, written.a));
     });

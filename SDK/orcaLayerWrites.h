@@ -17,9 +17,12 @@ public:
     LayerWrites(const LayerWrites&) = delete;
     LayerWrites& operator=(const LayerWrites&) = delete;
 
-    /// Drops what was written since the last call.
+    /// Puts aside what was written since the last call; what had been put aside before is dropped.
+    /// @param opacity of the shader that wrote
+    void putAside(const miColor& opacity);
+    /// Drops what was written since the last call, and what had been put aside.
     void drop();
-    /// Keeps it.
+    /// Keeps what was written since the last call, or else what had been put aside.
     /// @param weight  of the colour in the mixture
     /// @param opacity of the shader that wrote, which the records that are weighted by opacity still lack
     void keep(const miColor& weight, const miColor& opacity);
@@ -30,6 +33,7 @@ public:
 private:
     struct Record {
         miColor before; // what the level held
+        miColor aside;
         miColor sum;
     };
 
@@ -39,5 +43,7 @@ private:
     const PassRecords& passes_;
     int level_;
     bool pictureIsWritten_;
+    bool hasAside_ = false;
+    miColor opacityAside_;
     PerRecord<Record> records_;
 };

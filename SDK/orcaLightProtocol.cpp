@@ -167,9 +167,8 @@ bool applyShadowTransparencyToFrameBuffers(unsigned count, FrameBufferInfo* reco
         constexpr unsigned needed = FB_SHADOWED | FB_LIGHT_CONTRIBUTES;
         if ((record.flags & needed) != needed) continue;
         if (!mask) mask.emplace(state->instance);
-        const bool linked = (record.flags & FB_IGNORE_OBJECT_LINKS) || !mask->text() ||
-                            contributesToPass(static_cast<int>(i), mask->text());
-        if (linked) record.shadowTransmission *= *transparency;
+        if ((record.flags & FB_IGNORE_OBJECT_LINKS) || mask->admits(i))
+            record.shadowTransmission *= *transparency;
         if (!allBelow(record.shadowTransmission, VELA_EPS)) light = true;
     }
     return light;

@@ -29,6 +29,15 @@ inline miScalar sineOfTurn(miScalar s) noexcept {
                                  q * (-1.0f / 5040.0f + q * (1.0f / 362880.0f - q * (1.0f / 39916800.0f))))));
 }
 
+/// Four sums side by side, then their sum.
+template <class Values>
+miScalar sumOf(const Values& values) noexcept {
+    miScalar lanes[4] = {0.0f, 0.0f, 0.0f, 0.0f};
+    for (std::size_t i = 0; i < values.size(); i += 4)
+        for (std::size_t lane = 0; lane < 4; ++lane) lanes[lane] += values[i + lane];
+    return (lanes[0] + lanes[1]) + (lanes[2] + lanes[3]);
+}
+
 } // namespace
 
 OceanTurbulence::OceanTurbulence(miScalar wavelengthMax, miScalar wavelengthMin, miInteger seed)
@@ -49,18 +58,18 @@ OceanTurbulence::OceanTurbulence(miScalar wavelengthMax, miScalar wavelengthMin,
 }
 
 OceanTurbulence::Values OceanTurbulence::phases(miScalar x, miScalar z, miScalar time) const noexcept {
+    // One loop a step: each is done for several waves at once.
     Values phases;
-    miScalar largest = 0.0f;
     for (std::size_t i = 0; i < waves; ++i) {
         const miScalar a = directionX_[i], b = directionZ_[i], travel = time * speed_[i];
-        const miScalar phase = (a * (x + a * travel) + b * (z + b * travel)) / wavelength_[i] + phase_[i];
-        phases[i] = phase;
-        largest = std::max(largest, std::abs(phase));
+        phases[i] = (a * (x + a * travel) + b * (z + b * travel)) / wavelength_[i] + phase_[i];
     }
-    if (largest < exactBelow) {
-        for (miScalar& phase : phases) phase = fractionAround(phase);
+    int tooLarge = 0;
+    for (std::size_t i = 0; i < waves; ++i) tooLarge |= std::abs(phases[i]) < exactBelow ? 0 : 1;
+    if (tooLarge == 0) {
+        for (std::size_t i = 0; i < waves; ++i) phases[i] = fractionAround(phases[i]);
     } else {
-        for (miScalar& phase : phases) phase -= std::nearbyint(phase);
+        for (std::size_t i = 0; i < waves; ++i) phases[i] -= std::nearbyint(phases[i]);
     }
     return phases;
 }
@@ -69,9 +78,7 @@ miScalar OceanTurbulence::sumOfHeights(const Values& phases) const noexcept {
     Values heights;
     for (std::size_t i = 0; i < waves; ++i)
         heights[i] = amplitude_[i] * sineOfTurn(0.25f - std::abs(phases[i])); // the phase's cosine
-    miScalar sum = 0.0f;
-    for (const miScalar h : heights) sum += h;
-    return share * sum;
+    return share * sumOf(heights);
 }
 
 miScalar OceanTurbulence::height(miScalar x, miScalar z, miScalar time) const noexcept {
@@ -81,18 +88,16 @@ miScalar OceanTurbulence::height(miScalar x, miScalar z, miScalar time) const no
 miScalar OceanTurbulence::heightAndSlopes(miScalar x, miScalar z, miScalar time, miScalar& slopeX,
                                           miScalar& slopeZ) const noexcept {
     const Values p = phases(x, z, time);
-    Values sines;
+    Values alongX, alongZ;
     for (std::size_t i = 0; i < waves; ++i) {
         const miScalar folded = std::min(std::max(p[i], -0.5f - p[i]), 0.5f - p[i]);
-        sines[i] = sineOfTurn(folded) * (2.0f * std::numbers::pi_v<miScalar>) / wavelength_[i];
+        const miScalar steepness =
+            sineOfTurn(folded) * (2.0f * std::numbers::pi_v<miScalar>) / wavelength_[i];
+        alongX[i] = directionX_[i] * steepness;
+        alongZ[i] = directionZ_[i] * steepness;
     }
-    miScalar gx = 0.0f, gz = 0.0f;
-    for (std::size_t i = 0; i < waves; ++i) {
-        gx += -directionX_[i] * sines[i];
-        gz += -directionZ_[i] * sines[i];
-    }
-    slopeX = share * gx;
-    slopeZ = share * gz;
+    slopeX = -share * sumOf(alongX);
+    slopeZ = -share * sumOf(alongZ);
     return sumOfHeights(p);
 }
 

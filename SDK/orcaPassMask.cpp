@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaPassMask.h"
 
+#include <cstring>
+
 namespace {
 
 miTag maskTagOf(miTag instanceTag) {
@@ -17,5 +19,5 @@ PassMask::PassMask(miTag instance) {
     const miTag mask = instance == miNULLTAG ? miNULLTAG : maskTagOf(instance);
     if (mask == miNULLTAG) return;
     text_.emplace(mask);
-    if (!*text_) text_.reset();
+    if (*text_) length_ = std::strlen(text_->get());
 }

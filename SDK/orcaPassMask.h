@@ -6,22 +6,22 @@
 
 #include <shader.h>
 
+#include <cstddef>
 #include <optional>
 
 /// Pass-contribution string of an instance: the text behind the first parameter of its user data's head.
-/// Pinned for the object's lifetime. Null when the instance carries none; an empty string counts as none.
+/// Pinned for the object's lifetime. An instance may carry none; an empty string counts as none.
 class PassMask {
 public:
     explicit PassMask(miTag instance);
 
-    /// True when the mask, if there is one, has the pass.
+    /// True when the mask, if there is one, has the pass. A mask has none of the passes behind its end.
     [[nodiscard]] bool admits(unsigned passIndex) const {
-        return !text() || contributesToPass(static_cast<int>(passIndex), text());
-    }
-    [[nodiscard]] const char* text() const noexcept {
-        return text_ && *text_->get() ? text_->get() : nullptr;
+        if (length_ == 0) return true;
+        return passIndex / 4 < length_ && contributesToPass(static_cast<int>(passIndex), text_->get());
     }
 
 private:
     std::optional<Pinned<const char>> text_;
+    std::size_t length_ = 0; ///< 0: no mask
 };

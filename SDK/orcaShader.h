@@ -35,7 +35,8 @@ protected:
 }
 
 /// What the entry points of a shader do. `Instance` is constructed from (state, record) and called with
-/// (result, state, record).
+/// (result, state, record); where all that a call needs is in its record, by a static `shade` with those
+/// arguments.
 template <class Instance, class P>
 struct ShaderEntry {
     /// `file` and `line` are what the renderer's leak report shows for the object.
@@ -64,7 +65,9 @@ struct ShaderEntry {
 
     template <class Result>
     static miBoolean call(Result* result, miState* state, P* record) {
-        return (*static_cast<const Instance*>(*instanceUserPointer(state)))(result, state, record);
+        if constexpr (requires { Instance::shade(result, state, record); })
+            return Instance::shade(result, state, record);
+        else return (*static_cast<const Instance*>(*instanceUserPointer(state)))(result, state, record);
     }
 };
 

@@ -50,7 +50,10 @@ float compute_blinn_specular(const miVector* light, const miVector* normal, miSt
                              float viewCosine, float eccentricity, float rollOff, float nDotL) {
     const miVector half = normalized(*light - state->dir);
     const float v = -dot(half, state->dir);
-    const float h = dot(*normal, half);
+    float h = dot(*normal, half);
+    // Rounding may carry the cosine past 1, where the distribution of narrow highlights has a pole.
+    constexpr float rounding = 1e-4f;
+    if (h > 1.0f && h < 1.0f + rounding) h = 1.0f;
 
     float m = eccentricity * eccentricity - 1.0f;
     if (std::abs(m) < VELA_EPS) m = VELA_EPS;

@@ -220,7 +220,7 @@ private:
             shadeSample(sums, sample, state, vela, composite, writer, in, specular, scatter, diffuse);
         loop.end(this->passWriteMode, this->passWriteFlags, this->passWriteScale);
         if (loop.samples() > 1) sums *= 1.0f / static_cast<float>(loop.samples());
-        if (loop.samples() > 0) writer.write(PASS_LIGHT_SUM, sums.selected(composite.componentMask));
+        writer.write(PASS_LIGHT_SUM, sums.selected(composite.componentMask));
         vela.shadowSum = sums.shadow;
         vela.lightSum = sums.light;
         return sums;

@@ -27,7 +27,7 @@ public:
 
     /// Always true. Parameters are evaluated where they are first needed: a disabled write evaluates nothing
     /// more.
-    miBoolean operator()(Result* result, miState* state, P* record) const {
+    static miBoolean shade(Result* result, miState* state, P* record) {
         if (!parameterValue(state, record, &P::enable)) return miTRUE;
         result->value = parameterValue(state, record, &P::passThrough);
         const PassRecords passes(state);

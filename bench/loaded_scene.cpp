@@ -31,6 +31,10 @@ LoadedScene::LoadedScene(const ScenePaths& paths, const std::string& passes)
 std::unique_ptr<render::FrameResult> LoadedScene::render(int threads) {
     render::RenderSettings settings;
     settings.threads = threads;
+    return render(settings);
+}
+
+std::unique_ptr<render::FrameResult> LoadedScene::render(const render::RenderSettings& settings) {
     render::Session session(scene_.database(), messages_, runtime_, textures_);
     const int errorsBefore = messages_.count(scene::Level::Error);
     auto result = session.render(request_.group, request_.cameraInstance, request_.options, settings);

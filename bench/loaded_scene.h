@@ -29,6 +29,8 @@ public:
 
     /// Renders the scene's last picture. Throws std::runtime_error when it fails.
     std::unique_ptr<render::FrameResult> render(int threads);
+    /// The same with settings over the scene's own.
+    std::unique_ptr<render::FrameResult> render(const render::RenderSettings& settings);
 
     [[nodiscard]] scene::Database& database() { return scene_.database(); }
     [[nodiscard]] scene::Messages& messages() { return messages_; }

@@ -27,6 +27,19 @@ sheet() {  # NAME SIZE COLUMNS LAYER...: layers of a scene side by side, each wi
     montage "${labelled[@]}" -tile "${columns}x" -geometry +4+4 -background white "$images/$name.png"
 }
 
+strip() {  # NAME SIZE COLUMNS PARAMETER VALUE...: the scene's picture at each value of a parameter written in it
+    local name=$1 size=$2 columns=$3 parameter=$4
+    shift 4
+    local labelled=() value
+    for value in "$@"; do
+        sed "s/\"$parameter\" [0-9.]*/\"$parameter\" $value/" "$root/scenes/$name.mi" >"$scratch/$name-$value.mi"
+        "$render" "$scratch/$name-$value.mi" --size "$size" -o "$scratch/$name.exr" --files layers \
+            --png "$scratch/$name-$value.png"
+        labelled+=(-label "$parameter $value" "$scratch/$name-$value.png")
+    done
+    montage "${labelled[@]}" -tile "${columns}x" -geometry +4+4 -background white "$images/$name-strip.png"
+}
+
 picture lambert_cards 360x202
 picture translucence 360x202
 picture pass_masks 360x202
@@ -38,3 +51,8 @@ picture glass_and_mirror 480x270
 sheet utility_passes 240x135 4 main ambientOcclusion cameraDepth depthRemapped coverage incidenceCameraNormal \
     normalCamera normalObject normalWorld motionVector2D motionVector2DNormalized motionVector3D
 sheet custom_buffers 300x169 3 main pattern boxMask
+picture ocean_dusk 480x200
+strip ocean_dusk 200x83 4 timeValue 12.0 12.4 12.8 13.2
+picture layered_paint 640x300
+picture toon_map 480x270
+picture plate_composite 480x270 plateShadow reflection

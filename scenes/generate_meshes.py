@@ -13,6 +13,7 @@ import time
 
 import images
 import shapes
+import toys
 
 # Where things stand on the table: x, z and the radius of the foot, which keeps the cloth's folds away.
 VASE, BOTTLE, BOWL = (-2.0, -1.15, 0.6), (2.05, -1.2, 0.6), (0.1, 0.25, 0.75)
@@ -37,6 +38,10 @@ CATALOGUE = {
     "candle": lambda: placed(shapes.candle(), CANDLE),
     "flame": lambda: placed(shapes.flame(), CANDLE, 1.66),
     "sphere": shapes.sphere,
+    "car_body": toys.car_body,
+    "car_cabin": toys.car_cabin,
+    "wheel": toys.wheel,
+    "mug": toys.mug,
 }
 
 

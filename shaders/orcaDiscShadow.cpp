@@ -4,6 +4,7 @@
 #include "orcaGuards.h"
 
 #include <algorithm>
+#include <cmath>
 
 SamplingDisc SamplingDisc::perpendicularTo(const miVector& normal, const miVector& center, miScalar radius) {
     const float offset = dot(normal, center);
@@ -14,10 +15,15 @@ SamplingDisc SamplingDisc::perpendicularTo(const miVector& normal, const miVecto
 
     SamplingDisc disc{center, {}, {}, radius};
     const miVector across = onAxis - center;
-    if (dot(across, across) > 0.0f) {
+    const float squared = dot(across, across);
+    const float lean = dot(normal, across);
+    // Where the centre lies on that axis, all that is left of `across` is rounding; where the axis nearly
+    // lies in the plane, it is endless. Any other pair of axes spans the same disc.
+    constexpr float largestLean = 1e-4f; // squared cosine
+    if (squared > 0.0f && std::isfinite(squared) && lean * lean <= largestLean * squared) {
         disc.axis1 = normalized(across);
         disc.axis2 = normalized(cross(normal, across));
-    } else { // the centre itself lies on that axis
+    } else {
         orthonormalBasis(normal, disc.axis1, disc.axis2);
     }
     return disc;

@@ -99,7 +99,7 @@ private:
             miColor transparency;
             miColor weight = transmission.value;
             if (weighted) {
-                transparency = inputs.value(&layer.transparency);
+                transparency = inputs.valueBefore(&layer.transparency);
                 weight = weight * (WHITE - transparency);
             }
             result.color += rgbProduct(inputs.shown(&layer.color, weight), weight);

@@ -76,7 +76,7 @@ public:
         }
         const PassRecords passes(state);
         MixedInputs inputs(state, passes, vela, writesPasses());
-        result->transparency = inputs.value(&record->inputTransparency);
+        result->transparency = inputs.valueBefore(&record->inputTransparency);
         const miVector coordinate = mapCoordinate(state, record, inputs);
         {
             const ReplacedCoordinate replaced(state, vela, coordinate);

@@ -171,7 +171,7 @@ public:
         result->color = plate + result->reflection;
 
         writePasses(state, passes, *result, plate);
-        writeShadow(state, passes, parameterValue(state, record, &P::shadowBuffer), left);
+        writeShadow(state, passes, parameterValue(state, record, &P::shadowBuffer), WHITE - left);
         return miTRUE;
     }
 
@@ -197,12 +197,15 @@ private:
         writePicture(state, passes, plate);
     }
 
-    void writeShadow(miState* state, const PassRecords& passes, miInteger buffer, const miColor& left) const {
+    /// The share that is taken, not the one that is left: it is black where nothing happens to the
+    /// background, and stays right where an edge shares a pixel with that.
+    void writeShadow(miState* state, const PassRecords& passes, miInteger buffer,
+                     const miColor& taken) const {
         if (!passes || !this->writesPasses()) return;
         const PassTypeRun& run = (*passes.types)[PASS_CUSTOM];
         if (buffer < 0 || buffer >= run.count) return;
         TraceLevelSlot& slot = passes.records[run.first + buffer].levelSlots[traceLevel(state)];
-        if (!closedToWrites(state, slot)) slot.levelResult = left;
+        if (!closedToWrites(state, slot)) slot.levelResult = withAlpha(taken, 1.0f);
     }
 };
 

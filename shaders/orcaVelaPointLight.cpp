@@ -36,8 +36,11 @@ float decayed(float intensity, float distance, int rate) {
 float fogDensity(miState* state, P* record) {
     const float middle = state->parent ? static_cast<float>(state->parent->dist) * 0.5f : 0.0f;
     const float radius = parameterValue(state, record, &P::fogRadius);
-    if (!(middle <= radius)) return 1.0f;
-    const float x = middle / (radius + radius * radius - middle * middle);
+    // At the radius every kind has reached 1, also where the radius is 0.
+    if (!(middle < radius)) return 1.0f;
+    // radius + radius^2 - middle^2, kept from cancelling: the share must not exceed 1, whose rest takes a
+    // root.
+    const float x = middle / (radius + (radius - middle) * (radius + middle));
     const int decay = parameterValue(state, record, &P::decayRate);
     switch (parameterValue(state, record, &P::fogType)) {
     case FOG_BY_DECAY: return decay == 3 ? x * x * x : decay == 2 ? x * x : x;

@@ -30,10 +30,11 @@ void continueSegment(miColor* result, miState* state, miTag volume) {
     mi_trace_shadow_seg(result, state);
 }
 
-/// Thin parts let more light through: the transmission of a path of this length inside the object.
+/// Thin parts let more light through: the transmission of a path of this length inside the object, 1 at most.
 miColor thinned(const miColor& transmission, float share) {
-    if (!(share < 1.0f)) return transmission;
-    return withAlpha(transmission * share + WHITE * (1.0f - share), transmission.a);
+    miColor c = transmission;
+    if (share < 1.0f) c = c * share + WHITE * (1.0f - share);
+    return {std::min(c.r, 1.0f), std::min(c.g, 1.0f), std::min(c.b, 1.0f), transmission.a};
 }
 
 miColor transmissionAt(miState* state, VelaShadowParameters* record) {
@@ -47,7 +48,6 @@ miColor transmissionAt(miState* state, VelaShadowParameters* record) {
         const float depth = parameterValue(state, record, &P::transparencyDepth);
         const bool leavesObject = state->dot_nd < 0.0f;
         if (leavesObject && depth != 0.0f) c = thinned(c, static_cast<float>(state->dist) / depth);
-        c = {std::min(c.r, 1.0f), std::min(c.g, 1.0f), std::min(c.b, 1.0f), c.a};
     }
     return c;
 }
@@ -60,7 +60,6 @@ ORCA_EXPORT int orcaVelaShadow_version(void) {
     return 1;
 }
 
-/// light.
 ORCA_EXPORT miBoolean orcaVelaShadow(miColor* result, miState* state, VelaShadowParameters* record,
                                      void* argument) {
     VelabaseState* const vela = velabaseState(state);

@@ -103,7 +103,6 @@ ORCA_EXPORT void velaBaseState_exit(miState* state, BaseStateParameters* record)
     if (!record) clr_tla_list(state->global_lock);
 }
 
-/// shaders.
 ORCA_EXPORT miBoolean velaBaseState(void*, miState* state, BaseStateParameters* record,
                                     miShader_state_arg* argument) {
     switch (argument->op) {

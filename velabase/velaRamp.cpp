@@ -54,7 +54,8 @@ ORCA_EXPORT int velaRamp_version(void) {
 ORCA_EXPORT miBoolean velaRamp(miColor* result, miState* state, VelaRampParameters* record) {
     const miVector at = isConnected(state, record, &P::coordinate)
                             ? parameterValue(state, record, &P::coordinate)
-                            : state->tex_list[0];
+                        : state->tex_list ? state->tex_list[0]
+                                          : miVector{};
     const float position =
         positionOnRamp(parameterValue(state, record, &P::type), wrapped(at.x), wrapped(at.y));
     Ramp ramp;

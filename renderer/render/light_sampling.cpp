@@ -66,10 +66,12 @@ miVector lightPoint(RenderContext& context, const PlacedLight& light, const Samp
                     std::uint32_t key) {
     const auto total = static_cast<std::uint32_t>(counts.total());
     const auto index = static_cast<std::uint32_t>(sample);
-    const float cellU = static_cast<float>(sample % counts.u);
-    const float cellV = static_cast<float>(sample / counts.u);
-    const float u = (cellU + context.sampler.coordinate(key, index, total, 0)) / static_cast<float>(counts.u);
-    const float v = (cellV + context.sampler.coordinate(key, index, total, 1)) / static_cast<float>(counts.v);
+    const int column = sample % counts.u;
+    const int row = sample / counts.u;
+    const float u = (static_cast<float>(column) + context.sampler.coordinate(key, index, total, 0)) /
+                    static_cast<float>(counts.u);
+    const float v = (static_cast<float>(row) + context.sampler.coordinate(key, index, total, 1)) /
+                    static_cast<float>(counts.v);
     const miVector inLight = pointOnArea(*light.light, u, v);
     miVector point;
     mi_point_transform(&point, &inLight, light.record->tf.local_to_global);

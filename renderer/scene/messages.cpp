@@ -35,7 +35,7 @@ std::string Messages::line(const Message& message) {
     return text;
 }
 
-void Messages::post(Message message) {
+void Messages::post(const Message& message) {
     const std::lock_guard lock(mutex_);
     ++counts_[static_cast<int>(message.level)];
     if (keep_) kept_.push_back(message);
@@ -58,7 +58,7 @@ bool Messages::once(const std::string& key, Message message) {
         }
         repeat->second.first = message;
     }
-    post(std::move(message));
+    post(message);
     return true;
 }
 
@@ -72,7 +72,7 @@ void Messages::reportRepeats() {
         if (repeat.more == 0) continue;
         Message message = std::move(repeat.first);
         message.text += fmt::format(" (and {} more time{})", repeat.more, repeat.more == 1 ? "" : "s");
-        post(std::move(message));
+        post(message);
     }
 }
 

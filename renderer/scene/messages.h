@@ -41,7 +41,7 @@ public:
     explicit Messages(Level upTo = Level::Warning, std::FILE* stream = stderr);
 
     /// Prints the message when its level is wanted (or gives it to the sink), and counts it.
-    void post(Message message);
+    void post(const Message& message);
 
     template <class... A>
     void say(Level level, std::string_view module, fmt::format_string<A...> form, A&&... arguments) {

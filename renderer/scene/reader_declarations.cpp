@@ -172,10 +172,9 @@ void Reader::readDeclarationOptions(DeclarationElement& declaration) {
             do {
                 declaration.apply.push_back(name("a kind of use"));
             } while (accept(','));
-        } else if (token.kind == Token::Kind::Symbol && declaration.body &&
-                   readPhenomenonPart(declaration, word)) {
-            continue;
-        } else if (token.kind == Token::Kind::Symbol && readRequirement(declaration, word)) {
+        } else if (token.kind == Token::Kind::Symbol &&
+                   ((declaration.body && readPhenomenonPart(declaration, word)) ||
+                    readRequirement(declaration, word))) {
             continue;
         } else if (token.kind == Token::Kind::Symbol || token.isNumber()) {
             declaration.requirements.others.emplace_back(word);

@@ -238,7 +238,7 @@ bool Reader::readTraceOption(OptionsElement& element, std::string_view word, con
         if (!side.isWord("front") && !side.isWord("back") && !side.isWord("both")) {
             fail(side, "expected front, back or both, not {}", side.shown());
         }
-        options.face = side.isWord("both") ? 'a' : side.text[0];
+        options.face = side.isWord("both") ? 'a' : side.isWord("front") ? 'f' : 'b';
     } else if (word == "object" || word == "camera" || word == "mixed") {
         if (!accept("space")) fail(peek(), "expected \"space\" after \"{}\", not {}", word, peek().shown());
         if (word != "object") {
@@ -273,7 +273,13 @@ bool Reader::readSwitchOption(OptionsElement& element, std::string_view word) {
         }
         return true;
     }
-    if (word == "premultiply") {
+    if (word == "max") {
+        accept("displace");
+        element.maxDisplacement = std::max(0.0f, number("the largest displacement"));
+    } else if (word == "approximate") {
+        if (const auto approximation = readApproximation()) element.approximation = approximation;
+        skipToOption();
+    } else if (word == "premultiply") {
         element.premultiply = boolean(word);
     } else if (word == "dither") {
         element.dither = boolean(word);
@@ -359,9 +365,6 @@ bool Reader::skipOption(std::string_view word, const Place& place, const std::st
         } else {
             name("the inheritance function");
         }
-    } else if (word == "max") {
-        accept("displace");
-        number("the largest displacement");
     } else if (word == "photonmap") {
         if (accept("file")) {
             string("the photon map's file");

@@ -3,6 +3,7 @@
 
 #include "shading/evaluation_arena.h"
 #include "shading/evaluation_cache.h"
+#include "shading/sibling_results.h"
 #include "shading/state_store.h"
 
 #include <shader.h>
@@ -21,6 +22,7 @@ struct CallContext {
     ShaderRuntime& runtime;
     StateStore store;             ///< mi_shaderstate_*
     EvaluationArena arena;        ///< results of connected shaders
+    SiblingResults siblings;      ///< those of them that other parameters may share
     EvaluationCache cache;        ///< used in the caching test mode only
     int callType = miSHADER_NONE; ///< how the running shader is called
     int samplePhase = 3;          ///< answer of miQ_SAMPLE_PHASE

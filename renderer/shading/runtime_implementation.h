@@ -50,11 +50,13 @@ public:
           context_(context),
           shader_(state->shader),
           callType_(context.callType),
-          mark_(context.arena.mark()) {}
+          mark_(context.arena.mark()),
+          siblings_(context.siblings.enter()) {}
     ~CallScope() {
         state_->shader = shader_;
         context_.callType = callType_;
         context_.arena.release(mark_);
+        context_.siblings.leave(siblings_);
     }
     CallScope(const CallScope&) = delete;
     CallScope& operator=(const CallScope&) = delete;
@@ -65,6 +67,7 @@ private:
     miFunction* shader_;
     int callType_;
     EvaluationArena::Mark mark_;
+    SiblingResults::Mark siblings_;
 };
 
 } // namespace orca::shading

@@ -36,6 +36,7 @@ miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miSta
             state->shader = bound->function;
             if (!bound->ready.load(std::memory_order_acquire) && !initialise(*bound, state)) continue;
             value = bound->entry(result, state, bound->parameters, argument);
+            context.siblings.flush();
             context.arena.release(mark);
         }
     } catch (...) {
@@ -81,9 +82,14 @@ void* ShaderRuntime::evaluate(miState* state, void* parameter) {
             return static_cast<char*>(cached) + offset;
         result = static_cast<char*>(context.cache.add(state, connection.source, size));
     } else {
+        if (char* const shared = context.siblings.find(*state, connection.source, parameter))
+            return shared + offset;
         result = static_cast<char*>(context.arena.allocate(size));
     }
     call(result, miSHADER_TEXTURE, state, connection.source);
+    // What is no larger than a plain value has no members worth sharing.
+    if (source && source->resultSize > sizeof(miMatrix) && !implementation_->caching)
+        context.siblings.add(*state, connection.source, parameter, result);
     return result + offset;
 }
 
@@ -92,6 +98,7 @@ void ShaderRuntime::setCaching(bool on) {
 }
 
 void ShaderRuntime::flushCache(miState* state) {
+    contextOf(state).siblings.flush();
     if (implementation_->caching) contextOf(state).cache.flush(state);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "shading/evaluation_arena.h"
 #include "shading/memory.h"
+#include "shading/sibling_results.h"
 #include "shading/state_store.h"
 
 #include <gtest/gtest.h>
@@ -162,6 +163,60 @@ TEST(EvaluationArena, ReusesReleasedMemoryAndNeverMovesWhatIsHeld) {
     EXPECT_TRUE(before.count(arena.allocate(16)));
     for (int i = 0; i < 60; ++i) ASSERT_TRUE(isZero(arena.allocate(30000), 30000));
     EXPECT_EQ(static_cast<unsigned char*>(first)[99], 0xAA);
+}
+
+/// Three parameters of a shader that are connected to members of one result.
+struct SiblingFixture : ::testing::Test {
+    SiblingFixture() { state.tex_list = &coordinate; }
+    char* find(int parameter, miTag from = source) {
+        return siblings.find(state, from, &parameters[parameter]);
+    }
+    void compute(int parameter) { siblings.add(state, source, &parameters[parameter], result); }
+
+    static constexpr miTag source = 5;
+    SiblingResults siblings;
+    miState state{};
+    miVector coordinate{};
+    miState other{};
+    int parameters[3]{};
+    char result[1]{};
+};
+
+TEST_F(SiblingFixture, ShareAResultWhileTheStateIsWhatItWas) {
+    EXPECT_EQ(find(0), nullptr);
+    compute(0);
+    EXPECT_EQ(find(1, 6), nullptr);
+    EXPECT_EQ(find(1), result);
+    state.child = &other; // a ray that the shader has cast
+    EXPECT_EQ(find(2), result);
+    EXPECT_EQ(find(0), nullptr) << "a parameter that is read again is computed again";
+    EXPECT_EQ(find(1), nullptr);
+}
+
+TEST_F(SiblingFixture, AreComputedAnewWhereAShaderWouldSeeSomethingElse) {
+    for (const auto change : {+[](SiblingFixture& f) { f.state.point.x += 1; },
+                              +[](SiblingFixture& f) { f.state.type = miRAY_SHADOW; },
+                              +[](SiblingFixture& f) { f.coordinate.y = 0.5f; },
+                              +[](SiblingFixture& f) { f.siblings.flush(); }}) {
+        compute(0);
+        change(*this);
+        EXPECT_EQ(find(1), nullptr);
+        siblings.flush();
+    }
+    compute(0);
+    EXPECT_EQ(siblings.find(other, source, &parameters[1]), nullptr);
+}
+
+TEST_F(SiblingFixture, AreTheRunningShadersOwn) {
+    compute(0);
+    const SiblingResults::Mark caller = siblings.enter();
+    EXPECT_EQ(find(1), nullptr);
+    compute(2);
+    siblings.flush();
+    compute(2);
+    siblings.leave(caller);
+    EXPECT_EQ(find(1), result);
+    EXPECT_EQ(find(2), result);
 }
 
 } // namespace

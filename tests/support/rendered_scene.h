@@ -71,8 +71,10 @@ struct TestScene {
     std::string extraOptions;
     std::vector<std::string> passes;    ///< layer names of material passes, each once
     std::vector<std::string> passFlags; ///< flags of each, in the scene language, may be shorter
-    std::string contents;               ///< everything else: lights, materials, objects, instances
-    std::vector<std::string> members;   ///< instances of the root group
+    std::string beforeCamera;           ///< what the camera's statements name; stands behind the data block
+    std::string cameraStatements;
+    std::string contents;             ///< everything else: lights, materials, objects, instances
+    std::vector<std::string> members; ///< instances of the root group
 
     [[nodiscard]] std::string text() const;
 };

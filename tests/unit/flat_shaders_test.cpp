@@ -238,7 +238,7 @@ TEST_F(UseBackground, ShowsThePlateWhereNothingFallsOnIt) {
     expectColor(result.matteOpacity, WHITE);
     expectColor(scene.level(PASS_BEAUTY), plate);
     expectColor(scene.level(PASS_REFLECTION), BLACK);
-    expectColor(scene.level(PASS_CUSTOM), WHITE);
+    expectColor(scene.level(PASS_CUSTOM), BLACK);
 }
 
 TEST_F(UseBackground, IsDarkenedByTheShareOfLightThatShadowsTake) {
@@ -247,7 +247,7 @@ TEST_F(UseBackground, IsDarkenedByTheShareOfLightThatShadowsTake) {
     p.ambientColor = {0.4f, 0.4f, 0.4f, 1};
     const miColor left{(0.5f + 0.6f + 0.4f) / (2 + 0.6f + 0.4f), 1.0f, (0.6f + 0.4f) / (1 + 0.6f + 0.4f), 1};
     expectColor(shade().color, plate * left);
-    expectColor(scene.level(PASS_CUSTOM), left);
+    expectColor(scene.level(PASS_CUSTOM), WHITE - left);
     expectColor(scene.level(PASS_BEAUTY), plate * left);
     p.shadowMask = 0.5f;
     expectColor(shade().color, plate * (WHITE + left) * 0.5f);
@@ -282,7 +282,7 @@ TEST_F(UseBackground, AddsReflectionsOfThingsAndKeepsThePiecesApart) {
     expectColor(scene.level(PASS_BEAUTY), result.color);
     expectColor(scene.level(PASS_REFLECTION), reflected);
     expectColor(scene.level(PASS_BEAUTY_NO_REFLECTION_REFRACTION), plate * 0.5f);
-    expectColor(scene.level(PASS_CUSTOM) * plate + scene.level(PASS_REFLECTION), result.color);
+    expectColor((WHITE - scene.level(PASS_CUSTOM)) * plate + scene.level(PASS_REFLECTION), result.color);
 }
 
 TEST_F(UseBackground, HonoursTheMatteModes) {

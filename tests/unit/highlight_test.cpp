@@ -101,6 +101,16 @@ TEST_F(Highlights, BlinnIsDistributionTimesShadowingTimesReflectance) {
                 1e-3);
 }
 
+TEST_F(Highlights, BlinnPeaksAtOneWhenRoundingCarriesTheCosinePastIt) {
+    lookFrom(0);
+    for (const float tooLong : {1.0f, 1.0f + 1.2e-7f, 1.0f + 3e-7f})
+        for (int i = 1; i < 4000; ++i) {
+            const miVector n{0.0f, 0.0f, tooLong};
+            const float e = 1e-6f * static_cast<float>(i);
+            EXPECT_LE(compute_blinn_specular(&normal, &n, &state, 1.0f, 1.0f, e, 1.0f, 1.0f), 1.001f) << e;
+        }
+}
+
 TEST_F(Highlights, KeepEyeRaysBareAndWeighOthersByTheCosine) {
     lookFrom(-80);
     const miVector mirror = at(80);

@@ -231,16 +231,22 @@ TEST_F(Layered, WeighsWhatTheLayersWriteAsItWeighsTheirColours) {
         {{0.4f, 0.1f, 0.3f, 1}, {0.2f, 0.3f, 0.0f, 1}, {0.6f, 0.5f, 0.9f, 1}},
         {{0.2f, 0.8f, 0.5f, 1}, {0.0f, 0.1f, 0.7f, 1}, {0.3f, 0.2f, 0.1f, 1}},
     };
-    for (const int mode : {0, 1}) {
+    struct {
+        int mode;
+        bool runsOnce; // the renderer reads all members from one result
+    } const cases[] = {{0, false}, {1, false}, {0, true}, {1, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.mode + 2 * c.runsOnce);
         clear();
-        Instance instance(scene, layered, stack(mode, {three[0], three[1]}));
+        Instance instance(scene, layered, stack(c.mode, {three[0], three[1]}));
+        bool ran[2] = {};
         for (int i = 0; i < 2; ++i) {
             LayerRecord& layer = instance.shader.parameters.behind[i];
             const LayerMaterial& material = materials[i];
-            // The renderer asks the layer's shader once for each member.
             const auto output = [&, this](const miColor& value) {
-                return [&material, value, this](miState*) {
-                    material.write(scene);
+                return [&, value, i, this](miState*) {
+                    if (!ran[i] || !c.runsOnce) material.write(scene);
+                    ran[i] = true;
                     return value;
                 };
             };

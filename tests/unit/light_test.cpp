@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "material_scene.h"
+#include "orcaDiscShadow.h"
 #include "orcaGuards.h"
 #include "orcaVector.h"
 #include "orcaVelaDirectionalLight.h"
@@ -136,6 +137,27 @@ INSTANTIATE_TEST_SUITE_P(Kinds, LightFog,
                                            FogCase{1, 2, 2.0f, std::pow(1.0f - std::sqrt(0.8f), 2.0f)},
                                            FogCase{2, 0, 2.0f, std::pow(1.0f - std::sqrt(0.8f), 2.0f)},
                                            FogCase{7, 2, 2.0f, 0.2f}, FogCase{0, 2, 6.0f, 1.0f}));
+
+TEST(LightFogRim, IsFullAndANumber) {
+    PointLightParameters p = plainPoint();
+    p.fogIntensity = 1.0f;
+    for (const float radius : {0.0f, 0.3f, 1000.03f, 1e8f})
+        for (const int type : {0, 1, 2, 7}) {
+            p.fogType = type;
+            p.fogRadius = radius;
+            p.decayRate = 2;
+            LightScene scene(p);
+            scene.scene.renderer.state.dist = 2.0 * radius;
+            scene.scene.vela().flags = VELA_BIT_ENVLIGHTFOG;
+            miColor result{};
+            orcaVelaPointLight(&result, &scene.state, &scene.light.parameters);
+            expectColor(result, full);
+            // Just inside it is still no more than full.
+            scene.scene.renderer.state.dist = 2.0 * std::nextafter(radius, 0.0f);
+            orcaVelaPointLight(&result, &scene.state, &scene.light.parameters);
+            EXPECT_TRUE(result.r > 0.0f && result.r <= full.r) << radius << ' ' << type;
+        }
+}
 
 TEST(PointLight, GivesEachRecordItsShadow) {
     LightScene scene(plainPoint());
@@ -353,6 +375,26 @@ INSTANTIATE_TEST_SUITE_P(
                       SoftCase{tintedAtFirst, 20, 0.2f * 0.875f + 0.8f, 1.0f},
                       // Both sets mixed: the records are divided by four times the rays taken.
                       SoftCase{alwaysMixed, 20, 0.875f, 0.25f}));
+
+TEST(SamplingDisc, FacesAlongItsNormalWhereverItsAxesComeFrom) {
+    // Centres on a coordinate axis, where rounding is all that leads along it, and planes that meet the x
+    // axis nearly at infinity.
+    const miVector centers[] = {
+        {5.0f, 0.0f, 0.0f}, {0.0f, 7.3f, 0.0f}, {1.1f, 0.0f, 0.0f}, {3.0f, 900.0f, -2.0f}};
+    const miVector normals[] = {{0.6f, 0.8f, 0.0f},      {-0.3f, 0.1f, 0.7f},   {0.77f, -0.2f, 0.61f},
+                                {6.1e-17f, -1.0f, 0.0f}, {1e-39f, 0.0f, -1.0f}, {1e-21f, 1.0f, 1.0f},
+                                {0.0f, 0.6f, 0.8f},      {0.0f, 0.0f, 1.0f}};
+    for (const miVector& center : centers)
+        for (const miVector& direction : normals) {
+            const miVector n = normalized(direction);
+            const auto disc = SamplingDisc::perpendicularTo(n, center, 1.0f);
+            EXPECT_NEAR(length(disc.axis1), 1.0f, 1e-5f);
+            EXPECT_NEAR(length(disc.axis2), 1.0f, 1e-5f);
+            EXPECT_NEAR(dot(disc.axis1, n), 0.0f, 0.011f);
+            EXPECT_NEAR(dot(disc.axis2, n), 0.0f, 1e-5f);
+            EXPECT_NEAR(dot(disc.axis1, disc.axis2), 0.0f, 1e-5f);
+        }
+}
 
 TEST(SoftShadowRays, SpreadOverTheLightsDisc) {
     PointLightParameters p = plainPoint();

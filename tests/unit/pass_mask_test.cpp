@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orcaPassMask.h"
 #include "orcaRenderPassUtilities.h"
+#include "scripted_renderer.h"
 
 #include <gtest/gtest.h>
 
@@ -25,5 +27,16 @@ INSTANTIATE_TEST_SUITE_P(
                       MaskCase{"0A", 6, false}, MaskCase{"000f", 15, true},
                       // Characters that are no digits follow the same sums: 'G' is 16, '@' is 16.
                       MaskCase{"G", 0, false}, MaskCase{"@", 3, false}, MaskCase{"/", 3, true}));
+
+TEST(PassMask, HasNoPassesBehindItsEnd) {
+    using namespace std::string_view_literals;
+    ScriptedRenderer renderer;
+    const PassMask mask(renderer.database.addMaskedInstance("1\0ff"sv)); // what happens to lie behind it
+    EXPECT_TRUE(mask.admits(0));
+    for (const unsigned pass : {1u, 4u, 8u, 15u, 4000000u, static_cast<unsigned>(-1)})
+        EXPECT_FALSE(mask.admits(pass)) << pass;
+    const PassMask none(renderer.database.addMaskedInstance("\0f"sv));
+    EXPECT_TRUE(none.admits(4000000u));
+}
 
 } // namespace

@@ -11,6 +11,8 @@
 #include <random>
 #include <vector>
 
+extern "C" miBoolean velaRamp(miColor*, miState*, void*);
+
 namespace {
 
 struct Entry {
@@ -138,6 +140,22 @@ TEST_F(Ramps, ReadAtMostFiftyEntriesAndNegativeCountsAsFifty) {
     Ramp full = negative;
     ramp_destructor(&full);
     EXPECT_EQ(full.count, 0);
+}
+
+/// Calls without a surface, of lights and environments say, come without texture spaces.
+TEST_F(Ramps, AsTexturesStartAtTheOriginWithoutATextureSpace) {
+    struct {
+        miInteger type;
+        miVector coordinate;
+        Array<RampColorEntry> entries;
+    } record{0, {}, {0, 2, {}}};
+    record.entries.elements[0] = {0.0f, {0.25f, 0.5f, 0.75f, 1.0f}, RAMP_LINEAR};
+    record.entries.elements[1] = {1.0f, {1.0f, 1.0f, 1.0f, 1.0f}, RAMP_LINEAR};
+    renderer.state.tex_list = nullptr;
+    miColor color{};
+    EXPECT_EQ(velaRamp(&color, &renderer.state, &record), miTRUE);
+    EXPECT_EQ(color.r, 0.25f);
+    EXPECT_EQ(color.b, 0.75f);
 }
 
 } // namespace

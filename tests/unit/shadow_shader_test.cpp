@@ -106,6 +106,21 @@ INSTANTIATE_TEST_SUITE_P(Thickness, ShadowSegment,
                          ::testing::Values(SegmentCase{-1.0f, 1.0, 0.5f}, SegmentCase{-1.0f, 2.0, 0.0f},
                                            SegmentCase{-1.0f, 0.5, 0.75f}, SegmentCase{1.0f, 1.0, 0.0f}));
 
+TEST_F(ShadowShader, LimitsTransmissionOnlyWhereItsDepthCounts) {
+    scene.renderer.options.shadow = miSHADOW_SEGMENTS;
+    shader.parameters.transparency = WHITE * 1.5f;
+    const struct {
+        float depth, cosine, expected;
+    } cases[] = {{2.0f, -1.0f, 1.0f}, {2.0f, 1.0f, 1.5f}, {0.0f, -1.0f, 1.5f}, {0.5f, -1.0f, 1.0f}};
+    for (const auto& c : cases) {
+        shader.parameters.transparencyDepth = c.depth;
+        state.dot_nd = c.cosine;
+        result = WHITE;
+        run();
+        expectColor(result, c.expected, c.expected, c.expected);
+    }
+}
+
 TEST_F(ShadowShader, WalksSegmentsUnlessItsCallerDoes) {
     scene.renderer.options.shadow = miSHADOW_SEGMENTS;
     shader.parameters.transparency = WHITE * 0.5f;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "material_scene.h"
 #include "orcaVector.h"
+#include "orcaWriteMode.h"
 
 #include <cmath>
 #include <set>
@@ -155,6 +156,21 @@ TEST(Surface, ShadesBackFacesFromBothSidesAndPutsTheNormalsBack) {
     EXPECT_EQ(sides, (std::vector<miBoolean>{0, 1, 0, 1}));
     EXPECT_EQ(scene.renderer.state.normal.z, 1.0f);
     EXPECT_EQ(scene.renderer.state.normal_geom.z, 1.0f);
+}
+
+TEST(Surface, SumsEachLightAlsoWhereItDeliversNoSample) {
+    MaterialScene scene(allPasses());
+    scene.addLight({0.0f, 0.0f, 1.0f});
+    LambertParameters p = plainLambert();
+    p.color = {0.5f, 0.5f, 0.5f, 1.0f};
+    p.passWriteMode = WRITE_REPLACE;
+    LambertInstance material(scene, p);
+    material.shade();
+    EXPECT_FLOAT_EQ(scene.level(PASS_LIGHT_SUM).r, 0.4f);
+    scene.addLight({0.0f, 0.0f, 1.0f});
+    scene.renderer.lights[1].shader = [](miColor*, miState*) -> miBoolean { return miFALSE; };
+    material.shade();
+    EXPECT_EQ(scene.level(PASS_LIGHT_SUM).r, 0.0f); // of the last light
 }
 
 TEST(Surface, AnswersShadowRaysWithItsTransmissionAlone) {
