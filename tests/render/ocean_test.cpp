@@ -106,6 +106,29 @@ TEST(OceanShader, LayersAddUpWithEverythingOn) {
     }
 }
 
+TEST(OceanShader, BendsItsNormalByAConnectedHeight) {
+    TestScene scene = pool("\"octaveCount\" 0, \"heightInput\" = \"slope\", \"normalBlur\" 0.5");
+    scene.contents = "link \"orca-test-shaders.so\"\n"
+                     "declare shader scalar \"testSlope\" ( vector \"slope\" ) version 1 end declare\n"
+                     "shader \"slope\" \"testSlope\" ( \"slope\" 0.75 0 -0.5 )\n" +
+                     scene.contents;
+    scene.passes = {"normal"};
+    scene.passFlags = {};
+    for (const char* state : {"", "\"displaced\" on"}) {
+        TestScene variant = scene;
+        const std::string anchor = "\"normalBlur\" 0.5";
+        variant.contents.replace(variant.contents.find(anchor), anchor.size(),
+                                 anchor + (*state ? std::string(", ") + state : ""));
+        const RenderedScene picture(variant.text());
+        ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+        const miColor normal = picture.pixel("normal", 6, 10);
+        const float length = std::sqrt(0.75f * 0.75f + 1.0f + 0.5f * 0.5f);
+        EXPECT_NEAR(normal.r, -0.75f / length, 1e-4f) << state;
+        EXPECT_NEAR(normal.g, 1.0f / length, 1e-4f) << state;
+        EXPECT_NEAR(normal.b, 0.5f / length, 1e-4f) << state;
+    }
+}
+
 TEST(OceanShader, RefractsIntoTheEnvironmentWhereTracingEnds) {
     TestScene scene = pool(std::string(WATER) + "\"octaveCount\" 0, \"transparency\" 1 1 1 1, "
                                                 "\"refractionsOn\" on, \"refractionLimit\" 0");

@@ -93,6 +93,21 @@ DLLEXPORT miBoolean testShowPoint(miColor* result, miState* state, void*) {
     return miTRUE;
 }
 
+/// A scalar that grows evenly through world space.
+struct SlopeParameters {
+    miVector slope;
+};
+DLLEXPORT int testSlope_version(void) {
+    return 1;
+}
+DLLEXPORT miBoolean testSlope(miScalar* result, miState* state, SlopeParameters* parameters) {
+    const miVector slope = *mi_eval_vector(&parameters->slope);
+    miVector point;
+    mi_point_to_world(state, &point, &state->point);
+    *result = mi_vector_dot(&point, &slope);
+    return miTRUE;
+}
+
 /// Displacement: the sum of what the spaces say of a vertex, with weights of its own.
 struct DisplaceParameters {
     miVector world, camera, object;
