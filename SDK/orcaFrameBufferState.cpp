@@ -7,7 +7,7 @@
 #include "orcaRenderPassUtilities.h"
 #include "orcaUtilities.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace {
 
@@ -34,7 +34,8 @@ PassTypeInfo countTypes(const FrameBufferData& data) {
     PassTypeInfo types{};
     miInteger first = 0;
     for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
-        const miInteger count = type < data.n_FrameBufferTypeCounts ? counts[type] : 0;
+        // Negative counts would send other types' runs to before the first record.
+        const miInteger count = type < data.n_FrameBufferTypeCounts ? std::max(0, counts[type]) : 0;
         types.types[type] = {count, first};
         first += count;
     }

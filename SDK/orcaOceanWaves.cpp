@@ -40,6 +40,12 @@ float plainWave(Ground direction, Ground p, float wavelength) {
     return wavelength * static_cast<float>(std::cos(angle));
 }
 
+/// The fraction counts as one. Numbers beyond all sense are limited, so that no scene stalls.
+int wholeOctaves(float count) {
+    constexpr float most = 1000.0f;
+    return count + 1.0f > 0.0f ? static_cast<int>(std::min(count + 1.0f, most)) : 0;
+}
+
 /// An octave's height now, and a while ago, when its foam formed.
 struct Heights {
     float now, lagging;
@@ -131,7 +137,7 @@ miScalar oceanWaveSpeed(miScalar wavelength) noexcept {
 
 OceanWaves::Series::Series(const OceanWaveField& field)
     : field_(field),
-      octaves_(static_cast<int>(field.octaveCount + 1.0f)),
+      octaves_(wholeOctaves(field.octaveCount)),
       wind_{field.wind.x, field.wind.y},
       wavelength_(field.maxWavelength) {
     if (const float l = length(wind_); l > VELA_EPS) wind_ = wind_ * (1.0f / l);
@@ -148,7 +154,7 @@ bool OceanWaves::Series::next(Octave& octave) {
     octave = {};
     octave.wavelength = wavelength_;
     octave.amplitude = ramp_get_interp_float(t, field_.heightRamp) * (0.125f / field_.patternScale);
-    if (last) octave.amplitude *= field_.octaveCount - static_cast<float>(i);
+    if (last) octave.amplitude *= std::min(1.0f, field_.octaveCount - static_cast<float>(i));
     octave.turbulence = ramp_get_interp_float(t, field_.turbulenceRamp);
     octave.peaking = ramp_get_interp_float(t, field_.peakingRamp);
     const float speed = oceanWaveSpeed(wavelength_);

@@ -2,10 +2,9 @@
 #include "geometry/displaced_mesh.h"
 
 #include "geometry/parallel_for.h"
+#include "geometry/parallel_sort.h"
 #include "geometry/surface.h"
 #include "geometry/vectors.h"
-
-#include <tbb/parallel_sort.h>
 
 #include <algorithm>
 #include <array>
@@ -109,7 +108,7 @@ void DisplacedMesh::findPlaces() {
     const auto placeOf = [&](std::uint32_t v) {
         return std::pair(bitsOf(mesh.points[v]), mesh.deforms() ? bitsOf(mesh.endPoints[v]) : Bits{});
     };
-    tbb::parallel_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+    parallelSort(order, [&](std::uint32_t a, std::uint32_t b) {
         return std::tuple(placeOf(a), bitsOf(mesh.normals[a]), a) <
                std::tuple(placeOf(b), bitsOf(mesh.normals[b]), b);
     });
@@ -154,8 +153,7 @@ std::vector<std::uint32_t> DisplacedMesh::split(const std::vector<std::uint32_t>
     for (std::size_t i = 0; i < triangles.size(); ++i)
         for (int edge = 0; edge < 3; ++edge)
             if (marks[i] & 1u << edge) edges.push_back(edgeOf(triangles[i], edge));
-    tbb::parallel_sort(edges.begin(), edges.end(),
-                       [](const Edge& x, const Edge& y) { return x.order() < y.order(); });
+    parallelSort(edges, [](const Edge& x, const Edge& y) { return x.order() < y.order(); });
     edges.erase(
         std::unique(edges.begin(), edges.end(), [](const Edge& x, const Edge& y) { return x.sameEnds(y); }),
         edges.end());
