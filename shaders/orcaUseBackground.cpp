@@ -216,4 +216,4 @@ private:
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaUseBackground, SurfaceShaderReturnType, UseBackgroundClass,
-                   UseBackgroundParameters, "orcaUseBackground", 235)
+                   UseBackgroundParameters, "orcaUseBackground", __LINE__)
