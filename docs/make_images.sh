@@ -48,6 +48,8 @@ picture materials_row 960x320
 picture scatter 480x270
 picture gather_interior 480x270
 picture motion_wheel 480x270
+picture textured_spheres 640x213
+picture glass_and_mirror 480x270
 sheet utility_passes 240x135 4 main ambientOcclusion cameraDepth depthRemapped coverage incidenceCameraNormal \
     normalCamera normalObject normalWorld motionVector2D motionVector2DNormalized motionVector3D
 sheet custom_buffers 300x169 3 main pattern boxMask

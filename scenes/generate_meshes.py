@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Writes the meshes of the example scenes as scene files, one object a file, into the folder `generated`.
+"""Writes the meshes of the example scenes as scene files, one object a file, and their images, into the folder
+`generated`.
 
 The same files come out on every machine. Python's standard library is all that is needed.
 """
@@ -10,6 +11,7 @@ import pathlib
 import sys
 import time
 
+import images
 import shapes
 import toys
 
@@ -60,9 +62,13 @@ def main():
             partial.write_text("# made by generate_meshes.py; edits here are lost\n" + mesh.scene_text(name, label))
             partial.replace(folder / f"{name}.mi")
             print(f"{name:10} {len(mesh.triangles):7} triangles")
+        for name, make in images.CATALOGUE.items():
+            partial = folder / f"{name}.part"
+            partial.write_bytes(make())
+            partial.replace(folder / name)
     except OSError as error:
         sys.exit(f"generate_meshes.py: cannot write {error.filename}: {error.strerror}")
-    print(f"{total} triangles in {len(CATALOGUE)} meshes, {time.monotonic() - began:.1f} s, written to {folder}")
+    print(f"{total} triangles in {len(CATALOGUE)} meshes, {len(images.CATALOGUE)} images, {time.monotonic() - began:.1f} s, written to {folder}")
 
 
 if __name__ == "__main__":

@@ -225,4 +225,5 @@ private:
 
 } // namespace
 
-ORCA_EXPORT_SHADER(orcaVelaImagePlane, miColor, ImagePlaneClass, ImagePlaneParameters, "orcaImagePlane", 225)
+ORCA_EXPORT_SHADER(orcaVelaImagePlane, miColor, ImagePlaneClass, ImagePlaneParameters, "orcaImagePlane",
+                   __LINE__)

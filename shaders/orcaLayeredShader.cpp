@@ -116,4 +116,4 @@ private:
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaLayeredShader, SurfaceShaderReturnType, LayeredShaderClass,
-                   LayeredShaderParameters, "orcaLayeredShader", 130)
+                   LayeredShaderParameters, "orcaLayeredShader", __LINE__)

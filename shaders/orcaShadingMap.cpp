@@ -103,4 +103,4 @@ private:
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaShadingMap, SurfaceShaderReturnType, ShadingMapClass, ShadingMapParameters,
-                   "orcaShadingMap", 110)
+                   "orcaShadingMap", __LINE__)

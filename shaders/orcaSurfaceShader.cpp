@@ -55,4 +55,4 @@ public:
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaSurfaceShader, SurfaceShaderReturnType, SurfaceShaderClass,
-                   SurfaceShaderParameters, "orcaSurfaceShader", 60)
+                   SurfaceShaderParameters, "orcaSurfaceShader", __LINE__)

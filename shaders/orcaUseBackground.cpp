@@ -35,12 +35,16 @@ bool seenByStandIn(const miState* state, const VelabaseState& vela) {
 /// Direction in which the camera sees the point, so that mirrors show the background where it belongs.
 miVector directionOfView(miState* state) {
     const bool straight = state->reflection_level == 0 && state->refraction_level == 0;
-    if (straight || !state->camera || state->camera->orthographic) return state->dir;
+    if (straight || !state->camera) return state->dir;
+    miVector direction{0.0f, 0.0f, -1.0f};
+    if (state->camera->orthographic) {
+        mi_vector_from_camera(state, &direction, &direction);
+        return normalized(direction);
+    }
     miVector camera, point;
     origin_from_camera(state, &camera);
     mi_point_to_world(state, &point, &state->point);
-    const miVector inWorld = normalized(point - camera);
-    miVector direction = inWorld;
+    direction = point - camera;
     mi_vector_from_world(state, &direction, &direction);
     return normalized(direction);
 }
@@ -212,4 +216,4 @@ private:
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaUseBackground, SurfaceShaderReturnType, UseBackgroundClass,
-                   UseBackgroundParameters, "orcaUseBackground", 235)
+                   UseBackgroundParameters, "orcaUseBackground", __LINE__)

@@ -20,7 +20,8 @@ struct UseBackgroundParameters {
     miColor ambientColor; // light on the background that no shadow removes
     miInteger matteMode;  // 0 black hole, 1 solid, else from the opacity
     miScalar matteOpacity;
-    miInteger shadowBuffer; // custom pass that receives the share of the background that shadows take; -1: none
+    miInteger
+        shadowBuffer; // custom pass that receives the share of the background that shadows take; -1: none
 };
 
 extern "C" {

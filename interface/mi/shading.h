@@ -12,7 +12,9 @@ miBoolean mi_call_shader_x(miColor* result, int type, miState* state, miTag shad
 /// Parts of the hit's material.
 miBoolean mi_call_material(miColor* result, miState* state);
 
-/// Value of a connected parameter of the running shader, valid until that shader returns.
+/// Value of a connected parameter of the running shader, valid until that shader returns. Parameters that are
+/// connected to members of one result may share one call of its shader while the state stays as it is; a
+/// parameter that is read again is computed again.
 void* mi_phen_eval(miState* state, void* parameter);
 /// Drops cached results of connected shaders.
 void mi_flush_cache(miState* state);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/light_lists.h"
+#include "render/light_profiles.h"
 #include "render/light_sampling.h"
 
 #include <shader.h>

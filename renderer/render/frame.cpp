@@ -23,6 +23,7 @@ Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages,
       messages(sceneMessages),
       runtime(shaderRuntime),
       textures(textureCache),
+      lightProfiles(sceneDatabase, sceneMessages),
       geometry(sceneGeometry),
       framebuffers(frameBuffers),
       options(renderOptions),
@@ -53,6 +54,8 @@ Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages,
         enter(lightByTag_, tag, static_cast<std::uint32_t>(lights_.size()));
         lights_.push_back(entry);
     }
+    for (const PlacedLight& light : lights_)
+        if (light.light->visible && light.hasArea() && !light.record->off) visibleLights_.push_back(&light);
 
     for (miTag tag = 1; tag < database.endTag(); ++tag)
         if (const auto* element = database.find<scene::MaterialElement>(tag)) {

@@ -6,6 +6,7 @@
 #include "image/textures.h"
 #include "render/camera_placement.h"
 #include "render/gather_settings.h"
+#include "render/light_profiles.h"
 #include "render/placed_light.h"
 #include "scene/database.h"
 #include "scene/messages.h"
@@ -33,6 +34,7 @@ public:
     scene::Messages& messages;
     shading::ShaderRuntime& runtime;
     image::Textures& textures;
+    const LightProfiles lightProfiles;
     const geometry::SceneGeometry& geometry;
     const image::FramebufferSet& framebuffers;
     const miOptions options;
@@ -76,6 +78,8 @@ public:
         return index == geometry::nothing ? nullptr : &lights_[index];
     }
     [[nodiscard]] std::span<const PlacedLight> lights() const { return lights_; }
+    /// Area lights whose shapes can be seen.
+    [[nodiscard]] std::span<const PlacedLight* const> visibleLights() const { return visibleLights_; }
     /// Material record; null for an unknown tag.
     [[nodiscard]] const miMaterial* materialOf(miTag material) const {
         return material < materialByTag_.size() ? materialByTag_[material] : nullptr;
@@ -93,6 +97,7 @@ private:
 
     std::vector<std::uint32_t> leafByTag_;
     std::vector<PlacedLight> lights_;
+    std::vector<const PlacedLight*> visibleLights_;
     std::vector<std::uint32_t> lightByTag_;
     std::vector<const miMaterial*> materialByTag_;
 };

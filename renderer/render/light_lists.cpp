@@ -62,18 +62,4 @@ miBoolean exclusiveLights(int& count, miTag*& lights, miState* state) {
     return miTRUE;
 }
 
-miScalar sampleLightProfile(miState* state, miTag profile, miBoolean) {
-    if (profile == miNULLTAG) return 1.0f;
-    const Frame& frame = renderContextOf(state).frame;
-    const auto* element = frame.database.find<scene::LightProfileElement>(profile);
-    const std::string name = element ? element->name : "?";
-    frame.messages.once("render: light profile " + name,
-                        {scene::Level::Warning,
-                         "RNDR",
-                         0,
-                         "light profile \"" + name + "\": profiles are not read yet; the light shines evenly",
-                         {}});
-    return 1.0f;
-}
-
 } // namespace orca::render

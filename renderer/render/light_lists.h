@@ -13,8 +13,4 @@ miBoolean instanceLights(int& count, miTag*& lights, miState* state);
 miBoolean inclusiveLights(int& count, miTag*& lights, miState* state);
 miBoolean exclusiveLights(int& count, miTag*& lights, miState* state);
 
-/// Relative intensity of a light profile from the light toward the state's point; 1 without a profile.
-/// `interpolate` false takes the nearest entry of the table.
-miScalar sampleLightProfile(miState* state, miTag profile, miBoolean interpolate);
-
 } // namespace orca::render

@@ -3,6 +3,7 @@
 
 #include "render/default_material.h"
 #include "render/surface_state.h"
+#include "render/visible_lights.h"
 
 #include <cmath>
 
@@ -58,8 +59,12 @@ miBoolean shadeVisibleRay(RenderContext& context, ChildState& child, const geome
     result = {};
     miState* state = child.get();
     geometry::Hit hit;
+    LightHit light;
     miBoolean delivered;
-    if (context.frame.geometry.intersect(ray, hit)) {
+    const bool meets = context.frame.geometry.intersect(ray, hit);
+    if (findVisibleLight(context.frame, ray, meets ? hit.distance : ray.farDistance, light)) {
+        delivered = shadeVisibleLight(context, child.derived(), light, result);
+    } else if (meets) {
         setHit(context, child.derived(), ray, hit, NormalSide::TowardRay);
         delivered = shadeHit(context, state, result);
     } else {

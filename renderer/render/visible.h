@@ -6,9 +6,9 @@
 
 namespace orca::render {
 
-/// Casts a visible ray and shades what it meets: the hit's material, or the environment, and then the volume
-/// of the space the ray came through. `child` holds the ray (org, dir, type, levels, volume) and receives the
-/// hit. True when a shader delivered; `result` is black otherwise.
+/// Casts a visible ray and shades what it meets: a light that can be seen, the hit's material, or the
+/// environment, and then the volume of the space the ray came through. `child` holds the ray (org, dir, type,
+/// levels, volume) and receives the hit. True when a shader delivered; `result` is black otherwise.
 miBoolean shadeVisibleRay(RenderContext& context, ChildState& child, const geometry::Ray& ray,
                           miColor& result);
 

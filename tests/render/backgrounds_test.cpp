@@ -123,18 +123,18 @@ TEST(ImagePlanes, LieOverTheSceneWithGainAndOffset) {
         plane("front", "\"colorGain\" 0.5 2 1 1, \"colorOffset\" 0.1 0 0.2 0, \"alphaGain\" 0.5", 5) +
         plane("hidden", "\"displayMode\" 0", 6) + glowing("wall", "0.9 0.5 0.1", 0, 0, 4);
     scene.members = {"front", "hidden", "wall"};
-    const auto over = [](const miColor& c) {
-        return miColor{0.5f * c.r + 0.1f, 2 * c.g, c.b + 0.2f, 0.5f * c.a};
+    const miColor wall{0.9f, 0.5f, 0.1f, 1};
+    const auto over = [&](const miColor& c, int, int) {
+        return mixed(wall, {0.5f * c.r + 0.1f, 2 * c.g, c.b + 0.2f, 1}, 0.5f * c.a);
     };
-    expectPicture(
-        scene,
-        [&](const miColor& c, int, int) {
-            return mixed({0.9f, 0.5f, 0.1f, 1}, over(c), 0.5f * c.a);
-        },
-        "over");
+    expectPicture(scene, over, "traced");
     const RenderedScene picture(scene.text());
-    expectNear(picture.pixel("incandescence", 4, 4), mixed({0.9f, 0.5f, 0.1f, 1}, {}, 0.5f * source(2, 2).a),
-               1e-5f, "pass");
+    expectNear(picture.pixel("incandescence", 4, 4), mixed(wall, {}, 0.5f * source(2, 2).a), 1e-5f, "pass");
+
+    scene.extraOptions = "scanline rapid"; // the renderer composites the layers itself
+    const RenderedScene composited(scene.text());
+    for (int i = 0; i < 16; ++i)
+        expectNear(composited.pixel("main", i, i), over(source(i / 2, i / 2), i, i), 1e-5f, "composited");
 }
 
 TEST(ImagePlanes, AreSeenInMirrorsOnlyWhenTheyAskForIt) {

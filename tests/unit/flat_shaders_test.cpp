@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "flat_material_scene.h"
+#include "orcaImagePlane.h"
+#include "orcaLayeredShader.h"
 #include "orcaShadingMap.h"
 #include "orcaSurfaceShader.h"
 #include "orcaUseBackground.h"
@@ -305,6 +307,51 @@ TEST_F(UseBackground, BlocksLightExceptOnItsWayToOtherStandIns) {
     EXPECT_EQ(shade(&ray).transparency, WHITE);
     p.matteMode = 0;
     EXPECT_EQ(shade(&ray).transparency, BLACK);
+}
+
+// --- all of them
+// -------------------------------------------------------------------------------------------------------
+
+/// From init to exit, with a call in a renderer that has no base state.
+template <class P, class Result>
+void expectLife(int (*version)(), const MaterialEntry<P, Result>& entry, const char* file,
+                const char* complaint) {
+    SCOPED_TRACE(file);
+    ScriptedRenderer renderer;
+    ScriptedShader<P> shader;
+    renderer.state.shader = &shader.function;
+    miBoolean required = miFALSE;
+    EXPECT_EQ(version(), 1);
+    entry.init(&renderer.state, nullptr, &required);
+    EXPECT_EQ(required, miTRUE);
+    entry.init(&renderer.state, &shader.parameters, &required);
+    ASSERT_EQ(renderer.memory.allocationsHeld(), 1);
+    EXPECT_EQ(renderer.memory.held()[0].file, file);
+
+    Result result{};
+    reinterpret_cast<miColor&>(result).r = 7.0f;
+    const miBoolean shaded = entry.shade(&result, &renderer.state, &shader.parameters);
+    EXPECT_EQ(shaded == miFALSE, complaint != nullptr);
+    if (complaint) {
+        EXPECT_EQ(renderer.messagesOf('w'), std::vector<std::string>{complaint});
+        EXPECT_EQ(reinterpret_cast<miColor&>(result).r, 7.0f);
+    }
+    entry.exit(&renderer.state, &shader.parameters);
+    EXPECT_EQ(renderer.memory.allocationsHeld(), 0);
+}
+
+TEST(FlatMaterials, LiveFromInitToExitAndSayWhenTheBaseStateIsMissing) {
+    expectLife<LayeredShaderParameters, SurfaceShaderReturnType>(
+        orcaVelaLayeredShader_version,
+        {orcaVelaLayeredShader_init, orcaVelaLayeredShader_exit, orcaVelaLayeredShader}, "orcaLayeredShader",
+        "vela_layeredshader(): Internal state error.");
+    expectLife(orcaVelaSurfaceShader_version, surfaceShader, "orcaSurfaceShader", nullptr);
+    expectLife(orcaVelaShadingMap_version, shadingMap, "orcaShadingMap", nullptr);
+    expectLife(orcaVelaUseBackground_version, useBackground, "orcaUseBackground",
+               "vela_usebackground(): Internal state error.");
+    expectLife<ImagePlaneParameters, miColor>(
+        orcaVelaImagePlane_version, {orcaVelaImagePlane_init, orcaVelaImagePlane_exit, orcaVelaImagePlane},
+        "orcaImagePlane", "vela_imageplane(): Internal state error.");
 }
 
 } // namespace

@@ -194,21 +194,6 @@ TEST_F(Layered, IsSilentWhereItsWriteModeSaysSo) {
     EXPECT_EQ(scene.level(PASS_BEAUTY), BLACK);
 }
 
-TEST(LayeredWithoutBase, WarnsAndLeavesTheResult) {
-    ScriptedRenderer renderer;
-    ScriptedShader<LayeredShaderParameters> shader;
-    renderer.state.shader = &shader.function;
-    miBoolean required = miFALSE;
-    orcaVelaLayeredShader_init(&renderer.state, &shader.parameters, &required);
-    SurfaceShaderReturnType result{};
-    result.color = {7, 7, 7, 7};
-    EXPECT_EQ(orcaVelaLayeredShader(&result, &renderer.state, &shader.parameters), miFALSE);
-    EXPECT_EQ(result.color.r, 7.0f);
-    EXPECT_EQ(renderer.messagesOf('w'),
-              std::vector<std::string>{"vela_layeredshader(): Internal state error."});
-    orcaVelaLayeredShader_exit(&renderer.state, &shader.parameters);
-}
-
 /// What a layer's own material does: a diffuse part that its opacity weighs, and a highlight that it does
 /// not.
 struct LayerMaterial {

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rendered_scene.h"
+#include "scene_parts.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+namespace orca::test {
+namespace {
+
+/// A light of intensity 0.5 about (x, y, 0), which does not decay.
+std::string areaLight(const std::string& shape, float x = 0, float y = 0,
+                      const std::string& flag = "visible") {
+    return fmt::format(
+        "light \"lamp\" \"orcaVelaPointLight\" ( \"intensity\" 0.5, \"decayRate\" 0 )\n"
+        "origin 0 0 0 {} {} end light\ninstance \"lamp_inst\" \"lamp\" transform 1 0 0 0 0 1 0 0 0 "
+        "0 1 0 {} {} 0 1 end instance\n",
+        shape, flag, -x, -y);
+}
+
+struct Shape {
+    std::string statement;
+    std::function<bool(float x, float y)> covers; ///< seen along z, relative to its middle
+};
+class VisibleLight : public ::testing::TestWithParam<Shape> {};
+
+TEST_P(VisibleLight, IsSeenInItsShape) {
+    TestScene scene; // 16 x 16 pixels of a quarter
+    scene.passes = {"beauty"};
+    scene.contents = areaLight(GetParam().statement, 0.25f, -0.5f);
+    scene.members = {"lamp_inst"};
+    const RenderedScene picture(scene.text());
+    ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+    int covered = 0;
+    for (int y = 0; y < 16; ++y)
+        for (int x = 0; x < 16; ++x) {
+            const bool expected = GetParam().covers((x + 0.5f) / 4 - 2 - 0.25f, (y + 0.5f) / 4 - 2 + 0.5f);
+            covered += expected;
+            ASSERT_NEAR(picture.pixel("main", x, y).r, expected ? 0.5f : 0.0f, 1e-5f) << x << ' ' << y;
+            ASSERT_NEAR(picture.pixel("beauty", x, y).r, picture.pixel("main", x, y).r, 1e-6f)
+                << x << ' ' << y;
+        }
+    EXPECT_GT(covered, 12);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Shapes, VisibleLight,
+    ::testing::Values(
+        // The light shines to the side of u x v, here along z toward the camera; edges may be slanted.
+        Shape{"rectangle 2 0 0 0 1.5 0",
+              [](float x, float y) { return std::abs(x) < 1 && std::abs(y) < 0.75f; }},
+        Shape{"rectangle 1 0.5 0 0 2 0",
+              [](float x, float y) { return std::abs(x) < 0.5f && std::abs(y - 0.5f * x) < 1; }},
+        Shape{"disc 0 0 3 1.1", [](float x, float y) { return std::hypot(x, y) < 1.1f; }},
+        Shape{"sphere 0.9", [](float x, float y) { return std::hypot(x, y) < 0.9f; }},
+        Shape{"cylinder 0 2 0 0.6", [](float x, float y) { return std::abs(x) < 0.6f && std::abs(y) < 1; }}));
+
+TEST(VisibleLights, HideWhatIsBehindAndAreHiddenByWhatIsBefore) {
+    TestScene scene;
+    scene.contents = areaLight("sphere 1") +
+                     lambert("glow", "\"color\" 0 0 0 1, \"incandescence\" 0.2 0.2 0.2 1") +
+                     card("before", "glow", 1, 0, 2, 1) + card("behind", "glow", 0, 0, -2, 2);
+    scene.members = {"lamp_inst", "before", "behind"};
+    const RenderedScene picture(scene.text());
+    EXPECT_NEAR(picture.pixel("main", 6, 8).r, 0.5f, 1e-5f);
+    EXPECT_NEAR(picture.pixel("main", 10, 8).r, 0.2f, 1e-5f);
+    EXPECT_NEAR(picture.pixel("main", 1, 8).r, 0.2f, 1e-5f);
+}
+
+TEST(VisibleLights, AreSeenInMirrorsAndThroughGlassUnlessTheyAreNotVisible) {
+    const auto seen = [](const std::string& material, const std::string& flag, float lightZ) {
+        TestScene scene;
+        scene.passes = {"beauty"};
+        scene.contents =
+            fmt::format("light \"lamp\" \"orcaVelaPointLight\" ( \"intensity\" 0.5, \"decayRate\" 0, "
+                        "\"emitDiffuse\" off, \"emitSpecular\" off )\n"
+                        "origin 0 0 0 sphere 1 {} end light\ninstance \"lamp_inst\" \"lamp\" transform "
+                        "1 0 0 0 0 1 0 0 0 0 1 0 0 0 {} 1 end instance\n",
+                        flag, -lightZ) +
+            material + card("card", "m", 0, 0, 0, 2);
+        scene.members = {"lamp_inst", "card"};
+        const RenderedScene picture(scene.text());
+        EXPECT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+        EXPECT_NEAR(picture.pixel("beauty", 8, 8).r, picture.pixel("main", 8, 8).r, 1e-6f);
+        return picture.pixel("main", 8, 8).r;
+    };
+    const std::string mirror = surface(
+        "m", "orcaVelaPhong", "\"color\" 0 0 0 1, \"specularColor\" 0.8 0.8 0.8 1, \"reflectivity\" 1");
+    const std::string film = lambert("m", "\"color\" 0 0 0 1, \"transparency\" 0.6 0.6 0.6 1");
+    const std::string glass = lambert(
+        "m",
+        "\"color\" 0 0 0 1, \"transparency\" 0.6 0.6 0.6 1, \"refractionsOn\" on, \"refractiveIndex\" 1");
+    // The camera is at 10; the light is behind it.
+    EXPECT_NEAR(seen(mirror, "visible", 14), 0.4f, 1e-5f);
+    EXPECT_NEAR(seen(mirror, "visible off", 14), 0.0f, 1e-5f);
+    EXPECT_NEAR(seen(film, "visible", -4), 0.3f, 1e-5f);
+    EXPECT_NEAR(seen(glass, "visible", -4), 0.3f, 1e-5f);
+    EXPECT_NEAR(seen(film, "", -4), 0.0f, 1e-5f);
+}
+
+} // namespace
+} // namespace orca::test
