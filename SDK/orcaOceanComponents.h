@@ -79,14 +79,16 @@ public:
           strength_(parameterValue(state, record, &P::specularStrength)),
           eccentricity_(std::max(leastEccentricity, parameterValue(state, record, &P::eccentricity))),
           reduction_(parameterValue(state, record, &P::specularReduction)),
-          viewCosine_(std::max(-dot(state->normal, state->dir), VELA_EPS)) {}
+          viewCosine_(-dot(state->normal, state->dir)) {}
     [[nodiscard]] const miColor& materialColor() const noexcept { return color_; }
     [[nodiscard]] miColor operator()(miState* state, const LightSample& sample) const {
         const miScalar lightCosine = dot(state->normal, sample.specularDirection);
-        if (!(lightCosine > 0.0f)) return BLACK;
-        return color_ * compute_oceanshader_specular(lightCosine, viewCosine_, &sample.specularDirection,
-                                                     strength_, eccentricity_, reduction_, &state->normal,
-                                                     state);
+        // A wave's normal may lean away from the viewer, even so far that no facet before it mirrors the
+        // light.
+        if (!(lightCosine > 0.0f) || lightCosine + viewCosine_ <= 0.0f) return BLACK;
+        return color_ * compute_oceanshader_specular(lightCosine, std::max(viewCosine_, VELA_EPS),
+                                                     &sample.specularDirection, strength_, eccentricity_,
+                                                     reduction_, &state->normal, state);
     }
 
 private:
@@ -94,7 +96,7 @@ private:
 
     miColor color_;
     miScalar strength_, eccentricity_, reduction_;
-    miScalar viewCosine_; ///< a wave's normal may lean away from the viewer
+    miScalar viewCosine_;
 };
 
 /// The surroundings and a ramp from nadir to zenith, by Fresnel's equations.

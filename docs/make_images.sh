@@ -51,3 +51,6 @@ sheet utility_passes 240x135 4 main ambientOcclusion cameraDepth depthRemapped c
 sheet custom_buffers 300x169 3 main pattern boxMask
 picture ocean_dusk 480x200
 strip ocean_dusk 200x83 4 timeValue 12.0 12.4 12.8 13.2
+picture layered_paint 640x300
+picture toon_map 480x270
+picture plate_composite 480x270 plateShadow reflection

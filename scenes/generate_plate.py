@@ -146,11 +146,11 @@ def table_color(point, direction):
 
 def pixel(x, y, rng):
     color = (0.0, 0.0, 0.0)
-    for dx, dy in ((0.25, 0.25), (0.75, 0.75)):
+    for dx, dy in ((0.375, 0.125), (0.875, 0.375), (0.625, 0.875), (0.125, 0.625)):
         sx = ((x + dx) / WIDTH - 0.5) / FOCAL
         sy = (0.5 - (y + dy) / HEIGHT) * HEIGHT / WIDTH / FOCAL
         up, back = sy * math.cos(TILT) - math.sin(TILT), -math.cos(TILT) - sy * math.sin(TILT)
-        color = add(color, seen(unit((sx, up, back))), 0.5)
+        color = add(color, seen(unit((sx, up, back))), 0.25)
     corner = ((x / WIDTH - 0.5) ** 2 + (y / HEIGHT - 0.5) ** 2) * 2.0
     exposed = (c * (1.0 - 0.35 * corner) * (1.0 + rng.gauss(0.0, 0.012)) for c in color)
     return bytes(min(255, max(0, round(255.0 * srgb(c)))) for c in exposed)

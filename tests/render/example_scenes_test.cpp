@@ -50,6 +50,8 @@ TEST_P(ExampleScene, RendersWithoutComplaintsAndItsBeautyIsThePicture) {
         return l.buffer->name == "beauty" && !l.buffer->primary;
     });
     ASSERT_NE(primary, layers.end());
+    // The scenes' filters have no negative lobes, so neither has the picture.
+    EXPECT_GE(*std::min_element(primary->pixels.begin(), primary->pixels.end()), 0.0f);
     if (beauty == layers.end()) return;
     double brightest = 0.0;
     for (std::size_t i = 0; i < primary->pixels.size(); ++i) {

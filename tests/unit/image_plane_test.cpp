@@ -2,7 +2,7 @@
 #include "orcaImagePlane.h"
 
 #include "flat_material_scene.h"
-#include "orcaImagePlanes.h"
+#include "orcaVelaShadingEngine.h"
 
 namespace {
 
@@ -198,38 +198,56 @@ TEST_F(ImagePlane, GetsTheCamerasVolumeWhereThereIsNone) {
     EXPECT_EQ(scene.renderer.state.volume, 23u);
 }
 
-/// What is behind a half-transparent plane shows by half in the picture and in every pass.
+/// A half-transparent yellow plane over a surface, in the picture and in every pass: as a material of its
+/// own, and as the surface shader of an engine that lets its colour pass.
 TEST(ImagePlanePasses, WeighWhatLiesBehind) {
-    MaterialScene scene({{PASS_BEAUTY, "0", FB_SHADOWED}, {PASS_DIFFUSE, "5"}});
-    const miColor diffuse{0.4f, 0.8f, 0.2f, 1};
-    scene.renderer.lookupColor = [](miColor* result, miState*, miTag, miVector*) -> miBoolean {
-        *result = {1, 1, 0, 0.5f};
-        return miTRUE;
-    };
-    scene.renderer.traceTransparent = [&](miColor* result, miState* state) -> miBoolean {
-        // A surface at the same level, as the engine leaves it.
-        EXPECT_EQ(traceLevel(state), -1);
-        for (int i = 0; i < 2; ++i) {
-            scene.slot(i).levelResult = diffuse;
-            scene.slot(i).childResult += (WHITE - scene.slot(i).levelAux) * diffuse;
-            scene.slot(i).levelAux = WHITE;
-        }
-        ++scene.vela().surfacesShaded;
-        *result = diffuse;
-        return miTRUE;
-    };
-    ImagePlaneParameters p{};
-    p.passWriteMode = 1;
-    p.passWriteScale = 1.0f;
-    p.displayMode = 3;
-    p.imageTexture = picture;
-    p.colorGain = WHITE;
-    p.alphaGain = 1.0f;
-    const miColor expected = miColor{0.5f, 0.5f, 0, 1} + diffuse * 0.5f;
-    MaterialInstance<ImagePlaneParameters, miColor> plane(scene, imagePlane, p);
-    expectColor(plane.shade(), expected);
-    expectColor(scene.handedUp(PASS_BEAUTY), expected);
-    expectColor(scene.handedUp(PASS_DIFFUSE), diffuse * 0.5f);
+    for (const bool inEngine : {false, true}) {
+        SCOPED_TRACE(inEngine);
+        MaterialScene scene({{PASS_BEAUTY, "0", FB_SHADOWED}, {PASS_DIFFUSE, "5"}});
+        const miColor diffuse{0.4f, 0.8f, 0.2f, 1};
+        scene.renderer.lookupColor = [](miColor* result, miState*, miTag, miVector*) -> miBoolean {
+            *result = {1, 1, 0, 0.5f};
+            return miTRUE;
+        };
+        scene.renderer.traceTransparent = [&](miColor* result, miState* state) -> miBoolean {
+            // A surface at the same level, as the engine leaves it.
+            EXPECT_EQ(traceLevel(state), -1);
+            for (int i = 0; i < 2; ++i) {
+                scene.slot(i).levelResult = diffuse;
+                scene.slot(i).childResult += (WHITE - scene.slot(i).levelAux) * diffuse;
+                scene.slot(i).levelAux = WHITE;
+            }
+            ++scene.vela().surfacesShaded;
+            *result = diffuse;
+            return miTRUE;
+        };
+        ImagePlaneParameters p{};
+        p.passWriteMode = 1;
+        p.passWriteScale = 1.0f;
+        p.displayMode = 3;
+        p.imageTexture = picture;
+        p.colorGain = WHITE;
+        p.alphaGain = 1.0f;
+        MaterialInstance<ImagePlaneParameters, miColor> plane(scene, imagePlane, p);
+        ScriptedShader<ShadingEngineParameters> engine;
+        engine.parameters.surfaceShader = 77;
+        engine.parameters.mode = 1;
+        scene.renderer.callShader = [&](miColor* result, int, miState* state, miTag, void*) {
+            plane.shade(*result, state);
+            state->shader = &engine.function;
+            return miTRUE;
+        };
+        miColor seen{};
+        miState& state = scene.renderer.state;
+        state.shader = &engine.function;
+        if (inEngine) orcaVelaShadingEngine(&seen, &state, &engine.parameters);
+        else plane.shade(seen, &state);
+
+        const miColor expected = miColor{0.5f, 0.5f, 0, 1} + diffuse * 0.5f;
+        expectColor(seen, expected);
+        expectColor(scene.handedUp(PASS_BEAUTY), expected);
+        expectColor(scene.handedUp(PASS_DIFFUSE), diffuse * 0.5f);
+    }
 }
 
 } // namespace
