@@ -198,7 +198,9 @@ TEST(FrameBufferState, HasASlotForTheEyeWhateverTheTraceDepth) {
     scene.begin();
     EXPECT_EQ(scene.slot(1).childResult, BLACK);
     EXPECT_EQ(&scene.slot(1) - &scene.slot(0), 1);
+}
 
+TEST(FrameBufferState, ReportsATraceDepthThatNoMemoryHolds) {
     PassScene deep(threePasses);
     deep.renderer.options.trace_depth = 0x7FFFFFFF;
     EXPECT_FALSE(deep.stateShader(miSHADERSTATE_STATE_INIT));
