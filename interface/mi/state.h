@@ -22,7 +22,8 @@ typedef enum miRay_type {
     miRAY_DISPLACE = 10,
     miRAY_OUTPUT = 11,
     miRAY_OCCLUSION = 12,
-    miRAY_FINALGATHER = 20
+    miRAY_FINALGATHER = 20,
+    miRAY_LARGEST = 0x7fff ///< no ray; makes the types that other renderers have values of this type
 } miRay_type;
 
 /// Rays that start a call tree.

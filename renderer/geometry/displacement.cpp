@@ -18,10 +18,15 @@ constexpr std::size_t verticesPerChunk = 256, trianglesPerChunk = 4096;
 /// Decides whether an edge is to be halved.
 class EdgeMeasure {
 public:
-    EdgeMeasure(const DisplacementView& view, float longest) : view_(view), longest_(longest) {}
+    EdgeMeasure(const DisplacementView& view, const scene::Approximation& approximation)
+        : view_(view), longest_(approximation.edge), inView_(approximation.inView) {}
 
     /// @param a, b the ends in camera space, in an order that does not depend on the triangle
     [[nodiscard]] bool tooLong(const miVector& a, const miVector& b) const {
+        if (!inView_) {
+            const miVector d = b - a;
+            return dot(d, d) > longest_ * longest_;
+        }
         const float pixels = view_.pixelsPerUnit * (view_.orthographic ? extent(a, b) : angle(a, b));
         // What only mirrors and shadows show may be coarser.
         constexpr float coarserOutside = 8.0f;
@@ -63,14 +68,15 @@ private:
 
     const DisplacementView& view_;
     float longest_;
+    bool inView_;
 };
 
 /// The vertices' displacements and where they end up before the camera.
 class Displacement {
 public:
-    Displacement(DisplacedMesh& displaced, const Leaf& leaf, const DisplacementView& view,
+    Displacement(DisplacedMesh& displaced, const Leaf& leaf, const DisplacementView& view, float limit,
                  const DisplacementShader& shader)
-        : displaced_(displaced), leaf_(leaf), shader_(shader) {
+        : displaced_(displaced), leaf_(leaf), limit_(limit), shader_(shader) {
         mi_matrix_prod(toCamera_, leaf.instanceRecord->tf.local_to_global, view.worldToCamera);
     }
 
@@ -109,11 +115,13 @@ private:
             vertex.dPdv = mesh.derivV[v];
         }
         vertex.material = displaced_.materials[v];
-        return shader_(leaf_, vertex) * vertex.normal;
+        const float height = shader_(leaf_, vertex);
+        return (limit_ > 0.0f ? std::clamp(height, -limit_, limit_) : height) * vertex.normal;
     }
 
     DisplacedMesh& displaced_;
     const Leaf& leaf_;
+    float limit_; ///< of the distance; 0: none
     const DisplacementShader& shader_;
     miMatrix toCamera_;
     std::vector<miVector> inCamera_;
@@ -124,16 +132,20 @@ private:
 DisplacementOutcome displace(Mesh& mesh, const Leaf& leaf, const DisplacementView& view,
                              const DisplacementLimits& limits, const DisplacementShader& shader) {
     DisplacedMesh displaced(mesh, leaf);
-    Displacement displacement(displaced, leaf, view, shader);
+    Displacement displacement(displaced, leaf, view, limits.distance, shader);
     displacement.evaluate(0);
 
-    const EdgeMeasure measure(view, limits.edgePixels);
+    const scene::Approximation& approximation = limits.approximation;
+    const EdgeMeasure measure(view, approximation);
+    const int rounds =
+        approximation.mostHalvings < 0 ? roundsAtMost : std::min(roundsAtMost, approximation.mostHalvings);
     DisplacementOutcome outcome;
     // Triangles that keep all their edges are done: edges change only by being halved.
     std::vector<std::uint32_t> active(mesh.triangles.size());
     for (std::size_t i = 0; i < active.size(); ++i) active[i] = static_cast<std::uint32_t>(i);
     std::vector<std::uint8_t> marks;
-    for (int round = 0; round < roundsAtMost && !active.empty(); ++round) {
+    for (int round = 0; round < rounds && !active.empty(); ++round) {
+        const bool all = round < approximation.leastHalvings;
         if (mesh.triangles.size() + 3 * active.size() > limits.triangles) {
             outcome.stoppedEarly = true;
             break;
@@ -144,7 +156,7 @@ DisplacementOutcome displace(Mesh& mesh, const Leaf& leaf, const DisplacementVie
                 const Mesh::Triangle& t = mesh.triangles[active[i]];
                 for (int edge = 0; edge < 3; ++edge) {
                     const auto [a, b] = displaced.endsInOrder(t, edge);
-                    if (measure.tooLong(displacement.inCamera(a), displacement.inCamera(b)))
+                    if (all || measure.tooLong(displacement.inCamera(a), displacement.inCamera(b)))
                         marks[i] = static_cast<std::uint8_t>(marks[i] | 1u << edge);
                 }
             }

@@ -4,6 +4,8 @@
 #include "geometry/leaf.h"
 #include "geometry/mesh.h"
 
+#include "scene/approximation.h"
+
 #include <shader.h>
 
 #include <cstddef>
@@ -36,9 +38,10 @@ struct DisplacementView {
     float nearest;               ///< scene units; what is nearer looks as large as there
 };
 
-/// How finely.
+/// How finely, and how far.
 struct DisplacementLimits {
-    float edgePixels = 4.0f;           ///< longest edge of a triangle as the camera sees it
+    scene::Approximation approximation{4.0f, true};
+    float distance = 0.0f;             ///< object space units either way; 0: any
     std::size_t triangles = 32u << 20; ///< of one mesh
 };
 

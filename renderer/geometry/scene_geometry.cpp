@@ -34,7 +34,8 @@ struct SceneGeometry::Implementation {
     void buildMeshes();
     void buildLeaves(const miOptions& options);
     [[nodiscard]] bool isDisplaced(const Leaf& leaf) const;
-    void displaceLeaves(const DisplacementView& view, const DisplacementShader& shader);
+    void displaceLeaves(const DisplacementView& view, const DisplacementShader& shader,
+                        const scene::OptionsElement* overrides);
     void buildKernel();
     [[nodiscard]] const miTag* inheritedMaterials(const PlacedGraph::Leaf& placed, const Mesh& mesh,
                                                   std::uint32_t& count);
@@ -184,15 +185,29 @@ bool SceneGeometry::Implementation::isDisplaced(const Leaf& leaf) const {
            (!leaf.materialsOverride && std::any_of(mesh.materials.begin(), mesh.materials.end(), displaces));
 }
 
+namespace {
+
+DisplacementLimits limitsOf(const scene::ObjectElement& object, const scene::OptionsElement* overrides) {
+    DisplacementLimits limits;
+    if (object.approximation) limits.approximation = *object.approximation;
+    limits.distance = object.maxDisplacement;
+    if (overrides && overrides->approximation) limits.approximation = *overrides->approximation;
+    if (overrides && overrides->maxDisplacement > 0.0f) limits.distance = overrides->maxDisplacement;
+    return limits;
+}
+
+} // namespace
+
 void SceneGeometry::Implementation::displaceLeaves(const DisplacementView& view,
-                                                   const DisplacementShader& shader) {
+                                                   const DisplacementShader& shader,
+                                                   const scene::OptionsElement* overrides) {
     for (Leaf& leaf : leaves) {
         if (!isDisplaced(leaf)) continue;
         Mesh& own = displacedMeshes.emplace_back(*leaf.mesh);
-        const DisplacementLimits limits;
+        const auto* object = database.find<scene::ObjectElement>(leaf.object);
+        const DisplacementLimits limits = limitsOf(*object, overrides);
         const DisplacementOutcome outcome = displace(own, leaf, view, limits, shader);
         if (outcome.stoppedEarly) {
-            const auto* object = database.find<scene::ObjectElement>(leaf.object);
             messages.warningAt(
                 object->place, "GEOM",
                 "object \"{}\": displacing it as finely as the picture shows takes more than {} "
@@ -229,10 +244,11 @@ SceneGeometry::SceneGeometry(scene::Database& database, scene::Messages& message
     });
 }
 
-void SceneGeometry::finish(const DisplacementView& view, const DisplacementShader& shader) {
+void SceneGeometry::finish(const DisplacementView& view, const DisplacementShader& shader,
+                           const scene::OptionsElement* overrides) {
     Implementation& all = *implementation_;
     tbb::task_arena(all.threads).execute([&] {
-        if (all.displacementToCome) all.displaceLeaves(view, shader);
+        if (all.displacementToCome) all.displaceLeaves(view, shader, overrides);
         all.buildKernel();
     });
 }

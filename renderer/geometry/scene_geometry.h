@@ -8,6 +8,7 @@
 
 #include "scene/database.h"
 #include "scene/messages.h"
+#include "scene/options_element.h"
 
 #include <cstddef>
 #include <memory>
@@ -37,7 +38,9 @@ public:
     /// Displaces the leaves whose materials have displacement shaders and makes everything ready for tracing.
     /// Without this call, and with displacement switched off in the options, they stay as modelled. `shader`
     /// is called on the threads of an arena of at most `threads`.
-    void finish(const DisplacementView& view, const DisplacementShader& shader);
+    /// @param overrides what the options say of all objects; null: nothing
+    void finish(const DisplacementView& view, const DisplacementShader& shader,
+                const scene::OptionsElement* overrides = nullptr);
 
     /// Closest hit within the ray's range.
     [[nodiscard]] bool intersect(const Ray& ray, Hit& hit) const;

@@ -158,7 +158,7 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     if (!optionsElement->samplesLocked) frame.seed = static_cast<std::uint32_t>(camera.frame);
     {
         DisplacementCalls calls(frame, threads);
-        geometry.finish(displacementView(frame), std::ref(calls));
+        geometry.finish(displacementView(frame), std::ref(calls), optionsElement);
     }
     const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
     result->film = std::make_unique<Film>(buffers, window);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "scene/approximation.h"
 #include "scene/element.h"
 
 #include <cstdint>
@@ -70,7 +71,9 @@ struct ObjectElement final : Element {
     /// Flags are off and modes 3 unless the scene says otherwise; face is 'a'. Bounds are those of the
     /// points.
     miObject object{};
-    std::optional<char> face; ///< what the scene says; nothing: the options decide
+    std::optional<char> face;                   ///< what the scene says; nothing: the options decide
+    std::optional<Approximation> approximation; ///< of displaced polygons; nothing: the renderer's choice
+    float maxDisplacement = 0.0f;               ///< object space units either way; 0: any
     bool tagged = false;
     std::vector<PolygonGroup> groups;
     std::vector<TriangleList> triangleLists;

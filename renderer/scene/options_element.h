@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "scene/approximation.h"
 #include "scene/element.h"
 
 #include <map>
@@ -31,8 +32,10 @@ struct OptionsElement final : Element {
     miOptions options{};
     std::map<std::string, OptionValue, std::less<>> strings;
     std::vector<NumberedFramebuffer> framebuffers;
-    bool filterClips = false;  ///< samples' values are clipped to 0..1 before filtering
-    bool samplesLocked = true; ///< the same sample pattern on every frame
+    std::optional<Approximation> approximation; ///< of displaced polygons, over what objects say
+    float maxDisplacement = 0.0f;               ///< the same; 0: what objects say
+    bool filterClips = false;                   ///< samples' values are clipped to 0..1 before filtering
+    bool samplesLocked = true;                  ///< the same sample pattern on every frame
     bool premultiply = true, dither = false, desaturate = false; ///< conversion to integer files
     std::string colorClip = "raw";
     std::string shadowMapMode = "off";

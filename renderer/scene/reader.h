@@ -222,7 +222,7 @@ private:
     void readVertices(PolygonGroup& group, const ObjectElement& element);
     void readPolygon(PolygonGroup& group, const ObjectElement& element, const Token& word);
     bool readLoop(PolygonGroup& group, const ObjectElement& element, const Token& word);
-    void skipApproximation();
+    std::optional<Approximation> readApproximation();
     std::string lastMaterialName_; // neighbours mostly share their material
     miTag lastMaterial_ = miNULLTAG;
 

@@ -133,7 +133,7 @@ bool Reader::readInstanceStatement(InstanceElement& element, const Token& token)
         if (peek().is('[')) {
             skipBalanced();
         } else {
-            skipApproximation();
+            readApproximation(); // the object's and the options' are what counts
         }
     } else if (word == "shading") {
         accept("samples");

@@ -107,7 +107,7 @@ bool Reader::readObjectStatement(ObjectElement& element, const Token& token) {
     } else if (word == "data") {
         element.object.userdata = dataReference();
     } else if (word == "max" && accept("displace")) {
-        number("the largest displacement");
+        element.maxDisplacement = std::max(0.0f, number("the largest displacement"));
     } else if (word == "samples") {
         integer("the sampling level");
         acceptInteger();
@@ -116,7 +116,7 @@ bool Reader::readObjectStatement(ObjectElement& element, const Token& token) {
     } else if (word == "ray" && accept("offset")) {
         number("the ray offset");
     } else if (word == "approximate") {
-        skipApproximation();
+        if (const auto approximation = readApproximation()) element.approximation = approximation;
     } else {
         return false;
     }
@@ -146,7 +146,7 @@ void Reader::readGroup(ObjectElement& element) {
         } else if (word.isWord("trilist")) {
             readTriangleList(element, word);
         } else if (word.isWord("approximate")) {
-            skipApproximation();
+            if (const auto approximation = readApproximation()) element.approximation = approximation;
         } else if (word.kind == Token::Kind::Symbol) {
             constexpr std::array<std::string_view, 10> surfaces = {
                 "surface", "curve",       "trim",   "special", "connect",

@@ -273,7 +273,13 @@ bool Reader::readSwitchOption(OptionsElement& element, std::string_view word) {
         }
         return true;
     }
-    if (word == "premultiply") {
+    if (word == "max") {
+        accept("displace");
+        element.maxDisplacement = std::max(0.0f, number("the largest displacement"));
+    } else if (word == "approximate") {
+        if (const auto approximation = readApproximation()) element.approximation = approximation;
+        skipToOption();
+    } else if (word == "premultiply") {
         element.premultiply = boolean(word);
     } else if (word == "dither") {
         element.dither = boolean(word);
@@ -359,9 +365,6 @@ bool Reader::skipOption(std::string_view word, const Place& place, const std::st
         } else {
             name("the inheritance function");
         }
-    } else if (word == "max") {
-        accept("displace");
-        number("the largest displacement");
     } else if (word == "photonmap") {
         if (accept("file")) {
             string("the photon map's file");

@@ -167,17 +167,4 @@ void Reader::readPolygon(PolygonGroup& group, const ObjectElement& element, cons
     group.polygons.push_back(polygon);
 }
 
-void Reader::skipApproximation() {
-    for (;;) {
-        const Token& token = peek();
-        if (token.kind == Token::Kind::End || token.kind == Token::Kind::Backquote) return;
-        for (const std::string_view stop :
-             {"approximate", "end", "c", "cp", "p", "group", "trilist", "surface"}) {
-            if (token.isWord(stop)) return;
-        }
-        // "approximate surface ..." names what it is for before its technique.
-        next();
-    }
-}
-
 } // namespace orca::scene

@@ -143,6 +143,33 @@ TEST_F(Displacement, CutsFinerWhatIsNearer) {
     EXPECT_LT(8u * scene.build(root, flat).triangleCount(), fine);
 }
 
+TEST_F(Displacement, ObeysTheObjectsApproximationAndLimit) {
+    auto& square = scene.square("square"); // two triangles
+    auto& leaf = scene.bumpyInstance("leaf", square);
+    auto& root = scene.group("root", {&leaf});
+    const auto trianglesWith = [&](const scene::Approximation& approximation) {
+        square.approximation = approximation;
+        return scene.build(root, [](const auto&) { return 3.0f; }).triangleCount();
+    };
+    EXPECT_EQ(trianglesWith({0.01f, false, 0, 0}), 2u);
+    EXPECT_EQ(trianglesWith({0.01f, false, 0, 1}), 8u);
+    EXPECT_EQ(trianglesWith({1e6f, true, 3, 24}), 128u);
+    EXPECT_EQ(trianglesWith({1.5f, false}), 8u); // edges of 2 and 2.83, halved once
+    trianglesWith({0.3f, false});
+    const geometry::Mesh& mesh = *scene.built->leaves()[0].mesh;
+    for (const auto& t : mesh.triangles)
+        for (std::size_t k = 0; k < 3; ++k) {
+            const miVector& a = mesh.points[t[k]];
+            const miVector& b = mesh.points[t[(k + 1) % 3]];
+            EXPECT_LE(std::hypot(a.x - b.x, a.y - b.y), 0.3f);
+        }
+
+    EXPECT_NEAR(scene.lookDownAt(0.2f, 0.1f)->surface.point.z, 3.0f, 1e-5f);
+    square.maxDisplacement = 0.25f;
+    trianglesWith({0.3f, false});
+    EXPECT_NEAR(scene.lookDownAt(0.2f, 0.1f)->surface.point.z, 0.25f, 1e-5f);
+}
+
 TEST_F(Displacement, IsDoneForEachPlaceByItself) {
     auto& square = scene.square("square");
     auto& plain = scene.instance("plain", square, placedAt(0, 0, 0));
@@ -245,6 +272,8 @@ TEST(DisplacementShaders, AddUpInAListAndAreSwitchedOffByTheOptions) {
                              "\"velaDisplacement\" ( \"height\" 0.125 )";
     TestScene scene = displacedCard(list);
     EXPECT_NEAR(RenderedScene(scene.text()).pixel("main", 8, 8).b, 1.375f, 1e-5f);
+    scene.extraOptions = "max displace 0.5";
+    EXPECT_NEAR(RenderedScene(scene.text()).pixel("main", 8, 8).b, 0.5f, 1e-5f);
     scene.extraOptions = "displace off";
     EXPECT_EQ(RenderedScene(scene.text()).pixel("main", 8, 8).b, 0.0f);
 }

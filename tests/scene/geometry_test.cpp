@@ -21,6 +21,42 @@ material "red" "f" ( ) end material
 material "blue" "f" ( ) end material
 )mi";
 
+TEST(Polygons, SayHowFinelyTheyAreDisplaced) {
+    const auto object = [](const std::string& flag, const std::string& statement) {
+        return "object \"o\" visible trace " + flag + " group 0 0 0 4 0 0 4 4 0 v 0 v 1 v 2 p 0 1 2 " +
+               statement + " end group end object\n";
+    };
+    const struct {
+        std::string flag, statement;
+        float edge;
+        bool inView;
+        int least, most;
+    } cases[] = {{"", "approximate length 0.5", 0.5f, false, 0, -1},
+                 {"", "approximate displace fine view length 2.5 1 7 \"g\"", 2.5f, true, 1, 7},
+                 {"max displace 3", "approximate surface view length 1 0 3 approximate length 2 0 4", 2.0f,
+                  false, 0, 4},
+                 {"approximate view length 3 0 99", "approximate parametric 2 2", 3.0f, true, 0, 24}};
+    for (const auto& c : cases) {
+        SceneText text(object(c.flag, c.statement));
+        ASSERT_EQ(text.errors(), "") << c.statement;
+        const auto* element = text.find<ObjectElement>("o");
+        ASSERT_TRUE(element->approximation) << c.statement;
+        EXPECT_EQ(element->approximation->edge, c.edge);
+        EXPECT_EQ(element->approximation->inView, c.inView);
+        EXPECT_EQ(element->approximation->leastHalvings, c.least);
+        EXPECT_EQ(element->approximation->mostHalvings, c.most);
+        EXPECT_EQ(element->maxDisplacement, c.flag[0] == 'm' ? 3.0f : 0.0f);
+    }
+    SceneText text(
+        "options \"opt\" approximate view length 8 0 9 all max displace 2 trace off end options\n" +
+        object("", "approximate spatial view 0.1"));
+    ASSERT_EQ(text.errors(), "");
+    EXPECT_EQ(text.find<OptionsElement>("opt")->approximation->edge, 8.0f);
+    EXPECT_EQ(text.find<OptionsElement>("opt")->maxDisplacement, 2.0f);
+    EXPECT_FALSE(text.find<OptionsElement>("opt")->options.trace);
+    EXPECT_FALSE(text.find<ObjectElement>("o")->approximation);
+}
+
 TEST(Polygons, KeepLoopsPartsAndMaterials) {
     SceneText text(std::string(materials) + R"mi(
 object "o" visible on shadow off trace shadow 1 reflection 2 face back tag 9

@@ -94,6 +94,17 @@ TEST(FrameBufferState, ClearsWhatTheEyeLevelHandsOutBeforeEverySample) {
     EXPECT_EQ(scene.slot(0, 1).childResult, WHITE);
 }
 
+TEST(FrameBufferState, KeepsNoRecordsWhereACountIsNegative) {
+    PassScene scene(threePasses);
+    auto& block = *reinterpret_cast<FrameBufferData*>(
+        scene.renderer.database.element<miUserdata>(scene.dataBlock).parameters());
+    miInteger* const counts = arrayElements(block.FrameBufferTypeCounts, block.i_FrameBufferTypeCounts);
+    counts[PASS_BEAUTY] = -1;
+    counts[PASS_DIFFUSE] = 4; // three records in all, from the one before the first
+    scene.begin();
+    EXPECT_EQ(scene.count(), 0u);
+}
+
 struct CountsCase {
     int given;
     unsigned records;
