@@ -163,6 +163,18 @@ template <class T>
     return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(&storage)) + start;
 }
 
+/// True when an array parameter lies within the first `size` bytes of its block; an empty array always does.
+template <class Block, class T>
+[[nodiscard]] bool arrayFits(const Block& block, T (&storage)[1], miInteger start, miInteger count,
+                             int size) noexcept {
+    if (count == 0) return true;
+    if (start < 0 || count < 0) return false;
+    const std::int64_t offset =
+        reinterpret_cast<const char*>(&storage) - reinterpret_cast<const char*>(&block);
+    const std::int64_t end = std::int64_t{start} + count;
+    return offset + end * static_cast<std::int64_t>(sizeof(T)) <= size;
+}
+
 /// A camera's data block as found. While `block` is not null the element `tag` is pinned and must be
 /// unpinned.
 struct FrameBufferDataBlock {

@@ -8,6 +8,8 @@
 #include "orcaUtilities.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <limits>
 
 namespace {
 
@@ -29,17 +31,17 @@ void forEachRecord(const PassTypeInfo& types, PassTypeID type, FrameBufferInfo* 
     for (int i = run.first; i < run.first + run.count; ++i) change(records[i]);
 }
 
-PassTypeInfo countTypes(const FrameBufferData& data) {
+/// False when a count is negative, or all together are more than can be counted.
+bool countTypes(const FrameBufferData& data, PassTypeInfo& types) {
     const miInteger* const counts = arrayElements(data.FrameBufferTypeCounts, data.i_FrameBufferTypeCounts);
-    PassTypeInfo types{};
-    miInteger first = 0;
+    std::int64_t first = 0;
     for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
-        // Negative counts would send other types' runs to before the first record.
-        const miInteger count = type < data.n_FrameBufferTypeCounts ? std::max(0, counts[type]) : 0;
-        types.types[type] = {count, first};
+        const miInteger count = type < data.n_FrameBufferTypeCounts ? counts[type] : 0;
+        types.types[type] = {count, static_cast<miInteger>(first)};
         first += count;
+        if (count < 0 || first > std::numeric_limits<miInteger>::max()) return false;
     }
-    return types;
+    return true;
 }
 
 /// Builds the unresolved records and hangs them on the state.
@@ -48,11 +50,25 @@ miBoolean createRecords(miState* state) {
     if (!found.block || found.tag == miNULLTAG) return miFALSE;
     const Unpin unpin(found.tag);
     FrameBufferData& data = *found.block;
+    if (!isWhole(data)) {
+        orcaError("orcaFrameBufferState(): The camera's frame-buffer data block is damaged: its arrays reach "
+                  "beyond its end. There are no passes. Re-export the .mi");
+        return miFALSE;
+    }
 
     const int count = data.n_frameBufferInfo;
-    const int slotsPerRecord = state->options->trace_depth + 1;
+    // A depth below 0 means that nothing is traced; the eye's level is there all the same.
+    const std::int64_t slotsPerRecord = std::int64_t{std::max(0, state->options->trace_depth)} + 1;
+    const std::int64_t recordBytes =
+        std::max(slotsPerRecord * static_cast<std::int64_t>(sizeof(TraceLevelSlot)),
+                 static_cast<std::int64_t>(sizeof(FrameBufferInfo)));
+    if (count * recordBytes > std::numeric_limits<int>::max()) {
+        orcaError("orcaFrameBufferState(): Too many passes for so large a trace depth. There are no passes. "
+                  "Lower the trace depth");
+        return miFALSE;
+    }
     const RendererArray<FrameBufferInfo> records(sourceName, recordsLine, count);
-    RendererArray<TraceLevelSlot> slots(sourceName, slotsLine, count * slotsPerRecord);
+    RendererArray<TraceLevelSlot> slots(sourceName, slotsLine, static_cast<int>(count * slotsPerRecord));
     if (count > 0 && (!records || !slots)) return miFALSE;
     for (int i = 0; i < count; ++i) {
         FrameBufferInfo& record = records[i];
@@ -66,12 +82,18 @@ miBoolean createRecords(miState* state) {
     if (data.n_FrameBufferTypeCounts != PASS_TYPE_COUNT)
         orcaError("orcaFrameBufferState(): FrameBufferTypeCounts array does not have the expected number of "
                   "elements.");
-    PassTypeInfo types = countTypes(data);
+    PassTypeInfo types{};
+    if (!countTypes(data, types)) {
+        orcaError(
+            "orcaFrameBufferState(): FrameBufferTypeCounts array holds a count that cannot be. There are "
+            "no passes. Re-export the .mi");
+        return miFALSE;
+    }
 
     mi_shaderstate_set(state, FRAME_BUFFER_INFO_KEY, records.get(),
                        count * static_cast<int>(sizeof(FrameBufferInfo)), VELA_STATE_LIFETIME);
     mi_shaderstate_set(state, PASS_TYPE_INFO_KEY, &types, sizeof types, VELA_STATE_LIFETIME);
-    slots.release(); // record 0 owns all slots from here on
+    if (count > 0) slots.release(); // record 0 owns all slots from here on
     return miTRUE;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaPassMask.h"
 
+#include "orcaUserData.h"
+
 #include <cstring>
 
 namespace {
@@ -10,7 +12,10 @@ miTag maskTagOf(miTag instanceTag) {
     if (!instance || instance->userdata == miNULLTAG) return miNULLTAG;
     char* block = nullptr;
     if (!mi_query(miQ_DATA_PARAM, nullptr, instance->userdata, &block) || !block) return miNULLTAG;
-    return *reinterpret_cast<const miTag*>(block);
+    if (parameterBytes(block) < static_cast<int>(sizeof(miTag))) return miNULLTAG;
+    // User data of another kind may begin with a number.
+    const miTag mask = *reinterpret_cast<const miTag*>(block);
+    return mask != miNULLTAG && mi_db_type(mask) == miSCENE_STRING ? mask : miNULLTAG;
 }
 
 } // namespace

@@ -5,6 +5,11 @@
 
 #include <shader.h>
 
+/// Size of a user-data element's parameter block, which follows the element's head directly.
+[[nodiscard]] inline int parameterBytes(const void* parameters) noexcept {
+    return (static_cast<const miUserdata*>(parameters) - 1)->parameter_size;
+}
+
 /// Parameters of the first element in a user-data chain whose first word is `magic`; null when there is none.
 /// The chain starts at `tag` when `elementType` is user data (34); for 7 at the object `tag`, or at the
 /// object that the instance `tag` places. The element found goes to `dataTag` and stays pinned. With

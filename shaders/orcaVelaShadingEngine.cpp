@@ -162,13 +162,14 @@ void continueThrough(miColor& color, miState* state, VelabaseState& vela, const 
     const TransparencyMark mark(passes, fullyTransparent);
     if (visible) noteLayer(vela, color, transmission);
 
-    --state->refraction_level;
     const miUint shadedBefore = vela.surfacesShaded;
     miColor behind = BLACK;
+    // What lies behind belongs to this level: a transparency ray counts one up, a continued ray does not.
+    if (!vela.continueRay) --state->refraction_level;
     const bool found =
         vela.continueRay ? mi_trace_continue(&behind, state) : mi_trace_transparent(&behind, state);
     if (!found) behind = BLACK;
-    ++state->refraction_level;
+    state->refraction_level = level.before();
     if (vela.surfacesShaded == shadedBefore) handUpBackground(state, passes, behind);
 
     color = {color.r + transmission.r * behind.r, color.g + transmission.g * behind.g,

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <stdexcept>
 
 extern "C" {
@@ -139,6 +141,88 @@ TEST(FrameBufferState, WithoutADataBlockThereAreNoPassesAndNothingFails) {
     EXPECT_EQ(scene.count(), 0u);
     for (const int operation : {2, 3, 1}) EXPECT_TRUE(scene.stateShader(operation)) << operation;
     EXPECT_EQ(scene.renderer.frameBuffers.putCount(), 0);
+    EXPECT_EQ(scene.renderer.memory.allocationsHeld(), 0);
+}
+
+/// Words of the data block, with which a scene file may go wrong.
+enum BlockWord { namesStart = 1, namesCount = 2, recordsStart = 4, recordsCount = 5, countsCount = 22 };
+struct DamageCase {
+    BlockWord word;
+    miUint value;
+};
+class DamagedBlock : public ::testing::TestWithParam<DamageCase> {};
+
+TEST_P(DamagedBlock, IsReportedAndMeansNoPasses) {
+    PassScene scene(threePasses, {"depth"});
+    auto* const words =
+        reinterpret_cast<miUint*>(scene.renderer.database.element<miUserdata>(scene.dataBlock).parameters());
+    words[GetParam().word] = GetParam().value;
+    EXPECT_FALSE(scene.stateShader(miSHADERSTATE_STATE_INIT));
+    ASSERT_EQ(scene.renderer.messagesOf('e').size(), 1u);
+    EXPECT_NE(scene.renderer.messagesOf('e')[0].find("block is damaged"), std::string::npos);
+    EXPECT_EQ(getNonMaterialPassFrameBufferIndex(&scene.renderer.state, 0), 0u);
+    for (const int operation : {2, 3, 1}) EXPECT_TRUE(scene.stateShader(operation)) << operation;
+    EXPECT_EQ(scene.renderer.memory.allocationsHeld(), 0);
+    EXPECT_EQ(scene.renderer.pinsHeld(), 0);
+}
+// 0x03000000: three, in the other byte order.
+INSTANTIATE_TEST_SUITE_P(Words, DamagedBlock,
+                         ::testing::Values(DamageCase{namesStart, 0x40000000u},
+                                           DamageCase{namesCount, 0x03000000u},
+                                           DamageCase{recordsStart, 0x7FFFFFFFu},
+                                           DamageCase{recordsStart, static_cast<miUint>(-1)},
+                                           DamageCase{recordsCount, 0x03000000u},
+                                           DamageCase{recordsCount, static_cast<miUint>(-3)},
+                                           DamageCase{countsCount, 36}));
+
+TEST(FrameBufferState, ReportsACutOffBlock) {
+    PassScene scene(threePasses);
+    scene.renderer.camera.userdata =
+        scene.renderer.database.addUserData({static_cast<miUint>(FRAME_BUFFER_DATA_MAGIC)});
+    EXPECT_FALSE(scene.stateShader(miSHADERSTATE_STATE_INIT));
+    EXPECT_EQ(scene.renderer.messagesOf('e').size(), 1u);
+    EXPECT_EQ(scene.renderer.pinsHeld(), 0);
+}
+
+TEST(FrameBufferState, ReportsTypeCountsThatLeadOutOfTheRecords) {
+    constexpr miUint largest = 0x7FFFFFFFu;
+    using Counts = std::array<miUint, 4>;
+    for (const Counts& counts : {Counts{static_cast<miUint>(-40000), 40003, 0, 0}, //
+                                 Counts{largest, largest, 5, 0}}) {                // three, but for the carry
+        PassScene scene(threePasses);
+        auto* const words = reinterpret_cast<miUint*>(
+            scene.renderer.database.element<miUserdata>(scene.dataBlock).parameters());
+        miUint* const stored = words + 23 + words[21];
+        std::fill_n(stored, PASS_TYPE_COUNT, 0u);
+        std::copy(counts.begin(), counts.end(), stored);
+        EXPECT_FALSE(scene.stateShader(miSHADERSTATE_STATE_INIT));
+        EXPECT_EQ(scene.renderer.messagesOf('e').size(), 1u);
+        EXPECT_EQ(scene.count(), 0u);
+        EXPECT_EQ(scene.renderer.memory.allocationsHeld(), 0);
+        EXPECT_EQ(scene.renderer.pinsHeld(), 0);
+    }
+}
+
+TEST(FrameBufferState, HasASlotForTheEyeWhateverTheTraceDepth) {
+    PassScene scene(threePasses);
+    scene.renderer.options.trace_depth = -2;
+    scene.begin();
+    EXPECT_EQ(scene.slot(1).childResult, BLACK);
+    EXPECT_EQ(&scene.slot(1) - &scene.slot(0), 1);
+}
+
+TEST(FrameBufferState, ReportsATraceDepthThatNoMemoryHolds) {
+    PassScene deep(threePasses);
+    deep.renderer.options.trace_depth = 0x7FFFFFFF;
+    EXPECT_FALSE(deep.stateShader(miSHADERSTATE_STATE_INIT));
+    EXPECT_EQ(deep.renderer.messagesOf('e').size(), 1u);
+    EXPECT_EQ(deep.renderer.memory.allocationsHeld(), 0);
+}
+
+TEST(FrameBufferState, HoldsNoMemoryWithoutPasses) {
+    PassScene scene({});
+    EXPECT_TRUE(scene.stateShader(miSHADERSTATE_STATE_INIT));
+    for (const int operation : {2, 3, 1}) EXPECT_TRUE(scene.stateShader(operation)) << operation;
     EXPECT_EQ(scene.renderer.memory.allocationsHeld(), 0);
 }
 

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 namespace {
 
 struct MaskCase {
@@ -37,6 +39,19 @@ TEST(PassMask, HasNoPassesBehindItsEnd) {
         EXPECT_FALSE(mask.admits(pass)) << pass;
     const PassMask none(renderer.database.addMaskedInstance("\0f"sv));
     EXPECT_TRUE(none.admits(4000000u));
+}
+
+TEST(PassMask, IsNotReadFromUserDataOfAnotherKind) {
+    ScriptedRenderer renderer;
+    ScriptedDatabase& database = renderer.database;
+    // A number in a scene file may be anything's tag.
+    const miTag bystander = database.add(miSCENE_OBJECT, std::array<char, 4>{'0'});
+    for (const miTag data : {database.addUserData({bystander, 4}), database.addUserData({0x3F800000u}),
+                             database.addUserData({})}) {
+        const PassMask mask(database.addInstance(miNULLTAG, data));
+        EXPECT_TRUE(mask.admits(0) && mask.admits(4000000u));
+    }
+    EXPECT_EQ(renderer.pinsHeld(), 0);
 }
 
 } // namespace

@@ -173,6 +173,21 @@ TEST_F(Engine, ContinuesTheSameRayWhenTheStateAsksForIt) {
     EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 0);
 }
 
+TEST_F(Engine, StaysOnItsLevelWhereTheSameRayGoesOn) {
+    scene.vela().continueRay = miTRUE;
+    scene.renderer.traceContinue = [this](miColor* result, miState* state) -> miBoolean {
+        miState behind = *state; // a continued ray keeps its type and levels
+        behind.parent = state;
+        return orcaVelaShadingEngine(result, &behind, &engine.parameters);
+    };
+    cards = {{{0.1f, 0.2f, 0.3f, 0}, {0.5f, 0.25f, 0.8f, 0.5f}, WHITE},
+             {{0.4f, 0.0f, 0.1f, 0}, BLACK, WHITE}};
+    const miColor picture = run();
+    expectColor(picture, 0.3f, 0.2f, 0.38f);
+    expectColor(scene.handedUp(PASS_BEAUTY), picture);
+    expectColor(scene.handedUp(PASS_DIFFUSE), WHITE);
+}
+
 TEST_F(Engine, DoesNotShadeBehindAFullyTransparentHit) {
     scene.vela().transparencyThreshold = 2.0f; // every hit counts as transparent
     cards = {{WHITE, BLACK, BLACK}, {WHITE, BLACK, BLACK}};
