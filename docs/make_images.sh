@@ -46,6 +46,8 @@ picture pass_masks 360x202
 picture shadow_passes 360x202 diffuse diffuseNoShadow shadow
 picture materials_row 960x320
 picture scatter 480x270
+picture gather_interior 480x270
+picture motion_wheel 480x270
 picture textured_spheres 640x213
 picture glass_and_mirror 480x270
 sheet utility_passes 240x135 4 main ambientOcclusion cameraDepth depthRemapped coverage incidenceCameraNormal \

@@ -38,6 +38,7 @@ CATALOGUE = {
     "candle": lambda: placed(shapes.candle(), CANDLE),
     "flame": lambda: placed(shapes.flame(), CANDLE, 1.66),
     "sphere": shapes.sphere,
+    "spoked_wheel": shapes.wheel,
     "car_body": toys.car_body,
     "car_cabin": toys.car_cabin,
     "wheel": toys.wheel,

@@ -163,6 +163,22 @@ def candle():
     return mesh
 
 
+def wheel():
+    """Spoked wheel of radius 1 about the z axis, in the plane z = 0."""
+    mesh = Mesh()
+    for radius, thickness in ((0.92, 0.08), (0.10, 0.06)):  # rim and hub
+        def ring(u, v, radius=radius, thickness=thickness):
+            angle, turn = TURN * u, TURN * v
+            reach = radius + thickness * math.cos(turn)
+            return (reach * math.cos(angle), reach * math.sin(angle), thickness * math.sin(turn))
+        mesh.add_grid(120 if radius > 0.5 else 40, 20, ring, wraps=True)
+    for spoke in range(9):
+        angle = TURN * spoke / 9.0
+        ends = [(r * math.cos(angle), r * math.sin(angle), 0.0) for r in (0.1, 0.5, 0.9)]
+        _add_tube(mesh, ends, 0.035, 0.028, 4, 12)
+    return mesh
+
+
 def flame():
     """Candle flame whose foot is at the origin."""
     half = [(0.0, 0.0), (0.05, 0.02), (0.085, 0.12), (0.075, 0.24), (0.035, 0.40), (0.0, 0.52)]

@@ -41,7 +41,7 @@ typedef struct miOptions {
     miScalar gamma;
     char filter; ///< one of miFILTER_*
     int motion_steps;
-    int finalgather_diffuse_depth;
+    int finalgather_diffuse_depth; ///< gathers within gathers: bounces of diffuse light beyond the first
 } miOptions;
 
 enum {

@@ -54,14 +54,19 @@ miBoolean mi_compute_irradiance_backside(miColor* result, miState* state);
 /// Request for ambient occlusion. Negative values take the renderer's defaults.
 typedef struct miAo_options {
     int size;
-    int rays;
-    miVector axis;   ///< axis of the hemisphere
-    miScalar spread; ///< cosine limit; -2: full hemisphere
-    miScalar scale;
-    miScalar near_dist;
-    miScalar max_dist; ///< scene units; -1: unlimited
-    int mode;
+    int rays;           ///< default 64
+    miVector axis;      ///< axis of the hemisphere, any length
+    miScalar spread;    ///< cosine of the half angle of the cone of rays; default 0, the hemisphere
+    miScalar scale;     ///< of the occlusion, which stays at most 1; default 1
+    miScalar near_dist; ///< scene units; nearer things do not count; default 0
+    miScalar max_dist;  ///< scene units; nor do further ones; default unlimited
+    int mode;           ///< one of miAO_*; default miAO_PLAIN
 } miAo_options;
+
+enum {
+    miAO_PLAIN = 0, ///< everything in range covers alike
+    miAO_FADING = 1 ///< what is further off covers less, down to nothing at max_dist
+};
 
 /// Occlusion: 0 open, 1 closed. May change the state's `dir` and `normal`.
 miBoolean mi_ambient_occlusion(miScalar* result, miState* state, struct miAo_options* options);

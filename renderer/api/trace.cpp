@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/hemisphere.h"
+#include "render/gather.h"
+#include "render/occlusion.h"
 #include "render/secondary_rays.h"
 #include "render/shadows.h"
 

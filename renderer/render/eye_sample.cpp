@@ -15,9 +15,6 @@ namespace orca::render {
 
 namespace {
 
-/// The phase that image samples are in, as `miQ_SAMPLE_PHASE` answers it.
-constexpr int imagePhase = 1;
-
 void resetBase(RenderContext& context) {
     miState& state = context.base;
     state.type = miRAY_EYE;
@@ -124,8 +121,8 @@ void closeBaseState(RenderContext& context) {
     callStateShaders(context, miSHADERSTATE_STATE_EXIT, unused, delivered);
 }
 
-void renderEyeSample(RenderContext& context, int pixelX, int pixelY,
-                     const PixelFilter::Placement& placement) {
+void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const PixelFilter::Placement& placement,
+                     int phase) {
     const Frame& frame = context.frame;
     ++context.counts.samples;
     resetBase(context);
@@ -134,9 +131,9 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY,
     context.depth = 0;
     context.eyeStart = 0.0f;
     context.skipLeaf = context.skipTriangle = geometry::nothing;
-    context.samplePhase = imagePhase;
+    context.samplePhase = phase;
     context.sampleMoving = frame.moves() && frame.options.motion;
-    context.inEyeSample = true;
+    context.inEyeSample = phase == imagePhase;
 
     miState& state = context.base;
     state.raster_x = static_cast<float>(pixelX) + 0.5f + placement.x;

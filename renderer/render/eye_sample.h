@@ -13,6 +13,10 @@ void closeBaseState(RenderContext& context);
 /// Renders one sample of a pixel (the sampler has been started for it); afterwards `context.sampleWords`
 /// holds the value of every frame buffer. Faults of shaders (exceptions, not-a-number values) are counted and
 /// leave black.
-void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const PixelFilter::Placement& placement);
+/// @param phase what `miQ_SAMPLE_PHASE` answers; passes are written in the image phase alone
+inline constexpr int imagePhase = 1;
+inline constexpr int gatherPhase = 2; ///< gathering light ahead, and within gathers
+void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const PixelFilter::Placement& placement,
+                     int phase = imagePhase);
 
 } // namespace orca::render

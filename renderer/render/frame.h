@@ -5,6 +5,7 @@
 #include "image/framebuffers.h"
 #include "image/textures.h"
 #include "render/camera_placement.h"
+#include "render/gather_settings.h"
 #include "render/light_profiles.h"
 #include "render/placed_light.h"
 #include "scene/database.h"
@@ -17,6 +18,9 @@
 #include <vector>
 
 namespace orca::render {
+
+class GatherCaches;
+class ShadowMaps;
 
 /// Everything that stays the same while one picture is rendered. Shared by all threads, const for them.
 class Frame {
@@ -39,6 +43,10 @@ public:
     const CameraPlacement placement;
     miLock globalLock;
     std::uint32_t seed = 0;
+    const ShadowMaps* shadowMaps = nullptr; ///< null: shadows are traced
+    GatherSettings gather;
+    const GatherCaches* gatherCaches = nullptr; ///< light gathered ahead; null: every sample gathers
+    int gatherSpacing = 0;                      ///< pixels between the points that it was gathered for
 
     /// Where a frame buffer's words lie in a sample, by index: what the path of a sample needs of
     /// image::Buffer.
@@ -69,6 +77,7 @@ public:
         const std::uint32_t index = lookUp(lightByTag_, instance);
         return index == geometry::nothing ? nullptr : &lights_[index];
     }
+    [[nodiscard]] std::span<const PlacedLight> lights() const { return lights_; }
     /// Area lights whose shapes can be seen.
     [[nodiscard]] std::span<const PlacedLight* const> visibleLights() const { return visibleLights_; }
     /// Material record; null for an unknown tag.

@@ -1,21 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "render/render_context.h"
+#include "render/orthonormal_basis.h"
+
+#include <cmath>
+#include <numbers>
 
 namespace orca::render {
 
-/// Average incoming radiance (irradiance / pi) at the state's point over the hemisphere of its normal ('f')
-/// or the other side ('b'): cosine-weighted, stratified gather rays whose hits are shaded. `options` null
-/// takes the render options. False and black when nothing is gathered: gathering is off, or the nesting of
-/// gathers reaches its limit.
-miBoolean averageRadiance(miColor& result, miState* state, char face, const miIrrad_options* options);
-
-/// Irradiance: pi times the average radiance, with the render options.
-miBoolean irradiance(miColor& result, miState* state, char face);
-
-/// Share of the hemisphere about the request's axis that something covers within its distance,
-/// cosine-weighted: 0 open, 1 closed.
-miBoolean ambientOcclusion(miScalar& result, miState* state, const miAo_options* request);
+/// Unit direction about the basis' z at sine `sine` of the angle to it, `turn` (0 to 1) of the way round.
+[[nodiscard]] inline miVector hemisphereDirection(const OrthonormalBasis& basis, float sine, float turn) {
+    const float angle = 2.0f * std::numbers::pi_v<float> * turn;
+    miVector d = basis.combine(sine * std::cos(angle), sine * std::sin(angle),
+                               std::sqrt(std::fmax(0.0f, 1.0f - sine * sine)));
+    mi_vector_normalize(&d);
+    return d;
+}
 
 } // namespace orca::render

@@ -13,6 +13,8 @@
 
 namespace orca::render {
 
+class GatherHarvest;
+
 /// A derived state with the memory that its pointers lead to. Kept per nesting depth and reused, so that a
 /// caller can read its most recent child and no sample allocates.
 struct DerivedState {
@@ -78,8 +80,10 @@ struct RenderContext : shading::CallContext {
 
     const ShadowPath* shadowPath = nullptr;
     const DisplacementSpace* displacementSpace = nullptr; ///< set in displacement calls
-    int gatherDepth = 0;
-    int depth = 0; ///< nesting of derived states
+    int gatherDepth = 0;                                    ///< nesting of gathers
+    int gatherReflectionBase = 0, gatherRefractionBase = 0; ///< levels at which the innermost one began
+    GatherHarvest* gatherHarvest = nullptr;                 ///< gathering ahead: where new records go
+    int depth = 0;                                          ///< nesting of derived states
 
     /// The reusable state for one more level of nesting.
     DerivedState& slot(int level);

@@ -20,9 +20,21 @@ bool tooDeep(const RenderContext& context) {
     return true;
 }
 
-bool withinDepth(const miState* state, int level, int limit) {
+/// Below the picture's depths, and within a gather below the gather's own, which count from where it began.
+bool withinDepth(const RenderContext& context, const miState* state, RayClass kind) {
     const miOptions& options = *state->options;
-    return level < limit && state->reflection_level + state->refraction_level < options.trace_depth;
+    const bool reflects = kind == RayClass::Reflect;
+    const int level = reflects ? state->reflection_level : state->refraction_level;
+    const int sum = state->reflection_level + state->refraction_level;
+    if (level >= (reflects ? options.reflection_depth : options.refraction_depth) ||
+        sum >= options.trace_depth)
+        return false;
+    if (context.gatherDepth == 0) return true;
+    const GatherSettings& gather = context.frame.gather;
+    const int base = reflects ? context.gatherReflectionBase : context.gatherRefractionBase;
+    const int sumBase = context.gatherReflectionBase + context.gatherRefractionBase;
+    const std::optional<int>& limit = reflects ? gather.reflectionDepth : gather.refractionDepth;
+    return (!limit || level - base < *limit) && (!gather.traceDepth || sum - sumBase < *gather.traceDepth);
 }
 
 /// The leaf that the state stands on, to see which rays it may send.
@@ -80,7 +92,7 @@ miBoolean traceReflection(miColor& result, miState* state, const miVector& direc
     RenderContext& context = renderContextOf(state);
     const geometry::Leaf* leaf = standsOn(context, state);
     if (!state->options->trace || (leaf && !leaf->sendsReflections) || tooDeep(context) ||
-        !withinDepth(state, state->reflection_level, state->options->reflection_depth))
+        !withinDepth(context, state, RayClass::Reflect))
         return miFALSE;
     ++context.counts.reflection;
     ChildState child(context, state, miRAY_REFLECT);
@@ -92,7 +104,7 @@ miBoolean traceRefraction(miColor& result, miState* state, const miVector& direc
     RenderContext& context = renderContextOf(state);
     const geometry::Leaf* leaf = standsOn(context, state);
     if (!state->options->trace || (leaf && !leaf->sendsRefractions) || tooDeep(context) ||
-        !withinDepth(state, state->refraction_level, state->options->refraction_depth))
+        !withinDepth(context, state, RayClass::Refract))
         return miFALSE;
     ++context.counts.refraction;
     ChildState child(context, state, miRAY_REFRACT);
@@ -106,7 +118,7 @@ miBoolean traceTransparent(miColor& result, miState* state) {
     const geometry::Leaf* leaf = standsOn(context, state);
     // The level may be -1 here: a caller that lowered it is judged by the lowered value.
     if ((leaf && !leaf->sendsTransparency) || tooDeep(context) ||
-        !withinDepth(state, state->refraction_level, state->options->refraction_depth))
+        !withinDepth(context, state, RayClass::Refract))
         return miFALSE;
     ++context.counts.transparent;
     ChildState child(context, state, miRAY_TRANSPARENT);

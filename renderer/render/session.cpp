@@ -4,7 +4,9 @@
 #include "geometry/scene_geometry.h"
 #include "render/displacement_calls.h"
 #include "render/frame.h"
+#include "render/gather_ahead.h"
 #include "render/refinement.h"
+#include "render/shadow_map.h"
 #include "render/tile_renderer.h"
 #include "scene/elements.h"
 #include "shading/active_renderer.h"
@@ -155,6 +157,7 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera,
                 cameraInstanceTag);
     frame.globalLock = globalLock_;
+    frame.gather = GatherSettings(*optionsElement);
     if (!optionsElement->samplesLocked) frame.seed = static_cast<std::uint32_t>(camera.frame);
     {
         DisplacementCalls calls(frame, threads);
@@ -170,10 +173,27 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     const auto renderStart = Clock::now();
     Refinement refinement(window, options.min_samples, options.max_samples, contrastOf(options, frame));
     TileRenderer tiles(frame, *result->film, settings, threads, refinement.passesAtMost());
-    Refinement::Pass pass = refinement.first();
     bool complete = true;
-    do complete = tiles.render(pass);
-    while (complete && refinement.next(*result->film, pass));
+    ShadowMaps shadowMaps;
+    if (options.use_shadow_maps)
+        tiles.inArena([&] {
+            for (const PlacedLight& light : frame.lights())
+                if (light.light->use_shadow_maps) shadowMaps.add(geometry, light);
+        });
+    if (!shadowMaps.empty()) frame.shadowMaps = &shadowMaps;
+    GatherCaches gathered(geometry.boundsMin(), geometry.boundsMax());
+    frame.gatherSpacing = frame.gather.rays > 0 ? gatherSpacing(frame.gather.presampleDensity) : 0;
+    if (frame.gatherSpacing > 0) {
+        frame.gatherCaches = &gathered;
+        complete = gatherAhead(tiles, frame, gathered);
+        messages_.info("RNDR", "gathered light ahead at {} points, and at {} between bounces, in {:.1f} s",
+                       gathered.of(0).size(), gathered.of(1).size(), secondsSince(renderStart));
+    }
+    Refinement::Pass pass = refinement.first();
+    while (complete) {
+        complete = tiles.render(pass);
+        if (!complete || !refinement.next(*result->film, pass)) break;
+    }
     tiles.close();
 
     RenderContext exitContext(frame, 0);

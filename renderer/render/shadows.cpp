@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/shadows.h"
 
+#include "render/shadow_map.h"
 #include "render/surface_state.h"
 #include "render/visible.h"
 
@@ -82,6 +83,16 @@ miBoolean blocked(miColor& result) {
     return miFALSE;
 }
 
+/// What a depth map leaves of the light; its occluders' shaders are not asked.
+miBoolean dimByMap(miColor& result, const ShadowMap& map, const miVector& point) {
+    const float lit = map.lit(point);
+    if (lit <= 0.0f) return blocked(result);
+    result.r *= lit;
+    result.g *= lit;
+    result.b *= lit;
+    return miTRUE;
+}
+
 /// One occluder of a plain walk.
 miBoolean callOccluder(RenderContext& context, miColor& result, miState* lightState, const Ray& ray,
                        const Hit& hit, const ShadowPath& path) {
@@ -160,11 +171,15 @@ miBoolean segment(RenderContext& context, miColor& result, miState* state, miTag
 miBoolean traceShadow(miColor& result, miState* lightState) {
     RenderContext& context = renderContextOf(lightState);
     const char mode = context.frame.options.shadow;
-    if (mode == miSHADOW_OFF || !context.frame.options.trace || context.depth >= maxNesting) return miTRUE;
+    if (mode == miSHADOW_OFF || context.depth >= maxNesting) return miTRUE;
+    const ShadowMap* map =
+        context.frame.shadowMaps ? context.frame.shadowMaps->of(lightState->light_instance) : nullptr;
+    if (!map && !context.frame.options.trace) return miTRUE;
     if (lightState->hit_leaf != geometry::nothing &&
         !context.frame.leaves[lightState->hit_leaf].receivesShadows)
         return miTRUE;
 
+    if (map) return dimByMap(result, *map, lightState->point);
     ++context.counts.shadow;
     const ShadowPath path = pathOf(context, lightState);
     const PathScope scope(context, path);

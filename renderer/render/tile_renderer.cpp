@@ -117,27 +117,46 @@ void TileRenderer::report(std::size_t tilesDone, std::size_t tiles) {
     settings_.progress(start + share * static_cast<double>(tilesDone) / static_cast<double>(tiles));
 }
 
-bool TileRenderer::render(const Refinement::Pass& pass) {
-    const std::vector<PixelWindow> tiles = tilesOf(film_.window(), tileSize_);
+bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work) {
     const tbb::global_control stackSize(tbb::global_control::thread_stack_size, workerStackBytes);
     const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
                                           static_cast<std::size_t>(threads_));
     std::atomic<std::size_t> done{0};
-    std::mutex reporting;
     const auto stopped = [&] { return settings_.stop && settings_.stop->load(std::memory_order_relaxed); };
 
     tbb::task_arena arena(threads_);
     arena.execute([&] {
-        geometry::parallelFor(tiles.size(), 1, [&](std::size_t tile, std::size_t) {
+        geometry::parallelFor(count, 1, [&](std::size_t i, std::size_t) {
             if (stopped()) return;
-            renderTile(workerOfThisThread(), pass, tiles[tile]);
-            const std::size_t finished = ++done;
-            if (const std::unique_lock lock(reporting, std::try_to_lock); lock)
-                report(finished, tiles.size());
+            work(workerOfThisThread(), i);
+            ++done;
         });
     });
+    return done == count;
+}
+
+void TileRenderer::inArena(const std::function<void()>& work) {
+    const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
+                                          static_cast<std::size_t>(threads_));
+    tbb::task_arena arena(threads_);
+    arena.execute(work);
+}
+
+bool TileRenderer::render(const Refinement::Pass& pass) {
+    const std::vector<PixelWindow> tiles = tilesOf(film_.window(), tileSize_);
+    std::atomic<std::size_t> done{0};
+    std::mutex reporting;
+    const bool complete = inParallel(tiles.size(), [&](Worker& worker, std::size_t tile) {
+        renderTile(worker, pass, tiles[tile]);
+        const std::size_t finished = ++done;
+        if (const std::unique_lock lock(reporting, std::try_to_lock); lock) report(finished, tiles.size());
+    });
     ++passesDone_;
-    return done == tiles.size();
+    return complete;
+}
+
+bool TileRenderer::forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work) {
+    return inParallel(count, [&](Worker& worker, std::size_t i) { work(worker.context, i); });
 }
 
 void TileRenderer::close() {

@@ -6,6 +6,7 @@
 #include "render/render_context.h"
 #include "render/session.h"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -21,6 +22,11 @@ public:
 
     /// False when the render was stopped before all tiles were done.
     bool render(const Refinement::Pass& pass);
+    /// Calls `work` for 0 to count - 1, in any order, each on some thread's render state. False when the
+    /// render was stopped before all were done.
+    bool forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work);
+    /// Calls `work`, which may use the render's threads for itself.
+    void inArena(const std::function<void()>& work);
     /// Ends the threads' render states. Once, after the last pass.
     void close();
 
@@ -33,6 +39,7 @@ private:
     void renderPixel(Worker& worker, const Refinement::Pass& pass, int x, int y, PixelSamples& samples);
     void renderTile(Worker& worker, const Refinement::Pass& pass, const PixelWindow& tile);
     Worker& workerOfThisThread();
+    bool inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work);
     void report(std::size_t tilesDone, std::size_t tiles);
 
     const Frame& frame_;

@@ -23,6 +23,17 @@ struct NumberedFramebuffer {
     Place place;
 };
 
+/// What the options say of gathered light beside the fields of their record.
+struct GatherOptions {
+    std::optional<int> reflectionDepth, refractionDepth,
+        traceDepth; ///< of gather rays; else the picture's own
+    bool radiiInPixels = false;
+    float falloffStart = 0.0f, falloffStop = 0.0f; ///< scene units; stop 0: rays reach any distance
+    miColor scale{1, 1, 1, 1};                     ///< of what is seen gathered
+    miColor secondaryScale{1, 1, 1, 1};            ///< of what gather rays find gathered
+    float presampleDensity = 1.0f;                 ///< 0: nothing is gathered ahead, every sample for itself
+};
+
 struct OptionsElement final : Element {
     OptionsElement();
     void* record() override { return &options; }
@@ -39,9 +50,7 @@ struct OptionsElement final : Element {
     bool premultiply = true, dither = false, desaturate = false; ///< conversion to integer files
     std::string colorClip = "raw";
     std::string shadowMapMode = "off";
-    int finalgatherReflectionDepth = 0, finalgatherRefractionDepth = 0, finalgatherTraceDepth = 0;
-    float finalgatherFalloffStart = 0, finalgatherFalloffStop = 0;
-    miColor finalgatherScale{1, 1, 1, 1};
+    GatherOptions gather;
 };
 
 } // namespace orca::scene

@@ -195,7 +195,7 @@ private:
     bool readLightStatement(LightElement& element, const Token& word);
     bool readLightArea(LightElement& element, std::string_view word, const Place& place);
     void readAreaSampling(LightElement& element);
-    void readShadowMap(LightElement& element);
+    void readShadowMap(LightElement& element, const Place& place);
     void finishLight(LightElement& element);
 
     // reader_textures.cpp

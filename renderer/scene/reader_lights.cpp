@@ -128,7 +128,7 @@ bool Reader::readLightStatement(LightElement& element, const Token& token) {
         integer("the number of photons");
         acceptInteger();
     } else if (word == "shadowmap") {
-        readShadowMap(element);
+        readShadowMap(element, placeOf(token));
     } else if (word == "lightprofile") {
         light.lightprofile = optionalReference({miSCENE_LIGHTPROFILE}, "a light profile");
     } else {
@@ -196,7 +196,7 @@ void Reader::readAreaSampling(LightElement& element) {
     }
 }
 
-void Reader::readShadowMap(LightElement& element) {
+void Reader::readShadowMap(LightElement& element, const Place& place) {
     miLight& light = element.light;
     if (const std::optional<bool> on = acceptBoolean()) {
         light.use_shadow_maps = *on;
@@ -205,6 +205,11 @@ void Reader::readShadowMap(LightElement& element) {
             light.shadowmap_samples = integer("the number of samples");
         } else {
             light.use_shadow_maps = miTRUE;
+            unsupported(
+                Level::Info, place, "shadowmap detail",
+                fmt::format("light \"{}\": its shadow map knows depths alone; transparent things cast full "
+                            "shadows in it",
+                            element.name));
         }
     } else if (accept("resolution")) {
         light.shadowmap_resolution = positiveInteger("the shadow map's resolution");

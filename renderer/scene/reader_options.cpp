@@ -304,35 +304,53 @@ bool Reader::readSwitchOption(OptionsElement& element, std::string_view word) {
 bool Reader::readGatherOption(OptionsElement& element, std::string_view word, const Place& place) {
     miOptions& options = element.options;
     if (word == "finalgather") {
+        GatherOptions& gather = element.gather;
+        const auto color = [&](std::string_view of) {
+            const miVector scale = vector(of);
+            return miColor{scale.x, scale.y, scale.z, atNumber() ? next().number : 1.0f};
+        };
         if (accept("accuracy")) {
-            accept("view");
+            gather.radiiInPixels = accept("view");
             options.finalgather_rays = integer("the number of gather rays");
             if (atNumber()) options.finalgather_maxradius = next().number;
             if (atNumber()) options.finalgather_minradius = next().number;
         } else if (accept("trace")) {
             accept("depth");
-            element.finalgatherReflectionDepth = integer("the gather's reflection depth");
-            if (const auto value = acceptInteger()) element.finalgatherRefractionDepth = *value;
-            if (const auto value = acceptInteger()) element.finalgatherTraceDepth = *value;
+            gather.reflectionDepth = integer("the gather's reflection depth");
+            gather.refractionDepth = acceptInteger();
+            gather.traceDepth = acceptInteger();
             if (const auto value = acceptInteger()) options.finalgather_diffuse_depth = *value;
         } else if (accept("falloff")) {
+            const Token at = peek();
             const float first = number("the falloff distance");
             const bool both = atNumber();
-            element.finalgatherFalloffStart = both ? first : 0.0f;
-            element.finalgatherFalloffStop = both ? next().number : first;
+            gather.falloffStart = both ? first : 0.0f;
+            gather.falloffStop = both ? next().number : first;
+            if (gather.falloffStart > gather.falloffStop)
+                fail(at, "the falloff starts at {}, beyond its end at {}", gather.falloffStart,
+                     gather.falloffStop);
         } else if (accept("scale")) {
-            const miVector scale = vector("the gather's scale");
-            element.finalgatherScale = {scale.x, scale.y, scale.z, 1.0f};
-            if (atNumber()) element.finalgatherScale.a = next().number;
+            gather.scale = color("the gather's scale");
+        } else if (accept("secondary")) {
+            if (!accept("scale"))
+                fail(peek(), "expected \"scale\" after \"secondary\", not {}", peek().shown());
+            gather.secondaryScale = color("the gather's secondary scale");
         } else if (accept("filter")) {
             integer("the gather's filter size");
         } else if (accept("file")) {
             string("the gather map's file");
+            unsupported(
+                Level::Info, place, "finalgather file",
+                fmt::format(
+                    "options \"{}\": gathered light is kept in no file; every picture gathers its own",
+                    element.name));
         } else if (accept("rebuild")) {
             if (!accept("freeze")) boolean("finalgather rebuild");
         } else if (accept("presample")) {
             accept("density");
-            number("the presampling density");
+            const Token at = peek();
+            gather.presampleDensity = number("the presampling density");
+            if (!(gather.presampleDensity >= 0)) fail(at, "the presampling density must not be negative");
         } else if (accept("only") || accept("fastlookup")) {
             options.finalgather = miTRUE;
         } else {

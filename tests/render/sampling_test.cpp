@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 #include <vector>
@@ -87,6 +88,32 @@ TEST(SamplerLoop, CountsItsPointsAndRepeatsForTheSamePixel) {
     int none = 0;
     const unsigned zero = 0;
     EXPECT_FALSE(sampler.loop(&unused, &none, 1, &zero));
+}
+
+/// A shader may ask for points of any dimension.
+TEST(SamplerLoop, IsEvenInEveryPairOfManyDimensions) {
+    constexpr unsigned dimensions = 9;
+    constexpr unsigned count = 256;
+    Sampler sampler;
+    sampler.startSample(0, 12, 34, 0);
+    std::vector<std::array<double, dimensions>> points;
+    std::array<double, dimensions> point;
+    int instance = 0;
+    while (sampler.loop(point.data(), &instance, dimensions, &count)) points.push_back(point);
+    ASSERT_EQ(points.size(), count);
+    for (unsigned a = 0; a < dimensions; ++a) {
+        // Each dimension by itself: one point in every 256th.
+        std::vector<int> cells(count, 0);
+        for (const auto& p : points) ++cells[static_cast<std::size_t>(p[a] * count)];
+        EXPECT_EQ(std::count(cells.begin(), cells.end(), 1), count) << a;
+        for (unsigned b = a + 1; b < dimensions; ++b) {
+            std::vector<std::pair<double, double>> pairs;
+            for (const auto& p : points) pairs.emplace_back(p[a], p[b]);
+            // Random points: about 0.06. Dimensions of one sequence are evener than those of two.
+            EXPECT_LT(starDiscrepancy(pairs), a / sobolDimensions == b / sobolDimensions ? 0.03 : 0.06)
+                << a << ", " << b;
+        }
+    }
 }
 
 double filterAt(char kind, double x) {

@@ -13,18 +13,6 @@ namespace {
 
 constexpr const char* SUN = "\"intensity\" 1";
 
-/// A closed box of half sizes (x, y, z) about the origin.
-std::string box(const std::string& name, const std::string& material, float x, float y, float z) {
-    std::string text = fmt::format("object \"{}_mesh\" visible shadow trace group\n", name);
-    for (int i = 0; i < 8; ++i)
-        text += fmt::format("{} {} {}\n", i & 1 ? x : -x, i & 2 ? y : -y, i & 4 ? z : -z);
-    for (int i = 0; i < 8; ++i) text += fmt::format("v {} ", i);
-    text += "\n";
-    for (const char* face : {"0 2 3 1", "4 5 7 6", "0 1 5 4", "2 6 7 3", "0 4 6 2", "1 3 7 5"})
-        text += fmt::format("p \"{}\" {}\n", material, face);
-    return text + fmt::format("end group end object\ninstance \"{0}\" \"{0}_mesh\" end instance\n", name);
-}
-
 std::string scatterer(const std::string& parameters) {
     return lambert("wax", "\"diffuse\" 0, " + parameters);
 }

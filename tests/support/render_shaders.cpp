@@ -82,6 +82,33 @@ DLLEXPORT miBoolean testFails(miColor*, miState*, void*) {
     throw std::runtime_error("the test shader gives up");
 }
 
+/// Ambient occlusion as asked for.
+struct OcclusionParameters {
+    miInteger rays;
+    miVector axis;
+    miScalar spread, scale, nearDistance, maxDistance;
+    miInteger mode;
+};
+DLLEXPORT int testOcclusion_version(void) {
+    return 1;
+}
+DLLEXPORT miBoolean testOcclusion(miColor* result, miState* state, OcclusionParameters* p) {
+    miAo_options request = {sizeof(miAo_options), p->rays,        p->axis, p->spread, p->scale,
+                            p->nearDistance,      p->maxDistance, p->mode};
+    miScalar occlusion = -1.0f;
+    const miBoolean delivered = mi_ambient_occlusion(&occlusion, state, &request);
+    *result = {occlusion, occlusion, occlusion, 1.0f};
+    return delivered;
+}
+
+/// Average radiance of the side away from the viewer.
+DLLEXPORT int testGatherBehind_version(void) {
+    return 1;
+}
+DLLEXPORT miBoolean testGatherBehind(miColor* result, miState* state, void*) {
+    return mi_compute_avg_radiance(result, state, 'b', nullptr);
+}
+
 /// Shows where the surface is, in world space.
 DLLEXPORT int testShowPoint_version(void) {
     return 1;

@@ -22,6 +22,9 @@ std::string surface(const std::string& name, const std::string& shader, const st
 std::string card(const std::string& name, const std::string& material, float x, float y, float z, float half,
                  const std::string& instanceStatements = "");
 
+/// A closed box of half sizes (x, y, z) about the origin, and its instance `name`.
+std::string box(const std::string& name, const std::string& material, float x, float y, float z);
+
 /// A unit sphere about the origin with vertex normals, `rings` x 2 `rings` quadrilaterals, as the object
 /// `name`_mesh, and its instance `name`.
 std::string sphere(const std::string& name, const std::string& material, int rings,

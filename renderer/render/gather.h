@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "render/render_context.h"
+
+namespace orca::render {
+
+/// Average incoming radiance (irradiance / pi) at the state's point over the hemisphere of its normal ('f')
+/// or the other side ('b'). Taken from light gathered ahead where that serves, else from stratified,
+/// cosine-weighted rays whose hits are shaded. `options` null takes the render options. False and black when
+/// nothing is gathered: gathering is off, or the nesting of gathers reaches its limit.
+miBoolean averageRadiance(miColor& result, miState* state, char face, const miIrrad_options* options);
+
+/// Irradiance: pi times the average radiance, with the render options.
+miBoolean irradiance(miColor& result, miState* state, char face);
+
+} // namespace orca::render
