@@ -79,7 +79,7 @@ struct RenderContext : shading::CallContext {
     miColor opacity{};
 
     const ShadowPath* shadowPath = nullptr;
-    const DisplacementSpace* displacementSpace = nullptr; ///< set in displacement calls
+    const DisplacementSpace* displacementSpace = nullptr;   ///< set in displacement calls
     int gatherDepth = 0;                                    ///< nesting of gathers
     int gatherReflectionBase = 0, gatherRefractionBase = 0; ///< levels at which the innermost one began
     GatherHarvest* gatherHarvest = nullptr;                 ///< gathering ahead: where new records go
