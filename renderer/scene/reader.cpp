@@ -59,7 +59,7 @@ bool Reader::read(const std::string& fileName, std::string text) {
                 block_.clear();
             }
         }
-        if (!namespaces_.empty()) {
+        if (namespaces_.size() > outerNamespaces_) {
             error({fileName, 0, 0}, "namespace \"{}\" has no \"end namespace\"", namespaces_.back());
         }
     } catch (const StopReading&) {
@@ -112,7 +112,7 @@ bool Reader::readEntity(std::string_view word, const Token& token, bool incremen
     } else if (word == "lightprofile") {
         readLightProfile(named("a light profile"), incremental);
     } else if (word == "assembly") {
-        skipAssembly(named("an assembly"));
+        readAssembly(named("an assembly"));
     } else if (word == "colorprofile" || word == "spectrum" || word == "map") {
         readOther(named("the element"), word);
     } else {

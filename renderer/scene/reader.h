@@ -240,7 +240,12 @@ private:
     bool readInstanceFlag(InstanceElement& element, std::string_view word);
     void readLightLinks(InstanceElement& element);
     void readGroupEntity(const Token& token, bool incremental);
-    void skipAssembly(const Token& token);
+
+    // reader_assembly.cpp
+    void readAssembly(const Token& token);
+    int assemblyDepth_ = 0;           // of assemblies around this file
+    std::size_t outerNamespaces_ = 0; // that do not end in this file
+    miTag assemblyRoot_ = miNULLTAG;  // the group that this file's root statement names
 
     Scene& scene_;
     const ParserOptions& options_;

@@ -35,7 +35,7 @@ bool Reader::readCommand(std::string_view word, const Token& token) {
     } else if (word == "namespace") {
         readNamespace();
     } else if (word == "end" && accept("namespace")) {
-        if (namespaces_.empty()) fail(token, "\"end namespace\" without a namespace");
+        if (namespaces_.size() <= outerNamespaces_) fail(token, "\"end namespace\" without a namespace");
         namespaces_.pop_back();
     } else if (word == "delete") {
         readDelete(token);
@@ -60,7 +60,7 @@ bool Reader::readCommand(std::string_view word, const Token& token) {
     } else if (word == "render") {
         readRender(token);
     } else if (word == "root" && atString()) {
-        next(); // of an assembly's file; the group is named where the assembly is attached
+        assemblyRoot_ = reference(nameToken("the root group"), {miSCENE_GROUP}, "the root instance group");
     } else {
         return false;
     }
@@ -198,6 +198,11 @@ void Reader::echo(const std::string& text) {
 }
 
 void Reader::readRender(const Token& token) {
+    if (assemblyDepth_ > 0) {
+        warning(placeOf(token), "\"render\" in the file of an assembly is passed over");
+        for (int name = 0; name < 3 && atString(); ++name) next();
+        return;
+    }
     RenderRequest request;
     request.place = placeOf(token);
     request.number = ++scene_.renderStatements_;

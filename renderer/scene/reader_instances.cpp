@@ -196,12 +196,4 @@ void Reader::readGroupEntity(const Token& token, bool incremental) {
     }
 }
 
-void Reader::skipAssembly(const Token& token) {
-    auto& element = target<GroupElement>(token, miSCENE_GROUP, false);
-    const Definition defined(*this, token, element.tag);
-    unsupported(Level::Error, placeOf(token), "assembly",
-                fmt::format("assembly \"{}\": assemblies are not supported, it stays empty", element.name));
-    while (!endsBlock("assembly", element.name)) next();
-}
-
 } // namespace orca::scene
