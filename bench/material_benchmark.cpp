@@ -47,9 +47,14 @@ private:
 /// A card that fills the picture, lit by a directional light without shadows. Mirrors trace nothing: what is
 /// timed is the material.
 std::string sceneText(const std::string& shader, int passes, int extra) {
-    std::string extras;
-    for (int i = 0; i < extra; ++i) extras += fmt::format("{} = \"surface.outColor\"", i == 0 ? "" : ",");
-    const bool shines = shader != "orcaVelaLambert";
+    const std::string parameters = std::string("( \"color\" 0.5 0.4 0.3 1") +
+                                   (shader == "orcaVelaLambert" ? "" : ", \"reflectionLimit\" 0") + " )";
+    // Instances of their own: members of one instance's result share a call.
+    std::string extras, instances;
+    for (int i = 0; i < extra; ++i) {
+        instances += fmt::format("shader \"extra {}\" \"{}\" {}\n", i, shader, parameters);
+        extras += fmt::format("{} = \"extra {}.outColor\"", i == 0 ? "" : ",", i);
+    }
     return fmt::format(
         "link \"velabase.so\"\nlink \"orca.so\"\n$include <velabase.mi>\n$include <orca.mi>\n"
         "options \"quality\" object space samples 0 0 filter box 1 1 trace on trace depth 1 1 2 shadow off\n"
@@ -59,7 +64,7 @@ std::string sceneText(const std::string& shader, int passes, int extra) {
         "light \"sun\" \"orcaVelaDirectionalLight\" ( \"useRayTraceShadows\" off ) direction -0.3 -0.4 -1 "
         "end light\n"
         "instance \"sun here\" \"sun\" end instance\n"
-        "shader \"surface\" \"{}\" ( \"color\" 0.5 0.4 0.3 1 {} )\n"
+        "shader \"surface\" \"{}\" {}\n{}"
         "material \"stuff\" opaque \"orcaVelaShadingEngine\" ( \"surfaceShader\" \"surface\"{} ) end "
         "material\n"
         "object \"card\" visible on trace on shadow on group\n"
@@ -67,7 +72,7 @@ std::string sceneText(const std::string& shader, int passes, int extra) {
         "end group end object\ninstance \"card here\" \"card\" end instance\n"
         "instgroup \"scene\" \"camera here\" \"sun here\" \"card here\" end instgroup\n"
         "render \"scene\" \"camera here\" \"quality\"\n",
-        passes, shader, shines ? ", \"reflectionLimit\" 0" : "",
+        passes, shader, parameters, instances,
         extra == 0 ? "" : fmt::format(", \"extraOutputs\" [ {} ]", extras));
 }
 
