@@ -4,6 +4,7 @@
 #include "orcaAreaLight.h"
 #include "orcaColor.h"
 #include "orcaConstants.h"
+#include "orcaMicrofacet.h"
 #include "orcaVector.h"
 
 #include <algorithm>
@@ -76,14 +77,7 @@ miScalar compute_oceanshader_specular(miScalar nDotL, miScalar nDotV, const miVe
     if (std::abs(e2) < VELA_EPS) e2 = VELA_EPS;
     const miScalar q = 1.0f / e2;
 
-    // The smallest of what facets shadow, hide, and leave alone; over the cosine of the view.
-    miScalar g = 1.0f / nDotV;
-    if (nDotL > nDotV) {
-        if (vh > 2.0f * nh * nDotV) g = 2.0f * nh / vh;
-    } else if (vh > 2.0f * nh * nDotL) {
-        g = 2.0f * nh * nDotL / (vh * nDotV);
-    }
     const miScalar root = (1.0f + q) / (nh * nh + q);
-    const miScalar highlight = g * root * root * strength;
+    const miScalar highlight = facetAttenuation(nDotL, nDotV, nh, vh) * root * root * strength;
     return state->type == miRAY_EYE ? highlight * reduction : highlight;
 }

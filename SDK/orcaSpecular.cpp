@@ -2,6 +2,7 @@
 #include "orcaSpecular.h"
 
 #include "orcaConstants.h"
+#include "orcaMicrofacet.h"
 #include "orcaVector.h"
 
 #include <cmath>
@@ -59,15 +60,8 @@ float compute_blinn_specular(const miVector* light, const miVector* normal, miSt
     if (std::abs(m) < VELA_EPS) m = VELA_EPS;
     const float t = 1.0f / m;
 
-    // The smallest of what facets shadow, hide, and leave alone; over the cosine of the view.
-    float g = 1.0f / viewCosine;
-    if (lightCosine > viewCosine) {
-        if (v > 2.0f * h * viewCosine) g = 2.0f * h / v;
-    } else if (v > 2.0f * h * lightCosine) {
-        g = 2.0f * h * lightCosine / (viewCosine * v);
-    }
     const float root = (t + 1.0f) / (h * h + t);
-    g *= root * root;
+    const float g = facetAttenuation(lightCosine, viewCosine, h, v) * (root * root);
 
     const float away = 1.0f - v;
     const float f = away * away * away;
