@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <span>
 
 namespace {
 
@@ -151,29 +152,37 @@ miBoolean beginSample(miState* state) {
     if (count == 0) return miTRUE;
     if (records[0].frameBufferIndex == FRAME_BUFFER_UNRESOLVED)
         count = resolveRecords(state, *types, records, count);
-    for (unsigned i = 0; i < count; ++i) {
-        records[i].levelSlots[0].childResult = BLACK;
-        records[i].levelSlots[0].levelAux = BLACK;
+    for (const FrameBufferInfo& record : std::span(records, count)) {
+        TraceLevelSlot& slot = record.levelSlots[0];
+        slot.childResult = BLACK;
+        slot.levelAux = BLACK;
     }
     return miTRUE;
 }
 
+/// The records of volumes, [first, end).
+struct VolumeRecords {
+    explicit VolumeRecords(const PassTypeInfo& types)
+        : first(static_cast<unsigned>(types[PASS_LIGHT_VOLUME].first)),
+          end(static_cast<unsigned>(types[PASS_OBJECT_VOLUME].first + types[PASS_OBJECT_VOLUME].count)) {}
+    unsigned first, end;
+};
+
 /// A positive alpha means "something is here" and becomes 1; only volumes keep theirs.
-void settleAlpha(miColor& color, int record, const PassTypeInfo& types) {
-    const bool volume = record >= types[PASS_LIGHT_VOLUME].first &&
-                        record < types[PASS_OBJECT_VOLUME].first + types[PASS_OBJECT_VOLUME].count;
-    if (!volume && color.a > 0.0f) color.a = 1.0f;
+void settleAlpha(miColor& color) {
+    if (color.a > 0.0f) color.a = 1.0f;
 }
 
 /// The rasterizer's other hits of this sample have written before; the values add up.
 void addToFrameBuffers(miState* state, const PassTypeInfo& types, const FrameBufferInfo* records,
                        unsigned count) {
+    const VolumeRecords volumes(types);
     for (unsigned i = 0; i < count; ++i) {
         const int buffer = static_cast<int>(records[i].frameBufferIndex);
         miColor sum{};
         mi_fb_get(state, buffer, &sum);
         sum += records[i].levelSlots[0].childResult;
-        settleAlpha(sum, static_cast<int>(i), types);
+        if (i < volumes.first || i >= volumes.end) settleAlpha(sum);
         mi_fb_put(state, buffer, &sum);
     }
 }
@@ -190,11 +199,15 @@ miBoolean endSample(miState* state, const miShader_state_arg& argument) {
         return miTRUE;
     }
     // All alphas before all values: a value read right after a store to a part of it waits for that store.
-    for (unsigned i = 0; i < count; ++i)
-        settleAlpha(records[i].levelSlots[0].childResult, static_cast<int>(i), *types);
-    for (unsigned i = 0; i < count; ++i)
-        mi_fb_put(state, static_cast<int>(records[i].frameBufferIndex),
-                  &records[i].levelSlots[0].childResult);
+    const VolumeRecords volumes(*types);
+    const auto settle = [](std::span<FrameBufferInfo> run) {
+        for (const FrameBufferInfo& record : run) settleAlpha(record.levelSlots[0].childResult);
+    };
+    const std::span all(records, count);
+    settle(all.first(std::min(volumes.first, count)));
+    settle(all.subspan(std::min(volumes.end, count)));
+    for (const FrameBufferInfo& record : all)
+        mi_fb_put(state, static_cast<int>(record.frameBufferIndex), &record.levelSlots[0].childResult);
     return miTRUE;
 }
 

@@ -4,6 +4,8 @@
 #include "orcaColor.h"
 #include "orcaPassMask.h"
 
+#include <span>
+
 namespace {
 
 /// True when a record takes an object that its pass mask excludes, because of how the ray came to see it.
@@ -19,27 +21,34 @@ bool admitsExcluded(const FrameBufferInfo& record, const miState* state) {
 
 void prepareSlots(const miState* state, const PassRecords& passes) {
     if (!passes) return;
-    const PassMask mask(state->instance);
-    for (unsigned i = 0; i < passes.count; ++i) {
-        FrameBufferInfo& record = passes.records[i];
-        TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
+    const int reflections = state->reflection_level, refractions = state->refraction_level;
+    const int level = reflections + refractions;
+    const std::span records(passes.records, passes.count);
+    for (const FrameBufferInfo& record : records) {
+        TraceLevelSlot& slot = record.levelSlots[level];
         slot.levelResult = BLACK;
-        slot.levelMode = boundedLevelMode(record, state->reflection_level, state->refraction_level);
-        if (!mask.admits(i) && !admitsExcluded(record, state))
-            slot.levelMode |= TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
+        slot.levelMode = boundedLevelMode(record, reflections, refractions);
     }
+    const PassMask mask(state->instance);
+    if (!mask) return;
+    for (unsigned i = 0; i < passes.count; ++i)
+        if (!mask.admits(i) && !admitsExcluded(records[i], state))
+            records[i].levelSlots[level].levelMode |= TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
 }
 
 void handUp(const miState* state, const PassRecords& passes, const miColor& opacity,
             const miColor& refracted) {
-    for (unsigned i = 0; i < passes.count; ++i) {
-        FrameBufferInfo& record = passes.records[i];
-        TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
-        const miColor weight = record.flags & FB_WEIGHT_BY_OPACITY ? opacity - refracted : WHITE;
-        const miColor uncovered = WHITE - slot.levelAux;
+    const int level = traceLevel(state);
+    // Copies: the records might lie where the arguments do, for all that the compiler knows.
+    const miColor covered = opacity, weights[] = {WHITE, opacity - refracted};
+    for (FrameBufferInfo& record : std::span(passes.records, passes.count)) {
+        TraceLevelSlot& slot = record.levelSlots[level];
+        const miColor aux = slot.levelAux;
+        const miColor uncovered = WHITE - aux;
+        const miColor& weight = weights[(record.flags & FB_WEIGHT_BY_OPACITY) != 0];
         slot.childResult += weight * uncovered * slot.levelResult;
-        record.lightColor = slot.levelAux;
-        slot.levelAux += uncovered * opacity;
+        record.lightColor = aux;
+        slot.levelAux = aux + uncovered * covered;
     }
 }
 

@@ -12,12 +12,17 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
+#include <span>
 
 LightData defaultLightDataArray{0, 1, 1, 0.0f, VELA_WHITE, 0, 0, 0, 0};
 
 namespace {
 
 constexpr miColor noLight{0.0f, 0.0f, 0.0f, 1.0f};
+
+std::span<FrameBufferInfo> all(unsigned count, FrameBufferInfo* records) {
+    return {records, count};
+}
 
 /// What reaches a record whose light passes a shadow of transmission `t`; alpha 1.
 miColor dimmed(const miColor& light, const miColor& shadow, const miColor& t) {
@@ -38,16 +43,46 @@ bool isBlack(const miColor& c) {
 }
 
 void resetTransmission(unsigned count, FrameBufferInfo* records) {
-    for (unsigned i = 0; i < count; ++i)
-        if (records[i].flags & FB_LIGHT_CONTRIBUTES) records[i].shadowTransmission = WHITE;
+    for (FrameBufferInfo& record : all(count, records))
+        if (record.flags & FB_LIGHT_CONTRIBUTES) record.shadowTransmission = WHITE;
 }
+
+/// What a transmission leaves of a light sample and what it removes. Nearly always the records share one
+/// transmission, so both are worked out when it changes and otherwise only copied.
+class DimmedLight {
+public:
+    DimmedLight(const miColor& light, const miColor& shadow, const miColor& transmission)
+        : light_(light), shadow_(shadow) {
+        set(transmission, dimmed(light, shadow, transmission));
+    }
+    /// Light and shadow of a sample whose arriving light is known.
+    DimmedLight(const miColor& light, const miColor& arriving) : light_(light), shadow_(arriving) {
+        set(WHITE, arriving);
+    }
+    void follow(const miColor& transmission) {
+        if (std::memcmp(&transmission, &transmission_, sizeof transmission) == 0) return;
+        set(transmission, dimmed(light_, shadow_, transmission));
+    }
+    [[nodiscard]] const miColor& of(unsigned flags) const noexcept {
+        return flags & FB_SHADOW_ONLY ? removed_ : arriving_;
+    }
+
+private:
+    void set(const miColor& transmission, const miColor& arriving) {
+        transmission_ = transmission;
+        arriving_ = arriving;
+        removed_ = removedLight(light_, arriving);
+    }
+
+    miColor light_, shadow_, transmission_, arriving_, removed_;
+};
 
 } // namespace
 
 void sampleLightBegin(unsigned count, FrameBufferInfo* records) {
     if (count == 0) return;
     records[0].flags |= FB_IN_LIGHT_LOOP | FB_LIGHT_SETUP_PENDING;
-    for (unsigned i = 0; i < count; ++i) records[i].lightAccum = BLACK;
+    for (FrameBufferInfo& record : all(count, records)) record.lightAccum = BLACK;
 }
 
 void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, int samples, const int* mode,
@@ -57,15 +92,18 @@ void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, in
     if (samples < 1) return;
     if (*mode == WRITE_NONE || state->type == miRAY_ENVIRONMENT) return;
     const float inverse = 1.0f / static_cast<float>(samples);
-    const bool adds = *mode != WRITE_MULTIPLY && *mode != WRITE_REPLACE;
-    for (unsigned i = 0; i < count; ++i) {
+    const float factor = *useScale & 1u ? *scale : 1.0f;
+    const int how = *mode;
+    const bool adds = how != WRITE_MULTIPLY && how != WRITE_REPLACE;
+    const int level = traceLevel(state);
+    for (const FrameBufferInfo& record : all(count, records)) {
+        const miColor& gathered = record.lightAccum;
         // Most passes take nothing of a light: adding black would only fetch their slots.
-        if (adds && isBlack(records[i].lightAccum)) continue;
-        TraceLevelSlot& slot = records[i].levelSlots[traceLevel(state)];
+        if (adds && isBlack(gathered)) continue;
+        TraceLevelSlot& slot = record.levelSlots[level];
         if (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) continue;
-        miColor gathered = records[i].lightAccum * inverse;
-        if (*useScale & 1u) gathered *= *scale;
-        combine(slot.levelResult, gathered, *mode);
+        if (adds) slot.levelResult += gathered * inverse * factor;
+        else combine(slot.levelResult, gathered * inverse * factor, how);
     }
 }
 
@@ -76,9 +114,13 @@ void setupLightContributions(unsigned count, FrameBufferInfo* records, miState* 
         return;
     }
     const PassMask mask(state->light_instance);
-    for (unsigned i = 0; i < count; ++i) {
-        if (mask.admits(i)) records[i].flags |= FB_LIGHT_CONTRIBUTES;
-        else records[i].flags &= ~unsigned{FB_LIGHT_CONTRIBUTES};
+    if (!mask) {
+        for (FrameBufferInfo& record : all(count, records)) record.flags |= FB_LIGHT_CONTRIBUTES;
+    } else {
+        for (unsigned i = 0; i < count; ++i) {
+            if (mask.admits(i)) records[i].flags |= FB_LIGHT_CONTRIBUTES;
+            else records[i].flags &= ~unsigned{FB_LIGHT_CONTRIBUTES};
+        }
     }
     records[0].flags &= ~unsigned{FB_LIGHT_SETUP_PENDING};
 }
@@ -94,15 +136,16 @@ void handleNonOrcaLights(unsigned count, FrameBufferInfo* records, const miColor
     // Meant as it stands: only a foreign light asks for the next one to be looked at, so a foreign light that
     // follows one of ours in the same loop keeps what ours left.
     records[0].flags |= FB_LIGHT_SETUP_PENDING;
-    for (unsigned i = 0; i < count; ++i)
-        records[i].lightColor = records[i].flags & FB_LIGHT_CONTRIBUTES ? *lightValue : BLACK;
+    for (FrameBufferInfo& record : all(count, records))
+        record.lightColor = record.flags & FB_LIGHT_CONTRIBUTES ? *lightValue : BLACK;
 }
 
 void setLightIrradiance(unsigned count, FrameBufferInfo* records, const miColor* color) {
-    for (unsigned i = 0; i < count; ++i) {
-        records[i].shadowTransmission = WHITE;
-        const bool lit = (records[i].flags & FB_LIGHT_CONTRIBUTES) && !(records[i].flags & FB_SHADOW_ONLY);
-        records[i].lightColor = lit ? withAlpha(*color, 1.0f) : noLight;
+    const miColor light = withAlpha(*color, 1.0f);
+    for (FrameBufferInfo& record : all(count, records)) {
+        record.shadowTransmission = WHITE;
+        const bool lit = (record.flags & FB_LIGHT_CONTRIBUTES) && !(record.flags & FB_SHADOW_ONLY);
+        record.lightColor = lit ? light : noLight;
     }
 }
 
@@ -111,39 +154,39 @@ bool traceShadow(unsigned count, FrameBufferInfo* records, miColor* shadowResult
     *shadowResult = WHITE;
     resetTransmission(count, records);
     const bool light = mi_trace_shadow(shadowResult, state) != 0;
-    const miColor full = withAlpha(*lightValue, 1.0f), shadow = *shadowColor;
-    const miColor shared = withAlpha(light ? dimmed(full, shadow, *shadowResult) : shadow, 1.0f);
-    for (unsigned i = 0; i < count; ++i) {
-        FrameBufferInfo& record = records[i];
+    if (count == 0) return light;
+    const miColor full = withAlpha(*lightValue, 1.0f);
+    DimmedLight shadowed = uniform && !light ? DimmedLight(full, withAlpha(*shadowColor, 1.0f))
+                                             : DimmedLight(full, *shadowColor, *shadowResult);
+    for (FrameBufferInfo& record : all(count, records)) {
         if (!(record.flags & FB_LIGHT_CONTRIBUTES)) {
             record.lightColor = noLight;
         } else if (!(record.flags & FB_SHADOWED)) {
             record.lightColor = full;
         } else {
-            const miColor arriving = uniform ? shared : dimmed(full, shadow, record.shadowTransmission);
-            record.lightColor = record.flags & FB_SHADOW_ONLY ? removedLight(full, arriving) : arriving;
+            if (!uniform) shadowed.follow(record.shadowTransmission);
+            record.lightColor = shadowed.of(record.flags);
         }
     }
     return light;
 }
 
 void traceShadowAccumulateBegin(unsigned count, FrameBufferInfo* records) {
-    for (unsigned i = 0; i < count; ++i) records[i].shadowAccum = BLACK;
+    for (FrameBufferInfo& record : all(count, records)) record.shadowAccum = BLACK;
 }
 
 bool traceShadowAccumulate(unsigned count, FrameBufferInfo* records, miColor* shadowResult, miState* state) {
     *shadowResult = WHITE;
     resetTransmission(count, records);
     const bool light = mi_trace_shadow(shadowResult, state) != 0;
-    for (unsigned i = 0; i < count; ++i)
-        if (records[i].flags & FB_LIGHT_CONTRIBUTES) records[i].shadowAccum += records[i].shadowTransmission;
+    for (FrameBufferInfo& record : all(count, records))
+        if (record.flags & FB_LIGHT_CONTRIBUTES) record.shadowAccum += record.shadowTransmission;
     return light;
 }
 
 void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned samples,
                               const miColor* lightValue, const miColor* shadowColor, miState*) {
-    for (unsigned i = 0; i < count; ++i) {
-        FrameBufferInfo& record = records[i];
+    for (FrameBufferInfo& record : all(count, records)) {
         if (!(record.flags & FB_LIGHT_CONTRIBUTES)) {
             record.lightColor = noLight;
             continue;

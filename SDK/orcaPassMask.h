@@ -15,6 +15,8 @@ class PassMask {
 public:
     explicit PassMask(miTag instance);
 
+    /// There is a mask. Without one every pass is admitted, which callers with many passes ask once.
+    explicit operator bool() const noexcept { return length_ != 0; }
     /// True when the mask, if there is one, has the pass. A mask has none of the passes behind its end.
     [[nodiscard]] bool admits(unsigned passIndex) const {
         if (length_ == 0) return true;

@@ -21,11 +21,12 @@ struct PassRecords {
 /// Level mode that a record's level bounds give at the given levels.
 [[nodiscard]] inline unsigned char boundedLevelMode(const FrameBufferInfo& record, int reflectionLevel,
                                                     int refractionLevel) noexcept {
-    const bool beyond =
-        refractionLevel > record.maxRefractionLevel || reflectionLevel > record.maxReflectionLevel;
-    if (beyond) return TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
-    const bool below =
-        reflectionLevel < record.minReflectionLevel || refractionLevel < record.minRefractionLevel;
-    if (below) return TraceLevelSlot::LEVEL_WRITES_SUPPRESSED | TraceLevelSlot::LEVEL_PASSES_UP;
-    return 0;
+    // Every hit asks for every record, and records differ: by arithmetic, not by branches.
+    const int beyond =
+        (refractionLevel > record.maxRefractionLevel) | (reflectionLevel > record.maxReflectionLevel);
+    const int below =
+        (reflectionLevel < record.minReflectionLevel) | (refractionLevel < record.minRefractionLevel);
+    const int passesUp = below & ~beyond & 1;
+    return static_cast<unsigned char>((beyond | below) * TraceLevelSlot::LEVEL_WRITES_SUPPRESSED +
+                                      passesUp * TraceLevelSlot::LEVEL_PASSES_UP);
 }

@@ -40,7 +40,7 @@ Raster rasterOf(const PictureFrame& frame, const Layer& layer, int channels) {
     const int components = layer.buffer->components;
     const float* from = layer.pixels.data();
     for (int y = frame.window.yl; y <= frame.window.yh; ++y) {
-        for (int x = frame.window.xl; x <= frame.window.xh; ++x, from += components)
+        for (int x = frame.window.xl; x <= frame.window.xh; ++x, from += layer.stride())
             std::copy_n(from, std::min(channels, components), raster.pixel(x, y));
     }
     return raster;

@@ -4,6 +4,7 @@
 #include "image/framebuffers.h"
 #include "scene/messages.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <span>
@@ -16,7 +17,21 @@ namespace orca::image {
 /// for labels).
 struct Layer {
     const Buffer* buffer;
-    std::span<const float> pixels;
+    std::span<const float> pixels; ///< from the first pixel's first word to the last one's last
+    std::size_t wordsPerPixel = 0; ///< from a pixel to the next; 0: its components lie close by
+
+    [[nodiscard]] std::size_t stride() const {
+        return wordsPerPixel != 0 ? wordsPerPixel : static_cast<std::size_t>(buffer->components);
+    }
+    /// The layer's own words alone.
+    [[nodiscard]] std::vector<float> words() const {
+        std::vector<float> own;
+        for (std::size_t pixel = 0; pixel < pixels.size(); pixel += stride()) {
+            const auto first = pixels.begin() + static_cast<std::ptrdiff_t>(pixel);
+            own.insert(own.end(), first, first + buffer->components);
+        }
+        return own;
+    }
 };
 
 /// What all layers of a picture share.

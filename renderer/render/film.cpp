@@ -31,126 +31,75 @@ constexpr miColor lowest{-farAway, -farAway, -farAway, -farAway};
 
 } // namespace
 
-PixelSamples::PixelSamples(const Film& film)
-    : film_(film),
-      sums_(static_cast<std::size_t>(film.wordsPerSample_)),
-      nearest_(static_cast<std::size_t>(film.hasUnfiltered_ ? film.wordsPerSample_ : 0)) {
-    clear();
-}
-
-void PixelSamples::clear() {
-    weight_ = 0.0f;
-    distance_ = farAway;
-    count_ = 0;
-    low_ = highest;
-    high_ = lowest;
-}
-
-void PixelSamples::add(const PixelFilter::Placement& placement, const float* values) {
-    const bool first = count_++ == 0; // it overwrites what the pixel before has left here
-    weight_ += placement.weight;
-    if (first && film_.hasUnfiltered_) std::fill(nearest_.begin(), nearest_.end(), 0.0f);
-    for (const Film::Run& run : film_.filteredRuns_) {
-        const float* from = values + run.offset;
-        float* to = sums_.data() + run.offset;
-        if (first)
-            for (int w = 0; w < run.words; ++w) to[w] = placement.weight * from[w];
-        else
-            for (int w = 0; w < run.words; ++w) to[w] += placement.weight * from[w];
-    }
-
-    const miColor primary{values[film_.primaryOffset_], values[film_.primaryOffset_ + 1],
-                          values[film_.primaryOffset_ + 2], values[film_.primaryOffset_ + 3]};
-    low_ = lower(low_, primary);
-    high_ = higher(high_, primary);
-
-    if (!film_.hasUnfiltered_) return;
-    const float distance = std::max(std::abs(placement.x), std::abs(placement.y));
-    const bool closer = distance < distance_;
-    for (const Film::Plane& plane : film_.planes_) {
-        float* kept = nearest_.data() + plane.offset;
-        const float* value = values + plane.offset;
-        if (plane.combine == Film::Combine::NearestCentre && closer)
-            std::copy_n(value, plane.components, kept);
-        else if (plane.combine == Film::Combine::NearestSurface) {
-            const bool firstInside = distance <= insidePixel && distance_ > insidePixel;
-            if (firstInside || (distance <= insidePixel && isNearer(*value, *kept)) || (distance_ == farAway))
-                *kept = *value;
-        }
-    }
-    if (closer) distance_ = distance;
-}
-
 Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window)
-    : framebuffers_(framebuffers), window_(window), wordsPerSample_(framebuffers.wordsPerSample()) {
+    : framebuffers_(framebuffers),
+      window_(window),
+      scratchWords_(static_cast<std::size_t>(framebuffers.buffers()[1].sampleOffset)),
+      wordsPerPixel_(static_cast<std::size_t>(framebuffers.wordsPerSample()) - scratchWords_) {
     const std::size_t pixels =
         static_cast<std::size_t>(window.width()) * static_cast<std::size_t>(window.height());
     const std::vector<image::Buffer>& buffers = framebuffers.buffers();
     for (std::size_t i = 1; i < buffers.size(); ++i) {
         const image::Buffer& buffer = buffers[i];
-        Plane plane{static_cast<int>(i), buffer.sampleOffset, buffer.components, Combine::Filter, {}};
+        const int offset = buffer.sampleOffset - static_cast<int>(scratchWords_);
+        Plane plane{static_cast<int>(i), offset, buffer.components, Combine::Filter};
         if (buffer.type == miIMG_TYPE_TAG || !buffer.filtering)
             plane.combine = buffer.type == miIMG_TYPE_Z ? Combine::NearestSurface : Combine::NearestCentre;
-        plane.pixels.resize(pixels * static_cast<std::size_t>(buffer.components));
         if (plane.combine == Combine::Filter) {
-            if (!filteredRuns_.empty() &&
-                filteredRuns_.back().offset + filteredRuns_.back().words == buffer.sampleOffset)
+            if (!filteredRuns_.empty() && filteredRuns_.back().offset + filteredRuns_.back().words == offset)
                 filteredRuns_.back().words += buffer.components;
-            else filteredRuns_.push_back({buffer.sampleOffset, buffer.components});
+            else filteredRuns_.push_back({offset, buffer.components});
         } else {
             hasUnfiltered_ = true;
         }
-        if (static_cast<int>(i) == framebuffers.primaryIndex()) primaryPlane_ = planes_.size();
-        planes_.push_back(std::move(plane));
+        if (static_cast<int>(i) == framebuffers.primaryIndex()) primaryOffset_ = offset;
+        planes_.push_back(plane);
     }
-    primaryOffset_ = buffers[static_cast<std::size_t>(framebuffers.primaryIndex())].sampleOffset;
+    words_.resize(pixels * wordsPerPixel_);
     weights_.resize(pixels);
     if (hasUnfiltered_) distances_.assign(pixels, farAway);
     low_.assign(pixels, highest);
     high_.assign(pixels, lowest);
 }
 
-void Film::addFiltered(Plane& plane, std::size_t firstPixel, std::span<const PixelSamples> run) {
-    const auto components = static_cast<std::size_t>(plane.components);
-    float* to = plane.pixels.data() + firstPixel * components;
-    for (const PixelSamples& samples : run) {
-        const float* from = samples.sums_.data() + plane.offset;
-        if (components == 4) // nearly all: a count that the compiler knows makes one addition of it
-            for (std::size_t c = 0; c < 4; ++c) to[c] += from[c];
-        else
-            for (std::size_t c = 0; c < components; ++c) to[c] += from[c];
-        to += components;
+void Film::add(int x, int y, const PixelFilter::Placement& placement, const float* values) {
+    const std::size_t pixel = index(x, y);
+    values += scratchWords_;
+    float* const words = wordsOf(pixel);
+    weights_[pixel] += placement.weight;
+    for (const Run& run : filteredRuns_) {
+        const float* const from = values + run.offset;
+        float* const to = words + run.offset;
+        for (int w = 0; w < run.words; ++w) to[w] += placement.weight * from[w];
     }
+    const float* const primary = values + primaryOffset_;
+    const miColor color{primary[0], primary[1], primary[2], primary[3]};
+    low_[pixel] = lower(low_[pixel], color);
+    high_[pixel] = higher(high_[pixel], color);
+    if (hasUnfiltered_) addUnfiltered(pixel, std::max(std::abs(placement.x), std::abs(placement.y)), values);
 }
 
-void Film::addUnfiltered(Plane& plane, std::size_t pixel, const PixelSamples& samples) {
-    float* to = plane.pixels.data() + pixel * static_cast<std::size_t>(plane.components);
-    const float* kept = samples.nearest_.data() + plane.offset;
+void Film::addUnfiltered(std::size_t pixel, float distance, const float* values) {
     const float before = distances_[pixel];
-    if (plane.combine == Combine::NearestCentre) {
-        if (samples.distance_ < before) std::copy_n(kept, plane.components, to);
-    } else if (before > insidePixel ? samples.distance_ < before
-                                    : samples.distance_ <= insidePixel && isNearer(*kept, *to)) {
-        *to = *kept;
+    const bool closer = distance < before, inside = distance <= insidePixel;
+    for (const Plane& plane : planes_) {
+        float* const kept = wordsOf(pixel) + plane.offset;
+        const float* const value = values + plane.offset;
+        if (plane.combine == Combine::NearestCentre && closer) {
+            std::copy_n(value, plane.components, kept);
+        } else if (plane.combine == Combine::NearestSurface) {
+            // Samples of the pixel itself compete by depth; until there is one, the closest sample stands in.
+            const bool takes = before > insidePixel ? closer : inside && isNearer(*value, *kept);
+            if (takes) *kept = *value;
+        }
     }
+    if (closer) distances_[pixel] = distance;
 }
 
-void Film::add(int x, int y, std::span<const PixelSamples> run) {
-    const std::size_t first = index(x, y);
-    for (std::size_t i = 0; i < run.size(); ++i) {
-        const PixelSamples& samples = run[i];
-        weights_[first + i] += samples.weight_;
-        low_[first + i] = lower(low_[first + i], samples.low_);
-        high_[first + i] = higher(high_[first + i], samples.high_);
-    }
-    for (Plane& plane : planes_) {
-        if (plane.combine == Combine::Filter) addFiltered(plane, first, run);
-        else
-            for (std::size_t i = 0; i < run.size(); ++i) addUnfiltered(plane, first + i, run[i]);
-    }
-    if (!hasUnfiltered_) return;
-    for (std::size_t i = 0; i < run.size(); ++i)
-        distances_[first + i] = std::min(distances_[first + i], run[i].distance_);
+void Film::prefetch(int x, int y) const {
+    constexpr std::size_t cacheLine = 64 / sizeof(float);
+    const float* const words = wordsOf(index(x, y));
+    for (std::size_t w = 0; w < wordsPerPixel_; w += cacheLine) __builtin_prefetch(words + w, 1);
 }
 
 void Film::interpolate(int x, int y, const Blend& blend) {
@@ -158,28 +107,26 @@ void Film::interpolate(int x, int y, const Blend& blend) {
     int heaviest = 0;
     for (int i = 1; i < 4; ++i)
         if (blend.weight[i] > blend.weight[heaviest]) heaviest = i;
-    for (Plane& plane : planes_) {
-        const auto components = static_cast<std::size_t>(plane.components);
-        float* to = plane.pixels.data() + pixel * components;
-        if (plane.combine != Combine::Filter) {
-            std::copy_n(plane.pixels.data() + index(blend.x[heaviest], blend.y[heaviest]) * components,
-                        components, to);
-            continue;
-        }
-        std::fill_n(to, components, 0.0f);
-        for (int i = 0; i < 4; ++i) {
-            const std::size_t source = index(blend.x[i], blend.y[i]);
-            const float weight = blend.weight[i] / weights_[source];
-            for (std::size_t c = 0; c < components; ++c)
-                to[c] += weight * plane.pixels[source * components + c];
-        }
+    float* const to = wordsOf(pixel);
+    for (const Plane& plane : planes_) {
+        if (plane.combine == Combine::Filter) continue;
+        const float* const from = wordsOf(index(blend.x[heaviest], blend.y[heaviest]));
+        std::copy_n(from + plane.offset, plane.components, to + plane.offset);
+    }
+    for (const Run& run : filteredRuns_) std::fill_n(to + run.offset, run.words, 0.0f);
+    for (int i = 0; i < 4; ++i) {
+        const std::size_t source = index(blend.x[i], blend.y[i]);
+        const float weight = blend.weight[i] / weights_[source];
+        const float* const from = wordsOf(source);
+        for (const Run& run : filteredRuns_)
+            for (int w = run.offset; w < run.offset + run.words; ++w) to[w] += weight * from[w];
     }
     // The weight stays 0, so that the pixel does not pass for a sampled one; resolve leaves it as it is.
 }
 
 miColor Film::mean(int x, int y) const {
     const std::size_t pixel = index(x, y);
-    const float* sum = planes_[primaryPlane_].pixels.data() + pixel * 4;
+    const float* sum = wordsOf(pixel) + primaryOffset_;
     const float scale = 1.0f / weights_[pixel];
     return {sum[0] * scale, sum[1] * scale, sum[2] * scale, sum[3] * scale};
 }
@@ -193,30 +140,29 @@ miColor Film::spread(int x, int y) const {
 void Film::resolve() {
     // One sample a pixel under a box filter: the sums are the means already.
     if (std::all_of(weights_.begin(), weights_.end(), [](float w) { return w == 1.0f; })) return;
-    for (Plane& plane : planes_) {
-        if (plane.combine != Combine::Filter) continue;
-        const auto components = static_cast<std::size_t>(plane.components);
-        for (std::size_t pixel = 0; pixel < weights_.size(); ++pixel) {
-            if (weights_[pixel] == 0.0f) continue;
-            const float scale = 1.0f / weights_[pixel];
-            for (std::size_t c = 0; c < components; ++c) plane.pixels[pixel * components + c] *= scale;
-        }
+    for (std::size_t pixel = 0; pixel < weights_.size(); ++pixel) {
+        if (weights_[pixel] == 0.0f) continue;
+        const float scale = 1.0f / weights_[pixel];
+        float* const words = wordsOf(pixel);
+        for (const Run& run : filteredRuns_)
+            for (int w = run.offset; w < run.offset + run.words; ++w) words[w] *= scale;
     }
 }
 
 std::vector<image::Layer> Film::layers() const {
     std::vector<image::Layer> layers;
-    for (const Plane& plane : planes_)
-        layers.push_back(
-            {&framebuffers_.buffers()[static_cast<std::size_t>(plane.bufferIndex)], plane.pixels});
+    for (const Plane& plane : planes_) {
+        const std::size_t behind = wordsPerPixel_ - static_cast<std::size_t>(plane.components);
+        layers.push_back({&framebuffers_.buffers()[static_cast<std::size_t>(plane.bufferIndex)],
+                          {words_.data() + plane.offset, words_.size() - behind},
+                          wordsPerPixel_});
+    }
     return layers;
 }
 
 std::size_t Film::bytes() const {
-    std::size_t bytes = weights_.size() * sizeof(float) + distances_.size() * sizeof(float) +
-                        (low_.size() + high_.size()) * sizeof(miColor);
-    for (const Plane& plane : planes_) bytes += plane.pixels.size() * sizeof(float);
-    return bytes;
+    return (words_.size() + weights_.size() + distances_.size()) * sizeof(float) +
+           (low_.size() + high_.size()) * sizeof(miColor);
 }
 
 } // namespace orca::render

@@ -7,8 +7,7 @@
 
 #include <shader.h>
 
-#include <cstdint>
-#include <span>
+#include <cstddef>
 #include <vector>
 
 namespace orca::render {
@@ -20,36 +19,18 @@ struct PixelWindow {
     [[nodiscard]] int height() const { return yh - yl + 1; }
 };
 
-class Film;
-
-/// Samples of one pixel, gathered by one thread before they go to the film.
-class PixelSamples {
-public:
-    explicit PixelSamples(const Film& film);
-
-    void clear();
-    /// `values` holds one sample's words of every buffer.
-    void add(const PixelFilter::Placement& placement, const float* values);
-
-private:
-    friend class Film;
-    const Film& film_;
-    std::vector<float> sums_;    // filtered words: sum of weight * value
-    std::vector<float> nearest_; // unfiltered words: the chosen sample's
-    float weight_ = 0.0f;
-    float distance_ = 0.0f; // of the sample in nearest_ from the pixel's centre
-    std::uint32_t count_ = 0;
-    miColor low_{}, high_{}; // of the primary buffer
-};
-
 /// Pixels of all buffers. A pixel is written by one thread at a time; pixels are independent of each other.
+/// The words of a pixel lie together, all buffers in one place: a sample with many passes then touches a few
+/// neighbouring cache lines, not one in every buffer.
 class Film {
 public:
     Film(const image::FramebufferSet& framebuffers, const PixelWindow& window);
 
-    /// Merges new samples of a run of neighbours in a row, the first at (x, y) in picture coordinates. A run
-    /// is far cheaper than its pixels one by one: every buffer is another place in memory.
-    void add(int x, int y, std::span<const PixelSamples> run);
+    /// Adds a sample to the pixel at (x, y) in picture coordinates.
+    /// @param values the sample's words of every buffer
+    void add(int x, int y, const PixelFilter::Placement& placement, const float* values);
+    /// Tells the processor that samples of this pixel are going to be added soon.
+    void prefetch(int x, int y) const;
     /// Copies all words of one pixel from others by bilinear weights; unfiltered words come from the
     /// heaviest.
     struct Blend {
@@ -72,35 +53,38 @@ public:
     [[nodiscard]] std::size_t bytes() const;
 
 private:
-    friend class PixelSamples;
     enum class Combine { Filter, NearestCentre, NearestSurface };
     struct Plane {
         int bufferIndex;
-        int offset; // first word in a sample
+        int offset; // first word in a pixel
         int components;
         Combine combine;
-        std::vector<float> pixels;
     };
     struct Run {
-        int offset, words; // contiguous filtered words of a sample
+        int offset, words; // contiguous filtered words of a pixel
     };
 
-    static void addFiltered(Plane& plane, std::size_t firstPixel, std::span<const PixelSamples> run);
-    void addUnfiltered(Plane& plane, std::size_t pixel, const PixelSamples& samples);
+    void addUnfiltered(std::size_t pixel, float distance, const float* values);
 
     [[nodiscard]] std::size_t index(int x, int y) const {
         return static_cast<std::size_t>(y - window_.yl) * static_cast<std::size_t>(window_.width()) +
                static_cast<std::size_t>(x - window_.xl);
     }
 
+    [[nodiscard]] float* wordsOf(std::size_t pixel) { return words_.data() + pixel * wordsPerPixel_; }
+    [[nodiscard]] const float* wordsOf(std::size_t pixel) const {
+        return words_.data() + pixel * wordsPerPixel_;
+    }
+
     const image::FramebufferSet& framebuffers_;
     PixelWindow window_;
     std::vector<Plane> planes_;
     std::vector<Run> filteredRuns_;
-    int wordsPerSample_;
-    int primaryOffset_;
-    std::size_t primaryPlane_ = 0;
+    std::size_t scratchWords_;  // of the scratch buffer, with which a sample begins and which no pixel keeps
+    std::size_t wordsPerPixel_; // a sample's words less those
+    int primaryOffset_ = 0;
     bool hasUnfiltered_ = false;
+    std::vector<float> words_;
     std::vector<float> weights_;
     std::vector<float> distances_; // of unfiltered values, only where there are any
     std::vector<miColor> low_, high_;

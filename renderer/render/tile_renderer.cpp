@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <mutex>
-#include <span>
 
 namespace orca::render {
 
@@ -43,10 +42,8 @@ void add(RayCounts& to, const RayCounts& from) {
 } // namespace
 
 struct TileRenderer::Worker {
-    Worker(const Frame& frame, const Film& film, int thread, int tileSize)
-        : context(frame, thread), row(static_cast<std::size_t>(tileSize), PixelSamples(film)) {}
+    Worker(const Frame& frame, int thread) : context(frame, thread) {}
     RenderContext context;
-    std::vector<PixelSamples> row; // of a tile
 };
 
 TileRenderer::TileRenderer(const Frame& frame, Film& film, const RenderSettings& settings, int threads,
@@ -68,15 +65,14 @@ TileRenderer::Worker& TileRenderer::workerOfThisThread() {
     const int thread = tbb::this_task_arena::current_thread_index();
     std::unique_ptr<Worker>& worker = workers_[static_cast<std::size_t>(thread)];
     if (!worker) {
-        worker = std::make_unique<Worker>(frame_, film_, thread, std::min(tileSize_, film_.window().width()));
+        worker = std::make_unique<Worker>(frame_, thread);
         openBaseState(worker->context);
     }
     return *worker;
 }
 
-void TileRenderer::renderPixel(Worker& worker, const Refinement::Pass& pass, int x, int y,
-                               PixelSamples& samples) {
-    samples.clear();
+void TileRenderer::renderPixel(Worker& worker, const Refinement::Pass& pass, int x, int y) {
+    film_.prefetch(x, y);
     for (unsigned index = pass.firstSample; index < pass.endSample; ++index) {
         Sampler& sampler = worker.context.sampler;
         sampler.startSample(frame_.seed, x, y, index);
@@ -85,7 +81,7 @@ void TileRenderer::renderPixel(Worker& worker, const Refinement::Pass& pass, int
             filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
         if (pass.endSample == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
         renderEyeSample(worker.context, x, y, placement);
-        samples.add(placement, worker.context.sampleWords.data());
+        film_.add(x, y, placement, worker.context.sampleWords.data());
     }
 }
 
@@ -97,12 +93,8 @@ void TileRenderer::renderTile(Worker& worker, const Refinement::Pass& pass, cons
                                                   static_cast<std::size_t>(x - window.xl)];
     };
     for (int y = tile.yl; y <= tile.yh; ++y)
-        for (int x = tile.xl; x <= tile.xh; ++x) {
-            const int first = x;
-            std::size_t pixels = 0;
-            for (; x <= tile.xh && wanted(x, y); ++x) renderPixel(worker, pass, x, y, worker.row[pixels++]);
-            if (pixels > 0) film_.add(first, y, std::span(worker.row).first(pixels));
-        }
+        for (int x = tile.xl; x <= tile.xh; ++x)
+            if (wanted(x, y)) renderPixel(worker, pass, x, y);
 }
 
 void TileRenderer::report(std::size_t tilesDone, std::size_t tiles) {

@@ -36,7 +36,7 @@ public:
 
 private:
     struct Worker;
-    void renderPixel(Worker& worker, const Refinement::Pass& pass, int x, int y, PixelSamples& samples);
+    void renderPixel(Worker& worker, const Refinement::Pass& pass, int x, int y);
     void renderTile(Worker& worker, const Refinement::Pass& pass, const PixelWindow& tile);
     Worker& workerOfThisThread();
     bool inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work);

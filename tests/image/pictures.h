@@ -57,13 +57,18 @@ class Picture {
 public:
     Picture(const scene::CameraElement& camera, const PictureFrame& pictureFrame, scene::Messages& messages)
         : frame(pictureFrame), set(camera, scene::OptionsElement(), messages) {
-        pixels_.resize(set.buffers().size());
-        for (const Buffer* buffer : layeredBuffers(set)) {
-            std::vector<float>& pixels = pixels_[indexOf(*buffer)];
-            for (int y = frame.window.yl; y <= frame.window.yh; ++y)
-                for (int x = frame.window.xl; x <= frame.window.xh; ++x)
-                    for (int c = 0; c < buffer->components; ++c) pixels.push_back(value(*buffer, x, y, c));
-            layers.push_back({buffer, pixels});
+        // As a film keeps them: all words of a pixel lie together.
+        const std::vector<const Buffer*> buffers = layeredBuffers(set);
+        for (int y = frame.window.yl; y <= frame.window.yh; ++y)
+            for (int x = frame.window.xl; x <= frame.window.xh; ++x)
+                for (const Buffer* buffer : buffers)
+                    for (int c = 0; c < buffer->components; ++c) words_.push_back(value(*buffer, x, y, c));
+        std::size_t stride = 0, first = 0;
+        for (const Buffer* buffer : buffers) stride += static_cast<std::size_t>(buffer->components);
+        for (const Buffer* buffer : buffers) {
+            const auto components = static_cast<std::size_t>(buffer->components);
+            layers.push_back({buffer, {words_.data() + first, words_.size() - stride + components}, stride});
+            first += components;
         }
     }
 
@@ -82,7 +87,7 @@ private:
     [[nodiscard]] std::size_t indexOf(const Buffer& buffer) const {
         return static_cast<std::size_t>(&buffer - set.buffers().data());
     }
-    std::vector<std::vector<float>> pixels_;
+    std::vector<float> words_;
 };
 
 inline PictureFrame wholeFrame(int width, int height) {

@@ -110,7 +110,7 @@ miColor RenderedScene::pixel(const std::string& buffer, int x, int y) const {
     const auto components = static_cast<std::size_t>(found.buffer->components);
     const std::size_t first =
         (static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) + static_cast<std::size_t>(x)) *
-        components;
+        found.stride();
     float c[4] = {0, 0, 0, 0};
     for (std::size_t i = 0; i < components && i < 4; ++i) c[i] = found.pixels[first + i];
     return {c[0], c[1], c[2], c[3]};
@@ -124,8 +124,7 @@ std::uint32_t RenderedScene::label(const std::string& buffer, int x, int y) cons
 }
 
 std::vector<float> RenderedScene::words(const std::string& buffer) const {
-    const image::Layer found = layer(buffer);
-    return {found.pixels.begin(), found.pixels.end()};
+    return layer(buffer).words();
 }
 
 std::vector<std::string> RenderedScene::complaints() const {
