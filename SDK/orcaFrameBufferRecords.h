@@ -183,6 +183,14 @@ struct FrameBufferDataBlock {
     bool byteSwapped; ///< written by a machine of the other byte order; the contents are not swapped
 };
 
+/// Calls function(record) for each record. Unrolled: what is done for a record is mostly a store or two, no
+/// longer than a loop's own step, and every light of every sample does it for all of them.
+template <class Function>
+inline void forEachRecord(unsigned count, FrameBufferInfo* records, const Function& function) {
+#pragma GCC unroll 4
+    for (FrameBufferInfo* const end = records + count; records != end; ++records) function(*records);
+}
+
 /// Trace level of a state.
 [[nodiscard]] inline int traceLevel(const miState* state) noexcept {
     return state->reflection_level + state->refraction_level;

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
-#include <span>
 
 namespace {
 
@@ -152,11 +151,11 @@ miBoolean beginSample(miState* state) {
     if (count == 0) return miTRUE;
     if (records[0].frameBufferIndex == FRAME_BUFFER_UNRESOLVED)
         count = resolveRecords(state, *types, records, count);
-    for (const FrameBufferInfo& record : std::span(records, count)) {
+    forEachRecord(count, records, [](const FrameBufferInfo& record) {
         TraceLevelSlot& slot = record.levelSlots[0];
         slot.childResult = BLACK;
         slot.levelAux = BLACK;
-    }
+    });
     return miTRUE;
 }
 
@@ -200,14 +199,13 @@ miBoolean endSample(miState* state, const miShader_state_arg& argument) {
     }
     // All alphas before all values: a value read right after a store to a part of it waits for that store.
     const VolumeRecords volumes(*types);
-    const auto settle = [](std::span<FrameBufferInfo> run) {
-        for (const FrameBufferInfo& record : run) settleAlpha(record.levelSlots[0].childResult);
-    };
-    const std::span all(records, count);
-    settle(all.first(std::min(volumes.first, count)));
-    settle(all.subspan(std::min(volumes.end, count)));
-    for (const FrameBufferInfo& record : all)
+    const auto settle = [](const FrameBufferInfo& record) { settleAlpha(record.levelSlots[0].childResult); };
+    const unsigned behind = std::min(volumes.end, count);
+    forEachRecord(std::min(volumes.first, count), records, settle);
+    forEachRecord(count - behind, records + behind, settle);
+    forEachRecord(count, records, [&](const FrameBufferInfo& record) {
         mi_fb_put(state, static_cast<int>(record.frameBufferIndex), &record.levelSlots[0].childResult);
+    });
     return miTRUE;
 }
 

@@ -4,8 +4,6 @@
 #include "orcaColor.h"
 #include "orcaPassMask.h"
 
-#include <span>
-
 namespace {
 
 /// True when a record takes an object that its pass mask excludes, because of how the ray came to see it.
@@ -23,17 +21,16 @@ void prepareSlots(const miState* state, const PassRecords& passes) {
     if (!passes) return;
     const int reflections = state->reflection_level, refractions = state->refraction_level;
     const int level = reflections + refractions;
-    const std::span records(passes.records, passes.count);
-    for (const FrameBufferInfo& record : records) {
+    forEachRecord(passes.count, passes.records, [&](const FrameBufferInfo& record) {
         TraceLevelSlot& slot = record.levelSlots[level];
         slot.levelResult = BLACK;
         slot.levelMode = boundedLevelMode(record, reflections, refractions);
-    }
+    });
     const PassMask mask(state->instance);
     if (!mask) return;
     for (unsigned i = 0; i < passes.count; ++i)
-        if (!mask.admits(i) && !admitsExcluded(records[i], state))
-            records[i].levelSlots[level].levelMode |= TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
+        if (!mask.admits(i) && !admitsExcluded(passes.records[i], state))
+            passes.records[i].levelSlots[level].levelMode |= TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
 }
 
 void handUp(const miState* state, const PassRecords& passes, const miColor& opacity,
@@ -41,7 +38,7 @@ void handUp(const miState* state, const PassRecords& passes, const miColor& opac
     const int level = traceLevel(state);
     // Copies: the records might lie where the arguments do, for all that the compiler knows.
     const miColor covered = opacity, weights[] = {WHITE, opacity - refracted};
-    for (FrameBufferInfo& record : std::span(passes.records, passes.count)) {
+    forEachRecord(passes.count, passes.records, [&](FrameBufferInfo& record) {
         TraceLevelSlot& slot = record.levelSlots[level];
         const miColor aux = slot.levelAux;
         const miColor uncovered = WHITE - aux;
@@ -49,7 +46,7 @@ void handUp(const miState* state, const PassRecords& passes, const miColor& opac
         slot.childResult += weight * uncovered * slot.levelResult;
         record.lightColor = aux;
         slot.levelAux = aux + uncovered * covered;
-    }
+    });
 }
 
 void handUpBackground(const miState* state, const PassRecords& passes, const miColor& background) {

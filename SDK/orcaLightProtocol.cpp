@@ -12,17 +12,12 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
-#include <span>
 
 LightData defaultLightDataArray{0, 1, 1, 0.0f, VELA_WHITE, 0, 0, 0, 0};
 
 namespace {
 
 constexpr miColor noLight{0.0f, 0.0f, 0.0f, 1.0f};
-
-std::span<FrameBufferInfo> all(unsigned count, FrameBufferInfo* records) {
-    return {records, count};
-}
 
 /// What reaches a record whose light passes a shadow of transmission `t`; alpha 1.
 miColor dimmed(const miColor& light, const miColor& shadow, const miColor& t) {
@@ -43,8 +38,9 @@ bool isBlack(const miColor& c) {
 }
 
 void resetTransmission(unsigned count, FrameBufferInfo* records) {
-    for (FrameBufferInfo& record : all(count, records))
+    forEachRecord(count, records, [](FrameBufferInfo& record) {
         if (record.flags & FB_LIGHT_CONTRIBUTES) record.shadowTransmission = WHITE;
+    });
 }
 
 /// What a transmission leaves of a light sample and what it removes. Nearly always the records share one
@@ -82,7 +78,7 @@ private:
 void sampleLightBegin(unsigned count, FrameBufferInfo* records) {
     if (count == 0) return;
     records[0].flags |= FB_IN_LIGHT_LOOP | FB_LIGHT_SETUP_PENDING;
-    for (FrameBufferInfo& record : all(count, records)) record.lightAccum = BLACK;
+    forEachRecord(count, records, [](FrameBufferInfo& record) { record.lightAccum = BLACK; });
 }
 
 void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, int samples, const int* mode,
@@ -96,15 +92,15 @@ void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, in
     const int how = *mode;
     const bool adds = how != WRITE_MULTIPLY && how != WRITE_REPLACE;
     const int level = traceLevel(state);
-    for (const FrameBufferInfo& record : all(count, records)) {
+    forEachRecord(count, records, [&](const FrameBufferInfo& record) {
         const miColor& gathered = record.lightAccum;
         // Most passes take nothing of a light: adding black would only fetch their slots.
-        if (adds && isBlack(gathered)) continue;
+        if (adds && isBlack(gathered)) return;
         TraceLevelSlot& slot = record.levelSlots[level];
-        if (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) continue;
+        if (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) return;
         if (adds) slot.levelResult += gathered * inverse * factor;
         else combine(slot.levelResult, gathered * inverse * factor, how);
-    }
+    });
 }
 
 void setupLightContributions(unsigned count, FrameBufferInfo* records, miState* state) {
@@ -115,7 +111,7 @@ void setupLightContributions(unsigned count, FrameBufferInfo* records, miState* 
     }
     const PassMask mask(state->light_instance);
     if (!mask) {
-        for (FrameBufferInfo& record : all(count, records)) record.flags |= FB_LIGHT_CONTRIBUTES;
+        forEachRecord(count, records, [](FrameBufferInfo& record) { record.flags |= FB_LIGHT_CONTRIBUTES; });
     } else {
         for (unsigned i = 0; i < count; ++i) {
             if (mask.admits(i)) records[i].flags |= FB_LIGHT_CONTRIBUTES;
@@ -136,17 +132,18 @@ void handleNonOrcaLights(unsigned count, FrameBufferInfo* records, const miColor
     // Meant as it stands: only a foreign light asks for the next one to be looked at, so a foreign light that
     // follows one of ours in the same loop keeps what ours left.
     records[0].flags |= FB_LIGHT_SETUP_PENDING;
-    for (FrameBufferInfo& record : all(count, records))
-        record.lightColor = record.flags & FB_LIGHT_CONTRIBUTES ? *lightValue : BLACK;
+    forEachRecord(count, records, [light = *lightValue](FrameBufferInfo& record) {
+        record.lightColor = record.flags & FB_LIGHT_CONTRIBUTES ? light : BLACK;
+    });
 }
 
 void setLightIrradiance(unsigned count, FrameBufferInfo* records, const miColor* color) {
     const miColor light = withAlpha(*color, 1.0f);
-    for (FrameBufferInfo& record : all(count, records)) {
+    forEachRecord(count, records, [&](FrameBufferInfo& record) {
         record.shadowTransmission = WHITE;
         const bool lit = (record.flags & FB_LIGHT_CONTRIBUTES) && !(record.flags & FB_SHADOW_ONLY);
         record.lightColor = lit ? light : noLight;
-    }
+    });
 }
 
 bool traceShadow(unsigned count, FrameBufferInfo* records, miColor* shadowResult, const miColor* lightValue,
@@ -158,7 +155,7 @@ bool traceShadow(unsigned count, FrameBufferInfo* records, miColor* shadowResult
     const miColor full = withAlpha(*lightValue, 1.0f);
     DimmedLight shadowed = uniform && !light ? DimmedLight(full, withAlpha(*shadowColor, 1.0f))
                                              : DimmedLight(full, *shadowColor, *shadowResult);
-    for (FrameBufferInfo& record : all(count, records)) {
+    forEachRecord(count, records, [&](FrameBufferInfo& record) {
         if (!(record.flags & FB_LIGHT_CONTRIBUTES)) {
             record.lightColor = noLight;
         } else if (!(record.flags & FB_SHADOWED)) {
@@ -167,29 +164,30 @@ bool traceShadow(unsigned count, FrameBufferInfo* records, miColor* shadowResult
             if (!uniform) shadowed.follow(record.shadowTransmission);
             record.lightColor = shadowed.of(record.flags);
         }
-    }
+    });
     return light;
 }
 
 void traceShadowAccumulateBegin(unsigned count, FrameBufferInfo* records) {
-    for (FrameBufferInfo& record : all(count, records)) record.shadowAccum = BLACK;
+    forEachRecord(count, records, [](FrameBufferInfo& record) { record.shadowAccum = BLACK; });
 }
 
 bool traceShadowAccumulate(unsigned count, FrameBufferInfo* records, miColor* shadowResult, miState* state) {
     *shadowResult = WHITE;
     resetTransmission(count, records);
     const bool light = mi_trace_shadow(shadowResult, state) != 0;
-    for (FrameBufferInfo& record : all(count, records))
+    forEachRecord(count, records, [](FrameBufferInfo& record) {
         if (record.flags & FB_LIGHT_CONTRIBUTES) record.shadowAccum += record.shadowTransmission;
+    });
     return light;
 }
 
 void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned samples,
                               const miColor* lightValue, const miColor* shadowColor, miState*) {
-    for (FrameBufferInfo& record : all(count, records)) {
+    forEachRecord(count, records, [&](FrameBufferInfo& record) {
         if (!(record.flags & FB_LIGHT_CONTRIBUTES)) {
             record.lightColor = noLight;
-            continue;
+            return;
         }
         const miColor mean =
             samples == 0 ? record.shadowAccum : record.shadowAccum / static_cast<float>(samples);
@@ -198,7 +196,7 @@ void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned
         // samples.
         const miColor arriving = dimmed(*lightValue, *shadowColor, mean);
         record.lightColor = record.flags & FB_SHADOW_ONLY ? removedLight(*lightValue, arriving) : arriving;
-    }
+    });
 }
 
 bool applyShadowTransparencyToFrameBuffers(unsigned count, FrameBufferInfo* records,

@@ -3,6 +3,7 @@
 
 #include "orcaFrameBufferRecords.h"
 #include "orcaFrameBufferState.h"
+#include "orcaVelaState.h"
 
 /// The pass records of one shading call; false when the state has none.
 struct PassRecords {
@@ -11,22 +12,30 @@ struct PassRecords {
         types = nullptr;
         records = nullptr;
     }
+    /// The shading engine has asked already when `state` is its hit or a light sample of it.
+    PassRecords(miState* state, const VelabaseState& vela)
+        : PassRecords(vela.enginePasses && isOfHit(state, vela.engineHit) ? *vela.enginePasses
+                                                                          : PassRecords(state)) {}
     explicit operator bool() const noexcept { return count != 0; }
 
     PassTypeInfo* types = nullptr;
     FrameBufferInfo* records = nullptr;
     unsigned count;
+
+private:
+    static bool isOfHit(const miState* state, const miState* hit) noexcept {
+        return state == hit || (state->type == miRAY_LIGHT && state->parent == hit);
+    }
 };
 
 /// Level mode that a record's level bounds give at the given levels.
 [[nodiscard]] inline unsigned char boundedLevelMode(const FrameBufferInfo& record, int reflectionLevel,
                                                     int refractionLevel) noexcept {
-    // Every hit asks for every record, and records differ: by arithmetic, not by branches.
-    const int beyond =
-        (refractionLevel > record.maxRefractionLevel) | (reflectionLevel > record.maxReflectionLevel);
-    const int below =
-        (reflectionLevel < record.minReflectionLevel) | (refractionLevel < record.minRefractionLevel);
-    const int passesUp = below & ~beyond & 1;
-    return static_cast<unsigned char>((beyond | below) * TraceLevelSlot::LEVEL_WRITES_SUPPRESSED +
-                                      passesUp * TraceLevelSlot::LEVEL_PASSES_UP);
+    const bool beyond =
+        refractionLevel > record.maxRefractionLevel || reflectionLevel > record.maxReflectionLevel;
+    if (beyond) return TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
+    const bool below =
+        reflectionLevel < record.minReflectionLevel || refractionLevel < record.minRefractionLevel;
+    if (below) return TraceLevelSlot::LEVEL_WRITES_SUPPRESSED | TraceLevelSlot::LEVEL_PASSES_UP;
+    return 0;
 }

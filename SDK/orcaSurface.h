@@ -48,7 +48,7 @@ public:
             orcaWarning("OrcaShaderSDK(): Internal state error.");
             return miFALSE;
         }
-        const PassRecords passes(state);
+        const PassRecords passes(state, *vela);
         if (isConnected(state, record, &P::bumpNormal))
             bendNormal(state, parameterValue(state, record, &P::bumpNormal));
         if (state->type == miRAY_SHADOW) {

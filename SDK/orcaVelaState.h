@@ -11,6 +11,8 @@
 
 inline constexpr const char* VELABASE_STATE_KEY = "velabase";
 
+struct PassRecords;
+
 /// Travels from a material's light loop to the light shader and back.
 struct LightData {
     miInteger isAmbient;     ///< set by the light: 1 for ambient lights
@@ -78,6 +80,7 @@ struct VelabaseState {
     miColor surfaceOpacity; ///< left by the last material: weight of its diffuse, ambient and indirect light
     miColor layerTransmission; ///< of the layers and transparent hits through which the current one is seen
     const miState* engineHit;  ///< the hit whose pass values the shading engine hands up; null outside of it
+    const PassRecords* enginePasses; ///< the pass records of that hit; null outside of it
     const miState* plateState; ///< the hit from which a stand-in for part of the background is casting a ray;
                                ///< what that ray meets of other stand-ins is in the background already
     miUint surfacesShaded;     ///< counts hits whose pass values were handed up, so that a tracer can tell

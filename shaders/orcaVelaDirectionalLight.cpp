@@ -51,7 +51,7 @@ ORCA_EXPORT miBoolean orcaVelaDirectionalLight(miColor* result, miState* state,
         orcaWarning("vela_directionallight(): Internal state error.");
         return miFALSE;
     }
-    const PassRecords passes(state);
+    const PassRecords passes(state, *vela);
     setupLightContributions(passes.count, passes.records, state);
     if (parameterValue(state, record, &P::useLightPosition) && behindLight(state)) return miFALSE;
 

@@ -84,7 +84,7 @@ ORCA_EXPORT miBoolean orcaVelaPointLight(miColor* result, miState* state, PointL
         orcaWarning("vela_pointlight(): Internal state error.");
         return miFALSE;
     }
-    const PassRecords passes(state);
+    const PassRecords passes(state, *vela);
     setupLightContributions(passes.count, passes.records, state);
     const bool lights = state->type == miRAY_LIGHT;
     if (light_backside_hit(state)) {

@@ -223,6 +223,8 @@ ORCA_EXPORT miBoolean orcaVelaShadingEngine(miColor* result, miState* state,
     vela->refractedTransparency = BLACK;
     const Restored<const miState*> engineHit(vela->engineHit);
     vela->engineHit = state;
+    const Restored<const PassRecords*> enginePasses(vela->enginePasses);
+    vela->enginePasses = &passes;
     if (!inTransparency(passes))
         mi_call_shader_x(reinterpret_cast<miColor*>(&surface), miSHADER_MATERIAL, state, shader, nullptr);
     const miColor refracted = vela->refractedTransparency;

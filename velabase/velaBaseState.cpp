@@ -75,6 +75,7 @@ miBoolean beginSample(miState* state) {
     vela->surfaceOpacity = WHITE;
     vela->layerTransmission = WHITE;
     vela->engineHit = nullptr;
+    vela->enginePasses = nullptr;
     vela->plateState = nullptr;
     vela->imagePlanes = {BLACK, WHITE, WHITE};
     vela->transparencySum = BLACK;

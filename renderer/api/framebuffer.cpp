@@ -51,21 +51,18 @@ public:
 
 constexpr int interfaceVersion = 3;
 
-const Frame::BufferSlot* slotAt(const RenderContext& context, int index) {
-    const auto& slots = context.frame.bufferSlots;
-    return index >= 0 && static_cast<std::size_t>(index) < slots.size()
-               ? &slots[static_cast<std::size_t>(index)]
-               : nullptr;
+/// A context has a mark for every buffer, in index order.
+bool isBuffer(const RenderContext& context, int index) {
+    return index >= 0 && static_cast<std::size_t>(index) < context.written.size();
 }
 
-/// Copies a buffer's value; the few sizes that there are compile to plain moves.
+/// Copies a buffer's value; the few sizes that there are compile to plain moves, and nearly all are colours.
 void copyValue(void* to, const void* from, int bytes) {
-    switch (bytes) {
-    case 16: std::memcpy(to, from, 16); break;
-    case 12: std::memcpy(to, from, 12); break;
-    case 4: std::memcpy(to, from, 4); break;
-    default: std::memcpy(to, from, static_cast<std::size_t>(bytes));
-    }
+    if (bytes == 16) [[likely]]
+        std::memcpy(to, from, 16);
+    else if (bytes == 4) std::memcpy(to, from, 4);
+    else if (bytes == 12) std::memcpy(to, from, 12);
+    else std::memcpy(to, from, static_cast<std::size_t>(bytes));
 }
 
 } // namespace
@@ -79,19 +76,19 @@ extern "C" {
 
 DLLEXPORT miBoolean mi_fb_put(miState* state, int index, const void* value) {
     RenderContext& context = renderContextOf(state);
-    const Frame::BufferSlot* slot = slotAt(context, index);
-    if (!slot || !value) return miFALSE;
+    if (!isBuffer(context, index) || !value) return miFALSE;
     if (!context.inEyeSample) return miTRUE; // outside an eye sample there is nothing to put it into
-    copyValue(context.sampleWords.data() + slot->offset, value, slot->bytes);
+    const Frame::BufferSlot& slot = context.frame.bufferSlots[static_cast<std::size_t>(index)];
     context.written[static_cast<std::size_t>(index)] = 1;
+    copyValue(context.sampleWords.data() + slot.offset, value, slot.bytes);
     return miTRUE;
 }
 
 DLLEXPORT miBoolean mi_fb_get(miState* state, int index, void* value) {
-    RenderContext& context = renderContextOf(state);
-    const Frame::BufferSlot* slot = slotAt(context, index);
-    if (!slot || !value) return miFALSE;
-    copyValue(value, context.sampleWords.data() + slot->offset, slot->bytes);
+    const RenderContext& context = renderContextOf(state);
+    if (!isBuffer(context, index) || !value) return miFALSE;
+    const Frame::BufferSlot& slot = context.frame.bufferSlots[static_cast<std::size_t>(index)];
+    copyValue(value, context.sampleWords.data() + slot.offset, slot.bytes);
     return miTRUE;
 }
 

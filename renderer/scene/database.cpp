@@ -77,13 +77,18 @@ void Database::PinAccount::change(miTag tag, int by) {
     pins.store(pins.load(std::memory_order_relaxed) + by, std::memory_order_relaxed);
 }
 
-Database::PinAccount& Database::pinsOfThisThread() {
-    if (accountCache.database == identity_) return *static_cast<PinAccount*>(accountCache.account);
+Database::PinAccount& Database::openAccount() {
     const std::lock_guard lock(mutex_);
     std::unique_ptr<PinAccount>& account = accounts_[threadNumber()];
     if (!account) account = std::make_unique<PinAccount>();
     accountCache = {identity_, account.get()};
     return *account;
+}
+
+Database::PinAccount& Database::pinsOfThisThread() {
+    if (accountCache.database == identity_) [[likely]]
+        return *static_cast<PinAccount*>(accountCache.account);
+    return openAccount();
 }
 
 void* Database::access(miTag tag) {

@@ -100,6 +100,7 @@ private:
     using NameTable = std::unordered_map<std::string, miTag, TextHash, std::equal_to<>>;
 
     PinAccount& pinsOfThisThread();
+    PinAccount& openAccount(); ///< this thread's, which it has not used last
 
     const std::uint64_t identity_; // tells databases apart in the threads' caches
     std::array<std::atomic<Segment*>, segmentCount> segments_{};

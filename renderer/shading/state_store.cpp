@@ -16,19 +16,14 @@ bool sameText(const std::string& text, const char* key) {
 } // namespace
 
 StateStore::Entry* StateStore::find(const char* key) {
-    const auto address = reinterpret_cast<std::uintptr_t>(key);
-    unsigned char& hint = indexHint_[(address ^ (address >> 6)) % indexHint_.size()];
-    if (hint < entries_.size() && sameText(entries_[hint].key, key)) return &entries_[hint];
-    for (std::size_t i = 0; i < entries_.size(); ++i)
-        if (sameText(entries_[i].key, key)) {
-            if (i < 256) hint = static_cast<unsigned char>(i);
-            return &entries_[i];
-        }
+    for (Entry& entry : entries_)
+        if (sameText(entry.key, key)) return &entry;
     return nullptr;
 }
 
 void StateStore::set(const char* key, const void* data, int size, int lifetime) {
     Entry* entry = find(key);
+    ++version_;
     if (!data || size <= 0) {
         if (entry) entries_.erase(entries_.begin() + (entry - entries_.data()));
         return;
@@ -51,7 +46,22 @@ void StateStore::set(const char* key, const void* data, int size, int lifetime) 
 }
 
 void* StateStore::get(const char* key, int* size) {
-    Entry* const entry = find(key);
+    const auto address = reinterpret_cast<std::uintptr_t>(key);
+    Answer& answer = answers_[(address ^ (address >> 6)) % answers_.size()];
+    if (answer.version != version_ || std::strcmp(answer.text, key) != 0) return search(key, size, answer);
+    if (size && answer.bytes) *size = answer.size;
+    return answer.bytes;
+}
+
+void* StateStore::search(const char* key, int* size, Answer& answer) {
+    const Entry* const entry = find(key);
+    const std::size_t length = std::strlen(key);
+    if (length < sizeof answer.text) {
+        std::memcpy(answer.text, key, length + 1);
+        answer.bytes = entry ? entry->bytes.get() : nullptr;
+        answer.size = entry ? entry->size : 0;
+        answer.version = version_;
+    }
     if (!entry) return nullptr;
     if (size) *size = entry->size;
     return entry->bytes.get();
@@ -68,6 +78,7 @@ void StateStore::enumerate(miShaderstate_visitor visitor, void* user) {
 
 void StateStore::endSample() {
     if (!hasSampleEntries_) return;
+    ++version_;
     std::erase_if(entries_, [](const Entry& entry) { return entry.lifetime == miSS_LIFETIME_EYERAY; });
     hasSampleEntries_ = false;
 }

@@ -31,14 +31,24 @@ private:
         int size;
         int lifetime;
     };
+    /// What a key was last found to be. A shader asks with the same literal every time, so its address leads
+    /// to the answer; the text decides whether it is one. Several libraries bring their own copies of a
+    /// literal; with as many places as there are they seldom share one.
+    struct Answer {
+        char text[24] = ""; ///< of the key; longer keys have no answer here
+        void* bytes = nullptr;
+        int size = 0;
+        unsigned version = 0; ///< of the entries that it was found in
+    };
+
     [[nodiscard]] Entry* find(const char* key);
+    /// Searches the entries, and remembers what comes out.
+    void* search(const char* key, int* size, Answer& answer);
 
     std::vector<Entry> entries_;
+    unsigned version_ = 1; ///< counts changes of what entries there are and where their bytes lie
     bool hasSampleEntries_ = false;
-    /// A shader asks with the same literal every time, so the literal's address remembers where its entry
-    /// was. Only a hint: the text decides. Several libraries bring their own copies of a literal; with this
-    /// many places they seldom share one.
-    std::array<unsigned char, 64> indexHint_{};
+    std::array<Answer, 64> answers_{};
 };
 
 } // namespace orca::shading
