@@ -94,18 +94,7 @@ scene::InstanceElement& PlacedGraph::place(scene::InstanceElement& instance, con
     scene::InstanceElement* placed = &instance;
     std::vector<miTag>& places = places_[instance.tag];
     if (!places.empty()) {
-        auto copy = std::make_unique<scene::InstanceElement>();
-        copy->instance = instance.instance;
-        copy->name = instance.name;
-        copy->place = instance.place;
-        copy->transform = instance.transform;
-        copy->motionTransform = instance.motionTransform;
-        copy->motion = instance.motion;
-        copy->overrides = instance.overrides;
-        copy->flags = instance.flags;
-        copy->materials = instance.materials;
-        copy->lights = instance.lights;
-        copy->shadowLights = instance.shadowLights;
+        auto copy = std::make_unique<scene::InstanceElement>(instance);
         placed = copy.get();
         copies_.push_back(database_.add(std::move(copy)));
     }

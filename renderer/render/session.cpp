@@ -2,6 +2,7 @@
 #include "render/session.h"
 
 #include "geometry/scene_geometry.h"
+#include "render/attached_shaders.h"
 #include "render/displacement_calls.h"
 #include "render/frame.h"
 #include "render/gather_ahead.h"
@@ -145,14 +146,20 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     const miOptions options = optionsOf(*optionsElement, settings);
     miCamera camera = cameraOf(*cameraElement, settings);
 
-    auto framebuffers = std::make_unique<image::FramebufferSet>(*cameraElement, *optionsElement, messages_);
+    const scene::PhenomenonAttachments attachments =
+        scene::attachmentsTo(database_, {group, cameraInstanceTag, optionsTag});
+    AttachedShaders attached(database_, attachments);
+    attached.extend(camera);
+
+    auto framebuffers = std::make_unique<image::FramebufferSet>(*cameraElement, *optionsElement, messages_,
+                                                                attachments.outputs);
     image::FramebufferSet& buffers = *framebuffers;
     auto result = std::make_unique<FrameResult>(std::move(framebuffers), camera);
     const CollectionScope collection(database_, buffers);
     camera.buffertag = collection.tag();
 
     runtime_.bind();
-    geometry::SceneGeometry geometry(database_, messages_, group, options, threads,
+    geometry::SceneGeometry geometry(database_, messages_, attached.extendedGroup(group), options, threads,
                                      geometry::SceneGeometry::Displacement::StillToCome);
     Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera,
                 cameraInstanceTag);

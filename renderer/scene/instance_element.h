@@ -35,7 +35,16 @@ struct InstanceElement final : Element {
     InstanceElement();
     void* record() override { return &instance; }
     [[nodiscard]] int recordSize() const override { return sizeof(instance); }
-    void visitReferences(const std::function<void(miTag)>& visit) const override;
+    void visitReferences(const std::function<void(miTag)>& visit) const override { eachTag(*this, visit); }
+    template <class Self, class Visit>
+    static void eachTag(Self& self, const Visit& visit) {
+        visit(self.instance.item);
+        visit(self.instance.userdata);
+        for (auto* list :
+             {&self.materials, &self.lights.lights, &self.shadowLights.lights, &self.geometryShaders}) {
+            for (auto& tag : *list) visit(tag);
+        }
+    }
 
     /// Parent to local. False, and the identity, when the matrix is singular.
     bool setTransform(const Matrix& parentToLocal);

@@ -13,7 +13,8 @@ void Reader::readCamera(const Token& token, bool incremental) {
         if (word.isWord("framebuffer")) {
             readFramebuffer(element);
         } else if (word.isWord("output")) {
-            readOutput(element, placeOf(word));
+            element.outputs.push_back(readOutput(
+                {fmt::format("camera \"{}\", output", element.name), element.name}, placeOf(word)));
         } else if (!readCameraStatement(element, word)) {
             fail(word, "camera \"{}\": unknown statement {}", element.name, word.shown());
         }
@@ -72,7 +73,7 @@ void Reader::readFramebuffer(CameraElement& element) {
     }
 }
 
-void Reader::readOutput(CameraElement& element, const Place& place) {
+OutputStatement Reader::readOutput(const ShaderUse& use, const Place& place) {
     OutputStatement output;
     output.place = place;
     if (atString() && !peek(1).is('(')) {
@@ -93,14 +94,14 @@ void Reader::readOutput(CameraElement& element, const Place& place) {
         }
     }
     if (atShader()) {
-        readShaderList({fmt::format("camera \"{}\", output", element.name), element.name}, &output.shaders);
+        readShaderList(use, &output.shaders);
     } else {
         output.filetype = string("the output file's format");
         if (!atString()) fail(peek(), "expected the output file's name, not {}", peek().shown());
         output.filename = fileNameIn(next());
         if (accept("quality")) integer("the quality");
     }
-    element.outputs.push_back(std::move(output));
+    return output;
 }
 
 bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
