@@ -76,7 +76,6 @@ struct LightProfileElement final : Element {
     std::string sceneDirectory; ///< where a relative file is looked for first
     int flags = 0;              ///< 1, 2: clockwise, counter-clockwise samples
     int hermite = 1;            ///< 1 linear, 3 cubic
-    int resolution[2] = {0, 0};
 };
 
 } // namespace orca::scene
