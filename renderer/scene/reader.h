@@ -191,6 +191,7 @@ private:
 
     // reader_camera.cpp
     void readCamera(const Token& token, bool incremental);
+    void readCameraData(CameraElement& element, miTag& before);
     void readFramebuffer(CameraElement& element);
     OutputStatement readOutput(const ShaderUse& use, const Place& place);
     bool readCameraStatement(CameraElement& element, const Token& word);

@@ -8,6 +8,7 @@ namespace orca::scene {
 void Reader::readCamera(const Token& token, bool incremental) {
     auto& element = target<CameraElement>(token, miSCENE_CAMERA, incremental);
     const Definition defined(*this, token, element.tag);
+    miTag data = miNULLTAG; // that this block gives; an incremental one may replace what the camera had
     while (!endsBlock("camera", element.name)) {
         const Token word = next();
         if (word.isWord("framebuffer")) {
@@ -15,10 +16,27 @@ void Reader::readCamera(const Token& token, bool incremental) {
         } else if (word.isWord("output")) {
             element.outputs.push_back(readOutput(
                 {fmt::format("camera \"{}\", output", element.name), element.name}, placeOf(word)));
+        } else if (word.isWord("data")) {
+            readCameraData(element, data);
         } else if (!readCameraStatement(element, word)) {
             fail(word, "camera \"{}\": unknown statement {}", element.name, word.shown());
         }
     }
+}
+
+/// A camera has one block of its own; `before` is what the statements so far gave.
+void Reader::readCameraData(CameraElement& element, miTag& before) {
+    const Token at = peek();
+    const miTag given = dataReference();
+    if (before != miNULLTAG && given != miNULLTAG && given != before) {
+        const std::string &replaced = database_.get(before)->name, &name = database_.get(given)->name;
+        warning(
+            placeOf(at),
+            "camera \"{}\": its data \"{}\" replaces \"{}\", which shaders do not see; to keep both, write "
+            "data \"{}\" into the block \"{}\"",
+            element.name, name, replaced, replaced, name);
+    }
+    element.camera.userdata = before = given;
 }
 
 void Reader::readFramebuffer(CameraElement& element) {
@@ -158,8 +176,6 @@ bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
         list(camera.environment);
     } else if (word == "tag") {
         element.label = static_cast<miUint>(integer("the label"));
-    } else if (word == "data") {
-        camera.userdata = dataReference();
     } else if (word == "dof") {
         number("the plane in focus");
         number("the radius of confusion");

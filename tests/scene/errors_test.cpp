@@ -217,6 +217,24 @@ TEST(Errors, OfObjectsThatNobodySeesAreWarnings) {
               "that one\n");
 }
 
+TEST(Errors, ASecondDataBlockOfACameraIsAWarning) {
+    const std::string two =
+        "declare data \"note\" ( integer \"n\" ) end declare\n"
+        "data \"a\" \"note\" ( \"n\" 1 ) end data data \"b\" \"note\" ( \"n\" 2 ) end data\n";
+    SceneText text(two + "camera \"c\" data \"a\" focal 1 data \"b\" end camera\n");
+    EXPECT_EQ(text.errors(), "");
+    EXPECT_EQ(text.warnings(),
+              "test.mi:3:34: camera \"c\": its data \"b\" replaces \"a\", which shaders do not see; "
+              "to keep both, write data \"a\" into the block \"b\"\n");
+    EXPECT_EQ(text.find<CameraElement>("c")->camera.userdata, text.find<UserdataElement>("b")->tag);
+
+    // Replaced or taken away on purpose.
+    SceneText later(two + "camera \"c\" data \"a\" data \"a\" end camera\n"
+                          "incremental camera \"c\" data \"b\" end camera\n"
+                          "incremental camera \"c\" data null data \"a\" end camera\n");
+    EXPECT_EQ(later.errors() + later.warnings(), "");
+}
+
 TEST(MessageLines, NameModuleThreadAndLevelOnOneLine) {
     Message message{Level::Warning, "SHDR", 3, "two\nlines", {"a.mi", 4, 5}};
     EXPECT_EQ(Messages::line(message), "SHDR 0.3   warning: a.mi:4:5: two lines");
