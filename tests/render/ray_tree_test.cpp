@@ -201,6 +201,7 @@ TEST(Buffers, ThatNothingWroteOrNothingDeclaresAreNamed) {
 TEST(Stopping, EndsRayTreesThatWouldNeverEnd) {
     // Two rays leave every hit inside the box, a hundred hits deep.
     TestScene scene;
+    scene.perspective = true;
     scene.traceDepth = "100 100 100";
     scene.contents = surface("glass", "orcaVelaBlinn",
                              "\"color\" 0 0 0 1, \"transparency\" 1 1 1 1, \"refractionsOn\" on, "
