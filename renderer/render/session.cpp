@@ -189,6 +189,7 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera,
                 cameraInstanceTag);
     frame.globalLock = globalLock_;
+    frame.stop = settings.stop;
     frame.gather = GatherSettings(*optionsElement);
     if (!optionsElement->samplesLocked) frame.seed = static_cast<std::uint32_t>(camera.frame);
     {
