@@ -5,7 +5,9 @@
 
 #include <shader.h>
 
+#include <array>
 #include <cstdint>
+#include <span>
 
 namespace orca::geometry {
 
@@ -31,6 +33,8 @@ struct Leaf {
     const miTag* materials;             ///< inherited, none of them 0; polygon labels index them
     std::uint32_t lightList, shadowSet; ///< numbers of the light sets
     miMatrix localToGlobalAtEnd;        ///< of the whole path, at the end of the unit shutter
+    /// The same at the ends of equal motion steps, the start included; empty: blended from start to end.
+    std::span<const std::array<float, 16>> motionPath;
 };
 
 } // namespace orca::geometry

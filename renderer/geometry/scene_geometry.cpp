@@ -20,10 +20,11 @@
 namespace orca::geometry {
 
 struct SceneGeometry::Implementation {
-    Implementation(scene::Database& sceneDatabase, scene::Messages& sceneMessages, miTag rootGroup)
+    Implementation(scene::Database& sceneDatabase, scene::Messages& sceneMessages, miTag rootGroup,
+                   int motionSteps)
         : database(sceneDatabase),
           messages(sceneMessages),
-          graph(sceneDatabase, sceneMessages, rootGroup),
+          graph(sceneDatabase, sceneMessages, rootGroup, motionSteps),
           lightSets(graph) {
         auto material = std::make_unique<scene::MaterialElement>();
         material->name = "default material";
@@ -143,6 +144,7 @@ void SceneGeometry::Implementation::buildLeaves(const miOptions& options) {
             std::memcpy(leaf.localToGlobalAtEnd, record.tf.local_to_global, sizeof(miMatrix));
         } else {
             atEnd.store(leaf.localToGlobalAtEnd);
+            leaf.motionPath = placed.instance->motionPath;
         }
 
         record.material = leaf.materials[0];
@@ -228,9 +230,20 @@ void SceneGeometry::Implementation::buildKernel() {
     kernel->bounds(lower, upper);
 }
 
+namespace {
+
+/// Steps are for rays that see things move; without them the ends of the shutter tell all.
+int motionStepsOf(const miOptions& options) {
+    return options.motion ? std::clamp(static_cast<int>(options.motion_steps), 1, scene::motionStepsAtMost)
+                          : 1;
+}
+
+} // namespace
+
 SceneGeometry::SceneGeometry(scene::Database& database, scene::Messages& messages, miTag rootGroup,
                              const miOptions& options, int threads, Displacement displacement)
-    : implementation_(std::make_unique<Implementation>(database, messages, rootGroup)) {
+    : implementation_(
+          std::make_unique<Implementation>(database, messages, rootGroup, motionStepsOf(options))) {
     Implementation& all = *implementation_;
     all.traceMotion = options.motion != 0;
     all.displacementToCome = displacement == Displacement::StillToCome && !options.no_displace;
@@ -265,8 +278,7 @@ bool SceneGeometry::occluded(const Ray& ray) const {
 
 void SceneGeometry::surfaceAt(const Ray& ray, const Hit& hit, SurfacePoint& point,
                               miVector* textureCoordinates) const {
-    interpolateSurface(implementation_->leaves[hit.leaf], hit,
-                       implementation_->traceMotion ? shutterTime(ray.time) : 0.0f, point,
+    interpolateSurface(implementation_->leaves[hit.leaf], hit, implementation_->kernel->timeOf(ray), point,
                        textureCoordinates);
 }
 

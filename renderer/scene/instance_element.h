@@ -56,6 +56,9 @@ struct InstanceElement final : Element {
     Matrix transform;       ///< parent space to local space, as the scene gives it
     Matrix motionTransform; ///< the same at the end of the unit shutter, where motion is Given
     Motion motion = Motion::Inherited;
+    /// Local to world at the ends of the motion steps, the start of the shutter first; filled by the walk.
+    /// Empty: the way is straight, or there is none.
+    std::vector<Matrix> motionPath;
     bool hidden = false;    ///< with everything below
     bool overrides = false; ///< flags and material win over those below
     InstanceFlags flags;
