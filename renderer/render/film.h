@@ -46,6 +46,9 @@ private:
 class Film {
 public:
     Film(const image::FramebufferSet& framebuffers, const PixelWindow& window);
+    /// Bytes that such a film will take.
+    [[nodiscard]] static std::size_t bytesNeeded(const image::FramebufferSet& framebuffers,
+                                                 const PixelWindow& window);
 
     /// Merges new samples of a run of neighbours in a row, the first at (x, y) in picture coordinates. A run
     /// is far cheaper than its pixels one by one: every buffer is another place in memory.
@@ -101,6 +104,7 @@ private:
     int primaryOffset_;
     std::size_t primaryPlane_ = 0;
     bool hasUnfiltered_ = false;
+    // By pixel. What is added here counts in bytesNeeded.
     std::vector<float> weights_;
     std::vector<float> distances_; // of unfiltered values, only where there are any
     std::vector<miColor> low_, high_;

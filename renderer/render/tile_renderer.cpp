@@ -100,7 +100,10 @@ void TileRenderer::renderTile(Worker& worker, const Refinement::Pass& pass, cons
         for (int x = tile.xl; x <= tile.xh; ++x) {
             const int first = x;
             std::size_t pixels = 0;
-            for (; x <= tile.xh && wanted(x, y); ++x) renderPixel(worker, pass, x, y, worker.row[pixels++]);
+            for (; x <= tile.xh && wanted(x, y); ++x) {
+                if (frame_.stopped()) return;
+                renderPixel(worker, pass, x, y, worker.row[pixels++]);
+            }
             if (pixels > 0) film_.add(first, y, std::span(worker.row).first(pixels));
         }
 }
@@ -122,17 +125,16 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
     const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
                                           static_cast<std::size_t>(threads_));
     std::atomic<std::size_t> done{0};
-    const auto stopped = [&] { return settings_.stop && settings_.stop->load(std::memory_order_relaxed); };
 
     tbb::task_arena arena(threads_);
     arena.execute([&] {
         geometry::parallelFor(count, 1, [&](std::size_t i, std::size_t) {
-            if (stopped()) return;
+            if (frame_.stopped()) return;
             work(workerOfThisThread(), i);
             ++done;
         });
     });
-    return done == count;
+    return done == count && !frame_.stopped(); // work in progress at a stop was cut short
 }
 
 void TileRenderer::inArena(const std::function<void()>& work) {
