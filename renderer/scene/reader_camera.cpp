@@ -28,7 +28,17 @@ void Reader::readCamera(const Token& token, bool incremental) {
 void Reader::readCameraData(CameraElement& element, miTag& before) {
     const Token at = peek();
     const miTag given = dataReference();
-    if (before != miNULLTAG && given != miNULLTAG && given != before) {
+    const auto chainHasBefore = [&] {
+        // Blocks are in cycles only by mistake, which has been said; such a chain is not walked for ever.
+        constexpr int longest = 1000;
+        miTag link = given;
+        for (int i = 0; link != miNULLTAG && link != before && i < longest; ++i) {
+            auto* const block = database_.find<UserdataElement>(link);
+            link = block ? block->userdata()->next_data : miNULLTAG;
+        }
+        return link == before;
+    };
+    if (before != miNULLTAG && given != miNULLTAG && !chainHasBefore()) {
         const std::string &replaced = database_.get(before)->name, &name = database_.get(given)->name;
         warning(
             placeOf(at),

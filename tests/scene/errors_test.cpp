@@ -228,10 +228,12 @@ TEST(Errors, ASecondDataBlockOfACameraIsAWarning) {
               "to keep both, write data \"a\" into the block \"b\"\n");
     EXPECT_EQ(text.find<CameraElement>("c")->camera.userdata, text.find<UserdataElement>("b")->tag);
 
-    // Replaced or taken away on purpose.
+    // Replaced or taken away on purpose, or still in the chain.
     SceneText later(two + "camera \"c\" data \"a\" data \"a\" end camera\n"
                           "incremental camera \"c\" data \"b\" end camera\n"
-                          "incremental camera \"c\" data null data \"a\" end camera\n");
+                          "incremental camera \"c\" data null data \"a\" end camera\n"
+                          "data \"chain\" \"note\" ( \"n\" 3 ) data \"b\" end data\n"
+                          "incremental camera \"c\" data \"b\" data \"chain\" end camera\n");
     EXPECT_EQ(later.errors() + later.warnings(), "");
 }
 
