@@ -59,6 +59,7 @@ Inherited Inherited::below(const scene::InstanceElement& instance) const {
     result.transparency.give(flags.transparency, overrides);
     result.gather.give(flags.finalgather, overrides);
     result.face.give(flags.face, overrides);
+    result.approximation.give(instance.approximation, overrides);
     if (!instance.materials.empty()) result.materials.give(&instance.materials, overrides);
     if (instance.lights.given) result.lights = &instance.lights;
     if (instance.shadowLights.given) result.shadowLights = &instance.shadowLights;

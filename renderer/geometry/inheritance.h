@@ -42,6 +42,7 @@ struct Inherited {
     Setting<bool> visible, trace;
     RayMode shadow, reflection, refraction, transparency, gather;
     Setting<char> face;
+    Setting<scene::Approximation> approximation;
     Setting<const std::vector<miTag>*> materials; ///< overridden: also wins over the polygons' own
     const scene::LightLinks* lights = nullptr;    ///< null: all
     const scene::LightLinks* shadowLights = nullptr;

@@ -133,6 +133,8 @@ void SceneGeometry::Implementation::buildLeaves(const miOptions& options) {
         leaf.materials = inheritedMaterials(placed, mesh, leaf.materialCount);
         leaf.lightList = lightSets.listFor(placed.inherited.lights);
         leaf.shadowSet = lightSets.shadowSetFor(placed.inherited.shadowLights);
+        const auto& approximation = placed.inherited.approximation.value;
+        leaf.approximation = approximation ? &*approximation : nullptr;
         bool singular = false;
         const Transform atEnd = inverse(placed.inherited.worldToLocalAtEnd, singular);
         if (singular) {
@@ -189,9 +191,11 @@ bool SceneGeometry::Implementation::isDisplaced(const Leaf& leaf) const {
 
 namespace {
 
-DisplacementLimits limitsOf(const scene::ObjectElement& object, const scene::OptionsElement* overrides) {
+DisplacementLimits limitsOf(const Leaf& leaf, const scene::ObjectElement& object,
+                            const scene::OptionsElement* overrides) {
     DisplacementLimits limits;
-    if (object.approximation) limits.approximation = *object.approximation;
+    if (leaf.approximation) limits.approximation = *leaf.approximation;
+    else if (object.approximation) limits.approximation = *object.approximation;
     limits.distance = object.maxDisplacement;
     if (overrides && overrides->approximation) limits.approximation = *overrides->approximation;
     if (overrides && overrides->maxDisplacement > 0.0f) limits.distance = overrides->maxDisplacement;
@@ -207,7 +211,7 @@ void SceneGeometry::Implementation::displaceLeaves(const DisplacementView& view,
         if (!isDisplaced(leaf)) continue;
         Mesh& own = displacedMeshes.emplace_back(*leaf.mesh);
         const auto* object = database.find<scene::ObjectElement>(leaf.object);
-        const DisplacementLimits limits = limitsOf(*object, overrides);
+        const DisplacementLimits limits = limitsOf(leaf, *object, overrides);
         const DisplacementOutcome outcome = displace(own, leaf, view, limits, shader);
         if (outcome.stoppedEarly) {
             messages.warningAt(

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "scene/approximation.h"
 #include "scene/element.h"
 
 #include <array>
@@ -65,6 +66,7 @@ struct InstanceElement final : Element {
     std::vector<miTag> materials; ///< one, or a list that polygon labels index
     LightLinks lights, shadowLights;
     std::vector<miTag> geometryShaders;
+    std::optional<Approximation> approximation; ///< of displaced polygons below, over what objects say
 };
 
 } // namespace orca::scene

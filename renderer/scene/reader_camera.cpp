@@ -123,6 +123,9 @@ OutputStatement Reader::readOutput(const ShaderUse& use, const Place& place) {
     }
     if (atShader()) {
         readShaderList(use, &output.shaders);
+        unsupported(Level::Warning, place, "output shader",
+                    fmt::format("{}: output shaders are not run; the picture is written as it was rendered",
+                                use.owner));
     } else {
         output.filetype = string("the output file's format");
         if (!atString()) fail(peek(), "expected the output file's name, not {}", peek().shown());
