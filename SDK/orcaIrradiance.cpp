@@ -37,11 +37,11 @@ int raysForThroughput(int rays, float throughput, const VelabaseState& vela) {
 miColor gathered(miState* state, VelabaseState& vela) {
     unsigned settingsTag = miNULLTAG;
     const auto* const settings = static_cast<const GatherSettings*>(
-        get_userdata(VELA_MAGIC, miSCENE_OBJECT, state->instance, &settingsTag, nullptr));
+        velaObjectData(state->instance, GATHER_SETTINGS_KIND, &settingsTag));
     const Unpin settingsPin(settings ? settingsTag : miNULLTAG);
 
     miColor incoming = BLACK;
-    if (settings && settings->kind == GATHER_SETTINGS_KIND) {
+    if (settings) {
         miIrrad_options options = optionsOf(*settings);
         options.finalgather_rays = raysForThroughput(settings->rays, largestChannel(vela.throughput), vela);
         vela.throughput *= 1.0f / static_cast<float>(options.finalgather_rays);

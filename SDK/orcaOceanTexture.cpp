@@ -84,10 +84,9 @@ public:
 private:
     static bool hasReference(miState* state) {
         unsigned tag = miNULLTAG;
-        const auto* const data = static_cast<const ReferenceObjectData*>(
-            get_userdata(VELA_MAGIC, miSCENE_OBJECT, state->instance, &tag, nullptr));
-        const Unpin pin(data ? tag : miNULLTAG);
-        return data && data->kind == REFERENCE_OBJECT_KIND;
+        const bool found = velaObjectData(state->instance, REFERENCE_OBJECT_KIND, &tag) != nullptr;
+        const Unpin pin(found ? tag : miNULLTAG);
+        return found;
     }
 
     miState* state_;

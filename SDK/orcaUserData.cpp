@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaUserData.h"
 
+#include "orcaConstants.h"
 #include "orcaGuards.h"
 
 namespace {
@@ -39,6 +40,18 @@ void* get_userdata(int magic, int elementType, unsigned tag, unsigned* dataTag, 
             }
         }
         link = data->next_data;
+    }
+    return nullptr;
+}
+
+void* velaObjectData(unsigned tag, miInteger kind, unsigned* dataTag) {
+    void* found = get_userdata(VELA_MAGIC, miSCENE_OBJECT, tag, dataTag, nullptr);
+    while (found) {
+        const bool hasKind = parameterBytes(found) >= static_cast<int>(2 * sizeof(miInteger));
+        if (hasKind && static_cast<const miInteger*>(found)[1] == kind) return found;
+        const miTag next = (static_cast<const miUserdata*>(found) - 1)->next_data;
+        mi_db_unpin(*dataTag);
+        found = get_userdata(VELA_MAGIC, miSCENE_USERDATA, next, dataTag, nullptr);
     }
     return nullptr;
 }

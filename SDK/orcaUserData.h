@@ -16,3 +16,8 @@
 /// `swapped` given, the byte-reversed magic is accepted too and `*swapped` says which it was.
 extern "C" ORCA_EXPORT void* get_userdata(int magic, int elementType, unsigned tag, unsigned* dataTag,
                                           int* swapped);
+
+/// Parameters of the first block on an object, or on the object that the instance `tag` places, that begins
+/// with VELA_MAGIC and `kind`; null when there is none. Blocks of other kinds may stand before it. The
+/// element found goes to `dataTag` and stays pinned.
+[[nodiscard]] void* velaObjectData(unsigned tag, miInteger kind, unsigned* dataTag);

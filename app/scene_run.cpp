@@ -7,6 +7,7 @@
 #include "overrides.h"
 #include "pass_block.h"
 #include "progress.h"
+#include "scene/phenomenon_use.h"
 
 #include <fmt/format.h>
 
@@ -136,7 +137,9 @@ bool SceneRun::render(const scene::RenderRequest& request) {
 bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,
                              scene::OptionsElement& options, int frame) {
     scene::Messages silent(scene::Level::None, nullptr); // the render says what is wrong with the buffers
-    const image::FramebufferSet buffers(camera, options, silent);
+    const auto attached =
+        scene::attachmentsTo(scene_.database(), {request.group, request.cameraInstance, request.options});
+    const image::FramebufferSet buffers(camera, options, silent, attached.outputs);
     const PictureFiles files = files_.next(buffers, frame);
     if (command_.listsOutputs) {
         OutputFiles::list(files, buffers);

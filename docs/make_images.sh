@@ -57,4 +57,5 @@ picture ocean_dusk 480x200
 strip ocean_dusk 200x83 4 timeValue 12.0 12.4 12.8 13.2
 picture layered_paint 640x300
 picture toon_map 480x270
+picture phenomena 480x200
 picture plate_composite 480x270 plateShadow reflection

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <compare>
 #include <iterator>
 #include <map>
 #include <numeric>
@@ -34,8 +35,9 @@ miVector faceOf(const std::vector<miVector>& points, const Mesh::Triangle& t) {
 template <class Body>
 void forVertexArrays(Mesh& mesh, const Body& body) {
     for (std::vector<miVector>* array :
-         {&mesh.points, &mesh.endPoints, &mesh.normals, &mesh.bumpX, &mesh.bumpY, &mesh.derivU, &mesh.derivV})
+         {&mesh.points, &mesh.normals, &mesh.bumpX, &mesh.bumpY, &mesh.derivU, &mesh.derivV})
         if (!array->empty()) body(*array, 1);
+    for (std::vector<miVector>& later : mesh.laterPoints) body(later, 1);
     if (mesh.textureSpaces > 0) body(mesh.textures, static_cast<std::size_t>(mesh.textureSpaces));
 }
 
@@ -105,16 +107,21 @@ void DisplacedMesh::findPlaces() {
     std::vector<std::uint32_t> order;
     std::copy_if(places_.begin(), places_.end(), std::back_inserter(order),
                  [&](std::uint32_t v) { return materials[v] != miNULLTAG; });
-    const auto placeOf = [&](std::uint32_t v) {
-        return std::pair(bitsOf(mesh.points[v]), mesh.deforms() ? bitsOf(mesh.endPoints[v]) : Bits{});
+    // In one place at all times.
+    const auto comparePlaces = [&](std::uint32_t a, std::uint32_t b) {
+        std::strong_ordering result = bitsOf(mesh.points[a]) <=> bitsOf(mesh.points[b]);
+        for (std::size_t i = 0; result == 0 && i < mesh.laterPoints.size(); ++i)
+            result = bitsOf(mesh.laterPoints[i][a]) <=> bitsOf(mesh.laterPoints[i][b]);
+        return result;
     };
     parallelSort(order, [&](std::uint32_t a, std::uint32_t b) {
-        return std::tuple(placeOf(a), bitsOf(mesh.normals[a]), a) <
-               std::tuple(placeOf(b), bitsOf(mesh.normals[b]), b);
+        const std::strong_ordering places = comparePlaces(a, b);
+        if (places != 0) return places < 0;
+        return std::pair(bitsOf(mesh.normals[a]), a) < std::pair(bitsOf(mesh.normals[b]), b);
     });
     for (std::size_t i = 1; i < order.size(); ++i) {
         const std::uint32_t v = order[i];
-        const bool samePlace = placeOf(order[i - 1]) == placeOf(v);
+        const bool samePlace = comparePlaces(order[i - 1], v) == 0;
         places_[v] = samePlace ? places_[order[i - 1]] : v;
         creases_[v] = samePlace && bitsOf(mesh.normals[order[i - 1]]) == bitsOf(mesh.normals[v])
                           ? creases_[order[i - 1]]
@@ -260,7 +267,7 @@ void DisplacedMesh::finish() {
     parallelFor(mesh.points.size(), perChunk, [&](std::size_t from, std::size_t to) {
         for (std::size_t v = from; v < to; ++v) {
             mesh.points[v] = mesh.points[v] + offsets[v];
-            if (mesh.deforms()) mesh.endPoints[v] = mesh.endPoints[v] + offsets[v];
+            for (std::vector<miVector>& later : mesh.laterPoints) later[v] = later[v] + offsets[v];
         }
     });
     addFaces(after);

@@ -11,15 +11,33 @@ namespace {
 /// Deeper than any scene that is not a group inside itself.
 constexpr int deepestLightGroup = 256;
 
+/// Local to world at the ends of all motion steps; empty where the way is straight or leads nowhere.
+std::vector<scene::InstanceElement::Matrix> motionPathOf(const Inherited& inherited) {
+    std::vector<scene::InstanceElement::Matrix> path;
+    if (inherited.inBetween.empty()) return path;
+    bool flatAtStart = false, flatAtEnd = false;
+    const Transform start = inverse(inherited.worldToLocal, flatAtStart);
+    const Transform end = inverse(inherited.worldToLocalAtEnd, flatAtEnd);
+    if (flatAtStart || flatAtEnd) return path;
+    const auto append = [&](const Transform& toWorld) { toWorld.store(path.emplace_back().data()); };
+    append(start);
+    for (const Transform& toWorld : inherited.inBetween) append(toWorld);
+    append(end);
+    return path;
+}
+
 } // namespace
 
-PlacedGraph::PlacedGraph(scene::Database& database, scene::Messages& messages, miTag rootGroup)
+PlacedGraph::PlacedGraph(scene::Database& database, scene::Messages& messages, miTag rootGroup,
+                         int motionSteps)
     : database_(database), messages_(messages) {
     if (!database_.find<scene::GroupElement>(rootGroup)) {
         messages_.error("GEOM", "the root of the scene is not an instance group; nothing is rendered");
         return;
     }
-    visitGroup(rootGroup, {});
+    Inherited world;
+    world.motionSteps = motionSteps;
+    visitGroup(rootGroup, world);
 }
 
 PlacedGraph::~PlacedGraph() {
@@ -76,18 +94,7 @@ scene::InstanceElement& PlacedGraph::place(scene::InstanceElement& instance, con
     scene::InstanceElement* placed = &instance;
     std::vector<miTag>& places = places_[instance.tag];
     if (!places.empty()) {
-        auto copy = std::make_unique<scene::InstanceElement>();
-        copy->instance = instance.instance;
-        copy->name = instance.name;
-        copy->place = instance.place;
-        copy->transform = instance.transform;
-        copy->motionTransform = instance.motionTransform;
-        copy->motion = instance.motion;
-        copy->overrides = instance.overrides;
-        copy->flags = instance.flags;
-        copy->materials = instance.materials;
-        copy->lights = instance.lights;
-        copy->shadowLights = instance.shadowLights;
+        auto copy = std::make_unique<scene::InstanceElement>(instance);
         placed = copy.get();
         copies_.push_back(database_.add(std::move(copy)));
     }
@@ -106,6 +113,7 @@ scene::InstanceElement& PlacedGraph::place(scene::InstanceElement& instance, con
     worldToLocal.store(record.tf.global_to_local);
     localToWorld.store(record.tf.local_to_global);
     inherited.worldToLocalAtEnd.store(record.motion_transform);
+    placed->motionPath = motionPathOf(inherited);
     record.tf.identity = worldToLocal.isIdentity();
     record.motion = inherited.moves();
     record.parent = parent;

@@ -18,7 +18,8 @@ namespace orca::geometry {
 /// taken back when the graph goes.
 class PlacedGraph {
 public:
-    PlacedGraph(scene::Database& database, scene::Messages& messages, miTag rootGroup);
+    /// `motionSteps`: equal segments of the shutter along which transforms move.
+    PlacedGraph(scene::Database& database, scene::Messages& messages, miTag rootGroup, int motionSteps);
     ~PlacedGraph();
     PlacedGraph(const PlacedGraph&) = delete;
     PlacedGraph& operator=(const PlacedGraph&) = delete;

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/inheritance.h"
 
+#include "geometry/moving_transform.h"
 #include "geometry/ray.h"
+
+#include <cstddef>
 
 namespace orca::geometry {
 
@@ -32,6 +35,7 @@ void RayMode::give(const std::optional<int>& mode, bool overrides) {
 Inherited Inherited::below(const scene::InstanceElement& instance) const {
     using Motion = scene::InstanceElement::Motion;
     Inherited result = *this;
+    if (motionSteps > 1) result.moveInSteps(instance);
     const Transform step = Transform::from(instance.transform.data());
     result.worldToLocal = worldToLocal * step;
     switch (instance.motion) {
@@ -55,10 +59,34 @@ Inherited Inherited::below(const scene::InstanceElement& instance) const {
     result.transparency.give(flags.transparency, overrides);
     result.gather.give(flags.finalgather, overrides);
     result.face.give(flags.face, overrides);
+    result.approximation.give(instance.approximation, overrides);
     if (!instance.materials.empty()) result.materials.give(&instance.materials, overrides);
     if (instance.lights.given) result.lights = &instance.lights;
     if (instance.shadowLights.given) result.shadowLights = &instance.shadowLights;
     return result;
+}
+
+/// Takes `inBetween` down to the instance; all else still speaks of what is above.
+void Inherited::moveInSteps(const scene::InstanceElement& instance) {
+    using Motion = scene::InstanceElement::Motion;
+    const bool moves = instance.motion == Motion::Given && instance.motionTransform != instance.transform;
+    if (instance.motion == Motion::Off) inBetween.clear();
+    if (instance.motion == Motion::Off || (!moves && inBetween.empty())) return;
+    bool flatAbove = false, flatAtStart = false, flatAtEnd = false;
+    const Transform above = inverse(worldToLocal, flatAbove);
+    const Transform start = inverse(Transform::from(instance.transform.data()), flatAtStart);
+    const Transform end = inverse(Transform::from(instance.motionTransform.data()), flatAtEnd);
+    // What cannot be inverted is reported, and stands still, where the ends of the way are looked at.
+    if (flatAbove || flatAtStart || (moves && flatAtEnd)) {
+        inBetween.clear();
+        return;
+    }
+    if (inBetween.empty()) inBetween.assign(static_cast<std::size_t>(motionSteps - 1), above);
+    const MovingTransform way(start, moves ? end : start);
+    for (std::size_t i = 0; i < inBetween.size(); ++i) {
+        const double part = static_cast<double>(i + 1) / motionSteps;
+        inBetween[i] = (moves ? way.at(part) : start) * inBetween[i];
+    }
 }
 
 ResolvedFlags resolve(const Inherited& inherited, const scene::ObjectElement& object, char faceOfOptions) {

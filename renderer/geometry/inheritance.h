@@ -34,18 +34,25 @@ struct RayMode {
 
 /// What a path through the scene graph hands down to the leaf at its end.
 struct Inherited {
+    int motionSteps = 1;                       ///< equal segments of the shutter along which transforms move
     Transform worldToLocal, worldToLocalAtEnd; ///< at shutter time 0 and 1
-    miTag parent = miNULLTAG;                  ///< instance above; 0 below the root
+    /// Local to world at the ends of all motion steps but the last; empty: straight, or not at all.
+    std::vector<Transform> inBetween;
+    miTag parent = miNULLTAG; ///< instance above; 0 below the root
     Setting<bool> visible, trace;
     RayMode shadow, reflection, refraction, transparency, gather;
     Setting<char> face;
+    Setting<scene::Approximation> approximation;
     Setting<const std::vector<miTag>*> materials; ///< overridden: also wins over the polygons' own
     const scene::LightLinks* lights = nullptr;    ///< null: all
     const scene::LightLinks* shadowLights = nullptr;
 
     /// Below one more instance.
     [[nodiscard]] Inherited below(const scene::InstanceElement& instance) const;
-    [[nodiscard]] bool moves() const { return !(worldToLocal == worldToLocalAtEnd); }
+    [[nodiscard]] bool moves() const { return !(worldToLocal == worldToLocalAtEnd) || !inBetween.empty(); }
+
+private:
+    void moveInSteps(const scene::InstanceElement& instance);
 };
 
 /// Flags of a leaf after inheritance.

@@ -2,10 +2,13 @@
 #pragma once
 
 #include "geometry/ray.h"
+#include "scene/approximation.h"
 
 #include <shader.h>
 
+#include <array>
 #include <cstdint>
+#include <span>
 
 namespace orca::geometry {
 
@@ -30,7 +33,11 @@ struct Leaf {
     std::uint32_t materialCount;        ///< at least 1
     const miTag* materials;             ///< inherited, none of them 0; polygon labels index them
     std::uint32_t lightList, shadowSet; ///< numbers of the light sets
-    miMatrix localToGlobalAtEnd;        ///< of the whole path, at the end of the unit shutter
+    const scene::Approximation*
+        approximation;           ///< of displaced polygons, as instances say; null: the object's
+    miMatrix localToGlobalAtEnd; ///< of the whole path, at the end of the unit shutter
+    /// The same at the ends of equal motion steps, the start included; empty: blended from start to end.
+    std::span<const std::array<float, 16>> motionPath;
 };
 
 } // namespace orca::geometry

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/mesh.h"
 
+#include "geometry/motion_segments.h"
 #include "geometry/parallel_for.h"
 #include "geometry/triangulate.h"
 #include "geometry/vectors.h"
@@ -45,16 +46,16 @@ constexpr std::size_t verticesPerChunk = 4096;
 /// What the parts of an object (groups, triangle lists) have in common decides which vertex arrays the mesh
 /// has.
 struct Parts {
-    bool normals = false, motions = false, bumps = false, derivatives = false, tagged = false,
-         materials = false;
+    bool normals = false, bumps = false, derivatives = false, tagged = false, materials = false;
     std::size_t textureSpaces = 0;
+    MotionSegments motion;
 };
 
 Parts partsOf(const scene::ObjectElement& object) {
     Parts parts;
     for (const auto& group : object.groups) {
         parts.normals |= !group.normal.empty();
-        parts.motions |= !group.motions.empty() && !group.motions[0].empty();
+        parts.motion.add(group);
         parts.derivatives |= !group.derivU.empty() && !group.derivV.empty();
         parts.bumps |= !group.textures.empty() && !group.textures[0].bumpX.empty();
         parts.textureSpaces = std::max(parts.textureSpaces, group.textures.size());
@@ -65,7 +66,7 @@ Parts partsOf(const scene::ObjectElement& object) {
     }
     for (const auto& list : object.triangleLists) {
         parts.normals |= list.layout.normal >= 0;
-        parts.motions |= list.layout.motion >= 0 && list.layout.motionCount > 0;
+        parts.motion.add(list);
         parts.derivatives |= list.layout.derivatives >= 0;
         parts.bumps |= list.layout.bump >= 0 && list.layout.bumpCount > 0;
         parts.textureSpaces = std::max(parts.textureSpaces, list.layout.texture.size());
@@ -78,6 +79,7 @@ class MeshBuilder {
 public:
     MeshBuilder(const scene::ObjectElement& object) : parts_(partsOf(object)) {
         mesh_.textureSpaces = static_cast<int>(parts_.textureSpaces);
+        mesh_.laterPoints.resize(static_cast<std::size_t>(parts_.motion.common()));
     }
 
     void add(const scene::PolygonGroup& group) {
@@ -110,11 +112,16 @@ public:
     }
 
     [[nodiscard]] const Faults& faults() const { return faults_; }
+    [[nodiscard]] const MotionSegments& motion() const { return parts_.motion; }
     [[nodiscard]] Mesh finish() {
-        // Motions were collected as displacements; a mesh that only stands still is not worth two copies.
-        if (std::all_of(mesh_.endPoints.begin(), mesh_.endPoints.end(), isNull)) mesh_.endPoints.clear();
-        for (std::size_t i = 0; i < mesh_.endPoints.size(); ++i)
-            mesh_.endPoints[i] = mesh_.points[i] + mesh_.endPoints[i];
+        // Motions were collected as displacements; a mesh that only stands still is not worth more copies.
+        const auto isStill = [](const std::vector<miVector>& displacements) {
+            return std::all_of(displacements.begin(), displacements.end(), isNull);
+        };
+        if (std::all_of(mesh_.laterPoints.begin(), mesh_.laterPoints.end(), isStill))
+            mesh_.laterPoints.clear();
+        for (std::vector<miVector>& later : mesh_.laterPoints)
+            for (std::size_t i = 0; i < later.size(); ++i) later[i] = mesh_.points[i] + later[i];
         return std::move(mesh_);
     }
 
@@ -123,7 +130,7 @@ private:
         const std::size_t base = mesh_.points.size(), all = base + count;
         growTo(mesh_.points, all);
         if (parts_.normals) growTo(mesh_.normals, all);
-        if (parts_.motions) growTo(mesh_.endPoints, all);
+        for (std::vector<miVector>& later : mesh_.laterPoints) growTo(later, all);
         if (parts_.derivatives) {
             growTo(mesh_.derivU, all);
             growTo(mesh_.derivV, all);
@@ -147,7 +154,11 @@ private:
             fetch(group.normal, mesh_.normals[to]);
             mesh_.normals[to] = normalized(mesh_.normals[to]);
         }
-        if (!group.motions.empty() && parts_.motions) fetch(group.motions[0], mesh_.endPoints[to]);
+        moveVertex(to, MotionSegments::of(group, i), [&](std::size_t segment) {
+            miVector motion{};
+            fetch(group.motions[segment], motion);
+            return motion;
+        });
         if (!group.derivU.empty() && !group.derivV.empty()) {
             fetch(group.derivU, mesh_.derivU[to]);
             fetch(group.derivV, mesh_.derivV[to]);
@@ -174,7 +185,11 @@ private:
             fetch(layout.normal, 3, mesh_.normals[to]);
             mesh_.normals[to] = normalized(mesh_.normals[to]);
         }
-        if (layout.motionCount > 0) fetch(layout.motion, 3, mesh_.endPoints[to]);
+        moveVertex(to, static_cast<std::size_t>(layout.motionCount), [&](std::size_t segment) {
+            miVector motion{};
+            fetch(layout.motion + 3 * static_cast<int>(segment), 3, motion);
+            return motion;
+        });
         if (layout.derivatives >= 0) {
             fetch(layout.derivatives, 3, mesh_.derivU[to]);
             fetch(layout.derivatives + 3, 3, mesh_.derivV[to]);
@@ -185,6 +200,24 @@ private:
         if (layout.bump >= 0 && layout.bumpCount > 0) {
             fetch(layout.bump, 3, mesh_.bumpX[to]);
             fetch(layout.bump + 3, 3, mesh_.bumpY[to]);
+        }
+    }
+
+    /// Notes a vertex's displacements from the start of the shutter, from those along its own segments.
+    template <class MotionOf>
+    void moveVertex(std::size_t vertex, std::size_t segments, const MotionOf& motionOf) {
+        const std::size_t all = mesh_.laterPoints.size();
+        if (segments == 0 || all == 0) return;
+        miVector whole{0, 0, 0}; // along the segments that have ended
+        std::size_t ended = 0;
+        for (std::size_t i = 1; i <= all; ++i) {
+            for (; ended < i * segments / all; ++ended) whole = whole + motionOf(ended);
+            const std::size_t rest = i * segments % all;
+            miVector& displacement = mesh_.laterPoints[i - 1][vertex];
+            displacement = whole;
+            if (rest == 0) continue;
+            displacement =
+                displacement + static_cast<float>(rest) / static_cast<float>(all) * motionOf(ended);
         }
     }
 
@@ -300,13 +333,14 @@ Mesh buildMesh(const scene::ObjectElement& object, scene::Messages& messages) {
             "object \"{}\": {} polygons cross themselves or have holes that reach outside; they may be "
             "filled wrongly",
             object.name, faults.notSimple);
-    const bool moreSegments = std::any_of(object.groups.begin(), object.groups.end(),
-                                          [](const auto& group) { return group.motions.size() > 1; });
-    if (moreSegments)
+    if (!builder.motion().followsAll())
         messages.warningAt(
             object.place, "GEOM",
-            "object \"{}\" has several motion vectors per vertex; the first is used for the whole shutter",
-            object.name);
+            "object \"{}\" has vertices with {} motion vectors, whose steps only meet in more than {}; its "
+            "way "
+            "is followed in {} steps and cuts corners (give all vertices the same number, at most {})",
+            object.name, builder.motion().counts(), scene::motionStepsAtMost, scene::motionStepsAtMost,
+            scene::motionStepsAtMost);
     return builder.finish();
 }
 
@@ -317,7 +351,7 @@ void placeInWorld(Mesh& mesh, const miScalar* localToGlobal, const miScalar* glo
         });
     };
     place(mesh.points);
-    place(mesh.endPoints);
+    for (std::vector<miVector>& later : mesh.laterPoints) place(later);
     for (miVector& normal : mesh.normals) normal = transformNormal(normal, globalToLocal);
 }
 

@@ -19,8 +19,9 @@ struct Mesh {
     using Triangle = std::array<std::uint32_t, 3>;
 
     std::vector<miVector> points;
-    std::vector<miVector> endPoints; ///< at the end of the unit shutter; empty: does not deform
-    std::vector<miVector> normals;   ///< a null vector stands for the geometric normal
+    /// Points at the ends of equal segments of the unit shutter, the last at its end; empty: does not deform.
+    std::vector<std::vector<miVector>> laterPoints;
+    std::vector<miVector> normals; ///< a null vector stands for the geometric normal
     int textureSpaces = 0;
     std::vector<miVector> textures;     ///< vertex * textureSpaces + space
     std::vector<miVector> bumpX, bumpY; ///< of the first texture space
@@ -30,14 +31,14 @@ struct Mesh {
     std::vector<miTag> materials;     ///< per triangle, 0 for the inherited one; empty: all inherited
     std::vector<std::int32_t> labels; ///< per triangle, index into the inherited materials; empty: untagged
 
-    [[nodiscard]] bool deforms() const { return !endPoints.empty(); }
+    [[nodiscard]] bool deforms() const { return !laterPoints.empty(); }
 };
 
 /// Cuts the object's polygons into triangles, in parallel. Faulty polygons and triangles are left out, with
 /// one message per object and kind of fault.
 [[nodiscard]] Mesh buildMesh(const scene::ObjectElement& object, scene::Messages& messages);
 
-/// Takes points, end points and normals to world space, for a mesh that stands in one place only.
+/// Takes points, later points and normals to world space, for a mesh that stands in one place only.
 void placeInWorld(Mesh& mesh, const miScalar* localToGlobal, const miScalar* globalToLocal);
 
 } // namespace orca::geometry

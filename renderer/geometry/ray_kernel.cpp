@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/ray_kernel.h"
 
+#include "geometry/flat_times.h"
 #include "geometry/vectors.h"
 
 #include <embree3/rtcore.h>
@@ -72,6 +73,7 @@ struct RayKernel::Implementation {
     RTCScene top = nullptr;
     std::vector<RTCScene> instanced;
     bool traceMotion = false;
+    FlatTimes flatTimes;
     const Leaf* leaves = nullptr;
 
     [[nodiscard]] RTCScene newScene() const {
@@ -88,14 +90,17 @@ struct RayKernel::Implementation {
     [[nodiscard]] RTCGeometry newTriangles(const Mesh& mesh) const {
         const RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
         const bool deforms = traceMotion && mesh.deforms();
-        if (deforms) rtcSetGeometryTimeStepCount(geometry, 2);
+        if (deforms)
+            rtcSetGeometryTimeStepCount(geometry, static_cast<unsigned int>(1 + mesh.laterPoints.size()));
         rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3,
                                    mesh.triangles.data(), 0, sizeof(Mesh::Triangle), mesh.triangles.size());
         rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, mesh.points.data(),
                                    0, sizeof(miVector), mesh.points.size());
-        if (deforms)
-            rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 1, RTC_FORMAT_FLOAT3,
-                                       mesh.endPoints.data(), 0, sizeof(miVector), mesh.endPoints.size());
+        for (unsigned int i = 0; deforms && i < mesh.laterPoints.size(); ++i) {
+            const std::vector<miVector>& points = mesh.laterPoints[i];
+            rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 1 + i, RTC_FORMAT_FLOAT3,
+                                       points.data(), 0, sizeof(miVector), points.size());
+        }
         return geometry;
     }
 
@@ -124,12 +129,30 @@ struct RayKernel::Implementation {
         rtcSetGeometryInstancedScene(geometry, scene);
         // A row-major matrix for row vectors lies in memory as a column-major one for column vectors.
         const bool moves = traceMotion && leaf.transformMoves;
+        const auto setTransform = [&](unsigned int step, const float* matrix) {
+            rtcSetGeometryTransform(geometry, step, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR, matrix);
+        };
+        if (moves && !leaf.motionPath.empty()) {
+            const auto steps = static_cast<unsigned int>(leaf.motionPath.size());
+            rtcSetGeometryTimeStepCount(geometry, steps);
+            for (unsigned int i = 0; i < steps; ++i) setTransform(i, leaf.motionPath[i].data());
+            return geometry;
+        }
         rtcSetGeometryTimeStepCount(geometry, moves ? 2 : 1);
-        rtcSetGeometryTransform(geometry, 0, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR,
-                                leaf.instanceRecord->tf.local_to_global);
-        if (moves)
-            rtcSetGeometryTransform(geometry, 1, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR, leaf.localToGlobalAtEnd);
+        setTransform(0, leaf.instanceRecord->tf.local_to_global);
+        if (moves) setTransform(1, leaf.localToGlobalAtEnd);
         return geometry;
+    }
+
+    void findFlatTimes(const Leaf& leaf) {
+        if (leaf.motionPath.empty())
+            flatTimes.add(leaf.instanceRecord->tf.local_to_global, leaf.localToGlobalAtEnd, 0.0f, 1.0f);
+        const auto timeOfStep = [&](std::size_t i) {
+            return static_cast<float>(i) / static_cast<float>(leaf.motionPath.size() - 1);
+        };
+        for (std::size_t i = 1; i < leaf.motionPath.size(); ++i)
+            flatTimes.add(leaf.motionPath[i - 1].data(), leaf.motionPath[i].data(), timeOfStep(i - 1),
+                          timeOfStep(i));
     }
 };
 
@@ -163,6 +186,7 @@ RayKernel::RayKernel(std::span<const Leaf> leaves, bool traceMotion, scene::Mess
             RTCScene& scene = scenes[leaf.mesh];
             if (!scene) scene = kernel.sceneOf(*leaf.mesh, hidesFaces);
             geometry = kernel.newInstance(scene, leaf);
+            if (traceMotion && leaf.transformMoves) kernel.findFlatTimes(leaf);
         }
         rtcSetGeometryMask(geometry, leaf.visibleTo);
         rtcCommitGeometry(geometry);
@@ -170,6 +194,7 @@ RayKernel::RayKernel(std::span<const Leaf> leaves, bool traceMotion, scene::Mess
         rtcReleaseGeometry(geometry);
     }
     rtcCommitScene(kernel.top);
+    kernel.flatTimes.sort();
 }
 
 RayKernel::~RayKernel() {
@@ -188,7 +213,7 @@ namespace {
            std::abs(place) <= std::numeric_limits<float>::max();
 }
 
-void setRay(RTCRay& to, const Ray& ray, bool traceMotion) {
+void setRay(RTCRay& to, const Ray& ray, float time) {
     to.org_x = ray.origin.x;
     to.org_y = ray.origin.y;
     to.org_z = ray.origin.z;
@@ -196,7 +221,7 @@ void setRay(RTCRay& to, const Ray& ray, bool traceMotion) {
     to.dir_x = ray.direction.x;
     to.dir_y = ray.direction.y;
     to.dir_z = ray.direction.z;
-    to.time = traceMotion ? shutterTime(ray.time) : 0.0f;
+    to.time = time;
     to.tfar = ray.farDistance;
     to.mask = 1u << static_cast<unsigned>(ray.rayClass);
     to.id = 0;
@@ -211,7 +236,7 @@ bool RayKernel::intersect(const Ray& ray, Hit& hit) const {
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
     RTCRayHit query;
-    setRay(query.ray, ray, kernel.traceMotion);
+    setRay(query.ray, ray, timeOf(ray));
     // A hit on the triangle to skip starts the ray again just beyond: that happens to few rays, while a
     // filter would slow them all.
     for (;;) {
@@ -234,7 +259,7 @@ bool RayKernel::occluded(const Ray& ray) const {
     const Implementation& kernel = *implementation_;
     if (!kernel.top || !canBeTraced(ray)) return false;
     RTCRay query;
-    setRay(query, ray, kernel.traceMotion);
+    setRay(query, ray, timeOf(ray));
     if (ray.skipLeaf == nothing) {
         RTCIntersectContext context;
         rtcInitIntersectContext(&context);
@@ -248,6 +273,11 @@ bool RayKernel::occluded(const Ray& ray) const {
         rtcOccluded1(kernel.top, &skipping.context, &query);
     }
     return query.tfar < 0.0f; // minus infinity when something was met
+}
+
+float RayKernel::timeOf(const Ray& ray) const {
+    const Implementation& kernel = *implementation_;
+    return kernel.traceMotion ? kernel.flatTimes.avoidedBy(shutterTime(ray.time)) : 0.0f;
 }
 
 void RayKernel::bounds(miVector& lower, miVector& upper) const {

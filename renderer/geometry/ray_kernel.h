@@ -25,6 +25,8 @@ public:
 
     bool intersect(const Ray& ray, Hit& hit) const;
     [[nodiscard]] bool occluded(const Ray& ray) const;
+    /// When a ray of that time sees things: within the shutter, and never while one of them is flat.
+    [[nodiscard]] float timeOf(const Ray& ray) const;
     /// Over the whole shutter; both at the origin when there is nothing.
     void bounds(miVector& lower, miVector& upper) const;
 

@@ -20,10 +20,11 @@
 namespace orca::geometry {
 
 struct SceneGeometry::Implementation {
-    Implementation(scene::Database& sceneDatabase, scene::Messages& sceneMessages, miTag rootGroup)
+    Implementation(scene::Database& sceneDatabase, scene::Messages& sceneMessages, miTag rootGroup,
+                   int motionSteps)
         : database(sceneDatabase),
           messages(sceneMessages),
-          graph(sceneDatabase, sceneMessages, rootGroup),
+          graph(sceneDatabase, sceneMessages, rootGroup, motionSteps),
           lightSets(graph) {
         auto material = std::make_unique<scene::MaterialElement>();
         material->name = "default material";
@@ -132,6 +133,8 @@ void SceneGeometry::Implementation::buildLeaves(const miOptions& options) {
         leaf.materials = inheritedMaterials(placed, mesh, leaf.materialCount);
         leaf.lightList = lightSets.listFor(placed.inherited.lights);
         leaf.shadowSet = lightSets.shadowSetFor(placed.inherited.shadowLights);
+        const auto& approximation = placed.inherited.approximation.value;
+        leaf.approximation = approximation ? &*approximation : nullptr;
         bool singular = false;
         const Transform atEnd = inverse(placed.inherited.worldToLocalAtEnd, singular);
         if (singular) {
@@ -143,6 +146,7 @@ void SceneGeometry::Implementation::buildLeaves(const miOptions& options) {
             std::memcpy(leaf.localToGlobalAtEnd, record.tf.local_to_global, sizeof(miMatrix));
         } else {
             atEnd.store(leaf.localToGlobalAtEnd);
+            leaf.motionPath = placed.instance->motionPath;
         }
 
         record.material = leaf.materials[0];
@@ -187,9 +191,11 @@ bool SceneGeometry::Implementation::isDisplaced(const Leaf& leaf) const {
 
 namespace {
 
-DisplacementLimits limitsOf(const scene::ObjectElement& object, const scene::OptionsElement* overrides) {
+DisplacementLimits limitsOf(const Leaf& leaf, const scene::ObjectElement& object,
+                            const scene::OptionsElement* overrides) {
     DisplacementLimits limits;
-    if (object.approximation) limits.approximation = *object.approximation;
+    if (leaf.approximation) limits.approximation = *leaf.approximation;
+    else if (object.approximation) limits.approximation = *object.approximation;
     limits.distance = object.maxDisplacement;
     if (overrides && overrides->approximation) limits.approximation = *overrides->approximation;
     if (overrides && overrides->maxDisplacement > 0.0f) limits.distance = overrides->maxDisplacement;
@@ -205,7 +211,7 @@ void SceneGeometry::Implementation::displaceLeaves(const DisplacementView& view,
         if (!isDisplaced(leaf)) continue;
         Mesh& own = displacedMeshes.emplace_back(*leaf.mesh);
         const auto* object = database.find<scene::ObjectElement>(leaf.object);
-        const DisplacementLimits limits = limitsOf(*object, overrides);
+        const DisplacementLimits limits = limitsOf(leaf, *object, overrides);
         const DisplacementOutcome outcome = displace(own, leaf, view, limits, shader);
         if (outcome.stoppedEarly) {
             messages.warningAt(
@@ -228,9 +234,20 @@ void SceneGeometry::Implementation::buildKernel() {
     kernel->bounds(lower, upper);
 }
 
+namespace {
+
+/// Steps are for rays that see things move; without them the ends of the shutter tell all.
+int motionStepsOf(const miOptions& options) {
+    return options.motion ? std::clamp(static_cast<int>(options.motion_steps), 1, scene::motionStepsAtMost)
+                          : 1;
+}
+
+} // namespace
+
 SceneGeometry::SceneGeometry(scene::Database& database, scene::Messages& messages, miTag rootGroup,
                              const miOptions& options, int threads, Displacement displacement)
-    : implementation_(std::make_unique<Implementation>(database, messages, rootGroup)) {
+    : implementation_(
+          std::make_unique<Implementation>(database, messages, rootGroup, motionStepsOf(options))) {
     Implementation& all = *implementation_;
     all.traceMotion = options.motion != 0;
     all.displacementToCome = displacement == Displacement::StillToCome && !options.no_displace;
@@ -265,8 +282,7 @@ bool SceneGeometry::occluded(const Ray& ray) const {
 
 void SceneGeometry::surfaceAt(const Ray& ray, const Hit& hit, SurfacePoint& point,
                               miVector* textureCoordinates) const {
-    interpolateSurface(implementation_->leaves[hit.leaf], hit,
-                       implementation_->traceMotion ? shutterTime(ray.time) : 0.0f, point,
+    interpolateSurface(implementation_->leaves[hit.leaf], hit, implementation_->kernel->timeOf(ray), point,
                        textureCoordinates);
 }
 

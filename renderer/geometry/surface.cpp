@@ -2,6 +2,7 @@
 #include "geometry/surface.h"
 
 #include "geometry/mesh.h"
+#include "geometry/shutter.h"
 #include "geometry/vectors.h"
 
 #include <algorithm>
@@ -18,10 +19,14 @@ struct Corners {
 };
 
 Corners cornersAt(const Mesh& mesh, const Mesh::Triangle& triangle, float time) {
-    const auto at = [&](std::uint32_t vertex) {
-        const miVector& start = mesh.points[vertex];
-        if (!mesh.deforms() || time == 0.0f) return start;
-        return (1.0f - time) * start + time * mesh.endPoints[vertex]; // as the ray-tracing kernel blends
+    const std::vector<miVector>& points = mesh.points;
+    if (!mesh.deforms() || time == 0.0f)
+        return {points[triangle[0]], points[triangle[1]], points[triangle[2]]};
+    const ShutterSegment segment = ShutterSegment::at(time, mesh.laterPoints.size());
+    const std::vector<miVector>& before = segment.index == 0 ? points : mesh.laterPoints[segment.index - 1];
+    const std::vector<miVector>& after = mesh.laterPoints[segment.index];
+    const auto at = [&](std::uint32_t vertex) { // as the ray-tracing kernel blends
+        return (1.0f - segment.part) * before[vertex] + segment.part * after[vertex];
     };
     return {at(triangle[0]), at(triangle[1]), at(triangle[2])};
 }
@@ -45,9 +50,12 @@ public:
     Placement(const Leaf& leaf, float time) : leaf_(leaf) {
         if (leaf.placedInWorld || !leaf.transformMoves || time == 0.0f) return;
         moved_ = true;
-        const miScalar* const start = leaf.instanceRecord->tf.local_to_global;
-        for (std::size_t i = 0; i < 16; ++i)
-            matrix_[i] = (1.0f - time) * start[i] + time * leaf.localToGlobalAtEnd[i];
+        if (leaf.motionPath.empty()) {
+            blend(leaf.instanceRecord->tf.local_to_global, leaf.localToGlobalAtEnd, time);
+            return;
+        }
+        const auto [index, part] = ShutterSegment::at(time, leaf.motionPath.size() - 1);
+        blend(leaf.motionPath[index].data(), leaf.motionPath[index + 1].data(), part);
     }
     [[nodiscard]] miVector point(const miVector& p) const {
         return leaf_.placedInWorld ? p : transformPoint(p, matrix());
@@ -69,6 +77,9 @@ public:
     }
 
 private:
+    void blend(const miScalar* before, const miScalar* after, float part) {
+        for (std::size_t i = 0; i < 16; ++i) matrix_[i] = (1.0f - part) * before[i] + part * after[i];
+    }
     [[nodiscard]] const miScalar* matrix() const {
         return moved_ ? matrix_ : leaf_.instanceRecord->tf.local_to_global;
     }
@@ -77,17 +88,21 @@ private:
     miMatrix matrix_;
 };
 
-/// World positions of a surface point at both ends of the unit shutter, subtracted.
-miVector motionOf(const Leaf& leaf, const Mesh::Triangle& triangle, const Hit& hit) {
+/// World positions of a surface point at both ends of the unit shutter.
+struct Way {
+    miVector opening, closing;
+};
+
+Way wayOf(const Leaf& leaf, const Mesh::Triangle& triangle, const Hit& hit) {
     const Mesh& mesh = *leaf.mesh;
     const miTransform& place = leaf.instanceRecord->tf;
     const miVector start = interpolateVertices(mesh.points, triangle, hit);
-    const miVector end = mesh.deforms() ? interpolateVertices(mesh.endPoints, triangle, hit) : start;
+    const miVector end = mesh.deforms() ? interpolateVertices(mesh.laterPoints.back(), triangle, hit) : start;
     if (leaf.placedInWorld) {
-        if (!leaf.transformMoves) return end - start;
-        return transformPoint(transformPoint(end, place.global_to_local), leaf.localToGlobalAtEnd) - start;
+        if (!leaf.transformMoves) return {start, end};
+        return {start, transformPoint(transformPoint(end, place.global_to_local), leaf.localToGlobalAtEnd)};
     }
-    return transformPoint(end, leaf.localToGlobalAtEnd) - transformPoint(start, place.local_to_global);
+    return {transformPoint(start, place.local_to_global), transformPoint(end, leaf.localToGlobalAtEnd)};
 }
 
 /// dP/du and dP/dv of a triangle from its edges and texture coordinates; false where the coordinates span no
@@ -138,7 +153,9 @@ void interpolateSurface(const Leaf& leaf, const Hit& hit, float time, SurfacePoi
     point.label = leaf.label;
     point.primitive = const_cast<Mesh::Triangle*>(&triangle);
     point.moves = leaf.transformMoves || mesh.deforms();
-    point.motion = point.moves ? motionOf(leaf, triangle, hit) : miVector{0, 0, 0};
+    const auto [opening, closing] = point.moves ? wayOf(leaf, triangle, hit) : Way{point.point, point.point};
+    point.opening = opening;
+    point.motion = point.moves ? closing - opening : miVector{0, 0, 0};
 
     const auto spaces = static_cast<std::size_t>(mesh.textureSpaces);
     point.textureSpaces = mesh.textureSpaces;

@@ -13,8 +13,9 @@ struct SurfacePoint {
     float bary[4];
     miTag material; ///< after inheritance; never 0 (a default material stands in)
     miUint label;
-    void* primitive; ///< identifies the triangle
-    miVector motion; ///< displacement over the unit shutter; null without motion
+    void* primitive;  ///< identifies the triangle
+    miVector opening; ///< where the point is at the start of the unit shutter
+    miVector motion;  ///< displacement over the unit shutter; null without motion
     bool moves;
     int textureSpaces; ///< entries written to the caller's texture coordinates
     bool hasDerivatives;

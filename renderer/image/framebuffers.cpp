@@ -56,7 +56,8 @@ FramebufferSet::FramebufferSet(scene::Messages& messages) : editable_(true), mes
 }
 
 FramebufferSet::FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options,
-                               scene::Messages& messages)
+                               scene::Messages& messages,
+                               std::span<const scene::OutputStatement> furtherOutputs)
     : messages_(messages) {
     reset();
     std::vector<std::string> mayBePrimary;
@@ -67,6 +68,7 @@ FramebufferSet::FramebufferSet(const scene::CameraElement& camera, const scene::
     for (const scene::NumberedFramebuffer& statement : options.framebuffers) addNumbered(statement);
     choosePrimary(mayBePrimary);
     for (const scene::OutputStatement& statement : camera.outputs) addOutput(statement);
+    for (const scene::OutputStatement& statement : furtherOutputs) addOutput(statement);
     placeInSample();
 }
 

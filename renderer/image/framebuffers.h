@@ -6,6 +6,7 @@
 
 #include <shader.h>
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -44,11 +45,12 @@ struct Buffer {
 /// write to "not found" does no harm; named buffers follow from 1 in statement order.
 class FramebufferSet final : public mi::shader_v3::Framebuffer {
 public:
-    /// From the camera's framebuffer statements, old-style buffers of the options and output statements; when
+    /// From the camera's framebuffer statements, old-style buffers of the options and output statements, the
+    /// camera's and further ones; when
     /// none is primary, the first colour buffer that is no user buffer is, else a hidden one is added.
     /// Unsupported data types are errors that name the statement; such a buffer does not exist.
     FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options,
-                   scene::Messages& messages);
+                   scene::Messages& messages, std::span<const scene::OutputStatement> furtherOutputs = {});
     /// An empty collection that shaders may fill: setting "datatype" of a new name adds a buffer.
     explicit FramebufferSet(scene::Messages& messages);
 

@@ -40,6 +40,7 @@ public:
         bool clockwise = false; ///< horizontal angles count the other way round
         std::vector<float> vertical, horizontal;
         std::vector<float> candela;
+        std::string tiltFile; ///< named by TILT=; beside the table's own file. Empty: none
     };
     explicit LightProfile(Table table);
 
@@ -61,6 +62,9 @@ private:
 
 /// Reads IES LM-63 of 1986, 1991, 1995 or 2002. Throws LightProfileError.
 [[nodiscard]] LightProfile::Table readIes(const std::string& text);
+/// Reads the text of a file that TILT= names: how the lamp's output depends on its tilt. Throws
+/// LightProfileError. Nothing tilts lamps here, so the factors are not kept.
+void checkIesTilt(const std::string& text);
 /// Reads EULUMDAT. Throws LightProfileError.
 [[nodiscard]] LightProfile::Table readEulumdat(const std::string& text);
 

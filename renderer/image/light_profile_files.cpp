@@ -111,18 +111,29 @@ Symmetry symmetryOf(const std::vector<float>& horizontal) {
     return Symmetry::None;
 }
 
-void skipIesTilt(Lines& lines, std::string_view tilt) {
-    if (tilt == "NONE") return;
-    if (tilt != "INCLUDE")
-        lines.fail(
-            fmt::format("TILT={} names another file, which is not read; expected NONE or INCLUDE", tilt));
-    // How the lamp's output depends on its tilt: nothing tilts it here.
-    lines.number("the lamp's position");
+/// How the lamp's output depends on its tilt: nothing tilts it here.
+void skipIesTilt(Lines& lines) {
+    const int position = lines.count(lines.number("the lamp's position"), "the lamp's position");
+    if (position > 3)
+        lines.fail(fmt::format("the lamp's position is 1 (vertical), 2 or 3 (horizontal), not {}", position));
     const int pairs = lines.count(lines.number("the number of tilt angles"), "the number of tilt angles", 0);
-    numbers(lines, 2 * pairs, "a tilt angle or its factor");
+    demandIncreasing(lines, numbers(lines, pairs, "a tilt angle"), "tilt angles");
+    for (const float factor : numbers(lines, pairs, "the factor of a tilt angle"))
+        if (factor < 0.0f) lines.fail(fmt::format("the factor of a tilt angle cannot be {}", factor));
+}
+
+std::string_view trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
 } // namespace
+
+void checkIesTilt(const std::string& text) {
+    Lines lines(text);
+    skipIesTilt(lines);
+}
 
 LightProfile::Table readIes(const std::string& text) {
     Lines lines(text);
@@ -134,7 +145,12 @@ LightProfile::Table readIes(const std::string& text) {
             line.remove_prefix(start);
     } while (line.substr(0, tiltKey.size()) != tiltKey);
     line.remove_prefix(tiltKey.size());
-    skipIesTilt(lines, line.substr(0, std::min(line.find_first_of(" \t"), line.size())));
+    const std::string_view tilt = trimmed(line);
+    if (tilt.empty()) lines.fail("expected NONE, INCLUDE or a file's name after TILT=");
+    LightProfile::Table table;
+    const std::string_view word = tilt.substr(0, tilt.find_first_of(" \t"));
+    if (word == "INCLUDE") skipIesTilt(lines);
+    else if (word != "NONE") table.tiltFile = tilt;
 
     lines.number("the number of lamps");
     lines.number("the lumens of a lamp");
@@ -149,7 +165,6 @@ LightProfile::Table readIes(const std::string& text) {
                              "the ballast factor", "the second ballast factor", "the input watts"})
         lines.number(what);
 
-    LightProfile::Table table;
     table.axes = type == 1   ? LightProfile::Axes::C
                  : type == 2 ? LightProfile::Axes::B
                              : LightProfile::Axes::A;

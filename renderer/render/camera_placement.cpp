@@ -1,19 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/camera_placement.h"
 
+#include "geometry/shutter.h"
+
 #include <cmath>
 
 namespace orca::render {
 
-namespace {
-
-miVector along(const miVector& point, const miVector& motion, float part) {
-    return {point.x + part * motion.x, point.y + part * motion.y, point.z + part * motion.z};
-}
-
-} // namespace
-
-CameraPlacement::CameraPlacement(const miInstance& instance) : moves_(instance.motion) {
+CameraPlacement::CameraPlacement(const scene::InstanceElement& element)
+    : steps_(element.motionPath), moves_(element.instance.motion) {
+    const miInstance& instance = element.instance;
     mi_matrix_copy(start_.toWorld, instance.tf.local_to_global);
     mi_matrix_copy(start_.fromWorld, instance.tf.global_to_local);
     end_ = start_;
@@ -22,20 +18,27 @@ CameraPlacement::CameraPlacement(const miInstance& instance) : moves_(instance.m
     // A camera that is flattened at the end of the shutter cannot be said to go anywhere.
     if (mi_matrix_invert(end_.toWorld, end_.fromWorld)) return;
     end_ = start_;
+    steps_.clear();
     moves_ = false;
 }
 
 void CameraPlacement::at(float time, CameraSpace& space) const {
-    for (int i = 0; i < 16; ++i) space.toWorld[i] = std::lerp(start_.toWorld[i], end_.toWorld[i], time);
+    const miScalar *before = start_.toWorld, *after = end_.toWorld;
+    if (!steps_.empty()) {
+        const auto [index, part] = geometry::ShutterSegment::at(time, steps_.size() - 1);
+        before = steps_[index].data();
+        after = steps_[index + 1].data();
+        time = part;
+    }
+    for (int i = 0; i < 16; ++i) space.toWorld[i] = std::lerp(before[i], after[i], time);
     if (!mi_matrix_invert(space.fromWorld, space.toWorld)) space = start_; // halfway through half a turn
 }
 
-miVector CameraPlacement::apparentMotion(const miVector& point, const miVector& motion, float time,
+miVector CameraPlacement::apparentMotion(const miVector& opening, const miVector& closing,
                                          const CameraSpace& now) const {
-    const miVector first = along(point, motion, -time), last = along(point, motion, 1.0f - time);
     miVector seenFirst, seenLast, seen, result;
-    mi_point_transform(&seenFirst, &first, start_.fromWorld);
-    mi_point_transform(&seenLast, &last, end_.fromWorld);
+    mi_point_transform(&seenFirst, &opening, start_.fromWorld);
+    mi_point_transform(&seenLast, &closing, end_.fromWorld);
     mi_vector_sub(&seen, &seenLast, &seenFirst);
     mi_vector_transform(&result, &seen, now.toWorld);
     return result;

@@ -26,6 +26,10 @@ miColor higher(const miColor& a, const miColor& b) {
     return {std::max(a.r, b.r), std::max(a.g, b.g), std::max(a.b, b.b), std::max(a.a, b.a)};
 }
 
+bool isUnfiltered(const image::Buffer& buffer) {
+    return buffer.type == miIMG_TYPE_TAG || !buffer.filtering;
+}
+
 constexpr miColor highest{farAway, farAway, farAway, farAway};
 constexpr miColor lowest{-farAway, -farAway, -farAway, -farAway};
 
@@ -43,7 +47,7 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window)
         const image::Buffer& buffer = buffers[i];
         const int offset = buffer.sampleOffset - static_cast<int>(scratchWords_);
         Plane plane{static_cast<int>(i), offset, buffer.components, Combine::Filter};
-        if (buffer.type == miIMG_TYPE_TAG || !buffer.filtering)
+        if (isUnfiltered(buffer))
             plane.combine = buffer.type == miIMG_TYPE_Z ? Combine::NearestSurface : Combine::NearestCentre;
         if (plane.combine == Combine::Filter) {
             if (!filteredRuns_.empty() && filteredRuns_.back().offset + filteredRuns_.back().words == offset)
@@ -60,6 +64,18 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window)
     if (hasUnfiltered_) distances_.assign(pixels, farAway);
     low_.assign(pixels, highest);
     high_.assign(pixels, lowest);
+}
+
+std::size_t Film::bytesNeeded(const image::FramebufferSet& framebuffers, const PixelWindow& window) {
+    std::size_t pixel = sizeof(float) + 2 * sizeof(miColor);
+    bool hasUnfiltered = false;
+    for (std::size_t i = 1; i < framebuffers.buffers().size(); ++i) {
+        const image::Buffer& buffer = framebuffers.buffers()[i];
+        pixel += static_cast<std::size_t>(buffer.components) * sizeof(float);
+        hasUnfiltered = hasUnfiltered || isUnfiltered(buffer);
+    }
+    if (hasUnfiltered) pixel += sizeof(float);
+    return pixel * static_cast<std::size_t>(window.width()) * static_cast<std::size_t>(window.height());
 }
 
 void Film::add(int x, int y, const PixelFilter::Placement& placement, const float* values) {

@@ -25,6 +25,9 @@ struct PixelWindow {
 class Film {
 public:
     Film(const image::FramebufferSet& framebuffers, const PixelWindow& window);
+    /// Bytes that such a film will take.
+    [[nodiscard]] static std::size_t bytesNeeded(const image::FramebufferSet& framebuffers,
+                                                 const PixelWindow& window);
 
     /// Adds a sample to the pixel at (x, y) in picture coordinates.
     /// @param values the sample's words of every buffer
@@ -84,6 +87,7 @@ private:
     std::size_t wordsPerPixel_; // a sample's words less those
     int primaryOffset_ = 0;
     bool hasUnfiltered_ = false;
+    // By pixel. What is added here counts in bytesNeeded.
     std::vector<float> words_;
     std::vector<float> weights_;
     std::vector<float> distances_; // of unfiltered values, only where there are any

@@ -29,7 +29,7 @@ Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages,
       options(renderOptions),
       camera(renderCamera),
       cameraInstance(cameraInstanceTag),
-      placement(database.find<scene::InstanceElement>(cameraInstanceTag)->instance),
+      placement(*database.find<scene::InstanceElement>(cameraInstanceTag)),
       globalLock(nullptr),
       leaves(sceneGeometry.leaves()) {
     for (const image::Buffer& buffer : framebuffers.buffers()) {

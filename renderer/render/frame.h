@@ -14,6 +14,7 @@
 
 #include <shader.h>
 
+#include <atomic>
 #include <span>
 #include <vector>
 
@@ -61,6 +62,10 @@ public:
     };
     std::vector<MainBuffer> mainBuffers;
     int primaryOffset;
+
+    const std::atomic<bool>* stop = nullptr; ///< set from outside when nobody wants the picture any more
+    /// True when what is still computed is thrown away, so that deep rays may end at once.
+    [[nodiscard]] bool stopped() const { return stop && stop->load(std::memory_order_relaxed); }
 
     /// True when anything, the camera included, moves over the shutter.
     [[nodiscard]] bool moves() const { return geometry.moves() || placement.moves(); }

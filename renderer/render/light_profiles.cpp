@@ -16,22 +16,50 @@ namespace {
 namespace fs = std::filesystem;
 using image::LightProfile;
 
+/// False where there is no such file.
+bool readText(const fs::path& path, std::string& text) {
+    std::ifstream file(path, std::ios::binary);
+    std::stringstream all;
+    all << file.rdbuf();
+    text = all.str();
+    return static_cast<bool>(file);
+}
+
+/// The tilt of a lamp changes nothing here, so what is wrong with its file does not stop the profile.
+void checkTilt(const scene::LightProfileElement& element, const fs::path& profile, const std::string& name,
+               scene::Messages& messages) {
+    const fs::path path = profile.parent_path() / name;
+    std::string text;
+    if (!readText(path, text)) {
+        messages.warningAt({profile.string(), 1, 1}, "RNDR",
+                           "light profile \"{}\": TILT={} names a file that cannot be read; light is shaped "
+                           "without it",
+                           element.name, name);
+        return;
+    }
+    try {
+        image::checkIesTilt(text);
+    } catch (const image::LightProfileError& error) {
+        messages.warningAt({path.string(), error.line, 1}, "RNDR",
+                           "light profile \"{}\": tilt file of \"{}\": {}; light is shaped without it",
+                           element.name, profile.string(), error.what());
+    }
+}
+
 std::optional<LightProfile> read(const scene::LightProfileElement& element, scene::Messages& messages) {
     const fs::path path = fs::path(element.sceneDirectory) / element.file; // an absolute file stays as it is
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream text;
-    if (!element.file.empty()) text << file.rdbuf();
-    if (element.file.empty() || !file) {
+    std::string text;
+    if (element.file.empty() || !readText(path, text)) {
         messages.errorAt(element.place, "RNDR", "light profile \"{}\": file \"{}\" cannot be read",
                          element.name, element.file.empty() ? "" : path.string());
         return std::nullopt;
     }
     try {
-        auto table = element.format == scene::LightProfileElement::Format::Ies
-                         ? image::readIes(text.str())
-                         : image::readEulumdat(text.str());
+        auto table = element.format == scene::LightProfileElement::Format::Ies ? image::readIes(text)
+                                                                               : image::readEulumdat(text);
         constexpr int clockwise = 1;
         table.clockwise = table.axes == LightProfile::Axes::B && element.flags == clockwise;
+        if (!table.tiltFile.empty()) checkTilt(element, path, table.tiltFile, messages);
         return LightProfile(std::move(table));
     } catch (const image::LightProfileError& error) {
         messages.errorAt({path.string(), error.line, 1}, "RNDR", "light profile \"{}\": {}", element.name,

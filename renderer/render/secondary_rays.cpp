@@ -12,7 +12,9 @@ namespace {
 using geometry::Ray;
 using geometry::RayClass;
 
-bool tooDeep(const RenderContext& context) {
+/// A ray that is not worth casting: nested too deep, or for a picture that was stopped.
+bool isPointless(const RenderContext& context) {
+    if (context.frame.stopped()) return true;
     if (context.depth < maxNesting) return false;
     context.frame.messages.once(
         "render: nesting",
@@ -91,7 +93,7 @@ miBoolean traceEye(miColor& result, miState* state, const miVector& origin, cons
 miBoolean traceReflection(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
     const geometry::Leaf* leaf = standsOn(context, state);
-    if (!state->options->trace || (leaf && !leaf->sendsReflections) || tooDeep(context) ||
+    if (!state->options->trace || (leaf && !leaf->sendsReflections) || isPointless(context) ||
         !withinDepth(context, state, RayClass::Reflect))
         return miFALSE;
     ++context.counts.reflection;
@@ -103,7 +105,7 @@ miBoolean traceReflection(miColor& result, miState* state, const miVector& direc
 miBoolean traceRefraction(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
     const geometry::Leaf* leaf = standsOn(context, state);
-    if (!state->options->trace || (leaf && !leaf->sendsRefractions) || tooDeep(context) ||
+    if (!state->options->trace || (leaf && !leaf->sendsRefractions) || isPointless(context) ||
         !withinDepth(context, state, RayClass::Refract))
         return miFALSE;
     ++context.counts.refraction;
@@ -117,7 +119,7 @@ miBoolean traceTransparent(miColor& result, miState* state) {
     RenderContext& context = renderContextOf(state);
     const geometry::Leaf* leaf = standsOn(context, state);
     // The level may be -1 here: a caller that lowered it is judged by the lowered value.
-    if ((leaf && !leaf->sendsTransparency) || tooDeep(context) ||
+    if ((leaf && !leaf->sendsTransparency) || isPointless(context) ||
         !withinDepth(context, state, RayClass::Refract))
         return miFALSE;
     ++context.counts.transparent;
@@ -129,7 +131,7 @@ miBoolean traceTransparent(miColor& result, miState* state) {
 
 miBoolean traceContinue(miColor& result, miState* state) {
     RenderContext& context = renderContextOf(state);
-    if (tooDeep(context)) return miFALSE;
+    if (isPointless(context)) return miFALSE;
     ++context.counts.transparent;
     ChildState child(context, state, state->type);
     return castFrom(context, child, state, state->dir, classOf(state->type), result);
@@ -137,7 +139,7 @@ miBoolean traceContinue(miColor& result, miState* state) {
 
 miBoolean traceEnvironment(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
-    if (tooDeep(context)) return miFALSE;
+    if (isPointless(context)) return miFALSE;
     ChildState child(context, state, miRAY_ENVIRONMENT);
     child->org = state->point;
     child->dir = direction;
@@ -152,7 +154,7 @@ miBoolean traceEnvironment(miColor& result, miState* state, const miVector& dire
 
 miBoolean traceProbe(miState* state, const miVector& direction, const miVector& origin) {
     RenderContext& context = renderContextOf(state);
-    if (tooDeep(context)) return miFALSE;
+    if (isPointless(context)) return miFALSE;
     ChildState child(context, state, miRAY_PROBE);
     child->org = origin;
     child->dir = direction;

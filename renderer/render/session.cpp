@@ -2,6 +2,7 @@
 #include "render/session.h"
 
 #include "geometry/scene_geometry.h"
+#include "render/attached_shaders.h"
 #include "render/displacement_calls.h"
 #include "render/frame.h"
 #include "render/gather_ahead.h"
@@ -14,7 +15,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <new>
 #include <thread>
+
+#include <unistd.h>
 
 namespace orca::render {
 
@@ -82,6 +86,25 @@ image::PictureFrame pictureFrame(const miCamera& camera) {
     return frame;
 }
 
+/// Null, with a message, when there is not memory enough. Asked before the first page is touched, as systems
+/// that promise more than they have would stop the whole process later.
+std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWindow& window,
+                             scene::Messages& messages) {
+    const std::size_t needed = Film::bytesNeeded(buffers, window);
+    const auto machine =
+        static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    try {
+        if (needed < machine) return std::make_unique<Film>(buffers, window);
+    } catch (const std::bad_alloc&) { // a limit of the process
+    }
+    messages.error("RNDR",
+                   "{} x {} pixels of {} frame buffers need {:.1f} GB, more memory than there is; render the "
+                   "picture in parts (--window), smaller (--size) or with fewer passes at once",
+                   window.width(), window.height(), buffers.buffers().size() - 1,
+                   static_cast<double>(needed) * 1e-9);
+    return nullptr;
+}
+
 /// A pass that was asked for and stays black would be noticed in compositing, days later.
 void reportUnwritten(FrameResult& result, const TileRenderer& tiles, scene::Messages& messages) {
     const auto& buffers = result.framebuffers().buffers();
@@ -145,26 +168,34 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     const miOptions options = optionsOf(*optionsElement, settings);
     miCamera camera = cameraOf(*cameraElement, settings);
 
-    auto framebuffers = std::make_unique<image::FramebufferSet>(*cameraElement, *optionsElement, messages_);
+    const scene::PhenomenonAttachments attachments =
+        scene::attachmentsTo(database_, {group, cameraInstanceTag, optionsTag});
+    AttachedShaders attached(database_, attachments);
+    attached.extend(camera);
+
+    auto framebuffers = std::make_unique<image::FramebufferSet>(*cameraElement, *optionsElement, messages_,
+                                                                attachments.outputs);
     image::FramebufferSet& buffers = *framebuffers;
     auto result = std::make_unique<FrameResult>(std::move(framebuffers), camera);
     const CollectionScope collection(database_, buffers);
     camera.buffertag = collection.tag();
+    const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
+    result->film = filmOf(buffers, window, messages_);
+    if (!result->film) return nullptr;
 
     runtime_.bind();
-    geometry::SceneGeometry geometry(database_, messages_, group, options, threads,
+    geometry::SceneGeometry geometry(database_, messages_, attached.extendedGroup(group), options, threads,
                                      geometry::SceneGeometry::Displacement::StillToCome);
     Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera,
                 cameraInstanceTag);
     frame.globalLock = globalLock_;
+    frame.stop = settings.stop;
     frame.gather = GatherSettings(*optionsElement);
     if (!optionsElement->samplesLocked) frame.seed = static_cast<std::uint32_t>(camera.frame);
     {
         DisplacementCalls calls(frame, threads);
         geometry.finish(displacementView(frame), std::ref(calls), optionsElement);
     }
-    const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
-    result->film = std::make_unique<Film>(buffers, window);
     result->frame().gamma = options.gamma;
     result->frame().cameraToWorld.assign(std::begin(frame.placement.start().toWorld),
                                          std::end(frame.placement.start().toWorld));

@@ -25,7 +25,7 @@ struct RenderSettings {
     std::optional<PixelWindow> window;
     std::optional<std::pair<int, int>> samples; ///< least and largest level
     std::optional<int> tileSize;                ///< pixels
-    const std::atomic<bool>* stop = nullptr;    ///< set by a signal; the render ends at the next tile
+    const std::atomic<bool>* stop = nullptr;    ///< set by a signal; the render ends soon after
     std::function<void(double share)> progress; ///< called from one thread at a time, 0 to 1
 };
 

@@ -31,9 +31,11 @@ void setHit(const RenderContext& context, DerivedState& child, const geometry::R
     state.hit_leaf = hit.leaf;
     state.hit_triangle = hit.triangle;
     state.motion = surface.motion;
-    if (context.frame.placement.moves())
-        state.motion =
-            context.frame.placement.apparentMotion(surface.point, surface.motion, ray.time, context.camera);
+    if (context.frame.placement.moves()) {
+        miVector closing;
+        mi_vector_add(&closing, &surface.opening, &surface.motion);
+        state.motion = context.frame.placement.apparentMotion(surface.opening, closing, context.camera);
+    }
     state.tex_list = child.textureCoordinates.data();
     if (surface.textureSpaces == 0) child.textureCoordinates[0] = {0.0f, 0.0f, 0.0f};
     child.bumpX = surface.bumpX;

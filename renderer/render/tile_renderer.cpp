@@ -81,6 +81,7 @@ void TileRenderer::renderPixel(Worker& worker, const Refinement::Pass& pass, int
             filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
         if (pass.endSample == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
         renderEyeSample(worker.context, x, y, placement);
+        if (frame_.stopped()) return; // its rays may have been refused
         film_.add(x, y, placement, worker.context.sampleWords.data());
     }
 }
@@ -93,8 +94,10 @@ void TileRenderer::renderTile(Worker& worker, const Refinement::Pass& pass, cons
                                                   static_cast<std::size_t>(x - window.xl)];
     };
     for (int y = tile.yl; y <= tile.yh; ++y)
-        for (int x = tile.xl; x <= tile.xh; ++x)
+        for (int x = tile.xl; x <= tile.xh; ++x) {
+            if (frame_.stopped()) return;
             if (wanted(x, y)) renderPixel(worker, pass, x, y);
+        }
 }
 
 void TileRenderer::report(std::size_t tilesDone, std::size_t tiles) {
@@ -114,17 +117,16 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
     const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
                                           static_cast<std::size_t>(threads_));
     std::atomic<std::size_t> done{0};
-    const auto stopped = [&] { return settings_.stop && settings_.stop->load(std::memory_order_relaxed); };
 
     tbb::task_arena arena(threads_);
     arena.execute([&] {
         geometry::parallelFor(count, 1, [&](std::size_t i, std::size_t) {
-            if (stopped()) return;
+            if (frame_.stopped()) return;
             work(workerOfThisThread(), i);
             ++done;
         });
     });
-    return done == count;
+    return done == count && !frame_.stopped(); // work in progress at a stop was cut short
 }
 
 void TileRenderer::inArena(const std::function<void()>& work) {

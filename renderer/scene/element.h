@@ -15,7 +15,6 @@ namespace orca::scene {
 struct Element {
     explicit Element(miScene_type elementType) : type(elementType) {}
     virtual ~Element() = default;
-    Element(const Element&) = delete;
     Element& operator=(const Element&) = delete;
 
     /// Null when the element has nothing that shaders may read.
@@ -30,6 +29,9 @@ struct Element {
     std::string name;      ///< with its namespace; empty for anonymous elements
     Place place;           ///< of the defining statement
     unsigned revision = 0; ///< grows with every incremental change, and by `touch`
+
+protected:
+    Element(const Element&) = default; // for kinds of which one statement stands for several elements
 };
 
 /// Text that parameters refer to by tag.
@@ -74,7 +76,6 @@ struct LightProfileElement final : Element {
     std::string sceneDirectory; ///< where a relative file is looked for first
     int flags = 0;              ///< 1, 2: clockwise, counter-clockwise samples
     int hermite = 1;            ///< 1 linear, 3 cubic
-    int resolution[2] = {0, 0};
 };
 
 } // namespace orca::scene

@@ -73,28 +73,12 @@ void CameraElement::visitReferences(const std::function<void(miTag)>& visit) con
     }
 }
 
-void MaterialElement::visitReferences(const std::function<void(miTag)>& visit) const {
-    for (const miTag used :
-         {material.shader, material.shadow, material.volume, material.environment, material.displace,
-          material.contour, material.photon, material.photonvol, material.lightmap, material.userdata}) {
-        visit(used);
-    }
-}
-
 LightElement::LightElement() : Element(miSCENE_LIGHT) {
     light.exponent = 2.0f;
     light.samples_u = light.samples_v = 1;
     light.low_samples_u = light.low_samples_v = 2;
     light.low_level = 0;
     light.direction = {0.0f, 0.0f, -1.0f};
-}
-
-void LightElement::visitReferences(const std::function<void(miTag)>& visit) const {
-    visit(light.shader);
-    visit(light.emitter);
-    visit(light.lightprofile);
-    visit(light.userdata);
-    visit(areaObject);
 }
 
 InstanceElement::InstanceElement() : Element(miSCENE_INSTANCE) {
@@ -121,14 +105,6 @@ bool InstanceElement::setTransform(const Matrix& parentToLocal) {
     mi_matrix_copy(instance.tf.local_to_global, inverse.data());
     instance.tf.identity = mi_matrix_isident(parentToLocal.data());
     return true;
-}
-
-void InstanceElement::visitReferences(const std::function<void(miTag)>& visit) const {
-    visit(instance.item);
-    visit(instance.userdata);
-    for (const auto* list : {&materials, &lights.lights, &shadowLights.lights, &geometryShaders}) {
-        for (const miTag used : *list) visit(used);
-    }
 }
 
 ObjectElement::ObjectElement() : Element(miSCENE_OBJECT) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "scene/approximation.h"
 #include "scene/element.h"
 
 #include <array>
@@ -35,7 +36,16 @@ struct InstanceElement final : Element {
     InstanceElement();
     void* record() override { return &instance; }
     [[nodiscard]] int recordSize() const override { return sizeof(instance); }
-    void visitReferences(const std::function<void(miTag)>& visit) const override;
+    void visitReferences(const std::function<void(miTag)>& visit) const override { eachTag(*this, visit); }
+    template <class Self, class Visit>
+    static void eachTag(Self& self, const Visit& visit) {
+        visit(self.instance.item);
+        visit(self.instance.userdata);
+        for (auto* list :
+             {&self.materials, &self.lights.lights, &self.shadowLights.lights, &self.geometryShaders}) {
+            for (auto& tag : *list) visit(tag);
+        }
+    }
 
     /// Parent to local. False, and the identity, when the matrix is singular.
     bool setTransform(const Matrix& parentToLocal);
@@ -47,12 +57,16 @@ struct InstanceElement final : Element {
     Matrix transform;       ///< parent space to local space, as the scene gives it
     Matrix motionTransform; ///< the same at the end of the unit shutter, where motion is Given
     Motion motion = Motion::Inherited;
+    /// Local to world at the ends of the motion steps, the start of the shutter first; filled by the walk.
+    /// Empty: the way is straight, or there is none.
+    std::vector<Matrix> motionPath;
     bool hidden = false;    ///< with everything below
     bool overrides = false; ///< flags and material win over those below
     InstanceFlags flags;
     std::vector<miTag> materials; ///< one, or a list that polygon labels index
     LightLinks lights, shadowLights;
     std::vector<miTag> geometryShaders;
+    std::optional<Approximation> approximation; ///< of displaced polygons below, over what objects say
 };
 
 } // namespace orca::scene

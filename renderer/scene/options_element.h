@@ -34,6 +34,9 @@ struct GatherOptions {
     float presampleDensity = 1.0f;                 ///< 0: nothing is gathered ahead, every sample for itself
 };
 
+/// Equal segments of the shutter that movements are told in; the ray-tracing kernel tells no more apart.
+inline constexpr int motionStepsAtMost = 128;
+
 struct OptionsElement final : Element {
     OptionsElement();
     void* record() override { return &options; }

@@ -33,20 +33,21 @@ public:
               const std::vector<Value>& interfaceValues)
         : database_(database), declaration_(declaration), interface_(interfaceValues) {}
 
-    miTag copyParts(const std::string& name, std::vector<PhenomenonBody::Part>* copies) {
-        for (const PhenomenonBody::Part& part : declaration_.body->parts) {
+    PhenomenonCopy copyAll(const std::string& name) {
+        const PhenomenonBody& body = *declaration_.body;
+        PhenomenonCopy result;
+        for (const PhenomenonBody::Part& part : body.parts) {
             const miTag copy = copyPart(part, name);
+            if (copy == part.tag) continue;
             copies_[part.tag] = copy;
-            if (copies) copies->push_back({{}, copy});
+            result.parts.push_back({{}, copy});
         }
-        // Links run forward as well, so they are redirected once all copies are there.
-        for (const auto& [original, copy] : copies_) {
-            if (auto* function = database_.find<FunctionElement>(copy)) {
-                function->function()->next_function = copied(function->function()->next_function);
-                function->function()->parameter_indirect = copied(function->function()->parameter_indirect);
-            }
-        }
-        return copied(declaration_.body->root);
+        // References run forward as well, so they are redirected once all copies are there.
+        for (const PhenomenonBody::Part& part : result.parts) redirect(*database_.get(part.tag));
+        result.root = copied(body.root);
+        result.attached = body.attached;
+        PhenomenonAttachments::eachTag(result.attached, [&](miTag& tag) { tag = copied(tag); });
+        return result;
     }
 
 private:
@@ -55,18 +56,60 @@ private:
         return found == copies_.end() ? tag : found->second;
     }
 
+    /// The part itself where all uses can share it.
     miTag copyPart(const PhenomenonBody::Part& part, const std::string& name) {
-        const auto* original = database_.find<FunctionElement>(part.tag);
-        auto copy = std::make_unique<FunctionElement>(*original->declaration);
-        copy->place = original->place;
-        if (!part.name.empty()) copy->name = name + "::" + part.name;
+        const Element& original = *database_.get(part.tag);
+        std::unique_ptr<Element> copy;
+        switch (original.type) {
+        case miSCENE_FUNCTION: copy = copyOf(static_cast<const FunctionElement&>(original)); break;
+        case miSCENE_MATERIAL:
+            copy = std::make_unique<MaterialElement>(static_cast<const MaterialElement&>(original));
+            break;
+        case miSCENE_LIGHT:
+            copy = std::make_unique<LightElement>(static_cast<const LightElement&>(original));
+            break;
+        case miSCENE_INSTANCE:
+            copy = std::make_unique<InstanceElement>(static_cast<const InstanceElement&>(original));
+            break;
+        case miSCENE_TEXTURE: {
+            const auto& texture = static_cast<const TextureElement&>(original);
+            if (!texture.shader) return part.tag;
+            copy = std::make_unique<TextureElement>(texture);
+            break;
+        }
+        default: return part.tag;
+        }
+        copy->place = original.place;
+        copy->name = part.name.empty() ? std::string() : name + "::" + part.name;
+        return database_.add(std::move(copy));
+    }
+
+    [[nodiscard]] std::unique_ptr<FunctionElement> copyOf(const FunctionElement& original) const {
+        auto copy = std::make_unique<FunctionElement>(*original.declaration);
         for (std::size_t i = 0; i < copy->values.size(); ++i) {
-            copy->values[i] = substituted(original->declaration->parameters[i], original->values[i]);
+            copy->values[i] = substituted(original.declaration->parameters[i], original.values[i]);
         }
         copy->rebuild();
-        copy->function()->next_function = original->function()->next_function;
-        copy->function()->parameter_indirect = original->function()->parameter_indirect;
-        return database_.add(std::move(copy));
+        copy->function()->next_function = original.function()->next_function;
+        copy->function()->parameter_indirect = original.function()->parameter_indirect;
+        return copy;
+    }
+
+    void redirect(Element& copy) const {
+        const auto replace = [&](miTag& tag) { tag = copied(tag); };
+        switch (copy.type) {
+        case miSCENE_FUNCTION: {
+            miFunction& function = *static_cast<FunctionElement&>(copy).function();
+            replace(function.next_function);
+            replace(function.parameter_indirect);
+            break;
+        }
+        case miSCENE_MATERIAL: MaterialElement::eachTag(static_cast<MaterialElement&>(copy), replace); break;
+        case miSCENE_LIGHT: LightElement::eachTag(static_cast<LightElement&>(copy), replace); break;
+        case miSCENE_INSTANCE: InstanceElement::eachTag(static_cast<InstanceElement&>(copy), replace); break;
+        case miSCENE_TEXTURE: replace(static_cast<TextureElement&>(copy).shader); break;
+        default: break;
+        }
     }
 
     Value substituted(const Parameter& parameter, const Value& value) const {
@@ -132,10 +175,22 @@ private:
 
 } // namespace
 
-miTag expandPhenomenon(Database& database, const DeclarationElement& declaration,
-                       const std::vector<Value>& interfaceValues, const std::string& name,
-                       std::vector<PhenomenonBody::Part>* copies) {
-    return Expansion(database, declaration, interfaceValues).copyParts(name, copies);
+bool PhenomenonAttachments::empty() const {
+    return lens.empty() && volume.empty() && environment.empty() && outputs.empty() && instances.empty();
+}
+
+void PhenomenonAttachments::append(const PhenomenonAttachments& others) {
+    const auto join = [](auto& list, const auto& more) { list.insert(list.end(), more.begin(), more.end()); };
+    join(lens, others.lens);
+    join(volume, others.volume);
+    join(environment, others.environment);
+    join(outputs, others.outputs);
+    join(instances, others.instances);
+}
+
+PhenomenonCopy expandPhenomenon(Database& database, const DeclarationElement& declaration,
+                                const std::vector<Value>& interfaceValues, const std::string& name) {
+    return Expansion(database, declaration, interfaceValues).copyAll(name);
 }
 
 } // namespace orca::scene

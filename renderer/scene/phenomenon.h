@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "scene/camera_element.h"
 #include "scene/value.h"
 
 #include <string>
@@ -10,7 +11,25 @@ namespace orca::scene {
 
 class Database;
 struct DeclarationElement;
-struct Element;
+
+/// What a phenomenon brings beside its result: it is attached to the picture's camera and root group.
+struct PhenomenonAttachments {
+    std::vector<miTag> lens, volume, environment; ///< shader lists
+    std::vector<OutputStatement> outputs;
+    std::vector<miTag> instances; ///< of lights and objects
+
+    [[nodiscard]] bool empty() const;
+    void append(const PhenomenonAttachments& others);
+    template <class Self, class Visit>
+    static void eachTag(Self& self, const Visit& visit) {
+        for (auto* list : {&self.lens, &self.volume, &self.environment, &self.instances}) {
+            for (auto& tag : *list) visit(tag);
+        }
+        for (auto& output : self.outputs) {
+            for (auto& tag : output.shaders) visit(tag);
+        }
+    }
+};
 
 /// What stands inside a phenomenon: templates that every use copies with its own interface values. Templates
 /// are elements of the database like others, so that they refer to each other by tag; nothing outside refers
@@ -21,14 +40,20 @@ struct PhenomenonBody {
         miTag tag = miNULLTAG;
     };
     std::vector<Part> parts; ///< in the order of definition
-    miTag root = miNULLTAG;  ///< the part whose result is the phenomenon's
+    miTag root = miNULLTAG;  ///< the shader list or the material that is the phenomenon's result
+    PhenomenonAttachments attached;
 };
 
-/// Copies a phenomenon's parts for one use called `name`: interface references become the values that the use
-/// gives, or the interface's defaults. Returns the copy of the root; all copies are appended to `copies` in
-/// order of definition.
-miTag expandPhenomenon(Database& database, const DeclarationElement& declaration,
-                       const std::vector<Value>& interfaceValues, const std::string& name,
-                       std::vector<PhenomenonBody::Part>* copies = nullptr);
+/// One use of a phenomenon.
+struct PhenomenonCopy {
+    std::vector<PhenomenonBody::Part> parts; ///< in the order of definition, without names
+    miTag root = miNULLTAG;
+    PhenomenonAttachments attached;
+};
+
+/// Copies a phenomenon's parts for a use called `name`: interface references become the values that the use
+/// gives, or the interface's defaults.
+PhenomenonCopy expandPhenomenon(Database& database, const DeclarationElement& declaration,
+                                const std::vector<Value>& interfaceValues, const std::string& name);
 
 } // namespace orca::scene

@@ -52,10 +52,11 @@ bool Reader::read(const std::string& fileName, std::string text) {
                 return false; // the rest would be a list of names that are not defined
             } catch (const SyntaxError& fault) {
                 countError(fault.place, fault.what());
+                const bool insidePhenomenon = phenomenon_ != nullptr;
                 phenomenon_ = nullptr;
                 connectionsAllowed_ = true;
                 nesting_ = 0;
-                resynchronise();
+                resynchronise(insidePhenomenon);
                 block_.clear();
             }
         }
@@ -142,13 +143,14 @@ bool Reader::endsBlock(std::string_view kind, const std::string& owner) {
         return true;
     }
     if (token.kind == Token::Kind::End) fail(token, "the file ends inside {} \"{}\"", kind, owner);
-    if (token.kind == Token::Kind::Symbol && isOneOf(token.text, alwaysStatements)) {
+    const bool isPart = phenomenon_ && kind == "declare" && token.isWord("instance");
+    if (token.kind == Token::Kind::Symbol && isOneOf(token.text, alwaysStatements) && !isPart) {
         fail(token, "{} \"{}\" has no \"end {}\" before \"{}\"", kind, owner, kind, token.text);
     }
     return false;
 }
 
-void Reader::resynchronise() {
+void Reader::resynchronise(bool insidePhenomenon) {
     for (;;) {
         try {
             const Token token = peek();
@@ -157,16 +159,19 @@ void Reader::resynchronise() {
                 next();
                 const Token kind = peek();
                 if (kind.kind != Token::Kind::Symbol) continue;
-                const bool closes = kind.text == block_ || isOneOf(kind.text, blockKinds);
+                const bool closes = insidePhenomenon ? kind.text == "declare"
+                                                     : kind.text == block_ || isOneOf(kind.text, blockKinds);
                 if (closes) {
                     next();
                     return;
                 }
                 continue;
             }
-            if (token.kind == Token::Kind::Symbol &&
-                (isOneOf(token.text, alwaysStatements) ||
-                 (token.column == 1 && isOneOf(token.text, columnStatements)))) {
+            const bool starts =
+                isOneOf(token.text, alwaysStatements)
+                    ? !(insidePhenomenon && token.isWord("instance"))
+                    : token.column == 1 && isOneOf(token.text, columnStatements) && !insidePhenomenon;
+            if (token.kind == Token::Kind::Symbol && starts) {
                 return;
             }
             next();

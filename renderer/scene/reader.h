@@ -40,7 +40,7 @@ private:
     void readStatement(const Token& token);
     bool readEntity(std::string_view word, const Token& token, bool incremental);
     bool readTextureStart(std::string_view word, const Token& token, bool incremental);
-    void resynchronise();
+    void resynchronise(bool insidePhenomenon);
     /// Consumes "end <kind>"; false before another statement of the block. Throws at the end of the file and
     /// before what can only be the next entity.
     bool endsBlock(std::string_view kind, const std::string& owner);
@@ -136,10 +136,6 @@ private:
     std::optional<miParam_type> acceptType();
     void keepDeclaration(const Token& nameToken, std::unique_ptr<DeclarationElement> declaration);
 
-    // reader_phenomenon.cpp
-    bool readPhenomenonPart(DeclarationElement& declaration, std::string_view word);
-    void checkPhenomenonRoot(DeclarationElement& declaration, const Place& place);
-
     // reader_shaders.cpp
     /// For whom a shader or list is read.
     struct ShaderUse {
@@ -160,6 +156,16 @@ private:
     void readParameters(const std::vector<Parameter>& parameters, std::vector<Value>& values, char close,
                         const ShaderUse& use, const std::string& declarationName);
     void skipValue(char close);
+
+    // reader_phenomenon.cpp
+    bool readPhenomenonPart(DeclarationElement& declaration, const Token& word);
+    void readPhenomenonRoot(DeclarationElement& declaration);
+    void checkPhenomenonRoot(DeclarationElement& declaration, const Place& place);
+    /// The declaration when a use of a phenomenon stands here, as in "name" ( ... ); else null.
+    DeclarationElement* atPhenomenon();
+    /// Reads a use. Returns its result, a shader list or a material; where the phenomenon has none, the use
+    /// itself.
+    miTag readPhenomenonUse(const ShaderUse& use);
 
     // reader_values.cpp
     Value readValue(const Parameter& parameter, const ShaderUse& use, const std::string& declarationName);
@@ -185,12 +191,14 @@ private:
 
     // reader_camera.cpp
     void readCamera(const Token& token, bool incremental);
+    void readCameraData(CameraElement& element, miTag& before);
     void readFramebuffer(CameraElement& element);
-    void readOutput(CameraElement& element, const Place& place);
+    OutputStatement readOutput(const ShaderUse& use, const Place& place);
     bool readCameraStatement(CameraElement& element, const Token& word);
 
     // reader_lights.cpp: materials, lights, textures, light profiles
     void readMaterial(const Token& token, bool incremental);
+    const MaterialElement* readMaterialBase(const ShaderUse& use);
     void readLight(const Token& token, bool incremental);
     bool readLightStatement(LightElement& element, const Token& word);
     bool readLightArea(LightElement& element, std::string_view word, const Place& place);
@@ -274,7 +282,8 @@ T& Reader::target(const Token& token, miScene_type kind, bool incremental) {
     element->name = fullName(token.text);
     element->place = placeOf(token);
     T& result = *element;
-    database_.add(std::move(element));
+    const miTag tag = database_.add(std::move(element));
+    if (phenomenon_) phenomenon_->body->parts.push_back({std::string(token.text), tag});
     return result;
 }
 

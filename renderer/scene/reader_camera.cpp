@@ -8,16 +8,45 @@ namespace orca::scene {
 void Reader::readCamera(const Token& token, bool incremental) {
     auto& element = target<CameraElement>(token, miSCENE_CAMERA, incremental);
     const Definition defined(*this, token, element.tag);
+    miTag data = miNULLTAG; // that this block gives; an incremental one may replace what the camera had
     while (!endsBlock("camera", element.name)) {
         const Token word = next();
         if (word.isWord("framebuffer")) {
             readFramebuffer(element);
         } else if (word.isWord("output")) {
-            readOutput(element, placeOf(word));
+            element.outputs.push_back(readOutput(
+                {fmt::format("camera \"{}\", output", element.name), element.name}, placeOf(word)));
+        } else if (word.isWord("data")) {
+            readCameraData(element, data);
         } else if (!readCameraStatement(element, word)) {
             fail(word, "camera \"{}\": unknown statement {}", element.name, word.shown());
         }
     }
+}
+
+/// A camera has one block of its own; `before` is what the statements so far gave.
+void Reader::readCameraData(CameraElement& element, miTag& before) {
+    const Token at = peek();
+    const miTag given = dataReference();
+    const auto chainHasBefore = [&] {
+        // Blocks are in cycles only by mistake, which has been said; such a chain is not walked for ever.
+        constexpr int longest = 1000;
+        miTag link = given;
+        for (int i = 0; link != miNULLTAG && link != before && i < longest; ++i) {
+            auto* const block = database_.find<UserdataElement>(link);
+            link = block ? block->userdata()->next_data : miNULLTAG;
+        }
+        return link == before;
+    };
+    if (before != miNULLTAG && given != miNULLTAG && !chainHasBefore()) {
+        const std::string &replaced = database_.get(before)->name, &name = database_.get(given)->name;
+        warning(
+            placeOf(at),
+            "camera \"{}\": its data \"{}\" replaces \"{}\", which shaders do not see; to keep both, write "
+            "data \"{}\" into the block \"{}\"",
+            element.name, name, replaced, replaced, name);
+    }
+    element.camera.userdata = before = given;
 }
 
 void Reader::readFramebuffer(CameraElement& element) {
@@ -72,7 +101,7 @@ void Reader::readFramebuffer(CameraElement& element) {
     }
 }
 
-void Reader::readOutput(CameraElement& element, const Place& place) {
+OutputStatement Reader::readOutput(const ShaderUse& use, const Place& place) {
     OutputStatement output;
     output.place = place;
     if (atString() && !peek(1).is('(')) {
@@ -93,14 +122,17 @@ void Reader::readOutput(CameraElement& element, const Place& place) {
         }
     }
     if (atShader()) {
-        readShaderList({fmt::format("camera \"{}\", output", element.name), element.name}, &output.shaders);
+        readShaderList(use, &output.shaders);
+        unsupported(Level::Warning, place, "output shader",
+                    fmt::format("{}: output shaders are not run; the picture is written as it was rendered",
+                                use.owner));
     } else {
         output.filetype = string("the output file's format");
         if (!atString()) fail(peek(), "expected the output file's name, not {}", peek().shown());
         output.filename = fileNameIn(next());
         if (accept("quality")) integer("the quality");
     }
-    element.outputs.push_back(std::move(output));
+    return output;
 }
 
 bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
@@ -157,8 +189,6 @@ bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
         list(camera.environment);
     } else if (word == "tag") {
         element.label = static_cast<miUint>(integer("the label"));
-    } else if (word == "data") {
-        camera.userdata = dataReference();
     } else if (word == "dof") {
         number("the plane in focus");
         number("the radius of confusion");

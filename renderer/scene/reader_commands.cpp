@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "scene/phenomenon_use.h"
 #include "scene/reader.h"
 
 #include <algorithm>
@@ -245,8 +246,8 @@ void Reader::readRender(const Token& token) {
 void Reader::checkRequirements(const OptionsElement& options) {
     std::set<const DeclarationElement*> used;
     for (miTag tag = 1; tag < database_.endTag(); ++tag) {
-        const auto* function = database_.find<FunctionElement>(tag);
-        if (function) used.insert(function->declaration);
+        if (const auto* function = database_.find<FunctionElement>(tag)) used.insert(function->declaration);
+        if (const auto* use = database_.find<PhenomenonUseElement>(tag)) used.insert(use->declaration);
     }
     for (const DeclarationElement* declaration : used) {
         const Requirements& needs = declaration->requirements;

@@ -173,7 +173,7 @@ void Reader::readDeclarationOptions(DeclarationElement& declaration) {
                 declaration.apply.push_back(name("a kind of use"));
             } while (accept(','));
         } else if (token.kind == Token::Kind::Symbol &&
-                   ((declaration.body && readPhenomenonPart(declaration, word)) ||
+                   ((declaration.body && readPhenomenonPart(declaration, token)) ||
                     readRequirement(declaration, word))) {
             continue;
         } else if (token.kind == Token::Kind::Symbol || token.isNumber()) {

@@ -130,10 +130,11 @@ bool Reader::readInstanceStatement(InstanceElement& element, const Token& token)
     } else if (word == "light") {
         readLightLinks(element);
     } else if (word == "approximate") {
-        if (peek().is('[')) {
-            skipBalanced();
-        } else {
-            readApproximation(); // the object's and the options' are what counts
+        const bool bracketed = accept('[');
+        element.approximation = readApproximation();
+        while (bracketed && !accept(']')) {
+            if (peek().kind == Token::Kind::End) fail(peek(), "{}: the list has no \"]\"", element.name);
+            next();
         }
     } else if (word == "shading") {
         accept("samples");

@@ -12,7 +12,12 @@ void Reader::readMaterial(const Token& token, bool incremental) {
     miMaterial& material = element.material;
     const std::string owner = fmt::format("material \"{}\"", element.name);
     if (accept("opaque")) material.opaque = miTRUE;
-    if (atShader()) {
+    if (const auto* base = readMaterialBase({owner, element.name})) {
+        const miBoolean opaque = material.opaque;
+        material = base->material;
+        material.opaque = material.opaque || opaque;
+        element.base = base->tag;
+    } else if (atShader()) {
         ShaderUse use{owner, element.name};
         use.existing = material.shader;
         material.shader = readShaderList(use);
@@ -54,6 +59,20 @@ void Reader::readMaterial(const Token& token, bool incremental) {
                  word.shown());
         }
     }
+}
+
+/// A material that gives its slots to the one being read: named, as in = "m", or that of a phenomenon.
+const MaterialElement* Reader::readMaterialBase(const ShaderUse& use) {
+    if (peek().is('=') && peek(1).isName()) {
+        const auto* base = database_.find<MaterialElement>(lookUp(peek(1).text));
+        if (!base) return nullptr;
+        next();
+        next();
+        return base;
+    }
+    const DeclarationElement* const phenomenon = atPhenomenon();
+    if (!phenomenon || !database_.find<MaterialElement>(phenomenon->body->root)) return nullptr;
+    return database_.find<MaterialElement>(readPhenomenonUse(use));
 }
 
 void Reader::readLight(const Token& token, bool incremental) {

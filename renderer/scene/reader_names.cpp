@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "scene/phenomenon_use.h"
 #include "scene/reader.h"
 
 #include <algorithm>
@@ -47,8 +48,9 @@ miTag Reader::reference(const Token& token, std::initializer_list<miScene_type> 
     const Element* element = database_.get(tag);
     if (element && fits(*element)) return tag;
     if (element) {
+        const bool isUse = database_.find<PhenomenonUseElement>(tag);
         error(placeOf(token), "\"{}\" is {}, but {} is expected here", token.text,
-              withArticle(kindName(element->type)), expected);
+              isUse ? "a phenomenon without a result" : withArticle(kindName(element->type)), expected);
         return miNULLTAG;
     }
     std::vector<std::string> candidates;

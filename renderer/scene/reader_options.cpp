@@ -229,7 +229,13 @@ bool Reader::readTraceOption(OptionsElement& element, std::string_view word, con
         }
     } else if (word == "motion") {
         if (accept("steps")) {
-            options.motion_steps = positiveInteger("the number of motion steps");
+            const Token at = peek();
+            const int steps = positiveInteger("the number of motion steps");
+            if (steps > motionStepsAtMost) {
+                fail(at, "options \"{}\": motion steps are at most {}, not {}", element.name,
+                     motionStepsAtMost, steps);
+            }
+            options.motion_steps = steps;
         } else {
             options.motion = boolean("motion");
         }

@@ -15,14 +15,13 @@ void Reader::readNamedShader(const Token& token, bool incremental) {
         }
         if (const Element* element = incrementalTarget(token, miSCENE_FUNCTION)) existing = element->tag;
     }
-    const Token first = peek();
-    const auto* declaration = database_.find<DeclarationElement>(lookUpDeclaration(first.text));
-    const bool isPhenomenon = first.isName() && declaration && declaration->body;
     ShaderUse use{owner};
     use.name = fullName(token.text);
     use.existing = existing;
     use.editsNamed = true;
-    const miTag head = requiredShaderList(use, owner);
+    const DeclarationElement* const phenomenon = atPhenomenon();
+    const bool isList = !phenomenon || database_.find<FunctionElement>(phenomenon->body->root);
+    const miTag head = isList ? requiredShaderList(use, owner) : readPhenomenonUse(use);
     Element* element = database_.get(head);
     if (!element) return;
     if (element->name.empty()) {
@@ -30,7 +29,7 @@ void Reader::readNamedShader(const Token& token, bool incremental) {
         element->place = placeOf(token);
     }
     define(token, head);
-    if (isPhenomenon && !phenomenon_) memory_.phenomenonUses[fullName(token.text)] = head;
+    if (phenomenon && !phenomenon_) memory_.phenomenonUses[fullName(token.text)] = head;
 }
 
 bool Reader::atShader() {
@@ -89,10 +88,24 @@ void Reader::linkShader(miTag& head, miTag& last, miTag shader, const Place& pla
 
 miTag Reader::readShader(const ShaderUse& use, miTag existing) {
     if (accept('=')) {
+        if (peek().isWord("interface") && peek(1).isName()) {
+            fail(peek(),
+                 "{}: a list takes no shaders from the interface; hand them to a parameter of type "
+                 "shader",
+                 use.owner);
+        }
         const Token token = nameToken("a shader");
         return reference(token, {miSCENE_FUNCTION}, "a named shader");
     }
-    const Token token = next();
+    const Token token = peek();
+    if (atPhenomenon()) {
+        const miTag result = readPhenomenonUse(use);
+        if (!result || database_.find<FunctionElement>(result)) return result;
+        error(placeOf(token), "{}: the result of phenomenon \"{}\" is {}, but a shader is expected here",
+              use.owner, token.text, database_.find<MaterialElement>(result) ? "a material" : "nothing");
+        return miNULLTAG;
+    }
+    next();
     DeclarationElement* declaration = declarationReference(token);
     if (declaration && declaration->kind == DeclarationElement::Kind::Data) {
         error(placeOf(token), "\"{}\" is declared as data, but a shader is expected here", token.text);
@@ -111,11 +124,6 @@ miTag Reader::readShader(const ShaderUse& use, miTag existing) {
     const bool empty = peek().is(')');
     readParameters(declaration->parameters, values, ')', use, declaration->name);
 
-    if (declaration->body) {
-        if (declaration == phenomenon_ || !declaration->body->root) return miNULLTAG;
-        return expandPhenomenon(database_, *declaration, values, use.name,
-                                phenomenon_ ? &phenomenon_->body->parts : nullptr);
-    }
     if (edited) {
         edited->values = std::move(values);
         if (database_.isInCycle(edited->tag)) {

@@ -125,10 +125,20 @@ void Reader::readLightProfile(const Token& token, bool incremental) {
         } else if (word.isWord("flags")) {
             element.flags = integer("the flags");
         } else if (word.isWord("hermite")) {
+            const Token at = peek();
             element.hermite = integer("the degree of interpolation");
+            if (element.hermite != 1 && element.hermite != 3) {
+                fail(at, "light profile \"{}\": the degree of interpolation is 1 or 3, not {}", element.name,
+                     element.hermite);
+            }
         } else if (word.isWord("resolution")) {
-            element.resolution[0] = integer("the horizontal resolution");
-            element.resolution[1] = integer("the vertical resolution");
+            integer("the horizontal resolution");
+            integer("the vertical resolution");
+            unsupported(
+                Level::Warning, placeOf(word), "light profile resolution",
+                fmt::format("light profile \"{}\": \"resolution\" has no effect: light is interpolated "
+                            "between the angles of the file, not on a grid",
+                            element.name));
         } else {
             fail(word, "light profile \"{}\": unknown statement {}", element.name, word.shown());
         }

@@ -15,9 +15,20 @@ struct MaterialElement final : Element {
     MaterialElement() : Element(miSCENE_MATERIAL) {}
     void* record() override { return &material; }
     [[nodiscard]] int recordSize() const override { return sizeof(material); }
-    void visitReferences(const std::function<void(miTag)>& visit) const override;
+    void visitReferences(const std::function<void(miTag)>& visit) const override { eachTag(*this, visit); }
+    /// Calls `visit` with every tag, to read or to replace it.
+    template <class Self, class Visit>
+    static void eachTag(Self& self, const Visit& visit) {
+        auto& m = self.material;
+        for (auto* tag : {&m.shader, &m.shadow, &m.volume, &m.environment, &m.displace, &m.contour, &m.photon,
+                          &m.photonvol, &m.lightmap, &m.userdata}) {
+            visit(*tag);
+        }
+        visit(self.base);
+    }
 
     miMaterial material{};
+    miTag base = miNULLTAG; ///< material that the slots were taken from
 };
 
 struct LightElement final : Element {
@@ -25,7 +36,12 @@ struct LightElement final : Element {
     LightElement();
     void* record() override { return &light; }
     [[nodiscard]] int recordSize() const override { return sizeof(light); }
-    void visitReferences(const std::function<void(miTag)>& visit) const override;
+    void visitReferences(const std::function<void(miTag)>& visit) const override { eachTag(*this, visit); }
+    template <class Self, class Visit>
+    static void eachTag(Self& self, const Visit& visit) {
+        auto& l = self.light;
+        for (auto* tag : {&l.shader, &l.emitter, &l.lightprofile, &l.userdata, &self.areaObject}) visit(*tag);
+    }
 
     miLight light{};
     bool hasOrigin = false, hasDirection = false, hasSpread = false;

@@ -168,6 +168,22 @@ TEST_F(Displacement, ObeysTheObjectsApproximationAndLimit) {
     square.maxDisplacement = 0.25f;
     trianglesWith({0.3f, false});
     EXPECT_NEAR(scene.lookDownAt(0.2f, 0.1f)->surface.point.z, 0.25f, 1e-5f);
+
+    // The instance closest to the object speaks over it; the other place of the object goes by its own word.
+    auto& inner = scene.group("inner", {&leaf});
+    auto& near = scene.instance("near", inner, placedAt(0, 0, 0));
+    auto& far = scene.instance("far", inner, placedAt(9, 0, 0));
+    near.approximation = {0.01f, false, 0, 1};
+    square.approximation = {0.01f, false, 0, 0};
+    const auto both = [&] {
+        return scene.build(scene.group("root2", {&near, &far}), [](const auto&) { return 3.0f; })
+            .triangleCount();
+    };
+    EXPECT_EQ(both(), 8u + 2u);
+    leaf.approximation = {0.01f, false, 0, 2};
+    EXPECT_EQ(both(), 32u + 32u);
+    near.overrides = true;
+    EXPECT_EQ(both(), 8u + 32u);
 }
 
 TEST_F(Displacement, IsDoneForEachPlaceByItself) {

@@ -130,8 +130,9 @@ TEST(LightProfile, SaysInWhichLineAFileIsWrong) {
         return "";
     };
     EXPECT_EQ(fault("IESNA91\n"), "1: the file ends where TILT= should stand");
-    EXPECT_EQ(fault("IESNA91\nTILT=lamp.tlt\n"),
-              "2: TILT=lamp.tlt names another file, which is not read; expected NONE or INCLUDE");
+    EXPECT_EQ(fault("IESNA91\nTILT= \n"), "2: expected NONE, INCLUDE or a file's name after TILT=");
+    EXPECT_EQ(fault("TILT=INCLUDE\n1\n3\n0 45 30\n1 1 1\n"),
+              "4: tilt angles must increase, but 30 follows 45");
     EXPECT_EQ(fault("TILT=NONE\n1 1 one\n"), "2: expected the candela multiplier, not \"one\"");
     EXPECT_EQ(fault("TILT=NONE\n1 1 1 -3 1 1\n"), "2: the number of vertical angles cannot be -3");
     EXPECT_EQ(fault(ies(3, 1, 1, "0 90 45\n0\n1 1 1")),
@@ -178,6 +179,51 @@ TEST(LightProfile, ShapesTheLightOfAPointLight) {
         << wrong.second.front();
     EXPECT_NE(wrong.second.front().find("light profile \"spread\": the photometric type is"),
               std::string::npos);
+}
+
+/// The file beside the profile has the pairs that TILT=INCLUDE brings; whatever is in it, light is shaped.
+TEST(LightProfile, ReadsTheTiltFileBesideIt) {
+    const auto folder = std::filesystem::temp_directory_path() / "orca_tilt_test";
+    std::filesystem::create_directories(folder);
+    const auto profile = folder / "lamp.ies", tilt = folder / "my lamp.tlt";
+    std::string text = ies(2, 1, 1, "0 90\n0\n10 5");
+    text.replace(text.find("NONE"), 4, "my lamp.tlt ");
+    std::ofstream(profile) << text;
+    const auto complaints = [&](const std::string& tiltText) {
+        std::filesystem::remove(tilt);
+        if (!tiltText.empty()) std::ofstream(tilt) << tiltText;
+        TestScene scene;
+        scene.contents =
+            fmt::format("lightprofile \"spread\" format ies file \"{}\" end lightprofile\n",
+                        profile.string()) +
+            lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("wall", "white", 0, 0, 0, 20) +
+            pointLight("lamp", "\"decayRate\" 0, \"lightProfile\" \"spread\"", 2.125f, 0.125f, 2);
+        scene.members = {"wall", "lamp_inst"};
+        const RenderedScene picture(scene.text());
+        EXPECT_NEAR(picture.pixel("main", 8, 8).r, std::sqrt(0.5f) * 0.75f, 1e-3f);
+        return picture.complaints();
+    };
+    EXPECT_TRUE(complaints("1\n3\n0 45 90\n1 .95 .9\n").empty());
+    const auto missing = complaints(""), wrong = complaints("1\n3\n0 45 90\n1 .95\n");
+    ASSERT_EQ(missing.size(), 1u);
+    EXPECT_NE(missing.front().find("\"spread\": TILT=my lamp.tlt names a file that cannot be read"),
+              std::string::npos)
+        << missing.front();
+    ASSERT_EQ(wrong.size(), 1u);
+    EXPECT_NE(wrong.front().find(tilt.string() + ":4:1"), std::string::npos) << wrong.front();
+    EXPECT_NE(wrong.front().find("the file ends where the factor of a tilt angle should stand"),
+              std::string::npos);
+    std::filesystem::remove_all(folder);
+}
+
+TEST(LightProfile, SaysThatItsResolutionHasNoEffect) {
+    TestScene scene;
+    const ProfileFile file(ies(2, 1, 1, "0 90\n0\n10 5"));
+    scene.contents = fmt::format("lightprofile \"spread\" format ies file \"{}\" resolution 64 32 hermite 3 "
+                                 "end lightprofile\n",
+                                 file.path.string());
+    const RenderedScene picture(scene.text());
+    EXPECT_TRUE(picture.said("light profile \"spread\": \"resolution\" has no effect"));
 }
 
 } // namespace

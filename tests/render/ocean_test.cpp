@@ -129,6 +129,41 @@ TEST(OceanShader, BendsItsNormalByAConnectedHeight) {
     }
 }
 
+/// Turned by a quarter about the upright axis: what slopes along the object's x slopes along the world's -z.
+TEST(OceanShader, TakesAConnectedHeightInObjectSpaceWhereTheObjectSaysSo) {
+    const std::string reference = "data \"reference\" \"orcaReferenceObject\" ( ) end data\n"
+                                  "data \"both\" \"orcaGatherSettings\" ( ) data \"reference\" end data\n"
+                                  "data \"other\" \"orcaGatherSettings\" ( ) end data\n";
+    const auto normalWith = [&](const std::string& data) {
+        TestScene scene =
+            pool("\"octaveCount\" 0, \"heightInput\" = \"slope\", \"normalBlur\" 0.5, \"displaced\" on");
+        scene.contents = "link \"orca-test-shaders.so\"\n"
+                         "declare shader scalar \"testSlope\" ( vector \"slope\" ) version 1 end declare\n"
+                         "shader \"slope\" \"testSlope\" ( \"slope\" 0.75 0 0 )\n" +
+                         reference + scene.contents;
+        const std::string object = "object \"sea_mesh\" ", instance = "instance \"sea\" \"sea_mesh\" ";
+        scene.contents.insert(scene.contents.find(object) + object.size(), data);
+        scene.contents.insert(scene.contents.find(instance) + instance.size(),
+                              "transform 0 0 1 0 0 1 0 0 -1 0 0 0 3 0 2 1 ");
+        scene.passes = {"normal"};
+        scene.passFlags = {};
+        const RenderedScene picture(scene.text());
+        EXPECT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+        return picture.pixel("normal", 6, 10);
+    };
+    for (const char* inWorld : {"", "data \"other\" "}) {
+        const miColor normal = normalWith(inWorld);
+        EXPECT_NEAR(normal.r, -0.6f, 1e-4f) << inWorld;
+        EXPECT_NEAR(normal.b, 0.0f, 1e-4f) << inWorld;
+    }
+    for (const char* inObject : {"data \"reference\" ", "data \"both\" "}) {
+        const miColor normal = normalWith(inObject);
+        EXPECT_NEAR(normal.r, 0.0f, 1e-4f) << inObject;
+        EXPECT_NEAR(normal.g, 0.8f, 1e-4f) << inObject;
+        EXPECT_NEAR(normal.b, 0.6f, 1e-4f) << inObject;
+    }
+}
+
 TEST(OceanShader, RefractsIntoTheEnvironmentWhereTracingEnds) {
     TestScene scene = pool(std::string(WATER) + "\"octaveCount\" 0, \"transparency\" 1 1 1 1, "
                                                 "\"refractionsOn\" on, \"refractionLimit\" 0");

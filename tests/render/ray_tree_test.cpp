@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <thread>
 
 namespace orca::test {
 namespace {
@@ -194,6 +196,28 @@ TEST(Buffers, ThatNothingWroteOrNothingDeclaresAreNamed) {
     const RenderedScene picture(text);
     EXPECT_TRUE(picture.said("\"forgotten\""));
     EXPECT_TRUE(picture.said("does not have"));
+}
+
+TEST(Stopping, EndsRayTreesThatWouldNeverEnd) {
+    // Two rays leave every hit inside the box, a hundred hits deep.
+    TestScene scene;
+    scene.perspective = true;
+    scene.traceDepth = "100 100 100";
+    scene.contents = surface("glass", "orcaVelaBlinn",
+                             "\"color\" 0 0 0 1, \"transparency\" 1 1 1 1, \"refractionsOn\" on, "
+                             "\"refractiveIndex\" 1.5, \"reflectionLimit\" 100, \"refractionLimit\" 100") +
+                     box("block", "glass", 1, 1, 1);
+    scene.members = {"block"};
+    std::atomic<bool> stop{false};
+    std::thread impatient([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        stop = true;
+    });
+    RenderedScene::Settings settings;
+    settings.stop = &stop;
+    const RenderedScene picture(scene.text(), settings);
+    impatient.join();
+    EXPECT_TRUE(picture.result().interrupted);
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace orca::test {
 namespace {
 
@@ -60,6 +62,19 @@ TEST(Windows, RenderTheirPixelsAloneAndTheSameAsTheWholePicture) {
     for (int y = 0; y < 10; ++y)
         for (int x = 0; x < 20; ++x)
             EXPECT_EQ(part.pixel("main", x, y).r, whole.pixel("main", x + 10, y + 5).r) << x << ", " << y;
+}
+
+TEST(Windows, LargerThanMemoryAreRefusedBeforeRendering) {
+    RenderedScene::Settings settings;
+    settings.resolution = {1 << 16, 1 << 16};
+    try {
+        const RenderedScene vast(fadingFloor("0 0").text(), settings);
+        FAIL() << "2^32 pixels were rendered";
+    } catch (const std::runtime_error& refused) {
+        EXPECT_NE(std::string(refused.what()).find("65536 x 65536 pixels of 3 frame buffers need 360"),
+                  std::string::npos)
+            << refused.what();
+    }
 }
 
 } // namespace

@@ -277,59 +277,5 @@ material "m" "f" ( "a" 1 ) shadow "f" ( ) volume "g" ( ) end material
     EXPECT_EQ(database.find<FunctionElement>(material.volume)->function()->parameter_indirect, miNULLTAG);
 }
 
-constexpr const char* phenomenonScene = R"mi(
-declare shader color "mix" ( color "a", color "b" default 9 9 9 9, scalar "w" default 0.5, array scalar "list" )
-end declare
-declare shader scalar "noise" ( scalar "size" default 1 ) end declare
-declare phenomenon color "layered" ( color "base" default 1 0 0 1, scalar "size", struct "extra" { color "top" },
-                                     array scalar "list" )
-    version 1
-    shader "n" "noise" ( "size" = interface "size" )
-    shader "inner" "mix" ( "a" = interface "base", "b" = interface "extra.top", "w" = "n",
-                           "list" = interface "list" )
-    root = "inner"
-end declare
-declare phenomenon color "twice" ( color "c" )
-    shader "one" "layered" ( "base" = interface "c", "size" 4 )
-    shader "two" "mix" ( "a" = "one", "b" = interface "c" )
-    root = "two"
-end declare
-shader "p" "layered" ( "size" 2, "list" [ 1, 2 ] )
-shader "q" "layered" ( "base" = "p", "extra" { "top" 3 3 3 3 } )
-shader "t" "twice" ( "c" 5 6 7 8 )
-shader "user" "mix" ( "a" = "q" )
-)mi";
-
-TEST(Phenomena, AreExpandedWithTheValuesOfEachUse) {
-    SceneText text(phenomenonScene);
-    ASSERT_EQ(text.errors(), "");
-    const auto floats = [](const FunctionElement* f) {
-        return reinterpret_cast<const float*>(f->function()->parameters());
-    };
-    const auto source = [&](const FunctionElement* f, int word) {
-        const auto ghosts =
-            words(f->function()->parameters() + f->function()->ghost_offs, f->function()->parameter_size);
-        return text.scene.database().find<FunctionElement>(f->connection(ghosts[word]).source);
-    };
-    const auto* p = text.find<FunctionElement>("p");
-    const auto* q = text.find<FunctionElement>("q");
-    EXPECT_NE(p, q);
-    EXPECT_EQ(p->declaration->name, "mix");
-    EXPECT_EQ(floats(p)[0], 1.0f); // the interface's default
-    EXPECT_EQ(floats(p)[4], 0.0f); // nothing given: zero, not the inner shader's own default
-    EXPECT_EQ(words(p->function()->parameters(), 48)[10], 2u);
-    EXPECT_EQ(floats(source(p, 8))[0], 2.0f);
-    EXPECT_EQ(source(q, 0), p);
-    EXPECT_EQ(floats(q)[4], 3.0f);
-    EXPECT_EQ(floats(source(q, 8))[0], 0.0f);
-    EXPECT_NE(source(q, 8), source(p, 8));
-    // A phenomenon inside another one.
-    const auto* t = text.find<FunctionElement>("t");
-    EXPECT_EQ(floats(t)[4], 5.0f);
-    const auto* one = source(t, 0);
-    EXPECT_EQ(floats(one)[1], 6.0f);
-    EXPECT_EQ(floats(source(one, 8))[0], 4.0f);
-}
-
 } // namespace
 } // namespace orca::scene

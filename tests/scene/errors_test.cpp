@@ -149,6 +149,10 @@ INSTANTIATE_TEST_SUITE_P(
                     "test.mi:1:22\n"},
         MistakeCase{"declare shader colour \"x\" ( ) end declare",
                     "scene.mi:1:16: expected the type of the result or the shader's name, not \"colour\"\n"},
+        MistakeCase{"options \"x\" motion steps 129 end options",
+                    "scene.mi:1:26: options \"x\": motion steps are at most 128, not 129\n"},
+        MistakeCase{"options \"x\" motion steps 0 end options",
+                    "scene.mi:1:26: the number of motion steps must be positive, not 0\n"},
         MistakeCase{"options \"x\" camera space end options",
                     "scene.mi:1:13: options \"x\": camera space is not supported, only object space\n"},
         MistakeCase{"color texture \"t\" [ 2 2 ] '00' end",
@@ -211,6 +215,26 @@ TEST(Errors, OfObjectsThatNobodySeesAreWarnings) {
               "only where an instance switches them on\n"
               "test.mi:3:8: \"c\" is defined again; what refers to the camera from test.mi:2:8 keeps "
               "that one\n");
+}
+
+TEST(Errors, ASecondDataBlockOfACameraIsAWarning) {
+    const std::string two =
+        "declare data \"note\" ( integer \"n\" ) end declare\n"
+        "data \"a\" \"note\" ( \"n\" 1 ) end data data \"b\" \"note\" ( \"n\" 2 ) end data\n";
+    SceneText text(two + "camera \"c\" data \"a\" focal 1 data \"b\" end camera\n");
+    EXPECT_EQ(text.errors(), "");
+    EXPECT_EQ(text.warnings(),
+              "test.mi:3:34: camera \"c\": its data \"b\" replaces \"a\", which shaders do not see; "
+              "to keep both, write data \"a\" into the block \"b\"\n");
+    EXPECT_EQ(text.find<CameraElement>("c")->camera.userdata, text.find<UserdataElement>("b")->tag);
+
+    // Replaced or taken away on purpose, or still in the chain.
+    SceneText later(two + "camera \"c\" data \"a\" data \"a\" end camera\n"
+                          "incremental camera \"c\" data \"b\" end camera\n"
+                          "incremental camera \"c\" data null data \"a\" end camera\n"
+                          "data \"chain\" \"note\" ( \"n\" 3 ) data \"b\" end data\n"
+                          "incremental camera \"c\" data \"b\" data \"chain\" end camera\n");
+    EXPECT_EQ(later.errors() + later.warnings(), "");
 }
 
 TEST(MessageLines, NameModuleThreadAndLevelOnOneLine) {

@@ -49,8 +49,12 @@ TEST(Polygons, SayHowFinelyTheyAreDisplaced) {
     }
     SceneText text(
         "options \"opt\" approximate view length 8 0 9 all max displace 2 trace off end options\n" +
-        object("", "approximate spatial view 0.1"));
+        object("", "approximate spatial view 0.1") +
+        "instance \"i\" \"o\" approximate view length 3 hide off end instance\n"
+        "instance \"j\" \"o\" approximate [ displace length 5 ] tag 2 end instance\n");
     ASSERT_EQ(text.errors(), "");
+    EXPECT_EQ(text.find<InstanceElement>("i")->approximation->edge, 3.0f);
+    EXPECT_EQ(text.find<InstanceElement>("j")->approximation->edge, 5.0f);
     EXPECT_EQ(text.find<OptionsElement>("opt")->approximation->edge, 8.0f);
     EXPECT_EQ(text.find<OptionsElement>("opt")->maxDisplacement, 2.0f);
     EXPECT_FALSE(text.find<OptionsElement>("opt")->options.trace);

@@ -17,6 +17,11 @@ declare shader struct { color "c", scalar "s" } "f" ( scalar "a" default 1, arra
 declare data "d" ( integer "m", array string "s" ) end declare
 declare shader color "g" ( color "x" ) end declare
 declare phenomenon color "p" ( color "x" ) shader "i" "g" ( "x" = interface "x" ) root = "i" end declare
+declare phenomenon material "pm" ( color "x" ) color texture "pt" "g" ( "x" = interface "x" ) light "pl" "g" ( )
+    end light instance "pi" "pl" end instance material "pk" "g" ( "x" = interface "x" ) shadow "g" ( ) end material
+    lens "g" ( ) output "rgba" "tif" "p.tif" root material "pk" end declare
+material "pu" "pm" ( "x" 1 2 3 ) volume "g" ( ) end material
+material "pv" = "pu" end material
 shader "s" "f" ( "a" 2, "l" [ { "c" 1 2 3, "i" [ 1, 2 ] }, { } ], "n" "text" )
 shader "u" "g" ( "x" = "s.c" )
 shader "q" "p" ( "x" 1 2 3 )

@@ -73,6 +73,7 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
         render.threads = settings.threads;
         render.tileSize = settings.tileSize;
         render.resolution = settings.resolution;
+        render.stop = settings.stop;
         auto result = session_.render(request.group, request.cameraInstance, request.options, render);
         if (result) results_.push_back(std::move(result));
         return true;

@@ -6,6 +6,7 @@
 
 #include <shader.h>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,6 +24,7 @@ public:
         bool includeLibrary = true; ///< link orca.so and velabase.so and include their declarations first
         bool isFile = false;        ///< the text is the path of a scene file
         std::optional<std::pair<int, int>> resolution;
+        const std::atomic<bool>* stop = nullptr;
     };
     explicit RenderedScene(const std::string& text) : RenderedScene(text, Settings()) {}
     RenderedScene(const std::string& text, const Settings& settings);

@@ -6,6 +6,7 @@
 #include "orcaLambertMaterial.h"
 #include "orcaLayeredShader.h"
 #include "orcaOceanParameters.h"
+#include "orcaOceanTexture.h"
 #include "orcaShadingMap.h"
 #include "orcaSpecularMaterials.h"
 #include "orcaSurfaceShader.h"
@@ -218,6 +219,8 @@ INSTANTIATE_TEST_SUITE_P(Shaders, DeclaredLayout, ::testing::Values(
     Layout{"orca.mi", "orcaGatherSettings",
            {G(magic), G(kind), Field{"integer", "rays", offsetof(GatherSettings, rays)}, G(maxRadius), G(minRadius),
             G(view), G(filter)}},
+    Layout{"orca.mi", "orcaReferenceObject",
+           {FIELD(ReferenceObjectData, magic), FIELD(ReferenceObjectData, kind)}},
     Layout{"velabase.mi", "velaBaseState",
            {B(transparencyThreshold), B(throughputCutoff), B(throughputUpper), B(filterTextures), B(filterBase),
             B(fixedFilterSize), B(renderMode), B(maxTraceDepth), B(continueRay), B(depthOutput)}},

@@ -179,6 +179,20 @@ TEST_F(UserDataChain, AcceptsTheOtherByteOrderOnlyWhenAskedTo) {
     expectFound(search(miSCENE_USERDATA, other, false), plain);
 }
 
+TEST_F(UserDataChain, HoldsBlocksOfSeveralKindsOnAnObject) {
+    const miTag second = database.addUserData({miUint{magic}, 2});
+    const miTag first = database.addUserData({miUint{magic}, 1}, database.addUserData({5, 2}, second));
+    const miTag object =
+        database.addObject(database.addUserData({miUint{magic}}, first)); // too short for a kind
+    const miTag instance = database.addInstance(object);
+    expectFound(velaObjectData(instance, 1, &found), first);
+    expectFound(velaObjectData(instance, 2, &found), second);
+    expectFound(velaObjectData(object, 2, &found), second);
+    EXPECT_EQ(velaObjectData(instance, 3, &found), nullptr);
+    EXPECT_EQ(velaObjectData(database.addInstance(database.addObject(miNULLTAG)), 2, &found), nullptr);
+    EXPECT_EQ(renderer.pinsHeld(), 0);
+}
+
 TEST_F(UserDataChain, StartsAtAnObjectOrAtTheObjectAnInstancePlaces) {
     const miTag wanted = database.addUserData({miUint{magic}});
     const miTag object = database.addObject(wanted);

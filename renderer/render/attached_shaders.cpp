@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/attached_shaders.h"
+
+#include "scene/elements.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace orca::render {
+
+namespace {
+
+std::vector<miTag> membersOf(const scene::Database& database, miTag list) {
+    std::vector<miTag> members;
+    while (const auto* shader = database.find<scene::FunctionElement>(list)) {
+        if (std::find(members.begin(), members.end(), list) != members.end()) break; // bitten its tail
+        members.push_back(list);
+        list = shader->function()->next_function;
+    }
+    return members;
+}
+
+} // namespace
+
+AttachedShaders::AttachedShaders(scene::Database& database, const scene::PhenomenonAttachments& attachments)
+    : database_(database), attachments_(attachments) {
+}
+
+AttachedShaders::~AttachedShaders() {
+    for (const miTag end : ends_)
+        database_.find<scene::FunctionElement>(end)->function()->next_function = miNULLTAG;
+    if (group_) database_.remove(group_);
+}
+
+void AttachedShaders::extend(miCamera& camera) {
+    miTag lens = miNULLTAG;
+    for (const miTag list : attachments_.lens) lens = joined(lens, list);
+    camera.lens = joined(lens, camera.lens);
+    for (const miTag list : attachments_.volume) camera.volume = joined(camera.volume, list);
+    for (const miTag list : attachments_.environment) camera.environment = joined(camera.environment, list);
+}
+
+miTag AttachedShaders::extendedGroup(miTag group) {
+    if (attachments_.instances.empty()) return group;
+    const auto& root = *database_.find<scene::GroupElement>(group);
+    auto extended = std::make_unique<scene::GroupElement>(root);
+    extended->members.insert(extended->members.end(), attachments_.instances.begin(),
+                             attachments_.instances.end());
+    group_ = database_.add(std::move(extended));
+    return group_;
+}
+
+/// `more` appended to `list`, unless they share members: a shader has one place in a list.
+miTag AttachedShaders::joined(miTag list, miTag more) {
+    const std::vector<miTag> first = membersOf(database_, list), second = membersOf(database_, more);
+    if (first.empty() || second.empty()) return first.empty() ? more : list;
+    if (std::find_first_of(first.begin(), first.end(), second.begin(), second.end()) != first.end())
+        return list;
+    database_.find<scene::FunctionElement>(first.back())->function()->next_function = more;
+    ends_.push_back(first.back());
+    return list;
+}
+
+} // namespace orca::render

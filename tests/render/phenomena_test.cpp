@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "rendered_scene.h"
+#include "scene_parts.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace orca::test {
+namespace {
+
+/// A material that is lit and lights: its lamp stands at the world's origin, lifted by its own origin.
+const std::string lantern = R"mi(
+declare phenomenon material "lantern" ( color "tint" default 0 0 1 1, scalar "power" default 0 )
+    version 1
+    light "lamp" "orcaVelaPointLight" ( "intensity" = interface "power", "decayRate" 0 ) origin 0 0 5 end light
+    instance "lamp here" "lamp" end instance
+    shader "surface" "orcaVelaLambert" ( "color" 1 1 1 1, "diffuse" 1, "incandescence" = interface "tint" )
+    material "skin" "orcaVelaShadingEngine" ( "surfaceShader" "surface" ) end material
+    root material "skin"
+end declare
+)mi";
+
+miColor middleOf(const TestScene& scene) {
+    const RenderedScene picture(scene.text());
+    EXPECT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+    return picture.pixel("main", 8, 8);
+}
+
+TEST(Phenomena, ShadeEveryUseByItsOwnValues) {
+    TestScene scene;
+    scene.contents = lantern + "shader \"green\" \"lantern\" ( \"tint\" 0 0.5 0 1 )\n" +
+                     "material \"blue\" \"lantern\" ( ) end material\n" + card("left", "green", -1, 0, 0, 1) +
+                     card("right", "blue", 1, 0, 0, 1);
+    scene.members = {"left", "right"};
+    scene.passes = {"beauty"};
+    const RenderedScene picture(scene.text());
+    EXPECT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+    EXPECT_NEAR(picture.pixel("main", 4, 8).g, 0.5f, 1e-6f);
+    EXPECT_NEAR(picture.pixel("beauty", 12, 8).b, 1.0f, 1e-6f);
+    EXPECT_EQ(picture.pixel("main", 12, 8).g, 0.0f);
+}
+
+TEST(Phenomena, ShineWithTheLightsInsideThem) {
+    TestScene scene;
+    scene.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+                     pointLight("lamp", "\"intensity\" 0.5, \"decayRate\" 0", 0, 0, 5) +
+                     card("wall", "white", 0, 0, 0, 2);
+    scene.members = {"lamp_inst", "wall"};
+    const float plain = middleOf(scene).r;
+    EXPECT_GT(plain, 0.4f);
+
+    scene.contents = lantern + "shader \"lit\" \"lantern\" ( \"tint\" 0 0 0 1, \"power\" 0.5 )\n" +
+                     "shader \"idle\" \"lantern\" ( \"power\" 100 )\n" + card("wall", "lit", 0, 0, 0, 2);
+    scene.members = {"wall"};
+    EXPECT_NEAR(middleOf(scene).r, plain, 1e-6f); // and the one that nothing uses stays dark
+}
+
+TEST(Phenomena, AttachToTheCameraForTheirPicturesOnly) {
+    TestScene scene;
+    scene.beforeCamera = R"mi(
+declare phenomenon material "sky skin" ( color "sky" ) version 1
+    shader "surface" "orcaVelaLambert" ( "color" 0 0 0 1 )
+    material "skin" "orcaVelaShadingEngine" ( "surfaceShader" "surface" ) end material
+    environment "velaEnvironmentLatLong" (
+        "zenith" = interface "sky", "horizon" = interface "sky", "ground" = interface "sky" )
+    root material "skin"
+end declare
+declare phenomenon "studio" ( color "sky", scalar "power" ) version 1
+    environment "velaEnvironmentLatLong" (
+        "zenith" = interface "sky", "horizon" = interface "sky", "ground" = interface "sky" )
+    light "lamp" "orcaVelaPointLight" ( "intensity" = interface "power", "decayRate" 0 ) origin 0 0 5 end light
+    instance "lamp here" "lamp" end instance
+end declare
+shader "own sky" "velaEnvironmentLatLong" ( "zenith" 0 0 1 1, "horizon" 0 0 1 1, "ground" 0 0 1 1 )
+)mi";
+    scene.cameraStatements = "environment = \"own sky\"\n";
+    scene.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+                     "shader \"red sky\" \"sky skin\" ( \"sky\" 1 0 0 1 )\n" +
+                     card("plain", "white", 0, 0, 0, 0.5f) + card("skied", "red sky", 0, 0, 0, 0.5f);
+    scene.members = {"plain"};
+    const RenderedScene pictures(scene.text() + R"mi(
+instgroup "other" "cam_inst" "skied" end instgroup
+render "other" "cam_inst" "opt"
+render "world" "cam_inst" "opt"
+shader "rig" "studio" ( "sky" 0 1 0 1, "power" 0.5 )
+render "world" "cam_inst" "opt"
+)mi");
+    EXPECT_TRUE(pictures.complaints().empty()) << pictures.complaints().front();
+    ASSERT_EQ(pictures.pictures(), 4u);
+    // First word of pixels of the primary image.
+    const auto main = [&](std::size_t picture, std::size_t x, std::size_t y) {
+        const image::Layer layer = pictures.result(picture).layers().front();
+        EXPECT_TRUE(layer.buffer->primary);
+        const float* pixel = &layer.pixels[4 * (16 * y + x)];
+        return std::array{pixel[0], pixel[1], pixel[2]};
+    };
+    const std::array red{1.0f, 0.0f, 0.0f}, green{0.0f, 1.0f, 0.0f}, blue{0.0f, 0.0f, 1.0f};
+    EXPECT_EQ(main(0, 0, 0), blue);
+    EXPECT_EQ(main(1, 0, 0), red);
+    EXPECT_EQ(main(2, 0, 0), blue); // as if the other picture had never been
+    EXPECT_EQ(main(2, 8, 8)[0], 0.0f);
+    EXPECT_EQ(main(3, 0, 0), green);
+    EXPECT_GT(main(3, 8, 8)[0], 0.4f);
+}
+
+} // namespace
+} // namespace orca::test
