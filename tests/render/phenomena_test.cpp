@@ -92,7 +92,7 @@ render "world" "cam_inst" "opt"
     const auto main = [&](std::size_t picture, std::size_t x, std::size_t y) {
         const image::Layer layer = pictures.result(picture).layers().front();
         EXPECT_TRUE(layer.buffer->primary);
-        const float* pixel = &layer.pixels[4 * (16 * y + x)];
+        const float* pixel = &layer.pixels[layer.stride() * (16 * y + x)];
         return std::array{pixel[0], pixel[1], pixel[2]};
     };
     const std::array red{1.0f, 0.0f, 0.0f}, green{0.0f, 1.0f, 0.0f}, blue{0.0f, 0.0f, 1.0f};
