@@ -155,6 +155,7 @@ bool PassPreset::prepareCamera(scene::CameraElement& camera) {
         statement.name = name;
         statement.datatype = std::string(pass.datatype);
         statement.user = pass.type >= 0 || !pass.shader.empty();
+        statement.useopacity = pass.type >= 0; // so that layers add up in rasterizer mode too
         buffers.push_back(std::move(statement));
     }
     const std::string blockName = camera.name + ":fbdata:preset";

@@ -77,6 +77,7 @@ void PlacedGraph::visitInstance(scene::InstanceElement& instance, const Inherite
     case miSCENE_OBJECT: {
         scene::InstanceElement& leaf = place(instance, inherited, above.parent);
         leaves.push_back({&leaf, static_cast<scene::ObjectElement*>(item), inherited});
+        leaves.back().inherited.inBetween = {}; // the instance has them now, and leaves are many
         break;
     }
     case miSCENE_LIGHT: lights.push_back(place(instance, inherited, above.parent).tag); break;

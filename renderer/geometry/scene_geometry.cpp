@@ -128,7 +128,7 @@ void SceneGeometry::Implementation::buildLeaves(const miOptions& options) {
         leaf.sendsTransparency = flags.sendsTransparency;
         leaf.face = flags.face;
         leaf.mirrored = determinant(placed.inherited.worldToLocal) < 0.0;
-        leaf.transformMoves = placed.inherited.moves();
+        leaf.transformMoves = record.motion != 0;
         leaf.materialsOverride = placed.inherited.materials.overridden;
         leaf.materials = inheritedMaterials(placed, mesh, leaf.materialCount);
         leaf.lightList = lightSets.listFor(placed.inherited.lights);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/frame.h"
 
+#include "image/image_types.h"
 #include "scene/elements.h"
 
 namespace orca::render {
@@ -36,6 +37,8 @@ Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages,
         bufferSlots.push_back({buffer.sampleOffset, buffer.components * static_cast<int>(sizeof(float))});
         if (buffer.source != image::MainSource::None)
             mainBuffers.push_back({buffer.source, buffer.sampleOffset});
+        if (buffer.user && buffer.useOpacity && image::isColor(buffer.type))
+            opacityWeighted.push_back(buffer.sampleOffset);
     }
     primaryOffset =
         framebuffers.buffers()[static_cast<std::size_t>(framebuffers.primaryIndex())].sampleOffset;

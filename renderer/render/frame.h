@@ -62,6 +62,8 @@ public:
     };
     std::vector<MainBuffer> mainBuffers;
     int primaryOffset;
+    /// Words of user colours that the rasterizer weights by the opacity of what is before them.
+    std::vector<int> opacityWeighted;
 
     const std::atomic<bool>* stop = nullptr; ///< set from outside when nobody wants the picture any more
     /// True when what is still computed is thrown away, so that deep rays may end at once.

@@ -66,9 +66,10 @@ struct RenderContext : shading::CallContext {
     Sampler sampler;
     RayCounts counts;
 
-    std::vector<float> sampleWords;    ///< frame-buffer values of the current eye sample
-    std::vector<std::uint8_t> written; ///< buffers that a shader has put something into, by index
-    bool inEyeSample = false;          ///< false: frame-buffer values have nowhere to go
+    std::vector<float> sampleWords;      ///< frame-buffer values of the current eye sample
+    std::vector<std::uint8_t> written;   ///< buffers that a shader has put something into, by index
+    std::vector<float> wordsBeforeLayer; ///< rasterizer: `sampleWords` as the layer found them
+    bool inEyeSample = false;            ///< false: frame-buffer values have nowhere to go
 
     PrimaryHit primary;
     float eyeStart = 0.0f; ///< rasterizer: distance of the layer last shaded

@@ -99,10 +99,12 @@ TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {
         TestScene scene;
         scene.extraOptions = "scanline " + mode;
         scene.traceDepth = "2 4 4";
+        scene.passes = {"beauty", "diffuse", "diffuseMaterialColor"};
+        scene.passFlags = {"", "\"shadowed\" on, \"weightByOpacity\" on", ""};
         scene.contents = directionalLight("sun", "\"useRayTraceShadows\" off", "0 0 -1");
         scene.members = {"sun_inst"};
         const char* const names[] = {"a", "b", "c"};
-        const char* const transparency[] = {"0.5 0.25 0.75", "0.4 0.4 0.4", "0 0 0"};
+        const char* const transparency[] = {"0.5 0.25 0.75", "0.4 0.4 0.4", "0.2 0.2 0.2"};
         for (int i = 0; i < 3; ++i) {
             scene.contents +=
                 lambert(names[i], std::string("\"color\" 0.9 0.5 0.25 1, \"diffuse\" 1, \"transparency\" ") +
@@ -111,14 +113,17 @@ TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {
                 card(std::string("card_") + names[i], names[i], 0, 0, -static_cast<float>(i), 1);
             scene.members.push_back(std::string("card_") + names[i]);
         }
-        return std::make_unique<RenderedScene>(scene.text());
+        const std::string sky = "environment \"testSky\" ( \"color\" 0.8 0.6 0.4 1 )";
+        return std::make_unique<RenderedScene>(withCamera(scene, sky));
     };
     const auto traced = render("on");
     const auto composited = render("rapid");
     for (int x = 0; x < 16; ++x) {
         EXPECT_NEAR(composited->pixel("main", x, 8).r, traced->pixel("main", x, 8).r, floatNoise) << x;
         EXPECT_NEAR(composited->pixel("main", x, 8).g, traced->pixel("main", x, 8).g, floatNoise) << x;
+        EXPECT_NEAR(composited->pixel("diffuse", x, 8).g, traced->pixel("diffuse", x, 8).g, floatNoise) << x;
     }
+    expectSame(*composited, "beauty", "main");
     EXPECT_EQ(composited->result().statistics.rays.transparent, 0u);
     EXPECT_GT(traced->result().statistics.rays.transparent, 0u);
 }

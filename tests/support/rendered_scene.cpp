@@ -157,8 +157,8 @@ std::string TestScene::text() const {
                       "\"maxReflectionLevel\" 9, \"maxRefractionLevel\" 9";
             records += fmt::format("{}{{ \"frameBufferName\" \"{}\", {} }}", records.empty() ? "" : ",\n",
                                    passes[i], flags);
-            buffers +=
-                fmt::format("framebuffer \"{}\" datatype \"rgba_fp\" user on filtering on\n", passes[i]);
+            buffers += fmt::format(
+                "framebuffer \"{}\" datatype \"rgba_fp\" user on filtering on useopacity on\n", passes[i]);
         }
         counts += fmt::format("{}{}", type == 0 ? "" : ", ", count);
     }
