@@ -6,6 +6,7 @@
 
 #include <OpenImageIO/texture.h>
 #include <tbb/concurrent_unordered_map.h>
+#include <tbb/enumerable_thread_specific.h>
 
 #include <algorithm>
 #include <cmath>
@@ -90,7 +91,15 @@ struct Textures::Implementation {
     OIIO::TextureSystem* system;
     /// By tag and revision, so that a changed texture is read anew.
     tbb::concurrent_unordered_map<std::uint64_t, Loaded> loaded;
+    /// What the library keeps for each thread. Ours to give back: its own it gives back when the thread ends,
+    /// which for a pool's thread may be just while the cache goes.
+    mutable tbb::enumerable_thread_specific<OIIO::TextureSystem::Perthread*> threads{};
 
+    [[nodiscard]] OIIO::TextureSystem::Perthread* thisThread() const {
+        OIIO::TextureSystem::Perthread*& own = threads.local();
+        if (!own) own = system->create_thread_info();
+        return own;
+    }
     Loaded& get(const scene::TextureElement& texture);
     void load(const scene::TextureElement& texture, Loaded& entry);
     void loadPixels(const scene::TextureElement& texture, Loaded& entry);
@@ -104,7 +113,7 @@ struct Textures::Implementation {
 Textures::Textures(scene::Messages& messages, std::vector<std::string> searchPaths,
                    std::size_t cacheMegabytes)
     : implementation_(new Implementation{
-          messages, std::move(searchPaths), OIIO::ImageCache::create(false), nullptr, {}}) {
+          messages, std::move(searchPaths), OIIO::ImageCache::create(false), nullptr, {}, {}}) {
     implementation_->system = OIIO::TextureSystem::create(false, implementation_->cache);
     OIIO::TextureSystem& system = *implementation_->system;
     system.attribute("max_memory_MB", static_cast<float>(cacheMegabytes));
@@ -115,6 +124,8 @@ Textures::Textures(scene::Messages& messages, std::vector<std::string> searchPat
 }
 
 Textures::~Textures() {
+    for (OIIO::TextureSystem::Perthread* const thread : implementation_->threads)
+        implementation_->system->destroy_thread_info(thread);
     OIIO::TextureSystem::destroy(implementation_->system);
     OIIO::ImageCache::destroy(implementation_->cache);
 }
@@ -227,8 +238,8 @@ bool Textures::Implementation::lookup(const scene::TextureElement& texture, Load
     }
     const bool greyWithAlpha = entry.channels == 2;
     float values[4] = {0, 0, 0, 1};
-    if (!system->texture(entry.handle, system->get_perthread_info(), options, s, t, size.dsdx, -size.dtdx,
-                         size.dsdy, -size.dtdy, greyWithAlpha ? 2 : 4, values)) {
+    if (!system->texture(entry.handle, thisThread(), options, s, t, size.dsdx, -size.dtdx, size.dsdy,
+                         -size.dtdy, greyWithAlpha ? 2 : 4, values)) {
         const std::string why = system->geterror();
         messages.once("texture " + texture.name, {scene::Level::Error, "IMG", 0,
                                                   fmt::format("texture \"{}\": look-up in \"{}\" failed: {}",
