@@ -50,9 +50,8 @@ Progress::Style progressStyle(const CommandLine& command) {
 
 /// Width / height of a pixel. Scenes round the aspect of the image plane ("1.333"), which means square
 /// pixels.
-float pixelAspect(const miCamera& camera, const image::PictureFrame& picture) {
-    const float aspect =
-        camera.aspect * static_cast<float>(picture.height) / static_cast<float>(picture.width);
+float pixelAspect(const miCamera& camera, int width, int height) {
+    const float aspect = camera.aspect * static_cast<float>(height) / static_cast<float>(width);
     return std::abs(aspect - 1.0f) < 0.005f ? 1.0f : aspect;
 }
 
@@ -134,6 +133,20 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     return renderPicture(request, *camera, *options, frame);
 }
 
+/// A size of another shape than the camera's view is nearly always meant as a size only.
+void SceneRun::warnOfOblongPixels(const scene::CameraElement& camera, int width, int height) {
+    const float before = pixelAspect(camera.camera, camera.camera.x_resolution, camera.camera.y_resolution);
+    const float now = pixelAspect(camera.camera, width, height);
+    const float widthThatFits = camera.camera.aspect * static_cast<float>(height) / before;
+    const float tolerance = std::max(1.5f, 0.006f * widthThatFits); // whole pixels, rounded aspects
+    if (std::abs(static_cast<float>(width) - widthThatFits) < tolerance) return;
+    messages_.warning(
+        "MAIN",
+        "--size {}x{} has another shape than the view of camera \"{}\": a pixel is {:.3g} times "
+        "as wide as high; {:.0f}x{} fits",
+        width, height, camera.name, now, widthThatFits, height);
+}
+
 bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,
                              scene::OptionsElement& options, int frame) {
     scene::Messages silent(scene::Level::None, nullptr); // the render says what is wrong with the buffers
@@ -147,6 +160,7 @@ bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraE
     }
     const auto [width, height] =
         command_.overrides.size.value_or(std::pair(camera.camera.x_resolution, camera.camera.y_resolution));
+    warnOfOblongPixels(camera, width, height);
     if (!files_.check(files, buffers, width, height)) {
         fail(exitNotWritten);
         return false;
@@ -209,7 +223,7 @@ void SceneRun::describe(render::FrameResult& result, const scene::CameraElement&
     picture.text["samples"] = fmt::format("{} {}", least, most);
     if (!command_.reproducible)
         picture.text["renderSeconds"] = fmt::format("{:.2f}", result.statistics.renderSeconds);
-    picture.pixelAspect = pixelAspect(camera.camera, picture);
+    picture.pixelAspect = pixelAspect(camera.camera, picture.width, picture.height);
     picture.threads = std::max(1, result.statistics.threads);
     if (const FrameBufferData* block = passBlock(scene_.database(), camera))
         picture.layerText = passMetadata(scene_.database(), *block);

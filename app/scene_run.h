@@ -33,6 +33,7 @@ public:
 private:
     bool link(const std::string& file, const scene::Place& place);
     bool render(const scene::RenderRequest& request);
+    void warnOfOblongPixels(const scene::CameraElement& camera, int width, int height);
     bool renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,
                        scene::OptionsElement& options, int frame);
     void describe(render::FrameResult& result, const scene::CameraElement& camera,

@@ -105,10 +105,13 @@ std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWi
     return nullptr;
 }
 
-/// A pass that was asked for and stays black would be noticed in compositing, days later.
+/// A pass that was asked for and stays black would be noticed in compositing, days later. One pixel is asked
+/// for its values, not for what is missing.
 void reportUnwritten(FrameResult& result, const TileRenderer& tiles, scene::Messages& messages) {
     const auto& buffers = result.framebuffers().buffers();
-    for (std::size_t i = 1; i < buffers.size(); ++i) {
+    const PixelWindow& window = result.film->window();
+    const bool isPicture = window.width() > 1 || window.height() > 1;
+    for (std::size_t i = 1; isPicture && i < buffers.size(); ++i) {
         if (buffers[i].primary || buffers[i].source != image::MainSource::None || tiles.written(i)) continue;
         result.unwritten.push_back(buffers[i].name);
         messages.warning("RNDR", "frame buffer \"{}\" was written by no shader and stays black",

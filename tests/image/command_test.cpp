@@ -126,6 +126,9 @@ TEST_F(Command, WritesListsAndPrintsThePicture) {
     ASSERT_EQ(run("a.mi --pixel 8,4"), 0);
     EXPECT_TRUE(says("depth                          4\n")) << output;
     ASSERT_EQ(run("a.mi --size 4x2 --window 1 0 2 0 -o w.exr"), 0);
+    EXPECT_FALSE(says("has another shape")) << output;
+    ASSERT_EQ(run("a.mi --size 4x4 -o oblong.exr"), 0);
+    EXPECT_TRUE(says("a pixel is 2 times as wide as high; 8x4 fits")) << output;
     const auto input = OIIO::ImageInput::open(directory.file("w.exr"));
     ASSERT_TRUE(input);
     EXPECT_EQ(input->spec().full_width, 4);
