@@ -2,8 +2,8 @@
 #include "geometry/displacement.h"
 
 #include "geometry/displaced_mesh.h"
-#include "geometry/parallel_for.h"
 #include "geometry/vectors.h"
+#include "parallel/parallel_for.h"
 
 #include <algorithm>
 #include <cmath>

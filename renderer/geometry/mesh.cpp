@@ -2,9 +2,9 @@
 #include "geometry/mesh.h"
 
 #include "geometry/motion_segments.h"
-#include "geometry/parallel_for.h"
 #include "geometry/triangulate.h"
 #include "geometry/vectors.h"
+#include "parallel/parallel_for.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,9 +4,9 @@
 #include "geometry/graph_walk.h"
 #include "geometry/light_links.h"
 #include "geometry/mesh.h"
-#include "geometry/parallel_for.h"
 #include "geometry/ray_kernel.h"
 #include "geometry/surface.h"
+#include "parallel/parallel_for.h"
 
 #include <tbb/task_arena.h>
 

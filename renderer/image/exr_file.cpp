@@ -3,6 +3,7 @@
 
 #include "image/file_in_place.h"
 #include "image/image_types.h"
+#include "parallel/parallel_for.h"
 
 #include <ImathMatrix.h>
 #include <OpenEXR/ImfChannelList.h>
@@ -16,7 +17,6 @@
 #include <OpenEXR/ImfStringAttribute.h>
 #include <OpenEXR/ImfThreading.h>
 
-#include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
 #include <algorithm>
@@ -94,6 +94,7 @@ std::vector<std::vector<Plane>> planesOf(std::span<const ExrPart> parts, const P
     for (std::size_t p = 0; p < parts.size(); ++p)
         for (const ExrChannel& channel : parts[p].channels) planes[p].emplace_back(channel, width, height);
     constexpr std::size_t runLength = 16; // pixels, whose words stay in the nearest cache for all channels
+    constexpr std::size_t rowsPerChunk = 8;
     const auto fillRow = [&](std::size_t row) {
         for (std::size_t x = 0; x < width; x += runLength)
             for (std::size_t p = 0; p < parts.size(); ++p)
@@ -101,7 +102,11 @@ std::vector<std::vector<Plane>> planesOf(std::span<const ExrPart> parts, const P
                     planes[p][c].fill(parts[p].channels[c], row, x, std::min(runLength, width - x));
     };
     tbb::task_arena arena(std::max(1, frame.threads));
-    arena.execute([&] { tbb::parallel_for(std::size_t{0}, height, fillRow); });
+    arena.execute([&] {
+        parallelFor(height, rowsPerChunk, [&](std::size_t first, std::size_t last) {
+            for (std::size_t row = first; row < last; ++row) fillRow(row);
+        });
+    });
     return planes;
 }
 

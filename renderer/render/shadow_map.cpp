@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/shadow_map.h"
 
-#include "geometry/parallel_for.h"
 #include "geometry/scene_geometry.h"
+#include "parallel/parallel_for.h"
 #include "render/orthonormal_basis.h"
 
 #include <algorithm>
@@ -67,11 +67,9 @@ ShadowMap::ShadowMap(const geometry::SceneGeometry& geometry, const PlacedLight&
         }
     }
     for (Face& face : faces_)
-        geometry::parallelFor(static_cast<std::size_t>(resolution_), 4,
-                              [&](std::size_t first, std::size_t last) {
-                                  for (std::size_t row = first; row < last; ++row)
-                                      fill(geometry, face, static_cast<int>(row));
-                              });
+        parallelFor(static_cast<std::size_t>(resolution_), 4, [&](std::size_t first, std::size_t last) {
+            for (std::size_t row = first; row < last; ++row) fill(geometry, face, static_cast<int>(row));
+        });
 }
 
 void ShadowMap::fill(const geometry::SceneGeometry& geometry, Face& face, int row) const {

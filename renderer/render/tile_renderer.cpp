@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/tile_renderer.h"
 
-#include "geometry/parallel_for.h"
+#include "parallel/parallel_for.h"
 #include "render/eye_sample.h"
 
 #include <tbb/global_control.h>
@@ -120,7 +120,7 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
 
     tbb::task_arena arena(threads_);
     arena.execute([&] {
-        geometry::parallelFor(count, 1, [&](std::size_t i, std::size_t) {
+        parallelFor(count, 1, [&](std::size_t i, std::size_t) {
             if (frame_.stopped()) return;
             work(workerOfThisThread(), i);
             ++done;

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <cstddef>
 
-namespace orca::geometry {
+namespace orca {
 
 /// Ordered by every fork and join, so that what one side wrote is known to be visible to the other. The
 /// thread library orders them as well, but the thread sanitizer cannot see how: the library is not built for
@@ -30,4 +30,4 @@ void parallelFor(std::size_t count, std::size_t grain, const Body& body) {
     forksAndJoins.fetch_add(1, std::memory_order_acq_rel);
 }
 
-} // namespace orca::geometry
+} // namespace orca

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "geometry/parallel_for.h"
+#include "parallel/parallel_for.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <vector>
 
-namespace orca::geometry {
+namespace orca {
 
 /// Sorts on the threads of the current arena: runs first, then pairs of them are merged. Elements that are
 /// equal to `less` may end up in any order, the same for any number of threads.
@@ -28,4 +28,4 @@ void parallelSort(std::vector<T>& values, const Less& less) {
         });
 }
 
-} // namespace orca::geometry
+} // namespace orca
