@@ -191,7 +191,7 @@ void PassPreset::giveShadowsToMaterials() {
     int count = 0;
     for (miTag tag = 1; tag < database.endTag(); ++tag) {
         auto* material = database.find<scene::MaterialElement>(tag);
-        if (!material) continue;
+        if (!material || material->isTemplate) continue;
         const std::string shader = declarationOf(material->material.shader);
         if (shader.rfind("orcaVela", 0) != 0) {
             if (shader.empty()) continue;
@@ -221,7 +221,7 @@ void PassPreset::giveUtilityShadersToMaterials() {
     if (first == miNULLTAG) return;
     for (miTag tag = 1; tag < database.endTag(); ++tag) {
         auto* material = database.find<scene::MaterialElement>(tag);
-        if (!material || material->material.shader == miNULLTAG) continue;
+        if (!material || material->isTemplate || material->material.shader == miNULLTAG) continue;
         miTag last = material->material.shader;
         while (last != miNULLTAG && last != first) last = nextOf(last);
         if (last == first) continue;

@@ -61,7 +61,8 @@ Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages,
         if (light.light->visible && light.hasArea() && !light.record->off) visibleLights_.push_back(&light);
 
     for (miTag tag = 1; tag < database.endTag(); ++tag)
-        if (const auto* element = database.find<scene::MaterialElement>(tag)) {
+        if (const auto* element = database.find<scene::MaterialElement>(tag);
+            element && !element->isTemplate) {
             materialByTag_.resize(tag + 1);
             materialByTag_[tag] = &element->material;
         }

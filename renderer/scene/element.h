@@ -25,10 +25,11 @@ struct Element {
     virtual void visitReferences(const std::function<void(miTag)>& visit) const { (void)visit; }
 
     miScene_type type;
-    miTag tag = miNULLTAG; ///< set when the database takes the element in
-    std::string name;      ///< with its namespace; empty for anonymous elements
-    Place place;           ///< of the defining statement
-    unsigned revision = 0; ///< grows with every incremental change, and by `touch`
+    miTag tag = miNULLTAG;   ///< set when the database takes the element in
+    std::string name;        ///< with its namespace; empty for anonymous elements
+    Place place;             ///< of the defining statement
+    unsigned revision = 0;   ///< grows with every incremental change, and by `touch`
+    bool isTemplate = false; ///< stands inside a phenomenon: only copies of it are ever used
 
 protected:
     Element(const Element&) = default; // for kinds of which one statement stands for several elements

@@ -79,6 +79,7 @@ private:
         }
         default: return part.tag;
         }
+        copy->isTemplate = false;
         copy->place = original.place;
         copy->name = part.name.empty() ? std::string() : name + "::" + part.name;
         return database_.add(std::move(copy));

@@ -160,6 +160,7 @@ private:
     // reader_phenomenon.cpp
     bool readPhenomenonPart(DeclarationElement& declaration, const Token& word);
     void readPhenomenonRoot(DeclarationElement& declaration);
+    void addPart(std::string name, miTag tag);
     void checkPhenomenonRoot(DeclarationElement& declaration, const Place& place);
     /// The declaration when a use of a phenomenon stands here, as in "name" ( ... ); else null.
     DeclarationElement* atPhenomenon();
@@ -283,7 +284,7 @@ T& Reader::target(const Token& token, miScene_type kind, bool incremental) {
     element->place = placeOf(token);
     T& result = *element;
     const miTag tag = database_.add(std::move(element));
-    if (phenomenon_) phenomenon_->body->parts.push_back({std::string(token.text), tag});
+    if (phenomenon_) addPart(std::string(token.text), tag);
     return result;
 }
 

@@ -246,7 +246,8 @@ void Reader::readRender(const Token& token) {
 void Reader::checkRequirements(const OptionsElement& options) {
     std::set<const DeclarationElement*> used;
     for (miTag tag = 1; tag < database_.endTag(); ++tag) {
-        if (const auto* function = database_.find<FunctionElement>(tag)) used.insert(function->declaration);
+        const auto* function = database_.find<FunctionElement>(tag);
+        if (function && !function->isTemplate) used.insert(function->declaration);
         if (const auto* use = database_.find<PhenomenonUseElement>(tag)) used.insert(use->declaration);
     }
     for (const DeclarationElement* declaration : used) {

@@ -46,6 +46,12 @@ bool Reader::readPhenomenonPart(DeclarationElement& declaration, const Token& to
     return true;
 }
 
+/// To the phenomenon that is being read.
+void Reader::addPart(std::string partName, miTag tag) {
+    phenomenon_->body->parts.push_back({std::move(partName), tag});
+    database_.get(tag)->isTemplate = true;
+}
+
 void Reader::readPhenomenonRoot(DeclarationElement& declaration) {
     if (accept("material")) {
         declaration.body->root =
@@ -91,8 +97,7 @@ miTag Reader::readPhenomenonUse(const ShaderUse& use) {
     if (!body.root && body.attached.empty()) return miNULLTAG; // its declaration has been complained of
     PhenomenonCopy copy = expandPhenomenon(database_, declaration, values, use.name);
     if (phenomenon_) {
-        auto& parts = phenomenon_->body->parts;
-        parts.insert(parts.end(), copy.parts.begin(), copy.parts.end());
+        for (const PhenomenonBody::Part& part : copy.parts) addPart(part.name, part.tag);
         phenomenon_->body->attached.append(copy.attached);
         return copy.root;
     }

@@ -143,7 +143,7 @@ miTag Reader::readShader(const ShaderUse& use, miTag existing) {
         element->function()->parameter_indirect = use.shareFrom;
     }
     const miTag tag = database_.add(std::move(element));
-    if (phenomenon_) phenomenon_->body->parts.push_back({{}, tag});
+    if (phenomenon_) addPart({}, tag);
     return tag;
 }
 

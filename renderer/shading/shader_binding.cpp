@@ -112,7 +112,7 @@ void ShaderRuntime::bind() {
     for (miTag tag = 1; tag < all.shaders.size(); ++tag) {
         std::unique_ptr<BoundShader>& bound = all.shaders[tag];
         auto* const element = database_.find<scene::FunctionElement>(tag);
-        if (!element || !element->declaration ||
+        if (!element || element->isTemplate || !element->declaration ||
             element->declaration->kind != scene::DeclarationElement::Kind::Shader) {
             bound.reset();
             continue;

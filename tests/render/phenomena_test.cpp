@@ -104,5 +104,18 @@ render "world" "cam_inst" "opt"
     EXPECT_GT(main(3, 8, 8)[0], 0.4f);
 }
 
+TEST(Phenomena, ThatNothingUsesNeedNoLibrary) {
+    TestScene scene;
+    scene.contents = "declare shader color \"elsewhere\" ( ) version 1 end declare\n"
+                     "declare phenomenon material \"foreign\" ( ) version 1\n"
+                     "material \"skin\" \"elsewhere\" ( ) displace \"elsewhere\" ( ) end material\n"
+                     "root material \"skin\" end declare\n" +
+                     lambert("white", "\"color\" 1 1 1 1") + card("wall", "white", 0, 0, 0, 1);
+    scene.members = {"wall"};
+    EXPECT_TRUE(RenderedScene(scene.text()).complaints().empty());
+    scene.contents += "shader \"used\" \"foreign\" ( )\n";
+    EXPECT_TRUE(RenderedScene(scene.text()).said("no linked library has the shader \"elsewhere\""));
+}
+
 } // namespace
 } // namespace orca::test
