@@ -140,11 +140,15 @@ void SceneRun::warnOfOblongPixels(const scene::CameraElement& camera, int width,
     const float widthThatFits = camera.camera.aspect * static_cast<float>(height) / before;
     const float tolerance = std::max(1.5f, 0.006f * widthThatFits); // whole pixels, rounded aspects
     if (std::abs(static_cast<float>(width) - widthThatFits) < tolerance) return;
-    messages_.warning(
-        "MAIN",
-        "--size {}x{} has another shape than the view of camera \"{}\": a pixel is {:.3g} times "
-        "as wide as high; {:.0f}x{} fits",
-        width, height, camera.name, now, widthThatFits, height);
+    messages_.once(
+        "shape of " + camera.name,
+        {scene::Level::Warning,
+         "MAIN",
+         0,
+         fmt::format("--size {}x{} has another shape than the view of camera \"{}\": a pixel is {:.3g} "
+                     "times as wide as high; {:.0f}x{} fits",
+                     width, height, camera.name, now, widthThatFits, height),
+         {}});
 }
 
 bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,

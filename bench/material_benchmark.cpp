@@ -3,13 +3,12 @@
 // them. A picture in which every sample calls the material several times more than another picture differs
 // from it by nothing but those calls.
 
+#include "benchmark_command.h"
 #include "loaded_scene.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -137,15 +136,6 @@ void compare(int rounds) {
 int main(int argc, char** argv) {
     int rounds = 7;
     CLI::App command{"Times the standard materials, with and without passes"};
-    command.add_option("--rounds", rounds, "times that everything is rendered; the fastest counts")
-        ->check(CLI::Range(1, 1000))
-        ->capture_default_str();
-    CLI11_PARSE(command, argc, argv);
-    try {
-        compare(rounds);
-    } catch (const std::exception& failure) {
-        fmt::print(stderr, "orca-bench-materials: {}\n", failure.what());
-        return 1;
-    }
-    return 0;
+    return orca::bench::runBenchmark(command, argc, argv, "orca-bench-materials", rounds,
+                                     [&] { compare(rounds); });
 }

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the ocean costs: its waves at a point by the number of octaves, beside a bare loop of as many cosines
 // from the C library; and a frame of it beside a frame of the still life, in one process.
+#include "benchmark_command.h"
 #include "loaded_scene.h"
 #include "orcaOceanWaves.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <exception>
 #include <limits>
 #include <string>
 
@@ -128,16 +127,8 @@ void printFrames(int rounds) {
 int main(int argc, char** argv) {
     int rounds = 5;
     CLI::App command{"Times the ocean: its waves by octaves, and a frame of it beside the still life"};
-    command.add_option("--rounds", rounds, "times that everything is done; the fastest counts")
-        ->check(CLI::Range(1, 1000))
-        ->capture_default_str();
-    CLI11_PARSE(command, argc, argv);
-    try {
+    return orca::bench::runBenchmark(command, argc, argv, "orca-bench-ocean", rounds, [&] {
         printPoints(rounds);
         printFrames(rounds);
-    } catch (const std::exception& failure) {
-        fmt::print(stderr, "orca-bench-ocean: {}\n", failure.what());
-        return 1;
-    }
-    return 0;
+    });
 }

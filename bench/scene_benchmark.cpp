@@ -4,13 +4,12 @@
 // kernel alone.
 
 #include "bare_rays.h"
+#include "benchmark_command.h"
 #include "loaded_scene.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <exception>
 #include <limits>
 #include <memory>
 #include <thread>
@@ -107,17 +106,8 @@ int main(int argc, char** argv) {
         .add_option("--scene", setting.paths.file,
                     "scene whose variable \"passes\" (12, 35) chooses its layers")
         ->capture_default_str();
-    command.add_option("--rounds", setting.rounds, "times that everything is rendered; the fastest counts")
-        ->check(CLI::Range(1, 1000))
-        ->capture_default_str();
     command.add_option("-I", setting.paths.includes, "where declarations are found");
     command.add_option("-L", setting.paths.libraries, "where shader libraries are found");
-    CLI11_PARSE(command, argc, argv);
-    try {
-        compare(setting);
-    } catch (const std::exception& failure) {
-        fmt::print(stderr, "orca-bench-scene: {}\n", failure.what());
-        return 1;
-    }
-    return 0;
+    return orca::bench::runBenchmark(command, argc, argv, "orca-bench-scene", setting.rounds,
+                                     [&] { compare(setting); });
 }

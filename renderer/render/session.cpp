@@ -2,7 +2,7 @@
 #include "render/session.h"
 
 #include "geometry/scene_geometry.h"
-#include "render/attached_shaders.h"
+#include "render/attached_phenomena.h"
 #include "render/displacement_calls.h"
 #include "render/frame.h"
 #include "render/gather_ahead.h"
@@ -173,7 +173,7 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
 
     const scene::PhenomenonAttachments attachments =
         scene::attachmentsTo(database_, {group, cameraInstanceTag, optionsTag});
-    AttachedShaders attached(database_, attachments);
+    AttachedPhenomena attached(database_, attachments);
     attached.extend(camera);
 
     auto framebuffers = std::make_unique<image::FramebufferSet>(*cameraElement, *optionsElement, messages_,

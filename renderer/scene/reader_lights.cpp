@@ -16,7 +16,7 @@ void Reader::readMaterial(const Token& token, bool incremental) {
         const miBoolean opaque = material.opaque;
         material = base->material;
         material.opaque = material.opaque || opaque;
-        element.base = base->tag;
+        if (base != &element) element.base = base->tag;
     } else if (atShader()) {
         ShaderUse use{owner, element.name};
         use.existing = material.shader;

@@ -12,12 +12,12 @@ namespace orca::render {
 
 /// What phenomena attach to one picture: its camera's shader lists grow, and its root group is joined by
 /// their instances. The scene is as before when this goes.
-class AttachedShaders {
+class AttachedPhenomena {
 public:
-    AttachedShaders(scene::Database& database, const scene::PhenomenonAttachments& attachments);
-    ~AttachedShaders();
-    AttachedShaders(const AttachedShaders&) = delete;
-    AttachedShaders& operator=(const AttachedShaders&) = delete;
+    AttachedPhenomena(scene::Database& database, const scene::PhenomenonAttachments& attachments);
+    ~AttachedPhenomena();
+    AttachedPhenomena(const AttachedPhenomena&) = delete;
+    AttachedPhenomena& operator=(const AttachedPhenomena&) = delete;
 
     /// Lens shaders come before the camera's own, so that those, and what passes record, see the scene behind
     /// all of them. Volume and environment shaders come after and work on what the camera's own give.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/attached_shaders.h"
+#include "render/attached_phenomena.h"
 
 #include "scene/elements.h"
 
@@ -22,17 +22,18 @@ std::vector<miTag> membersOf(const scene::Database& database, miTag list) {
 
 } // namespace
 
-AttachedShaders::AttachedShaders(scene::Database& database, const scene::PhenomenonAttachments& attachments)
+AttachedPhenomena::AttachedPhenomena(scene::Database& database,
+                                     const scene::PhenomenonAttachments& attachments)
     : database_(database), attachments_(attachments) {
 }
 
-AttachedShaders::~AttachedShaders() {
+AttachedPhenomena::~AttachedPhenomena() {
     for (const miTag end : ends_)
         database_.find<scene::FunctionElement>(end)->function()->next_function = miNULLTAG;
     if (group_) database_.remove(group_);
 }
 
-void AttachedShaders::extend(miCamera& camera) {
+void AttachedPhenomena::extend(miCamera& camera) {
     miTag lens = miNULLTAG;
     for (const miTag list : attachments_.lens) lens = joined(lens, list);
     camera.lens = joined(lens, camera.lens);
@@ -40,7 +41,7 @@ void AttachedShaders::extend(miCamera& camera) {
     for (const miTag list : attachments_.environment) camera.environment = joined(camera.environment, list);
 }
 
-miTag AttachedShaders::extendedGroup(miTag group) {
+miTag AttachedPhenomena::extendedGroup(miTag group) {
     if (attachments_.instances.empty()) return group;
     const auto& root = *database_.find<scene::GroupElement>(group);
     auto extended = std::make_unique<scene::GroupElement>(root);
@@ -51,7 +52,7 @@ miTag AttachedShaders::extendedGroup(miTag group) {
 }
 
 /// `more` appended to `list`, unless they share members: a shader has one place in a list.
-miTag AttachedShaders::joined(miTag list, miTag more) {
+miTag AttachedPhenomena::joined(miTag list, miTag more) {
     const std::vector<miTag> first = membersOf(database_, list), second = membersOf(database_, more);
     if (first.empty() || second.empty()) return first.empty() ? more : list;
     if (std::find_first_of(first.begin(), first.end(), second.begin(), second.end()) != first.end())
