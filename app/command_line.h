@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/messages.h"
+#include "base/log.h"
 
 #include <array>
 #include <map>
@@ -47,7 +47,7 @@ struct CommandLine {
     std::vector<std::string> includePaths, libraryPaths, texturePaths, libraries;
     std::size_t textureMegabytes = 1024;
     std::map<std::string, std::string> variables, registry;
-    std::optional<scene::Level> verbosity;
+    std::optional<Level> verbosity;
     Overrides overrides;
 };
 

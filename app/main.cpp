@@ -17,7 +17,7 @@ namespace orca::app {
 namespace {
 
 /// Renders every frame that the scenes' names stand for, or the scenes once.
-int renderAll(const CommandLine& command, scene::Messages& messages) {
+int renderAll(const CommandLine& command, Messages& messages) {
     const bool perFrame = std::any_of(command.scenes.begin(), command.scenes.end(), hasFramePattern);
     if (perFrame && !command.frames) {
         fmt::print(stderr, "orca-render: \"{}\" stands for a file per frame: say which with --frames\n",
@@ -54,11 +54,11 @@ int main(int argc, char** argv) {
         fmt::print("{}", passTable());
         return exitRendered;
     }
-    orca::scene::Messages messages(parsed.command->verbosity.value_or(orca::scene::Level::Warning));
+    orca::Messages messages(parsed.command->verbosity.value_or(orca::Level::Warning));
     try {
         return renderAll(*parsed.command, messages);
     } catch (const std::exception& failure) {
-        messages.say(orca::scene::Level::Fatal, "MAIN", "{}", failure.what());
+        messages.say(orca::Level::Fatal, "MAIN", "{}", failure.what());
         return exitRenderError;
     }
 }

@@ -37,7 +37,7 @@ std::uint64_t uncompressedBytes(const image::FramebufferSet& buffers, int width,
 
 } // namespace
 
-OutputFiles::OutputFiles(const CommandLine& command, scene::Messages& messages)
+OutputFiles::OutputFiles(const CommandLine& command, Messages& messages)
     : command_(command), messages_(messages) {
 }
 

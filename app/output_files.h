@@ -3,9 +3,9 @@
 
 #include "command_line.h"
 
+#include "base/log.h"
 #include "render/session.h"
-#include "scene/elements.h"
-#include "scene/messages.h"
+#include "scene/elements/elements.h"
 
 #include <set>
 #include <string>
@@ -21,7 +21,7 @@ struct PictureFiles {
 /// Names, checks and writes the files of a run's pictures.
 class OutputFiles {
 public:
-    OutputFiles(const CommandLine& command, scene::Messages& messages);
+    OutputFiles(const CommandLine& command, Messages& messages);
 
     /// Names of the next picture's files. A name without #### gets the frame number from the second picture
     /// on.
@@ -41,7 +41,7 @@ public:
 
 private:
     const CommandLine& command_;
-    scene::Messages& messages_;
+    Messages& messages_;
     std::set<std::string> named_;
 };
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "command_line.h"
-#include "scene/elements.h"
+#include "scene/elements/elements.h"
 
 namespace orca::app {
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "scene/database.h"
-#include "scene/elements.h"
+#include "scene/elements/elements.h"
 
 #include <orcaFrameBufferRecords.h>
 

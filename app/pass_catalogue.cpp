@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pass_catalogue.h"
 
-#include "scene/declaration.h"
+#include "scene/declarations/declaration.h"
 
 #include <orcaFrameBufferRecords.h>
 

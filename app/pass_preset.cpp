@@ -82,7 +82,7 @@ bool PassPreset::apply(scene::CameraElement& camera, scene::OptionsElement& opti
     if (passBlock(scene_.database(), camera) && !prepared_.count(camera.tag)) {
         scene_.messages().once(
             "preset ignored",
-            {scene::Level::Warning, module, 0,
+            {Level::Warning, module, 0,
              fmt::format("camera \"{}\" sets passes up itself, so --passes is ignored", camera.name),
              camera.place});
         return true;
@@ -196,7 +196,7 @@ void PassPreset::giveShadowsToMaterials() {
         if (shader.rfind("orcaVela", 0) != 0) {
             if (shader.empty()) continue;
             scene_.messages().once("preset material " + std::to_string(tag),
-                                   {scene::Level::Info, module, 0,
+                                   {Level::Info, module, 0,
                                     fmt::format("material \"{}\" is shaded by \"{}\", which writes no passes",
                                                 material->name, shader),
                                     material->place});

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/elements.h"
-#include "scene/parser.h"
+#include "scene/elements/elements.h"
+#include "scene/language/parser.h"
 
 #include <set>
 #include <string>

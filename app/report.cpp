@@ -3,7 +3,7 @@
 
 #include "progress.h"
 
-#include "shading/memory.h"
+#include "base/memory.h"
 
 #include <fmt/format.h>
 
@@ -18,7 +18,7 @@ namespace orca::app {
 
 namespace {
 
-constexpr auto progress = scene::Level::Progress;
+constexpr auto progress = Level::Progress;
 
 std::vector<std::pair<const char*, std::uint64_t>> countsOf(const render::RayCounts& rays) {
     return {{"eye", rays.eye},
@@ -59,7 +59,7 @@ std::string json(const PictureReport& picture) {
 
 } // namespace
 
-void reportPicture(const PictureReport& picture, scene::Messages& messages) {
+void reportPicture(const PictureReport& picture, Messages& messages) {
     const render::RenderStatistics& statistics = picture.statistics;
     messages.say(progress, "RNDR",
                  "frame {}: {} triangles, {} instances, {} lights; prepared in {}, rendered in {} on "
@@ -78,7 +78,7 @@ void reportPicture(const PictureReport& picture, scene::Messages& messages) {
 }
 
 bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures,
-                     scene::Messages& messages) {
+                     Messages& messages) {
     std::string text = "{\n  \"version\": \"" ORCA_VERSION "\",\n  \"pictures\": [\n";
     for (std::size_t i = 0; i < pictures.size(); ++i) text += (i > 0 ? ",\n" : "") + json(pictures[i]);
     text += "\n  ]\n}\n";
@@ -89,12 +89,12 @@ bool writeStatistics(const std::string& path, const std::vector<PictureReport>& 
     return written && closed;
 }
 
-void reportLeaks(const scene::Database& database, scene::Messages& messages) {
+void reportLeaks(const scene::Database& database, Messages& messages) {
     const auto pins = database.unbalancedPins();
     for (const auto& pin : pins)
         messages.say(progress, "MAIN", "pins: \"{}\" (tag {}) is {} by {}", pin.name, pin.tag,
                      pin.pins > 0 ? "still held" : "given back too often", std::abs(pin.pins));
-    const auto leaks = shading::MemoryLedger::instance().leaks();
+    const auto leaks = MemoryLedger::instance().leaks();
     for (const auto& leak : leaks) {
         // The records of a render state that never saw a sample are kept on purpose.
         const bool known = leak.file.find("FrameBufferState") != std::string::npos;

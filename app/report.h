@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
 #include "render/session.h"
 #include "scene/database.h"
-#include "scene/messages.h"
 
 #include <string>
 #include <vector>
@@ -19,14 +19,13 @@ struct PictureReport {
 };
 
 /// Says what a picture took, at progress level.
-void reportPicture(const PictureReport& picture, scene::Messages& messages);
+void reportPicture(const PictureReport& picture, Messages& messages);
 
 /// Writes all pictures as JSON. False, with a message, when the file cannot be written.
-bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures,
-                     scene::Messages& messages);
+bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures, Messages& messages);
 
 /// At progress level: every pin that was not given back and every block that was not released, with who took
 /// it.
-void reportLeaks(const scene::Database& database, scene::Messages& messages);
+void reportLeaks(const scene::Database& database, Messages& messages);
 
 } // namespace orca::app

@@ -7,7 +7,7 @@
 #include "overrides.h"
 #include "pass_block.h"
 #include "progress.h"
-#include "scene/phenomenon_use.h"
+#include "scene/declarations/phenomenon_use.h"
 
 #include <fmt/format.h>
 
@@ -44,7 +44,7 @@ scene::ParserOptions parserOptions(const CommandLine& command) {
 Progress::Style progressStyle(const CommandLine& command) {
     const bool terminal = ::isatty(STDERR_FILENO) != 0;
     if (!command.verbosity) return terminal ? Progress::Style::Bar : Progress::Style::Quiet;
-    if (*command.verbosity < scene::Level::Progress) return Progress::Style::Quiet;
+    if (*command.verbosity < Level::Progress) return Progress::Style::Quiet;
     return terminal ? Progress::Style::Bar : Progress::Style::Lines;
 }
 
@@ -57,7 +57,7 @@ float pixelAspect(const miCamera& camera, int width, int height) {
 
 } // namespace
 
-SceneRun::SceneRun(const CommandLine& command, scene::Messages& messages, const StopSignal& stop,
+SceneRun::SceneRun(const CommandLine& command, Messages& messages, const StopSignal& stop,
                    std::optional<int> frame)
     : command_(command),
       messages_(messages),
@@ -74,7 +74,7 @@ SceneRun::SceneRun(const CommandLine& command, scene::Messages& messages, const 
 int SceneRun::run() {
     scene::ParserOptions options = parserOptions(command_);
     scene::ParserCallbacks callbacks;
-    callbacks.link = [this](const std::string& file, const scene::Place& place) { return link(file, place); };
+    callbacks.link = [this](const std::string& file, const Place& place) { return link(file, place); };
     callbacks.render = [this](const scene::RenderRequest& request) { return render(request); };
     if (!command_.passes.empty())
         preset_ = std::make_unique<PassPreset>(command_.passes, scene_, options, callbacks);
@@ -101,7 +101,7 @@ void SceneRun::fail(int exitCode) {
     if (exitCode_ == exitRendered) exitCode_ = exitCode;
 }
 
-bool SceneRun::link(const std::string& file, const scene::Place& place) {
+bool SceneRun::link(const std::string& file, const Place& place) {
     return runtime_.loadLibrary(file, libraryPaths_, place);
 }
 
@@ -142,7 +142,7 @@ void SceneRun::warnOfOblongPixels(const scene::CameraElement& camera, int width,
     if (std::abs(static_cast<float>(width) - widthThatFits) < tolerance) return;
     messages_.once(
         "shape of " + camera.name,
-        {scene::Level::Warning,
+        {Level::Warning,
          "MAIN",
          0,
          fmt::format("--size {}x{} has another shape than the view of camera \"{}\": a pixel is {:.3g} "
@@ -153,7 +153,7 @@ void SceneRun::warnOfOblongPixels(const scene::CameraElement& camera, int width,
 
 bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,
                              scene::OptionsElement& options, int frame) {
-    scene::Messages silent(scene::Level::None, nullptr); // the render says what is wrong with the buffers
+    Messages silent(Level::None, nullptr); // the render says what is wrong with the buffers
     const auto attached =
         scene::attachmentsTo(scene_.database(), {request.group, request.cameraInstance, request.options});
     const image::FramebufferSet buffers(camera, options, silent, attached.outputs);
@@ -170,7 +170,7 @@ bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraE
         return false;
     }
 
-    const int errorsBefore = messages_.count(scene::Level::Error);
+    const int errorsBefore = messages_.count(Level::Error);
     std::unique_ptr<render::FrameResult> result;
     {
         Progress progress(progressStyle(command_), stderr, fmt::format("frame {}", frame));
@@ -189,7 +189,7 @@ bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraE
         fail(stop_.exitCode());
         return false;
     }
-    if (messages_.count(scene::Level::Error) > errorsBefore) fail(exitRenderError);
+    if (messages_.count(Level::Error) > errorsBefore) fail(exitRenderError);
     describe(*result, camera, options, frame);
     if (command_.pixel) OutputFiles::printPixel(*result);
     if (!files_.write(files, *result, frame)) {

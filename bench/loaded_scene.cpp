@@ -6,7 +6,7 @@
 namespace orca::bench {
 
 LoadedScene::LoadedScene(const ScenePaths& paths, const std::string& passes)
-    : messages_(scene::Level::Error), // layers that stay black are expected here, and no news
+    : messages_(Level::Error), // layers that stay black are expected here, and no news
       scene_(messages_),
       runtime_(scene_.database(), messages_),
       textures_(messages_, {}) {
@@ -15,7 +15,7 @@ LoadedScene::LoadedScene(const ScenePaths& paths, const std::string& passes)
     options.verbosityFixed = true;
     if (!passes.empty()) options.variables["passes"] = passes;
     scene::ParserCallbacks callbacks;
-    callbacks.link = [&](const std::string& file, const scene::Place& place) {
+    callbacks.link = [&](const std::string& file, const Place& place) {
         return runtime_.loadLibrary(file, paths.libraries, place);
     };
     callbacks.render = [&](const scene::RenderRequest& request) {
@@ -36,10 +36,9 @@ std::unique_ptr<render::FrameResult> LoadedScene::render(int threads) {
 
 std::unique_ptr<render::FrameResult> LoadedScene::render(const render::RenderSettings& settings) {
     render::Session session(scene_.database(), messages_, runtime_, textures_);
-    const int errorsBefore = messages_.count(scene::Level::Error);
+    const int errorsBefore = messages_.count(Level::Error);
     auto result = session.render(request_.group, request_.cameraInstance, request_.options, settings);
-    if (!result || messages_.count(scene::Level::Error) > errorsBefore)
-        throw std::runtime_error("rendering failed");
+    if (!result || messages_.count(Level::Error) > errorsBefore) throw std::runtime_error("rendering failed");
     return result;
 }
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
 #include "image/textures.h"
 #include "render/session.h"
-#include "scene/messages.h"
-#include "scene/parser.h"
+#include "scene/language/parser.h"
 #include "shading/shader_runtime.h"
 
 #include <memory>
@@ -33,13 +33,13 @@ public:
     std::unique_ptr<render::FrameResult> render(const render::RenderSettings& settings);
 
     [[nodiscard]] scene::Database& database() { return scene_.database(); }
-    [[nodiscard]] scene::Messages& messages() { return messages_; }
+    [[nodiscard]] Messages& messages() { return messages_; }
     [[nodiscard]] shading::ShaderRuntime& runtime() { return runtime_; }
     [[nodiscard]] image::Textures& textures() { return textures_; }
     [[nodiscard]] const scene::RenderRequest& request() const { return request_; }
 
 private:
-    scene::Messages messages_;
+    Messages messages_;
     scene::Scene scene_;
     shading::ShaderRuntime runtime_;
     image::Textures textures_;

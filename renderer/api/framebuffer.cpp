@@ -17,7 +17,7 @@ namespace {
 
 /// A collection that no camera uses, made by a shader.
 struct LooseCollection final : orca::scene::Element {
-    explicit LooseCollection(orca::scene::Messages& messages)
+    explicit LooseCollection(orca::Messages& messages)
         : Element(miSCENE_FRAMEBUFFERS), framebuffers(messages) {}
     void* record() override { return static_cast<mi::shader_v3::Framebuffer*>(&framebuffers); }
 

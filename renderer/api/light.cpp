@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/light_lists.h"
-#include "render/light_profiles.h"
-#include "render/light_sampling.h"
+#include "render/light/light_lists.h"
+#include "render/light/light_profiles.h"
+#include "render/light/light_sampling.h"
 
 #include <shader.h>
 

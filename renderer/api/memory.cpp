@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "shading/memory.h"
+#include "base/memory.h"
 
+#include "base/locks.h"
 #include "shading/active_renderer.h"
-#include "shading/locks.h"
 
 #include <shader.h>
 
-using orca::shading::MemoryLedger;
+using orca::MemoryLedger;
 
 namespace {
 
@@ -49,36 +49,36 @@ DLLEXPORT void mi_mem_blkdelete(miMemblk* arena) {
 }
 
 DLLEXPORT void* mi_mem_blkallocate(miMemblk* arena) {
-    return orca::shading::arenaAllocate(arena, true);
+    return orca::arenaAllocate(arena, true);
 }
 
 DLLEXPORT void mi_mem_blkrelease(miMemblk* arena, void* block) {
-    orca::shading::arenaRelease(arena, block, true);
+    orca::arenaRelease(arena, block, true);
 }
 
 DLLEXPORT void* mi_mem_blkfallocate(miMemblk* arena) {
-    return orca::shading::arenaAllocate(arena, false);
+    return orca::arenaAllocate(arena, false);
 }
 
 DLLEXPORT void mi_mem_blkfrelease(miMemblk* arena, void* block) {
-    orca::shading::arenaRelease(arena, block, false);
+    orca::arenaRelease(arena, block, false);
 }
 
 DLLEXPORT void mi_init_lock(miLock* lock) {
-    *lock = orca::shading::createLock();
+    *lock = orca::createLock();
 }
 
 DLLEXPORT void mi_delete_lock(miLock* lock) {
-    orca::shading::deleteLock(*lock);
+    orca::deleteLock(*lock);
     *lock = nullptr;
 }
 
 DLLEXPORT void mi_lock(miLock lock) {
-    orca::shading::lock(lock);
+    orca::lock(lock);
 }
 
 DLLEXPORT void mi_unlock(miLock lock) {
-    orca::shading::unlock(lock);
+    orca::unlock(lock);
 }
 
 } // extern "C"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/messages.h"
+#include "base/log.h"
 
 #include "shading/active_renderer.h"
 
@@ -13,7 +13,7 @@
 
 namespace {
 
-using orca::scene::Level;
+using orca::Level;
 
 std::string formatted(const char* format, va_list arguments) {
     va_list again;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/queries.h"
 
-#include "scene/elements.h"
+#include "scene/elements/elements.h"
 #include "shading/active_renderer.h"
 #include "shading/call_context.h"
 #include "shading/shader_runtime.h"

@@ -2,7 +2,7 @@
 #include "api/queries.h"
 
 #include "render/render_context.h"
-#include "scene/elements.h"
+#include "scene/elements/elements.h"
 #include "shading/active_renderer.h"
 
 namespace orca::api {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/queries.h"
 
+#include "render/camera/spaces.h"
 #include "render/render_context.h"
-#include "render/spaces.h"
 
 #include <algorithm>
 

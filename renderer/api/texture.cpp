@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/texture_lookup.h"
+#include "render/texture/texture_lookup.h"
 
 #include <shader.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/gather.h"
-#include "render/occlusion.h"
-#include "render/secondary_rays.h"
-#include "render/shadows.h"
+#include "render/gather/gather.h"
+#include "render/gather/occlusion.h"
+#include "render/light/shadows.h"
+#include "render/trace/secondary_rays.h"
 
 #include <shader.h>
 

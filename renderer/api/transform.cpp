@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/spaces.h"
+#include "render/camera/spaces.h"
 
 #include <shader.h>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/displaced_mesh.h"
 
+#include "base/parallel_for.h"
+#include "base/parallel_sort.h"
+#include "base/vectors.h"
 #include "geometry/surface.h"
-#include "geometry/vectors.h"
-#include "parallel/parallel_for.h"
-#include "parallel/parallel_sort.h"
 
 #include <algorithm>
 #include <array>

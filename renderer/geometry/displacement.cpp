@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/displacement.h"
 
+#include "base/parallel_for.h"
+#include "base/vectors.h"
 #include "geometry/displaced_mesh.h"
-#include "geometry/vectors.h"
-#include "parallel/parallel_for.h"
 
 #include <algorithm>
 #include <cmath>

@@ -4,7 +4,7 @@
 #include "geometry/leaf.h"
 #include "geometry/mesh.h"
 
-#include "scene/approximation.h"
+#include "scene/elements/approximation.h"
 
 #include <shader.h>
 

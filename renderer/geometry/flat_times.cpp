@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/flat_times.h"
 
-#include "geometry/transform.h"
+#include "base/transform.h"
 
 #include <algorithm>
 #include <array>

@@ -28,8 +28,7 @@ std::vector<scene::InstanceElement::Matrix> motionPathOf(const Inherited& inheri
 
 } // namespace
 
-PlacedGraph::PlacedGraph(scene::Database& database, scene::Messages& messages, miTag rootGroup,
-                         int motionSteps)
+PlacedGraph::PlacedGraph(scene::Database& database, Messages& messages, miTag rootGroup, int motionSteps)
     : database_(database), messages_(messages) {
     if (!database_.find<scene::GroupElement>(rootGroup)) {
         messages_.error("GEOM", "the root of the scene is not an instance group; nothing is rendered");
@@ -149,7 +148,7 @@ void PlacedGraph::expandInto(miTag entry, std::vector<miTag>& found, int depth) 
         const std::vector<miTag>& places = placesOf(entry);
         if (places.empty())
             messages_.once("unplaced light " + std::to_string(entry),
-                           {scene::Level::Warning, "GEOM", 0,
+                           {Level::Warning, "GEOM", 0,
                             "light instance \"" + instance->name +
                                 "\" is in a light list but not below the rendered group; it gives no light",
                             instance->place});

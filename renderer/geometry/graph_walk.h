@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
 #include "geometry/inheritance.h"
 #include "scene/database.h"
-#include "scene/elements.h"
-#include "scene/messages.h"
+#include "scene/elements/elements.h"
 
 #include <shader.h>
 
@@ -19,7 +19,7 @@ namespace orca::geometry {
 class PlacedGraph {
 public:
     /// `motionSteps`: equal segments of the shutter along which transforms move.
-    PlacedGraph(scene::Database& database, scene::Messages& messages, miTag rootGroup, int motionSteps);
+    PlacedGraph(scene::Database& database, Messages& messages, miTag rootGroup, int motionSteps);
     ~PlacedGraph();
     PlacedGraph(const PlacedGraph&) = delete;
     PlacedGraph& operator=(const PlacedGraph&) = delete;
@@ -44,7 +44,7 @@ private:
     void expandInto(miTag entry, std::vector<miTag>& lights, int depth) const;
 
     scene::Database& database_;
-    scene::Messages& messages_;
+    Messages& messages_;
     std::vector<miTag> openGroups_;
     std::vector<miTag> copies_;
     std::unordered_map<miTag, std::vector<miTag>> places_;

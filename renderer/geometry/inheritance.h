@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "geometry/transform.h"
-#include "scene/elements.h"
+#include "base/transform.h"
+#include "scene/elements/elements.h"
 
 #include <shader.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "geometry/ray.h"
-#include "scene/approximation.h"
+#include "scene/elements/approximation.h"
 
 #include <shader.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "base/vectors.h"
 #include "geometry/scene_geometry.h"
-#include "geometry/vectors.h"
 
 #include <algorithm>
 #include <bit>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "geometry/graph_walk.h"
-#include "scene/elements.h"
+#include "scene/elements/elements.h"
 
 #include <shader.h>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/mesh.h"
 
+#include "base/parallel_for.h"
+#include "base/vectors.h"
 #include "geometry/motion_segments.h"
 #include "geometry/triangulate.h"
-#include "geometry/vectors.h"
-#include "parallel/parallel_for.h"
 
 #include <algorithm>
 #include <cmath>
@@ -314,7 +314,7 @@ private:
 
 } // namespace
 
-Mesh buildMesh(const scene::ObjectElement& object, scene::Messages& messages) {
+Mesh buildMesh(const scene::ObjectElement& object, Messages& messages) {
     MeshBuilder builder(object);
     for (const auto& group : object.groups) builder.add(group);
     for (const auto& list : object.triangleLists) builder.add(list);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/elements.h"
-#include "scene/messages.h"
+#include "base/log.h"
+#include "scene/elements/elements.h"
 
 #include <shader.h>
 
@@ -36,7 +36,7 @@ struct Mesh {
 
 /// Cuts the object's polygons into triangles, in parallel. Faulty polygons and triangles are left out, with
 /// one message per object and kind of fault.
-[[nodiscard]] Mesh buildMesh(const scene::ObjectElement& object, scene::Messages& messages);
+[[nodiscard]] Mesh buildMesh(const scene::ObjectElement& object, Messages& messages);
 
 /// Takes points, later points and normals to world space, for a mesh that stands in one place only.
 void placeInWorld(Mesh& mesh, const miScalar* localToGlobal, const miScalar* globalToLocal);

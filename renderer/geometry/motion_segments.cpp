@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/motion_segments.h"
 
-#include "scene/options_element.h"
+#include "scene/elements/options_element.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/object_element.h"
+#include "scene/elements/object_element.h"
 
 #include <cstddef>
 #include <set>

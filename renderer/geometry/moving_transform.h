@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "geometry/transform.h"
+#include "base/transform.h"
 
 #include <array>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/ray_kernel.h"
 
+#include "base/vectors.h"
 #include "geometry/flat_times.h"
-#include "geometry/vectors.h"
 
 #include <embree3/rtcore.h>
 
@@ -20,8 +20,8 @@ namespace {
 constexpr unsigned int everyClass = 0xFFFFFFFFu;
 
 void reportDeviceError(void* user, RTCError code, const char* text) {
-    static_cast<scene::Messages*>(user)->error("GEOM", "ray-tracing kernel: {} (code {})", text,
-                                               static_cast<int>(code));
+    static_cast<Messages*>(user)->error("GEOM", "ray-tracing kernel: {} (code {})", text,
+                                        static_cast<int>(code));
 }
 
 [[nodiscard]] std::uint32_t leafOf(const RTCHit& hit) {
@@ -156,7 +156,7 @@ struct RayKernel::Implementation {
     }
 };
 
-RayKernel::RayKernel(std::span<const Leaf> leaves, bool traceMotion, scene::Messages& messages)
+RayKernel::RayKernel(std::span<const Leaf> leaves, bool traceMotion, Messages& messages)
     : implementation_(std::make_unique<Implementation>()) {
     Implementation& kernel = *implementation_;
     kernel.traceMotion = traceMotion;

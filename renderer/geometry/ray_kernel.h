@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
 #include "geometry/leaf.h"
 #include "geometry/mesh.h"
 #include "geometry/ray.h"
-#include "scene/messages.h"
 
 #include <memory>
 #include <span>
@@ -18,7 +18,7 @@ namespace orca::geometry {
 class RayKernel {
 public:
     /// `traceMotion`: rays see leaves at their own time; else at shutter time 0.
-    RayKernel(std::span<const Leaf> leaves, bool traceMotion, scene::Messages& messages);
+    RayKernel(std::span<const Leaf> leaves, bool traceMotion, Messages& messages);
     ~RayKernel();
     RayKernel(const RayKernel&) = delete;
     RayKernel& operator=(const RayKernel&) = delete;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/scene_geometry.h"
 
+#include "base/parallel_for.h"
 #include "geometry/graph_walk.h"
 #include "geometry/light_links.h"
 #include "geometry/mesh.h"
 #include "geometry/ray_kernel.h"
 #include "geometry/surface.h"
-#include "parallel/parallel_for.h"
 
 #include <tbb/task_arena.h>
 
@@ -20,8 +20,7 @@
 namespace orca::geometry {
 
 struct SceneGeometry::Implementation {
-    Implementation(scene::Database& sceneDatabase, scene::Messages& sceneMessages, miTag rootGroup,
-                   int motionSteps)
+    Implementation(scene::Database& sceneDatabase, Messages& sceneMessages, miTag rootGroup, int motionSteps)
         : database(sceneDatabase),
           messages(sceneMessages),
           graph(sceneDatabase, sceneMessages, rootGroup, motionSteps),
@@ -42,7 +41,7 @@ struct SceneGeometry::Implementation {
                                                   std::uint32_t& count);
 
     scene::Database& database;
-    scene::Messages& messages;
+    Messages& messages;
     PlacedGraph graph;
     LightSets lightSets;
     miTag defaultMaterial;
@@ -98,7 +97,7 @@ const miTag* SceneGeometry::Implementation::inheritedMaterials(const PlacedGraph
         std::find(mesh.materials.begin(), mesh.materials.end(), miNULLTAG) == mesh.materials.end();
     if (!given && !everyTriangleHasItsOwn)
         messages.once("no material " + std::to_string(placed.object->tag),
-                      {scene::Level::Warning, "GEOM", 0,
+                      {Level::Warning, "GEOM", 0,
                        "object \"" + placed.object->name + "\" (instance \"" + placed.instance->name +
                            "\") has no material; it is rendered plain grey",
                        placed.instance->place});
@@ -161,7 +160,7 @@ void SceneGeometry::Implementation::buildLeaves(const miOptions& options) {
         record.face = static_cast<miCBoolean>(flags.face);
         if (!leaf.visibleTo && !mesh.triangles.empty())
             messages.once("unseen " + std::to_string(leaf.object),
-                          {scene::Level::Warning, "GEOM", 0,
+                          {Level::Warning, "GEOM", 0,
                            "object \"" + placed.object->name +
                                "\" is seen by no ray: visible, trace and shadow are all off",
                            placed.object->place});
@@ -244,7 +243,7 @@ int motionStepsOf(const miOptions& options) {
 
 } // namespace
 
-SceneGeometry::SceneGeometry(scene::Database& database, scene::Messages& messages, miTag rootGroup,
+SceneGeometry::SceneGeometry(scene::Database& database, Messages& messages, miTag rootGroup,
                              const miOptions& options, int threads, Displacement displacement)
     : implementation_(
           std::make_unique<Implementation>(database, messages, rootGroup, motionStepsOf(options))) {

@@ -6,9 +6,9 @@
 #include "geometry/ray.h"
 #include "geometry/surface_point.h"
 
+#include "base/log.h"
 #include "scene/database.h"
-#include "scene/messages.h"
-#include "scene/options_element.h"
+#include "scene/elements/options_element.h"
 
 #include <cstddef>
 #include <memory>
@@ -29,8 +29,8 @@ public:
     ///
     /// With displacement still to come, `finish` must be called before any ray is cast.
     enum class Displacement { None, StillToCome };
-    SceneGeometry(scene::Database& database, scene::Messages& messages, miTag rootGroup,
-                  const miOptions& options, int threads, Displacement displacement = Displacement::None);
+    SceneGeometry(scene::Database& database, Messages& messages, miTag rootGroup, const miOptions& options,
+                  int threads, Displacement displacement = Displacement::None);
     ~SceneGeometry();
     SceneGeometry(const SceneGeometry&) = delete;
     SceneGeometry& operator=(const SceneGeometry&) = delete;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/surface.h"
 
+#include "base/vectors.h"
 #include "geometry/mesh.h"
 #include "geometry/shutter.h"
-#include "geometry/vectors.h"
 
 #include <algorithm>
 #include <cmath>

@@ -84,7 +84,7 @@ std::vector<std::string> bufferFilePaths(const std::string& directory,
 }
 
 bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, std::span<const Layer> layers,
-                      scene::Messages& messages) {
+                      Messages& messages) {
     std::vector<const Buffer*> buffers;
     for (const Layer& layer : layers) buffers.push_back(layer.buffer);
 
@@ -96,7 +96,7 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
             const std::string word = wanted.filetype.empty() ? wanted.filename : wanted.filetype;
             messages.once(
                 "image format " + word,
-                {scene::Level::Warning,
+                {Level::Warning,
                  "IMG",
                  0,
                  fmt::format("frame buffer \"{}\": file format \"{}\" cannot be written; \"{}\" is written "
@@ -119,7 +119,7 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
     for (const auto& [path, wanted] : layersOfExr) {
         try {
             writeExr(path, frame, {exrPart(wanted, layers)}, wanted.front().buffer->compression);
-            messages.say(scene::Level::Progress, "IMG", "wrote \"{}\"", path);
+            messages.say(Level::Progress, "IMG", "wrote \"{}\"", path);
         } catch (const std::exception& failure) {
             messages.error("IMG", "cannot write \"{}\": {}", path, failure.what());
             good = false;

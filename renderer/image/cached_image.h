@@ -2,7 +2,7 @@
 #pragma once
 
 #include "image/inline_pixels.h"
-#include "scene/color_profile.h"
+#include "scene/elements/color_profile.h"
 
 #include <OpenImageIO/imagecache.h>
 

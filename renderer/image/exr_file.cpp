@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/exr_file.h"
 
+#include "base/parallel_for.h"
 #include "image/file_in_place.h"
 #include "image/image_types.h"
-#include "parallel/parallel_for.h"
 
 #include <ImathMatrix.h>
 #include <OpenEXR/ImfChannelList.h>

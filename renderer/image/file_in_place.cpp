@@ -27,7 +27,7 @@ void FileInPlace::commit() {
     fs::rename(temporary_, path_);
 }
 
-bool canWrite(const std::string& path, scene::Messages& messages, std::uint64_t bytes) {
+bool canWrite(const std::string& path, Messages& messages, std::uint64_t bytes) {
     const fs::path file(path);
     const fs::path directory = file.has_parent_path() ? file.parent_path() : fs::path(".");
     std::error_code failure;

@@ -51,13 +51,12 @@ constexpr const char* typeHelp =
 
 } // namespace
 
-FramebufferSet::FramebufferSet(scene::Messages& messages) : editable_(true), messages_(messages) {
+FramebufferSet::FramebufferSet(Messages& messages) : editable_(true), messages_(messages) {
     reset();
 }
 
 FramebufferSet::FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options,
-                               scene::Messages& messages,
-                               std::span<const scene::OutputStatement> furtherOutputs)
+                               Messages& messages, std::span<const scene::OutputStatement> furtherOutputs)
     : messages_(messages) {
     reset();
     std::vector<std::string> mayBePrimary;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/elements.h"
-#include "scene/messages.h"
+#include "base/log.h"
+#include "scene/elements/elements.h"
 
 #include <shader.h>
 
@@ -50,9 +50,9 @@ public:
     /// none is primary, the first colour buffer that is no user buffer is, else a hidden one is added.
     /// Unsupported data types are errors that name the statement; such a buffer does not exist.
     FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options,
-                   scene::Messages& messages, std::span<const scene::OutputStatement> furtherOutputs = {});
+                   Messages& messages, std::span<const scene::OutputStatement> furtherOutputs = {});
     /// An empty collection that shaders may fill: setting "datatype" of a new name adds a buffer.
-    explicit FramebufferSet(scene::Messages& messages);
+    explicit FramebufferSet(Messages& messages);
 
     FramebufferSet(const FramebufferSet&) = delete;
     FramebufferSet& operator=(const FramebufferSet&) = delete;
@@ -102,7 +102,7 @@ private:
     int primary_ = 0;
     int words_ = 0;
     bool editable_ = false; ///< a collection of a shader's own
-    scene::Messages& messages_;
+    Messages& messages_;
 };
 
 } // namespace orca::image

@@ -66,7 +66,7 @@ void forEachColor(Raster& raster, Operation operation) {
 }
 
 bool writeRaster(const std::string& path, const std::string& format, const OIIO::ImageSpec& spec,
-                 const Raster& raster, const OIIO::TypeDesc& pixelType, scene::Messages& messages) {
+                 const Raster& raster, const OIIO::TypeDesc& pixelType, Messages& messages) {
     const auto refuse = [&](const std::string& why) {
         messages.error("IMG", "cannot write \"{}\": {}", path, why);
         return false;
@@ -82,7 +82,7 @@ bool writeRaster(const std::string& path, const std::string& format, const OIIO:
     } catch (const std::exception& failure) {
         return refuse(failure.what());
     }
-    messages.say(scene::Level::Progress, "IMG", "wrote \"{}\"", path);
+    messages.say(Level::Progress, "IMG", "wrote \"{}\"", path);
     return true;
 }
 
@@ -127,7 +127,7 @@ std::optional<std::string> writableFormat(std::string word) {
 }
 
 bool writeImageFile(const std::string& path, const std::string& format, const PictureFrame& frame,
-                    const Layer& layer, miImg_type type, scene::Messages& messages) {
+                    const Layer& layer, miImg_type type, Messages& messages) {
     const OIIO::TypeDesc stored = fileType(type, format);
     if (stored == OIIO::TypeDesc::UINT32 && format != "tiff") {
         messages.error("IMG",
@@ -154,7 +154,7 @@ bool writeImageFile(const std::string& path, const std::string& format, const Pi
 }
 
 bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer,
-                  scene::Messages& messages) {
+                  Messages& messages) {
     const auto format = writableFormat(
         path.substr(path.find_last_of('.') == std::string::npos ? path.size() : path.find_last_of('.')));
     if (!format || *format == "openexr") {

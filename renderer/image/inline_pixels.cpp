@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/inline_pixels.h"
 
-#include "scene/color_profile.h"
+#include "scene/elements/color_profile.h"
 
 #include <bit>
 #include <cstdint>

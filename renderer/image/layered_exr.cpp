@@ -84,7 +84,7 @@ std::vector<PartDescription> describeParts(std::span<const Buffer* const> buffer
 }
 
 bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
-                     PartLayout layout, scene::Messages& messages) {
+                     PartLayout layout, Messages& messages) {
     std::vector<const Buffer*> buffers;
     for (const Layer& layer : layers) buffers.push_back(layer.buffer);
     std::vector<ExrPart> parts;
@@ -100,7 +100,7 @@ bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::sp
         messages.error("IMG", "cannot write \"{}\": {}", path, failure.what());
         return false;
     }
-    messages.say(scene::Level::Progress, "IMG", "wrote \"{}\": {} layers", path, layers.size());
+    messages.say(Level::Progress, "IMG", "wrote \"{}\": {} layers", path, layers.size());
     return true;
 }
 

@@ -85,7 +85,7 @@ struct Loaded {
 } // namespace
 
 struct Textures::Implementation {
-    scene::Messages& messages;
+    Messages& messages;
     std::vector<std::string> searchPaths;
     OIIO::ImageCache* cache;
     OIIO::TextureSystem* system;
@@ -110,8 +110,7 @@ struct Textures::Implementation {
                 const TextureLookup& how, miColor& result) const;
 };
 
-Textures::Textures(scene::Messages& messages, std::vector<std::string> searchPaths,
-                   std::size_t cacheMegabytes)
+Textures::Textures(Messages& messages, std::vector<std::string> searchPaths, std::size_t cacheMegabytes)
     : implementation_(new Implementation{
           messages, std::move(searchPaths), OIIO::ImageCache::create(false), nullptr, {}, {}}) {
     implementation_->system = OIIO::TextureSystem::create(false, implementation_->cache);
@@ -241,7 +240,7 @@ bool Textures::Implementation::lookup(const scene::TextureElement& texture, Load
     if (!system->texture(entry.handle, thisThread(), options, s, t, size.dsdx, -size.dtdx, size.dsdy,
                          -size.dtdy, greyWithAlpha ? 2 : 4, values)) {
         const std::string why = system->geterror();
-        messages.once("texture " + texture.name, {scene::Level::Error, "IMG", 0,
+        messages.once("texture " + texture.name, {Level::Error, "IMG", 0,
                                                   fmt::format("texture \"{}\": look-up in \"{}\" failed: {}",
                                                               texture.name, texture.file, why),
                                                   texture.place});

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/elements.h"
-#include "scene/messages.h"
+#include "base/log.h"
+#include "scene/elements/elements.h"
 
 #include <shader.h>
 
@@ -36,8 +36,7 @@ struct TextureLookup {
 /// statement; look-ups of it are false.
 class Textures {
 public:
-    Textures(scene::Messages& messages, std::vector<std::string> searchPaths,
-             std::size_t cacheMegabytes = 1024);
+    Textures(Messages& messages, std::vector<std::string> searchPaths, std::size_t cacheMegabytes = 1024);
     ~Textures();
     Textures(const Textures&) = delete;
     Textures& operator=(const Textures&) = delete;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/attached_phenomena.h"
 
-#include "scene/elements.h"
+#include "scene/elements/elements.h"
 
 #include <algorithm>
 #include <memory>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "scene/database.h"
-#include "scene/phenomenon_use.h"
+#include "scene/declarations/phenomenon_use.h"
 
 #include <shader.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/displacement_calls.h"
 
-#include "render/eye_sample.h"
-#include "scene/elements.h"
+#include "render/camera/eye_sample.h"
+#include "scene/elements/elements.h"
 
 #include <tbb/task_arena.h>
 

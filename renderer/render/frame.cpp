@@ -2,7 +2,7 @@
 #include "render/frame.h"
 
 #include "image/image_types.h"
-#include "scene/elements.h"
+#include "scene/elements/elements.h"
 
 namespace orca::render {
 
@@ -16,10 +16,10 @@ void enter(std::vector<std::uint32_t>& byTag, miTag tag, std::uint32_t index) {
 
 } // namespace
 
-Frame::Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages,
-             shading::ShaderRuntime& shaderRuntime, image::Textures& textureCache,
-             const geometry::SceneGeometry& sceneGeometry, const image::FramebufferSet& frameBuffers,
-             const miOptions& renderOptions, const miCamera& renderCamera, miTag cameraInstanceTag)
+Frame::Frame(scene::Database& sceneDatabase, Messages& sceneMessages, shading::ShaderRuntime& shaderRuntime,
+             image::Textures& textureCache, const geometry::SceneGeometry& sceneGeometry,
+             const image::FramebufferSet& frameBuffers, const miOptions& renderOptions,
+             const miCamera& renderCamera, miTag cameraInstanceTag)
     : database(sceneDatabase),
       messages(sceneMessages),
       runtime(shaderRuntime),

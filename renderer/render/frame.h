@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
 #include "geometry/scene_geometry.h"
 #include "image/framebuffers.h"
 #include "image/textures.h"
-#include "render/camera_placement.h"
-#include "render/gather_settings.h"
-#include "render/light_profiles.h"
-#include "render/placed_light.h"
+#include "render/camera/camera_placement.h"
+#include "render/gather/gather_settings.h"
+#include "render/light/light_profiles.h"
+#include "render/light/placed_light.h"
 #include "scene/database.h"
-#include "scene/messages.h"
 #include "shading/shader_runtime.h"
 
 #include <shader.h>
@@ -26,13 +26,13 @@ class ShadowMaps;
 /// Everything that stays the same while one picture is rendered. Shared by all threads, const for them.
 class Frame {
 public:
-    Frame(scene::Database& sceneDatabase, scene::Messages& sceneMessages,
-          shading::ShaderRuntime& shaderRuntime, image::Textures& textureCache,
-          const geometry::SceneGeometry& sceneGeometry, const image::FramebufferSet& frameBuffers,
-          const miOptions& renderOptions, const miCamera& renderCamera, miTag cameraInstance);
+    Frame(scene::Database& sceneDatabase, Messages& sceneMessages, shading::ShaderRuntime& shaderRuntime,
+          image::Textures& textureCache, const geometry::SceneGeometry& sceneGeometry,
+          const image::FramebufferSet& frameBuffers, const miOptions& renderOptions,
+          const miCamera& renderCamera, miTag cameraInstance);
 
     scene::Database& database;
-    scene::Messages& messages;
+    Messages& messages;
     shading::ShaderRuntime& runtime;
     image::Textures& textures;
     const LightProfiles lightProfiles;

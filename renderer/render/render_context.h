@@ -2,7 +2,7 @@
 #pragma once
 
 #include "render/frame.h"
-#include "render/sampler.h"
+#include "render/sampling/sampler.h"
 #include "shading/call_context.h"
 
 #include <shader.h>

@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/session.h"
 
+#include "base/locks.h"
 #include "geometry/scene_geometry.h"
 #include "render/attached_phenomena.h"
 #include "render/displacement_calls.h"
 #include "render/frame.h"
-#include "render/gather_ahead.h"
-#include "render/refinement.h"
-#include "render/shadow_map.h"
+#include "render/gather/gather_ahead.h"
+#include "render/light/shadow_map.h"
+#include "render/sampling/refinement.h"
 #include "render/tile_renderer.h"
-#include "scene/elements.h"
+#include "scene/elements/elements.h"
 #include "shading/active_renderer.h"
-#include "shading/locks.h"
 
 #include <algorithm>
 #include <chrono>
@@ -89,7 +89,7 @@ image::PictureFrame pictureFrame(const miCamera& camera) {
 /// Null, with a message, when there is not memory enough. Asked before the first page is touched, as systems
 /// that promise more than they have would stop the whole process later.
 std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWindow& window,
-                             scene::Messages& messages) {
+                             Messages& messages) {
     const std::size_t needed = Film::bytesNeeded(buffers, window);
     const auto machine =
         static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
@@ -107,7 +107,7 @@ std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWi
 
 /// A pass that was asked for and stays black would be noticed in compositing, days later. One pixel is asked
 /// for its values, not for what is missing.
-void reportUnwritten(FrameResult& result, const TileRenderer& tiles, scene::Messages& messages) {
+void reportUnwritten(FrameResult& result, const TileRenderer& tiles, Messages& messages) {
     const auto& buffers = result.framebuffers().buffers();
     const PixelWindow& window = result.film->window();
     const bool isPicture = window.width() > 1 || window.height() > 1;
@@ -139,19 +139,19 @@ FrameResult::FrameResult(std::unique_ptr<image::FramebufferSet> framebuffers, co
     : framebuffers_(std::move(framebuffers)), frame_(pictureFrame(camera)) {
 }
 
-Session::Session(scene::Database& database, scene::Messages& messages, shading::ShaderRuntime& runtime,
+Session::Session(scene::Database& database, Messages& messages, shading::ShaderRuntime& runtime,
                  image::Textures& textures)
     : database_(database),
       messages_(messages),
       runtime_(runtime),
       textures_(textures),
-      globalLock_(shading::createLock()) {
+      globalLock_(createLock()) {
     shading::activate({&database, &messages});
 }
 
 Session::~Session() {
     shading::activate({});
-    shading::deleteLock(globalLock_);
+    deleteLock(globalLock_);
 }
 
 std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTag, miTag optionsTag,

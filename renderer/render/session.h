@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
 #include "image/framebuffers.h"
 #include "image/picture_file.h"
 #include "image/textures.h"
-#include "render/film.h"
+#include "render/film/film.h"
 #include "render/render_context.h"
 #include "scene/database.h"
-#include "scene/messages.h"
 #include "shading/shader_runtime.h"
 
 #include <atomic>
@@ -61,7 +61,7 @@ private:
 /// there is one at a time in a process.
 class Session {
 public:
-    Session(scene::Database& database, scene::Messages& messages, shading::ShaderRuntime& runtime,
+    Session(scene::Database& database, Messages& messages, shading::ShaderRuntime& runtime,
             image::Textures& textures);
     ~Session();
     Session(const Session&) = delete;
@@ -73,7 +73,7 @@ public:
 
 private:
     scene::Database& database_;
-    scene::Messages& messages_;
+    Messages& messages_;
     shading::ShaderRuntime& runtime_;
     image::Textures& textures_;
     miLock globalLock_;

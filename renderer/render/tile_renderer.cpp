@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/tile_renderer.h"
 
-#include "parallel/parallel_for.h"
-#include "render/eye_sample.h"
+#include "base/parallel_for.h"
+#include "render/camera/eye_sample.h"
 
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "render/film.h"
-#include "render/refinement.h"
+#include "render/film/film.h"
 #include "render/render_context.h"
+#include "render/sampling/refinement.h"
 #include "render/session.h"
 
 #include <functional>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/element.h"
+#include "scene/elements/element.h"
 
 #include <shader.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
 #include "scene/database.h"
-#include "scene/messages.h"
 
 namespace orca::shading {
 
@@ -10,7 +10,7 @@ namespace orca::shading {
 /// of the renderer in this process. Both null while none is active.
 struct ActiveRenderer {
     scene::Database* database = nullptr;
-    scene::Messages* messages = nullptr;
+    Messages* messages = nullptr;
 };
 
 /// Sets the active renderer; before rendering threads start and after they ended.

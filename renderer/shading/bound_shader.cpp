@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "shading/bound_shader.h"
 
-#include "shading/locks.h"
+#include "base/locks.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/elements.h"
+#include "scene/elements/elements.h"
 #include "shading/fault_counter.h"
 
 #include <shader.h>

@@ -20,7 +20,7 @@ std::string describe(const scene::Element& element) {
 
 /// Finds the entry points and compares versions; messages come once per shader.
 void findFunctions(ShaderCode& code, const ShaderLibraries& libraries, const scene::FunctionElement& wantedBy,
-                   scene::Messages& messages) {
+                   Messages& messages) {
     const ShaderLibraries::Symbol entry = libraries.find(code.symbol);
     if (!entry.address) {
         messages.errorAt(
@@ -74,7 +74,7 @@ void readRecord(BoundShader& bound, scene::FunctionElement& element, scene::Data
 /// changes.
 class ConnectionWalk {
 public:
-    ConnectionWalk(scene::Database& database, scene::Messages& messages, std::size_t tags)
+    ConnectionWalk(scene::Database& database, Messages& messages, std::size_t tags)
         : database_(database), messages_(messages), seen_(tags, Mark::New) {}
 
     void visit(miTag tag) {
@@ -99,7 +99,7 @@ public:
 private:
     enum class Mark : std::uint8_t { New, Open, Done };
     scene::Database& database_;
-    scene::Messages& messages_;
+    Messages& messages_;
     std::vector<Mark> seen_;
 };
 

@@ -9,7 +9,7 @@
 namespace orca::shading {
 
 bool ShaderLibraries::load(const std::string& file, const std::vector<std::string>& searchPaths,
-                           const scene::Place& place, scene::Messages& messages) {
+                           const Place& place, Messages& messages) {
     namespace fs = std::filesystem;
     std::vector<std::string> candidates;
     if (file.find('/') != std::string::npos) {

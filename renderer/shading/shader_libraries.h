@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/messages.h"
+#include "base/log.h"
 
 #include <string>
 #include <vector>
@@ -13,8 +13,8 @@ namespace orca::shading {
 class ShaderLibraries {
 public:
     /// See ShaderRuntime::loadLibrary.
-    bool load(const std::string& file, const std::vector<std::string>& searchPaths, const scene::Place& place,
-              scene::Messages& messages);
+    bool load(const std::string& file, const std::vector<std::string>& searchPaths, const Place& place,
+              Messages& messages);
 
     struct Symbol {
         void* address = nullptr; ///< null: in no library

@@ -9,14 +9,14 @@
 
 namespace orca::shading {
 
-ShaderRuntime::ShaderRuntime(scene::Database& database, scene::Messages& messages)
+ShaderRuntime::ShaderRuntime(scene::Database& database, Messages& messages)
     : database_(database), messages_(messages), implementation_(std::make_unique<Implementation>()) {
 }
 
 ShaderRuntime::~ShaderRuntime() = default;
 
 bool ShaderRuntime::loadLibrary(const std::string& file, const std::vector<std::string>& searchPaths,
-                                const scene::Place& place) {
+                                const Place& place) {
     return implementation_->libraries.load(file, searchPaths, place, messages_);
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
 #include "scene/database.h"
-#include "scene/messages.h"
 
 #include <shader.h>
 
@@ -17,7 +17,7 @@ namespace orca::shading {
 /// thread and take no lock after an instance's first call.
 class ShaderRuntime {
 public:
-    ShaderRuntime(scene::Database& database, scene::Messages& messages);
+    ShaderRuntime(scene::Database& database, Messages& messages);
     ~ShaderRuntime();
     ShaderRuntime(const ShaderRuntime&) = delete;
     ShaderRuntime& operator=(const ShaderRuntime&) = delete;
@@ -25,7 +25,7 @@ public:
     /// Opens a shared object; a name without a directory is searched in `searchPaths`. False, with a message
     /// that names the statement at `place` and the paths tried, when it cannot be opened.
     bool loadLibrary(const std::string& file, const std::vector<std::string>& searchPaths,
-                     const scene::Place& place);
+                     const Place& place);
 
     /// Finds the functions of all shader instances in the database that are not bound yet and compares
     /// versions. A function found in no library is one error that names the shader, who wanted it and the
@@ -81,12 +81,12 @@ public:
     void reportFaults();
 
     [[nodiscard]] scene::Database& database() const { return database_; }
-    [[nodiscard]] scene::Messages& messages() const { return messages_; }
+    [[nodiscard]] Messages& messages() const { return messages_; }
 
 private:
     struct Implementation;
     scene::Database& database_;
-    scene::Messages& messages_;
+    Messages& messages_;
     std::unique_ptr<Implementation> implementation_;
 };
 

@@ -111,7 +111,7 @@ TEST_F(CameraBuffers, OfUnknownTypesAreErrorsThatNameTheStatement) {
     statement("odd", "vta").place = {"shot.mi", 12, 5};
     const FramebufferSet set(camera, options, messages);
     EXPECT_EQ(indexOf(set, "odd"), 0u);
-    EXPECT_EQ(messages.count(scene::Level::Error), 1);
+    EXPECT_EQ(messages.count(Level::Error), 1);
     EXPECT_NE(messages.text().find("shot.mi:12:5"), std::string::npos);
     EXPECT_NE(messages.text().find("\"vta\""), std::string::npos);
 }
@@ -131,7 +131,7 @@ TEST_F(CameraBuffers, OutputStatementsFindTheirBuffers) {
     EXPECT_EQ(main.outputs[1].type, miIMG_TYPE_RGBA_FP);
     ASSERT_EQ(depth.outputs.size(), 1u);
     EXPECT_TRUE(depth.filtering); // "+z"
-    EXPECT_EQ(messages.count(scene::Level::Error), 1);
+    EXPECT_EQ(messages.count(Level::Error), 1);
     EXPECT_NE(messages.text().find("\"nonsense\""), std::string::npos);
 }
 

@@ -145,7 +145,7 @@ TEST(Files, ThatCannotBeWrittenAreFoundBeforeRendering) {
     EXPECT_FALSE(canWrite(directory.path(), messages));
     EXPECT_FALSE(canWrite("/proc/orca.exr", messages));
     EXPECT_FALSE(canWrite(directory.file("huge.exr"), messages, std::uint64_t{1} << 60));
-    EXPECT_EQ(messages.count(scene::Level::Error), 4);
+    EXPECT_EQ(messages.count(Level::Error), 4);
     EXPECT_NE(messages.text().find("missing\" does not exist; create it or choose another"),
               std::string::npos);
 
@@ -199,7 +199,7 @@ TEST_F(BufferFiles, UnknownFormatsBecomeExrWithAWarning) {
     main.filetype = "qntpal";
     ASSERT_TRUE(write()) << messages.text();
     EXPECT_TRUE(std::filesystem::exists(directory.file("p.exr")));
-    EXPECT_EQ(messages.count(scene::Level::Warning), 1);
+    EXPECT_EQ(messages.count(Level::Warning), 1);
     main.filetype = "null";
     std::filesystem::remove(directory.file("p.exr"));
     ASSERT_TRUE(write());

@@ -42,11 +42,11 @@ private:
 };
 
 /// Messages that are kept and not printed.
-struct QuietMessages : scene::Messages {
-    QuietMessages() : Messages(scene::Level::None, nullptr) { keep(true); }
+struct QuietMessages : Messages {
+    QuietMessages() : Messages(Level::None, nullptr) { keep(true); }
     [[nodiscard]] std::string text() const {
         std::string all;
-        for (const scene::Message& message : kept()) all += line(message) + '\n';
+        for (const Message& message : kept()) all += line(message) + '\n';
         return all;
     }
 };
@@ -55,7 +55,7 @@ struct QuietMessages : scene::Messages {
 /// holds 100 b + 10 y + x + c / 10; labels hold 1000 y + x.
 class Picture {
 public:
-    Picture(const scene::CameraElement& camera, const PictureFrame& pictureFrame, scene::Messages& messages)
+    Picture(const scene::CameraElement& camera, const PictureFrame& pictureFrame, Messages& messages)
         : frame(pictureFrame), set(camera, scene::OptionsElement(), messages) {
         // As a film keeps them: all words of a pixel lie together.
         const std::vector<const Buffer*> buffers = layeredBuffers(set);

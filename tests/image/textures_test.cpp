@@ -126,7 +126,7 @@ TEST_F(TextureLookups, OfAMissingFileFailWithOneMessageFromAllThreads) {
         });
     }
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(messages.count(scene::Level::Error), 1);
+    EXPECT_EQ(messages.count(Level::Error), 1);
     EXPECT_NE(messages.text().find("shot.mi:3:1"), std::string::npos);
     EXPECT_NE(messages.text().find("\"wood\""), std::string::npos);
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/vectors.h"
 #include "geometry/scene_geometry.h"
-#include "geometry/vectors.h"
 #include "support/scene_builder.h"
 
 #include <gtest/gtest.h>

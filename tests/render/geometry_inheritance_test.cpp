@@ -178,7 +178,7 @@ TEST_F(InheritedMaterial, LabelsIndexTheListAndStopAtItsEnd) {
 TEST_F(InheritedMaterial, NoneGivesTheDefaultWithOneWarning) {
     const miTag material = seen();
     EXPECT_EQ(material, scene.built->defaultMaterial());
-    EXPECT_TRUE(scene.said(scene::Level::Warning, "object \"square\" (instance \"inner\") has no material"));
+    EXPECT_TRUE(scene.said(Level::Warning, "object \"square\" (instance \"inner\") has no material"));
     EXPECT_NE(scene.database.find<scene::MaterialElement>(material), nullptr);
 }
 
@@ -236,7 +236,7 @@ TEST_F(LightLinks, ListedLightThatStandsNowhereIsNamed) {
     auto& lost = scene.light("lost");
     leaf.lights = {true, false, {lost.tag, key.tag}};
     EXPECT_EQ(lights(), (std::vector{key.tag}));
-    EXPECT_TRUE(scene.said(scene::Level::Warning, "\"lost\" is in a light list but not below"));
+    EXPECT_TRUE(scene.said(Level::Warning, "\"lost\" is in a light list but not below"));
 }
 
 } // namespace

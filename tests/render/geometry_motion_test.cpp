@@ -59,7 +59,7 @@ TEST_F(MovingScene, NormalsFollowAChangingPlacement) {
         const auto seen = scene.lookDownAt(0.5f, 0, 0.5f);
         ASSERT_TRUE(seen);
         expectNear(seen->surface.point, {0.5f, 0, 1});
-        expectNear(seen->surface.normal, geometry::normalized({-2, 0, 1}));
+        expectNear(seen->surface.normal, normalized({-2, 0, 1}));
         expectNear(seen->surface.motion, {0, 0, 1});
     }
 }

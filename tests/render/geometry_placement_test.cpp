@@ -100,7 +100,7 @@ TEST_P(PlacedNormals, StandUprightAndKeepTheFront) {
 
     // Closed form: corners taken to the world, and the side that is in front in object space.
     const miScalar* const toWorld = one.instance.tf.local_to_global;
-    const auto world = [&](miVector p) { return geometry::transformPoint(p, toWorld); };
+    const auto world = [&](miVector p) { return transformPoint(p, toWorld); };
     using namespace orca::geometry;
     const miVector across = world({1, -1, 1}) - world({-1, -1, -1}),
                    along = world({0, 1, 0}) - world({0, 0, 0});
@@ -137,9 +137,9 @@ TEST(Placement, SaysWhatCannotBePlaced) {
     auto& flat = scene.instance("flat", scene.square("other"));
     flat.transform[0] = 0;
     scene.build(scene.group("root", {&again, &flat}));
-    EXPECT_TRUE(scene.said(scene::Level::Error, "\"loop\" contains itself"));
-    EXPECT_TRUE(scene.said(scene::Level::Error, "member that is not an instance"));
-    EXPECT_TRUE(scene.said(scene::Level::Error, "\"flat\" cannot be inverted"));
+    EXPECT_TRUE(scene.said(Level::Error, "\"loop\" contains itself"));
+    EXPECT_TRUE(scene.said(Level::Error, "member that is not an instance"));
+    EXPECT_TRUE(scene.said(Level::Error, "\"flat\" cannot be inverted"));
     EXPECT_TRUE(scene.lookDownAt(0, 0));
 }
 

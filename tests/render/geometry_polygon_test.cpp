@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/triangulate.h"
 
+#include "base/vectors.h"
 #include "geometry/mesh.h"
-#include "geometry/vectors.h"
 #include "support/scene_builder.h"
 
 #include <gtest/gtest.h>
@@ -123,8 +123,8 @@ TEST(Mesh, LeavesFaultyPolygonsOutAndSaysSo) {
                                 {{{0, 1, 2, 3}}, {{0, 1, 77}}, {{0, 1, 4}}, {{0, 0, 1}}});
     const geometry::Mesh mesh = geometry::buildMesh(object, scene.messages);
     EXPECT_EQ(mesh.triangles.size(), 2u);
-    EXPECT_TRUE(scene.said(scene::Level::Error, "\"bad\": 1 polygons name vertices"));
-    EXPECT_TRUE(scene.said(scene::Level::Warning, "\"bad\": 2 polygons without area"));
+    EXPECT_TRUE(scene.said(Level::Error, "\"bad\": 1 polygons name vertices"));
+    EXPECT_TRUE(scene.said(Level::Warning, "\"bad\": 2 polygons without area"));
 }
 
 /// A group and a triangle list in one object, only one with normals and texture coordinates.
@@ -143,10 +143,10 @@ TEST(Mesh, PartsOfAnObjectShareTheirArrays) {
     const geometry::Mesh mesh = geometry::buildMesh(object, scene.messages);
     ASSERT_EQ(mesh.triangles.size(), 3u);
     EXPECT_EQ(mesh.triangles[2], (geometry::Mesh::Triangle{4, 5, 6}));
-    EXPECT_TRUE(geometry::isNull(mesh.normals[0]));
+    EXPECT_TRUE(isNull(mesh.normals[0]));
     EXPECT_EQ(mesh.normals[4].z, 1.0f);
     EXPECT_EQ(mesh.textures[5].y, 0.4f);
-    EXPECT_TRUE(scene.said(scene::Level::Error, "1 polygons name vertices"));
+    EXPECT_TRUE(scene.said(Level::Error, "1 polygons name vertices"));
 }
 
 } // namespace

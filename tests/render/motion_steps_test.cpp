@@ -15,7 +15,6 @@
 namespace {
 
 using namespace orca;
-using geometry::operator-;
 using test::expectNear;
 using test::Geometry;
 using test::Matrix;

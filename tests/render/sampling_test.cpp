@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/low_discrepancy.h"
-#include "render/pixel_filter.h"
-#include "render/sampler.h"
+#include "render/film/pixel_filter.h"
+#include "render/sampling/low_discrepancy.h"
+#include "render/sampling/sampler.h"
 
 #include <shader.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "base/memory.h"
 #include "shading/evaluation_arena.h"
-#include "shading/memory.h"
 #include "shading/sibling_results.h"
 #include "shading/state_store.h"
 
@@ -16,6 +16,7 @@
 
 namespace {
 
+using namespace orca;
 using namespace orca::shading;
 
 MemoryLedger& ledger = MemoryLedger::instance();

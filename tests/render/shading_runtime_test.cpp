@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "base/locks.h"
 #include "shading/call_context.h"
-#include "shading/locks.h"
 #include "shading/shader_runtime.h"
 #include "support/scene_builder.h"
 #include "support/test_shaders.h"
@@ -22,7 +22,6 @@
 namespace {
 
 using namespace orca;
-using scene::Level;
 
 scene::Parameter parameter(const char* name, miParam_type type, bool isArray = false) {
     scene::Parameter result;

@@ -15,8 +15,6 @@
 namespace {
 
 using namespace orca;
-using geometry::operator*;
-using geometry::operator+;
 using test::expectNear;
 using test::Geometry;
 using test::placedAt;
@@ -73,7 +71,7 @@ TEST_P(VertexWay, VisitsTheCorner) {
     if (GetParam().instanced) root.members.push_back(scene.instance("far", object, placedAt(50, 0, 0)).tag);
     const auto& geometry = scene.build(root);
     EXPECT_TRUE(geometry.moves());
-    EXPECT_FALSE(scene.said(scene::Level::Warning, "motion vectors"));
+    EXPECT_FALSE(scene.said(Level::Warning, "motion vectors"));
     const auto expectAt = [&](float time, const miVector& centre) {
         const auto seen = scene.lookDownAt(centre.x + 0.5f, 0.25f, time);
         ASSERT_TRUE(seen) << time;
@@ -112,7 +110,7 @@ TEST_F(MixedMotion, EveryVertexSharesTheShutterEvenlyAmongItsOwn) {
                         &squareList(scene, "none", {}, 8)})
         object.triangleLists.push_back(other->triangleLists[0]);
     scene.build(scene.group("root", {&scene.instance("leaf", object)}));
-    EXPECT_FALSE(scene.said(scene::Level::Warning, "motion vectors"));
+    EXPECT_FALSE(scene.said(Level::Warning, "motion vectors"));
     const auto heightAt = [&](float x, float time) {
         const auto seen = scene.lookDownAt(x, 0.3f, time);
         return seen ? 10 - seen->hit.distance : -99;
@@ -142,7 +140,7 @@ TEST_F(MixedMotion, CountsThatNeverMeetAreSaidAndFollowedAsFinelyAsCanBe) {
     object.triangleLists.push_back(
         squareList(scene, "other", std::vector<miVector>(13, {0, 0, 0.1f}), 4).triangleLists[0]);
     scene.build(scene.group("root", {&scene.instance("leaf", object)}));
-    EXPECT_TRUE(scene.said(scene::Level::Warning, "\"odd\" has vertices with 11, 13 motion vectors"));
+    EXPECT_TRUE(scene.said(Level::Warning, "\"odd\" has vertices with 11, 13 motion vectors"));
     EXPECT_NEAR(scene.lookDownAt(0, 0.3f, 0.5f)->surface.point.z, 0.55f, 1e-4f);
     EXPECT_NEAR(scene.lookDownAt(4, 0.3f, 1.0f)->surface.point.z, 1.3f, 1e-4f);
     EXPECT_EQ(scene.built->leaves()[0].mesh->laterPoints.size(), 128u);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene_fixture.h"
 
-#include "scene/elements.h"
+#include "scene/elements/elements.h"
 
 #include <filesystem>
 #include <fstream>

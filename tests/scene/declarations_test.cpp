@@ -94,31 +94,31 @@ TEST_F(EveryParameterType, HasTheOffsetOfItsMember) {
     ASSERT_EQ(text.errors(), "");
     Database& database = text.scene.database();
     const auto* declaration = database.find<DeclarationElement>(database.declaration("every"));
-    struct Place {
+    struct Expected {
         const char* name;
         std::size_t offset;
     };
-    const Place places[] = {{"flag", offsetof(EveryType, flag)},
-                            {"count", offsetof(EveryType, count)},
-                            {"size", offsetof(EveryType, size)},
-                            {"text", offsetof(EveryType, text)},
-                            {"direction", offsetof(EveryType, direction)},
-                            {"matrix", offsetof(EveryType, matrix)},
-                            {"tint", offsetof(EveryType, tint)},
-                            {"ct", offsetof(EveryType, colorTexture)},
-                            {"st", offsetof(EveryType, scalarTexture)},
-                            {"vt", offsetof(EveryType, vectorTexture)},
-                            {"any", offsetof(EveryType, anyTexture)},
-                            {"light", offsetof(EveryType, light)},
-                            {"material", offsetof(EveryType, material)},
-                            {"geometry", offsetof(EveryType, geometry)},
-                            {"profile", offsetof(EveryType, profile)},
-                            {"data", offsetof(EveryType, data)},
-                            {"spectrum", offsetof(EveryType, spectrum)},
-                            {"shader", offsetof(EveryType, shader)},
-                            {"inner", offsetof(EveryType, inner)},
-                            {"items", offsetof(EveryType, i_items)},
-                            {"last", offsetof(EveryType, last)}};
+    const Expected places[] = {{"flag", offsetof(EveryType, flag)},
+                               {"count", offsetof(EveryType, count)},
+                               {"size", offsetof(EveryType, size)},
+                               {"text", offsetof(EveryType, text)},
+                               {"direction", offsetof(EveryType, direction)},
+                               {"matrix", offsetof(EveryType, matrix)},
+                               {"tint", offsetof(EveryType, tint)},
+                               {"ct", offsetof(EveryType, colorTexture)},
+                               {"st", offsetof(EveryType, scalarTexture)},
+                               {"vt", offsetof(EveryType, vectorTexture)},
+                               {"any", offsetof(EveryType, anyTexture)},
+                               {"light", offsetof(EveryType, light)},
+                               {"material", offsetof(EveryType, material)},
+                               {"geometry", offsetof(EveryType, geometry)},
+                               {"profile", offsetof(EveryType, profile)},
+                               {"data", offsetof(EveryType, data)},
+                               {"spectrum", offsetof(EveryType, spectrum)},
+                               {"shader", offsetof(EveryType, shader)},
+                               {"inner", offsetof(EveryType, inner)},
+                               {"items", offsetof(EveryType, i_items)},
+                               {"last", offsetof(EveryType, last)}};
     ASSERT_EQ(declaration->parameters.size(), std::size(places));
     for (std::size_t i = 0; i < std::size(places); ++i) {
         EXPECT_EQ(declaration->parameters[i].name, places[i].name);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene_fixture.h"
 
-#include "scene/lexer.h"
+#include "scene/language/lexer.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/parser.h"
+#include "scene/language/parser.h"
 
 #include <gtest/gtest.h>
 

@@ -56,7 +56,7 @@ int typeOf(const std::string& layer) {
 } // namespace
 
 RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
-    : messages_(scene::Level::None),
+    : messages_(Level::None),
       scene_(messages_),
       runtime_(scene_.database(), messages_),
       textures_(messages_, {}),
@@ -65,7 +65,7 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
     scene::ParserOptions options;
     options.includePaths = {ORCA_DECLARATIONS_DIR};
     scene::ParserCallbacks callbacks;
-    callbacks.link = [&](const std::string& file, const scene::Place& place) {
+    callbacks.link = [&](const std::string& file, const Place& place) {
         return runtime_.loadLibrary(file, {ORCA_LIBRARY_DIR}, place);
     };
     callbacks.render = [&](const scene::RenderRequest& request) {
@@ -130,13 +130,13 @@ std::vector<float> RenderedScene::words(const std::string& buffer) const {
 
 std::vector<std::string> RenderedScene::complaints() const {
     std::vector<std::string> texts;
-    for (const scene::Message& message : messages_.kept())
-        if (message.level <= scene::Level::Warning) texts.push_back(scene::Messages::line(message));
+    for (const Message& message : messages_.kept())
+        if (message.level <= Level::Warning) texts.push_back(Messages::line(message));
     return texts;
 }
 
 bool RenderedScene::said(const std::string& part) const {
-    for (const scene::Message& message : messages_.kept())
+    for (const Message& message : messages_.kept())
         if (message.text.find(part) != std::string::npos) return true;
     return false;
 }

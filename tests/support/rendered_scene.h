@@ -2,7 +2,7 @@
 #pragma once
 
 #include "render/session.h"
-#include "scene/parser.h"
+#include "scene/language/parser.h"
 
 #include <shader.h>
 
@@ -50,7 +50,7 @@ public:
 private:
     [[nodiscard]] image::Layer layer(const std::string& buffer) const;
 
-    scene::Messages messages_;
+    Messages messages_;
     scene::Scene scene_;
     shading::ShaderRuntime runtime_;
     image::Textures textures_;

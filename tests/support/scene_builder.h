@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
 #include "scene/database.h"
-#include "scene/elements.h"
-#include "scene/messages.h"
+#include "scene/elements/elements.h"
 
 #include <shader.h>
 
@@ -34,7 +34,7 @@ using Matrix = scene::InstanceElement::Matrix;
 /// A database filled by hand, without the scene language.
 class SceneBuilder {
 public:
-    SceneBuilder() : messages(scene::Level::None) { messages.keep(true); }
+    SceneBuilder() : messages(Level::None) { messages.keep(true); }
 
     template <class T, class... A>
     T& add(const std::string& name, A&&... arguments) {
@@ -89,13 +89,13 @@ public:
     }
 
     /// True when a message of that level contains the text.
-    [[nodiscard]] bool said(scene::Level level, const std::string& text) const {
+    [[nodiscard]] bool said(Level level, const std::string& text) const {
         for (const auto& message : messages.kept())
             if (message.level == level && message.text.find(text) != std::string::npos) return true;
         return false;
     }
 
-    scene::Messages messages;
+    Messages messages;
     scene::Database database;
 };
 

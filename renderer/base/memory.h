@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <shader.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace orca {
+
+/// The allocator behind mi_mem_*: zeroed, 16-byte aligned memory, every block remembered with the file and
+/// line that its owner gave. One per process, as the interface's functions carry no context. Safe from any
+/// thread; threads share no lock unless one frees what another allocated. The text that `file` points at must
+/// outlive the block, as __FILE__ does: only the address is kept.
+class MemoryLedger {
+public:
+    static MemoryLedger& instance();
+
+    /// Null when memory runs out or for a negative size. Size 0 gives a valid block.
+    [[nodiscard]] void* allocate(const char* file, int line, int size);
+    /// The grown part is zeroed; null allocates, size 0 releases. Null, and the old block kept, when memory
+    /// runs out.
+    [[nodiscard]] void* reallocate(const char* file, int line, void* memory, int size);
+    /// Null is ignored. False, and nothing done, for memory that is not a live block of this ledger.
+    bool release(void* memory);
+
+    /// Arena of blocks of `blockSize` rounded up to a multiple of the pointer size; null above 8192 bytes.
+    [[nodiscard]] miMemblk* createArena(const char* file, int line, int blockSize);
+    /// Null is ignored.
+    void deleteArena(miMemblk* arena);
+
+    struct Leak {
+        std::string file;
+        int line;
+        std::size_t blocks, bytes;
+        bool arena; ///< an arena that was not deleted; `blocks` counts its blocks in use
+    };
+    /// What is still allocated, one entry per owner, arenas included; sorted by file and line.
+    [[nodiscard]] std::vector<Leak> leaks() const;
+};
+
+/// A zeroed block; null when memory runs out. `locked` false: the caller's thread alone uses the arena.
+[[nodiscard]] void* arenaAllocate(miMemblk* arena, bool locked);
+/// Null is ignored.
+void arenaRelease(miMemblk* arena, void* block, bool locked);
+
+} // namespace orca

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/camera/eye_ray.h"
+
+#include "render/trace/surface_state.h"
+#include "render/trace/visible.h"
+
+#include <algorithm>
+
+namespace orca::render {
+
+void setEyeRay(RenderContext& context) {
+    const Frame& frame = context.frame;
+    miState& state = context.base;
+    if (frame.placement.moves()) frame.placement.at(kernelTime(context, state), context.camera);
+    const miCamera& camera = frame.camera;
+    const miVector onPlane = frame.cameraFromRaster({state.raster_x, state.raster_y, -camera.focal});
+    miVector origin{0.0f, 0.0f, 0.0f};
+    miVector direction{onPlane.x, onPlane.y, -camera.focal};
+    if (camera.orthographic) {
+        origin = {onPlane.x, onPlane.y, 0.0f};
+        direction = {0.0f, 0.0f, -1.0f};
+    }
+    mi_point_transform(&state.org, &origin, context.camera.toWorld);
+    mi_vector_transform(&state.dir, &direction, context.camera.toWorld);
+    mi_vector_normalize(&state.dir);
+}
+
+miBoolean castEyeRay(RenderContext& context, ChildState& child, miColor& result) {
+    const Frame& frame = context.frame;
+    ++context.counts.eye;
+    // A lens shader may hand in any length.
+    mi_vector_normalize(&child->dir);
+    geometry::Ray ray;
+    ray.origin = child->org;
+    ray.direction = child->dir;
+    ray.time = kernelTime(context, *child.get());
+    ray.rayClass = geometry::RayClass::Eye;
+
+    // The clipping planes are perpendicular to the view axis.
+    miVector inCamera;
+    mi_vector_transform(&inCamera, &child->dir, context.camera.fromWorld);
+    constexpr float shallowest = 1e-6f;
+    const float perDistance =
+        std::max(-inCamera.z / std::max(mi_vector_norm(&inCamera), shallowest), shallowest);
+    ray.nearDistance = std::max(frame.camera.clip.min / perDistance, context.eyeStart);
+    ray.farDistance = frame.camera.clip.max / perDistance;
+    ray.skipLeaf = context.skipLeaf;
+    ray.skipTriangle = context.skipTriangle;
+    return shadeVisibleRay(context, child, ray, result);
+}
+
+} // namespace orca::render

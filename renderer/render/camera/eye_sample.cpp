@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/camera/eye_sample.h"
+
+#include "render/camera/eye_ray.h"
+#include "render/camera/rasterizer.h"
+#include "render/trace/visible.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <exception>
+
+namespace orca::render {
+
+namespace {
+
+void resetBase(RenderContext& context) {
+    miState& state = context.base;
+    state.type = miRAY_EYE;
+    state.parent = state.child = nullptr;
+    state.reflection_level = state.refraction_level = 0;
+    state.instance = state.light_instance = state.material = miNULLTAG;
+    state.hit_leaf = state.hit_triangle = geometry::nothing;
+    state.volume = context.frame.camera.volume;
+    state.environment = context.frame.camera.environment;
+    state.refraction_volume = miNULLTAG;
+    state.dist = 0.0;
+    state.scanline = state.rast_compose = miFALSE;
+    state.user = nullptr;
+    state.user_size = 0;
+    state.shader = nullptr;
+    state.ior = state.ior_in = 1.0f;
+}
+
+/// Without branches and in integers, so that it runs over many words at a time.
+bool anyNotFinite(const std::vector<float>& words, int first, int count) {
+    constexpr std::uint32_t magnitude = 0x7fffffffu;
+    constexpr std::uint32_t carryOfFullExponent = 0x00800000u;
+    std::uint32_t carries = 0;
+    for (int w = first; w < first + count; ++w)
+        carries |= (std::bit_cast<std::uint32_t>(words[static_cast<std::size_t>(w)]) & magnitude) +
+                   carryOfFullExponent;
+    return (carries & ~magnitude) != 0;
+}
+
+/// A value that is no number would spread over a whole picture in compositing: black instead, and a report.
+void dropNotFinite(RenderContext& context) {
+    for (const image::Buffer& buffer : context.frame.framebuffers.buffers()) {
+        if (buffer.type == miIMG_TYPE_TAG ||
+            !anyNotFinite(context.sampleWords, buffer.sampleOffset, buffer.components))
+            continue;
+        std::fill_n(context.sampleWords.begin() + buffer.sampleOffset, buffer.components, 0.0f);
+        context.frame.messages.once(
+            "render: not a number in " + buffer.name,
+            {Level::Warning,
+             "RNDR",
+             context.base.thread,
+             "frame buffer \"" + buffer.name +
+                 "\": a shader wrote a value that is no finite number; black is kept instead",
+             {}});
+        context.runtime.countFault(context.primary.shader, shading::ShaderRuntime::Fault::NotANumber);
+    }
+}
+
+/// The renderer's own buffers take what it knows of the first hit.
+void fillMainBuffers(RenderContext& context, const miColor& color) {
+    const PrimaryHit& primary = context.primary;
+    for (const Frame::MainBuffer& buffer : context.frame.mainBuffers) {
+        float* words = context.sampleWords.data() + buffer.offset;
+        switch (buffer.source) {
+        case image::MainSource::None: break;
+        case image::MainSource::Color: std::memcpy(words, &color, sizeof color); break;
+        case image::MainSource::Alpha: *words = color.a; break;
+        case image::MainSource::Intensity: {
+            const miColor& weight = context.frame.options.luminance_weight;
+            *words = color.r * weight.r + color.g * weight.g + color.b * weight.b;
+            break;
+        }
+        case image::MainSource::Depth: *words = primary.depth; break;
+        case image::MainSource::Normal: std::memcpy(words, &primary.normal, sizeof primary.normal); break;
+        case image::MainSource::Motion: std::memcpy(words, &primary.motion, sizeof primary.motion); break;
+        case image::MainSource::Label: std::memcpy(words, &primary.label, sizeof primary.label); break;
+        case image::MainSource::Coverage: *words = primary.hit ? 1.0f : 0.0f; break;
+        }
+    }
+}
+
+} // namespace
+
+void callStateShaders(RenderContext& context, int operation, miColor& result, miBoolean& delivered) {
+    miTag shader = context.frame.options.state_func;
+    miShader_state_arg argument{operation, delivered};
+    while (shader != miNULLTAG) {
+        context.runtime.callOne(&result, miSHADER_STATE, &context.base, shader, &argument);
+        shader = context.runtime.next(shader);
+    }
+}
+
+miBoolean traceEyeThroughLenses(RenderContext& context, miColor& result) {
+    const Frame& frame = context.frame;
+    if (frame.camera.lens != miNULLTAG && !frame.options.no_lens)
+        return context.runtime.callOne(&result, miSHADER_LENS, &context.base, frame.camera.lens);
+    ChildState child(context, &context.base, miRAY_EYE);
+    child->parent = nullptr;
+    return castEyeRay(context, child, result);
+}
+
+void openBaseState(RenderContext& context) {
+    context.samplePhase = imagePhase;
+    miColor unused{};
+    miBoolean delivered = miTRUE;
+    callStateShaders(context, miSHADERSTATE_STATE_INIT, unused, delivered);
+}
+
+void closeBaseState(RenderContext& context) {
+    resetBase(context);
+    context.samplePhase = imagePhase;
+    miColor unused{};
+    miBoolean delivered = miTRUE;
+    callStateShaders(context, miSHADERSTATE_STATE_EXIT, unused, delivered);
+}
+
+void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const PixelFilter::Placement& placement,
+                     int phase) {
+    const Frame& frame = context.frame;
+    ++context.counts.samples;
+    resetBase(context);
+    std::fill(context.sampleWords.begin(), context.sampleWords.end(), 0.0f);
+    context.primary = {};
+    context.depth = 0;
+    context.eyeStart = 0.0f;
+    context.skipLeaf = context.skipTriangle = geometry::nothing;
+    context.samplePhase = phase;
+    context.sampleMoving = frame.moves() && frame.options.motion;
+    context.inEyeSample = phase == imagePhase;
+
+    miState& state = context.base;
+    state.raster_x = static_cast<float>(pixelX) + 0.5f + placement.x;
+    state.raster_y = static_cast<float>(pixelY) + 0.5f + placement.y;
+    const float open = frame.options.shutter_delay;
+    const float close = frame.options.shutter;
+    state.time =
+        frame.options.motion && close > open ? open + (close - open) * context.sampler.eye(EyeTime) : open;
+    setEyeRay(context);
+
+    miColor color{};
+    try {
+        if (frame.options.scanline == miSCANLINE_RASTERIZER) {
+            rasterizeEyeSample(context, color);
+        } else {
+            miBoolean delivered = miTRUE;
+            callStateShaders(context, miSHADERSTATE_SAMPLE_INIT, color, delivered);
+            delivered = traceEyeThroughLenses(context, color);
+            callStateShaders(context, miSHADERSTATE_SAMPLE_EXIT, color, delivered);
+        }
+    } catch (const std::exception&) {
+        color = {}; // the runtime has counted the fault for the shader that threw
+    }
+    context.store.endSample();
+
+    std::memcpy(context.sampleWords.data() + frame.primaryOffset, &color, sizeof color);
+    fillMainBuffers(context, color);
+    if (anyNotFinite(context.sampleWords, 0, static_cast<int>(context.sampleWords.size())))
+        dropNotFinite(context);
+    context.inEyeSample = false;
+}
+
+} // namespace orca::render

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/camera/rasterizer.h"
+
+#include <algorithm>
+
+namespace orca::render {
+
+namespace {
+
+constexpr int maxLayers = 256;
+constexpr float closed = 1.0f - 1e-4f; // what shines through beyond this is invisible
+
+/// The most recent state at the end of the eye ray.
+const miState& eyeHit(const RenderContext& context) {
+    const miState* state = &context.base;
+    while (state->child && state->child->type == miRAY_EYE) state = state->child;
+    return *state;
+}
+
+void composite(miColor& below, miColor& transmitted, const miColor& layer, const miColor& opacity) {
+    below.r += transmitted.r * layer.r;
+    below.g += transmitted.g * layer.g;
+    below.b += transmitted.b * layer.b;
+    below.a += transmitted.a * layer.a;
+    transmitted.r *= 1.0f - opacity.r;
+    transmitted.g *= 1.0f - opacity.g;
+    transmitted.b *= 1.0f - opacity.b;
+    transmitted.a *= 1.0f - opacity.a;
+}
+
+/// In buffers that are weighted by opacity what a layer has added counts by what its predecessors let
+/// through. Behind the last surface nothing else is kept: what is there belongs to these buffers and to the
+/// picture.
+void weightByOpacity(RenderContext& context, const miColor& transmitted, bool isBackground) {
+    std::vector<float>& words = context.sampleWords;
+    std::vector<float>& before = context.wordsBeforeLayer;
+    const float weights[] = {transmitted.r, transmitted.g, transmitted.b};
+    for (const int offset : context.frame.opacityWeighted)
+        for (int c = 0; c < 3; ++c) {
+            const auto word = static_cast<std::size_t>(offset + c);
+            words[word] = before[word] + weights[c] * (words[word] - before[word]);
+        }
+    if (!isBackground) return;
+    words.swap(before);
+    for (const int offset : context.frame.opacityWeighted)
+        std::copy_n(before.begin() + offset, 3, words.begin() + offset);
+}
+
+} // namespace
+
+void rasterizeEyeSample(RenderContext& context, miColor& color) {
+    miColor transmitted{1.0f, 1.0f, 1.0f, 1.0f};
+    color = {};
+    const bool weighs = !context.frame.opacityWeighted.empty();
+    for (int layers = 0; layers < maxLayers; ++layers) {
+        context.base.scanline = context.base.rast_compose = miTRUE;
+        context.holdsOpacity = true;
+        context.opacitySet = false;
+        context.depth = 0;
+        context.base.child = nullptr;
+        if (weighs) context.wordsBeforeLayer = context.sampleWords;
+
+        miColor layer{};
+        miBoolean delivered = miTRUE;
+        callStateShaders(context, miSHADERSTATE_SAMPLE_INIT, layer, delivered);
+        delivered = traceEyeThroughLenses(context, layer);
+        const bool hit = context.base.child && eyeHit(context).instance != miNULLTAG;
+        // The space behind the last layer belongs to the picture; passes that are not weighted take it only
+        // where nothing is before it.
+        const bool isBackground = !hit && layers > 0;
+        if (!isBackground || weighs) callStateShaders(context, miSHADERSTATE_SAMPLE_EXIT, layer, delivered);
+        if (weighs) weightByOpacity(context, transmitted, isBackground);
+        context.holdsOpacity = false;
+
+        const miColor solid{1.0f, 1.0f, 1.0f, 1.0f};
+        composite(color, transmitted, delivered ? layer : miColor{},
+                  hit && context.opacitySet ? context.opacity : solid);
+        if (!hit) break;
+        const float through = std::max({transmitted.r, transmitted.g, transmitted.b});
+        if (1.0f - through > closed) break;
+        const miState& front = eyeHit(context);
+        context.eyeStart = geometry::distanceBehind(front.org, static_cast<float>(front.dist));
+        context.skipLeaf = front.hit_leaf;
+        context.skipTriangle = front.hit_triangle;
+    }
+}
+
+} // namespace orca::render

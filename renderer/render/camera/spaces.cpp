@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/camera/spaces.h"
+
+#include "render/render_context.h"
+
+namespace orca::render {
+
+const miScalar* spaceMatrix(const miState* state, Space space, Direction direction) {
+    const RenderContext& context = renderContextOf(state);
+    const Frame& frame = context.frame;
+    if (const DisplacementSpace* object = renderContextOf(state).displacementSpace) {
+        switch (space) {
+        case Space::World: return direction == Direction::To ? object->toWorld : object->fromWorld;
+        case Space::Camera: return direction == Direction::To ? object->toCamera : object->fromCamera;
+        default: return nullptr;
+        }
+    }
+    const miInstance* instance = nullptr;
+    switch (space) {
+    case Space::World: return nullptr;
+    case Space::Camera: return direction == Direction::To ? context.camera.fromWorld : context.camera.toWorld;
+    case Space::Object:
+        if (const geometry::Leaf* leaf = frame.leafOf(state->instance)) instance = leaf->instanceRecord;
+        break;
+    case Space::Light:
+        if (const PlacedLight* light = frame.lightOf(state->light_instance)) instance = light->record;
+        break;
+    }
+    if (!instance) return nullptr;
+    return direction == Direction::To ? instance->tf.global_to_local : instance->tf.local_to_global;
+}
+
+void transformPoint(const miState* state, Space space, Direction direction, miVector& result,
+                    const miVector& point) {
+    const miScalar* matrix = spaceMatrix(state, space, direction);
+    if (matrix) mi_point_transform(&result, &point, matrix);
+    else result = point;
+}
+
+void transformVector(const miState* state, Space space, Direction direction, miVector& result,
+                     const miVector& vector) {
+    const miScalar* matrix = spaceMatrix(state, space, direction);
+    if (matrix) mi_vector_transform(&result, &vector, matrix);
+    else result = vector;
+}
+
+void transformNormal(const miState* state, Space space, Direction direction, miVector& result,
+                     const miVector& normal) {
+    const miScalar* inverse =
+        spaceMatrix(state, space, direction == Direction::To ? Direction::From : Direction::To);
+    if (inverse) mi_vector_transform_T(&result, &normal, inverse);
+    else result = normal;
+}
+
+void pointToRaster(const miState* state, miVector& result, const miVector& point) {
+    miVector inCamera;
+    transformPoint(state, Space::Camera, Direction::To, inCamera, point);
+    result = renderContextOf(state).frame.rasterFromCamera(inCamera);
+}
+
+void pointFromRaster(const miState* state, miVector& result, const miVector& point) {
+    const miVector inCamera = renderContextOf(state).frame.cameraFromRaster(point);
+    transformPoint(state, Space::Camera, Direction::From, result, inCamera);
+}
+
+} // namespace orca::render

@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/gather/gather.h"
+
+#include "geometry/mesh.h"
+#include "render/camera/eye_sample.h"
+#include "render/gather/gather_cache.h"
+#include "render/gather/gather_hemisphere.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace orca::render {
+
+namespace {
+
+/// Marks everything below as a gather: no image sample, no passes.
+class GatherScope {
+public:
+    GatherScope(RenderContext& context, const miState& state)
+        : context_(context),
+          phase_(context.samplePhase),
+          state_(context.gatherState),
+          reflectionBase_(context.gatherReflectionBase),
+          refractionBase_(context.gatherRefractionBase) {
+        context.gatherState = context.gatherHarvest ? 2 : 1;
+        context.samplePhase = gatherPhase;
+        context.gatherReflectionBase = state.reflection_level;
+        context.gatherRefractionBase = state.refraction_level;
+        ++context.gatherDepth;
+    }
+    ~GatherScope() {
+        context_.samplePhase = phase_;
+        context_.gatherState = state_;
+        context_.gatherReflectionBase = reflectionBase_;
+        context_.gatherRefractionBase = refractionBase_;
+        --context_.gatherDepth;
+    }
+    GatherScope(const GatherScope&) = delete;
+    GatherScope& operator=(const GatherScope&) = delete;
+
+private:
+    RenderContext& context_;
+    int phase_, state_, reflectionBase_, refractionBase_;
+};
+
+/// Rays of a gather that only this point uses: a sixteenth as many at each bounce further down, where the
+/// rays from above already spread. A point that light gathered ahead has missed takes an eighth: there are
+/// few, each with several samples about it.
+int raysForOnePoint(int rays, int bounce, bool missed) {
+    return std::max(1, rays >> std::min(4 * bounce + (missed ? 3 : 0), 30));
+}
+
+/// Rays of a record, which many points use.
+int raysForRecord(int rays, int bounce) {
+    constexpr int fewestOfBounces = 8;
+    return bounce == 0 ? rays : std::max(std::min(rays, fewestOfBounces), rays >> std::min(2 * bounce, 30));
+}
+
+/// Width of a pixel at a point, scene units.
+float pixelSize(const RenderContext& context, const miVector& point) {
+    const miCamera& camera = context.frame.camera;
+    const float atFocal = camera.aperture / static_cast<float>(std::max(1, camera.x_resolution));
+    if (camera.orthographic) return atFocal;
+    miVector inCamera;
+    mi_point_transform(&inCamera, &point, context.camera.fromWorld);
+    return atFocal / camera.focal * mi_vector_norm(&inCamera);
+}
+
+/// How far a record may serve at least and at most.
+miRange radiusRange(const RenderContext& context, const miState& state, const miIrrad_options* options,
+                    int bounce) {
+    const Frame& frame = context.frame;
+    const GatherSettings& settings = frame.gather;
+    float most = settings.maxRadius;
+    float least = settings.minRadius;
+    bool pixels = settings.radiiInPixels;
+    if (options && (options->finalgather_maxradius > 0.0f || options->finalgather_minradius > 0.0f)) {
+        most = options->finalgather_maxradius;
+        least = options->finalgather_minradius;
+        pixels = options->finalgather_view != 0;
+    }
+    const float pixel = pixelSize(context, state.point);
+    if (pixels) {
+        most *= pixel;
+        least *= pixel;
+    }
+    constexpr float shareOfScene = 0.06f;
+    constexpr float shareOfSceneAtBounces = 0.02f;
+    const miVector low = frame.geometry.boundsMin();
+    const miVector high = frame.geometry.boundsMax();
+    const miVector size{high.x - low.x, high.y - low.y, high.z - low.z};
+    if (!(most > 0.0f)) most = shareOfScene * mi_vector_norm(&size);
+    // Records further apart than the points that were looked at ahead would leave gaps between them.
+    constexpr float spacings = 1.5f;
+    const float slant = std::max(0.2f, std::abs(state.dot_nd));
+    least = std::max(least, spacings * pixel * static_cast<float>(frame.gatherSpacing) / slant);
+    if (bounce > 0) least = std::max(least, shareOfSceneAtBounces * mi_vector_norm(&size));
+    return {std::min(least, most), most};
+}
+
+bool standsOnMovingThing(const RenderContext& context, const miState& state) {
+    if (!context.sampleMoving || state.hit_leaf == geometry::nothing) return false;
+    const geometry::Leaf& leaf = context.frame.leaves[state.hit_leaf];
+    return leaf.transformMoves || leaf.mesh->deforms();
+}
+
+} // namespace
+
+miBoolean averageRadiance(miColor& result, miState* state, char face, const miIrrad_options* options) {
+    RenderContext& context = renderContextOf(state);
+    const Frame& frame = context.frame;
+    const GatherSettings& settings = frame.gather;
+    result = {};
+    const int rays = settings.rays > 0 && options && options->finalgather_rays > 0 ? options->finalgather_rays
+                                                                                   : settings.rays;
+    const int bounce = context.gatherDepth;
+    if (rays < 1 || context.depth >= maxNesting || bounce > settings.bounces || context.frame.stopped())
+        return miFALSE;
+
+    const bool back = face == 'b';
+    miVector axis = state->normal;
+    if (back) mi_vector_neg(&axis);
+    // Things in motion are elsewhere when the next sample is taken.
+    const bool ahead = frame.gatherCaches && !standsOnMovingThing(context, *state);
+    const auto found = [&](float strictness) {
+        return frame.gatherCaches->of(bounce).find(state->point, axis, strictness, result);
+    };
+    GatherHarvest* const harvest = ahead && bounce < GatherCaches::count ? context.gatherHarvest : nullptr;
+    bool known = false;
+    if (harvest) {
+        const float strictness = bounce == 0 ? strictnessAhead : strictnessOfBounces;
+        known = found(strictness) || harvest->find(bounce, state->point, axis, strictness, result);
+    } else if (ahead) {
+        known = (bounce == 0 && found(1.0f)) || found(strictnessOfBounces);
+    }
+    if (!known) {
+        const GatherScope scope(context, *state);
+        if (harvest) {
+            const GatherRecord record = gatherRecord(context, state, back, raysForRecord(rays, bounce),
+                                                     radiusRange(context, *state, options, bounce));
+            harvest->add(bounce, record);
+            result = record.radiance;
+        } else {
+            result = gatherRadiance(context, state, back, raysForOnePoint(rays, bounce, ahead));
+        }
+    }
+    const miColor& scale = bounce == 0 ? settings.scale : settings.secondaryScale;
+    result = {result.r * scale.r, result.g * scale.g, result.b * scale.b, 1.0f};
+    return miTRUE;
+}
+
+miBoolean irradiance(miColor& result, miState* state, char face) {
+    const miBoolean gathered = averageRadiance(result, state, face, nullptr);
+    result.r *= std::numbers::pi_v<float>;
+    result.g *= std::numbers::pi_v<float>;
+    result.b *= std::numbers::pi_v<float>;
+    return gathered;
+}
+
+} // namespace orca::render

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/light/light_lists.h"
+
+#include "render/render_context.h"
+#include "scene/elements/elements.h"
+
+#include <algorithm>
+#include <span>
+#include <vector>
+
+namespace orca::render {
+
+namespace {
+
+void expand(const Frame& frame, miTag tag, std::vector<miTag>& lights) {
+    if (frame.lightOf(tag)) {
+        lights.push_back(tag);
+        return;
+    }
+    miTag group = tag;
+    if (const auto* instance = frame.database.find<scene::InstanceElement>(tag))
+        group = instance->instance.item;
+    if (const auto* members = frame.database.find<scene::GroupElement>(group))
+        for (const miTag member : members->members) expand(frame, member, lights);
+}
+
+void handOut(RenderContext& context, const std::vector<miTag>& list, int& count, miTag*& lights) {
+    lights =
+        static_cast<miTag*>(context.arena.allocate(std::max<std::size_t>(1, list.size()) * sizeof(miTag)));
+    std::copy(list.begin(), list.end(), lights);
+    count = static_cast<int>(list.size());
+}
+
+} // namespace
+
+miBoolean instanceLights(int& count, miTag*& lights, miState* state) {
+    const RenderContext& context = renderContextOf(state);
+    const geometry::Leaf* leaf = context.frame.leafOf(state->instance);
+    const std::span<const miTag> list =
+        leaf ? context.frame.geometry.lightsOf(*leaf) : context.frame.geometry.lights();
+    count = static_cast<int>(list.size());
+    lights = const_cast<miTag*>(list.data()); // the interface hands out what nobody may change
+    return miTRUE;
+}
+
+miBoolean inclusiveLights(int& count, miTag*& lights, miState* state) {
+    RenderContext& context = renderContextOf(state);
+    std::vector<miTag> list;
+    for (int i = 0; i < count; ++i) expand(context.frame, lights[i], list);
+    handOut(context, list, count, lights);
+    return miTRUE;
+}
+
+miBoolean exclusiveLights(int& count, miTag*& lights, miState* state) {
+    RenderContext& context = renderContextOf(state);
+    std::vector<miTag> excluded;
+    for (int i = 0; i < count; ++i) expand(context.frame, lights[i], excluded);
+    std::vector<miTag> list;
+    for (const miTag light : context.frame.geometry.lights())
+        if (std::find(excluded.begin(), excluded.end(), light) == excluded.end()) list.push_back(light);
+    handOut(context, list, count, lights);
+    return miTRUE;
+}
+
+} // namespace orca::render

@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "base/log.h"
+#include "image/light_profile.h"
+#include "scene/database.h"
+
+#include <shader.h>
+
+#include <optional>
+#include <vector>
+
+namespace orca::render {
+
+/// The light profiles of a scene, read before rendering. One that cannot be read is an error that names the
+/// file and the line; lights with it shine evenly.
+class LightProfiles {
+public:
+    LightProfiles(scene::Database& database, Messages& messages);
+
+    /// Intensity toward a direction of light space, relative to the strongest; 1 for no profile.
+    [[nodiscard]] float toward(miTag profile, const miVector& direction, bool interpolate) const;
+
+private:
+    struct Entry {
+        miTag tag;
+        image::LightProfile profile;
+        image::LightProfile::Between between;
+    };
+    std::vector<Entry> entries_; ///< by increasing tag
+};
+
+/// Relative intensity of a light profile from the light toward the state's point; 1 without a profile.
+/// `interpolate` false takes the nearest entry of the table.
+[[nodiscard]] miScalar sampleLightProfile(miState* state, miTag profile, miBoolean interpolate);
+
+} // namespace orca::render

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "render/light/placed_light.h"
+
+#include <utility>
+#include <vector>
+
+namespace orca::geometry {
+class SceneGeometry;
+}
+
+namespace orca::render {
+
+/// Depths of what casts one light's shadows, as the light sees it: a square for a spot or a directional
+/// light, a cube for a point light. Const after it has been made.
+///
+/// Without a bias, a texel keeps the middle between the first surface and the next behind it (A. Woo, "The
+/// Shadow Depth Map Revisited", 1992), so that no surface shades itself.
+class ShadowMap {
+public:
+    /// Looks at the scene with one ray a texel, two where something is met, on the threads of the current
+    /// arena, at shutter time 0.
+    ShadowMap(const geometry::SceneGeometry& geometry, const PlacedLight& light);
+
+    /// Share of the light that reaches a point, 0 to 1: over the texels around it, or over a disc of the
+    /// light's softness. Points outside a spot's square are lit.
+    [[nodiscard]] float lit(const miVector& point) const;
+
+private:
+    struct Face {
+        miVector right, up, forward; // unit
+        std::vector<float> depths;   // rows bottom up
+    };
+    /// A point as a face sees it: texel coordinates, and depth along the ray from the light.
+    struct Projected {
+        int face;
+        float x, y, depth;
+    };
+    [[nodiscard]] bool project(const miVector& point, Projected& result) const;
+    void fill(const geometry::SceneGeometry& geometry, Face& face, int row) const;
+    [[nodiscard]] float compare(const Projected& point) const;
+
+    const PlacedLight& light_;
+    std::vector<Face> faces_;
+    int resolution_;
+    float halfWidth_; // tangent of the half angle; directional: half the square's edge, scene units
+    miVector origin_; // directional: before everything
+    bool directional_;
+};
+
+/// The maps of a picture's lights.
+class ShadowMaps {
+public:
+    void add(const geometry::SceneGeometry& geometry, const PlacedLight& light) {
+        maps_.emplace_back(light.instance, ShadowMap(geometry, light));
+    }
+    /// Null for a light that has none.
+    [[nodiscard]] const ShadowMap* of(miTag lightInstance) const {
+        for (const auto& [instance, map] : maps_)
+            if (instance == lightInstance) return &map;
+        return nullptr;
+    }
+    [[nodiscard]] bool empty() const { return maps_.empty(); }
+
+private:
+    std::vector<std::pair<miTag, ShadowMap>> maps_;
+};
+
+} // namespace orca::render

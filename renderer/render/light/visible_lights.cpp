@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/light/visible_lights.h"
+
+#include "render/trace/surface_state.h"
+
+#include <cmath>
+#include <optional>
+
+namespace orca::render {
+
+namespace {
+
+/// A ray in light space. The direction keeps the length that the placement gives it, so that distances along
+/// it are those of the world.
+struct LightSpaceRay {
+    miVector origin, direction; ///< the origin relative to the light's
+    float least, most;
+};
+
+struct ShapeHit {
+    float distance;
+    miVector normal; ///< light space, any length
+};
+
+bool within(const LightSpaceRay& ray, float distance) {
+    return distance > ray.least && distance < ray.most;
+}
+
+miVector pointAt(const LightSpaceRay& ray, float distance) {
+    return {ray.origin.x + distance * ray.direction.x, ray.origin.y + distance * ray.direction.y,
+            ray.origin.z + distance * ray.direction.z};
+}
+
+std::optional<float> planeDistance(const LightSpaceRay& ray, const miVector& normal) {
+    const float facing = mi_vector_dot(&ray.direction, &normal);
+    if (facing == 0.0f) return std::nullopt;
+    const float distance = -mi_vector_dot(&ray.origin, &normal) / facing;
+    if (!within(ray, distance)) return std::nullopt;
+    return distance;
+}
+
+std::optional<ShapeHit> meetRectangle(const LightSpaceRay& ray, const miLight& light) {
+    miVector normal;
+    mi_vector_prod(&normal, &light.edge_u, &light.edge_v);
+    const auto distance = planeDistance(ray, normal);
+    if (!distance) return std::nullopt;
+    // Shares of the edges, which need not be perpendicular.
+    const miVector p = pointAt(ray, *distance);
+    const float area = mi_vector_dot(&normal, &normal);
+    miVector across;
+    mi_vector_prod(&across, &p, &light.edge_v);
+    const float u = mi_vector_dot(&across, &normal) / area;
+    mi_vector_prod(&across, &light.edge_u, &p);
+    const float v = mi_vector_dot(&across, &normal) / area;
+    if (!(std::abs(u) <= 0.5f && std::abs(v) <= 0.5f)) return std::nullopt;
+    return ShapeHit{*distance, normal};
+}
+
+std::optional<ShapeHit> meetDisc(const LightSpaceRay& ray, const miLight& light) {
+    const auto distance = planeDistance(ray, light.axis);
+    if (!distance) return std::nullopt;
+    const miVector p = pointAt(ray, *distance);
+    if (!(mi_vector_dot(&p, &p) <= light.radius * light.radius)) return std::nullopt;
+    return ShapeHit{*distance, light.axis};
+}
+
+/// Nearer root of a t^2 + 2 b t + c = 0 within the ray that `accepts`.
+template <class Accepts>
+std::optional<float> nearestRoot(const LightSpaceRay& ray, float a, float b, float c,
+                                 const Accepts& accepts) {
+    const float discriminant = b * b - a * c;
+    if (!(discriminant >= 0.0f) || a == 0.0f) return std::nullopt;
+    const float root = std::sqrt(discriminant);
+    for (const float distance : {(-b - root) / a, (-b + root) / a})
+        if (within(ray, distance) && accepts(distance)) return distance;
+    return std::nullopt;
+}
+
+std::optional<ShapeHit> meetSphere(const LightSpaceRay& ray, const miLight& light) {
+    const auto distance = nearestRoot(
+        ray, mi_vector_dot(&ray.direction, &ray.direction), mi_vector_dot(&ray.origin, &ray.direction),
+        mi_vector_dot(&ray.origin, &ray.origin) - light.radius * light.radius, [](float) { return true; });
+    if (!distance) return std::nullopt;
+    return ShapeHit{*distance, pointAt(ray, *distance)};
+}
+
+/// Without lids.
+std::optional<ShapeHit> meetCylinder(const LightSpaceRay& ray, const miLight& light) {
+    miVector axis = light.axis;
+    const float halfLength = 0.5f * mi_vector_norm(&axis);
+    mi_vector_normalize(&axis);
+    const auto beside = [&](const miVector& v) {
+        const float along = mi_vector_dot(&v, &axis);
+        return miVector{v.x - along * axis.x, v.y - along * axis.y, v.z - along * axis.z};
+    };
+    const miVector origin = beside(ray.origin), direction = beside(ray.direction);
+    const auto distance =
+        nearestRoot(ray, mi_vector_dot(&direction, &direction), mi_vector_dot(&origin, &direction),
+                    mi_vector_dot(&origin, &origin) - light.radius * light.radius, [&](float at) {
+                        const miVector p = pointAt(ray, at);
+                        return std::abs(mi_vector_dot(&p, &axis)) <= halfLength;
+                    });
+    if (!distance) return std::nullopt;
+    return ShapeHit{*distance, beside(pointAt(ray, *distance))};
+}
+
+std::optional<ShapeHit> meet(const LightSpaceRay& ray, const miLight& light) {
+    switch (light.area) {
+    case miLIGHT_RECTANGLE: return meetRectangle(ray, light);
+    case miLIGHT_DISC: return meetDisc(ray, light);
+    case miLIGHT_SPHERE: return meetSphere(ray, light);
+    case miLIGHT_CYLINDER: return meetCylinder(ray, light);
+    default: return std::nullopt;
+    }
+}
+
+} // namespace
+
+bool findVisibleLight(const Frame& frame, const geometry::Ray& ray, float limit, LightHit& hit) {
+    if (frame.visibleLights().empty() || ray.rayClass == geometry::RayClass::Gather ||
+        ray.rayClass == geometry::RayClass::Shadow)
+        return false;
+    bool found = false;
+    for (const PlacedLight* light : frame.visibleLights()) {
+        const miTransform& place = light->record->tf;
+        LightSpaceRay local;
+        mi_point_transform(&local.origin, &ray.origin, place.global_to_local);
+        mi_vector_sub(&local.origin, &local.origin, &light->light->origin);
+        mi_vector_transform(&local.direction, &ray.direction, place.global_to_local);
+        local.least = ray.nearDistance;
+        local.most = limit;
+        const auto shape = meet(local, *light->light);
+        if (!shape) continue;
+        found = true;
+        limit = shape->distance;
+        hit.light = light;
+        hit.distance = shape->distance;
+        mi_vector_transform_T(&hit.normal, &shape->normal, place.global_to_local);
+        mi_vector_normalize(&hit.normal);
+    }
+    return found;
+}
+
+miBoolean shadeVisibleLight(RenderContext& context, DerivedState& child, const LightHit& hit,
+                            miColor& result) {
+    miState& state = child.state;
+    setMiss(state);
+    state.point = {state.org.x + hit.distance * state.dir.x, state.org.y + hit.distance * state.dir.y,
+                   state.org.z + hit.distance * state.dir.z};
+    state.dist = hit.distance;
+    state.normal = hit.normal;
+    if (mi_vector_dot(&state.normal, &state.dir) > 0.0f) mi_vector_neg(&state.normal);
+    state.normal_geom = state.normal;
+    state.dot_nd = mi_vector_dot(&state.normal, &state.dir);
+    state.light_instance = hit.light->instance;
+    child.textureCoordinates[0] = {0.0f, 0.0f, 0.0f};
+    state.tex_list = child.textureCoordinates.data();
+    ++context.counts.lightCalls;
+    return context.runtime.call(&result, miSHADER_LIGHT, &state, hit.light->light->shader);
+}
+
+} // namespace orca::render

@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/trace/secondary_rays.h"
+
+#include "render/camera/eye_ray.h"
+#include "render/trace/surface_state.h"
+#include "render/trace/visible.h"
+
+namespace orca::render {
+
+namespace {
+
+using geometry::Ray;
+using geometry::RayClass;
+
+/// A ray that is not worth casting: nested too deep, or for a picture that was stopped.
+bool isPointless(const RenderContext& context) {
+    if (context.frame.stopped()) return true;
+    if (context.depth < maxNesting) return false;
+    context.frame.messages.once(
+        "render: nesting", {Level::Warning, "RNDR", 0, "rays nest too deep; the deepest are left out", {}});
+    return true;
+}
+
+/// Below the picture's depths, and within a gather below the gather's own, which count from where it began.
+bool withinDepth(const RenderContext& context, const miState* state, RayClass kind) {
+    const miOptions& options = *state->options;
+    const bool reflects = kind == RayClass::Reflect;
+    const int level = reflects ? state->reflection_level : state->refraction_level;
+    const int sum = state->reflection_level + state->refraction_level;
+    if (level >= (reflects ? options.reflection_depth : options.refraction_depth) ||
+        sum >= options.trace_depth)
+        return false;
+    if (context.gatherDepth == 0) return true;
+    const GatherSettings& gather = context.frame.gather;
+    const int base = reflects ? context.gatherReflectionBase : context.gatherRefractionBase;
+    const int sumBase = context.gatherReflectionBase + context.gatherRefractionBase;
+    const std::optional<int>& limit = reflects ? gather.reflectionDepth : gather.refractionDepth;
+    return (!limit || level - base < *limit) && (!gather.traceDepth || sum - sumBase < *gather.traceDepth);
+}
+
+/// The leaf that the state stands on, to see which rays it may send.
+const geometry::Leaf* standsOn(const RenderContext& context, const miState* state) {
+    return state->hit_leaf == geometry::nothing ? nullptr : &context.frame.leaves[state->hit_leaf];
+}
+
+miBoolean castFrom(RenderContext& context, ChildState& child, miState* state, const miVector& direction,
+                   RayClass rayClass, miColor& result) {
+    child->org = state->point;
+    child->dir = direction;
+    return shadeVisibleRay(context, child, rayFrom(context, *state, state->point, direction, rayClass),
+                           result);
+}
+
+RayClass classOf(miRay_type type) {
+    switch (type) {
+    case miRAY_TRANSPARENT: return RayClass::Transparent;
+    case miRAY_REFLECT: return RayClass::Reflect;
+    case miRAY_REFRACT: return RayClass::Refract;
+    case miRAY_FINALGATHER: return RayClass::Gather;
+    default: return RayClass::Eye;
+    }
+}
+
+} // namespace
+
+miBoolean traceEye(miColor& result, miState* state, const miVector& origin, const miVector& direction) {
+    RenderContext& context = renderContextOf(state);
+    // The arguments may be the state's own fields.
+    const miVector rayOrigin = origin;
+    const miVector rayDirection = direction;
+    state->org = rayOrigin;
+    state->dir = rayDirection;
+
+    ChildState child(context, state, miRAY_EYE);
+    child->org = rayOrigin;
+    child->dir = rayDirection;
+    const miTag nextLens = state->shader ? state->shader->next_function : miNULLTAG;
+    miBoolean delivered;
+    if (nextLens != miNULLTAG)
+        delivered = context.runtime.callOne(&result, miSHADER_LENS, child.get(), nextLens);
+    else delivered = castEyeRay(context, child, result);
+
+    state->label = child->label;
+    state->point = child->point;
+    state->normal = child->normal;
+    state->dist = child->dist;
+    state->motion = child->motion;
+    state->instance = child->instance;
+    return delivered;
+}
+
+miBoolean traceReflection(miColor& result, miState* state, const miVector& direction) {
+    RenderContext& context = renderContextOf(state);
+    const geometry::Leaf* leaf = standsOn(context, state);
+    if (!state->options->trace || (leaf && !leaf->sendsReflections) || isPointless(context) ||
+        !withinDepth(context, state, RayClass::Reflect))
+        return miFALSE;
+    ++context.counts.reflection;
+    ChildState child(context, state, miRAY_REFLECT);
+    ++child->reflection_level;
+    return castFrom(context, child, state, direction, RayClass::Reflect, result);
+}
+
+miBoolean traceRefraction(miColor& result, miState* state, const miVector& direction) {
+    RenderContext& context = renderContextOf(state);
+    const geometry::Leaf* leaf = standsOn(context, state);
+    if (!state->options->trace || (leaf && !leaf->sendsRefractions) || isPointless(context) ||
+        !withinDepth(context, state, RayClass::Refract))
+        return miFALSE;
+    ++context.counts.refraction;
+    ChildState child(context, state, miRAY_REFRACT);
+    ++child->refraction_level;
+    child->volume = state->refraction_volume;
+    return castFrom(context, child, state, direction, RayClass::Refract, result);
+}
+
+miBoolean traceTransparent(miColor& result, miState* state) {
+    RenderContext& context = renderContextOf(state);
+    const geometry::Leaf* leaf = standsOn(context, state);
+    // The level may be -1 here: a caller that lowered it is judged by the lowered value.
+    if ((leaf && !leaf->sendsTransparency) || isPointless(context) ||
+        !withinDepth(context, state, RayClass::Refract))
+        return miFALSE;
+    ++context.counts.transparent;
+    ChildState child(context, state, miRAY_TRANSPARENT);
+    ++child->refraction_level;
+    child->volume = state->refraction_volume;
+    return castFrom(context, child, state, state->dir, RayClass::Transparent, result);
+}
+
+miBoolean traceContinue(miColor& result, miState* state) {
+    RenderContext& context = renderContextOf(state);
+    if (isPointless(context)) return miFALSE;
+    ++context.counts.transparent;
+    ChildState child(context, state, state->type);
+    return castFrom(context, child, state, state->dir, classOf(state->type), result);
+}
+
+miBoolean traceEnvironment(miColor& result, miState* state, const miVector& direction) {
+    RenderContext& context = renderContextOf(state);
+    if (isPointless(context)) return miFALSE;
+    ChildState child(context, state, miRAY_ENVIRONMENT);
+    child->org = state->point;
+    child->dir = direction;
+    setMiss(*child.get());
+    miColor color{};
+    miBoolean delivered = callEnvironment(context, child.get(), color);
+    if (!delivered) return miFALSE;
+    callVolume(context, child.get(), color, delivered);
+    result = color;
+    return delivered;
+}
+
+miBoolean traceProbe(miState* state, const miVector& direction, const miVector& origin) {
+    RenderContext& context = renderContextOf(state);
+    if (isPointless(context)) return miFALSE;
+    ChildState child(context, state, miRAY_PROBE);
+    child->org = origin;
+    child->dir = direction;
+    Ray ray = rayFrom(context, *state, origin, direction, RayClass::Gather);
+    const miVector& point = state->point;
+    if (origin.x != point.x || origin.y != point.y || origin.z != point.z) {
+        // A probe from elsewhere may come back to the very surface that the state stands on.
+        ray.origin = origin;
+        ray.skipLeaf = ray.skipTriangle = geometry::nothing;
+    }
+    geometry::Hit hit;
+    if (!context.frame.geometry.intersect(ray, hit)) {
+        setMiss(*child.get());
+        return miFALSE;
+    }
+    setHit(context, child.derived(), ray, hit, NormalSide::TowardRay);
+    return miTRUE;
+}
+
+} // namespace orca::render

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/elements/approximation.h"
+#include "scene/elements/element.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orca::scene {
+
+/// Polygons over one vertex list, flat and in structure-of-arrays form. All indices of vertices point into
+/// `vectors`; -1 where a vertex lacks a part that others of the group have. Optional arrays are empty or as
+/// long as `position`.
+struct PolygonGroup {
+    struct Loop {
+        std::uint32_t first, count; ///< range of `corners`
+    };
+    struct Polygon {
+        std::uint32_t firstLoop, loopCount; ///< range of `loops`: the outline, then holes, either winding
+        miTag material;                     ///< 0: inherited
+        std::int32_t label; ///< of a tagged object, index into the instance's materials; else -1
+        bool convex;        ///< promised by the scene
+    };
+    struct TextureSpace {
+        std::vector<std::int32_t> coordinate, bumpX, bumpY;
+    };
+
+    std::vector<miVector> vectors;
+    std::vector<std::int32_t> position;
+    std::vector<std::int32_t> normal;
+    std::vector<std::int32_t> derivU, derivV;
+    std::vector<TextureSpace> textures; ///< one per texture space
+    std::vector<std::vector<std::int32_t>>
+        motions; ///< one per motion segment: displacement over the unit shutter
+    std::vector<std::vector<std::int32_t>> users;
+    std::vector<Polygon> polygons;
+    std::vector<Loop> loops;
+    std::vector<std::uint32_t> corners; ///< vertex indices
+};
+
+/// Triangles with their vertices' data in one array.
+struct TriangleList {
+    /// Where a vertex's parts lie, in floats from its start; -1: not there.
+    struct Layout {
+        int stride = 3;
+        int normal = -1;
+        int derivatives = -1;         ///< dP/du, dP/dv
+        int secondDerivatives = -1;   ///< three vectors
+        int bump = -1, bumpCount = 0; ///< pairs of x and y basis vectors
+        int motion = -1, motionCount = 0;
+        std::vector<int> texture, textureDimension; ///< per texture space
+        std::vector<int> user, userDimension;
+    };
+    Layout layout; ///< positions are the first three floats
+    std::uint32_t vertexCount = 0;
+    std::vector<float> vertices;        ///< vertexCount * stride
+    std::vector<std::uint32_t> indices; ///< three per triangle
+    std::vector<std::int32_t> labels;   ///< one per triangle in tagged objects, else empty
+};
+
+struct ObjectElement final : Element {
+    static constexpr miScene_type elementType = miSCENE_OBJECT;
+    ObjectElement();
+    void* record() override { return &object; }
+    [[nodiscard]] int recordSize() const override { return sizeof(object); }
+    void visitReferences(const std::function<void(miTag)>& visit) const override;
+
+    /// Flags are off and modes 3 unless the scene says otherwise; face is 'a'. Bounds are those of the
+    /// points.
+    miObject object{};
+    std::optional<char> face;                   ///< what the scene says; nothing: the options decide
+    std::optional<Approximation> approximation; ///< of displaced polygons; nothing: the renderer's choice
+    float maxDisplacement = 0.0f;               ///< object space units either way; 0: any
+    bool tagged = false;
+    std::vector<PolygonGroup> groups;
+    std::vector<TriangleList> triangleLists;
+    bool isEmpty = false; ///< geometry of a kind that is not supported was left out
+
+    /// Triangles when all polygons are cut.
+    [[nodiscard]] std::size_t triangleCount() const;
+    void updateBounds();
+};
+
+} // namespace orca::scene

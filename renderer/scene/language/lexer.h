@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "base/log.h"
+
+#include <cstdint>
+#include <deque>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orca::scene {
+
+/// What stands in the way of going on reading a statement.
+class SyntaxError : public std::runtime_error {
+public:
+    SyntaxError(Place where, const std::string& text) : std::runtime_error(text), place(std::move(where)) {}
+    Place place;
+};
+
+struct Token {
+    enum class Kind : std::uint8_t {
+        End,     ///< of everything
+        Symbol,  ///< unquoted word
+        String,  ///< quoted text, escapes resolved
+        Integer, ///< also fits where a float is expected
+        Float,
+        Bytes,     ///< between single quotes: hexadecimal digits and white space
+        Backquote, ///< raw bytes follow
+        Mark,      ///< one of ( ) [ ] { } , =
+        Command    ///< a word behind a dollar sign in column one
+    };
+    Kind kind = Kind::End;
+    bool fitsInteger = false; ///< an Integer within 32 bits
+    std::uint16_t source = 0; ///< number of the file, for places
+    std::int32_t integer = 0;
+    float number = 0; ///< of Integer and Float
+    std::uint32_t line = 0, column = 0;
+    std::string_view text;
+
+    [[nodiscard]] bool is(char mark) const { return kind == Kind::Mark && text[0] == mark; }
+    [[nodiscard]] bool isWord(std::string_view word) const { return kind == Kind::Symbol && text == word; }
+    [[nodiscard]] bool isNumber() const { return kind == Kind::Integer || kind == Kind::Float; }
+    [[nodiscard]] bool isName() const { return kind == Kind::String || kind == Kind::Symbol; }
+    /// As messages show it: "word", 12, end of file.
+    [[nodiscard]] std::string shown() const;
+};
+
+/// Splits one file's text into tokens. Faults of the text throw SyntaxError with the lexer standing behind
+/// them, so that the next call goes on.
+class Lexer {
+public:
+    Lexer(std::string fileName, std::string text, std::uint16_t source);
+    Lexer(const Lexer&) = delete;
+    Lexer& operator=(const Lexer&) = delete;
+
+    [[nodiscard]] Token next();
+    /// Consumes a number, if one stands next, without making a token: for long lists. False, and nothing is
+    /// consumed but white space, for anything else.
+    bool nextNumber(float& value);
+    bool nextInteger(std::int32_t& value);
+    /// Raw bytes behind a Backquote token, and the closing backquote. Throws when there are fewer, or when
+    /// they are not closed.
+    std::string_view binary(std::size_t size, const char* what);
+    /// Skips a block of raw bytes of unknown length: to the first closing backquote a whole number of words
+    /// away.
+    void skipBinary();
+    /// Appends bytes written as hexadecimal pairs, quoted or bare, up to a closing bracket, which is
+    /// consumed.
+    void hexBytes(std::vector<unsigned char>& bytes);
+    /// Text between angle brackets, if it stands next on this line; for include commands.
+    bool angleName(std::string_view& name);
+
+    [[nodiscard]] Place here() const;
+    [[nodiscard]] Place placeOf(const Token& token) const;
+    [[nodiscard]] const std::string& fileName() const { return fileName_; }
+
+private:
+    void skipSpace();
+    [[nodiscard]] std::uint32_t column() const {
+        return static_cast<std::uint32_t>(cursor_ - lineStart_) + 1;
+    }
+    [[nodiscard]] bool atNumber() const;
+    void lexString(Token& token);
+    void lexNumber(Token& token);
+    void lexBytes(Token& token);
+
+    std::string fileName_;
+    std::string text_;
+    std::uint16_t source_;
+    const char* cursor_;
+    const char* end_;
+    const char* lineStart_;
+    std::uint32_t line_ = 1;
+    std::deque<std::string> unescaped_; // texts of strings with escapes; tokens point here
+};
+
+/// Two hexadecimal digits a byte; white space between pairs. Throws SyntaxError with `place`.
+void appendHex(std::vector<unsigned char>& bytes, std::string_view digits, const Place& place);
+
+} // namespace orca::scene

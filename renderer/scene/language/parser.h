@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "base/log.h"
+#include "scene/database.h"
+#include "scene/elements/elements.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orca::scene {
+
+/// A `render` statement.
+struct RenderRequest {
+    miTag group = miNULLTAG; ///< root group
+    miTag cameraInstance = miNULLTAG;
+    miTag options = miNULLTAG;
+    int number = 0; ///< of the statement, from 1, over all files
+    Place place;
+};
+
+/// What the reader asks its owner to do, in file order.
+struct ParserCallbacks {
+    /// The database is complete up to here. False stops reading. Not called once the scene has errors.
+    std::function<bool(const RenderRequest&)> render;
+    /// Loads a shader library; the name has its registry and environment references replaced. False: it could
+    /// not be loaded, and the owner has said why.
+    std::function<bool(const std::string& file, const Place& place)> link;
+    /// Text of an `echo` command; without a callback it becomes a progress message.
+    std::function<void(const std::string& text)> echo;
+};
+
+struct ParserOptions {
+    std::vector<std::string> includePaths;
+    std::map<std::string, std::string> registry;  ///< "NAME" (without braces) to value
+    std::map<std::string, std::string> variables; ///< as `set` makes them
+    std::string version = "3.13";                 ///< answer to `min version` and kin
+    bool verbosityFixed = false;                  ///< `verbose` statements are ignored
+    int maximumErrors = 20;                       ///< reading stops after so many
+    bool renderAnyway = false;                    ///< render statements of a scene with errors count
+};
+
+/// A scene and its reader's memory: several files are read as if they were one.
+class Scene {
+public:
+    explicit Scene(Messages& messages);
+    ~Scene();
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
+
+    [[nodiscard]] Database& database() { return database_; }
+    [[nodiscard]] const Database& database() const { return database_; }
+    [[nodiscard]] Messages& messages() const { return messages_; }
+
+    /// Reads a file; "-" is standard input, and a name that is not found is tried again with ".mi" added.
+    /// False when the scene has errors so far or the render callback asked to stop.
+    bool parseFile(const std::string& path, const ParserOptions& options, const ParserCallbacks& callbacks);
+    /// Reads text that is called `name` in messages. Includes are relative to the working directory.
+    bool parseText(std::string text, const std::string& name, const ParserOptions& options,
+                   const ParserCallbacks& callbacks);
+
+    /// Errors found so far.
+    [[nodiscard]] int errors() const { return errors_; }
+    [[nodiscard]] int renderStatements() const { return renderStatements_; }
+    [[nodiscard]] const std::vector<std::string>& libraries() const { return libraries_; }
+
+private:
+    friend class Reader;
+    struct Memory;
+
+    Messages& messages_;
+    Database database_;
+    std::unique_ptr<Memory> memory_; // variables, registry, what was said once
+    std::vector<std::string> libraries_;
+    int errors_ = 0;
+    int renderStatements_ = 0;
+};
+
+} // namespace orca::scene

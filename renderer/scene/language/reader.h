@@ -1,0 +1,291 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/declarations/phenomenon.h"
+#include "scene/language/parser.h"
+#include "scene/language/token_stream.h"
+#include "scene/language/variables.h"
+
+#include <initializer_list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orca::scene {
+
+/// What a scene's reader keeps from one file to the next.
+struct Scene::Memory {
+    Variables variables;
+    std::set<std::string> said;                  ///< "kind of construct|file" of what is not supported
+    std::map<std::string, miTag> phenomenonUses; ///< names that stand for an expanded phenomenon
+};
+
+/// Reads one file and what it includes into a scene. The functions follow the grammar: each reads what it is
+/// named after and throws SyntaxError when it cannot go on; faults that leave the text readable are counted
+/// and reading goes on.
+class Reader {
+public:
+    Reader(Scene& scene, const ParserOptions& options, const ParserCallbacks& callbacks);
+    /// False when reading was stopped.
+    bool read(const std::string& name, std::string text);
+
+private:
+    struct StopReading {}; // too many errors, or the owner asked for it
+
+    // reader.cpp: the statements of a file, messages, resynchronising
+    void readStatement(const Token& token);
+    bool readEntity(std::string_view word, const Token& token, bool incremental);
+    bool readTextureStart(std::string_view word, const Token& token, bool incremental);
+    void resynchronise(bool insidePhenomenon);
+    /// Consumes "end <kind>"; false before another statement of the block. Throws at the end of the file and
+    /// before what can only be the next entity.
+    bool endsBlock(std::string_view kind, const std::string& owner);
+    void skipUnknownEntity(const Token& token);
+    template <class... A>
+    void error(const Place& place, fmt::format_string<A...> form, A&&... arguments) {
+        countError(place, fmt::format(form, std::forward<A>(arguments)...));
+    }
+    template <class... A>
+    void warning(const Place& place, fmt::format_string<A...> form, A&&... arguments) {
+        messages_.sayAt(place, Level::Warning, "SCEN", form, std::forward<A>(arguments)...);
+    }
+    template <class... A>
+    [[noreturn]] void fail(const Token& token, fmt::format_string<A...> form, A&&... arguments) {
+        throw SyntaxError(placeOf(token), fmt::format(form, std::forward<A>(arguments)...));
+    }
+    void countError(const Place& place, const std::string& text);
+    /// One message for each kind of construct and file, naming the first element affected.
+    void unsupported(Level level, const Place& place, const std::string& construct, const std::string& text);
+
+    // reader_tokens.cpp: single tokens
+    [[nodiscard]] Place placeOf(const Token& token) const { return stream_.placeOf(token); }
+    const Token& peek(std::size_t ahead = 0) { return stream_.peek(ahead); }
+    Token next() { return stream_.next(); }
+    bool accept(char mark);
+    bool accept(std::string_view word);
+    void expect(char mark, std::string_view after);
+    void expectEnd(std::string_view kind);
+    std::string name(std::string_view of);
+    Token nameToken(std::string_view of);
+    std::string string(std::string_view of);
+    int integer(std::string_view of);
+    int positiveInteger(std::string_view of);
+    float number(std::string_view of);
+    miVector vector(std::string_view of);
+    std::array<float, 16> matrix(std::string_view of);
+    std::optional<bool> acceptBoolean();
+    bool boolean(std::string_view of);
+    std::optional<int> acceptInteger();
+    bool atNumber() { return peek().isNumber(); }
+    bool atString() { return peek().kind == Token::Kind::String; }
+    [[nodiscard]] std::string fileNameIn(const Token& text);
+    void skipBalanced();
+
+    // reader_names.cpp: names and references
+    [[nodiscard]] std::string fullName(std::string_view plain) const;
+    [[nodiscard]] miTag lookUp(std::string_view plain) const;
+    [[nodiscard]] miTag lookUpDeclaration(std::string_view plain) const;
+    miTag reference(const Token& token, std::initializer_list<miScene_type> kinds, std::string_view expected);
+    miTag lightReference(const Token& token);
+    miTag optionalReference(std::initializer_list<miScene_type> kinds, std::string_view expected);
+    DeclarationElement* declarationReference(const Token& token);
+    std::vector<miTag> referenceList(std::initializer_list<miScene_type> kinds, std::string_view expected);
+    miTag dataReference();
+    void define(const Token& token, miTag tag);
+    /// Names an element once its statement has been read, also when that ends early: references to it then do
+    /// not add further errors.
+    struct Definition {
+        Definition(Reader& owner, const Token& nameOf, miTag named)
+            : reader(owner), token(nameOf), tag(named) {}
+        ~Definition() { reader.define(token, tag); }
+        Definition(const Definition&) = delete;
+        Definition& operator=(const Definition&) = delete;
+        Reader& reader;
+        const Token token;
+        const miTag tag;
+    };
+    /// The element that an entity statement fills: the existing one for incremental changes, else a new one.
+    template <class T>
+    T& target(const Token& token, miScene_type kind, bool incremental);
+    Element* incrementalTarget(const Token& token, miScene_type kind);
+
+    // reader_commands.cpp
+    bool readCommand(std::string_view word, const Token& token);
+    void readSet();
+    void readRegistry();
+    void readLink(const Token& file);
+    void lookUpRegistry(const std::string& entry, const Place& place);
+    void readVerbose();
+    void readVersion(std::string_view comparison);
+    void readNamespace();
+    void readDelete(const Token& token);
+    void readRender(const Token& token);
+    void checkRequirements(const OptionsElement& options);
+    void echo(const std::string& text);
+
+    // reader_declarations.cpp
+    void readDeclaration(const Token& token);
+    void readDeclarationOptions(DeclarationElement& declaration);
+    bool readRequirement(DeclarationElement& declaration, std::string_view word);
+    std::vector<Parameter> readParameterList(char open, char close);
+    Parameter readParameter();
+    std::optional<miParam_type> acceptType();
+    void keepDeclaration(const Token& nameToken, std::unique_ptr<DeclarationElement> declaration);
+
+    // reader_shaders.cpp
+    /// For whom a shader or list is read.
+    struct ShaderUse {
+        std::string owner;           ///< as messages call it
+        std::string name = {};       ///< of its element; parts of phenomena are named below it
+        miTag shareFrom = miNULLTAG; ///< "f" () of the same declaration takes this shader's parameters
+        miTag existing =
+            miNULLTAG; ///< list that an incremental change edits; named members stay as they are ...
+        bool editsNamed = false; ///< ... except the first, when the change is of that shader itself
+    };
+    void readNamedShader(const Token& token, bool incremental);
+    bool atShader();
+    miTag readShaderList(const ShaderUse& use, std::vector<miTag>* members = nullptr);
+    miTag requiredShaderList(const ShaderUse& use, std::string_view slot);
+    miTag readShader(const ShaderUse& use, miTag existing);
+    void linkShader(miTag& head, miTag& last, miTag shader, const Place& place);
+    /// Reads up to and with the closing mark; values not named keep what they are.
+    void readParameters(const std::vector<Parameter>& parameters, std::vector<Value>& values, char close,
+                        const ShaderUse& use, const std::string& declarationName);
+    void skipValue(char close);
+
+    // reader_phenomenon.cpp
+    bool readPhenomenonPart(DeclarationElement& declaration, const Token& word);
+    void readPhenomenonRoot(DeclarationElement& declaration);
+    void addPart(std::string name, miTag tag);
+    void checkPhenomenonRoot(DeclarationElement& declaration, const Place& place);
+    /// The declaration when a use of a phenomenon stands here, as in "name" ( ... ); else null.
+    DeclarationElement* atPhenomenon();
+    /// Reads a use. Returns its result, a shader list or a material; where the phenomenon has none, the use
+    /// itself.
+    miTag readPhenomenonUse(const ShaderUse& use);
+
+    // reader_values.cpp
+    Value readValue(const Parameter& parameter, const ShaderUse& use, const std::string& declarationName);
+    Value readElement(const Parameter& parameter, const ShaderUse& use, const std::string& declarationName);
+    Value readArray(const Parameter& parameter, const ShaderUse& use, const std::string& declarationName);
+    Value readLiteral(const Parameter& parameter);
+    Value readConnection(const Parameter& parameter, const ShaderUse& use);
+    Value readInterfaceReference(const Parameter& parameter);
+    miTag readTagLiteral(miParam_type type);
+    const Parameter* memberOf(const Parameter& result, std::string_view path, int& offset) const;
+
+    // reader_options.cpp
+    void readOptions(const Token& token, bool incremental);
+    void readOptionStatement(OptionsElement& element, const Token& word);
+    void readStringOption(OptionsElement& element, const Token& option);
+    bool readSamplingOption(OptionsElement& element, std::string_view word);
+    bool readTraceOption(OptionsElement& element, std::string_view word, const Place& place);
+    bool readSwitchOption(OptionsElement& element, std::string_view word);
+    bool readGatherOption(OptionsElement& element, std::string_view word, const Place& place);
+    bool skipOption(std::string_view word, const Place& place, const std::string& owner);
+    void readFramebufferOption(OptionsElement& element, const Place& place);
+    void skipToOption();
+
+    // reader_camera.cpp
+    void readCamera(const Token& token, bool incremental);
+    void readCameraData(CameraElement& element, miTag& before);
+    void readFramebuffer(CameraElement& element);
+    OutputStatement readOutput(const ShaderUse& use, const Place& place);
+    bool readCameraStatement(CameraElement& element, const Token& word);
+
+    // reader_lights.cpp: materials, lights, textures, light profiles
+    void readMaterial(const Token& token, bool incremental);
+    const MaterialElement* readMaterialBase(const ShaderUse& use);
+    void readLight(const Token& token, bool incremental);
+    bool readLightStatement(LightElement& element, const Token& word);
+    bool readLightArea(LightElement& element, std::string_view word, const Place& place);
+    void readAreaSampling(LightElement& element);
+    void readShadowMap(LightElement& element, const Place& place);
+    void finishLight(LightElement& element);
+
+    // reader_textures.cpp
+    void readTexture(const Token& token, std::string_view firstWord, bool incremental);
+    void readInlinePixels(TextureElement& element, const Place& place);
+    ColorProfile readColorProfileName();
+    void readLightProfile(const Token& token, bool incremental);
+    void readOther(const Token& token, std::string_view kind);
+
+    // reader_data.cpp
+    void readData(const Token& token, bool incremental);
+    void readRawData(UserdataElement& element, const Place& place);
+
+    // reader_objects.cpp
+    void readObject(const Token& token, bool incremental);
+    bool readObjectFlag(ObjectElement& element, const Token& word);
+    bool readObjectStatement(ObjectElement& element, const Token& word);
+    void readGroup(ObjectElement& element);
+    void skipGeometry(ObjectElement& element, const Place& place, std::string_view kind,
+                      std::string_view until);
+
+    // reader_polygons.cpp
+    void readVectors(PolygonGroup& group);
+    void readVertices(PolygonGroup& group, const ObjectElement& element);
+    void readPolygon(PolygonGroup& group, const ObjectElement& element, const Token& word);
+    bool readLoop(PolygonGroup& group, const ObjectElement& element, const Token& word);
+    std::optional<Approximation> readApproximation();
+    std::string lastMaterialName_; // neighbours mostly share their material
+    miTag lastMaterial_ = miNULLTAG;
+
+    // reader_trilist.cpp
+    void readTriangleList(ObjectElement& element, const Token& token);
+    void checkTriangles(const ObjectElement& element, TriangleList& list, const Place& place);
+    void readVertexCodes(TriangleList::Layout& layout, const ObjectElement& element);
+    template <class T>
+    void readNumberList(std::vector<T>& values, std::size_t count, std::string_view binaryWord,
+                        const std::string& what);
+
+    // reader_instances.cpp
+    void readInstance(const Token& token, bool incremental);
+    bool readInstanceStatement(InstanceElement& element, const Token& word);
+    bool readInstanceFlag(InstanceElement& element, std::string_view word);
+    void readLightLinks(InstanceElement& element);
+    void readGroupEntity(const Token& token, bool incremental);
+
+    // reader_assembly.cpp
+    void readAssembly(const Token& token);
+    int assemblyDepth_ = 0;           // of assemblies around this file
+    std::size_t outerNamespaces_ = 0; // that do not end in this file
+    miTag assemblyRoot_ = miNULLTAG;  // the group that this file's root statement names
+
+    Scene& scene_;
+    const ParserOptions& options_;
+    const ParserCallbacks& callbacks_;
+    Messages& messages_;
+    Database& database_;
+    Scene::Memory& memory_;
+    TokenStream stream_;
+    std::string block_;                                    // keyword of the entity that is being read
+    std::vector<std::string> namespaces_;                  // full names, innermost last
+    bool connectionsAllowed_ = true;                       // not in data blocks and defaults
+    int nesting_ = 0;                                      // of structs that are being declared
+    DeclarationElement* phenomenon_ = nullptr;             // whose body is being read
+    std::map<std::string, miTag, std::less<>> innerNames_; // of that phenomenon
+};
+
+template <class T>
+T& Reader::target(const Token& token, miScene_type kind, bool incremental) {
+    if (incremental) {
+        if (auto* existing = dynamic_cast<T*>(incrementalTarget(token, kind))) {
+            ++existing->revision;
+            return *existing;
+        }
+    }
+    auto element = std::make_unique<T>();
+    element->name = fullName(token.text);
+    element->place = placeOf(token);
+    T& result = *element;
+    const miTag tag = database_.add(std::move(element));
+    if (phenomenon_) addPart(std::string(token.text), tag);
+    return result;
+}
+
+} // namespace orca::scene

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/language/reader.h"
+
+#include <algorithm>
+#include <set>
+
+namespace orca::scene {
+
+namespace {
+
+/// Takes lights and cameras out of a group and of the groups below: an assembly brings things only.
+void keepObjectsOnly(Database& database, GroupElement& group, std::set<miTag>& seen) {
+    if (!seen.insert(group.tag).second) return;
+    std::erase_if(group.members, [&](miTag member) {
+        const auto* const instance = database.find<InstanceElement>(member);
+        Element* const item = instance ? database.get(instance->instance.item) : nullptr;
+        if (!item) return false;
+        if (item->type == miSCENE_GROUP) keepObjectsOnly(database, static_cast<GroupElement&>(*item), seen);
+        return item->type == miSCENE_LIGHT || item->type == miSCENE_CAMERA;
+    });
+}
+
+} // namespace
+
+/// The file is read at once, inside a namespace of the assembly's name; its boxes are for renderers that
+/// wait.
+void Reader::readAssembly(const Token& token) {
+    auto& element = target<GroupElement>(token, miSCENE_GROUP, false);
+    const Definition defined(*this, token, element.tag);
+    std::string file;
+    while (!endsBlock("assembly", element.name)) {
+        const Token word = next();
+        if (word.isWord("box") || (word.isWord("motion") && accept("box"))) {
+            if (!atNumber()) continue;
+            vector("the box's lower corner");
+            vector("the box's upper corner");
+        } else if (word.isWord("file")) {
+            file = string("the assembly's file");
+        } else {
+            fail(word, "assembly \"{}\": expected box, motion box or file, not {}", element.name,
+                 word.shown());
+        }
+    }
+    if (file.empty()) {
+        error(element.place, "assembly \"{}\" names no file, so it stays empty", element.name);
+        return;
+    }
+    constexpr int deepest = 32;
+    if (assemblyDepth_ >= deepest) {
+        error(element.place, "assembly \"{}\": assemblies lie inside each other more than {} deep",
+              element.name, deepest);
+        return;
+    }
+
+    Reader inner(scene_, options_, callbacks_);
+    inner.namespaces_ = namespaces_;
+    inner.namespaces_.push_back(element.name);
+    inner.outerNamespaces_ = inner.namespaces_.size();
+    inner.assemblyDepth_ = assemblyDepth_ + 1;
+    // Included where the assembly stands, so that the file is looked for, and missed, as any other there.
+    const auto linesBefore = static_cast<std::size_t>(std::max(0, element.place.line - 1));
+    const int errorsBefore = scene_.errors_;
+    const bool finished =
+        inner.read(element.place.file, std::string(linesBefore, '\n') + "$include \"" + file + "\"\n");
+    if (auto* const root = database_.find<GroupElement>(inner.assemblyRoot_)) {
+        std::set<miTag> seen;
+        keepObjectsOnly(database_, *root, seen);
+        element.members = root->members;
+    } else if (finished && scene_.errors_ == errorsBefore) { // else its file has said what is wrong
+        error(element.place, "assembly \"{}\": its file \"{}\" names no root group, so it stays empty",
+              element.name, file);
+    }
+}
+
+} // namespace orca::scene

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/language/reader.h"
+
+namespace orca::scene {
+
+void Reader::readData(const Token& token, bool incremental) {
+    auto& element = target<UserdataElement>(token, miSCENE_USERDATA, incremental);
+    const Definition defined(*this, token, element.tag);
+    const std::string owner = fmt::format("data \"{}\"", element.name);
+    bool hasContent = false;
+    const auto beginContent = [&](const Token& at) {
+        if (hasContent) fail(at, "{} has two contents", owner);
+        hasContent = true;
+    };
+    while (!endsBlock("data", element.name)) {
+        const Token at = peek();
+        if (accept("tag")) {
+            element.userdata()->label = static_cast<miUint>(integer("the label"));
+        } else if (at.isWord("data")) {
+            next();
+            const miTag link = dataReference();
+            element.userdata()->next_data = link;
+            if (incremental && database_.isInCycle(element.tag)) {
+                element.userdata()->next_data = miNULLTAG;
+                error(placeOf(at), "{}: the chain would lead back to it", owner);
+            }
+        } else if (at.kind == Token::Kind::Integer) {
+            beginContent(at);
+            readRawData(element, placeOf(at));
+        } else if (at.isName() && peek(1).is('(')) {
+            beginContent(at);
+            next();
+            const DeclarationElement* declaration = declarationReference(at);
+            if (!declaration) {
+                skipBalanced();
+                continue;
+            }
+            next();
+            if (element.declaration != declaration) {
+                element.declaration = declaration;
+                element.values.assign(declaration->parameters.size(), {});
+            }
+            connectionsAllowed_ = false;
+            readParameters(declaration->parameters, element.values, ')', {owner, element.name},
+                           declaration->name);
+            connectionsAllowed_ = true;
+            element.rebuild();
+        } else if (at.kind == Token::Kind::String) {
+            beginContent(at);
+            next();
+            const std::string file = fileNameIn(at);
+            std::string content;
+            const bool found =
+                (file.substr(0, 1) != "/" && readWholeFile(stream_.directory() + file, content)) ||
+                readWholeFile(file, content);
+            if (!found) error(placeOf(at), "{}: cannot read the file \"{}\"", owner, file);
+            element.declaration = nullptr;
+            element.values.clear();
+            element.setContent(content.data(), content.size());
+        } else {
+            fail(at, "{}: expected its contents, \"tag\", \"data\" or \"end data\", not {}", owner,
+                 at.shown());
+        }
+    }
+    if (!hasContent && !incremental) error(placeOf(token), "{} has no content", owner);
+}
+
+void Reader::readRawData(UserdataElement& element, const Place& place) {
+    constexpr int largest = 1 << 30;
+    const Token at = next();
+    const int size = at.integer;
+    if (!at.fitsInteger || size < 0 || size > largest) fail(at, "a data block has 0 to {} bytes", largest);
+    if (!peek().is('[')) fail(peek(), "expected \"[\" before the bytes, not {}", peek().shown());
+    next();
+    std::vector<unsigned char> bytes;
+    stream_.hexBytes(bytes);
+    if (bytes.size() > static_cast<std::size_t>(size)) {
+        error(place, "data \"{}\" has {} bytes, more than the {} it announces", element.name, bytes.size(),
+              size);
+    }
+    bytes.resize(static_cast<std::size_t>(size));
+    element.declaration = nullptr;
+    element.values.clear();
+    element.setContent(bytes.data(), bytes.size());
+}
+
+} // namespace orca::scene

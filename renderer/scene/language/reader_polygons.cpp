@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/language/reader.h"
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+namespace orca::scene {
+
+namespace {
+
+float bigEndianFloat(const char* bytes) {
+    std::uint32_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return std::bit_cast<float>(__builtin_bswap32(word));
+}
+
+/// Sets the entry of a vertex in an optional array, filling the vertices that lack this part with -1.
+void setPart(std::vector<std::int32_t>& part, std::size_t vertex, std::int32_t index) {
+    part.resize(vertex + 1, -1);
+    part[vertex] = index;
+}
+
+} // namespace
+
+void Reader::readVectors(PolygonGroup& group) {
+    for (;;) {
+        miVector read;
+        const bool isNumber = stream_.nextNumber(read.x);
+        if (isNumber) {
+            if (!stream_.nextNumber(read.y) || !stream_.nextNumber(read.z)) {
+                fail(peek(), "vector {} of the list has fewer than 3 numbers: {} follows",
+                     group.vectors.size(), peek().shown());
+            }
+        } else if (peek().kind == Token::Kind::Backquote) {
+            next();
+            const std::string_view bytes = stream_.binary(12, "a binary vector");
+            read = {bigEndianFloat(bytes.data()), bigEndianFloat(bytes.data() + 4),
+                    bigEndianFloat(bytes.data() + 8)};
+            if (!std::isfinite(read.x) || !std::isfinite(read.y) || !std::isfinite(read.z)) {
+                fail(peek(), "vector {} of the list is not finite", group.vectors.size());
+            }
+        } else {
+            return;
+        }
+        group.vectors.push_back(read);
+    }
+}
+
+void Reader::readVertices(PolygonGroup& group, const ObjectElement& element) {
+    bool complained = false;
+    Token start; // of the vertex
+    const auto index = [&](std::string_view of) {
+        std::int32_t value = 0;
+        if (!stream_.nextInteger(value)) fail(peek(), "expected {}, not {}", of, peek().shown());
+        if (value >= 0 && static_cast<std::size_t>(value) < group.vectors.size()) return value;
+        // One message for the group: a shifted list has every index wrong.
+        if (!complained) {
+            error(placeOf(start),
+                  "object \"{}\": vertex {} takes vector {}, but there are {}, counted from 0", element.name,
+                  group.position.size() - 1, value, group.vectors.size());
+        }
+        complained = true;
+        return -1;
+    };
+    while (peek().isWord("v")) {
+        start = next();
+        const std::size_t vertex = group.position.size();
+        group.position.push_back(0);
+        group.position.back() = std::max(index("the vertex's position index"), 0);
+        if (accept("n")) setPart(group.normal, vertex, index("the normal's index"));
+        if (accept("d")) {
+            setPart(group.derivU, vertex, index("the derivative's index"));
+            setPart(group.derivV, vertex, index("the derivative's index"));
+            if (peek().kind == Token::Kind::Integer) {
+                for (int i = 0; i < 3; ++i) index("the second derivative's index");
+            }
+        }
+        for (std::size_t space = 0; accept("t"); ++space) {
+            if (group.textures.size() <= space) group.textures.emplace_back();
+            PolygonGroup::TextureSpace& texture = group.textures[space];
+            setPart(texture.coordinate, vertex, index("the texture coordinate's index"));
+            if (peek().kind == Token::Kind::Integer) {
+                setPart(texture.bumpX, vertex, index("the bump basis vector's index"));
+                setPart(texture.bumpY, vertex, index("the bump basis vector's index"));
+            }
+        }
+        for (std::size_t segment = 0; accept("m"); ++segment) {
+            if (group.motions.size() <= segment) group.motions.emplace_back();
+            setPart(group.motions[segment], vertex, index("the motion vector's index"));
+        }
+        for (std::size_t user = 0; accept("u"); ++user) {
+            if (group.users.size() <= user) group.users.emplace_back();
+            setPart(group.users[user], vertex, index("the user vector's index"));
+        }
+    }
+    const std::size_t count = group.position.size();
+    const auto complete = [&](std::vector<std::int32_t>& part) {
+        if (!part.empty()) part.resize(count, -1);
+    };
+    complete(group.normal);
+    complete(group.derivU);
+    complete(group.derivV);
+    for (PolygonGroup::TextureSpace& texture : group.textures) {
+        complete(texture.coordinate);
+        complete(texture.bumpX);
+        complete(texture.bumpY);
+    }
+    for (auto& part : group.motions) complete(part);
+    for (auto& part : group.users) complete(part);
+}
+
+/// One closed line of vertices. False, and nothing is kept, when an index is out of range.
+bool Reader::readLoop(PolygonGroup& group, const ObjectElement& element, const Token& word) {
+    const auto first = static_cast<std::uint32_t>(group.corners.size());
+    std::int64_t wrong = -1;
+    for (std::int32_t corner; stream_.nextInteger(corner);) {
+        const bool fits = corner >= 0 && static_cast<std::size_t>(corner) < group.position.size();
+        if (!fits && wrong < 0) wrong = static_cast<std::uint32_t>(corner);
+        group.corners.push_back(static_cast<std::uint32_t>(corner));
+    }
+    const auto count = static_cast<std::uint32_t>(group.corners.size()) - first;
+    if (wrong >= 0) {
+        error(placeOf(word), "object \"{}\": polygon {} takes vertex {}, but there are {}, counted from 0",
+              element.name, group.polygons.size(), static_cast<std::int32_t>(wrong), group.position.size());
+    } else if (count < 3) {
+        error(placeOf(word), "object \"{}\": a loop of polygon {} has {} vertices; at least 3 are needed",
+              element.name, group.polygons.size(), count);
+    } else {
+        group.loops.push_back({first, count});
+        return true;
+    }
+    group.corners.resize(first);
+    return false;
+}
+
+void Reader::readPolygon(PolygonGroup& group, const ObjectElement& element, const Token& word) {
+    PolygonGroup::Polygon polygon{};
+    polygon.label = -1;
+    polygon.convex = !word.isWord("p");
+    const std::size_t firstCorner = group.corners.size();
+    polygon.firstLoop = static_cast<std::uint32_t>(group.loops.size());
+    if (element.tagged) {
+        std::int32_t label = 0;
+        if (!stream_.nextInteger(label)) {
+            fail(peek(), "object \"{}\" is tagged, so its polygons begin with an integer label, not {}",
+                 element.name, peek().shown());
+        }
+        polygon.label = label;
+    } else if (peek().isName() && !peek().isWord("end")) {
+        const Token material = next();
+        if (material.text != lastMaterialName_ || lastMaterialName_.empty()) {
+            lastMaterial_ = reference(material, {miSCENE_MATERIAL}, "a material");
+            lastMaterialName_ = std::string(material.text);
+        }
+        polygon.material = lastMaterial_;
+    }
+    bool whole = readLoop(group, element, word);
+    while (accept("hole")) whole = readLoop(group, element, word) && whole;
+    if (!whole) {
+        group.loops.resize(polygon.firstLoop);
+        group.corners.resize(firstCorner);
+        return;
+    }
+    polygon.loopCount = static_cast<std::uint32_t>(group.loops.size()) - polygon.firstLoop;
+    if (polygon.loopCount > 1) polygon.convex = false;
+    group.polygons.push_back(polygon);
+}
+
+} // namespace orca::scene

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/language/reader.h"
+
+namespace orca::scene {
+
+bool Reader::accept(char mark) {
+    if (!peek().is(mark)) return false;
+    next();
+    return true;
+}
+
+bool Reader::accept(std::string_view word) {
+    if (!peek().isWord(word)) return false;
+    next();
+    return true;
+}
+
+void Reader::expect(char mark, std::string_view after) {
+    if (!accept(mark)) fail(peek(), "expected \"{}\" after {}, not {}", mark, after, peek().shown());
+}
+
+void Reader::expectEnd(std::string_view kind) {
+    if (!peek().isWord("end")) fail(peek(), "expected \"end {}\", not {}", kind, peek().shown());
+    next();
+    if (!accept(kind)) fail(peek(), "expected \"end {}\", not \"end\" and {}", kind, peek().shown());
+}
+
+Token Reader::nameToken(std::string_view of) {
+    if (!peek().isName()) fail(peek(), "expected the name of {}, not {}", of, peek().shown());
+    return next();
+}
+
+std::string Reader::name(std::string_view of) {
+    return std::string(nameToken(of).text);
+}
+
+std::string Reader::string(std::string_view of) {
+    if (!atString()) fail(peek(), "expected {} as a quoted string, not {}", of, peek().shown());
+    return std::string(next().text);
+}
+
+int Reader::integer(std::string_view of) {
+    if (peek().kind != Token::Kind::Integer)
+        fail(peek(), "expected {} as an integer, not {}", of, peek().shown());
+    if (!peek().fitsInteger) fail(peek(), "{} does not fit 32 bits, as {} must", peek().text, of);
+    return next().integer;
+}
+
+int Reader::positiveInteger(std::string_view of) {
+    const Token token = peek();
+    const int value = integer(of);
+    if (value <= 0) fail(token, "{} must be positive, not {}", of, value);
+    return value;
+}
+
+float Reader::number(std::string_view of) {
+    if (!atNumber()) fail(peek(), "expected {} as a number, not {}", of, peek().shown());
+    return next().number;
+}
+
+miVector Reader::vector(std::string_view of) {
+    const float x = number(of), y = number(of), z = number(of);
+    return {x, y, z};
+}
+
+std::array<float, 16> Reader::matrix(std::string_view of) {
+    std::array<float, 16> elements;
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        if (!atNumber()) fail(peek(), "{} has {} of 16 numbers, then {}", of, i, peek().shown());
+        elements[i] = next().number;
+    }
+    return elements;
+}
+
+std::optional<bool> Reader::acceptBoolean() {
+    const Token& token = peek();
+    if (token.isWord("on") || token.isWord("true")) return next(), true;
+    if (token.isWord("off") || token.isWord("false")) return next(), false;
+    return {};
+}
+
+bool Reader::boolean(std::string_view of) {
+    const std::optional<bool> value = acceptBoolean();
+    if (!value) fail(peek(), "expected \"on\" or \"off\" for {}, not {}", of, peek().shown());
+    return *value;
+}
+
+std::optional<int> Reader::acceptInteger() {
+    if (peek().kind != Token::Kind::Integer || !peek().fitsInteger) return {};
+    return next().integer;
+}
+
+std::string Reader::fileNameIn(const Token& text) {
+    std::string unknown;
+    std::string file = memory_.variables.substituted(text.text, &unknown);
+    if (!unknown.empty()) {
+        error(placeOf(text), "\"{}\" names the registry entry \"{{{}}}\", which is not defined", text.text,
+              unknown);
+    }
+    return file;
+}
+
+void Reader::skipBalanced() {
+    int depth = 0;
+    do {
+        const Token token = next();
+        if (token.kind == Token::Kind::End) return;
+        if (token.is('(') || token.is('[') || token.is('{')) ++depth;
+        if (token.is(')') || token.is(']') || token.is('}')) --depth;
+        if (token.kind == Token::Kind::Backquote) stream_.skipBinary();
+    } while (depth > 0);
+}
+
+} // namespace orca::scene

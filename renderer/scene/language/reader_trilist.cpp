@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/language/reader.h"
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+namespace orca::scene {
+
+void Reader::readVertexCodes(TriangleList::Layout& layout, const ObjectElement& element) {
+    constexpr int most = 64; // parts of one kind
+    const auto claim = [&](int floats) {
+        const int offset = layout.stride;
+        layout.stride += floats;
+        return offset;
+    };
+    const auto repeated = [&](std::string_view of) {
+        const Token at = peek();
+        const int count = acceptInteger().value_or(1);
+        if (count < 1 || count > most) fail(at, "object \"{}\": {} {} cannot be", element.name, count, of);
+        return count;
+    };
+    const auto dimensions = [&](std::vector<int>& offsets, std::vector<int>& sizes, std::string_view of) {
+        const Token at = peek();
+        while (const auto dimension = acceptInteger()) {
+            if (*dimension < 1 || *dimension > most || sizes.size() >= most) {
+                fail(at, "object \"{}\": {} of dimension {} cannot be", element.name, of, *dimension);
+            }
+            offsets.push_back(claim(*dimension));
+            sizes.push_back(*dimension);
+        }
+        if (sizes.empty()) fail(at, "object \"{}\": the dimension of {} is missing", element.name, of);
+    };
+    if (!accept("p")) {
+        fail(peek(), "object \"{}\": vertices of a trilist begin with \"p\", not {}", element.name,
+             peek().shown());
+    }
+    for (;;) {
+        if (accept("n")) {
+            layout.normal = claim(3);
+        } else if (accept("d")) {
+            layout.derivatives = claim(6);
+        } else if (accept("d2")) {
+            layout.secondDerivatives = claim(9);
+        } else if (accept("b")) {
+            layout.bumpCount = repeated("bump bases");
+            layout.bump = claim(6 * layout.bumpCount);
+        } else if (accept("m")) {
+            layout.motionCount = repeated("motion vectors");
+            layout.motion = claim(3 * layout.motionCount);
+        } else if (accept("t")) {
+            dimensions(layout.texture, layout.textureDimension, "a texture space");
+        } else if (accept("u")) {
+            dimensions(layout.user, layout.userDimension, "user data");
+        } else {
+            return;
+        }
+    }
+}
+
+/// A list in brackets, or as `binaryWord` and a block of big-endian words between backquotes; the word may be
+/// left out.
+template <class T>
+void Reader::readNumberList(std::vector<T>& values, std::size_t count, std::string_view binaryWord,
+                            const std::string& what) {
+    if (accept(binaryWord) && peek().kind == Token::Kind::Integer) next(); // the count once more
+    const bool bracket = accept('[');
+    if (peek().kind == Token::Kind::Backquote) {
+        next();
+        const std::string_view bytes = stream_.binary(count * 4, what.c_str());
+        values.resize(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            std::uint32_t word;
+            std::memcpy(&word, bytes.data() + 4 * i, sizeof word);
+            values[i] = std::bit_cast<T>(__builtin_bswap32(word));
+        }
+        if (bracket) expect(']', what);
+        return;
+    }
+    if (!bracket) fail(peek(), "expected {} in brackets or as a binary block, not {}", what, peek().shown());
+    for (;;) {
+        T value{};
+        bool isValue = false;
+        if constexpr (std::is_same_v<T, float>) {
+            isValue = stream_.nextNumber(value);
+        } else {
+            isValue = stream_.nextInteger(value);
+        }
+        if (isValue && values.size() < count) {
+            values.push_back(value);
+        } else if (isValue) {
+            fail(peek(), "{}: there are more than the {} numbers that its counts ask for", what, count);
+        } else if (!accept(',')) {
+            break;
+        }
+    }
+    if (values.size() != count) {
+        fail(peek(), "{}: {} numbers are needed, but {} follows after {}", what, count, peek().shown(),
+             values.size());
+    }
+    expect(']', what);
+}
+
+void Reader::readTriangleList(ObjectElement& element, const Token& token) {
+    constexpr int most = 1 << 28; // vertices, triangles
+    TriangleList list;
+    const auto count = [&](std::string_view of) {
+        const Token at = peek();
+        const int value = integer(of);
+        if (value < 0 || value > most) fail(at, "object \"{}\": {} cannot be {}", element.name, of, value);
+        return static_cast<std::size_t>(value);
+    };
+    if (!accept("vertex")) fail(peek(), "expected \"vertex\" after \"trilist\", not {}", peek().shown());
+    const std::size_t vertices = count("the number of vertices");
+    readVertexCodes(list.layout, element);
+    if (!accept("triangle")) {
+        fail(peek(), "object \"{}\": expected a vertex code (p n d d2 b m t u) or \"triangle\", not {}",
+             element.name, peek().shown());
+    }
+    const std::size_t triangles = count("the number of triangles");
+    const std::size_t border =
+        peek().kind == Token::Kind::Integer ? count("the number of border triangles") : 0;
+    list.vertexCount = static_cast<std::uint32_t>(vertices);
+    const std::string owner = fmt::format("object \"{}\", ", element.name);
+    readNumberList(list.vertices, vertices * list.layout.stride, "scalar", owner + "vertices of the trilist");
+    const std::size_t words = element.tagged ? 4 : 3;
+    std::vector<std::int32_t> indices;
+    readNumberList(indices, triangles * words, "integer", owner + "triangles of the trilist");
+    if (!peek().isWord("end")) {
+        std::vector<std::int32_t> dropped; // displacement's neighbours only
+        readNumberList(dropped, border * words, "integer", owner + "border triangles of the trilist");
+    }
+    expectEnd("trilist");
+    list.indices.reserve(triangles * 3);
+    for (std::size_t i = 0; i < indices.size(); i += words) {
+        if (element.tagged) list.labels.push_back(indices[i]);
+        for (std::size_t corner = words - 3; corner < words; ++corner) {
+            list.indices.push_back(static_cast<std::uint32_t>(indices[i + corner]));
+        }
+    }
+    checkTriangles(element, list, placeOf(token));
+    element.triangleLists.push_back(std::move(list));
+}
+
+/// Drops triangles that name missing vertices; refuses vertices that are not finite.
+void Reader::checkTriangles(const ObjectElement& element, TriangleList& list, const Place& place) {
+    for (std::size_t i = 0; i < list.vertices.size(); ++i) {
+        if (std::isfinite(list.vertices[i])) continue;
+        error(place, "object \"{}\": vertex {} of the trilist has a number that is not finite", element.name,
+              i / list.layout.stride);
+        list.indices.clear();
+        list.labels.clear();
+        list.vertices.clear();
+        list.vertexCount = 0;
+        return;
+    }
+    std::size_t kept = 0;
+    const std::size_t triangles = list.indices.size() / 3;
+    std::size_t firstWrong = triangles;
+    for (std::size_t t = 0; t < triangles; ++t) {
+        const std::uint32_t* corners = &list.indices[3 * t];
+        if (corners[0] >= list.vertexCount || corners[1] >= list.vertexCount ||
+            corners[2] >= list.vertexCount) {
+            if (firstWrong == triangles) firstWrong = t;
+            continue;
+        }
+        std::copy_n(corners, 3, &list.indices[3 * kept]);
+        if (!list.labels.empty()) list.labels[kept] = list.labels[t];
+        ++kept;
+    }
+    if (firstWrong == triangles) return;
+    error(place,
+          "object \"{}\": triangle {} of the trilist takes a vertex beyond the {} there are (counted from 0)",
+          element.name, firstWrong, list.vertexCount);
+    list.indices.resize(3 * kept);
+    if (!list.labels.empty()) list.labels.resize(kept);
+}
+
+} // namespace orca::scene

@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/language/token_stream.h"
+
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sys/stat.h>
+
+namespace orca::scene {
+
+bool readWholeFile(const std::string& path, std::string& content) {
+    if (path == "-") {
+        content.assign(std::istreambuf_iterator<char>(std::cin), {});
+        return true;
+    }
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0 || S_ISDIR(status.st_mode)) return false;
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return false;
+    content.resize(static_cast<std::size_t>(status.st_size));
+    file.read(content.data(), static_cast<std::streamsize>(content.size()));
+    content.resize(static_cast<std::size_t>(file.gcount()));
+    // Pipes and the like have no size beforehand.
+    if (!S_ISREG(status.st_mode)) content.append(std::istreambuf_iterator<char>(file), {});
+    return !file.bad();
+}
+
+std::string directoryOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+}
+
+TokenStream::TokenStream(const Variables& variables, std::vector<std::string> includePaths)
+    : variables_(variables), includePaths_(std::move(includePaths)) {
+}
+
+void TokenStream::open(const std::string& name, std::string text) {
+    const auto number = static_cast<std::uint16_t>(sources_.size());
+    sources_.push_back({std::make_unique<Lexer>(name, std::move(text), number), directoryOf(name), {}});
+    stack_.push_back(number);
+}
+
+Place TokenStream::placeOf(const Token& token) const {
+    return sources_.empty() ? Place{} : sources_[token.source].lexer->placeOf(token);
+}
+
+const std::string& TokenStream::directory() const {
+    return sources_[stack_.back()].directory;
+}
+
+const std::string& TokenStream::fileName() const {
+    return sources_[stack_.back()].lexer->fileName();
+}
+
+Token TokenStream::next() {
+    if (ahead_.empty()) return fetch();
+    const Token token = ahead_.front();
+    ahead_.pop_front();
+    return token;
+}
+
+const Token& TokenStream::peek(std::size_t ahead) {
+    while (ahead_.size() <= ahead) {
+        // Behind a backquote stand raw bytes, no tokens.
+        if (!ahead_.empty() && ahead_.back().kind == Token::Kind::Backquote) return ahead_.back();
+        ahead_.push_back(fetch());
+    }
+    return ahead_[ahead];
+}
+
+bool TokenStream::nextNumber(float& value) {
+    if (ahead_.empty() && lexer().nextNumber(value)) return true;
+    if (!peek().isNumber()) return false;
+    value = next().number;
+    return true;
+}
+
+bool TokenStream::nextInteger(std::int32_t& value) {
+    if (ahead_.empty() && lexer().nextInteger(value)) return true;
+    if (peek().kind != Token::Kind::Integer || !peek().fitsInteger) return false;
+    value = next().integer;
+    return true;
+}
+
+Token TokenStream::fetch() {
+    for (;;) {
+        const Token token = lexer().next();
+        if (token.kind == Token::Kind::Command) {
+            command(token);
+        } else if (token.kind == Token::Kind::End) {
+            std::vector<Conditional>& open = sources_[stack_.back()].conditionals;
+            if (!open.empty()) {
+                const Place place = open.back().place;
+                open.clear();
+                throw SyntaxError(place, "the conditional that begins here has no $endif");
+            }
+            if (stack_.size() == 1) return token;
+            stack_.pop_back();
+        } else {
+            return token;
+        }
+    }
+}
+
+void TokenStream::command(const Token& token) {
+    const Place place = placeOf(token);
+    std::vector<Conditional>& conditionals = sources_[stack_.back()].conditionals;
+    const std::string_view word = token.text;
+    if (word == "include") {
+        includeCommand(place);
+    } else if (word == "ifdef" || word == "ifndef" || word == "ifeq" || word == "ifneq") {
+        conditionals.push_back({place});
+        if (!test(word)) skipConditional(true);
+    } else if (word == "else" || word == "elseifdef" || word == "elseifeq" || word == "elseifndef" ||
+               word == "elseifneq") {
+        if (conditionals.empty())
+            throw SyntaxError(place, fmt::format("${} without an $ifdef or $ifeq", word));
+        skipConditional(false);
+    } else if (word == "endif") {
+        if (conditionals.empty()) throw SyntaxError(place, "$endif without an $ifdef or $ifeq");
+        conditionals.pop_back();
+    } else if (word == "lookup") {
+        const std::string name = stringArgument(word);
+        if (lookup_) lookup_(name, place);
+    } else if (word == "code") {
+        skipCode(place);
+    } else {
+        throw SyntaxError(place, fmt::format("unknown command \"${}\"", word));
+    }
+}
+
+std::string TokenStream::stringArgument(std::string_view commandWord) {
+    const Token token = lexer().next();
+    if (token.kind != Token::Kind::String) {
+        throw SyntaxError(placeOf(token),
+                          fmt::format("${} needs a quoted string, not {}", commandWord, token.shown()));
+    }
+    return std::string(token.text);
+}
+
+bool TokenStream::test(std::string_view word) {
+    const bool joined = word.substr(0, 4) == "else";
+    if (joined) word.remove_prefix(4);
+    const std::string key = stringArgument(word);
+    if (word == "ifdef") return variables_.isDefined(key);
+    if (word == "ifndef") return !variables_.isDefined(key);
+    const bool equal = variables_.valueOf(key) == variables_.substituted(stringArgument(word));
+    return (word == "ifeq") == equal;
+}
+
+void TokenStream::skipConditional(bool anyElse) {
+    std::vector<Conditional>& conditionals = sources_[stack_.back()].conditionals;
+    int nested = 0;
+    for (;;) {
+        Token token;
+        try {
+            token = lexer().next();
+            if (token.kind == Token::Kind::Backquote) lexer().skipBinary();
+        } catch (const SyntaxError&) {
+            continue; // nobody reads this text
+        }
+        if (token.kind == Token::Kind::End) return; // fetch reports it
+        if (token.kind != Token::Kind::Command) continue;
+        const std::string_view word = token.text;
+        if (word.substr(0, 2) == "if") {
+            ++nested;
+        } else if (word == "endif") {
+            if (nested-- == 0) {
+                conditionals.pop_back();
+                return;
+            }
+        } else if (nested == 0 && anyElse && word.substr(0, 4) == "else") {
+            if (word == "else" || test(word)) return;
+        }
+    }
+}
+
+void TokenStream::skipCode(const Place& place) {
+    for (;;) {
+        Token token;
+        try {
+            token = lexer().next();
+            if (token.kind == Token::Kind::End) break;
+            if (token.kind != Token::Kind::Command || token.text != "end") continue;
+            if (lexer().next().isWord("code")) break;
+        } catch (const SyntaxError&) {
+            continue; // C text is not made of our tokens
+        }
+    }
+    throw SyntaxError(place, "$code is not supported: compile the shader into a library and link that");
+}
+
+void TokenStream::includeCommand(const Place& place) {
+    std::string_view angled;
+    if (lexer().angleName(angled)) {
+        include(std::string(angled), true, place);
+    } else {
+        include(stringArgument("include"), false, place);
+    }
+}
+
+void TokenStream::include(const std::string& name, bool searchPathsOnly, const Place& place) {
+    constexpr std::size_t deepest = 64;
+    constexpr std::size_t most = 60000; // tokens number their files with 16 bits
+    if (stack_.size() >= deepest) {
+        throw SyntaxError(place,
+                          fmt::format("\"{}\": files include each other more than {} deep", name, deepest));
+    }
+    if (sources_.size() >= most) throw SyntaxError(place, "too many files are included");
+    std::string unknown;
+    const std::string file = variables_.substituted(name, &unknown);
+    if (!unknown.empty()) {
+        throw SyntaxError(
+            place,
+            fmt::format("\"{}\" names the registry entry \"{{{}}}\", which is not defined", name, unknown));
+    }
+    std::vector<std::string> tried;
+    if (!file.empty() && file[0] == '/') {
+        tried.push_back(file);
+    } else {
+        if (!searchPathsOnly) tried.push_back(directory() + file);
+        for (const std::string& path : includePaths_)
+            tried.push_back(path.empty() ? file : path + "/" + file);
+    }
+    std::string content;
+    for (const std::string& path : tried) {
+        if (!readWholeFile(path, content)) continue;
+        open(path, std::move(content));
+        return;
+    }
+    std::string list;
+    for (const std::string& path : tried) list += (list.empty() ? "" : ", ") + path;
+    throw MissingFile(place, fmt::format("cannot read the included file \"{}\"; tried {}", file,
+                                         list.empty() ? "nothing, as there is no include path" : list));
+}
+
+} // namespace orca::scene

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/language/lexer.h"
+#include "scene/language/variables.h"
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orca::scene {
+
+/// An included file that cannot be read. What it defines would be missed by everything behind it.
+class MissingFile : public SyntaxError {
+public:
+    using SyntaxError::SyntaxError;
+};
+
+/// Whole content of a file, "-" being standard input. False when it cannot be read.
+bool readWholeFile(const std::string& path, std::string& content);
+[[nodiscard]] std::string directoryOf(const std::string& path);
+
+/// The tokens of a file and everything that it includes, with conditionals resolved. Commands in column one
+/// act when the reader's look-ahead reaches them, so the reader looks ahead only where the grammar needs it.
+class TokenStream {
+public:
+    TokenStream(const Variables& variables, std::vector<std::string> includePaths);
+
+    void open(const std::string& name, std::string text);
+    /// Runs the side effects of a registry entry; it may call `include`.
+    void onLookup(std::function<void(const std::string& name, const Place&)> action) {
+        lookup_ = std::move(action);
+    }
+    /// Reads a file in place; throws MissingFile when it is not found.
+    void include(const std::string& name, bool searchPathsOnly, const Place& place);
+
+    Token next();
+    const Token& peek(std::size_t ahead = 0);
+    /// As of Lexer: fast paths for long lists, with the general look-ahead kept right.
+    bool nextNumber(float& value);
+    bool nextInteger(std::int32_t& value);
+    /// Directly behind a Backquote token, or an opening bracket for hexBytes.
+    std::string_view binary(std::size_t size, const char* what) { return lexer().binary(size, what); }
+    void skipBinary() { lexer().skipBinary(); }
+    void hexBytes(std::vector<unsigned char>& bytes) { lexer().hexBytes(bytes); }
+
+    [[nodiscard]] Place placeOf(const Token& token) const;
+    /// Directory of the file that is being read.
+    [[nodiscard]] const std::string& directory() const;
+    [[nodiscard]] const std::string& fileName() const;
+
+private:
+    struct Conditional {
+        Place place;
+        bool elseSeen = false;
+    };
+    struct Source {
+        std::unique_ptr<Lexer> lexer;
+        std::string directory;
+        std::vector<Conditional> conditionals;
+    };
+
+    [[nodiscard]] Lexer& lexer() { return *sources_[stack_.back()].lexer; }
+    Token fetch();
+    void command(const Token& token);
+    void includeCommand(const Place& place);
+    /// Evaluates the test whose command word was read; true when its text is to be read.
+    bool test(std::string_view word);
+    std::string stringArgument(std::string_view commandWord);
+    /// Skips to the part of the conditional that is to be read; with `anyElse` false, behind its end.
+    void skipConditional(bool anyElse);
+    void skipCode(const Place& place);
+
+    const Variables& variables_;
+    std::vector<std::string> includePaths_;
+    std::function<void(const std::string&, const Place&)> lookup_;
+    std::vector<Source> sources_;    // all that were opened: tokens point into their texts
+    std::vector<std::size_t> stack_; // indices of those being read
+    std::deque<Token> ahead_;
+};
+
+} // namespace orca::scene

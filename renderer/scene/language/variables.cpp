@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/language/variables.h"
+
+#include <cstdlib>
+
+namespace orca::scene {
+
+namespace {
+
+std::string_view withoutBraces(std::string_view name) {
+    const bool braced = name.size() >= 2 && name.front() == '{' && name.back() == '}';
+    return braced ? name.substr(1, name.size() - 2) : name;
+}
+
+} // namespace
+
+const std::string* RegistryEntry::field(std::string_view word) const {
+    for (const auto& [key, value] : fields) {
+        if (key == word) return &value;
+    }
+    return nullptr;
+}
+
+void Variables::setEntry(std::string_view name, RegistryEntry entry) {
+    registry_[std::string(withoutBraces(name))] = std::move(entry);
+}
+
+const RegistryEntry* Variables::entry(std::string_view name) const {
+    const auto found = registry_.find(withoutBraces(name));
+    return found == registry_.end() ? nullptr : &found->second;
+}
+
+void Variables::substitute(std::string_view text, std::string& result, std::string* unknown,
+                           int depth) const {
+    constexpr int deepest = 32; // entries that name each other would never end
+    constexpr std::size_t longest = 1 << 16;
+    for (std::size_t i = 0; i < text.size() && result.size() < longest;) {
+        const bool fromEnvironment = text[i] == '$' && i + 1 < text.size() && text[i + 1] == '{';
+        if (!fromEnvironment && text[i] != '{') {
+            result += text[i++];
+            continue;
+        }
+        const std::size_t open = fromEnvironment ? i + 1 : i;
+        const std::size_t close = text.find('}', open);
+        if (close == std::string_view::npos) {
+            result += text.substr(i);
+            return;
+        }
+        std::string name(text.substr(open + 1, close - open - 1));
+        i = close + 1;
+        if (fromEnvironment) {
+            const bool onlyAsks = !name.empty() && name[0] == '?';
+            const char* value = std::getenv(onlyAsks ? name.c_str() + 1 : name.c_str());
+            if (value) result += onlyAsks ? "1" : value;
+            continue;
+        }
+        const RegistryEntry* found = entry(name);
+        const std::string* value = found ? found->field("value") : nullptr;
+        if (value && depth < deepest) {
+            substitute(*value, result, unknown, depth + 1);
+        } else if (unknown && unknown->empty()) {
+            *unknown = name;
+        }
+    }
+}
+
+std::string Variables::substituted(std::string_view text, std::string* unknown) const {
+    std::string result;
+    substitute(text, result, unknown, 0);
+    return result;
+}
+
+bool Variables::isDefined(std::string_view key) const {
+    if (key.find('{') != std::string_view::npos) return !substituted(key).empty();
+    return variables_.find(key) != variables_.end();
+}
+
+std::string Variables::valueOf(std::string_view key) const {
+    if (key.find('{') != std::string_view::npos) return substituted(key);
+    const auto found = variables_.find(key);
+    return found == variables_.end() ? std::string() : found->second;
+}
+
+} // namespace orca::scene
