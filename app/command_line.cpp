@@ -60,14 +60,14 @@ bool switchValue(const std::string& option, const std::string& text) {
     refuse(option, text, "on or off");
 }
 
-Level verbosityOf(const std::string& text) {
-    if (text == "on") return Level::Progress;
-    if (text == "off") return Level::Error;
+LogLevel verbosityOf(const std::string& text) {
+    if (text == "on") return LogLevel::Progress;
+    if (text == "off") return LogLevel::Error;
     int level = -1;
     const auto end = std::from_chars(text.data(), text.data() + text.size(), level);
     if (end.ec != std::errc() || end.ptr != text.data() + text.size() || level < 0 || level > 7)
         refuse("--verbose", text, "a level from 0 (silent) to 7, on or off");
-    return static_cast<Level>(level);
+    return static_cast<LogLevel>(level);
 }
 
 std::vector<std::string> passNames(const std::vector<std::string>& lists) {

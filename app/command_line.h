@@ -47,7 +47,7 @@ struct CommandLine {
     std::vector<std::string> includePaths, libraryPaths, texturePaths, libraries;
     std::size_t textureMegabytes = 1024;
     std::map<std::string, std::string> variables, registry;
-    std::optional<Level> verbosity;
+    std::optional<LogLevel> verbosity;
     Overrides overrides;
 };
 

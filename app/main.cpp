@@ -17,7 +17,7 @@ namespace orca::app {
 namespace {
 
 /// Renders every frame that the scenes' names stand for, or the scenes once.
-int renderAll(const CommandLine& command, Messages& messages) {
+int renderAll(const CommandLine& command, Log& log) {
     const bool perFrame = std::any_of(command.scenes.begin(), command.scenes.end(), hasFramePattern);
     if (perFrame && !command.frames) {
         fmt::print(stderr, "orca-render: \"{}\" stands for a file per frame: say which with --frames\n",
@@ -31,14 +31,14 @@ int renderAll(const CommandLine& command, Messages& messages) {
     std::vector<PictureReport> pictures;
     int exitCode = exitRendered;
     for (const std::optional<int>& frame : frames) {
-        SceneRun run(command, messages, stop, frame);
+        SceneRun run(command, log, stop, frame);
         const int code = run.run();
         pictures.insert(pictures.end(), run.pictures().begin(), run.pictures().end());
         if (exitCode == exitRendered) exitCode = code;
         if (stop.exitCode() != 0) return stop.exitCode();
     }
     const bool counted = command.statisticsFile.empty() || command.listsOutputs ||
-                         writeStatistics(command.statisticsFile, pictures, messages);
+                         writeStatistics(command.statisticsFile, pictures, log);
     return exitCode == exitRendered && !counted ? exitNotWritten : exitCode;
 }
 
@@ -54,11 +54,11 @@ int main(int argc, char** argv) {
         fmt::print("{}", passTable());
         return exitRendered;
     }
-    orca::Messages messages(parsed.command->verbosity.value_or(orca::Level::Warning));
+    orca::Log log(parsed.command->verbosity.value_or(orca::LogLevel::Warning));
     try {
-        return renderAll(*parsed.command, messages);
+        return renderAll(*parsed.command, log);
     } catch (const std::exception& failure) {
-        messages.say(orca::Level::Fatal, "MAIN", "{}", failure.what());
+        log.write(orca::LogLevel::Fatal, "MAIN", "{}", failure.what());
         return exitRenderError;
     }
 }

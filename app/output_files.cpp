@@ -37,8 +37,7 @@ std::uint64_t uncompressedBytes(const image::FramebufferSet& buffers, int width,
 
 } // namespace
 
-OutputFiles::OutputFiles(const CommandLine& command, Messages& messages)
-    : command_(command), messages_(messages) {
+OutputFiles::OutputFiles(const CommandLine& command, Log& log) : command_(command), log_(log) {
 }
 
 PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) {
@@ -57,10 +56,10 @@ PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) 
     }
     if (!named_.insert(files.layered).second) {
         const std::string numbered = withFrameAdded(files.layered, frame);
-        messages_.warning("MAIN",
-                          "\"{}\" holds an earlier picture of this run, so frame {} goes to \"{}\"; put #### "
-                          "into the name given to -o",
-                          files.layered, frame, numbered);
+        log_.warning("MAIN",
+                     "\"{}\" holds an earlier picture of this run, so frame {} goes to \"{}\"; put #### "
+                     "into the name given to -o",
+                     files.layered, frame, numbered);
         files.layered = numbered;
         named_.insert(numbered);
     }
@@ -70,13 +69,12 @@ PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) 
 bool OutputFiles::check(const PictureFiles& files, const image::FramebufferSet& buffers, int width,
                         int height) const {
     bool good = files.layered.empty() ||
-                image::canWrite(files.layered, messages_, uncompressedBytes(buffers, width, height) / 2);
-    for (const std::string& file : files.sceneFiles) good = image::canWrite(file, messages_) && good;
-    if (command_.writesFiles && !command_.png.empty())
-        good = image::canWrite(command_.png, messages_) && good;
+                image::canWrite(files.layered, log_, uncompressedBytes(buffers, width, height) / 2);
+    for (const std::string& file : files.sceneFiles) good = image::canWrite(file, log_) && good;
+    if (command_.writesFiles && !command_.png.empty()) good = image::canWrite(command_.png, log_) && good;
     if (command_.writesFiles && !command_.pngLayers.empty())
-        good = image::canWrite(command_.pngLayers + "/layer.png", messages_) && good;
-    if (!command_.statisticsFile.empty()) good = image::canWrite(command_.statisticsFile, messages_) && good;
+        good = image::canWrite(command_.pngLayers + "/layer.png", log_) && good;
+    if (!command_.statisticsFile.empty()) good = image::canWrite(command_.statisticsFile, log_) && good;
     return good;
 }
 
@@ -85,15 +83,15 @@ bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& re
     const std::vector<image::Layer> layers = result.layers();
     const image::PictureFrame& picture = result.frame();
     const auto layout = command_.singlePart ? image::PartLayout::SinglePart : image::PartLayout::MultiPart;
-    bool good = image::writeLayeredExr(files.layered, picture, layers, layout, messages_);
+    bool good = image::writeLayeredExr(files.layered, picture, layers, layout, log_);
     if (command_.writesSceneFiles)
-        good = image::writeBufferFiles(command_.fileDirectory, picture, layers, messages_) && good;
+        good = image::writeBufferFiles(command_.fileDirectory, picture, layers, log_) && good;
     for (const image::Layer& layer : layers) {
         if (layer.buffer->primary && !command_.png.empty())
-            good = image::writePreview(withFrame(command_.png, frame), picture, layer, messages_) && good;
+            good = image::writePreview(withFrame(command_.png, frame), picture, layer, log_) && good;
         if (!command_.pngLayers.empty()) {
             const std::string name = fmt::format("{}/{}.png", command_.pngLayers, layer.buffer->name);
-            good = image::writePreview(withFrame(name, frame), picture, layer, messages_) && good;
+            good = image::writePreview(withFrame(name, frame), picture, layer, log_) && good;
         }
     }
     return good;

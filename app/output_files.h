@@ -21,7 +21,7 @@ struct PictureFiles {
 /// Names, checks and writes the files of a run's pictures.
 class OutputFiles {
 public:
-    OutputFiles(const CommandLine& command, Messages& messages);
+    OutputFiles(const CommandLine& command, Log& log);
 
     /// Names of the next picture's files. A name without #### gets the frame number from the second picture
     /// on.
@@ -41,7 +41,7 @@ public:
 
 private:
     const CommandLine& command_;
-    Messages& messages_;
+    Log& log_;
     std::set<std::string> named_;
 };
 

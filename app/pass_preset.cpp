@@ -80,11 +80,11 @@ PassPreset::PassPreset(std::vector<std::string> names, scene::Scene& scene, scen
 
 bool PassPreset::apply(scene::CameraElement& camera, scene::OptionsElement& options) {
     if (passBlock(scene_.database(), camera) && !prepared_.count(camera.tag)) {
-        scene_.messages().once(
+        scene_.log().once(
             "preset ignored",
-            {Level::Warning, module, 0,
+            {LogLevel::Warning, module, 0,
              fmt::format("camera \"{}\" sets passes up itself, so --passes is ignored", camera.name),
-             camera.place});
+             camera.location});
         return true;
     }
     if (!defined_ && !defineShaders()) return false;
@@ -145,9 +145,9 @@ bool PassPreset::prepareCamera(scene::CameraElement& camera) {
         const bool exists =
             std::any_of(buffers.begin(), buffers.end(), [&](const auto& b) { return b.name == name; });
         if (exists) {
-            scene_.messages().warning(
-                module, "pass {0} goes into frame buffer \"{0}\", which camera \"{1}\" has already", name,
-                camera.name);
+            scene_.log().warning(module,
+                                 "pass {0} goes into frame buffer \"{0}\", which camera \"{1}\" has already",
+                                 name, camera.name);
             continue;
         }
         const PassDescription& pass = *findPass(name);
@@ -195,11 +195,11 @@ void PassPreset::giveShadowsToMaterials() {
         const std::string shader = declarationOf(material->material.shader);
         if (shader.rfind("orcaVela", 0) != 0) {
             if (shader.empty()) continue;
-            scene_.messages().once("preset material " + std::to_string(tag),
-                                   {Level::Info, module, 0,
-                                    fmt::format("material \"{}\" is shaded by \"{}\", which writes no passes",
-                                                material->name, shader),
-                                    material->place});
+            scene_.log().once("preset material " + std::to_string(tag),
+                              {LogLevel::Info, module, 0,
+                               fmt::format("material \"{}\" is shaded by \"{}\", which writes no passes",
+                                           material->name, shader),
+                               material->location});
             continue;
         }
         if (material->material.shadow != miNULLTAG) continue;
@@ -208,10 +208,10 @@ void PassPreset::giveShadowsToMaterials() {
         ++count;
     }
     if (count > 0) {
-        scene_.messages().info(module,
-                               "{} material{} without a shadow shader got orcaVelaFastShadow, so that the "
-                               "passes receive shadows",
-                               count, count == 1 ? "" : "s");
+        scene_.log().info(module,
+                          "{} material{} without a shadow shader got orcaVelaFastShadow, so that the "
+                          "passes receive shadows",
+                          count, count == 1 ? "" : "s");
     }
 }
 

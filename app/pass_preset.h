@@ -2,7 +2,7 @@
 #pragma once
 
 #include "scene/elements/elements.h"
-#include "scene/language/parser.h"
+#include "scene/language/scene_file.h"
 
 #include <set>
 #include <string>

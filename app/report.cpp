@@ -18,7 +18,7 @@ namespace orca::app {
 
 namespace {
 
-constexpr auto progress = Level::Progress;
+constexpr auto progress = LogLevel::Progress;
 
 std::vector<std::pair<const char*, std::uint64_t>> countsOf(const render::RayCounts& rays) {
     return {{"eye", rays.eye},
@@ -54,56 +54,55 @@ std::string json(const PictureReport& picture) {
                        picture.frame, quoted(picture.file), picture.interrupted, statistics.threads,
                        statistics.buildSeconds, statistics.renderSeconds, statistics.rays.samples, rays,
                        statistics.rays.materialCalls, statistics.rays.lightCalls, statistics.triangles,
-                       statistics.leaves, statistics.lights, statistics.filmBytes);
+                       statistics.meshInstances, statistics.lights, statistics.filmBytes);
 }
 
 } // namespace
 
-void reportPicture(const PictureReport& picture, Messages& messages) {
+void reportPicture(const PictureReport& picture, Log& log) {
     const render::RenderStatistics& statistics = picture.statistics;
-    messages.say(progress, "RNDR",
-                 "frame {}: {} triangles, {} instances, {} lights; prepared in {}, rendered in {} on "
-                 "{} threads",
-                 picture.frame, statistics.triangles, statistics.leaves, statistics.lights,
-                 durationText(statistics.buildSeconds), durationText(statistics.renderSeconds),
-                 statistics.threads);
+    log.write(progress, "RNDR",
+              "frame {}: {} triangles, {} instances, {} lights; prepared in {}, rendered in {} on "
+              "{} threads",
+              picture.frame, statistics.triangles, statistics.meshInstances, statistics.lights,
+              durationText(statistics.buildSeconds), durationText(statistics.renderSeconds),
+              statistics.threads);
     const double seconds = std::max(statistics.renderSeconds, 1e-9);
     std::string rays;
     for (const auto& [kind, count] : countsOf(statistics.rays))
         if (count > 0) rays += fmt::format("{} {} {}", rays.empty() ? "" : ",", count, kind);
-    messages.say(
+    log.write(
         progress, "RNDR", "frame {}: {} samples ({:.2f} million a second); rays:{}; frame buffers {:.1f} MB",
         picture.frame, statistics.rays.samples, static_cast<double>(statistics.rays.samples) / seconds / 1e6,
         rays, static_cast<double>(statistics.filmBytes) / 1e6);
 }
 
-bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures,
-                     Messages& messages) {
+bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures, Log& log) {
     std::string text = "{\n  \"version\": \"" ORCA_VERSION "\",\n  \"pictures\": [\n";
     for (std::size_t i = 0; i < pictures.size(); ++i) text += (i > 0 ? ",\n" : "") + json(pictures[i]);
     text += "\n  ]\n}\n";
     std::FILE* file = std::fopen(path.c_str(), "wb");
     const bool written = file && std::fwrite(text.data(), 1, text.size(), file) == text.size();
     const bool closed = file && std::fclose(file) == 0;
-    if (!written || !closed) messages.error("MAIN", "cannot write \"{}\": {}", path, std::strerror(errno));
+    if (!written || !closed) log.error("MAIN", "cannot write \"{}\": {}", path, std::strerror(errno));
     return written && closed;
 }
 
-void reportLeaks(const scene::Database& database, Messages& messages) {
+void reportLeaks(const scene::Database& database, Log& log) {
     const auto pins = database.unbalancedPins();
     for (const auto& pin : pins)
-        messages.say(progress, "MAIN", "pins: \"{}\" (tag {}) is {} by {}", pin.name, pin.tag,
-                     pin.pins > 0 ? "still held" : "given back too often", std::abs(pin.pins));
+        log.write(progress, "MAIN", "pins: \"{}\" (tag {}) is {} by {}", pin.name, pin.tag,
+                  pin.pins > 0 ? "still held" : "given back too often", std::abs(pin.pins));
     const auto leaks = MemoryLedger::instance().leaks();
     for (const auto& leak : leaks) {
         // The records of a render state that never saw a sample are kept on purpose.
         const bool known = leak.file.find("FrameBufferState") != std::string::npos;
-        messages.say(progress, "MAIN", "memory: {} bytes in {} block{} of {}:{}{} were not released{}",
-                     leak.bytes, leak.blocks, leak.blocks == 1 ? "" : "s", leak.file, leak.line,
-                     leak.arena ? " (an arena)" : "",
-                     known ? "; known: a render state that never saw a sample keeps its slots" : "");
+        log.write(progress, "MAIN", "memory: {} bytes in {} block{} of {}:{}{} were not released{}",
+                  leak.bytes, leak.blocks, leak.blocks == 1 ? "" : "s", leak.file, leak.line,
+                  leak.arena ? " (an arena)" : "",
+                  known ? "; known: a render state that never saw a sample keeps its slots" : "");
     }
-    if (pins.empty() && leaks.empty()) messages.say(progress, "MAIN", "pins and memory are balanced");
+    if (pins.empty() && leaks.empty()) log.write(progress, "MAIN", "pins and memory are balanced");
 }
 
 } // namespace orca::app

@@ -19,13 +19,13 @@ struct PictureReport {
 };
 
 /// Says what a picture took, at progress level.
-void reportPicture(const PictureReport& picture, Messages& messages);
+void reportPicture(const PictureReport& picture, Log& log);
 
 /// Writes all pictures as JSON. False, with a message, when the file cannot be written.
-bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures, Messages& messages);
+bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures, Log& log);
 
 /// At progress level: every pin that was not given back and every block that was not released, with who took
 /// it.
-void reportLeaks(const scene::Database& database, Messages& messages);
+void reportLeaks(const scene::Database& database, Log& log);
 
 } // namespace orca::app

@@ -44,7 +44,7 @@ scene::ParserOptions parserOptions(const CommandLine& command) {
 Progress::Style progressStyle(const CommandLine& command) {
     const bool terminal = ::isatty(STDERR_FILENO) != 0;
     if (!command.verbosity) return terminal ? Progress::Style::Bar : Progress::Style::Quiet;
-    if (*command.verbosity < Level::Progress) return Progress::Style::Quiet;
+    if (*command.verbosity < LogLevel::Progress) return Progress::Style::Quiet;
     return terminal ? Progress::Style::Bar : Progress::Style::Lines;
 }
 
@@ -57,24 +57,25 @@ float pixelAspect(const miCamera& camera, int width, int height) {
 
 } // namespace
 
-SceneRun::SceneRun(const CommandLine& command, Messages& messages, const StopSignal& stop,
-                   std::optional<int> frame)
+SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, std::optional<int> frame)
     : command_(command),
-      messages_(messages),
+      log_(log),
       stop_(stop),
       frame_(frame),
-      scene_(messages),
-      runtime_(scene_.database(), messages),
-      textures_(messages, searchPaths(command.texturePaths, "MI_TEXTURE_PATH", {}), command.textureMegabytes),
-      session_(scene_.database(), messages, runtime_, textures_),
+      scene_(log),
+      runtime_(scene_.database(), log),
+      textures_(log, searchPaths(command.texturePaths, "MI_TEXTURE_PATH", {}), command.textureMegabytes),
+      session_(scene_.database(), log, runtime_, textures_),
       libraryPaths_(searchPaths(command.libraryPaths, "MI_LIBRARY_PATH", installation().libraryPaths)),
-      files_(command, messages) {
+      files_(command, log) {
 }
 
 int SceneRun::run() {
     scene::ParserOptions options = parserOptions(command_);
     scene::ParserCallbacks callbacks;
-    callbacks.link = [this](const std::string& file, const Place& place) { return link(file, place); };
+    callbacks.link = [this](const std::string& file, const SourceLocation& location) {
+        return link(file, location);
+    };
     callbacks.render = [this](const scene::RenderRequest& request) { return render(request); };
     if (!command_.passes.empty())
         preset_ = std::make_unique<PassPreset>(command_.passes, scene_, options, callbacks);
@@ -88,11 +89,11 @@ int SceneRun::run() {
     }
     if (exitCode_ == exitRendered && pictures_.empty() && !command_.listsOutputs) {
         if (scene_.renderStatements() == 0)
-            messages_.warning("MAIN", "the scene has no render statement, so nothing was rendered");
-        else messages_.warning("MAIN", "none of the scene's frames is among those that --frames asks for");
+            log_.warning("MAIN", "the scene has no render statement, so nothing was rendered");
+        else log_.warning("MAIN", "none of the scene's frames is among those that --frames asks for");
     }
-    messages_.reportRepeats();
-    reportLeaks(scene_.database(), messages_);
+    log_.reportRepeats();
+    reportLeaks(scene_.database(), log_);
     return exitCode_;
 }
 
@@ -101,8 +102,8 @@ void SceneRun::fail(int exitCode) {
     if (exitCode_ == exitRendered) exitCode_ = exitCode;
 }
 
-bool SceneRun::link(const std::string& file, const Place& place) {
-    return runtime_.loadLibrary(file, libraryPaths_, place);
+bool SceneRun::link(const std::string& file, const SourceLocation& location) {
+    return runtime_.loadLibrary(file, libraryPaths_, location);
 }
 
 int SceneRun::frameNumber(const scene::CameraElement& camera, const scene::RenderRequest& request) const {
@@ -116,7 +117,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     auto* camera = instance ? database.find<scene::CameraElement>(instance->instance.item) : nullptr;
     auto* options = database.find<scene::OptionsElement>(request.options);
     if (!camera || !options) {
-        messages_.errorAt(request.place, "MAIN", "render needs an instance of a camera and options");
+        log_.errorAt(request.location, "MAIN", "render needs an instance of a camera and options");
         fail(exitSceneError);
         return false;
     }
@@ -140,20 +141,19 @@ void SceneRun::warnOfOblongPixels(const scene::CameraElement& camera, int width,
     const float widthThatFits = camera.camera.aspect * static_cast<float>(height) / before;
     const float tolerance = std::max(1.5f, 0.006f * widthThatFits); // whole pixels, rounded aspects
     if (std::abs(static_cast<float>(width) - widthThatFits) < tolerance) return;
-    messages_.once(
-        "shape of " + camera.name,
-        {Level::Warning,
-         "MAIN",
-         0,
-         fmt::format("--size {}x{} has another shape than the view of camera \"{}\": a pixel is {:.3g} "
-                     "times as wide as high; {:.0f}x{} fits",
-                     width, height, camera.name, now, widthThatFits, height),
-         {}});
+    log_.once("shape of " + camera.name,
+              {LogLevel::Warning,
+               "MAIN",
+               0,
+               fmt::format("--size {}x{} has another shape than the view of camera \"{}\": a pixel is {:.3g} "
+                           "times as wide as high; {:.0f}x{} fits",
+                           width, height, camera.name, now, widthThatFits, height),
+               {}});
 }
 
 bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,
                              scene::OptionsElement& options, int frame) {
-    Messages silent(Level::None, nullptr); // the render says what is wrong with the buffers
+    Log silent(LogLevel::None, nullptr); // the render says what is wrong with the buffers
     const auto attached =
         scene::attachmentsTo(scene_.database(), {request.group, request.cameraInstance, request.options});
     const image::FramebufferSet buffers(camera, options, silent, attached.outputs);
@@ -170,7 +170,7 @@ bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraE
         return false;
     }
 
-    const int errorsBefore = messages_.count(Level::Error);
+    const int errorsBefore = log_.count(LogLevel::Error);
     std::unique_ptr<render::FrameResult> result;
     {
         Progress progress(progressStyle(command_), stderr, fmt::format("frame {}", frame));
@@ -183,13 +183,13 @@ bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraE
         return false;
     }
     pictures_.push_back({frame, files.layered, result->statistics, result->interrupted});
-    reportPicture(pictures_.back(), messages_);
+    reportPicture(pictures_.back(), log_);
     if (result->interrupted) {
-        messages_.warning("MAIN", "interrupted: frame {} is not complete and was not written", frame);
+        log_.warning("MAIN", "interrupted: frame {} is not complete and was not written", frame);
         fail(stop_.exitCode());
         return false;
     }
-    if (messages_.count(Level::Error) > errorsBefore) fail(exitRenderError);
+    if (log_.count(LogLevel::Error) > errorsBefore) fail(exitRenderError);
     describe(*result, camera, options, frame);
     if (command_.pixel) OutputFiles::printPixel(*result);
     if (!files_.write(files, *result, frame)) {

@@ -9,7 +9,7 @@
 
 #include "image/textures.h"
 #include "render/session.h"
-#include "scene/language/parser.h"
+#include "scene/language/scene_file.h"
 #include "shading/shader_runtime.h"
 
 #include <memory>
@@ -22,8 +22,7 @@ namespace orca::app {
 class SceneRun {
 public:
     /// `frame` is the number that stands for #### in the scenes' names.
-    SceneRun(const CommandLine& command, Messages& messages, const StopSignal& stop,
-             std::optional<int> frame);
+    SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, std::optional<int> frame);
 
     /// Reads the scene and renders as its statements come. Answers an exit code.
     int run();
@@ -31,7 +30,7 @@ public:
     [[nodiscard]] const std::vector<PictureReport>& pictures() const { return pictures_; }
 
 private:
-    bool link(const std::string& file, const Place& place);
+    bool link(const std::string& file, const SourceLocation& location);
     bool render(const scene::RenderRequest& request);
     void warnOfOblongPixels(const scene::CameraElement& camera, int width, int height);
     bool renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,
@@ -44,7 +43,7 @@ private:
     void fail(int exitCode);
 
     const CommandLine& command_;
-    Messages& messages_;
+    Log& log_;
     const StopSignal& stop_;
     std::optional<int> frame_;
     scene::Scene scene_;

@@ -50,16 +50,17 @@ struct BareRays::Implementation {
         if (device) rtcReleaseDevice(device);
     }
 
-    void add(const geometry::Leaf& leaf) {
-        const geometry::Mesh& mesh = *leaf.mesh;
+    void add(const geometry::MeshInstance& meshInstance) {
+        const geometry::Mesh& mesh = *meshInstance.mesh;
         if (mesh.triangles.empty()) return;
         RTCGeometry triangles = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
         auto* points = static_cast<miVector*>(rtcSetNewGeometryBuffer(
             triangles, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, sizeof(miVector), mesh.points.size()));
         for (std::size_t i = 0; i < mesh.points.size(); ++i) {
             points[i] = mesh.points[i];
-            if (!leaf.placedInWorld)
-                mi_point_transform(&points[i], &mesh.points[i], leaf.instanceRecord->tf.local_to_global);
+            if (!meshInstance.placedInWorld)
+                mi_point_transform(&points[i], &mesh.points[i],
+                                   meshInstance.instanceRecord->tf.local_to_global);
         }
         void* indices = rtcSetNewGeometryBuffer(triangles, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3,
                                                 sizeof(geometry::Mesh::Triangle), mesh.triangles.size());
@@ -97,20 +98,19 @@ BareRays::BareRays(LoadedScene& scene) : implementation_(std::make_unique<Implem
         throw std::runtime_error("the scene's render statement names no camera or no options");
 
     // The renderer's own walk through the scene places everything, so both see the same triangles.
-    const geometry::SceneGeometry placed(scene.database(), scene.messages(), request.group, options->options,
-                                         0);
+    const geometry::SceneGeometry placed(scene.database(), scene.log(), request.group, options->options, 0);
     bare.device = rtcNewDevice(nullptr);
     bare.kernelScene = rtcNewScene(bare.device);
-    for (const geometry::Leaf& leaf : placed.leaves()) bare.add(leaf);
+    for (const geometry::MeshInstance& meshInstance : placed.meshInstances()) bare.add(meshInstance);
     rtcCommitScene(bare.kernelScene);
 
-    const image::FramebufferSet buffers(*camera, *options, scene.messages());
-    const render::Frame frame(scene.database(), scene.messages(), scene.runtime(), scene.textures(), placed,
+    const image::FramebufferSet buffers(*camera, *options, scene.log());
+    const render::Frame frame(scene.database(), scene.log(), scene.runtime(), scene.textures(), placed,
                               buffers, options->options, camera->camera, request.cameraInstance);
     bare.camera = camera->camera;
     mi_matrix_copy(bare.cameraToWorld, frame.placement.start().toWorld);
     for (const miTag tag : placed.lights()) {
-        const render::PlacedLight* light = frame.lightOf(tag);
+        const render::LightInstance* light = frame.lightOf(tag);
         if (!light) continue;
         const miVector& way = light->direction;
         if (light->directional()) bare.lights.push_back({{-way.x, -way.y, -way.z}, true});

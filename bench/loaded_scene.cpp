@@ -6,17 +6,17 @@
 namespace orca::bench {
 
 LoadedScene::LoadedScene(const ScenePaths& paths, const std::string& passes)
-    : messages_(Level::Error), // layers that stay black are expected here, and no news
-      scene_(messages_),
-      runtime_(scene_.database(), messages_),
-      textures_(messages_, {}) {
+    : log_(LogLevel::Error), // layers that stay black are expected here, and no news
+      scene_(log_),
+      runtime_(scene_.database(), log_),
+      textures_(log_, {}) {
     scene::ParserOptions options;
     options.includePaths = paths.includes;
     options.verbosityFixed = true;
     if (!passes.empty()) options.variables["passes"] = passes;
     scene::ParserCallbacks callbacks;
-    callbacks.link = [&](const std::string& file, const Place& place) {
-        return runtime_.loadLibrary(file, paths.libraries, place);
+    callbacks.link = [&](const std::string& file, const SourceLocation& location) {
+        return runtime_.loadLibrary(file, paths.libraries, location);
     };
     callbacks.render = [&](const scene::RenderRequest& request) {
         request_ = request;
@@ -35,10 +35,10 @@ std::unique_ptr<render::FrameResult> LoadedScene::render(int threads) {
 }
 
 std::unique_ptr<render::FrameResult> LoadedScene::render(const render::RenderSettings& settings) {
-    render::Session session(scene_.database(), messages_, runtime_, textures_);
-    const int errorsBefore = messages_.count(Level::Error);
+    render::Session session(scene_.database(), log_, runtime_, textures_);
+    const int errorsBefore = log_.count(LogLevel::Error);
     auto result = session.render(request_.group, request_.cameraInstance, request_.options, settings);
-    if (!result || messages_.count(Level::Error) > errorsBefore) throw std::runtime_error("rendering failed");
+    if (!result || log_.count(LogLevel::Error) > errorsBefore) throw std::runtime_error("rendering failed");
     return result;
 }
 

@@ -4,7 +4,7 @@
 #include "base/log.h"
 #include "image/textures.h"
 #include "render/session.h"
-#include "scene/language/parser.h"
+#include "scene/language/scene_file.h"
 #include "shading/shader_runtime.h"
 
 #include <memory>
@@ -33,13 +33,13 @@ public:
     std::unique_ptr<render::FrameResult> render(const render::RenderSettings& settings);
 
     [[nodiscard]] scene::Database& database() { return scene_.database(); }
-    [[nodiscard]] Messages& messages() { return messages_; }
+    [[nodiscard]] Log& log() { return log_; }
     [[nodiscard]] shading::ShaderRuntime& runtime() { return runtime_; }
     [[nodiscard]] image::Textures& textures() { return textures_; }
     [[nodiscard]] const scene::RenderRequest& request() const { return request_; }
 
 private:
-    Messages messages_;
+    Log log_;
     scene::Scene scene_;
     shading::ShaderRuntime runtime_;
     image::Textures textures_;

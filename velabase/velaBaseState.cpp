@@ -68,7 +68,7 @@ miBoolean beginSample(miState* state) {
         return miFALSE;
     }
     vela->throughput = WHITE;
-    vela->filterSizes = {};
+    vela->footprint = {};
     vela->flags = 0;
     vela->refractionsOn = miFALSE;
     vela->refractedTransparency = BLACK;

@@ -81,7 +81,7 @@ ORCA_EXPORT miBoolean velaBump2d(miVector* result, miState* state, VelaBump2dPar
     Tangents tangents = tangentsOf(state);
     const float volume = dot(normal, cross(tangents.u, tangents.v));
     if (volume == 0.0f) return miTRUE;
-    const miVector box = surfacePatch(state).box() * parameterValue(state, record, &P::filter);
+    const miVector box = surfaceFootprint(state).box() * parameterValue(state, record, &P::filter);
     const WithTangents own(state, tangents);
     const float alongU = slope(state, record, {1.0f, 0.0f, 0.0f}, std::max(box.x, leastStep));
     const float alongV = slope(state, record, {0.0f, 1.0f, 0.0f}, std::max(box.y, leastStep));

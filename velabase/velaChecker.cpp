@@ -41,7 +41,7 @@ ORCA_EXPORT miBoolean velaChecker(miColor* result, miState* state, VelaCheckerPa
         *result = parameterValue(state, record, &P::defaultColor);
         return miTRUE;
     }
-    const miVector box = texturePatch(state, record, &P::coordinate, place).box() *
+    const miVector box = textureFootprint(state, record, &P::coordinate, place).box() *
                          std::max(0.0f, parameterValue(state, record, &P::filter));
     const float wave = squareWave(place.uv.x, box.x) * squareWave(place.uv.y, box.y);
     const float share = 0.5f + 0.5f * wave * parameterValue(state, record, &P::contrast);

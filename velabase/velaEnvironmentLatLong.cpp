@@ -16,9 +16,9 @@ using P = VelaEnvironmentLatLongParameters;
 
 constexpr float pi = 3.14159265f;
 
-/// Place of a direction in the image: the middle looks down -z, the right edge and the left one down +z, u
-/// grows to the right, and v = 1 is straight up (+y).
-miVector placeOf(const miVector& direction, float rotationDegrees) {
+/// SourceLocation of a direction in the image: the middle looks down -z, the right edge and the left one down
+/// +z, u grows to the right, and v = 1 is straight up (+y).
+miVector locationOf(const miVector& direction, float rotationDegrees) {
     const float u = 0.5f + std::atan2(direction.x, -direction.z) / (2.0f * pi) + rotationDegrees / 360.0f;
     const float v = 0.5f + std::asin(std::clamp(direction.y, -1.0f, 1.0f)) / pi;
     return {u - std::floor(u), v, 0.0f};
@@ -57,7 +57,7 @@ ORCA_EXPORT miBoolean velaEnvironmentLatLong(miColor* result, miState* state,
     if (const miTag texture = parameterValue(state, record, &P::texture); texture == miNULLTAG) {
         color = gradient(state, record, direction.y);
     } else {
-        const miVector place = placeOf(direction, parameterValue(state, record, &P::rotation));
+        const miVector place = locationOf(direction, parameterValue(state, record, &P::rotation));
         const float angle = coneAngle(state, record);
         // Circles of latitude shrink towards the poles, and with them what a look-up covers grows.
         const float latitude = std::sqrt(std::max(0.0f, 1.0f - direction.y * direction.y));

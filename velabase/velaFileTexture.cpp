@@ -28,7 +28,7 @@ FileTextureResult resultOf(const miColor& color, bool alphaFromLuminance) {
 }
 
 miColor imageAt(miState* state, P* record, const TexturePlace& place, miInteger edgeU, miInteger edgeV) {
-    const TexturePatch patch = texturePatch(state, record, &P::coordinate, place);
+    const TextureFootprint patch = textureFootprint(state, record, &P::coordinate, place);
     const float scale = parameterValue(state, record, &P::filter);
     miTexfilter filter{};
     filter.bilinear = parameterValue(state, record, &P::smooth) ? 0.0f : 1.0f;

@@ -10,12 +10,12 @@ namespace {
 
 using P = VelaPlace2dParameters;
 
-struct Place {
+struct SourceLocation {
     float u, v;
 };
 
 /// About the middle of the unit square. Textures turn counter-clockwise, so coordinates turn clockwise.
-Place turned(Place p, float degrees) {
+SourceLocation turned(SourceLocation p, float degrees) {
     if (degrees == 0.0f) return p;
     const float angle = degrees * 0.017453293f;
     const float c = std::cos(angle), s = std::sin(angle);
@@ -60,7 +60,7 @@ ORCA_EXPORT miBoolean velaPlace2d(miVector* result, miState* state, VelaPlace2dP
     const bool wrapU = value(&P::wrapU) != 0, wrapV = value(&P::wrapV) != 0;
     const float coverageU = value(&P::coverageU), coverageV = value(&P::coverageV);
 
-    Place p = turned({surface.uv.x, surface.uv.y}, value(&P::rotateFrame));
+    SourceLocation p = turned({surface.uv.x, surface.uv.y}, value(&P::rotateFrame));
     p = {divided(p.u - value(&P::translateFrameU), coverageU),
          divided(p.v - value(&P::translateFrameV), coverageV)};
     p = {withinFrame(p.u, coverageU, wrapU), withinFrame(p.v, coverageV, wrapV)};

@@ -20,18 +20,18 @@ miVector inTexture(const miState* state, const miVector& step) {
 
 } // namespace
 
-miVector TexturePatch::box() const {
+miVector TextureFootprint::box() const {
     return {std::abs(x.x) + std::abs(y.x), std::abs(x.y) + std::abs(y.y), 0.0f};
 }
 
-TexturePatch surfacePatch(miState* state) {
+TextureFootprint surfaceFootprint(miState* state) {
     const VelabaseState* const vela = velabaseState(state);
     if (!vela || !vela->filterEnabled || state->instance == miNULLTAG || !state->derivs[0] ||
         !state->derivs[1])
         return {};
     // The filter size is the patch's length along the view; its width does without the facing ratio.
     const float facing = std::max(std::abs(dot(state->normal_geom, state->dir)), mostGrazing);
-    const float width = vela->filterSizes.screen.x * std::max(std::abs(state->dot_nd), 1e-5f);
+    const float width = vela->footprint.screen.x * std::max(std::abs(state->dot_nd), 1e-5f);
     const miVector across = cross(state->normal_geom, state->dir);
     if (dot(across, across) < 1e-10f) {
         const miVector u = normalized(*state->derivs[0]);

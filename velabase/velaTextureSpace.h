@@ -18,7 +18,7 @@ struct TexturePlace {
 };
 
 /// Steps in texture space that span the patch of a pixel: its change per pixel in x and in y. z is 0.
-struct TexturePatch {
+struct TextureFootprint {
     miVector x{0.0f, 0.0f, 0.0f}, y{0.0f, 0.0f, 0.0f};
 
     /// Width of the box round the patch.
@@ -32,7 +32,7 @@ struct TexturePatch {
 
 /// Patch of the hit in the first texture space; empty where the surface has no texture derivatives, while
 /// filtering is off and away from surfaces. Grazing patches are longer than wide.
-[[nodiscard]] TexturePatch surfacePatch(miState* state);
+[[nodiscard]] TextureFootprint surfaceFootprint(miState* state);
 
 /// Moves the hit along its surface for as long as it lives, so that a connected node can be asked for its
 /// value beside it: the first texture coordinate by (du, dv) and the point by what the derivatives make of
@@ -61,9 +61,9 @@ template <class P>
 /// The patch about that place. A connected coordinate is asked for at both ends of the surface's own patch,
 /// so that whatever moves, turns and scales it is accounted for.
 template <class P>
-[[nodiscard]] TexturePatch texturePatch(miState* state, P* record, miVector P::*coordinate,
-                                        const TexturePlace& place) {
-    const TexturePatch surface = surfacePatch(state);
+[[nodiscard]] TextureFootprint textureFootprint(miState* state, P* record, miVector P::*coordinate,
+                                                const TexturePlace& place) {
+    const TextureFootprint surface = surfaceFootprint(state);
     if (!isConnected(state, record, coordinate)) return surface;
     const auto moved = [&](const miVector& step) {
         const BesideHit beside(state, step);

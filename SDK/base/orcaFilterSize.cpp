@@ -14,8 +14,8 @@ constexpr float textureShare = 1.5e-05f;    // of a screen-space size, in textur
 constexpr float lightPathSharpness = 0.45f; // paths of little weight are filtered less: they blur anyway
 
 void setSizes(VelabaseState& vela, float size) {
-    vela.filterSizes.screen = {size, size, 0.0f};
-    vela.filterSizes.texture = {size * textureShare, size * textureShare, 0.0f};
+    vela.footprint.screen = {size, size, 0.0f};
+    vela.footprint.texture = {size * textureShare, size * textureShare, 0.0f};
 }
 
 float distanceFromCamera(miState* state, const miState* hit) {
@@ -62,10 +62,10 @@ void compute_rt_filter_size(miState* state, VelabaseState& vela) {
     setSizes(vela, footprint(state, vela, pathLength(state)));
 }
 
-void setFilterSizes(miState* state, VelabaseState& vela) {
+void setFilterFootprint(miState* state, VelabaseState& vela) {
     if (!vela.filterEnabled) {
         const float fixed = vela.fixedFilterSize;
-        vela.filterSizes = {{fixed, fixed, fixed}, {fixed, fixed, fixed}};
+        vela.footprint = {{fixed, fixed, fixed}, {fixed, fixed, fixed}};
     } else if (largestChannel(vela.throughput) < vela.transparencyThreshold) {
         setSizes(vela, lightPathSharpness * footprint(state, vela, distanceFromCamera(state, state)));
     } else if (pathBends(state)) {

@@ -14,4 +14,4 @@ void compute_rt_filter_size(miState* state, VelabaseState& vela);
 
 /// The filter sizes that the state calls for: the fixed one, a cheap estimate for paths of little weight, or
 /// one of the two above.
-void setFilterSizes(miState* state, VelabaseState& vela);
+void setFilterFootprint(miState* state, VelabaseState& vela);

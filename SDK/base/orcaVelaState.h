@@ -40,7 +40,7 @@ struct DepthStackEntry {
 };
 
 /// Sizes over which textures are filtered at a hit. Components x and y are the two directions, z is unused.
-struct FilterSizes {
+struct FilterFootprint {
     miVector screen;  ///< scene units
     miVector texture; ///< texture space
 };
@@ -71,10 +71,10 @@ struct VelabaseState {
     miScalar depthPlaneOffset; ///< depth = point . normal + offset, scene units
 
     // The path. Owner: the materials and the shading engine, restored when a call returns.
-    miColor throughput;      ///< what the current point still contributes to the sample
-    FilterSizes filterSizes; ///< at the hit now being shaded
-    miUint flags;            ///< set of VELA_BIT_*
-    miBoolean refractionsOn; ///< left by the last material: its transparency was traced as refraction
+    miColor throughput;        ///< what the current point still contributes to the sample
+    FilterFootprint footprint; ///< at the hit now being shaded
+    miUint flags;              ///< set of VELA_BIT_*
+    miBoolean refractionsOn;   ///< left by the last material: its transparency was traced as refraction
     miColor
         refractedTransparency; ///< left by the last material: the transparency that it traced as refraction
     miColor surfaceOpacity; ///< left by the last material: weight of its diffuse, ambient and indirect light

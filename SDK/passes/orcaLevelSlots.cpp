@@ -33,8 +33,8 @@ void prepareSlots(const miState* state, const PassRecords& passes) {
             passes.records[i].levelSlots[level].levelMode |= TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
 }
 
-void handUp(const miState* state, const PassRecords& passes, const miColor& opacity,
-            const miColor& refracted) {
+void accumulateToParent(const miState* state, const PassRecords& passes, const miColor& opacity,
+                        const miColor& refracted) {
     const int level = traceLevel(state);
     // Copies: the records might lie where the arguments do, for all that the compiler knows.
     const miColor covered = opacity, weights[] = {WHITE, opacity - refracted};
@@ -49,7 +49,8 @@ void handUp(const miState* state, const PassRecords& passes, const miColor& opac
     });
 }
 
-void handUpBackground(const miState* state, const PassRecords& passes, const miColor& background) {
+void accumulateBackgroundToParent(const miState* state, const PassRecords& passes,
+                                  const miColor& background) {
     if (!passes) return;
     for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION}) {
         forRecords(passes, type, [&](FrameBufferInfo& record) {
@@ -60,7 +61,7 @@ void handUpBackground(const miState* state, const PassRecords& passes, const miC
     }
 }
 
-HeldSlots::HeldSlots(const miState* state, const PassRecords& passes)
+SavedSlots::SavedSlots(const miState* state, const PassRecords& passes)
     : passes_(passes), level_(traceLevel(state)), held_(passes, "orcaLevelSlots", __LINE__), restore_(held_) {
     if (!held_) return;
     for (unsigned i = 0; i < passes_.count; ++i) {
@@ -70,12 +71,12 @@ HeldSlots::HeldSlots(const miState* state, const PassRecords& passes)
     }
 }
 
-HeldSlots::~HeldSlots() {
+SavedSlots::~SavedSlots() {
     if (!restore_) return;
     for (unsigned i = 0; i < passes_.count; ++i) slot(i) = held_[i];
 }
 
-void HeldSlots::showBehind(const miColor& transmission, bool pictureIsWritten) {
+void SavedSlots::showBehind(const miColor& transmission, bool pictureIsWritten) {
     if (!held_) return;
     restore_ = false;
     for (unsigned i = 0; i < passes_.count; ++i) {

@@ -52,21 +52,21 @@ void prepareSlots(const miState* state, const PassRecords& passes);
 /// nothing is left for the renderer to see through.
 /// @param opacity   of the hit
 /// @param refracted the part of it that was traced as refraction
-void handUp(const miState* state, const PassRecords& passes, const miColor& opacity,
-            const miColor& refracted);
+void accumulateToParent(const miState* state, const PassRecords& passes, const miColor& opacity,
+                        const miColor& refracted);
 
 /// What a transparency ray found that hands up nothing itself is the background of the picture, as for the
 /// eye's ray.
-void handUpBackground(const miState* state, const PassRecords& passes, const miColor& background);
+void accumulateBackgroundToParent(const miState* state, const PassRecords& passes, const miColor& background);
 
 /// The level's slots as they were, put back when the scope ends: what is shaded meanwhile leaves no pass
 /// value.
-class HeldSlots {
+class SavedSlots {
 public:
-    HeldSlots(const miState* state, const PassRecords& passes);
-    ~HeldSlots();
-    HeldSlots(const HeldSlots&) = delete;
-    HeldSlots& operator=(const HeldSlots&) = delete;
+    SavedSlots(const miState* state, const PassRecords& passes);
+    ~SavedSlots();
+    SavedSlots(const SavedSlots&) = delete;
+    SavedSlots& operator=(const SavedSlots&) = delete;
 
     /// Instead: what was handed up meanwhile lies behind the hit and shows with a transmission. With
     /// `pictureIsWritten` the hit itself writes the records of the picture, what lies behind included, so

@@ -28,7 +28,7 @@ private:
     }
 };
 
-/// Level mode that a record's level bounds give at the given levels.
+/// LogLevel mode that a record's level bounds give at the given levels.
 [[nodiscard]] inline unsigned char boundedLevelMode(const FrameBufferInfo& record, int reflectionLevel,
                                                     int refractionLevel) noexcept {
     const bool beyond =

@@ -112,9 +112,9 @@ typedef struct miState {
     void* user;
     int user_size;
 
-    miCBoolean rast_compose;       ///< this sample is one of several that the rasterizer composites
-    miUint hit_leaf, hit_triangle; ///< the renderer's own: what was hit
-    void* ext;                     ///< the renderer's own
+    miCBoolean rast_compose;           ///< this sample is one of several that the rasterizer composites
+    miUint hit_instance, hit_triangle; ///< the renderer's own: what was hit
+    void* ext;                         ///< the renderer's own
 } miState;
 
 /// Fourth argument of a state shader.

@@ -17,8 +17,7 @@ namespace {
 
 /// A collection that no camera uses, made by a shader.
 struct LooseCollection final : orca::scene::Element {
-    explicit LooseCollection(orca::Messages& messages)
-        : Element(miSCENE_FRAMEBUFFERS), framebuffers(messages) {}
+    explicit LooseCollection(orca::Log& log) : Element(miSCENE_FRAMEBUFFERS), framebuffers(log) {}
     void* record() override { return static_cast<mi::shader_v3::Framebuffer*>(&framebuffers); }
 
     orca::image::FramebufferSet framebuffers;
@@ -44,7 +43,7 @@ public:
 
     miTag createFramebuffer() override {
         const auto& active = orca::shading::activeRenderer();
-        return active.database ? active.database->add(std::make_unique<LooseCollection>(*active.messages))
+        return active.database ? active.database->add(std::make_unique<LooseCollection>(*active.log))
                                : miNULLTAG;
     }
 };

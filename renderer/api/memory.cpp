@@ -11,9 +11,8 @@ using orca::MemoryLedger;
 namespace {
 
 void* orReport(void* memory, const char* file, int line, int size) {
-    auto* messages = orca::shading::activeRenderer().messages;
-    if (!memory && messages)
-        messages->error("MEM", "{}:{}: cannot allocate {} bytes", file ? file : "?", line, size);
+    auto* log = orca::shading::activeRenderer().log;
+    if (!memory && log) log->error("MEM", "{}:{}: cannot allocate {} bytes", file ? file : "?", line, size);
     return memory;
 }
 
@@ -35,9 +34,9 @@ DLLEXPORT void* mi_mem_int_reallocate(const char* file, int line, void* memory, 
 }
 
 DLLEXPORT void mi_mem_int_release(const char* file, int line, void* memory) {
-    auto* messages = orca::shading::activeRenderer().messages;
-    if (!MemoryLedger::instance().release(memory) && memory && messages)
-        messages->error("MEM", "{}:{}: releases memory that is not allocated", file ? file : "?", line);
+    auto* log = orca::shading::activeRenderer().log;
+    if (!MemoryLedger::instance().release(memory) && memory && log)
+        log->error("MEM", "{}:{}: releases memory that is not allocated", file ? file : "?", line);
 }
 
 DLLEXPORT miMemblk* mi_mem_int_blkcreate(const char* file, int line, int size) {

@@ -13,7 +13,7 @@
 
 namespace {
 
-using orca::Level;
+using orca::LogLevel;
 
 std::string formatted(const char* format, va_list arguments) {
     va_list again;
@@ -25,10 +25,9 @@ std::string formatted(const char* format, va_list arguments) {
     return length < 0 ? std::string(format) : std::string(text.data());
 }
 
-void post(Level level, const char* format, va_list arguments) {
+void post(LogLevel level, const char* format, va_list arguments) {
     const std::string text = formatted(format ? format : "", arguments);
-    if (auto* messages = orca::shading::activeRenderer().messages)
-        messages->post({level, "SHDR", 0, text, {}});
+    if (auto* log = orca::shading::activeRenderer().log) log->post({level, "SHDR", 0, text, {}});
     else std::fprintf(stderr, "%s\n", text.c_str());
 }
 
@@ -44,17 +43,17 @@ void post(Level level, const char* format, va_list arguments) {
 
 extern "C" {
 
-ORCA_FORWARD_MESSAGE(mi_error, Level::Error)
-ORCA_FORWARD_MESSAGE(mi_warning, Level::Warning)
-ORCA_FORWARD_MESSAGE(mi_info, Level::Info)
-ORCA_FORWARD_MESSAGE(mi_progress, Level::Progress)
-ORCA_FORWARD_MESSAGE(mi_debug, Level::Debug)
-ORCA_FORWARD_MESSAGE(mi_vdebug, Level::VDebug)
+ORCA_FORWARD_MESSAGE(mi_error, LogLevel::Error)
+ORCA_FORWARD_MESSAGE(mi_warning, LogLevel::Warning)
+ORCA_FORWARD_MESSAGE(mi_info, LogLevel::Info)
+ORCA_FORWARD_MESSAGE(mi_progress, LogLevel::Progress)
+ORCA_FORWARD_MESSAGE(mi_debug, LogLevel::Debug)
+ORCA_FORWARD_MESSAGE(mi_vdebug, LogLevel::VDebug)
 
 DLLEXPORT void mi_fatal(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    post(Level::Fatal, format, arguments);
+    post(LogLevel::Fatal, format, arguments);
     va_end(arguments);
     // Shaders are promised that this does not return, and nothing tells what they leave half done.
     std::exit(EXIT_FAILURE);

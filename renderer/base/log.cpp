@@ -3,39 +3,40 @@
 
 namespace orca {
 
-std::string Place::text() const {
+std::string SourceLocation::text() const {
     if (line <= 0) return file;
     return column > 0 ? fmt::format("{}:{}:{}", file, line, column) : fmt::format("{}:{}", file, line);
 }
 
-std::string_view levelName(Level level) {
+std::string_view levelName(LogLevel level) {
     switch (level) {
-    case Level::None: return "none";
-    case Level::Fatal: return "fatal";
-    case Level::Error: return "error";
-    case Level::Warning: return "warning";
-    case Level::Info: return "info";
-    case Level::Progress: return "progr";
-    case Level::Debug: return "debug";
-    case Level::VDebug: return "vdebug";
+    case LogLevel::None: return "none";
+    case LogLevel::Fatal: return "fatal";
+    case LogLevel::Error: return "error";
+    case LogLevel::Warning: return "warning";
+    case LogLevel::Info: return "info";
+    case LogLevel::Progress: return "progr";
+    case LogLevel::Debug: return "debug";
+    case LogLevel::VDebug: return "vdebug";
     }
     return "?";
 }
 
-Messages::Messages(Level upTo, std::FILE* stream) : upTo_(upTo), stream_(stream) {
+Log::Log(LogLevel upTo, std::FILE* stream) : upTo_(upTo), stream_(stream) {
 }
 
-std::string Messages::line(const Message& message) {
-    const std::string place = message.place.text();
-    std::string text = fmt::format("{:<4} 0.{:<3} {:<6}: {}{}{}", message.module, message.thread,
-                                   levelName(message.level), place, place.empty() ? "" : ": ", message.text);
+std::string Log::line(const LogMessage& message) {
+    const std::string location = message.location.text();
+    std::string text =
+        fmt::format("{:<4} 0.{:<3} {:<6}: {}{}{}", message.module, message.thread, levelName(message.level),
+                    location, location.empty() ? "" : ": ", message.text);
     for (char& c : text) {
         if (c == '\n') c = ' ';
     }
     return text;
 }
 
-void Messages::post(const Message& message) {
+void Log::post(const LogMessage& message) {
     const std::lock_guard lock(mutex_);
     ++counts_[static_cast<int>(message.level)];
     if (keep_) kept_.push_back(message);
@@ -48,7 +49,7 @@ void Messages::post(const Message& message) {
     }
 }
 
-bool Messages::once(const std::string& key, Message message) {
+bool Log::once(const std::string& key, LogMessage message) {
     {
         const std::lock_guard lock(mutex_);
         const auto [repeat, isNew] = repeats_.try_emplace(key);
@@ -62,7 +63,7 @@ bool Messages::once(const std::string& key, Message message) {
     return true;
 }
 
-void Messages::reportRepeats() {
+void Log::reportRepeats() {
     std::map<std::string, Repeat> repeats;
     {
         const std::lock_guard lock(mutex_);
@@ -70,38 +71,38 @@ void Messages::reportRepeats() {
     }
     for (auto& [key, repeat] : repeats) {
         if (repeat.more == 0) continue;
-        Message message = std::move(repeat.first);
+        LogMessage message = std::move(repeat.first);
         message.text += fmt::format(" (and {} more time{})", repeat.more, repeat.more == 1 ? "" : "s");
         post(message);
     }
 }
 
-void Messages::keep(bool on) {
+void Log::keep(bool on) {
     const std::lock_guard lock(mutex_);
     keep_ = on;
 }
 
-std::vector<Message> Messages::kept() const {
+std::vector<LogMessage> Log::kept() const {
     const std::lock_guard lock(mutex_);
     return kept_;
 }
 
-void Messages::setSink(std::function<void(const Message&)> sink) {
+void Log::setSink(std::function<void(const LogMessage&)> sink) {
     const std::lock_guard lock(mutex_);
     sink_ = std::move(sink);
 }
 
-void Messages::setLevel(Level upTo) {
+void Log::setLevel(LogLevel upTo) {
     const std::lock_guard lock(mutex_);
     upTo_ = upTo;
 }
 
-Level Messages::level() const {
+LogLevel Log::level() const {
     const std::lock_guard lock(mutex_);
     return upTo_;
 }
 
-int Messages::count(Level level) const {
+int Log::count(LogLevel level) const {
     const std::lock_guard lock(mutex_);
     return counts_[static_cast<int>(level)];
 }

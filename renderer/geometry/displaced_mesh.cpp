@@ -66,13 +66,14 @@ struct DisplacedMesh::Edge {
     [[nodiscard]] bool sameEnds(const Edge& other) const { return a == other.a && b == other.b; }
 };
 
-DisplacedMesh::DisplacedMesh(Mesh& baseMesh, const Leaf& baseLeaf) : mesh(baseMesh), leaf(baseLeaf) {
+DisplacedMesh::DisplacedMesh(Mesh& baseMesh, const MeshInstance& baseInstance)
+    : mesh(baseMesh), meshInstance(baseInstance) {
     giveNormals();
     materials.assign(mesh.points.size(), miNULLTAG);
     for (std::size_t i = 0; i < mesh.triangles.size(); ++i)
         for (const std::uint32_t v : mesh.triangles[i])
             if (materials[v] == miNULLTAG)
-                materials[v] = materialOf(leaf, mesh, static_cast<std::uint32_t>(i));
+                materials[v] = materialOf(meshInstance, mesh, static_cast<std::uint32_t>(i));
     findPlaces();
 }
 
@@ -179,7 +180,7 @@ std::vector<std::uint32_t> DisplacedMesh::split(const std::vector<std::uint32_t>
         const std::uint32_t v = base + i;
         // The two ends' materials differ where materials meet: then the first triangle's side decides.
         materials[v] = materials[edge.a] == materials[edge.b] ? materials[edge.a]
-                                                              : materialOf(leaf, mesh, edge.triangle);
+                                                              : materialOf(meshInstance, mesh, edge.triangle);
         places_[v] = creases_[v] = v;
         for (std::uint32_t k = i; k > 0 && edges[k - 1].place == edge.place; --k) {
             const Edge& twin = edges[k - 1];

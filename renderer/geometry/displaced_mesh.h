@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "geometry/leaf.h"
 #include "geometry/mesh.h"
+#include "geometry/mesh_instance.h"
 
 #include <shader.h>
 
@@ -18,7 +18,7 @@ class DisplacedMesh {
 public:
     /// Gives every vertex a normal (that of its triangle where the mesh has none) and finds out which
     /// vertices lie in one place. The mesh is in object space.
-    DisplacedMesh(Mesh& baseMesh, const Leaf& baseLeaf);
+    DisplacedMesh(Mesh& baseMesh, const MeshInstance& baseInstance);
 
     [[nodiscard]] std::size_t vertexCount() const { return mesh.points.size(); }
 
@@ -39,7 +39,7 @@ public:
     void finish();
 
     Mesh& mesh;
-    const Leaf& leaf;
+    const MeshInstance& meshInstance;
     std::vector<miTag> materials;  ///< per vertex, of its first triangle; 0: of none
     std::vector<miVector> offsets; ///< per vertex, object space; filled by the owner
 

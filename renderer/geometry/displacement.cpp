@@ -74,10 +74,10 @@ private:
 /// The vertices' displacements and where they end up before the camera.
 class Displacement {
 public:
-    Displacement(DisplacedMesh& displaced, const Leaf& leaf, const DisplacementView& view, float limit,
-                 const DisplacementShader& shader)
-        : displaced_(displaced), leaf_(leaf), limit_(limit), shader_(shader) {
-        mi_matrix_prod(toCamera_, leaf.instanceRecord->tf.local_to_global, view.worldToCamera);
+    Displacement(DisplacedMesh& displaced, const MeshInstance& meshInstance, const DisplacementView& view,
+                 float limit, const DisplacementShader& shader)
+        : displaced_(displaced), meshInstance_(meshInstance), limit_(limit), shader_(shader) {
+        mi_matrix_prod(toCamera_, meshInstance.instanceRecord->tf.local_to_global, view.worldToCamera);
     }
 
     /// Asks for the vertices from `first` on and moves those in one place together.
@@ -115,12 +115,12 @@ private:
             vertex.dPdv = mesh.derivV[v];
         }
         vertex.material = displaced_.materials[v];
-        const float height = shader_(leaf_, vertex);
+        const float height = shader_(meshInstance_, vertex);
         return (limit_ > 0.0f ? std::clamp(height, -limit_, limit_) : height) * vertex.normal;
     }
 
     DisplacedMesh& displaced_;
-    const Leaf& leaf_;
+    const MeshInstance& meshInstance_;
     float limit_; ///< of the distance; 0: none
     const DisplacementShader& shader_;
     miMatrix toCamera_;
@@ -129,10 +129,10 @@ private:
 
 } // namespace
 
-DisplacementOutcome displace(Mesh& mesh, const Leaf& leaf, const DisplacementView& view,
+DisplacementOutcome displace(Mesh& mesh, const MeshInstance& meshInstance, const DisplacementView& view,
                              const DisplacementLimits& limits, const DisplacementShader& shader) {
-    DisplacedMesh displaced(mesh, leaf);
-    Displacement displacement(displaced, leaf, view, limits.distance, shader);
+    DisplacedMesh displaced(mesh, meshInstance);
+    Displacement displacement(displaced, meshInstance, view, limits.distance, shader);
     displacement.evaluate(0);
 
     const scene::Approximation& approximation = limits.approximation;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "geometry/leaf.h"
 #include "geometry/mesh.h"
+#include "geometry/mesh_instance.h"
 
 #include "scene/elements/approximation.h"
 
@@ -27,7 +27,7 @@ struct DisplacementVertex {
 };
 
 /// Answers how far a vertex moves along its normal, in units of the object's space. Called from any thread.
-using DisplacementShader = std::function<float(const Leaf&, const DisplacementVertex&)>;
+using DisplacementShader = std::function<float(const MeshInstance&, const DisplacementVertex&)>;
 
 /// How large things look, which decides how finely displaced surfaces are cut.
 struct DisplacementView {
@@ -57,7 +57,7 @@ struct DisplacementOutcome {
 ///
 /// Normals are made anew from the moved triangles, smooth where the given ones were. Vertices in motion take
 /// the displacement of the start of the shutter along.
-DisplacementOutcome displace(Mesh& mesh, const Leaf& leaf, const DisplacementView& view,
+DisplacementOutcome displace(Mesh& mesh, const MeshInstance& meshInstance, const DisplacementView& view,
                              const DisplacementLimits& limits, const DisplacementShader& shader);
 
 } // namespace orca::geometry

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/inheritance.h"
 
-#include "geometry/moving_transform.h"
+#include "geometry/animated_transform.h"
 #include "geometry/ray.h"
 
 #include <cstddef>
@@ -82,7 +82,7 @@ void Inherited::moveInSteps(const scene::InstanceElement& instance) {
         return;
     }
     if (inBetween.empty()) inBetween.assign(static_cast<std::size_t>(motionSteps - 1), above);
-    const MovingTransform way(start, moves ? end : start);
+    const AnimatedTransform way(start, moves ? end : start);
     for (std::size_t i = 0; i < inBetween.size(); ++i) {
         const double part = static_cast<double>(i + 1) / motionSteps;
         inBetween[i] = (moves ? way.at(part) : start) * inBetween[i];

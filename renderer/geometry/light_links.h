@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "geometry/graph_walk.h"
+#include "geometry/flattened_scene.h"
 #include "scene/elements/elements.h"
 
 #include <shader.h>
@@ -17,7 +17,7 @@ namespace orca::geometry {
 /// set.
 class LightSets {
 public:
-    explicit LightSets(const PlacedGraph& graph) : graph_(graph), lists_{graph.lights} {
+    explicit LightSets(const FlattenedScene& graph) : graph_(graph), lists_{graph.lights} {
         for (std::uint32_t i = 0; i < graph.lights.size(); ++i) indexOf_[graph.lights[i]] = i;
     }
 
@@ -37,7 +37,7 @@ public:
 
 private:
     static constexpr std::uint32_t noLight = ~0u;
-    const PlacedGraph& graph_;
+    const FlattenedScene& graph_;
     std::vector<std::vector<miTag>> lists_;
     std::vector<std::vector<char>> shadowSets_; // by light index: casts
     std::map<const scene::LightLinks*, std::uint32_t> listNumbers_, shadowNumbers_;

@@ -314,28 +314,28 @@ private:
 
 } // namespace
 
-Mesh buildMesh(const scene::ObjectElement& object, Messages& messages) {
+Mesh buildMesh(const scene::ObjectElement& object, Log& log) {
     MeshBuilder builder(object);
     for (const auto& group : object.groups) builder.add(group);
     for (const auto& list : object.triangleLists) builder.add(list);
 
     const Faults& faults = builder.faults();
     if (faults.badIndex)
-        messages.errorAt(object.place, "GEOM",
-                         "object \"{}\": {} polygons name vertices that do not exist; left out", object.name,
-                         faults.badIndex);
+        log.errorAt(object.location, "GEOM",
+                    "object \"{}\": {} polygons name vertices that do not exist; left out", object.name,
+                    faults.badIndex);
     if (faults.degenerate)
-        messages.warningAt(object.place, "GEOM", "object \"{}\": {} polygons without area left out",
-                           object.name, faults.degenerate);
+        log.warningAt(object.location, "GEOM", "object \"{}\": {} polygons without area left out",
+                      object.name, faults.degenerate);
     if (faults.notSimple)
-        messages.warningAt(
-            object.place, "GEOM",
+        log.warningAt(
+            object.location, "GEOM",
             "object \"{}\": {} polygons cross themselves or have holes that reach outside; they may be "
             "filled wrongly",
             object.name, faults.notSimple);
     if (!builder.motion().followsAll())
-        messages.warningAt(
-            object.place, "GEOM",
+        log.warningAt(
+            object.location, "GEOM",
             "object \"{}\" has vertices with {} motion vectors, whose steps only meet in more than {}; its "
             "way "
             "is followed in {} steps and cuts corners (give all vertices the same number, at most {})",

@@ -36,7 +36,7 @@ struct Mesh {
 
 /// Cuts the object's polygons into triangles, in parallel. Faulty polygons and triangles are left out, with
 /// one message per object and kind of fault.
-[[nodiscard]] Mesh buildMesh(const scene::ObjectElement& object, Messages& messages);
+[[nodiscard]] Mesh buildMesh(const scene::ObjectElement& object, Log& log);
 
 /// Takes points, later points and normals to world space, for a mesh that stands in one place only.
 void placeInWorld(Mesh& mesh, const miScalar* localToGlobal, const miScalar* globalToLocal);

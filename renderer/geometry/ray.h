@@ -26,16 +26,16 @@ struct Ray {
     float farDistance = std::numeric_limits<float>::infinity();
     float time = 0.0f; ///< 0 to 1 over the unit shutter
     RayClass rayClass = RayClass::Eye;
-    std::uint32_t skipLeaf = nothing; ///< the triangle that the ray starts on is not hit again
+    std::uint32_t skipInstance = nothing; ///< the triangle that the ray starts on is not hit again
     std::uint32_t skipTriangle = nothing;
 };
 
 /// Where a ray met a leaf.
 struct Hit {
     float distance;
-    float u, v;             ///< barycentric weights of the triangle's second and third vertex
-    std::uint32_t leaf;     ///< index into SceneGeometry::leaves()
-    std::uint32_t triangle; ///< index into the leaf's mesh
+    float u, v;                 ///< barycentric weights of the triangle's second and third vertex
+    std::uint32_t meshInstance; ///< index into SceneGeometry::meshInstances()
+    std::uint32_t triangle;     ///< index into the mesh of that instance
 };
 
 } // namespace orca::geometry

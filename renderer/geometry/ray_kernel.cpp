@@ -2,7 +2,7 @@
 #include "geometry/ray_kernel.h"
 
 #include "base/vectors.h"
-#include "geometry/flat_times.h"
+#include "geometry/singular_times.h"
 
 #include <embree3/rtcore.h>
 
@@ -20,38 +20,39 @@ namespace {
 constexpr unsigned int everyClass = 0xFFFFFFFFu;
 
 void reportDeviceError(void* user, RTCError code, const char* text) {
-    static_cast<Messages*>(user)->error("GEOM", "ray-tracing kernel: {} (code {})", text,
-                                        static_cast<int>(code));
+    static_cast<Log*>(user)->error("GEOM", "ray-tracing kernel: {} (code {})", text, static_cast<int>(code));
 }
 
-[[nodiscard]] std::uint32_t leafOf(const RTCHit& hit) {
+[[nodiscard]] std::uint32_t meshInstanceOf(const RTCHit& hit) {
     return hit.instID[0] != RTC_INVALID_GEOMETRY_ID ? hit.instID[0] : hit.geomID;
 }
 
 /// Drops hits on the side of a leaf that its `face` hides. Installed only where a leaf hides one.
 void hideFace(const RTCFilterFunctionNArguments* arguments) {
-    const auto* const leaves = static_cast<const Leaf*>(arguments->geometryUserPtr);
+    const auto* const meshInstances = static_cast<const MeshInstance*>(arguments->geometryUserPtr);
     for (unsigned int i = 0; i < arguments->N; ++i) {
         if (arguments->valid[i] == 0) continue;
         const unsigned int instance = RTCHitN_instID(arguments->hit, arguments->N, i, 0);
-        const Leaf& leaf =
-            leaves[instance != RTC_INVALID_GEOMETRY_ID ? instance
-                                                       : RTCHitN_geomID(arguments->hit, arguments->N, i)];
+        const MeshInstance& meshInstance =
+            meshInstances[instance != RTC_INVALID_GEOMETRY_ID
+                              ? instance
+                              : RTCHitN_geomID(arguments->hit, arguments->N, i)];
         // Both are in the space of the mesh: object space below an instance.
         const float along =
             RTCHitN_Ng_x(arguments->hit, arguments->N, i) * RTCRayN_dir_x(arguments->ray, arguments->N, i) +
             RTCHitN_Ng_y(arguments->hit, arguments->N, i) * RTCRayN_dir_y(arguments->ray, arguments->N, i) +
             RTCHitN_Ng_z(arguments->hit, arguments->N, i) * RTCRayN_dir_z(arguments->ray, arguments->N, i);
-        const bool turned = leaf.placedInWorld && leaf.mirrored;
+        const bool turned = meshInstance.placedInWorld && meshInstance.mirrored;
         const bool front = turned ? along > 0.0f : along < 0.0f;
-        if ((leaf.face == 'f' && !front) || (leaf.face == 'b' && front)) arguments->valid[i] = 0;
+        if ((meshInstance.face == 'f' && !front) || (meshInstance.face == 'b' && front))
+            arguments->valid[i] = 0;
     }
 }
 
 /// A shadow ray with a triangle that it must not count.
 struct SkippingContext {
     RTCIntersectContext context;
-    std::uint32_t leaf, triangle;
+    std::uint32_t meshInstance, triangle;
 };
 
 void skipTriangle(const RTCFilterFunctionNArguments* arguments) {
@@ -59,9 +60,10 @@ void skipTriangle(const RTCFilterFunctionNArguments* arguments) {
     for (unsigned int i = 0; i < arguments->N; ++i) {
         if (arguments->valid[i] == 0) continue;
         const unsigned int instance = RTCHitN_instID(arguments->hit, arguments->N, i, 0);
-        const unsigned int leaf =
+        const unsigned int meshInstance =
             instance != RTC_INVALID_GEOMETRY_ID ? instance : RTCHitN_geomID(arguments->hit, arguments->N, i);
-        if (leaf == skipping->leaf && RTCHitN_primID(arguments->hit, arguments->N, i) == skipping->triangle)
+        if (meshInstance == skipping->meshInstance &&
+            RTCHitN_primID(arguments->hit, arguments->N, i) == skipping->triangle)
             arguments->valid[i] = 0;
     }
 }
@@ -73,8 +75,8 @@ struct RayKernel::Implementation {
     RTCScene top = nullptr;
     std::vector<RTCScene> instanced;
     bool traceMotion = false;
-    FlatTimes flatTimes;
-    const Leaf* leaves = nullptr;
+    SingularTimes singularTimes;
+    const MeshInstance* meshInstances = nullptr;
 
     [[nodiscard]] RTCScene newScene() const {
         const RTCScene scene = rtcNewScene(device);
@@ -105,7 +107,7 @@ struct RayKernel::Implementation {
     }
 
     void hideFaces(RTCGeometry geometry) const {
-        rtcSetGeometryUserData(geometry, const_cast<Leaf*>(leaves));
+        rtcSetGeometryUserData(geometry, const_cast<MeshInstance*>(meshInstances));
         rtcSetGeometryIntersectFilterFunction(geometry, hideFace);
         rtcSetGeometryOccludedFilterFunction(geometry, hideFace);
     }
@@ -124,77 +126,78 @@ struct RayKernel::Implementation {
         return scene;
     }
 
-    [[nodiscard]] RTCGeometry newInstance(RTCScene scene, const Leaf& leaf) const {
+    [[nodiscard]] RTCGeometry newInstance(RTCScene scene, const MeshInstance& meshInstance) const {
         const RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_INSTANCE);
         rtcSetGeometryInstancedScene(geometry, scene);
         // A row-major matrix for row vectors lies in memory as a column-major one for column vectors.
-        const bool moves = traceMotion && leaf.transformMoves;
+        const bool moves = traceMotion && meshInstance.transformMoves;
         const auto setTransform = [&](unsigned int step, const float* matrix) {
             rtcSetGeometryTransform(geometry, step, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR, matrix);
         };
-        if (moves && !leaf.motionPath.empty()) {
-            const auto steps = static_cast<unsigned int>(leaf.motionPath.size());
+        if (moves && !meshInstance.motionPath.empty()) {
+            const auto steps = static_cast<unsigned int>(meshInstance.motionPath.size());
             rtcSetGeometryTimeStepCount(geometry, steps);
-            for (unsigned int i = 0; i < steps; ++i) setTransform(i, leaf.motionPath[i].data());
+            for (unsigned int i = 0; i < steps; ++i) setTransform(i, meshInstance.motionPath[i].data());
             return geometry;
         }
         rtcSetGeometryTimeStepCount(geometry, moves ? 2 : 1);
-        setTransform(0, leaf.instanceRecord->tf.local_to_global);
-        if (moves) setTransform(1, leaf.localToGlobalAtEnd);
+        setTransform(0, meshInstance.instanceRecord->tf.local_to_global);
+        if (moves) setTransform(1, meshInstance.localToGlobalAtEnd);
         return geometry;
     }
 
-    void findFlatTimes(const Leaf& leaf) {
-        if (leaf.motionPath.empty())
-            flatTimes.add(leaf.instanceRecord->tf.local_to_global, leaf.localToGlobalAtEnd, 0.0f, 1.0f);
+    void findSingularTimes(const MeshInstance& meshInstance) {
+        if (meshInstance.motionPath.empty())
+            singularTimes.add(meshInstance.instanceRecord->tf.local_to_global,
+                              meshInstance.localToGlobalAtEnd, 0.0f, 1.0f);
         const auto timeOfStep = [&](std::size_t i) {
-            return static_cast<float>(i) / static_cast<float>(leaf.motionPath.size() - 1);
+            return static_cast<float>(i) / static_cast<float>(meshInstance.motionPath.size() - 1);
         };
-        for (std::size_t i = 1; i < leaf.motionPath.size(); ++i)
-            flatTimes.add(leaf.motionPath[i - 1].data(), leaf.motionPath[i].data(), timeOfStep(i - 1),
-                          timeOfStep(i));
+        for (std::size_t i = 1; i < meshInstance.motionPath.size(); ++i)
+            singularTimes.add(meshInstance.motionPath[i - 1].data(), meshInstance.motionPath[i].data(),
+                              timeOfStep(i - 1), timeOfStep(i));
     }
 };
 
-RayKernel::RayKernel(std::span<const Leaf> leaves, bool traceMotion, Messages& messages)
+RayKernel::RayKernel(std::span<const MeshInstance> meshInstances, bool traceMotion, Log& log)
     : implementation_(std::make_unique<Implementation>()) {
     Implementation& kernel = *implementation_;
     kernel.traceMotion = traceMotion;
-    kernel.leaves = leaves.data();
+    kernel.meshInstances = meshInstances.data();
     kernel.device = rtcNewDevice(nullptr);
     if (!kernel.device) {
-        messages.error("GEOM", "the ray-tracing kernel does not start (code {}); nothing can be hit",
-                       static_cast<int>(rtcGetDeviceError(nullptr)));
+        log.error("GEOM", "the ray-tracing kernel does not start (code {}); nothing can be hit",
+                  static_cast<int>(rtcGetDeviceError(nullptr)));
         return;
     }
-    rtcSetDeviceErrorFunction(kernel.device, reportDeviceError, &messages);
+    rtcSetDeviceErrorFunction(kernel.device, reportDeviceError, &log);
 
     std::unordered_set<const Mesh*> meshesWithHiddenFaces;
-    for (const Leaf& leaf : leaves)
-        if (leaf.face != 'a') meshesWithHiddenFaces.insert(leaf.mesh);
+    for (const MeshInstance& meshInstance : meshInstances)
+        if (meshInstance.face != 'a') meshesWithHiddenFaces.insert(meshInstance.mesh);
 
     kernel.top = kernel.newScene();
     std::unordered_map<const Mesh*, RTCScene> scenes;
-    for (std::uint32_t i = 0; i < leaves.size(); ++i) {
-        const Leaf& leaf = leaves[i];
-        const bool hidesFaces = meshesWithHiddenFaces.count(leaf.mesh) != 0;
+    for (std::uint32_t i = 0; i < meshInstances.size(); ++i) {
+        const MeshInstance& meshInstance = meshInstances[i];
+        const bool hidesFaces = meshesWithHiddenFaces.count(meshInstance.mesh) != 0;
         RTCGeometry geometry;
-        if (leaf.placedInWorld) {
-            geometry = kernel.newTriangles(*leaf.mesh);
+        if (meshInstance.placedInWorld) {
+            geometry = kernel.newTriangles(*meshInstance.mesh);
             if (hidesFaces) kernel.hideFaces(geometry);
         } else {
-            RTCScene& scene = scenes[leaf.mesh];
-            if (!scene) scene = kernel.sceneOf(*leaf.mesh, hidesFaces);
-            geometry = kernel.newInstance(scene, leaf);
-            if (traceMotion && leaf.transformMoves) kernel.findFlatTimes(leaf);
+            RTCScene& scene = scenes[meshInstance.mesh];
+            if (!scene) scene = kernel.sceneOf(*meshInstance.mesh, hidesFaces);
+            geometry = kernel.newInstance(scene, meshInstance);
+            if (traceMotion && meshInstance.transformMoves) kernel.findSingularTimes(meshInstance);
         }
-        rtcSetGeometryMask(geometry, leaf.visibleTo);
+        rtcSetGeometryMask(geometry, meshInstance.visibleTo);
         rtcCommitGeometry(geometry);
         rtcAttachGeometryByID(kernel.top, geometry, i); // so that a hit names its leaf
         rtcReleaseGeometry(geometry);
     }
     rtcCommitScene(kernel.top);
-    kernel.flatTimes.sort();
+    kernel.singularTimes.sort();
 }
 
 RayKernel::~RayKernel() {
@@ -244,9 +247,9 @@ bool RayKernel::intersect(const Ray& ray, Hit& hit) const {
         query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
         rtcIntersect1(kernel.top, &context, &query);
         if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
-        const std::uint32_t leaf = leafOf(query.hit);
-        if (leaf != ray.skipLeaf || query.hit.primID != ray.skipTriangle) {
-            hit = {query.ray.tfar, query.hit.u, query.hit.v, leaf, query.hit.primID};
+        const std::uint32_t meshInstance = meshInstanceOf(query.hit);
+        if (meshInstance != ray.skipInstance || query.hit.primID != ray.skipTriangle) {
+            hit = {query.ray.tfar, query.hit.u, query.hit.v, meshInstance, query.hit.primID};
             return true;
         }
         query.ray.tnear = std::nextafter(query.ray.tfar, std::numeric_limits<float>::infinity());
@@ -260,7 +263,7 @@ bool RayKernel::occluded(const Ray& ray) const {
     if (!kernel.top || !canBeTraced(ray)) return false;
     RTCRay query;
     setRay(query, ray, timeOf(ray));
-    if (ray.skipLeaf == nothing) {
+    if (ray.skipInstance == nothing) {
         RTCIntersectContext context;
         rtcInitIntersectContext(&context);
         rtcOccluded1(kernel.top, &context, &query);
@@ -268,7 +271,7 @@ bool RayKernel::occluded(const Ray& ray) const {
         SkippingContext skipping;
         rtcInitIntersectContext(&skipping.context);
         skipping.context.filter = skipTriangle;
-        skipping.leaf = ray.skipLeaf;
+        skipping.meshInstance = ray.skipInstance;
         skipping.triangle = ray.skipTriangle;
         rtcOccluded1(kernel.top, &skipping.context, &query);
     }
@@ -277,7 +280,7 @@ bool RayKernel::occluded(const Ray& ray) const {
 
 float RayKernel::timeOf(const Ray& ray) const {
     const Implementation& kernel = *implementation_;
-    return kernel.traceMotion ? kernel.flatTimes.avoidedBy(shutterTime(ray.time)) : 0.0f;
+    return kernel.traceMotion ? kernel.singularTimes.avoidedBy(shutterTime(ray.time)) : 0.0f;
 }
 
 void RayKernel::bounds(miVector& lower, miVector& upper) const {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "base/log.h"
-#include "geometry/leaf.h"
 #include "geometry/mesh.h"
+#include "geometry/mesh_instance.h"
 #include "geometry/ray.h"
 
 #include <memory>
@@ -18,7 +18,7 @@ namespace orca::geometry {
 class RayKernel {
 public:
     /// `traceMotion`: rays see leaves at their own time; else at shutter time 0.
-    RayKernel(std::span<const Leaf> leaves, bool traceMotion, Messages& messages);
+    RayKernel(std::span<const MeshInstance> meshInstances, bool traceMotion, Log& log);
     ~RayKernel();
     RayKernel(const RayKernel&) = delete;
     RayKernel& operator=(const RayKernel&) = delete;

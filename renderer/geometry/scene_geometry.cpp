@@ -2,7 +2,7 @@
 #include "geometry/scene_geometry.h"
 
 #include "base/parallel_for.h"
-#include "geometry/graph_walk.h"
+#include "geometry/flattened_scene.h"
 #include "geometry/light_links.h"
 #include "geometry/mesh.h"
 #include "geometry/ray_kernel.h"
@@ -20,10 +20,10 @@
 namespace orca::geometry {
 
 struct SceneGeometry::Implementation {
-    Implementation(scene::Database& sceneDatabase, Messages& sceneMessages, miTag rootGroup, int motionSteps)
+    Implementation(scene::Database& sceneDatabase, Log& sceneLog, miTag rootGroup, int motionSteps)
         : database(sceneDatabase),
-          messages(sceneMessages),
-          graph(sceneDatabase, sceneMessages, rootGroup, motionSteps),
+          log(sceneLog),
+          graph(sceneDatabase, sceneLog, rootGroup, motionSteps),
           lightSets(graph) {
         auto material = std::make_unique<scene::MaterialElement>();
         material->name = "default material";
@@ -32,17 +32,17 @@ struct SceneGeometry::Implementation {
     ~Implementation() { database.remove(defaultMaterial); }
 
     void buildMeshes();
-    void buildLeaves(const miOptions& options);
-    [[nodiscard]] bool isDisplaced(const Leaf& leaf) const;
-    void displaceLeaves(const DisplacementView& view, const DisplacementShader& shader,
+    void buildMeshInstances(const miOptions& options);
+    [[nodiscard]] bool isDisplaced(const MeshInstance& meshInstance) const;
+    void displaceMeshes(const DisplacementView& view, const DisplacementShader& shader,
                         const scene::OptionsElement* overrides);
     void buildKernel();
-    [[nodiscard]] const miTag* inheritedMaterials(const PlacedGraph::Leaf& placed, const Mesh& mesh,
-                                                  std::uint32_t& count);
+    [[nodiscard]] const miTag* inheritedMaterials(const FlattenedScene::ObjectInstance& placed,
+                                                  const Mesh& mesh, std::uint32_t& count);
 
     scene::Database& database;
-    Messages& messages;
-    PlacedGraph graph;
+    Log& log;
+    FlattenedScene graph;
     LightSets lightSets;
     miTag defaultMaterial;
 
@@ -55,7 +55,7 @@ struct SceneGeometry::Implementation {
     std::deque<std::vector<miTag>> materialLists;
     std::unordered_map<const std::vector<miTag>*, const std::vector<miTag>*> listOf;
 
-    std::vector<Leaf> leaves;
+    std::vector<MeshInstance> meshInstances;
     std::deque<Mesh> displacedMeshes; // one per displaced leaf, however many share the object
     bool displacementToCome = false;
     int threads = 0;
@@ -70,20 +70,20 @@ struct SceneGeometry::Implementation {
 void SceneGeometry::Implementation::buildMeshes() {
     std::vector<const scene::ObjectElement*> objects;
     std::vector<SharedMesh*> targets;
-    for (const PlacedGraph::Leaf& leaf : graph.leaves) {
-        SharedMesh*& shared = meshOf[leaf.object->tag];
+    for (const FlattenedScene::ObjectInstance& meshInstance : graph.objectInstances) {
+        SharedMesh*& shared = meshOf[meshInstance.object->tag];
         if (!shared) {
             shared = &meshes.emplace_back();
-            objects.push_back(leaf.object);
+            objects.push_back(meshInstance.object);
             targets.push_back(shared);
         }
         ++shared->places;
     }
     parallelFor(objects.size(), 1,
-                [&](std::size_t i, std::size_t) { targets[i]->mesh = buildMesh(*objects[i], messages); });
+                [&](std::size_t i, std::size_t) { targets[i]->mesh = buildMesh(*objects[i], log); });
 }
 
-const miTag* SceneGeometry::Implementation::inheritedMaterials(const PlacedGraph::Leaf& placed,
+const miTag* SceneGeometry::Implementation::inheritedMaterials(const FlattenedScene::ObjectInstance& placed,
                                                                const Mesh& mesh, std::uint32_t& count) {
     const std::vector<miTag>* const given = placed.inherited.materials.value.value_or(nullptr);
     const std::vector<miTag>*& usable = listOf[given];
@@ -96,59 +96,58 @@ const miTag* SceneGeometry::Implementation::inheritedMaterials(const PlacedGraph
         !mesh.materials.empty() &&
         std::find(mesh.materials.begin(), mesh.materials.end(), miNULLTAG) == mesh.materials.end();
     if (!given && !everyTriangleHasItsOwn)
-        messages.once("no material " + std::to_string(placed.object->tag),
-                      {Level::Warning, "GEOM", 0,
-                       "object \"" + placed.object->name + "\" (instance \"" + placed.instance->name +
-                           "\") has no material; it is rendered plain grey",
-                       placed.instance->place});
+        log.once("no material " + std::to_string(placed.object->tag),
+                 {LogLevel::Warning, "GEOM", 0,
+                  "object \"" + placed.object->name + "\" (instance \"" + placed.instance->name +
+                      "\") has no material; it is rendered plain grey",
+                  placed.instance->location});
     count = static_cast<std::uint32_t>(usable->size());
     return usable->data();
 }
 
-void SceneGeometry::Implementation::buildLeaves(const miOptions& options) {
+void SceneGeometry::Implementation::buildMeshInstances(const miOptions& options) {
     const char faceOfOptions =
         options.face == 'f' || options.face == 'b' ? static_cast<char>(options.face) : 'a';
-    for (const PlacedGraph::Leaf& placed : graph.leaves) {
+    for (const FlattenedScene::ObjectInstance& placed : graph.objectInstances) {
         SharedMesh& shared = *meshOf[placed.object->tag];
         Mesh& mesh = shared.mesh;
         const ResolvedFlags flags = resolve(placed.inherited, *placed.object, faceOfOptions);
         miInstance& record = placed.instance->instance;
 
-        Leaf leaf{};
-        leaf.instance = placed.instance->tag;
-        leaf.instanceRecord = &record;
-        leaf.object = placed.object->tag;
-        leaf.mesh = &mesh;
-        leaf.label = record.label ? record.label : placed.object->object.label;
-        leaf.visibleTo = flags.visibleTo;
-        leaf.receivesShadows = flags.receivesShadows;
-        leaf.sendsReflections = flags.sendsReflections;
-        leaf.sendsRefractions = flags.sendsRefractions;
-        leaf.sendsTransparency = flags.sendsTransparency;
-        leaf.face = flags.face;
-        leaf.mirrored = determinant(placed.inherited.worldToLocal) < 0.0;
-        leaf.transformMoves = record.motion != 0;
-        leaf.materialsOverride = placed.inherited.materials.overridden;
-        leaf.materials = inheritedMaterials(placed, mesh, leaf.materialCount);
-        leaf.lightList = lightSets.listFor(placed.inherited.lights);
-        leaf.shadowSet = lightSets.shadowSetFor(placed.inherited.shadowLights);
+        MeshInstance meshInstance{};
+        meshInstance.instance = placed.instance->tag;
+        meshInstance.instanceRecord = &record;
+        meshInstance.object = placed.object->tag;
+        meshInstance.mesh = &mesh;
+        meshInstance.label = record.label ? record.label : placed.object->object.label;
+        meshInstance.visibleTo = flags.visibleTo;
+        meshInstance.receivesShadows = flags.receivesShadows;
+        meshInstance.sendsReflections = flags.sendsReflections;
+        meshInstance.sendsRefractions = flags.sendsRefractions;
+        meshInstance.sendsTransparency = flags.sendsTransparency;
+        meshInstance.face = flags.face;
+        meshInstance.mirrored = determinant(placed.inherited.worldToLocal) < 0.0;
+        meshInstance.transformMoves = record.motion != 0;
+        meshInstance.materialsOverride = placed.inherited.materials.overridden;
+        meshInstance.materials = inheritedMaterials(placed, mesh, meshInstance.materialCount);
+        meshInstance.lightList = lightSets.listFor(placed.inherited.lights);
+        meshInstance.shadowSet = lightSets.shadowSetFor(placed.inherited.shadowLights);
         const auto& approximation = placed.inherited.approximation.value;
-        leaf.approximation = approximation ? &*approximation : nullptr;
+        meshInstance.approximation = approximation ? &*approximation : nullptr;
         bool singular = false;
         const Transform atEnd = inverse(placed.inherited.worldToLocalAtEnd, singular);
         if (singular) {
-            messages.errorAt(
-                placed.instance->place, "GEOM",
-                "the motion transforms down to instance \"{}\" cannot be inverted; it does not move",
-                placed.instance->name);
-            leaf.transformMoves = false;
-            std::memcpy(leaf.localToGlobalAtEnd, record.tf.local_to_global, sizeof(miMatrix));
+            log.errorAt(placed.instance->location, "GEOM",
+                        "the motion transforms down to instance \"{}\" cannot be inverted; it does not move",
+                        placed.instance->name);
+            meshInstance.transformMoves = false;
+            std::memcpy(meshInstance.localToGlobalAtEnd, record.tf.local_to_global, sizeof(miMatrix));
         } else {
-            atEnd.store(leaf.localToGlobalAtEnd);
-            leaf.motionPath = placed.instance->motionPath;
+            atEnd.store(meshInstance.localToGlobalAtEnd);
+            meshInstance.motionPath = placed.instance->motionPath;
         }
 
-        record.material = leaf.materials[0];
+        record.material = meshInstance.materials[0];
         record.visible = flags.visible;
         record.trace = flags.trace;
         record.shadow =
@@ -158,42 +157,46 @@ void SceneGeometry::Implementation::buildLeaves(const miOptions& options) {
         record.transparency = flags.transparency;
         record.finalgather = flags.gather;
         record.face = static_cast<miCBoolean>(flags.face);
-        if (!leaf.visibleTo && !mesh.triangles.empty())
-            messages.once("unseen " + std::to_string(leaf.object),
-                          {Level::Warning, "GEOM", 0,
-                           "object \"" + placed.object->name +
-                               "\" is seen by no ray: visible, trace and shadow are all off",
-                           placed.object->place});
-        if (mesh.triangles.empty() || !leaf.visibleTo) continue;
+        if (!meshInstance.visibleTo && !mesh.triangles.empty())
+            log.once("unseen " + std::to_string(meshInstance.object),
+                     {LogLevel::Warning, "GEOM", 0,
+                      "object \"" + placed.object->name +
+                          "\" is seen by no ray: visible, trace and shadow are all off",
+                      placed.object->location});
+        if (mesh.triangles.empty() || !meshInstance.visibleTo) continue;
 
-        const bool displaced = displacementToCome && isDisplaced(leaf);
-        leaf.placedInWorld = shared.places == 1 && !displaced && !(traceMotion && leaf.transformMoves);
-        if (leaf.placedInWorld) placeInWorld(mesh, record.tf.local_to_global, record.tf.global_to_local);
+        const bool displaced = displacementToCome && isDisplaced(meshInstance);
+        meshInstance.placedInWorld =
+            shared.places == 1 && !displaced && !(traceMotion && meshInstance.transformMoves);
+        if (meshInstance.placedInWorld)
+            placeInWorld(mesh, record.tf.local_to_global, record.tf.global_to_local);
         maxTextureSpaces = std::max(maxTextureSpaces, mesh.textureSpaces);
-        moves = moves || leaf.transformMoves || mesh.deforms();
+        moves = moves || meshInstance.transformMoves || mesh.deforms();
         triangles += mesh.triangles.size();
-        leaves.push_back(leaf);
+        meshInstances.push_back(meshInstance);
     }
     lightSets.finish();
 }
 
 /// Every place of a displaced object is displaced for itself: its material and its distance are its own.
-bool SceneGeometry::Implementation::isDisplaced(const Leaf& leaf) const {
+bool SceneGeometry::Implementation::isDisplaced(const MeshInstance& meshInstance) const {
     const auto displaces = [&](miTag tag) {
         const auto* material = tag ? database.find<scene::MaterialElement>(tag) : nullptr;
         return material && material->material.displace != miNULLTAG;
     };
-    const Mesh& mesh = *leaf.mesh;
-    return std::any_of(leaf.materials, leaf.materials + leaf.materialCount, displaces) ||
-           (!leaf.materialsOverride && std::any_of(mesh.materials.begin(), mesh.materials.end(), displaces));
+    const Mesh& mesh = *meshInstance.mesh;
+    return std::any_of(meshInstance.materials, meshInstance.materials + meshInstance.materialCount,
+                       displaces) ||
+           (!meshInstance.materialsOverride &&
+            std::any_of(mesh.materials.begin(), mesh.materials.end(), displaces));
 }
 
 namespace {
 
-DisplacementLimits limitsOf(const Leaf& leaf, const scene::ObjectElement& object,
+DisplacementLimits limitsOf(const MeshInstance& meshInstance, const scene::ObjectElement& object,
                             const scene::OptionsElement* overrides) {
     DisplacementLimits limits;
-    if (leaf.approximation) limits.approximation = *leaf.approximation;
+    if (meshInstance.approximation) limits.approximation = *meshInstance.approximation;
     else if (object.approximation) limits.approximation = *object.approximation;
     limits.distance = object.maxDisplacement;
     if (overrides && overrides->approximation) limits.approximation = *overrides->approximation;
@@ -203,33 +206,32 @@ DisplacementLimits limitsOf(const Leaf& leaf, const scene::ObjectElement& object
 
 } // namespace
 
-void SceneGeometry::Implementation::displaceLeaves(const DisplacementView& view,
+void SceneGeometry::Implementation::displaceMeshes(const DisplacementView& view,
                                                    const DisplacementShader& shader,
                                                    const scene::OptionsElement* overrides) {
-    for (Leaf& leaf : leaves) {
-        if (!isDisplaced(leaf)) continue;
-        Mesh& own = displacedMeshes.emplace_back(*leaf.mesh);
-        const auto* object = database.find<scene::ObjectElement>(leaf.object);
-        const DisplacementLimits limits = limitsOf(leaf, *object, overrides);
-        const DisplacementOutcome outcome = displace(own, leaf, view, limits, shader);
+    for (MeshInstance& meshInstance : meshInstances) {
+        if (!isDisplaced(meshInstance)) continue;
+        Mesh& own = displacedMeshes.emplace_back(*meshInstance.mesh);
+        const auto* object = database.find<scene::ObjectElement>(meshInstance.object);
+        const DisplacementLimits limits = limitsOf(meshInstance, *object, overrides);
+        const DisplacementOutcome outcome = displace(own, meshInstance, view, limits, shader);
         if (outcome.stoppedEarly) {
-            messages.warningAt(
-                object->place, "GEOM",
-                "object \"{}\": displacing it as finely as the picture shows takes more than {} "
-                "triangles; it is left coarser, cut it into smaller objects",
-                object->name, limits.triangles);
+            log.warningAt(object->location, "GEOM",
+                          "object \"{}\": displacing it as finely as the picture shows takes more than {} "
+                          "triangles; it is left coarser, cut it into smaller objects",
+                          object->name, limits.triangles);
         }
-        triangles += own.triangles.size() - leaf.mesh->triangles.size();
-        leaf.mesh = &own;
-        if (traceMotion && leaf.transformMoves) continue;
-        const miTransform& place = leaf.instanceRecord->tf;
+        triangles += own.triangles.size() - meshInstance.mesh->triangles.size();
+        meshInstance.mesh = &own;
+        if (traceMotion && meshInstance.transformMoves) continue;
+        const miTransform& place = meshInstance.instanceRecord->tf;
         placeInWorld(own, place.local_to_global, place.global_to_local);
-        leaf.placedInWorld = true;
+        meshInstance.placedInWorld = true;
     }
 }
 
 void SceneGeometry::Implementation::buildKernel() {
-    kernel.emplace(leaves, traceMotion, messages);
+    kernel.emplace(meshInstances, traceMotion, log);
     kernel->bounds(lower, upper);
 }
 
@@ -243,10 +245,9 @@ int motionStepsOf(const miOptions& options) {
 
 } // namespace
 
-SceneGeometry::SceneGeometry(scene::Database& database, Messages& messages, miTag rootGroup,
-                             const miOptions& options, int threads, Displacement displacement)
-    : implementation_(
-          std::make_unique<Implementation>(database, messages, rootGroup, motionStepsOf(options))) {
+SceneGeometry::SceneGeometry(scene::Database& database, Log& log, miTag rootGroup, const miOptions& options,
+                             int threads, Displacement displacement)
+    : implementation_(std::make_unique<Implementation>(database, log, rootGroup, motionStepsOf(options))) {
     Implementation& all = *implementation_;
     all.traceMotion = options.motion != 0;
     all.displacementToCome = displacement == Displacement::StillToCome && !options.no_displace;
@@ -255,7 +256,7 @@ SceneGeometry::SceneGeometry(scene::Database& database, Messages& messages, miTa
 
     tbb::task_arena(all.threads).execute([&] {
         all.buildMeshes();
-        all.buildLeaves(options);
+        all.buildMeshInstances(options);
         if (displacement == Displacement::None) all.buildKernel();
     });
 }
@@ -264,7 +265,7 @@ void SceneGeometry::finish(const DisplacementView& view, const DisplacementShade
                            const scene::OptionsElement* overrides) {
     Implementation& all = *implementation_;
     tbb::task_arena(all.threads).execute([&] {
-        if (all.displacementToCome) all.displaceLeaves(view, shader, overrides);
+        if (all.displacementToCome) all.displaceMeshes(view, shader, overrides);
         all.buildKernel();
     });
 }
@@ -281,12 +282,12 @@ bool SceneGeometry::occluded(const Ray& ray) const {
 
 void SceneGeometry::surfaceAt(const Ray& ray, const Hit& hit, SurfacePoint& point,
                               miVector* textureCoordinates) const {
-    interpolateSurface(implementation_->leaves[hit.leaf], hit, implementation_->kernel->timeOf(ray), point,
-                       textureCoordinates);
+    interpolateSurface(implementation_->meshInstances[hit.meshInstance], hit,
+                       implementation_->kernel->timeOf(ray), point, textureCoordinates);
 }
 
-std::span<const Leaf> SceneGeometry::leaves() const {
-    return implementation_->leaves;
+std::span<const MeshInstance> SceneGeometry::meshInstances() const {
+    return implementation_->meshInstances;
 }
 
 int SceneGeometry::maxTextureSpaces() const {
@@ -297,12 +298,12 @@ std::span<const miTag> SceneGeometry::lights() const {
     return implementation_->graph.lights;
 }
 
-std::span<const miTag> SceneGeometry::lightsOf(const Leaf& leaf) const {
-    return implementation_->lightSets.list(leaf.lightList);
+std::span<const miTag> SceneGeometry::lightsOf(const MeshInstance& meshInstance) const {
+    return implementation_->lightSets.list(meshInstance.lightList);
 }
 
-bool SceneGeometry::castsShadowOf(const Leaf& leaf, miTag lightInstance) const {
-    return implementation_->lightSets.castsShadow(leaf.shadowSet, lightInstance);
+bool SceneGeometry::castsShadowOf(const MeshInstance& meshInstance, miTag lightInstance) const {
+    return implementation_->lightSets.castsShadow(meshInstance.shadowSet, lightInstance);
 }
 
 std::vector<miTag> SceneGeometry::expandLights(const std::vector<miTag>& entries) const {

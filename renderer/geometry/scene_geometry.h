@@ -2,7 +2,7 @@
 #pragma once
 
 #include "geometry/displacement.h"
-#include "geometry/leaf.h"
+#include "geometry/mesh_instance.h"
 #include "geometry/ray.h"
 #include "geometry/surface_point.h"
 
@@ -29,8 +29,8 @@ public:
     ///
     /// With displacement still to come, `finish` must be called before any ray is cast.
     enum class Displacement { None, StillToCome };
-    SceneGeometry(scene::Database& database, Messages& messages, miTag rootGroup, const miOptions& options,
-                  int threads, Displacement displacement = Displacement::None);
+    SceneGeometry(scene::Database& database, Log& log, miTag rootGroup, const miOptions& options, int threads,
+                  Displacement displacement = Displacement::None);
     ~SceneGeometry();
     SceneGeometry(const SceneGeometry&) = delete;
     SceneGeometry& operator=(const SceneGeometry&) = delete;
@@ -51,15 +51,15 @@ public:
     /// `textureCoordinates` receives leaf.mesh->textureSpaces entries; it has room for maxTextureSpaces().
     void surfaceAt(const Ray& ray, const Hit& hit, SurfacePoint& point, miVector* textureCoordinates) const;
 
-    [[nodiscard]] std::span<const Leaf> leaves() const;
+    [[nodiscard]] std::span<const MeshInstance> meshInstances() const;
     [[nodiscard]] int maxTextureSpaces() const;
 
     /// All light instances in scene-graph order.
     [[nodiscard]] std::span<const miTag> lights() const;
     /// Lights that illuminate a leaf: its list, all but its exclusive list, or all.
-    [[nodiscard]] std::span<const miTag> lightsOf(const Leaf& leaf) const;
+    [[nodiscard]] std::span<const miTag> lightsOf(const MeshInstance& meshInstance) const;
     /// False when the leaf's shadow links exempt it from this light's shadows. Constant time.
-    [[nodiscard]] bool castsShadowOf(const Leaf& leaf, miTag lightInstance) const;
+    [[nodiscard]] bool castsShadowOf(const MeshInstance& meshInstance, miTag lightInstance) const;
 
     /// Light instances that the entries of a list (light instances, groups of them) stand for, each once.
     [[nodiscard]] std::vector<miTag> expandLights(const std::vector<miTag>& entries) const;
@@ -81,14 +81,14 @@ private:
 /// Origin for a ray that leaves a surface at `point`: moved off the surface to the side of `direction` by a
 /// few units in the last place of its coordinates (Waechter and Binder, "A Fast and Robust Method for
 /// Avoiding Self-Intersection", 2019, in spirit). `geometricNormal` is unit, either side.
-[[nodiscard]] miVector leaveSurface(const miVector& point, const miVector& geometricNormal,
-                                    const miVector& direction);
+[[nodiscard]] miVector offsetRayOrigin(const miVector& point, const miVector& geometricNormal,
+                                       const miVector& direction);
 
 /// Makes `ray` go on behind `hit`: past every triangle that has the hit point on its edge, so that a surface
 /// crossed where two of its triangles meet counts once.
-void continueBehind(Ray& ray, const Hit& hit);
+void advancePastHit(Ray& ray, const Hit& hit);
 
-/// Where a ray from `origin` that was met at `distance` goes on: continueBehind() as a distance.
-[[nodiscard]] float distanceBehind(const miVector& origin, float distance);
+/// Where a ray from `origin` that was met at `distance` goes on: advancePastHit() as a distance.
+[[nodiscard]] float distancePastHit(const miVector& origin, float distance);
 
 } // namespace orca::geometry

@@ -47,28 +47,28 @@ miVector vertexNormal(const Mesh& mesh, const Mesh::Triangle& triangle, const Hi
 /// Placement of a leaf at one time: how points and normals of its mesh get into the world.
 class Placement {
 public:
-    Placement(const Leaf& leaf, float time) : leaf_(leaf) {
-        if (leaf.placedInWorld || !leaf.transformMoves || time == 0.0f) return;
+    Placement(const MeshInstance& meshInstance, float time) : meshInstance_(meshInstance) {
+        if (meshInstance.placedInWorld || !meshInstance.transformMoves || time == 0.0f) return;
         moved_ = true;
-        if (leaf.motionPath.empty()) {
-            blend(leaf.instanceRecord->tf.local_to_global, leaf.localToGlobalAtEnd, time);
+        if (meshInstance.motionPath.empty()) {
+            blend(meshInstance.instanceRecord->tf.local_to_global, meshInstance.localToGlobalAtEnd, time);
             return;
         }
-        const auto [index, part] = ShutterSegment::at(time, leaf.motionPath.size() - 1);
-        blend(leaf.motionPath[index].data(), leaf.motionPath[index + 1].data(), part);
+        const auto [index, part] = ShutterSegment::at(time, meshInstance.motionPath.size() - 1);
+        blend(meshInstance.motionPath[index].data(), meshInstance.motionPath[index + 1].data(), part);
     }
     [[nodiscard]] miVector point(const miVector& p) const {
-        return leaf_.placedInWorld ? p : transformPoint(p, matrix());
+        return meshInstance_.placedInWorld ? p : transformPoint(p, matrix());
     }
     [[nodiscard]] miVector vector(const miVector& v) const {
-        return leaf_.placedInWorld ? v : transformVector(v, matrix());
+        return meshInstance_.placedInWorld ? v : transformVector(v, matrix());
     }
     /// For derivatives and the like, which stay in object space also in meshes that are placed in the world.
     [[nodiscard]] miVector objectVector(const miVector& v) const { return transformVector(v, matrix()); }
     /// Through the transposed inverse; not unit.
     [[nodiscard]] miVector normal(const miVector& n) const {
-        if (leaf_.placedInWorld) return n;
-        if (!moved_) return transformNormal(n, leaf_.instanceRecord->tf.global_to_local);
+        if (meshInstance_.placedInWorld) return n;
+        if (!moved_) return transformNormal(n, meshInstance_.instanceRecord->tf.global_to_local);
         // Cofactors are the transposed inverse times the determinant, whose sign alone matters here.
         const miVector x{matrix_[0], matrix_[1], matrix_[2]}, y{matrix_[4], matrix_[5], matrix_[6]},
             z{matrix_[8], matrix_[9], matrix_[10]};
@@ -81,9 +81,9 @@ private:
         for (std::size_t i = 0; i < 16; ++i) matrix_[i] = (1.0f - part) * before[i] + part * after[i];
     }
     [[nodiscard]] const miScalar* matrix() const {
-        return moved_ ? matrix_ : leaf_.instanceRecord->tf.local_to_global;
+        return moved_ ? matrix_ : meshInstance_.instanceRecord->tf.local_to_global;
     }
-    const Leaf& leaf_;
+    const MeshInstance& meshInstance_;
     bool moved_ = false;
     miMatrix matrix_;
 };
@@ -93,16 +93,18 @@ struct Way {
     miVector opening, closing;
 };
 
-Way wayOf(const Leaf& leaf, const Mesh::Triangle& triangle, const Hit& hit) {
-    const Mesh& mesh = *leaf.mesh;
-    const miTransform& place = leaf.instanceRecord->tf;
+Way wayOf(const MeshInstance& meshInstance, const Mesh::Triangle& triangle, const Hit& hit) {
+    const Mesh& mesh = *meshInstance.mesh;
+    const miTransform& place = meshInstance.instanceRecord->tf;
     const miVector start = interpolateVertices(mesh.points, triangle, hit);
     const miVector end = mesh.deforms() ? interpolateVertices(mesh.laterPoints.back(), triangle, hit) : start;
-    if (leaf.placedInWorld) {
-        if (!leaf.transformMoves) return {start, end};
-        return {start, transformPoint(transformPoint(end, place.global_to_local), leaf.localToGlobalAtEnd)};
+    if (meshInstance.placedInWorld) {
+        if (!meshInstance.transformMoves) return {start, end};
+        return {start,
+                transformPoint(transformPoint(end, place.global_to_local), meshInstance.localToGlobalAtEnd)};
     }
-    return {transformPoint(start, place.local_to_global), transformPoint(end, leaf.localToGlobalAtEnd)};
+    return {transformPoint(start, place.local_to_global),
+            transformPoint(end, meshInstance.localToGlobalAtEnd)};
 }
 
 /// dP/du and dP/dv of a triangle from its edges and texture coordinates; false where the coordinates span no
@@ -120,28 +122,28 @@ bool derivativesFromTexture(const miVector& edge1, const miVector& edge2, const 
 
 } // namespace
 
-miTag materialOf(const Leaf& leaf, const Mesh& mesh, std::uint32_t triangle) {
-    if (!mesh.materials.empty() && !leaf.materialsOverride && mesh.materials[triangle])
+miTag materialOf(const MeshInstance& meshInstance, const Mesh& mesh, std::uint32_t triangle) {
+    if (!mesh.materials.empty() && !meshInstance.materialsOverride && mesh.materials[triangle])
         return mesh.materials[triangle];
-    if (mesh.labels.empty() || mesh.labels[triangle] < 0) return leaf.materials[0];
+    if (mesh.labels.empty() || mesh.labels[triangle] < 0) return meshInstance.materials[0];
     // A label beyond the list takes its last entry.
-    return leaf
-        .materials[std::min(static_cast<std::uint32_t>(mesh.labels[triangle]), leaf.materialCount - 1)];
+    return meshInstance.materials[std::min(static_cast<std::uint32_t>(mesh.labels[triangle]),
+                                           meshInstance.materialCount - 1)];
 }
 
-void interpolateSurface(const Leaf& leaf, const Hit& hit, float time, SurfacePoint& point,
+void interpolateSurface(const MeshInstance& meshInstance, const Hit& hit, float time, SurfacePoint& point,
                         miVector* textureCoordinates) {
-    const Mesh& mesh = *leaf.mesh;
+    const Mesh& mesh = *meshInstance.mesh;
     const Mesh::Triangle& triangle = mesh.triangles[hit.triangle];
-    const Placement placement(leaf, time);
+    const Placement placement(meshInstance, time);
     const auto [a, b, c] = cornersAt(mesh, triangle, time);
     const miVector edge1 = b - a, edge2 = c - a;
 
     point.point = placement.point(interpolate(a, b, c, hit.u, hit.v));
     const miVector turn = cross(edge1, edge2);
     // Mirroring turns the corners of a mesh that was placed in the world the other way round.
-    point.geometricNormal =
-        normalized(leaf.placedInWorld && leaf.mirrored ? -1.0f * turn : placement.normal(turn));
+    point.geometricNormal = normalized(
+        meshInstance.placedInWorld && meshInstance.mirrored ? -1.0f * turn : placement.normal(turn));
     const miVector smooth = vertexNormal(mesh, triangle, hit);
     point.normal = isNull(smooth) ? point.geometricNormal : normalized(placement.normal(smooth));
 
@@ -149,11 +151,12 @@ void interpolateSurface(const Leaf& leaf, const Hit& hit, float time, SurfacePoi
     point.bary[1] = hit.u;
     point.bary[2] = hit.v;
     point.bary[3] = 0.0f;
-    point.material = materialOf(leaf, mesh, hit.triangle);
-    point.label = leaf.label;
+    point.material = materialOf(meshInstance, mesh, hit.triangle);
+    point.label = meshInstance.label;
     point.primitive = const_cast<Mesh::Triangle*>(&triangle);
-    point.moves = leaf.transformMoves || mesh.deforms();
-    const auto [opening, closing] = point.moves ? wayOf(leaf, triangle, hit) : Way{point.point, point.point};
+    point.moves = meshInstance.transformMoves || mesh.deforms();
+    const auto [opening, closing] =
+        point.moves ? wayOf(meshInstance, triangle, hit) : Way{point.point, point.point};
     point.opening = opening;
     point.motion = point.moves ? closing - opening : miVector{0, 0, 0};
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "geometry/leaf.h"
+#include "geometry/mesh_instance.h"
 #include "geometry/ray.h"
 #include "geometry/surface_point.h"
 
@@ -11,10 +11,10 @@ namespace orca::geometry {
 
 /// Interpolates the surface of a leaf at a hit, as SceneGeometry::surfaceAt promises. `time` is the shutter
 /// time that was traced: 0 where the picture is without motion blur.
-void interpolateSurface(const Leaf& leaf, const Hit& hit, float time, SurfacePoint& point,
+void interpolateSurface(const MeshInstance& meshInstance, const Hit& hit, float time, SurfacePoint& point,
                         miVector* textureCoordinates);
 
 /// Material of a triangle, after inheritance; never 0. The mesh is the leaf's, or one that will be.
-[[nodiscard]] miTag materialOf(const Leaf& leaf, const Mesh& mesh, std::uint32_t triangle);
+[[nodiscard]] miTag materialOf(const MeshInstance& meshInstance, const Mesh& mesh, std::uint32_t triangle);
 
 } // namespace orca::geometry

@@ -84,7 +84,7 @@ std::vector<std::string> bufferFilePaths(const std::string& directory,
 }
 
 bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, std::span<const Layer> layers,
-                      Messages& messages) {
+                      Log& log) {
     std::vector<const Buffer*> buffers;
     for (const Layer& layer : layers) buffers.push_back(layer.buffer);
 
@@ -94,9 +94,9 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
         const Target target = targetOf(directory, wanted);
         if (target.fellBack) {
             const std::string word = wanted.filetype.empty() ? wanted.filename : wanted.filetype;
-            messages.once(
+            log.once(
                 "image format " + word,
-                {Level::Warning,
+                {LogLevel::Warning,
                  "IMG",
                  0,
                  fmt::format("frame buffer \"{}\": file format \"{}\" cannot be written; \"{}\" is written "
@@ -114,14 +114,14 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
         }
         const auto layer = std::find_if(layers.begin(), layers.end(),
                                         [&](const Layer& each) { return each.buffer == wanted.buffer; });
-        good = writeImageFile(target.path, target.format, frame, *layer, wanted.type, messages) && good;
+        good = writeImageFile(target.path, target.format, frame, *layer, wanted.type, log) && good;
     }
     for (const auto& [path, wanted] : layersOfExr) {
         try {
             writeExr(path, frame, {exrPart(wanted, layers)}, wanted.front().buffer->compression);
-            messages.say(Level::Progress, "IMG", "wrote \"{}\"", path);
+            log.write(LogLevel::Progress, "IMG", "wrote \"{}\"", path);
         } catch (const std::exception& failure) {
-            messages.error("IMG", "cannot write \"{}\": {}", path, failure.what());
+            log.error("IMG", "cannot write \"{}\": {}", path, failure.what());
             good = false;
         }
     }

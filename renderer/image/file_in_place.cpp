@@ -27,12 +27,12 @@ void FileInPlace::commit() {
     fs::rename(temporary_, path_);
 }
 
-bool canWrite(const std::string& path, Messages& messages, std::uint64_t bytes) {
+bool canWrite(const std::string& path, Log& log, std::uint64_t bytes) {
     const fs::path file(path);
     const fs::path directory = file.has_parent_path() ? file.parent_path() : fs::path(".");
     std::error_code failure;
     const auto refuse = [&](const std::string& why) {
-        messages.error("IMG", "cannot write \"{}\": {}", path, why);
+        log.error("IMG", "cannot write \"{}\": {}", path, why);
         return false;
     };
     if (!file.has_filename()) return refuse("the name ends in a directory; give a file name");

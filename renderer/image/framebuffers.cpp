@@ -13,30 +13,31 @@ namespace {
 constexpr const char* module = "IMG";
 
 /// What the renderer can fill a buffer of this type with.
-MainSource sourceOf(miImg_type type) {
-    if (isColor(type)) return MainSource::Color;
+BuiltinSource sourceOf(miImg_type type) {
+    if (isColor(type)) return BuiltinSource::Color;
     switch (type) {
     case miIMG_TYPE_A:
     case miIMG_TYPE_A_16:
     case miIMG_TYPE_A_H:
-    case miIMG_TYPE_A_FP: return MainSource::Alpha;
+    case miIMG_TYPE_A_FP: return BuiltinSource::Alpha;
     case miIMG_TYPE_S:
     case miIMG_TYPE_S_16:
-    case miIMG_TYPE_S_FP: return MainSource::Intensity;
-    case miIMG_TYPE_Z: return MainSource::Depth;
-    case miIMG_TYPE_N: return MainSource::Normal;
-    case miIMG_TYPE_M: return MainSource::Motion;
-    case miIMG_TYPE_TAG: return MainSource::Label;
-    case miIMG_TYPE_COVERAGE: return MainSource::Coverage;
-    default: return MainSource::None;
+    case miIMG_TYPE_S_FP: return BuiltinSource::Intensity;
+    case miIMG_TYPE_Z: return BuiltinSource::Depth;
+    case miIMG_TYPE_N: return BuiltinSource::Normal;
+    case miIMG_TYPE_M: return BuiltinSource::Motion;
+    case miIMG_TYPE_TAG: return BuiltinSource::Label;
+    case miIMG_TYPE_COVERAGE: return BuiltinSource::Coverage;
+    default: return BuiltinSource::None;
     }
 }
 
 /// Colours and scalars belong to shaders unless the scene says otherwise; depth, normals, motion, labels and
 /// coverage to the renderer.
 bool isUserByDefault(miImg_type type) {
-    const MainSource source = sourceOf(type);
-    return source == MainSource::Color || source == MainSource::Alpha || source == MainSource::Intensity;
+    const BuiltinSource source = sourceOf(type);
+    return source == BuiltinSource::Color || source == BuiltinSource::Alpha ||
+           source == BuiltinSource::Intensity;
 }
 
 /// A number from 1 to 100; words of other renderers ("high") have no meaning here and give 0.
@@ -51,13 +52,13 @@ constexpr const char* typeHelp =
 
 } // namespace
 
-FramebufferSet::FramebufferSet(Messages& messages) : editable_(true), messages_(messages) {
+FramebufferSet::FramebufferSet(Log& log) : editable_(true), log_(log) {
     reset();
 }
 
 FramebufferSet::FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options,
-                               Messages& messages, std::span<const scene::OutputStatement> furtherOutputs)
-    : messages_(messages) {
+                               Log& log, std::span<const scene::OutputStatement> furtherOutputs)
+    : log_(log) {
     reset();
     std::vector<std::string> mayBePrimary;
     for (const scene::FramebufferDefinition& statement : camera.framebuffers) {
@@ -85,36 +86,36 @@ Buffer& FramebufferSet::add(std::string name, miImg_type type) {
 void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement) {
     const miImg_type type = imageType(statement.datatype);
     if (type == miIMG_TYPE_INVALID) {
-        messages_.errorAt(statement.place, module,
-                          "frame buffer \"{}\" has the unsupported data type \"{}\": {}", statement.name,
-                          statement.datatype, typeHelp);
+        log_.errorAt(statement.location, module,
+                     "frame buffer \"{}\" has the unsupported data type \"{}\": {}", statement.name,
+                     statement.datatype, typeHelp);
         return;
     }
     Buffer& buffer = add(statement.name, type);
     buffer.primary = statement.primary;
     if (buffer.primary && !isColor(type)) {
-        messages_.errorAt(
-            statement.place, module,
+        log_.errorAt(
+            statement.location, module,
             "frame buffer \"{}\" is marked primary but holds \"{}\": the primary buffer must be a colour",
             statement.name, statement.datatype);
         buffer.primary = false;
     }
     if (buffer.primary && primary_ != 0) {
-        messages_.warningAt(
-            statement.place, module,
+        log_.warningAt(
+            statement.location, module,
             "frame buffer \"{}\" is marked primary like \"{}\" before it, which stays the primary one",
             statement.name, buffers_[static_cast<std::size_t>(primary_)].name);
         buffer.primary = false;
     }
     if (buffer.primary) primary_ = static_cast<int>(buffers_.size()) - 1;
     buffer.user = !buffer.primary && statement.user.value_or(isUserByDefault(type));
-    buffer.source = buffer.user ? MainSource::None : sourceOf(type);
+    buffer.source = buffer.user ? BuiltinSource::None : sourceOf(type);
     if (statement.filtering) buffer.filtering = *statement.filtering;
     if (buffer.filtering && type == miIMG_TYPE_TAG) {
-        messages_.warningAt(statement.place, module,
-                            "labels in frame buffer \"{}\" are not filtered: "
-                            "the mean of two labels is a third one",
-                            statement.name);
+        log_.warningAt(statement.location, module,
+                       "labels in frame buffer \"{}\" are not filtered: "
+                       "the mean of two labels is a third one",
+                       statement.name);
         buffer.filtering = false;
     }
     buffer.useOpacity = statement.useopacity;
@@ -128,16 +129,16 @@ void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement)
 void FramebufferSet::addNumbered(const scene::NumberedFramebuffer& statement) {
     std::string name = "fb" + std::to_string(statement.number);
     if (find(name)) {
-        messages_.warningAt(
-            statement.place, module,
+        log_.warningAt(
+            statement.location, module,
             "frame buffer {} of the options is the camera's frame buffer \"{}\", which stays as it is",
             statement.number, name);
         return;
     }
     const miImg_type type = imageType(statement.datatype);
     if (type == miIMG_TYPE_INVALID) {
-        messages_.errorAt(statement.place, module, "frame buffer {} has the unsupported data type \"{}\": {}",
-                          statement.number, statement.datatype, typeHelp);
+        log_.errorAt(statement.location, module, "frame buffer {} has the unsupported data type \"{}\": {}",
+                     statement.number, statement.datatype, typeHelp);
         return;
     }
     Buffer& buffer = add(std::move(name), type);
@@ -163,7 +164,7 @@ void FramebufferSet::choosePrimary(const std::vector<std::string>& mayBePrimary)
     primary.primary = true;
     primary.user = false;
     primary.premultiplied = true;
-    primary.source = MainSource::Color;
+    primary.source = BuiltinSource::Color;
 }
 
 void FramebufferSet::addOutput(const scene::OutputStatement& statement) {
@@ -181,8 +182,8 @@ void FramebufferSet::addOutput(const scene::OutputStatement& statement) {
             buffer = main != buffers_.end() ? &*main : &add(wanted.name, type);
             buffer->source = sourceOf(type);
         } else {
-            messages_.errorAt(
-                statement.place, module,
+            log_.errorAt(
+                statement.location, module,
                 "output statement asks for \"{}\", which is neither a frame buffer of the camera nor a "
                 "supported data type: {}",
                 wanted.name, typeHelp);
@@ -258,9 +259,9 @@ void FramebufferSet::reset() {
 void FramebufferSet::echo() const {
     for (std::size_t i = 1; i < buffers_.size(); ++i) {
         const Buffer& buffer = buffers_[i];
-        messages_.info(module, "frame buffer {} \"{}\": {}, {}{}{}", i, buffer.name,
-                       imageTypeWord(buffer.type), buffer.filtering ? "filtered" : "one sample",
-                       buffer.primary ? ", primary" : "", buffer.user ? ", user" : "");
+        log_.info(module, "frame buffer {} \"{}\": {}, {}{}{}", i, buffer.name, imageTypeWord(buffer.type),
+                  buffer.filtering ? "filtered" : "one sample", buffer.primary ? ", primary" : "",
+                  buffer.user ? ", user" : "");
     }
 }
 

@@ -15,7 +15,7 @@
 namespace orca::image {
 
 /// What the renderer itself puts into a buffer that no shader fills.
-enum class MainSource { None, Color, Depth, Normal, Motion, Label, Coverage, Alpha, Intensity };
+enum class BuiltinSource { None, Color, Depth, Normal, Motion, Label, Coverage, Alpha, Intensity };
 
 /// A file that an `output` statement writes from a buffer.
 struct OutputFile {
@@ -35,7 +35,7 @@ struct Buffer {
     bool useOpacity = false; ///< user colours are weighted by opacity where transparent layers are merged
     bool premultiplied = true;
     bool hidden = false; ///< not asked for by the scene: the scratch buffer, a colour buffer made up
-    MainSource source = MainSource::None;
+    BuiltinSource source = BuiltinSource::None;
     std::string filename, filetype, compression; ///< of the framebuffer statement; no name: not written
     int quality = 0;                             ///< 1 to 100, 0 for the format's own
     std::vector<OutputFile> outputs;
@@ -49,10 +49,10 @@ public:
     /// camera's and further ones; when
     /// none is primary, the first colour buffer that is no user buffer is, else a hidden one is added.
     /// Unsupported data types are errors that name the statement; such a buffer does not exist.
-    FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options,
-                   Messages& messages, std::span<const scene::OutputStatement> furtherOutputs = {});
+    FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options, Log& log,
+                   std::span<const scene::OutputStatement> furtherOutputs = {});
     /// An empty collection that shaders may fill: setting "datatype" of a new name adds a buffer.
-    explicit FramebufferSet(Messages& messages);
+    explicit FramebufferSet(Log& log);
 
     FramebufferSet(const FramebufferSet&) = delete;
     FramebufferSet& operator=(const FramebufferSet&) = delete;
@@ -102,7 +102,7 @@ private:
     int primary_ = 0;
     int words_ = 0;
     bool editable_ = false; ///< a collection of a shader's own
-    Messages& messages_;
+    Log& log_;
 };
 
 } // namespace orca::image

@@ -66,9 +66,9 @@ void forEachColor(Raster& raster, Operation operation) {
 }
 
 bool writeRaster(const std::string& path, const std::string& format, const OIIO::ImageSpec& spec,
-                 const Raster& raster, const OIIO::TypeDesc& pixelType, Messages& messages) {
+                 const Raster& raster, const OIIO::TypeDesc& pixelType, Log& log) {
     const auto refuse = [&](const std::string& why) {
-        messages.error("IMG", "cannot write \"{}\": {}", path, why);
+        log.error("IMG", "cannot write \"{}\": {}", path, why);
         return false;
     };
     const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(format);
@@ -82,7 +82,7 @@ bool writeRaster(const std::string& path, const std::string& format, const OIIO:
     } catch (const std::exception& failure) {
         return refuse(failure.what());
     }
-    messages.say(Level::Progress, "IMG", "wrote \"{}\"", path);
+    log.write(LogLevel::Progress, "IMG", "wrote \"{}\"", path);
     return true;
 }
 
@@ -127,13 +127,13 @@ std::optional<std::string> writableFormat(std::string word) {
 }
 
 bool writeImageFile(const std::string& path, const std::string& format, const PictureFrame& frame,
-                    const Layer& layer, miImg_type type, Messages& messages) {
+                    const Layer& layer, miImg_type type, Log& log) {
     const OIIO::TypeDesc stored = fileType(type, format);
     if (stored == OIIO::TypeDesc::UINT32 && format != "tiff") {
-        messages.error("IMG",
-                       "cannot write \"{}\": frame buffer \"{}\" holds labels, which only exr and tif files "
-                       "can hold",
-                       path, layer.buffer->name);
+        log.error("IMG",
+                  "cannot write \"{}\": frame buffer \"{}\" holds labels, which only exr and tif files "
+                  "can hold",
+                  path, layer.buffer->name);
         return false;
     }
     Raster raster = rasterOf(frame, layer, fileChannels(format, *layer.buffer));
@@ -150,16 +150,14 @@ bool writeImageFile(const std::string& path, const std::string& format, const Pi
     for (const auto& [key, text] : frame.text) spec["orca:" + key] = text;
     const bool labels = stored == OIIO::TypeDesc::UINT32;
     return writeRaster(path, format, spec, raster, labels ? OIIO::TypeDesc::UINT32 : OIIO::TypeDesc::FLOAT,
-                       messages);
+                       log);
 }
 
-bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer,
-                  Messages& messages) {
+bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer, Log& log) {
     const auto format = writableFormat(
         path.substr(path.find_last_of('.') == std::string::npos ? path.size() : path.find_last_of('.')));
     if (!format || *format == "openexr") {
-        messages.error("IMG", "cannot write \"{}\": its extension names no 8-bit picture format; use .png",
-                       path);
+        log.error("IMG", "cannot write \"{}\": its extension names no 8-bit picture format; use .png", path);
         return false;
     }
     const bool color = isColor(layer.buffer->type);
@@ -179,7 +177,7 @@ bool writePreview(const std::string& path, const PictureFrame& frame, const Laye
         stretchToRange(raster);
     }
     const OIIO::ImageSpec spec(raster.width, raster.height, raster.channels, OIIO::TypeDesc::UINT8);
-    return writeRaster(path, *format, spec, raster, OIIO::TypeDesc::FLOAT, messages);
+    return writeRaster(path, *format, spec, raster, OIIO::TypeDesc::FLOAT, log);
 }
 
 } // namespace orca::image

@@ -15,6 +15,6 @@ namespace orca::image {
 /// Writes one buffer at the picture's full size (black outside the window), converted to `type`: integers
 /// clamped to 0..1 with the frame's gamma on their colours. Formats without alpha lose it.
 bool writeImageFile(const std::string& path, const std::string& format, const PictureFrame& frame,
-                    const Layer& layer, miImg_type type, Messages& messages);
+                    const Layer& layer, miImg_type type, Log& log);
 
 } // namespace orca::image

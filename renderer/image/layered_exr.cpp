@@ -84,7 +84,7 @@ std::vector<PartDescription> describeParts(std::span<const Buffer* const> buffer
 }
 
 bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
-                     PartLayout layout, Messages& messages) {
+                     PartLayout layout, Log& log) {
     std::vector<const Buffer*> buffers;
     for (const Layer& layer : layers) buffers.push_back(layer.buffer);
     std::vector<ExrPart> parts;
@@ -97,10 +97,10 @@ bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::sp
     try {
         writeExr(path, frame, parts, {});
     } catch (const std::exception& failure) {
-        messages.error("IMG", "cannot write \"{}\": {}", path, failure.what());
+        log.error("IMG", "cannot write \"{}\": {}", path, failure.what());
         return false;
     }
-    messages.say(Level::Progress, "IMG", "wrote \"{}\": {} layers", path, layers.size());
+    log.write(LogLevel::Progress, "IMG", "wrote \"{}\": {} layers", path, layers.size());
     return true;
 }
 

@@ -59,7 +59,7 @@ enum class PartLayout { MultiPart, SinglePart };
 /// `.Y`). Filtered colours half, labels whole numbers, everything else float, zip compressed. Written to a
 /// temporary name and moved into place. False with a message when it cannot be written.
 bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
-                     PartLayout layout, Messages& messages);
+                     PartLayout layout, Log& log);
 
 /// What `writeLayeredExr` writes for these buffers, without writing: parts in file order with their channels.
 struct PartDescription {
@@ -74,7 +74,7 @@ struct PartDescription {
 /// name as layers of one file; formats by extension, else by file type word. Relative names are below
 /// `directory`. False when one could not be written; the others are.
 bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, std::span<const Layer> layers,
-                      Messages& messages);
+                      Log& log);
 
 /// Paths that `writeBufferFiles` writes for these buffers.
 [[nodiscard]] std::vector<std::string> bufferFilePaths(const std::string& directory,
@@ -82,10 +82,10 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
 
 /// Writes a layer as an 8-bit picture to look at: colours with the sRGB curve, vectors from -1..1 and numbers
 /// from their range in the picture mapped to 0..1. The format follows the extension.
-bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer, Messages& messages);
+bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer, Log& log);
 
 /// True when `path` can be created and `bytes` fit on its disk: checked before rendering starts.
-bool canWrite(const std::string& path, Messages& messages, std::uint64_t bytes = 0);
+bool canWrite(const std::string& path, Log& log, std::uint64_t bytes = 0);
 
 /// Channel names of a layer as the layered file has them.
 [[nodiscard]] std::vector<std::string> channelNames(const Buffer& buffer);

@@ -48,7 +48,7 @@ float insideImage(float value, Wrap wrap) {
 
 /// The library chooses a level of the pyramid by the ellipse's short axis and the image's short side alone,
 /// so it sharpens too much along the long side: what is narrower there is widened towards the other.
-TextureFootprint forLibrary(TextureFootprint f, int width, int height) {
+Footprint forLibrary(Footprint f, int width, int height) {
     const float s = std::max(std::abs(f.dsdx), std::abs(f.dsdy));
     const float t = std::max(std::abs(f.dtdx), std::abs(f.dtdy));
     const float aspect = static_cast<float>(width) / static_cast<float>(std::max(height, 1));
@@ -85,7 +85,7 @@ struct Loaded {
 } // namespace
 
 struct Textures::Implementation {
-    Messages& messages;
+    Log& log;
     std::vector<std::string> searchPaths;
     OIIO::ImageCache* cache;
     OIIO::TextureSystem* system;
@@ -110,9 +110,9 @@ struct Textures::Implementation {
                 const TextureLookup& how, miColor& result) const;
 };
 
-Textures::Textures(Messages& messages, std::vector<std::string> searchPaths, std::size_t cacheMegabytes)
-    : implementation_(new Implementation{
-          messages, std::move(searchPaths), OIIO::ImageCache::create(false), nullptr, {}, {}}) {
+Textures::Textures(Log& log, std::vector<std::string> searchPaths, std::size_t cacheMegabytes)
+    : implementation_(
+          new Implementation{log, std::move(searchPaths), OIIO::ImageCache::create(false), nullptr, {}, {}}) {
     implementation_->system = OIIO::TextureSystem::create(false, implementation_->cache);
     OIIO::TextureSystem& system = *implementation_->system;
     system.attribute("max_memory_MB", static_cast<float>(cacheMegabytes));
@@ -150,9 +150,9 @@ void Textures::Implementation::loadPixels(const scene::TextureElement& texture, 
                                static_cast<std::size_t>(std::max(texture.height, 0)) *
                                static_cast<std::size_t>(texture.components * texture.bytesPerComponent);
     if (needed == 0 || texture.pixels.size() < needed) {
-        messages.errorAt(texture.place, "IMG",
-                         "texture \"{}\" has no image: {} bytes of pixels where {} x {} need {}",
-                         texture.name, texture.pixels.size(), texture.width, texture.height, needed);
+        log.errorAt(texture.location, "IMG",
+                    "texture \"{}\" has no image: {} bytes of pixels where {} x {} need {}", texture.name,
+                    texture.pixels.size(), texture.width, texture.height, needed);
         return;
     }
     entry.pixels.emplace(texture);
@@ -177,8 +177,8 @@ void Textures::Implementation::loadFile(const scene::TextureElement& texture, Lo
     if (file == candidates.end()) {
         std::string tried;
         for (const fs::path& each : candidates) tried += (tried.empty() ? "" : ", ") + each.string();
-        messages.errorAt(texture.place, "IMG", "texture \"{}\": image \"{}\" was not found; tried {}",
-                         texture.name, texture.file, tried);
+        log.errorAt(texture.location, "IMG", "texture \"{}\": image \"{}\" was not found; tried {}",
+                    texture.name, texture.file, tried);
         return;
     }
     OIIO::ustring path(file->string());
@@ -195,8 +195,8 @@ void Textures::Implementation::open(const scene::TextureElement& texture, Loaded
                                     const std::string& shown) {
     OIIO::ImageSpec spec;
     if (!system->get_imagespec(name, 0, spec)) {
-        messages.errorAt(texture.place, "IMG", "texture \"{}\": image \"{}\" cannot be read: {}",
-                         texture.name, shown, system->geterror());
+        log.errorAt(texture.location, "IMG", "texture \"{}\": image \"{}\" cannot be read: {}", texture.name,
+                    shown, system->geterror());
         return;
     }
     entry.channels = std::min(spec.nchannels, 4);
@@ -215,7 +215,7 @@ bool Textures::Implementation::lookup(const scene::TextureElement& texture, Load
     options.swrap = libraryWrap(how.wrapS);
     options.twrap = libraryWrap(how.wrapT);
     options.fill = 1.0f; // alpha of images that have none
-    TextureFootprint size;
+    Footprint size;
     if (how.filtered) {
         options.mipmode = OIIO::TextureOpt::MipModeAniso;
         options.interpmode = how.magnified == TextureLookup::Magnified::Cubic
@@ -240,10 +240,10 @@ bool Textures::Implementation::lookup(const scene::TextureElement& texture, Load
     if (!system->texture(entry.handle, thisThread(), options, s, t, size.dsdx, -size.dtdx, size.dsdy,
                          -size.dtdy, greyWithAlpha ? 2 : 4, values)) {
         const std::string why = system->geterror();
-        messages.once("texture " + texture.name, {Level::Error, "IMG", 0,
-                                                  fmt::format("texture \"{}\": look-up in \"{}\" failed: {}",
-                                                              texture.name, texture.file, why),
-                                                  texture.place});
+        log.once("texture " + texture.name, {LogLevel::Error, "IMG", 0,
+                                             fmt::format("texture \"{}\": look-up in \"{}\" failed: {}",
+                                                         texture.name, texture.file, why),
+                                             texture.location});
         return false;
     }
     if (greyWithAlpha) {

@@ -15,7 +15,7 @@ namespace orca::image {
 
 /// Footprint of a look-up in texture space: change of (s, t) over one pixel step in x and in y. All zero: a
 /// point.
-struct TextureFootprint {
+struct Footprint {
     float dsdx = 0, dtdx = 0, dsdy = 0, dtdy = 0;
 };
 
@@ -25,7 +25,7 @@ struct TextureLookup {
     /// What stands between texels where the footprint is smaller than one.
     enum class Magnified { Bilinear, Cubic };
 
-    TextureFootprint footprint;
+    Footprint footprint;
     bool filtered = false; ///< false: the nearest texel
     Wrap wrapS = Wrap::Repeat, wrapT = Wrap::Repeat;
     Magnified magnified = Magnified::Bilinear;
@@ -36,7 +36,7 @@ struct TextureLookup {
 /// statement; look-ups of it are false.
 class Textures {
 public:
-    Textures(Messages& messages, std::vector<std::string> searchPaths, std::size_t cacheMegabytes = 1024);
+    Textures(Log& log, std::vector<std::string> searchPaths, std::size_t cacheMegabytes = 1024);
     ~Textures();
     Textures(const Textures&) = delete;
     Textures& operator=(const Textures&) = delete;

@@ -43,10 +43,10 @@ struct DisplacementCalls::Worker {
         closeBaseState(context);
     }
 
-    void enter(const geometry::Leaf& leaf) {
-        if (current == &leaf) return;
-        current = &leaf;
-        const miTransform& place = leaf.instanceRecord->tf;
+    void enter(const geometry::MeshInstance& meshInstance) {
+        if (current == &meshInstance) return;
+        current = &meshInstance;
+        const miTransform& place = meshInstance.instanceRecord->tf;
         const CameraSpace& camera = context.frame.placement.start();
         space.toWorld = place.local_to_global;
         space.fromWorld = place.global_to_local;
@@ -56,7 +56,7 @@ struct DisplacementCalls::Worker {
 
     RenderContext context;
     DisplacementSpace space{};
-    const geometry::Leaf* current = nullptr;
+    const geometry::MeshInstance* current = nullptr;
 };
 
 DisplacementCalls::DisplacementCalls(const Frame& frame, int threads)
@@ -75,11 +75,10 @@ bool DisplacementCalls::answersScalar(miTag shader) const {
         const auto* element = frame_.database.find<scene::FunctionElement>(tag);
         if (!element) return false;
         if (element->declaration->result.type == miTYPE_SCALAR) continue;
-        frame_.messages.errorAt(
-            element->place, "RNDR",
-            "displacement shader \"{}\": \"{}\" does not answer a scalar; connect a scalar "
-            "result of it to \"height\" of \"velaDisplacement\" and use that",
-            element->name, element->declaration->name);
+        frame_.log.errorAt(element->location, "RNDR",
+                           "displacement shader \"{}\": \"{}\" does not answer a scalar; connect a scalar "
+                           "result of it to \"height\" of \"velaDisplacement\" and use that",
+                           element->name, element->declaration->name);
         return false;
     }
     return true;
@@ -92,11 +91,12 @@ DisplacementCalls::Worker& DisplacementCalls::workerOfThisThread() {
     return *worker;
 }
 
-float DisplacementCalls::operator()(const geometry::Leaf& leaf, const geometry::DisplacementVertex& vertex) {
+float DisplacementCalls::operator()(const geometry::MeshInstance& meshInstance,
+                                    const geometry::DisplacementVertex& vertex) {
     const miMaterial* const material = frame_.materialOf(vertex.material);
     if (!material || material->displace == miNULLTAG || !usable_[material->displace]) return 0.0f;
     Worker& worker = workerOfThisThread();
-    worker.enter(leaf);
+    worker.enter(meshInstance);
 
     ChildState child(worker.context, &worker.context.base, miRAY_DISPLACE);
     DerivedState& derived = child.derived();
@@ -107,9 +107,9 @@ float DisplacementCalls::operator()(const geometry::Leaf& leaf, const geometry::
     child->dir = vertex.normal;
     mi_vector_neg(&child->dir);
     child->dot_nd = -1.0f;
-    child->instance = leaf.instance;
+    child->instance = meshInstance.instance;
     child->material = vertex.material;
-    child->label = leaf.label;
+    child->label = meshInstance.label;
     child->tex_list = derived.textureCoordinates.data();
     derived.textureCoordinates[0] = {0.0f, 0.0f, 0.0f};
     std::copy_n(vertex.textures, vertex.textureSpaces, derived.textureCoordinates.begin());

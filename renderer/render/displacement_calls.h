@@ -23,7 +23,7 @@ public:
 
     /// What the shaders of the vertex's material answer; 0 where there is none and where they fail, which is
     /// counted for the report.
-    float operator()(const geometry::Leaf& leaf, const geometry::DisplacementVertex& vertex);
+    float operator()(const geometry::MeshInstance& meshInstance, const geometry::DisplacementVertex& vertex);
 
 private:
     struct Worker;

@@ -7,8 +7,8 @@
 #include "image/textures.h"
 #include "render/camera/camera_placement.h"
 #include "render/gather/gather_settings.h"
+#include "render/light/light_instance.h"
 #include "render/light/light_profiles.h"
-#include "render/light/placed_light.h"
 #include "scene/database.h"
 #include "shading/shader_runtime.h"
 
@@ -26,13 +26,13 @@ class ShadowMaps;
 /// Everything that stays the same while one picture is rendered. Shared by all threads, const for them.
 class Frame {
 public:
-    Frame(scene::Database& sceneDatabase, Messages& sceneMessages, shading::ShaderRuntime& shaderRuntime,
+    Frame(scene::Database& sceneDatabase, Log& sceneLog, shading::ShaderRuntime& shaderRuntime,
           image::Textures& textureCache, const geometry::SceneGeometry& sceneGeometry,
           const image::FramebufferSet& frameBuffers, const miOptions& renderOptions,
           const miCamera& renderCamera, miTag cameraInstance);
 
     scene::Database& database;
-    Messages& messages;
+    Log& log;
     shading::ShaderRuntime& runtime;
     image::Textures& textures;
     const LightProfiles lightProfiles;
@@ -57,7 +57,7 @@ public:
     std::vector<BufferSlot> bufferSlots;
     /// The buffers that the renderer itself fills.
     struct MainBuffer {
-        image::MainSource source;
+        image::BuiltinSource source;
         int offset;
     };
     std::vector<MainBuffer> mainBuffers;
@@ -73,20 +73,20 @@ public:
     [[nodiscard]] bool moves() const { return geometry.moves() || placement.moves(); }
 
     /// All placed meshes.
-    const std::span<const geometry::Leaf> leaves;
+    const std::span<const geometry::MeshInstance> meshInstances;
     /// The placed mesh of a leaf instance; null for other tags.
-    [[nodiscard]] const geometry::Leaf* leafOf(miTag instance) const {
-        const std::uint32_t index = lookUp(leafByTag_, instance);
-        return index == geometry::nothing ? nullptr : &leaves[index];
+    [[nodiscard]] const geometry::MeshInstance* meshInstanceOf(miTag instance) const {
+        const std::uint32_t index = lookUp(instanceByTag_, instance);
+        return index == geometry::nothing ? nullptr : &meshInstances[index];
     }
     /// The placed light of a light instance; null for other tags.
-    [[nodiscard]] const PlacedLight* lightOf(miTag instance) const {
+    [[nodiscard]] const LightInstance* lightOf(miTag instance) const {
         const std::uint32_t index = lookUp(lightByTag_, instance);
         return index == geometry::nothing ? nullptr : &lights_[index];
     }
-    [[nodiscard]] std::span<const PlacedLight> lights() const { return lights_; }
+    [[nodiscard]] std::span<const LightInstance> lights() const { return lights_; }
     /// Area lights whose shapes can be seen.
-    [[nodiscard]] std::span<const PlacedLight* const> visibleLights() const { return visibleLights_; }
+    [[nodiscard]] std::span<const LightInstance* const> visibleLights() const { return visibleLights_; }
     /// Material record; null for an unknown tag.
     [[nodiscard]] const miMaterial* materialOf(miTag material) const {
         return material < materialByTag_.size() ? materialByTag_[material] : nullptr;
@@ -102,9 +102,9 @@ private:
         return tag < byTag.size() ? byTag[tag] : geometry::nothing;
     }
 
-    std::vector<std::uint32_t> leafByTag_;
-    std::vector<PlacedLight> lights_;
-    std::vector<const PlacedLight*> visibleLights_;
+    std::vector<std::uint32_t> instanceByTag_;
+    std::vector<LightInstance> lights_;
+    std::vector<const LightInstance*> visibleLights_;
     std::vector<std::uint32_t> lightByTag_;
     std::vector<const miMaterial*> materialByTag_;
 };

@@ -24,7 +24,7 @@ RenderContext::RenderContext(const Frame& renderFrame, int threadNumber)
     base.environment = renderFrame.camera.environment;
     base.ior = base.ior_in = 1.0f;
     base.importance = 1.0f;
-    base.hit_leaf = base.hit_triangle = geometry::nothing;
+    base.hit_instance = base.hit_triangle = geometry::nothing;
     base.tex_list = slot(0).textureCoordinates.data();
     base.ext = static_cast<CallContext*>(this);
 }

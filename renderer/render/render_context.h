@@ -13,7 +13,7 @@
 
 namespace orca::render {
 
-class GatherHarvest;
+class PendingGatherRecords;
 
 /// A derived state with the memory that its pointers lead to. Kept per nesting depth and reused, so that a
 /// caller can read its most recent child and no sample allocates.
@@ -73,7 +73,7 @@ struct RenderContext : shading::CallContext {
 
     PrimaryHit primary;
     float eyeStart = 0.0f; ///< rasterizer: distance of the layer last shaded
-    std::uint32_t skipLeaf = geometry::nothing, skipTriangle = geometry::nothing;
+    std::uint32_t skipInstance = geometry::nothing, skipTriangle = geometry::nothing;
 
     bool holdsOpacity = false; ///< rasterizer: a layer is being shaded
     bool opacitySet = false;
@@ -83,7 +83,7 @@ struct RenderContext : shading::CallContext {
     const DisplacementSpace* displacementSpace = nullptr;   ///< set in displacement calls
     int gatherDepth = 0;                                    ///< nesting of gathers
     int gatherReflectionBase = 0, gatherRefractionBase = 0; ///< levels at which the innermost one began
-    GatherHarvest* gatherHarvest = nullptr;                 ///< gathering ahead: where new records go
+    PendingGatherRecords* pendingGatherRecords = nullptr;   ///< gathering ahead: where new records go
     int depth = 0;                                          ///< nesting of derived states
 
     /// The reusable state for one more level of nesting.

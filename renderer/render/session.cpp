@@ -6,9 +6,9 @@
 #include "render/attached_phenomena.h"
 #include "render/displacement_calls.h"
 #include "render/frame.h"
-#include "render/gather/gather_ahead.h"
+#include "render/gather/gather_prepass.h"
 #include "render/light/shadow_map.h"
-#include "render/sampling/refinement.h"
+#include "render/sampling/adaptive_sampler.h"
 #include "render/tile_renderer.h"
 #include "scene/elements/elements.h"
 #include "shading/active_renderer.h"
@@ -88,8 +88,7 @@ image::PictureFrame pictureFrame(const miCamera& camera) {
 
 /// Null, with a message, when there is not memory enough. Asked before the first page is touched, as systems
 /// that promise more than they have would stop the whole process later.
-std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWindow& window,
-                             Messages& messages) {
+std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWindow& window, Log& log) {
     const std::size_t needed = Film::bytesNeeded(buffers, window);
     const auto machine =
         static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
@@ -97,30 +96,30 @@ std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWi
         if (needed < machine) return std::make_unique<Film>(buffers, window);
     } catch (const std::bad_alloc&) { // a limit of the process
     }
-    messages.error("RNDR",
-                   "{} x {} pixels of {} frame buffers need {:.1f} GB, more memory than there is; render the "
-                   "picture in parts (--window), smaller (--size) or with fewer passes at once",
-                   window.width(), window.height(), buffers.buffers().size() - 1,
-                   static_cast<double>(needed) * 1e-9);
+    log.error("RNDR",
+              "{} x {} pixels of {} frame buffers need {:.1f} GB, more memory than there is; render the "
+              "picture in parts (--window), smaller (--size) or with fewer passes at once",
+              window.width(), window.height(), buffers.buffers().size() - 1,
+              static_cast<double>(needed) * 1e-9);
     return nullptr;
 }
 
 /// A pass that was asked for and stays black would be noticed in compositing, days later. One pixel is asked
 /// for its values, not for what is missing.
-void reportUnwritten(FrameResult& result, const TileRenderer& tiles, Messages& messages) {
+void reportUnwritten(FrameResult& result, const TileRenderer& tiles, Log& log) {
     const auto& buffers = result.framebuffers().buffers();
     const PixelWindow& window = result.film->window();
     const bool isPicture = window.width() > 1 || window.height() > 1;
     for (std::size_t i = 1; isPicture && i < buffers.size(); ++i) {
-        if (buffers[i].primary || buffers[i].source != image::MainSource::None || tiles.written(i)) continue;
+        if (buffers[i].primary || buffers[i].source != image::BuiltinSource::None || tiles.written(i))
+            continue;
         result.unwritten.push_back(buffers[i].name);
-        messages.warning("RNDR", "frame buffer \"{}\" was written by no shader and stays black",
-                         buffers[i].name);
+        log.warning("RNDR", "frame buffer \"{}\" was written by no shader and stays black", buffers[i].name);
     }
     // Shaders look buffers up by name and get index 0 for a name that there is not.
     if (tiles.written(0))
-        messages.warning(
-            "RNDR", "a shader writes a frame buffer that the camera does not have: a name in its data block "
+        log.warning("RNDR",
+                    "a shader writes a frame buffer that the camera does not have: a name in its data block "
                     "matches no framebuffer statement");
 }
 
@@ -139,14 +138,10 @@ FrameResult::FrameResult(std::unique_ptr<image::FramebufferSet> framebuffers, co
     : framebuffers_(std::move(framebuffers)), frame_(pictureFrame(camera)) {
 }
 
-Session::Session(scene::Database& database, Messages& messages, shading::ShaderRuntime& runtime,
+Session::Session(scene::Database& database, Log& log, shading::ShaderRuntime& runtime,
                  image::Textures& textures)
-    : database_(database),
-      messages_(messages),
-      runtime_(runtime),
-      textures_(textures),
-      globalLock_(createLock()) {
-    shading::activate({&database, &messages});
+    : database_(database), log_(log), runtime_(runtime), textures_(textures), globalLock_(createLock()) {
+    shading::activate({&database, &log});
 }
 
 Session::~Session() {
@@ -161,7 +156,7 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
         cameraInstance ? database_.find<scene::CameraElement>(cameraInstance->instance.item) : nullptr;
     auto* optionsElement = database_.find<scene::OptionsElement>(optionsTag);
     if (!database_.find<scene::GroupElement>(group) || !cameraElement || !optionsElement) {
-        messages_.error("RNDR", "a render needs an instance group, an instance of a camera and options");
+        log_.error("RNDR", "a render needs an instance group, an instance of a camera and options");
         return nullptr;
     }
 
@@ -176,21 +171,20 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     AttachedPhenomena attached(database_, attachments);
     attached.extend(camera);
 
-    auto framebuffers = std::make_unique<image::FramebufferSet>(*cameraElement, *optionsElement, messages_,
-                                                                attachments.outputs);
+    auto framebuffers =
+        std::make_unique<image::FramebufferSet>(*cameraElement, *optionsElement, log_, attachments.outputs);
     image::FramebufferSet& buffers = *framebuffers;
     auto result = std::make_unique<FrameResult>(std::move(framebuffers), camera);
     const CollectionScope collection(database_, buffers);
     camera.buffertag = collection.tag();
     const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
-    result->film = filmOf(buffers, window, messages_);
+    result->film = filmOf(buffers, window, log_);
     if (!result->film) return nullptr;
 
     runtime_.bind();
-    geometry::SceneGeometry geometry(database_, messages_, attached.extendedGroup(group), options, threads,
+    geometry::SceneGeometry geometry(database_, log_, attached.extendedGroup(group), options, threads,
                                      geometry::SceneGeometry::Displacement::StillToCome);
-    Frame frame(database_, messages_, runtime_, textures_, geometry, buffers, options, camera,
-                cameraInstanceTag);
+    Frame frame(database_, log_, runtime_, textures_, geometry, buffers, options, camera, cameraInstanceTag);
     frame.globalLock = globalLock_;
     frame.stop = settings.stop;
     frame.gather = GatherSettings(*optionsElement);
@@ -205,13 +199,14 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     result->statistics.buildSeconds = secondsSince(buildStart);
 
     const auto renderStart = Clock::now();
-    Refinement refinement(window, options.min_samples, options.max_samples, contrastOf(options, frame));
-    TileRenderer tiles(frame, *result->film, settings, threads, refinement.passesAtMost());
+    AdaptiveSampler adaptiveSampler(window, options.min_samples, options.max_samples,
+                                    contrastOf(options, frame));
+    TileRenderer tiles(frame, *result->film, settings, threads, adaptiveSampler.passesAtMost());
     bool complete = true;
     ShadowMaps shadowMaps;
     if (options.use_shadow_maps)
         tiles.inArena([&] {
-            for (const PlacedLight& light : frame.lights())
+            for (const LightInstance& light : frame.lights())
                 if (light.light->use_shadow_maps) shadowMaps.add(geometry, light);
         });
     if (!shadowMaps.empty()) frame.shadowMaps = &shadowMaps;
@@ -219,14 +214,14 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     frame.gatherSpacing = frame.gather.rays > 0 ? gatherSpacing(frame.gather.presampleDensity) : 0;
     if (frame.gatherSpacing > 0) {
         frame.gatherCaches = &gathered;
-        complete = gatherAhead(tiles, frame, gathered);
-        messages_.info("RNDR", "gathered light ahead at {} points, and at {} between bounces, in {:.1f} s",
-                       gathered.of(0).size(), gathered.of(1).size(), secondsSince(renderStart));
+        complete = gatherPrepass(tiles, frame, gathered);
+        log_.info("RNDR", "gathered light ahead at {} points, and at {} between bounces, in {:.1f} s",
+                  gathered.of(0).size(), gathered.of(1).size(), secondsSince(renderStart));
     }
-    Refinement::Pass pass = refinement.first();
+    AdaptiveSampler::Pass pass = adaptiveSampler.first();
     while (complete) {
         complete = tiles.render(pass);
-        if (!complete || !refinement.next(*result->film, pass)) break;
+        if (!complete || !adaptiveSampler.next(*result->film, pass)) break;
     }
     tiles.close();
 
@@ -234,8 +229,8 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     runtime_.exitAll(&exitContext.base);
     runtime_.reportFaults();
     if (complete) {
-        refinement.fillGaps(*result->film);
-        reportUnwritten(*result, tiles, messages_);
+        adaptiveSampler.fillGaps(*result->film);
+        reportUnwritten(*result, tiles, log_);
     }
     result->film->resolve();
     result->interrupted = !complete;
@@ -243,7 +238,7 @@ std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTa
     statistics.rays = tiles.counts();
     statistics.renderSeconds = secondsSince(renderStart);
     statistics.triangles = geometry.triangleCount();
-    statistics.leaves = geometry.leaves().size();
+    statistics.meshInstances = geometry.meshInstances().size();
     statistics.lights = geometry.lights().size();
     statistics.filmBytes = result->film->bytes();
     statistics.threads = threads;

@@ -32,7 +32,7 @@ struct RenderSettings {
 struct RenderStatistics {
     RayCounts rays;
     double buildSeconds = 0.0, renderSeconds = 0.0;
-    std::size_t triangles = 0, leaves = 0, lights = 0;
+    std::size_t triangles = 0, meshInstances = 0, lights = 0;
     std::size_t filmBytes = 0;
     int threads = 0;
 };
@@ -61,8 +61,7 @@ private:
 /// there is one at a time in a process.
 class Session {
 public:
-    Session(scene::Database& database, Messages& messages, shading::ShaderRuntime& runtime,
-            image::Textures& textures);
+    Session(scene::Database& database, Log& log, shading::ShaderRuntime& runtime, image::Textures& textures);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -73,7 +72,7 @@ public:
 
 private:
     scene::Database& database_;
-    Messages& messages_;
+    Log& log_;
     shading::ShaderRuntime& runtime_;
     image::Textures& textures_;
     miLock globalLock_;

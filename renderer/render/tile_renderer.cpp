@@ -71,7 +71,7 @@ TileRenderer::Worker& TileRenderer::workerOfThisThread() {
     return *worker;
 }
 
-void TileRenderer::renderPixel(Worker& worker, const Refinement::Pass& pass, int x, int y) {
+void TileRenderer::renderPixel(Worker& worker, const AdaptiveSampler::Pass& pass, int x, int y) {
     film_.prefetch(x, y);
     for (unsigned index = pass.firstSample; index < pass.endSample; ++index) {
         Sampler& sampler = worker.context.sampler;
@@ -86,7 +86,7 @@ void TileRenderer::renderPixel(Worker& worker, const Refinement::Pass& pass, int
     }
 }
 
-void TileRenderer::renderTile(Worker& worker, const Refinement::Pass& pass, const PixelWindow& tile) {
+void TileRenderer::renderTile(Worker& worker, const AdaptiveSampler::Pass& pass, const PixelWindow& tile) {
     const PixelWindow& window = film_.window();
     const auto wanted = [&](int x, int y) {
         return pass.pixels.empty() || pass.pixels[static_cast<std::size_t>(y - window.yl) *
@@ -136,7 +136,7 @@ void TileRenderer::inArena(const std::function<void()>& work) {
     arena.execute(work);
 }
 
-bool TileRenderer::render(const Refinement::Pass& pass) {
+bool TileRenderer::render(const AdaptiveSampler::Pass& pass) {
     const std::vector<PixelWindow> tiles = tilesOf(film_.window(), tileSize_);
     std::atomic<std::size_t> done{0};
     std::mutex reporting;

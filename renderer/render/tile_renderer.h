@@ -3,7 +3,7 @@
 
 #include "render/film/film.h"
 #include "render/render_context.h"
-#include "render/sampling/refinement.h"
+#include "render/sampling/adaptive_sampler.h"
 #include "render/session.h"
 
 #include <functional>
@@ -21,7 +21,7 @@ public:
     ~TileRenderer();
 
     /// False when the render was stopped before all tiles were done.
-    bool render(const Refinement::Pass& pass);
+    bool render(const AdaptiveSampler::Pass& pass);
     /// Calls `work` for 0 to count - 1, in any order, each on some thread's render state. False when the
     /// render was stopped before all were done.
     bool forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work);
@@ -36,8 +36,8 @@ public:
 
 private:
     struct Worker;
-    void renderPixel(Worker& worker, const Refinement::Pass& pass, int x, int y);
-    void renderTile(Worker& worker, const Refinement::Pass& pass, const PixelWindow& tile);
+    void renderPixel(Worker& worker, const AdaptiveSampler::Pass& pass, int x, int y);
+    void renderTile(Worker& worker, const AdaptiveSampler::Pass& pass, const PixelWindow& tile);
     Worker& workerOfThisThread();
     bool inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work);
     void report(std::size_t tilesDone, std::size_t tiles);

@@ -10,7 +10,7 @@ namespace orca::shading {
 /// of the renderer in this process. Both null while none is active.
 struct ActiveRenderer {
     scene::Database* database = nullptr;
-    Messages* messages = nullptr;
+    Log* log = nullptr;
 };
 
 /// Sets the active renderer; before rendering threads start and after they ended.

@@ -20,11 +20,11 @@ std::string describe(const scene::Element& element) {
 
 /// Finds the entry points and compares versions; messages come once per shader.
 void findFunctions(ShaderCode& code, const ShaderLibraries& libraries, const scene::FunctionElement& wantedBy,
-                   Messages& messages) {
+                   Log& log) {
     const ShaderLibraries::Symbol entry = libraries.find(code.symbol);
     if (!entry.address) {
-        messages.errorAt(
-            wantedBy.place, "SHDR",
+        log.errorAt(
+            wantedBy.location, "SHDR",
             "no linked library has the shader \"{}\" that {} uses (libraries: {}); is a \"link\" missing?",
             code.name, describe(wantedBy), libraries.list());
         return;
@@ -39,16 +39,15 @@ void findFunctions(ShaderCode& code, const ShaderLibraries& libraries, const sce
         reinterpret_cast<ShaderCode::Version>(libraries.findIn(library, code.symbol + "_version"));
     if (version) {
         if (const int built = version(); built != declared)
-            messages.warningAt(
-                wantedBy.declaration->place, "SHDR",
+            log.warningAt(
+                wantedBy.declaration->location, "SHDR",
                 "shader \"{}\" is declared as version {}, but {} holds version {}; do the declarations "
                 "belong to this library?",
                 code.name, declared, library, built);
     } else if (declared != 0) {
-        messages.warningAt(
-            wantedBy.declaration->place, "SHDR",
-            "shader \"{}\" is declared as version {}, but {} has no \"{}_version\" to compare with",
-            code.name, declared, library, code.symbol);
+        log.warningAt(wantedBy.declaration->location, "SHDR",
+                      "shader \"{}\" is declared as version {}, but {} has no \"{}_version\" to compare with",
+                      code.name, declared, library, code.symbol);
     }
 }
 
@@ -74,8 +73,8 @@ void readRecord(BoundShader& bound, scene::FunctionElement& element, scene::Data
 /// changes.
 class ConnectionWalk {
 public:
-    ConnectionWalk(scene::Database& database, Messages& messages, std::size_t tags)
-        : database_(database), messages_(messages), seen_(tags, Mark::New) {}
+    ConnectionWalk(scene::Database& database, Log& log, std::size_t tags)
+        : database_(database), log_(log), seen_(tags, Mark::New) {}
 
     void visit(miTag tag) {
         if (tag >= seen_.size() || seen_[tag] == Mark::Done) return;
@@ -84,10 +83,9 @@ public:
         seen_[tag] = Mark::Open;
         for (scene::Connection& connection : element->connections) {
             if (connection.source < seen_.size() && seen_[connection.source] == Mark::Open) {
-                messages_.errorAt(
-                    element->place, "SHDR",
-                    "{} is connected to itself through {}; the connection is cut and gives zeros",
-                    describe(*element), describe(*database_.get(connection.source)));
+                log_.errorAt(element->location, "SHDR",
+                             "{} is connected to itself through {}; the connection is cut and gives zeros",
+                             describe(*element), describe(*database_.get(connection.source)));
                 connection.source = miNULLTAG;
                 continue;
             }
@@ -99,7 +97,7 @@ public:
 private:
     enum class Mark : std::uint8_t { New, Open, Done };
     scene::Database& database_;
-    Messages& messages_;
+    Log& log_;
     std::vector<Mark> seen_;
 };
 
@@ -128,7 +126,7 @@ void ShaderRuntime::bind() {
         ShaderCode& code = *bound->code;
         if (!code.entry && code.librariesSearched != all.libraries.count()) {
             code.librariesSearched = all.libraries.count();
-            findFunctions(code, all.libraries, *element, messages_);
+            findFunctions(code, all.libraries, *element, log_);
         }
         bound->entry = bound->code->entry;
         readRecord(*bound, *element, database_);
@@ -144,16 +142,16 @@ void ShaderRuntime::bind() {
             if (++length <= all.shaders.size())
                 continue; // a list longer than the scene has shaders has met itself
             const scene::Element* const element = database_.get(bound->tag);
-            messages_.errorAt(element->place, "SHDR",
-                              "the shader list that {} stands in leads back to itself; it is cut",
-                              describe(*element));
+            log_.errorAt(element->location, "SHDR",
+                         "the shader list that {} stands in leads back to itself; it is cut",
+                         describe(*element));
             bound->next = nullptr;
             bound->function->next_function = miNULLTAG;
             break;
         }
     }
 
-    ConnectionWalk walk(database_, messages_, all.shaders.size());
+    ConnectionWalk walk(database_, log_, all.shaders.size());
     for (miTag tag = 1; tag < all.shaders.size(); ++tag) walk.visit(tag);
 }
 

@@ -9,7 +9,7 @@
 namespace orca::shading {
 
 bool ShaderLibraries::load(const std::string& file, const std::vector<std::string>& searchPaths,
-                           const Place& place, Messages& messages) {
+                           const SourceLocation& location, Log& log) {
     namespace fs = std::filesystem;
     std::vector<std::string> candidates;
     if (file.find('/') != std::string::npos) {
@@ -41,7 +41,7 @@ bool ShaderLibraries::load(const std::string& file, const std::vector<std::strin
         return true;
     }
     if (candidates.empty()) tried = "\n  the library path is empty";
-    messages.errorAt(place, "SHDR", "cannot load the shader library \"{}\"; tried:{}", file, tried);
+    log.errorAt(location, "SHDR", "cannot load the shader library \"{}\"; tried:{}", file, tried);
     return false;
 }
 

@@ -13,8 +13,8 @@ namespace orca::shading {
 class ShaderLibraries {
 public:
     /// See ShaderRuntime::loadLibrary.
-    bool load(const std::string& file, const std::vector<std::string>& searchPaths, const Place& place,
-              Messages& messages);
+    bool load(const std::string& file, const std::vector<std::string>& searchPaths,
+              const SourceLocation& location, Log& log);
 
     struct Symbol {
         void* address = nullptr; ///< null: in no library

@@ -48,7 +48,7 @@ void ShaderRuntime::exitAll(miState* state) {
         try {
             code.exit(state, parameters);
         } catch (...) {
-            messages_.error("SHDR", "\"{}_exit\" threw: {}", code.name, describeException());
+            log_.error("SHDR", "\"{}_exit\" threw: {}", code.name, describeException());
         }
     };
     for (const auto& shader : all.shaders) {
@@ -108,14 +108,13 @@ void ShaderRuntime::reportFaults() {
         if (const auto count = code->threw.take()) {
             const std::string first =
                 code->firstThrown.empty() ? "" : "; the first time: " + code->firstThrown;
-            messages_.warning("SHDR", "shader \"{}\" threw an exception {}{}", name, times(count), first);
+            log_.warning("SHDR", "shader \"{}\" threw an exception {}{}", name, times(count), first);
         }
         if (const auto count = code->notANumber.take())
-            messages_.warning("SHDR",
-                              "shader \"{}\" gave a value that is not a number {}; it was replaced by 0",
-                              name, times(count));
+            log_.warning("SHDR", "shader \"{}\" gave a value that is not a number {}; it was replaced by 0",
+                         name, times(count));
         if (const auto count = code->returnedFalse.take())
-            messages_.warning("SHDR", "shader \"{}\" returned false {}", name, times(count));
+            log_.warning("SHDR", "shader \"{}\" returned false {}", name, times(count));
         code->firstThrown.clear();
     }
 }

@@ -9,15 +9,15 @@
 
 namespace orca::shading {
 
-ShaderRuntime::ShaderRuntime(scene::Database& database, Messages& messages)
-    : database_(database), messages_(messages), implementation_(std::make_unique<Implementation>()) {
+ShaderRuntime::ShaderRuntime(scene::Database& database, Log& log)
+    : database_(database), log_(log), implementation_(std::make_unique<Implementation>()) {
 }
 
 ShaderRuntime::~ShaderRuntime() = default;
 
 bool ShaderRuntime::loadLibrary(const std::string& file, const std::vector<std::string>& searchPaths,
-                                const Place& place) {
-    return implementation_->libraries.load(file, searchPaths, place, messages_);
+                                const SourceLocation& location) {
+    return implementation_->libraries.load(file, searchPaths, location, log_);
 }
 
 miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miState* state, BoundShader* bound,

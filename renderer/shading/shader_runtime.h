@@ -17,7 +17,7 @@ namespace orca::shading {
 /// thread and take no lock after an instance's first call.
 class ShaderRuntime {
 public:
-    ShaderRuntime(scene::Database& database, Messages& messages);
+    ShaderRuntime(scene::Database& database, Log& log);
     ~ShaderRuntime();
     ShaderRuntime(const ShaderRuntime&) = delete;
     ShaderRuntime& operator=(const ShaderRuntime&) = delete;
@@ -25,7 +25,7 @@ public:
     /// Opens a shared object; a name without a directory is searched in `searchPaths`. False, with a message
     /// that names the statement at `place` and the paths tried, when it cannot be opened.
     bool loadLibrary(const std::string& file, const std::vector<std::string>& searchPaths,
-                     const Place& place);
+                     const SourceLocation& location);
 
     /// Finds the functions of all shader instances in the database that are not bound yet and compares
     /// versions. A function found in no library is one error that names the shader, who wanted it and the
@@ -72,8 +72,8 @@ public:
     /// further.
     void exitAll(miState* state);
 
-    /// Records a fault of a shader instance (not-a-number in its result, say); no lock. What a shader throws
-    /// is counted by `call` itself.
+    /// Records a fault of a shader instance (not-a-number in its result, say); no lock. What a shader
+    /// throws is counted by `call` itself.
     enum class Fault { ReturnedFalse, NotANumber, Threw };
     void countFault(miTag shader, Fault fault);
     /// One warning per shader and kind of fault, with its count and, for exceptions, what the first one said.
@@ -81,12 +81,12 @@ public:
     void reportFaults();
 
     [[nodiscard]] scene::Database& database() const { return database_; }
-    [[nodiscard]] Messages& messages() const { return messages_; }
+    [[nodiscard]] Log& log() const { return log_; }
 
 private:
     struct Implementation;
     scene::Database& database_;
-    Messages& messages_;
+    Log& log_;
     std::unique_ptr<Implementation> implementation_;
 };
 

@@ -170,7 +170,7 @@ void continueThrough(miColor& color, miState* state, VelabaseState& vela, const 
         vela.continueRay ? mi_trace_continue(&behind, state) : mi_trace_transparent(&behind, state);
     if (!found) behind = BLACK;
     state->refraction_level = level.before();
-    if (vela.surfacesShaded == shadedBefore) handUpBackground(state, passes, behind);
+    if (vela.surfacesShaded == shadedBefore) accumulateBackgroundToParent(state, passes, behind);
 
     color = {color.r + transmission.r * behind.r, color.g + transmission.g * behind.g,
              color.b + transmission.b * behind.b, color.a + (1.0f - color.a) * behind.a};
@@ -214,8 +214,8 @@ ORCA_EXPORT miBoolean orcaVelaShadingEngine(miColor* result, miState* state,
 
     const PassRecords passes(state);
     prepareSlots(state, passes);
-    const Restored<FilterSizes> filterSizes(vela->filterSizes);
-    setFilterSizes(state, *vela);
+    const Restored<FilterFootprint> footprint(vela->footprint);
+    setFilterFootprint(state, *vela);
     liftGrazingNormal(state);
 
     SurfaceResult buffer(state, shader);
@@ -234,7 +234,7 @@ ORCA_EXPORT miBoolean orcaVelaShadingEngine(miColor* result, miState* state,
     *result = seen.color;
     if (passes) {
         writeCoverage(state, passes, surface);
-        handUp(state, passes, WHITE - surface.transparency, refracted);
+        accumulateToParent(state, passes, WHITE - surface.transparency, refracted);
     }
     ++vela->surfacesShaded;
     if (seen.continues) continueThrough(*result, state, *vela, passes, surface.transparency);

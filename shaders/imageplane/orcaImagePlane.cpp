@@ -65,12 +65,12 @@ public:
     template <class Trace>
     miColor passBy(const Trace& trace) {
         const miUint shadedBefore = vela.surfacesShaded;
-        HeldSlots slots(state, passes);
+        SavedSlots slots(state, passes);
         miColor seen = BLACK;
         if (!trace(seen)) seen = BLACK;
         slots.showBehind(WHITE, false);
         if (vela.surfacesShaded == shadedBefore) {
-            handUpBackground(state, passes, seen);
+            accumulateBackgroundToParent(state, passes, seen);
             if (handsUp_) ++vela.surfacesShaded;
         }
         return seen;
@@ -78,7 +78,7 @@ public:
 
     /// What lies straight behind the plane, seen with a transmission.
     miColor behind(miScalar transmission, bool pictureIsWritten) {
-        HeldSlots slots(state, passes);
+        SavedSlots slots(state, passes);
         miColor seen = BLACK;
         if (!traceStraight(seen)) seen = BLACK;
         slots.showBehind(grey(transmission, transmission), pictureIsWritten);
@@ -94,9 +94,9 @@ public:
         return mi_trace_transparent(&seen, state);
     }
 
-    void handUpPicture(const miColor& opacity) {
+    void accumulatePictureToParent(const miColor& opacity) {
         if (!handsUp_) return;
-        handUp(state, passes, opacity, BLACK);
+        accumulateToParent(state, passes, opacity, BLACK);
         ++vela.surfacesShaded;
     }
 
@@ -142,7 +142,7 @@ public:
             showTexture(*result, opacity, hit, record, mode);
         }
         writePicture(state, hit.passes, *result);
-        hit.handUpPicture(opacity);
+        hit.accumulatePictureToParent(opacity);
         return miTRUE;
     }
 

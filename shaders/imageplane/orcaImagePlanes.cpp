@@ -66,7 +66,7 @@ miBoolean shade(miColor& result, KeptHit& hit, miState* state) {
     const Pinned<const miMaterial> material(hit.state.material);
     if (!material || material->shader == miNULLTAG) return miFALSE;
     const PassRecords passes(state);
-    const HeldSlots slots(state, passes);
+    const SavedSlots slots(state, passes);
     hit.state.type = miRAY_EYE;
     hit.state.parent = state->parent;
     hit.state.rast_compose = miFALSE;

@@ -33,10 +33,10 @@ struct SamplingDisc {
 /// all of it is blocked.
 /// @param rays  of the first set
 /// @param place void (const miVector& pointOnDisc): points the state's shadow ray there
-template <class Place>
+template <class SourceLocation>
 bool adaptiveDiscShadow(miColor* transmission, const SamplingDisc& disc, const miColor& lightValue,
                         const miColor& shadowColor, unsigned rays, miState* state, unsigned count,
-                        FrameBufferInfo* records, const Place& place) {
+                        FrameBufferInfo* records, const SourceLocation& place) {
     traceShadowAccumulateBegin(count, records);
     miUint n = rays;
     miColor mean[2] = {BLACK, BLACK};

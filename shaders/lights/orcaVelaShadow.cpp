@@ -72,11 +72,11 @@ ORCA_EXPORT miBoolean orcaVelaShadow(miColor* result, miState* state, VelaShadow
 
     miColor c;
     {
-        std::optional<Restored<FilterSizes>> sizes;
+        std::optional<Restored<FilterFootprint>> sizes;
         if (vela) {
             constexpr miVector sharp{1e-8f, 1e-8f, 0.0f}; // textures of a shadow are not blurred
-            sizes.emplace(vela->filterSizes);
-            vela->filterSizes = {sharp, sharp};
+            sizes.emplace(vela->footprint);
+            vela->footprint = {sharp, sharp};
         }
         c = transmissionAt(state, record);
     }

@@ -13,7 +13,7 @@ struct CameraBuffers : ::testing::Test {
     }
     scene::CameraElement camera;
     scene::OptionsElement options;
-    QuietMessages messages;
+    QuietMessages log;
 };
 
 std::size_t indexOf(const FramebufferSet& set, const char* name) {
@@ -27,7 +27,7 @@ TEST_F(CameraBuffers, AreNumberedFromOneInStatementOrderThenOldStyleThenImplied)
     statement("depth", "z").user = true;
     options.framebuffers.push_back({3, "s_fp", {}, {}});
     camera.outputs.push_back({{{"n", {}}}, "exr", "n.exr", {}, {}});
-    const FramebufferSet set(camera, options, messages);
+    const FramebufferSet set(camera, options, log);
 
     EXPECT_EQ(indexOf(set, "main"), 1u);
     EXPECT_EQ(indexOf(set, "p_diffuse"), 2u);
@@ -62,23 +62,23 @@ TEST_F(CameraBuffers, KnowWhoFillsThem) {
     statement("m", "m");
     statement("label", "tag").filtering = true;
     statement("coverage", "coverage");
-    const FramebufferSet set(camera, options, messages);
+    const FramebufferSet set(camera, options, log);
     struct Expected {
         bool user, filtering;
-        MainSource source;
+        BuiltinSource source;
     };
-    const Expected expected[] = {{false, true, MainSource::Color},   {true, true, MainSource::None},
-                                 {true, true, MainSource::None},     {false, false, MainSource::Depth},
-                                 {true, false, MainSource::None},    {false, false, MainSource::Normal},
-                                 {false, false, MainSource::Motion}, {false, false, MainSource::Label},
-                                 {false, true, MainSource::Coverage}};
+    const Expected expected[] = {{false, true, BuiltinSource::Color},   {true, true, BuiltinSource::None},
+                                 {true, true, BuiltinSource::None},     {false, false, BuiltinSource::Depth},
+                                 {true, false, BuiltinSource::None},    {false, false, BuiltinSource::Normal},
+                                 {false, false, BuiltinSource::Motion}, {false, false, BuiltinSource::Label},
+                                 {false, true, BuiltinSource::Coverage}};
     for (std::size_t i = 0; i < std::size(expected); ++i) {
         const Buffer& buffer = set.buffers()[i + 1];
         EXPECT_EQ(buffer.user, expected[i].user) << buffer.name;
         EXPECT_EQ(buffer.filtering, expected[i].filtering) << buffer.name;
         EXPECT_EQ(buffer.source, expected[i].source) << buffer.name;
     }
-    EXPECT_NE(messages.text().find("labels in frame buffer \"label\" are not filtered"), std::string::npos);
+    EXPECT_NE(log.text().find("labels in frame buffer \"label\" are not filtered"), std::string::npos);
 }
 
 TEST_F(CameraBuffers, HaveOnePrimary) {
@@ -86,34 +86,34 @@ TEST_F(CameraBuffers, HaveOnePrimary) {
     statement("depth", "z");
     statement("picture", "rgba");
     {
-        const FramebufferSet set(camera, options, messages);
+        const FramebufferSet set(camera, options, log);
         EXPECT_EQ(set.primaryIndex(), 3); // the first colour that is no user buffer
         EXPECT_FALSE(set.buffers()[3].user);
     }
     camera.framebuffers.pop_back();
     {
-        const FramebufferSet set(camera, options, messages);
+        const FramebufferSet set(camera, options, log);
         EXPECT_EQ(set.primaryIndex(), 3); // made up
         EXPECT_TRUE(set.buffers()[3].hidden);
         EXPECT_EQ(set.buffers()[1].user, true);
     }
-    EXPECT_EQ(messages.text(), "");
+    EXPECT_EQ(log.text(), "");
     statement("one", "rgba_fp").primary = true;
     statement("two", "rgba_fp").primary = true;
     statement("deep", "z").primary = true;
-    const FramebufferSet set(camera, options, messages);
+    const FramebufferSet set(camera, options, log);
     EXPECT_EQ(set.primaryIndex(), 3);
-    EXPECT_NE(messages.text().find("\"two\" is marked primary like \"one\""), std::string::npos);
-    EXPECT_NE(messages.text().find("the primary buffer must be a colour"), std::string::npos);
+    EXPECT_NE(log.text().find("\"two\" is marked primary like \"one\""), std::string::npos);
+    EXPECT_NE(log.text().find("the primary buffer must be a colour"), std::string::npos);
 }
 
 TEST_F(CameraBuffers, OfUnknownTypesAreErrorsThatNameTheStatement) {
-    statement("odd", "vta").place = {"shot.mi", 12, 5};
-    const FramebufferSet set(camera, options, messages);
+    statement("odd", "vta").location = {"shot.mi", 12, 5};
+    const FramebufferSet set(camera, options, log);
     EXPECT_EQ(indexOf(set, "odd"), 0u);
-    EXPECT_EQ(messages.count(Level::Error), 1);
-    EXPECT_NE(messages.text().find("shot.mi:12:5"), std::string::npos);
-    EXPECT_NE(messages.text().find("\"vta\""), std::string::npos);
+    EXPECT_EQ(log.count(LogLevel::Error), 1);
+    EXPECT_NE(log.text().find("shot.mi:12:5"), std::string::npos);
+    EXPECT_NE(log.text().find("\"vta\""), std::string::npos);
 }
 
 TEST_F(CameraBuffers, OutputStatementsFindTheirBuffers) {
@@ -123,7 +123,7 @@ TEST_F(CameraBuffers, OutputStatementsFindTheirBuffers) {
     camera.outputs.push_back({{{"z", true}}, "exr", "z.exr", {}, {}});
     camera.outputs.push_back({{{"main", {}}}, "tif", "b.tif", {}, {}});
     camera.outputs.push_back({{{"nonsense", {}}}, "tif", "c.tif", {}, {}});
-    const FramebufferSet set(camera, options, messages);
+    const FramebufferSet set(camera, options, log);
     ASSERT_EQ(set.buffers().size(), 3u); // no new buffer: both types are there
     const Buffer &main = set.buffers()[1], &depth = set.buffers()[2];
     ASSERT_EQ(main.outputs.size(), 2u);
@@ -131,19 +131,19 @@ TEST_F(CameraBuffers, OutputStatementsFindTheirBuffers) {
     EXPECT_EQ(main.outputs[1].type, miIMG_TYPE_RGBA_FP);
     ASSERT_EQ(depth.outputs.size(), 1u);
     EXPECT_TRUE(depth.filtering); // "+z"
-    EXPECT_EQ(messages.count(Level::Error), 1);
-    EXPECT_NE(messages.text().find("\"nonsense\""), std::string::npos);
+    EXPECT_EQ(log.count(LogLevel::Error), 1);
+    EXPECT_NE(log.text().find("\"nonsense\""), std::string::npos);
 }
 
 TEST_F(CameraBuffers, AreFixedForShadersWhileTheirOwnCollectionsAreNot) {
     statement("main", "rgba_fp").primary = true;
-    FramebufferSet fixed(camera, options, messages);
+    FramebufferSet fixed(camera, options, log);
     EXPECT_FALSE(fixed.remove("main"));
     EXPECT_FALSE(fixed.set("main", "filename", "x.exr"));
     fixed.reset();
     EXPECT_EQ(indexOf(fixed, "main"), 1u);
 
-    FramebufferSet own(messages);
+    FramebufferSet own(log);
     EXPECT_FALSE(own.set("a", "filename", "a.exr")); // no such buffer yet
     EXPECT_FALSE(own.set("a", "datatype", "vts"));
     ASSERT_TRUE(own.set("a", "datatype", "rgba_fp"));

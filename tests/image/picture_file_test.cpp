@@ -50,14 +50,13 @@ struct CameraWithPasses {
 
 TEST(LayeredExr, HoldsEveryLayerAsAPartWithQualifiedChannels) {
     const TemporaryDirectory directory;
-    QuietMessages messages;
+    QuietMessages log;
     PictureFrame frame = wholeFrame(7, 5);
     frame.text = {{"scene", "still.mi"}};
     frame.layerText["diffuse"] = {{"passType", "5"}};
-    const Picture picture(CameraWithPasses().camera, frame, messages);
+    const Picture picture(CameraWithPasses().camera, frame, log);
     const std::string path = directory.file("a.exr");
-    ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers, PartLayout::MultiPart, messages))
-        << messages.text();
+    ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers, PartLayout::MultiPart, log)) << log.text();
     EXPECT_EQ(directory.fileCount(), 1u); // nothing temporary is left
 
     Imf::MultiPartInputFile file(path.c_str());
@@ -87,13 +86,13 @@ TEST(LayeredExr, HoldsEveryLayerAsAPartWithQualifiedChannels) {
 
 TEST(LayeredExr, KeepsThePlaceOfARenderedWindowInOneOrManyParts) {
     const TemporaryDirectory directory;
-    QuietMessages messages;
+    QuietMessages log;
     PictureFrame frame = wholeFrame(20, 10);
     frame.window = {3, 2, 7, 4};
-    const Picture picture(CameraWithPasses().camera, frame, messages);
+    const Picture picture(CameraWithPasses().camera, frame, log);
     for (const PartLayout layout : {PartLayout::MultiPart, PartLayout::SinglePart}) {
         const std::string path = directory.file("w.exr");
-        ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers, layout, messages)) << messages.text();
+        ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers, layout, log)) << log.text();
         Imf::MultiPartInputFile file(path.c_str());
         EXPECT_EQ(file.header(0).displayWindow(), Imath::Box2i({0, 0}, {19, 9}));
         EXPECT_EQ(file.header(0).dataWindow(), Imath::Box2i({3, 5}, {7, 7}));
@@ -112,8 +111,8 @@ TEST(LayeredExr, GivesThePictureItsOwnNameWhereAPassIsCalledBeauty) {
     scene::CameraElement camera;
     addPasses(camera);
     camera.framebuffers.push_back(definition("beauty", "rgba_fp"));
-    QuietMessages messages;
-    const FramebufferSet set(camera, scene::OptionsElement(), messages);
+    QuietMessages log;
+    const FramebufferSet set(camera, scene::OptionsElement(), log);
     const std::vector<PartDescription> parts = describeParts(layeredBuffers(set));
     EXPECT_EQ(parts.front().name, "main");
     EXPECT_EQ(parts.front().channels.front(), "R");
@@ -123,14 +122,14 @@ TEST(LayeredExr, GivesThePictureItsOwnNameWhereAPassIsCalledBeauty) {
 
 TEST(LayeredExr, KeepsBrightColoursFinite) {
     const TemporaryDirectory directory;
-    QuietMessages messages;
+    QuietMessages log;
     scene::CameraElement camera;
     camera.framebuffers = {definition("main", "rgba_fp")};
-    const FramebufferSet set(camera, scene::OptionsElement(), messages);
+    const FramebufferSet set(camera, scene::OptionsElement(), log);
     const float pixel[] = {1e9f, -1e9f, 0.5f, 1.0f};
     const Layer layer{&set.buffers()[1], pixel};
-    ASSERT_TRUE(writeLayeredExr(directory.file("h.exr"), wholeFrame(1, 1), {&layer, 1}, PartLayout::MultiPart,
-                                messages));
+    ASSERT_TRUE(
+        writeLayeredExr(directory.file("h.exr"), wholeFrame(1, 1), {&layer, 1}, PartLayout::MultiPart, log));
     Imf::MultiPartInputFile file(directory.file("h.exr").c_str());
     EXPECT_EQ(readChannel(file, 0, "R")[0], 65504.0f);
     EXPECT_EQ(readChannel(file, 0, "G")[0], -65504.0f);
@@ -138,25 +137,24 @@ TEST(LayeredExr, KeepsBrightColoursFinite) {
 
 TEST(Files, ThatCannotBeWrittenAreFoundBeforeRendering) {
     const TemporaryDirectory directory;
-    QuietMessages messages;
-    EXPECT_TRUE(canWrite(directory.file("good.exr"), messages));
+    QuietMessages log;
+    EXPECT_TRUE(canWrite(directory.file("good.exr"), log));
     EXPECT_EQ(directory.fileCount(), 0u);
-    EXPECT_FALSE(canWrite(directory.file("missing/a.exr"), messages));
-    EXPECT_FALSE(canWrite(directory.path(), messages));
-    EXPECT_FALSE(canWrite("/proc/orca.exr", messages));
-    EXPECT_FALSE(canWrite(directory.file("huge.exr"), messages, std::uint64_t{1} << 60));
-    EXPECT_EQ(messages.count(Level::Error), 4);
-    EXPECT_NE(messages.text().find("missing\" does not exist; create it or choose another"),
-              std::string::npos);
+    EXPECT_FALSE(canWrite(directory.file("missing/a.exr"), log));
+    EXPECT_FALSE(canWrite(directory.path(), log));
+    EXPECT_FALSE(canWrite("/proc/orca.exr", log));
+    EXPECT_FALSE(canWrite(directory.file("huge.exr"), log, std::uint64_t{1} << 60));
+    EXPECT_EQ(log.count(LogLevel::Error), 4);
+    EXPECT_NE(log.text().find("missing\" does not exist; create it or choose another"), std::string::npos);
 
-    const Picture picture(CameraWithPasses().camera, wholeFrame(2, 2), messages);
+    const Picture picture(CameraWithPasses().camera, wholeFrame(2, 2), log);
     EXPECT_FALSE(writeLayeredExr(directory.file("missing/a.exr"), picture.frame, picture.layers,
-                                 PartLayout::MultiPart, messages));
+                                 PartLayout::MultiPart, log));
 }
 
 struct BufferFiles : ::testing::Test {
     TemporaryDirectory directory;
-    QuietMessages messages;
+    QuietMessages log;
     scene::CameraElement camera;
     PictureFrame frame = wholeFrame(2, 2);
     /// Bottom row red and half red, top row green and blue, each with alpha 1.
@@ -171,9 +169,9 @@ struct BufferFiles : ::testing::Test {
         return bytes;
     }
     bool write() {
-        const FramebufferSet set(camera, scene::OptionsElement(), messages);
+        const FramebufferSet set(camera, scene::OptionsElement(), log);
         const Layer layer{&set.buffers()[1], pixels};
-        return writeBufferFiles(directory.path(), frame, {&layer, 1}, messages);
+        return writeBufferFiles(directory.path(), frame, {&layer, 1}, log);
     }
 };
 
@@ -182,7 +180,7 @@ TEST_F(BufferFiles, PngIsTopDownClampedAndGammaCorrected) {
     scene::FramebufferDefinition& main = camera.framebuffers.emplace_back(definition("main", "rgba"));
     main.filename = "p.png";
     camera.outputs.push_back({{{"rgb", {}}}, "jpg", "p.jpg", {}, {}});
-    ASSERT_TRUE(write()) << messages.text();
+    ASSERT_TRUE(write()) << log.text();
     int channels = 0;
     const std::vector<unsigned char> png = written("p.png", channels);
     ASSERT_EQ(channels, 4);
@@ -197,9 +195,9 @@ TEST_F(BufferFiles, UnknownFormatsBecomeExrWithAWarning) {
     scene::FramebufferDefinition& main = camera.framebuffers.emplace_back(definition("main", "rgba_fp"));
     main.filename = "p";
     main.filetype = "qntpal";
-    ASSERT_TRUE(write()) << messages.text();
+    ASSERT_TRUE(write()) << log.text();
     EXPECT_TRUE(std::filesystem::exists(directory.file("p.exr")));
-    EXPECT_EQ(messages.count(Level::Warning), 1);
+    EXPECT_EQ(log.count(LogLevel::Warning), 1);
     main.filetype = "null";
     std::filesystem::remove(directory.file("p.exr"));
     ASSERT_TRUE(write());
@@ -213,9 +211,8 @@ TEST_F(BufferFiles, OfOneExrNameAreLayersOfOneFile) {
     addPasses(camera);
     for (scene::FramebufferDefinition& statement : camera.framebuffers) statement.filename = "all.exr";
     camera.framebuffers[0].filename = "z.exr";
-    const Picture picture(camera, wholeFrame(4, 3), messages);
-    ASSERT_TRUE(writeBufferFiles(directory.path(), picture.frame, picture.layers, messages))
-        << messages.text();
+    const Picture picture(camera, wholeFrame(4, 3), log);
+    ASSERT_TRUE(writeBufferFiles(directory.path(), picture.frame, picture.layers, log)) << log.text();
     EXPECT_EQ(directory.fileCount(), 2u);
     Imf::MultiPartInputFile all(directory.file("all.exr").c_str()), depth(directory.file("z.exr").c_str());
     EXPECT_TRUE(all.header(0).channels().findChannel("R"));

@@ -41,12 +41,12 @@ private:
     std::filesystem::path path_;
 };
 
-/// Messages that are kept and not printed.
-struct QuietMessages : Messages {
-    QuietMessages() : Messages(Level::None, nullptr) { keep(true); }
+/// Log that are kept and not printed.
+struct QuietMessages : Log {
+    QuietMessages() : Log(LogLevel::None, nullptr) { keep(true); }
     [[nodiscard]] std::string text() const {
         std::string all;
-        for (const Message& message : kept()) all += line(message) + '\n';
+        for (const LogMessage& message : kept()) all += line(message) + '\n';
         return all;
     }
 };
@@ -55,8 +55,8 @@ struct QuietMessages : Messages {
 /// holds 100 b + 10 y + x + c / 10; labels hold 1000 y + x.
 class Picture {
 public:
-    Picture(const scene::CameraElement& camera, const PictureFrame& pictureFrame, Messages& messages)
-        : frame(pictureFrame), set(camera, scene::OptionsElement(), messages) {
+    Picture(const scene::CameraElement& camera, const PictureFrame& pictureFrame, Log& log)
+        : frame(pictureFrame), set(camera, scene::OptionsElement(), log) {
         // As a film keeps them: all words of a pixel lie together.
         const std::vector<const Buffer*> buffers = layeredBuffers(set);
         for (int y = frame.window.yl; y <= frame.window.yh; ++y)

@@ -27,7 +27,7 @@ struct TextureLookups : ::testing::Test {
     }
     miColor look(const scene::TextureElement& texture, float s, float t, const TextureLookup& how = {}) {
         miColor color{-1, -1, -1, -1};
-        EXPECT_TRUE(textures.lookup(texture, s, t, how, color)) << messages.text();
+        EXPECT_TRUE(textures.lookup(texture, s, t, how, color)) << log.text();
         return color;
     }
     static void expectColor(const miColor& color, float r, float g, float b) {
@@ -38,8 +38,8 @@ struct TextureLookups : ::testing::Test {
     }
 
     TemporaryDirectory directory;
-    QuietMessages messages;
-    Textures textures{messages, {}, 64};
+    QuietMessages log;
+    Textures textures{log, {}, 64};
 };
 
 TEST_F(TextureLookups, StartAtTheLowerLeftAndRepeat) {
@@ -114,7 +114,7 @@ TEST_F(TextureLookups, OfAMissingFileFailWithOneMessageFromAllThreads) {
     texture.name = "wood";
     texture.file = "wood.tif";
     texture.sceneDirectory = directory.path();
-    texture.place = {"shot.mi", 3, 1};
+    texture.location = {"shot.mi", 3, 1};
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
@@ -126,9 +126,9 @@ TEST_F(TextureLookups, OfAMissingFileFailWithOneMessageFromAllThreads) {
         });
     }
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(messages.count(Level::Error), 1);
-    EXPECT_NE(messages.text().find("shot.mi:3:1"), std::string::npos);
-    EXPECT_NE(messages.text().find("\"wood\""), std::string::npos);
+    EXPECT_EQ(log.count(LogLevel::Error), 1);
+    EXPECT_NE(log.text().find("shot.mi:3:1"), std::string::npos);
+    EXPECT_NE(log.text().find("\"wood\""), std::string::npos);
 
     writeQuadrants("wood.tif");
     ++texture.revision; // touched: read anew

@@ -33,9 +33,9 @@ struct DisplacedScene : Geometry {
         bumpy.material.displace = 1;
     }
     geometry::SceneGeometry& build(const scene::GroupElement& root, const Height& height, int threads = 2) {
-        built = std::make_unique<geometry::SceneGeometry>(database, messages, root.tag, options, threads,
+        built = std::make_unique<geometry::SceneGeometry>(database, log, root.tag, options, threads,
                                                           geometry::SceneGeometry::Displacement::StillToCome);
-        built->finish(view, [&](const geometry::Leaf&, const geometry::DisplacementVertex& vertex) {
+        built->finish(view, [&](const geometry::MeshInstance&, const geometry::DisplacementVertex& vertex) {
             return vertex.material == bumpy.tag ? height(vertex) : 0.0f;
         });
         coordinates.assign(static_cast<std::size_t>(built->maxTextureSpaces()) + 1, {});
@@ -58,8 +58,8 @@ protected:
 };
 
 TEST_F(Displacement, MovesAPlaneAlongItsNormal) {
-    auto& leaf = scene.bumpyInstance("leaf", scene.square("square"));
-    scene.build(scene.group("root", {&leaf}), [](const auto& vertex) {
+    auto& meshInstance = scene.bumpyInstance("leaf", scene.square("square"));
+    scene.build(scene.group("root", {&meshInstance}), [](const auto& vertex) {
         expectNear(vertex.normal, {0, 0, 1});
         return 0.75f;
     });
@@ -75,8 +75,8 @@ TEST_F(Displacement, MovesAPlaneAlongItsNormal) {
 TEST_F(Displacement, FollowsAWaveWithItsNormals) {
     constexpr float k = 5.0f, amplitude = 0.2f;
     scene.view.pixelsPerUnit = 2000.0f; // edges of a fiftieth
-    auto& leaf = scene.bumpyInstance("leaf", scene.square("square"));
-    const auto& geometry = scene.build(scene.group("root", {&leaf}), [](const auto& vertex) {
+    auto& meshInstance = scene.bumpyInstance("leaf", scene.square("square"));
+    const auto& geometry = scene.build(scene.group("root", {&meshInstance}), [](const auto& vertex) {
         return amplitude * std::sin(k * vertex.point.x);
     });
     EXPECT_GT(geometry.triangleCount(), 5000u);
@@ -108,8 +108,8 @@ TEST_F(Displacement, LeavesNoCracksWhereVerticesAreNotShared) {
             faces.push_back({{first, first + 1, first + 2, first + 3}});
         }
     scene.view.pixelsPerUnit = 400.0f;
-    auto& leaf = scene.bumpyInstance("leaf", scene.object("box", points, faces));
-    scene.build(scene.group("root", {&leaf}), [](const auto& vertex) {
+    auto& meshInstance = scene.bumpyInstance("leaf", scene.object("box", points, faces));
+    scene.build(scene.group("root", {&meshInstance}), [](const auto& vertex) {
         const miVector& p = vertex.point;
         return 0.15f * std::sin(9.0f * p.x + 4.0f * p.y) * std::cos(7.0f * p.z) + 0.05f * vertex.normal.x;
     });
@@ -131,8 +131,8 @@ TEST_F(Displacement, LeavesNoCracksWhereVerticesAreNotShared) {
 }
 
 TEST_F(Displacement, CutsFinerWhatIsNearer) {
-    auto& leaf = scene.bumpyInstance("leaf", scene.square("square"));
-    auto& root = scene.group("root", {&leaf});
+    auto& meshInstance = scene.bumpyInstance("leaf", scene.square("square"));
+    auto& root = scene.group("root", {&meshInstance});
     const auto flat = [](const auto&) { return 0.0f; };
     const std::size_t coarse = scene.build(root, flat).triangleCount();
     scene.view.pixelsPerUnit *= 4.0f;
@@ -145,8 +145,8 @@ TEST_F(Displacement, CutsFinerWhatIsNearer) {
 
 TEST_F(Displacement, ObeysTheObjectsApproximationAndLimit) {
     auto& square = scene.square("square"); // two triangles
-    auto& leaf = scene.bumpyInstance("leaf", square);
-    auto& root = scene.group("root", {&leaf});
+    auto& meshInstance = scene.bumpyInstance("leaf", square);
+    auto& root = scene.group("root", {&meshInstance});
     const auto trianglesWith = [&](const scene::Approximation& approximation) {
         square.approximation = approximation;
         return scene.build(root, [](const auto&) { return 3.0f; }).triangleCount();
@@ -156,7 +156,7 @@ TEST_F(Displacement, ObeysTheObjectsApproximationAndLimit) {
     EXPECT_EQ(trianglesWith({1e6f, true, 3, 24}), 128u);
     EXPECT_EQ(trianglesWith({1.5f, false}), 8u); // edges of 2 and 2.83, halved once
     trianglesWith({0.3f, false});
-    const geometry::Mesh& mesh = *scene.built->leaves()[0].mesh;
+    const geometry::Mesh& mesh = *scene.built->meshInstances()[0].mesh;
     for (const auto& t : mesh.triangles)
         for (std::size_t k = 0; k < 3; ++k) {
             const miVector& a = mesh.points[t[k]];
@@ -170,7 +170,7 @@ TEST_F(Displacement, ObeysTheObjectsApproximationAndLimit) {
     EXPECT_NEAR(scene.lookDownAt(0.2f, 0.1f)->surface.point.z, 0.25f, 1e-5f);
 
     // The instance closest to the object speaks over it; the other place of the object goes by its own word.
-    auto& inner = scene.group("inner", {&leaf});
+    auto& inner = scene.group("inner", {&meshInstance});
     auto& near = scene.instance("near", inner, placedAt(0, 0, 0));
     auto& far = scene.instance("far", inner, placedAt(9, 0, 0));
     near.approximation = {0.01f, false, 0, 1};
@@ -180,7 +180,7 @@ TEST_F(Displacement, ObeysTheObjectsApproximationAndLimit) {
             .triangleCount();
     };
     EXPECT_EQ(both(), 8u + 2u);
-    leaf.approximation = {0.01f, false, 0, 2};
+    meshInstance.approximation = {0.01f, false, 0, 2};
     EXPECT_EQ(both(), 32u + 32u);
     near.overrides = true;
     EXPECT_EQ(both(), 8u + 32u);
@@ -216,10 +216,10 @@ TEST_F(Displacement, IsDoneForEachPlaceByItself) {
 
 TEST_F(Displacement, GoesAlongWithMotion) {
     scene.options.motion = 1;
-    auto& leaf = scene.bumpyInstance("leaf", scene.square("square"));
-    leaf.motion = scene::InstanceElement::Motion::Given;
-    leaf.motionTransform = placedAt(6, 0, 2);
-    scene.build(scene.group("root", {&leaf}),
+    auto& meshInstance = scene.bumpyInstance("leaf", scene.square("square"));
+    meshInstance.motion = scene::InstanceElement::Motion::Given;
+    meshInstance.motionTransform = placedAt(6, 0, 2);
+    scene.build(scene.group("root", {&meshInstance}),
                 [](const auto& vertex) { return 0.5f + 0.25f * vertex.point.x; });
     for (const float time : {0.0f, 0.5f, 1.0f}) {
         const auto seen = scene.lookDownAt(6 * time + 0.5f, 0.2f, time);
@@ -230,15 +230,15 @@ TEST_F(Displacement, GoesAlongWithMotion) {
 }
 
 TEST_F(Displacement, IsTheSameForAnyNumberOfThreads) {
-    auto& leaf = scene.bumpyInstance("leaf", scene.square("square"));
-    auto& root = scene.group("root", {&leaf});
+    auto& meshInstance = scene.bumpyInstance("leaf", scene.square("square"));
+    auto& root = scene.group("root", {&meshInstance});
     scene.view.pixelsPerUnit = 3000.0f; // so many edges that they are sorted in parts
     const auto rough = [](const auto& vertex) {
         return 0.3f * std::sin(17.0f * vertex.point.x) * std::sin(23.0f * vertex.point.y);
     };
     const auto meshWith = [&](int threads) {
         const auto& geometry = scene.build(root, rough, threads);
-        return *geometry.leaves()[0].mesh;
+        return *geometry.meshInstances()[0].mesh;
     };
     const geometry::Mesh one = meshWith(1), many = meshWith(4);
     EXPECT_EQ(one.triangles, many.triangles);
@@ -296,7 +296,7 @@ TEST(DisplacementShaders, AddUpInAListAndAreSwitchedOffByTheOptions) {
 
 TEST(DisplacementShaders, ThatAnswerNoScalarAreNamedAndLeftOut) {
     const RenderedScene picture(displacedCard("displace \"testFlat\" ( \"color\" 1 1 1 1 )").text());
-    EXPECT_TRUE(picture.said("\"testFlat\" does not answer a scalar"));
+    EXPECT_TRUE(picture.logged("\"testFlat\" does not answer a scalar"));
     EXPECT_EQ(picture.pixel("main", 8, 8).b, 0.0f);
 }
 

@@ -133,7 +133,7 @@ TestScene corner(const std::string& mode, int rays = 512, int bounces = 1) {
     return scene;
 }
 
-TEST(GatherAhead, AgreesWithGatheringEverywhere) {
+TEST(GatherPrepass, AgreesWithGatheringEverywhere) {
     // So few pixels want a point in each.
     const RenderedScene ahead(corner("finalgather presample density 16 ", 2048, 0).text());
     const RenderedScene plain(corner(PLAIN, 2048, 0).text());
@@ -157,7 +157,7 @@ TEST(GatherAhead, AgreesWithGatheringEverywhere) {
     EXPECT_LT(ahead.result().statistics.rays.gather * 4, plain.result().statistics.rays.gather);
 }
 
-TEST(GatherAhead, IsTheSameForAnyThreads) {
+TEST(GatherPrepass, IsTheSameForAnyThreads) {
     RenderedScene::Settings many;
     many.threads = 3;
     many.tileSize = 7;
@@ -169,7 +169,7 @@ TEST(GatherAhead, IsTheSameForAnyThreads) {
     EXPECT_EQ(one.result().statistics.rays.gather, three.result().statistics.rays.gather);
 }
 
-TEST(GatherAhead, LooksAtMorePointsWhereTheRadiiAreSmaller) {
+TEST(GatherPrepass, LooksAtMorePointsWhereTheRadiiAreSmaller) {
     const auto rays = [](const std::string& radii) {
         TestScene scene = corner(AHEAD);
         scene.extraOptions += "finalgather accuracy 64 " + radii;

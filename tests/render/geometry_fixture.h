@@ -23,20 +23,20 @@ inline void expectNear(const miVector& actual, const miVector& expected, float t
 struct Geometry : SceneBuilder {
     geometry::SceneGeometry& build(const scene::GroupElement& root, int threads = 1) {
         built.reset();
-        built = std::make_unique<geometry::SceneGeometry>(database, messages, root.tag, options, threads);
+        built = std::make_unique<geometry::SceneGeometry>(database, log, root.tag, options, threads);
         coordinates.assign(static_cast<std::size_t>(built->maxTextureSpaces()) + 1, {});
         return *built;
     }
 
     struct Seen {
         geometry::Hit hit;
-        const geometry::Leaf* leaf;
+        const geometry::MeshInstance* meshInstance;
         geometry::SurfacePoint surface;
     };
     std::optional<Seen> look(geometry::Ray ray) {
         Seen seen{};
         if (!built->intersect(ray, seen.hit)) return {};
-        seen.leaf = &built->leaves()[seen.hit.leaf];
+        seen.meshInstance = &built->meshInstances()[seen.hit.meshInstance];
         built->surfaceAt(ray, seen.hit, seen.surface, coordinates.data());
         return seen;
     }

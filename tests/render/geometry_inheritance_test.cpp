@@ -105,10 +105,10 @@ TEST(Inheritance, SendingModesReachTheLeafAndItsRecord) {
     inner.flags.reflection = 1;
     inner.flags.shadowMode = 1;
     const auto& geometry = scene.build(scene.group("root", {&inner}));
-    const auto& leaf = geometry.leaves()[0];
-    EXPECT_FALSE(leaf.sendsReflections);
-    EXPECT_TRUE(leaf.sendsRefractions);
-    EXPECT_FALSE(leaf.receivesShadows);
+    const auto& meshInstance = geometry.meshInstances()[0];
+    EXPECT_FALSE(meshInstance.sendsReflections);
+    EXPECT_TRUE(meshInstance.sendsRefractions);
+    EXPECT_FALSE(meshInstance.receivesShadows);
     EXPECT_EQ(inner.instance.reflection, 1);
     EXPECT_EQ(inner.instance.shadow, 1);
     EXPECT_EQ(inner.instance.visible, 1);
@@ -178,7 +178,7 @@ TEST_F(InheritedMaterial, LabelsIndexTheListAndStopAtItsEnd) {
 TEST_F(InheritedMaterial, NoneGivesTheDefaultWithOneWarning) {
     const miTag material = seen();
     EXPECT_EQ(material, scene.built->defaultMaterial());
-    EXPECT_TRUE(scene.said(Level::Warning, "object \"square\" (instance \"inner\") has no material"));
+    EXPECT_TRUE(scene.logged(LogLevel::Warning, "object \"square\" (instance \"inner\") has no material"));
     EXPECT_NE(scene.database.find<scene::MaterialElement>(material), nullptr);
 }
 
@@ -186,14 +186,14 @@ class LightLinks : public ::testing::Test {
 protected:
     Geometry scene;
     scene::InstanceElement &key = scene.light("key"), &fill = scene.light("fill"), &rim = scene.light("rim");
-    scene::InstanceElement& leaf = scene.instance("leaf", scene.square("square"));
-    scene::InstanceElement& outer = scene.instance("outer", scene.group("group", {&leaf}));
+    scene::InstanceElement& meshInstance = scene.instance("leaf", scene.square("square"));
+    scene::InstanceElement& outer = scene.instance("outer", scene.group("group", {&meshInstance}));
     scene::GroupElement& pair = scene.group("pair", {&fill, &rim});
     scene::InstanceElement& pairInstance = scene.instance("pair instance", pair, placedAt(0, 5, 0));
 
-    const geometry::Leaf& build() {
+    const geometry::MeshInstance& build() {
         scene.build(scene.group("root", {&key, &outer, &pairInstance}));
-        return scene.built->leaves()[0];
+        return scene.built->meshInstances()[0];
     }
     std::vector<miTag> lights() {
         const auto& placed = build();
@@ -206,14 +206,14 @@ TEST_F(LightLinks, DecideWhichLightsIlluminate) {
     EXPECT_EQ(lights(), (std::vector{key.tag, fill.tag, rim.tag}));
     outer.lights = {true, false, {rim.tag, key.tag}};
     EXPECT_EQ(lights(), (std::vector{rim.tag, key.tag})) << "inclusive: in the order of the list";
-    leaf.lights = {true, true, {rim.tag}};
+    meshInstance.lights = {true, true, {rim.tag}};
     EXPECT_EQ(lights(), (std::vector{key.tag, fill.tag}))
         << "exclusive, and the instance closest to the leaf decides";
-    leaf.lights = {true, false, {pair.tag, rim.tag}};
+    meshInstance.lights = {true, false, {pair.tag, rim.tag}};
     EXPECT_EQ(lights(), (std::vector{fill.tag, rim.tag})) << "a group stands for its lights, each once";
-    leaf.lights = {true, true, {pairInstance.tag}};
+    meshInstance.lights = {true, true, {pairInstance.tag}};
     EXPECT_EQ(lights(), (std::vector{key.tag}));
-    leaf.lights = {true, false, {}};
+    meshInstance.lights = {true, false, {}};
     EXPECT_TRUE(lights().empty());
     EXPECT_EQ(fill.instance.tf.local_to_global[13], 5.0f);
 }
@@ -228,15 +228,15 @@ TEST_F(LightLinks, DecideWhichShadowsAreCast) {
     EXPECT_EQ(casts(), (std::array{true, true, true}));
     outer.shadowLights = {true, false, {fill.tag}};
     EXPECT_EQ(casts(), (std::array{false, true, false}));
-    leaf.shadowLights = {true, true, {fill.tag}};
+    meshInstance.shadowLights = {true, true, {fill.tag}};
     EXPECT_EQ(casts(), (std::array{true, false, true}));
 }
 
 TEST_F(LightLinks, ListedLightThatStandsNowhereIsNamed) {
     auto& lost = scene.light("lost");
-    leaf.lights = {true, false, {lost.tag, key.tag}};
+    meshInstance.lights = {true, false, {lost.tag, key.tag}};
     EXPECT_EQ(lights(), (std::vector{key.tag}));
-    EXPECT_TRUE(scene.said(Level::Warning, "\"lost\" is in a light list but not below"));
+    EXPECT_TRUE(scene.logged(LogLevel::Warning, "\"lost\" is in a light list but not below"));
 }
 
 } // namespace

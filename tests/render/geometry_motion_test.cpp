@@ -21,8 +21,8 @@ protected:
 };
 
 TEST_F(MovingScene, InstanceIsHitWhereItStandsAtTheRaysTime) {
-    auto& leaf = scene.instance("leaf", scene.square("square"));
-    auto& outer = scene.instance("outer", scene.group("group", {&leaf}));
+    auto& meshInstance = scene.instance("leaf", scene.square("square"));
+    auto& outer = scene.instance("outer", scene.group("group", {&meshInstance}));
     move(outer, placedAt(10, 0, 4));
     const auto& geometry = scene.build(scene.group("root", {&outer}));
     ASSERT_TRUE(geometry.moves());
@@ -36,14 +36,14 @@ TEST_F(MovingScene, InstanceIsHitWhereItStandsAtTheRaysTime) {
     }
     expectNear(geometry.boundsMin(), {-1, -1, 0}, 1e-4f);
     expectNear(geometry.boundsMax(), {11, 1, 4}, 1e-4f);
-    EXPECT_EQ(leaf.instance.motion, 1);
-    EXPECT_EQ(leaf.instance.motion_transform[12], -10.0f);
+    EXPECT_EQ(meshInstance.instance.motion, 1);
+    EXPECT_EQ(meshInstance.instance.motion_transform[12], -10.0f);
 }
 
 TEST_F(MovingScene, MotionOffBelowStopsIt) {
-    auto& leaf = scene.instance("leaf", scene.square("square"));
-    leaf.motion = Motion::Off;
-    auto& outer = scene.instance("outer", scene.group("group", {&leaf}));
+    auto& meshInstance = scene.instance("leaf", scene.square("square"));
+    meshInstance.motion = Motion::Off;
+    auto& outer = scene.instance("outer", scene.group("group", {&meshInstance}));
     move(outer, placedAt(10, 0, 0));
     EXPECT_FALSE(scene.build(scene.group("root", {&outer})).moves());
     EXPECT_TRUE(scene.lookDownAt(0, 0, 1.0f));
@@ -53,9 +53,9 @@ TEST_F(MovingScene, MotionOffBelowStopsIt) {
 TEST_F(MovingScene, NormalsFollowAChangingPlacement) {
     auto& slope = scene.object("slope", {{-1, -1, -1}, {1, -1, 1}, {1, 1, 1}, {-1, 1, -1}}, {{{0, 1, 2, 3}}});
     for (const float side : {1.0f, -1.0f}) {
-        auto& leaf = scene.instance("leaf" + std::to_string(side), slope, scaledBy(1, side, 1));
-        move(leaf, scaledBy(1, side, 3));
-        scene.build(scene.group("root" + std::to_string(side), {&leaf}));
+        auto& meshInstance = scene.instance("leaf" + std::to_string(side), slope, scaledBy(1, side, 1));
+        move(meshInstance, scaledBy(1, side, 3));
+        scene.build(scene.group("root" + std::to_string(side), {&meshInstance}));
         const auto seen = scene.lookDownAt(0.5f, 0, 0.5f);
         ASSERT_TRUE(seen);
         expectNear(seen->surface.point, {0.5f, 0, 1});
@@ -72,8 +72,8 @@ TEST_P(Deformation, VerticesMoveInObjectSpace) {
     auto& object = scene.square("square");
     object.groups[0].vectors.push_back({0, 0, 2});
     object.groups[0].motions.push_back({4, 4, 4, 4});
-    auto& leaf = scene.instance("leaf", object, scaledBy(1, 1, 3));
-    auto& root = scene.group("root", {&leaf});
+    auto& meshInstance = scene.instance("leaf", object, scaledBy(1, 1, 3));
+    auto& root = scene.group("root", {&meshInstance});
     if (GetParam()) root.members.push_back(scene.instance("far", object, placedAt(50, 0, 0)).tag);
     const auto& geometry = scene.build(root);
     EXPECT_TRUE(geometry.moves());
@@ -93,10 +93,10 @@ TEST(MotionVectors, AreThereWithoutMotionBlur) {
     auto& object = scene.square("square");
     object.groups[0].vectors.push_back({0, 0, 1});
     object.groups[0].motions.push_back({4, 4, 4, 4});
-    auto& leaf = scene.instance("leaf", object, placedAt(2, 0, 0));
-    leaf.motion = Motion::Given;
-    leaf.motionTransform = placedAt(2, 3, 0);
-    scene.build(scene.group("root", {&leaf}));
+    auto& meshInstance = scene.instance("leaf", object, placedAt(2, 0, 0));
+    meshInstance.motion = Motion::Given;
+    meshInstance.motionTransform = placedAt(2, 3, 0);
+    scene.build(scene.group("root", {&meshInstance}));
     const auto seen = scene.lookDownAt(2, 0, 1.0f);
     ASSERT_TRUE(seen);
     expectNear(seen->surface.point, {2, 0, 0});

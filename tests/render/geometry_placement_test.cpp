@@ -15,8 +15,8 @@ using test::scaledBy;
 
 TEST(Placement, ChainsTransformsFromTheRootDown) {
     Geometry scene;
-    auto& leaf = scene.instance("leaf", scene.square("square"), placedAt(1, 0, 0));
-    auto& inner = scene.instance("inner", scene.group("inner group", {&leaf}), scaledBy(2, 2, 2));
+    auto& meshInstance = scene.instance("leaf", scene.square("square"), placedAt(1, 0, 0));
+    auto& inner = scene.instance("inner", scene.group("inner group", {&meshInstance}), scaledBy(2, 2, 2));
     auto& outer = scene.instance("outer", scene.group("outer group", {&inner}), placedAt(0, 10, -3));
     scene.build(scene.group("root", {&outer}));
 
@@ -28,38 +28,38 @@ TEST(Placement, ChainsTransformsFromTheRootDown) {
     EXPECT_FALSE(scene.lookDownAt(-0.5f, 10));
     EXPECT_FALSE(scene.lookDownAt(4.5f, 10));
 
-    const miTransform& tf = leaf.instance.tf;
+    const miTransform& tf = meshInstance.instance.tf;
     miVector corner{1, 1, 0};
     mi_point_transform(&corner, &corner, tf.local_to_global);
     expectNear(corner, {4, 12, -3});
     mi_point_transform(&corner, &corner, tf.global_to_local);
     expectNear(corner, {1, 1, 0});
-    EXPECT_EQ(leaf.instance.parent, inner.tag);
+    EXPECT_EQ(meshInstance.instance.parent, inner.tag);
 }
 
 TEST(Placement, GivesEveryPathItsOwnInstance) {
     Geometry scene;
-    auto& leaf = scene.instance("leaf", scene.square("square"));
-    leaf.instance.userdata = 77;
-    leaf.instance.label = 5;
+    auto& meshInstance = scene.instance("leaf", scene.square("square"));
+    meshInstance.instance.userdata = 77;
+    meshInstance.instance.label = 5;
     auto& light = scene.light("lamp");
-    auto& group = scene.group("pair", {&leaf, &light});
+    auto& group = scene.group("pair", {&meshInstance, &light});
     auto& left = scene.instance("left", group, placedAt(-5, 0, 0));
     auto& right = scene.instance("right", group, placedAt(5, 0, 0));
     const auto& geometry = scene.build(scene.group("root", {&left, &right}));
 
     const auto onLeft = scene.lookDownAt(-5, 0), onRight = scene.lookDownAt(5, 0);
     ASSERT_TRUE(onLeft && onRight);
-    EXPECT_NE(onLeft->leaf->instance, onRight->leaf->instance);
-    EXPECT_EQ(onLeft->leaf->mesh, onRight->leaf->mesh);
+    EXPECT_NE(onLeft->meshInstance->instance, onRight->meshInstance->instance);
+    EXPECT_EQ(onLeft->meshInstance->mesh, onRight->meshInstance->mesh);
     expectNear(onRight->surface.point, {5, 0, 0});
     for (const auto* seen : {&*onLeft, &*onRight}) {
         const auto* record =
-            static_cast<const miInstance*>(scene.database.get(seen->leaf->instance)->record());
-        EXPECT_EQ(record, seen->leaf->instanceRecord);
+            static_cast<const miInstance*>(scene.database.get(seen->meshInstance->instance)->record());
+        EXPECT_EQ(record, seen->meshInstance->instanceRecord);
         EXPECT_EQ(record->userdata, 77u);
         EXPECT_EQ(record->label, 5u);
-        EXPECT_EQ(record->item, leaf.instance.item);
+        EXPECT_EQ(record->item, meshInstance.instance.item);
         EXPECT_EQ(record->tf.local_to_global[12], seen == &*onLeft ? -5.0f : 5.0f);
     }
     ASSERT_EQ(geometry.lights().size(), 2u);
@@ -96,7 +96,7 @@ TEST_P(PlacedNormals, StandUprightAndKeepTheFront) {
     auto& root = scene.group("root", {&one});
     if (GetParam().twice) root.members.push_back(far.tag);
     scene.build(root);
-    ASSERT_EQ(scene.built->leaves()[0].placedInWorld, !GetParam().twice);
+    ASSERT_EQ(scene.built->meshInstances()[0].placedInWorld, !GetParam().twice);
 
     // Closed form: corners taken to the world, and the side that is in front in object space.
     const miScalar* const toWorld = one.instance.tf.local_to_global;
@@ -137,9 +137,9 @@ TEST(Placement, SaysWhatCannotBePlaced) {
     auto& flat = scene.instance("flat", scene.square("other"));
     flat.transform[0] = 0;
     scene.build(scene.group("root", {&again, &flat}));
-    EXPECT_TRUE(scene.said(Level::Error, "\"loop\" contains itself"));
-    EXPECT_TRUE(scene.said(Level::Error, "member that is not an instance"));
-    EXPECT_TRUE(scene.said(Level::Error, "\"flat\" cannot be inverted"));
+    EXPECT_TRUE(scene.logged(LogLevel::Error, "\"loop\" contains itself"));
+    EXPECT_TRUE(scene.logged(LogLevel::Error, "member that is not an instance"));
+    EXPECT_TRUE(scene.logged(LogLevel::Error, "\"flat\" cannot be inverted"));
     EXPECT_TRUE(scene.lookDownAt(0, 0));
 }
 

@@ -121,10 +121,10 @@ TEST(Mesh, LeavesFaultyPolygonsOutAndSaysSo) {
     test::SceneBuilder scene;
     auto& object = scene.object("bad", {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {2, 0, 0}},
                                 {{{0, 1, 2, 3}}, {{0, 1, 77}}, {{0, 1, 4}}, {{0, 0, 1}}});
-    const geometry::Mesh mesh = geometry::buildMesh(object, scene.messages);
+    const geometry::Mesh mesh = geometry::buildMesh(object, scene.log);
     EXPECT_EQ(mesh.triangles.size(), 2u);
-    EXPECT_TRUE(scene.said(Level::Error, "\"bad\": 1 polygons name vertices"));
-    EXPECT_TRUE(scene.said(Level::Warning, "\"bad\": 2 polygons without area"));
+    EXPECT_TRUE(scene.logged(LogLevel::Error, "\"bad\": 1 polygons name vertices"));
+    EXPECT_TRUE(scene.logged(LogLevel::Warning, "\"bad\": 2 polygons without area"));
 }
 
 /// A group and a triangle list in one object, only one with normals and texture coordinates.
@@ -140,13 +140,13 @@ TEST(Mesh, PartsOfAnObjectShareTheirArrays) {
     list.vertices = {0, 0, 1,    0,    0, 5, 0.1f, 0.2f, 1, 0, 1,    0,
                      0, 5, 0.3f, 0.4f, 0, 1, 1,    0,    0, 5, 0.5f, 0.6f};
     list.indices = {0, 1, 2, 0, 1, 9};
-    const geometry::Mesh mesh = geometry::buildMesh(object, scene.messages);
+    const geometry::Mesh mesh = geometry::buildMesh(object, scene.log);
     ASSERT_EQ(mesh.triangles.size(), 3u);
     EXPECT_EQ(mesh.triangles[2], (geometry::Mesh::Triangle{4, 5, 6}));
     EXPECT_TRUE(isNull(mesh.normals[0]));
     EXPECT_EQ(mesh.normals[4].z, 1.0f);
     EXPECT_EQ(mesh.textures[5].y, 0.4f);
-    EXPECT_TRUE(scene.said(Level::Error, "1 polygons name vertices"));
+    EXPECT_TRUE(scene.logged(LogLevel::Error, "1 polygons name vertices"));
 }
 
 } // namespace

@@ -22,11 +22,11 @@ TEST_P(SkippedTriangle, IsPassedThroughAndNothingElseIs) {
     const auto front = scene.lookDownAt(0.5f, 0.25f);
     ASSERT_TRUE(front);
     geometry::Ray ray{front->surface.point, {0, 0, -1}};
-    ray.skipLeaf = front->hit.leaf;
+    ray.skipInstance = front->hit.meshInstance;
     ray.skipTriangle = front->hit.triangle;
     const auto behind = scene.look(ray);
     ASSERT_TRUE(behind);
-    EXPECT_EQ(behind->leaf->instance, second.tag);
+    EXPECT_EQ(behind->meshInstance->instance, second.tag);
     EXPECT_NEAR(behind->hit.distance, 2.0f, 1e-5f);
     EXPECT_TRUE(scene.built->occluded(ray));
 
@@ -44,10 +44,10 @@ INSTANTIATE_TEST_SUITE_P(AloneAndInstanced, SkippedTriangle, ::testing::Bool());
 TEST(Rays, ThatLeadNowhereMeetNothing) {
     Geometry scene;
     scene.options.motion = 1;
-    auto& leaf = scene.instance("leaf", scene.square("square"));
-    leaf.motion = scene::InstanceElement::Motion::Given;
-    leaf.motionTransform = placedAt(0.5f, 0, 0);
-    scene.build(scene.group("root", {&leaf}));
+    auto& meshInstance = scene.instance("leaf", scene.square("square"));
+    meshInstance.motion = scene::InstanceElement::Motion::Given;
+    meshInstance.motionTransform = placedAt(0.5f, 0, 0);
+    scene.build(scene.group("root", {&meshInstance}));
     const float bad = std::nanf(""), far = HUGE_VALF;
     for (const auto& [origin, direction] : {std::pair<miVector, miVector>{{0, 0, 5}, {bad, 0, -1}},
                                             {{0, bad, 5}, {0, 0, -1}},
@@ -64,7 +64,8 @@ TEST(Rays, ThatLeadNowhereMeetNothing) {
 TEST(LeavingASurface, ClearsItOnTheSideOfTheDirection) {
     for (const float height : {0.0f, 0.01f, 3.0f, -700.0f, 1e5f})
         for (const float side : {1.0f, -1.0f}) {
-            const miVector start = geometry::leaveSurface({5, -5, height}, {0, 0, 1}, {0.9f, 0, 0.1f * side});
+            const miVector start =
+                geometry::offsetRayOrigin({5, -5, height}, {0, 0, 1}, {0.9f, 0, 0.1f * side});
             EXPECT_GT(side * (start.z - height), 0.0f);
             EXPECT_LT(std::abs(start.z - height), 1e-4f * std::max(1.0f, std::abs(height)));
             EXPECT_EQ(start.x, 5.0f);
@@ -95,9 +96,10 @@ TEST(Hits, DoNotDependOnTheNumberOfThreads) {
                 geometry::Hit hit;
                 std::memset(&hit, 0, sizeof hit);
                 // On the border either answer is good, as long as it is always the same.
-                hit.leaf = scene.built->intersect({{0.5f * float(x), 0.5f * float(y), 50}, {0, 0, -1}}, hit)
-                               ? hit.leaf
-                               : 99;
+                hit.meshInstance =
+                    scene.built->intersect({{0.5f * float(x), 0.5f * float(y), 50}, {0, 0, -1}}, hit)
+                        ? hit.meshInstance
+                        : 99;
                 hits.push_back(hit);
             }
     };

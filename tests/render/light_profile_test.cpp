@@ -223,7 +223,7 @@ TEST(LightProfile, SaysThatItsResolutionHasNoEffect) {
                                  "end lightprofile\n",
                                  file.path.string());
     const RenderedScene picture(scene.text());
-    EXPECT_TRUE(picture.said("light profile \"spread\": \"resolution\" has no effect"));
+    EXPECT_TRUE(picture.logged("light profile \"spread\": \"resolution\" has no effect"));
 }
 
 } // namespace

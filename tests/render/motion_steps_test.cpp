@@ -96,7 +96,7 @@ TEST_F(MotionSteps, OneStepGoesStraight) {
     const auto seen = scene.lookDownAt(3.0f, 3.0f, 0.5f);
     ASSERT_TRUE(seen);
     expectNear(seen->surface.point, {3, 3, 0});
-    EXPECT_TRUE(seen->leaf->motionPath.empty());
+    EXPECT_TRUE(seen->meshInstance->motionPath.empty());
     EXPECT_FALSE(
         scene.lookDownAt(turned({6, 0, 0}, quarterTurn / 2).x, turned({6, 0, 0}, quarterTurn / 2).y, 0.5f));
 }
@@ -111,10 +111,10 @@ class TurningStretch : public MotionSteps, public ::testing::WithParamInterface<
 TEST_P(TurningStretch, IsKept) {
     const auto& [name, stretch, halfX, halfY] = GetParam();
     scene.options.motion_steps = 2;
-    auto& leaf =
+    auto& meshInstance =
         moving("leaf", scene.square("square"), placed(stretch, placed(turnedBy(0.3), placedAt(1, 2, 0))),
                placed(stretch, placed(turnedBy(0.3 + quarterTurn), placedAt(3, 2, 0))));
-    scene.build(scene.group("root", {&leaf}));
+    scene.build(scene.group("root", {&meshInstance}));
     const auto at = [&](float x, float y) {
         const miVector there = turned({x, y, 0}, 0.3 + quarterTurn / 2);
         return scene.lookDownAt(2 + there.x, 2 + there.y, 0.5f).has_value();

@@ -114,7 +114,7 @@ TEST(Phenomena, ThatNothingUsesNeedNoLibrary) {
     scene.members = {"wall"};
     EXPECT_TRUE(RenderedScene(scene.text()).complaints().empty());
     scene.contents += "shader \"used\" \"foreign\" ( )\n";
-    EXPECT_TRUE(RenderedScene(scene.text()).said("no linked library has the shader \"elsewhere\""));
+    EXPECT_TRUE(RenderedScene(scene.text()).logged("no linked library has the shader \"elsewhere\""));
 }
 
 } // namespace

@@ -187,7 +187,7 @@ TEST(Faults, OfAShaderAreReportedOnceAndCostOnlyTheirOwnPixels) {
     };
     EXPECT_EQ(about("testNotANumber"), 1);
     EXPECT_EQ(about("testFails"), 1);
-    EXPECT_TRUE(picture.said("gives up"));
+    EXPECT_TRUE(picture.logged("gives up"));
 }
 
 TEST(Buffers, ThatNothingWroteOrNothingDeclaresAreNamed) {
@@ -199,8 +199,8 @@ TEST(Buffers, ThatNothingWroteOrNothingDeclaresAreNamed) {
     const std::string declared = "framebuffer \"reflection\"";
     text.replace(text.find(declared), declared.size(), "framebuffer \"forgotten\"");
     const RenderedScene picture(text);
-    EXPECT_TRUE(picture.said("\"forgotten\""));
-    EXPECT_TRUE(picture.said("does not have"));
+    EXPECT_TRUE(picture.logged("\"forgotten\""));
+    EXPECT_TRUE(picture.logged("does not have"));
 }
 
 TEST(Stopping, EndsRayTreesThatWouldNeverEnd) {

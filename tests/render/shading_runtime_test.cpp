@@ -123,7 +123,7 @@ protected:
 
     test::SceneBuilder builder;
     scene::Database& database = builder.database;
-    shading::ShaderRuntime runtime{database, builder.messages};
+    shading::ShaderRuntime runtime{database, builder.log};
     shading::CallContext context{runtime};
     miState state{};
     std::vector<Event> events;
@@ -238,8 +238,8 @@ TEST_F(Shaders, WrittenInPlainCRun) {
     EXPECT_TRUE(call(result, element));
     EXPECT_EQ(result.g, 14.0f);
     EXPECT_EQ(result.a, 4.0f);
-    EXPECT_TRUE(builder.said(Level::Warning, "\"testPlain\" is declared as version 1, but"));
-    EXPECT_TRUE(builder.said(Level::Warning, "holds version 2"));
+    EXPECT_TRUE(builder.logged(LogLevel::Warning, "\"testPlain\" is declared as version 1, but"));
+    EXPECT_TRUE(builder.logged(LogLevel::Warning, "holds version 2"));
 }
 
 TEST_F(Shaders, ListsShareTheResultAndEndWithTheLastValue) {
@@ -260,7 +260,7 @@ TEST_F(Shaders, ListsShareTheResultAndEndWithTheLastValue) {
 
     last.function()->next_function = head.tag;
     runtime.bind();
-    EXPECT_TRUE(builder.said(Level::Error, "leads back to itself"));
+    EXPECT_TRUE(builder.logged(LogLevel::Error, "leads back to itself"));
     call(result, head);
 }
 
@@ -289,10 +289,10 @@ TEST_F(Shaders, ExceptionsPassThroughAndLeaveTheStateInOrder) {
 
     runtime.countFault(target.tag, shading::ShaderRuntime::Fault::NotANumber);
     runtime.reportFaults();
-    EXPECT_TRUE(builder.said(Level::Warning,
-                             "\"testThrow\" threw an exception 3 times; the first time: out of paint"));
-    EXPECT_FALSE(builder.said(Level::Warning, "\"testAdd\" threw")) << "only who threw is to blame";
-    EXPECT_TRUE(builder.said(Level::Warning, "\"testAdd\" gave a value that is not a number once"));
+    EXPECT_TRUE(builder.logged(LogLevel::Warning,
+                               "\"testThrow\" threw an exception 3 times; the first time: out of paint"));
+    EXPECT_FALSE(builder.logged(LogLevel::Warning, "\"testAdd\" threw")) << "only who threw is to blame";
+    EXPECT_TRUE(builder.logged(LogLevel::Warning, "\"testAdd\" gave a value that is not a number once"));
 }
 
 TEST_F(Shaders, UserPointersAreFoundInInitCallAndExit) {
@@ -329,13 +329,13 @@ TEST_F(Shaders, ThatAreMissingAreNamedWithWhoWantsThem) {
     EXPECT_FALSE(runtime.call(&result, miSHADER_MATERIAL, &state, 0));
     EXPECT_FALSE(runtime.call(&result, miSHADER_MATERIAL, &state, 0xFFFFFFFFu));
     EXPECT_EQ(result.r, 7.0f);
-    EXPECT_TRUE(
-        builder.said(Level::Error, "no linked library has the shader \"testMissing\" that \"" + one.name));
-    EXPECT_TRUE(builder.said(Level::Error, "orca-test-shaders.so"));
-    EXPECT_EQ(builder.messages.count(Level::Error), 1);
+    EXPECT_TRUE(builder.logged(LogLevel::Error,
+                               "no linked library has the shader \"testMissing\" that \"" + one.name));
+    EXPECT_TRUE(builder.logged(LogLevel::Error, "orca-test-shaders.so"));
+    EXPECT_EQ(builder.log.count(LogLevel::Error), 1);
 
     EXPECT_FALSE(runtime.loadLibrary("nosuch.so", {"/here", "/there"}, {"scene.mi", 3, 1}));
-    EXPECT_TRUE(builder.said(Level::Error, "/there/nosuch.so"));
+    EXPECT_TRUE(builder.logged(LogLevel::Error, "/there/nosuch.so"));
     EXPECT_TRUE(runtime.loadLibrary("orca-test-shaders.so", {TEST_SHADER_DIRECTORY}, {}));
     EXPECT_EQ(runtime.libraries().size(), 1u) << "opening a library twice is harmless";
 }
@@ -346,7 +346,7 @@ TEST_F(Shaders, ConnectedToThemselvesAreCut) {
     one.values[0] = connected(two);
     one.rebuild();
     runtime.bind();
-    EXPECT_TRUE(builder.said(Level::Error, "is connected to itself"));
+    EXPECT_TRUE(builder.logged(LogLevel::Error, "is connected to itself"));
     scalarOf(two);
 }
 

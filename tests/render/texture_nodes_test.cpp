@@ -130,7 +130,7 @@ TEST(FileTexture, SaysThatAFileIsMissingAndShowsIt) {
                                         "tex.outColor")
                                     .text());
     ASSERT_EQ(picture.complaints().size(), 1u);
-    EXPECT_TRUE(picture.said("texture \"wood\": image \"no such file.png\" was not found"));
+    EXPECT_TRUE(picture.logged("texture \"wood\": image \"no such file.png\" was not found"));
     const miColor seen = picture.pixel("main", 8, 8);
     EXPECT_EQ(seen.r, 1.0f);
     EXPECT_EQ(seen.g, 0.0f);

@@ -71,7 +71,7 @@ TEST_P(VertexWay, VisitsTheCorner) {
     if (GetParam().instanced) root.members.push_back(scene.instance("far", object, placedAt(50, 0, 0)).tag);
     const auto& geometry = scene.build(root);
     EXPECT_TRUE(geometry.moves());
-    EXPECT_FALSE(scene.said(Level::Warning, "motion vectors"));
+    EXPECT_FALSE(scene.logged(LogLevel::Warning, "motion vectors"));
     const auto expectAt = [&](float time, const miVector& centre) {
         const auto seen = scene.lookDownAt(centre.x + 0.5f, 0.25f, time);
         ASSERT_TRUE(seen) << time;
@@ -110,7 +110,7 @@ TEST_F(MixedMotion, EveryVertexSharesTheShutterEvenlyAmongItsOwn) {
                         &squareList(scene, "none", {}, 8)})
         object.triangleLists.push_back(other->triangleLists[0]);
     scene.build(scene.group("root", {&scene.instance("leaf", object)}));
-    EXPECT_FALSE(scene.said(Level::Warning, "motion vectors"));
+    EXPECT_FALSE(scene.logged(LogLevel::Warning, "motion vectors"));
     const auto heightAt = [&](float x, float time) {
         const auto seen = scene.lookDownAt(x, 0.3f, time);
         return seen ? 10 - seen->hit.distance : -99;
@@ -140,10 +140,10 @@ TEST_F(MixedMotion, CountsThatNeverMeetAreSaidAndFollowedAsFinelyAsCanBe) {
     object.triangleLists.push_back(
         squareList(scene, "other", std::vector<miVector>(13, {0, 0, 0.1f}), 4).triangleLists[0]);
     scene.build(scene.group("root", {&scene.instance("leaf", object)}));
-    EXPECT_TRUE(scene.said(Level::Warning, "\"odd\" has vertices with 11, 13 motion vectors"));
+    EXPECT_TRUE(scene.logged(LogLevel::Warning, "\"odd\" has vertices with 11, 13 motion vectors"));
     EXPECT_NEAR(scene.lookDownAt(0, 0.3f, 0.5f)->surface.point.z, 0.55f, 1e-4f);
     EXPECT_NEAR(scene.lookDownAt(4, 0.3f, 1.0f)->surface.point.z, 1.3f, 1e-4f);
-    EXPECT_EQ(scene.built->leaves()[0].mesh->laterPoints.size(), 128u);
+    EXPECT_EQ(scene.built->meshInstances()[0].mesh->laterPoints.size(), 128u);
 }
 
 /// The displacement at the opening of the shutter is taken along on the whole way.
@@ -152,18 +152,18 @@ TEST_F(MixedMotion, DisplacedVerticesTakeTheCornerToo) {
     moveVertices(square, {{0, 0, 2}, {3, 0, 0}});
     auto& bumpy = scene.material("bumpy");
     bumpy.material.displace = 1;
-    auto& leaf = scene.instance("leaf", square);
-    leaf.materials = {bumpy.tag};
-    auto& root = scene.group("root", {&leaf});
+    auto& meshInstance = scene.instance("leaf", square);
+    meshInstance.materials = {bumpy.tag};
+    auto& root = scene.group("root", {&meshInstance});
     scene.built =
-        std::make_unique<geometry::SceneGeometry>(scene.database, scene.messages, root.tag, scene.options, 2,
+        std::make_unique<geometry::SceneGeometry>(scene.database, scene.log, root.tag, scene.options, 2,
                                                   geometry::SceneGeometry::Displacement::StillToCome);
     geometry::DisplacementView view{};
     mi_matrix_ident(view.worldToCamera);
     view.pixelsPerUnit = 100.0f;
     view.halfWidth = view.halfHeight = 1.0f;
     view.nearest = 0.01f;
-    scene.built->finish(view, [](const geometry::Leaf&, const auto&) { return 0.5f; });
+    scene.built->finish(view, [](const geometry::MeshInstance&, const auto&) { return 0.5f; });
     scene.coordinates.resize(1);
     for (const auto& [time, x, z] :
          {std::array{0.0f, 0.0f, 0.5f}, std::array{0.5f, 0.0f, 2.5f}, std::array{1.0f, 3.0f, 2.5f}}) {

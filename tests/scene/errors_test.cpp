@@ -203,7 +203,7 @@ TEST(Errors, StopReadingAfterTwenty) {
     for (int i = 0; i < 50; ++i) scene += "wrong\noptions \"o\" end options\n";
     SceneText text(scene);
     EXPECT_EQ(text.scene.errors(), 20);
-    EXPECT_EQ(text.messages.count(Level::Error), 21);
+    EXPECT_EQ(text.log.count(LogLevel::Error), 21);
 }
 
 TEST(Errors, OfObjectsThatNobodySeesAreWarnings) {
@@ -238,17 +238,17 @@ TEST(Errors, ASecondDataBlockOfACameraIsAWarning) {
 }
 
 TEST(MessageLines, NameModuleThreadAndLevelOnOneLine) {
-    Message message{Level::Warning, "SHDR", 3, "two\nlines", {"a.mi", 4, 5}};
-    EXPECT_EQ(Messages::line(message), "SHDR 0.3   warning: a.mi:4:5: two lines");
-    Messages messages(Level::None);
-    messages.keep(true);
-    EXPECT_TRUE(messages.once("k", message));
-    EXPECT_FALSE(messages.once("k", message));
-    EXPECT_FALSE(messages.once("k", message));
-    messages.reportRepeats();
-    messages.reportRepeats();
-    ASSERT_EQ(messages.kept().size(), 2u);
-    EXPECT_EQ(messages.kept()[1].text, "two\nlines (and 2 more times)");
+    LogMessage message{LogLevel::Warning, "SHDR", 3, "two\nlines", {"a.mi", 4, 5}};
+    EXPECT_EQ(Log::line(message), "SHDR 0.3   warning: a.mi:4:5: two lines");
+    Log log(LogLevel::None);
+    log.keep(true);
+    EXPECT_TRUE(log.once("k", message));
+    EXPECT_FALSE(log.once("k", message));
+    EXPECT_FALSE(log.once("k", message));
+    log.reportRepeats();
+    log.reportRepeats();
+    ASSERT_EQ(log.kept().size(), 2u);
+    EXPECT_EQ(log.kept()[1].text, "two\nlines (and 2 more times)");
 }
 
 } // namespace

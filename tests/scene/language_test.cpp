@@ -49,7 +49,7 @@ TEST(Tokens, AreStringsWordsMarksAndBytesWithTheirPlaces) {
     EXPECT_EQ(token.column, 8u);
     token = lexer.next();
     EXPECT_TRUE(token.is('['));
-    EXPECT_EQ(lexer.placeOf(token).text(), "file.mi:2:3");
+    EXPECT_EQ(lexer.locationOf(token).text(), "file.mi:2:3");
     EXPECT_EQ(lexer.next().kind, Token::Kind::Bytes);
     EXPECT_TRUE(lexer.next().is(']'));
     EXPECT_EQ(lexer.next().kind, Token::Kind::Backquote);
@@ -186,8 +186,8 @@ material "m" = "a" end material
 delete "b" touch "a"
 )mi");
     EXPECT_EQ(text.errors(), "");
-    EXPECT_EQ(text.messages.level(), Level::Info);
-    EXPECT_EQ(text.lines(Level::Progress), "hello\n");
+    EXPECT_EQ(text.log.level(), LogLevel::Info);
+    EXPECT_EQ(text.lines(LogLevel::Progress), "hello\n");
     EXPECT_EQ(text.warnings(),
               "test.mi:3:69: the file is for at least version 4 of the renderer; this one is like 3.13\n"
               "test.mi:5:1: system \"rm -rf /\" is refused: scenes run no commands\n"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/language/parser.h"
+#include "scene/language/scene_file.h"
 
 #include <gtest/gtest.h>
 
@@ -14,13 +14,13 @@ namespace orca::scene {
 /// A scene read from text, with everything it said.
 class SceneText {
 public:
-    explicit SceneText(const std::string& text, ParserOptions options = {}) : scene(messages) {
-        messages.setSink([this](const Message& message) { said.push_back(message); });
+    explicit SceneText(const std::string& text, ParserOptions options = {}) : scene(log) {
+        log.setSink([this](const LogMessage& message) { logged.push_back(message); });
         callbacks.render = [this](const RenderRequest& request) {
             renders.push_back(request);
             return !onRender || onRender(request);
         };
-        callbacks.link = [this](const std::string& file, const Place&) {
+        callbacks.link = [this](const std::string& file, const SourceLocation&) {
             links.push_back(file);
             return file.find("missing") == std::string::npos;
         };
@@ -35,20 +35,20 @@ public:
     }
     miTag tag(const std::string& name) { return scene.database().named(name); }
     /// Places and texts of one level, one line each: "test.mi:3:7: text".
-    std::string lines(Level level) const {
+    std::string lines(LogLevel level) const {
         std::string result;
-        for (const Message& message : said) {
+        for (const LogMessage& message : logged) {
             if (message.level != level) continue;
-            const std::string place = message.place.text();
-            result += (place.empty() ? std::string() : place + ": ") + message.text + '\n';
+            const std::string location = message.location.text();
+            result += (location.empty() ? std::string() : location + ": ") + message.text + '\n';
         }
         return result;
     }
-    std::string errors() const { return lines(Level::Error); }
-    std::string warnings() const { return lines(Level::Warning); }
+    std::string errors() const { return lines(LogLevel::Error); }
+    std::string warnings() const { return lines(LogLevel::Warning); }
 
-    Messages messages{Level::None};
-    std::vector<Message> said;
+    Log log{LogLevel::None};
+    std::vector<LogMessage> logged;
     Scene scene;
     ParserOptions parserOptions;
     ParserCallbacks callbacks;

@@ -56,17 +56,17 @@ int typeOf(const std::string& layer) {
 } // namespace
 
 RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
-    : messages_(Level::None),
-      scene_(messages_),
-      runtime_(scene_.database(), messages_),
-      textures_(messages_, {}),
-      session_(scene_.database(), messages_, runtime_, textures_) {
-    messages_.keep(true);
+    : log_(LogLevel::None),
+      scene_(log_),
+      runtime_(scene_.database(), log_),
+      textures_(log_, {}),
+      session_(scene_.database(), log_, runtime_, textures_) {
+    log_.keep(true);
     scene::ParserOptions options;
     options.includePaths = {ORCA_DECLARATIONS_DIR};
     scene::ParserCallbacks callbacks;
-    callbacks.link = [&](const std::string& file, const Place& place) {
-        return runtime_.loadLibrary(file, {ORCA_LIBRARY_DIR}, place);
+    callbacks.link = [&](const std::string& file, const SourceLocation& location) {
+        return runtime_.loadLibrary(file, {ORCA_LIBRARY_DIR}, location);
     };
     callbacks.render = [&](const scene::RenderRequest& request) {
         render::RenderSettings render;
@@ -85,9 +85,9 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
     if (settings.isFile) scene_.parseFile(text, options, callbacks);
     else scene_.parseText(text, "test.mi", options, callbacks);
     if (!results_.empty()) return;
-    std::string said;
-    for (const std::string& complaint : complaints()) said += "\n  " + complaint;
-    throw std::runtime_error("the scene did not render:" + said);
+    std::string logged;
+    for (const std::string& complaint : complaints()) logged += "\n  " + complaint;
+    throw std::runtime_error("the scene did not render:" + logged);
 }
 
 RenderedScene::~RenderedScene() = default;
@@ -130,13 +130,13 @@ std::vector<float> RenderedScene::words(const std::string& buffer) const {
 
 std::vector<std::string> RenderedScene::complaints() const {
     std::vector<std::string> texts;
-    for (const Message& message : messages_.kept())
-        if (message.level <= Level::Warning) texts.push_back(Messages::line(message));
+    for (const LogMessage& message : log_.kept())
+        if (message.level <= LogLevel::Warning) texts.push_back(Log::line(message));
     return texts;
 }
 
-bool RenderedScene::said(const std::string& part) const {
-    for (const Message& message : messages_.kept())
+bool RenderedScene::logged(const std::string& part) const {
+    for (const LogMessage& message : log_.kept())
         if (message.text.find(part) != std::string::npos) return true;
     return false;
 }

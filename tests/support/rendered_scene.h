@@ -2,7 +2,7 @@
 #pragma once
 
 #include "render/session.h"
-#include "scene/language/parser.h"
+#include "scene/language/scene_file.h"
 
 #include <shader.h>
 
@@ -44,13 +44,13 @@ public:
 
     /// Texts of what was said, errors and warnings only.
     [[nodiscard]] std::vector<std::string> complaints() const;
-    [[nodiscard]] bool said(const std::string& part) const;
+    [[nodiscard]] bool logged(const std::string& part) const;
     [[nodiscard]] scene::Database& database() { return scene_.database(); }
 
 private:
     [[nodiscard]] image::Layer layer(const std::string& buffer) const;
 
-    Messages messages_;
+    Log log_;
     scene::Scene scene_;
     shading::ShaderRuntime runtime_;
     image::Textures textures_;

@@ -34,7 +34,7 @@ using Matrix = scene::InstanceElement::Matrix;
 /// A database filled by hand, without the scene language.
 class SceneBuilder {
 public:
-    SceneBuilder() : messages(Level::None) { messages.keep(true); }
+    SceneBuilder() : log(LogLevel::None) { log.keep(true); }
 
     template <class T, class... A>
     T& add(const std::string& name, A&&... arguments) {
@@ -89,13 +89,13 @@ public:
     }
 
     /// True when a message of that level contains the text.
-    [[nodiscard]] bool said(Level level, const std::string& text) const {
-        for (const auto& message : messages.kept())
+    [[nodiscard]] bool logged(LogLevel level, const std::string& text) const {
+        for (const auto& message : log.kept())
             if (message.level == level && message.text.find(text) != std::string::npos) return true;
         return false;
     }
 
-    Messages messages;
+    Log log;
     scene::Database database;
 };
 

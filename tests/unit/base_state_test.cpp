@@ -45,14 +45,14 @@ TEST_F(BaseState, StartsEverySampleAfresh) {
     vela.flags = VELA_BIT_FLUID;
     vela.lightData.skipShadows = miTRUE;
     vela.transparencyCount = 4;
-    vela.filterSizes.screen.x = 1.0f;
+    vela.footprint.screen.x = 1.0f;
     stack_push(&vela.depthStack);
     EXPECT_EQ(run(miSHADERSTATE_SAMPLE_INIT), miTRUE);
     EXPECT_EQ(vela.throughput, WHITE);
     EXPECT_EQ(vela.flags, 0u);
     EXPECT_EQ(vela.lightData.skipShadows, miFALSE);
     EXPECT_EQ(vela.transparencyCount, 0);
-    EXPECT_EQ(vela.filterSizes.screen.x, 0.0f);
+    EXPECT_EQ(vela.footprint.screen.x, 0.0f);
     EXPECT_EQ(vela.depthStack.count, 0);
     EXPECT_EQ(vela.maxTraceDepth, 2);
     EXPECT_EQ(vela.filterBase, 0.5f);

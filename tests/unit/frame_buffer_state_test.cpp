@@ -42,7 +42,7 @@ TEST(FrameBufferState, BuildsContiguousRunsInTypeOrderAndOneSlotArrayPerRecord) 
 
     EXPECT_EQ(scene.renderer.memory.allocationsHeld(), 1); // the slots; the records are the renderer's copy
     EXPECT_EQ(scene.renderer.pinsHeld(), 0);
-    EXPECT_TRUE(scene.renderer.messages.empty());
+    EXPECT_TRUE(scene.renderer.log.empty());
 }
 
 TEST(FrameBufferState, ResolvesNamesFlagsAndBoundsOnceAtTheFirstSample) {
@@ -288,7 +288,7 @@ TEST(FrameBufferState, UnknownOperationsWarnAndFail) {
 
     miShader_state_arg argument{-1, miTRUE};
     EXPECT_FALSE(orcaFrameBufferInit(nullptr, &scene.renderer.state, nullptr, &argument));
-    EXPECT_EQ(scene.renderer.messages.back(),
+    EXPECT_EQ(scene.renderer.log.back(),
               (ScriptedMessage{'w', "orcaFrameBufferInit(): Invoked with invalid opcode."}));
 }
 
@@ -298,7 +298,7 @@ TEST(FrameBufferState, SaysSoWhenItIsNotInstalledAsAStateShader) {
     renderer.answer<int>(miQ_FUNC_CALLTYPE, miSHADER_STATE);
     orcaFrameBufferState_init(&renderer.state, nullptr, &initRequired);
     EXPECT_FALSE(initRequired);
-    EXPECT_TRUE(renderer.messages.empty());
+    EXPECT_TRUE(renderer.log.empty());
 
     renderer.answer<int>(miQ_FUNC_CALLTYPE, miSHADER_LENS);
     orcaFrameBufferState_init(&renderer.state, nullptr, &initRequired);

@@ -81,7 +81,7 @@ TEST_F(LightProtocol, ALightFeedsTheRecordsThatItsMaskAdmits) {
         EXPECT_FALSE(records[0].flags & FB_LIGHT_SETUP_PENDING);
         EXPECT_EQ(renderer.pinsHeld(), 0);
     }
-    EXPECT_TRUE(renderer.messages.empty());
+    EXPECT_TRUE(renderer.log.empty());
 }
 
 TEST_F(LightProtocol, OutsideALightShaderContributionsAreAnErrorAndStayAsTheyAre) {
@@ -317,7 +317,7 @@ TEST(LightProtocolWithoutRecords, DoesNothingButTraceShadows) {
     EXPECT_FALSE(applyShadowTransparencyToFrameBuffers(0, nullptr, &light, &state));
     sampleLightEnd(&state, 0, nullptr, 1, &mode, &useScale, &scale);
     EXPECT_TRUE(renderer.calls.empty());
-    EXPECT_TRUE(renderer.messages.empty());
+    EXPECT_TRUE(renderer.log.empty());
 
     EXPECT_TRUE(traceShadow(0, nullptr, &result, &light, &shadowColor, false, &state));
     EXPECT_TRUE(traceShadowAccumulate(0, nullptr, &result, &state));

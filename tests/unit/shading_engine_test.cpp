@@ -245,10 +245,10 @@ TEST_F(Engine, PutsTheFilterSizesBackAndFitsThemToTheHit) {
     auto& camera = scene.renderer.database.element<miInstance>(scene.renderer.state.camera_inst);
     const miMatrix atTen{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 10, 1};
     std::copy(std::begin(atTen), std::end(atTen), camera.tf.local_to_global);
-    scene.vela().filterSizes = {{7, 7, 7}, {7, 7, 7}};
-    FilterSizes inside{};
+    scene.vela().footprint = {{7, 7, 7}, {7, 7, 7}};
+    FilterFootprint inside{};
     surface = [&](SurfaceShaderReturnType&, miState*) {
-        inside = scene.vela().filterSizes;
+        inside = scene.vela().footprint;
         return miTRUE;
     };
     const auto sizeFor = [&](miState& state) {
@@ -266,7 +266,7 @@ TEST_F(Engine, PutsTheFilterSizesBackAndFitsThemToTheHit) {
     scene.vela().filterEnabled = miFALSE;
     scene.vela().fixedFilterSize = 3.0f;
     EXPECT_EQ(sizeFor(eye), 3.0f);
-    EXPECT_EQ(scene.vela().filterSizes.screen.x, 7.0f);
+    EXPECT_EQ(scene.vela().footprint.screen.x, 7.0f);
 }
 
 // --- levels

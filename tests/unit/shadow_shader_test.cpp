@@ -150,17 +150,17 @@ TEST_F(ShadowShader, LeavesTheRecordsAloneWithoutAHit) {
 }
 
 TEST_F(ShadowShader, LooksTexturesUpSharp) {
-    scene.vela().filterSizes = {{1, 1, 1}, {2, 2, 2}};
+    scene.vela().footprint = {{1, 1, 1}, {2, 2, 2}};
     shader.connect(&shader.parameters.transparency);
     scene.renderer.evaluate = [&](miState*, void*) -> void* {
-        EXPECT_EQ(scene.vela().filterSizes.screen.x, 1e-8f);
-        EXPECT_EQ(scene.vela().filterSizes.texture.z, 0.0f);
+        EXPECT_EQ(scene.vela().footprint.screen.x, 1e-8f);
+        EXPECT_EQ(scene.vela().footprint.texture.z, 0.0f);
         static miColor half = WHITE * 0.5f;
         return &half;
     };
     run();
     expectColor(result, 0.5f, 0.5f, 0.5f);
-    EXPECT_EQ(scene.vela().filterSizes.texture.x, 2.0f);
+    EXPECT_EQ(scene.vela().footprint.texture.x, 2.0f);
 }
 
 } // namespace

@@ -360,7 +360,7 @@ TEST(LambertInstance, IsNullWhenMemoryRunsOut) {
     miBoolean required;
     orcaVelaLambert_init(&renderer.state, &shader.parameters, &required);
     EXPECT_EQ(*renderer.userPointer(&shader.function), nullptr);
-    EXPECT_TRUE(renderer.messages.empty());
+    EXPECT_TRUE(renderer.log.empty());
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 #include "render/camera/eye_ray.h"
 
 #include "render/trace/surface_state.h"
-#include "render/trace/visible.h"
+#include "render/trace/trace_and_shade.h"
 
 #include <algorithm>
 
@@ -44,9 +44,9 @@ miBoolean castEyeRay(RenderContext& context, ChildState& child, miColor& result)
         std::max(-inCamera.z / std::max(mi_vector_norm(&inCamera), shallowest), shallowest);
     ray.nearDistance = std::max(frame.camera.clip.min / perDistance, context.eyeStart);
     ray.farDistance = frame.camera.clip.max / perDistance;
-    ray.skipLeaf = context.skipLeaf;
+    ray.skipInstance = context.skipInstance;
     ray.skipTriangle = context.skipTriangle;
-    return shadeVisibleRay(context, child, ray, result);
+    return traceAndShade(context, child, ray, result);
 }
 
 } // namespace orca::render

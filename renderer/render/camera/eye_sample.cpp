@@ -3,7 +3,7 @@
 
 #include "render/camera/eye_ray.h"
 #include "render/camera/rasterizer.h"
-#include "render/trace/visible.h"
+#include "render/trace/trace_and_shade.h"
 
 #include <algorithm>
 #include <bit>
@@ -21,7 +21,7 @@ void resetBase(RenderContext& context) {
     state.parent = state.child = nullptr;
     state.reflection_level = state.refraction_level = 0;
     state.instance = state.light_instance = state.material = miNULLTAG;
-    state.hit_leaf = state.hit_triangle = geometry::nothing;
+    state.hit_instance = state.hit_triangle = geometry::nothing;
     state.volume = context.frame.camera.volume;
     state.environment = context.frame.camera.environment;
     state.refraction_volume = miNULLTAG;
@@ -51,9 +51,9 @@ void dropNotFinite(RenderContext& context) {
             !anyNotFinite(context.sampleWords, buffer.sampleOffset, buffer.components))
             continue;
         std::fill_n(context.sampleWords.begin() + buffer.sampleOffset, buffer.components, 0.0f);
-        context.frame.messages.once(
+        context.frame.log.once(
             "render: not a number in " + buffer.name,
-            {Level::Warning,
+            {LogLevel::Warning,
              "RNDR",
              context.base.thread,
              "frame buffer \"" + buffer.name +
@@ -69,19 +69,19 @@ void fillMainBuffers(RenderContext& context, const miColor& color) {
     for (const Frame::MainBuffer& buffer : context.frame.mainBuffers) {
         float* words = context.sampleWords.data() + buffer.offset;
         switch (buffer.source) {
-        case image::MainSource::None: break;
-        case image::MainSource::Color: std::memcpy(words, &color, sizeof color); break;
-        case image::MainSource::Alpha: *words = color.a; break;
-        case image::MainSource::Intensity: {
+        case image::BuiltinSource::None: break;
+        case image::BuiltinSource::Color: std::memcpy(words, &color, sizeof color); break;
+        case image::BuiltinSource::Alpha: *words = color.a; break;
+        case image::BuiltinSource::Intensity: {
             const miColor& weight = context.frame.options.luminance_weight;
             *words = color.r * weight.r + color.g * weight.g + color.b * weight.b;
             break;
         }
-        case image::MainSource::Depth: *words = primary.depth; break;
-        case image::MainSource::Normal: std::memcpy(words, &primary.normal, sizeof primary.normal); break;
-        case image::MainSource::Motion: std::memcpy(words, &primary.motion, sizeof primary.motion); break;
-        case image::MainSource::Label: std::memcpy(words, &primary.label, sizeof primary.label); break;
-        case image::MainSource::Coverage: *words = primary.hit ? 1.0f : 0.0f; break;
+        case image::BuiltinSource::Depth: *words = primary.depth; break;
+        case image::BuiltinSource::Normal: std::memcpy(words, &primary.normal, sizeof primary.normal); break;
+        case image::BuiltinSource::Motion: std::memcpy(words, &primary.motion, sizeof primary.motion); break;
+        case image::BuiltinSource::Label: std::memcpy(words, &primary.label, sizeof primary.label); break;
+        case image::BuiltinSource::Coverage: *words = primary.hit ? 1.0f : 0.0f; break;
         }
     }
 }
@@ -130,7 +130,7 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const Pixel
     context.primary = {};
     context.depth = 0;
     context.eyeStart = 0.0f;
-    context.skipLeaf = context.skipTriangle = geometry::nothing;
+    context.skipInstance = context.skipTriangle = geometry::nothing;
     context.samplePhase = phase;
     context.sampleMoving = frame.moves() && frame.options.motion;
     context.inEyeSample = phase == imagePhase;

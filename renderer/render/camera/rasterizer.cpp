@@ -79,8 +79,8 @@ void rasterizeEyeSample(RenderContext& context, miColor& color) {
         const float through = std::max({transmitted.r, transmitted.g, transmitted.b});
         if (1.0f - through > closed) break;
         const miState& front = eyeHit(context);
-        context.eyeStart = geometry::distanceBehind(front.org, static_cast<float>(front.dist));
-        context.skipLeaf = front.hit_leaf;
+        context.eyeStart = geometry::distancePastHit(front.org, static_cast<float>(front.dist));
+        context.skipInstance = front.hit_instance;
         context.skipTriangle = front.hit_triangle;
     }
 }

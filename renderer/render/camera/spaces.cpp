@@ -20,10 +20,11 @@ const miScalar* spaceMatrix(const miState* state, Space space, Direction directi
     case Space::World: return nullptr;
     case Space::Camera: return direction == Direction::To ? context.camera.fromWorld : context.camera.toWorld;
     case Space::Object:
-        if (const geometry::Leaf* leaf = frame.leafOf(state->instance)) instance = leaf->instanceRecord;
+        if (const geometry::MeshInstance* meshInstance = frame.meshInstanceOf(state->instance))
+            instance = meshInstance->instanceRecord;
         break;
     case Space::Light:
-        if (const PlacedLight* light = frame.lightOf(state->light_instance)) instance = light->record;
+        if (const LightInstance* light = frame.lightOf(state->light_instance)) instance = light->record;
         break;
     }
     if (!instance) return nullptr;

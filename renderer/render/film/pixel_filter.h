@@ -18,7 +18,7 @@ public:
         float x, y;   ///< offset from the pixel's centre, pixels
         float weight; ///< of the sample within its pixel
     };
-    /// Place of sample `index` of a pixel from three coordinates in [0, 1).
+    /// SourceLocation of sample `index` of a pixel from three coordinates in [0, 1).
     [[nodiscard]] Placement place(unsigned index, float u, float v, float lobe) const;
 
     /// False when `lobe` does not matter.

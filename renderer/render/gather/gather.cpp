@@ -23,7 +23,7 @@ public:
           state_(context.gatherState),
           reflectionBase_(context.gatherReflectionBase),
           refractionBase_(context.gatherRefractionBase) {
-        context.gatherState = context.gatherHarvest ? 2 : 1;
+        context.gatherState = context.pendingGatherRecords ? 2 : 1;
         context.samplePhase = gatherPhase;
         context.gatherReflectionBase = state.reflection_level;
         context.gatherRefractionBase = state.refraction_level;
@@ -100,9 +100,9 @@ miRange radiusRange(const RenderContext& context, const miState& state, const mi
 }
 
 bool standsOnMovingThing(const RenderContext& context, const miState& state) {
-    if (!context.sampleMoving || state.hit_leaf == geometry::nothing) return false;
-    const geometry::Leaf& leaf = context.frame.leaves[state.hit_leaf];
-    return leaf.transformMoves || leaf.mesh->deforms();
+    if (!context.sampleMoving || state.hit_instance == geometry::nothing) return false;
+    const geometry::MeshInstance& meshInstance = context.frame.meshInstances[state.hit_instance];
+    return meshInstance.transformMoves || meshInstance.mesh->deforms();
 }
 
 } // namespace
@@ -126,20 +126,21 @@ miBoolean averageRadiance(miColor& result, miState* state, char face, const miIr
     const auto found = [&](float strictness) {
         return frame.gatherCaches->of(bounce).find(state->point, axis, strictness, result);
     };
-    GatherHarvest* const harvest = ahead && bounce < GatherCaches::count ? context.gatherHarvest : nullptr;
+    PendingGatherRecords* const pending =
+        ahead && bounce < GatherCaches::count ? context.pendingGatherRecords : nullptr;
     bool known = false;
-    if (harvest) {
+    if (pending) {
         const float strictness = bounce == 0 ? strictnessAhead : strictnessOfBounces;
-        known = found(strictness) || harvest->find(bounce, state->point, axis, strictness, result);
+        known = found(strictness) || pending->find(bounce, state->point, axis, strictness, result);
     } else if (ahead) {
         known = (bounce == 0 && found(1.0f)) || found(strictnessOfBounces);
     }
     if (!known) {
         const GatherScope scope(context, *state);
-        if (harvest) {
+        if (pending) {
             const GatherRecord record = gatherRecord(context, state, back, raysForRecord(rays, bounce),
                                                      radiusRange(context, *state, options, bounce));
-            harvest->add(bounce, record);
+            pending->add(bounce, record);
             result = record.radiance;
         } else {
             result = gatherRadiance(context, state, back, raysForOnePoint(rays, bounce, ahead));

@@ -49,8 +49,8 @@ public:
         const miVector move = difference(point_, record.point);
         for (std::size_t c = 0; c < 3; ++c)
             sum_[c] += weight * std::max(0.0f, channel(record.radiance, static_cast<int>(c)) +
-                                                   mi_vector_dot(&turn, &record.perTurn[c]) +
-                                                   mi_vector_dot(&move, &record.perMove[c]));
+                                                   mi_vector_dot(&turn, &record.rotationGradient[c]) +
+                                                   mi_vector_dot(&move, &record.translationGradient[c]));
         weights_ += weight;
     }
     bool mean(miColor& radiance) const {
@@ -127,16 +127,16 @@ bool GatherCache::find(const miVector& point, const miVector& normal, float stri
     return blend.mean(radiance);
 }
 
-bool GatherHarvest::find(int bounce, const miVector& point, const miVector& normal, float strictness,
-                         miColor& radiance) const {
+bool PendingGatherRecords::find(int bounce, const miVector& point, const miVector& normal, float strictness,
+                                miColor& radiance) const {
     Blend blend(point, normal, strictness);
     for (const Entry& entry : entries_)
         if (entry.bounce == bounce) blend.add(entry.record);
     return blend.mean(radiance);
 }
 
-void GatherCaches::add(const GatherHarvest& harvest) {
-    for (const GatherHarvest::Entry& entry : harvest.entries()) {
+void GatherCaches::add(const PendingGatherRecords& pending) {
+    for (const PendingGatherRecords::Entry& entry : pending.entries()) {
         const GatherRecord& record = entry.record;
         miColor known;
         if (entry.bounce > 0 &&

@@ -18,7 +18,7 @@ struct GatherRecord {
     miColor radiance;       ///< average over the hemisphere
     /// How it changes per channel when the normal turns about an axis, and when the point moves (G. Ward and
     /// P. Heckbert, "Irradiance Gradients", 1992).
-    std::array<miVector, 3> perTurn, perMove;
+    std::array<miVector, 3> rotationGradient, translationGradient;
 };
 
 /// Records of one number of bounces, found by place. Built up by one thread between passes, and read by any
@@ -48,7 +48,7 @@ private:
 };
 
 /// Records made while gathering ahead, of one place in the picture.
-class GatherHarvest {
+class PendingGatherRecords {
 public:
     struct Entry {
         int bounce;
@@ -73,7 +73,7 @@ public:
 
     [[nodiscard]] const GatherCache& of(int bounce) const { return caches_[bounce == 0 ? 0 : 1]; }
     /// Adds in the harvest's order. Of points that nobody sees, only records that are missing.
-    void add(const GatherHarvest& harvest);
+    void add(const PendingGatherRecords& pending);
 
 private:
     std::array<GatherCache, count> caches_;

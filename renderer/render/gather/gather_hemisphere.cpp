@@ -3,7 +3,7 @@
 
 #include "render/gather/hemisphere.h"
 #include "render/trace/surface_state.h"
-#include "render/trace/visible.h"
+#include "render/trace/trace_and_shade.h"
 
 #include <algorithm>
 #include <cmath>
@@ -56,7 +56,7 @@ public:
         child->dir = direction;
         geometry::Ray ray = rayFrom(context_, *state_, state_->point, direction, geometry::RayClass::Gather);
         if (settings.falloffStop > 0.0f) ray.farDistance = settings.falloffStop;
-        if (!shadeVisibleRay(context_, child, ray, arrival.radiance)) arrival.radiance = {};
+        if (!traceAndShade(context_, child, ray, arrival.radiance)) arrival.radiance = {};
         if (child->instance != miNULLTAG) arrival.distance = static_cast<float>(child->dist);
         if (settings.falloffStop > 0.0f && std::isfinite(arrival.distance)) fade(arrival, direction);
         return arrival;
@@ -127,7 +127,7 @@ public:
     }
 
     void gradients(GatherRecord& record, const OrthonormalBasis& basis) const {
-        record.perTurn = record.perMove = {};
+        record.rotationGradient = record.translationGradient = {};
         for (int sector = 0; sector < sectors_; ++sector) {
             const float width = 2.0f * pi / static_cast<float>(sectors_);
             const float middle = (static_cast<float>(sector) + 0.5f) * width;
@@ -136,10 +136,10 @@ public:
             const miVector across = basis.combine(-std::sin(middle), std::cos(middle), 0.0f);
             const miVector overStart = basis.combine(-std::sin(start), std::cos(start), 0.0f);
             for (int c = 0; c < 3; ++c) {
-                addScaled(record.perTurn[static_cast<std::size_t>(c)], across, tilt(sector, c));
-                addScaled(record.perMove[static_cast<std::size_t>(c)], toward,
+                addScaled(record.rotationGradient[static_cast<std::size_t>(c)], across, tilt(sector, c));
+                addScaled(record.translationGradient[static_cast<std::size_t>(c)], toward,
                           ringShift(sector, c) * width / pi);
-                addScaled(record.perMove[static_cast<std::size_t>(c)], overStart,
+                addScaled(record.translationGradient[static_cast<std::size_t>(c)], overStart,
                           sectorShift(sector, c) / pi);
             }
         }
@@ -198,14 +198,15 @@ void limitByGradients(GatherRecord& record, const miRange& radius) {
     float steepest = 0.0f;
     for (int c = 0; c < 3; ++c) {
         const float light = channel(record.radiance, c);
-        const float slope = mi_vector_norm(&record.perMove[static_cast<std::size_t>(c)]);
+        const float slope = mi_vector_norm(&record.translationGradient[static_cast<std::size_t>(c)]);
         if (light > 0.0f) steepest = std::max(steepest, slope / light);
     }
     if (steepest * record.radius > 1.0f) record.radius = 1.0f / steepest;
     record.radius = std::clamp(record.radius, radius.min, radius.max);
     const float change = steepest * record.radius;
     if (change <= 1.0f) return;
-    for (miVector& slope : record.perMove) slope = {slope.x / change, slope.y / change, slope.z / change};
+    for (miVector& slope : record.translationGradient)
+        slope = {slope.x / change, slope.y / change, slope.z / change};
 }
 
 } // namespace

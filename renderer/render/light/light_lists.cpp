@@ -35,9 +35,9 @@ void handOut(RenderContext& context, const std::vector<miTag>& list, int& count,
 
 miBoolean instanceLights(int& count, miTag*& lights, miState* state) {
     const RenderContext& context = renderContextOf(state);
-    const geometry::Leaf* leaf = context.frame.leafOf(state->instance);
+    const geometry::MeshInstance* meshInstance = context.frame.meshInstanceOf(state->instance);
     const std::span<const miTag> list =
-        leaf ? context.frame.geometry.lightsOf(*leaf) : context.frame.geometry.lights();
+        meshInstance ? context.frame.geometry.lightsOf(*meshInstance) : context.frame.geometry.lights();
     count = static_cast<int>(list.size());
     lights = const_cast<miTag*>(list.data()); // the interface hands out what nobody may change
     return miTRUE;

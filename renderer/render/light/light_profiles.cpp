@@ -27,31 +27,31 @@ bool readText(const fs::path& path, std::string& text) {
 
 /// The tilt of a lamp changes nothing here, so what is wrong with its file does not stop the profile.
 void checkTilt(const scene::LightProfileElement& element, const fs::path& profile, const std::string& name,
-               Messages& messages) {
+               Log& log) {
     const fs::path path = profile.parent_path() / name;
     std::string text;
     if (!readText(path, text)) {
-        messages.warningAt({profile.string(), 1, 1}, "RNDR",
-                           "light profile \"{}\": TILT={} names a file that cannot be read; light is shaped "
-                           "without it",
-                           element.name, name);
+        log.warningAt({profile.string(), 1, 1}, "RNDR",
+                      "light profile \"{}\": TILT={} names a file that cannot be read; light is shaped "
+                      "without it",
+                      element.name, name);
         return;
     }
     try {
         image::checkIesTilt(text);
     } catch (const image::LightProfileError& error) {
-        messages.warningAt({path.string(), error.line, 1}, "RNDR",
-                           "light profile \"{}\": tilt file of \"{}\": {}; light is shaped without it",
-                           element.name, profile.string(), error.what());
+        log.warningAt({path.string(), error.line, 1}, "RNDR",
+                      "light profile \"{}\": tilt file of \"{}\": {}; light is shaped without it",
+                      element.name, profile.string(), error.what());
     }
 }
 
-std::optional<LightProfile> read(const scene::LightProfileElement& element, Messages& messages) {
+std::optional<LightProfile> read(const scene::LightProfileElement& element, Log& log) {
     const fs::path path = fs::path(element.sceneDirectory) / element.file; // an absolute file stays as it is
     std::string text;
     if (element.file.empty() || !readText(path, text)) {
-        messages.errorAt(element.place, "RNDR", "light profile \"{}\": file \"{}\" cannot be read",
-                         element.name, element.file.empty() ? "" : path.string());
+        log.errorAt(element.location, "RNDR", "light profile \"{}\": file \"{}\" cannot be read",
+                    element.name, element.file.empty() ? "" : path.string());
         return std::nullopt;
     }
     try {
@@ -59,23 +59,23 @@ std::optional<LightProfile> read(const scene::LightProfileElement& element, Mess
                                                                                : image::readEulumdat(text);
         constexpr int clockwise = 1;
         table.clockwise = table.axes == LightProfile::Axes::B && element.flags == clockwise;
-        if (!table.tiltFile.empty()) checkTilt(element, path, table.tiltFile, messages);
+        if (!table.tiltFile.empty()) checkTilt(element, path, table.tiltFile, log);
         return LightProfile(std::move(table));
     } catch (const image::LightProfileError& error) {
-        messages.errorAt({path.string(), error.line, 1}, "RNDR", "light profile \"{}\": {}", element.name,
-                         error.what());
+        log.errorAt({path.string(), error.line, 1}, "RNDR", "light profile \"{}\": {}", element.name,
+                    error.what());
         return std::nullopt;
     }
 }
 
 } // namespace
 
-LightProfiles::LightProfiles(scene::Database& database, Messages& messages) {
+LightProfiles::LightProfiles(scene::Database& database, Log& log) {
     constexpr int cubic = 3;
     for (miTag tag = 1; tag < database.endTag(); ++tag) {
         const auto* element = database.find<scene::LightProfileElement>(tag);
         if (!element) continue;
-        if (auto profile = read(*element, messages)) {
+        if (auto profile = read(*element, log)) {
             entries_.push_back(
                 {tag, *std::move(profile),
                  element->hermite == cubic ? LightProfile::Between::Cubic : LightProfile::Between::Linear});
@@ -93,7 +93,7 @@ float LightProfiles::toward(miTag profile, const miVector& direction, bool inter
 miScalar sampleLightProfile(miState* state, miTag profile, miBoolean interpolate) {
     if (profile == miNULLTAG) return 1.0f;
     const Frame& frame = renderContextOf(state).frame;
-    const PlacedLight* light = frame.lightOf(state->light_instance);
+    const LightInstance* light = frame.lightOf(state->light_instance);
     miVector direction = state->dir;
     if (light) mi_vector_transform(&direction, &state->dir, light->record->tf.global_to_local);
     return frame.lightProfiles.toward(profile, direction, interpolate != miFALSE);

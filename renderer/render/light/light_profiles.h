@@ -16,7 +16,7 @@ namespace orca::render {
 /// file and the line; lights with it shine evenly.
 class LightProfiles {
 public:
-    LightProfiles(scene::Database& database, Messages& messages);
+    LightProfiles(scene::Database& database, Log& log);
 
     /// Intensity toward a direction of light space, relative to the strongest; 1 for no profile.
     [[nodiscard]] float toward(miTag profile, const miVector& direction, bool interpolate) const;

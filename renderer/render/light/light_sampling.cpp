@@ -2,7 +2,7 @@
 #include "render/light/light_sampling.h"
 
 #include "base/orthonormal_basis.h"
-#include "render/trace/visible.h"
+#include "render/trace/trace_and_shade.h"
 
 #include <algorithm>
 #include <cmath>
@@ -62,8 +62,8 @@ miVector pointOnArea(const miLight& light, float u, float v) {
     return point;
 }
 
-miVector lightPoint(RenderContext& context, const PlacedLight& light, const SampleCounts& counts, int sample,
-                    std::uint32_t key) {
+miVector lightPoint(RenderContext& context, const LightInstance& light, const SampleCounts& counts,
+                    int sample, std::uint32_t key) {
     const auto total = static_cast<std::uint32_t>(counts.total());
     const auto index = static_cast<std::uint32_t>(sample);
     const int column = sample % counts.u;
@@ -79,7 +79,7 @@ miVector lightPoint(RenderContext& context, const PlacedLight& light, const Samp
 }
 
 /// Aims the light state; false for points that a spot's cone does not reach.
-bool aim(ChildState& child, const PlacedLight& light, const miState* state, const miVector& origin) {
+bool aim(ChildState& child, const LightInstance& light, const miState* state, const miVector& origin) {
     if (light.directional()) {
         child->dir = light.direction;
         child->dist = 0.0;
@@ -102,7 +102,7 @@ bool aim(ChildState& child, const PlacedLight& light, const miState* state, cons
 miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, miState* state,
                       miTag lightInstance, miInteger& samples, AreaSampling area) {
     RenderContext& context = renderContextOf(state);
-    const PlacedLight* light = context.frame.lightOf(lightInstance);
+    const LightInstance* light = context.frame.lightOf(lightInstance);
     if (!light || light->record->off || context.depth >= maxNesting) return miFALSE;
     const bool sampleArea = area == AreaSampling::Full && light->hasArea();
     const SampleCounts counts = sampleArea ? countsAt(*light->light, state) : SampleCounts{1, 1};

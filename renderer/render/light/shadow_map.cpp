@@ -27,15 +27,15 @@ miVector along(const miVector& from, const miVector& direction, float distance) 
 float nextDepth(const geometry::SceneGeometry& geometry, geometry::Ray& ray, miTag light) {
     geometry::Hit hit;
     while (geometry.intersect(ray, hit)) {
-        geometry::continueBehind(ray, hit);
-        if (geometry.castsShadowOf(geometry.leaves()[hit.leaf], light)) return hit.distance;
+        geometry::advancePastHit(ray, hit);
+        if (geometry.castsShadowOf(geometry.meshInstances()[hit.meshInstance], light)) return hit.distance;
     }
     return infinity;
 }
 
 } // namespace
 
-ShadowMap::ShadowMap(const geometry::SceneGeometry& geometry, const PlacedLight& light)
+ShadowMap::ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light)
     : light_(light),
       resolution_(light.light->shadowmap_resolution > 0 ? light.light->shadowmap_resolution
                                                         : defaultResolution),

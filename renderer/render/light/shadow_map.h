@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "render/light/placed_light.h"
+#include "render/light/light_instance.h"
 
 #include <utility>
 #include <vector>
@@ -21,7 +21,7 @@ class ShadowMap {
 public:
     /// Looks at the scene with one ray a texel, two where something is met, on the threads of the current
     /// arena, at shutter time 0.
-    ShadowMap(const geometry::SceneGeometry& geometry, const PlacedLight& light);
+    ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light);
 
     /// Share of the light that reaches a point, 0 to 1: over the texels around it, or over a disc of the
     /// light's softness. Points outside a spot's square are lit.
@@ -41,7 +41,7 @@ private:
     void fill(const geometry::SceneGeometry& geometry, Face& face, int row) const;
     [[nodiscard]] float compare(const Projected& point) const;
 
-    const PlacedLight& light_;
+    const LightInstance& light_;
     std::vector<Face> faces_;
     int resolution_;
     float halfWidth_; // tangent of the half angle; directional: half the square's edge, scene units
@@ -52,7 +52,7 @@ private:
 /// The maps of a picture's lights.
 class ShadowMaps {
 public:
-    void add(const geometry::SceneGeometry& geometry, const PlacedLight& light) {
+    void add(const geometry::SceneGeometry& geometry, const LightInstance& light) {
         maps_.emplace_back(light.instance, ShadowMap(geometry, light));
     }
     /// Null for a light that has none.

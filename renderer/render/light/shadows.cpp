@@ -3,7 +3,7 @@
 
 #include "render/light/shadow_map.h"
 #include "render/trace/surface_state.h"
-#include "render/trace/visible.h"
+#include "render/trace/trace_and_shade.h"
 
 #include <algorithm>
 #include <cmath>
@@ -42,7 +42,7 @@ miVector along(const miVector& from, const miVector& direction, float distance) 
 }
 
 ShadowPath pathOf(const RenderContext& context, miState* state) {
-    const PlacedLight* light = context.frame.lightOf(state->light_instance);
+    const LightInstance* light = context.frame.lightOf(state->light_instance);
     ShadowPath path{};
     path.lightInstance = state->light_instance;
     path.lightState = state;
@@ -68,8 +68,9 @@ ShadowPath pathOf(const RenderContext& context, miState* state) {
 bool nextOccluder(RenderContext& context, Ray& ray, const ShadowPath& path, Hit& hit) {
     const geometry::SceneGeometry& geometry = context.frame.geometry;
     while (geometry.intersect(ray, hit)) {
-        if (geometry.castsShadowOf(context.frame.leaves[hit.leaf], path.lightInstance)) return true;
-        continueBehind(ray, hit);
+        if (geometry.castsShadowOf(context.frame.meshInstances[hit.meshInstance], path.lightInstance))
+            return true;
+        advancePastHit(ray, hit);
     }
     return false;
 }
@@ -114,7 +115,7 @@ miBoolean walk(RenderContext& context, miColor& result, miState* lightState, Ray
     Hit hit;
     while (nextOccluder(context, ray, path, hit)) {
         if (!callOccluder(context, result, lightState, ray, hit, path)) return miFALSE;
-        continueBehind(ray, hit);
+        advancePastHit(ray, hit);
     }
     return miTRUE;
 }
@@ -175,8 +176,8 @@ miBoolean traceShadow(miColor& result, miState* lightState) {
     const ShadowMap* map =
         context.frame.shadowMaps ? context.frame.shadowMaps->of(lightState->light_instance) : nullptr;
     if (!map && !context.frame.options.trace) return miTRUE;
-    if (lightState->hit_leaf != geometry::nothing &&
-        !context.frame.leaves[lightState->hit_leaf].receivesShadows)
+    if (lightState->hit_instance != geometry::nothing &&
+        !context.frame.meshInstances[lightState->hit_instance].receivesShadows)
         return miTRUE;
 
     if (map) return dimByMap(result, *map, lightState->point);

@@ -121,7 +121,7 @@ bool findVisibleLight(const Frame& frame, const geometry::Ray& ray, float limit,
         ray.rayClass == geometry::RayClass::Shadow)
         return false;
     bool found = false;
-    for (const PlacedLight* light : frame.visibleLights()) {
+    for (const LightInstance* light : frame.visibleLights()) {
         const miTransform& place = light->record->tf;
         LightSpaceRay local;
         mi_point_transform(&local.origin, &ray.origin, place.global_to_local);

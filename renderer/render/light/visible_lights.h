@@ -8,7 +8,7 @@ namespace orca::render {
 
 /// Where a ray meets the shape of a light that can be seen.
 struct LightHit {
-    const PlacedLight* light;
+    const LightInstance* light;
     float distance;  ///< along the ray
     miVector normal; ///< of the shape, unit, internal space, as modelled
 };

@@ -2,7 +2,7 @@
 #include "render/texture/texture_lookup.h"
 
 #include "render/render_context.h"
-#include "render/texture/texture_footprint.h"
+#include "render/texture/footprint.h"
 #include "scene/elements/elements.h"
 
 namespace orca::render {

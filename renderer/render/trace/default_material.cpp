@@ -8,9 +8,9 @@ namespace orca::render {
 miBoolean shadeDefaultMaterial(RenderContext& context, miState* state, miColor& result) {
     constexpr float grey = 0.5f;
     result = {0.0f, 0.0f, 0.0f, 1.0f};
-    const geometry::Leaf* leaf = context.frame.leafOf(state->instance);
-    if (!leaf) return miTRUE;
-    for (const miTag light : context.frame.geometry.lightsOf(*leaf)) {
+    const geometry::MeshInstance* meshInstance = context.frame.meshInstanceOf(state->instance);
+    if (!meshInstance) return miTRUE;
+    for (const miTag light : context.frame.geometry.lightsOf(*meshInstance)) {
         miColor color;
         miVector direction;
         miScalar cosine;

@@ -3,7 +3,7 @@
 
 #include "render/camera/eye_ray.h"
 #include "render/trace/surface_state.h"
-#include "render/trace/visible.h"
+#include "render/trace/trace_and_shade.h"
 
 namespace orca::render {
 
@@ -16,8 +16,9 @@ using geometry::RayClass;
 bool isPointless(const RenderContext& context) {
     if (context.frame.stopped()) return true;
     if (context.depth < maxNesting) return false;
-    context.frame.messages.once(
-        "render: nesting", {Level::Warning, "RNDR", 0, "rays nest too deep; the deepest are left out", {}});
+    context.frame.log.once(
+        "render: nesting",
+        {LogLevel::Warning, "RNDR", 0, "rays nest too deep; the deepest are left out", {}});
     return true;
 }
 
@@ -39,16 +40,16 @@ bool withinDepth(const RenderContext& context, const miState* state, RayClass ki
 }
 
 /// The leaf that the state stands on, to see which rays it may send.
-const geometry::Leaf* standsOn(const RenderContext& context, const miState* state) {
-    return state->hit_leaf == geometry::nothing ? nullptr : &context.frame.leaves[state->hit_leaf];
+const geometry::MeshInstance* standsOn(const RenderContext& context, const miState* state) {
+    return state->hit_instance == geometry::nothing ? nullptr
+                                                    : &context.frame.meshInstances[state->hit_instance];
 }
 
 miBoolean castFrom(RenderContext& context, ChildState& child, miState* state, const miVector& direction,
                    RayClass rayClass, miColor& result) {
     child->org = state->point;
     child->dir = direction;
-    return shadeVisibleRay(context, child, rayFrom(context, *state, state->point, direction, rayClass),
-                           result);
+    return traceAndShade(context, child, rayFrom(context, *state, state->point, direction, rayClass), result);
 }
 
 RayClass classOf(miRay_type type) {
@@ -91,8 +92,8 @@ miBoolean traceEye(miColor& result, miState* state, const miVector& origin, cons
 
 miBoolean traceReflection(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
-    const geometry::Leaf* leaf = standsOn(context, state);
-    if (!state->options->trace || (leaf && !leaf->sendsReflections) || isPointless(context) ||
+    const geometry::MeshInstance* meshInstance = standsOn(context, state);
+    if (!state->options->trace || (meshInstance && !meshInstance->sendsReflections) || isPointless(context) ||
         !withinDepth(context, state, RayClass::Reflect))
         return miFALSE;
     ++context.counts.reflection;
@@ -103,8 +104,8 @@ miBoolean traceReflection(miColor& result, miState* state, const miVector& direc
 
 miBoolean traceRefraction(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
-    const geometry::Leaf* leaf = standsOn(context, state);
-    if (!state->options->trace || (leaf && !leaf->sendsRefractions) || isPointless(context) ||
+    const geometry::MeshInstance* meshInstance = standsOn(context, state);
+    if (!state->options->trace || (meshInstance && !meshInstance->sendsRefractions) || isPointless(context) ||
         !withinDepth(context, state, RayClass::Refract))
         return miFALSE;
     ++context.counts.refraction;
@@ -116,9 +117,9 @@ miBoolean traceRefraction(miColor& result, miState* state, const miVector& direc
 
 miBoolean traceTransparent(miColor& result, miState* state) {
     RenderContext& context = renderContextOf(state);
-    const geometry::Leaf* leaf = standsOn(context, state);
+    const geometry::MeshInstance* meshInstance = standsOn(context, state);
     // The level may be -1 here: a caller that lowered it is judged by the lowered value.
-    if ((leaf && !leaf->sendsTransparency) || isPointless(context) ||
+    if ((meshInstance && !meshInstance->sendsTransparency) || isPointless(context) ||
         !withinDepth(context, state, RayClass::Refract))
         return miFALSE;
     ++context.counts.transparent;
@@ -162,7 +163,7 @@ miBoolean traceProbe(miState* state, const miVector& direction, const miVector& 
     if (origin.x != point.x || origin.y != point.y || origin.z != point.z) {
         // A probe from elsewhere may come back to the very surface that the state stands on.
         ray.origin = origin;
-        ray.skipLeaf = ray.skipTriangle = geometry::nothing;
+        ray.skipInstance = ray.skipTriangle = geometry::nothing;
     }
     geometry::Hit hit;
     if (!context.frame.geometry.intersect(ray, hit)) {

@@ -8,7 +8,7 @@ namespace orca::render {
 void setHit(const RenderContext& context, DerivedState& child, const geometry::Ray& ray,
             const geometry::Hit& hit, NormalSide side) {
     miState& state = child.state;
-    const geometry::Leaf& leaf = context.frame.leaves[hit.leaf];
+    const geometry::MeshInstance& meshInstance = context.frame.meshInstances[hit.meshInstance];
     geometry::SurfacePoint surface;
     context.frame.geometry.surfaceAt(ray, hit, surface, child.textureCoordinates.data());
 
@@ -24,11 +24,11 @@ void setHit(const RenderContext& context, DerivedState& child, const geometry::R
     state.dot_nd = mi_vector_dot(&state.normal, &state.dir);
     state.dist = hit.distance;
     std::copy_n(surface.bary, 4, state.bary);
-    state.instance = leaf.instance;
+    state.instance = meshInstance.instance;
     state.label = surface.label;
     state.material = surface.material;
     state.pri = surface.primitive;
-    state.hit_leaf = hit.leaf;
+    state.hit_instance = hit.meshInstance;
     state.hit_triangle = hit.triangle;
     state.motion = surface.motion;
     if (context.frame.placement.moves()) {
@@ -59,7 +59,7 @@ void setMiss(miState& state) {
     state.refraction_volume = miNULLTAG;
     state.label = 0;
     state.pri = nullptr;
-    state.hit_leaf = state.hit_triangle = geometry::nothing;
+    state.hit_instance = state.hit_triangle = geometry::nothing;
     state.motion = {0.0f, 0.0f, 0.0f};
     state.inv_normal = miFALSE;
 }
@@ -71,12 +71,12 @@ float kernelTime(const RenderContext& context, const miState& state) {
 geometry::Ray rayFrom(const RenderContext& context, const miState& state, const miVector& origin,
                       const miVector& direction, geometry::RayClass rayClass) {
     geometry::Ray ray;
-    const bool onSurface = state.hit_leaf != geometry::nothing;
-    ray.origin = onSurface ? geometry::leaveSurface(origin, state.normal_geom, direction) : origin;
+    const bool onSurface = state.hit_instance != geometry::nothing;
+    ray.origin = onSurface ? geometry::offsetRayOrigin(origin, state.normal_geom, direction) : origin;
     ray.direction = direction;
     ray.time = kernelTime(context, state);
     ray.rayClass = rayClass;
-    ray.skipLeaf = state.hit_leaf;
+    ray.skipInstance = state.hit_instance;
     ray.skipTriangle = state.hit_triangle;
     return ray;
 }

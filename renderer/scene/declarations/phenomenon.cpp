@@ -80,7 +80,7 @@ private:
         default: return part.tag;
         }
         copy->isTemplate = false;
-        copy->place = original.place;
+        copy->location = original.location;
         copy->name = part.name.empty() ? std::string() : name + "::" + part.name;
         return database_.add(std::move(copy));
     }

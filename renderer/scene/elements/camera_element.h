@@ -20,7 +20,7 @@ struct FramebufferDefinition {
     std::optional<bool> user, premultiplied;
     bool useopacity = false, tiled = false, dod = false;
     int dpi = 0;
-    Place place;
+    SourceLocation location;
 };
 
 /// An `output` statement: an image file, or output shaders on some buffers.
@@ -32,7 +32,7 @@ struct OutputStatement {
     std::vector<Buffer> buffers;
     std::string filetype, filename; ///< of a file
     std::vector<miTag> shaders;     ///< of an output shader list, in order; empty for a file
-    Place place;
+    SourceLocation location;
 };
 
 struct CameraElement final : Element {

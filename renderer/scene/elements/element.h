@@ -27,7 +27,7 @@ struct Element {
     miScene_type type;
     miTag tag = miNULLTAG;   ///< set when the database takes the element in
     std::string name;        ///< with its namespace; empty for anonymous elements
-    Place place;             ///< of the defining statement
+    SourceLocation location; ///< of the defining statement
     unsigned revision = 0;   ///< grows with every incremental change, and by `touch`
     bool isTemplate = false; ///< stands inside a phenomenon: only copies of it are ever used
 

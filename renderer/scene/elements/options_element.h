@@ -20,7 +20,7 @@ struct NumberedFramebuffer {
     int number = 0;
     std::string datatype = "rgba";
     std::optional<bool> interpolate;
-    Place place;
+    SourceLocation location;
 };
 
 /// What the options say of gathered light beside the fields of their record.

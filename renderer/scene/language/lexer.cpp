@@ -84,11 +84,11 @@ Lexer::Lexer(std::string fileName, std::string text, std::uint16_t source)
       lineStart_(cursor_) {
 }
 
-Place Lexer::here() const {
+SourceLocation Lexer::here() const {
     return {fileName_, static_cast<int>(line_), static_cast<int>(column())};
 }
 
-Place Lexer::placeOf(const Token& token) const {
+SourceLocation Lexer::locationOf(const Token& token) const {
     return {fileName_, static_cast<int>(token.line), static_cast<int>(token.column)};
 }
 
@@ -153,13 +153,13 @@ Token Lexer::next() {
         token.text = {start, 1};
     } else {
         ++cursor_;
-        const Place place = placeOf(token);
-        if (c == '$') throw SyntaxError(place, "\"$\" starts a command only in the first column");
+        const SourceLocation location = locationOf(token);
+        if (c == '$') throw SyntaxError(location, "\"$\" starts a command only in the first column");
         if (static_cast<unsigned char>(c) < 32 || static_cast<unsigned char>(c) >= 127) {
-            throw SyntaxError(place, fmt::format("byte {:#04x} cannot stand here; is this a scene file?",
-                                                 static_cast<unsigned char>(c)));
+            throw SyntaxError(location, fmt::format("byte {:#04x} cannot stand here; is this a scene file?",
+                                                    static_cast<unsigned char>(c)));
         }
-        throw SyntaxError(place, fmt::format("unexpected character \"{}\"", c));
+        throw SyntaxError(location, fmt::format("unexpected character \"{}\"", c));
     }
     return token;
 }
@@ -177,7 +177,7 @@ void Lexer::lexString(Token& token) {
     token.kind = Token::Kind::String;
     token.text = {start, static_cast<std::size_t>(cursor_ - start)};
     if (cursor_ == end_ || *cursor_ != '"') {
-        throw SyntaxError(placeOf(token), "the string has no closing quote on its line");
+        throw SyntaxError(locationOf(token), "the string has no closing quote on its line");
     }
     ++cursor_;
     if (!escapes) return;
@@ -205,7 +205,7 @@ void Lexer::lexNumber(Token& token) {
         token.fitsInteger = std::from_chars(first, cursor_, token.integer).ec == std::errc{};
     }
     if (!readFloat(start, cursor_, token.number)) {
-        throw SyntaxError(placeOf(token),
+        throw SyntaxError(locationOf(token),
                           fmt::format("\"{}\" is not a number, or too large for one", shownText(token.text)));
     }
 }
@@ -220,7 +220,7 @@ void Lexer::lexBytes(Token& token) {
     }
     token.kind = Token::Kind::Bytes;
     token.text = {start, static_cast<std::size_t>(cursor_ - start)};
-    if (cursor_ == end_) throw SyntaxError(placeOf(token), "the byte string has no closing quote");
+    if (cursor_ == end_) throw SyntaxError(locationOf(token), "the byte string has no closing quote");
     ++cursor_;
 }
 
@@ -246,16 +246,16 @@ bool Lexer::nextInteger(std::int32_t& value) {
 }
 
 std::string_view Lexer::binary(std::size_t size, const char* what) {
-    const Place place = here();
+    const SourceLocation location = here();
     const std::size_t left = static_cast<std::size_t>(end_ - cursor_);
     if (left <= size) {
         cursor_ = end_;
-        throw SyntaxError(place,
+        throw SyntaxError(location,
                           fmt::format("{} needs {} bytes and a closing backquote, but the file ends after {}",
                                       what, size, left));
     }
     if (cursor_[size] != '`') {
-        throw SyntaxError(place,
+        throw SyntaxError(location,
                           fmt::format("{} is not closed by a backquote after its {} bytes", what, size));
     }
     const std::string_view bytes(cursor_, size);
@@ -273,18 +273,18 @@ void Lexer::skipBinary() {
             return;
         }
     }
-    const Place place = here();
+    const SourceLocation location = here();
     cursor_ = end_;
-    throw SyntaxError(place, "the binary block is not closed by a backquote");
+    throw SyntaxError(location, "the binary block is not closed by a backquote");
 }
 
-void appendHex(std::vector<unsigned char>& bytes, std::string_view digits, const Place& place) {
+void appendHex(std::vector<unsigned char>& bytes, std::string_view digits, const SourceLocation& location) {
     int high = -1;
     for (const char c : digits) {
         if (isSpace(c)) continue;
         const int digit = hexDigit(c);
         if (digit < 0)
-            throw SyntaxError(place, fmt::format("\"{}\" is no hexadecimal digit", shownText({&c, 1})));
+            throw SyntaxError(location, fmt::format("\"{}\" is no hexadecimal digit", shownText({&c, 1})));
         if (high < 0) {
             high = digit;
         } else {
@@ -292,29 +292,29 @@ void appendHex(std::vector<unsigned char>& bytes, std::string_view digits, const
             high = -1;
         }
     }
-    if (high >= 0) throw SyntaxError(place, "a byte string has an odd number of hexadecimal digits");
+    if (high >= 0) throw SyntaxError(location, "a byte string has an odd number of hexadecimal digits");
 }
 
 void Lexer::hexBytes(std::vector<unsigned char>& bytes) {
     for (;;) {
         skipSpace();
-        const Place place = here();
-        if (cursor_ == end_) throw SyntaxError(place, "the byte list has no closing bracket");
+        const SourceLocation location = here();
+        if (cursor_ == end_) throw SyntaxError(location, "the byte list has no closing bracket");
         if (*cursor_ == ']') {
             ++cursor_;
             return;
         }
         if (*cursor_ == '\'') {
-            appendHex(bytes, next().text, place);
+            appendHex(bytes, next().text, location);
             continue;
         }
         const char* start = cursor_;
         while (cursor_ != end_ && continuesWord(*cursor_)) ++cursor_;
         if (cursor_ == start) {
             ++cursor_;
-            throw SyntaxError(place, "expected bytes as hexadecimal digits, or \"]\"");
+            throw SyntaxError(location, "expected bytes as hexadecimal digits, or \"]\"");
         }
-        appendHex(bytes, {start, static_cast<std::size_t>(cursor_ - start)}, place);
+        appendHex(bytes, {start, static_cast<std::size_t>(cursor_ - start)}, location);
     }
 }
 

@@ -15,8 +15,9 @@ namespace orca::scene {
 /// What stands in the way of going on reading a statement.
 class SyntaxError : public std::runtime_error {
 public:
-    SyntaxError(Place where, const std::string& text) : std::runtime_error(text), place(std::move(where)) {}
-    Place place;
+    SyntaxError(SourceLocation where, const std::string& text)
+        : std::runtime_error(text), location(std::move(where)) {}
+    SourceLocation location;
 };
 
 struct Token {
@@ -72,8 +73,8 @@ public:
     /// Text between angle brackets, if it stands next on this line; for include commands.
     bool angleName(std::string_view& name);
 
-    [[nodiscard]] Place here() const;
-    [[nodiscard]] Place placeOf(const Token& token) const;
+    [[nodiscard]] SourceLocation here() const;
+    [[nodiscard]] SourceLocation locationOf(const Token& token) const;
     [[nodiscard]] const std::string& fileName() const { return fileName_; }
 
 private:
@@ -97,6 +98,6 @@ private:
 };
 
 /// Two hexadecimal digits a byte; white space between pairs. Throws SyntaxError with `place`.
-void appendHex(std::vector<unsigned char>& bytes, std::string_view digits, const Place& place);
+void appendHex(std::vector<unsigned char>& bytes, std::string_view digits, const SourceLocation& location);
 
 } // namespace orca::scene

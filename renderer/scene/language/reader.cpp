@@ -31,11 +31,13 @@ Reader::Reader(Scene& scene, const ParserOptions& options, const ParserCallbacks
     : scene_(scene),
       options_(options),
       callbacks_(callbacks),
-      messages_(scene.messages_),
+      log_(scene.log_),
       database_(scene.database_),
       memory_(*scene.memory_),
       stream_(memory_.variables, options.includePaths) {
-    stream_.onLookup([this](const std::string& entry, const Place& place) { lookUpRegistry(entry, place); });
+    stream_.onLookup([this](const std::string& entry, const SourceLocation& location) {
+        lookUpRegistry(entry, location);
+    });
 }
 
 bool Reader::read(const std::string& fileName, std::string text) {
@@ -48,10 +50,10 @@ bool Reader::read(const std::string& fileName, std::string text) {
                 readStatement(token);
                 block_.clear();
             } catch (const MissingFile& fault) {
-                countError(fault.place, fault.what());
+                countError(fault.location, fault.what());
                 return false; // the rest would be a list of names that are not defined
             } catch (const SyntaxError& fault) {
-                countError(fault.place, fault.what());
+                countError(fault.location, fault.what());
                 const bool insidePhenomenon = phenomenon_ != nullptr;
                 phenomenon_ = nullptr;
                 connectionsAllowed_ = true;
@@ -182,24 +184,24 @@ void Reader::resynchronise(bool insidePhenomenon) {
     }
 }
 
-void Reader::countError(const Place& place, const std::string& text) {
-    messages_.sayAt(place, Level::Error, "SCEN", "{}", text);
+void Reader::countError(const SourceLocation& location, const std::string& text) {
+    log_.writeAt(location, LogLevel::Error, "SCEN", "{}", text);
     if (++scene_.errors_ < options_.maximumErrors) return;
-    messages_.sayAt(place, Level::Error, "SCEN", "{} errors, reading stops here", scene_.errors_);
+    log_.writeAt(location, LogLevel::Error, "SCEN", "{} errors, reading stops here", scene_.errors_);
     throw StopReading{};
 }
 
-void Reader::unsupported(Level level, const Place& place, const std::string& construct,
+void Reader::unsupported(LogLevel level, const SourceLocation& location, const std::string& construct,
                          const std::string& text) {
-    if (!memory_.said.insert(construct + '|' + place.file).second) return;
-    if (level == Level::Error) {
-        countError(place, text);
+    if (!memory_.logged.insert(construct + '|' + location.file).second) return;
+    if (level == LogLevel::Error) {
+        countError(location, text);
     } else {
-        messages_.sayAt(place, level, "SCEN", "{}", text);
+        log_.writeAt(location, level, "SCEN", "{}", text);
     }
 }
 
-Scene::Scene(Messages& messages) : messages_(messages), memory_(std::make_unique<Memory>()) {
+Scene::Scene(Log& log) : log_(log), memory_(std::make_unique<Memory>()) {
 }
 
 Scene::~Scene() = default;
@@ -212,7 +214,7 @@ bool Scene::parseFile(const std::string& path, const ParserOptions& options,
         found = path + ".mi";
         if (!readWholeFile(found, text)) {
             ++errors_;
-            messages_.error("SCEN", "cannot read the scene file \"{}\", nor \"{}\"", path, found);
+            log_.error("SCEN", "cannot read the scene file \"{}\", nor \"{}\"", path, found);
             return false;
         }
     }
@@ -225,7 +227,7 @@ bool Scene::parseText(std::string text, const std::string& name, const ParserOpt
     for (const auto& [key, value] : options.registry) memory_->variables.setEntry(key, {{{"value", value}}});
     const bool finished = Reader(*this, options, callbacks).read(name, std::move(text));
     if (finished && errors_ == 0 && renderStatements_ == 0) {
-        messages_.info("SCEN", "{}: no render statement so far", name);
+        log_.info("SCEN", "{}: no render statement so far", name);
     }
     return finished && errors_ == 0;
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "scene/declarations/phenomenon.h"
-#include "scene/language/parser.h"
+#include "scene/language/scene_file.h"
 #include "scene/language/token_stream.h"
 #include "scene/language/variables.h"
 
@@ -20,7 +20,7 @@ namespace orca::scene {
 /// What a scene's reader keeps from one file to the next.
 struct Scene::Memory {
     Variables variables;
-    std::set<std::string> said;                  ///< "kind of construct|file" of what is not supported
+    std::set<std::string> logged;                ///< "kind of construct|file" of what is not supported
     std::map<std::string, miTag> phenomenonUses; ///< names that stand for an expanded phenomenon
 };
 
@@ -46,23 +46,24 @@ private:
     bool endsBlock(std::string_view kind, const std::string& owner);
     void skipUnknownEntity(const Token& token);
     template <class... A>
-    void error(const Place& place, fmt::format_string<A...> form, A&&... arguments) {
-        countError(place, fmt::format(form, std::forward<A>(arguments)...));
+    void error(const SourceLocation& location, fmt::format_string<A...> form, A&&... arguments) {
+        countError(location, fmt::format(form, std::forward<A>(arguments)...));
     }
     template <class... A>
-    void warning(const Place& place, fmt::format_string<A...> form, A&&... arguments) {
-        messages_.sayAt(place, Level::Warning, "SCEN", form, std::forward<A>(arguments)...);
+    void warning(const SourceLocation& location, fmt::format_string<A...> form, A&&... arguments) {
+        log_.writeAt(location, LogLevel::Warning, "SCEN", form, std::forward<A>(arguments)...);
     }
     template <class... A>
     [[noreturn]] void fail(const Token& token, fmt::format_string<A...> form, A&&... arguments) {
-        throw SyntaxError(placeOf(token), fmt::format(form, std::forward<A>(arguments)...));
+        throw SyntaxError(locationOf(token), fmt::format(form, std::forward<A>(arguments)...));
     }
-    void countError(const Place& place, const std::string& text);
+    void countError(const SourceLocation& location, const std::string& text);
     /// One message for each kind of construct and file, naming the first element affected.
-    void unsupported(Level level, const Place& place, const std::string& construct, const std::string& text);
+    void unsupported(LogLevel level, const SourceLocation& location, const std::string& construct,
+                     const std::string& text);
 
     // reader_tokens.cpp: single tokens
-    [[nodiscard]] Place placeOf(const Token& token) const { return stream_.placeOf(token); }
+    [[nodiscard]] SourceLocation locationOf(const Token& token) const { return stream_.locationOf(token); }
     const Token& peek(std::size_t ahead = 0) { return stream_.peek(ahead); }
     Token next() { return stream_.next(); }
     bool accept(char mark);
@@ -118,7 +119,7 @@ private:
     void readSet();
     void readRegistry();
     void readLink(const Token& file);
-    void lookUpRegistry(const std::string& entry, const Place& place);
+    void lookUpRegistry(const std::string& entry, const SourceLocation& location);
     void readVerbose();
     void readVersion(std::string_view comparison);
     void readNamespace();
@@ -151,7 +152,7 @@ private:
     miTag readShaderList(const ShaderUse& use, std::vector<miTag>* members = nullptr);
     miTag requiredShaderList(const ShaderUse& use, std::string_view slot);
     miTag readShader(const ShaderUse& use, miTag existing);
-    void linkShader(miTag& head, miTag& last, miTag shader, const Place& place);
+    void linkShader(miTag& head, miTag& last, miTag shader, const SourceLocation& location);
     /// Reads up to and with the closing mark; values not named keep what they are.
     void readParameters(const std::vector<Parameter>& parameters, std::vector<Value>& values, char close,
                         const ShaderUse& use, const std::string& declarationName);
@@ -161,7 +162,7 @@ private:
     bool readPhenomenonPart(DeclarationElement& declaration, const Token& word);
     void readPhenomenonRoot(DeclarationElement& declaration);
     void addPart(std::string name, miTag tag);
-    void checkPhenomenonRoot(DeclarationElement& declaration, const Place& place);
+    void checkPhenomenonRoot(DeclarationElement& declaration, const SourceLocation& location);
     /// The declaration when a use of a phenomenon stands here, as in "name" ( ... ); else null.
     DeclarationElement* atPhenomenon();
     /// Reads a use. Returns its result, a shader list or a material; where the phenomenon has none, the use
@@ -183,18 +184,18 @@ private:
     void readOptionStatement(OptionsElement& element, const Token& word);
     void readStringOption(OptionsElement& element, const Token& option);
     bool readSamplingOption(OptionsElement& element, std::string_view word);
-    bool readTraceOption(OptionsElement& element, std::string_view word, const Place& place);
+    bool readTraceOption(OptionsElement& element, std::string_view word, const SourceLocation& location);
     bool readSwitchOption(OptionsElement& element, std::string_view word);
-    bool readGatherOption(OptionsElement& element, std::string_view word, const Place& place);
-    bool skipOption(std::string_view word, const Place& place, const std::string& owner);
-    void readFramebufferOption(OptionsElement& element, const Place& place);
+    bool readGatherOption(OptionsElement& element, std::string_view word, const SourceLocation& location);
+    bool skipOption(std::string_view word, const SourceLocation& location, const std::string& owner);
+    void readFramebufferOption(OptionsElement& element, const SourceLocation& location);
     void skipToOption();
 
     // reader_camera.cpp
     void readCamera(const Token& token, bool incremental);
     void readCameraData(CameraElement& element, miTag& before);
     void readFramebuffer(CameraElement& element);
-    OutputStatement readOutput(const ShaderUse& use, const Place& place);
+    OutputStatement readOutput(const ShaderUse& use, const SourceLocation& location);
     bool readCameraStatement(CameraElement& element, const Token& word);
 
     // reader_lights.cpp: materials, lights, textures, light profiles
@@ -202,28 +203,28 @@ private:
     const MaterialElement* readMaterialBase(const ShaderUse& use);
     void readLight(const Token& token, bool incremental);
     bool readLightStatement(LightElement& element, const Token& word);
-    bool readLightArea(LightElement& element, std::string_view word, const Place& place);
+    bool readLightArea(LightElement& element, std::string_view word, const SourceLocation& location);
     void readAreaSampling(LightElement& element);
-    void readShadowMap(LightElement& element, const Place& place);
+    void readShadowMap(LightElement& element, const SourceLocation& location);
     void finishLight(LightElement& element);
 
     // reader_textures.cpp
     void readTexture(const Token& token, std::string_view firstWord, bool incremental);
-    void readInlinePixels(TextureElement& element, const Place& place);
+    void readInlinePixels(TextureElement& element, const SourceLocation& location);
     ColorProfile readColorProfileName();
     void readLightProfile(const Token& token, bool incremental);
     void readOther(const Token& token, std::string_view kind);
 
     // reader_data.cpp
     void readData(const Token& token, bool incremental);
-    void readRawData(UserdataElement& element, const Place& place);
+    void readRawData(UserdataElement& element, const SourceLocation& location);
 
     // reader_objects.cpp
     void readObject(const Token& token, bool incremental);
     bool readObjectFlag(ObjectElement& element, const Token& word);
     bool readObjectStatement(ObjectElement& element, const Token& word);
     void readGroup(ObjectElement& element);
-    void skipGeometry(ObjectElement& element, const Place& place, std::string_view kind,
+    void skipGeometry(ObjectElement& element, const SourceLocation& location, std::string_view kind,
                       std::string_view until);
 
     // reader_polygons.cpp
@@ -237,7 +238,7 @@ private:
 
     // reader_trilist.cpp
     void readTriangleList(ObjectElement& element, const Token& token);
-    void checkTriangles(const ObjectElement& element, TriangleList& list, const Place& place);
+    void checkTriangles(const ObjectElement& element, TriangleList& list, const SourceLocation& location);
     void readVertexCodes(TriangleList::Layout& layout, const ObjectElement& element);
     template <class T>
     void readNumberList(std::vector<T>& values, std::size_t count, std::string_view binaryWord,
@@ -259,7 +260,7 @@ private:
     Scene& scene_;
     const ParserOptions& options_;
     const ParserCallbacks& callbacks_;
-    Messages& messages_;
+    Log& log_;
     Database& database_;
     Scene::Memory& memory_;
     TokenStream stream_;
@@ -281,7 +282,7 @@ T& Reader::target(const Token& token, miScene_type kind, bool incremental) {
     }
     auto element = std::make_unique<T>();
     element->name = fullName(token.text);
-    element->place = placeOf(token);
+    element->location = locationOf(token);
     T& result = *element;
     const miTag tag = database_.add(std::move(element));
     if (phenomenon_) addPart(std::string(token.text), tag);

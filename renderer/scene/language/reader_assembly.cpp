@@ -42,12 +42,12 @@ void Reader::readAssembly(const Token& token) {
         }
     }
     if (file.empty()) {
-        error(element.place, "assembly \"{}\" names no file, so it stays empty", element.name);
+        error(element.location, "assembly \"{}\" names no file, so it stays empty", element.name);
         return;
     }
     constexpr int deepest = 32;
     if (assemblyDepth_ >= deepest) {
-        error(element.place, "assembly \"{}\": assemblies lie inside each other more than {} deep",
+        error(element.location, "assembly \"{}\": assemblies lie inside each other more than {} deep",
               element.name, deepest);
         return;
     }
@@ -58,16 +58,16 @@ void Reader::readAssembly(const Token& token) {
     inner.outerNamespaces_ = inner.namespaces_.size();
     inner.assemblyDepth_ = assemblyDepth_ + 1;
     // Included where the assembly stands, so that the file is looked for, and missed, as any other there.
-    const auto linesBefore = static_cast<std::size_t>(std::max(0, element.place.line - 1));
+    const auto linesBefore = static_cast<std::size_t>(std::max(0, element.location.line - 1));
     const int errorsBefore = scene_.errors_;
     const bool finished =
-        inner.read(element.place.file, std::string(linesBefore, '\n') + "$include \"" + file + "\"\n");
+        inner.read(element.location.file, std::string(linesBefore, '\n') + "$include \"" + file + "\"\n");
     if (auto* const root = database_.find<GroupElement>(inner.assemblyRoot_)) {
         std::set<miTag> seen;
         keepObjectsOnly(database_, *root, seen);
         element.members = root->members;
     } else if (finished && scene_.errors_ == errorsBefore) { // else its file has said what is wrong
-        error(element.place, "assembly \"{}\": its file \"{}\" names no root group, so it stays empty",
+        error(element.location, "assembly \"{}\": its file \"{}\" names no root group, so it stays empty",
               element.name, file);
     }
 }

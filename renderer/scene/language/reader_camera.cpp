@@ -15,7 +15,7 @@ void Reader::readCamera(const Token& token, bool incremental) {
             readFramebuffer(element);
         } else if (word.isWord("output")) {
             element.outputs.push_back(readOutput(
-                {fmt::format("camera \"{}\", output", element.name), element.name}, placeOf(word)));
+                {fmt::format("camera \"{}\", output", element.name), element.name}, locationOf(word)));
         } else if (word.isWord("data")) {
             readCameraData(element, data);
         } else if (!readCameraStatement(element, word)) {
@@ -41,7 +41,7 @@ void Reader::readCameraData(CameraElement& element, miTag& before) {
     if (before != miNULLTAG && given != miNULLTAG && !chainHasBefore()) {
         const std::string &replaced = database_.get(before)->name, &name = database_.get(given)->name;
         warning(
-            placeOf(at),
+            locationOf(at),
             "camera \"{}\": its data \"{}\" replaces \"{}\", which shaders do not see; to keep both, write "
             "data \"{}\" into the block \"{}\"",
             element.name, name, replaced, replaced, name);
@@ -57,7 +57,7 @@ void Reader::readFramebuffer(CameraElement& element) {
         element.framebuffers.emplace_back();
         found = element.framebuffers.end() - 1;
         found->name = std::string(token.text);
-        found->place = placeOf(token);
+        found->location = locationOf(token);
     }
     FramebufferDefinition& buffer = *found;
     for (;;) {
@@ -101,9 +101,9 @@ void Reader::readFramebuffer(CameraElement& element) {
     }
 }
 
-OutputStatement Reader::readOutput(const ShaderUse& use, const Place& place) {
+OutputStatement Reader::readOutput(const ShaderUse& use, const SourceLocation& location) {
     OutputStatement output;
-    output.place = place;
+    output.location = location;
     if (atString() && !peek(1).is('(')) {
         const std::string buffers = string("the buffers");
         for (std::size_t start = 0; start <= buffers.size();) {
@@ -123,7 +123,7 @@ OutputStatement Reader::readOutput(const ShaderUse& use, const Place& place) {
     }
     if (atShader()) {
         readShaderList(use, &output.shaders);
-        unsupported(Level::Warning, place, "output shader",
+        unsupported(LogLevel::Warning, location, "output shader",
                     fmt::format("{}: output shaders are not run; the picture is written as it was rendered",
                                 use.owner));
     } else {
@@ -193,11 +193,11 @@ bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
         number("the plane in focus");
         number("the radius of confusion");
         unsupported(
-            Level::Error, placeOf(token), "dof",
+            LogLevel::Error, locationOf(token), "dof",
             fmt::format("camera \"{}\": depth of field by \"dof\" is not supported; use a lens shader",
                         element.name));
     } else if (word == "pass" || word == "stereo") {
-        unsupported(Level::Error, placeOf(token), word,
+        unsupported(LogLevel::Error, locationOf(token), word,
                     fmt::format("camera \"{}\": \"{}\" is not supported", element.name, word));
         while (!peek().isWord("end") && peek().kind != Token::Kind::Symbol &&
                peek().kind != Token::Kind::End) {

@@ -19,14 +19,15 @@ bool Reader::readCommand(std::string_view word, const Token& token) {
         readLink(next());
     } else if (word == "code") {
         string("a source file");
-        error(placeOf(token), "\"code\" is not supported: compile the shader into a library and link that");
+        error(locationOf(token),
+              "\"code\" is not supported: compile the shader into a library and link that");
     } else if (word == "verbose") {
         readVerbose();
     } else if (word == "echo") {
         echo(string("the text to echo"));
     } else if (word == "system") {
         const std::string command = string("a shell command");
-        warning(placeOf(token), "system \"{}\" is refused: scenes run no commands", command);
+        warning(locationOf(token), "system \"{}\" is refused: scenes run no commands", command);
     } else if (word == "memory") {
         integer("the memory limit");
     } else if (word == "version") {
@@ -45,10 +46,10 @@ bool Reader::readCommand(std::string_view word, const Token& token) {
         if (Element* element = database_.get(lookUp(touched.text))) {
             ++element->revision;
         } else {
-            error(placeOf(touched), "\"{}\" is not defined and cannot be touched", touched.text);
+            error(locationOf(touched), "\"{}\" is not defined and cannot be touched", touched.text);
         }
     } else if (word == "call") {
-        warning(placeOf(token), "\"call\" is not supported and skipped");
+        warning(locationOf(token), "\"call\" is not supported and skipped");
         while (atShader()) {
             next();
             if (peek().is('(')) skipBalanced();
@@ -86,25 +87,26 @@ void Reader::readRegistry() {
     memory_.variables.setEntry(entryName, std::move(entry));
 }
 
-void Reader::lookUpRegistry(const std::string& entryName, const Place& place) {
+void Reader::lookUpRegistry(const std::string& entryName, const SourceLocation& location) {
     const RegistryEntry* entry = memory_.variables.entry(entryName);
-    if (!entry) throw SyntaxError(place, fmt::format("the registry entry \"{}\" is not defined", entryName));
+    if (!entry)
+        throw SyntaxError(location, fmt::format("the registry entry \"{}\" is not defined", entryName));
     const RegistryEntry fields = *entry;
     for (const auto& [field, value] : fields.fields) {
         if (field == "link") {
             Token token;
             token.text = value;
-            token.line = static_cast<std::uint32_t>(place.line);
-            token.column = static_cast<std::uint32_t>(place.column);
+            token.line = static_cast<std::uint32_t>(location.line);
+            token.column = static_cast<std::uint32_t>(location.column);
             const std::string file = fileNameIn(token);
             scene_.libraries_.push_back(file);
-            if (callbacks_.link && !callbacks_.link(file, place)) ++scene_.errors_;
+            if (callbacks_.link && !callbacks_.link(file, location)) ++scene_.errors_;
         } else if (field == "mi") {
-            stream_.include(value, false, place);
+            stream_.include(value, false, location);
         } else if (field == "echo") {
             echo(value);
         } else if (field == "code" || field == "system") {
-            throw SyntaxError(place,
+            throw SyntaxError(location,
                               fmt::format("registry entry \"{}\": \"{}\" is refused", entryName, field));
         }
     }
@@ -113,7 +115,7 @@ void Reader::lookUpRegistry(const std::string& entryName, const Place& place) {
 void Reader::readLink(const Token& token) {
     const std::string file = fileNameIn(token);
     scene_.libraries_.push_back(file);
-    if (!callbacks_.link || callbacks_.link(file, placeOf(token))) return;
+    if (!callbacks_.link || callbacks_.link(file, locationOf(token))) return;
     // The owner has said what is wrong; it counts like our own errors.
     if (++scene_.errors_ >= options_.maximumErrors) throw StopReading{};
 }
@@ -121,11 +123,11 @@ void Reader::readLink(const Token& token) {
 void Reader::readVerbose() {
     int level = 0;
     if (const std::optional<bool> on = acceptBoolean()) {
-        level = static_cast<int>(*on ? Level::Progress : Level::Error);
+        level = static_cast<int>(*on ? LogLevel::Progress : LogLevel::Error);
     } else {
-        level = std::clamp(integer("the verbosity"), 0, static_cast<int>(Level::VDebug));
+        level = std::clamp(integer("the verbosity"), 0, static_cast<int>(LogLevel::VDebug));
     }
-    if (!options_.verbosityFixed) messages_.setLevel(static_cast<Level>(level));
+    if (!options_.verbosityFixed) log_.setLevel(static_cast<LogLevel>(level));
 }
 
 namespace {
@@ -156,7 +158,7 @@ void Reader::readVersion(std::string_view comparison) {
                       : comparison == "at least" ? order >= 0
                                                  : order <= 0;
     if (!fits) {
-        warning(placeOf(token), "the file is for {} version {} of the renderer; this one is like {}",
+        warning(locationOf(token), "the file is for {} version {} of the renderer; this one is like {}",
                 comparison, wanted, options_.version);
     }
 }
@@ -168,17 +170,17 @@ void Reader::readNamespace() {
 
 void Reader::readDelete(const Token& token) {
     if (accept("tree")) {
-        warning(placeOf(token), "\"delete tree\" deletes only the named element itself");
+        warning(locationOf(token), "\"delete tree\" deletes only the named element itself");
     }
     const Token victim = nameToken("an element");
     const miTag tag = lookUp(victim.text);
     const Element* element = database_.get(tag);
     if (!element) {
-        error(placeOf(victim), "\"{}\" is not defined and cannot be deleted", victim.text);
+        error(locationOf(victim), "\"{}\" is not defined and cannot be deleted", victim.text);
         return;
     }
     if (const Element* user = database_.userOf(tag)) {
-        error(placeOf(victim), "\"{}\" cannot be deleted, as {} \"{}\" refers to it", victim.text,
+        error(locationOf(victim), "\"{}\" cannot be deleted, as {} \"{}\" refers to it", victim.text,
               kindName(user->type), user->name);
         return;
     }
@@ -194,24 +196,24 @@ void Reader::echo(const std::string& text) {
     if (callbacks_.echo) {
         callbacks_.echo(text);
     } else {
-        messages_.say(Level::Progress, "SCEN", "{}", text);
+        log_.write(LogLevel::Progress, "SCEN", "{}", text);
     }
 }
 
 void Reader::readRender(const Token& token) {
     if (assemblyDepth_ > 0) {
-        warning(placeOf(token), "\"render\" in the file of an assembly is passed over");
+        warning(locationOf(token), "\"render\" in the file of an assembly is passed over");
         for (int name = 0; name < 3 && atString(); ++name) next();
         return;
     }
     RenderRequest request;
-    request.place = placeOf(token);
+    request.location = locationOf(token);
     request.number = ++scene_.renderStatements_;
     request.group = reference(nameToken("the root group"), {miSCENE_GROUP}, "the root instance group");
     const Token cameraToken = nameToken("the camera's instance");
     const Element* camera = database_.get(lookUp(cameraToken.text));
     if (camera && camera->type == miSCENE_CAMERA) {
-        error(placeOf(cameraToken), "\"{}\" is a camera, but its instance is expected here",
+        error(locationOf(cameraToken), "\"{}\" is a camera, but its instance is expected here",
               cameraToken.text);
     } else {
         request.cameraInstance = reference(cameraToken, {miSCENE_INSTANCE}, "the instance of a camera");
@@ -221,19 +223,21 @@ void Reader::readRender(const Token& token) {
     if (const auto* instance = database_.find<InstanceElement>(request.cameraInstance)) {
         const Element* item = database_.get(instance->instance.item);
         if (!item || item->type != miSCENE_CAMERA) {
-            error(placeOf(cameraToken), "\"{}\" is an instance of {}, but that of a camera is expected here",
-                  cameraToken.text, item ? withArticle(kindName(item->type)) : "nothing");
+            error(locationOf(cameraToken),
+                  "\"{}\" is an instance of {}, but that of a camera is expected here", cameraToken.text,
+                  item ? withArticle(kindName(item->type)) : "nothing");
         }
         const auto* root = database_.find<GroupElement>(request.group);
         if (root && std::find(root->members.begin(), root->members.end(), request.cameraInstance) ==
                         root->members.end()) {
-            error(placeOf(cameraToken), "the camera's instance \"{}\" is no member of the root group \"{}\"",
-                  cameraToken.text, root->name);
+            error(locationOf(cameraToken),
+                  "the camera's instance \"{}\" is no member of the root group \"{}\"", cameraToken.text,
+                  root->name);
         }
     }
     if (scene_.errors_ > 0 && !options_.renderAnyway) {
-        messages_.sayAt(request.place, Level::Error, "SCEN", "not rendered, as the scene has {} error{}",
-                        scene_.errors_, scene_.errors_ == 1 ? "" : "s");
+        log_.writeAt(request.location, LogLevel::Error, "SCEN", "not rendered, as the scene has {} error{}",
+                     scene_.errors_, scene_.errors_ == 1 ? "" : "s");
         return;
     }
     const auto* options = database_.find<OptionsElement>(request.options);
@@ -253,12 +257,12 @@ void Reader::checkRequirements(const OptionsElement& options) {
     for (const DeclarationElement* declaration : used) {
         const Requirements& needs = declaration->requirements;
         if (needs.trace && *needs.trace && !options.options.trace) {
-            unsupported(Level::Warning, options.place, "requires trace " + declaration->name,
+            unsupported(LogLevel::Warning, options.location, "requires trace " + declaration->name,
                         fmt::format("shader \"{}\" needs ray tracing, which options \"{}\" switch off",
                                     declaration->name, options.name));
         }
         if (needs.shadow && *needs.shadow != options.options.shadow) {
-            unsupported(Level::Warning, options.place, "requires shadow " + declaration->name,
+            unsupported(LogLevel::Warning, options.location, "requires shadow " + declaration->name,
                         fmt::format("shader \"{}\" is made for another shadow mode than options \"{}\" have",
                                     declaration->name, options.name));
         }

@@ -22,11 +22,11 @@ void Reader::readData(const Token& token, bool incremental) {
             element.userdata()->next_data = link;
             if (incremental && database_.isInCycle(element.tag)) {
                 element.userdata()->next_data = miNULLTAG;
-                error(placeOf(at), "{}: the chain would lead back to it", owner);
+                error(locationOf(at), "{}: the chain would lead back to it", owner);
             }
         } else if (at.kind == Token::Kind::Integer) {
             beginContent(at);
-            readRawData(element, placeOf(at));
+            readRawData(element, locationOf(at));
         } else if (at.isName() && peek(1).is('(')) {
             beginContent(at);
             next();
@@ -53,7 +53,7 @@ void Reader::readData(const Token& token, bool incremental) {
             const bool found =
                 (file.substr(0, 1) != "/" && readWholeFile(stream_.directory() + file, content)) ||
                 readWholeFile(file, content);
-            if (!found) error(placeOf(at), "{}: cannot read the file \"{}\"", owner, file);
+            if (!found) error(locationOf(at), "{}: cannot read the file \"{}\"", owner, file);
             element.declaration = nullptr;
             element.values.clear();
             element.setContent(content.data(), content.size());
@@ -62,10 +62,10 @@ void Reader::readData(const Token& token, bool incremental) {
                  at.shown());
         }
     }
-    if (!hasContent && !incremental) error(placeOf(token), "{} has no content", owner);
+    if (!hasContent && !incremental) error(locationOf(token), "{} has no content", owner);
 }
 
-void Reader::readRawData(UserdataElement& element, const Place& place) {
+void Reader::readRawData(UserdataElement& element, const SourceLocation& location) {
     constexpr int largest = 1 << 30;
     const Token at = next();
     const int size = at.integer;
@@ -75,7 +75,7 @@ void Reader::readRawData(UserdataElement& element, const Place& place) {
     std::vector<unsigned char> bytes;
     stream_.hexBytes(bytes);
     if (bytes.size() > static_cast<std::size_t>(size)) {
-        error(place, "data \"{}\" has {} bytes, more than the {} it announces", element.name, bytes.size(),
+        error(location, "data \"{}\" has {} bytes, more than the {} it announces", element.name, bytes.size(),
               size);
     }
     bytes.resize(static_cast<std::size_t>(size));

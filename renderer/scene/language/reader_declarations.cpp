@@ -94,7 +94,7 @@ std::vector<Parameter> Reader::readParameterList(char open, char close) {
         const Token token = peek();
         Parameter parameter = readParameter();
         if (findParameter(parameters, parameter.name)) {
-            error(placeOf(token), "\"{}\" is declared twice in one list", parameter.name);
+            error(locationOf(token), "\"{}\" is declared twice in one list", parameter.name);
         } else {
             parameters.push_back(std::move(parameter));
         }
@@ -140,7 +140,7 @@ void Reader::readDeclaration(const Token&) {
     const Token nameOf = nameToken("what is declared");
     declaration->symbol = std::string(nameOf.text);
     declaration->name = fullName(nameOf.text);
-    declaration->place = placeOf(nameOf);
+    declaration->location = locationOf(nameOf);
     expect('(', "the declared name");
     declaration->parameters = readParameterList('(', ')');
     declaration->fixedSize = layOut(declaration->parameters);
@@ -156,7 +156,7 @@ void Reader::readDeclaration(const Token&) {
         readDeclarationOptions(*declaration);
     }
     if (kind == Kind::Phenomenon) {
-        checkPhenomenonRoot(*declaration, placeOf(nameOf));
+        checkPhenomenonRoot(*declaration, locationOf(nameOf));
         phenomenon_ = nullptr;
     }
     keepDeclaration(nameOf, std::move(declaration));
@@ -214,8 +214,8 @@ void Reader::keepDeclaration(const Token& nameOf, std::unique_ptr<DeclarationEle
     if (const auto* earlier = database_.find<DeclarationElement>(database_.declaration(full))) {
         // Declaration files are read more than once where several scenes include them.
         if (!sameDeclaration(*earlier, *declaration)) {
-            error(placeOf(nameOf), "\"{}\" is declared with other parameters or another result than at {}",
-                  full, earlier->place.text());
+            error(locationOf(nameOf), "\"{}\" is declared with other parameters or another result than at {}",
+                  full, earlier->location.text());
         }
         return;
     }

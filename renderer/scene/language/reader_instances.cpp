@@ -11,7 +11,7 @@ void Reader::readInstance(const Token& token, bool incremental) {
     const Definition defined(*this, token, element.tag);
     const std::string owner = fmt::format("instance \"{}\"", element.name);
     if (accept("geometry")) {
-        unsupported(Level::Error, placeOf(token), "geometry shader",
+        unsupported(LogLevel::Error, locationOf(token), "geometry shader",
                     fmt::format("{}: geometry shaders are not supported, the instance is empty", owner));
         readShaderList({owner, element.name}, &element.geometryShaders);
     } else if (atString() || (!incremental && peek().isName())) {
@@ -20,7 +20,7 @@ void Reader::readInstance(const Token& token, bool incremental) {
             reference(item, {miSCENE_CAMERA, miSCENE_LIGHT, miSCENE_OBJECT, miSCENE_GROUP}, expected);
         if (incremental && database_.isInCycle(element.tag)) {
             element.instance.item = miNULLTAG;
-            error(placeOf(item), "{}: \"{}\" contains this instance", owner, item.text);
+            error(locationOf(item), "{}: \"{}\" contains this instance", owner, item.text);
         }
     } else if (!incremental) {
         fail(peek(), "{}: expected the name of {}, not {}", owner, expected, peek().shown());
@@ -85,7 +85,7 @@ bool Reader::readInstanceStatement(InstanceElement& element, const Token& token)
     if (token.kind != Token::Kind::Symbol) return false;
     const std::string word(token.text);
     const auto singular = [&](std::string_view of) {
-        error(placeOf(token), "instance \"{}\": the {} cannot be inverted; a scale may be 0", element.name,
+        error(locationOf(token), "instance \"{}\": the {} cannot be inverted; a scale may be 0", element.name,
               of);
     };
     if (readInstanceFlag(element, word)) return true;
@@ -193,7 +193,7 @@ void Reader::readGroupEntity(const Token& token, bool incremental) {
     if (listed || !incremental) element.members = std::move(members);
     if (incremental && database_.isInCycle(element.tag)) {
         element.members.clear();
-        error(placeOf(token), "instance group \"{}\": a member contains the group itself", element.name);
+        error(locationOf(token), "instance group \"{}\": a member contains the group itself", element.name);
     }
 }
 

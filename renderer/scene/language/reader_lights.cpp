@@ -147,16 +147,16 @@ bool Reader::readLightStatement(LightElement& element, const Token& token) {
         integer("the number of photons");
         acceptInteger();
     } else if (word == "shadowmap") {
-        readShadowMap(element, placeOf(token));
+        readShadowMap(element, locationOf(token));
     } else if (word == "lightprofile") {
         light.lightprofile = optionalReference({miSCENE_LIGHTPROFILE}, "a light profile");
     } else {
-        return readLightArea(element, word, placeOf(token));
+        return readLightArea(element, word, locationOf(token));
     }
     return true;
 }
 
-bool Reader::readLightArea(LightElement& element, std::string_view word, const Place& place) {
+bool Reader::readLightArea(LightElement& element, std::string_view word, const SourceLocation& location) {
     miLight& light = element.light;
     const auto sampleDefaults = [&](int u, int v) {
         light.samples_u = u;
@@ -193,7 +193,7 @@ bool Reader::readLightArea(LightElement& element, std::string_view word, const P
         }
         light.area = word == "object" ? miLIGHT_OBJECT : miLIGHT_USER;
         readAreaSampling(element);
-        unsupported(Level::Error, place, "light shape " + std::string(word),
+        unsupported(LogLevel::Error, location, "light shape " + std::string(word),
                     fmt::format("light \"{}\": {} lights are not supported", element.name, word));
     } else {
         return false;
@@ -215,7 +215,7 @@ void Reader::readAreaSampling(LightElement& element) {
     }
 }
 
-void Reader::readShadowMap(LightElement& element, const Place& place) {
+void Reader::readShadowMap(LightElement& element, const SourceLocation& location) {
     miLight& light = element.light;
     if (const std::optional<bool> on = acceptBoolean()) {
         light.use_shadow_maps = *on;
@@ -225,7 +225,7 @@ void Reader::readShadowMap(LightElement& element, const Place& place) {
         } else {
             light.use_shadow_maps = miTRUE;
             unsupported(
-                Level::Info, place, "shadowmap detail",
+                LogLevel::Info, location, "shadowmap detail",
                 fmt::format("light \"{}\": its shadow map knows depths alone; transparent things cast full "
                             "shadows in it",
                             element.name));

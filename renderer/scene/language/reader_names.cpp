@@ -49,7 +49,7 @@ miTag Reader::reference(const Token& token, std::initializer_list<miScene_type> 
     if (element && fits(*element)) return tag;
     if (element) {
         const bool isUse = database_.find<PhenomenonUseElement>(tag);
-        error(placeOf(token), "\"{}\" is {}, but {} is expected here", token.text,
+        error(locationOf(token), "\"{}\" is {}, but {} is expected here", token.text,
               isUse ? "a phenomenon without a result" : withArticle(kindName(element->type)), expected);
         return miNULLTAG;
     }
@@ -59,7 +59,7 @@ miTag Reader::reference(const Token& token, std::initializer_list<miScene_type> 
         if (other && fits(*other)) candidates.push_back(known);
     });
     const std::string nearest = nearestName(token.text, {candidates.begin(), candidates.end()});
-    error(placeOf(token), "\"{}\" is not defined before this place, where {} is expected{}", token.text,
+    error(locationOf(token), "\"{}\" is not defined before this place, where {} is expected{}", token.text,
           expected, nearest.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", nearest));
     return miNULLTAG;
 }
@@ -68,15 +68,16 @@ miTag Reader::lightReference(const Token& token) {
     constexpr std::string_view expected = "a light instance or a group of them";
     const Element* element = database_.get(lookUp(token.text));
     if (element && element->type == miSCENE_LIGHT) {
-        error(placeOf(token), "\"{}\" is a light, but {} is expected here: name the instance that places it",
-              token.text, expected);
+        error(locationOf(token),
+              "\"{}\" is a light, but {} is expected here: name the instance that places it", token.text,
+              expected);
         return miNULLTAG;
     }
     const miTag tag = reference(token, {miSCENE_INSTANCE, miSCENE_GROUP}, expected);
     if (const auto* instance = database_.find<InstanceElement>(tag)) {
         const Element* item = database_.get(instance->instance.item);
         if (item && item->type != miSCENE_LIGHT && item->type != miSCENE_GROUP) {
-            error(placeOf(token), "\"{}\" is an instance of {}, but {} is expected here", token.text,
+            error(locationOf(token), "\"{}\" is an instance of {}, but {} is expected here", token.text,
                   withArticle(kindName(item->type)), expected);
             return miNULLTAG;
         }
@@ -93,11 +94,11 @@ DeclarationElement* Reader::declarationReference(const Token& token) {
     const miTag tag = lookUpDeclaration(token.text);
     if (auto* declaration = database_.find<DeclarationElement>(tag)) return declaration;
     // A declaration file that is not read would otherwise fill the screen with its consequences.
-    if (!memory_.said.insert("undeclared|" + fullName(token.text)).second) return nullptr;
+    if (!memory_.logged.insert("undeclared|" + fullName(token.text)).second) return nullptr;
     std::vector<std::string> candidates;
     database_.visitDeclarations([&](const std::string& known, miTag) { candidates.push_back(known); });
     const std::string nearest = nearestName(token.text, {candidates.begin(), candidates.end()});
-    error(placeOf(token), "\"{}\" is not declared before this place{}", token.text,
+    error(locationOf(token), "\"{}\" is not declared before this place{}", token.text,
           nearest.empty() ? "; is its declaration file included?"
                           : fmt::format(" (did you mean \"{}\"?)", nearest));
     return nullptr;
@@ -132,8 +133,8 @@ void Reader::define(const Token& token, miTag tag) {
     const miTag earlier = database_.named(full);
     if (earlier == tag) return;
     if (const Element* element = database_.get(earlier)) {
-        warning(placeOf(token), "\"{}\" is defined again; what refers to the {} from {} keeps that one", full,
-                kindName(element->type), element->place.text());
+        warning(locationOf(token), "\"{}\" is defined again; what refers to the {} from {} keeps that one",
+                full, kindName(element->type), element->location.text());
     }
     database_.setName(full, tag);
     memory_.phenomenonUses.erase(full);
@@ -142,12 +143,12 @@ void Reader::define(const Token& token, miTag tag) {
 Element* Reader::incrementalTarget(const Token& token, miScene_type kind) {
     Element* element = database_.get(lookUp(token.text));
     if (!element) {
-        error(placeOf(token), "\"{}\" cannot be changed, as no {} of that name is defined", token.text,
+        error(locationOf(token), "\"{}\" cannot be changed, as no {} of that name is defined", token.text,
               kindName(kind));
         return nullptr;
     }
     if (element->type != kind) {
-        error(placeOf(token), "\"{}\" cannot be changed as {}: it is {}", token.text,
+        error(locationOf(token), "\"{}\" cannot be changed as {}: it is {}", token.text,
               withArticle(kindName(kind)), withArticle(kindName(element->type)));
         return nullptr;
     }

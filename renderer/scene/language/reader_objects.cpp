@@ -26,9 +26,9 @@ void Reader::readObject(const Token& token, bool incremental) {
                 readTriangleList(element, word);
             }
         } else if (word.isWord("basis")) {
-            skipGeometry(element, placeOf(word), "free-form surfaces and curves", "object");
+            skipGeometry(element, locationOf(word), "free-form surfaces and curves", "object");
         } else if (word.isWord("hair") || word.isWord("particle")) {
-            skipGeometry(element, placeOf(word), word.isWord("hair") ? "hair" : "particles", word.text);
+            skipGeometry(element, locationOf(word), word.isWord("hair") ? "hair" : "particles", word.text);
         } else if (!readObjectFlag(element, word) && !readObjectStatement(element, word)) {
             fail(word, "object \"{}\": unknown statement {}", element.name, word.shown());
         }
@@ -37,7 +37,7 @@ void Reader::readObject(const Token& token, bool incremental) {
     const miObject& object = element.object;
     if (!incremental && !object.visible && !object.shadow && !object.trace) {
         warning(
-            placeOf(token),
+            locationOf(token),
             "object \"{}\" has none of \"visible\", \"shadow\" and \"trace\" on; it is seen only where an "
             "instance switches them on",
             element.name);
@@ -157,7 +157,7 @@ void Reader::readGroup(ObjectElement& element) {
                 fail(word, "object \"{}\": expected vectors, vertices, polygons or \"end group\", not {}",
                      element.name, word.shown());
             }
-            skipGeometry(element, placeOf(word), word.text, "group");
+            skipGeometry(element, locationOf(word), word.text, "group");
             return;
         } else {
             fail(word, "object \"{}\": expected a polygon or \"end group\", not {}", element.name,
@@ -167,10 +167,10 @@ void Reader::readGroup(ObjectElement& element) {
     if (!group.polygons.empty()) element.groups.push_back(std::move(group));
 }
 
-void Reader::skipGeometry(ObjectElement& element, const Place& place, std::string_view kind,
+void Reader::skipGeometry(ObjectElement& element, const SourceLocation& location, std::string_view kind,
                           std::string_view until) {
     element.isEmpty = true;
-    unsupported(Level::Error, place, "geometry " + std::string(kind),
+    unsupported(LogLevel::Error, location, "geometry " + std::string(kind),
                 fmt::format("object \"{}\": {} not supported, object skipped", element.name, kind));
     for (;;) {
         const Token token = peek();

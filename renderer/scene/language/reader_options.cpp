@@ -66,16 +66,16 @@ void Reader::readStringOption(OptionsElement& element, const Token& option) {
 
 void Reader::readOptionStatement(OptionsElement& element, const Token& token) {
     const std::string word(token.text);
-    const Place place = placeOf(token);
+    const SourceLocation location = locationOf(token);
     if (token.kind == Token::Kind::Symbol) {
-        if (readSamplingOption(element, word) || readTraceOption(element, word, place) ||
-            readSwitchOption(element, word) || readGatherOption(element, word, place)) {
+        if (readSamplingOption(element, word) || readTraceOption(element, word, location) ||
+            readSwitchOption(element, word) || readGatherOption(element, word, location)) {
             return;
         }
         if (word == "frame") {
             if (!accept("buffer"))
                 fail(peek(), "expected \"buffer\" after \"frame\", not {}", peek().shown());
-            readFramebufferOption(element, place);
+            readFramebufferOption(element, location);
             return;
         }
         if (word == "state") {
@@ -88,10 +88,10 @@ void Reader::readOptionStatement(OptionsElement& element, const Token& token) {
             element.options.userdata = dataReference();
             return;
         }
-        if (skipOption(word, place, element.name)) return;
+        if (skipOption(word, location, element.name)) return;
     }
     const std::string nearest = nearestName(word, {optionWords.begin(), optionWords.end()});
-    error(place, "options \"{}\": unknown statement {}{}", element.name, token.shown(),
+    error(location, "options \"{}\": unknown statement {}{}", element.name, token.shown(),
           nearest.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", nearest));
     skipToOption();
 }
@@ -182,7 +182,7 @@ bool Reader::readSamplingOption(OptionsElement& element, std::string_view word) 
     return true;
 }
 
-bool Reader::readTraceOption(OptionsElement& element, std::string_view word, const Place& place) {
+bool Reader::readTraceOption(OptionsElement& element, std::string_view word, const SourceLocation& location) {
     miOptions& options = element.options;
     if (word == "trace") {
         if (!accept("depth")) {
@@ -248,7 +248,7 @@ bool Reader::readTraceOption(OptionsElement& element, std::string_view word, con
     } else if (word == "object" || word == "camera" || word == "mixed") {
         if (!accept("space")) fail(peek(), "expected \"space\" after \"{}\", not {}", word, peek().shown());
         if (word != "object") {
-            unsupported(Level::Error, place, std::string(word) + " space",
+            unsupported(LogLevel::Error, location, std::string(word) + " space",
                         fmt::format("options \"{}\": {} space is not supported, only object space",
                                     element.name, word));
         }
@@ -307,7 +307,8 @@ bool Reader::readSwitchOption(OptionsElement& element, std::string_view word) {
     return true;
 }
 
-bool Reader::readGatherOption(OptionsElement& element, std::string_view word, const Place& place) {
+bool Reader::readGatherOption(OptionsElement& element, std::string_view word,
+                              const SourceLocation& location) {
     miOptions& options = element.options;
     if (word == "finalgather") {
         GatherOptions& gather = element.gather;
@@ -346,7 +347,7 @@ bool Reader::readGatherOption(OptionsElement& element, std::string_view word, co
         } else if (accept("file")) {
             string("the gather map's file");
             unsupported(
-                Level::Info, place, "finalgather file",
+                LogLevel::Info, location, "finalgather file",
                 fmt::format(
                     "options \"{}\": gathered light is kept in no file; every picture gathers its own",
                     element.name));
@@ -370,16 +371,16 @@ bool Reader::readGatherOption(OptionsElement& element, std::string_view word, co
         skipToOption();
     } else if (*on) {
         unsupported(
-            Level::Warning, place, std::string(word),
+            LogLevel::Warning, location, std::string(word),
             fmt::format("options \"{}\": {} is not supported; no photons are traced", element.name, word));
     }
     return true;
 }
 
-bool Reader::skipOption(std::string_view word, const Place& place, const std::string& owner) {
+bool Reader::skipOption(std::string_view word, const SourceLocation& location, const std::string& owner) {
     if (!isOptionWord(word)) return false;
     if (word == "contour") {
-        unsupported(Level::Error, place, "contour",
+        unsupported(LogLevel::Error, location, "contour",
                     fmt::format("options \"{}\": contours are not supported", owner));
         if (!accept("store")) accept("contrast");
         while (atShader()) readShader({fmt::format("options \"{}\"", owner)}, miNULLTAG);
@@ -407,10 +408,10 @@ bool Reader::skipOption(std::string_view word, const Place& place, const std::st
     return true;
 }
 
-void Reader::readFramebufferOption(OptionsElement& element, const Place& place) {
+void Reader::readFramebufferOption(OptionsElement& element, const SourceLocation& location) {
     NumberedFramebuffer buffer;
     buffer.number = integer("the frame buffer's number");
-    buffer.place = place;
+    buffer.location = location;
     if (atString() && !peek(1).is('(')) {
         std::string type(next().text);
         if (!type.empty() && (type[0] == '+' || type[0] == '-')) {

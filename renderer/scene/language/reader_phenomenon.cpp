@@ -33,9 +33,9 @@ bool Reader::readPhenomenonPart(DeclarationElement& declaration, const Token& to
     } else if (word == "environment" && atShader()) {
         attached.environment.push_back(readShaderList(use));
     } else if (word == "output" && (namesPart || atShader())) {
-        attached.outputs.push_back(readOutput(use, placeOf(token)));
+        attached.outputs.push_back(readOutput(use, locationOf(token)));
     } else if (word == "contour" || (word == "geometry" && atShader())) {
-        unsupported(Level::Error, placeOf(token), "phenomenon root " + word,
+        unsupported(LogLevel::Error, locationOf(token), "phenomenon root " + word,
                     fmt::format("phenomenon \"{}\": attaching a shader as {} is not supported",
                                 declaration.name, word));
         while (peek().isName() && !atShader()) next();
@@ -62,21 +62,21 @@ void Reader::readPhenomenonRoot(DeclarationElement& declaration) {
         {fmt::format("phenomenon \"{}\", root", declaration.name), declaration.name}, "root");
 }
 
-void Reader::checkPhenomenonRoot(DeclarationElement& declaration, const Place& place) {
+void Reader::checkPhenomenonRoot(DeclarationElement& declaration, const SourceLocation& location) {
     const auto* shader = database_.find<FunctionElement>(declaration.body->root);
     const bool givesMaterial = declaration.result.type == miTYPE_MATERIAL && !declaration.result.isArray;
     if (database_.find<MaterialElement>(declaration.body->root)) {
         if (givesMaterial) return;
-        error(place,
+        error(location,
               "phenomenon \"{}\" gives {}, but its root is a material; declare it as \"phenomenon "
               "material\"",
               declaration.name, withArticle(declaration.result.typeText()));
     } else if (shader && !shader->declaration->result.sameShape(declaration.result)) {
-        error(place, "phenomenon \"{}\" gives {}, but its root \"{}\" gives {}", declaration.name,
+        error(location, "phenomenon \"{}\" gives {}, but its root \"{}\" gives {}", declaration.name,
               withArticle(declaration.result.typeText()), shader->declaration->name,
               withArticle(shader->declaration->result.typeText()));
     } else if (!shader && declaration.body->attached.empty()) {
-        error(place, "phenomenon \"{}\" has no root, so it has no result", declaration.name);
+        error(location, "phenomenon \"{}\" has no root, so it has no result", declaration.name);
     }
 }
 
@@ -104,7 +104,7 @@ miTag Reader::readPhenomenonUse(const ShaderUse& use) {
     auto element = std::make_unique<PhenomenonUseElement>();
     element->declaration = &declaration;
     element->name = use.name;
-    element->place = placeOf(token);
+    element->location = locationOf(token);
     element->root = copy.root;
     element->attached = std::move(copy.attached);
     const miTag tag = database_.add(std::move(element));

@@ -56,7 +56,7 @@ void Reader::readVertices(PolygonGroup& group, const ObjectElement& element) {
         if (value >= 0 && static_cast<std::size_t>(value) < group.vectors.size()) return value;
         // One message for the group: a shifted list has every index wrong.
         if (!complained) {
-            error(placeOf(start),
+            error(locationOf(start),
                   "object \"{}\": vertex {} takes vector {}, but there are {}, counted from 0", element.name,
                   group.position.size() - 1, value, group.vectors.size());
         }
@@ -121,10 +121,10 @@ bool Reader::readLoop(PolygonGroup& group, const ObjectElement& element, const T
     }
     const auto count = static_cast<std::uint32_t>(group.corners.size()) - first;
     if (wrong >= 0) {
-        error(placeOf(word), "object \"{}\": polygon {} takes vertex {}, but there are {}, counted from 0",
+        error(locationOf(word), "object \"{}\": polygon {} takes vertex {}, but there are {}, counted from 0",
               element.name, group.polygons.size(), static_cast<std::int32_t>(wrong), group.position.size());
     } else if (count < 3) {
-        error(placeOf(word), "object \"{}\": a loop of polygon {} has {} vertices; at least 3 are needed",
+        error(locationOf(word), "object \"{}\": a loop of polygon {} has {} vertices; at least 3 are needed",
               element.name, group.polygons.size(), count);
     } else {
         group.loops.push_back({first, count});

@@ -26,7 +26,7 @@ void Reader::readNamedShader(const Token& token, bool incremental) {
     if (!element) return;
     if (element->name.empty()) {
         element->name = fullName(token.text);
-        element->place = placeOf(token);
+        element->location = locationOf(token);
     }
     define(token, head);
     if (phenomenon && !phenomenon_) memory_.phenomenonUses[fullName(token.text)] = head;
@@ -48,27 +48,27 @@ miTag Reader::readShaderList(const ShaderUse& use, std::vector<miTag>* members) 
     miTag head = miNULLTAG, last = miNULLTAG;
     miTag existing = use.existing;
     while (atShader()) {
-        const Place place = placeOf(peek());
+        const SourceLocation location = locationOf(peek());
         const miTag shader = readShader(use, existing);
         if (const auto* before = database_.find<FunctionElement>(existing)) {
             existing = before->function()->next_function;
         }
         if (!shader) continue;
         if (members) members->push_back(shader);
-        linkShader(head, last, shader, place);
+        linkShader(head, last, shader, location);
     }
     // A list that became shorter ends with its last member.
     if (use.existing && last) database_.find<FunctionElement>(last)->function()->next_function = miNULLTAG;
     return head;
 }
 
-void Reader::linkShader(miTag& head, miTag& last, miTag shader, const Place& place) {
+void Reader::linkShader(miTag& head, miTag& last, miTag shader, const SourceLocation& location) {
     const auto function = [&](miTag tag) { return database_.find<FunctionElement>(tag)->function(); };
     // What is appended may be a list of its own, whose end is then the end of this one.
     miTag end = shader;
     for (miTag next = shader; next; next = function(next)->next_function) {
         if (next == last) {
-            error(place, "\"{}\" stands in this list already", database_.get(shader)->name);
+            error(location, "\"{}\" stands in this list already", database_.get(shader)->name);
             return;
         }
         end = next;
@@ -78,7 +78,8 @@ void Reader::linkShader(miTag& head, miTag& last, miTag shader, const Place& pla
     } else {
         miTag& link = function(last)->next_function;
         if (link && link != shader) {
-            warning(place, "shader \"{}\" is now followed by \"{}\" instead of \"{}\", wherever it is used",
+            warning(location,
+                    "shader \"{}\" is now followed by \"{}\" instead of \"{}\", wherever it is used",
                     database_.get(last)->name, database_.get(shader)->name, database_.get(link)->name);
         }
         link = shader;
@@ -101,14 +102,14 @@ miTag Reader::readShader(const ShaderUse& use, miTag existing) {
     if (atPhenomenon()) {
         const miTag result = readPhenomenonUse(use);
         if (!result || database_.find<FunctionElement>(result)) return result;
-        error(placeOf(token), "{}: the result of phenomenon \"{}\" is {}, but a shader is expected here",
+        error(locationOf(token), "{}: the result of phenomenon \"{}\" is {}, but a shader is expected here",
               use.owner, token.text, database_.find<MaterialElement>(result) ? "a material" : "nothing");
         return miNULLTAG;
     }
     next();
     DeclarationElement* declaration = declarationReference(token);
     if (declaration && declaration->kind == DeclarationElement::Kind::Data) {
-        error(placeOf(token), "\"{}\" is declared as data, but a shader is expected here", token.text);
+        error(locationOf(token), "\"{}\" is declared as data, but a shader is expected here", token.text);
         declaration = nullptr;
     }
     if (!declaration) {
@@ -134,7 +135,7 @@ miTag Reader::readShader(const ShaderUse& use, miTag existing) {
         return edited->tag;
     }
     auto element = std::make_unique<FunctionElement>(*declaration);
-    element->place = placeOf(token);
+    element->location = locationOf(token);
     element->values = std::move(values);
     element->rebuild();
     // "f" ( ) beside another "f" of the same material works on that one's parameters.
@@ -161,13 +162,13 @@ void Reader::readParameters(const std::vector<Parameter>& parameters, std::vecto
             std::vector<std::string_view> names;
             for (const Parameter& known : parameters) names.push_back(known.name);
             const std::string nearest = nearestName(token.text, names);
-            error(placeOf(token), "{}: \"{}\" declares no \"{}\"{}", use.owner, declarationName, token.text,
-                  nearest.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", nearest));
+            error(locationOf(token), "{}: \"{}\" declares no \"{}\"{}", use.owner, declarationName,
+                  token.text, nearest.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", nearest));
             skipValue(close);
         } else {
             const std::size_t index = parameter - parameters.data();
             if (given[index]) {
-                error(placeOf(token), "{}: \"{}\" is given twice", use.owner, token.text);
+                error(locationOf(token), "{}: \"{}\" is given twice", use.owner, token.text);
             }
             given[index] = true;
             try {
@@ -176,13 +177,13 @@ void Reader::readParameters(const std::vector<Parameter>& parameters, std::vecto
                 if (value.kind != Value::Kind::Zero) values[index] = std::move(value);
             } catch (const SyntaxError& fault) {
                 if (!peek().is(',') && !peek().is(close) && peek().isWord("end")) throw;
-                countError(fault.place, fmt::format("{}: {}", use.owner, fault.what()));
+                countError(fault.location, fmt::format("{}: {}", use.owner, fault.what()));
                 skipValue(close);
             }
         }
         if (accept(',') || peek().is(close)) continue;
         if (atString()) {
-            error(placeOf(peek()), "{}: expected \",\" or \"{}\" after the value of \"{}\", not {}",
+            error(locationOf(peek()), "{}: expected \",\" or \"{}\" after the value of \"{}\", not {}",
                   use.owner, close, token.text, peek().shown());
         } else {
             fail(peek(), "{}: expected \",\" or \"{}\" after the value of \"{}\", not {}", use.owner, close,

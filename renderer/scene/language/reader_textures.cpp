@@ -46,12 +46,12 @@ void Reader::readTexture(const Token& token, std::string_view firstWord, bool in
     element.pixels.clear();
     element.shader = miNULLTAG;
     if (writable) {
-        unsupported(Level::Warning, placeOf(nameOf), "writable texture",
+        unsupported(LogLevel::Warning, locationOf(nameOf), "writable texture",
                     fmt::format("texture \"{}\": nothing writes textures, so \"writable\" has no effect",
                                 element.name));
     }
     if (peek().is('[')) {
-        readInlinePixels(element, placeOf(nameOf));
+        readInlinePixels(element, locationOf(nameOf));
     } else if (atShader()) {
         element.shader = readShaderList({fmt::format("texture \"{}\"", element.name), element.name});
     } else if (atString()) {
@@ -66,7 +66,7 @@ void Reader::readTexture(const Token& token, std::string_view firstWord, bool in
     }
 }
 
-void Reader::readInlinePixels(TextureElement& element, const Place& place) {
+void Reader::readInlinePixels(TextureElement& element, const SourceLocation& location) {
     constexpr int largest = 1 << 15;
     expect('[', "the texture's name");
     const Token at = peek();
@@ -84,12 +84,12 @@ void Reader::readInlinePixels(TextureElement& element, const Place& place) {
     expect(']', "the size");
     while (peek().kind == Token::Kind::Bytes) {
         const Token bytes = next();
-        appendHex(element.pixels, bytes.text, placeOf(bytes));
+        appendHex(element.pixels, bytes.text, locationOf(bytes));
     }
     const std::size_t needed = static_cast<std::size_t>(element.width) * element.height * element.components *
                                element.bytesPerComponent;
     if (element.pixels.size() != needed && !(element.writable && element.pixels.empty())) {
-        error(place,
+        error(location,
               "texture \"{}\": {} x {} pixels of {} components with {} bytes each need {} bytes, not {}",
               element.name, element.width, element.height, element.components, element.bytesPerComponent,
               needed, element.pixels.size());
@@ -100,7 +100,7 @@ void Reader::readInlinePixels(TextureElement& element, const Place& place) {
 ColorProfile Reader::readColorProfileName() {
     const Token name = nameToken("a colour profile");
     if (const auto known = colorProfileNamed(name.text)) return *known;
-    error(placeOf(name), "colour profile \"{}\" is not known; {} are", name.text, colorProfileNames);
+    error(locationOf(name), "colour profile \"{}\" is not known; {} are", name.text, colorProfileNames);
     return ColorProfile::Linear;
 }
 
@@ -135,7 +135,7 @@ void Reader::readLightProfile(const Token& token, bool incremental) {
             integer("the horizontal resolution");
             integer("the vertical resolution");
             unsupported(
-                Level::Warning, placeOf(word), "light profile resolution",
+                LogLevel::Warning, locationOf(word), "light profile resolution",
                 fmt::format("light profile \"{}\": \"resolution\" has no effect: light is interpolated "
                             "between the angles of the file, not on a grid",
                             element.name));
@@ -144,7 +144,7 @@ void Reader::readLightProfile(const Token& token, bool incremental) {
         }
     }
     if (!hasFormat) {
-        error(placeOf(token), "light profile \"{}\" has no format (ies or eulumdat)", element.name);
+        error(locationOf(token), "light profile \"{}\" has no format (ies or eulumdat)", element.name);
     }
 }
 
@@ -152,7 +152,7 @@ void Reader::readOther(const Token& token, std::string_view kind) {
     auto& element = target<OtherElement>(token, miSCENE_OTHER, false);
     const Definition defined(*this, token, element.tag);
     element.kind = std::string(kind);
-    unsupported(Level::Warning, placeOf(token), std::string(kind),
+    unsupported(LogLevel::Warning, locationOf(token), std::string(kind),
                 fmt::format("{} \"{}\" is skipped: {} elements are not supported", kind, element.name, kind));
     for (;;) {
         const Token skipped = next();

@@ -94,7 +94,7 @@ std::string Reader::fileNameIn(const Token& text) {
     std::string unknown;
     std::string file = memory_.variables.substituted(text.text, &unknown);
     if (!unknown.empty()) {
-        error(placeOf(text), "\"{}\" names the registry entry \"{{{}}}\", which is not defined", text.text,
+        error(locationOf(text), "\"{}\" names the registry entry \"{{{}}}\", which is not defined", text.text,
               unknown);
     }
     return file;

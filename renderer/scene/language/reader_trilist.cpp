@@ -138,16 +138,17 @@ void Reader::readTriangleList(ObjectElement& element, const Token& token) {
             list.indices.push_back(static_cast<std::uint32_t>(indices[i + corner]));
         }
     }
-    checkTriangles(element, list, placeOf(token));
+    checkTriangles(element, list, locationOf(token));
     element.triangleLists.push_back(std::move(list));
 }
 
 /// Drops triangles that name missing vertices; refuses vertices that are not finite.
-void Reader::checkTriangles(const ObjectElement& element, TriangleList& list, const Place& place) {
+void Reader::checkTriangles(const ObjectElement& element, TriangleList& list,
+                            const SourceLocation& location) {
     for (std::size_t i = 0; i < list.vertices.size(); ++i) {
         if (std::isfinite(list.vertices[i])) continue;
-        error(place, "object \"{}\": vertex {} of the trilist has a number that is not finite", element.name,
-              i / list.layout.stride);
+        error(location, "object \"{}\": vertex {} of the trilist has a number that is not finite",
+              element.name, i / list.layout.stride);
         list.indices.clear();
         list.labels.clear();
         list.vertices.clear();
@@ -169,7 +170,7 @@ void Reader::checkTriangles(const ObjectElement& element, TriangleList& list, co
         ++kept;
     }
     if (firstWrong == triangles) return;
-    error(place,
+    error(location,
           "object \"{}\": triangle {} of the trilist takes a vertex beyond the {} there are (counted from 0)",
           element.name, firstWrong, list.vertexCount);
     list.indices.resize(3 * kept);

@@ -66,7 +66,7 @@ Value Reader::readArray(const Parameter& parameter, const ShaderUse& use,
     if (token.is('=')) {
         Value value = readConnection(parameter, use);
         if (value.kind == Value::Kind::Connection) {
-            error(placeOf(token), "an array cannot be connected as a whole; connect its elements");
+            error(locationOf(token), "an array cannot be connected as a whole; connect its elements");
             return array;
         }
         return value;
@@ -174,7 +174,8 @@ miTag Reader::readTagLiteral(miParam_type type) {
                           (type == miTYPE_SCALAR_TEXTURE && texture->kind == Kind::Scalar) ||
                           (type == miTYPE_VECTOR_TEXTURE && texture->kind == Kind::Vector);
         if (!fits)
-            error(placeOf(token), "\"{}\" is a texture of another kind than {}", token.text, typeName(type));
+            error(locationOf(token), "\"{}\" is a texture of another kind than {}", token.text,
+                  typeName(type));
         return tag;
     }
     switch (type) {
@@ -217,7 +218,7 @@ Value Reader::readConnection(const Parameter& parameter, const ShaderUse& use) {
     const Token token = nameToken("a shader to connect");
     Value value;
     if (!connectionsAllowed_) {
-        error(placeOf(equals), "{}: parameters of this kind cannot be connected to shaders", use.owner);
+        error(locationOf(equals), "{}: parameters of this kind cannot be connected to shaders", use.owner);
         return value;
     }
     const std::string_view text = token.text;
@@ -237,7 +238,7 @@ Value Reader::readConnection(const Parameter& parameter, const ShaderUse& use) {
             for (const Parameter& member : source->declaration->result.members) {
                 known += (known.empty() ? "\"" : ", \"") + member.name + '"';
             }
-            error(placeOf(token), "{}: the result of \"{}\" has no member \"{}\"{}", use.owner,
+            error(locationOf(token), "{}: the result of \"{}\" has no member \"{}\"{}", use.owner,
                   text.substr(0, dot), text.substr(dot + 1), known.empty() ? "" : "; it has " + known);
             return value;
         }
@@ -251,7 +252,7 @@ Value Reader::readConnection(const Parameter& parameter, const ShaderUse& use) {
         if (result->type == miTYPE_STRUCT && !result->members.empty()) {
             hint = fmt::format("; name one member, as in \"{}.{}\"", text, result->members.front().name);
         }
-        error(placeOf(token), "{}: \"{}\" is {}, but \"{}\" gives {}{}", use.owner, parameter.name,
+        error(locationOf(token), "{}: \"{}\" is {}, but \"{}\" gives {}{}", use.owner, parameter.name,
               withArticle(typeName(parameter.type)), text, withArticle(result->typeText()), hint);
         return value;
     }
@@ -264,7 +265,7 @@ Value Reader::readInterfaceReference(const Parameter& parameter) {
     const Token token = nameToken("an interface parameter");
     Value value;
     if (!phenomenon_) {
-        error(placeOf(token), "\"interface\" has a meaning only inside a phenomenon");
+        error(locationOf(token), "\"interface\" has a meaning only inside a phenomenon");
         return value;
     }
     int offset = 0;
@@ -273,13 +274,13 @@ Value Reader::readInterfaceReference(const Parameter& parameter) {
     whole.members = phenomenon_->parameters;
     const Parameter* source = memberOf(whole, token.text, offset);
     if (!source) {
-        error(placeOf(token), "phenomenon \"{}\" has no interface parameter \"{}\"", phenomenon_->name,
+        error(locationOf(token), "phenomenon \"{}\" has no interface parameter \"{}\"", phenomenon_->name,
               token.text);
         return value;
     }
     if (source->isArray != parameter.isArray || (!source->isArray && !connects(parameter, *source)) ||
         (source->isArray && !source->sameShape(parameter))) {
-        error(placeOf(token), "\"{}\" is {}, but the interface parameter \"{}\" is {}", parameter.name,
+        error(locationOf(token), "\"{}\" is {}, but the interface parameter \"{}\" is {}", parameter.name,
               withArticle(parameter.typeText()), token.text, withArticle(source->typeText()));
         return value;
     }

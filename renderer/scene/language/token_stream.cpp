@@ -40,8 +40,8 @@ void TokenStream::open(const std::string& name, std::string text) {
     stack_.push_back(number);
 }
 
-Place TokenStream::placeOf(const Token& token) const {
-    return sources_.empty() ? Place{} : sources_[token.source].lexer->placeOf(token);
+SourceLocation TokenStream::locationOf(const Token& token) const {
+    return sources_.empty() ? SourceLocation{} : sources_[token.source].lexer->locationOf(token);
 }
 
 const std::string& TokenStream::directory() const {
@@ -90,9 +90,9 @@ Token TokenStream::fetch() {
         } else if (token.kind == Token::Kind::End) {
             std::vector<Conditional>& open = sources_[stack_.back()].conditionals;
             if (!open.empty()) {
-                const Place place = open.back().place;
+                const SourceLocation location = open.back().location;
                 open.clear();
-                throw SyntaxError(place, "the conditional that begins here has no $endif");
+                throw SyntaxError(location, "the conditional that begins here has no $endif");
             }
             if (stack_.size() == 1) return token;
             stack_.pop_back();
@@ -103,36 +103,36 @@ Token TokenStream::fetch() {
 }
 
 void TokenStream::command(const Token& token) {
-    const Place place = placeOf(token);
+    const SourceLocation location = locationOf(token);
     std::vector<Conditional>& conditionals = sources_[stack_.back()].conditionals;
     const std::string_view word = token.text;
     if (word == "include") {
-        includeCommand(place);
+        includeCommand(location);
     } else if (word == "ifdef" || word == "ifndef" || word == "ifeq" || word == "ifneq") {
-        conditionals.push_back({place});
+        conditionals.push_back({location});
         if (!test(word)) skipConditional(true);
     } else if (word == "else" || word == "elseifdef" || word == "elseifeq" || word == "elseifndef" ||
                word == "elseifneq") {
         if (conditionals.empty())
-            throw SyntaxError(place, fmt::format("${} without an $ifdef or $ifeq", word));
+            throw SyntaxError(location, fmt::format("${} without an $ifdef or $ifeq", word));
         skipConditional(false);
     } else if (word == "endif") {
-        if (conditionals.empty()) throw SyntaxError(place, "$endif without an $ifdef or $ifeq");
+        if (conditionals.empty()) throw SyntaxError(location, "$endif without an $ifdef or $ifeq");
         conditionals.pop_back();
     } else if (word == "lookup") {
         const std::string name = stringArgument(word);
-        if (lookup_) lookup_(name, place);
+        if (lookup_) lookup_(name, location);
     } else if (word == "code") {
-        skipCode(place);
+        skipCode(location);
     } else {
-        throw SyntaxError(place, fmt::format("unknown command \"${}\"", word));
+        throw SyntaxError(location, fmt::format("unknown command \"${}\"", word));
     }
 }
 
 std::string TokenStream::stringArgument(std::string_view commandWord) {
     const Token token = lexer().next();
     if (token.kind != Token::Kind::String) {
-        throw SyntaxError(placeOf(token),
+        throw SyntaxError(locationOf(token),
                           fmt::format("${} needs a quoted string, not {}", commandWord, token.shown()));
     }
     return std::string(token.text);
@@ -175,7 +175,7 @@ void TokenStream::skipConditional(bool anyElse) {
     }
 }
 
-void TokenStream::skipCode(const Place& place) {
+void TokenStream::skipCode(const SourceLocation& location) {
     for (;;) {
         Token token;
         try {
@@ -187,31 +187,31 @@ void TokenStream::skipCode(const Place& place) {
             continue; // C text is not made of our tokens
         }
     }
-    throw SyntaxError(place, "$code is not supported: compile the shader into a library and link that");
+    throw SyntaxError(location, "$code is not supported: compile the shader into a library and link that");
 }
 
-void TokenStream::includeCommand(const Place& place) {
+void TokenStream::includeCommand(const SourceLocation& location) {
     std::string_view angled;
     if (lexer().angleName(angled)) {
-        include(std::string(angled), true, place);
+        include(std::string(angled), true, location);
     } else {
-        include(stringArgument("include"), false, place);
+        include(stringArgument("include"), false, location);
     }
 }
 
-void TokenStream::include(const std::string& name, bool searchPathsOnly, const Place& place) {
+void TokenStream::include(const std::string& name, bool searchPathsOnly, const SourceLocation& location) {
     constexpr std::size_t deepest = 64;
     constexpr std::size_t most = 60000; // tokens number their files with 16 bits
     if (stack_.size() >= deepest) {
-        throw SyntaxError(place,
+        throw SyntaxError(location,
                           fmt::format("\"{}\": files include each other more than {} deep", name, deepest));
     }
-    if (sources_.size() >= most) throw SyntaxError(place, "too many files are included");
+    if (sources_.size() >= most) throw SyntaxError(location, "too many files are included");
     std::string unknown;
     const std::string file = variables_.substituted(name, &unknown);
     if (!unknown.empty()) {
         throw SyntaxError(
-            place,
+            location,
             fmt::format("\"{}\" names the registry entry \"{{{}}}\", which is not defined", name, unknown));
     }
     std::vector<std::string> tried;
@@ -230,8 +230,8 @@ void TokenStream::include(const std::string& name, bool searchPathsOnly, const P
     }
     std::string list;
     for (const std::string& path : tried) list += (list.empty() ? "" : ", ") + path;
-    throw MissingFile(place, fmt::format("cannot read the included file \"{}\"; tried {}", file,
-                                         list.empty() ? "nothing, as there is no include path" : list));
+    throw MissingFile(location, fmt::format("cannot read the included file \"{}\"; tried {}", file,
+                                            list.empty() ? "nothing, as there is no include path" : list));
 }
 
 } // namespace orca::scene

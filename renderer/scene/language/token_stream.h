@@ -30,11 +30,11 @@ public:
 
     void open(const std::string& name, std::string text);
     /// Runs the side effects of a registry entry; it may call `include`.
-    void onLookup(std::function<void(const std::string& name, const Place&)> action) {
+    void onLookup(std::function<void(const std::string& name, const SourceLocation&)> action) {
         lookup_ = std::move(action);
     }
     /// Reads a file in place; throws MissingFile when it is not found.
-    void include(const std::string& name, bool searchPathsOnly, const Place& place);
+    void include(const std::string& name, bool searchPathsOnly, const SourceLocation& location);
 
     Token next();
     const Token& peek(std::size_t ahead = 0);
@@ -46,14 +46,14 @@ public:
     void skipBinary() { lexer().skipBinary(); }
     void hexBytes(std::vector<unsigned char>& bytes) { lexer().hexBytes(bytes); }
 
-    [[nodiscard]] Place placeOf(const Token& token) const;
+    [[nodiscard]] SourceLocation locationOf(const Token& token) const;
     /// Directory of the file that is being read.
     [[nodiscard]] const std::string& directory() const;
     [[nodiscard]] const std::string& fileName() const;
 
 private:
     struct Conditional {
-        Place place;
+        SourceLocation location;
         bool elseSeen = false;
     };
     struct Source {
@@ -65,17 +65,17 @@ private:
     [[nodiscard]] Lexer& lexer() { return *sources_[stack_.back()].lexer; }
     Token fetch();
     void command(const Token& token);
-    void includeCommand(const Place& place);
+    void includeCommand(const SourceLocation& location);
     /// Evaluates the test whose command word was read; true when its text is to be read.
     bool test(std::string_view word);
     std::string stringArgument(std::string_view commandWord);
     /// Skips to the part of the conditional that is to be read; with `anyElse` false, behind its end.
     void skipConditional(bool anyElse);
-    void skipCode(const Place& place);
+    void skipCode(const SourceLocation& location);
 
     const Variables& variables_;
     std::vector<std::string> includePaths_;
-    std::function<void(const std::string&, const Place&)> lookup_;
+    std::function<void(const std::string&, const SourceLocation&)> lookup_;
     std::vector<Source> sources_;    // all that were opened: tokens point into their texts
     std::vector<std::size_t> stack_; // indices of those being read
     std::deque<Token> ahead_;

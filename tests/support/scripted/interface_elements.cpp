@@ -12,8 +12,8 @@ ScriptedRenderer& enter(const char* name) {
     return renderer;
 }
 
-void say(char level, const char* format) {
-    ScriptedRenderer::current().messages.push_back({level, format});
+void write(char level, const char* format) {
+    ScriptedRenderer::current().log.push_back({level, format});
 }
 
 class ScriptedInterface final : public mi::shader::Interface {
@@ -114,25 +114,25 @@ void mi_unlock(miLock lock) {
 }
 
 void mi_fatal(const char* format, ...) {
-    say('f', format);
+    write('f', format);
 }
 void mi_error(const char* format, ...) {
-    say('e', format);
+    write('e', format);
 }
 void mi_warning(const char* format, ...) {
-    say('w', format);
+    write('w', format);
 }
 void mi_info(const char* format, ...) {
-    say('i', format);
+    write('i', format);
 }
 void mi_progress(const char* format, ...) {
-    say('p', format);
+    write('p', format);
 }
 void mi_debug(const char* format, ...) {
-    say('d', format);
+    write('d', format);
 }
 void mi_vdebug(const char* format, ...) {
-    say('d', format);
+    write('d', format);
 }
 
 miBoolean mi_fb_put(miState*, int buffer, const void* value) {

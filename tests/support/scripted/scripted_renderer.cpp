@@ -83,7 +83,7 @@ int ScriptedRenderer::callCount(const std::string& name) const {
 
 std::vector<std::string> ScriptedRenderer::messagesOf(char level) const {
     std::vector<std::string> texts;
-    for (const ScriptedMessage& message : messages)
+    for (const ScriptedMessage& message : log)
         if (message.level == level) texts.push_back(message.text);
     return texts;
 }

@@ -125,7 +125,7 @@ public:
     // What it has seen.
     std::vector<std::string> calls;
     [[nodiscard]] int callCount(const std::string& name) const;
-    std::vector<ScriptedMessage> messages;
+    std::vector<ScriptedMessage> log;
     /// Texts of one level, in order.
     [[nodiscard]] std::vector<std::string> messagesOf(char level) const;
     [[nodiscard]] int pinsHeld() const { return database.pinsHeld(); }

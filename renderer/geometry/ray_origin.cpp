@@ -26,22 +26,22 @@ float leave(float coordinate, float normal) {
 
 } // namespace
 
-miVector leaveSurface(const miVector& point, const miVector& geometricNormal, const miVector& direction) {
+miVector offsetRayOrigin(const miVector& point, const miVector& geometricNormal, const miVector& direction) {
     const float side = dot(geometricNormal, direction) < 0.0f ? -1.0f : 1.0f;
     return {leave(point.x, side * geometricNormal.x), leave(point.y, side * geometricNormal.y),
             leave(point.z, side * geometricNormal.z)};
 }
 
-float distanceBehind(const miVector& origin, float distance) {
+float distancePastHit(const miVector& origin, float distance) {
     constexpr float unitsOfTheLargest = 1.0f / 131072.0f; // 64 to 128 units in the last place
     const float largest =
         std::max({std::abs(origin.x), std::abs(origin.y), std::abs(origin.z), distance, nearOrigin});
     return distance + unitsOfTheLargest * largest;
 }
 
-void continueBehind(Ray& ray, const Hit& hit) {
-    ray.nearDistance = distanceBehind(ray.origin, hit.distance);
-    ray.skipLeaf = hit.leaf;
+void advancePastHit(Ray& ray, const Hit& hit) {
+    ray.nearDistance = distancePastHit(ray.origin, hit.distance);
+    ray.skipInstance = hit.meshInstance;
     ray.skipTriangle = hit.triangle;
 }
 

@@ -6,7 +6,7 @@
 namespace orca::render {
 
 /// A light where an instance puts it.
-struct PlacedLight {
+struct LightInstance {
     miTag instance;
     const miLight* light;
     const miInstance* record;

@@ -12,11 +12,11 @@ namespace orca::render {
 
 /// Decides where a picture needs more samples. Works on finished passes over the whole picture, so the
 /// decision does not depend on tiles or threads.
-class Refinement {
+class AdaptiveSampler {
 public:
     /// Levels as in the options: level n is 4^n samples a pixel, a negative level one sample every 2^-n
     /// pixels.
-    Refinement(const PixelWindow& window, int minLevel, int maxLevel, const miColor& contrast);
+    AdaptiveSampler(const PixelWindow& window, int minLevel, int maxLevel, const miColor& contrast);
 
     /// A pass: these pixels take samples `firstSample` to `endSample` - 1.
     struct Pass {

@@ -10,7 +10,7 @@ namespace orca::geometry {
 /// Times of the shutter at which some placement is flat: where a thing is turned inside out, or by half a
 /// turn in one straight step, its blended matrix has no inverse for an instant, and no ray can be taken into
 /// its space. Rays of that instant are cast a millionth of the shutter beside it.
-class FlatTimes {
+class SingularTimes {
 public:
     /// Adds those of matrices that are blended entry by entry from `start` to `end`, over the part of the
     /// shutter from `startTime` to `endTime`.

@@ -20,7 +20,7 @@ struct RenderRequest {
     miTag cameraInstance = miNULLTAG;
     miTag options = miNULLTAG;
     int number = 0; ///< of the statement, from 1, over all files
-    Place place;
+    SourceLocation location;
 };
 
 /// What the reader asks its owner to do, in file order.
@@ -29,7 +29,7 @@ struct ParserCallbacks {
     std::function<bool(const RenderRequest&)> render;
     /// Loads a shader library; the name has its registry and environment references replaced. False: it could
     /// not be loaded, and the owner has said why.
-    std::function<bool(const std::string& file, const Place& place)> link;
+    std::function<bool(const std::string& file, const SourceLocation& location)> link;
     /// Text of an `echo` command; without a callback it becomes a progress message.
     std::function<void(const std::string& text)> echo;
 };
@@ -47,14 +47,14 @@ struct ParserOptions {
 /// A scene and its reader's memory: several files are read as if they were one.
 class Scene {
 public:
-    explicit Scene(Messages& messages);
+    explicit Scene(Log& log);
     ~Scene();
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;
 
     [[nodiscard]] Database& database() { return database_; }
     [[nodiscard]] const Database& database() const { return database_; }
-    [[nodiscard]] Messages& messages() const { return messages_; }
+    [[nodiscard]] Log& log() const { return log_; }
 
     /// Reads a file; "-" is standard input, and a name that is not found is tried again with ".mi" added.
     /// False when the scene has errors so far or the render callback asked to stop.
@@ -72,7 +72,7 @@ private:
     friend class Reader;
     struct Memory;
 
-    Messages& messages_;
+    Log& log_;
     Database database_;
     std::unique_ptr<Memory> memory_; // variables, registry, what was said once
     std::vector<std::string> libraries_;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/trace/visible.h"
+#include "render/trace/trace_and_shade.h"
 
 #include "render/light/visible_lights.h"
 #include "render/trace/default_material.h"
@@ -54,8 +54,8 @@ void callVolume(RenderContext& context, miState* state, miColor& result, miBoole
     delivered = context.runtime.call(&result, miSHADER_VOLUME, state, state->volume);
 }
 
-miBoolean shadeVisibleRay(RenderContext& context, ChildState& child, const geometry::Ray& ray,
-                          miColor& result) {
+miBoolean traceAndShade(RenderContext& context, ChildState& child, const geometry::Ray& ray,
+                        miColor& result) {
     result = {};
     miState* state = child.get();
     geometry::Hit hit;

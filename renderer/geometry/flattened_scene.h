@@ -16,21 +16,21 @@ namespace orca::geometry {
 /// Every way from a root group down to objects, lights and cameras. Each gets an instance record of its own:
 /// the first way to an instance fills the instance's own record, each further one a copy with its own tag,
 /// taken back when the graph goes.
-class PlacedGraph {
+class FlattenedScene {
 public:
     /// `motionSteps`: equal segments of the shutter along which transforms move.
-    PlacedGraph(scene::Database& database, Messages& messages, miTag rootGroup, int motionSteps);
-    ~PlacedGraph();
-    PlacedGraph(const PlacedGraph&) = delete;
-    PlacedGraph& operator=(const PlacedGraph&) = delete;
+    FlattenedScene(scene::Database& database, Log& log, miTag rootGroup, int motionSteps);
+    ~FlattenedScene();
+    FlattenedScene(const FlattenedScene&) = delete;
+    FlattenedScene& operator=(const FlattenedScene&) = delete;
 
-    struct Leaf {
+    struct ObjectInstance {
         scene::InstanceElement* instance;
         scene::ObjectElement* object;
         Inherited inherited;
     };
-    std::vector<Leaf> leaves;  ///< in scene-graph order
-    std::vector<miTag> lights; ///< placed light instances, in scene-graph order
+    std::vector<ObjectInstance> objectInstances; ///< in scene-graph order
+    std::vector<miTag> lights;                   ///< placed light instances, in scene-graph order
 
     /// All places of an instance, copies included; empty when it does not stand below the root.
     [[nodiscard]] const std::vector<miTag>& placesOf(miTag instance) const;
@@ -44,7 +44,7 @@ private:
     void expandInto(miTag entry, std::vector<miTag>& lights, int depth) const;
 
     scene::Database& database_;
-    Messages& messages_;
+    Log& log_;
     std::vector<miTag> openGroups_;
     std::vector<miTag> copies_;
     std::unordered_map<miTag, std::vector<miTag>> places_;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "geometry/flat_times.h"
+#include "geometry/singular_times.h"
 
 #include "base/transform.h"
 
@@ -48,7 +48,7 @@ constexpr float instant = 1e-6f; // of the shutter
 
 } // namespace
 
-void FlatTimes::add(const miScalar* start, const miScalar* end, float startTime, float endTime) {
+void SingularTimes::add(const miScalar* start, const miScalar* end, float startTime, float endTime) {
     const Cubic volume = determinantOfBlend(Transform::from(start), Transform::from(end));
     const double all = std::max(std::abs(volume.at(0.0)), std::abs(volume.at(1.0)));
     const auto enter = [&](double t) {
@@ -70,11 +70,11 @@ void FlatTimes::add(const miScalar* start, const miScalar* end, float startTime,
     }
 }
 
-void FlatTimes::sort() {
+void SingularTimes::sort() {
     std::sort(times_.begin(), times_.end());
 }
 
-float FlatTimes::beside(float time) const {
+float SingularTimes::beside(float time) const {
     auto flat = std::lower_bound(times_.begin(), times_.end(), time - instant);
     for (; flat != times_.end() && *flat - time < instant; ++flat) time = *flat + 1.5f * instant;
     if (time <= 1.0f) return time;

@@ -15,7 +15,7 @@ namespace orca::geometry {
 struct Mesh;
 
 /// One mesh in one place, with everything that it inherits from the instances above it.
-struct Leaf {
+struct MeshInstance {
     miTag instance; ///< the leaf instance; its miInstance holds the whole path's matrices
     const miInstance* instanceRecord;
     miTag object;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/texture/texture_footprint.h"
+#include "render/texture/footprint.h"
 
 #include <algorithm>
 #include <cmath>
@@ -24,7 +24,7 @@ float coneWidth(const miState* state) {
 
 } // namespace
 
-image::TextureFootprint footprintOf(const miState* state) {
+image::Footprint footprintOf(const miState* state) {
     if (!state->camera || state->instance == miNULLTAG || !state->derivs[0] || !state->derivs[1]) return {};
     const miVector &u = *state->derivs[0], &v = *state->derivs[1];
     // Duals of the derivatives: what a step along the surface adds to u and to v.
@@ -52,7 +52,7 @@ image::TextureFootprint footprintOf(const miState* state) {
     mi_vector_normalize(&across);
     mi_vector_mul(&along, width / facing);
     mi_vector_mul(&across, width);
-    image::TextureFootprint footprint;
+    image::Footprint footprint;
     inTexture(along, footprint.dsdx, footprint.dtdx);
     inTexture(across, footprint.dsdy, footprint.dtdy);
     return footprint;

@@ -14,10 +14,10 @@ namespace orca::geometry {
 ///
 /// Placements between which there is no such way are blended entry by entry: where one of them mirrors and
 /// the other does not, has perspective, or flattens.
-class MovingTransform {
+class AnimatedTransform {
 public:
     /// Both take points from local space to the parent's.
-    MovingTransform(const Transform& start, const Transform& end);
+    AnimatedTransform(const Transform& start, const Transform& end);
 
     /// @param part 0 at the start, 1 at the end
     [[nodiscard]] Transform at(double part) const;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/gather/gather_ahead.h"
+#include "render/gather/gather_prepass.h"
 
 #include "render/camera/eye_sample.h"
 
@@ -33,22 +33,22 @@ int gatherSpacing(float density) {
     return std::clamp(static_cast<int>(std::lround(4.0f / std::sqrt(density))), 1, 64);
 }
 
-bool gatherAhead(TileRenderer& tiles, const Frame& frame, GatherCaches& caches) {
+bool gatherPrepass(TileRenderer& tiles, const Frame& frame, GatherCaches& caches) {
     int spacing = frame.gatherSpacing;
     // The first points find no light between bounces yet and cost the most: begin with the picture's corners.
     while (spacing < std::max(frame.camera.x_resolution, frame.camera.y_resolution)) spacing *= 2;
     for (bool first = true; spacing >= frame.gatherSpacing; spacing /= 2, first = false) {
         const std::vector<GridPoint> points =
             gridPoints(frame.camera.x_resolution, frame.camera.y_resolution, spacing, first);
-        std::vector<GatherHarvest> harvests(points.size());
+        std::vector<PendingGatherRecords> pending(points.size());
         const bool complete = tiles.forEach(points.size(), [&](RenderContext& context, std::size_t i) {
             context.sampler.startSample(frame.seed, points[i].x, points[i].y, 0);
-            context.gatherHarvest = &harvests[i];
+            context.pendingGatherRecords = &pending[i];
             renderEyeSample(context, points[i].x, points[i].y, {0.0f, 0.0f, 1.0f}, gatherPhase);
-            context.gatherHarvest = nullptr;
+            context.pendingGatherRecords = nullptr;
         });
         if (!complete) return false;
-        for (const GatherHarvest& harvest : harvests) caches.add(harvest);
+        for (const PendingGatherRecords& pending : pending) caches.add(pending);
     }
     return true;
 }

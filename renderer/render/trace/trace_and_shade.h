@@ -9,8 +9,7 @@ namespace orca::render {
 /// Casts a visible ray and shades what it meets: a light that can be seen, the hit's material, or the
 /// environment, and then the volume of the space the ray came through. `child` holds the ray (org, dir, type,
 /// levels, volume) and receives the hit. True when a shader delivered; `result` is black otherwise.
-miBoolean shadeVisibleRay(RenderContext& context, ChildState& child, const geometry::Ray& ray,
-                          miColor& result);
+miBoolean traceAndShade(RenderContext& context, ChildState& child, const geometry::Ray& ray, miColor& result);
 
 /// Environment seen along the state's direction: its own, else the camera's. False without one.
 miBoolean callEnvironment(RenderContext& context, miState* state, miColor& result);

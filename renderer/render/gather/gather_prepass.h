@@ -15,6 +15,6 @@ namespace orca::render {
 /// before; what the points add is put in their order. So the same records come out whatever the threads.
 /// The whole picture counts, not only the window, so that windows fit together.
 /// False when the render was stopped.
-bool gatherAhead(TileRenderer& tiles, const Frame& frame, GatherCaches& caches);
+bool gatherPrepass(TileRenderer& tiles, const Frame& frame, GatherCaches& caches);
 
 } // namespace orca::render

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/sampling/refinement.h"
+#include "render/sampling/adaptive_sampler.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,7 +22,8 @@ int strideAt(int level) {
 
 } // namespace
 
-Refinement::Refinement(const PixelWindow& window, int minLevel, int maxLevel, const miColor& contrast)
+AdaptiveSampler::AdaptiveSampler(const PixelWindow& window, int minLevel, int maxLevel,
+                                 const miColor& contrast)
     : window_(window),
       minLevel_(std::clamp(minLevel, coarsestLevel, finestLevel)),
       maxLevel_(std::clamp(maxLevel, minLevel_, finestLevel)),
@@ -30,7 +31,7 @@ Refinement::Refinement(const PixelWindow& window, int minLevel, int maxLevel, co
       contrast_(contrast) {
 }
 
-Refinement::Pass Refinement::first() const {
+AdaptiveSampler::Pass AdaptiveSampler::first() const {
     Pass pass{{}, 0, samplesAt(minLevel_)};
     const int stride = strideAt(minLevel_);
     if (stride == 1) return pass;
@@ -45,12 +46,12 @@ Refinement::Pass Refinement::first() const {
     return pass;
 }
 
-bool Refinement::differs(const miColor& a, const miColor& b) const {
+bool AdaptiveSampler::differs(const miColor& a, const miColor& b) const {
     return std::abs(a.r - b.r) > contrast_.r || std::abs(a.g - b.g) > contrast_.g ||
            std::abs(a.b - b.b) > contrast_.b || std::abs(a.a - b.a) > contrast_.a;
 }
 
-bool Refinement::pixelNeedsMore(const Film& film, int x, int y) const {
+bool AdaptiveSampler::pixelNeedsMore(const Film& film, int x, int y) const {
     if (!film.sampled(x, y)) return false;
     if (level_ > 0 && differs(film.spread(x, y), {})) return true;
     // A few samples can all miss an edge that crosses their pixel; the neighbours tell.
@@ -66,7 +67,7 @@ bool Refinement::pixelNeedsMore(const Film& film, int x, int y) const {
     return false;
 }
 
-Refinement::Pass Refinement::refineGrid(const Film& film, int stride) const {
+AdaptiveSampler::Pass AdaptiveSampler::refineGrid(const Film& film, int stride) const {
     const int width = window_.width();
     const int height = window_.height();
     Pass pass{std::vector<std::uint8_t>(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)),
@@ -94,7 +95,7 @@ Refinement::Pass Refinement::refineGrid(const Film& film, int stride) const {
     return pass;
 }
 
-bool Refinement::next(const Film& film, Pass& pass) {
+bool AdaptiveSampler::next(const Film& film, Pass& pass) {
     if (level_ >= maxLevel_) return false;
     if (level_ < 0) {
         pass = refineGrid(film, strideAt(level_));
@@ -110,7 +111,7 @@ bool Refinement::next(const Film& film, Pass& pass) {
     return std::find(pass.pixels.begin(), pass.pixels.end(), 1) != pass.pixels.end();
 }
 
-void Refinement::fillGaps(Film& film) const {
+void AdaptiveSampler::fillGaps(Film& film) const {
     if (minLevel_ >= 0) return;
     const int width = window_.width();
     const int height = window_.height();

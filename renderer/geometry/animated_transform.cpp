@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "geometry/moving_transform.h"
+#include "geometry/animated_transform.h"
 
 #include <algorithm>
 #include <cmath>
@@ -130,7 +130,7 @@ Transform dividedThrough(Transform transform) {
 
 } // namespace
 
-bool MovingTransform::decompose(const Transform& transform, Parts& parts) {
+bool AnimatedTransform::decompose(const Transform& transform, Parts& parts) {
     const auto& m = transform.m;
     if (m[3] != 0.0 || m[7] != 0.0 || m[11] != 0.0 || m[15] != 1.0) return false;
     const Matrix3 matrix{m[0], m[1], m[2], m[4], m[5], m[6], m[8], m[9], m[10]};
@@ -145,7 +145,7 @@ bool MovingTransform::decompose(const Transform& transform, Parts& parts) {
     return true;
 }
 
-MovingTransform::MovingTransform(const Transform& start, const Transform& end)
+AnimatedTransform::AnimatedTransform(const Transform& start, const Transform& end)
     : start_(dividedThrough(start)),
       end_(dividedThrough(end)),
       atStart_{},
@@ -154,7 +154,7 @@ MovingTransform::MovingTransform(const Transform& start, const Transform& end)
                 decompose(end_, atEnd_)) {
 }
 
-Transform MovingTransform::at(double part) const {
+Transform AnimatedTransform::at(double part) const {
     Transform result;
     result.m = blend(start_.m, end_.m, part);
     if (!hasParts_) return result;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "geometry/graph_walk.h"
+#include "geometry/flattened_scene.h"
 
 #include <algorithm>
 #include <memory>
@@ -28,10 +28,10 @@ std::vector<scene::InstanceElement::Matrix> motionPathOf(const Inherited& inheri
 
 } // namespace
 
-PlacedGraph::PlacedGraph(scene::Database& database, Messages& messages, miTag rootGroup, int motionSteps)
-    : database_(database), messages_(messages) {
+FlattenedScene::FlattenedScene(scene::Database& database, Log& log, miTag rootGroup, int motionSteps)
+    : database_(database), log_(log) {
     if (!database_.find<scene::GroupElement>(rootGroup)) {
-        messages_.error("GEOM", "the root of the scene is not an instance group; nothing is rendered");
+        log_.error("GEOM", "the root of the scene is not an instance group; nothing is rendered");
         return;
     }
     Inherited world;
@@ -39,15 +39,15 @@ PlacedGraph::PlacedGraph(scene::Database& database, Messages& messages, miTag ro
     visitGroup(rootGroup, world);
 }
 
-PlacedGraph::~PlacedGraph() {
+FlattenedScene::~FlattenedScene() {
     for (const miTag copy : copies_) database_.remove(copy);
 }
 
-void PlacedGraph::visitGroup(miTag group, const Inherited& inherited) {
+void FlattenedScene::visitGroup(miTag group, const Inherited& inherited) {
     const auto* const element = database_.find<scene::GroupElement>(group);
     if (std::find(openGroups_.begin(), openGroups_.end(), group) != openGroups_.end()) {
-        messages_.errorAt(element->place, "GEOM",
-                          "instance group \"{}\" contains itself; the inner one is left out", element->name);
+        log_.errorAt(element->location, "GEOM",
+                     "instance group \"{}\" contains itself; the inner one is left out", element->name);
         return;
     }
     openGroups_.push_back(group);
@@ -55,13 +55,13 @@ void PlacedGraph::visitGroup(miTag group, const Inherited& inherited) {
         if (auto* const instance = database_.find<scene::InstanceElement>(member))
             visitInstance(*instance, inherited);
         else
-            messages_.errorAt(element->place, "GEOM",
-                              "instance group \"{}\" has a member that is not an instance", element->name);
+            log_.errorAt(element->location, "GEOM",
+                         "instance group \"{}\" has a member that is not an instance", element->name);
     }
     openGroups_.pop_back();
 }
 
-void PlacedGraph::visitInstance(scene::InstanceElement& instance, const Inherited& above) {
+void FlattenedScene::visitInstance(scene::InstanceElement& instance, const Inherited& above) {
     instance.instance.off = instance.hidden;
     if (instance.hidden) return;
 
@@ -74,23 +74,22 @@ void PlacedGraph::visitInstance(scene::InstanceElement& instance, const Inherite
         visitGroup(item->tag, inherited);
         break;
     case miSCENE_OBJECT: {
-        scene::InstanceElement& leaf = place(instance, inherited, above.parent);
-        leaves.push_back({&leaf, static_cast<scene::ObjectElement*>(item), inherited});
-        leaves.back().inherited.inBetween = {}; // the instance has them now, and leaves are many
+        scene::InstanceElement& meshInstance = place(instance, inherited, above.parent);
+        objectInstances.push_back({&meshInstance, static_cast<scene::ObjectElement*>(item), inherited});
+        objectInstances.back().inherited.inBetween = {}; // the instance has them now, and leaves are many
         break;
     }
     case miSCENE_LIGHT: lights.push_back(place(instance, inherited, above.parent).tag); break;
     case miSCENE_CAMERA: place(instance, inherited, above.parent); break;
     default:
-        messages_.errorAt(
-            instance.place, "GEOM",
-            "instance \"{}\" places \"{}\", which is no object, light, camera or instance group",
-            instance.name, item->name);
+        log_.errorAt(instance.location, "GEOM",
+                     "instance \"{}\" places \"{}\", which is no object, light, camera or instance group",
+                     instance.name, item->name);
     }
 }
 
-scene::InstanceElement& PlacedGraph::place(scene::InstanceElement& instance, const Inherited& inherited,
-                                           miTag parent) {
+scene::InstanceElement& FlattenedScene::place(scene::InstanceElement& instance, const Inherited& inherited,
+                                              miTag parent) {
     scene::InstanceElement* placed = &instance;
     std::vector<miTag>& places = places_[instance.tag];
     if (!places.empty()) {
@@ -104,8 +103,8 @@ scene::InstanceElement& PlacedGraph::place(scene::InstanceElement& instance, con
     const Transform localToWorld = inverse(inherited.worldToLocal, singular);
     const Transform worldToLocal = singular ? Transform{} : inherited.worldToLocal;
     if (singular)
-        messages_.errorAt(
-            instance.place, "GEOM",
+        log_.errorAt(
+            instance.location, "GEOM",
             "the transforms down to instance \"{}\" cannot be inverted; it stands where the world does",
             instance.name);
 
@@ -121,19 +120,19 @@ scene::InstanceElement& PlacedGraph::place(scene::InstanceElement& instance, con
     return *placed;
 }
 
-const std::vector<miTag>& PlacedGraph::placesOf(miTag instance) const {
+const std::vector<miTag>& FlattenedScene::placesOf(miTag instance) const {
     static const std::vector<miTag> nowhere;
     const auto found = places_.find(instance);
     return found == places_.end() ? nowhere : found->second;
 }
 
-std::vector<miTag> PlacedGraph::expandLights(const std::vector<miTag>& entries) const {
+std::vector<miTag> FlattenedScene::expandLights(const std::vector<miTag>& entries) const {
     std::vector<miTag> found;
     for (const miTag entry : entries) expandInto(entry, found, 0);
     return found;
 }
 
-void PlacedGraph::expandInto(miTag entry, std::vector<miTag>& found, int depth) const {
+void FlattenedScene::expandInto(miTag entry, std::vector<miTag>& found, int depth) const {
     if (depth > deepestLightGroup) return;
     if (const auto* const group = database_.find<scene::GroupElement>(entry)) {
         for (const miTag member : group->members) expandInto(member, found, depth + 1);
@@ -147,11 +146,11 @@ void PlacedGraph::expandInto(miTag entry, std::vector<miTag>& found, int depth) 
     } else if (item && item->type == miSCENE_LIGHT) {
         const std::vector<miTag>& places = placesOf(entry);
         if (places.empty())
-            messages_.once("unplaced light " + std::to_string(entry),
-                           {Level::Warning, "GEOM", 0,
-                            "light instance \"" + instance->name +
-                                "\" is in a light list but not below the rendered group; it gives no light",
-                            instance->place});
+            log_.once("unplaced light " + std::to_string(entry),
+                      {LogLevel::Warning, "GEOM", 0,
+                       "light instance \"" + instance->name +
+                           "\" is in a light list but not below the rendered group; it gives no light",
+                       instance->location});
         for (const miTag place : places)
             if (std::find(found.begin(), found.end(), place) == found.end()) found.push_back(place);
     }

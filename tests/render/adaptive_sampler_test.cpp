@@ -38,7 +38,7 @@ TEST(Undersampling, FillsWhatIsEvenAndRefinesWhatIsNot) {
         }
 }
 
-TEST(Refinement, SpendsSamplesOnEdgesOnly) {
+TEST(AdaptiveSampler, SpendsSamplesOnEdgesOnly) {
     const RenderedScene adaptive(fadingFloor("0 2").text());
     const RenderedScene uniform(fadingFloor("2 2").text());
     EXPECT_EQ(uniform.result().statistics.rays.samples, 61u * 43u * 16u);
