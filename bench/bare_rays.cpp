@@ -3,7 +3,7 @@
 
 #include "geometry/mesh.h"
 #include "geometry/scene_geometry.h"
-#include "render/frame.h"
+#include "render/context/frame.h"
 
 #include <embree3/rtcore.h>
 

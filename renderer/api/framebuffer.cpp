@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/framebuffers.h"
 
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 #include "shading/active_renderer.h"
 
 #include <shader.h>

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/light/light_lists.h"
-#include "render/light/light_profiles.h"
 #include "render/light/light_sampling.h"
 
 #include <shader.h>

@@ -2,7 +2,7 @@
 #include "api/queries.h"
 
 #include "render/camera/spaces.h"
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 
 #include <algorithm>
 

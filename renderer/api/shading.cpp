@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 #include "shading/shader_runtime.h"
 
 #include <shader.h>

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "render/camera/eye_ray.h"
 #include "render/gather/gather.h"
 #include "render/gather/occlusion.h"
 #include "render/light/shadows.h"

@@ -1,23 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/displacement_calls.h"
 
-#include "render/camera/eye_sample.h"
+#include "render/camera/state_shaders.h"
 #include "scene/elements/elements.h"
 
 #include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 
 namespace orca::render {
-
-namespace {
-
-/// Outside of any picture sample: shaders that write passes stay silent.
-constexpr int noImagePhase = 3;
-
-} // namespace
 
 geometry::DisplacementView displacementView(const Frame& frame) {
     const miCamera& camera = frame.camera;
@@ -127,17 +119,13 @@ float DisplacementCalls::operator()(const geometry::MeshInstance& meshInstance,
 
     using Fault = shading::ShaderRuntime::Fault;
     float height = 0.0f;
-    try {
-        if (!frame_.runtime.call(&height, miSHADER_DISPLACE, child.get(), material->displace)) {
-            frame_.runtime.countFault(material->displace, Fault::ReturnedFalse);
-            return 0.0f;
-        }
-    } catch (...) { // counted by the call
-        worker.context.thrown = nullptr;
-        return 0.0f;
-    }
-    if (std::isfinite(height)) return height;
-    frame_.runtime.countFault(material->displace, Fault::NotANumber);
+    miBoolean delivered = miFALSE;
+    const bool returned = withoutShaderExceptions(worker.context, [&] {
+        delivered = frame_.runtime.call(&height, miSHADER_DISPLACE, child.get(), material->displace);
+    });
+    if (!returned) return 0.0f;
+    if (delivered && std::isfinite(height)) return height;
+    frame_.runtime.countFault(material->displace, delivered ? Fault::NotANumber : Fault::ReturnedFalse);
     return 0.0f;
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "geometry/displacement.h"
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 
 #include <memory>
 #include <vector>

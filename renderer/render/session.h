@@ -5,8 +5,8 @@
 #include "image/framebuffers.h"
 #include "image/picture_file.h"
 #include "image/textures.h"
+#include "render/context/render_context.h"
 #include "render/film/film.h"
-#include "render/render_context.h"
 #include "scene/database.h"
 #include "shading/shader_runtime.h"
 

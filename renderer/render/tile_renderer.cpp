@@ -3,6 +3,7 @@
 
 #include "base/parallel_for.h"
 #include "render/camera/eye_sample.h"
+#include "render/camera/state_shaders.h"
 
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "render/context/render_context.h"
 #include "render/film/film.h"
-#include "render/render_context.h"
 #include "render/sampling/adaptive_sampler.h"
 #include "render/session.h"
 

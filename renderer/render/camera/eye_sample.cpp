@@ -3,35 +3,16 @@
 
 #include "render/camera/eye_ray.h"
 #include "render/camera/rasterizer.h"
-#include "render/trace/trace_and_shade.h"
+#include "render/camera/state_shaders.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
-#include <exception>
 
 namespace orca::render {
 
 namespace {
-
-void resetBase(RenderContext& context) {
-    miState& state = context.base;
-    state.type = miRAY_EYE;
-    state.parent = state.child = nullptr;
-    state.reflection_level = state.refraction_level = 0;
-    state.instance = state.light_instance = state.material = miNULLTAG;
-    state.hit_instance = state.hit_triangle = geometry::nothing;
-    state.volume = context.frame.camera.volume;
-    state.environment = context.frame.camera.environment;
-    state.refraction_volume = miNULLTAG;
-    state.dist = 0.0;
-    state.scanline = state.rast_compose = miFALSE;
-    state.user = nullptr;
-    state.user_size = 0;
-    state.shader = nullptr;
-    state.ior = state.ior_in = 1.0f;
-}
 
 /// Without branches and in integers, so that it runs over many words at a time.
 bool anyNotFinite(const std::vector<float>& words, int first, int count) {
@@ -86,46 +67,21 @@ void fillMainBuffers(RenderContext& context, const miColor& color) {
     }
 }
 
+/// Shades the first hit, or what the lens shaders make of it, between the sample's state shader calls.
+void shadeEyeSample(RenderContext& context, miColor& color) {
+    miBoolean delivered = miTRUE;
+    callStateShaders(context, miSHADERSTATE_SAMPLE_INIT, color, delivered);
+    delivered = traceThroughLenses(context, color);
+    callStateShaders(context, miSHADERSTATE_SAMPLE_EXIT, color, delivered);
+}
+
 } // namespace
 
-void callStateShaders(RenderContext& context, int operation, miColor& result, miBoolean& delivered) {
-    miTag shader = context.frame.options.state_func;
-    miShader_state_arg argument{operation, delivered};
-    while (shader != miNULLTAG) {
-        context.runtime.callOne(&result, miSHADER_STATE, &context.base, shader, &argument);
-        shader = context.runtime.next(shader);
-    }
-}
-
-miBoolean traceEyeThroughLenses(RenderContext& context, miColor& result) {
-    const Frame& frame = context.frame;
-    if (frame.camera.lens != miNULLTAG && !frame.options.no_lens)
-        return context.runtime.callOne(&result, miSHADER_LENS, &context.base, frame.camera.lens);
-    ChildState child(context, &context.base, miRAY_EYE);
-    child->parent = nullptr;
-    return castEyeRay(context, child, result);
-}
-
-void openBaseState(RenderContext& context) {
-    context.samplePhase = imagePhase;
-    miColor unused{};
-    miBoolean delivered = miTRUE;
-    callStateShaders(context, miSHADERSTATE_STATE_INIT, unused, delivered);
-}
-
-void closeBaseState(RenderContext& context) {
-    resetBase(context);
-    context.samplePhase = imagePhase;
-    miColor unused{};
-    miBoolean delivered = miTRUE;
-    callStateShaders(context, miSHADERSTATE_STATE_EXIT, unused, delivered);
-}
-
 void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const PixelFilter::Placement& placement,
-                     int phase) {
+                     SamplePhase phase) {
     const Frame& frame = context.frame;
     ++context.counts.samples;
-    resetBase(context);
+    context.resetBase();
     std::fill(context.sampleWords.begin(), context.sampleWords.end(), 0.0f);
     context.primary = {};
     context.depth = 0;
@@ -145,18 +101,11 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const Pixel
     setEyeRay(context);
 
     miColor color{};
-    try {
-        if (frame.options.scanline == miSCANLINE_RASTERIZER) {
-            rasterizeEyeSample(context, color);
-        } else {
-            miBoolean delivered = miTRUE;
-            callStateShaders(context, miSHADERSTATE_SAMPLE_INIT, color, delivered);
-            delivered = traceEyeThroughLenses(context, color);
-            callStateShaders(context, miSHADERSTATE_SAMPLE_EXIT, color, delivered);
-        }
-    } catch (const std::exception&) {
-        color = {}; // the runtime has counted the fault for the shader that threw
-    }
+    const bool finished = withoutShaderExceptions(context, [&] {
+        if (frame.options.scanline == miSCANLINE_RASTERIZER) rasterizeEyeSample(context, color);
+        else shadeEyeSample(context, color);
+    });
+    if (!finished) color = {};
     context.store.endSample();
 
     std::memcpy(context.sampleWords.data() + frame.primaryOffset, &color, sizeof color);

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/camera/rasterizer.h"
 
+#include "render/camera/eye_ray.h"
+#include "render/camera/state_shaders.h"
+
 #include <algorithm>
 
 namespace orca::render {
@@ -63,7 +66,7 @@ void rasterizeEyeSample(RenderContext& context, miColor& color) {
         miColor layer{};
         miBoolean delivered = miTRUE;
         callStateShaders(context, miSHADERSTATE_SAMPLE_INIT, layer, delivered);
-        delivered = traceEyeThroughLenses(context, layer);
+        delivered = traceThroughLenses(context, layer);
         const bool hit = context.base.child && eyeHit(context).instance != miNULLTAG;
         // The space behind the last layer belongs to the picture; passes that are not weighted take it only
         // where nothing is before it.

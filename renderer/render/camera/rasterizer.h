@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 
 namespace orca::render {
 
@@ -10,10 +10,5 @@ namespace orca::render {
 /// nothing shows through. Frame-buffer values of the sample are kept across its hits: the pass shaders add to
 /// them.
 void rasterizeEyeSample(RenderContext& context, miColor& color);
-
-/// State shaders of the options, all of them whatever they return.
-void callStateShaders(RenderContext& context, int operation, miColor& result, miBoolean& delivered);
-/// The first lens shader, or the eye ray itself where there is none.
-miBoolean traceEyeThroughLenses(RenderContext& context, miColor& result);
 
 } // namespace orca::render

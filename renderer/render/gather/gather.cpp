@@ -2,7 +2,6 @@
 #include "render/gather/gather.h"
 
 #include "geometry/mesh.h"
-#include "render/camera/eye_sample.h"
 #include "render/gather/gather_cache.h"
 #include "render/gather/gather_hemisphere.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 
 namespace orca::render {
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/gather/gather_hemisphere.h"
 
+#include "render/context/surface_state.h"
+#include "render/context/surroundings.h"
 #include "render/gather/hemisphere.h"
-#include "render/trace/surface_state.h"
 #include "render/trace/trace_and_shade.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "render/context/render_context.h"
 #include "render/gather/gather_cache.h"
-#include "render/render_context.h"
 
 namespace orca::render {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/gather/occlusion.h"
 
+#include "render/context/surface_state.h"
 #include "render/gather/hemisphere.h"
-#include "render/trace/surface_state.h"
 
 #include <algorithm>
 

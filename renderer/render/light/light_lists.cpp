@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/light/light_lists.h"
 
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 #include "scene/elements/elements.h"
 
 #include <algorithm>

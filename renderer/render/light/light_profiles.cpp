@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/light/light_profiles.h"
 
-#include "render/render_context.h"
 #include "scene/elements/elements.h"
 
 #include <algorithm>
@@ -88,15 +87,6 @@ float LightProfiles::toward(miTag profile, const miVector& direction, bool inter
                                         [](const Entry& entry, miTag tag) { return entry.tag < tag; });
     if (found == entries_.end() || found->tag != profile) return 1.0f;
     return found->profile.toward(direction, interpolate ? found->between : LightProfile::Between::Nearest);
-}
-
-miScalar sampleLightProfile(miState* state, miTag profile, miBoolean interpolate) {
-    if (profile == miNULLTAG) return 1.0f;
-    const Frame& frame = renderContextOf(state).frame;
-    const LightInstance* light = frame.lightOf(state->light_instance);
-    miVector direction = state->dir;
-    if (light) mi_vector_transform(&direction, &state->dir, light->record->tf.global_to_local);
-    return frame.lightProfiles.toward(profile, direction, interpolate != miFALSE);
 }
 
 } // namespace orca::render

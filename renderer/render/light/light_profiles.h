@@ -30,8 +30,4 @@ private:
     std::vector<Entry> entries_; ///< by increasing tag
 };
 
-/// Relative intensity of a light profile from the light toward the state's point; 1 without a profile.
-/// `interpolate` false takes the nearest entry of the table.
-[[nodiscard]] miScalar sampleLightProfile(miState* state, miTag profile, miBoolean interpolate);
-
 } // namespace orca::render

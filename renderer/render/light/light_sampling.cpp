@@ -2,7 +2,8 @@
 #include "render/light/light_sampling.h"
 
 #include "base/orthonormal_basis.h"
-#include "render/trace/trace_and_shade.h"
+#include "render/context/surroundings.h"
+#include "render/light/light_profiles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -128,6 +129,15 @@ miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, mi
         return miTRUE;
     }
     return miFALSE;
+}
+
+miScalar sampleLightProfile(miState* state, miTag profile, miBoolean interpolate) {
+    if (profile == miNULLTAG) return 1.0f;
+    const Frame& frame = renderContextOf(state).frame;
+    const LightInstance* light = frame.lightOf(state->light_instance);
+    miVector direction = state->dir;
+    if (light) mi_vector_transform(&direction, &state->dir, light->record->tf.global_to_local);
+    return frame.lightProfiles.toward(profile, direction, interpolate != miFALSE);
 }
 
 } // namespace orca::render

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 
 namespace orca::render {
 
@@ -11,5 +11,9 @@ enum class AreaSampling { Full, CentreOnly };
 /// Lights behind the surface are not culled. Samples that the light shader refuses are passed over.
 miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, miState* state,
                       miTag lightInstance, miInteger& samples, AreaSampling area);
+
+/// Relative intensity of a light profile from the light toward the state's point; 1 without a profile.
+/// `interpolate` false takes the nearest entry of the table.
+[[nodiscard]] miScalar sampleLightProfile(miState* state, miTag profile, miBoolean interpolate);
 
 } // namespace orca::render

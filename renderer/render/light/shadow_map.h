@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "render/light/light_instance.h"
+#include "render/context/light_instance.h"
 
 #include <utility>
 #include <vector>

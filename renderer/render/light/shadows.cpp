@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/light/shadows.h"
 
+#include "render/context/surface_state.h"
+#include "render/context/surroundings.h"
 #include "render/light/shadow_map.h"
-#include "render/trace/surface_state.h"
-#include "render/trace/trace_and_shade.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/light/visible_lights.h"
 
-#include "render/trace/surface_state.h"
+#include "render/context/surface_state.h"
 
 #include <cmath>
 #include <optional>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/texture/texture_lookup.h"
 
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 #include "render/texture/footprint.h"
 #include "scene/elements/elements.h"
 

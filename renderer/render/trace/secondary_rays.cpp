@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/trace/secondary_rays.h"
 
-#include "render/camera/eye_ray.h"
-#include "render/trace/surface_state.h"
+#include "render/context/surface_state.h"
+#include "render/context/surroundings.h"
 #include "render/trace/trace_and_shade.h"
 
 namespace orca::render {
@@ -63,32 +63,6 @@ RayClass classOf(miRay_type type) {
 }
 
 } // namespace
-
-miBoolean traceEye(miColor& result, miState* state, const miVector& origin, const miVector& direction) {
-    RenderContext& context = renderContextOf(state);
-    // The arguments may be the state's own fields.
-    const miVector rayOrigin = origin;
-    const miVector rayDirection = direction;
-    state->org = rayOrigin;
-    state->dir = rayDirection;
-
-    ChildState child(context, state, miRAY_EYE);
-    child->org = rayOrigin;
-    child->dir = rayDirection;
-    const miTag nextLens = state->shader ? state->shader->next_function : miNULLTAG;
-    miBoolean delivered;
-    if (nextLens != miNULLTAG)
-        delivered = context.runtime.callOne(&result, miSHADER_LENS, child.get(), nextLens);
-    else delivered = castEyeRay(context, child, result);
-
-    state->label = child->label;
-    state->point = child->point;
-    state->normal = child->normal;
-    state->dist = child->dist;
-    state->motion = child->motion;
-    state->instance = child->instance;
-    return delivered;
-}
 
 miBoolean traceReflection(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 
 namespace orca::render {
 
 // Rays that shaders cast (see the interface's trace functions for their promises).
 
-miBoolean traceEye(miColor& result, miState* state, const miVector& origin, const miVector& direction);
 miBoolean traceReflection(miColor& result, miState* state, const miVector& direction);
 miBoolean traceRefraction(miColor& result, miState* state, const miVector& direction);
 miBoolean traceTransparent(miColor& result, miState* state);

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/trace/trace_and_shade.h"
 
+#include "render/context/surface_state.h"
+#include "render/context/surroundings.h"
 #include "render/light/visible_lights.h"
 #include "render/trace/default_material.h"
-#include "render/trace/surface_state.h"
 
 #include <cmath>
 
@@ -40,19 +41,6 @@ miBoolean shadeHit(RenderContext& context, miState* state, miColor& result) {
 }
 
 } // namespace
-
-miBoolean callEnvironment(RenderContext& context, miState* state, miColor& result) {
-    const miTag environment =
-        state->environment != miNULLTAG ? state->environment : context.frame.camera.environment;
-    if (environment == miNULLTAG) return miFALSE;
-    ++context.counts.environment;
-    return context.runtime.call(&result, miSHADER_ENVIRONMENT, state, environment);
-}
-
-void callVolume(RenderContext& context, miState* state, miColor& result, miBoolean& delivered) {
-    if (state->volume == miNULLTAG || context.frame.options.no_volume) return;
-    delivered = context.runtime.call(&result, miSHADER_VOLUME, state, state->volume);
-}
 
 miBoolean traceAndShade(RenderContext& context, ChildState& child, const geometry::Ray& ray,
                         miColor& result) {

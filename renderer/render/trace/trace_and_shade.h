@@ -2,7 +2,7 @@
 #pragma once
 
 #include "geometry/ray.h"
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 
 namespace orca::render {
 
@@ -10,11 +10,5 @@ namespace orca::render {
 /// environment, and then the volume of the space the ray came through. `child` holds the ray (org, dir, type,
 /// levels, volume) and receives the hit. True when a shader delivered; `result` is black otherwise.
 miBoolean traceAndShade(RenderContext& context, ChildState& child, const geometry::Ray& ray, miColor& result);
-
-/// Environment seen along the state's direction: its own, else the camera's. False without one.
-miBoolean callEnvironment(RenderContext& context, miState* state, miColor& result);
-
-/// Volume of the space that the state's ray came through acts on `result`.
-void callVolume(RenderContext& context, miState* state, miColor& result, miBoolean& delivered);
 
 } // namespace orca::render

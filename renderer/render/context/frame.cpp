@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/frame.h"
+#include "render/context/frame.h"
 
 #include "image/image_types.h"
 #include "scene/elements/elements.h"

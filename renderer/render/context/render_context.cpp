@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 
 #include <algorithm>
 
@@ -27,6 +27,24 @@ RenderContext::RenderContext(const Frame& renderFrame, int threadNumber)
     base.hit_instance = base.hit_triangle = geometry::nothing;
     base.tex_list = slot(0).textureCoordinates.data();
     base.ext = static_cast<CallContext*>(this);
+}
+
+void RenderContext::resetBase() {
+    miState& state = base;
+    state.type = miRAY_EYE;
+    state.parent = state.child = nullptr;
+    state.reflection_level = state.refraction_level = 0;
+    state.instance = state.light_instance = state.material = miNULLTAG;
+    state.hit_instance = state.hit_triangle = geometry::nothing;
+    state.volume = frame.camera.volume;
+    state.environment = frame.camera.environment;
+    state.refraction_volume = miNULLTAG;
+    state.dist = 0.0;
+    state.scanline = state.rast_compose = miFALSE;
+    state.user = nullptr;
+    state.user_size = 0;
+    state.shader = nullptr;
+    state.ior = state.ior_in = 1.0f;
 }
 
 DerivedState& RenderContext::slot(int level) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/trace/surface_state.h"
+#include "render/context/surface_state.h"
 
 #include <algorithm>
 

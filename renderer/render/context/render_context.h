@@ -1,19 +1,27 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "render/frame.h"
+#include "render/context/frame.h"
 #include "render/sampling/sampler.h"
 #include "shading/call_context.h"
 
 #include <shader.h>
 
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <vector>
 
 namespace orca::render {
 
 class PendingGatherRecords;
+
+/// What `miQ_SAMPLE_PHASE` answers. Passes are written in the image phase alone.
+enum SamplePhase : int {
+    imagePhase = 1,
+    gatherPhase = 2,  ///< in the gather prepass, and within gathers
+    noImagePhase = 3, ///< outside of any sample of the picture
+};
 
 /// A derived state with the memory that its pointers lead to. Kept per nesting depth and reused, so that a
 /// caller can read its most recent child and no sample allocates.
@@ -86,6 +94,10 @@ struct RenderContext : shading::CallContext {
     PendingGatherRecords* pendingGatherRecords = nullptr;   ///< gathering ahead: where new records go
     int depth = 0;                                          ///< nesting of derived states
 
+    /// Puts the base state back to before an eye sample: at the camera, nothing hit. Raster position, time
+    /// and ray are the sample's to set.
+    void resetBase();
+
     /// The reusable state for one more level of nesting.
     DerivedState& slot(int level);
 
@@ -99,6 +111,20 @@ inline constexpr int maxNesting = 600;
 
 [[nodiscard]] inline RenderContext& renderContextOf(const miState* state) {
     return *static_cast<RenderContext*>(static_cast<shading::CallContext*>(state->ext));
+}
+
+/// Calls `body`, which calls shaders. False when one of them threw, which the runtime has counted against it;
+/// exceptions of the renderer's own pass through.
+template <class Body>
+bool withoutShaderExceptions(RenderContext& context, const Body& body) {
+    try {
+        body();
+        return true;
+    } catch (...) {
+        if (std::current_exception() != context.thrown) throw;
+        context.thrown = nullptr;
+        return false;
+    }
 }
 
 /// A child of `parent`, one level deeper for the scope's lifetime. All fields are the parent's until changed.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/gather/gather_prepass.h"
+#include "render/gather_prepass.h"
 
 #include "render/camera/eye_sample.h"
 
@@ -48,7 +48,7 @@ bool gatherPrepass(TileRenderer& tiles, const Frame& frame, GatherCaches& caches
             context.pendingGatherRecords = nullptr;
         });
         if (!complete) return false;
-        for (const PendingGatherRecords& pending : pending) caches.add(pending);
+        for (const PendingGatherRecords& ofPoint : pending) caches.add(ofPoint);
     }
     return true;
 }

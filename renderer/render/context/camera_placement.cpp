@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/camera/camera_placement.h"
+#include "render/context/camera_placement.h"
 
 #include "geometry/shutter.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "geometry/ray.h"
-#include "render/render_context.h"
+#include "render/context/render_context.h"
 
 namespace orca::render {
 
