@@ -18,7 +18,8 @@ constexpr const char* flagNames[] = {"userFlag0",        "userFlag1",         "s
 std::string flagsText(const FrameBufferDataRecord& record) {
     std::string text;
     for (std::size_t i = 0; i < std::size(flagNames); ++i)
-        if (record.flags[i]) text += fmt::format("{}{}", text.empty() ? "" : " ", flagNames[i]);
+        if (record.*frameBufferDataFlags[i])
+            text += fmt::format("{}{}", text.empty() ? "" : " ", flagNames[i]);
     return text;
 }
 

@@ -116,3 +116,5 @@ ORCA_EXPORT miBoolean velaBaseState(void*, miState* state, BaseStateParameters* 
 }
 
 } // extern "C"
+
+#include "declared/velaBaseState.h"

@@ -94,3 +94,5 @@ ORCA_EXPORT miBoolean velaBump2d(miVector* result, miState* state, VelaBump2dPar
 }
 
 } // extern "C"
+
+#include "declared/velaBump2d.h"

@@ -52,3 +52,5 @@ ORCA_EXPORT miBoolean velaChecker(miColor* result, miState* state, VelaCheckerPa
 }
 
 } // extern "C"
+
+#include "declared/velaChecker.h"

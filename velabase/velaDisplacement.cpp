@@ -29,3 +29,5 @@ ORCA_EXPORT miBoolean velaDisplacement(miScalar* result, miState* state, VelaDis
 }
 
 } // extern "C"
+
+#include "declared/velaDisplacement.h"

@@ -77,3 +77,5 @@ ORCA_EXPORT miBoolean velaEnvironmentLatLong(miColor* result, miState* state,
 }
 
 } // extern "C"
+
+#include "declared/velaEnvironmentLatLong.h"

@@ -75,3 +75,5 @@ ORCA_EXPORT miBoolean velaFileTexture(FileTextureResult* result, miState* state,
 }
 
 } // extern "C"
+
+#include "declared/velaFileTexture.h"

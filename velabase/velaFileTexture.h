@@ -22,8 +22,8 @@ enum TextureEdge : miInteger { RepeatEdge = 0, ClampEdge = 1, MirrorEdge = 2, De
 
 /// What a texture node gives to others.
 struct FileTextureResult {
-    miColor outColor;
-    miScalar outAlpha;
-    miScalar outLuminance;
-    miVector outVector;
+    miColor color;
+    miScalar alpha;
+    miScalar luminance;
+    miVector vector;
 };

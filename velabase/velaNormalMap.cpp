@@ -64,3 +64,5 @@ ORCA_EXPORT miBoolean velaNormalMap(miVector* result, miState* state, VelaNormal
 }
 
 } // extern "C"
+
+#include "declared/velaNormalMap.h"

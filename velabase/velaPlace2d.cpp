@@ -78,3 +78,5 @@ ORCA_EXPORT miBoolean velaPlace2d(miVector* result, miState* state, VelaPlace2dP
 }
 
 } // extern "C"
+
+#include "declared/velaPlace2d.h"

@@ -67,3 +67,5 @@ ORCA_EXPORT miBoolean velaRamp(miColor* result, miState* state, VelaRampParamete
 }
 
 } // extern "C"
+
+#include "declared/velaRamp.h"

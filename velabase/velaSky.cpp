@@ -116,3 +116,5 @@ ORCA_EXPORT miBoolean velaSky(miColor* result, miState* state, VelaSkyParameters
 }
 
 } // extern "C"
+
+#include "declared/velaSky.h"

@@ -65,3 +65,5 @@ ORCA_EXPORT miBoolean velaSolidNoise(miColor* result, miState* state, VelaSolidN
 }
 
 } // extern "C"
+
+#include "declared/velaSolidNoise.h"

@@ -92,3 +92,5 @@ ORCA_EXPORT miBoolean velaThinLens(miColor* result, miState* state, VelaThinLens
 }
 
 } // extern "C"
+
+#include "declared/velaThinLens.h"

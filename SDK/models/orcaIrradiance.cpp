@@ -75,3 +75,6 @@ void compute_irradiance(miColor* result, miColor* irradianceColor, const miColor
     }
     *result = withAlpha(weight * incoming, 0.0f);
 }
+
+using orcaGatherSettings = GatherSettings;
+#include "declared/orcaGatherSettings.h"

@@ -65,3 +65,6 @@ unsigned getNonMaterialPassFrameBufferIndex(miState* state, int passIndex) {
     const miTag* const names = arrayElements(block.nonMaterialFrameBuffers, block.i_nonMaterialFrameBuffers);
     return getNamedFrameBufferID(state, names[passIndex]);
 }
+
+using orcaFrameBufferData = FrameBufferData;
+#include "declared/orcaFrameBufferData.h"

@@ -131,7 +131,15 @@ inline constexpr miInteger FRAME_BUFFER_DATA_MAGIC = 0x46427566;
 /// One record of the data block's frameBufferInfo array.
 struct FrameBufferDataRecord {
     miTag frameBufferName; ///< string
-    miBoolean flags[9];    ///< FB_USER_FLAG_0 to FB_IGNORE_OBJECT_LINKS, lowest bit first
+    miBoolean userFlag0;   ///< this and the next eight: FB_USER_FLAG_0 to FB_IGNORE_OBJECT_LINKS
+    miBoolean userFlag1;
+    miBoolean seenInReflection;
+    miBoolean seenInRefraction;
+    miBoolean includeReflection;
+    miBoolean includeRefraction;
+    miBoolean weightByOpacity;
+    miBoolean shadowed;
+    miBoolean ignoreObjectLinks;
     miInteger minReflectionLevel;
     miInteger maxReflectionLevel;
     miInteger minRefractionLevel;
@@ -139,6 +147,15 @@ struct FrameBufferDataRecord {
     miUint userWord4;
 };
 static_assert(sizeof(FrameBufferDataRecord) == 60);
+
+/// The record's flags in the order of FrameBufferFlags, from the lowest bit on.
+inline constexpr miBoolean FrameBufferDataRecord::*frameBufferDataFlags[] = {
+    &FrameBufferDataRecord::userFlag0,         &FrameBufferDataRecord::userFlag1,
+    &FrameBufferDataRecord::seenInReflection,  &FrameBufferDataRecord::seenInRefraction,
+    &FrameBufferDataRecord::includeReflection, &FrameBufferDataRecord::includeRefraction,
+    &FrameBufferDataRecord::weightByOpacity,   &FrameBufferDataRecord::shadowed,
+    &FrameBufferDataRecord::ignoreObjectLinks,
+};
 
 /// The camera's frame-buffer data block. Array element k is `storage[start + k]`.
 struct FrameBufferData {
@@ -153,8 +170,6 @@ struct FrameBufferData {
     int n_FrameBufferTypeCounts;
     miInteger FrameBufferTypeCounts[1];
 };
-static_assert(offsetof(FrameBufferData, frameBufferInfo) == 6 * 4);
-static_assert(offsetof(FrameBufferData, FrameBufferTypeCounts) == 23 * 4);
 
 /// Elements of an array parameter: they lie `start` elements behind the one that the record's storage shows.
 /// By way of an integer, since the compiler would take the storage's length for the array's.

@@ -115,8 +115,8 @@ void resolveRecord(miState* state, const FrameBufferDataRecord& data, FrameBuffe
         orcaError("Missing frameBufferName parameter in frameBufferInfo record.");
     record.frameBufferIndex = getNamedFrameBufferID(state, data.frameBufferName);
     record.flags = 0;
-    for (unsigned bit = 0; bit < std::size(data.flags); ++bit)
-        if (data.flags[bit]) record.flags |= FB_USER_FLAG_0 << bit;
+    for (unsigned bit = 0; bit < std::size(frameBufferDataFlags); ++bit)
+        if (data.*frameBufferDataFlags[bit]) record.flags |= FB_USER_FLAG_0 << bit;
     record.minReflectionLevel = data.minReflectionLevel;
     record.maxReflectionLevel = data.maxReflectionLevel;
     record.minRefractionLevel = data.minRefractionLevel;
@@ -225,7 +225,7 @@ ORCA_EXPORT void orcaFrameBufferState_init(miState* state, void* parameters, miB
     *initRequired = miFALSE;
 }
 
-ORCA_EXPORT miBoolean orcaFrameBufferState(miColor*, miState* state, void*, miShader_state_arg* argument) {
+ORCA_EXPORT miBoolean orcaFrameBufferState(void*, miState* state, void*, miShader_state_arg* argument) {
     switch (argument->op) {
     case miSHADERSTATE_STATE_INIT: return createRecords(state);
     case miSHADERSTATE_STATE_EXIT: return destroyRecords(state);
@@ -236,3 +236,5 @@ ORCA_EXPORT miBoolean orcaFrameBufferState(miColor*, miState* state, void*, miSh
 }
 
 } // extern "C"
+
+#include "declared/orcaFrameBufferState.h"

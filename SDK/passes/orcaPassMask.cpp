@@ -7,14 +7,19 @@
 
 namespace {
 
+/// User data of an object or light instance: its pass mask.
+struct PassMaskData {
+    miTag mask; // a string of hexadecimal digits
+};
+
 miTag maskTagOf(miTag instanceTag) {
     const Pinned<const miInstance> instance(instanceTag);
     if (!instance || instance->userdata == miNULLTAG) return miNULLTAG;
     char* block = nullptr;
     if (!mi_query(miQ_DATA_PARAM, nullptr, instance->userdata, &block) || !block) return miNULLTAG;
-    if (parameterBytes(block) < static_cast<int>(sizeof(miTag))) return miNULLTAG;
+    if (parameterBytes(block) < static_cast<int>(sizeof(PassMaskData))) return miNULLTAG;
     // User data of another kind may begin with a number.
-    const miTag mask = *reinterpret_cast<const miTag*>(block);
+    const miTag mask = reinterpret_cast<const PassMaskData*>(block)->mask;
     return mask != miNULLTAG && mi_db_type(mask) == miSCENE_STRING ? mask : miNULLTAG;
 }
 
@@ -26,3 +31,6 @@ PassMask::PassMask(miTag instance) {
     text_.emplace(mask);
     if (*text_) length_ = std::strlen(text_->get());
 }
+
+using orcaPassMask = PassMaskData;
+#include "declared/orcaPassMask.h"

@@ -15,3 +15,5 @@ ORCA_EXPORT miBoolean orcaTraversal(void*, miState*, void*, void*) {
 }
 
 } // extern "C"
+
+#include "declared/orcaTraversal.h"

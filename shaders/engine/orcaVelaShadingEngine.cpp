@@ -243,3 +243,5 @@ ORCA_EXPORT miBoolean orcaVelaShadingEngine(miColor* result, miState* state,
 }
 
 } // extern "C"
+
+#include "declared/orcaVelaShadingEngine.h"

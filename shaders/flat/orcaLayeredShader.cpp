@@ -117,3 +117,5 @@ private:
 
 ORCA_EXPORT_SHADER(orcaVelaLayeredShader, SurfaceShaderReturnType, LayeredShaderClass,
                    LayeredShaderParameters, "orcaLayeredShader", __LINE__)
+
+#include "declared/orcaVelaLayeredShader.h"

@@ -104,3 +104,5 @@ private:
 
 ORCA_EXPORT_SHADER(orcaVelaShadingMap, SurfaceShaderReturnType, ShadingMapClass, ShadingMapParameters,
                    "orcaShadingMap", __LINE__)
+
+#include "declared/orcaVelaShadingMap.h"

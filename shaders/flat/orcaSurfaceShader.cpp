@@ -56,3 +56,5 @@ public:
 
 ORCA_EXPORT_SHADER(orcaVelaSurfaceShader, SurfaceShaderReturnType, SurfaceShaderClass,
                    SurfaceShaderParameters, "orcaSurfaceShader", __LINE__)
+
+#include "declared/orcaVelaSurfaceShader.h"

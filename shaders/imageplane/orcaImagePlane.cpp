@@ -227,3 +227,5 @@ private:
 
 ORCA_EXPORT_SHADER(orcaVelaImagePlane, miColor, ImagePlaneClass, ImagePlaneParameters, "orcaImagePlane",
                    __LINE__)
+
+#include "declared/orcaVelaImagePlane.h"

@@ -94,3 +94,6 @@ miBoolean imageplane_compute_intersection(miColor* result, miState* state, unsig
     }
     return miFALSE;
 }
+
+using orcaImagePlanes = ImagePlanesData;
+#include "declared/orcaImagePlanes.h"

@@ -217,3 +217,5 @@ private:
 
 ORCA_EXPORT_SHADER(orcaVelaUseBackground, SurfaceShaderReturnType, UseBackgroundClass,
                    UseBackgroundParameters, "orcaUseBackground", __LINE__)
+
+#include "declared/orcaVelaUseBackground.h"

@@ -75,3 +75,5 @@ ORCA_EXPORT miBoolean orcaVelaDirectionalLight(miColor* result, miState* state,
 }
 
 } // extern "C"
+
+#include "declared/orcaVelaDirectionalLight.h"

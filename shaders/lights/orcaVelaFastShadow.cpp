@@ -21,3 +21,5 @@ ORCA_EXPORT miBoolean orcaVelaFastShadow(miColor* result, miState* state) {
 }
 
 } // extern "C"
+
+#include "declared/orcaVelaFastShadow.h"

@@ -120,3 +120,5 @@ ORCA_EXPORT miBoolean orcaVelaPointLight(miColor* result, miState* state, PointL
 }
 
 } // extern "C"
+
+#include "declared/orcaVelaPointLight.h"

@@ -93,3 +93,5 @@ ORCA_EXPORT miBoolean orcaVelaShadow(miColor* result, miState* state, VelaShadow
 }
 
 } // extern "C"
+
+#include "declared/orcaVelaShadow.h"

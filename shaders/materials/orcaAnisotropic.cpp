@@ -9,3 +9,5 @@ using AnisotropicShader = SpecularSurface<P, AnisotropicShaderHelper<P>, Anisotr
 
 ORCA_EXPORT_SHADER(orcaVelaAnisotropic, SurfaceShaderReturnType, AnisotropicShader, AnisotropicParameters,
                    "orcaAnisotropic", 601)
+
+#include "declared/orcaVelaAnisotropic.h"

@@ -8,3 +8,5 @@ using BlinnShader =
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaBlinn, SurfaceShaderReturnType, BlinnShader, BlinnParameters, "orcaBlinn", 305)
+
+#include "declared/orcaVelaBlinn.h"

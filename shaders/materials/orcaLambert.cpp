@@ -26,3 +26,5 @@ using LambertShader =
 
 ORCA_EXPORT_SHADER(orcaVelaLambert, SurfaceShaderReturnType, LambertShader, LambertParameters, "orcaLambert",
                    35)
+
+#include "declared/orcaVelaLambert.h"

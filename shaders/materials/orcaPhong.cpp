@@ -8,3 +8,5 @@ using PhongShader = SpecularSurface<P, SpecularShaderHelper<P>, PhongSpecularCom
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaPhong, SurfaceShaderReturnType, PhongShader, PhongParameters, "orcaPhong", 136)
+
+#include "declared/orcaVelaPhong.h"

@@ -8,3 +8,5 @@ using PhongEShader = SpecularSurface<P, PhongEShaderHelper<P>, PhongESpecularCom
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaPhongE, SurfaceShaderReturnType, PhongEShader, PhongEParameters, "orcaPhongE", 292)
+
+#include "declared/orcaVelaPhongE.h"

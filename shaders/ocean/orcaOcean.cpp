@@ -36,3 +36,5 @@ public:
 
 ORCA_EXPORT_SHADER(orcaVelaOceanShader, OceanShaderReturnType, OceanShader, OceanShaderParameters,
                    "orcaOcean", 305)
+
+#include "declared/orcaVelaOceanShader.h"

@@ -155,3 +155,6 @@ miScalar oceanshader_compute_texture(miScalar* height, miScalar* foam, miVector*
     if (height) *height = h0;
     return h0;
 }
+
+using orcaReferenceObject = ReferenceObjectData;
+#include "declared/orcaReferenceObject.h"

@@ -38,3 +38,5 @@ using AmbientOcclusionShader = PassShader<miColor, P, AmbientOcclusionComputatio
 
 ORCA_EXPORT_SHADER(orcaPassAmbientOcclusion, miColor, AmbientOcclusionShader, AmbientOcclusionParameters,
                    "orcaAmbientOcclusion", 1)
+
+#include "declared/orcaPassAmbientOcclusion.h"

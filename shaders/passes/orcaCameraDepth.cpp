@@ -48,3 +48,5 @@ using CameraDepthShader = PassShader<float, P, CameraDepthComputation, PassShade
 
 ORCA_EXPORT_SHADER(orcaPassCameraDepth, miScalar, CameraDepthShader, CameraDepthParameters, "orcaCameraDepth",
                    1)
+
+#include "declared/orcaPassCameraDepth.h"

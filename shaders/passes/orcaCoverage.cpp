@@ -22,3 +22,5 @@ using CoverageShader = PassShader<float, P, CoverageComputation, PassShaderEyeRa
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaPassCoverage, miScalar, CoverageShader, CoverageParameters, "orcaCoverage", 1)
+
+#include "declared/orcaPassCoverage.h"

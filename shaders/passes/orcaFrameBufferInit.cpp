@@ -50,3 +50,5 @@ ORCA_EXPORT miBoolean orcaFrameBufferInit(void*, miState* state, FrameBufferInit
 }
 
 } // extern "C"
+
+#include "declared/orcaFrameBufferInit.h"

@@ -34,3 +34,5 @@ ORCA_EXPORT miBoolean orcaFrameBufferLens(miColor* result, miState* state, void*
 }
 
 } // extern "C"
+
+#include "declared/orcaFrameBufferLens.h"

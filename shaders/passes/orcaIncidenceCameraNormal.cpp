@@ -27,3 +27,5 @@ using IncidenceCameraNormalShader =
 
 ORCA_EXPORT_SHADER(orcaPassIncidenceCameraNormal, miScalar, IncidenceCameraNormalShader,
                    IncidenceCameraNormalParameters, "orcaIncidenceCameraNormal", 1)
+
+#include "declared/orcaPassIncidenceCameraNormal.h"

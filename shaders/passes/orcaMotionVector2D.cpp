@@ -24,3 +24,5 @@ using MotionVector2DShader = PassShader<miVector, P, MotionVector2DComputation, 
 
 ORCA_EXPORT_SHADER(orcaPassMotionVector2D, miVector, MotionVector2DShader, MotionVector2DParameters,
                    "orcaMotionVector2D", 1)
+
+#include "declared/orcaPassMotionVector2D.h"

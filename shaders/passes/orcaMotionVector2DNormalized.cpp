@@ -58,3 +58,5 @@ using MotionVector2DNormalizedShader =
 
 ORCA_EXPORT_SHADER(orcaPassMotionVector2DNormalized, miVector, MotionVector2DNormalizedShader,
                    MotionVector2DNormalizedParameters, "orcaMotionVector2DNormalized", 1)
+
+#include "declared/orcaPassMotionVector2DNormalized.h"

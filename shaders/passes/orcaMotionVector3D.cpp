@@ -23,3 +23,5 @@ using MotionVector3DShader = PassShader<miVector, P, MotionVector3DComputation, 
 
 ORCA_EXPORT_SHADER(orcaPassMotionVector3D, miVector, MotionVector3DShader, MotionVector3DParameters,
                    "orcaMotionVector3D", 1)
+
+#include "declared/orcaPassMotionVector3D.h"

@@ -34,3 +34,5 @@ using NormalShader = PassShader<miVector, P, NormalComputation, PassShaderEyeRay
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaPassNormal, miVector, NormalShader, NormalParameters, "orcaNormal", 1)
+
+#include "declared/orcaPassNormal.h"

@@ -89,3 +89,8 @@ ORCA_EXPORT_SHADER(orcaVelaWriteToDepthBuffer, WriteToFrameBufferReturnType, Dep
                    WriteToDepthBufferParameters, "orcaWriteToFrameBuffer", 3)
 ORCA_EXPORT_SHADER(orcaVelaWriteToLabelBuffer, WriteToFrameBufferReturnType, LabelWriter,
                    WriteToLabelBufferParameters, "orcaWriteToFrameBuffer", 4)
+
+#include "declared/orcaVelaWriteToColorBuffer.h"
+#include "declared/orcaVelaWriteToDepthBuffer.h"
+#include "declared/orcaVelaWriteToLabelBuffer.h"
+#include "declared/orcaVelaWriteToVectorBuffer.h"

@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene_fixture.h"
 
+#include <array>
 #include <cstddef>
+#include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <memory>
+#include <sstream>
 
 namespace orca::scene {
 namespace {
@@ -90,40 +95,10 @@ protected:
     SceneText text{everyTypeScene};
 };
 
-TEST_F(EveryParameterType, HasTheOffsetOfItsMember) {
+TEST_F(EveryParameterType, StandsInADeclarationThatSaysWhatItNeeds) {
     ASSERT_EQ(text.errors(), "");
     Database& database = text.scene.database();
     const auto* declaration = database.find<DeclarationElement>(database.declaration("every"));
-    struct Expected {
-        const char* name;
-        std::size_t offset;
-    };
-    const Expected places[] = {{"flag", offsetof(EveryType, flag)},
-                               {"count", offsetof(EveryType, count)},
-                               {"size", offsetof(EveryType, size)},
-                               {"text", offsetof(EveryType, text)},
-                               {"direction", offsetof(EveryType, direction)},
-                               {"matrix", offsetof(EveryType, matrix)},
-                               {"tint", offsetof(EveryType, tint)},
-                               {"ct", offsetof(EveryType, colorTexture)},
-                               {"st", offsetof(EveryType, scalarTexture)},
-                               {"vt", offsetof(EveryType, vectorTexture)},
-                               {"any", offsetof(EveryType, anyTexture)},
-                               {"light", offsetof(EveryType, light)},
-                               {"material", offsetof(EveryType, material)},
-                               {"geometry", offsetof(EveryType, geometry)},
-                               {"profile", offsetof(EveryType, profile)},
-                               {"data", offsetof(EveryType, data)},
-                               {"spectrum", offsetof(EveryType, spectrum)},
-                               {"shader", offsetof(EveryType, shader)},
-                               {"inner", offsetof(EveryType, inner)},
-                               {"items", offsetof(EveryType, i_items)},
-                               {"last", offsetof(EveryType, last)}};
-    ASSERT_EQ(declaration->parameters.size(), std::size(places));
-    for (std::size_t i = 0; i < std::size(places); ++i) {
-        EXPECT_EQ(declaration->parameters[i].name, places[i].name);
-        EXPECT_EQ(declaration->parameters[i].offset, static_cast<int>(places[i].offset)) << places[i].name;
-    }
     EXPECT_EQ(declaration->fixedSize, static_cast<int>(sizeof(EveryType)));
     EXPECT_EQ(declaration->version, 3);
     EXPECT_EQ(declaration->result.type, miTYPE_SCALAR);
@@ -275,6 +250,49 @@ material "m" "f" ( "a" 1 ) shadow "f" ( ) volume "g" ( ) end material
     EXPECT_EQ(database.find<FunctionElement>(material.shadow)->function()->parameter_indirect,
               material.shader);
     EXPECT_EQ(database.find<FunctionElement>(material.volume)->function()->parameter_indirect, miNULLTAG);
+}
+
+std::string outputOf(const std::string& command) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::string output;
+    std::array<char, 4096> buffer;
+    while (const std::size_t read = pipe ? fread(buffer.data(), 1, buffer.size(), pipe.get()) : 0)
+        output.append(buffer.data(), read);
+    return output;
+}
+
+void show(std::string& layout, const std::string& owner, const std::vector<Parameter>& parameters) {
+    for (const Parameter& parameter : parameters) {
+        const std::string name = owner + '.' + parameter.name;
+        layout += fmt::format("{} {}\n", name, parameter.offset + (parameter.isArray ? 8 : 0));
+        show(layout, name, parameter.members);
+    }
+}
+
+/// The build compares records with declarations without the renderer, which so must lay them out alike.
+TEST(Declarations, AreLaidOutAsTheBuildComparesThem) {
+    const std::string everyType = ::testing::TempDir() + "orca_every_type.mi";
+    std::ofstream(everyType) << everyTypeScene;
+    for (const std::string& file : {everyType, std::string(ORCA_DECLARATIONS "/orca.mi"),
+                                    std::string(ORCA_DECLARATIONS "/velabase.mi")}) {
+        const std::string expected = outputOf(ORCA_DECLARATION_LAYOUT " '" + file + "'");
+        ASSERT_NE(expected, "") << file;
+        const SceneText text("$include \"" + file + "\"\n");
+        ASSERT_EQ(text.errors(), "");
+        std::string layout;
+        std::istringstream lines(expected);
+        for (std::string name; lines >> name; lines.ignore(100, '\n')) {
+            if (name.find('.') != std::string::npos) continue;
+            const Database& database = text.scene.database();
+            const auto* declaration = database.find<DeclarationElement>(database.declaration(name));
+            ASSERT_NE(declaration, nullptr) << name;
+            layout += fmt::format("{} {}\n", name, declaration->fixedSize);
+            show(layout, name, declaration->parameters);
+            show(layout, name + ".result", declaration->result.members);
+        }
+        EXPECT_EQ(layout, expected);
+    }
+    std::remove(everyType.c_str());
 }
 
 } // namespace
