@@ -7,9 +7,9 @@
 
 /// Parameters of velaBaseState, in declaration order.
 struct BaseStateParameters {
-    miScalar transparencyThreshold; // hits that let through more than 1 - this are continued
-    miScalar throughputCutoff;      // lighter paths trace no shadows and gather nothing; negative: none are
-    miScalar throughputUpper;       // lighter paths take fewer rays
+    miScalar transparencyThreshold; // rays continue through hits that transmit more than 1 - this
+    miScalar throughputCutoff; // paths of less throughput trace no shadows and gather nothing; negative: off
+    miScalar throughputUpper;  // paths of less throughput take fewer rays
     miBoolean filterTextures;
     miScalar filterBase;      // radians; 0: the angle of one pixel
     miScalar fixedFilterSize; // scene units; used while filtering is off
@@ -24,7 +24,7 @@ extern "C" {
 /// shaders.
 ORCA_EXPORT miBoolean velaBaseState(void* result, miState* state, BaseStateParameters* record,
                                     miShader_state_arg* argument);
-/// After the last render state: gives the threads' arenas back.
+/// After the last render state: releases the threads' arenas.
 ORCA_EXPORT void velaBaseState_exit(miState* state, BaseStateParameters* record);
 ORCA_EXPORT int velaBaseState_version(void);
 } // extern "C"

@@ -16,7 +16,7 @@ using P = VelaBump2dParameters;
 /// their difference) and, on surfaces without texture coordinates, in scene units.
 constexpr float leastStep = 5e-4f;
 
-/// The surface's tangents, one per unit of what `BesideHit` steps by.
+/// The surface's tangents, one per unit of what `ShiftedHit` steps by.
 struct Tangents {
     miVector u, v;
     bool ofTexture; ///< by the texture coordinates; else by scene units
@@ -30,7 +30,7 @@ Tangents tangentsOf(const miState* state) {
 }
 
 float heightAt(miState* state, P* record, const miVector& step) {
-    const BesideHit beside(state, step);
+    const ShiftedHit shifted(state, step);
     return parameterValue(state, record, &P::height);
 }
 
@@ -41,7 +41,7 @@ float slope(miState* state, P* record, const miVector& axis, float step) {
     return (ahead - behind) / step;
 }
 
-/// Gives the state tangents of its own where the surface has none.
+/// Sets tangents in the state where the surface has none.
 class WithTangents {
 public:
     WithTangents(miState* state, Tangents& tangents) : state_(state), lent_(!tangents.ofTexture) {

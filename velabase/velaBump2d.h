@@ -6,7 +6,7 @@
 /// Parameters of velaBump2d, in declaration order.
 struct VelaBump2dParameters {
     miScalar height; // connected: the height of the surface, as a share of `depth`
-    miScalar depth;  // scene units; negative: what was raised is sunk
+    miScalar depth;  // scene units; negative: heights become depths
     miScalar filter; // distance of the two heights that make a slope, in pixels
-    miVector normal; // connected: the normal that is bent; else the shading normal
+    miVector normal; // connected: the normal to bend; else the shading normal
 };

@@ -15,7 +15,7 @@ ORCA_EXPORT int velaDisplacement_version(void) {
     return 1;
 }
 
-/// Moves the surface beside what the shaders before it in a displacement list have moved it.
+/// Adds to the displacement of the shaders before it in a displacement list.
 ORCA_EXPORT miBoolean velaDisplacement(miScalar* result, miState* state, VelaDisplacementParameters* record) {
     using P = VelaDisplacementParameters;
     int callType = miSHADER_NONE;

@@ -16,15 +16,15 @@ using P = VelaEnvironmentLatLongParameters;
 
 constexpr float pi = 3.14159265f;
 
-/// SourceLocation of a direction in the image: the middle looks down -z, the right edge and the left one down
-/// +z, u grows to the right, and v = 1 is straight up (+y).
+/// Position of a direction in the image: the middle looks along -z, the right and the left edge along +z, u
+/// grows to the right, and v = 1 is straight up (+y).
 miVector locationOf(const miVector& direction, float rotationDegrees) {
     const float u = 0.5f + std::atan2(direction.x, -direction.z) / (2.0f * pi) + rotationDegrees / 360.0f;
     const float v = 0.5f + std::asin(std::clamp(direction.y, -1.0f, 1.0f)) / pi;
     return {u - std::floor(u), v, 0.0f};
 }
 
-/// Angle that the ray stands for, radians.
+/// Angle that the ray covers, radians.
 float coneAngle(miState* state, P* record) {
     const float least = std::max(
         0.0f, parameterValue(state, record, state->type == miRAY_FINALGATHER ? &P::gatherBlur : &P::blur));

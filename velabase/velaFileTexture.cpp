@@ -28,17 +28,17 @@ FileTextureResult resultOf(const miColor& color, bool alphaFromLuminance) {
 }
 
 miColor imageAt(miState* state, P* record, const TexturePlace& place, miInteger edgeU, miInteger edgeV) {
-    const TextureFootprint patch = textureFootprint(state, record, &P::coordinate, place);
+    const TextureFootprint pixel = textureFootprint(state, record, &P::coordinate, place);
     const float scale = parameterValue(state, record, &P::filter);
     miTexfilter filter{};
     filter.bilinear = parameterValue(state, record, &P::smooth) ? 0.0f : 1.0f;
     filter.wrap_u = wrapOf(edgeU);
     filter.wrap_v = wrapOf(edgeV);
     miMatrix footprint{};
-    footprint[0] = patch.x.x * scale;
-    footprint[1] = patch.x.y * scale;
-    footprint[4] = patch.y.x * scale;
-    footprint[5] = patch.y.y * scale;
+    footprint[0] = pixel.x.x * scale;
+    footprint[1] = pixel.x.y * scale;
+    footprint[4] = pixel.y.x * scale;
+    footprint[5] = pixel.y.y * scale;
     footprint[12] = place.uv.x;
     footprint[13] = place.uv.y;
     miColor color = missing;

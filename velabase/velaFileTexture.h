@@ -12,7 +12,7 @@ struct VelaFileTextureParameters {
     miScalar filter;      // scale of the footprint; 0: a point
     miBoolean smooth;     // texels larger than a pixel: cubic instead of bilinear
     miColor gain;         // multiplies the image
-    miColor offset;       // is added after that
+    miColor offset;       // added to the product
     miColor defaultColor; // outside the frame of a placement or of the image
     miBoolean alphaFromLuminance;
 };
@@ -20,7 +20,7 @@ struct VelaFileTextureParameters {
 /// What lies beyond an edge of the image.
 enum TextureEdge : miInteger { RepeatEdge = 0, ClampEdge = 1, MirrorEdge = 2, DefaultBeyondEdge = 3 };
 
-/// What a texture node gives to others.
+/// What a file texture returns.
 struct FileTextureResult {
     miColor color;
     miScalar alpha;

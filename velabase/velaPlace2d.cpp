@@ -27,7 +27,7 @@ bool outsideFrame(float along, bool wraps) {
     return !wraps && !(along >= 0.0f && along <= 1.0f);
 }
 
-/// Position within the frame where it repeats over the surface: frames stand side by side, whole periods of
+/// Position within the frame where it repeats over the surface: frames lie side by side, whole periods of
 /// the surface apart when they do not fill it.
 float withinFrame(float along, float coverage, bool wraps) {
     if (!wraps || coverage >= 1.0f) return along;
@@ -35,7 +35,7 @@ float withinFrame(float along, float coverage, bool wraps) {
     return along - period * std::floor(along / period);
 }
 
-/// Turns every other unit over; without a jump, so that patches stay small.
+/// Mirrors every other unit; without a jump, so that footprints stay small.
 float mirroredCopies(float along) {
     const float inPair = along - 2.0f * std::floor(0.5f * along);
     return inPair > 1.0f ? 2.0f - inPair : inPair;

@@ -15,9 +15,9 @@ struct VelaSkyParameters {
     miVector sunDirection;           // from where the sun shines, any length
     miColor sunColor;                // of the disc
     miScalar sunAngle;               // degrees across
-    miBoolean sunMirrored;           // reflections see the disc; else they leave it to a light's highlight
-    miColor glowColor;               // about the sun
-    miScalar glowFalloff;            // above 0; the larger, the closer about the sun
+    miBoolean sunMirrored;           // reflections show the disc; off: a light's highlight does
+    miColor glowColor;               // around the sun
+    miScalar glowFalloff;            // above 0; the larger, the closer around the sun
     miColor cloudColor;              // away from the sun
     miColor cloudGlow;               // towards the sun
     miScalar cloudCover;             // 0 to 1

@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr float mostGrazing = 1.0f / 64.0f; // patches are at most 64 times as long as wide
+constexpr float mostGrazing = 1.0f / 64.0f; // footprints are at most 64 times as long as wide
 
 /// Step in texture space of a step along the surface.
 miVector inTexture(const miState* state, const miVector& step) {
@@ -29,7 +29,7 @@ TextureFootprint surfaceFootprint(miState* state) {
     if (!vela || !vela->filterEnabled || state->instance == miNULLTAG || !state->derivs[0] ||
         !state->derivs[1])
         return {};
-    // The filter size is the patch's length along the view; its width does without the facing ratio.
+    // The filter size is the footprint's length along the view; its width leaves the facing ratio out.
     const float facing = std::max(std::abs(dot(state->normal_geom, state->dir)), mostGrazing);
     const float width = vela->footprint.screen.x * std::max(std::abs(state->dot_nd), 1e-5f);
     const miVector across = cross(state->normal_geom, state->dir);
@@ -42,7 +42,7 @@ TextureFootprint surfaceFootprint(miState* state) {
             inTexture(state, side * width)};
 }
 
-BesideHit::BesideHit(miState* state, const miVector& uvStep)
+ShiftedHit::ShiftedHit(miState* state, const miVector& uvStep)
     : state_(state),
       point_(state->point),
       coordinate_(state->tex_list ? state->tex_list[0] : miVector{0.0f, 0.0f, 0.0f}) {
@@ -52,7 +52,7 @@ BesideHit::BesideHit(miState* state, const miVector& uvStep)
     mi_flush_cache(state);
 }
 
-BesideHit::~BesideHit() {
+ShiftedHit::~ShiftedHit() {
     state_->point = point_;
     if (state_->tex_list) state_->tex_list[0] = coordinate_;
     mi_flush_cache(state_);

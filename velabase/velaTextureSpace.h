@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// What texture nodes share: where to look and over how large a patch.
+/// What texture nodes share: where to look up a texture, and over how large a footprint.
 
 #include "orcaParameters.h"
 
@@ -10,18 +10,18 @@
 #include <algorithm>
 #include <cmath>
 
-/// A place in texture space. Nodes hand it on as a vector whose z is above 0 where the place lies outside the
-/// frame of a placement: texture nodes show their default colour there.
+/// A place in texture space. Nodes pass it on as a vector whose z is above 0 where the place lies outside the
+/// frame of a placement: texture nodes return their default colour there.
 struct TexturePlace {
     miVector uv;
     [[nodiscard]] bool outside() const { return uv.z > 0.0f; }
 };
 
-/// Steps in texture space that span the patch of a pixel: its change per pixel in x and in y. z is 0.
+/// Footprint of a pixel in texture space: change of the coordinates per pixel in x and in y. z is 0.
 struct TextureFootprint {
     miVector x{0.0f, 0.0f, 0.0f}, y{0.0f, 0.0f, 0.0f};
 
-    /// Width of the box round the patch.
+    /// Width of the box around the footprint.
     [[nodiscard]] miVector box() const;
 };
 
@@ -30,19 +30,18 @@ struct TextureFootprint {
     return std::max(std::abs(step.x), std::abs(step.y));
 }
 
-/// Patch of the hit in the first texture space; empty where the surface has no texture derivatives, while
-/// filtering is off and away from surfaces. Grazing patches are longer than wide.
+/// Footprint of the hit in the first texture space; empty where the surface has no texture derivatives, while
+/// filtering is off and away from surfaces. At grazing angles it is longer than wide.
 [[nodiscard]] TextureFootprint surfaceFootprint(miState* state);
 
-/// Moves the hit along its surface for as long as it lives, so that a connected node can be asked for its
-/// value beside it: the first texture coordinate by (du, dv) and the point by what the derivatives make of
-/// that.
-class BesideHit {
+/// Moves the hit along its surface while the object exists, so that connected nodes can be evaluated next to
+/// it: the first texture coordinate by (du, dv), and the point by the same step along the derivatives.
+class ShiftedHit {
 public:
-    BesideHit(miState* state, const miVector& uvStep);
-    ~BesideHit();
-    BesideHit(const BesideHit&) = delete;
-    BesideHit& operator=(const BesideHit&) = delete;
+    ShiftedHit(miState* state, const miVector& uvStep);
+    ~ShiftedHit();
+    ShiftedHit(const ShiftedHit&) = delete;
+    ShiftedHit& operator=(const ShiftedHit&) = delete;
 
 private:
     miState* state_;
@@ -58,20 +57,20 @@ template <class P>
     return {{state->tex_list[0].x, state->tex_list[0].y, 0.0f}};
 }
 
-/// The patch about that place. A connected coordinate is asked for at both ends of the surface's own patch,
-/// so that whatever moves, turns and scales it is accounted for.
+/// The footprint around that place. A connected coordinate is evaluated at both ends of the surface's own
+/// footprint, which accounts for everything that moves, rotates and scales it.
 template <class P>
 [[nodiscard]] TextureFootprint textureFootprint(miState* state, P* record, miVector P::*coordinate,
                                                 const TexturePlace& place) {
     const TextureFootprint surface = surfaceFootprint(state);
     if (!isConnected(state, record, coordinate)) return surface;
     const auto moved = [&](const miVector& step) {
-        const BesideHit beside(state, step);
+        const ShiftedHit shifted(state, step);
         const miVector there = parameterValue(state, record, coordinate);
         return miVector{there.x - place.uv.x, there.y - place.uv.y, 0.0f};
     };
-    // A large step may be a jump between copies of the texture, which is no patch: on its other side there is
-    // none.
+    // A large step may be a jump between copies of the texture and not the footprint: the step to the other
+    // side has no such jump.
     const auto stepOf = [&](const miVector& step) {
         if (step.x == 0.0f && step.y == 0.0f) return step;
         constexpr float suspicious = 0.25f;
