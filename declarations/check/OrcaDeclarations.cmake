@@ -27,7 +27,7 @@ function(orca_check_declarations library)
     if(NOT type MATCHES "MODULE_LIBRARY|SHARED_LIBRARY")
         message(FATAL_ERROR "orca_check_declarations: ${library} is neither a MODULE nor a SHARED library")
     endif()
-    find_package(Python3 REQUIRED COMPONENTS Interpreter)
+    find_package(Python3 3.9 REQUIRED COMPONENTS Interpreter)
 
     list(TRANSFORM arg_DECLARATIONS REPLACE "^([^/].*)$" "${CMAKE_CURRENT_SOURCE_DIR}/\\1")
     set(options ${arg_DECLARATIONS})
