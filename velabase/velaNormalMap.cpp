@@ -1,9 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "velaNormalMap.h"
-
 #include "orcaExport.h"
 #include "orcaParameters.h"
 #include "orcaVector.h"
+
+#include <shader.h>
+
+/// Parameters of velaNormalMap, in declaration order.
+struct VelaNormalMapParameters {
+    miColor map;       // connected: red along u, green along v, blue along the normal; 0.5 is none, 1 is full
+    miScalar strength; // of the slopes; 0: none
+    miBoolean flipGreen; // the map's green points against v
+    miVector normal;     // connected: the normal along blue; else the shading normal
+};
 
 namespace {
 
