@@ -1,0 +1,348 @@
+// SPDX-License-Identifier: Apache-2.0
+/// The shading engine against a second formulation, over random stacks of transparent surfaces, levels and
+/// pass set-ups: picture, opacity, every record's slot, and the thread's sums.
+#include "material_scene.h"
+#include "oracle/pipeline_oracle.h"
+#include "orcaVelaShadingEngine.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace {
+
+using reference::grey;
+using reference::Random;
+using reference::Rgba;
+using reference::rgbWith;
+using reference::V3;
+
+/// Where the engine still differs from the reference. A group named here must differ in some case; take it
+/// out when the engine follows.
+const std::vector<std::string> pendingDepartures = {
+    "RefractedTransparency", // the hand-over weight counts only the result's transparency
+    "RasterizerSums",        // the thread's sums are updated in rasterizer mode, too
+    "OrthographicCamera",    // the cheap filter size takes the distance from the camera here, too
+};
+
+/// One surface of the stack.
+struct Layer {
+    miColor color, matte, transparency;
+    std::vector<miColor> written; ///< into each record
+    bool blackHole;
+};
+
+struct EngineCase {
+    std::vector<ScenePass> passes;
+    std::string mask; ///< of all objects
+    int reflectionLevel, refractionLevel;
+    float threshold;
+    bool rasterizer, continueRay, compareSums;
+    std::vector<Layer> layers;
+    miColor background;
+    miColor throughput;
+    miColor refracted; ///< what the surfaces say they traced as refraction
+};
+
+struct EngineOutcome {
+    Rgba picture, opacity;
+    bool opacitySet = false;
+    std::vector<Rgba> handedUp, covered;
+    std::vector<int> modes;
+    std::vector<Rgba> throughputs; ///< in which each further layer is shaded
+    std::size_t shaded = 0;
+    int summed = 0; ///< layers in the thread's sums
+};
+
+int levelMode(const ScenePass& p, int reflection, int refraction, bool admitted) {
+    const bool below = reflection < p.minReflection || refraction < p.minRefraction;
+    const bool beyond = refraction > p.maxRefraction || reflection > p.maxReflection;
+    int mode = below && !beyond ? 3 : beyond ? 1 : 0;
+    if (!admitted) {
+        const bool seen = reflection + refraction > 0 &&
+                          (reflection == 0 || (p.flags & FB_SEEN_IN_REFLECTION)) &&
+                          (refraction == 0 || (p.flags & FB_SEEN_IN_REFRACTION));
+        if (!seen) mode |= 1;
+    }
+    return mode;
+}
+
+EngineOutcome composite(const EngineCase& c) {
+    EngineOutcome out;
+    const std::size_t n = c.passes.size();
+    out.handedUp.resize(n);
+    out.covered.resize(n);
+    Rgba seen = grey(1), throughput = c.throughput;
+    double alphaSeen = 1;
+    const int level = c.reflectionLevel + c.refractionLevel;
+    for (const Layer& layer : c.layers) {
+        ++out.shaded;
+        out.throughputs.push_back(throughput);
+        out.modes.clear();
+        const Rgba t = layer.transparency, matte = layer.blackHole ? Rgba{} : Rgba(layer.matte);
+        for (std::size_t i = 0; i < n; ++i) {
+            const ScenePass& pass = c.passes[i];
+            const int mode =
+                levelMode(pass, c.reflectionLevel, c.refractionLevel, reference::admits(c.mask, i));
+            out.modes.push_back(mode);
+            Rgba received;
+            if (!(mode & 1)) {
+                received = layer.written[i];
+                if (level == 0 && pass.type == PASS_OPACITY) received = received + (grey(1) - t);
+                if (level == 0 && pass.type == PASS_MATTE) received = received + matte;
+            }
+            const Rgba w = pass.flags & FB_WEIGHT_BY_OPACITY ? grey(1) - t : grey(1);
+            out.handedUp[i] = out.handedUp[i] + w * (grey(1) - out.covered[i]) * received;
+        }
+        const Rgba colour = rgbWith(layer.color, luminance(matte));
+        out.picture = rgbWith(out.picture + seen * colour, out.picture.a + alphaSeen * colour.a);
+        alphaSeen *= 1 - colour.a;
+        if (layer.blackHole || luminance(t) <= 1 - c.threshold) break;
+        out.summed += t.r > 0.004 || t.g > 0.004 || t.b > 0.004;
+        if (c.rasterizer) {
+            out.opacitySet = true;
+            out.opacity = grey(1) - t;
+            break;
+        }
+        if (t.r <= 0.004 && t.g <= 0.004 && t.b <= 0.004) break;
+        for (std::size_t i = 0; i < n; ++i) out.covered[i] = grey(1) - (grey(1) - out.covered[i]) * t;
+        seen = seen * t;
+        throughput = throughput * t;
+        if (&layer == &c.layers.back())
+            out.picture =
+                rgbWith(out.picture + seen * Rgba(c.background), out.picture.a + alphaSeen * c.background.a);
+    }
+    return out;
+}
+
+EngineCase randomCase(Random& random) {
+    EngineCase c{};
+    for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY, PASS_DIFFUSE, PASS_DIFFUSE, PASS_MATTE,
+                                  PASS_OPACITY, PASS_CUSTOM, PASS_BEAUTY_NO_REFLECTION_REFRACTION}) {
+        const unsigned allowed = FB_WEIGHT_BY_OPACITY | FB_SEEN_IN_REFLECTION | FB_SEEN_IN_REFRACTION;
+        ScenePass pass{type, std::to_string(c.passes.size()), static_cast<unsigned>(random.next()) & allowed};
+        if (random.chance(0.4f)) {
+            pass.minReflection = random.below(3);
+            pass.maxReflection = random.below(3);
+            pass.minRefraction = random.below(2);
+            pass.maxRefraction = random.below(3);
+        }
+        c.passes.push_back(pass);
+    }
+    if (random.chance(0.6f))
+        for (int i = 0; i < 2; ++i) c.mask += "0123456789abcdefABCDEF"[random.below(22)];
+    if (random.chance(0.4f)) {
+        c.reflectionLevel = random.below(3);
+        c.refractionLevel = random.below(3);
+    }
+    c.threshold = random.chance(0.7f) ? 0.999f : random.in(0.3f, 0.9f);
+    c.continueRay = random.chance(0.2f);
+    c.rasterizer = random.chance(0.1f);
+    const int layers = 1 + random.below(4);
+    for (int i = 0; i < layers; ++i) {
+        Layer layer{random.color(), random.color(), random.color(0.02f, 0.98f), {}, random.chance(0.1f)};
+        if (random.chance(0.2f))
+            layer.transparency = random.chance(0.5f) ? BLACK : random.color(0.0f, 0.003f);
+        if (layer.blackHole) layer.matte = {-1000000.0f, -1000000.0f, -1000000.0f, 0.0f};
+        for (std::size_t k = 0; k < c.passes.size(); ++k) layer.written.push_back(random.color());
+        c.layers.push_back(layer);
+    }
+    c.background = random.color();
+    c.throughput = random.color(0.2f, 1.0f);
+    return c;
+}
+
+std::string engineDifferences(const EngineCase& c) {
+    constexpr miTag surface = 77;
+    const EngineOutcome expected = composite(c);
+    const int level = c.reflectionLevel + c.refractionLevel;
+    MaterialScene scene(c.passes);
+    ScriptedRenderer& renderer = scene.renderer;
+    ScriptedShader<ShadingEngineParameters> engine;
+    engine.parameters.surfaceShader = surface;
+    renderer.options.scanline = c.rasterizer ? miSCANLINE_RASTERIZER : 1;
+    VelabaseState& vela = scene.vela();
+    vela.transparencyThreshold = c.threshold;
+    vela.continueRay = c.continueRay;
+    vela.throughput = c.throughput;
+    miState& state = renderer.state;
+    state.shader = &engine.function;
+    state.reflection_level = c.reflectionLevel;
+    state.refraction_level = c.refractionLevel;
+    if (level > 0) state.type = c.reflectionLevel ? miRAY_REFLECT : miRAY_REFRACT;
+    if (!c.mask.empty()) state.instance = renderer.database.addMaskedInstance(c.mask);
+
+    std::ostringstream text;
+    std::size_t hit = 0;
+    renderer.callShader = [&](miColor* result, int type, miState* at, miTag tag, void*) -> miBoolean {
+        if (type != miSHADER_MATERIAL || tag != surface) text << "  shader call\n";
+        auto& answer = *reinterpret_cast<SurfaceShaderReturnType*>(result);
+        if (answer.color.r != 0.0f || answer.opacity.a != 0.0f) text << "  buffer is not clear\n";
+        const Layer& layer = c.layers.at(hit);
+        answer.color = layer.color;
+        answer.matteOpacity = layer.matte;
+        answer.transparency = layer.transparency;
+        vela.refractedTransparency = c.refracted;
+        if (at->reflection_level + at->refraction_level != level) text << "  level of a layer\n";
+        for (std::size_t i = 0; i < c.passes.size(); ++i) {
+            TraceLevelSlot& slot = scene.slot(static_cast<int>(i), level);
+            if (!(slot.levelMode & 1)) slot.levelResult = layer.written[i];
+        }
+        if (hit < expected.throughputs.size() &&
+            !reference::agrees(vela.throughput, expected.throughputs[hit]))
+            text << "  throughput " << vela.throughput << " instead of " << expected.throughputs[hit] << '\n';
+        ++hit;
+        return miTRUE;
+    };
+    const auto beyond = [&](miColor* result, miState* at) -> miBoolean {
+        if (hit == c.layers.size()) {
+            *result = c.background;
+            ++vela.surfacesShaded; // and hands up nothing
+            return miTRUE;
+        }
+        miState behind = c.continueRay ? *at : renderer.derived(*at, miRAY_TRANSPARENT);
+        behind.parent = at;
+        return orcaVelaShadingEngine(result, &behind, &engine.parameters);
+    };
+    (c.continueRay ? renderer.traceContinue : renderer.traceTransparent) = beyond;
+
+    miColor picture{};
+    if (!orcaVelaShadingEngine(&picture, &state, &engine.parameters)) text << "  refused\n";
+    const auto compare = [&](const std::string& what, const miColor& actual, const Rgba& wanted) {
+        if (!reference::agrees(actual, wanted, 1e-4))
+            text << "  " << what << ": " << actual << " instead of " << wanted << '\n';
+    };
+    if (hit != expected.shaded) text << "  " << hit << " layers instead of " << expected.shaded << '\n';
+    compare("picture", picture, expected.picture);
+    if (renderer.opacitySet != expected.opacitySet) text << "  opacity set or not\n";
+    if (expected.opacitySet) {
+        renderer.opacity.a = 1.0f;
+        compare("opacity", renderer.opacity, rgbWith(expected.opacity, 1));
+    }
+    for (std::size_t i = 0; i < c.passes.size(); ++i) {
+        const TraceLevelSlot& slot = scene.slot(static_cast<int>(i), level);
+        compare("record " + std::to_string(i), slot.childResult, expected.handedUp[i]);
+        if (slot.levelMode != expected.modes[i])
+            text << "  mode " << int{slot.levelMode} << " of record " << i << '\n';
+    }
+    if (c.compareSums && vela.transparencyCount != expected.summed) text << "  sums\n";
+    if (!(vela.throughput == c.throughput)) text << "  throughput is not restored\n";
+    if (state.refraction_level != c.refractionLevel) text << "  level is not restored\n";
+    if (scene.record(0).flags & FB_IN_TRANSPARENCY) text << "  mark of transparency stays\n";
+    if (renderer.pinsHeld() != 0) text << "  pins\n";
+    return text.str();
+}
+
+struct Group {
+    const char* name;
+    int cases;
+    void (*shape)(EngineCase&, Random&);
+};
+class ShadingEngine : public ::testing::TestWithParam<Group> {};
+
+TEST_P(ShadingEngine, MatchesTheReference) {
+    Random random(7);
+    int different = 0;
+    const bool pending = std::ranges::count(pendingDepartures, GetParam().name) > 0;
+    for (int i = 0; i < GetParam().cases && different < 3; ++i) {
+        EngineCase c = randomCase(random);
+        GetParam().shape(c, random);
+        const std::string text = engineDifferences(c);
+        different += !text.empty();
+        if (!pending) {
+            EXPECT_EQ(text, "") << "case " << i;
+        }
+    }
+    EXPECT_EQ(different > 0, pending);
+}
+INSTANTIATE_TEST_SUITE_P(
+    Groups, ShadingEngine,
+    ::testing::Values(Group{"Stacks", 1500,
+                            [](EngineCase& c, Random&) {
+                                c.rasterizer = false;
+                                c.compareSums = true;
+                            }},
+                      Group{"Rasterizer", 200, [](EngineCase& c, Random&) { c.rasterizer = true; }},
+                      Group{"RasterizerSums", 50,
+                            [](EngineCase& c, Random&) { c.rasterizer = c.compareSums = true; }},
+                      Group{"RefractedTransparency", 50,
+                            [](EngineCase& c, Random& random) { c.refracted = random.color(0.1f, 0.9f); }}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+// --- filter sizes
+
+/// The sizes that a surface is shaded with on paths of little weight, and with filtering off.
+void compareFilterSizes(bool orthographic, bool pending) {
+    Random random(8);
+    int different = 0;
+    for (int i = 0; i < 200; ++i) {
+        SCOPED_TRACE(i);
+        MaterialScene scene(std::vector<ScenePass>{{PASS_BEAUTY, "beauty"}});
+        ScriptedRenderer& renderer = scene.renderer;
+        ScriptedShader<ShadingEngineParameters> engine;
+        engine.parameters.surfaceShader = 77;
+        renderer.camera.orthographic = orthographic;
+        miState& state = renderer.state;
+        state.shader = &engine.function;
+        state.point = (V3(random.direction()) * 3.0).single();
+        state.normal = random.direction();
+        state.dot_nd = random.chance(0.2f) ? 0.0f : mi_vector_dot(&state.normal, &state.dir);
+        const float dot = state.dot_nd;
+        auto& camera = renderer.database.element<miInstance>(state.camera_inst);
+        const float w = random.chance(0.5f) ? 1.0f : random.chance(0.5f) ? 2.0f : 0.0f;
+        const V3 eye = V3(random.direction()) * 8.0;
+        const miMatrix placement{1,
+                                 0,
+                                 0,
+                                 0,
+                                 0,
+                                 1,
+                                 0,
+                                 0,
+                                 0,
+                                 0,
+                                 1,
+                                 0,
+                                 static_cast<float>(eye.x),
+                                 static_cast<float>(eye.y),
+                                 static_cast<float>(eye.z),
+                                 w};
+        std::copy(std::begin(placement), std::end(placement), camera.tf.local_to_global);
+        const bool enabled = random.chance(0.7f);
+        scene.vela().filterEnabled = enabled;
+        scene.vela().fixedFilterSize = random.in(0.1f, 2.0f);
+        scene.vela().filterBase = random.in(0.001f, 0.1f);
+        scene.vela().transparencyThreshold = 0.9f;
+        const float weight = random.in(0.0f, 0.89f);
+        scene.vela().throughput = {weight, 0.5f * weight, 0.0f, 0.0f};
+        const FilterFootprint before{{1, 2, 3}, {4, 5, 6}};
+        scene.vela().footprint = before;
+        const V3 origin = eye * (w == 2 ? 0.5 : 1.0);
+        const double s = enabled ? 0.45 * scene.vela().filterBase * length(V3(state.point) - origin) /
+                                       std::max(1e-5, std::abs(double{dot}))
+                                 : double{scene.vela().fixedFilterSize};
+        renderer.callShader = [&](miColor*, int, miState*, miTag, void*) -> miBoolean {
+            const FilterFootprint& f = scene.vela().footprint;
+            const double texture = s * (enabled ? 1.5e-5 : 1.0), unused = enabled ? 0.0 : s;
+            const auto near = [](double actual, double wanted) {
+                return std::abs(actual - wanted) <= 1e-4 * wanted;
+            };
+            const bool same = near(f.screen.x, s) && near(f.screen.y, s) && near(f.screen.z, unused) &&
+                              near(f.texture.x, texture) && near(f.texture.y, texture) &&
+                              near(f.texture.z, unused);
+            different += !same;
+            EXPECT_TRUE(same || pending) << f.screen.x << " instead of " << s;
+            return miTRUE;
+        };
+        miColor result;
+        orcaVelaShadingEngine(&result, &state, &engine.parameters);
+        EXPECT_EQ(scene.vela().footprint.screen.y, before.screen.y);
+        EXPECT_EQ(scene.vela().footprint.texture.z, before.texture.z);
+    }
+    EXPECT_EQ(different > 0, pending);
+}
+TEST(ShadingEngineFilter, FitsTheHitOnPathsOfLittleWeightAndIsPutBack) {
+    compareFilterSizes(false, false);
+    compareFilterSizes(true, std::ranges::count(pendingDepartures, std::string("OrthographicCamera")) > 0);
+}
+
+} // namespace
