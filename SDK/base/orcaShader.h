@@ -8,9 +8,14 @@
 
 #include <new>
 
+/// Of shader families that have nothing to decide besides their components: utility passes, and materials
+/// that light nothing themselves.
+template <class P>
+struct ShaderHelper {};
+
 /// Base of every shader object.
 /// @tparam P      parameter record
-/// @tparam Helper what the shader's family decides beside its components
+/// @tparam Helper what the shader's family decides besides its components
 template <class P, class Helper, int = 1>
 class Shader {
 public:

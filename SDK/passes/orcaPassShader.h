@@ -13,10 +13,6 @@
 
 #include <shader.h>
 
-/// Families of utility passes have nothing to decide beside their computation.
-template <class P>
-struct ShaderHelper {};
-
 /// Lets eye rays of image samples through.
 struct PassShaderEyeRayFilter {
     [[nodiscard]] static bool admits(miState* state) {

@@ -4,6 +4,7 @@
 /// Reflection components: constructed from (state, record) once per shading call. A material that mirrors its
 /// surroundings brings a type of its own with these two members; compute_reflection traces for it.
 
+#include "orcaColor.h"
 #include "orcaTracing.h"
 
 /// No reflections.

@@ -20,10 +20,6 @@ struct SurfaceShaderHelper {
     static constexpr miScalar matteOpacity = 1.0f;
 };
 
-/// Of materials that light nothing themselves.
-template <class P>
-struct ShaderHelper {};
-
 template <class P>
 struct LambertianShaderHelper : SurfaceShaderHelper<P> {};
 

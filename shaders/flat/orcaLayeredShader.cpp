@@ -3,7 +3,6 @@
 
 #include "orcaFlatMaterial.h"
 #include "orcaMatte.h"
-#include "orcaShaderHelpers.h"
 #include "orcaUtilities.h"
 
 namespace {

@@ -4,7 +4,6 @@
 #include "orcaColorSpace.h"
 #include "orcaFlatMaterial.h"
 #include "orcaMatte.h"
-#include "orcaShaderHelpers.h"
 
 namespace {
 

@@ -2,7 +2,6 @@
 #include "orcaSurfaceShader.h"
 
 #include "orcaFlatMaterial.h"
-#include "orcaShaderHelpers.h"
 
 namespace {
 

@@ -2,7 +2,6 @@
 #include "orcaImagePlane.h"
 
 #include "orcaFlatMaterial.h"
-#include "orcaShaderHelpers.h"
 #include "orcaUtilities.h"
 
 namespace {

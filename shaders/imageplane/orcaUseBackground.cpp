@@ -7,7 +7,6 @@
 #include "orcaLightLoop.h"
 #include "orcaLightProtocol.h"
 #include "orcaMatte.h"
-#include "orcaShaderHelpers.h"
 #include "orcaTracing.h"
 #include "orcaUtilities.h"
 #include "orcaVector.h"
