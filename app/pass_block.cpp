@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pass_block.h"
 
-#include "pass_catalogue.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -11,15 +9,10 @@ namespace orca::app {
 
 namespace {
 
-constexpr const char* flagNames[] = {"userFlag0",        "userFlag1",         "seenInReflection",
-                                     "seenInRefraction", "includeReflection", "includeRefraction",
-                                     "weightByOpacity",  "shadowed",          "ignoreObjectLinks"};
-
 std::string flagsText(const FrameBufferDataRecord& record) {
     std::string text;
-    for (std::size_t i = 0; i < std::size(flagNames); ++i)
-        if (record.*frameBufferDataFlags[i])
-            text += fmt::format("{}{}", text.empty() ? "" : " ", flagNames[i]);
+    for (const FrameBufferFlagParameter& flag : FRAME_BUFFER_FLAG_PARAMETERS)
+        if (record.*flag.field) text += fmt::format("{}{}", text.empty() ? "" : " ", flag.name);
     return text;
 }
 
@@ -60,7 +53,7 @@ std::map<std::string, std::map<std::string, std::string>> passMetadata(const sce
         const int type = typeOfRecord(block, i);
         if (!name || type < 0) continue;
         metadata[name->text] = {
-            {"passType", fmt::format("{} {}", type, materialPasses()[static_cast<std::size_t>(type)].name)},
+            {"passType", fmt::format("{} {}", type, passType(static_cast<PassTypeID>(type)).name)},
             {"passFlags", flagsText(record)},
             {"reflectionLevels", fmt::format("{} {}", record.minReflectionLevel, record.maxReflectionLevel)},
             {"refractionLevels", fmt::format("{} {}", record.minRefractionLevel, record.maxRefractionLevel)}};

@@ -27,13 +27,8 @@ bool endsIn(const std::string& file, std::string_view name) {
 
 std::string recordText(const PassDescription& pass) {
     std::string flags;
-    const auto add = [&](unsigned bit, const char* word) {
-        if (pass.flags & bit) flags += fmt::format(", \"{}\" on", word);
-    };
-    add(FB_INCLUDE_REFLECTION, "includeReflection");
-    add(FB_INCLUDE_REFRACTION, "includeRefraction");
-    add(FB_WEIGHT_BY_OPACITY, "weightByOpacity");
-    add(FB_SHADOWED, "shadowed");
+    for (const FrameBufferFlagParameter& flag : FRAME_BUFFER_FLAG_PARAMETERS)
+        if (pass.flags & flag.bit) flags += fmt::format(", \"{}\" on", flag.name);
     const int reflections = pass.flags & FB_INCLUDE_REFLECTION ? everyLevel : 0;
     const int refractions = pass.flags & FB_INCLUDE_REFRACTION ? everyLevel : 0;
     return fmt::format("        {{ \"frameBufferName\" \"{}\"{}, \"maxReflectionLevel\" {}, "

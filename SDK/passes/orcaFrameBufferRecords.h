@@ -5,50 +5,14 @@
 /// has received at every trace level of the sample now being shaded. Built once per render state by
 /// orcaFrameBufferState.
 
+#include "orcaFrameBufferFlags.h"
+#include "orcaPassTypes.h"
+
 #include <shader.h>
 
 #include <cstddef>
 #include <cstdint>
-
-/// What a pass holds. The numbers are fixed: the scene counts its frame buffers per type in this order.
-enum PassTypeID : int {
-    PASS_BEAUTY = 0,
-    PASS_AMBIENT_MATERIAL_COLOR = 1,
-    PASS_AMBIENT_IRRADIANCE = 2,
-    PASS_AMBIENT = 3,
-    PASS_DIFFUSE_MATERIAL_COLOR = 4,
-    PASS_DIFFUSE = 5,
-    PASS_DIFFUSE_NO_SHADOW = 6,
-    PASS_SPECULAR = 7,
-    PASS_SPECULAR_NO_SHADOW = 8,
-    PASS_INCANDESCENCE = 9,
-    PASS_DIRECT_IRRADIANCE = 10,
-    PASS_DIRECT_IRRADIANCE_NO_SHADOW = 11,
-    PASS_SHADOW = 12,
-    PASS_SHADOW_LUMINANCE = 13,
-    PASS_RAW_SHADOW = 14,
-    PASS_RAW_SHADOW_LUMINANCE = 15,
-    PASS_LIGHT_VOLUME = 16,
-    PASS_SCENE_VOLUME = 17,
-    PASS_OBJECT_VOLUME = 18,
-    PASS_REFLECTION = 19,
-    PASS_REFLECTED_MATERIAL_COLOR = 20,
-    PASS_REFRACTION = 21,
-    PASS_INDIRECT = 22,
-    PASS_MATTE = 23,
-    PASS_OPACITY = 24,
-    PASS_TRANSLUCENCE = 25,
-    PASS_SPECULAR_MATERIAL_COLOR = 26,
-    PASS_LIGHT_SUM = 27,
-    PASS_TRANSPARENCY = 28,
-    PASS_GLOW_SOURCE = 29,
-    PASS_CUSTOM = 30,
-    PASS_TRANSLUCENCE_NO_SHADOW = 31,
-    PASS_NORMAL = 32,
-    PASS_FACING_RATIO = 33,
-    PASS_BEAUTY_NO_REFLECTION_REFRACTION = 34,
-};
-inline constexpr int PASS_TYPE_COUNT = 35;
+#include <span>
 
 /// Run of one type's records in the `FrameBufferInfo` array.
 struct PassTypeRun {
@@ -82,26 +46,6 @@ struct TraceLevelSlot {
 };
 static_assert(sizeof(TraceLevelSlot) == 52);
 
-/// Bits of `FrameBufferInfo::flags`.
-enum FrameBufferFlags : unsigned {
-    FB_USER_FLAG_0 = 0x001,
-    FB_USER_FLAG_1 = 0x002,
-    FB_SEEN_IN_REFLECTION = 0x004, ///< objects that the pass excludes still count when seen in reflections
-    FB_SEEN_IN_REFRACTION = 0x008, ///< ... in refractions; both bits: through both
-    FB_INCLUDE_REFLECTION = 0x010, ///< takes contributions of traced reflection rays
-    FB_INCLUDE_REFRACTION = 0x020, ///< takes contributions of traced refraction rays
-    FB_WEIGHT_BY_OPACITY = 0x040,  ///< the level's result is weighted by the hit's opacity when handed up
-    FB_SHADOWED = 0x080,           ///< receives shadowed light; clear: the light unshadowed
-    FB_IGNORE_OBJECT_LINKS =
-        0x100,                    ///< an occluder dims this record even when its pass mask excludes the pass
-    FB_LIGHT_CONTRIBUTES = 0x200, ///< the light now being sampled contributes to this record
-    FB_IN_LIGHT_LOOP = 0x400,     ///< record 0 only: a material's light loop is running
-    FB_LIGHT_SETUP_PENDING =
-        0x800,                   ///< record 0 only: the light being sampled has not set up its contributions
-    FB_IN_TRANSPARENCY = 0x1000, ///< record 0 only: a ray is being continued through a transparent hit
-    FB_SHADOW_ONLY = 0x2000,     ///< receives the light that shadows remove instead of the light
-};
-
 /// One frame buffer that a pass feeds.
 struct FrameBufferInfo {
     miUint frameBufferIndex; ///< the renderer's index; FRAME_BUFFER_UNRESOLVED in record 0 until the first
@@ -131,7 +75,7 @@ inline constexpr miInteger FRAME_BUFFER_DATA_MAGIC = 0x46427566;
 /// One record of the data block's frameBufferInfo array.
 struct FrameBufferDataRecord {
     miTag frameBufferName; ///< string
-    miBoolean userFlag0;   ///< this and the next eight: FB_USER_FLAG_0 to FB_IGNORE_OBJECT_LINKS
+    miBoolean userFlag0;   ///< this and the next eight: see FRAME_BUFFER_FLAG_PARAMETERS
     miBoolean userFlag1;
     miBoolean seenInReflection;
     miBoolean seenInRefraction;
@@ -148,13 +92,23 @@ struct FrameBufferDataRecord {
 };
 static_assert(sizeof(FrameBufferDataRecord) == 60);
 
-/// The record's flags in the order of FrameBufferFlags, from the lowest bit on.
-inline constexpr miBoolean FrameBufferDataRecord::*frameBufferDataFlags[] = {
-    &FrameBufferDataRecord::userFlag0,         &FrameBufferDataRecord::userFlag1,
-    &FrameBufferDataRecord::seenInReflection,  &FrameBufferDataRecord::seenInRefraction,
-    &FrameBufferDataRecord::includeReflection, &FrameBufferDataRecord::includeRefraction,
-    &FrameBufferDataRecord::weightByOpacity,   &FrameBufferDataRecord::shadowed,
-    &FrameBufferDataRecord::ignoreObjectLinks,
+/// A flag that the data block sets.
+struct FrameBufferFlagParameter {
+    FrameBufferFlags bit;
+    const char* name; ///< of the parameter in scenes
+    miBoolean FrameBufferDataRecord::*field;
+};
+
+inline constexpr FrameBufferFlagParameter FRAME_BUFFER_FLAG_PARAMETERS[] = {
+    {FB_USER_FLAG_0, "userFlag0", &FrameBufferDataRecord::userFlag0},
+    {FB_USER_FLAG_1, "userFlag1", &FrameBufferDataRecord::userFlag1},
+    {FB_SEEN_IN_REFLECTION, "seenInReflection", &FrameBufferDataRecord::seenInReflection},
+    {FB_SEEN_IN_REFRACTION, "seenInRefraction", &FrameBufferDataRecord::seenInRefraction},
+    {FB_INCLUDE_REFLECTION, "includeReflection", &FrameBufferDataRecord::includeReflection},
+    {FB_INCLUDE_REFRACTION, "includeRefraction", &FrameBufferDataRecord::includeRefraction},
+    {FB_WEIGHT_BY_OPACITY, "weightByOpacity", &FrameBufferDataRecord::weightByOpacity},
+    {FB_SHADOWED, "shadowed", &FrameBufferDataRecord::shadowed},
+    {FB_IGNORE_OBJECT_LINKS, "ignoreObjectLinks", &FrameBufferDataRecord::ignoreObjectLinks},
 };
 
 /// The camera's frame-buffer data block. Array element k is `storage[start + k]`.
@@ -171,8 +125,8 @@ struct FrameBufferData {
     miInteger FrameBufferTypeCounts[1];
 };
 
-/// Elements of an array parameter: they lie `start` elements behind the one that the record's storage shows.
-/// By way of an integer, since the compiler would take the storage's length for the array's.
+/// Elements of an array parameter: they are `start` elements behind the one that the record's storage shows.
+/// Computed as an integer, since the compiler would take the storage's length for the array's.
 template <class T>
 [[nodiscard]] T* arrayElements(T (&storage)[1], miInteger start) noexcept {
     return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(&storage)) + start;
@@ -204,6 +158,12 @@ template <class Function>
 inline void forEachRecord(unsigned count, FrameBufferInfo* records, const Function& function) {
 #pragma GCC unroll 4
     for (FrameBufferInfo* const end = records + count; records != end; ++records) function(*records);
+}
+
+/// The records of one pass type.
+[[nodiscard]] inline std::span<FrameBufferInfo> recordsOf(PassTypeID type, const PassTypeInfo& types,
+                                                          FrameBufferInfo* records) noexcept {
+    return {records + types[type].first, static_cast<std::size_t>(types[type].count)};
 }
 
 /// Trace level of a state.

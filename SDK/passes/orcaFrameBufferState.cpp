@@ -17,20 +17,6 @@ constexpr const char* sourceName = "orcaFrameBufferState";
 constexpr int recordsLine = 1;
 constexpr int slotsLine = 2;
 
-/// Types of light that shadows remove: they need shadowed light and keep only what is missing.
-constexpr PassTypeID shadowOnlyTypes[] = {PASS_SHADOW, PASS_SHADOW_LUMINANCE, PASS_RAW_SHADOW,
-                                          PASS_RAW_SHADOW_LUMINANCE};
-/// Types whose light arrives unshadowed whatever the scene says.
-constexpr PassTypeID unshadowedTypes[] = {PASS_TRANSLUCENCE_NO_SHADOW, PASS_DIFFUSE_NO_SHADOW,
-                                          PASS_SPECULAR_NO_SHADOW, PASS_BEAUTY_NO_REFLECTION_REFRACTION,
-                                          PASS_DIRECT_IRRADIANCE_NO_SHADOW};
-
-template <class Change>
-void forEachRecord(const PassTypeInfo& types, PassTypeID type, FrameBufferInfo* records, Change change) {
-    const PassTypeRun& run = types[type];
-    for (int i = run.first; i < run.first + run.count; ++i) change(records[i]);
-}
-
 /// False when a count is negative, or all together are more than can be counted.
 bool countTypes(const FrameBufferData& data, PassTypeInfo& types) {
     const miInteger* const counts = arrayElements(data.FrameBufferTypeCounts, data.i_FrameBufferTypeCounts);
@@ -115,8 +101,8 @@ void resolveRecord(miState* state, const FrameBufferDataRecord& data, FrameBuffe
         orcaError("Missing frameBufferName parameter in frameBufferInfo record.");
     record.frameBufferIndex = getNamedFrameBufferID(state, data.frameBufferName);
     record.flags = 0;
-    for (unsigned bit = 0; bit < std::size(frameBufferDataFlags); ++bit)
-        if (data.*frameBufferDataFlags[bit]) record.flags |= FB_USER_FLAG_0 << bit;
+    for (const FrameBufferFlagParameter& flag : FRAME_BUFFER_FLAG_PARAMETERS)
+        if (data.*flag.field) record.flags |= flag.bit;
     record.minReflectionLevel = data.minReflectionLevel;
     record.maxReflectionLevel = data.maxReflectionLevel;
     record.minRefractionLevel = data.minRefractionLevel;
@@ -136,11 +122,12 @@ unsigned resolveRecords(miState* state, const PassTypeInfo& types, FrameBufferIn
     const FrameBufferDataRecord* const dataRecord =
         arrayElements(data.frameBufferInfo, data.i_frameBufferInfo);
     for (int i = 0; i < dataRecords; ++i) resolveRecord(state, dataRecord[i], records[i]);
-    for (const PassTypeID type : shadowOnlyTypes)
-        forEachRecord(types, type, records,
-                      [](FrameBufferInfo& r) { r.flags |= FB_SHADOW_ONLY | FB_SHADOWED; });
-    for (const PassTypeID type : unshadowedTypes)
-        forEachRecord(types, type, records, [](FrameBufferInfo& r) { r.flags &= ~unsigned{FB_SHADOWED}; });
+    for (const PassType& type : PASS_TYPES)
+        for (FrameBufferInfo& record : recordsOf(type.id, types, records)) {
+            // What shadows remove is the difference to shadowed light, so such records need that too.
+            if (type.light == PassLight::Removed) record.flags |= FB_SHADOW_ONLY | FB_SHADOWED;
+            if (type.light == PassLight::Unshadowed) record.flags &= ~unsigned{FB_SHADOWED};
+        }
     return static_cast<unsigned>(dataRecords);
 }
 
@@ -162,8 +149,8 @@ miBoolean beginSample(miState* state) {
 /// The records of volumes, [first, end).
 struct VolumeRecords {
     explicit VolumeRecords(const PassTypeInfo& types)
-        : first(static_cast<unsigned>(types[PASS_LIGHT_VOLUME].first)),
-          end(static_cast<unsigned>(types[PASS_OBJECT_VOLUME].first + types[PASS_OBJECT_VOLUME].count)) {}
+        : first(static_cast<unsigned>(types[VOLUME_PASSES.front()].first)),
+          end(static_cast<unsigned>(types[VOLUME_PASSES.back()].first + types[VOLUME_PASSES.back()].count)) {}
     unsigned first, end;
 };
 

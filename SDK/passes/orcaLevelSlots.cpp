@@ -4,7 +4,17 @@
 #include "orcaColor.h"
 #include "orcaPassMask.h"
 
+#include <algorithm>
+
 namespace {
+
+/// True for a record of a pass type that receives the whole picture.
+bool isPicture(const PassRecords& passes, unsigned record) {
+    return std::any_of(PICTURE_PASSES.begin(), PICTURE_PASSES.end(), [&](PassTypeID type) {
+        const PassTypeRun& run = (*passes.types)[type];
+        return static_cast<int>(record) >= run.first && static_cast<int>(record) < run.first + run.count;
+    });
+}
 
 /// True when a record takes an object that its pass mask excludes, because of how the ray came to see it.
 bool admitsExcluded(const FrameBufferInfo& record, const miState* state) {
@@ -52,13 +62,12 @@ void accumulateToParent(const miState* state, const PassRecords& passes, const m
 void accumulateBackgroundToParent(const miState* state, const PassRecords& passes,
                                   const miColor& background) {
     if (!passes) return;
-    for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION}) {
-        forRecords(passes, type, [&](FrameBufferInfo& record) {
+    for (const PassTypeID type : PICTURE_PASSES)
+        for (const FrameBufferInfo& record : passes.of(type)) {
             TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
             if (!(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED))
                 slot.childResult += (WHITE - slot.levelAux) * background;
-        });
-    }
+        }
 }
 
 SavedSlots::SavedSlots(const miState* state, const PassRecords& passes)

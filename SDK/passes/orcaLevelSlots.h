@@ -30,20 +30,6 @@ private:
     T* elements_;
 };
 
-template <class Function>
-void forRecords(const PassRecords& passes, PassTypeID type, const Function& function) {
-    const PassTypeRun& run = (*passes.types)[type];
-    for (int i = run.first; i < run.first + run.count; ++i) function(passes.records[i]);
-}
-
-/// True for the pass types that receive the whole picture, as one colour.
-[[nodiscard]] inline bool isPicture(const PassRecords& passes, unsigned record) noexcept {
-    const auto in = [&](const PassTypeRun& run) {
-        return static_cast<int>(record) >= run.first && static_cast<int>(record) < run.first + run.count;
-    };
-    return in((*passes.types)[PASS_BEAUTY]) || in((*passes.types)[PASS_BEAUTY_NO_REFLECTION_REFRACTION]);
-}
-
 /// Clears the level's results and opens or closes each slot by the record's bounds and the object's mask.
 void prepareSlots(const miState* state, const PassRecords& passes);
 

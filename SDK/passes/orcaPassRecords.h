@@ -5,6 +5,8 @@
 #include "orcaFrameBufferState.h"
 #include "orcaVelaState.h"
 
+#include <span>
+
 /// The pass records of one shading call; false when the state has none.
 struct PassRecords {
     explicit PassRecords(miState* state) : count(getFrameBufferInfo(state, types, records)) {
@@ -17,6 +19,10 @@ struct PassRecords {
         : PassRecords(vela.enginePasses && isOfHit(state, vela.engineHit) ? *vela.enginePasses
                                                                           : PassRecords(state)) {}
     explicit operator bool() const noexcept { return count != 0; }
+    /// The records of one pass type; not without records.
+    [[nodiscard]] std::span<FrameBufferInfo> of(PassTypeID type) const noexcept {
+        return recordsOf(type, *types, records);
+    }
 
     PassTypeInfo* types = nullptr;
     FrameBufferInfo* records = nullptr;
@@ -28,7 +34,7 @@ private:
     }
 };
 
-/// LogLevel mode that a record's level bounds give at the given levels.
+/// Mode (of TraceLevelSlot) that a record's level bounds give at the given levels.
 [[nodiscard]] inline unsigned char boundedLevelMode(const FrameBufferInfo& record, int reflectionLevel,
                                                     int refractionLevel) noexcept {
     const bool beyond =

@@ -25,7 +25,7 @@ protected:
         if (!passes || !this->writesPasses()) return;
         const miColor value = withAlpha(color, 1.0f);
         const miColor* const noReference = nullptr;
-        for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION})
+        for (const PassTypeID type : PICTURE_PASSES)
             this->writeToFrameBuffers(state, passes.records, passes.types, value, type, false, &noReference);
     }
 };

@@ -7,10 +7,6 @@
 
 namespace {
 
-bool keepsFirst(PassTypeID type) {
-    return type == PASS_NORMAL || type == PASS_FACING_RATIO;
-}
-
 bool isBlack(const miColor& c) {
     return c.r == 0.0f && c.g == 0.0f && c.b == 0.0f;
 }
@@ -34,17 +30,17 @@ LayerWrites::LayerWrites(const miState* state, const PassRecords& passes, bool p
 template <class Function>
 void LayerWrites::forMixed(const Function& function) {
     if (!passes_ || !records_) return;
-    for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
-        if (type == PASS_CUSTOM) continue;
-        const PassTypeRun& run = passes_.types->types[type];
+    for (const PassType& type : PASS_TYPES) {
+        if (type.mixing == PassMixing::Untouched) continue;
+        const PassTypeRun& run = (*passes_.types)[type.id];
         for (int i = run.first; i < run.first + run.count; ++i)
-            function(static_cast<PassTypeID>(type), passes_.records[i], passes_.records[i].levelSlots[level_],
+            function(type, passes_.records[i], passes_.records[i].levelSlots[level_],
                      records_[static_cast<unsigned>(i)]);
     }
 }
 
 void LayerWrites::putAside(const miColor& opacity) {
-    forMixed([](PassTypeID, const FrameBufferInfo&, TraceLevelSlot& slot, Record& record) {
+    forMixed([](const PassType&, const FrameBufferInfo&, TraceLevelSlot& slot, Record& record) {
         record.aside = slot.levelResult - record.before;
         slot.levelResult = record.before;
     });
@@ -54,7 +50,7 @@ void LayerWrites::putAside(const miColor& opacity) {
 
 void LayerWrites::drop() {
     hasAside_ = false;
-    forMixed([](PassTypeID, const FrameBufferInfo&, TraceLevelSlot& slot, const Record& record) {
+    forMixed([](const PassType&, const FrameBufferInfo&, TraceLevelSlot& slot, const Record& record) {
         slot.levelResult = record.before;
     });
 }
@@ -62,15 +58,14 @@ void LayerWrites::drop() {
 void LayerWrites::keep(const miColor& weight, const miColor& opacity) {
     bool wrote = false;
     if (hasAside_)
-        forMixed([&](PassTypeID, const FrameBufferInfo&, const TraceLevelSlot& slot, const Record& record) {
-            wrote = wrote || !isBlack(slot.levelResult - record.before);
-        });
+        forMixed([&](const PassType&, const FrameBufferInfo&, const TraceLevelSlot& slot,
+                     const Record& record) { wrote = wrote || !isBlack(slot.levelResult - record.before); });
     const bool fromAside = hasAside_ && !wrote;
     hasAside_ = false;
-    forMixed([&](PassTypeID type, const FrameBufferInfo& info, TraceLevelSlot& slot, Record& record) {
+    forMixed([&](const PassType& type, const FrameBufferInfo& info, TraceLevelSlot& slot, Record& record) {
         const miColor written = fromAside ? record.aside : slot.levelResult - record.before;
         slot.levelResult = record.before;
-        if (keepsFirst(type)) {
+        if (type.mixing == PassMixing::FirstWritten) {
             if (isBlack(record.sum)) record.sum = written;
             return;
         }
@@ -82,12 +77,11 @@ void LayerWrites::keep(const miColor& weight, const miColor& opacity) {
 }
 
 void LayerWrites::finish(const miColor& opacity) {
-    forMixed([&](PassTypeID type, const FrameBufferInfo& info, TraceLevelSlot& slot, Record& record) {
+    forMixed([&](const PassType& type, const FrameBufferInfo& info, TraceLevelSlot& slot, Record& record) {
         const bool open = !(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED);
-        const bool picture = type == PASS_BEAUTY || type == PASS_BEAUTY_NO_REFLECTION_REFRACTION;
-        if (picture && open && pictureIsWritten_) return;
+        if (type.role == PassRole::Picture && open && pictureIsWritten_) return;
         miColor mixed = record.sum;
-        if (!keepsFirst(type) && (info.flags & FB_WEIGHT_BY_OPACITY))
+        if (type.mixing == PassMixing::Weighted && (info.flags & FB_WEIGHT_BY_OPACITY))
             mixed = {quotient(mixed.r, opacity.r), quotient(mixed.g, opacity.g), quotient(mixed.b, opacity.b),
                      mixed.a};
         slot.levelResult = record.before + mixed;

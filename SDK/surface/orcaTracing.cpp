@@ -165,9 +165,7 @@ bool refractedDirection(miVector& result, const miVector& incoming, const miVect
 
 void addUnhandedLight(miState* state, const PassRecords& passes, bool isRefraction, const miColor& light) {
     if (!passes || traceLevel(state) > state->options->trace_depth) return;
-    const PassTypeRun& beauty = (*passes.types)[PASS_BEAUTY];
-    for (int i = beauty.first; i < beauty.first + beauty.count; ++i) {
-        FrameBufferInfo& record = passes.records[i];
+    for (const FrameBufferInfo& record : passes.of(PASS_BEAUTY)) {
         const unsigned char rayMode = boundedLevelMode(record, state->reflection_level + !isRefraction,
                                                        state->refraction_level + isRefraction);
         if (rayMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) continue;

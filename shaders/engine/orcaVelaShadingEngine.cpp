@@ -75,11 +75,11 @@ void writeCoverage(const miState* state, const PassRecords& passes, const Surfac
     if (traceLevel(state) != 0) return;
     const bool inLightLoop = (passes.records[0].flags & FB_IN_LIGHT_LOOP) != 0;
     const auto add = [&](PassTypeID type, const miColor& value) {
-        forRecords(passes, type, [&](FrameBufferInfo& record) {
+        for (FrameBufferInfo& record : passes.of(type)) {
             TraceLevelSlot& slot = record.levelSlots[0];
             if (inLightLoop) record.lightAccum += value;
             else if (!(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED)) slot.levelResult += value;
-        });
+        }
     };
     add(PASS_OPACITY, WHITE - surface.transparency);
     add(PASS_MATTE, surface.matteOpacity);

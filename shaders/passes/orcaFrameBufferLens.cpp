@@ -3,8 +3,6 @@
 
 #include <shader.h>
 
-#include <initializer_list>
-
 namespace {
 
 /// Where the eye ray meets nothing, the picture shows the background; so do the passes that are the picture.
@@ -12,11 +10,9 @@ void writeBackground(miState* state, const miColor& background) {
     PassTypeInfo* types = nullptr;
     FrameBufferInfo* records = nullptr;
     if (getFrameBufferInfo(state, types, records) == 0) return;
-    for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION}) {
-        const PassTypeRun& run = (*types)[type];
-        for (int i = run.first; i < run.first + run.count; ++i)
-            records[i].levelSlots[0].childResult = background;
-    }
+    for (const PassTypeID type : PICTURE_PASSES)
+        for (FrameBufferInfo& record : recordsOf(type, *types, records))
+            record.levelSlots[0].childResult = background;
 }
 
 } // namespace

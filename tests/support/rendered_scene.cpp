@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rendered_scene.h"
 
+#include <orcaPassTypes.h>
+
 #include <fmt/format.h>
 
 #include <cstring>
@@ -10,46 +12,9 @@ namespace orca::test {
 
 namespace {
 
-// Order of the pass types: the data block counts frame buffers in it.
-const char* const layerNames[35] = {"beauty",
-                                    "ambientMaterialColor",
-                                    "ambientIrradiance",
-                                    "ambient",
-                                    "diffuseMaterialColor",
-                                    "diffuse",
-                                    "diffuseNoShadow",
-                                    "specular",
-                                    "specularNoShadow",
-                                    "incandescence",
-                                    "directIrradiance",
-                                    "directIrradianceNoShadow",
-                                    "shadow",
-                                    "shadowLuminance",
-                                    "rawShadow",
-                                    "rawShadowLuminance",
-                                    "lightVolume",
-                                    "sceneVolume",
-                                    "objectVolume",
-                                    "reflection",
-                                    "reflectedMaterialColor",
-                                    "refraction",
-                                    "indirect",
-                                    "matte",
-                                    "opacity",
-                                    "translucence",
-                                    "specularMaterialColor",
-                                    "lightSum",
-                                    "transparency",
-                                    "glowSource",
-                                    "custom",
-                                    "translucenceNoShadow",
-                                    "normal",
-                                    "facingRatio",
-                                    "beautyNoReflectionRefraction"};
-
 int typeOf(const std::string& layer) {
-    for (int type = 0; type < 35; ++type)
-        if (layer == layerNames[type]) return type;
+    for (const PassType& type : PASS_TYPES)
+        if (layer == type.name) return type.id;
     throw std::invalid_argument("no pass type is called " + layer);
 }
 
@@ -145,7 +110,7 @@ std::string TestScene::text() const {
     std::string counts;
     std::string records;
     std::string buffers;
-    for (int type = 0; type < 35; ++type) {
+    for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
         int count = 0;
         for (std::size_t i = 0; i < passes.size(); ++i) {
             if (typeOf(passes[i]) != type) continue;

@@ -9,7 +9,8 @@ constexpr std::size_t recordWords = 15;
 
 void appendRecord(std::vector<miUint>& words, miTag name, const ScenePass& pass) {
     words.push_back(name);
-    for (unsigned bit = 0; bit < 9; ++bit) words.push_back(pass.flags >> bit & 1u);
+    for (const auto& parameter : FRAME_BUFFER_FLAG_PARAMETERS)
+        words.push_back((pass.flags & parameter.bit) != 0);
     for (const int bound : {pass.minReflection, pass.maxReflection, pass.minRefraction, pass.maxRefraction})
         words.push_back(static_cast<miUint>(bound));
     words.push_back(pass.userWord4);

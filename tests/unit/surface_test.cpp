@@ -13,12 +13,10 @@ namespace {
 /// it.
 std::vector<ScenePass> allPasses() {
     const std::set<int> weighted = {PASS_AMBIENT, PASS_DIFFUSE, PASS_INDIRECT};
-    const std::set<int> unshadowed = {PASS_DIFFUSE_NO_SHADOW, PASS_SPECULAR_NO_SHADOW,
-                                      PASS_DIRECT_IRRADIANCE_NO_SHADOW, PASS_TRANSLUCENCE_NO_SHADOW};
     std::vector<ScenePass> passes;
     for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
         ScenePass pass{static_cast<PassTypeID>(type), std::to_string(type)};
-        pass.flags = unshadowed.count(type) ? 0u : unsigned{FB_SHADOWED};
+        pass.flags = FB_SHADOWED;
         if (weighted.count(type)) pass.flags |= FB_WEIGHT_BY_OPACITY;
         if (type != PASS_BEAUTY) pass.maxReflection = pass.maxRefraction = 0;
         passes.push_back(pass);
