@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaFrameBufferState.h"
+#include "orcaFrameBufferLookup.h"
 
 #include "orcaConstants.h"
 #include "orcaGuards.h"

@@ -1,30 +1,25 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+/// The state shader that makes the pass records, and the look-up of what it made.
+
 #include "orcaExport.h"
-#include "orcaFrameBufferRecords.h"
+#include "orcaFrameBufferLookup.h"
+
+#include <shader.h>
 
 extern "C" {
 
-/// The pass records of a state. Number of records, 0 (and null outputs, or outputs of no use) when the state
-/// has none: outside image samples, without a frame-buffer state shader, or when the stored sizes do not fit
-/// each other. Writers write passes only when it is not 0.
-ORCA_EXPORT unsigned getFrameBufferInfo(miState* state, PassTypeInfo*& passTypeInfo,
-                                        FrameBufferInfo*& frameBufferInfo);
+ORCA_EXPORT int orcaFrameBufferState_version(void);
 
-/// The camera's data block, pinned unless null; all fields null or false when there is none.
-ORCA_EXPORT FrameBufferDataBlock getFrameBufferDataBlock(miState* state);
+/// Reports an error unless the shader is called as a state shader; needs no initialisation per instance.
+ORCA_EXPORT void orcaFrameBufferState_init(miState* state, void* parameters, miBoolean* initRequired);
 
-/// Frame buffer of non-material pass `passIndex`; 0: none.
-ORCA_EXPORT unsigned getNonMaterialPassFrameBufferIndex(miState* state, int passIndex);
+/// Makes the records with the render state, resolves their frame buffers with its first sample, and writes
+/// their values when a sample of an eye ray ends. Belongs behind the base state shader in the options' list.
+/// False when there are no records to be made, when their description is damaged (reported), and for an
+/// operation that does not exist (reported).
+ORCA_EXPORT miBoolean orcaFrameBufferState(void* result, miState* state, void* parameters,
+                                           miShader_state_arg* argument);
 
 } // extern "C"
-
-/// False for a data block whose arrays reach beyond its end: cut off, or written in the other byte order.
-[[nodiscard]] bool isWhole(const FrameBufferData& block);
-
-/// True while image samples are rendered, the only time at which passes may be touched.
-[[nodiscard]] bool inImagePhase(miState* state);
-
-/// Reports `message` when the shader whose shader-level init is running is not called as a state shader.
-void requireStateShader(miState* state, const char* message);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "orcaFrameBufferLookup.h"
 #include "orcaFrameBufferRecords.h"
-#include "orcaFrameBufferState.h"
 #include "orcaVelaState.h"
 
 #include <span>

@@ -7,8 +7,6 @@
 #include <string>
 #include <vector>
 
-extern "C" miBoolean orcaFrameBufferState(void*, miState*, void*, miShader_state_arg*);
-
 /// One pass that a scene asks for. Passes must come in type order.
 struct ScenePass {
     PassTypeID type;
