@@ -87,7 +87,6 @@ miBoolean beginSample(miState* state) {
     vela->lightData = defaultLightDataArray;
     vela->areaLight = nullptr;
     vela->shadowSum = 0.0f;
-    vela->lightSum = 0.0f;
     if (vela->depthOutput) setDepthPlane(state, *vela);
     return miTRUE;
 }

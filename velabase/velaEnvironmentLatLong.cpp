@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 /// Parameters of velaEnvironmentLatLong, in declaration order.
 struct VelaEnvironmentLatLongParameters {
@@ -26,7 +27,7 @@ namespace {
 
 using P = VelaEnvironmentLatLongParameters;
 
-constexpr float pi = 3.14159265f;
+constexpr float pi = std::numbers::pi_v<float>;
 
 /// Position of a direction in the image: the middle looks along -z, the right and the left edge along +z, u
 /// grows to the right, and v = 1 is straight up (+y).

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 /// Parameters of velaRamp, in declaration order.
 struct VelaRampParameters {
@@ -23,7 +24,7 @@ using P = VelaRampParameters;
 /// How two texture coordinates become the position on the ramp.
 enum RampPattern : miInteger { AlongV = 0, AlongU = 1, Diagonal = 2, Radial = 3, Circular = 4, Box = 5 };
 
-constexpr float pi = 3.1415927f;
+constexpr float pi = std::numbers::pi_v<float>;
 
 float positionOnRamp(miInteger pattern, float u, float v) {
     const float fromCentreU = u - 0.5f;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "velaTextureSpace.h"
 
+#include "orcaConstants.h"
 #include "orcaVector.h"
 #include "orcaVelaState.h"
 
@@ -31,7 +32,7 @@ TextureFootprint surfaceFootprint(miState* state) {
         return {};
     // The filter size is the footprint's length along the view; its width leaves the facing ratio out.
     const float facing = std::max(std::abs(dot(state->normal_geom, state->dir)), mostGrazing);
-    const float width = vela->footprint.screen.x * std::max(std::abs(state->dot_nd), 1e-5f);
+    const float width = vela->footprint.screen.x * std::max(std::abs(state->dot_nd), VELA_EPS);
     const miVector across = cross(state->normal_geom, state->dir);
     if (dot(across, across) < 1e-10f) {
         const miVector u = normalized(*state->derivs[0]);

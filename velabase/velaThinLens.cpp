@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 /// Parameters of velaThinLens, in declaration order.
 struct VelaThinLensParameters {
@@ -22,7 +23,7 @@ namespace {
 
 using P = VelaThinLensParameters;
 
-constexpr float pi = 3.14159265f;
+constexpr float pi = std::numbers::pi_v<float>;
 
 struct LensPoint {
     float x, y; ///< in radii of the lens

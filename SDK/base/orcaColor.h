@@ -8,6 +8,8 @@
 #include <shader.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 [[nodiscard]] constexpr miColor operator+(const miColor& a, const miColor& b) noexcept {
     return {a.r + b.r, a.g + b.g, a.b + b.b, a.a + b.a};
@@ -47,6 +49,18 @@ constexpr miColor& operator*=(miColor& a, miScalar f) noexcept {
 /// Largest of red, green and blue.
 [[nodiscard]] constexpr miScalar largestChannel(const miColor& c) noexcept {
     return std::max({c.r, c.g, c.b});
+}
+/// True when red, green and blue are zero.
+[[nodiscard]] constexpr bool isBlack(const miColor& c) noexcept {
+    return c.r == 0.0f && c.g == 0.0f && c.b == 0.0f;
+}
+/// True when alpha is zero too. Two tests of bits, either sign of zero included, instead of four of numbers.
+[[nodiscard]] inline bool isZero(const miColor& c) noexcept {
+    constexpr std::uint64_t magnitudes = 0x7fffffff7fffffffu;
+    std::uint64_t words[2];
+    static_assert(sizeof words == sizeof c);
+    std::memcpy(words, &c, sizeof words);
+    return ((words[0] | words[1]) & magnitudes) == 0;
 }
 /// True when red, green and blue are all below the limit.
 [[nodiscard]] constexpr bool allBelow(const miColor& c, miScalar limit) noexcept {

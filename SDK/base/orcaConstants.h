@@ -50,3 +50,5 @@ inline constexpr const char* FRAME_BUFFER_INFO_KEY = "orcaFBState";
 inline constexpr int VELA_STATE_LIFETIME = miSS_LIFETIME_RECT;
 /// Answer of miQ_SAMPLE_PHASE under which passes are read and written.
 inline constexpr int VELA_IMAGE_PHASE = 1;
+/// Answer of miQ_SAMPLE_PHASE while the renderer computes ambient occlusion ahead of the picture.
+inline constexpr int VELA_OCCLUSION_PHASE = 4;

@@ -102,7 +102,6 @@ struct VelabaseState {
     miColor lightFogTransmission;
     miColor lightGlowColor;
     miScalar shadowSum; ///< luminance of the light that shadows removed, of the current light
-    miScalar lightSum;  ///< luminance of the unshadowed light, of the current light
 };
 
 /// Transmission below which what lies beyond a stack of layers is not looked at.

@@ -9,7 +9,6 @@
 #include "orcaUtilities.h"
 #include "orcaWriteMode.h"
 
-#include <cstdint>
 #include <cstring>
 #include <optional>
 
@@ -26,15 +25,6 @@ miColor dimmed(const miColor& light, const miColor& shadow, const miColor& t) {
 
 miColor removedLight(const miColor& light, const miColor& arriving) {
     return withAlpha(light - arriving, 1.0f);
-}
-
-/// All four channels zero, of either sign; two tests of bits instead of four of numbers.
-bool isBlack(const miColor& c) {
-    constexpr std::uint64_t magnitudes = 0x7fffffff7fffffffu;
-    std::uint64_t words[2];
-    static_assert(sizeof words == sizeof c);
-    std::memcpy(words, &c, sizeof words);
-    return ((words[0] | words[1]) & magnitudes) == 0;
 }
 
 void resetTransmission(unsigned count, FrameBufferInfo* records) {
@@ -95,7 +85,7 @@ void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, in
     forEachRecord(count, records, [&](const FrameBufferInfo& record) {
         const miColor& gathered = record.lightAccum;
         // Most passes take nothing of a light: adding black would only fetch their slots.
-        if (adds && isBlack(gathered)) return;
+        if (adds && isZero(gathered)) return;
         TraceLevelSlot& slot = record.levelSlots[level];
         if (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) return;
         if (adds) slot.levelResult += gathered * inverse * factor;

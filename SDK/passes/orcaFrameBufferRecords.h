@@ -59,7 +59,7 @@ struct FrameBufferInfo {
     miColor shadowTransmission; ///< transmission of the shadow ray now being traced
     miColor shadowAccum;        ///< sum of shadowTransmission over the light's shadow rays
     miColor lightAccum;         ///< sum of the material's contributions during the current light loop
-    miUint userWord4;           ///< normal passes: 1 camera space, 2 object space, else world space
+    miUint userWord4;           ///< normal passes: a NormalSpace
     miUint reserved;
     TraceLevelSlot* levelSlots; ///< traceDepth + 1 slots
 };

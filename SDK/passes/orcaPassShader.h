@@ -5,7 +5,8 @@
 /// shader list and never touch the shading result. What they have in common is here; a pass brings its
 /// computation.
 
-#include "orcaFrameBufferState.h"
+#include "orcaConstants.h"
+#include "orcaFrameBufferLookup.h"
 #include "orcaGuards.h"
 #include "orcaParameters.h"
 #include "orcaPassMask.h"
@@ -23,10 +24,9 @@ struct PassShaderEyeRayFilter {
 /// As above, and the renderer's own occlusion phase.
 struct AOShaderEyeRayFilter {
     [[nodiscard]] static bool admits(miState* state) {
-        constexpr int occlusionPhase = 4;
         int phase = 0;
         return state->type == miRAY_EYE && mi_query(miQ_SAMPLE_PHASE, state, miNULLTAG, &phase) &&
-               (phase == 1 || phase == occlusionPhase);
+               (phase == VELA_IMAGE_PHASE || phase == VELA_OCCLUSION_PHASE);
     }
 };
 

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <numbers>
 
 miVector* gradientNoiseTable = nullptr;
 
@@ -64,7 +65,7 @@ void noise_gradient_init(miState* state) {
         // Archimedes: equal heights cut equal areas from a sphere.
         const float z = 1.0f - 2.0f * mi_random();
         const float r = std::sqrt(1.0f - z * z);
-        const double phi = mi_random() * 6.283185307179586;
+        const double phi = mi_random() * (2.0 * std::numbers::pi);
         vectors[i] = {r * static_cast<float>(std::cos(phi)), r * static_cast<float>(std::sin(phi)), z};
     }
     table().store(vectors, std::memory_order_release);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace {
 
@@ -75,8 +76,7 @@ float weightAt(const Ramp& ramp, const Span& span, float u) {
     const float t = (u - low) / (high - low);
     if (kind == RAMP_LINEAR) return t;
     if (kind != RAMP_SMOOTH) return 0.0f;
-    constexpr double pi = 3.141592653589793;
-    return 0.5f * std::cos(static_cast<float>((t + 1.0) * pi)) + 0.5f;
+    return 0.5f * std::cos(static_cast<float>((t + 1.0) * std::numbers::pi)) + 0.5f;
 }
 
 /// The spline through a span, for one channel of the entries' values.

@@ -7,10 +7,6 @@
 
 namespace {
 
-bool isBlack(const miColor& c) {
-    return c.r == 0.0f && c.g == 0.0f && c.b == 0.0f;
-}
-
 miScalar quotient(miScalar value, miScalar opacity) {
     return opacity > 0.0f ? value / opacity : 0.0f;
 }

@@ -16,6 +16,7 @@
 #include "orcaGuards.h"
 #include "orcaLightLoop.h"
 #include "orcaMaterial.h"
+#include "orcaNormalSpace.h"
 #include "orcaPassRecords.h"
 #include "orcaScatter.h"
 #include "orcaSurfaceBump.h"
@@ -177,7 +178,7 @@ private:
     void writeNormal(miState* state, FrameBufferInfo& record) const {
         TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
         if (closedToWrites(state, slot)) return;
-        miVector n = normalInRecordSpace(state, record);
+        miVector n = normalInSpace(state, record.userWord4);
         if (this->passWriteFlags & 1u) n = n * this->passWriteScale;
         combine(slot.levelResult.r, n.x, this->passWriteMode);
         combine(slot.levelResult.g, n.y, this->passWriteMode);
@@ -222,7 +223,6 @@ private:
         if (loop.samples() > 1) sums *= 1.0f / static_cast<float>(loop.samples());
         writer.write(PASS_LIGHT_SUM, sums.selected(composite.componentMask));
         vela.shadowSum = sums.shadow;
-        vela.lightSum = sums.light;
         return sums;
     }
 

@@ -12,11 +12,3 @@ void bendNormal(miState* state, const miVector& bumped) {
     state->normal = n;
     state->dot_nd = dot(n, state->dir);
 }
-
-miVector normalInRecordSpace(miState* state, const FrameBufferInfo& record) {
-    miVector n = state->normal;
-    if (record.userWord4 == 1) mi_normal_to_camera(state, &n, &n);
-    else if (record.userWord4 == 2) mi_normal_to_object(state, &n, &n);
-    else mi_normal_to_world(state, &n, &n);
-    return n;
-}

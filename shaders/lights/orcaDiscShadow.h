@@ -10,6 +10,7 @@
 #include "orcaVector.h"
 
 #include <cmath>
+#include <numbers>
 
 /// A disc to draw points on.
 struct SamplingDisc {
@@ -24,7 +25,7 @@ struct SamplingDisc {
     /// Uniform over the area for uniform arguments in [0, 1).
     [[nodiscard]] miVector point(double rho, double phi) const {
         const float r = radius * std::sqrt(static_cast<float>(rho));
-        const float angle = static_cast<float>(phi) * 6.2831855f;
+        const float angle = static_cast<float>(phi) * (2.0f * std::numbers::pi_v<float>);
         return center + axis1 * (r * std::cos(angle)) + axis2 * (r * std::sin(angle));
     }
 };

@@ -6,12 +6,13 @@
 #include "orcaVelaLight.h"
 
 #include <cmath>
+#include <numbers>
 
 namespace {
 
 using P = DirectionalLightParameters;
 
-constexpr float pi = 3.1415927f;
+constexpr float pi = std::numbers::pi_v<float>;
 
 bool behindLight(miState* state) {
     const miVector origin{0.0f, 0.0f, 0.0f};

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace {
 
@@ -15,7 +16,7 @@ using P = PointLightParameters;
 /// How light fog falls off.
 enum FogType { FOG_BY_DECAY = 0, FOG_SOFT = 1, FOG_SOFTER = 2 };
 
-constexpr float pi = 3.1415927f;
+constexpr float pi = std::numbers::pi_v<float>;
 
 /// Position in light space as latitude and longitude, so that a texture is laid all about the light.
 miVector sphericalCoordinate(const miVector& p) {
