@@ -16,7 +16,7 @@ std::string flagsText(const FrameBufferDataRecord& record) {
     return text;
 }
 
-/// Type of record `index`: records lie in type order, so many of each as the counts say.
+/// Type of record `index`: records are in type order, as many of each type as its count.
 int typeOfRecord(const FrameBufferData& block, int index) {
     const miInteger* counts = arrayElements(block.FrameBufferTypeCounts, block.i_FrameBufferTypeCounts);
     int end = 0;

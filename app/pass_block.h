@@ -11,13 +11,11 @@
 
 namespace orca::app {
 
-/// The camera's frame-buffer data block, in the database; null when it has none. A block that a machine of
-/// the other byte order wrote does not count.
+/// The camera's frame-buffer data block; null when it has none, or one of the other byte order.
 [[nodiscard]] const FrameBufferData* passBlock(const scene::Database& database,
                                                const scene::CameraElement& camera);
 
-/// For each frame buffer that a pass feeds: its type, flags and level bounds as text, for the file's
-/// metadata.
+/// Type, flags and level bounds of each frame buffer that a pass feeds, as text for the file's metadata.
 [[nodiscard]] std::map<std::string, std::map<std::string, std::string>>
 passMetadata(const scene::Database& database, const FrameBufferData& block);
 

@@ -7,7 +7,7 @@
 
 namespace orca::app {
 
-/// A layer that `--passes` can ask for.
+/// A layer that `--passes` can request.
 struct PassDescription {
     std::string_view name;       ///< of the layer
     int type;                    ///< PassTypeID; -1: no material pass

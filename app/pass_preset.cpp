@@ -70,7 +70,7 @@ PassPreset::PassPreset(std::vector<std::string> names, scene::Scene& scene, scen
       scene_(scene),
       options_(std::move(options)),
       callbacks_(std::move(callbacks)) {
-    callbacks_.render = nullptr; // text of ours renders nothing
+    callbacks_.render = nullptr; // the generated text renders nothing
 }
 
 bool PassPreset::apply(scene::CameraElement& camera, scene::OptionsElement& options) {
@@ -91,7 +91,7 @@ bool PassPreset::apply(scene::CameraElement& camera, scene::OptionsElement& opti
     return true;
 }
 
-/// Reads the library's declarations where the scene has not, and makes the shaders that a picture with passes
+/// Reads the library's declarations unless the scene has, and creates the shaders that rendering passes
 /// needs.
 bool PassPreset::defineShaders() {
     const scene::Database& database = scene_.database();
@@ -117,11 +117,11 @@ bool PassPreset::defineShaders() {
     return scene_.parseText(std::move(text), "<passes>", options_, callbacks_);
 }
 
-/// The shaders of the utility passes: one list, which becomes the end of every material's.
+/// The shaders of the utility passes: one list, which is appended to the list of every material.
 std::string PassPreset::utilityShadersText() const {
     const auto isMaterialPass = [](const std::string& name) { return findPass(name)->type >= 0; };
-    auto bit =
-        std::count_if(names_.begin(), names_.end(), isMaterialPass); // in masks, behind the material passes'
+    // Utility passes follow the material passes in object masks.
+    auto bit = std::count_if(names_.begin(), names_.end(), isMaterialPass);
     int index = 0;
     std::string list;
     for (const std::string& name : names_) {
@@ -165,7 +165,7 @@ bool PassPreset::prepareCamera(scene::CameraElement& camera) {
     return true;
 }
 
-/// The base state shader comes before everything that uses its state, the pass records after the scene's own
+/// The base state shader precedes everything that uses its state; the pass records follow the scene's own
 /// shaders.
 void PassPreset::prepareOptions(scene::OptionsElement& options) {
     const scene::Database& database = scene_.database();
@@ -179,8 +179,8 @@ void PassPreset::prepareOptions(scene::OptionsElement& options) {
     ++options.revision;
 }
 
-/// Without a shadow shader an object stops light for the picture, but the passes are never told: their
-/// shadows would be missing.
+/// Without a shadow shader an object blocks light in the picture but not in the passes, which would lack its
+/// shadows.
 void PassPreset::giveShadowsToMaterials() {
     scene::Database& database = scene_.database();
     int count = 0;

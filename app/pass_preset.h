@@ -10,8 +10,8 @@
 
 namespace orca::app {
 
-/// Sets passes up on scenes that know nothing of them: frame buffers, data block, state shaders and lens
-/// shader, beside the scene's own.
+/// Sets up passes in scenes that declare none: frame buffers, data block, state shaders and lens shader, in
+/// addition to the scene's own.
 class PassPreset {
 public:
     /// `names` are names of the pass catalogue. The callbacks load the libraries that the scene has not
@@ -19,9 +19,9 @@ public:
     PassPreset(std::vector<std::string> names, scene::Scene& scene, scene::ParserOptions options,
                scene::ParserCallbacks callbacks);
 
-    /// Prepares a camera and options for the next picture; once for each of them. A camera that brings its
-    /// own data block is left alone, with a warning. False when the library's declarations could not be read,
-    /// which was then reported.
+    /// Prepares a camera and options for the next picture, each once. A camera that has a data block of its
+    /// own is left unchanged, with a warning. False when the library's declarations could not be read, which
+    /// has been reported.
     bool apply(scene::CameraElement& camera, scene::OptionsElement& options);
 
 private:

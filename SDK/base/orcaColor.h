@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Colour arithmetic. All four channels alike unless a name says otherwise.
+/// Colour arithmetic, on all four channels alike unless a comment says otherwise.
 
 #include "orcaConstants.h"
 

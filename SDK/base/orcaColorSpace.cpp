@@ -24,7 +24,7 @@ void rgb_to_hsv(miColor* hsv, const miColor* rgb) {
 void hsv_to_rgb(miColor* rgb, const miColor* hsv) {
     const miColor c = *hsv;
     const float hue = (c.r - std::floor(c.r)) * 6.0f;
-    // How much of its range a channel has lost, by its distance from the hue.
+    // A channel falls linearly from the value to its minimum with its distance from the hue.
     const auto channel = [&](float offset) {
         const float k = std::fmod(hue + offset, 6.0f);
         return c.b - c.b * c.g * std::clamp(std::min(k, 4.0f - k), 0.0f, 1.0f);

@@ -13,6 +13,6 @@ extern "C" {
 /// Alpha is copied. The arguments may be the same.
 ORCA_EXPORT void rgb_to_hsv(miColor* hsv, const miColor* rgb);
 
-/// The way back. Hues outside 0 to 1 go round.
+/// The inverse of rgb_to_hsv. Hues outside 0 to 1 wrap around.
 ORCA_EXPORT void hsv_to_rgb(miColor* rgb, const miColor* hsv);
 }

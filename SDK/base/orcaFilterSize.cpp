@@ -11,7 +11,7 @@
 namespace {
 
 constexpr float textureShare = 1.5e-05f;    // of a screen-space size, in texture space
-constexpr float lightPathSharpness = 0.45f; // paths of little weight are filtered less: they blur anyway
+constexpr float lightPathSharpness = 0.45f; // of the footprint of paths of little weight
 
 void setSizes(VelabaseState& vela, float size) {
     vela.footprint.screen = {size, size, 0.0f};
@@ -41,7 +41,7 @@ bool pathBends(const miState* state) {
     return false;
 }
 
-/// Length of the path from the camera. The part up to the first surface that bent it is straight.
+/// Length of the path from the camera. Up to the first surface that changed its direction it is straight.
 float pathLength(miState* state) {
     float length = 0.0f;
     const miState* hit = state;

@@ -8,10 +8,10 @@
 /// For paths straight from the camera: pixel angle x distance from the camera / facing ratio.
 void compute_sl_filter_size(miState* state, VelabaseState& vela);
 
-/// For paths that were reflected, refracted or gathered: the summed length of the path takes the distance's
-/// place.
+/// For paths that were reflected, refracted or gathered: the same with the summed length of the path's
+/// segments in place of the distance.
 void compute_rt_filter_size(miState* state, VelabaseState& vela);
 
-/// The filter sizes that the state calls for: the fixed one, a cheap estimate for paths of little weight, or
-/// one of the two above.
+/// Sets the sizes by the state: the fixed size when filtering is off, a cheap estimate for paths of little
+/// weight, else one of the two above.
 void setFilterFootprint(miState* state, VelabaseState& vela);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Objects that give back what they hold, however a scope ends.
+/// Scope guards: each releases or restores what it holds, on every exit from its scope.
 
 #include <shader.h>
 
@@ -20,7 +20,7 @@ public:
     [[nodiscard]] Element* get() const noexcept { return element_; }
     [[nodiscard]] Element* operator->() const noexcept { return element_; }
     explicit operator bool() const noexcept { return element_ != nullptr; }
-    /// Leaves the pin to the caller.
+    /// Passes ownership of the pin to the caller.
     Element* release() noexcept {
         Element* const element = element_;
         element_ = nullptr;
@@ -32,7 +32,7 @@ private:
     Element* element_;
 };
 
-/// Gives back a pin that somebody else took.
+/// Releases a pin that was taken elsewhere.
 class Unpin {
 public:
     explicit Unpin(miTag tag) : tag_(tag) {}
@@ -46,7 +46,7 @@ private:
     miTag tag_;
 };
 
-/// Puts a value back.
+/// Restores a value.
 template <class T>
 class Restored {
 public:
@@ -62,7 +62,7 @@ private:
     T before_;
 };
 
-/// Array from the renderer's allocator; zeroed.
+/// Zeroed array from the renderer's allocator; empty when there is no memory.
 template <class T>
 class RendererArray {
 public:
@@ -79,7 +79,7 @@ public:
     [[nodiscard]] T* get() const noexcept { return memory_; }
     [[nodiscard]] T& operator[](int i) const noexcept { return memory_[i]; }
     explicit operator bool() const noexcept { return memory_ != nullptr; }
-    /// Leaves the memory to the caller.
+    /// Passes ownership of the memory to the caller.
     T* release() noexcept {
         T* const memory = memory_;
         memory_ = nullptr;

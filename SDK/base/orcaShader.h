@@ -21,7 +21,7 @@ class Shader {
 public:
     virtual ~Shader() = default;
 
-    /// Gives the destructor a state to release with.
+    /// Sets the state and parameters that the destructor may use.
     void setLastCall(miState* state, P* parameters) noexcept {
         state_ = state;
         parameters_ = parameters;
@@ -40,8 +40,7 @@ protected:
 }
 
 /// What the entry points of a shader do. `Instance` is constructed from (state, record) and called with
-/// (result, state, record); where all that a call needs is in its record, by a static `shade` with those
-/// arguments.
+/// (result, state, record); a shader that needs no object has a static `shade` with those arguments instead.
 template <class Instance, class P>
 struct ShaderEntry {
     /// `file` and `line` are what the renderer's leak report shows for the object.
@@ -76,7 +75,7 @@ struct ShaderEntry {
     }
 };
 
-/// Spells a shader's four entry points. `file` and `line` name its objects in the renderer's leak report.
+/// Defines a shader's four entry points. `file` and `line` name its objects in the renderer's leak report.
 #define ORCA_EXPORT_SHADER(name, Result, Instance, Record, file, line)                                       \
     extern "C" {                                                                                             \
     DLLEXPORT int name##_version(void) {                                                                     \

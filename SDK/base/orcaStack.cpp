@@ -33,7 +33,7 @@ void*& linkOf(void* node) {
 } // namespace
 
 miMemblk* get_tla(miLock lock, miUint threadKey, miUint elementSize) {
-    // Entries are complete before they are published and stay until all are cleared, so that the walk needs
+    // Entries are complete before they are published and live until all are cleared, so that the search needs
     // no lock.
     for (ThreadArena* entry = head().load(std::memory_order_acquire); entry; entry = entry->next)
         if (entry->threadKey == threadKey && entry->elementSize == elementSize) return entry->arena;

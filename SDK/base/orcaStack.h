@@ -13,7 +13,7 @@ struct VelaStack {
     miMemblk* arena;
 };
 
-/// One block arena of the list that all threads share: for one thread and one element size.
+/// Entry of the list that all threads share: the block arena of one thread and one element size.
 struct ThreadArena {
     miUint threadKey;
     miUint elementSize;
@@ -26,8 +26,8 @@ extern "C" {
 /// Head of the list of per-thread arenas. Searched without a lock, changed under one.
 extern ORCA_EXPORT ThreadArena* tla_list;
 
-/// Arena for elements of `elementSize` bytes of one thread, made when first asked for. Two threads that miss
-/// each other's entry may make one each for the same pair; nothing depends on there being one.
+/// Arena for elements of `elementSize` bytes of one thread, created on first use. Two callers that miss each
+/// other's entry may create one each for the same pair; nothing depends on there being only one.
 ORCA_EXPORT miMemblk* get_tla(miLock lock, miUint threadKey, miUint elementSize);
 /// Deletes all arenas and the list. No other thread may be using them.
 ORCA_EXPORT void clr_tla_list(miLock lock);

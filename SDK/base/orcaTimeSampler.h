@@ -16,11 +16,12 @@ struct tmsampler {
 
 extern "C" {
 
-/// One sample and no steps unless `enabled` and the renderer leaves time to the shader: outside gathers, with
-/// an open shutter, where nothing moves. Then 1 / (least time contrast) samples, 100 at most.
+/// One sample and no steps unless `enabled` and the renderer does not sample time itself: outside gathers,
+/// with an open shutter, where nothing moves. Then 1 / (least time contrast) samples, 100 at most.
 ORCA_EXPORT void tmsampler_init(tmsampler* sampler, miState* state, bool enabled);
-/// Moves the state's time on; beyond the shutter's end it goes on from the start.
+/// Advances the state's time by a step; past the shutter's end it wraps to the start.
 ORCA_EXPORT void tmsampler_next(tmsampler* sampler, miState* state);
+/// True when all samples have been taken.
 ORCA_EXPORT bool tmsampler_isDone(const tmsampler* sampler);
 
 } // extern "C"

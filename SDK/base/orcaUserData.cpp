@@ -6,7 +6,7 @@
 
 namespace {
 
-/// User data of the object that `tag` is or places; 0 where it is neither.
+/// User data of the object `tag`, or of the object that the instance `tag` places; else the null tag.
 miTag chainOfObject(miTag tag, int elementType) {
     if (tag == miNULLTAG) return miNULLTAG;
     const int type = mi_db_type(tag);

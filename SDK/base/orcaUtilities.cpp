@@ -3,7 +3,7 @@
 
 #include <shader.h>
 
-// The text is the format on purpose: messages are the library's own and hold no conversions.
+// Intended: messages are the library's own and contain no conversions.
 #pragma GCC diagnostic ignored "-Wformat-security"
 
 void orcaFatal(const std::string& message) {

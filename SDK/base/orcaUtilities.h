@@ -3,7 +3,8 @@
 
 #include <string>
 
-/// Hand a message to the renderer as it stands: the text is the format, so it must hold no per-cent sign.
+/// Messages through the renderer. The text is passed as its format, unchanged, so it must not contain a
+/// per-cent sign. orcaFatal does not return.
 void orcaFatal(const std::string& message);
 void orcaError(const std::string& message);
 void orcaWarning(const std::string& message);

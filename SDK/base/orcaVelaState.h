@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The per-thread render state that the shaders of one call tree share, and the record with which a
-/// material's light loop and the light shaders talk to each other. The base state shader of velabase.so
-/// creates it; the library finds it under VELABASE_STATE_KEY and does not own it.
+/// The per-thread render state that the shaders of one call tree share, and the record through which a
+/// material's light loop and the light shaders communicate. The base state shader of velabase.so creates and
+/// owns it; the library finds it under VELABASE_STATE_KEY.
 
 #include "orcaStack.h"
 
@@ -13,7 +13,7 @@ inline constexpr const char* VELABASE_STATE_KEY = "velabase";
 
 struct PassRecords;
 
-/// Travels from a material's light loop to the light shader and back.
+/// Passed from a material's light loop to the light shader and back.
 struct LightData {
     miInteger isAmbient;     ///< set by the light: 1 for ambient lights
     miBoolean emitDiffuse;   ///< set by the light: add it to diffuse shading
@@ -23,7 +23,7 @@ struct LightData {
     miInteger reserved0;     ///< cleared by the lights
     miInteger reserved1;     ///< cleared by the lights
     miBoolean backSide;      ///< set by the material: the point is shaded from its back side
-    miBoolean skipShadows;   ///< set by the material: the light shall trace no shadow
+    miBoolean skipShadows;   ///< set by the material: the light traces no shadow
 };
 static_assert(sizeof(LightData) == 48);
 
@@ -45,14 +45,14 @@ struct FilterFootprint {
     miVector texture; ///< texture space
 };
 
-/// What the image planes on the way of a sample have covered.
+/// What the image planes met by a sample have covered.
 struct ImagePlaneSums {
     miColor coverage;     ///< of the planes met so far
-    miColor transmission; ///< share of the sample that still sees what lies beyond them
+    miColor transmission; ///< share of the sample that still sees what is behind them
     miColor openness;     ///< red: 0 once a plane lets nothing through; the other channels are unused
 };
 
-/// One per rendering thread. "Owner" is who writes a field; everyone may read it.
+/// One per rendering thread. "Owner" names the writer of a field; every shader may read it.
 struct VelabaseState {
     // Limits and tuning. Owner: the base state shader, from its parameters.
     miScalar transparencyThreshold; ///< 0 to 1; a hit is transparent when its luminance exceeds 1 - this
@@ -74,17 +74,17 @@ struct VelabaseState {
     miColor throughput;        ///< what the current point still contributes to the sample
     FilterFootprint footprint; ///< at the hit now being shaded
     miUint flags;              ///< set of VELA_BIT_*
-    miBoolean refractionsOn;   ///< left by the last material: its transparency was traced as refraction
-    miColor
-        refractedTransparency; ///< left by the last material: the transparency that it traced as refraction
-    miColor surfaceOpacity; ///< left by the last material: weight of its diffuse, ambient and indirect light
-    miColor layerTransmission; ///< of the layers and transparent hits through which the current one is seen
-    const miState* engineHit;  ///< the hit whose pass values the shading engine hands up; null outside of it
+    // The first three are set by a material at its end.
+    miBoolean refractionsOn;         ///< the material's transparency was traced as refraction
+    miColor refractedTransparency;   ///< the transparency that was traced as refraction
+    miColor surfaceOpacity;          ///< weight of the material's diffuse, ambient and indirect light
+    miColor layerTransmission;       ///< of the layers and transparent hits in front of the current one
+    const miState* engineHit;        ///< the hit that the shading engine is shading; null outside of it
     const PassRecords* enginePasses; ///< the pass records of that hit; null outside of it
-    const miState* plateState; ///< the hit from which a stand-in for part of the background is casting a ray;
-                               ///< what that ray meets of other stand-ins is in the background already
-    miUint surfacesShaded;     ///< counts hits whose pass values were handed up, so that a tracer can tell
-                               ///< whether its ray met one
+    const miState* plateState;       ///< the hit from which a use-background surface is casting a ray: other
+                                     ///< such surfaces that the ray meets are part of the background already
+    miUint surfacesShaded; ///< counts hits whose pass values were accumulated to the parent, so that
+                           ///< a tracer can tell whether its ray met one
 
     // Transparent layers of the sample. Owner: the shading engine.
     miColor transparencySum; ///< colours of the layers so far, weighted by their transmission
@@ -98,18 +98,18 @@ struct VelabaseState {
     // The light being sampled. Owner: the materials reset it, the lights fill it.
     LightData lightData;
     const AreaLightRecord* areaLight; ///< null unless an area light of this library is being sampled
-    miColor lightFogColor; ///< light-colour slots of a light called for something else than lighting
+    miColor lightFogColor; ///< the light-colour slots: of a light that is called for anything but lighting
     miColor lightFogTransmission;
     miColor lightGlowColor;
     miScalar shadowSum; ///< luminance of the light that shadows removed, of the current light
 };
 
-/// Transmission below which what lies beyond a stack of layers is not looked at.
+/// Transmission below which what is behind a stack of layers is not evaluated.
 [[nodiscard]] inline miScalar hiddenBelow(const VelabaseState& vela) noexcept {
     return 1.0f - vela.transparencyThreshold;
 }
 
-/// The state's per-thread record; null when no base state shader made one.
+/// The state's per-thread record; null when no base state shader created one.
 [[nodiscard]] inline VelabaseState* velabaseState(miState* state) {
     return static_cast<VelabaseState*>(mi_shaderstate_get(state, VELABASE_STATE_KEY, nullptr));
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Where shaders find the pass records of their render state, and the camera's data block that describes them.
+/// Look-up of a render state's pass records, and of the camera's data block that describes them.
 
 #include "orcaExport.h"
 #include "orcaFrameBufferRecords.h"
@@ -28,5 +28,5 @@ ORCA_EXPORT unsigned getNonMaterialPassFrameBufferIndex(miState* state, int pass
 /// True while image samples are rendered, the only time at which passes may be touched.
 [[nodiscard]] bool inImagePhase(miState* state);
 
-/// Reports `message` when the shader whose shader-level init is running is not called as a state shader.
+/// Reports `message` as an error unless the shader being initialised is called as a state shader.
 void requireStateShader(miState* state, const char* message);

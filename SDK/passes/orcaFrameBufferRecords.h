@@ -2,7 +2,7 @@
 #pragma once
 
 /// The pass records of a render state: which passes exist, which frame buffer each one feeds, and what each
-/// has received at every trace level of the sample now being shaded. Built once per render state by
+/// has received at every trace level of the current sample. Built once per render state by
 /// orcaFrameBufferState.
 
 #include "orcaFrameBufferFlags.h"
@@ -34,13 +34,13 @@ static_assert(sizeof(PassTypeInfo) == 280);
 /// What one pass has received at one trace level (level = reflection level + refraction level).
 struct TraceLevelSlot {
     miColor levelResult;     ///< received at this level so far
-    miColor childResult;     ///< handed to the level above; at level 0 it becomes the frame buffer's value
+    miColor childResult;     ///< accumulated for the level above; at level 0 the frame buffer's value
     miColor levelAux;        ///< coverage already accumulated at this level; white is fully covered
     unsigned char levelMode; ///< LEVEL_WRITES_SUPPRESSED and LEVEL_PASSES_UP
 
     enum : unsigned char {
         LEVEL_WRITES_SUPPRESSED = 0x1, ///< the level's own writes are dropped
-        LEVEL_PASSES_UP = 0x2,         ///< deeper contributions still flow up unconditionally
+        LEVEL_PASSES_UP = 0x2,         ///< contributions of deeper levels are added unconditionally
         LEVEL_MODE_MASK = 0x3,
     };
 };
@@ -48,8 +48,7 @@ static_assert(sizeof(TraceLevelSlot) == 52);
 
 /// One frame buffer that a pass feeds.
 struct FrameBufferInfo {
-    miUint frameBufferIndex; ///< the renderer's index; FRAME_BUFFER_UNRESOLVED in record 0 until the first
-                             ///< sample
+    miUint frameBufferIndex; ///< the renderer's; FRAME_BUFFER_UNRESOLVED in record 0 before the first sample
     miUint flags;            ///< set of FrameBufferFlags
     miInteger minReflectionLevel;
     miInteger maxReflectionLevel;
@@ -132,7 +131,7 @@ template <class T>
     return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(&storage)) + start;
 }
 
-/// True when an array parameter lies within the first `size` bytes of its block; an empty array always does.
+/// True when an array parameter is within the first `size` bytes of its block; an empty array always is.
 template <class Block, class T>
 [[nodiscard]] bool arrayFits(const Block& block, T (&storage)[1], miInteger start, miInteger count,
                              int size) noexcept {
@@ -144,16 +143,15 @@ template <class Block, class T>
     return offset + end * static_cast<std::int64_t>(sizeof(T)) <= size;
 }
 
-/// A camera's data block as found. While `block` is not null the element `tag` is pinned and must be
-/// unpinned.
+/// A camera's data block as found. Unless `block` is null the element `tag` is pinned; the caller unpins it.
 struct FrameBufferDataBlock {
     FrameBufferData* block;
     miTag tag;
     bool byteSwapped; ///< written by a machine of the other byte order; the contents are not swapped
 };
 
-/// Calls function(record) for each record. Unrolled: what is done for a record is mostly a store or two, no
-/// longer than a loop's own step, and every light of every sample does it for all of them.
+/// Calls function(record) for each record. Unrolled: the work per record is mostly a store or two, no longer
+/// than the loop's own step, and every light of every sample does it for all records.
 template <class Function>
 inline void forEachRecord(unsigned count, FrameBufferInfo* records, const Function& function) {
 #pragma GCC unroll 4

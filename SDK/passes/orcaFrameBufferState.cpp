@@ -30,7 +30,7 @@ bool countTypes(const FrameBufferData& data, PassTypeInfo& types) {
     return true;
 }
 
-/// Builds the unresolved records and hangs them on the state.
+/// Creates the unresolved records and stores them in the shader state.
 miBoolean createRecords(miState* state) {
     const FrameBufferDataBlock found = getFrameBufferDataBlock(state);
     if (!found.block || found.tag == miNULLTAG) return miFALSE;
@@ -43,7 +43,7 @@ miBoolean createRecords(miState* state) {
     }
 
     const int count = data.n_frameBufferInfo;
-    // A depth below 0 means that nothing is traced; the eye's level is there all the same.
+    // A depth below 0 means that nothing is traced; there is still the eye's level.
     const std::int64_t slotsPerRecord = std::int64_t{std::max(0, state->options->trace_depth)} + 1;
     const std::int64_t recordBytes =
         std::max(slotsPerRecord * static_cast<std::int64_t>(sizeof(TraceLevelSlot)),
@@ -79,12 +79,11 @@ miBoolean createRecords(miState* state) {
     mi_shaderstate_set(state, FRAME_BUFFER_INFO_KEY, records.get(),
                        count * static_cast<int>(sizeof(FrameBufferInfo)), VELA_STATE_LIFETIME);
     mi_shaderstate_set(state, PASS_TYPE_INFO_KEY, &types, sizeof types, VELA_STATE_LIFETIME);
-    if (count > 0) slots.release(); // record 0 owns all slots from here on
+    if (count > 0) slots.release(); // now owned by record 0
     return miTRUE;
 }
 
-/// Slots of records that were never resolved stay allocated: without a sample nothing vouches for the
-/// records.
+/// Slots of records that were never resolved stay allocated: only a sample shows that the records are valid.
 miBoolean destroyRecords(miState* state) {
     PassTypeInfo* types = nullptr;
     FrameBufferInfo* records = nullptr;
@@ -110,8 +109,8 @@ void resolveRecord(miState* state, const FrameBufferDataRecord& data, FrameBuffe
     record.userWord4 = data.userWord4;
 }
 
-/// Looks the frame buffers' names up and takes over what the data block says of each record. Number of
-/// records.
+/// Looks the frame buffers up by name and copies each record's settings from the data block.
+/// @return number of records
 unsigned resolveRecords(miState* state, const PassTypeInfo& types, FrameBufferInfo* records, unsigned count) {
     const FrameBufferDataBlock found = getFrameBufferDataBlock(state);
     if (!found.block) return count;
@@ -154,12 +153,12 @@ struct VolumeRecords {
     unsigned first, end;
 };
 
-/// A positive alpha means "something is here" and becomes 1; only volumes keep theirs.
+/// A positive alpha means that something was written, and becomes 1. Volumes keep theirs.
 void settleAlpha(miColor& color) {
     if (color.a > 0.0f) color.a = 1.0f;
 }
 
-/// The rasterizer's other hits of this sample have written before; the values add up.
+/// In rasterizer mode several hits of a sample write; their values add up.
 void addToFrameBuffers(miState* state, const PassTypeInfo& types, const FrameBufferInfo* records,
                        unsigned count) {
     const VolumeRecords volumes(types);
@@ -184,7 +183,7 @@ miBoolean endSample(miState* state, const miShader_state_arg& argument) {
         addToFrameBuffers(state, *types, records, count);
         return miTRUE;
     }
-    // All alphas before all values: a value read right after a store to a part of it waits for that store.
+    // All alphas before all values: a load right after a store to a part of it would wait for that store.
     const VolumeRecords volumes(*types);
     const auto settle = [](const FrameBufferInfo& record) { settleAlpha(record.levelSlots[0].childResult); };
     const unsigned behind = std::min(volumes.end, count);

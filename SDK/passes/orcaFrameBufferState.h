@@ -16,7 +16,7 @@ ORCA_EXPORT int orcaFrameBufferState_version(void);
 ORCA_EXPORT void orcaFrameBufferState_init(miState* state, void* parameters, miBoolean* initRequired);
 
 /// Makes the records with the render state, resolves their frame buffers with its first sample, and writes
-/// their values when a sample of an eye ray ends. Belongs behind the base state shader in the options' list.
+/// their values when a sample of an eye ray ends. Follows the base state shader in the options' list.
 /// False when there are no records to be made, when their description is damaged (reported), and for an
 /// operation that does not exist (reported).
 ORCA_EXPORT miBoolean orcaFrameBufferState(void* result, miState* state, void* parameters,

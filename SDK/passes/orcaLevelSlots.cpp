@@ -16,7 +16,7 @@ bool isPicture(const PassRecords& passes, unsigned record) {
     });
 }
 
-/// True when a record takes an object that its pass mask excludes, because of how the ray came to see it.
+/// True when a record accepts an object that its pass mask excludes, because of the path that sees it.
 bool admitsExcluded(const FrameBufferInfo& record, const miState* state) {
     if (traceLevel(state) == 0) return false;
     unsigned needed = 0;
@@ -46,7 +46,7 @@ void prepareSlots(const miState* state, const PassRecords& passes) {
 void accumulateToParent(const miState* state, const PassRecords& passes, const miColor& opacity,
                         const miColor& refracted) {
     const int level = traceLevel(state);
-    // Copies: the records might lie where the arguments do, for all that the compiler knows.
+    // Copies, because the arguments might alias the records.
     const miColor covered = opacity, weights[] = {WHITE, opacity - refracted};
     forEachRecord(passes.count, passes.records, [&](FrameBufferInfo& record) {
         TraceLevelSlot& slot = record.levelSlots[level];

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The records' slots at one trace level around a hit: prepared before its shader writes, handed up after.
+/// The records' slots at one trace level, before and after a hit's shader writes to them.
 
 #include "orcaGuards.h"
 #include "orcaPassRecords.h"
 
 #include <optional>
 
-/// One element per pass record, for the length of a shading call. Up to `atHand` need no allocation.
-template <class T, unsigned atHand = 64>
+/// One element per pass record, for the duration of a shading call. Up to `inPlace` need no allocation.
+template <class T, unsigned inPlace = 64>
 class PerRecord {
 public:
-    PerRecord(const PassRecords& passes, const char* file, int line) : elements_(few_) {
-        if (passes.count > atHand)
-            elements_ = many_.emplace(file, line, static_cast<int>(passes.count)).get();
+    PerRecord(const PassRecords& passes, const char* file, int line) : elements_(inPlace_) {
+        if (passes.count > inPlace)
+            elements_ = allocated_.emplace(file, line, static_cast<int>(passes.count)).get();
     }
     PerRecord(const PerRecord&) = delete;
     PerRecord& operator=(const PerRecord&) = delete;
@@ -25,28 +25,28 @@ public:
     [[nodiscard]] const T& operator[](unsigned i) const noexcept { return elements_[i]; }
 
 private:
-    std::optional<RendererArray<T>> many_;
-    T few_[atHand];
+    std::optional<RendererArray<T>> allocated_;
+    T inPlace_[inPlace];
     T* elements_;
 };
 
 /// Clears the level's results and opens or closes each slot by the record's bounds and the object's mask.
 void prepareSlots(const miState* state, const PassRecords& passes);
 
-/// Hands the level's results up, front to back: each layer is seen through those before it. What the surface
-/// traced as refraction counts as transparent for the records that want to be weighted by opacity, though
-/// nothing is left for the renderer to see through.
+/// Accumulates the level's results for the parent level, front to back: each layer is seen through those
+/// before it. What the surface traced as refraction counts as transparent for records that are weighted by
+/// opacity, although the renderer sees nothing through it.
 /// @param opacity   of the hit
 /// @param refracted the part of it that was traced as refraction
 void accumulateToParent(const miState* state, const PassRecords& passes, const miColor& opacity,
                         const miColor& refracted);
 
-/// What a transparency ray found that hands up nothing itself is the background of the picture, as for the
-/// eye's ray.
+/// Accumulates what a transparency ray returned without meeting a surface: the background of the picture, as
+/// for an eye ray.
 void accumulateBackgroundToParent(const miState* state, const PassRecords& passes, const miColor& background);
 
-/// The level's slots as they were, put back when the scope ends: what is shaded meanwhile leaves no pass
-/// value.
+/// Saves the level's slots and restores them when the scope ends, so that what is shaded meanwhile leaves no
+/// pass value.
 class SavedSlots {
 public:
     SavedSlots(const miState* state, const PassRecords& passes);
@@ -54,9 +54,9 @@ public:
     SavedSlots(const SavedSlots&) = delete;
     SavedSlots& operator=(const SavedSlots&) = delete;
 
-    /// Instead: what was handed up meanwhile lies behind the hit and shows with a transmission. With
-    /// `pictureIsWritten` the hit itself writes the records of the picture, what lies behind included, so
-    /// that nothing is added there. Call once.
+    /// Instead of restoring them: what was accumulated meanwhile is behind the hit and is seen with a
+    /// transmission. With `pictureIsWritten` the hit itself writes the records of the picture, including what
+    /// is behind it, so nothing is added there. Call once.
     void showBehind(const miColor& transmission, bool pictureIsWritten);
 
 private:

@@ -18,7 +18,7 @@ miTag maskTagOf(miTag instanceTag) {
     char* block = nullptr;
     if (!mi_query(miQ_DATA_PARAM, nullptr, instance->userdata, &block) || !block) return miNULLTAG;
     if (parameterBytes(block) < static_cast<int>(sizeof(PassMaskData))) return miNULLTAG;
-    // User data of another kind may begin with a number.
+    // User data of other kinds may begin with a number.
     const miTag mask = reinterpret_cast<const PassMaskData*>(block)->mask;
     return mask != miNULLTAG && mi_db_type(mask) == miSCENE_STRING ? mask : miNULLTAG;
 }

@@ -9,15 +9,16 @@
 #include <cstddef>
 #include <optional>
 
-/// Pass-contribution string of an instance: the text behind the first parameter of its user data's head.
-/// Pinned for the object's lifetime. An instance may carry none; an empty string counts as none.
+/// Pass-contribution string of an instance: the string that the first parameter of its user data names.
+/// Pinned for the object's lifetime. An instance may have none; an empty string counts as none.
 class PassMask {
 public:
     explicit PassMask(miTag instance);
 
-    /// There is a mask. Without one every pass is admitted, which callers with many passes ask once.
+    /// True when there is a mask. Without one every pass is admitted; callers with many passes test this
+    /// once.
     explicit operator bool() const noexcept { return length_ != 0; }
-    /// True when the mask, if there is one, has the pass. A mask has none of the passes behind its end.
+    /// True when the mask includes the pass, or there is none. Passes beyond its end are not included.
     [[nodiscard]] bool admits(unsigned passIndex) const {
         if (length_ == 0) return true;
         return passIndex / 4 < length_ && contributesToPass(static_cast<int>(passIndex), text_->get());

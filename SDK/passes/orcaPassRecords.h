@@ -14,7 +14,7 @@ struct PassRecords {
         types = nullptr;
         records = nullptr;
     }
-    /// The shading engine has asked already when `state` is its hit or a light sample of it.
+    /// Those that the shading engine has found, when `state` is its hit or a light sample of it.
     PassRecords(miState* state, const VelabaseState& vela)
         : PassRecords(vela.enginePasses && isOfHit(state, vela.engineHit) ? *vela.enginePasses
                                                                           : PassRecords(state)) {}

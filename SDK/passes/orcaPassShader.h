@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Shaders that fill one non-material pass with a quantity of the eye ray's hit. They stand in a material's
-/// shader list and never touch the shading result. What they have in common is here; a pass brings its
-/// computation.
+/// Shaders that fill one non-material pass with a quantity of the eye ray's hit. They are members of a
+/// material's shader list and never change the shading result. What they have in common is here; each pass
+/// adds its computation.
 
 #include "orcaConstants.h"
 #include "orcaFrameBufferLookup.h"
@@ -14,14 +14,14 @@
 
 #include <shader.h>
 
-/// Lets eye rays of image samples through.
+/// Admits eye rays of image samples.
 struct PassShaderEyeRayFilter {
     [[nodiscard]] static bool admits(miState* state) {
         return state->type == miRAY_EYE && inImagePhase(state);
     }
 };
 
-/// As above, and the renderer's own occlusion phase.
+/// As above, and eye rays of the renderer's occlusion phase.
 struct AOShaderEyeRayFilter {
     [[nodiscard]] static bool admits(miState* state) {
         int phase = 0;
@@ -56,7 +56,7 @@ public:
         return miTRUE;
     }
 
-    unsigned frameBufferIndex;   ///< 0: none, and buffer 0 is what is written then
+    unsigned frameBufferIndex;   ///< 0 when the pass has none; buffer 0 is written then
     miInteger contributionIndex; ///< bit of this pass in an object's pass mask
     Computation computation;
 };

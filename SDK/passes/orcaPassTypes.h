@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The types of pass that materials write: what each is called, holds and receives. One row each; everything
-/// that treats some types differently asks the table.
+/// The types of pass that materials write: name, value and treatment of each, in one row. Code that treats
+/// some types differently looks them up here.
 
 #include "orcaFrameBufferFlags.h"
 
@@ -56,22 +56,22 @@ enum class PassValue : unsigned char { Color, Normal, Scalar };
 /// Which part of a picture a pass type holds.
 enum class PassRole : unsigned char {
     Component, ///< one quantity of the surfaces
-    Picture,   ///< the whole picture, or the whole without what rays bring: backgrounds included
-    Volume,    ///< volumes, whose alpha is kept; elsewhere a positive alpha becomes 1
+    Picture,   ///< the whole picture, backgrounds included, with or without traced rays
+    Volume,    ///< volumes; they keep their alpha, while elsewhere a positive alpha becomes 1
 };
 
 /// Which light a pass type receives.
 enum class PassLight : unsigned char {
     AsFlagged,  ///< shadowed where its record has FB_SHADOWED, else unshadowed
-    Unshadowed, ///< unshadowed, whatever the scene says
+    Unshadowed, ///< unshadowed, whatever the record's flags
     Removed,    ///< what shadows remove
 };
 
 /// How a mixing shader treats what its inputs write.
 enum class PassMixing : unsigned char {
     Weighted,     ///< weighted like the inputs' colours and added up
-    FirstWritten, ///< a mean would mean nothing: the first input that writes decides
-    Untouched,    ///< the writers say themselves how their values combine
+    FirstWritten, ///< the value of the first input that writes one, since a mean has no meaning
+    Untouched,    ///< not mixed: each writer chooses how its value combines
 };
 
 struct PassType {

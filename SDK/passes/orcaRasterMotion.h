@@ -3,8 +3,8 @@
 
 #include <shader.h>
 
-/// Displacement of the state's point over the shutter in raster space, pixels; x is scaled to pixels of equal
-/// sides, z is 0.
+/// Displacement of the state's point over the shutter in raster space, in pixels. x is scaled to square
+/// pixels; z is 0.
 [[nodiscard]] inline miVector motionInRaster(miState* state) {
     miVector moved;
     mi_vector_add(&moved, &state->point, &state->motion);

@@ -7,14 +7,14 @@
 
 namespace {
 
-/// Value of a hexadecimal digit. Other characters are not rejected; they give what the rule makes of them.
+/// Value of a hexadecimal digit. Other characters are not rejected; their value is what the formula gives.
 unsigned digitValue(char character) {
     const auto c = static_cast<unsigned char>(character);
     if (c < 'A') return static_cast<unsigned char>(c - '0');
     return static_cast<unsigned char>(c < 'a' ? c - ('A' - 10) : c - ('a' - 10));
 }
 
-/// The renderer's interface object. A member of its own, so that it goes back even when opening the
+/// The renderer's interface object. A separate member, so that it is released even when opening the
 /// collection throws.
 class RendererInterface {
 public:
@@ -31,7 +31,7 @@ private:
     mi::shader::Interface* interface_;
 };
 
-/// The camera's named frame buffers, for as long as a look-up takes.
+/// The camera's named frame buffers, for the duration of a look-up.
 class NamedFrameBuffers {
 public:
     explicit NamedFrameBuffers(miTag collection)
@@ -54,7 +54,7 @@ private:
     const mi::shader::Framebuffer* framebuffers_;
 };
 
-bool canHandOver(unsigned count, const miState* state) {
+bool hasLevelBelow(unsigned count, const miState* state) {
     return count != 0 && traceLevel(state) < state->options->trace_depth;
 }
 
@@ -67,7 +67,7 @@ bool contributesToPass(int passIndex, const char* mask) {
 }
 
 void tracePassInit(unsigned count, FrameBufferInfo* records, miState* state) {
-    if (!canHandOver(count, state)) return;
+    if (!hasLevelBelow(count, state)) return;
     const int below = traceLevel(state) + 1;
     for (unsigned i = 0; i < count; ++i) {
         records[i].levelSlots[below].childResult = BLACK;
@@ -77,7 +77,7 @@ void tracePassInit(unsigned count, FrameBufferInfo* records, miState* state) {
 
 void tracePassAdd(unsigned count, FrameBufferInfo* records, miState* state, bool isRefraction,
                   miColor weight) {
-    if (!canHandOver(count, state)) return;
+    if (!hasLevelBelow(count, state)) return;
     const int level = traceLevel(state);
     const unsigned askedFor = isRefraction ? FB_INCLUDE_REFRACTION : FB_INCLUDE_REFLECTION;
     for (unsigned i = 0; i < count; ++i) {

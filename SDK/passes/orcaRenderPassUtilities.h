@@ -10,12 +10,12 @@ extern "C" {
 /// first, either case. A null mask includes every pass. The string must be long enough for the pass.
 ORCA_EXPORT bool contributesToPass(int passIndex, const char* mask);
 
-/// Opens the hand-over of pass values around a secondary ray from the state's level: clears what the level
-/// below hands up. Does nothing at the trace-depth limit.
+/// Before a secondary ray from the state's level: clears what the level below accumulates. Does nothing at
+/// the trace-depth limit.
 ORCA_EXPORT void tracePassInit(unsigned count, FrameBufferInfo* records, miState* state);
 
-/// Closes it: adds what the level below handed up, times `weight`, the tracer's weight of the ray, alpha
-/// included.
+/// After the ray: adds what the level below has accumulated, times `weight`, the tracer's weight of the ray,
+/// alpha included.
 ORCA_EXPORT void tracePassAdd(unsigned count, FrameBufferInfo* records, miState* state, bool isRefraction,
                               miColor weight);
 

@@ -5,7 +5,7 @@
 
 #include <shader.h>
 
-/// How a material's value combines with what a pass holds. Every other value adds.
+/// How a material's value combines with what a pass holds. Values beyond these add.
 enum PassWriteMode : int { WRITE_NONE = 0, WRITE_ADD = 1, WRITE_MULTIPLY = 2, WRITE_REPLACE = 3 };
 
 inline void combine(miScalar& held, miScalar value, int mode) noexcept {

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Shaders that pass a value through a network and, beside it, combine another value into a custom frame
-/// buffer.
+/// Shaders that pass a value through a shader network and combine another value into a custom frame buffer.
 
 #include "orcaFrameBufferRecords.h"
 #include "orcaParameters.h"
@@ -19,14 +18,14 @@ static_assert(sizeof(WriteToFrameBufferReturnType) == 16);
 
 /// @tparam P      parameter record; begins with bufferIndex, operation, enable, scale and passThrough
 /// @tparam Result what the shader answers
-/// @tparam Helper `Value read(state, record)` and `combine(TraceLevelSlot&, Value, scale, operation)`
+/// @tparam Helper `Value read(state, record)` and `write(TraceLevelSlot&, Value, scale, operation)`
 template <class P, class Result, class Helper, int = 1>
 class WriteToFrameBufferShader : public Shader<P, Helper, 1> {
 public:
     WriteToFrameBufferShader(miState*, P*) {}
 
-    /// Always true. Parameters are evaluated where they are first needed: a disabled write evaluates nothing
-    /// more.
+    /// Always true. Each parameter is evaluated when it is first needed; a disabled write evaluates only
+    /// `enable`.
     static miBoolean shade(Result* result, miState* state, P* record) {
         if (!parameterValue(state, record, &P::enable)) return miTRUE;
         result->value = parameterValue(state, record, &P::passThrough);

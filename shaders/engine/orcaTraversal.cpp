@@ -9,7 +9,7 @@ ORCA_EXPORT int orcaTraversal_version(void) {
     return 1;
 }
 
-/// Stands where a renderer wants a traversal function: does nothing and succeeds.
+/// For renderers that require a traversal function: does nothing and succeeds.
 ORCA_EXPORT miBoolean orcaTraversal(void*, miState*, void*, void*) {
     return miTRUE;
 }

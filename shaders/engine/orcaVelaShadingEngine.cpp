@@ -28,9 +28,8 @@ constexpr float visibleTransmission = 0.004f; // below the step of an 8-bit pict
 constexpr int longestChain = 256;             // states; beyond, transparency ends
 
 // --- the surface
-// -------------------------------------------------------------------------------------------------------
 
-/// Grazing hits are shaded with a normal that faces the ray by a little.
+/// Grazing hits are shaded with a normal that faces the ray slightly.
 void liftGrazingNormal(miState* state) {
     constexpr float leastFacing = 0.0015f;
     if (!(std::abs(state->dot_nd) < VELA_EPS)) return;
@@ -38,8 +37,8 @@ void liftGrazingNormal(miState* state) {
     state->dot_nd = dot(state->normal, state->dir);
 }
 
-/// Zeroed memory for a surface shader's result, whatever its declared type: never less than a
-/// SurfaceShaderReturnType.
+/// Zeroed memory for a surface shader's result, at least a SurfaceShaderReturnType, more when its declared
+/// type is larger.
 class SurfaceResult {
 public:
     SurfaceResult(miState* state, miTag shader) {
@@ -67,10 +66,9 @@ bool inTransparency(const PassRecords& passes) {
     return static_cast<bool>(passes) && (passes.records[0].flags & FB_IN_TRANSPARENCY);
 }
 
-// --- hand-over
-// ---------------------------------------------------------------------------------------------------------
+// --- pass values
 
-/// Opacity and matte are what the engine itself knows of the hit the camera sees.
+/// Writes opacity and matte opacity of the hit that the camera sees.
 void writeCoverage(const miState* state, const PassRecords& passes, const SurfaceShaderReturnType& surface) {
     if (traceLevel(state) != 0) return;
     const bool inLightLoop = (passes.records[0].flags & FB_IN_LIGHT_LOOP) != 0;
@@ -86,7 +84,6 @@ void writeCoverage(const miState* state, const PassRecords& passes, const Surfac
 }
 
 // --- the picture
-// -------------------------------------------------------------------------------------------------------
 
 struct Composite {
     miColor color;
@@ -101,7 +98,7 @@ Composite composite(SurfaceShaderReturnType& surface, const VelabaseState& vela)
     return {withAlpha(surface.color, luminance(surface.matteOpacity)), transparent && !blackHole};
 }
 
-/// The surface's colour as it stands; transparency is what its alpha leaves, for whoever composites it.
+/// The surface's colour unchanged. Its transparency, one minus its alpha, is left to the caller to composite.
 Composite passThrough(const SurfaceShaderReturnType& surface, miState* state, VelabaseState& vela) {
     vela.transparencyAccum = WHITE * (1.0f - surface.color.a);
     vela.transparencyAccumBehind = BLACK;
@@ -126,7 +123,7 @@ void noteLayer(VelabaseState& vela, const miColor& color, const miColor& transmi
     ++vela.transparencyCount;
 }
 
-/// While it lives, the surfaces behind a fully transparent hit are not shaded.
+/// During its lifetime the surfaces behind a fully transparent hit are not shaded.
 class TransparencyMark {
 public:
     TransparencyMark(const PassRecords& passes, bool fullyTransparent)
@@ -144,7 +141,7 @@ private:
     bool before_;
 };
 
-/// Adds what lies behind a transparent hit, at the same trace level.
+/// Adds what is behind a transparent hit, at the same trace level.
 void continueThrough(miColor& color, miState* state, VelabaseState& vela, const PassRecords& passes,
                      const miColor& transmission) {
     if (state->options->scanline == miSCANLINE_RASTERIZER) {
@@ -164,7 +161,7 @@ void continueThrough(miColor& color, miState* state, VelabaseState& vela, const 
 
     const miUint shadedBefore = vela.surfacesShaded;
     miColor behind = BLACK;
-    // What lies behind belongs to this level: a transparency ray counts one up, a continued ray does not.
+    // What is behind belongs to this level: a transparency ray adds one to it, a continued ray does not.
     if (!vela.continueRay) --state->refraction_level;
     const bool found =
         vela.continueRay ? mi_trace_continue(&behind, state) : mi_trace_transparent(&behind, state);
@@ -176,7 +173,7 @@ void continueThrough(miColor& color, miState* state, VelabaseState& vela, const 
              color.b + transmission.b * behind.b, color.a + (1.0f - color.a) * behind.a};
 }
 
-/// Tells the renderer's compositing of the sample how opaque the hit has come out, where it keeps that.
+/// Updates the opacity that the renderer keeps for the sample, where it keeps one.
 void updateOpacity(miState* state, const miColor& transmission) {
     miColor held;
     if (!anyAbove(transmission, visibleTransmission) || !mi_opacity_get(state, &held)) return;
@@ -195,8 +192,6 @@ ORCA_EXPORT int orcaVelaShadingEngine_version(void) {
 ORCA_EXPORT void orcaVelaShadingEngine_init(miState*, ShadingEngineParameters*, miBoolean*) {
 }
 
-/// Shades a hit with the surface shader that is assigned to it, hands its pass values up, and goes on through
-/// it where it is transparent.
 ORCA_EXPORT miBoolean orcaVelaShadingEngine(miColor* result, miState* state,
                                             ShadingEngineParameters* record) {
     VelabaseState* const vela = velabaseState(state);

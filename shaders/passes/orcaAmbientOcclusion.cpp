@@ -21,7 +21,7 @@ struct AmbientOcclusionComputation {
         value = {};
         const Restored<miVector> direction(state->dir);
         const Restored<miVector> normal(state->normal);
-        // The renderer's defaults but for the axis.
+        // The renderer's defaults except for the axis.
         miAo_options request{sizeof(miAo_options), -1, state->normal, -2.0f, 1.0f, -1.0f, -1.0f, -1};
         miScalar occlusion = 0.0f;
         mi_ambient_occlusion(&occlusion, state, &request);

@@ -10,7 +10,7 @@ namespace {
 /// Parameters of orcaFrameBufferInit, in declaration order.
 struct FrameBufferInitParameters {
     miInteger passIndex; // which of the data block's non-material frame buffers
-    miColor value;       // handed on as it stands; the buffer's type decides how much of it is read
+    miColor value;       // written unconverted; the buffer's type decides how many components are read
 };
 
 miBoolean fill(miState* state, FrameBufferInitParameters* record) {

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Where the eye ray meets nothing, the picture shows the background; so do the passes that are the picture.
+/// Where the eye ray meets nothing the picture shows the background, and so do the passes of the picture.
 void writeBackground(miState* state, const miColor& background) {
     PassTypeInfo* types = nullptr;
     FrameBufferInfo* records = nullptr;

@@ -11,7 +11,7 @@ namespace {
 
 using P = IncidenceCameraNormalParameters;
 
-/// How far the surface turns away from the ray: 0 head-on, 1 edge-on and from behind.
+/// One minus the facing ratio: 0 head-on, 1 at grazing incidence and from behind.
 struct IncidenceCameraNormalComputation {
     IncidenceCameraNormalComputation(miState*, P*) {}
     void operator()(miState* state, P*, float& value) const {

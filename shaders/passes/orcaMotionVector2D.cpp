@@ -12,7 +12,7 @@ namespace {
 
 using P = MotionVector2DParameters;
 
-/// Displacement of the point over the shutter in the picture, pixels of equal sides.
+/// Displacement of the point over the shutter in the picture, in square pixels.
 struct MotionVector2DComputation {
     MotionVector2DComputation(miState*, P*) {}
     void operator()(miState* state, P*, miVector& value) const { value = motionInRaster(state); }

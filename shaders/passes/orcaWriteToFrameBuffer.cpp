@@ -9,7 +9,7 @@
 struct WriteToBufferParameters {
     miInteger bufferIndex; // which of the custom passes' records
     miInteger operation;   // 0 none, 1 add, 2 multiply, 3 replace, else add
-    miBoolean enable;      // off: nothing is done, not even the result
+    miBoolean enable;      // off: nothing is done, and the result is not set
     miScalar scale;        // of the value
     miColor passThrough;   // the shader's result
 };
@@ -63,7 +63,7 @@ struct DepthBufferHelper {
     }
 };
 
-/// Meant as it stands: a label is only ever cleared, and the value is not looked at.
+/// Intended: a label is only ever cleared, and the value is not read.
 struct LabelBufferHelper {
     static int read(miState*, WriteToLabelBufferParameters*) { return 0; }
     static void write(TraceLevelSlot& slot, int cleared, miScalar, miInteger operation) {
