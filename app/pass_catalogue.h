@@ -18,7 +18,7 @@ struct PassDescription {
     std::string_view settings{}; ///< the shader's parameters beyond its indices, in the scene language
 };
 
-/// The 35 passes that materials write, by type.
+/// The passes that materials write, by type.
 [[nodiscard]] std::span<const PassDescription> materialPasses();
 /// Passes of geometry: depth, normals, motion and the like.
 [[nodiscard]] std::span<const PassDescription> utilityPasses();

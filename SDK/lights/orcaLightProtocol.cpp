@@ -78,7 +78,7 @@ void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, in
     if (samples < 1) return;
     if (*mode == WRITE_NONE || state->type == miRAY_ENVIRONMENT) return;
     const float inverse = 1.0f / static_cast<float>(samples);
-    const float factor = *useScale & 1u ? *scale : 1.0f;
+    const float factor = *useScale & WRITE_SCALED ? *scale : 1.0f;
     const int how = *mode;
     const bool adds = how != WRITE_MULTIPLY && how != WRITE_REPLACE;
     const int level = traceLevel(state);

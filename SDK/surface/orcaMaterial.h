@@ -76,7 +76,7 @@ public:
         for (FrameBufferInfo* record = begin; record != end; ++record) {
             TraceLevelSlot& slot = record->levelSlots[level];
             if (closedToWrites(state, slot)) continue;
-            Value v = passWriteFlags & 1u ? value * passWriteScale : value;
+            Value v = passWriteFlags & WRITE_SCALED ? value * passWriteScale : value;
             if (useLightColor) v = pass_value::weighted(v, record->lightColor, *lightReference);
             combine(pass_value::channels(slot.levelResult, v), v, passWriteMode);
         }
@@ -84,6 +84,6 @@ public:
 
 protected:
     miInteger passWriteMode; ///< see PassWriteMode; 0 writes nothing
-    miUint passWriteFlags;   ///< bit 0: written values are scaled by passWriteScale
+    miUint passWriteFlags;   ///< set of PassWriteFlags
     miScalar passWriteScale;
 };

@@ -179,7 +179,7 @@ private:
         TraceLevelSlot& slot = record.levelSlots[traceLevel(state)];
         if (closedToWrites(state, slot)) return;
         miVector n = normalInSpace(state, record.userWord4);
-        if (this->passWriteFlags & 1u) n = n * this->passWriteScale;
+        if (this->passWriteFlags & WRITE_SCALED) n = n * this->passWriteScale;
         combine(slot.levelResult.r, n.x, this->passWriteMode);
         combine(slot.levelResult.g, n.y, this->passWriteMode);
         combine(slot.levelResult.b, n.z, this->passWriteMode);
