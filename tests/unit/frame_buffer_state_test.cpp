@@ -173,7 +173,7 @@ INSTANTIATE_TEST_SUITE_P(Words, DamagedBlock,
                                            DamageCase{recordsStart, static_cast<miUint>(-1)},
                                            DamageCase{recordsCount, 0x03000000u},
                                            DamageCase{recordsCount, static_cast<miUint>(-3)},
-                                           DamageCase{countsCount, 36}));
+                                           DamageCase{countsCount, PASS_TYPE_COUNT + 1}));
 
 TEST(FrameBufferState, ReportsACutOffBlock) {
     PassScene scene(threePasses);
