@@ -21,18 +21,20 @@ bool samePath(const std::string& a, const std::string& b) {
     return fs::path(a).lexically_normal() == fs::path(b).lexically_normal();
 }
 
-/// Where the layered file goes without -o: beside nothing, in the working directory, under the scene's name.
+/// The layered file without -o: named after the scene, in the working directory.
 std::string defaultName(const std::string& scene) {
     const std::string stem = scene == "-" ? "picture" : fs::path(scene).stem().string();
     return stem + ".exr";
 }
 
 /// Compressed pictures take about half of this.
-std::uint64_t uncompressedBytes(const image::FramebufferSet& buffers, int width, int height) {
+std::uint64_t uncompressedBytes(const render::Picture& picture) {
     std::uint64_t pixel = 0;
-    for (const image::PartDescription& part : image::describeParts(image::layeredBuffers(buffers)))
+    for (const image::PartDescription& part :
+         image::describeParts(image::layeredBuffers(picture.framebuffers())))
         pixel += part.channels.size() * (part.storage == "half" ? 2 : 4);
-    return pixel * static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+    return pixel * static_cast<std::uint64_t>(picture.camera().x_resolution) *
+           static_cast<std::uint64_t>(picture.camera().y_resolution);
 }
 
 } // namespace
@@ -66,10 +68,8 @@ PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) 
     return files;
 }
 
-bool OutputFiles::check(const PictureFiles& files, const image::FramebufferSet& buffers, int width,
-                        int height) const {
-    bool good = files.layered.empty() ||
-                image::canWrite(files.layered, log_, uncompressedBytes(buffers, width, height) / 2);
+bool OutputFiles::check(const PictureFiles& files, const render::Picture& picture) const {
+    bool good = files.layered.empty() || image::canWrite(files.layered, log_, uncompressedBytes(picture) / 2);
     for (const std::string& file : files.sceneFiles) good = image::canWrite(file, log_) && good;
     if (command_.writesFiles && !command_.png.empty()) good = image::canWrite(command_.png, log_) && good;
     if (command_.writesFiles && !command_.pngLayers.empty())

@@ -28,8 +28,7 @@ public:
     PictureFiles next(const image::FramebufferSet& buffers, int frame);
 
     /// True when all of them can be created and fit; said before rendering starts.
-    [[nodiscard]] bool check(const PictureFiles& files, const image::FramebufferSet& buffers, int width,
-                             int height) const;
+    [[nodiscard]] bool check(const PictureFiles& files, const render::Picture& picture) const;
 
     /// Writes a finished picture. False, with messages, when something could not be written.
     [[nodiscard]] bool write(const PictureFiles& files, const render::FrameResult& result, int frame) const;

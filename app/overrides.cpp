@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <tuple>
 
 namespace orca::app {
 
@@ -52,6 +53,8 @@ void setTraceDepth(const std::vector<int>& depth, miOptions& options) {
 
 void applyOverrides(const Overrides& overrides, scene::OptionsElement& element) {
     miOptions& options = element.options;
+    if (overrides.samples) std::tie(options.min_samples, options.max_samples) = *overrides.samples;
+    if (overrides.tileSize) options.task_size = *overrides.tileSize;
     if (overrides.contrast) {
         const auto& [r, g, b, a] = *overrides.contrast;
         options.contrast = {r, g, b, a};

@@ -6,8 +6,7 @@
 
 namespace orca::app {
 
-/// Puts the command line's settings over those of the scene. Size, window, samples and tile size are the
-/// renderer's to change (`render::RenderSettings`).
+/// Puts the command line's options in place of the scene's. Size and window belong to the camera.
 void applyOverrides(const Overrides& overrides, scene::OptionsElement& options);
 
 } // namespace orca::app

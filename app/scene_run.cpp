@@ -7,12 +7,12 @@
 #include "overrides.h"
 #include "pass_block.h"
 #include "progress.h"
-#include "scene/declarations/phenomenon_use.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include <unistd.h>
 
@@ -20,7 +20,7 @@ namespace orca::app {
 
 namespace {
 
-/// The user's paths, then the environment's, then where the command itself lives.
+/// The user's paths, then the environment's, then those of the installation.
 std::vector<std::string> searchPaths(std::vector<std::string> given, const char* variable,
                                      const std::vector<std::string>& own) {
     const std::vector<std::string> environment = pathsFromEnvironment(variable);
@@ -40,7 +40,7 @@ scene::ParserOptions parserOptions(const CommandLine& command) {
     return options;
 }
 
-/// A bar for who sits in front of it; a farm's log gets lines when it asks for them.
+/// A bar on a terminal; a log gets lines when its verbosity asks for them.
 Progress::Style progressStyle(const CommandLine& command) {
     const bool terminal = ::isatty(STDERR_FILENO) != 0;
     if (!command.verbosity) return terminal ? Progress::Style::Bar : Progress::Style::Quiet;
@@ -97,7 +97,7 @@ int SceneRun::run() {
     return exitCode_;
 }
 
-/// The first failure is the one that a script should hear of.
+/// The exit code is that of the first failure.
 void SceneRun::fail(int exitCode) {
     if (exitCode_ == exitRendered) exitCode_ = exitCode;
 }
@@ -111,73 +111,47 @@ int SceneRun::frameNumber(const scene::CameraElement& camera, const scene::Rende
     return camera.camera.frame != 0 ? camera.camera.frame : request.number;
 }
 
+bool SceneRun::isChosen(int frame) const {
+    return frame_ || !command_.frames ||
+           std::find(command_.frames->begin(), command_.frames->end(), frame) != command_.frames->end();
+}
+
+void SceneRun::applySettings(render::Picture& picture) const {
+    const Overrides& overrides = command_.overrides;
+    if (overrides.size) picture.setResolution(overrides.size->first, overrides.size->second);
+    if (overrides.window) {
+        const auto& [xl, yl, xh, yh] = *overrides.window;
+        picture.setWindow({xl, yl, xh, yh});
+    }
+    applyOverrides(overrides, picture.options);
+}
+
 bool SceneRun::render(const scene::RenderRequest& request) {
-    const scene::Database& database = scene_.database();
-    auto* instance = database.find<scene::InstanceElement>(request.cameraInstance);
-    auto* camera = instance ? database.find<scene::CameraElement>(instance->instance.item) : nullptr;
-    auto* options = database.find<scene::OptionsElement>(request.options);
-    if (!camera || !options) {
-        log_.errorAt(request.location, "MAIN", "render needs an instance of a camera and options");
+    const auto elements = render::pictureElements(scene_.database(), request, log_);
+    if (!elements) {
         fail(exitSceneError);
         return false;
     }
-    const int frame = frameNumber(*camera, request);
-    const bool chosen =
-        frame_ || !command_.frames ||
-        std::find(command_.frames->begin(), command_.frames->end(), frame) != command_.frames->end();
-    if (!chosen) return true;
-    if (preset_ && !preset_->apply(*camera, *options)) {
+    const int frame = frameNumber(*elements->camera, request);
+    if (!isChosen(frame)) return true;
+    if (preset_ && !preset_->apply(*elements->camera, *elements->options)) {
         fail(exitSceneError);
         return false;
     }
-    applyOverrides(command_.overrides, *options);
-    return renderPicture(request, *camera, *options, frame);
-}
-
-/// A size of another shape than the camera's view is nearly always meant as a size only.
-void SceneRun::warnOfOblongPixels(const scene::CameraElement& camera, int width, int height) {
-    const float before = pixelAspect(camera.camera, camera.camera.x_resolution, camera.camera.y_resolution);
-    const float now = pixelAspect(camera.camera, width, height);
-    const float widthThatFits = camera.camera.aspect * static_cast<float>(height) / before;
-    const float tolerance = std::max(1.5f, 0.006f * widthThatFits); // whole pixels, rounded aspects
-    if (std::abs(static_cast<float>(width) - widthThatFits) < tolerance) return;
-    log_.once("shape of " + camera.name,
-              {LogLevel::Warning,
-               "MAIN",
-               0,
-               fmt::format("--size {}x{} has another shape than the view of camera \"{}\": a pixel is {:.3g} "
-                           "times as wide as high; {:.0f}x{} fits",
-                           width, height, camera.name, now, widthThatFits, height),
-               {}});
-}
-
-bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,
-                             scene::OptionsElement& options, int frame) {
-    Log silent(LogLevel::None, nullptr); // the render says what is wrong with the buffers
-    const auto attached =
-        scene::attachmentsTo(scene_.database(), {request.group, request.cameraInstance, request.options});
-    const image::FramebufferSet buffers(camera, options, silent, attached.outputs);
-    const PictureFiles files = files_.next(buffers, frame);
+    const int errorsBefore = log_.count(LogLevel::Error);
+    render::Picture picture(scene_.database(), *elements, log_);
+    applySettings(picture);
+    const PictureFiles files = files_.next(picture.framebuffers(), frame);
     if (command_.listsOutputs) {
-        OutputFiles::list(files, buffers);
+        OutputFiles::list(files, picture.framebuffers());
         return true;
     }
-    const auto [width, height] =
-        command_.overrides.size.value_or(std::pair(camera.camera.x_resolution, camera.camera.y_resolution));
-    warnOfOblongPixels(camera, width, height);
-    if (!files_.check(files, buffers, width, height)) {
+    warnOfOblongPixels(picture);
+    if (!files_.check(files, picture)) {
         fail(exitNotWritten);
         return false;
     }
-
-    const int errorsBefore = log_.count(LogLevel::Error);
-    std::unique_ptr<render::FrameResult> result;
-    {
-        Progress progress(progressStyle(command_), stderr, fmt::format("frame {}", frame));
-        render::RenderSettings asked = settings();
-        asked.progress = [&](double share) { progress.update(share); };
-        result = session_.render(request.group, request.cameraInstance, request.options, asked);
-    }
+    const std::unique_ptr<render::FrameResult> result = renderPicture(std::move(picture), frame);
     if (!result) {
         fail(exitRenderError);
         return false;
@@ -190,7 +164,7 @@ bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraE
         return false;
     }
     if (log_.count(LogLevel::Error) > errorsBefore) fail(exitRenderError);
-    describe(*result, camera, options, frame);
+    describe(*result, frame);
     if (command_.pixel) OutputFiles::printPixel(*result);
     if (!files_.write(files, *result, frame)) {
         fail(exitNotWritten);
@@ -200,31 +174,44 @@ bool SceneRun::renderPicture(const scene::RenderRequest& request, scene::CameraE
            exitCode_ == exitRenderError; // a faulty frame does not stop a sequence
 }
 
-render::RenderSettings SceneRun::settings() const {
-    render::RenderSettings asked;
-    const Overrides& overrides = command_.overrides;
-    asked.threads = command_.threads;
-    asked.resolution = overrides.size;
-    if (overrides.window) {
-        const auto& [xl, yl, xh, yh] = *overrides.window;
-        asked.window = render::PixelWindow{xl, yl, xh, yh};
-    }
-    asked.samples = overrides.samples;
-    asked.tileSize = overrides.tileSize;
-    asked.stop = &stop_.flag();
-    return asked;
+/// A size of another shape than the camera's view is nearly always meant as a size only.
+void SceneRun::warnOfOblongPixels(const render::Picture& picture) {
+    const scene::CameraElement& element = *picture.elements().camera;
+    const miCamera &scene = element.camera, &camera = picture.camera();
+    const int width = camera.x_resolution, height = camera.y_resolution;
+    const float before = pixelAspect(scene, scene.x_resolution, scene.y_resolution);
+    const float now = pixelAspect(camera, width, height);
+    const float widthThatFits = camera.aspect * static_cast<float>(height) / before;
+    const float tolerance = std::max(1.5f, 0.006f * widthThatFits); // whole pixels, rounded aspects
+    if (std::abs(static_cast<float>(width) - widthThatFits) < tolerance) return;
+    log_.once("shape of " + element.name,
+              {LogLevel::Warning,
+               "MAIN",
+               0,
+               fmt::format("--size {}x{} has another shape than the view of camera \"{}\": a pixel is {:.3g} "
+                           "times as wide as high; {:.0f}x{} fits",
+                           width, height, element.name, now, widthThatFits, height),
+               {}});
 }
 
-void SceneRun::describe(render::FrameResult& result, const scene::CameraElement& camera,
-                        const scene::OptionsElement& options, int frame) const {
+std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture picture, int frame) {
+    Progress progress(progressStyle(command_), stderr, fmt::format("frame {}", frame));
+    render::RenderSettings settings;
+    settings.threads = command_.threads;
+    settings.stop = &stop_.flag();
+    settings.progress = [&](double share) { progress.update(share); };
+    return session_.render(std::move(picture), settings);
+}
+
+void SceneRun::describe(render::FrameResult& result, int frame) const {
+    const scene::CameraElement& camera = *result.picture().elements().camera;
+    const miOptions& options = result.picture().options.options;
     image::PictureFrame& picture = result.frame();
     picture.text["software"] = "orca-render " ORCA_VERSION;
     picture.text["scene"] = fmt::format("{}", fmt::join(command_.scenes, " "));
     picture.text["frame"] = std::to_string(frame);
     picture.text["camera"] = camera.name;
-    const auto [least, most] = command_.overrides.samples.value_or(
-        std::pair(options.options.min_samples, options.options.max_samples));
-    picture.text["samples"] = fmt::format("{} {}", least, most);
+    picture.text["samples"] = fmt::format("{} {}", options.min_samples, options.max_samples);
     if (!command_.reproducible)
         picture.text["renderSeconds"] = fmt::format("{:.2f}", result.statistics.renderSeconds);
     picture.pixelAspect = pixelAspect(camera.camera, picture.width, picture.height);

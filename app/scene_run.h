@@ -21,10 +21,10 @@ namespace orca::app {
 /// One scene from its first line to its last picture.
 class SceneRun {
 public:
-    /// `frame` is the number that stands for #### in the scenes' names.
+    /// @param frame replaces #### in the scenes' names
     SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, std::optional<int> frame);
 
-    /// Reads the scene and renders as its statements come. Answers an exit code.
+    /// Reads the scene and renders each picture at its render statement. Returns an exit code.
     int run();
 
     [[nodiscard]] const std::vector<PictureReport>& pictures() const { return pictures_; }
@@ -32,12 +32,14 @@ public:
 private:
     bool link(const std::string& file, const SourceLocation& location);
     bool render(const scene::RenderRequest& request);
-    void warnOfOblongPixels(const scene::CameraElement& camera, int width, int height);
-    bool renderPicture(const scene::RenderRequest& request, scene::CameraElement& camera,
-                       scene::OptionsElement& options, int frame);
-    void describe(render::FrameResult& result, const scene::CameraElement& camera,
-                  const scene::OptionsElement& options, int frame) const;
-    [[nodiscard]] render::RenderSettings settings() const;
+    void warnOfOblongPixels(const render::Picture& picture);
+    /// Puts the command line's settings in place of the scene's.
+    void applySettings(render::Picture& picture) const;
+    /// Null, with a message, when it could not be rendered.
+    std::unique_ptr<render::FrameResult> renderPicture(render::Picture picture, int frame);
+    /// Fills in the metadata of the picture's files.
+    void describe(render::FrameResult& result, int frame) const;
+    [[nodiscard]] bool isChosen(int frame) const;
     [[nodiscard]] int frameNumber(const scene::CameraElement& camera,
                                   const scene::RenderRequest& request) const;
     void fail(int exitCode);

@@ -3,7 +3,8 @@
 
 #include "geometry/mesh.h"
 #include "geometry/scene_geometry.h"
-#include "render/context/frame.h"
+#include "render/context/camera_placement.h"
+#include "render/context/light_instances.h"
 
 #include <embree3/rtcore.h>
 
@@ -90,31 +91,26 @@ struct BareRays::Implementation {
 
 BareRays::BareRays(LoadedScene& scene) : implementation_(std::make_unique<Implementation>()) {
     Implementation& bare = *implementation_;
-    const scene::RenderRequest& request = scene.request();
-    auto* instance = scene.database().find<scene::InstanceElement>(request.cameraInstance);
-    auto* camera = instance ? scene.database().find<scene::CameraElement>(instance->instance.item) : nullptr;
-    auto* options = scene.database().find<scene::OptionsElement>(request.options);
-    if (!camera || !options)
-        throw std::runtime_error("the scene's render statement names no camera or no options");
+    const auto elements = render::pictureElements(scene.database(), scene.request(), scene.log());
+    if (!elements) throw std::runtime_error("the scene's render statement names too little");
 
-    // The renderer's own walk through the scene places everything, so both see the same triangles.
-    const geometry::SceneGeometry placed(scene.database(), scene.log(), request.group, options->options, 0);
+    // The renderer's own scene graph traversal, so that both have the same triangles.
+    const geometry::SceneGeometry placed(scene.database(), scene.log(), elements->group,
+                                         elements->options->options, 0);
     bare.device = rtcNewDevice(nullptr);
     bare.kernelScene = rtcNewScene(bare.device);
     for (const geometry::MeshInstance& meshInstance : placed.meshInstances()) bare.add(meshInstance);
     rtcCommitScene(bare.kernelScene);
 
-    const image::FramebufferSet buffers(*camera, *options, scene.log());
-    const render::Frame frame(scene.database(), scene.log(), scene.runtime(), scene.textures(), placed,
-                              buffers, options->options, camera->camera, request.cameraInstance);
-    bare.camera = camera->camera;
-    mi_matrix_copy(bare.cameraToWorld, frame.placement.start().toWorld);
-    for (const miTag tag : placed.lights()) {
-        const render::LightInstance* light = frame.lightOf(tag);
-        if (!light) continue;
-        const miVector& way = light->direction;
-        if (light->directional()) bare.lights.push_back({{-way.x, -way.y, -way.z}, true});
-        else bare.lights.push_back({light->origin, false});
+    bare.camera = elements->camera->camera;
+    const render::CameraPlacement placement(
+        *scene.database().find<scene::InstanceElement>(elements->cameraInstance));
+    mi_matrix_copy(bare.cameraToWorld, placement.start().toWorld);
+    const render::LightInstances lights(scene.database(), placed.lights());
+    for (const render::LightInstance& light : lights.all()) {
+        const miVector& direction = light.direction;
+        if (light.directional()) bare.lights.push_back({{-direction.x, -direction.y, -direction.z}, true});
+        else bare.lights.push_back({light.origin, false});
     }
 }
 

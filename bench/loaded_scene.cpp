@@ -2,11 +2,12 @@
 #include "loaded_scene.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace orca::bench {
 
 LoadedScene::LoadedScene(const ScenePaths& paths, const std::string& passes)
-    : log_(LogLevel::Error), // layers that stay black are expected here, and no news
+    : log_(LogLevel::Error), // black layers are expected here: no warnings
       scene_(log_),
       runtime_(scene_.database(), log_),
       textures_(log_, {}) {
@@ -28,16 +29,17 @@ LoadedScene::LoadedScene(const ScenePaths& paths, const std::string& passes)
         throw std::runtime_error("\"" + paths.file + "\" has no render statement");
 }
 
-std::unique_ptr<render::FrameResult> LoadedScene::render(int threads) {
+std::unique_ptr<render::FrameResult>
+LoadedScene::render(int threads, const std::function<void(render::Picture&)>& change) {
+    const int errorsBefore = log_.count(LogLevel::Error);
+    const auto elements = render::pictureElements(scene_.database(), request_, log_);
+    if (!elements) throw std::runtime_error("the scene's render statement names too little");
+    render::Picture picture(scene_.database(), *elements, log_);
+    if (change) change(picture);
     render::RenderSettings settings;
     settings.threads = threads;
-    return render(settings);
-}
-
-std::unique_ptr<render::FrameResult> LoadedScene::render(const render::RenderSettings& settings) {
     render::Session session(scene_.database(), log_, runtime_, textures_);
-    const int errorsBefore = log_.count(LogLevel::Error);
-    auto result = session.render(request_.group, request_.cameraInstance, request_.options, settings);
+    auto result = session.render(std::move(picture), settings);
     if (!result || log_.count(LogLevel::Error) > errorsBefore) throw std::runtime_error("rendering failed");
     return result;
 }

@@ -7,6 +7,7 @@
 #include "scene/language/scene_file.h"
 #include "shading/shader_runtime.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,18 +25,16 @@ struct ScenePaths {
 class LoadedScene {
 public:
     /// Reads the scene with its variable "passes" set, unless that is empty. Throws std::runtime_error when
-    /// the scene has errors or renders nothing; what is wrong with it has been printed by then.
+    /// the scene has errors or renders nothing; the reasons have been printed by then.
     LoadedScene(const ScenePaths& paths, const std::string& passes);
 
     /// Renders the scene's last picture. Throws std::runtime_error when it fails.
-    std::unique_ptr<render::FrameResult> render(int threads);
-    /// The same with settings over the scene's own.
-    std::unique_ptr<render::FrameResult> render(const render::RenderSettings& settings);
+    /// @param change puts settings in place of the scene's; may be empty
+    std::unique_ptr<render::FrameResult> render(int threads,
+                                                const std::function<void(render::Picture&)>& change = {});
 
     [[nodiscard]] scene::Database& database() { return scene_.database(); }
     [[nodiscard]] Log& log() { return log_; }
-    [[nodiscard]] shading::ShaderRuntime& runtime() { return runtime_; }
-    [[nodiscard]] image::Textures& textures() { return textures_; }
     [[nodiscard]] const scene::RenderRequest& request() const { return request_; }
 
 private:

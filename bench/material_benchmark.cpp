@@ -100,10 +100,8 @@ struct Candidate {
 
 private:
     double seconds(LoadedScene& scene) {
-        orca::render::RenderSettings settings;
-        settings.threads = 1;
-        settings.resolution = std::pair(192, 108);
-        const auto result = scene.render(settings);
+        const auto result =
+            scene.render(1, [](orca::render::Picture& picture) { picture.setResolution(192, 108); });
         samples = static_cast<double>(result->statistics.rays.samples);
         return result->statistics.renderSeconds;
     }

@@ -89,8 +89,11 @@ struct Frame {
     double seconds = std::numeric_limits<double>::infinity();
     orca::render::RenderStatistics statistics{};
 
-    void run(const orca::render::RenderSettings& settings) {
-        const auto result = scene->render(settings);
+    void run() {
+        const auto result = scene->render(1, [](orca::render::Picture& picture) {
+            picture.setResolution(960, 540);
+            picture.options.options.min_samples = picture.options.options.max_samples = 0;
+        });
         if (result->statistics.renderSeconds >= seconds) return;
         seconds = result->statistics.renderSeconds;
         statistics = result->statistics;
@@ -104,15 +107,11 @@ void printFrames(int rounds) {
     };
     LoadedScene stillLife(paths("bench_still_life.mi"), ""), layered(paths("bench_still_life.mi"), "12"),
         ocean(paths("ocean_dusk.mi"), "");
-    orca::render::RenderSettings settings;
-    settings.threads = 1;
-    settings.resolution = std::pair(960, 540);
-    settings.samples = std::pair(0, 0);
     Frame frames[] = {{"still life, picture alone", &stillLife},
                       {"still life, 12 passes", &layered},
                       {"ocean, 8 passes", &ocean}};
     for (int round = 0; round < rounds; ++round)
-        for (Frame& frame : frames) frame.run(settings);
+        for (Frame& frame : frames) frame.run();
     fmt::print("\n{:<28}{:>10}{:>10}{:>12}{:>14}{:>12}\n", "960 x 540, one thread", "seconds", "ratio",
                "build, s", "triangles", "rays");
     for (const Frame& frame : frames)

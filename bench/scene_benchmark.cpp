@@ -34,7 +34,7 @@ struct Candidate {
         if (result->statistics.renderSeconds >= seconds) return;
         seconds = result->statistics.renderSeconds;
         statistics = result->statistics;
-        words = result->framebuffers().wordsPerSample();
+        words = result->picture().framebuffers().wordsPerSample();
         pixels = static_cast<double>(result->frame().width) * result->frame().height;
     }
     [[nodiscard]] double samplesPerSecond() const {

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <memory>
 
-using orca::render::Frame;
+using orca::image::Buffer;
 using orca::render::RenderContext;
 using orca::render::renderContextOf;
 
@@ -56,12 +56,12 @@ bool isBuffer(const RenderContext& context, int index) {
 }
 
 /// Copies a buffer's value; the few sizes that there are compile to plain moves, and nearly all are colours.
-void copyValue(void* to, const void* from, int bytes) {
-    if (bytes == 16) [[likely]]
+void copyValue(void* to, const void* from, int words) {
+    if (words == 4) [[likely]]
         std::memcpy(to, from, 16);
-    else if (bytes == 4) std::memcpy(to, from, 4);
-    else if (bytes == 12) std::memcpy(to, from, 12);
-    else std::memcpy(to, from, static_cast<std::size_t>(bytes));
+    else if (words == 1) std::memcpy(to, from, 4);
+    else if (words == 3) std::memcpy(to, from, 12);
+    else std::memcpy(to, from, static_cast<std::size_t>(words) * sizeof(float));
 }
 
 } // namespace
@@ -77,17 +77,17 @@ DLLEXPORT miBoolean mi_fb_put(miState* state, int index, const void* value) {
     RenderContext& context = renderContextOf(state);
     if (!isBuffer(context, index) || !value) return miFALSE;
     if (!context.inEyeSample) return miTRUE; // outside an eye sample there is nothing to put it into
-    const Frame::BufferSlot& slot = context.frame.bufferSlots[static_cast<std::size_t>(index)];
+    const Buffer& buffer = context.frame.framebuffers.buffers()[static_cast<std::size_t>(index)];
     context.written[static_cast<std::size_t>(index)] = 1;
-    copyValue(context.sampleWords.data() + slot.offset, value, slot.bytes);
+    copyValue(context.sampleWords.data() + buffer.sampleOffset, value, buffer.components);
     return miTRUE;
 }
 
 DLLEXPORT miBoolean mi_fb_get(miState* state, int index, void* value) {
     const RenderContext& context = renderContextOf(state);
     if (!isBuffer(context, index) || !value) return miFALSE;
-    const Frame::BufferSlot& slot = context.frame.bufferSlots[static_cast<std::size_t>(index)];
-    copyValue(value, context.sampleWords.data() + slot.offset, slot.bytes);
+    const Buffer& buffer = context.frame.framebuffers.buffers()[static_cast<std::size_t>(index)];
+    copyValue(value, context.sampleWords.data() + buffer.sampleOffset, buffer.components);
     return miTRUE;
 }
 

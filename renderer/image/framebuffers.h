@@ -23,19 +23,19 @@ struct OutputFile {
     miImg_type type = miIMG_TYPE_RGBA; ///< as the statement asks; may be less precise than the buffer
 };
 
-/// One frame buffer of a camera.
+/// One frame buffer of a camera. What a sample needs of it comes first, to be in one cache line.
 struct Buffer {
-    std::string name;
+    int sampleOffset = 0; ///< first word in a sample's values
+    int components = 4;   ///< 32-bit words that mi_fb_put and mi_fb_get exchange
+    BuiltinSource source = BuiltinSource::None;
     miImg_type type = miIMG_TYPE_RGBA_FP;
-    int components = 4;    ///< 32-bit words that mi_fb_put and mi_fb_get exchange
-    int sampleOffset = 0;  ///< first word in a sample's values
     bool filtering = true; ///< false: a pixel takes one sample's value
     bool primary = false;
     bool user = false;       ///< only shaders fill it
     bool useOpacity = false; ///< user colours are weighted by opacity where transparent layers are merged
     bool premultiplied = true;
     bool hidden = false; ///< not asked for by the scene: the scratch buffer, a colour buffer made up
-    BuiltinSource source = BuiltinSource::None;
+    std::string name;
     std::string filename, filetype, compression; ///< of the framebuffer statement; no name: not written
     int quality = 0;                             ///< 1 to 100, 0 for the format's own
     std::vector<OutputFile> outputs;

@@ -6,14 +6,11 @@
 
 namespace orca::render {
 
-/// Pixels between the points of the finest grid that light is gathered ahead on; 0: none is.
-/// @param density points, as a multiple of one every 4 pixels in either direction
-[[nodiscard]] int gatherSpacing(float density);
-
-/// Gathers light ahead of the picture: looks at a coarse grid of pixels, then at ever finer ones, and gathers
-/// where the records so far do not serve. Within a grid every point sees the same records, those of the grids
-/// before; what the points add is put in their order. So the same records come out whatever the threads.
-/// The whole picture counts, not only the window, so that windows fit together.
+/// Fills the frame's gather caches before the picture is rendered: casts eye rays through a coarse grid of
+/// pixels, then through ever finer ones, and makes a record where those so far do not reach. All points of a
+/// grid see the same records, those of the coarser grids; new records are added in the order of the points.
+/// So the records are the same for any number of threads. The grid covers the whole picture, not only its
+/// window, so that windows rendered apart fit together. Nothing to do where the frame has no caches.
 /// False when the render was stopped.
 bool gatherPrepass(TileRenderer& tiles, const Frame& frame, GatherCaches& caches);
 

@@ -7,6 +7,7 @@
 #include "render/context/frame.h"
 #include "render/displacement_calls.h"
 #include "render/gather_prepass.h"
+#include "render/light/light_profiles.h"
 #include "render/light/shadow_map.h"
 #include "render/sampling/adaptive_sampler.h"
 #include "render/tile_renderer.h"
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <new>
 #include <thread>
 
@@ -24,10 +26,20 @@ namespace orca::render {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+class Stopwatch {
+public:
+    [[nodiscard]] double seconds() const {
+        return std::chrono::duration<double>(Clock::now() - start_).count();
+    }
 
-double secondsSince(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
+private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point start_ = Clock::now();
+};
+
+int threadsOf(const RenderSettings& settings) {
+    if (settings.threads > 0) return settings.threads;
+    return static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
 }
 
 /// The element behind the camera's buffer tag: lets shaders find the picture's buffers by name.
@@ -53,41 +65,8 @@ private:
     miTag tag_;
 };
 
-miCamera cameraOf(scene::CameraElement& element, const RenderSettings& settings) {
-    miCamera camera = element.camera;
-    if (settings.resolution) {
-        camera.x_resolution = settings.resolution->first;
-        camera.y_resolution = settings.resolution->second;
-        camera.window = {0, 0, camera.x_resolution - 1, camera.y_resolution - 1};
-    }
-    if (settings.window)
-        camera.window = {settings.window->xl, settings.window->yl, settings.window->xh, settings.window->yh};
-    camera.window.xl = std::clamp(camera.window.xl, 0, camera.x_resolution - 1);
-    camera.window.yl = std::clamp(camera.window.yl, 0, camera.y_resolution - 1);
-    camera.window.xh = std::clamp(camera.window.xh, camera.window.xl, camera.x_resolution - 1);
-    camera.window.yh = std::clamp(camera.window.yh, camera.window.yl, camera.y_resolution - 1);
-    return camera;
-}
-
-miOptions optionsOf(const scene::OptionsElement& element, const RenderSettings& settings) {
-    miOptions options = element.options;
-    if (settings.samples) {
-        options.min_samples = settings.samples->first;
-        options.max_samples = settings.samples->second;
-    }
-    return options;
-}
-
-image::PictureFrame pictureFrame(const miCamera& camera) {
-    image::PictureFrame frame;
-    frame.width = camera.x_resolution;
-    frame.height = camera.y_resolution;
-    frame.window = {camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
-    return frame;
-}
-
-/// Null, with a message, when there is not memory enough. Asked before the first page is touched, as systems
-/// that promise more than they have would stop the whole process later.
+/// Null, with a message, when there is too little memory. Checked before the first page is touched: a system
+/// that overcommits memory would kill the process later.
 std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWindow& window, Log& log) {
     const std::size_t needed = Film::bytesNeeded(buffers, window);
     const auto machine =
@@ -104,11 +83,11 @@ std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWi
     return nullptr;
 }
 
-/// A pass that was asked for and stays black would be noticed in compositing, days later. One pixel is asked
-/// for its values, not for what is missing.
+/// A pass that stays black would otherwise be noticed in compositing, days later. A picture of one pixel is
+/// rendered for its values, so nothing is reported there.
 void reportUnwritten(FrameResult& result, const TileRenderer& tiles, Log& log) {
-    const auto& buffers = result.framebuffers().buffers();
-    const PixelWindow& window = result.film->window();
+    const auto& buffers = result.picture().framebuffers().buffers();
+    const PixelWindow& window = result.film().window();
     const bool isPicture = window.width() > 1 || window.height() > 1;
     for (std::size_t i = 1; isPicture && i < buffers.size(); ++i) {
         if (buffers[i].primary || buffers[i].source != image::BuiltinSource::None || tiles.written(i))
@@ -124,19 +103,50 @@ void reportUnwritten(FrameResult& result, const TileRenderer& tiles, Log& log) {
 }
 
 /// Samples are spread over the shutter as well as over the pixel, so where things move the stricter limit
-/// rules.
-miColor contrastOf(const miOptions& options, const Frame& frame) {
-    if (!options.motion || !frame.moves()) return options.contrast;
-    const miColor &space = options.contrast, &time = options.time_contrast;
+/// applies.
+miColor contrastOf(const Frame& frame) {
+    const miColor &space = frame.options.contrast, &time = frame.options.time_contrast;
+    if (!frame.options.motion || !frame.moves()) return space;
     return {std::min(space.r, time.r), std::min(space.g, time.g), std::min(space.b, time.b),
             std::min(space.a, time.a)};
 }
 
-} // namespace
-
-FrameResult::FrameResult(std::unique_ptr<image::FramebufferSet> framebuffers, const miCamera& camera)
-    : framebuffers_(std::move(framebuffers)), frame_(pictureFrame(camera)) {
+/// Calls the displacement shaders, in a frame of their own: there is nothing to trace yet.
+void displace(geometry::SceneGeometry& geometry, const FrameParts& parts,
+              const scene::OptionsElement& options, int threads) {
+    const Frame frame(parts);
+    DisplacementCalls calls(frame, threads);
+    geometry.finish(displacementView(frame), std::ref(calls), &options);
 }
+
+/// False when the render was stopped.
+bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film) {
+    AdaptiveSampler::Pass pass = sampler.first();
+    do {
+        if (!tiles.render(pass)) return false;
+    } while (sampler.next(film, pass));
+    return true;
+}
+
+void exitShaders(const Frame& frame) {
+    RenderContext context(frame, 0);
+    frame.runtime.exitAll(&context.base);
+    frame.runtime.reportFaults();
+}
+
+RenderStatistics statisticsOf(const geometry::SceneGeometry& geometry, const TileRenderer& tiles,
+                              const Film& film, int threads) {
+    RenderStatistics statistics;
+    statistics.rays = tiles.counts();
+    statistics.triangles = geometry.triangleCount();
+    statistics.meshInstances = geometry.meshInstances().size();
+    statistics.lights = geometry.lights().size();
+    statistics.filmBytes = film.bytes();
+    statistics.threads = threads;
+    return statistics;
+}
+
+} // namespace
 
 Session::Session(scene::Database& database, Log& log, shading::ShaderRuntime& runtime,
                  image::Textures& textures)
@@ -149,99 +159,70 @@ Session::~Session() {
     deleteLock(globalLock_);
 }
 
-std::unique_ptr<FrameResult> Session::render(miTag group, miTag cameraInstanceTag, miTag optionsTag,
-                                             const RenderSettings& settings) {
-    auto* cameraInstance = database_.find<scene::InstanceElement>(cameraInstanceTag);
-    auto* cameraElement =
-        cameraInstance ? database_.find<scene::CameraElement>(cameraInstance->instance.item) : nullptr;
-    auto* optionsElement = database_.find<scene::OptionsElement>(optionsTag);
-    if (!database_.find<scene::GroupElement>(group) || !cameraElement || !optionsElement) {
-        log_.error("RNDR", "a render needs an instance group, an instance of a camera and options");
-        return nullptr;
-    }
+std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings& settings) {
+    const Stopwatch building;
+    auto allocated = filmOf(asked.framebuffers(), asked.window(), log_);
+    if (!allocated) return nullptr;
+    auto result = std::make_unique<FrameResult>(std::move(asked), std::move(allocated));
+    Picture& picture = result->picture();
+    Film& film = result->film();
+    const miOptions& options = picture.options.options;
+    const int threads = threadsOf(settings);
 
-    const auto buildStart = Clock::now();
-    const int processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    const int threads = settings.threads > 0 ? settings.threads : processors;
-    const miOptions options = optionsOf(*optionsElement, settings);
-    miCamera camera = cameraOf(*cameraElement, settings);
-
-    const scene::PhenomenonAttachments attachments =
-        scene::attachmentsTo(database_, {group, cameraInstanceTag, optionsTag});
-    AttachedPhenomena attached(database_, attachments);
+    AttachedPhenomena attached(database_, picture.attachments());
+    const CollectionScope collection(database_, picture.framebuffers());
+    miCamera camera = picture.camera();
     attached.extend(camera);
-
-    auto framebuffers =
-        std::make_unique<image::FramebufferSet>(*cameraElement, *optionsElement, log_, attachments.outputs);
-    image::FramebufferSet& buffers = *framebuffers;
-    auto result = std::make_unique<FrameResult>(std::move(framebuffers), camera);
-    const CollectionScope collection(database_, buffers);
     camera.buffertag = collection.tag();
-    const PixelWindow window{camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
-    result->film = filmOf(buffers, window, log_);
-    if (!result->film) return nullptr;
-
     runtime_.bind();
-    geometry::SceneGeometry geometry(database_, log_, attached.extendedGroup(group), options, threads,
-                                     geometry::SceneGeometry::Displacement::StillToCome);
-    Frame frame(database_, log_, runtime_, textures_, geometry, buffers, options, camera, cameraInstanceTag);
-    frame.globalLock = globalLock_;
-    frame.stop = settings.stop;
-    frame.gather = GatherSettings(*optionsElement);
-    if (!optionsElement->samplesLocked) frame.seed = static_cast<std::uint32_t>(camera.frame);
-    {
-        DisplacementCalls calls(frame, threads);
-        geometry.finish(displacementView(frame), std::ref(calls), optionsElement);
-    }
-    result->frame().gamma = options.gamma;
-    result->frame().cameraToWorld.assign(std::begin(frame.placement.start().toWorld),
-                                         std::end(frame.placement.start().toWorld));
-    result->statistics.buildSeconds = secondsSince(buildStart);
 
-    const auto renderStart = Clock::now();
-    AdaptiveSampler adaptiveSampler(window, options.min_samples, options.max_samples,
-                                    contrastOf(options, frame));
-    TileRenderer tiles(frame, *result->film, settings, threads, adaptiveSampler.passesAtMost());
-    bool complete = true;
-    ShadowMaps shadowMaps;
-    if (options.use_shadow_maps)
-        tiles.inArena([&] {
-            for (const LightInstance& light : frame.lights())
-                if (light.light->use_shadow_maps) shadowMaps.add(geometry, light);
-        });
-    if (!shadowMaps.empty()) frame.shadowMaps = &shadowMaps;
-    GatherCaches gathered(geometry.boundsMin(), geometry.boundsMax());
-    frame.gatherSpacing = frame.gather.rays > 0 ? gatherSpacing(frame.gather.presampleDensity) : 0;
-    if (frame.gatherSpacing > 0) {
-        frame.gatherCaches = &gathered;
-        complete = gatherPrepass(tiles, frame, gathered);
-        log_.info("RNDR", "gathered light ahead at {} points, and at {} between bounces, in {:.1f} s",
-                  gathered.of(0).size(), gathered.of(1).size(), secondsSince(renderStart));
-    }
-    AdaptiveSampler::Pass pass = adaptiveSampler.first();
-    while (complete) {
-        complete = tiles.render(pass);
-        if (!complete || !adaptiveSampler.next(*result->film, pass)) break;
-    }
+    geometry::SceneGeometry geometry(database_, log_, attached.extendedGroup(picture.elements().group),
+                                     options, threads, geometry::SceneGeometry::Displacement::StillToCome);
+    const LightInstances lights(database_, geometry.lights());
+    const LightProfiles lightProfiles(database_, log_);
+    FrameParts parts{
+        .database = database_,
+        .log = log_,
+        .runtime = runtime_,
+        .textures = textures_,
+        .framebuffers = picture.framebuffers(),
+        .options = options,
+        .camera = camera,
+        .cameraInstance = picture.elements().cameraInstance,
+        .geometry = geometry,
+        .lights = lights,
+        .lightProfiles = lightProfiles,
+        .gather = GatherSettings(picture.options.gather, options),
+        .seed = picture.options.samplesLocked ? 0 : static_cast<std::uint32_t>(camera.frame),
+        .globalLock = globalLock_,
+        .stop = settings.stop,
+    };
+    displace(geometry, parts, picture.options, threads);
+    const double buildSeconds = building.seconds();
+
+    const Stopwatch rendering;
+    const ShadowMaps shadowMaps(geometry, lights, options, threads);
+    GatherCaches gatherCaches(geometry.boundsMin(), geometry.boundsMax());
+    parts.shadowMaps = &shadowMaps;
+    if (parts.gather.spacing > 0) parts.gatherCaches = &gatherCaches;
+    const Frame frame(parts);
+    AdaptiveSampler sampler(picture.window(), options.min_samples, options.max_samples, contrastOf(frame));
+    TileRenderer tiles(frame, film, settings.progress, threads, sampler.passesAtMost());
+    const bool complete = gatherPrepass(tiles, frame, gatherCaches) && renderPasses(tiles, sampler, film);
     tiles.close();
+    exitShaders(frame);
 
-    RenderContext exitContext(frame, 0);
-    runtime_.exitAll(&exitContext.base);
-    runtime_.reportFaults();
     if (complete) {
-        adaptiveSampler.fillGaps(*result->film);
+        sampler.fillGaps(film);
         reportUnwritten(*result, tiles, log_);
     }
-    result->film->resolve();
+    film.resolve();
     result->interrupted = !complete;
-    RenderStatistics& statistics = result->statistics;
-    statistics.rays = tiles.counts();
-    statistics.renderSeconds = secondsSince(renderStart);
-    statistics.triangles = geometry.triangleCount();
-    statistics.meshInstances = geometry.meshInstances().size();
-    statistics.lights = geometry.lights().size();
-    statistics.filmBytes = result->film->bytes();
-    statistics.threads = threads;
+    result->frame().cameraToWorld.assign(std::begin(frame.placement.start().toWorld),
+                                         std::end(frame.placement.start().toWorld));
+    result->statistics = statisticsOf(geometry, tiles, film, threads);
+    result->statistics.buildSeconds = buildSeconds;
+    result->statistics.renderSeconds = rendering.seconds();
     if (settings.progress) settings.progress(1.0);
     return result;
 }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 
 namespace orca::render {
 
@@ -47,15 +48,14 @@ struct TileRenderer::Worker {
     RenderContext context;
 };
 
-TileRenderer::TileRenderer(const Frame& frame, Film& film, const RenderSettings& settings, int threads,
+TileRenderer::TileRenderer(const Frame& frame, Film& film, std::function<void(double)> progress, int threads,
                            int passesAtMost)
     : frame_(frame),
       film_(film),
-      settings_(settings),
+      progress_(std::move(progress)),
       filter_(frame.options.filter, frame.options.filter_size_x, frame.options.filter_size_y),
       threads_(threads),
-      tileSize_(std::max(1, settings.tileSize.value_or(frame.options.task_size > 0 ? frame.options.task_size
-                                                                                   : automaticTileSize))),
+      tileSize_(frame.options.task_size > 0 ? frame.options.task_size : automaticTileSize),
       passesAtMost_(passesAtMost),
       workers_(static_cast<std::size_t>(threads)) {
 }
@@ -102,15 +102,15 @@ void TileRenderer::renderTile(Worker& worker, const AdaptiveSampler::Pass& pass,
 }
 
 void TileRenderer::report(std::size_t tilesDone, std::size_t tiles) {
-    if (!settings_.progress) return;
-    // Later passes only refine; each counts half of what is left.
+    if (!progress_) return;
+    // Later passes refine parts of the picture; each counts half of what is left.
     double start = 0.0;
     double share = passesAtMost_ > 1 ? 0.5 : 1.0;
     for (int pass = 0; pass < passesDone_; ++pass) {
         start += share;
         share = pass + 2 < passesAtMost_ ? share / 2 : 1.0 - start;
     }
-    settings_.progress(start + share * static_cast<double>(tilesDone) / static_cast<double>(tiles));
+    progress_(start + share * static_cast<double>(tilesDone) / static_cast<double>(tiles));
 }
 
 bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work) {
@@ -128,13 +128,6 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
         });
     });
     return done == count && !frame_.stopped(); // work in progress at a stop was cut short
-}
-
-void TileRenderer::inArena(const std::function<void()>& work) {
-    const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
-                                          static_cast<std::size_t>(threads_));
-    tbb::task_arena arena(threads_);
-    arena.execute(work);
 }
 
 bool TileRenderer::render(const AdaptiveSampler::Pass& pass) {

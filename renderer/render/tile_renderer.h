@@ -4,8 +4,8 @@
 #include "render/context/render_context.h"
 #include "render/film/film.h"
 #include "render/sampling/adaptive_sampler.h"
-#include "render/session.h"
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -16,7 +16,10 @@ namespace orca::render {
 /// state from its first tile to `close`.
 class TileRenderer {
 public:
-    TileRenderer(const Frame& frame, Film& film, const RenderSettings& settings, int threads,
+    /// @param progress gets the share of the work that is done, 0 to 1, from one thread at a time; may be
+    /// empty
+    /// @param passesAtMost how often `render` is going to be called
+    TileRenderer(const Frame& frame, Film& film, std::function<void(double)> progress, int threads,
                  int passesAtMost);
     ~TileRenderer();
 
@@ -25,8 +28,6 @@ public:
     /// Calls `work` for 0 to count - 1, in any order, each on some thread's render state. False when the
     /// render was stopped before all were done.
     bool forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work);
-    /// Calls `work`, which may use the render's threads for itself.
-    void inArena(const std::function<void()>& work);
     /// Ends the threads' render states. Once, after the last pass.
     void close();
 
@@ -44,7 +45,7 @@ private:
 
     const Frame& frame_;
     Film& film_;
-    const RenderSettings& settings_;
+    std::function<void(double)> progress_;
     PixelFilter filter_;
     int threads_;
     int tileSize_; // pixels

@@ -34,12 +34,13 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
         return runtime_.loadLibrary(file, {ORCA_LIBRARY_DIR}, location);
     };
     callbacks.render = [&](const scene::RenderRequest& request) {
-        render::RenderSettings render;
-        render.threads = settings.threads;
-        render.tileSize = settings.tileSize;
-        render.resolution = settings.resolution;
-        render.stop = settings.stop;
-        auto result = session_.render(request.group, request.cameraInstance, request.options, render);
+        const auto elements = render::pictureElements(scene_.database(), request, log_);
+        if (!elements) return true;
+        render::Picture picture(scene_.database(), *elements, log_);
+        picture.options.options.task_size = settings.tileSize;
+        if (settings.resolution)
+            picture.setResolution(settings.resolution->first, settings.resolution->second);
+        auto result = session_.render(std::move(picture), {settings.threads, settings.stop, {}});
         if (result) results_.push_back(std::move(result));
         return true;
     };
@@ -64,11 +65,11 @@ image::Layer RenderedScene::layer(const std::string& buffer) const {
 }
 
 int RenderedScene::width() const {
-    return result().film->window().width();
+    return result().film().window().width();
 }
 
 int RenderedScene::height() const {
-    return result().film->window().height();
+    return result().film().window().height();
 }
 
 miColor RenderedScene::pixel(const std::string& buffer, int x, int y) const {

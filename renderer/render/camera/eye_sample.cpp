@@ -44,12 +44,12 @@ void dropNotFinite(RenderContext& context) {
     }
 }
 
-/// The renderer's own buffers take what it knows of the first hit.
-void fillMainBuffers(RenderContext& context, const miColor& color) {
+/// Built-in buffers get what the renderer knows of the first hit.
+void fillBuiltinBuffers(RenderContext& context, const miColor& color) {
     const PrimaryHit& primary = context.primary;
-    for (const Frame::MainBuffer& buffer : context.frame.mainBuffers) {
-        float* words = context.sampleWords.data() + buffer.offset;
-        switch (buffer.source) {
+    for (const image::Buffer* buffer : context.frame.builtinBuffers) {
+        float* words = context.sampleWords.data() + buffer->sampleOffset;
+        switch (buffer->source) {
         case image::BuiltinSource::None: break;
         case image::BuiltinSource::Color: std::memcpy(words, &color, sizeof color); break;
         case image::BuiltinSource::Alpha: *words = color.a; break;
@@ -108,8 +108,8 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const Pixel
     if (!finished) color = {};
     context.store.endSample();
 
-    std::memcpy(context.sampleWords.data() + frame.primaryOffset, &color, sizeof color);
-    fillMainBuffers(context, color);
+    std::memcpy(context.sampleWords.data() + frame.primaryBuffer.sampleOffset, &color, sizeof color);
+    fillBuiltinBuffers(context, color);
     if (anyNotFinite(context.sampleWords, 0, static_cast<int>(context.sampleWords.size())))
         dropNotFinite(context);
     context.inEyeSample = false;

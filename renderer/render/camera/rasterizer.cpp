@@ -38,15 +38,15 @@ void weightByOpacity(RenderContext& context, const miColor& transmitted, bool is
     std::vector<float>& words = context.sampleWords;
     std::vector<float>& before = context.wordsBeforeLayer;
     const float weights[] = {transmitted.r, transmitted.g, transmitted.b};
-    for (const int offset : context.frame.opacityWeighted)
+    for (const image::Buffer* buffer : context.frame.opacityWeighted)
         for (int c = 0; c < 3; ++c) {
-            const auto word = static_cast<std::size_t>(offset + c);
+            const auto word = static_cast<std::size_t>(buffer->sampleOffset + c);
             words[word] = before[word] + weights[c] * (words[word] - before[word]);
         }
     if (!isBackground) return;
     words.swap(before);
-    for (const int offset : context.frame.opacityWeighted)
-        std::copy_n(before.begin() + offset, 3, words.begin() + offset);
+    for (const image::Buffer* buffer : context.frame.opacityWeighted)
+        std::copy_n(before.begin() + buffer->sampleOffset, 3, words.begin() + buffer->sampleOffset);
 }
 
 } // namespace

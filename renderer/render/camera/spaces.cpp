@@ -24,7 +24,7 @@ const miScalar* spaceMatrix(const miState* state, Space space, Direction directi
             instance = meshInstance->instanceRecord;
         break;
     case Space::Light:
-        if (const LightInstance* light = frame.lightOf(state->light_instance)) instance = light->record;
+        if (const LightInstance* light = frame.lights.of(state->light_instance)) instance = light->record;
         break;
     }
     if (!instance) return nullptr;

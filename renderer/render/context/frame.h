@@ -7,87 +7,75 @@
 #include "image/textures.h"
 #include "render/context/camera_placement.h"
 #include "render/context/gather_settings.h"
-#include "render/context/light_instance.h"
-#include "render/light/light_profiles.h"
+#include "render/context/light_instances.h"
+#include "render/context/tag_index.h"
 #include "scene/database.h"
 #include "shading/shader_runtime.h"
 
 #include <shader.h>
 
 #include <atomic>
+#include <cstdint>
 #include <span>
 #include <vector>
 
 namespace orca::render {
 
 class GatherCaches;
+class LightProfiles;
 class ShadowMaps;
 
-/// Everything that stays the same while one picture is rendered. Shared by all threads, const for them.
-class Frame {
-public:
-    Frame(scene::Database& sceneDatabase, Log& sceneLog, shading::ShaderRuntime& shaderRuntime,
-          image::Textures& textureCache, const geometry::SceneGeometry& sceneGeometry,
-          const image::FramebufferSet& frameBuffers, const miOptions& renderOptions,
-          const miCamera& renderCamera, miTag cameraInstance);
-
+/// What a frame is made from. Everything that is referred to outlives the frame.
+struct FrameParts {
     scene::Database& database;
     Log& log;
     shading::ShaderRuntime& runtime;
     image::Textures& textures;
-    const LightProfiles lightProfiles;
-    const geometry::SceneGeometry& geometry;
     const image::FramebufferSet& framebuffers;
-    const miOptions options;
-    const miCamera camera;
-    const miTag cameraInstance;
-    const CameraPlacement placement;
-    miLock globalLock;
-    std::uint32_t seed = 0;
-    const ShadowMaps* shadowMaps = nullptr; ///< null: shadows are traced
+    const miOptions& options; ///< shaders keep its address
+    const miCamera& camera;   ///< and this one's
+    miTag cameraInstance;
+    const geometry::SceneGeometry& geometry;
+    const LightInstances& lights;
+    const LightProfiles& lightProfiles;
     GatherSettings gather;
-    const GatherCaches* gatherCaches = nullptr; ///< light gathered ahead; null: every sample gathers
-    int gatherSpacing = 0;                      ///< pixels between the points that it was gathered for
+    std::uint32_t seed;            ///< of the sampling pattern
+    miLock globalLock;             ///< that shaders share
+    const std::atomic<bool>* stop; ///< set from outside when nobody wants the picture any more; null: never
+    const ShadowMaps* shadowMaps = nullptr;     ///< null: shadows are traced
+    const GatherCaches* gatherCaches = nullptr; ///< filled by the prepass; null: every sample gathers
+};
 
-    /// Where a frame buffer's words lie in a sample, by index: what the path of a sample needs of
-    /// image::Buffer.
-    struct BufferSlot {
-        int offset, bytes;
-    };
-    std::vector<BufferSlot> bufferSlots;
+/// Everything that stays the same while one picture is rendered. Complete once it is made, shared by all
+/// threads, const for them.
+class Frame : public FrameParts {
+public:
+    explicit Frame(const FrameParts& parts);
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
+
+    const CameraPlacement placement;
+
     /// The buffers that the renderer itself fills.
-    struct MainBuffer {
-        image::BuiltinSource source;
-        int offset;
-    };
-    std::vector<MainBuffer> mainBuffers;
-    int primaryOffset;
-    /// Words of user colours that the rasterizer weights by the opacity of what is before them.
-    std::vector<int> opacityWeighted;
+    std::vector<const image::Buffer*> builtinBuffers;
+    /// User colours that the rasterizer weights by the opacity of the layers in front.
+    std::vector<const image::Buffer*> opacityWeighted;
+    const image::Buffer& primaryBuffer;
 
-    const std::atomic<bool>* stop = nullptr; ///< set from outside when nobody wants the picture any more
+    const std::span<const geometry::MeshInstance> meshInstances;
+
     /// True when what is still computed is thrown away, so that deep rays may end at once.
     [[nodiscard]] bool stopped() const { return stop && stop->load(std::memory_order_relaxed); }
 
     /// True when anything, the camera included, moves over the shutter.
     [[nodiscard]] bool moves() const { return geometry.moves() || placement.moves(); }
 
-    /// All placed meshes.
-    const std::span<const geometry::MeshInstance> meshInstances;
-    /// The placed mesh of a leaf instance; null for other tags.
+    /// Null for a tag that is no instance of a mesh.
     [[nodiscard]] const geometry::MeshInstance* meshInstanceOf(miTag instance) const {
-        const std::uint32_t index = lookUp(instanceByTag_, instance);
-        return index == geometry::nothing ? nullptr : &meshInstances[index];
+        const std::uint32_t index = meshInstanceByTag_.of(instance);
+        return index == TagIndex::none ? nullptr : &meshInstances[index];
     }
-    /// The placed light of a light instance; null for other tags.
-    [[nodiscard]] const LightInstance* lightOf(miTag instance) const {
-        const std::uint32_t index = lookUp(lightByTag_, instance);
-        return index == geometry::nothing ? nullptr : &lights_[index];
-    }
-    [[nodiscard]] std::span<const LightInstance> lights() const { return lights_; }
-    /// Area lights whose shapes can be seen.
-    [[nodiscard]] std::span<const LightInstance* const> visibleLights() const { return visibleLights_; }
-    /// Material record; null for an unknown tag.
+    /// Null for an unknown tag.
     [[nodiscard]] const miMaterial* materialOf(miTag material) const {
         return material < materialByTag_.size() ? materialByTag_[material] : nullptr;
     }
@@ -97,15 +85,7 @@ public:
     [[nodiscard]] miVector cameraFromRaster(const miVector& raster) const;
 
 private:
-    /// `geometry::nothing` where a tag is none of them.
-    static std::uint32_t lookUp(const std::vector<std::uint32_t>& byTag, miTag tag) {
-        return tag < byTag.size() ? byTag[tag] : geometry::nothing;
-    }
-
-    std::vector<std::uint32_t> instanceByTag_;
-    std::vector<LightInstance> lights_;
-    std::vector<const LightInstance*> visibleLights_;
-    std::vector<std::uint32_t> lightByTag_;
+    TagIndex meshInstanceByTag_;
     std::vector<const miMaterial*> materialByTag_;
 };
 

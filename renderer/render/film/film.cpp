@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 
 namespace orca::render {
 
@@ -30,6 +31,11 @@ bool isUnfiltered(const image::Buffer& buffer) {
     return buffer.type == miIMG_TYPE_TAG || !buffer.filtering;
 }
 
+/// All but the scratch buffer.
+std::span<const image::Buffer> shownBuffers(const image::FramebufferSet& framebuffers) {
+    return std::span(framebuffers.buffers()).subspan(1);
+}
+
 constexpr miColor highest{farAway, farAway, farAway, farAway};
 constexpr miColor lowest{-farAway, -farAway, -farAway, -farAway};
 
@@ -39,29 +45,21 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window)
     : framebuffers_(framebuffers),
       window_(window),
       scratchWords_(static_cast<std::size_t>(framebuffers.buffers()[1].sampleOffset)),
-      wordsPerPixel_(static_cast<std::size_t>(framebuffers.wordsPerSample()) - scratchWords_) {
+      wordsPerPixel_(static_cast<std::size_t>(framebuffers.wordsPerSample()) - scratchWords_),
+      primaryOffset_(
+          offsetOf(framebuffers.buffers()[static_cast<std::size_t>(framebuffers.primaryIndex())])) {
     const std::size_t pixels =
         static_cast<std::size_t>(window.width()) * static_cast<std::size_t>(window.height());
-    const std::vector<image::Buffer>& buffers = framebuffers.buffers();
-    for (std::size_t i = 1; i < buffers.size(); ++i) {
-        const image::Buffer& buffer = buffers[i];
-        const int offset = buffer.sampleOffset - static_cast<int>(scratchWords_);
-        Plane plane{static_cast<int>(i), offset, buffer.components, Combine::Filter};
-        if (isUnfiltered(buffer))
-            plane.combine = buffer.type == miIMG_TYPE_Z ? Combine::NearestSurface : Combine::NearestCentre;
-        if (plane.combine == Combine::Filter) {
-            if (!filteredRuns_.empty() && filteredRuns_.back().offset + filteredRuns_.back().words == offset)
-                filteredRuns_.back().words += buffer.components;
-            else filteredRuns_.push_back({offset, buffer.components});
-        } else {
-            hasUnfiltered_ = true;
-        }
-        if (static_cast<int>(i) == framebuffers.primaryIndex()) primaryOffset_ = offset;
-        planes_.push_back(plane);
+    for (const image::Buffer& buffer : shownBuffers(framebuffers)) {
+        const int first = static_cast<int>(offsetOf(buffer));
+        if (isUnfiltered(buffer)) unfiltered_.push_back(&buffer);
+        else if (!filtered_.empty() && filtered_.back().first + filtered_.back().count == first)
+            filtered_.back().count += buffer.components;
+        else filtered_.push_back({first, buffer.components});
     }
     words_.resize(pixels * wordsPerPixel_);
     weights_.resize(pixels);
-    if (hasUnfiltered_) distances_.assign(pixels, farAway);
+    if (!unfiltered_.empty()) distances_.assign(pixels, farAway);
     low_.assign(pixels, highest);
     high_.assign(pixels, lowest);
 }
@@ -69,8 +67,7 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window)
 std::size_t Film::bytesNeeded(const image::FramebufferSet& framebuffers, const PixelWindow& window) {
     std::size_t pixel = sizeof(float) + 2 * sizeof(miColor);
     bool hasUnfiltered = false;
-    for (std::size_t i = 1; i < framebuffers.buffers().size(); ++i) {
-        const image::Buffer& buffer = framebuffers.buffers()[i];
+    for (const image::Buffer& buffer : shownBuffers(framebuffers)) {
         pixel += static_cast<std::size_t>(buffer.components) * sizeof(float);
         hasUnfiltered = hasUnfiltered || isUnfiltered(buffer);
     }
@@ -83,31 +80,29 @@ void Film::add(int x, int y, const PixelFilter::Placement& placement, const floa
     values += scratchWords_;
     float* const words = wordsOf(pixel);
     weights_[pixel] += placement.weight;
-    for (const Run& run : filteredRuns_) {
-        const float* const from = values + run.offset;
-        float* const to = words + run.offset;
-        for (int w = 0; w < run.words; ++w) to[w] += placement.weight * from[w];
+    for (const WordRange& range : filtered_) {
+        const float* const from = values + range.first;
+        float* const to = words + range.first;
+        for (int w = 0; w < range.count; ++w) to[w] += placement.weight * from[w];
     }
     const float* const primary = values + primaryOffset_;
     const miColor color{primary[0], primary[1], primary[2], primary[3]};
     low_[pixel] = lower(low_[pixel], color);
     high_[pixel] = higher(high_[pixel], color);
-    if (hasUnfiltered_) addUnfiltered(pixel, std::max(std::abs(placement.x), std::abs(placement.y)), values);
+    if (!unfiltered_.empty())
+        addUnfiltered(pixel, std::max(std::abs(placement.x), std::abs(placement.y)), values);
 }
 
 void Film::addUnfiltered(std::size_t pixel, float distance, const float* values) {
     const float before = distances_[pixel];
     const bool closer = distance < before, inside = distance <= insidePixel;
-    for (const Plane& plane : planes_) {
-        float* const kept = wordsOf(pixel) + plane.offset;
-        const float* const value = values + plane.offset;
-        if (plane.combine == Combine::NearestCentre && closer) {
-            std::copy_n(value, plane.components, kept);
-        } else if (plane.combine == Combine::NearestSurface) {
-            // Samples of the pixel itself compete by depth; until there is one, the closest sample stands in.
-            const bool takes = before > insidePixel ? closer : inside && isNearer(*value, *kept);
-            if (takes) *kept = *value;
-        }
+    for (const image::Buffer* buffer : unfiltered_) {
+        float* const kept = wordsOf(pixel) + offsetOf(*buffer);
+        const float* const value = values + offsetOf(*buffer);
+        bool takes = closer;
+        // Depths of samples inside the pixel: the nearest surface. Until there is one, the closest sample.
+        if (buffer->type == miIMG_TYPE_Z && before <= insidePixel) takes = inside && isNearer(*value, *kept);
+        if (takes) std::copy_n(value, buffer->components, kept);
     }
     if (closer) distances_[pixel] = distance;
 }
@@ -124,18 +119,16 @@ void Film::interpolate(int x, int y, const Blend& blend) {
     for (int i = 1; i < 4; ++i)
         if (blend.weight[i] > blend.weight[heaviest]) heaviest = i;
     float* const to = wordsOf(pixel);
-    for (const Plane& plane : planes_) {
-        if (plane.combine == Combine::Filter) continue;
-        const float* const from = wordsOf(index(blend.x[heaviest], blend.y[heaviest]));
-        std::copy_n(from + plane.offset, plane.components, to + plane.offset);
-    }
-    for (const Run& run : filteredRuns_) std::fill_n(to + run.offset, run.words, 0.0f);
+    const float* const nearest = wordsOf(index(blend.x[heaviest], blend.y[heaviest]));
+    for (const image::Buffer* buffer : unfiltered_)
+        std::copy_n(nearest + offsetOf(*buffer), buffer->components, to + offsetOf(*buffer));
+    for (const WordRange& range : filtered_) std::fill_n(to + range.first, range.count, 0.0f);
     for (int i = 0; i < 4; ++i) {
         const std::size_t source = index(blend.x[i], blend.y[i]);
         const float weight = blend.weight[i] / weights_[source];
         const float* const from = wordsOf(source);
-        for (const Run& run : filteredRuns_)
-            for (int w = run.offset; w < run.offset + run.words; ++w) to[w] += weight * from[w];
+        for (const WordRange& range : filtered_)
+            for (int w = range.first; w < range.first + range.count; ++w) to[w] += weight * from[w];
     }
     // The weight stays 0, so that the pixel does not pass for a sampled one; resolve leaves it as it is.
 }
@@ -160,18 +153,17 @@ void Film::resolve() {
         if (weights_[pixel] == 0.0f) continue;
         const float scale = 1.0f / weights_[pixel];
         float* const words = wordsOf(pixel);
-        for (const Run& run : filteredRuns_)
-            for (int w = run.offset; w < run.offset + run.words; ++w) words[w] *= scale;
+        for (const WordRange& range : filtered_)
+            for (int w = range.first; w < range.first + range.count; ++w) words[w] *= scale;
     }
 }
 
 std::vector<image::Layer> Film::layers() const {
     std::vector<image::Layer> layers;
-    for (const Plane& plane : planes_) {
-        const std::size_t behind = wordsPerPixel_ - static_cast<std::size_t>(plane.components);
-        layers.push_back({&framebuffers_.buffers()[static_cast<std::size_t>(plane.bufferIndex)],
-                          {words_.data() + plane.offset, words_.size() - behind},
-                          wordsPerPixel_});
+    for (const image::Buffer& buffer : shownBuffers(framebuffers_)) {
+        const std::size_t behind = wordsPerPixel_ - static_cast<std::size_t>(buffer.components);
+        layers.push_back(
+            {&buffer, {words_.data() + offsetOf(buffer), words_.size() - behind}, wordsPerPixel_});
     }
     return layers;
 }

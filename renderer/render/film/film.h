@@ -4,6 +4,7 @@
 #include "image/framebuffers.h"
 #include "image/picture_file.h"
 #include "render/film/pixel_filter.h"
+#include "render/film/pixel_window.h"
 
 #include <shader.h>
 
@@ -11,13 +12,6 @@
 #include <vector>
 
 namespace orca::render {
-
-/// Rendered pixels, inclusive, lower left origin.
-struct PixelWindow {
-    int xl, yl, xh, yh;
-    [[nodiscard]] int width() const { return xh - xl + 1; }
-    [[nodiscard]] int height() const { return yh - yl + 1; }
-};
 
 /// Pixels of all buffers. A pixel is written by one thread at a time; pixels are independent of each other.
 /// The words of a pixel lie together, all buffers in one place: a sample with many passes then touches a few
@@ -34,12 +28,12 @@ public:
     void add(int x, int y, const PixelFilter::Placement& placement, const float* values);
     /// Tells the processor that samples of this pixel are going to be added soon.
     void prefetch(int x, int y) const;
-    /// Copies all words of one pixel from others by bilinear weights; unfiltered words come from the
-    /// heaviest.
+    /// Four pixels and their weights, which add up to 1.
     struct Blend {
         int x[4], y[4];
         float weight[4];
     };
+    /// Fills a pixel that has no sample from four that have; unfiltered values come from the heaviest.
     void interpolate(int x, int y, const Blend& blend);
 
     [[nodiscard]] bool sampled(int x, int y) const { return weights_[index(x, y)] != 0.0f; }
@@ -56,15 +50,8 @@ public:
     [[nodiscard]] std::size_t bytes() const;
 
 private:
-    enum class Combine { Filter, NearestCentre, NearestSurface };
-    struct Plane {
-        int bufferIndex;
-        int offset; // first word in a pixel
-        int components;
-        Combine combine;
-    };
-    struct Run {
-        int offset, words; // contiguous filtered words of a pixel
+    struct WordRange {
+        int first, count; // of a pixel's words
     };
 
     void addUnfiltered(std::size_t pixel, float distance, const float* values);
@@ -74,6 +61,10 @@ private:
                static_cast<std::size_t>(x - window_.xl);
     }
 
+    /// First word of a buffer in a pixel.
+    [[nodiscard]] std::size_t offsetOf(const image::Buffer& buffer) const {
+        return static_cast<std::size_t>(buffer.sampleOffset) - scratchWords_;
+    }
     [[nodiscard]] float* wordsOf(std::size_t pixel) { return words_.data() + pixel * wordsPerPixel_; }
     [[nodiscard]] const float* wordsOf(std::size_t pixel) const {
         return words_.data() + pixel * wordsPerPixel_;
@@ -81,12 +72,11 @@ private:
 
     const image::FramebufferSet& framebuffers_;
     PixelWindow window_;
-    std::vector<Plane> planes_;
-    std::vector<Run> filteredRuns_;
-    std::size_t scratchWords_;  // of the scratch buffer, with which a sample begins and which no pixel keeps
-    std::size_t wordsPerPixel_; // a sample's words less those
-    int primaryOffset_ = 0;
-    bool hasUnfiltered_ = false;
+    std::vector<WordRange> filtered_; // neighbouring buffers in one range
+    std::vector<const image::Buffer*> unfiltered_;
+    std::size_t scratchWords_;  // of the scratch buffer, first in a sample and in no pixel
+    std::size_t wordsPerPixel_; // a sample's words without those
+    std::size_t primaryOffset_;
     // By pixel. What is added here counts in bytesNeeded.
     std::vector<float> words_;
     std::vector<float> weights_;

@@ -93,7 +93,7 @@ miRange radiusRange(const RenderContext& context, const miState& state, const mi
     // Records further apart than the points that were looked at ahead would leave gaps between them.
     constexpr float spacings = 1.5f;
     const float slant = std::max(0.2f, std::abs(state.dot_nd));
-    least = std::max(least, spacings * pixel * static_cast<float>(frame.gatherSpacing) / slant);
+    least = std::max(least, spacings * pixel * static_cast<float>(frame.gather.spacing) / slant);
     if (bounce > 0) least = std::max(least, shareOfSceneAtBounces * mi_vector_norm(&size));
     return {std::min(least, most), most};
 }

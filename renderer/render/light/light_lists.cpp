@@ -13,7 +13,7 @@ namespace orca::render {
 namespace {
 
 void expand(const Frame& frame, miTag tag, std::vector<miTag>& lights) {
-    if (frame.lightOf(tag)) {
+    if (frame.lights.of(tag)) {
         lights.push_back(tag);
         return;
     }

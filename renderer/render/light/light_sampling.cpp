@@ -103,7 +103,7 @@ bool aim(ChildState& child, const LightInstance& light, const miState* state, co
 miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, miState* state,
                       miTag lightInstance, miInteger& samples, AreaSampling area) {
     RenderContext& context = renderContextOf(state);
-    const LightInstance* light = context.frame.lightOf(lightInstance);
+    const LightInstance* light = context.frame.lights.of(lightInstance);
     if (!light || light->record->off || context.depth >= maxNesting) return miFALSE;
     const bool sampleArea = area == AreaSampling::Full && light->hasArea();
     const SampleCounts counts = sampleArea ? countsAt(*light->light, state) : SampleCounts{1, 1};
@@ -134,7 +134,7 @@ miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, mi
 miScalar sampleLightProfile(miState* state, miTag profile, miBoolean interpolate) {
     if (profile == miNULLTAG) return 1.0f;
     const Frame& frame = renderContextOf(state).frame;
-    const LightInstance* light = frame.lightOf(state->light_instance);
+    const LightInstance* light = frame.lights.of(state->light_instance);
     miVector direction = state->dir;
     if (light) mi_vector_transform(&direction, &state->dir, light->record->tf.global_to_local);
     return frame.lightProfiles.toward(profile, direction, interpolate != miFALSE);

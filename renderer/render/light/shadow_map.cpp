@@ -5,6 +5,9 @@
 #include "base/parallel_for.h"
 #include "geometry/scene_geometry.h"
 
+#include <tbb/global_control.h>
+#include <tbb/task_arena.h>
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -167,6 +170,18 @@ float ShadowMap::lit(const miVector& point) const {
         sum += project(beside, projected) ? compare(projected) : 1.0f;
     }
     return sum / static_cast<float>(samples);
+}
+
+ShadowMaps::ShadowMaps(const geometry::SceneGeometry& geometry, const LightInstances& lights,
+                       const miOptions& options, int threads) {
+    if (!options.use_shadow_maps) return;
+    const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
+                                          static_cast<std::size_t>(threads));
+    tbb::task_arena arena(threads);
+    arena.execute([&] {
+        for (const LightInstance& light : lights.all())
+            if (light.light->use_shadow_maps) maps_.emplace_back(light.instance, ShadowMap(geometry, light));
+    });
 }
 
 } // namespace orca::render

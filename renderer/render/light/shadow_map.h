@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "render/context/light_instance.h"
+#include "render/context/light_instances.h"
 
 #include <utility>
 #include <vector>
@@ -52,16 +52,16 @@ private:
 /// The maps of a picture's lights.
 class ShadowMaps {
 public:
-    void add(const geometry::SceneGeometry& geometry, const LightInstance& light) {
-        maps_.emplace_back(light.instance, ShadowMap(geometry, light));
-    }
+    /// Makes those that lights and options ask for, on an arena of at most `threads` threads.
+    ShadowMaps(const geometry::SceneGeometry& geometry, const LightInstances& lights,
+               const miOptions& options, int threads);
+
     /// Null for a light that has none.
     [[nodiscard]] const ShadowMap* of(miTag lightInstance) const {
         for (const auto& [instance, map] : maps_)
             if (instance == lightInstance) return &map;
         return nullptr;
     }
-    [[nodiscard]] bool empty() const { return maps_.empty(); }
 
 private:
     std::vector<std::pair<miTag, ShadowMap>> maps_;

@@ -42,7 +42,7 @@ miVector along(const miVector& from, const miVector& direction, float distance) 
 }
 
 ShadowPath pathOf(const RenderContext& context, miState* state) {
-    const LightInstance* light = context.frame.lightOf(state->light_instance);
+    const LightInstance* light = context.frame.lights.of(state->light_instance);
     ShadowPath path{};
     path.lightInstance = state->light_instance;
     path.lightState = state;

@@ -117,11 +117,11 @@ std::optional<ShapeHit> meet(const LightSpaceRay& ray, const miLight& light) {
 } // namespace
 
 bool findVisibleLight(const Frame& frame, const geometry::Ray& ray, float limit, LightHit& hit) {
-    if (frame.visibleLights().empty() || ray.rayClass == geometry::RayClass::Gather ||
+    if (frame.lights.visible().empty() || ray.rayClass == geometry::RayClass::Gather ||
         ray.rayClass == geometry::RayClass::Shadow)
         return false;
     bool found = false;
-    for (const LightInstance* light : frame.visibleLights()) {
+    for (const LightInstance* light : frame.lights.visible()) {
         const miTransform& place = light->record->tf;
         LightSpaceRay local;
         mi_point_transform(&local.origin, &ray.origin, place.global_to_local);

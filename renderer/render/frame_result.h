@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "image/picture_file.h"
+#include "render/context/render_context.h"
+#include "render/film/film.h"
+#include "render/picture.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orca::render {
+
+struct RenderStatistics {
+    RayCounts rays;
+    double buildSeconds = 0.0, renderSeconds = 0.0;
+    std::size_t triangles = 0, meshInstances = 0, lights = 0;
+    std::size_t filmBytes = 0;
+    int threads = 0;
+};
+
+/// A rendered picture: layers and what describes them.
+class FrameResult {
+public:
+    /// @param film of the picture's frame buffers, never null
+    FrameResult(Picture picture, std::unique_ptr<Film> film);
+
+    [[nodiscard]] const Picture& picture() const { return picture_; }
+    [[nodiscard]] Picture& picture() { return picture_; }
+    [[nodiscard]] const Film& film() const { return *film_; }
+    [[nodiscard]] Film& film() { return *film_; }
+    [[nodiscard]] std::vector<image::Layer> layers() const { return film_->layers(); }
+    [[nodiscard]] const image::PictureFrame& frame() const { return frame_; }
+    [[nodiscard]] image::PictureFrame& frame() { return frame_; }
+
+    RenderStatistics statistics;
+    bool interrupted = false;
+    std::vector<std::string> unwritten; ///< user buffers that no shader wrote
+
+private:
+    Picture picture_;
+    std::unique_ptr<Film> film_; // refers to the picture's frame buffers
+    image::PictureFrame frame_;
+};
+
+} // namespace orca::render

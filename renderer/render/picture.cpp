@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "render/picture.h"
+
+#include "scene/declarations/phenomenon_use.h"
+
+#include <algorithm>
+
+namespace orca::render {
+
+std::optional<PictureElements> pictureElements(const scene::Database& database,
+                                               const scene::RenderRequest& request, Log& log) {
+    auto* instance = database.find<scene::InstanceElement>(request.cameraInstance);
+    auto* camera = instance ? database.find<scene::CameraElement>(instance->instance.item) : nullptr;
+    auto* options = database.find<scene::OptionsElement>(request.options);
+    if (camera && options && database.find<scene::GroupElement>(request.group))
+        return PictureElements{request.group, request.cameraInstance, camera, options};
+    log.errorAt(request.location, "RNDR",
+                "render needs an instance group, an instance of a camera and options");
+    return std::nullopt;
+}
+
+Picture::Picture(const scene::Database& database, const PictureElements& elements, Log& log)
+    : options(*elements.options),
+      elements_(elements),
+      camera_(elements.camera->camera),
+      attachments_(
+          scene::attachmentsTo(database, {elements.group, elements.cameraInstance, elements.options->tag})),
+      framebuffers_(std::make_unique<image::FramebufferSet>(*elements.camera, *elements.options, log,
+                                                            attachments_.outputs)) {
+    setWindow(window());
+}
+
+void Picture::setResolution(int width, int height) {
+    camera_.x_resolution = width;
+    camera_.y_resolution = height;
+    setWindow({0, 0, width - 1, height - 1});
+}
+
+void Picture::setWindow(const PixelWindow& window) {
+    camera_.window.xl = std::clamp(window.xl, 0, camera_.x_resolution - 1);
+    camera_.window.yl = std::clamp(window.yl, 0, camera_.y_resolution - 1);
+    camera_.window.xh = std::clamp(window.xh, camera_.window.xl, camera_.x_resolution - 1);
+    camera_.window.yh = std::clamp(window.yh, camera_.window.yl, camera_.y_resolution - 1);
+}
+
+} // namespace orca::render
