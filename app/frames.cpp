@@ -35,7 +35,7 @@ std::optional<std::vector<int>> framesOf(std::string_view range) {
         std::optional<int> last = first, step = 1;
         if (take(range, '-')) last = takeNumber(range);
         if (take(range, 'x')) step = takeNumber(range);
-        constexpr int most = 1'000'000; // a slip of the finger is told before it fills the memory
+        constexpr int most = 1'000'000; // a mistyped range must not fill the memory
         if (!last || !step || *last < *first || *step < 1 || (*last - *first) / *step >= most) return {};
         for (long frame = *first; frame <= *last; frame += *step) frames.push_back(static_cast<int>(frame));
     } while (take(range, ','));

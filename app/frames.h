@@ -9,10 +9,10 @@
 namespace orca::app {
 
 /// Frame numbers of a range such as "12", "1-100", "1-100x2", or several joined by commas. Nothing for text
-/// that is no range, runs backwards or has a step below 1.
+/// that is no range, is descending or has a step below 1.
 [[nodiscard]] std::optional<std::vector<int>> framesOf(std::string_view range);
 
-/// True when the name has a run of `#`, which stands for the frame number.
+/// True when the name has a run of `#`, a placeholder of the frame number.
 [[nodiscard]] bool hasFramePattern(std::string_view name);
 
 /// Every run of `#` replaced by the frame number, padded with zeros to the run's length.

@@ -27,7 +27,7 @@ std::string defaultName(const std::string& scene) {
     return stem + ".exr";
 }
 
-/// Compressed pictures take about half of this.
+/// Bytes of the layered file before compression, which about halves them.
 std::uint64_t uncompressedBytes(const render::Picture& picture) {
     std::uint64_t pixel = 0;
     for (const image::PartDescription& part :

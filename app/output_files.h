@@ -12,10 +12,10 @@
 
 namespace orca::app {
 
-/// Where one picture goes.
+/// Paths of one picture's files.
 struct PictureFiles {
     std::string layered;                 ///< empty: not written
-    std::vector<std::string> sceneFiles; ///< that the scene itself names
+    std::vector<std::string> sceneFiles; ///< named by the scene's own statements
 };
 
 /// Names, checks and writes the files of a run's pictures.
@@ -23,11 +23,12 @@ class OutputFiles {
 public:
     OutputFiles(const CommandLine& command, Log& log);
 
-    /// Names of the next picture's files. A name without #### gets the frame number from the second picture
-    /// on.
+    /// Paths of the next picture's files. From the second picture on, the frame number is added to a name
+    /// without ####.
     PictureFiles next(const image::FramebufferSet& buffers, int frame);
 
-    /// True when all of them can be created and fit; said before rendering starts.
+    /// False, with messages, when a file cannot be created or does not fit on its disk; for use before
+    /// rendering.
     [[nodiscard]] bool check(const PictureFiles& files, const render::Picture& picture) const;
 
     /// Writes a finished picture. False, with messages, when something could not be written.

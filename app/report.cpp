@@ -92,7 +92,7 @@ void reportLeaks(const scene::Database& database, Log& log) {
     const auto pins = database.unbalancedPins();
     for (const auto& pin : pins)
         log.write(progress, "MAIN", "pins: \"{}\" (tag {}) is {} by {}", pin.name, pin.tag,
-                  pin.pins > 0 ? "still held" : "given back too often", std::abs(pin.pins));
+                  pin.pins > 0 ? "still held" : "released too often", std::abs(pin.pins));
     const auto leaks = MemoryLedger::instance().leaks();
     for (const auto& leak : leaks) {
         // The records of a render state that never saw a sample are kept on purpose.

@@ -18,14 +18,14 @@ struct PictureReport {
     bool interrupted;
 };
 
-/// Says what a picture took, at progress level.
+/// Logs a picture's counts and times, at progress level.
 void reportPicture(const PictureReport& picture, Log& log);
 
 /// Writes all pictures as JSON. False, with a message, when the file cannot be written.
 bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures, Log& log);
 
-/// At progress level: every pin that was not given back and every block that was not released, with who took
-/// it.
+/// Logs, at progress level, every database pin and every memory block that was not released, with the code
+/// that took it.
 void reportLeaks(const scene::Database& database, Log& log);
 
 } // namespace orca::app

@@ -48,8 +48,7 @@ Progress::Style progressStyle(const CommandLine& command) {
     return terminal ? Progress::Style::Bar : Progress::Style::Lines;
 }
 
-/// Width / height of a pixel. Scenes round the aspect of the image plane ("1.333"), which means square
-/// pixels.
+/// Width / height of a pixel. Scenes round the aspect of the image plane ("1.333"): nearly 1 is 1.
 float pixelAspect(const miCamera& camera, int width, int height) {
     const float aspect = camera.aspect * static_cast<float>(height) / static_cast<float>(width);
     return std::abs(aspect - 1.0f) < 0.005f ? 1.0f : aspect;
@@ -174,7 +173,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
            exitCode_ == exitRenderError; // a faulty frame does not stop a sequence
 }
 
-/// A size of another shape than the camera's view is nearly always meant as a size only.
+/// A resolution whose aspect differs from the camera's stretches the picture, which is rarely intended.
 void SceneRun::warnOfOblongPixels(const render::Picture& picture) {
     const scene::CameraElement& element = *picture.elements().camera;
     const miCamera &scene = element.camera, &camera = picture.camera();

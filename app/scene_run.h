@@ -18,7 +18,7 @@
 
 namespace orca::app {
 
-/// One scene from its first line to its last picture.
+/// Reads one scene and renders its pictures.
 class SceneRun {
 public:
     /// @param frame replaces #### in the scenes' names

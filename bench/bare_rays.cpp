@@ -95,18 +95,18 @@ BareRays::BareRays(LoadedScene& scene) : implementation_(std::make_unique<Implem
     if (!elements) throw std::runtime_error("the scene's render statement names too little");
 
     // The renderer's own scene graph traversal, so that both have the same triangles.
-    const geometry::SceneGeometry placed(scene.database(), scene.log(), elements->group,
-                                         elements->options->options, 0);
+    const geometry::SceneGeometry sceneGeometry(scene.database(), scene.log(), elements->group,
+                                                elements->options->options, 0);
     bare.device = rtcNewDevice(nullptr);
     bare.kernelScene = rtcNewScene(bare.device);
-    for (const geometry::MeshInstance& meshInstance : placed.meshInstances()) bare.add(meshInstance);
+    for (const geometry::MeshInstance& meshInstance : sceneGeometry.meshInstances()) bare.add(meshInstance);
     rtcCommitScene(bare.kernelScene);
 
     bare.camera = elements->camera->camera;
     const render::CameraPlacement placement(
         *scene.database().find<scene::InstanceElement>(elements->cameraInstance));
     mi_matrix_copy(bare.cameraToWorld, placement.start().toWorld);
-    const render::LightInstances lights(scene.database(), placed.lights());
+    const render::LightInstances lights(scene.database(), sceneGeometry.lights());
     for (const render::LightInstance& light : lights.all()) {
         const miVector& direction = light.direction;
         if (light.directional()) bare.lights.push_back({{-direction.x, -direction.y, -direction.z}, true});

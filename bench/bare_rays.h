@@ -8,8 +8,8 @@
 
 namespace orca::bench {
 
-/// The ray-tracing kernel alone, with a loaded scene's triangles, camera and lights: what is left when
-/// nothing is shaded, filtered or stored. The measure of how much a renderer adds.
+/// The ray-tracing kernel alone, with a loaded scene's triangles, camera and lights: nothing is shaded,
+/// filtered or stored. The reference for the renderer's own cost.
 class BareRays {
 public:
     explicit BareRays(LoadedScene& scene);

@@ -14,7 +14,7 @@
 
 namespace orca::bench {
 
-/// Where a scene and what it asks for are found.
+/// Paths of a scene and of what it includes and links.
 struct ScenePaths {
     std::string file;
     std::vector<std::string> includes;  ///< of declarations

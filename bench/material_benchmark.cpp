@@ -22,7 +22,7 @@ using orca::bench::LoadedScene;
 
 constexpr int extraCalls = 8;
 
-/// A scene file that lasts as long as the program needs it.
+/// A temporary scene file, removed with the object.
 class SceneFile {
 public:
     explicit SceneFile(const std::string& text)
@@ -43,12 +43,12 @@ private:
     std::filesystem::path path_;
 };
 
-/// A card that fills the picture, lit by a directional light without shadows. Mirrors trace nothing: what is
-/// timed is the material.
+/// A card that fills the picture, lit by a directional light without shadows. No rays are traced from it, so
+/// that the material alone is timed.
 std::string sceneText(const std::string& shader, int passes, int extra) {
     const std::string parameters = std::string("( \"color\" 0.5 0.4 0.3 1") +
                                    (shader == "orcaVelaLambert" ? "" : ", \"reflectionLimit\" 0") + " )";
-    // Instances of their own: members of one instance's result share a call.
+    // Separate instances, because members of one instance's result share a call.
     std::string extras, instances;
     for (int i = 0; i < extra; ++i) {
         instances += fmt::format("shader \"extra {}\" \"{}\" {}\n", i, shader, parameters);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// Nanoseconds per call of the noise and ramp functions. The value noises stand beside bare loops that read as
-// many table entries and only add them up: nothing can be faster, so their ratio says what the arithmetic
-// costs.
+// Nanoseconds per call of the noise and ramp functions. The value noises are compared with bare loops that
+// read as many table entries and only add them up: nothing can be faster, so the ratio is the cost of the
+// arithmetic.
 #include "orcaNoise.h"
 #include "orcaRamp.h"
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Points that wander through the lattice without a pattern that a cache could learn.
+/// Pseudo-random points, so that table reads have no pattern that a cache could predict.
 struct Points {
     std::array<double, 4096> values;
     Points() {

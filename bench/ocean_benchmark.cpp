@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the ocean costs: its waves at a point by the number of octaves, beside a bare loop of as many cosines
-// from the C library; and a frame of it beside a frame of the still life, in one process.
+// Cost of the ocean: its waves at a point by the number of octaves, compared with a bare loop of as many
+// cosines from the C library; and a frame of it compared with a frame of the still life, in one process.
 #include "benchmark_command.h"
 #include "loaded_scene.h"
 #include "orcaOceanWaves.h"
@@ -25,8 +25,7 @@ Ramp constantRamp(float value) {
     return ramp;
 }
 
-/// Nanoseconds per call of body(i), from the fastest of many short runs: what disturbs a run only ever slows
-/// it.
+/// Nanoseconds per call of body(i), from the fastest of many short runs: disturbances only slow a run down.
 template <class Body>
 double nanoseconds(int rounds, const Body& body) {
     constexpr int calls = 200, runsPerRound = 100;
@@ -41,7 +40,7 @@ double nanoseconds(int rounds, const Body& body) {
 
 volatile float sink;
 
-/// A turbulent, peaked sea with foam, as a shading call asks for it.
+/// A turbulent, peaked sea with foam, as a shading call evaluates it.
 struct Sea {
     explicit Sea(int octaves) : count(static_cast<float>(octaves)) {
         ocean_prepare(scale, shortest, longest, count, ratio);
@@ -125,7 +124,7 @@ void printFrames(int rounds) {
 
 int main(int argc, char** argv) {
     int rounds = 5;
-    CLI::App command{"Times the ocean: its waves by octaves, and a frame of it beside the still life"};
+    CLI::App command{"Times the ocean: its waves by octaves, and a frame of it compared with the still life"};
     return orca::bench::runBenchmark(command, argc, argv, "orca-bench-ocean", rounds, [&] {
         printPoints(rounds);
         printFrames(rounds);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Times the still life in one process, so that the figures that count are ratios of neighbours on one
-// machine: what passes cost, what a second thread brings, and how far the renderer is from the ray-tracing
-// kernel alone.
+// Times the still life in one process, so that the figures that matter are ratios on one machine: the cost of
+// passes, the speed-up by a second thread, and the share of time that the ray-tracing kernel alone takes.
 
 #include "bare_rays.h"
 #include "benchmark_command.h"
@@ -19,7 +18,7 @@ namespace {
 using orca::bench::BareRays;
 using orca::bench::LoadedScene;
 
-/// One way to render, and the fastest of its rounds: what disturbs a run only ever slows it.
+/// One configuration, and the fastest of its rounds: disturbances only slow a run down.
 struct Candidate {
     std::string name;
     LoadedScene* scene;
@@ -58,7 +57,7 @@ void compare(const Setting& setting) {
     const BareRays bare(plain);
     Candidate beauty{"picture alone", &plain, 1}, with12{"12 passes", &twelve, 1},
         with35{"35 passes", &all, 1}, parallel{"picture alone", &plain, 2};
-    for (LoadedScene* scene : {&plain, &twelve, &all}) scene->render(1); // from here on everything is warm
+    for (LoadedScene* scene : {&plain, &twelve, &all}) scene->render(1); // caches are warm from here on
 
     BareRays::Result kernel;
     kernel.seconds = std::numeric_limits<double>::infinity();

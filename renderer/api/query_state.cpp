@@ -10,9 +10,9 @@ namespace orca::api {
 
 namespace {
 
-Answer matrix(const Query& query, render::Space space, render::Direction direction) {
+Answer matrix(const Query& query, render::CoordinateSpace space, render::Mapping mapping) {
     auto* result = static_cast<miScalar*>(query.result);
-    if (const miScalar* m = render::spaceMatrix(query.state, space, direction)) mi_matrix_copy(result, m);
+    if (const miScalar* m = render::spaceMatrix(query.state, space, mapping)) mi_matrix_copy(result, m);
     else mi_matrix_ident(result);
     return Answer::Given;
 }
@@ -37,8 +37,8 @@ Answer answerAboutState(const Query& query) {
     }
     if (!query.state || !query.state->ext) return Answer::Unavailable;
     const shading::CallContext& context = shading::contextOf(query.state);
-    using render::Direction;
-    using render::Space;
+    using render::CoordinateSpace;
+    using render::Mapping;
     switch (query.code) {
     case miQ_FUNC_CALLTYPE: query.answer<int>(context.callType); break;
     case miQ_FINALGATHER_STATE: query.answer<int>(context.gatherState); break;
@@ -49,12 +49,12 @@ Answer answerAboutState(const Query& query) {
             std::max(1, render::renderContextOf(query.state).frame.geometry.maxTextureSpaces()));
         break;
     case miQ_NUM_BUMPS: query.answer<int>(query.state->bump_x_list ? 1 : 0); break;
-    case miQ_TRANS_INTERNAL_TO_WORLD: return matrix(query, Space::World, Direction::To);
-    case miQ_TRANS_WORLD_TO_INTERNAL: return matrix(query, Space::World, Direction::From);
-    case miQ_TRANS_INTERNAL_TO_CAMERA: return matrix(query, Space::Camera, Direction::To);
-    case miQ_TRANS_CAMERA_TO_INTERNAL: return matrix(query, Space::Camera, Direction::From);
-    case miQ_TRANS_INTERNAL_TO_OBJECT: return matrix(query, Space::Object, Direction::To);
-    case miQ_TRANS_OBJECT_TO_INTERNAL: return matrix(query, Space::Object, Direction::From);
+    case miQ_TRANS_INTERNAL_TO_WORLD: return matrix(query, CoordinateSpace::World, Mapping::FromInternal);
+    case miQ_TRANS_WORLD_TO_INTERNAL: return matrix(query, CoordinateSpace::World, Mapping::ToInternal);
+    case miQ_TRANS_INTERNAL_TO_CAMERA: return matrix(query, CoordinateSpace::Camera, Mapping::FromInternal);
+    case miQ_TRANS_CAMERA_TO_INTERNAL: return matrix(query, CoordinateSpace::Camera, Mapping::ToInternal);
+    case miQ_TRANS_INTERNAL_TO_OBJECT: return matrix(query, CoordinateSpace::Object, Mapping::FromInternal);
+    case miQ_TRANS_OBJECT_TO_INTERNAL: return matrix(query, CoordinateSpace::Object, Mapping::ToInternal);
     default: return Answer::Unavailable;
     }
     return Answer::Given;

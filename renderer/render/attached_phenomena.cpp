@@ -13,7 +13,7 @@ namespace {
 std::vector<miTag> membersOf(const scene::Database& database, miTag list) {
     std::vector<miTag> members;
     while (const auto* shader = database.find<scene::FunctionElement>(list)) {
-        if (std::find(members.begin(), members.end(), list) != members.end()) break; // bitten its tail
+        if (std::find(members.begin(), members.end(), list) != members.end()) break; // the list is a cycle
         members.push_back(list);
         list = shader->function()->next_function;
     }
@@ -51,7 +51,7 @@ miTag AttachedPhenomena::extendedGroup(miTag group) {
     return group_;
 }
 
-/// `more` appended to `list`, unless they share members: a shader has one place in a list.
+/// Appends `more` to `list`, unless they share members: a shader can be in a list once only.
 miTag AttachedPhenomena::joined(miTag list, miTag more) {
     const std::vector<miTag> first = membersOf(database_, list), second = membersOf(database_, more);
     if (first.empty() || second.empty()) return first.empty() ? more : list;

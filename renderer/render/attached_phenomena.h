@@ -10,8 +10,8 @@
 
 namespace orca::render {
 
-/// What phenomena attach to one picture: its camera's shader lists grow, and its root group is joined by
-/// their instances. The scene is as before when this goes.
+/// Attaches phenomena to one picture: extends its camera's shader lists, and its root group by their
+/// instances. The destructor restores the scene.
 class AttachedPhenomena {
 public:
     AttachedPhenomena(scene::Database& database, const scene::PhenomenonAttachments& attachments);
@@ -19,10 +19,11 @@ public:
     AttachedPhenomena(const AttachedPhenomena&) = delete;
     AttachedPhenomena& operator=(const AttachedPhenomena&) = delete;
 
-    /// Lens shaders come before the camera's own, so that those, and what passes record, see the scene behind
-    /// all of them. Volume and environment shaders come after and work on what the camera's own give.
+    /// Lens shaders are put before the camera's own, so that those, and what passes record, see the scene
+    /// through all of them. Volume and environment shaders are put after and work on the results of the
+    /// camera's own.
     void extend(miCamera& camera);
-    /// The group itself, or one in its place that holds the instances as well.
+    /// The group itself, or a copy of it with the instances.
     miTag extendedGroup(miTag group);
 
 private:

@@ -57,18 +57,18 @@ DisplacementCalls::DisplacementCalls(const Frame& frame, int threads)
       usable_(frame.database.endTag()) {
     for (miTag tag = 1; tag < frame.database.endTag(); ++tag)
         if (const miMaterial* material = frame.materialOf(tag); material && material->displace)
-            usable_[material->displace] = answersScalar(material->displace);
+            usable_[material->displace] = returnsScalar(material->displace);
 }
 
 DisplacementCalls::~DisplacementCalls() = default;
 
-bool DisplacementCalls::answersScalar(miTag shader) const {
+bool DisplacementCalls::returnsScalar(miTag shader) const {
     for (miTag tag = shader; tag != miNULLTAG; tag = frame_.runtime.next(tag)) {
         const auto* element = frame_.database.find<scene::FunctionElement>(tag);
         if (!element) return false;
         if (element->declaration->result.type == miTYPE_SCALAR) continue;
         frame_.log.errorAt(element->location, "RNDR",
-                           "displacement shader \"{}\": \"{}\" does not answer a scalar; connect a scalar "
+                           "displacement shader \"{}\": \"{}\" does not return a scalar; connect a scalar "
                            "result of it to \"height\" of \"velaDisplacement\" and use that",
                            element->name, element->declaration->name);
         return false;

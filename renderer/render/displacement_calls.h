@@ -9,11 +9,11 @@
 
 namespace orca::render {
 
-/// How large things look through the picture's camera.
+/// The picture's camera as far as tessellation depends on it.
 [[nodiscard]] geometry::DisplacementView displacementView(const Frame& frame);
 
 /// Calls materials' displacement shaders on vertices, before the picture is rendered. Safe from the threads
-/// of an arena of at most `threads`; each gets a base state of its own.
+/// of an arena of at most `threads`; each thread has a base state of its own.
 class DisplacementCalls {
 public:
     DisplacementCalls(const Frame& frame, int threads);
@@ -21,15 +21,15 @@ public:
     DisplacementCalls(const DisplacementCalls&) = delete;
     DisplacementCalls& operator=(const DisplacementCalls&) = delete;
 
-    /// What the shaders of the vertex's material answer; 0 where there is none and where they fail, which is
-    /// counted for the report.
+    /// Height that the displacement shaders of the vertex's material return, object space; 0 without one and
+    /// where they fail, which is counted for the report.
     float operator()(const geometry::MeshInstance& meshInstance, const geometry::DisplacementVertex& vertex);
 
 private:
     struct Worker;
     [[nodiscard]] Worker& workerOfThisThread();
-    /// False, with a message, when the shaders answer something else than a scalar.
-    [[nodiscard]] bool answersScalar(miTag shader) const;
+    /// False, with a message, when a shader of the list does not return a scalar.
+    [[nodiscard]] bool returnsScalar(miTag shader) const;
 
     const Frame& frame_;
     std::vector<std::unique_ptr<Worker>> workers_; // by thread number

@@ -12,8 +12,8 @@
 
 namespace orca::render {
 
-/// Renders passes over a picture in tiles, on as many threads as asked for. Each thread keeps one render
-/// state from its first tile to `close`.
+/// Renders passes over a picture in tiles, on a number of threads. Each thread keeps one render context from
+/// its first tile to `close`.
 class TileRenderer {
 public:
     /// @param progress gets the share of the work that is done, 0 to 1, from one thread at a time; may be
@@ -25,10 +25,10 @@ public:
 
     /// False when the render was stopped before all tiles were done.
     bool render(const AdaptiveSampler::Pass& pass);
-    /// Calls `work` for 0 to count - 1, in any order, each on some thread's render state. False when the
+    /// Calls `work` for 0 to count - 1, in any order, each with its thread's render context. False when the
     /// render was stopped before all were done.
     bool forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work);
-    /// Ends the threads' render states. Once, after the last pass.
+    /// Closes the threads' base states. Once, after the last pass.
     void close();
 
     [[nodiscard]] RayCounts counts() const;

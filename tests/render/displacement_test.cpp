@@ -296,7 +296,7 @@ TEST(DisplacementShaders, AddUpInAListAndAreSwitchedOffByTheOptions) {
 
 TEST(DisplacementShaders, ThatAnswerNoScalarAreNamedAndLeftOut) {
     const RenderedScene picture(displacedCard("displace \"testFlat\" ( \"color\" 1 1 1 1 )").text());
-    EXPECT_TRUE(picture.logged("\"testFlat\" does not answer a scalar"));
+    EXPECT_TRUE(picture.logged("\"testFlat\" does not return a scalar"));
     EXPECT_EQ(picture.pixel("main", 8, 8).b, 0.0f);
 }
 

@@ -14,7 +14,7 @@ namespace {
 miBoolean castEyeRay(RenderContext& context, ChildState& child, miColor& result) {
     const Frame& frame = context.frame;
     ++context.counts.eye;
-    // A lens shader may hand in any length.
+    // Lens shaders may pass a direction of any length.
     mi_vector_normalize(&child->dir);
     geometry::Ray ray;
     ray.origin = child->org;

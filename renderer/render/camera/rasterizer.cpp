@@ -11,7 +11,7 @@ namespace orca::render {
 namespace {
 
 constexpr int maxLayers = 256;
-constexpr float closed = 1.0f - 1e-4f; // what shines through beyond this is invisible
+constexpr float closed = 1.0f - 1e-4f; // opacity beyond which what is behind is invisible
 
 /// The most recent state at the end of the eye ray.
 const miState& eyeHit(const RenderContext& context) {
@@ -31,9 +31,8 @@ void composite(miColor& below, miColor& transmitted, const miColor& layer, const
     transmitted.a *= 1.0f - opacity.a;
 }
 
-/// In buffers that are weighted by opacity what a layer has added counts by what its predecessors let
-/// through. Behind the last surface nothing else is kept: what is there belongs to these buffers and to the
-/// picture.
+/// Multiplies what a layer has added to the buffers that are weighted by opacity with the transmittance of
+/// the layers in front. Of the background, behind the last surface, these buffers alone keep anything.
 void weightByOpacity(RenderContext& context, const miColor& transmitted, bool isBackground) {
     std::vector<float>& words = context.sampleWords;
     std::vector<float>& before = context.wordsBeforeLayer;
@@ -68,8 +67,8 @@ void rasterizeEyeSample(RenderContext& context, miColor& color) {
         callStateShaders(context, miSHADERSTATE_SAMPLE_INIT, layer, delivered);
         delivered = traceThroughLenses(context, layer);
         const bool hit = context.base.child && eyeHit(context).instance != miNULLTAG;
-        // The space behind the last layer belongs to the picture; passes that are not weighted take it only
-        // where nothing is before it.
+        // The background is part of the picture; passes that are not weighted take it only where no surface
+        // is in front.
         const bool isBackground = !hit && layers > 0;
         if (!isBackground || weighs) callStateShaders(context, miSHADERSTATE_SAMPLE_EXIT, layer, delivered);
         if (weighs) weightByOpacity(context, transmitted, isBackground);

@@ -5,63 +5,66 @@
 
 namespace orca::render {
 
-const miScalar* spaceMatrix(const miState* state, Space space, Direction direction) {
+const miScalar* spaceMatrix(const miState* state, CoordinateSpace space, Mapping mapping) {
     const RenderContext& context = renderContextOf(state);
     const Frame& frame = context.frame;
     if (const DisplacementSpace* object = renderContextOf(state).displacementSpace) {
         switch (space) {
-        case Space::World: return direction == Direction::To ? object->toWorld : object->fromWorld;
-        case Space::Camera: return direction == Direction::To ? object->toCamera : object->fromCamera;
+        case CoordinateSpace::World:
+            return mapping == Mapping::FromInternal ? object->toWorld : object->fromWorld;
+        case CoordinateSpace::Camera:
+            return mapping == Mapping::FromInternal ? object->toCamera : object->fromCamera;
         default: return nullptr;
         }
     }
     const miInstance* instance = nullptr;
     switch (space) {
-    case Space::World: return nullptr;
-    case Space::Camera: return direction == Direction::To ? context.camera.fromWorld : context.camera.toWorld;
-    case Space::Object:
+    case CoordinateSpace::World: return nullptr;
+    case CoordinateSpace::Camera:
+        return mapping == Mapping::FromInternal ? context.camera.fromWorld : context.camera.toWorld;
+    case CoordinateSpace::Object:
         if (const geometry::MeshInstance* meshInstance = frame.meshInstanceOf(state->instance))
             instance = meshInstance->instanceRecord;
         break;
-    case Space::Light:
+    case CoordinateSpace::Light:
         if (const LightInstance* light = frame.lights.of(state->light_instance)) instance = light->record;
         break;
     }
     if (!instance) return nullptr;
-    return direction == Direction::To ? instance->tf.global_to_local : instance->tf.local_to_global;
+    return mapping == Mapping::FromInternal ? instance->tf.global_to_local : instance->tf.local_to_global;
 }
 
-void transformPoint(const miState* state, Space space, Direction direction, miVector& result,
+void transformPoint(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
                     const miVector& point) {
-    const miScalar* matrix = spaceMatrix(state, space, direction);
+    const miScalar* matrix = spaceMatrix(state, space, mapping);
     if (matrix) mi_point_transform(&result, &point, matrix);
     else result = point;
 }
 
-void transformVector(const miState* state, Space space, Direction direction, miVector& result,
+void transformVector(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
                      const miVector& vector) {
-    const miScalar* matrix = spaceMatrix(state, space, direction);
+    const miScalar* matrix = spaceMatrix(state, space, mapping);
     if (matrix) mi_vector_transform(&result, &vector, matrix);
     else result = vector;
 }
 
-void transformNormal(const miState* state, Space space, Direction direction, miVector& result,
+void transformNormal(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
                      const miVector& normal) {
-    const miScalar* inverse =
-        spaceMatrix(state, space, direction == Direction::To ? Direction::From : Direction::To);
+    const miScalar* inverse = spaceMatrix(
+        state, space, mapping == Mapping::FromInternal ? Mapping::ToInternal : Mapping::FromInternal);
     if (inverse) mi_vector_transform_T(&result, &normal, inverse);
     else result = normal;
 }
 
 void pointToRaster(const miState* state, miVector& result, const miVector& point) {
     miVector inCamera;
-    transformPoint(state, Space::Camera, Direction::To, inCamera, point);
+    transformPoint(state, CoordinateSpace::Camera, Mapping::FromInternal, inCamera, point);
     result = renderContextOf(state).frame.rasterFromCamera(inCamera);
 }
 
 void pointFromRaster(const miState* state, miVector& result, const miVector& point) {
     const miVector inCamera = renderContextOf(state).frame.cameraFromRaster(point);
-    transformPoint(state, Space::Camera, Direction::From, result, inCamera);
+    transformPoint(state, CoordinateSpace::Camera, Mapping::ToInternal, result, inCamera);
 }
 
 } // namespace orca::render

@@ -5,22 +5,22 @@
 
 namespace orca::render {
 
-/// Spaces that shaders know beside the internal one, which is world space here, and the object's own in
+/// Coordinate spaces of shaders besides internal space, which is world space, and object space in
 /// displacement calls.
-enum class Space { World, Camera, Object, Light };
-/// To: from internal space into the named one; From: back.
-enum class Direction { To, From };
+enum class CoordinateSpace { World, Camera, Object, Light };
+/// From internal space to a coordinate space, or from that to internal space.
+enum class Mapping { FromInternal, ToInternal };
 
 /// The matrix of a mapping; null for the identity. Object and light space are those of the state's instance
 /// and light instance, and internal space where the state has none.
-[[nodiscard]] const miScalar* spaceMatrix(const miState* state, Space space, Direction direction);
+[[nodiscard]] const miScalar* spaceMatrix(const miState* state, CoordinateSpace space, Mapping mapping);
 
-void transformPoint(const miState* state, Space space, Direction direction, miVector& result,
+void transformPoint(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
                     const miVector& point);
-void transformVector(const miState* state, Space space, Direction direction, miVector& result,
+void transformVector(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
                      const miVector& vector);
 /// By the transposed inverse; not renormalised.
-void transformNormal(const miState* state, Space space, Direction direction, miVector& result,
+void transformNormal(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
                      const miVector& normal);
 
 /// Raster space: pixels from the lower left corner, z as in camera space.

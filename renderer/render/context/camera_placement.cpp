@@ -15,7 +15,7 @@ CameraPlacement::CameraPlacement(const scene::InstanceElement& element)
     end_ = start_;
     if (!moves_) return;
     mi_matrix_copy(end_.fromWorld, instance.motion_transform);
-    // A camera that is flattened at the end of the shutter cannot be said to go anywhere.
+    // A matrix that is singular at the end of the shutter has no motion to interpolate.
     if (mi_matrix_invert(end_.toWorld, end_.fromWorld)) return;
     end_ = start_;
     steps_.clear();

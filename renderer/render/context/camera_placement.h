@@ -14,8 +14,8 @@ struct CameraSpace {
     miMatrix toWorld, fromWorld;
 };
 
-/// Where the camera stands over the unit shutter. Between the ends, or the ends of motion steps, its matrix
-/// is interpolated entry by entry, as those of moving objects are.
+/// The camera's transform over the unit shutter. Between the ends, or the ends of motion steps, its matrix is
+/// interpolated entry by entry, as those of moving objects are.
 class CameraPlacement {
 public:
     /// `instance` of the camera, with the matrices of its whole path.
@@ -26,9 +26,9 @@ public:
     /// At `time`, 0 to 1.
     void at(float time, CameraSpace& space) const;
 
-    /// What the camera sees of a point's way from `opening` to `closing`, where it is at the ends of the
-    /// shutter: the displacement in camera space, turned into internal space by `now`, the camera at the time
-    /// of the sample.
+    /// Motion of a point relative to the camera, from `opening` to `closing`, its positions at the ends of
+    /// the shutter: the displacement in camera space, transformed to internal space by `now`, the camera at
+    /// the time of the sample.
     [[nodiscard]] miVector apparentMotion(const miVector& opening, const miVector& closing,
                                           const CameraSpace& now) const;
 

@@ -39,9 +39,9 @@ struct FrameParts {
     const LightInstances& lights;
     const LightProfiles& lightProfiles;
     GatherSettings gather;
-    std::uint32_t seed;            ///< of the sampling pattern
-    miLock globalLock;             ///< that shaders share
-    const std::atomic<bool>* stop; ///< set from outside when nobody wants the picture any more; null: never
+    std::uint32_t seed;                         ///< of the sampling pattern
+    miLock globalLock;                          ///< that shaders share
+    const std::atomic<bool>* stop;              ///< set from outside to stop the render; null: never stopped
     const ShadowMaps* shadowMaps = nullptr;     ///< null: shadows are traced
     const GatherCaches* gatherCaches = nullptr; ///< filled by the prepass; null: every sample gathers
 };
@@ -64,7 +64,7 @@ public:
 
     const std::span<const geometry::MeshInstance> meshInstances;
 
-    /// True when what is still computed is thrown away, so that deep rays may end at once.
+    /// True when the picture is discarded, so that deep rays may end at once.
     [[nodiscard]] bool stopped() const { return stop && stop->load(std::memory_order_relaxed); }
 
     /// True when anything, the camera included, moves over the shutter.

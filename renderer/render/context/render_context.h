@@ -23,8 +23,8 @@ enum SamplePhase : int {
     noImagePhase = 3, ///< outside of any sample of the picture
 };
 
-/// A derived state with the memory that its pointers lead to. Kept per nesting depth and reused, so that a
-/// caller can read its most recent child and no sample allocates.
+/// A derived state with the memory that it points to. Kept per nesting depth and reused: a caller can read
+/// its most recent child, and no sample allocates.
 struct DerivedState {
     miState state;
     std::vector<miVector> textureCoordinates; // never empty: lights write entry 0 for a while
@@ -32,14 +32,13 @@ struct DerivedState {
     miVector dPdu, dPdv;
 };
 
-/// The light and the way to it of a shadow query, for occluders' shaders that trace on.
-struct ShadowPath {
+/// The segment between an illuminated point and a light, for occluders' shaders that continue it.
+struct ShadowRay {
     miVector towardLight; ///< unit, from the illuminated point
-    miVector lightOrigin; ///< of directional lights: beyond everything
+    miVector lightOrigin; ///< of directional lights: beyond the scene's bounds
     float distance;       ///< from the illuminated point to lightOrigin
     bool directional;
     miTag lightInstance;
-    const miState* lightState;
 };
 
 /// Internal space of a displacement call: the object's own.
@@ -54,7 +53,7 @@ struct RayCounts {
                   occlusion = 0, environment = 0, samples = 0, materialCalls = 0, lightCalls = 0;
 };
 
-/// What the renderer itself knows of an eye sample's first hit; feeds the main frame buffers.
+/// What the renderer itself knows of an eye sample's first hit; feeds the built-in frame buffers.
 struct PrimaryHit {
     bool hit = false;
     float depth = 0.0f; ///< camera space, positive
@@ -77,7 +76,7 @@ struct RenderContext : shading::CallContext {
     std::vector<float> sampleWords;      ///< frame-buffer values of the current eye sample
     std::vector<std::uint8_t> written;   ///< buffers that a shader has put something into, by index
     std::vector<float> wordsBeforeLayer; ///< rasterizer: `sampleWords` as the layer found them
-    bool inEyeSample = false;            ///< false: frame-buffer values have nowhere to go
+    bool inEyeSample = false;            ///< false: frame-buffer values are discarded
 
     PrimaryHit primary;
     float eyeStart = 0.0f; ///< rasterizer: distance of the layer last shaded
@@ -87,12 +86,13 @@ struct RenderContext : shading::CallContext {
     bool opacitySet = false;
     miColor opacity{};
 
-    const ShadowPath* shadowPath = nullptr;
+    const ShadowRay* shadowRay = nullptr;
     const DisplacementSpace* displacementSpace = nullptr;   ///< set in displacement calls
     int gatherDepth = 0;                                    ///< nesting of gathers
     int gatherReflectionBase = 0, gatherRefractionBase = 0; ///< levels at which the innermost one began
-    PendingGatherRecords* pendingGatherRecords = nullptr;   ///< gathering ahead: where new records go
-    int depth = 0;                                          ///< nesting of derived states
+    PendingGatherRecords* pendingGatherRecords =
+        nullptr;   ///< in the gather prepass: where new records are added
+    int depth = 0; ///< nesting of derived states
 
     /// Puts the base state back to before an eye sample: at the camera, nothing hit. Raster position, time
     /// and ray are the sample's to set.

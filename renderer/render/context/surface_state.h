@@ -6,20 +6,21 @@
 
 namespace orca::render {
 
-/// Fills the intersection part of a state from a hit. `child.state.org` and `dir` are the ray's.
 enum class NormalSide { TowardRay, AsModelled };
+/// Fills the intersection part of a state from a hit. `child.state.org` and `dir` are the ray's.
 void setHit(const RenderContext& context, DerivedState& child, const geometry::Ray& ray,
             const geometry::Hit& hit, NormalSide side);
 
-/// Clears it: nothing was hit.
+/// Clears the intersection part of a state: nothing was hit.
 void setMiss(miState& state);
 
-/// A ray from `origin` along `state.dir` that does not meet the surface the state stands on.
+/// A ray from `origin`, the state's point or close to it, that does not hit the state's own surface again:
+/// its origin is offset and the triangle is skipped.
 [[nodiscard]] geometry::Ray rayFrom(const RenderContext& context, const miState& state,
                                     const miVector& origin, const miVector& direction,
                                     geometry::RayClass rayClass);
 
-/// Shutter time of a state as the tracing kernel takes it.
+/// Shutter time of a state for the ray-tracing kernel, 0 to 1.
 [[nodiscard]] float kernelTime(const RenderContext& context, const miState& state);
 
 } // namespace orca::render

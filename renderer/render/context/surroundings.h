@@ -5,10 +5,12 @@
 
 namespace orca::render {
 
-/// Environment seen along the state's direction: its own, else the camera's. False without one.
+/// Calls the environment shader for the state's direction: the state's own, else the camera's. False without
+/// one.
 miBoolean callEnvironment(RenderContext& context, miState* state, miColor& result);
 
-/// Volume of the space that the state's ray came through acts on `result`.
+/// Calls the volume shader of the space that the state's ray crossed; it changes `result`. Nothing to do
+/// without one, and where the options switch volumes off.
 void callVolume(RenderContext& context, miState* state, miColor& result, miBoolean& delivered);
 
 } // namespace orca::render

@@ -13,7 +13,7 @@ namespace {
 constexpr float farAway = std::numeric_limits<float>::infinity();
 constexpr float insidePixel = 0.5f;
 
-/// Depth 0 is "nothing there", so any surface is nearer.
+/// Depth 0 means that there is no surface, so any surface is nearer.
 bool isNearer(float depth, float than) {
     if (depth == 0.0f) return false;
     return than == 0.0f || depth < than;
@@ -130,7 +130,7 @@ void Film::interpolate(int x, int y, const Blend& blend) {
         for (const WordRange& range : filtered_)
             for (int w = range.first; w < range.first + range.count; ++w) to[w] += weight * from[w];
     }
-    // The weight stays 0, so that the pixel does not pass for a sampled one; resolve leaves it as it is.
+    // The weight stays 0: the pixel does not count as sampled, and resolve does not scale it.
 }
 
 miColor Film::mean(int x, int y) const {

@@ -14,19 +14,19 @@
 namespace orca::render {
 
 /// Pixels of all buffers. A pixel is written by one thread at a time; pixels are independent of each other.
-/// The words of a pixel lie together, all buffers in one place: a sample with many passes then touches a few
-/// neighbouring cache lines, not one in every buffer.
+/// The words of a pixel are contiguous, all buffers together: a sample with many passes touches a few
+/// neighbouring cache lines instead of one in every buffer.
 class Film {
 public:
     Film(const image::FramebufferSet& framebuffers, const PixelWindow& window);
-    /// Bytes that such a film will take.
+    /// Memory of such a film, bytes.
     [[nodiscard]] static std::size_t bytesNeeded(const image::FramebufferSet& framebuffers,
                                                  const PixelWindow& window);
 
     /// Adds a sample to the pixel at (x, y) in picture coordinates.
     /// @param values the sample's words of every buffer
     void add(int x, int y, const PixelFilter::Placement& placement, const float* values);
-    /// Tells the processor that samples of this pixel are going to be added soon.
+    /// Prefetches the pixel's words into the cache.
     void prefetch(int x, int y) const;
     /// Four pixels and their weights, which add up to 1.
     struct Blend {
@@ -77,7 +77,7 @@ private:
     std::size_t scratchWords_;  // of the scratch buffer, first in a sample and in no pixel
     std::size_t wordsPerPixel_; // a sample's words without those
     std::size_t primaryOffset_;
-    // By pixel. What is added here counts in bytesNeeded.
+    // By pixel. bytesNeeded counts every one of these.
     std::vector<float> words_;
     std::vector<float> weights_;
     std::vector<float> distances_; // of unfiltered values, only where there are any

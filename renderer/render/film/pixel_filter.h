@@ -5,10 +5,10 @@
 
 namespace orca::render {
 
-/// Reconstruction filter, sampled by importance: every sample is placed where the filter wants it and belongs
-/// to one pixel alone (M. Ernst, M. Stamminger, G. Greiner, "Filter Importance Sampling", 2006). So pixels
-/// are independent of each other and tiles need no borders. The negative lobes of Mitchell and Lanczos get
-/// every fourth sample.
+/// Reconstruction filter by importance sampling: the filter is the probability density of sample positions,
+/// and every sample contributes to one pixel only (M. Ernst, M. Stamminger, G. Greiner, "Filter Importance
+/// Sampling", 2006). So pixels are independent of each other and tiles need no borders. The negative lobes of
+/// Mitchell and Lanczos get every fourth sample.
 class PixelFilter {
 public:
     /// `kind` is one of miFILTER_*; widths are the whole support in pixels, 0 for the filter's usual width.
@@ -18,10 +18,10 @@ public:
         float x, y;   ///< offset from the pixel's centre, pixels
         float weight; ///< of the sample within its pixel
     };
-    /// SourceLocation of sample `index` of a pixel from three coordinates in [0, 1).
+    /// Position and weight of sample `index` of a pixel from three coordinates in [0, 1).
     [[nodiscard]] Placement place(unsigned index, float u, float v, float lobe) const;
 
-    /// False when `lobe` does not matter.
+    /// False when `place` ignores its `lobe`.
     [[nodiscard]] bool hasNegativeLobes() const { return negativeMass_ > 0.0f; }
     [[nodiscard]] float width() const { return x_.support; }
     [[nodiscard]] float height() const { return y_.support; }

@@ -13,7 +13,7 @@ namespace orca::render {
 
 namespace {
 
-/// Marks everything below as a gather: no image sample, no passes.
+/// Marks a context as gathering for the scope's lifetime: no image sample, no passes.
 class GatherScope {
 public:
     GatherScope(RenderContext& context, const miState& state)
@@ -43,14 +43,14 @@ private:
     int phase_, state_, reflectionBase_, refractionBase_;
 };
 
-/// Rays of a gather that only this point uses: a sixteenth as many at each bounce further down, where the
-/// rays from above already spread. A point that light gathered ahead has missed takes an eighth: there are
-/// few, each with several samples about it.
+/// Rays of a gather for this point alone: a sixteenth as many at each further bounce, where the rays of the
+/// bounces before already vary. A point without records of the prepass takes an eighth: there are few, with
+/// several samples close to each other.
 int raysForOnePoint(int rays, int bounce, bool missed) {
     return std::max(1, rays >> std::min(4 * bounce + (missed ? 3 : 0), 30));
 }
 
-/// Rays of a record, which many points use.
+/// Rays of a record, which is interpolated at many points.
 int raysForRecord(int rays, int bounce) {
     constexpr int fewestOfBounces = 8;
     return bounce == 0 ? rays : std::max(std::min(rays, fewestOfBounces), rays >> std::min(2 * bounce, 30));
@@ -66,7 +66,7 @@ float pixelSize(const RenderContext& context, const miVector& point) {
     return atFocal / camera.focal * mi_vector_norm(&inCamera);
 }
 
-/// How far a record may serve at least and at most.
+/// Least and largest radius of a record, scene units.
 miRange radiusRange(const RenderContext& context, const miState& state, const miIrrad_options* options,
                     int bounce) {
     const Frame& frame = context.frame;
@@ -90,7 +90,7 @@ miRange radiusRange(const RenderContext& context, const miState& state, const mi
     const miVector high = frame.geometry.boundsMax();
     const miVector size{high.x - low.x, high.y - low.y, high.z - low.z};
     if (!(most > 0.0f)) most = shareOfScene * mi_vector_norm(&size);
-    // Records further apart than the points that were looked at ahead would leave gaps between them.
+    // A radius below the spacing of the prepass' points would leave gaps between the records.
     constexpr float spacings = 1.5f;
     const float slant = std::max(0.2f, std::abs(state.dot_nd));
     least = std::max(least, spacings * pixel * static_cast<float>(frame.gather.spacing) / slant);
@@ -98,7 +98,7 @@ miRange radiusRange(const RenderContext& context, const miState& state, const mi
     return {std::min(least, most), most};
 }
 
-bool standsOnMovingThing(const RenderContext& context, const miState& state) {
+bool isOnMovingSurface(const RenderContext& context, const miState& state) {
     if (!context.sampleMoving || state.hit_instance == geometry::nothing) return false;
     const geometry::MeshInstance& meshInstance = context.frame.meshInstances[state.hit_instance];
     return meshInstance.transformMoves || meshInstance.mesh->deforms();
@@ -120,19 +120,19 @@ miBoolean averageRadiance(miColor& result, miState* state, char face, const miIr
     const bool back = face == 'b';
     miVector axis = state->normal;
     if (back) mi_vector_neg(&axis);
-    // Things in motion are elsewhere when the next sample is taken.
-    const bool ahead = frame.gatherCaches && !standsOnMovingThing(context, *state);
+    // Records are for one time of the shutter; moving surfaces are somewhere else at the next sample's.
+    const bool usesRecords = frame.gatherCaches && !isOnMovingSurface(context, *state);
     const auto found = [&](float strictness) {
         return frame.gatherCaches->of(bounce).find(state->point, axis, strictness, result);
     };
     PendingGatherRecords* const pending =
-        ahead && bounce < GatherCaches::count ? context.pendingGatherRecords : nullptr;
+        usesRecords && bounce < GatherCaches::count ? context.pendingGatherRecords : nullptr;
     bool known = false;
     if (pending) {
-        const float strictness = bounce == 0 ? strictnessAhead : strictnessOfBounces;
+        const float strictness = bounce == 0 ? prepassStrictness : bounceStrictness;
         known = found(strictness) || pending->find(bounce, state->point, axis, strictness, result);
-    } else if (ahead) {
-        known = (bounce == 0 && found(1.0f)) || found(strictnessOfBounces);
+    } else if (usesRecords) {
+        known = (bounce == 0 && found(1.0f)) || found(bounceStrictness);
     }
     if (!known) {
         const GatherScope scope(context, *state);
@@ -142,7 +142,7 @@ miBoolean averageRadiance(miColor& result, miState* state, char face, const miIr
             pending->add(bounce, record);
             result = record.radiance;
         } else {
-            result = gatherRadiance(context, state, back, raysForOnePoint(rays, bounce, ahead));
+            result = gatherRadiance(context, state, back, raysForOnePoint(rays, bounce, usesRecords));
         }
     }
     const miColor& scale = bounce == 0 ? settings.scale : settings.secondaryScale;

@@ -6,9 +6,9 @@
 namespace orca::render {
 
 /// Average incoming radiance (irradiance / pi) at the state's point over the hemisphere of its normal ('f')
-/// or the other side ('b'). Taken from light gathered ahead where that serves, else from stratified,
-/// cosine-weighted rays whose hits are shaded. `options` null takes the render options. False and black when
-/// nothing is gathered: gathering is off, or the nesting of gathers reaches its limit.
+/// or the other side ('b'). Interpolated from the records of the prepass where they cover the point, else
+/// from low-discrepancy, cosine-weighted rays whose hits are shaded. `options` null takes the render options.
+/// False and black when nothing is gathered: gathering is off, or the nesting of gathers reaches its limit.
 miBoolean averageRadiance(miColor& result, miState* state, char face, const miIrrad_options* options);
 
 /// Irradiance: pi times the average radiance, with the render options.

@@ -9,40 +9,40 @@ namespace orca::render {
 namespace {
 
 constexpr int deepestNode = 20;
-/// sqrt(1 - cos 20 degrees): normals further apart share no record.
+/// sqrt(1 - cos 20 degrees): normals that differ by more share no record.
 constexpr float normalTolerance = 0.2456f;
-/// Records that lie this far before or behind the point's surface, in radii, belong to another surface.
+/// Records farther than this from the point's tangent plane, in radii, belong to another surface.
 constexpr float planeTolerance = 0.1f;
 
 miVector difference(const miVector& a, const miVector& b) {
     return {a.x - b.x, a.y - b.y, a.z - b.z};
 }
 
-constexpr float notAtAll = 1e6f;
+constexpr float unusable = 1e6f;
 
 float channel(const miColor& c, int i) {
     return (&c.r)[i];
 }
 
-/// How badly a record fits a point: 0 there, 1 where it no longer serves.
-float misfit(const GatherRecord& record, const miVector& point, const miVector& normal) {
-    const miVector way = difference(point, record.point);
-    const float squared = mi_vector_dot(&way, &way);
+/// Error estimate of a record at a point: 0 at the record, 1 at the end of its range.
+float errorEstimate(const GatherRecord& record, const miVector& point, const miVector& normal) {
+    const miVector offset = difference(point, record.point);
+    const float squared = mi_vector_dot(&offset, &offset);
     const float cosine = mi_vector_dot(&normal, &record.normal);
     const float turn = std::sqrt(std::max(0.0f, 1.0f - cosine)) / normalTolerance;
-    const float off = 0.5f * (mi_vector_dot(&way, &normal) + mi_vector_dot(&way, &record.normal));
-    if (std::abs(off) > planeTolerance * record.radius) return notAtAll;
+    const float off = 0.5f * (mi_vector_dot(&offset, &normal) + mi_vector_dot(&offset, &record.normal));
+    if (std::abs(off) > planeTolerance * record.radius) return unusable;
     return std::max(std::sqrt(squared) / record.radius, turn);
 }
 
-/// Mean of the records that fit a point, each carried there by its gradients.
+/// Weighted mean of the records that cover a point, each extrapolated to it by its gradients.
 class Blend {
 public:
     Blend(const miVector& point, const miVector& normal, float strictness)
         : point_(point), normal_(normal), strictness_(strictness) {}
 
     void add(const GatherRecord& record) {
-        const float weight = 1.0f - strictness_ * misfit(record, point_, normal_);
+        const float weight = 1.0f - strictness_ * errorEstimate(record, point_, normal_);
         if (weight <= 0.0f) return;
         miVector turn;
         mi_vector_prod(&turn, &record.normal, &normal_);
@@ -70,7 +70,7 @@ private:
 
 struct GatherCache::Node {
     std::unique_ptr<Node> children[8];
-    std::vector<std::uint32_t> records; // whose balls are about as large as the node
+    std::vector<std::uint32_t> records; // about as large as the node
 };
 
 GatherCache::GatherCache(const miVector& low, const miVector& high) : root_(std::make_unique<Node>()) {
@@ -89,7 +89,7 @@ void GatherCache::add(const GatherRecord& record) {
 
 void GatherCache::add(Node& node, const miVector& low, const miVector& high, std::uint32_t index, int depth) {
     const GatherRecord& record = records_[index];
-    const float r = record.radius / strictnessOfBounces; // as far as it may be asked for
+    const float r = record.radius / bounceStrictness; // the largest range in which it is looked up
     if (high.x - low.x <= 2.0f * r || depth == deepestNode) {
         node.records.push_back(index);
         return;
@@ -139,8 +139,7 @@ void GatherCaches::add(const PendingGatherRecords& pending) {
     for (const PendingGatherRecords::Entry& entry : pending.entries()) {
         const GatherRecord& record = entry.record;
         miColor known;
-        if (entry.bounce > 0 &&
-            of(entry.bounce).find(record.point, record.normal, strictnessOfBounces, known))
+        if (entry.bounce > 0 && of(entry.bounce).find(record.point, record.normal, bounceStrictness, known))
             continue;
         caches_[entry.bounce == 0 ? 0 : 1].add(record);
     }

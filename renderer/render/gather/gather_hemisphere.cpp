@@ -15,7 +15,7 @@ namespace orca::render {
 namespace {
 
 constexpr float pi = std::numbers::pi_v<float>;
-/// How far a record serves, of the mean distance to what it sees.
+/// Radius of a record as a share of the harmonic mean distance of its rays' hits.
 constexpr float shareOfDistance = 0.4f;
 constexpr float infinity = std::numeric_limits<float>::infinity();
 
@@ -27,7 +27,7 @@ void addScaled(miVector& sum, const miVector& v, float f) {
     sum = {sum.x + v.x * f, sum.y + v.y * f, sum.z + v.z * f};
 }
 
-/// What one ray finds.
+/// Radiance and distance of what one ray hits.
 struct Arrival {
     miColor radiance{};
     float distance = infinity;
@@ -48,7 +48,7 @@ public:
 
     Arrival along(const miVector& direction) {
         Arrival arrival;
-        // A bumped normal's hemisphere reaches below the surface, where nothing arrives.
+        // A bumped normal's hemisphere is partly below the surface, where no light arrives.
         if (mi_vector_dot(&direction, &outward_) <= 0.0f) return arrival;
         const GatherSettings& settings = context_.frame.gather;
         ++context_.counts.gather;
@@ -67,12 +67,12 @@ public:
     OrthonormalBasis basis;
 
 private:
-    /// What lies far off gives way to the surroundings.
+    /// Blends hits between the start and the stop of the falloff into the environment.
     void fade(Arrival& arrival, const miVector& direction) {
         const GatherSettings& settings = context_.frame.gather;
-        const float way = settings.falloffStop - settings.falloffStart;
-        if (arrival.distance <= settings.falloffStart || !(way > 0.0f)) return;
-        const float t = std::min(1.0f, (arrival.distance - settings.falloffStart) / way);
+        const float range = settings.falloffStop - settings.falloffStart;
+        if (arrival.distance <= settings.falloffStart || !(range > 0.0f)) return;
+        const float t = std::min(1.0f, (arrival.distance - settings.falloffStart) / range);
         ChildState child(context_, state_, miRAY_FINALGATHER);
         child->org = state_->point;
         child->dir = direction;
@@ -155,7 +155,7 @@ private:
         return std::sqrt(static_cast<float>(ring) / static_cast<float>(rings_));
     }
 
-    /// What a sector gains when the normal leans toward it.
+    /// Change of a sector's radiance when the normal tilts toward it.
     [[nodiscard]] float tilt(int sector, int c) const {
         float sum = 0.0f;
         for (int ring = 0; ring < rings_; ++ring) {
@@ -164,7 +164,7 @@ private:
         }
         return sum / static_cast<float>(cells_.size());
     }
-    /// What it gains when the point moves toward it: borders between rings shift toward the normal.
+    /// Change when the point moves toward the sector: the borders between rings shift toward the normal.
     [[nodiscard]] float ringShift(int sector, int c) const {
         float sum = 0.0f;
         for (int ring = 1; ring < rings_; ++ring) {
@@ -176,7 +176,7 @@ private:
         }
         return sum;
     }
-    /// And when it moves across the border with the sector before it.
+    /// Change when the point moves across the border to the preceding sector.
     [[nodiscard]] float sectorShift(int sector, int c) const {
         const int before = sector == 0 ? sectors_ - 1 : sector - 1;
         float sum = 0.0f;
@@ -193,8 +193,8 @@ private:
     std::vector<Arrival> cells_;
 };
 
-/// Keeps the record from serving where its gradients would halve or double it; where it must reach further,
-/// weakens them.
+/// Limits the record's radius to where its gradients change it by no more than its own value; at the least
+/// radius, scales the gradients down instead.
 void limitByGradients(GatherRecord& record, const miRange& radius) {
     float steepest = 0.0f;
     for (int c = 0; c < 3; ++c) {

@@ -8,7 +8,9 @@
 
 namespace orca::render {
 
-/// Unit direction about the basis' z at sine `sine` of the angle to it, `turn` (0 to 1) of the way round.
+/// Unit direction in the hemisphere of the basis' z axis.
+/// @param sine of the angle to the axis
+/// @param turn azimuth, 0 to 1 for a full circle
 [[nodiscard]] inline miVector hemisphereDirection(const OrthonormalBasis& basis, float sine, float turn) {
     const float angle = 2.0f * std::numbers::pi_v<float> * turn;
     miVector d = basis.combine(sine * std::cos(angle), sine * std::sin(angle),

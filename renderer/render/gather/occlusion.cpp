@@ -12,7 +12,7 @@ namespace {
 
 constexpr int defaultRays = 64;
 
-/// A request with the renderer's defaults in place of what it leaves open.
+/// A request with the renderer's defaults for what it leaves open.
 struct Request {
     Request(const miState& state, const miAo_options* options) : axis(state.normal) {
         if (!options) return;
@@ -31,10 +31,10 @@ struct Request {
     float scale = 1.0f;
     float nearDistance = 0.0f;
     float farDistance = std::numeric_limits<float>::infinity();
-    bool fades = false; // what is far covers less
+    bool fades = false; // occlusion falls off with distance
 };
 
-/// How much one ray's direction is covered, 0 to 1.
+/// Occlusion of one direction, 0 to 1.
 float covered(RenderContext& context, const miState& state, const Request& request,
               const miVector& direction) {
     if (mi_vector_dot(&direction, &state.normal_geom) <= 0.0f) return 1.0f;

@@ -5,8 +5,8 @@
 
 namespace orca::render {
 
-/// Share of the hemisphere about the request's axis that something covers within its distances,
-/// cosine-weighted: 0 open, 1 closed. False and 0 when nothing is traced.
+/// Cosine-weighted share of the hemisphere about the request's axis that is occluded within the request's
+/// distances: 0 open, 1 fully occluded. False and 0 when ray tracing is off.
 miBoolean ambientOcclusion(miScalar& result, miState* state, const miAo_options* request);
 
 } // namespace orca::render

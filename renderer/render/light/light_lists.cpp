@@ -24,7 +24,7 @@ void expand(const Frame& frame, miTag tag, std::vector<miTag>& lights) {
         for (const miTag member : members->members) expand(frame, member, lights);
 }
 
-void handOut(RenderContext& context, const std::vector<miTag>& list, int& count, miTag*& lights) {
+void returnList(RenderContext& context, const std::vector<miTag>& list, int& count, miTag*& lights) {
     lights =
         static_cast<miTag*>(context.arena.allocate(std::max<std::size_t>(1, list.size()) * sizeof(miTag)));
     std::copy(list.begin(), list.end(), lights);
@@ -39,7 +39,7 @@ miBoolean instanceLights(int& count, miTag*& lights, miState* state) {
     const std::span<const miTag> list =
         meshInstance ? context.frame.geometry.lightsOf(*meshInstance) : context.frame.geometry.lights();
     count = static_cast<int>(list.size());
-    lights = const_cast<miTag*>(list.data()); // the interface hands out what nobody may change
+    lights = const_cast<miTag*>(list.data()); // not const in the interface, but read-only to shaders
     return miTRUE;
 }
 
@@ -47,7 +47,7 @@ miBoolean inclusiveLights(int& count, miTag*& lights, miState* state) {
     RenderContext& context = renderContextOf(state);
     std::vector<miTag> list;
     for (int i = 0; i < count; ++i) expand(context.frame, lights[i], list);
-    handOut(context, list, count, lights);
+    returnList(context, list, count, lights);
     return miTRUE;
 }
 
@@ -58,7 +58,7 @@ miBoolean exclusiveLights(int& count, miTag*& lights, miState* state) {
     std::vector<miTag> list;
     for (const miTag light : context.frame.geometry.lights())
         if (std::find(excluded.begin(), excluded.end(), light) == excluded.end()) list.push_back(light);
-    handOut(context, list, count, lights);
+    returnList(context, list, count, lights);
     return miTRUE;
 }
 

@@ -5,7 +5,8 @@
 
 namespace orca::render {
 
-/// Light instances that illuminate the state's instance. The list belongs to the picture.
+/// Light instances that illuminate the state's instance. The list is the scene's and lives as long as the
+/// picture renders.
 miBoolean instanceLights(int& count, miTag*& lights, miState* state);
 
 /// Replace a shader's parameter list by the one to loop over: its lights with groups expanded, or all lights

@@ -24,7 +24,7 @@ bool readText(const fs::path& path, std::string& text) {
     return static_cast<bool>(file);
 }
 
-/// The tilt of a lamp changes nothing here, so what is wrong with its file does not stop the profile.
+/// A lamp's tilt has no effect here, so a fault in its file does not invalidate the profile.
 void checkTilt(const scene::LightProfileElement& element, const fs::path& profile, const std::string& name,
                Log& log) {
     const fs::path path = profile.parent_path() / name;

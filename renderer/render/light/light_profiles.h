@@ -13,12 +13,12 @@
 namespace orca::render {
 
 /// The light profiles of a scene, read before rendering. One that cannot be read is an error that names the
-/// file and the line; lights with it shine evenly.
+/// file and the line; lights with it emit uniformly.
 class LightProfiles {
 public:
     LightProfiles(scene::Database& database, Log& log);
 
-    /// Intensity toward a direction of light space, relative to the strongest; 1 for no profile.
+    /// Intensity in a direction of light space, relative to the profile's maximum; 1 for no profile.
     [[nodiscard]] float toward(miTag profile, const miVector& direction, bool interpolate) const;
 
 private:

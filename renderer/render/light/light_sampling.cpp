@@ -79,8 +79,9 @@ miVector lightPoint(RenderContext& context, const LightInstance& light, const Sa
     return point;
 }
 
-/// Aims the light state; false for points that a spot's cone does not reach.
-bool aim(ChildState& child, const LightInstance& light, const miState* state, const miVector& origin) {
+/// Sets the ray of a light state; false for points outside a spot's cone.
+bool setLightRay(ChildState& child, const LightInstance& light, const miState* state,
+                 const miVector& origin) {
     if (light.directional()) {
         child->dir = light.direction;
         child->dist = 0.0;
@@ -115,7 +116,7 @@ miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, mi
         ChildState child(context, state, miRAY_LIGHT);
         child->light_instance = lightInstance;
         const miVector origin = sampleArea ? lightPoint(context, *light, counts, sample, key) : light->origin;
-        if (!aim(child, *light, state, origin)) continue;
+        if (!setLightRay(child, *light, state, origin)) continue;
 
         ++context.counts.lightCalls;
         result = {};

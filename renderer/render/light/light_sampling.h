@@ -5,10 +5,11 @@
 
 namespace orca::render {
 
+/// Full: points on the light's area. CentreOnly: its origin, as if it were a point light.
 enum class AreaSampling { Full, CentreOnly };
 
 /// One sample of a light instance (the interface's loop: `samples` 0 before the first call, counted up here).
-/// Lights behind the surface are not culled. Samples that the light shader refuses are passed over.
+/// Lights behind the surface are not culled. Samples for which the light shader returns false are skipped.
 miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, miState* state,
                       miTag lightInstance, miInteger& samples, AreaSampling area);
 

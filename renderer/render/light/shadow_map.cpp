@@ -26,7 +26,7 @@ miVector along(const miVector& from, const miVector& direction, float distance) 
             from.z + direction.z * distance};
 }
 
-/// The next surface that casts the light's shadows; infinity for none.
+/// Distance of the next surface that casts the light's shadows; infinity for none.
 float nextDepth(const geometry::SceneGeometry& geometry, geometry::Ray& ray, miTag light) {
     geometry::Hit hit;
     while (geometry.intersect(ray, hit)) {
@@ -81,15 +81,15 @@ void ShadowMap::fill(const geometry::SceneGeometry& geometry, Face& face, int ro
     const float v = (static_cast<float>(row) + 0.5f) * texel - halfWidth_;
     for (int column = 0; column < resolution_; ++column) {
         const float u = (static_cast<float>(column) + 0.5f) * texel - halfWidth_;
-        const miVector aside = along(along({0, 0, 0}, face.right, u), face.up, v);
+        const miVector offset = along(along({0, 0, 0}, face.right, u), face.up, v);
         geometry::Ray ray;
         ray.rayClass = geometry::RayClass::Shadow;
         if (directional_) {
-            ray.origin = along(origin_, aside, 1.0f);
+            ray.origin = along(origin_, offset, 1.0f);
             ray.direction = face.forward;
         } else {
             ray.origin = origin_;
-            ray.direction = along(face.forward, aside, 1.0f);
+            ray.direction = along(face.forward, offset, 1.0f);
             mi_vector_normalize(&ray.direction);
         }
         float& depth = face.depths[static_cast<std::size_t>(row) * static_cast<std::size_t>(resolution_) +
@@ -101,31 +101,32 @@ void ShadowMap::fill(const geometry::SceneGeometry& geometry, Face& face, int ro
 }
 
 bool ShadowMap::project(const miVector& point, Projected& result) const {
-    miVector way;
-    mi_vector_sub(&way, &point, &origin_);
+    miVector fromLight;
+    mi_vector_sub(&fromLight, &point, &origin_);
     result.face = 0;
     if (faces_.size() > 1) {
-        const float x = std::abs(way.x);
-        const float y = std::abs(way.y);
-        const float z = std::abs(way.z);
-        if (x >= y && x >= z) result.face = way.x > 0 ? 0 : 1;
-        else if (y >= z) result.face = way.y > 0 ? 2 : 3;
-        else result.face = way.z > 0 ? 4 : 5;
+        const float x = std::abs(fromLight.x);
+        const float y = std::abs(fromLight.y);
+        const float z = std::abs(fromLight.z);
+        if (x >= y && x >= z) result.face = fromLight.x > 0 ? 0 : 1;
+        else if (y >= z) result.face = fromLight.y > 0 ? 2 : 3;
+        else result.face = fromLight.z > 0 ? 4 : 5;
     }
     const Face& face = faces_[static_cast<std::size_t>(result.face)];
-    const float forward = mi_vector_dot(&way, &face.forward);
+    const float forward = mi_vector_dot(&fromLight, &face.forward);
     if (!directional_ && !(forward > 0.0f)) return false;
     const float scale =
         static_cast<float>(resolution_) / (2.0f * halfWidth_ * (directional_ ? 1.0f : forward));
     const float half = 0.5f * static_cast<float>(resolution_);
-    result.x = mi_vector_dot(&way, &face.right) * scale + half;
-    result.y = mi_vector_dot(&way, &face.up) * scale + half;
-    result.depth = directional_ ? forward : mi_vector_norm(&way);
+    result.x = mi_vector_dot(&fromLight, &face.right) * scale + half;
+    result.y = mi_vector_dot(&fromLight, &face.up) * scale + half;
+    result.depth = directional_ ? forward : mi_vector_norm(&fromLight);
     const float size = static_cast<float>(resolution_);
     return result.x >= 0.0f && result.y >= 0.0f && result.x <= size && result.y <= size;
 }
 
-/// Light past the four texels around, weighted by nearness.
+/// Percentage-closer filtering over the four nearest texels, weighted bilinearly (W. Reeves, D. Salesin and
+/// R. Cook, "Rendering Antialiased Shadows with Depth Maps", 1987).
 float ShadowMap::compare(const Projected& point) const {
     const Face& face = faces_[static_cast<std::size_t>(point.face)];
     const float left = std::floor(point.x - 0.5f);
@@ -150,8 +151,8 @@ float ShadowMap::lit(const miVector& point) const {
     const float softness = light_.light->shadowmap_softness;
     if (!(softness > 0.0f)) return project(point, projected) ? compare(projected) : 1.0f;
 
-    // A disc across the light's way, its points on a spiral of equal areas (H. Vogel, "A Better Way to
-    // Construct the Sunflower Head", 1979).
+    // A disc perpendicular to the light's direction, its points on a spiral of equal areas (H. Vogel, "A
+    // Better Way to Construct the Sunflower Head", 1979).
     miVector axis = light_.direction;
     if (!directional_) {
         mi_vector_sub(&axis, &point, &origin_);
@@ -165,9 +166,9 @@ float ShadowMap::lit(const miVector& point) const {
     for (int i = 0; i < samples; ++i) {
         const float r = softness * std::sqrt((static_cast<float>(i) + 0.5f) / static_cast<float>(samples));
         const float angle = goldenAngle * static_cast<float>(i);
-        const miVector beside =
+        const miVector discPoint =
             along(along(point, basis.x, r * std::cos(angle)), basis.y, r * std::sin(angle));
-        sum += project(beside, projected) ? compare(projected) : 1.0f;
+        sum += project(discPoint, projected) ? compare(projected) : 1.0f;
     }
     return sum / static_cast<float>(samples);
 }

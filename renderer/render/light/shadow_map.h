@@ -12,19 +12,19 @@ class SceneGeometry;
 
 namespace orca::render {
 
-/// Depths of what casts one light's shadows, as the light sees it: a square for a spot or a directional
-/// light, a cube for a point light. Const after it has been made.
+/// Depths of the surfaces that cast one light's shadows, seen from the light: a square for a spot or a
+/// directional light, a cube for a point light. Constant once it is made.
 ///
 /// Without a bias, a texel keeps the middle between the first surface and the next behind it (A. Woo, "The
 /// Shadow Depth Map Revisited", 1992), so that no surface shades itself.
 class ShadowMap {
 public:
-    /// Looks at the scene with one ray a texel, two where something is met, on the threads of the current
-    /// arena, at shutter time 0.
+    /// Casts one ray a texel, two where the first one hits, on the threads of the current arena, at shutter
+    /// time 0.
     ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light);
 
-    /// Share of the light that reaches a point, 0 to 1: over the texels around it, or over a disc of the
-    /// light's softness. Points outside a spot's square are lit.
+    /// Share of the light that reaches a point, 0 to 1, averaged over the texels around it or over a disc of
+    /// the light's softness. 1 outside a spot's square.
     [[nodiscard]] float lit(const miVector& point) const;
 
 private:
@@ -32,7 +32,7 @@ private:
         miVector right, up, forward; // unit
         std::vector<float> depths;   // rows bottom up
     };
-    /// A point as a face sees it: texel coordinates, and depth along the ray from the light.
+    /// A point projected onto a face: texel coordinates, and depth along the ray from the light.
     struct Projected {
         int face;
         float x, y, depth;
@@ -45,7 +45,7 @@ private:
     std::vector<Face> faces_;
     int resolution_;
     float halfWidth_; // tangent of the half angle; directional: half the square's edge, scene units
-    miVector origin_; // directional: before everything
+    miVector origin_; // directional: in front of the scene's bounds
     bool directional_;
 };
 

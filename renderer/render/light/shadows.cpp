@@ -16,20 +16,20 @@ using geometry::Hit;
 using geometry::Ray;
 using geometry::RayClass;
 
-/// Puts a context's shadow path back when the query ends.
-class PathScope {
+/// Sets a context's shadow ray for the scope's lifetime.
+class ShadowRayScope {
 public:
-    PathScope(RenderContext& context, const ShadowPath& path)
-        : context_(context), before_(context.shadowPath) {
-        context.shadowPath = &path;
+    ShadowRayScope(RenderContext& context, const ShadowRay& shadowRay)
+        : context_(context), before_(context.shadowRay) {
+        context.shadowRay = &shadowRay;
     }
-    ~PathScope() { context_.shadowPath = before_; }
-    PathScope(const PathScope&) = delete;
-    PathScope& operator=(const PathScope&) = delete;
+    ~ShadowRayScope() { context_.shadowRay = before_; }
+    ShadowRayScope(const ShadowRayScope&) = delete;
+    ShadowRayScope& operator=(const ShadowRayScope&) = delete;
 
 private:
     RenderContext& context_;
-    const ShadowPath* before_;
+    const ShadowRay* before_;
 };
 
 miVector negated(const miVector& v) {
@@ -41,34 +41,33 @@ miVector along(const miVector& from, const miVector& direction, float distance) 
             from.z + direction.z * distance};
 }
 
-ShadowPath pathOf(const RenderContext& context, miState* state) {
+ShadowRay shadowRayOf(const RenderContext& context, miState* state) {
     const LightInstance* light = context.frame.lights.of(state->light_instance);
-    ShadowPath path{};
-    path.lightInstance = state->light_instance;
-    path.lightState = state;
-    path.directional = light && light->directional();
-    if (path.directional) {
+    ShadowRay shadowRay{};
+    shadowRay.lightInstance = state->light_instance;
+    shadowRay.directional = light && light->directional();
+    if (shadowRay.directional) {
         const miVector low = context.frame.geometry.boundsMin();
         const miVector high = context.frame.geometry.boundsMax();
-        path.towardLight = negated(state->dir);
-        // Beyond the far side of everything, wherever in or out of the bounds the point is.
-        path.distance = mi_vector_dist(&low, &high) +
-                        std::max(mi_vector_dist(&state->point, &low), mi_vector_dist(&state->point, &high));
-        path.lightOrigin = along(state->point, path.towardLight, path.distance);
-        return path;
+        shadowRay.towardLight = negated(state->dir);
+        // Beyond the far side of the scene, whether the point is within its bounds or not.
+        shadowRay.distance = mi_vector_dist(&low, &high) + std::max(mi_vector_dist(&state->point, &low),
+                                                                    mi_vector_dist(&state->point, &high));
+        shadowRay.lightOrigin = along(state->point, shadowRay.towardLight, shadowRay.distance);
+        return shadowRay;
     }
-    path.lightOrigin = state->org;
-    mi_vector_sub(&path.towardLight, &state->org, &state->point);
-    path.distance = mi_vector_norm(&path.towardLight);
-    mi_vector_div(&path.towardLight, path.distance);
-    return path;
+    shadowRay.lightOrigin = state->org;
+    mi_vector_sub(&shadowRay.towardLight, &state->org, &state->point);
+    shadowRay.distance = mi_vector_norm(&shadowRay.towardLight);
+    mi_vector_div(&shadowRay.towardLight, shadowRay.distance);
+    return shadowRay;
 }
 
-/// The next occluder that casts this light's shadows; occluders that are exempt are passed over.
-bool nextOccluder(RenderContext& context, Ray& ray, const ShadowPath& path, Hit& hit) {
+/// The next occluder that casts this light's shadows; exempt ones are skipped.
+bool nextOccluder(RenderContext& context, Ray& ray, const ShadowRay& shadowRay, Hit& hit) {
     const geometry::SceneGeometry& geometry = context.frame.geometry;
     while (geometry.intersect(ray, hit)) {
-        if (geometry.castsShadowOf(context.frame.meshInstances[hit.meshInstance], path.lightInstance))
+        if (geometry.castsShadowOf(context.frame.meshInstances[hit.meshInstance], shadowRay.lightInstance))
             return true;
         advancePastHit(ray, hit);
     }
@@ -84,8 +83,8 @@ miBoolean blocked(miColor& result) {
     return miFALSE;
 }
 
-/// What a depth map leaves of the light; its occluders' shaders are not asked.
-miBoolean dimByMap(miColor& result, const ShadowMap& map, const miVector& point) {
+/// Attenuation by a depth map; shadow shaders are not called.
+miBoolean attenuateByMap(miColor& result, const ShadowMap& map, const miVector& point) {
     const float lit = map.lit(point);
     if (lit <= 0.0f) return blocked(result);
     result.r *= lit;
@@ -94,63 +93,62 @@ miBoolean dimByMap(miColor& result, const ShadowMap& map, const miVector& point)
     return miTRUE;
 }
 
-/// One occluder of a plain walk.
+/// Calls one occluder's shadow shader (simple and sorted mode). False when it blocks all light.
 miBoolean callOccluder(RenderContext& context, miColor& result, miState* lightState, const Ray& ray,
-                       const Hit& hit, const ShadowPath& path) {
+                       const Hit& hit, const ShadowRay& shadowRay) {
     ChildState child(context, lightState, miRAY_SHADOW);
-    child->org = path.lightOrigin;
-    child->dir = negated(path.towardLight);
+    child->org = shadowRay.lightOrigin;
+    child->dir = negated(shadowRay.towardLight);
     setHit(context, child.derived(), ray, hit, NormalSide::AsModelled);
     child->dist =
-        std::max(mi_vector_dist(&path.lightOrigin, &child->point), std::numeric_limits<float>::min());
+        std::max(mi_vector_dist(&shadowRay.lightOrigin, &child->point), std::numeric_limits<float>::min());
     const miMaterial* material = occluderMaterial(context, *child.get());
     if (!material || material->shadow == miNULLTAG) return blocked(result);
     child->refraction_volume = material->volume;
     return context.runtime.call(&result, miSHADER_SHADOW, child.get(), material->shadow);
 }
 
-/// Moves `ray` on from occluder to occluder.
-miBoolean walk(RenderContext& context, miColor& result, miState* lightState, Ray& ray,
-               const ShadowPath& path) {
+/// Follows `ray` from occluder to occluder until one blocks all light.
+miBoolean attenuateByOccluders(RenderContext& context, miColor& result, miState* lightState, Ray& ray,
+                               const ShadowRay& shadowRay) {
     Hit hit;
-    while (nextOccluder(context, ray, path, hit)) {
-        if (!callOccluder(context, result, lightState, ray, hit, path)) return miFALSE;
+    while (nextOccluder(context, ray, shadowRay, hit)) {
+        if (!callOccluder(context, result, lightState, ray, hit, shadowRay)) return miFALSE;
         advancePastHit(ray, hit);
     }
     return miTRUE;
 }
 
 /// From the point toward the light.
-Ray rayTowardLight(const RenderContext& context, const miState& state, const ShadowPath& path) {
-    Ray ray = rayFrom(context, state, state.point, path.towardLight, RayClass::Shadow);
-    if (!path.directional) ray.farDistance = path.distance;
+Ray rayTowardLight(const RenderContext& context, const miState& state, const ShadowRay& shadowRay) {
+    Ray ray = rayFrom(context, state, state.point, shadowRay.towardLight, RayClass::Shadow);
+    if (!shadowRay.directional) ray.farDistance = shadowRay.distance;
     return ray;
 }
 
-/// From the light toward the point; ends just short of the surface that is lit.
-Ray rayFromLight(const RenderContext& context, const miState& state, const ShadowPath& path) {
-    const Ray outward = rayTowardLight(context, state, path);
+/// From the light toward the point; ends just before the lit surface.
+Ray rayFromLight(const RenderContext& context, const miState& state, const ShadowRay& shadowRay) {
+    const Ray outward = rayTowardLight(context, state, shadowRay);
     Ray ray = outward;
-    ray.origin = path.lightOrigin;
-    miVector way;
-    mi_vector_sub(&way, &outward.origin, &path.lightOrigin);
-    ray.farDistance = mi_vector_norm(&way);
-    mi_vector_div(&way, ray.farDistance);
-    ray.direction = way;
+    ray.origin = shadowRay.lightOrigin;
+    mi_vector_sub(&ray.direction, &outward.origin, &shadowRay.lightOrigin);
+    ray.farDistance = mi_vector_norm(&ray.direction);
+    mi_vector_div(&ray.direction, ray.farDistance);
     return ray;
 }
 
-/// The rest of a segment walk from `state` on: the next occluder's shader, or the light.
-miBoolean segment(RenderContext& context, miColor& result, miState* state, miTag volume, Ray ray,
-                  const ShadowPath& path) {
+/// Segment mode, from `state` to the light: calls the shadow shader of the next occluder, which continues by
+/// itself, then the volume shader of the segment.
+miBoolean traceSegment(RenderContext& context, miColor& result, miState* state, miTag volume, Ray ray,
+                       const ShadowRay& shadowRay) {
     Hit hit;
     ChildState child(context, state, miRAY_SHADOW);
-    child->light_instance = path.lightInstance;
+    child->light_instance = shadowRay.lightInstance;
     child->org = state->point;
-    child->dir = negated(path.towardLight);
+    child->dir = negated(shadowRay.towardLight);
     child->volume = volume;
     miBoolean delivered = miTRUE;
-    if (nextOccluder(context, ray, path, hit)) {
+    if (nextOccluder(context, ray, shadowRay, hit)) {
         setHit(context, child.derived(), ray, hit, NormalSide::AsModelled);
         child->dist = std::max(mi_vector_dist(&child->org, &child->point), std::numeric_limits<float>::min());
         const miMaterial* material = occluderMaterial(context, *child.get());
@@ -159,7 +157,7 @@ miBoolean segment(RenderContext& context, miColor& result, miState* state, miTag
         delivered = context.runtime.call(&result, miSHADER_SHADOW, child.get(), material->shadow);
     } else {
         setMiss(*child.get());
-        child->point = path.lightOrigin;
+        child->point = shadowRay.lightOrigin;
         child->dist = mi_vector_dist(&child->org, &child->point);
     }
     child->volume = volume;
@@ -180,25 +178,25 @@ miBoolean traceShadow(miColor& result, miState* lightState) {
         !context.frame.meshInstances[lightState->hit_instance].receivesShadows)
         return miTRUE;
 
-    if (map) return dimByMap(result, *map, lightState->point);
+    if (map) return attenuateByMap(result, *map, lightState->point);
     ++context.counts.shadow;
-    const ShadowPath path = pathOf(context, lightState);
-    const PathScope scope(context, path);
+    const ShadowRay shadowRay = shadowRayOf(context, lightState);
+    const ShadowRayScope scope(context, shadowRay);
     if (mode == miSHADOW_SEGMENTS)
-        return segment(context, result, lightState, lightState->volume,
-                       rayTowardLight(context, *lightState, path), path);
-    Ray ray = mode == miSHADOW_SORTED ? rayFromLight(context, *lightState, path)
-                                      : rayTowardLight(context, *lightState, path);
-    return walk(context, result, lightState, ray, path);
+        return traceSegment(context, result, lightState, lightState->volume,
+                            rayTowardLight(context, *lightState, shadowRay), shadowRay);
+    Ray ray = mode == miSHADOW_SORTED ? rayFromLight(context, *lightState, shadowRay)
+                                      : rayTowardLight(context, *lightState, shadowRay);
+    return attenuateByOccluders(context, result, lightState, ray, shadowRay);
 }
 
 miBoolean traceShadowSegment(miColor& result, miState* shadowState) {
     RenderContext& context = renderContextOf(shadowState);
-    if (!context.shadowPath || context.depth >= maxNesting) return miTRUE;
-    const ShadowPath& path = *context.shadowPath;
-    Ray ray = rayFrom(context, *shadowState, shadowState->point, path.towardLight, RayClass::Shadow);
-    if (!path.directional) ray.farDistance = mi_vector_dist(&path.lightOrigin, &shadowState->point);
-    return segment(context, result, shadowState, shadowState->refraction_volume, ray, path);
+    if (!context.shadowRay || context.depth >= maxNesting) return miTRUE;
+    const ShadowRay& shadowRay = *context.shadowRay;
+    Ray ray = rayFrom(context, *shadowState, shadowState->point, shadowRay.towardLight, RayClass::Shadow);
+    if (!shadowRay.directional) ray.farDistance = mi_vector_dist(&shadowRay.lightOrigin, &shadowState->point);
+    return traceSegment(context, result, shadowState, shadowState->refraction_volume, ray, shadowRay);
 }
 
 } // namespace orca::render

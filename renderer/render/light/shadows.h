@@ -5,16 +5,17 @@
 
 namespace orca::render {
 
-/// Dims `result` by everything between the light of the light state and its point, both read from the state
-/// now. False when an occluder blocks all light; black then, if that occluder has no shadow shader.
+/// Attenuates `result` by all occluders between the light of the light state and the state's point, as the
+/// state holds them now. False when an occluder blocks all light; `result` is black if that occluder has no
+/// shadow shader.
 ///
-/// Simple mode walks from the point toward the light, so that the order, free by the interface, is the same
-/// in every render; sorted mode walks from the light; in segment mode the first occluder's shader walks on by
-/// itself.
+/// Simple mode visits occluders from the point toward the light: the interface leaves the order open, and so
+/// it is the same in every render. Sorted mode visits them from the light. In segment mode the first
+/// occluder's shader continues to the next by `traceShadowSegment`.
 miBoolean traceShadow(miColor& result, miState* lightState);
 
-/// Goes on from an occluder toward the light (segment mode): true with `result` unchanged when the light is
-/// reached.
+/// Continues from an occluder toward the light (segment mode). True with `result` unchanged when nothing is
+/// in between.
 miBoolean traceShadowSegment(miColor& result, miState* shadowState);
 
 } // namespace orca::render

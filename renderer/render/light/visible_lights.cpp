@@ -10,8 +10,8 @@ namespace orca::render {
 
 namespace {
 
-/// A ray in light space. The direction keeps the length that the placement gives it, so that distances along
-/// it are those of the world.
+/// A ray in light space. The direction is not normalised after its transformation, so that distances along it
+/// are those of world space.
 struct LightSpaceRay {
     miVector origin, direction; ///< the origin relative to the light's
     float least, most;
@@ -39,7 +39,7 @@ std::optional<float> planeDistance(const LightSpaceRay& ray, const miVector& nor
     return distance;
 }
 
-std::optional<ShapeHit> meetRectangle(const LightSpaceRay& ray, const miLight& light) {
+std::optional<ShapeHit> intersectRectangle(const LightSpaceRay& ray, const miLight& light) {
     miVector normal;
     mi_vector_prod(&normal, &light.edge_u, &light.edge_v);
     const auto distance = planeDistance(ray, normal);
@@ -56,7 +56,7 @@ std::optional<ShapeHit> meetRectangle(const LightSpaceRay& ray, const miLight& l
     return ShapeHit{*distance, normal};
 }
 
-std::optional<ShapeHit> meetDisc(const LightSpaceRay& ray, const miLight& light) {
+std::optional<ShapeHit> intersectDisc(const LightSpaceRay& ray, const miLight& light) {
     const auto distance = planeDistance(ray, light.axis);
     if (!distance) return std::nullopt;
     const miVector p = pointAt(ray, *distance);
@@ -76,7 +76,7 @@ std::optional<float> nearestRoot(const LightSpaceRay& ray, float a, float b, flo
     return std::nullopt;
 }
 
-std::optional<ShapeHit> meetSphere(const LightSpaceRay& ray, const miLight& light) {
+std::optional<ShapeHit> intersectSphere(const LightSpaceRay& ray, const miLight& light) {
     const auto distance = nearestRoot(
         ray, mi_vector_dot(&ray.direction, &ray.direction), mi_vector_dot(&ray.origin, &ray.direction),
         mi_vector_dot(&ray.origin, &ray.origin) - light.radius * light.radius, [](float) { return true; });
@@ -84,16 +84,16 @@ std::optional<ShapeHit> meetSphere(const LightSpaceRay& ray, const miLight& ligh
     return ShapeHit{*distance, pointAt(ray, *distance)};
 }
 
-/// Without lids.
-std::optional<ShapeHit> meetCylinder(const LightSpaceRay& ray, const miLight& light) {
+/// Without end caps.
+std::optional<ShapeHit> intersectCylinder(const LightSpaceRay& ray, const miLight& light) {
     miVector axis = light.axis;
     const float halfLength = 0.5f * mi_vector_norm(&axis);
     mi_vector_normalize(&axis);
-    const auto beside = [&](const miVector& v) {
+    const auto perpendicular = [&](const miVector& v) {
         const float along = mi_vector_dot(&v, &axis);
         return miVector{v.x - along * axis.x, v.y - along * axis.y, v.z - along * axis.z};
     };
-    const miVector origin = beside(ray.origin), direction = beside(ray.direction);
+    const miVector origin = perpendicular(ray.origin), direction = perpendicular(ray.direction);
     const auto distance =
         nearestRoot(ray, mi_vector_dot(&direction, &direction), mi_vector_dot(&origin, &direction),
                     mi_vector_dot(&origin, &origin) - light.radius * light.radius, [&](float at) {
@@ -101,15 +101,15 @@ std::optional<ShapeHit> meetCylinder(const LightSpaceRay& ray, const miLight& li
                         return std::abs(mi_vector_dot(&p, &axis)) <= halfLength;
                     });
     if (!distance) return std::nullopt;
-    return ShapeHit{*distance, beside(pointAt(ray, *distance))};
+    return ShapeHit{*distance, perpendicular(pointAt(ray, *distance))};
 }
 
-std::optional<ShapeHit> meet(const LightSpaceRay& ray, const miLight& light) {
+std::optional<ShapeHit> intersect(const LightSpaceRay& ray, const miLight& light) {
     switch (light.area) {
-    case miLIGHT_RECTANGLE: return meetRectangle(ray, light);
-    case miLIGHT_DISC: return meetDisc(ray, light);
-    case miLIGHT_SPHERE: return meetSphere(ray, light);
-    case miLIGHT_CYLINDER: return meetCylinder(ray, light);
+    case miLIGHT_RECTANGLE: return intersectRectangle(ray, light);
+    case miLIGHT_DISC: return intersectDisc(ray, light);
+    case miLIGHT_SPHERE: return intersectSphere(ray, light);
+    case miLIGHT_CYLINDER: return intersectCylinder(ray, light);
     default: return std::nullopt;
     }
 }
@@ -129,7 +129,7 @@ bool findVisibleLight(const Frame& frame, const geometry::Ray& ray, float limit,
         mi_vector_transform(&local.direction, &ray.direction, place.global_to_local);
         local.least = ray.nearDistance;
         local.most = limit;
-        const auto shape = meet(local, *light->light);
+        const auto shape = intersect(local, *light->light);
         if (!shape) continue;
         found = true;
         limit = shape->distance;

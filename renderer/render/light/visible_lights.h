@@ -6,18 +6,18 @@
 
 namespace orca::render {
 
-/// Where a ray meets the shape of a light that can be seen.
+/// Intersection of a ray with the shape of a visible area light.
 struct LightHit {
     const LightInstance* light;
     float distance;  ///< along the ray
     miVector normal; ///< of the shape, unit, internal space, as modelled
 };
 
-/// The nearest visible area light on a ray before `limit`. Rays that the camera, mirrors, glass and
-/// transparency send see lights; gathering ones do not, because lights are sampled by themselves.
+/// The nearest visible area light on a ray before distance `limit`. Eye, reflection, refraction and
+/// transparency rays hit lights; gather rays and shadow rays do not, because lights are sampled directly.
 [[nodiscard]] bool findVisibleLight(const Frame& frame, const geometry::Ray& ray, float limit, LightHit& hit);
 
-/// Calls the light's shader with the ray's own type for what the ray sees of it.
+/// Calls the light's shader on the ray's state, with the ray's own type.
 miBoolean shadeVisibleLight(RenderContext& context, DerivedState& child, const LightHit& hit,
                             miColor& result);
 

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int finestLevel = 8;    // 65536 samples a pixel
 constexpr int coarsestLevel = -6; // one sample every 64 pixels
-constexpr int trustedLevel = 2;   // from 16 samples on, a pixel's own samples show an edge in it
+constexpr int trustedLevel = 2;   // from 16 samples on, an edge shows in the pixel's own samples
 
 unsigned samplesAt(int level) {
     return level <= 0 ? 1u : 1u << (2 * level);
@@ -54,7 +54,7 @@ bool AdaptiveSampler::differs(const miColor& a, const miColor& b) const {
 bool AdaptiveSampler::pixelNeedsMore(const Film& film, int x, int y) const {
     if (!film.sampled(x, y)) return false;
     if (level_ > 0 && differs(film.spread(x, y), {})) return true;
-    // A few samples can all miss an edge that crosses their pixel; the neighbours tell.
+    // A few samples can all miss an edge that crosses their pixel, so the neighbours are compared.
     if (level_ >= trustedLevel) return false;
     const miColor mean = film.mean(x, y);
     for (int dy = -1; dy <= 1; ++dy)

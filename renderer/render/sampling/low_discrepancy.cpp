@@ -71,7 +71,7 @@ constexpr std::uint32_t reversedSecondDimension(std::uint32_t index) noexcept {
     return index;
 }
 
-/// Coordinate of a point before scrambling, bits reversed, as the scramble wants it.
+/// Coordinate of a point before scrambling, bits reversed, which is the scramble's input.
 std::uint32_t reversedSobol(std::uint32_t index, int dimension) noexcept {
     if (dimension == 0) return index;
     if (dimension == 1) return reversedSecondDimension(index);

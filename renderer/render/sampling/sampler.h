@@ -16,19 +16,19 @@ public:
     /// Coordinate of the sample's own point: stable meaning per dimension (see `EyeDimension`).
     [[nodiscard]] float eye(int dimension) const;
 
-    /// Key of a fresh sequence for one decision, a loop over a light say.
+    /// Key of a new sequence for one decision, such as a loop over a light's samples.
     [[nodiscard]] std::uint32_t nextKey();
     /// Coordinate `dimension` of point `point` of a loop with `count` points: stratified within the loop and
     /// over the pixel's samples.
     [[nodiscard]] float coordinate(std::uint32_t key, std::uint32_t point, std::uint32_t count,
                                    int dimension) const;
 
-    /// Key of a light's loop, which its sample counter identifies: fresh for the first sample, the same for
-    /// the rest.
+    /// Key of a light's loop, which the address of its sample counter identifies: new for the first sample,
+    /// the same for the rest.
     [[nodiscard]] std::uint32_t lightKey(const int* counter, bool first);
 
     /// One step of a loop as the shader interface has it: `instance` identifies the loop by its address.
-    /// False when the loop is over; `count` null loops on, `instance` null asks for a single point.
+    /// False when the loop is over. `count` null: the loop has no end; `instance` null: a single point.
     bool loop(double* sample, int* instance, unsigned dimension, const unsigned* count);
 
 private:

@@ -7,9 +7,10 @@
 
 namespace orca::render {
 
-/// What one pixel covers of the first texture space at the hit: the cone of the pixel over the whole length
-/// of the path, cut by the surface and mapped by its derivatives. Zero where the surface has none. Mirrors
-/// and lenses on the way are taken as flat: what they spread further is left to the samples of the pixel.
+/// Footprint of one pixel in the first texture space at the hit: the pixel's cone over the whole length of
+/// the path, intersected with the surface and mapped by its derivatives. Zero where the surface has none.
+/// Mirrors and lenses along the path count as flat; how much more they spread the cone is left to the pixel's
+/// samples.
 [[nodiscard]] image::Footprint footprintOf(const miState* state);
 
 } // namespace orca::render

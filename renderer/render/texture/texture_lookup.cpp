@@ -9,7 +9,7 @@ namespace orca::render {
 
 namespace {
 
-/// Calls a texture shader with the coordinate where it looks for it.
+/// Calls a texture shader with the coordinate in `state->tex`.
 miBoolean callTextureShader(void* result, miState* state, miTag shader, const miVector& coord) {
     const miVector before = state->tex;
     state->tex = coord;
@@ -30,7 +30,7 @@ miTag shaderBehind(const Frame& frame, miTag texture, const scene::TextureElemen
     return miNULLTAG;
 }
 
-/// As the texture's own statement has it.
+/// The look-up that the texture's own statement asks for.
 image::TextureLookup ownLookup(const scene::TextureElement& texture, const miState* state) {
     image::TextureLookup how;
     how.filtered = texture.filter.has_value();

@@ -8,7 +8,7 @@
 namespace orca::render {
 
 // Texture look-ups at `coord`, (0, 0) lower left and (1, 1) upper right. Image files and pixels come from the
-// picture's texture cache; procedural textures and plain texture shaders are called with the coordinate in
+// texture cache; procedural textures and plain texture shaders are called with the coordinate in
 // `state->tex`. False, and the result untouched, for a null tag or an image that cannot be read. Without
 // `how` the texture's own statement decides: nearest texel, or filtered over the footprint of the hit.
 

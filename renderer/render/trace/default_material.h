@@ -5,7 +5,7 @@
 
 namespace orca::render {
 
-/// The plain grey matte of surfaces that the scene gives no material, lit by the scene's lights.
+/// Shades a surface without a material: Lambert, reflectance 0.5, lit by the lights of its instance.
 miBoolean shadeDefaultMaterial(RenderContext& context, miState* state, miColor& result);
 
 } // namespace orca::render

@@ -12,7 +12,7 @@ namespace {
 using geometry::Ray;
 using geometry::RayClass;
 
-/// A ray that is not worth casting: nested too deep, or for a picture that was stopped.
+/// True for rays that are not cast: nested too deep, or of a picture that was stopped.
 bool isPointless(const RenderContext& context) {
     if (context.frame.stopped()) return true;
     if (context.depth < maxNesting) return false;
@@ -22,7 +22,8 @@ bool isPointless(const RenderContext& context) {
     return true;
 }
 
-/// Below the picture's depths, and within a gather below the gather's own, which count from where it began.
+/// True below the picture's ray depths and, within a gather, below the gather's own, which count from the
+/// level at which it began.
 bool withinDepth(const RenderContext& context, const miState* state, RayClass kind) {
     const miOptions& options = *state->options;
     const bool reflects = kind == RayClass::Reflect;
@@ -39,8 +40,8 @@ bool withinDepth(const RenderContext& context, const miState* state, RayClass ki
     return (!limit || level - base < *limit) && (!gather.traceDepth || sum - sumBase < *gather.traceDepth);
 }
 
-/// The leaf that the state stands on, to see which rays it may send.
-const geometry::MeshInstance* standsOn(const RenderContext& context, const miState* state) {
+/// The mesh instance that the state's ray hit, which limits the rays that may leave it; null for none.
+const geometry::MeshInstance* meshInstanceAt(const RenderContext& context, const miState* state) {
     return state->hit_instance == geometry::nothing ? nullptr
                                                     : &context.frame.meshInstances[state->hit_instance];
 }
@@ -66,7 +67,7 @@ RayClass classOf(miRay_type type) {
 
 miBoolean traceReflection(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
-    const geometry::MeshInstance* meshInstance = standsOn(context, state);
+    const geometry::MeshInstance* meshInstance = meshInstanceAt(context, state);
     if (!state->options->trace || (meshInstance && !meshInstance->sendsReflections) || isPointless(context) ||
         !withinDepth(context, state, RayClass::Reflect))
         return miFALSE;
@@ -78,7 +79,7 @@ miBoolean traceReflection(miColor& result, miState* state, const miVector& direc
 
 miBoolean traceRefraction(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
-    const geometry::MeshInstance* meshInstance = standsOn(context, state);
+    const geometry::MeshInstance* meshInstance = meshInstanceAt(context, state);
     if (!state->options->trace || (meshInstance && !meshInstance->sendsRefractions) || isPointless(context) ||
         !withinDepth(context, state, RayClass::Refract))
         return miFALSE;
@@ -91,8 +92,8 @@ miBoolean traceRefraction(miColor& result, miState* state, const miVector& direc
 
 miBoolean traceTransparent(miColor& result, miState* state) {
     RenderContext& context = renderContextOf(state);
-    const geometry::MeshInstance* meshInstance = standsOn(context, state);
-    // The level may be -1 here: a caller that lowered it is judged by the lowered value.
+    const geometry::MeshInstance* meshInstance = meshInstanceAt(context, state);
+    // The level may be -1 here: a caller may have lowered it, and the lowered value counts.
     if ((meshInstance && !meshInstance->sendsTransparency) || isPointless(context) ||
         !withinDepth(context, state, RayClass::Refract))
         return miFALSE;
@@ -135,7 +136,7 @@ miBoolean traceProbe(miState* state, const miVector& direction, const miVector& 
     Ray ray = rayFrom(context, *state, origin, direction, RayClass::Gather);
     const miVector& point = state->point;
     if (origin.x != point.x || origin.y != point.y || origin.z != point.z) {
-        // A probe from elsewhere may come back to the very surface that the state stands on.
+        // A probe from another point may hit the state's own surface.
         ray.origin = origin;
         ray.skipInstance = ray.skipTriangle = geometry::nothing;
     }

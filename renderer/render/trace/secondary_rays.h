@@ -5,7 +5,9 @@
 
 namespace orca::render {
 
-// Rays that shaders cast (see the interface's trace functions for their promises).
+// Rays that shaders cast. Each takes its origin from the state's point, except the probe, and derives a child
+// state that stays readable through `state->child`. False, with `result` unchanged or black, when the ray is
+// not cast (depth limits, flags of the mesh instance) or no shader delivered.
 
 miBoolean traceReflection(miColor& result, miState* state, const miVector& direction);
 miBoolean traceRefraction(miColor& result, miState* state, const miVector& direction);

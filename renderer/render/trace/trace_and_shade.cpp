@@ -16,8 +16,8 @@ bool isFinite(const miColor& c) {
     return std::isfinite(c.r) && std::isfinite(c.g) && std::isfinite(c.b) && std::isfinite(c.a);
 }
 
-/// What the renderer's own buffers take from the first hit of an eye sample.
-void notePrimaryHit(RenderContext& context, const miState& state, miTag shader) {
+/// Keeps what the built-in buffers store of an eye sample's first hit.
+void recordPrimaryHit(RenderContext& context, const miState& state, miTag shader) {
     miVector inCamera;
     mi_point_transform(&inCamera, &state.point, context.camera.fromWorld);
     context.primary = {true, -inCamera.z, state.normal, state.motion, state.label, shader};
@@ -28,7 +28,7 @@ miBoolean shadeHit(RenderContext& context, miState* state, miColor& result) {
     state->refraction_volume = material ? material->volume : miNULLTAG;
     if (material && material->environment != miNULLTAG) state->environment = material->environment;
     if (state->type == miRAY_EYE && context.inEyeSample && !context.primary.hit)
-        notePrimaryHit(context, *state, material ? material->shader : miNULLTAG);
+        recordPrimaryHit(context, *state, material ? material->shader : miNULLTAG);
 
     ++context.counts.materialCalls;
     if (!material || material->shader == miNULLTAG) return shadeDefaultMaterial(context, state, result);
@@ -49,10 +49,10 @@ miBoolean traceAndShade(RenderContext& context, ChildState& child, const geometr
     geometry::Hit hit;
     LightHit light;
     miBoolean delivered;
-    const bool meets = context.frame.geometry.intersect(ray, hit);
-    if (findVisibleLight(context.frame, ray, meets ? hit.distance : ray.farDistance, light)) {
+    const bool hits = context.frame.geometry.intersect(ray, hit);
+    if (findVisibleLight(context.frame, ray, hits ? hit.distance : ray.farDistance, light)) {
         delivered = shadeVisibleLight(context, child.derived(), light, result);
-    } else if (meets) {
+    } else if (hits) {
         setHit(context, child.derived(), ray, hit, NormalSide::TowardRay);
         delivered = shadeHit(context, state, result);
     } else {

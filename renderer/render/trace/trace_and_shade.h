@@ -6,8 +6,8 @@
 
 namespace orca::render {
 
-/// Casts a visible ray and shades what it meets: a light that can be seen, the hit's material, or the
-/// environment, and then the volume of the space the ray came through. `child` holds the ray (org, dir, type,
+/// Casts a ray and shades what it hits: a visible light, a surface by its material, or else the environment;
+/// then calls the volume shader of the space that the ray crossed. `child` holds the ray (org, dir, type,
 /// levels, volume) and receives the hit. True when a shader delivered; `result` is black otherwise.
 miBoolean traceAndShade(RenderContext& context, ChildState& child, const geometry::Ray& ray, miColor& result);
 
