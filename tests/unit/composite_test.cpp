@@ -70,40 +70,6 @@ protected:
     }
 };
 
-TEST_F(Composite, TheFullPictureCoversDiffuseLightAndAddsTheRest) {
-    compose(0x74F);
-    EXPECT_EQ(result.color, sum(covered(8 + 4 + 1 + 1 / 32.0f), of(2 + 32 + 1 / 64.0f + 128)));
-    EXPECT_EQ(result.opacity, (miColor{0.5f, 1.0f, 0.0f, 0.75f}));
-    EXPECT_EQ(result.diffuse, inputs.diffuse);
-    EXPECT_EQ(result.specular, inputs.specular);
-    EXPECT_EQ(result.irradiance, inputs.indirect);
-    EXPECT_EQ(result.ambient, inputs.ambient);
-    EXPECT_EQ(result.incandescence, inputs.incandescence);
-    EXPECT_EQ(result.reflection, inputs.reflection);
-    EXPECT_EQ(result.refraction, refraction);
-    EXPECT_EQ(result.scatter, scatter);
-    for (const miColor& unused : {result.diffuseUnshadowed, result.specularUnshadowed})
-        EXPECT_EQ(unused, miColor{}); // inputs that the mode does not use are not stored either
-}
-
-TEST_F(Composite, EachModeTakesItsOwnInputs) {
-    compose(0x797);
-    EXPECT_EQ(result.color, sum(covered(16 + 4 + 1 + 1 / 32.0f), of(2 + 64 + 1 / 64.0f + 128)));
-    compose(0x617);
-    EXPECT_EQ(result.color, sum(covered(16 + 4 + 1 + 1 / 32.0f), of(2 + 128)));
-    compose(0x180);
-    EXPECT_EQ(result.color, of(64 + 1 / 64.0f));
-    compose(0x1);
-    EXPECT_EQ(result.color, covered(1));
-    compose(0x18);
-    EXPECT_EQ(result.color, covered(8)); // shadowed light before unshadowed
-    compose(0xC0);
-    EXPECT_EQ(result.color, of(32));
-    inputs.refraction = inputs.scatter = nullptr;
-    compose(0x500);
-    EXPECT_EQ(result.color, miColor{});
-}
-
 TEST_F(Composite, GlowTakesItsShareBeforeReflectionAndOutlivesClearing) {
     inputs.glow = 0.5f;
     inputs.specularGlow = 0.25f;
@@ -132,15 +98,6 @@ TEST_F(Composite, TheMatteFollowsItsRule) {
     EXPECT_EQ(result.color, covered(8));
     EXPECT_EQ(matte(MATTE_BLACK_HOLE), (miColor{-1e6f, -1e6f, -1e6f, 9}));
     EXPECT_EQ(result.color, miColor{}); // nothing else is composed
-}
-
-TEST_F(Composite, TheShadowModeSetsTheMatteOnly) {
-    inputs.shadowMatte = 0.75f;
-    inputs.matteRule = MATTE_BLACK_HOLE;
-    compose(0xFFF, RENDER_MODE_SHADOW);
-    EXPECT_EQ(result.matteOpacity, (miColor{0.75f, 0.75f, 0.75f, 0.0f}));
-    EXPECT_EQ(result.color, miColor{});
-    EXPECT_EQ(result.opacity, miColor{});
 }
 
 } // namespace

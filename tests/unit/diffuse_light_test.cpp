@@ -9,39 +9,6 @@
 
 namespace {
 
-struct TranslucenceCase {
-    float nDotL, wrap, forward;
-    float expected; // for full translucence and a light straight ahead of the ray
-};
-class Translucence : public ::testing::TestWithParam<TranslucenceCase> {};
-
-TEST_P(Translucence, FadesInRoundTheSurface) {
-    ScriptedRenderer renderer;
-    const miVector straightThrough = renderer.state.dir;
-    const auto& c = GetParam();
-    EXPECT_NEAR(compute_lambert_translucence(&renderer.state, &straightThrough, nullptr, c.nDotL, 1.0f,
-                                             c.forward, c.wrap),
-                c.expected, 1e-5f);
-}
-INSTANTIATE_TEST_SUITE_P(Curve, Translucence,
-                         ::testing::Values(TranslucenceCase{0.0f, 0.0f, 0.0f, 0.0f},
-                                           TranslucenceCase{0.075f, 0.0f, 0.0f, 0.5f},
-                                           TranslucenceCase{0.15f, 0.0f, 0.0f, 1.0f},
-                                           TranslucenceCase{-1.0f, 0.1f, 0.0f, 0.15f}, // fade of width 1
-                                           TranslucenceCase{-0.2f, 0.01f, 0.0f, 0.0f},
-                                           TranslucenceCase{0.5f, 0.0f, 1.0f, 1.0f}));
-
-TEST(TranslucenceForward, ConcentratesOnLightsSeenStraightThrough) {
-    ScriptedRenderer renderer;
-    const miVector aside{1.0f, 0.0f, 0.0f};
-    const auto at = [&](float forward) {
-        return compute_lambert_translucence(&renderer.state, &aside, nullptr, 0.9f, 1.0f, forward, 0.0f);
-    };
-    EXPECT_EQ(at(0.0f), 1.0f);
-    EXPECT_NEAR(at(0.5f), std::pow(0.5f, 0.5f / 0.50001f), 1e-6f);
-    EXPECT_EQ(at(1.0f), 0.0f); // 0.5 to the power 100000: finite, and gone
-}
-
 /// One colour parameter that is connected or not, and the irradiance colour before it.
 struct IrradianceRecord {
     miColor color;

@@ -32,75 +32,6 @@ struct Highlights : ::testing::Test {
     void lookFrom(double degrees) { state.dir = -at(degrees); }
 };
 
-TEST_F(Highlights, PhongIsAPowerOfTheCosineWithAConstantTail) {
-    const miVector mirror = at(30);
-    const auto strength = [&](const miVector& light, float exponent, float nDotL = 1.0f) {
-        return compute_phong_specular(&mirror, &light, &state, exponent, nDotL);
-    };
-    for (const double degrees : {0.0, 5.0, 17.0, 40.0})
-        for (const float exponent : {0.5f, 2.0f, 20.0f})
-            EXPECT_NEAR(strength(at(30 + degrees) * 3.0f, exponent), // of any length
-                        std::pow(std::cos(degrees * pi / 180.0), exponent), 2e-6);
-    EXPECT_FLOAT_EQ(strength(mirror * 0.25f, 1e4f), 1.0f);
-    EXPECT_EQ(strength(at(-60), 2.0f), 0.0f);
-    EXPECT_EQ(strength(at(-61), 2.0f), 0.0f);
-    EXPECT_EQ(strength({0.0f, 0.0f, 0.0f}, 2.0f), 0.0f);
-    const float atMinus10_5 = static_cast<float>(-10.5 / std::log(std::cos(20.0 * pi / 180.0)));
-    EXPECT_EQ(strength(at(50), atMinus10_5), 4.54e-5f);
-}
-
-TEST_F(Highlights, PhongEHasARimAndFadesWithItsWhiteness) {
-    const miVector mirror = at(0);
-    const float size = 0.2f;
-    const auto strength = [&](double share, float roughness, float whiteness) {
-        // `share` of the way from the rim to the centre.
-        const miVector light = at(std::acos(1.0 - size * (1.0 - share)) * 180.0 / pi) * 2.0f;
-        return compute_phongE_specular(&mirror, whiteness, roughness, size, 1.0f, &light, &state);
-    };
-    for (const double u : {0.05, 0.3, 0.5, 0.9, 1.0})
-        for (const double k : {0.2, 1.0, 8.0})
-            EXPECT_NEAR(strength(u, static_cast<float>(k), 1.0f), k * u / (1.0 - u * u + k * u * u), 2e-5)
-                << u << ' ' << k;
-    EXPECT_NEAR(strength(0.5, 1.0f, 0.05f), 0.25, 1e-5);
-    EXPECT_NEAR(strength(0.0005, 1.0f, 0.05f), 0.0005, 1e-5); // too faint to fade
-    EXPECT_EQ(strength(-0.01, 1.0f, 1.0f), 0.0f);
-    EXPECT_EQ(strength(1.0, 0.0f, 1.0f), 0.0f); // no division by nothing
-}
-
-/// Blinn's own form: D G F / (N.E), with D of an ellipsoid of revolution and G the least of three.
-double blinn(double viewAngle, double lightAngle, double e, double r) {
-    const double view = viewAngle * pi / 180.0;
-    const double light = lightAngle * pi / 180.0;
-    const double half = (light - view) / 2.0; // viewer at -view, light at +light
-    const double nh = std::cos(half);
-    const double vh = std::cos((light + view) / 2.0);
-    const double nv = std::cos(view);
-    const double nl = std::cos(light);
-    const double d = std::pow(e * e / (nh * nh * (e * e - 1.0) + 1.0), 2.0);
-    const double g = std::min({1.0, 2.0 * nh * nv / vh, 2.0 * nh * nl / vh});
-    const double f = std::pow(1.0 - vh, 3.0);
-    return d * g * (f + (1.0 - f) * r) / nv;
-}
-
-TEST_F(Highlights, BlinnIsDistributionTimesShadowingTimesReflectance) {
-    for (const double view : {0.0, 25.0, 60.0, 85.0})
-        for (const double lightAngle : {0.0, 30.0, 62.0, 88.0})
-            for (const double e : {0.1, 0.5, 0.95}) {
-                lookFrom(-view);
-                const miVector light = at(lightAngle);
-                const double expected = blinn(view, lightAngle, e, 0.7);
-                EXPECT_NEAR(compute_blinn_specular(&light, &normal, &state, light.z, -dot(normal, state.dir),
-                                                   static_cast<float>(e), 0.7f, light.z),
-                            expected, 2e-4 * expected + 1e-5)
-                    << view << ' ' << lightAngle << ' ' << e;
-            }
-    // Eccentricity 1 stands for a squared eccentricity of 1 + 1e-5: the distribution is flat.
-    lookFrom(0);
-    const miVector light = at(40);
-    EXPECT_NEAR(compute_blinn_specular(&light, &normal, &state, light.z, 1.0f, 1.0f, 1.0f, light.z), 1.0,
-                1e-3);
-}
-
 TEST_F(Highlights, BlinnPeaksAtOneWhenRoundingCarriesTheCosinePastIt) {
     lookFrom(0);
     for (const float tooLong : {1.0f, 1.0f + 1.2e-7f, 1.0f + 3e-7f})
@@ -109,32 +40,6 @@ TEST_F(Highlights, BlinnPeaksAtOneWhenRoundingCarriesTheCosinePastIt) {
             const float e = 1e-6f * static_cast<float>(i);
             EXPECT_LE(compute_blinn_specular(&normal, &n, &state, 1.0f, 1.0f, e, 1.0f, 1.0f), 1.001f) << e;
         }
-}
-
-TEST_F(Highlights, KeepEyeRaysBareAndWeighOthersByTheCosine) {
-    lookFrom(-80);
-    const miVector mirror = at(80);
-    const miVector light = at(80);
-    const auto each = [&](float nDotL, float(&strengths)[3]) {
-        strengths[0] = compute_phong_specular(&mirror, &light, &state, 5.0f, nDotL);
-        strengths[1] = compute_phongE_specular(&mirror, 1.0f, 1.0f, 0.5f, nDotL, &light, &state);
-        strengths[2] = compute_blinn_specular(&light, &normal, &state, light.z, at(80).z, 0.5f, 0.5f, nDotL);
-    };
-    float bare[3], front[3], behind[3], bareBehind[3];
-    state.type = miRAY_EYE;
-    each(0.25f, bare);
-    each(-0.25f, bareBehind);
-    for (const auto type : {miRAY_REFLECT, miRAY_REFRACT}) {
-        state.type = type;
-        each(0.25f, front);
-        each(-0.25f, behind);
-        for (int i = 0; i < 3; ++i) {
-            EXPECT_GT(bare[i], 0.0f);
-            EXPECT_EQ(bareBehind[i], bare[i]);
-            EXPECT_FLOAT_EQ(front[i], 0.25f * bare[i]);
-            EXPECT_EQ(behind[i], 0.0f);
-        }
-    }
 }
 
 // --- anisotropic

@@ -138,50 +138,6 @@ TEST_F(LightProtocol, ForeignLightsGetTheirReturnedColourUntilOneOfOursHasRun) {
 
 // --- what a light sample delivers
 
-TEST_F(LightProtocol, WithoutShadowsEachRecordGetsTheLightAndShadowPassesNothing) {
-    setLightIrradiance(count, records, &light);
-    for (unsigned i = 0; i < count; ++i) {
-        EXPECT_EQ(records[i].lightColor,
-                  i == excluded || i == shadowOnly ? opaqueBlack : (miColor{0.8f, 0.6f, 0.4f, 1.0f}));
-        EXPECT_EQ(records[i].shadowTransmission, WHITE);
-    }
-}
-
-struct ShadowCase {
-    bool blocked, uniform;
-};
-class ShadowRay : public LightProtocol, public ::testing::WithParamInterface<ShadowCase> {};
-
-TEST_P(ShadowRay, DeliversByWhatEachRecordAsksFor) {
-    const auto [blocked, uniform] = GetParam();
-    constexpr miColor whole{0.5f, 0.25f, 1.0f, 0.0f};
-    constexpr miColor own{0.0f, 0.5f, 0.75f, 0.5f};
-    renderer.traceShadow = [&, blocked = blocked](miColor* result, miState*) {
-        EXPECT_EQ(*result, WHITE);
-        for (const int i : {unshadowed, shadowOnly, shadowed}) {
-            EXPECT_EQ(records[i].shadowTransmission, WHITE);
-            records[i].shadowTransmission = own;
-        }
-        EXPECT_EQ(records[excluded].shadowTransmission, touched);
-        *result = whole;
-        return miBoolean{!blocked};
-    };
-    miColor result = touched;
-    EXPECT_EQ(traceShadow(count, records, &result, &light, &shadowColor, uniform, &state), !blocked);
-    EXPECT_EQ(result, whole);
-
-    miColor there = arriving(own);
-    if (uniform)
-        there = blocked ? miColor{shadowColor.r, shadowColor.g, shadowColor.b, 1.0f} : arriving(whole);
-    EXPECT_EQ(records[excluded].lightColor, opaqueBlack);
-    EXPECT_EQ(records[unshadowed].lightColor, (miColor{light.r, light.g, light.b, 1.0f}));
-    EXPECT_EQ(records[shadowOnly].lightColor, missing(there));
-    EXPECT_EQ(records[shadowed].lightColor, there);
-}
-INSTANTIATE_TEST_SUITE_P(Cases, ShadowRay,
-                         ::testing::Values(ShadowCase{false, false}, ShadowCase{false, true},
-                                           ShadowCase{true, false}, ShadowCase{true, true}));
-
 TEST_F(LightProtocol, SeveralShadowRaysAreAveragedWhateverARecordSaysOfShadows) {
     const miColor transmissions[] = {{1.0f, 0.5f, 0.0f, 1.0f}, {0.0f, 0.5f, 0.5f, 0.0f}};
     const miColor mean{0.5f, 0.5f, 0.25f, 0.5f};
@@ -209,34 +165,6 @@ TEST_F(LightProtocol, SeveralShadowRaysAreAveragedWhateverARecordSaysOfShadows) 
 
 // --- occluders
 
-TEST_F(LightProtocol, AnOccluderDimsTheShadowedRecordsThatItsMaskAdmits) {
-    constexpr miColor half{0.5f, 0.5f, 0.5f, 0.25f};
-    const auto after = [&](miTag occluder, const miColor& transparency) {
-        for (unsigned i = 0; i < count; ++i) records[i].shadowTransmission = WHITE;
-        state.instance = occluder;
-        return applyShadowTransparencyToFrameBuffers(count, records, &transparency, &state);
-    };
-    for (const char* mask : {"f1", ""}) {
-        EXPECT_TRUE(after(renderer.database.addMaskedInstance(mask), half));
-        EXPECT_EQ(records[excluded].shadowTransmission, WHITE);
-        EXPECT_EQ(records[unshadowed].shadowTransmission, WHITE);
-        for (const int i : {shadowOnly, shadowed, freeOfLinks})
-            EXPECT_EQ(records[i].shadowTransmission, half) << mask;
-    }
-    // Excluded by the mask, a record keeps its light and keeps the ray going; one that ignores links is
-    // dimmed anyway.
-    EXPECT_TRUE(after(renderer.database.addMaskedInstance("00"), BLACK));
-    EXPECT_EQ(records[shadowed].shadowTransmission, WHITE);
-    EXPECT_EQ(records[freeOfLinks].shadowTransmission, BLACK);
-
-    // The ray goes on exactly while some shadowed record has a channel of at least 1e-5 left.
-    EXPECT_FALSE(after(miNULLTAG, {0.9e-5f, 0.9e-5f, 0.9e-5f, 1.0f}));
-    EXPECT_TRUE(after(miNULLTAG, {0.0f, 0.0f, 2e-5f, 0.0f}));
-    for (const int i : {shadowOnly, shadowed, freeOfLinks})
-        records[i].flags &= ~unsigned{FB_LIGHT_CONTRIBUTES};
-    EXPECT_FALSE(after(miNULLTAG, WHITE)); // nobody asks
-}
-
 TEST_F(LightProtocol, AnOccludersMaskIsLookedUpOnceAtMost) {
     state.instance = renderer.database.addMaskedInstance("ff");
     renderer.calls.clear();
@@ -247,59 +175,6 @@ TEST_F(LightProtocol, AnOccludersMaskIsLookedUpOnceAtMost) {
     applyShadowTransparencyToFrameBuffers(count, records, &WHITE, &state);
     EXPECT_TRUE(renderer.calls.empty());
 }
-
-// --- the loop's end
-
-struct LoopEndCase {
-    const char* what;
-    int mode;
-    unsigned char useScale;
-    int samples;
-    float expected; ///< level result that started as 10, with 8 gathered and scale 0.5
-};
-class LightLoopEnd : public LightProtocol, public ::testing::WithParamInterface<LoopEndCase> {};
-
-TEST_P(LightLoopEnd, CombinesTheMeanOfWhatWasGathered) {
-    const LoopEndCase& end = GetParam();
-    sampleLightBegin(count, records);
-    EXPECT_TRUE(records[0].flags & FB_IN_LIGHT_LOOP);
-    EXPECT_FALSE(records[1].flags & (FB_IN_LIGHT_LOOP | FB_LIGHT_SETUP_PENDING));
-    for (unsigned i = 0; i < count; ++i) {
-        EXPECT_EQ(records[i].lightAccum, BLACK);
-        records[i].lightAccum = {8.0f, 8.0f, 8.0f, 8.0f};
-        records[i].levelSlots[3].levelResult = {10.0f, 10.0f, 10.0f, 10.0f};
-    }
-    records[shadowed].levelSlots[3].levelMode = 1;
-    records[shadowOnly].levelSlots[3].levelMode = 2;
-    state.reflection_level = 1;
-    state.refraction_level = 2;
-    const float scale = 0.5f;
-    sampleLightEnd(&state, count, records, end.samples, &end.mode, &end.useScale, &scale);
-
-    EXPECT_FALSE(records[0].flags & FB_IN_LIGHT_LOOP);
-    const miColor expected{end.expected, end.expected, end.expected, end.expected};
-    EXPECT_EQ(records[unshadowed].levelSlots[3].levelResult, expected);
-    EXPECT_EQ(records[shadowOnly].levelSlots[3].levelResult, expected);
-    EXPECT_EQ(records[shadowed].levelSlots[3].levelResult.r, 10.0f); // closed
-    EXPECT_EQ(records[unshadowed].levelSlots[2].levelResult, BLACK);
-
-    state.type = miRAY_ENVIRONMENT;
-    sampleLightEnd(&state, count, records, end.samples, &end.mode, &end.useScale, &scale);
-    EXPECT_EQ(records[unshadowed].levelSlots[3].levelResult, expected);
-}
-INSTANTIATE_TEST_SUITE_P(
-    Modes, LightLoopEnd,
-    ::testing::Values(LoopEndCase{"none", 0, 0, 4, 10.0f}, LoopEndCase{"add", 1, 0, 4, 12.0f},
-                      LoopEndCase{"multiply", 2, 0, 4, 20.0f}, LoopEndCase{"replace", 3, 0, 4, 2.0f},
-                      LoopEndCase{"any other adds", -5, 0, 4, 12.0f}, LoopEndCase{"scaled", 3, 1, 4, 1.0f},
-                      LoopEndCase{"only bit 0 scales", 3, 0xFE, 4, 2.0f},
-                      LoopEndCase{"no samples", 3, 0, 0, 10.0f}, LoopEndCase{"negative", 3, 0, -1, 10.0f}),
-    [](const auto& test) {
-        std::string name = test.param.what;
-        for (char& c : name)
-            if (c == ' ') c = '_';
-        return name;
-    });
 
 TEST(LightProtocolWithoutRecords, DoesNothingButTraceShadows) {
     ScriptedRenderer renderer;

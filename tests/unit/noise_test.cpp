@@ -50,56 +50,6 @@ TEST(NoiseTables, TakeAnyIndex) {
     EXPECT_EQ(noise_drand(&seed), static_cast<double>((13849u * 25173u + 13849u) & 0xFFFFu) / 65535.0);
 }
 
-/// The quadratic B-spline over the lattice, summed as a tensor product in double precision.
-double splineNoise3d(double x, double y, double z) {
-    const double c[3] = {x, y, z};
-    int cell[3];
-    double weights[3][3];
-    for (int a = 0; a < 3; ++a) {
-        const double s = (c[a] - std::floor(c[a])) * 32;
-        cell[a] = static_cast<int>(s);
-        const double t = s - cell[a];
-        weights[a][0] = 0.5 * (1 - t) * (1 - t);
-        weights[a][1] = 0.5 + t - t * t;
-        weights[a][2] = 0.5 * t * t;
-    }
-    double sum = 0;
-    for (int k = 0; k < 3; ++k)
-        for (int j = 0; j < 3; ++j)
-            for (int i = 0; i < 3; ++i) {
-                const int index =
-                    ((cell[0] + i - 1) & 31) | ((cell[1] + j - 1) & 31) << 5 | ((cell[2] + k - 1) & 31) << 10;
-                sum += weights[0][i] * weights[1][j] * weights[2][k] * static_cast<double>(NoiseTable[index]);
-            }
-    return sum;
-}
-
-TEST(ValueNoise, IsThePeriodicQuadraticSplineOfItsTable) {
-    for (int i = 0; i < 500; ++i) {
-        const double x = i * 0.0371 - 4;
-        const double y = i * 0.0193 + 2;
-        const double z = i * 0.0517 - 11;
-        ASSERT_NEAR(noise_scalar_3d(x, y, z), splineNoise3d(x, y, z), 1e-5);
-        EXPECT_NEAR(noise_scalar_3d(x + 1, y - 3, z + 2), noise_scalar_3d(x, y, z), 1e-4);
-        ASSERT_LT(std::abs(noise_scalar_2d(x, y)), 1.0f);
-    }
-    EXPECT_EQ(noise_scalar_3d(0, 0, 0), noise_scalar_3d(1, 1, 1));
-    EXPECT_EQ(noise_scalar_3d(2e9, 0.3, 0.2), noise_scalar_3d(0, 0.3, 0.2));
-    EXPECT_EQ(noise_scalar_2d(0.4, -3e9), noise_scalar_2d(0.4, 0));
-}
-
-TEST(ValueNoise, IsContinuousAcrossCellsAndPeriods) {
-    constexpr double step = 1e-7;
-    for (int cell = 0; cell <= 32; ++cell) {
-        const double edge = cell / 32.0;
-        EXPECT_NEAR(noise_scalar_3d(edge - step, 0.3, 0.7), noise_scalar_3d(edge + step, 0.3, 0.7), 1e-4)
-            << cell;
-        EXPECT_NEAR(noise_scalar_2d(0.2, edge - step), noise_scalar_2d(0.2, edge + step), 1e-4) << cell;
-        EXPECT_NEAR(noise_scalar_4d(32, 0.1, edge - step, 0.6, 0.5),
-                    noise_scalar_4d(32, 0.1, edge + step, 0.6, 0.5), 1e-4);
-    }
-}
-
 TEST(ValueNoise, InOneDimensionHasItsPeculiarFirstAndLastCell) {
     const auto quadratic = [](float p, float c, float n, float t) {
         return p + c - 2 * t * (p - c) + t * t * (p - 2 * c + n);
@@ -109,30 +59,6 @@ TEST(ValueNoise, InOneDimensionHasItsPeculiarFirstAndLastCell) {
     EXPECT_NEAR(noise_scalar_1d(5.25 / 32), 0.25f * quadratic(v[4], v[5], v[6], 0.25f), 1e-6);
     EXPECT_NEAR(noise_scalar_1d(31.5 / 32), 0.25f * quadratic(v[30], v[31], v[32], 0.5f), 1e-6);
     EXPECT_EQ(noise_scalar_1d(1.0), noise_scalar_1d(0.0));
-}
-
-TEST(ValueNoise, ChangesOverTimeInPeriodSteps) {
-    EXPECT_EQ(noise_scalar_4d(70000, 0.1, 0.2, 0.3, 0.37), noise_scalar_4d(60000, 0.1, 0.2, 0.3, 0.37));
-    EXPECT_EQ(noise_scalar_4d(16, 0.1, 0.2, 0.3, 0.25), noise_scalar_4d(16, 0.1, 0.2, 0.3, 3.25));
-    EXPECT_NE(noise_scalar_4d(16, 0.1, 0.2, 0.3, 0.25), noise_scalar_4d(16, 0.1, 0.2, 0.3, 0.5));
-}
-
-TEST(ValueNoise, SlopesAreThoseOfItsSurface) {
-    constexpr double h = 1e-5;
-    for (int i = 0; i < 50; ++i) {
-        const double x = 0.013 + i * 0.0197;
-        const double y = 0.9 - i * 0.0113;
-        const miVector v = noise_vector_2d(x, y);
-        EXPECT_NEAR(v.z, noise_scalar_2d(x, y), 1e-5);
-        const double dx = (static_cast<double>(noise_vector_2d(x + h, y).z) -
-                           static_cast<double>(noise_vector_2d(x - h, y).z)) /
-                          (2 * h * 32);
-        const double dy = (static_cast<double>(noise_vector_2d(x, y + h).z) -
-                           static_cast<double>(noise_vector_2d(x, y - h).z)) /
-                          (2 * h * 32);
-        EXPECT_NEAR(v.x, dx, 2e-3);
-        EXPECT_NEAR(v.y, dy, 2e-3);
-    }
 }
 
 TEST(GradientNoise, IsBuiltOnceUnderTheLockAndVanishesOnTheLattice) {

@@ -9,7 +9,6 @@
 namespace {
 
 constexpr miTag surfaceTag = 77;
-constexpr int everything = 100;
 
 /// A card: what its surface shader returns, and writes into the diffuse pass.
 struct Card {
@@ -75,27 +74,6 @@ protected:
     miColor background = BLACK;
 };
 
-TEST_F(Engine, ComposesAStackOfCardsFrontToBackInPictureAndPasses) {
-    cards = {{{0.1f, 0.2f, 0.3f, 0}, {0.5f, 0.25f, 0.8f, 0.5f}, {1, 1, 1, 1}},
-             {{0.4f, 0.0f, 0.1f, 0}, {0.2f, 0.5f, 0.5f, 0.5f}, {0.5f, 1, 0, 1}},
-             {{0.3f, 0.3f, 0.3f, 0}, {0, 0, 0, 0}, {0.25f, 0.5f, 1, 1}}};
-    const miColor picture = run();
-    miColor expected = BLACK, diffuse = BLACK, seen = WHITE;
-    for (const Card& card : cards) {
-        expected += seen * card.color;
-        diffuse += seen * (WHITE - card.transparency) * card.diffuse;
-        seen *= card.transparency;
-    }
-    expectColor(picture, expected);
-    expectColor(scene.handedUp(PASS_BEAUTY), expected);
-    expectColor(scene.handedUp(PASS_DIFFUSE), diffuse);
-    expectColor(scene.handedUp(PASS_OPACITY), 1, 1, 1);
-    expectColor(scene.slot(0).levelAux, WHITE);
-    EXPECT_EQ(scene.renderer.state.refraction_level, 0);
-    EXPECT_EQ(scene.vela().throughput, WHITE);
-    EXPECT_NEAR(picture.a, 1.0f, 1e-6f);
-}
-
 TEST_F(Engine, ShowsTheBackgroundThroughTheLastCard) {
     cards = {{{0.1f, 0.1f, 0.1f, 0}, {0.5f, 0.5f, 0.5f, 0.5f}, BLACK}, {BLACK, {0.5f, 1, 0, 0.5f}, BLACK}};
     background = {0.4f, 0.6f, 0.8f, 1.0f};
@@ -104,47 +82,6 @@ TEST_F(Engine, ShowsTheBackgroundThroughTheLastCard) {
     expectColor(scene.handedUp(PASS_BEAUTY), picture);
     expectColor(scene.handedUp(PASS_DIFFUSE), BLACK);
 }
-
-TEST_F(Engine, CountsRefractedTransparencyAgainstWeightedRecords) {
-    surface = [this](SurfaceShaderReturnType&, miState* state) {
-        scene.vela().refractedTransparency = {0.75f, 0.5f, 0.0f, 0.0f};
-        write(PASS_DIFFUSE, state, WHITE);
-        return miTRUE;
-    };
-    run();
-    expectColor(scene.handedUp(PASS_DIFFUSE), 0.25f, 0.5f, 1.0f);
-    expectColor(scene.handedUp(PASS_OPACITY), WHITE);
-}
-
-TEST_F(Engine, EndsAtABlackHole) {
-    surface = [](SurfaceShaderReturnType& result, miState*) {
-        result.color = {0.5f, 0.5f, 0.5f, 1.0f};
-        result.transparency = {0.5f, 0.5f, 0.5f, 0.5f};
-        result.matteOpacity = {-1000000.0f, -1000000.0f, -1000000.0f, 0.0f};
-        return miTRUE;
-    };
-    EXPECT_EQ(run().a, 0.0f);
-    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 0);
-    expectColor(scene.handedUp(PASS_MATTE), BLACK);
-}
-
-struct ThresholdCase {
-    float threshold, transmission;
-    int rays;
-};
-class EngineThreshold : public Engine, public ::testing::WithParamInterface<ThresholdCase> {};
-
-TEST_P(EngineThreshold, DecidesWhetherTheRayGoesOn) {
-    const float t = GetParam().transmission;
-    scene.vela().transparencyThreshold = GetParam().threshold;
-    cards = {{BLACK, {t, t, t, t}, BLACK}};
-    run();
-    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), GetParam().rays);
-}
-INSTANTIATE_TEST_SUITE_P(Cases, EngineThreshold,
-                         ::testing::Values(ThresholdCase{0.999f, 0.5f, 1}, ThresholdCase{0.999f, 0.0f, 0},
-                                           ThresholdCase{0.5f, 0.45f, 0}, ThresholdCase{0.5f, 0.55f, 1},
-                                           ThresholdCase{0.999f, 0.003f, 0}));
 
 TEST_F(Engine, StopsAChainOf256States) {
     std::vector<miState> chain(256, scene.renderer.state);
@@ -155,37 +92,6 @@ TEST_F(Engine, StopsAChainOf256States) {
     EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 1);
     run(&chain[255]);
     EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 1);
-}
-
-TEST_F(Engine, LeavesTransparencyToTheRasterizer) {
-    scene.renderer.options.scanline = miSCANLINE_RASTERIZER;
-    cards = {{{0.25f, 0.5f, 0.5f, 1}, {0.5f, 0.25f, 0.0f, 0.0f}, BLACK}};
-    expectColor(run(), 0.25f, 0.5f, 0.5f);
-    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 0);
-    expectColor(scene.renderer.opacity, 0.5f, 0.75f, 1.0f);
-}
-
-TEST_F(Engine, ContinuesTheSameRayWhenTheStateAsksForIt) {
-    scene.vela().continueRay = miTRUE;
-    cards = {{BLACK, {0.5f, 0.5f, 0.5f, 0.5f}, BLACK}};
-    run();
-    EXPECT_EQ(scene.renderer.callCount("mi_trace_continue"), 1);
-    EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 0);
-}
-
-TEST_F(Engine, StaysOnItsLevelWhereTheSameRayGoesOn) {
-    scene.vela().continueRay = miTRUE;
-    scene.renderer.traceContinue = [this](miColor* result, miState* state) -> miBoolean {
-        miState behind = *state; // a continued ray keeps its type and levels
-        behind.parent = state;
-        return orcaVelaShadingEngine(result, &behind, &engine.parameters);
-    };
-    cards = {{{0.1f, 0.2f, 0.3f, 0}, {0.5f, 0.25f, 0.8f, 0.5f}, WHITE},
-             {{0.4f, 0.0f, 0.1f, 0}, BLACK, WHITE}};
-    const miColor picture = run();
-    expectColor(picture, 0.3f, 0.2f, 0.38f);
-    expectColor(scene.handedUp(PASS_BEAUTY), picture);
-    expectColor(scene.handedUp(PASS_DIFFUSE), WHITE);
 }
 
 TEST_F(Engine, DoesNotShadeBehindAFullyTransparentHit) {
@@ -267,64 +173,6 @@ TEST_F(Engine, PutsTheFilterSizesBackAndFitsThemToTheHit) {
     scene.vela().fixedFilterSize = 3.0f;
     EXPECT_EQ(sizeFor(eye), 3.0f);
     EXPECT_EQ(scene.vela().footprint.screen.x, 7.0f);
-}
-
-// --- levels
-// -------------------------------------------------------------------------------------------------------------
-
-struct LevelCase {
-    const char* mask;
-    unsigned flags;
-    int minReflection, maxReflection, minRefraction, maxRefraction;
-    int reflectionLevel, refractionLevel;
-    int mode;
-};
-class EngineLevel : public ::testing::TestWithParam<LevelCase> {};
-
-TEST_P(EngineLevel, OpensOrClosesTheSlot) {
-    const LevelCase& c = GetParam();
-    ScenePass pass{PASS_DIFFUSE, "diffuse", c.flags};
-    pass.minReflection = c.minReflection;
-    pass.maxReflection = c.maxReflection;
-    pass.minRefraction = c.minRefraction;
-    pass.maxRefraction = c.maxRefraction;
-    MaterialScene scene({pass});
-    ScriptedShader<ShadingEngineParameters> engine;
-    engine.parameters.surfaceShader = surfaceTag;
-    miState& state = scene.renderer.state;
-    state.shader = &engine.function;
-    if (c.mask) state.instance = scene.renderer.database.addMaskedInstance(c.mask);
-    state.reflection_level = c.reflectionLevel;
-    state.refraction_level = c.refractionLevel;
-    miColor result;
-    orcaVelaShadingEngine(&result, &state, &engine.parameters);
-    EXPECT_EQ(int{scene.slot(0, c.reflectionLevel + c.refractionLevel).levelMode}, c.mode);
-    EXPECT_EQ(scene.renderer.pinsHeld(), 0);
-}
-INSTANTIATE_TEST_SUITE_P(
-    Cases, EngineLevel,
-    ::testing::Values(LevelCase{nullptr, 0, 0, everything, 0, everything, 0, 0, 0},
-                      LevelCase{nullptr, 0, 1, everything, 0, everything, 0, 0, 3}, // below
-                      LevelCase{nullptr, 0, 0, 1, 0, everything, 2, 0, 1},          // beyond
-                      LevelCase{nullptr, 0, 1, everything, 0, 0, 0, 1, 1},          // both: beyond wins
-                      LevelCase{"1", 0, 0, everything, 0, everything, 0, 0, 0},
-                      LevelCase{"", 0, 0, everything, 0, everything, 0, 0,
-                                0}, // an empty mask excludes nothing
-                      LevelCase{"0", 0, 0, everything, 0, everything, 0, 0, 1},
-                      LevelCase{"0", FB_SEEN_IN_REFLECTION, 0, everything, 0, everything, 0, 0,
-                                1}, // never at the first level
-                      LevelCase{"0", FB_SEEN_IN_REFLECTION, 0, everything, 0, everything, 1, 0, 0},
-                      LevelCase{"0", FB_SEEN_IN_REFLECTION, 0, everything, 0, everything, 0, 1, 1},
-                      LevelCase{"0", FB_SEEN_IN_REFLECTION, 0, everything, 0, everything, 1, 1, 1},
-                      LevelCase{"0", FB_SEEN_IN_REFLECTION | FB_SEEN_IN_REFRACTION, 0, everything, 0,
-                                everything, 1, 1, 0}));
-
-TEST_F(Engine, WritesNothingForAnExcludedObject) {
-    scene.renderer.state.instance = scene.renderer.database.addMaskedInstance("0");
-    cards = {{WHITE, BLACK, WHITE}};
-    run();
-    for (const PassTypeID type : {PASS_BEAUTY, PASS_DIFFUSE, PASS_MATTE, PASS_OPACITY})
-        EXPECT_EQ(scene.handedUp(type), BLACK) << type;
 }
 
 } // namespace

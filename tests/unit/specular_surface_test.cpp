@@ -189,25 +189,6 @@ TEST_F(ReflectionFixture, TracesNothingForABlackReflectivity) {
     EXPECT_EQ(scene.renderer.callCount("mi_trace_environment"), 0);
 }
 
-TEST_F(ReflectionFixture, LightsHighlightsByTheirOwnSwitch) {
-    p.reflectivity = 0.0f;
-    p.transparency = {0.5f, 0.5f, 0.5f, 1.0f}; // highlights lie on top of what is seen through
-    const miVector mirror{0.6f, 0.0f, 0.8f};
-    scene.addLight(mirror, {2.0f, 2.0f, 2.0f, 1.0f});
-    expectColor(shade().color, p.specularColor * 2.0f);
-    expectColor(scene.level(PASS_SPECULAR), p.specularColor * 2.0f);
-    expectColor(scene.level(PASS_BEAUTY), p.specularColor * 2.0f);
-    expectColor(scene.level(PASS_BEAUTY_NO_REFLECTION_REFRACTION), p.specularColor * 2.0f);
-
-    const auto light = scene.renderer.lights[0].shader;
-    scene.renderer.lights[0].shader = [&](miColor* result, miState* state) {
-        const miBoolean lit = light(result, state);
-        scene.vela().lightData.emitSpecular = miFALSE;
-        return lit;
-    };
-    expectColor(shade().color, BLACK);
-}
-
 /// An interpolated normal may lean away from the viewer at a silhouette, and from the light.
 TEST(SilhouetteHighlights, StayFiniteWhereTheNormalLeansAway) {
     ScriptedRenderer renderer;

@@ -24,37 +24,6 @@ std::vector<ScenePass> allPasses() {
     return passes;
 }
 
-TEST(Surface, FollowsLambertsLawUnderEachLight) {
-    MaterialScene scene(allPasses());
-    scene.addLight({0.0f, 3.0f, 4.0f}, {2.0f, 1.0f, 1.0f, 1.0f}); // N.L = 0.8
-    scene.addLight({0.0f, 0.0f, 1.0f}, {0.0f, 0.0f, 1.0f, 1.0f});
-    scene.addLight({0.0f, 0.0f, -1.0f}); // behind
-    LambertInstance material(scene, plainLambert());
-    const auto result = material.shade();
-
-    const miColor reflectance = plainLambert().color * 0.8f;
-    const miColor expected{reflectance.r * 1.6f, reflectance.g * 0.8f, reflectance.b * 1.8f, 0.0f};
-    expectColor(result.color, expected);
-    expectColor(result.diffuse, expected);
-    expectColor(scene.level(PASS_DIFFUSE), expected);
-    expectColor(scene.level(PASS_BEAUTY), expected);
-    expectColor(scene.level(PASS_DIRECT_IRRADIANCE), 1.6f, 0.8f, 1.8f);
-    expectColor(scene.level(PASS_DIFFUSE_MATERIAL_COLOR), reflectance);
-    expectColor(scene.level(PASS_SHADOW), BLACK);
-    EXPECT_FLOAT_EQ(scene.level(PASS_FACING_RATIO).r, 1.0f);
-    EXPECT_EQ(scene.renderer.pinsHeld(), 0);
-}
-
-TEST(Surface, TakesTheMeanOverALightsSamples) {
-    MaterialScene scene(allPasses());
-    scene.addLight({0.0f, 0.0f, 1.0f});
-    scene.renderer.lights[0].directions = {{0, 0, 1}, normalized({0, 3, 4}), {0, 1, 0}, {0, 0, 1}};
-    LambertInstance material(scene, plainLambert());
-    const miColor expected = plainLambert().color * (0.8f * 2.8f / 4.0f);
-    expectColor(material.shade().color, expected);
-    expectColor(scene.level(PASS_BEAUTY), expected);
-}
-
 TEST(Surface, EqualsItsBeautyAndTheSumOfItsLayers) {
     LambertParameters p = plainLambert();
     p.transparency = {0.25f, 0.5f, 0.75f, 1.0f};
@@ -83,122 +52,6 @@ TEST(Surface, EqualsItsBeautyAndTheSumOfItsLayers) {
     expectColor(sum, result.color);
     expectColor(scene.level(PASS_INDIRECT), 0.3f * 0.4f, 0.2f * 0.32f, 0.1f * 0.16f);
     EXPECT_GT(result.translucence.r, 0.0f);
-}
-
-TEST(Surface, GivesAmbientLightItsOwnPasses) {
-    MaterialScene scene(allPasses());
-    scene.addLight({0.0f, 0.0f, 1.0f}, {0.5f, 0.5f, 1.0f, 1.0f});
-    const auto light = scene.renderer.lights[0].shader;
-    scene.renderer.lights[0].shader = [&](miColor* result, miState* state) {
-        const miBoolean lit = light(result, state);
-        scene.vela().lightData.isAmbient = 1;
-        scene.vela().lightData.emitDiffuse = scene.vela().lightData.emitSpecular = miFALSE;
-        return lit;
-    };
-    LambertInstance material(scene, plainLambert());
-    const miColor expected = plainLambert().color * miColor{0.5f, 0.5f, 1.0f, 1.0f};
-    expectColor(material.shade().color, expected);
-    expectColor(scene.level(PASS_BEAUTY), expected);
-    expectColor(scene.level(PASS_AMBIENT), expected);
-    expectColor(scene.level(PASS_AMBIENT_IRRADIANCE), 0.5f, 0.5f, 1.0f);
-    expectColor(scene.level(PASS_DIFFUSE), BLACK);
-}
-
-TEST(Surface, WritesTheDiffusePassesAtTheTerminatorButNoIrradiance) {
-    MaterialScene scene(allPasses());
-    scene.addLight({1.0f, 0.0f, 0.0f});
-    LambertInstance material(scene, plainLambert());
-    material.shade();
-    EXPECT_EQ(scene.level(PASS_DIFFUSE), (miColor{0, 0, 0, 1}));
-    EXPECT_EQ(scene.level(PASS_DIRECT_IRRADIANCE), BLACK);
-}
-
-struct SilentCase {
-    int passWriteMode;
-    miBoolean writePasses;
-};
-class SilentMaterial : public ::testing::TestWithParam<SilentCase> {};
-
-TEST_P(SilentMaterial, ShadesAlikeAndLeavesTheComponentPasses) {
-    MaterialScene scene(allPasses());
-    scene.addLight({0.0f, 0.0f, 1.0f});
-    LambertParameters p = plainLambert();
-    p.incandescence = WHITE;
-    p.passWriteMode = GetParam().passWriteMode;
-    p.writePasses = GetParam().writePasses;
-    LambertInstance material(scene, p);
-    expectColor(material.shade().color, p.color * 0.8f + WHITE);
-    for (const PassTypeID type :
-         {PASS_BEAUTY, PASS_DIFFUSE, PASS_INCANDESCENCE, PASS_TRANSPARENCY, PASS_LIGHT_SUM})
-        EXPECT_EQ(scene.level(type), BLACK) << type;
-    // What does not depend on the material's components is written as long as it may write at all.
-    EXPECT_EQ(scene.level(PASS_DIRECT_IRRADIANCE).r, p.passWriteMode ? 1.0f : 0.0f);
-    EXPECT_EQ(scene.level(PASS_NORMAL).b, p.passWriteMode ? 1.0f : 0.0f);
-}
-INSTANTIATE_TEST_SUITE_P(Settings, SilentMaterial,
-                         ::testing::Values(SilentCase{0, miTRUE}, SilentCase{1, miFALSE}));
-
-TEST(Surface, ShadesBackFacesFromBothSidesAndPutsTheNormalsBack) {
-    MaterialScene scene(allPasses());
-    scene.addLight({0.0f, 0.0f, 1.0f}, {1.0f, 0.0f, 0.0f, 1.0f});
-    scene.addLight({0.0f, 0.0f, -1.0f}, {0.0f, 1.0f, 0.0f, 1.0f});
-    std::vector<miBoolean> sides;
-    for (auto& light : scene.renderer.lights)
-        light.shader = [&, inner = light.shader](miColor* c, miState* s) {
-            sides.push_back(scene.vela().lightData.backSide);
-            return inner(c, s);
-        };
-    scene.renderer.state.inv_normal = miTRUE;
-    LambertInstance material(scene, plainLambert());
-    expectColor(material.shade().color, 0.4f, 0.32f, 0.0f);
-    EXPECT_EQ(sides, (std::vector<miBoolean>{0, 1, 0, 1}));
-    EXPECT_EQ(scene.renderer.state.normal.z, 1.0f);
-    EXPECT_EQ(scene.renderer.state.normal_geom.z, 1.0f);
-}
-
-TEST(Surface, SumsEachLightAlsoWhereItDeliversNoSample) {
-    MaterialScene scene(allPasses());
-    scene.addLight({0.0f, 0.0f, 1.0f});
-    LambertParameters p = plainLambert();
-    p.color = {0.5f, 0.5f, 0.5f, 1.0f};
-    p.passWriteMode = WRITE_REPLACE;
-    LambertInstance material(scene, p);
-    material.shade();
-    EXPECT_FLOAT_EQ(scene.level(PASS_LIGHT_SUM).r, 0.4f);
-    scene.addLight({0.0f, 0.0f, 1.0f});
-    scene.renderer.lights[1].shader = [](miColor*, miState*) -> miBoolean { return miFALSE; };
-    material.shade();
-    EXPECT_EQ(scene.level(PASS_LIGHT_SUM).r, 0.0f); // of the last light
-}
-
-TEST(Surface, AnswersShadowRaysWithItsTransmissionAlone) {
-    MaterialScene scene(allPasses());
-    LambertParameters p = plainLambert();
-    p.transparency = {0.1f, 0.2f, 0.3f, 1.0f};
-    scene.renderer.state.type = miRAY_SHADOW;
-    {
-        LambertInstance material(scene, p);
-        const auto result = material.shade();
-        EXPECT_EQ(result.transparency, p.transparency);
-        EXPECT_EQ(result.color, BLACK);
-        EXPECT_EQ(scene.renderer.callCount("mi_instance_lightlist"), 0);
-    }
-    p.shadowTransmitAll = miTRUE;
-    LambertInstance clear(scene, p);
-    EXPECT_EQ(clear.shade().transparency, WHITE);
-}
-
-TEST(Surface, LiftsABumpedNormalAboveTheSurface) {
-    MaterialScene scene({{PASS_NORMAL, "n"}});
-    LambertInstance material(scene, plainLambert());
-    material.shader.connect(&material.shader.parameters.bumpNormal);
-    scene.renderer.setComputed(&material.shader.parameters.bumpNormal, miVector{0.8f, 0.0f, -0.6f});
-    scene.renderer.setComputed(&material.shader.parameters, 0);
-    material.shade();
-    const miVector expected = normalized({0.8f, 0.0f, 0.0015f});
-    expectColor(scene.level(PASS_NORMAL), expected.x, expected.y, expected.z);
-    EXPECT_EQ(scene.renderer.state.normal.z, 1.0f);
-    EXPECT_EQ(scene.renderer.state.dot_nd, -1.0f);
 }
 
 TEST(Surface, WarnsWithoutTheBaseState) {
@@ -296,15 +149,6 @@ TEST_F(RefractionFixture, TurnsTotalInternalReflectionIntoReflection) {
     LambertInstance material(scene, p);
     expectColor(material.shade().refraction, p.transparency);
     EXPECT_NEAR(direction.z, 0.43589f, 1e-4f);
-    EXPECT_EQ(scene.renderer.callCount("mi_trace_refraction"), 0);
-}
-
-TEST_F(RefractionFixture, LeavesTransparencyToTheRendererWhenOff) {
-    p.refractionsOn = miFALSE;
-    LambertInstance material(scene, p);
-    const auto result = material.shade();
-    expectColor(result.transparency, p.transparency);
-    EXPECT_EQ(result.refraction, BLACK);
     EXPECT_EQ(scene.renderer.callCount("mi_trace_refraction"), 0);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-/// The shading engine against a second formulation, over random stacks of transparent surfaces, levels and
-/// pass set-ups: picture, opacity, every record's slot, and the thread's sums.
+/// The shading engine against a second formulation, over random stacks of
+/// transparent surfaces, levels and pass set-ups: picture, opacity, every
+/// record's slot, and the thread's sums.
 #include "material_scene.h"
 #include "oracle/pipeline_oracle.h"
 #include "orcaVelaShadingEngine.h"
@@ -16,12 +17,14 @@ using reference::Rgba;
 using reference::rgbWith;
 using reference::V3;
 
-/// Where the engine still differs from the reference. A group named here must differ in some case; take it
-/// out when the engine follows.
+/// Where the engine still differs from the reference. A group named here must
+/// differ in some case; take it out when the engine follows.
 const std::vector<std::string> pendingDepartures = {
-    "RefractedTransparency", // the hand-over weight counts only the result's transparency
+    "RefractedTransparency", // the hand-over weight counts only the result's
+                             // transparency
     "RasterizerSums",        // the thread's sums are updated in rasterizer mode, too
-    "OrthographicCamera",    // the cheap filter size takes the distance from the camera here, too
+    "OrthographicCamera",    // the cheap filter size takes the distance from the
+                             // camera here, too
 };
 
 /// One surface of the stack.
@@ -270,7 +273,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 // --- filter sizes
 
-/// The sizes that a surface is shaded with on paths of little weight, and with filtering off.
+/// The sizes that a surface is shaded with on paths of little weight, and with
+/// filtering off.
 void compareFilterSizes(bool orthographic, bool pending) {
     Random random(8);
     int different = 0;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-/// The point and directional lights and the shadow shaders against a second formulation, over random
-/// settings, places and occluders: colour, light data, what each record receives, and every shadow ray's
-/// geometry.
+/// The point and directional lights and the shadow shaders against a second
+/// formulation, over random settings, places and occluders: colour, light data,
+/// what each record receives, and every shadow ray's geometry.
 #include "material_scene.h"
 #include "oracle/pipeline_oracle.h"
 #include "orcaVelaDirectionalLight.h"
@@ -21,7 +21,8 @@ using reference::V3;
 
 constexpr double epsilon = 1e-5;
 
-/// Something coloured, soft and placed anywhere that shadow rays meet: its transmission by the ray.
+/// Something coloured, soft and placed anywhere that shadow rays meet: its
+/// transmission by the ray.
 struct Occluder {
     V3 axis[3];
     double place[3];

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-/// The standard materials against a second formulation of theirs, over random surfaces, lights, rays and pass
-/// set-ups: the result, every pass record, and what the call puts back.
+/// The standard materials against a second formulation of theirs, over random
+/// surfaces, lights, rays and pass set-ups: the result, every pass record, and
+/// what the call puts back.
 #include "material_scene.h"
 #include "oracle/pipeline_oracle.h"
+#include "orcaLambert.h"
 #include "orcaLightProtocol.h"
+#include "orcaSpecular.h"
 #include "orcaSpecularMaterials.h"
 
 #include <algorithm>
@@ -19,14 +22,18 @@ using reference::SurfaceCase;
 using reference::SurfaceOutcome;
 using reference::V3;
 
-/// Where the materials still differ from the reference. A group named here must differ in some case; take it
-/// out when the materials follow.
+/// Where the materials still differ from the reference. A group named here must
+/// differ in some case; take it out when the materials follow.
 const std::vector<std::string> pendingDepartures = {
-    "AmbientTermUnweighted",  // types 0 and 34 hold the ambient material term unweighted
-    "WhollyTransparent",      // and nothing of a wholly transparent material's own, incandescence included
+    "AmbientTermUnweighted",  // types 0 and 34 hold the ambient material term
+                              // unweighted
+    "WhollyTransparent",      // and nothing of a wholly transparent material's own,
+                              // incandescence included
     "TranslucenceFromBehind", // types 5 and 6 are written where N.L >= 0 only
-    "TranslucenceUnshadowed", // translucence joins the shadowed diffuse sum only
-    "TwoSidedHighlight",      // the run with flipped normals adds the highlight again
+    "TranslucenceUnshadowed", // translucence joins the shadowed diffuse sum
+                              // only
+    "TwoSidedHighlight",      // the run with flipped normals adds the highlight
+                              // again
 };
 
 template <class P>
@@ -460,5 +467,43 @@ INSTANTIATE_TEST_SUITE_P(Groups, StandardMaterials,
                                                                                       : Material::PhongE;
                                                  }}),
                          [](const auto& test) { return std::string(test.param.name); });
+
+/// The exported models by themselves, where they are called with more than a
+/// material would.
+TEST(LightModels, MatchTheReference) {
+    ScriptedRenderer renderer;
+    miState& state = renderer.state;
+    Random random(9);
+    for (int i = 0; i < 3000; ++i) {
+        SCOPED_TRACE(i);
+        constexpr int rays[] = {miRAY_EYE, miRAY_REFLECT, miRAY_REFRACT, miRAY_FINALGATHER};
+        state.type = static_cast<miRay_type>(rays[random.below(4)]);
+        state.dir = random.direction();
+        const reference::View view{state.type, state.dir};
+        const miVector mirror = random.direction(), normal = random.direction();
+        const V3 near = reference::unit(V3(mirror) + V3(random.direction()) * random.in(0.0f, 1.5f));
+        const miVector light = near.single();
+        const miVector longer = (near * random.in(0.2f, 4.0f)).single();
+        const float nDotL = random.chance(0.1f) ? 0.0f : random.in(-1.0f, 1.0f);
+        const float exponent = random.in(0.1f, 60.0f);
+        EXPECT_NEAR(compute_phong_specular(&mirror, &longer, &state, exponent, nDotL),
+                    reference::phong(mirror, longer, view, exponent, nDotL), 1e-4);
+        const float whiteness = random.in(0.0f, 0.2f), size = random.in(0.01f, 1.0f);
+        const float roughness = random.chance(0.1f) ? 0.0f : random.in(0.0f, 4.0f);
+        const double strength = reference::phongE(mirror, whiteness, roughness, size, nDotL, longer, view);
+        EXPECT_NEAR(compute_phongE_specular(&mirror, whiteness, roughness, size, nDotL, &longer, &state),
+                    strength, 1e-3 * (1.0 + strength));
+        const float a = random.in(0.0f, 1.0f), b = random.in(0.05f, 1.0f), rollOff = random.in(0.0f, 1.0f);
+        const float eccentricity = random.chance(0.1f) ? 1.0f : random.in(0.2f, 0.95f);
+        const double facets = reference::blinn(light, normal, view, a, b, eccentricity, rollOff, nDotL);
+        EXPECT_NEAR(compute_blinn_specular(&light, &normal, &state, a, b, eccentricity, rollOff, nDotL),
+                    facets, 1e-3 * (1.0 + facets));
+        const float amount = random.in(0.0f, 1.0f),
+                    wrap = random.chance(0.3f) ? 0.0f : random.in(0.0f, 0.15f);
+        const float forward = random.chance(0.3f) ? 0.0f : random.in(0.0f, 1.0f);
+        EXPECT_NEAR(compute_lambert_translucence(&state, &light, nullptr, nDotL, amount, forward, wrap),
+                    reference::translucence(state.dir, light, nDotL, amount, forward, wrap), 1e-4);
+    }
+}
 
 } // namespace

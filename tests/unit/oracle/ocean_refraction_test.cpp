@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-/// Refraction through water against a second formulation: where each ray goes, which kind it is, and what it
-/// brings into the picture and the passes.
+/// Refraction through water against a second formulation: where each ray goes,
+/// which kind it is, and what it brings into the picture and the passes.
 #include "material_scene.h"
 #include "oracle/reference.h"
 #include "orcaOceanRefraction.h"
@@ -13,7 +13,8 @@ using reference::Random;
 using reference::Rgba;
 using reference::V3;
 
-/// While set, rays at a limit of levels are not left to the renderer's own answer.
+/// While set, rays at a limit of levels are not left to the renderer's own
+/// answer.
 constexpr bool limitsArePending = true;
 
 struct Ray {

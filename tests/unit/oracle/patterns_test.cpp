@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-/// Noise, connected ramps and the ocean's waves against second formulations in double precision.
+/// Noise, connected ramps and the ocean's waves against second formulations in
+/// double precision.
 #include "oracle/reference.h"
 #include "orcaNoise.h"
 #include "orcaOceanWaves.h"
@@ -21,7 +22,8 @@ constexpr double pi = 3.14159265358979323846, epsilon = 1e-5;
 
 // --- value noise
 
-/// Weights of the uniform quadratic B-spline over three lattice points, twice over, and the first of them.
+/// Weights of the uniform quadratic B-spline over three lattice points, twice
+/// over, and the first of them.
 struct Cell {
     int first;
     double weight[3], slope[3];
@@ -61,7 +63,8 @@ double noise3(double x, double y, double z, const std::function<double(int)>& va
     }
     return 0.125 * sum;
 }
-/// Hashed in single precision: the fraction of a large product is what its rounding makes it.
+/// Hashed in single precision: the fraction of a large product is what its
+/// rounding makes it.
 double noise4(int period, double x, double y, double z, double time) {
     const double c = std::abs(time) > 1e9 ? 0.0 : time;
     const double s = (c - std::floor(c)) * std::min(period, 60000);
@@ -177,7 +180,8 @@ TEST(Ramp, ReadsConnectedFieldsOfEachEntry) {
 
 struct Sea {
     double time, patternScale, windX, windZ, drift, spread, octaves, shortest, longest;
-    double height[2], turbulence[2], peaking[2]; ///< at the shortest and the longest wavelength
+    double height[2], turbulence[2],
+        peaking[2]; ///< at the shortest and the longest wavelength
     double foamRate, foamCutoff, filter;
 };
 
@@ -355,8 +359,16 @@ TEST(OceanWaves, MatchTheReference) {
         ocean_compute(x, z, f(sea.time), &height, &foam, scale, &wind, f(sea.drift), f(sea.spread), octaves,
                       low, high, &ramps[0], &ramps[1], &ramps[2], f(sea.foamRate), f(sea.foamCutoff), ratio,
                       f(sea.filter));
+        float slopeX = 0.0f, slopeZ = 0.0f;
+        const float group = ocean_water_turbulence(x, z, f(sea.time), high, low, i, &slopeX, &slopeZ);
+        const Group16 waveGroup = turbulence(x, z, sea.time, high, low, i);
+        EXPECT_NEAR(group, waveGroup.height, 2e-3);
+        EXPECT_NEAR(slopeX, waveGroup.slopeX, 5e-3);
+        EXPECT_NEAR(slopeZ, waveGroup.slopeZ, 5e-3);
+        EXPECT_EQ(ocean_water_turbulence(x, z, f(sea.time), high, low, i, nullptr, nullptr), group);
         const Waves expected = waves(sea, x, z);
-        // Heights scale with the pattern; small phases of large products are what rounding leaves.
+        // Heights scale with the pattern; small phases of large products are what
+        // rounding leaves.
         EXPECT_NEAR(height * scale, expected.height * scale, 2e-3);
         EXPECT_NEAR(foam, expected.foam, 2e-2);
         foaming += expected.foam > 0.05;

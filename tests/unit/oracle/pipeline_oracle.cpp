@@ -13,7 +13,8 @@ namespace {
 constexpr double epsilon = 1e-5;
 constexpr int eyeRay = 0, environmentRay = 6, shadowRay = 5;
 
-/// What the render modes ask for; 7 stands for mode 6 while the renderer gathers.
+/// What the render modes ask for; 7 stands for mode 6 while the renderer
+/// gathers.
 struct Mode {
     bool shadows;
     unsigned components;
@@ -63,7 +64,8 @@ public:
         if (case_.surface.passWriteMode == 0) return;
         for (std::size_t i = 0; i < records.size(); ++i) {
             if (case_.records[i].type != PASS_NORMAL || !open(i)) continue;
-            // The cases' camera is turned a quarter about z, their object half a turn about y.
+            // The cases' camera is turned a quarter about z, their object half a turn
+            // about y.
             const V3 in = case_.records[i].userWord == 1   ? V3{normal.y, -normal.x, normal.z}
                           : case_.records[i].userWord == 2 ? V3{-normal.x, normal.y, -normal.z}
                                                            : V3{normal.z, normal.x, normal.y};

@@ -27,7 +27,8 @@ namespace {
 using reference::Random;
 using reference::V3;
 
-/// A record of any of the passes: what all have, then up to five words of its own.
+/// A record of any of the passes: what all have, then up to five words of its
+/// own.
 struct Record {
     miInteger passIndex = 1, contributionIndex = 5;
     union Word {
@@ -52,7 +53,8 @@ double clamped(double v, double low, double high) {
 double remapped(double v, double in0, double in1, double out0, double out1) {
     return clamped((v - in0) / (in1 - in0) * (out1 - out0) + out0, out0, out1);
 }
-/// The camera's space is the hit's, moved; its axes are turned a quarter about z.
+/// The camera's space is the hit's, moved; its axes are turned a quarter about
+/// z.
 V3 inCamera(V3 p) {
     return {p.y, -p.x, p.z - 6};
 }
@@ -264,7 +266,8 @@ TEST_P(UtilityPass, LeavesTheBufferToOtherRaysAndPhases) {
         }
 }
 
-/// A pass in the middle of a nested call puts back what it pinned, also when the renderer throws.
+/// A pass in the middle of a nested call puts back what it pinned, also when
+/// the renderer throws.
 TEST_P(UtilityPass, UnpinsWhenTheRendererThrows) {
     Random random(6);
     UtilityScene scene(GetParam(), Record{}, randomHit(random));
