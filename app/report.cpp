@@ -6,6 +6,7 @@
 #include "base/memory.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cerrno>
@@ -31,30 +32,24 @@ std::vector<std::pair<const char*, std::uint64_t>> countsOf(const render::RayCou
             {"environment", rays.environment}};
 }
 
-std::string quoted(const std::string& text) {
-    std::string result = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') result += '\\';
-        if (static_cast<unsigned char>(c) < 0x20) result += fmt::format("\\u{:04x}", static_cast<int>(c));
-        else result += c;
-    }
-    return result + '"';
-}
-
-std::string json(const PictureReport& picture) {
+nlohmann::ordered_json json(const PictureReport& picture) {
     const render::RenderStatistics& statistics = picture.statistics;
-    std::string rays;
-    for (const auto& [kind, count] : countsOf(statistics.rays))
-        rays += fmt::format("{}\"{}\": {}", rays.empty() ? "" : ", ", kind, count);
-    return fmt::format("    {{\"frame\": {}, \"file\": {}, \"interrupted\": {}, \"threads\": {},\n"
-                       "     \"buildSeconds\": {:.6f}, \"renderSeconds\": {:.6f}, \"samples\": {},\n"
-                       "     \"rays\": {{{}}},\n"
-                       "     \"materialCalls\": {}, \"lightCalls\": {},\n"
-                       "     \"triangles\": {}, \"instances\": {}, \"lights\": {}, \"filmBytes\": {}}}",
-                       picture.frame, quoted(picture.file), picture.interrupted, statistics.threads,
-                       statistics.buildSeconds, statistics.renderSeconds, statistics.rays.samples, rays,
-                       statistics.rays.materialCalls, statistics.rays.lightCalls, statistics.triangles,
-                       statistics.meshInstances, statistics.lights, statistics.filmBytes);
+    nlohmann::ordered_json rays;
+    for (const auto& [kind, count] : countsOf(statistics.rays)) rays[kind] = count;
+    return {{"frame", picture.frame},
+            {"file", picture.file},
+            {"interrupted", picture.interrupted},
+            {"threads", statistics.threads},
+            {"buildSeconds", statistics.buildSeconds},
+            {"renderSeconds", statistics.renderSeconds},
+            {"samples", statistics.rays.samples},
+            {"rays", std::move(rays)},
+            {"materialCalls", statistics.rays.materialCalls},
+            {"lightCalls", statistics.rays.lightCalls},
+            {"triangles", statistics.triangles},
+            {"instances", statistics.meshInstances},
+            {"lights", statistics.lights},
+            {"filmBytes", statistics.filmBytes}};
 }
 
 } // namespace
@@ -78,9 +73,10 @@ void reportPicture(const PictureReport& picture, Log& log) {
 }
 
 bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures, Log& log) {
-    std::string text = "{\n  \"version\": \"" ORCA_VERSION "\",\n  \"pictures\": [\n";
-    for (std::size_t i = 0; i < pictures.size(); ++i) text += (i > 0 ? ",\n" : "") + json(pictures[i]);
-    text += "\n  ]\n}\n";
+    nlohmann::ordered_json all{{"version", ORCA_VERSION}, {"pictures", nlohmann::ordered_json::array()}};
+    for (const PictureReport& picture : pictures) all["pictures"].push_back(json(picture));
+    // A file name need not be UTF-8.
+    const std::string text = all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
     std::FILE* file = std::fopen(path.c_str(), "wb");
     const bool written = file && std::fwrite(text.data(), 1, text.size(), file) == text.size();
     const bool closed = file && std::fclose(file) == 0;
