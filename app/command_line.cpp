@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <map>
 #include <sstream>
 
 namespace orca::app {
@@ -54,12 +55,6 @@ std::pair<std::string, std::string> assignment(const std::string& option, const 
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
-bool switchValue(const std::string& option, const std::string& text) {
-    if (text == "on" || text == "true") return true;
-    if (text == "off" || text == "false") return false;
-    refuse(option, text, "on or off");
-}
-
 LogLevel verbosityOf(const std::string& text) {
     if (text == "on") return LogLevel::Progress;
     if (text == "off") return LogLevel::Error;
@@ -87,7 +82,7 @@ std::vector<std::string> passNames(const std::vector<std::string>& lists) {
             const std::string nearest = nearestPassName(name);
             throw CLI::ValidationError(
                 "--passes",
-                fmt::format("there is no pass \"{}\"{}; --list-passes names them all", name,
+                fmt::format("there is no pass \"{}\"{}; --list-passes prints them all", name,
                             nearest.empty() ? "" : fmt::format(", did you mean \"{}\"?", nearest)));
         }
         add(name);
@@ -97,16 +92,64 @@ std::vector<std::string> passNames(const std::vector<std::string>& lists) {
 
 /// Options as CLI11 fills them, before they are checked and converted.
 struct RawOptions {
-    std::string size, pixel, frames, trace, motion, files = "on", verbosity;
-    std::vector<int> window, samples;
-    std::vector<float> contrast;
-    std::vector<std::string> filter, passes, includes, libraryPaths, texturePaths, links, sets, registry;
+    std::string size, pixel, frames, files = "on", verbosity;
+    std::vector<int> window;
+    std::vector<std::string> passes, includes, libraryPaths, texturePaths, links, sets, registry;
+    std::map<std::string_view, std::vector<std::string>> options; ///< by the scene's words
 };
+
+/// An option that stands for a statement of the scene's options. Values and ranges are the statement's.
+struct SceneOption {
+    const char* flag;
+    std::string_view words;
+    const char* type;
+    const char* help; ///< its words to choose from are added
+};
+constexpr SceneOption pictureOptions[] = {
+    {"--samples", "samples", "MIN [MAX]",
+     "levels of adaptive sampling: 4^N samples a pixel at least and at most"},
+    {"--contrast", "contrast", "R [G B [A]]", "difference of neighbours that asks for more samples"},
+    {"--filter", "filter", "NAME [W [H]]", "pixel filter, with its width and height in pixels"},
+    {"--trace", "trace", "SWITCH", "secondary rays"},
+    {"--trace-depth", "trace depth", "N", "limits of reflections, refractions and their sum"},
+    {"--shadow", "shadow", "MODE", "shadows"},
+    {"--motion", "motion", "SWITCH", "motion blur"},
+    {"--shutter", "shutter", "T", "[OPEN] CLOSE in frames"},
+    {"--gamma", "gamma", "X", "for files of whole numbers"},
+    {"--colorclip", "colorclip", "MODE", "what is kept in files of whole numbers"},
+    {"--premultiply", "premultiply", "SWITCH", "colours times alpha in files of whole numbers"},
+    {"--desaturate", "desaturate", "SWITCH", "grey out colours that files of whole numbers cannot hold"},
+    {"--dither", "dither", "SWITCH", "noise against bands in 8-bit files"}};
+constexpr SceneOption machineOptions[] = {
+    {"--tile-size", "task size", "N", "edge of a tile in pixels; 0: automatic"}};
+
+void addSceneOption(CLI::App& app, const std::string& group, const SceneOption& option, RawOptions& raw) {
+    const scene::OptionStatement& statement = scene::optionStatement(option.words);
+    const std::string choices = listOf(statement.choices);
+    const int words = statement.choices.empty() ? 0 : 1;
+    const int fewest = option.words == "contrast" ? 1 : statement.fewest; // one number for all channels
+    app.add_option(option.flag, raw.options[option.words],
+                   choices.empty() ? option.help : fmt::format("{} ({})", option.help, choices))
+        ->group(group)
+        ->expected(words + fewest, words + statement.most)
+        ->type_name(option.type);
+}
+
+void convertSceneOption(const SceneOption& option, RawOptions& raw, Overrides& overrides) {
+    std::vector<std::string>& given = raw.options[option.words];
+    if (given.empty()) return;
+    if (option.words == "contrast" && given.size() == 1) given.resize(3, given.front());
+    Overrides::Option converted{&scene::optionStatement(option.words), {}};
+    if (const std::string problem = parseOption(*converted.statement, given, converted.values);
+        !problem.empty())
+        throw CLI::ValidationError(option.flag, problem);
+    overrides.options.push_back(converted);
+}
 
 void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     const std::string group = "Output";
     app.add_option("-o,--output", command.output,
-                   "layered OpenEXR to write; #### stands for the frame number (default: SCENE.exr)")
+                   "layered OpenEXR to write; #### is replaced by the frame number (default: SCENE.exr)")
         ->group(group)
         ->type_name("FILE");
     app.add_flag("--single-part", command.singlePart, "all layers in one part of the file")->group(group);
@@ -136,10 +179,9 @@ void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
 
 void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     const std::string group = "Picture";
-    Overrides& overrides = command.overrides;
     app.add_option("--passes", raw.passes,
-                   "layers to make on a scene that sets up none: a list with commas; all stands for the "
-                   "materials' passes, utility for those of geometry")
+                   "layers to make on a scene that sets up none: a list with commas; \"all\" means the "
+                   "materials' passes, \"utility\" those of geometry")
         ->group(group)
         ->type_name("LIST");
     app.add_flag("--list-passes", command.listsPasses, "print the passes that there are")->group(group);
@@ -155,39 +197,7 @@ void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     app.add_option("--frames", raw.frames, "frames to render, such as 1-100x2 or 3,5,9-12")
         ->group(group)
         ->type_name("RANGE");
-    app.add_option("--samples", raw.samples,
-                   "levels of adaptive sampling: 4^N samples a pixel at least and at most")
-        ->group(group)
-        ->expected(1, 2)
-        ->type_name("MIN [MAX]");
-    app.add_option("--contrast", raw.contrast,
-                   "difference of neighbours that asks for more samples: R G B [A]")
-        ->group(group)
-        ->expected(1, 4)
-        ->type_name("X");
-    app.add_option("--filter", raw.filter,
-                   "box, triangle, gauss, mitchell or lanczos, with a width in pixels")
-        ->group(group)
-        ->expected(1, 3)
-        ->type_name("NAME [W [H]]");
-    app.add_option("--trace", raw.trace, "secondary rays on or off")->group(group)->type_name("SWITCH");
-    app.add_option("--trace-depth", overrides.traceDepth, "limits of reflections, refractions and their sum")
-        ->group(group)
-        ->expected(1, 3)
-        ->type_name("N");
-    app.add_option("--shadow", overrides.shadow, "off, on, sort or segments")
-        ->group(group)
-        ->type_name("MODE")
-        ->check(CLI::IsMember({"off", "on", "sort", "segments"}));
-    app.add_option("--motion", raw.motion, "motion blur on or off")->group(group)->type_name("SWITCH");
-    app.add_option("--shutter", overrides.shutter, "[OPEN] CLOSE in frames")
-        ->group(group)
-        ->expected(1, 2)
-        ->type_name("T");
-    app.add_option("--gamma", overrides.gamma, "for files of whole numbers")
-        ->group(group)
-        ->type_name("X")
-        ->check(CLI::PositiveNumber);
+    for (const SceneOption& option : pictureOptions) addSceneOption(app, group, option, raw);
 }
 
 void addSceneOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
@@ -221,10 +231,7 @@ void addMachineOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->group(group)
         ->type_name("N")
         ->check(CLI::Range(0, 1024));
-    app.add_option("--tile-size", command.overrides.tileSize, "edge of a tile in pixels")
-        ->group(group)
-        ->type_name("N")
-        ->check(CLI::Range(4, 1024));
+    for (const SceneOption& option : machineOptions) addSceneOption(app, group, option, raw);
     app.add_option("--texture-memory", command.textureMegabytes, "texture cache in MB")
         ->group(group)
         ->type_name("MB")
@@ -260,30 +267,8 @@ void convert(RawOptions& raw, CommandLine& command) {
         command.frames = framesOf(raw.frames);
         if (!command.frames) refuse("--frames", raw.frames, "a range such as 1-100x2");
     }
-    if (!raw.samples.empty()) {
-        overrides.samples = {raw.samples.front(), raw.samples.back()};
-        if (raw.samples.front() > raw.samples.back() || raw.samples.front() < -8 || raw.samples.back() > 8)
-            throw CLI::ValidationError("--samples", "levels run from -8 to 8, the least one first");
-    }
-    if (!raw.contrast.empty()) {
-        std::array<float, 4> contrast;
-        for (std::size_t i = 0; i < 4; ++i) contrast[i] = raw.contrast[std::min(i, raw.contrast.size() - 1)];
-        overrides.contrast = contrast;
-    }
-    if (!raw.filter.empty()) {
-        overrides.filter = raw.filter.front();
-        CLI::IsMember names({"box", "triangle", "gauss", "mitchell", "lanczos"});
-        if (const std::string problem = names(*overrides.filter); !problem.empty())
-            throw CLI::ValidationError("--filter", problem);
-        for (std::size_t i = 1; i < raw.filter.size(); ++i) {
-            float width = 0.0f;
-            if (!CLI::detail::lexical_cast(raw.filter[i], width) || !(width > 0.0f))
-                refuse("--filter", raw.filter[i], "a width above 0");
-            overrides.filterSize.push_back(width);
-        }
-    }
-    if (!raw.trace.empty()) overrides.trace = switchValue("--trace", raw.trace);
-    if (!raw.motion.empty()) overrides.motion = switchValue("--motion", raw.motion);
+    for (const SceneOption& option : pictureOptions) convertSceneOption(option, raw, overrides);
+    for (const SceneOption& option : machineOptions) convertSceneOption(option, raw, overrides);
     if (!raw.verbosity.empty()) command.verbosity = verbosityOf(raw.verbosity);
     command.writesFiles = raw.files != "off";
     command.writesSceneFiles = raw.files == "on";
@@ -302,6 +287,7 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
     CLI::App app("Renders scene files and their passes.", "orca-render");
     app.set_version_flag("--version", "orca-render " ORCA_VERSION);
     app.get_formatter()->column_width(34);
+    app.footer(exitCodeTable());
     CommandLine command;
     RawOptions raw;
     addSceneOptions(app, command, raw);

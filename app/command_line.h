@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/log.h"
+#include "scene/elements/option_statements.h"
 
 #include <array>
 #include <map>
@@ -14,18 +15,13 @@ namespace orca::app {
 
 /// Scene settings that the command line changes; what is not given stays as the scene has it.
 struct Overrides {
-    std::optional<std::pair<int, int>> size;    ///< pixels
-    std::optional<std::array<int, 4>> window;   ///< xl yl xh yh, inclusive, lower left origin
-    std::optional<std::pair<int, int>> samples; ///< least and largest level
-    std::optional<std::array<float, 4>> contrast;
-    std::optional<std::string> filter;
-    std::vector<float> filterSize; ///< one or two widths in pixels
-    std::optional<bool> trace, motion;
-    std::vector<int> traceDepth; ///< reflection, refraction, sum
-    std::optional<std::string> shadow;
-    std::vector<float> shutter; ///< close, or open and close
-    std::optional<float> gamma;
-    std::optional<int> tileSize;
+    struct Option {
+        const scene::OptionStatement* statement;
+        scene::OptionValues values;
+    };
+    std::optional<std::pair<int, int>> size;  ///< pixels
+    std::optional<std::array<int, 4>> window; ///< xl yl xh yh, inclusive, lower left origin
+    std::vector<Option> options;              ///< statements of the scene's options, over its own
 };
 
 /// What the user asked for.

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <string>
+
 namespace orca::app {
 
-/// What a script that calls orca-render can tell from its exit status. Interruption is 128 + the signal's
+/// What a script that calls orca-render can tell from its exit status. An interruption is 128 + the signal's
 /// number.
 enum ExitCode : int {
     exitRendered = 0,
@@ -12,5 +14,8 @@ enum ExitCode : int {
     exitSceneError = 3,
     exitNotWritten = 4,
 };
+
+/// All codes with their meanings, a line each, for the help text.
+[[nodiscard]] std::string exitCodeTable();
 
 } // namespace orca::app

@@ -16,11 +16,11 @@ namespace orca::app {
 
 namespace {
 
-/// Renders every frame that the scenes' names stand for, or the scenes once.
+/// Renders every frame of scenes whose names hold ####, or the scenes once.
 int renderAll(const CommandLine& command, Log& log) {
     const bool perFrame = std::any_of(command.scenes.begin(), command.scenes.end(), hasFramePattern);
     if (perFrame && !command.frames) {
-        fmt::print(stderr, "orca-render: \"{}\" stands for a file per frame: say which with --frames\n",
+        fmt::print(stderr, "orca-render: \"{}\" names one file per frame: give the frames with --frames\n",
                    *std::find_if(command.scenes.begin(), command.scenes.end(), hasFramePattern));
         return exitUsage;
     }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "command_line.h"
-#include "scene/elements/elements.h"
+#include "scene/elements/options_element.h"
 
 namespace orca::app {
 

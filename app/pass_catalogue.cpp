@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pass_catalogue.h"
 
-#include "scene/declarations/declaration.h"
+#include "base/nearest_name.h"
 
 #include <orcaPassTypes.h>
 
@@ -71,7 +71,7 @@ std::string nearestPassName(std::string_view name) {
     std::vector<std::string_view> names;
     for (const PassDescription& pass : material) names.push_back(pass.name);
     for (const PassDescription& pass : utility) names.push_back(pass.name);
-    return scene::nearestName(name, names);
+    return orca::nearestName(name, names);
 }
 
 std::string passTable() {

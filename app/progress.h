@@ -8,7 +8,7 @@
 namespace orca::app {
 
 /// How far a picture is. On a terminal one line that is drawn anew; elsewhere a line for every per cent or
-/// every ten seconds, whichever comes later, so that a farm's log stays short.
+/// every ten seconds, whichever comes later, so that logs stay short.
 class Progress {
 public:
     enum class Style { Quiet, Bar, Lines };

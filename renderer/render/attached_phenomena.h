@@ -2,7 +2,7 @@
 #pragma once
 
 #include "scene/database.h"
-#include "scene/declarations/phenomenon_use.h"
+#include "scene/phenomenon_attachments.h"
 
 #include <shader.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/picture.h"
 
-#include "scene/declarations/phenomenon_use.h"
+#include "scene/phenomenon_attachments.h"
 
 #include <algorithm>
 

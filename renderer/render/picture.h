@@ -5,8 +5,8 @@
 #include "image/framebuffers.h"
 #include "render/film/pixel_window.h"
 #include "scene/database.h"
-#include "scene/declarations/phenomenon.h"
 #include "scene/elements/elements.h"
+#include "scene/elements/phenomenon.h"
 #include "scene/language/scene_file.h"
 
 #include <shader.h>

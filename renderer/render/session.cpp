@@ -201,7 +201,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     const double buildSeconds = building.seconds();
 
     const Stopwatch rendering;
-    const ShadowMaps shadowMaps(geometry, lights, options, threads);
+    const ShadowMaps shadowMaps(geometry, lights, picture.options, threads);
     GatherCaches gatherCaches(geometry.boundsMin(), geometry.boundsMax());
     parts.shadowMaps = &shadowMaps;
     if (parts.gather.spacing > 0) parts.gatherCaches = &gatherCaches;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/database.h"
 
+#include "scene/elements/string_element.h"
+
 #include <map>
 #include <stdexcept>
 
@@ -141,7 +143,7 @@ miTag Database::internString(std::string_view text) {
     }
     const miTag tag = add(std::make_unique<StringElement>(std::string(text)));
     const std::lock_guard lock(mutex_);
-    // Another thread may have been faster; its tag stands and ours is a spare of the same text.
+    // Another thread may have been faster; then its tag is kept and this element stays unused.
     return strings_.try_emplace(std::string(text), tag).first->second;
 }
 

@@ -102,7 +102,7 @@ private:
     PinAccount& pinsOfThisThread();
     PinAccount& openAccount(); ///< this thread's, which it has not used last
 
-    const std::uint64_t identity_; // tells databases apart in the threads' caches
+    const std::uint64_t identity_; // key of this database in the threads' caches
     std::array<std::atomic<Segment*>, segmentCount> segments_{};
     std::atomic<miTag> next_{1};
     mutable std::mutex mutex_; // guards growth, accounts_ and strings_

@@ -68,13 +68,14 @@ TEST_F(Command, TellsWrongUsageWithWhatAndWhatToDo) {
         {"a.mi --size 0x10", "between 1x1 and 65536x65536"},
         {"a.mi --window 5 5 1 1", "the window is empty"},
         {"a.mi --window 5 5", "--window"},
-        {"a.mi --samples 3 1", "the least one first"},
+        {"a.mi --samples 3 1", "the lower number first"},
+        {"a.mi --samples 0 9", "from -6 to 8, not 9"},
         {"a.mi --frames 10-1", "a range such as 1-100x2"},
         {"a.mi --passes difuse", "did you mean \"diffuse\"?"},
         {"a.mi --filter sinc", "sinc"},
         {"a.mi -t many", "many"},
         {"a.mi -v loud", "a level from 0"},
-        {"shot.##.mi", "say which with --frames"},
+        {"shot.##.mi", "give the frames with --frames"},
     };
     for (const auto& [arguments, expected] : cases) {
         EXPECT_EQ(run(arguments), 2) << arguments;

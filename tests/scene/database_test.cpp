@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/database.h"
+#include "scene/elements/elements.h"
 
 #include <gtest/gtest.h>
 

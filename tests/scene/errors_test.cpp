@@ -150,11 +150,21 @@ INSTANTIATE_TEST_SUITE_P(
         MistakeCase{"declare shader colour \"x\" ( ) end declare",
                     "scene.mi:1:16: expected the type of the result or the shader's name, not \"colour\"\n"},
         MistakeCase{"options \"x\" motion steps 129 end options",
-                    "scene.mi:1:26: options \"x\": motion steps are at most 128, not 129\n"},
+                    "scene.mi:1:26: options \"x\": \"motion steps\" must be from 1 to 128, not 129\n"},
         MistakeCase{"options \"x\" motion steps 0 end options",
-                    "scene.mi:1:26: the number of motion steps must be positive, not 0\n"},
+                    "scene.mi:1:26: options \"x\": \"motion steps\" must be from 1 to 128, not 0\n"},
         MistakeCase{"options \"x\" camera space end options",
-                    "scene.mi:1:13: options \"x\": camera space is not supported, only object space\n"},
+                    "scene.mi:1:13: options \"x\": \"camera space\" has no effect: only object space is "
+                    "supported\n"},
+        MistakeCase{"options \"x\" samples -7 gamma 0 samples 3 1 jitter 2 end options",
+                    "scene.mi:1:21: options \"x\": \"samples\" must be from -6 to 8, not -7\n"
+                    "scene.mi:1:30: options \"x\": \"gamma\" must be above 0, not 0\n"
+                    "scene.mi:1:40: options \"x\": \"samples\" has the lower number first, not 3 before 1\n"
+                    "scene.mi:1:51: options \"x\": \"jitter\" must be from 0 to 1, not 2\n"},
+        MistakeCase{
+            "options \"x\" filter sinc 3 end options",
+            "scene.mi:1:20: expected box, triangle, gauss, mitchell, lanczos and 0 to 2 numbers after "
+            "\"filter\", not \"sinc\"\n"},
         MistakeCase{"color texture \"t\" [ 2 2 ] '00' end",
                     "scene.mi:1:15: texture \"t\": 2 x 2 pixels of 4 components with 1 bytes each need 16 "
                     "bytes, not 1\n"

@@ -245,14 +245,55 @@ end options
     EXPECT_EQ(std::get<bool>(element->strings.at("switch")), true);
     EXPECT_EQ(std::get<int>(element->strings.at("last")), 2);
     EXPECT_EQ(std::get<std::vector<float>>(element->strings.at("weight")).size(), 3u);
-    EXPECT_EQ(text.warnings(),
-              "test.mi:8:5: options \"o\": caustic is not supported; no photons are traced\n");
+    EXPECT_EQ(element->shadowMapBias, 0.1f);
+    EXPECT_EQ(
+        text.warnings(),
+        "test.mi:8:5: options \"o\": \"caustic\" has no effect: no photons are traced\n"
+        "test.mi:9:43: options \"o\": \"autovolume\" has no effect: shaders keep track of the volumes that "
+        "they enter\n");
 
     EXPECT_FALSE(text.read("options \"p\" sampels 1 2 gamma 1.5 end options"));
     EXPECT_EQ(text.errors(),
               "test.mi:1:13: options \"p\": unknown statement \"sampels\" (did you mean \"samples\"?)\n");
     EXPECT_EQ(text.find<OptionsElement>("p")->options.gamma, 1.5f);
 }
+
+struct IgnoredCase {
+    const char* scene;
+    LogLevel level;
+    const char* messages; ///< without their reasons
+};
+class StatementsWithoutEffect : public ::testing::TestWithParam<IgnoredCase> {};
+TEST_P(StatementsWithoutEffect, SaySoOnceInAScene) {
+    SceneText text(GetParam().scene);
+    text.scene.parseText(GetParam().scene, "again.mi", {}, text.callbacks);
+    std::string messages;
+    for (const LogMessage& message : text.logged) {
+        const std::size_t reason = message.text.find(" has no effect: ");
+        if (reason == std::string::npos) continue;
+        EXPECT_EQ(message.level, GetParam().level);
+        messages += message.location.text() + ": " + message.text.substr(0, reason);
+    }
+    EXPECT_EQ(messages, GetParam().messages);
+}
+INSTANTIATE_TEST_SUITE_P(
+    All, StatementsWithoutEffect,
+    ::testing::Values(IgnoredCase{"options \"o\" samples collect 4 end options", LogLevel::Warning,
+                                  "test.mi:1:13: options \"o\": \"samples collect\""},
+                      IgnoredCase{"options \"o\" shading samples 0.5 end options", LogLevel::Warning,
+                                  "test.mi:1:13: options \"o\": \"shading samples\""},
+                      IgnoredCase{"options \"o\" filter gauss clip 3 3 end options", LogLevel::Warning,
+                                  "test.mi:1:13: options \"o\": \"filter\""},
+                      IgnoredCase{"options \"o\" output off end options", LogLevel::Warning,
+                                  "test.mi:1:13: options \"o\": \"output\""},
+                      IgnoredCase{"options \"o\" merge on geometry on pass on caustic off end options",
+                                  LogLevel::Info, ""},
+                      IgnoredCase{"options \"o\" bsp size 10 bsp depth 40 end options", LogLevel::Info,
+                                  "test.mi:1:13: options \"o\": \"bsp\""},
+                      IgnoredCase{"camera \"c\" field 1 end camera", LogLevel::Warning,
+                                  "test.mi:1:12: camera \"c\": \"field\""},
+                      IgnoredCase{"object \"o\" visible on caustic 3 end object", LogLevel::Info,
+                                  "test.mi:1:23: object \"o\": \"caustic\""}));
 
 TEST(DataBlocks, AreRawDeclaredOrFilesInChains) {
     SceneText text(R"mi(

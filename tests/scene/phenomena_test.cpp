@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/declarations/phenomenon_use.h"
+#include "scene/phenomenon_attachments.h"
 #include "scene_fixture.h"
 
 namespace orca::scene {

@@ -38,10 +38,11 @@ float nextDepth(const geometry::SceneGeometry& geometry, geometry::Ray& ray, miT
 
 } // namespace
 
-ShadowMap::ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light)
+ShadowMap::ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light, float defaultBias)
     : light_(light),
       resolution_(light.light->shadowmap_resolution > 0 ? light.light->shadowmap_resolution
                                                         : defaultResolution),
+      bias_(light.light->shadowmap_bias > 0.0f ? light.light->shadowmap_bias : defaultBias),
       halfWidth_(1.0f),
       origin_(light.origin),
       directional_(light.directional()) {
@@ -76,7 +77,6 @@ ShadowMap::ShadowMap(const geometry::SceneGeometry& geometry, const LightInstanc
 }
 
 void ShadowMap::fill(const geometry::SceneGeometry& geometry, Face& face, int row) const {
-    const float bias = light_.light->shadowmap_bias;
     const float texel = 2.0f * halfWidth_ / static_cast<float>(resolution_);
     const float v = (static_cast<float>(row) + 0.5f) * texel - halfWidth_;
     for (int column = 0; column < resolution_; ++column) {
@@ -95,7 +95,7 @@ void ShadowMap::fill(const geometry::SceneGeometry& geometry, Face& face, int ro
         float& depth = face.depths[static_cast<std::size_t>(row) * static_cast<std::size_t>(resolution_) +
                                    static_cast<std::size_t>(column)];
         depth = nextDepth(geometry, ray, light_.instance);
-        if (bias > 0.0f) depth += bias;
+        if (bias_ > 0.0f) depth += bias_;
         else if (std::isfinite(depth)) depth = 0.5f * (depth + nextDepth(geometry, ray, light_.instance));
     }
 }
@@ -174,14 +174,15 @@ float ShadowMap::lit(const miVector& point) const {
 }
 
 ShadowMaps::ShadowMaps(const geometry::SceneGeometry& geometry, const LightInstances& lights,
-                       const miOptions& options, int threads) {
-    if (!options.use_shadow_maps) return;
+                       const scene::OptionsElement& options, int threads) {
+    if (!options.options.use_shadow_maps) return;
     const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
                                           static_cast<std::size_t>(threads));
     tbb::task_arena arena(threads);
     arena.execute([&] {
         for (const LightInstance& light : lights.all())
-            if (light.light->use_shadow_maps) maps_.emplace_back(light.instance, ShadowMap(geometry, light));
+            if (light.light->use_shadow_maps)
+                maps_.emplace_back(light.instance, ShadowMap(geometry, light, options.shadowMapBias));
     });
 }
 

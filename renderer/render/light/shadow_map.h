@@ -2,6 +2,7 @@
 #pragma once
 
 #include "render/context/light_instances.h"
+#include "scene/elements/options_element.h"
 
 #include <utility>
 #include <vector>
@@ -20,8 +21,8 @@ namespace orca::render {
 class ShadowMap {
 public:
     /// Casts one ray a texel, two where the first one hits, on the threads of the current arena, at shutter
-    /// time 0.
-    ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light);
+    /// time 0. `defaultBias` (scene units) is that of a light without one of its own; 0: none.
+    ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light, float defaultBias);
 
     /// Share of the light that reaches a point, 0 to 1, averaged over the texels around it or over a disc of
     /// the light's softness. 1 outside a spot's square.
@@ -44,6 +45,7 @@ private:
     const LightInstance& light_;
     std::vector<Face> faces_;
     int resolution_;
+    float bias_;      // scene units
     float halfWidth_; // tangent of the half angle; directional: half the square's edge, scene units
     miVector origin_; // directional: in front of the scene's bounds
     bool directional_;
@@ -54,7 +56,7 @@ class ShadowMaps {
 public:
     /// Makes those that lights and options ask for, on an arena of at most `threads` threads.
     ShadowMaps(const geometry::SceneGeometry& geometry, const LightInstances& lights,
-               const miOptions& options, int threads);
+               const scene::OptionsElement& options, int threads);
 
     /// Null for a light that has none.
     [[nodiscard]] const ShadowMap* of(miTag lightInstance) const {

@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/sampling/adaptive_sampler.h"
 
+#include "scene/elements/options_element.h"
+
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 namespace orca::render {
 
 namespace {
 
-constexpr int finestLevel = 8;    // 65536 samples a pixel
-constexpr int coarsestLevel = -6; // one sample every 64 pixels
-constexpr int trustedLevel = 2;   // from 16 samples on, an edge shows in the pixel's own samples
+constexpr int trustedLevel = 2; // from 16 samples on, an edge shows in the pixel's own samples
 
 unsigned samplesAt(int level) {
     return level <= 0 ? 1u : 1u << (2 * level);
@@ -24,11 +25,9 @@ int strideAt(int level) {
 
 AdaptiveSampler::AdaptiveSampler(const PixelWindow& window, int minLevel, int maxLevel,
                                  const miColor& contrast)
-    : window_(window),
-      minLevel_(std::clamp(minLevel, coarsestLevel, finestLevel)),
-      maxLevel_(std::clamp(maxLevel, minLevel_, finestLevel)),
-      level_(minLevel_),
-      contrast_(contrast) {
+    : window_(window), minLevel_(minLevel), maxLevel_(maxLevel), level_(minLevel_), contrast_(contrast) {
+    assert(minLevel >= scene::coarsestSamplingLevel && minLevel <= maxLevel &&
+           maxLevel <= scene::finestSamplingLevel);
 }
 
 AdaptiveSampler::Pass AdaptiveSampler::first() const {

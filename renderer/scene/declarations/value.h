@@ -33,7 +33,7 @@ struct Value {
     std::vector<Value> items;
     Connection connection;
     std::string interfaceName;
-    /// Where the value stands, for messages about phenomena.
+    /// Where the value is in its file, for messages about phenomena.
     int line = 0, column = 0;
 };
 

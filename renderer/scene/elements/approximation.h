@@ -3,7 +3,7 @@
 
 namespace orca::scene {
 
-/// How finely displaced polygons are cut, as `approximate` statements say: by the length of edges.
+/// How finely displaced polygons are tessellated (`approximate` statements): by the length of edges.
 struct Approximation {
     float edge = 0.0f;   ///< longest edge: pixels when `inView`, else scene units
     bool inView = false; ///< as the camera sees it

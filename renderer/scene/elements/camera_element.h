@@ -14,12 +14,12 @@ struct FramebufferDefinition {
     std::string name;
     std::string datatype = "rgba";
     std::optional<bool> filtering; ///< not given: decided by the data type
-    std::string filename, filetype, colorprofile, compression, field;
+    std::string filename, filetype, compression;
     std::string quality; ///< a number or a word
     bool primary = false;
     std::optional<bool> user, premultiplied;
-    bool useopacity = false, tiled = false, dod = false;
-    int dpi = 0;
+    bool useopacity = false;
+    int dpi = 0; ///< of the file; 0: not given
     SourceLocation location;
 };
 
@@ -33,6 +33,7 @@ struct OutputStatement {
     std::string filetype, filename; ///< of a file
     std::vector<miTag> shaders;     ///< of an output shader list, in order; empty for a file
     SourceLocation location;
+    int quality = 0; ///< of a file, 1 to 100; 0: the buffer's own
 };
 
 struct CameraElement final : Element {

@@ -8,7 +8,7 @@ namespace orca::scene {
 
 /// What the numbers of a colour mean: how they become linear light.
 enum class ColorProfile {
-    Linear, ///< as they stand
+    Linear, ///< unchanged
     Srgb,   ///< the display curve of IEC 61966-2-1
     Gamma22 ///< a power of 2.2
 };
@@ -18,7 +18,7 @@ enum class ColorProfile {
 /// The names that are understood, for messages.
 inline constexpr std::string_view colorProfileNames = "\"linear\", \"raw\", \"sRGB\" and \"gamma2.2\"";
 
-/// Linear light of one channel. Curves go on as an odd function below 0.
+/// Linear light of one channel. Below 0, curves continue as an odd function.
 [[nodiscard]] float linearFrom(ColorProfile profile, float value);
 
 } // namespace orca::scene

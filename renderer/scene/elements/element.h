@@ -29,54 +29,10 @@ struct Element {
     std::string name;        ///< with its namespace; empty for anonymous elements
     SourceLocation location; ///< of the defining statement
     unsigned revision = 0;   ///< grows with every incremental change, and by `touch`
-    bool isTemplate = false; ///< stands inside a phenomenon: only copies of it are ever used
+    bool isTemplate = false; ///< part of a phenomenon's declaration: only copies of it are used
 
 protected:
-    Element(const Element&) = default; // for kinds of which one statement stands for several elements
-};
-
-/// Text that parameters refer to by tag.
-struct StringElement final : Element {
-    static constexpr miScene_type elementType = miSCENE_STRING;
-    explicit StringElement(std::string content) : Element(miSCENE_STRING), text(std::move(content)) {}
-    void* record() override { return readable ? text.data() : nullptr; }
-    [[nodiscard]] int recordSize() const override { return static_cast<int>(text.size()) + 1; }
-
-    std::string text;
-    bool readable = true; ///< false: an access gives null, as of an element that was lost (for tests)
-};
-
-/// A name that references resolve to and nothing reads: spectra, maps, colour profiles.
-struct OtherElement final : Element {
-    OtherElement() : Element(miSCENE_OTHER) {}
-    std::string kind;
-};
-
-/// `instgroup`: instances in order.
-struct GroupElement final : Element {
-    static constexpr miScene_type elementType = miSCENE_GROUP;
-    GroupElement() : Element(miSCENE_GROUP) {}
-    void* record() override { return this; }
-    [[nodiscard]] int recordSize() const override { return sizeof(GroupElement); }
-    void visitReferences(const std::function<void(miTag)>& visit) const override;
-
-    std::vector<miTag> members;
-    miTag userdata = miNULLTAG;
-    miUint label = 0;
-};
-
-/// `lightprofile`: measured intensity by direction.
-struct LightProfileElement final : Element {
-    LightProfileElement() : Element(miSCENE_LIGHTPROFILE) {}
-    void* record() override { return this; }
-    [[nodiscard]] int recordSize() const override { return sizeof(LightProfileElement); }
-
-    enum class Format { Ies, Eulumdat };
-    Format format = Format::Ies;
-    std::string file;           ///< registry and environment references replaced
-    std::string sceneDirectory; ///< where a relative file is looked for first
-    int flags = 0;              ///< 1, 2: clockwise, counter-clockwise samples
-    int hermite = 1;            ///< 1 linear, 3 cubic
+    Element(const Element&) = default; // for kinds of which one statement makes several elements
 };
 
 } // namespace orca::scene

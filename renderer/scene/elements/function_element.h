@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/declarations/declaration.h"
 #include "scene/declarations/layout.h"
 #include "scene/declarations/value.h"
+#include "scene/elements/declaration_element.h"
 #include "scene/elements/element.h"
 
 #include <cstddef>
@@ -25,7 +25,7 @@ struct FunctionElement final : Element {
     [[nodiscard]] const miFunction* function() const {
         return reinterpret_cast<const miFunction*>(block_.get());
     }
-    /// The connection that the ghost word of a connected parameter stands for.
+    /// The connection that the ghost word of a connected parameter denotes.
     [[nodiscard]] const Connection& connection(std::uint32_t ghostWord) const {
         return connections[ghostWord - 1];
     }

@@ -14,16 +14,14 @@ namespace orca::scene {
 struct LightLinks {
     bool given = false;        ///< false: inherited
     bool exclusive = false;    ///< all lights but these
-    std::vector<miTag> lights; ///< light instances, or groups that stand for all of theirs
+    std::vector<miTag> lights; ///< light instances, or groups: all of their lights
 };
 
-/// What an instance says about rays; nothing is inherited. Modes: bit 0 seen by such rays ("casts"), bit 1
-/// sends such rays
-/// ("receives"); higher bits say "not" in a way that wins over inheritance.
+/// What an instance says about rays; what is not given is inherited. Modes: bit 0 seen by such rays
+/// ("casts"), bit 1 sends such rays ("receives"); bits 2 and 3 deny the same, which nothing below can undo.
 struct InstanceFlags {
-    std::optional<bool> visible, shadow, shadowmap, trace, caustic, globillum;
-    std::optional<int> shadowMode, reflection, refraction, transparency, causticMode, globillumMode,
-        finalgather;
+    std::optional<bool> visible, shadow, trace;
+    std::optional<int> shadowMode, reflection, refraction, transparency, finalgather;
     std::optional<char> face; ///< 'f', 'b' or 'a'
 };
 
@@ -51,14 +49,15 @@ struct InstanceElement final : Element {
     bool setTransform(const Matrix& parentToLocal);
     void clearTransform();
 
-    /// The record's matrices hold this instance's own step until the scene graph is walked; its other placed
-    /// fields (flags, material, parent) are filled by that walk.
+    /// Until the scene is flattened, the record's matrices hold this instance's own transformation; its other
+    /// fields (flags, material, parent) are filled when the scene is flattened.
     miInstance instance{};
     Matrix transform;       ///< parent space to local space, as the scene gives it
     Matrix motionTransform; ///< the same at the end of the unit shutter, where motion is Given
     Motion motion = Motion::Inherited;
-    /// Local to world at the ends of the motion steps, the start of the shutter first; filled by the walk.
-    /// Empty: the way is straight, or there is none.
+    /// Local to world at the ends of the motion steps, the start of the shutter first; filled when the
+    /// scene is flattened.
+    /// Empty: the path is straight, or nothing moves.
     std::vector<Matrix> motionPath;
     bool hidden = false;    ///< with everything below
     bool overrides = false; ///< flags and material win over those below
@@ -66,7 +65,7 @@ struct InstanceElement final : Element {
     std::vector<miTag> materials; ///< one, or a list that polygon labels index
     LightLinks lights, shadowLights;
     std::vector<miTag> geometryShaders;
-    std::optional<Approximation> approximation; ///< of displaced polygons below, over what objects say
+    std::optional<Approximation> approximation; ///< of displaced polygons below, instead of the objects' own
 };
 
 } // namespace orca::scene

@@ -68,12 +68,12 @@ struct ObjectElement final : Element {
     [[nodiscard]] int recordSize() const override { return sizeof(object); }
     void visitReferences(const std::function<void(miTag)>& visit) const override;
 
-    /// Flags are off and modes 3 unless the scene says otherwise; face is 'a'. Bounds are those of the
+    /// Flags are off and modes 3 where the scene sets none; face is 'a'. Bounds are those of the
     /// points.
     miObject object{};
-    std::optional<char> face;                   ///< what the scene says; nothing: the options decide
+    std::optional<char> face;                   ///< as the scene gives it; not given: that of the options
     std::optional<Approximation> approximation; ///< of displaced polygons; nothing: the renderer's choice
-    float maxDisplacement = 0.0f;               ///< object space units either way; 0: any
+    float maxDisplacement = 0.0f;               ///< object space units, in both directions; 0: no limit
     bool tagged = false;
     std::vector<PolygonGroup> groups;
     std::vector<TriangleList> triangleLists;

@@ -23,7 +23,7 @@ struct NumberedFramebuffer {
     SourceLocation location;
 };
 
-/// What the options say of gathered light beside the fields of their record.
+/// Settings of gathered light besides the fields of the options' record.
 struct GatherOptions {
     std::optional<int> reflectionDepth, refractionDepth,
         traceDepth; ///< of gather rays; else the picture's own
@@ -31,12 +31,27 @@ struct GatherOptions {
     float falloffStart = 0.0f, falloffStop = 0.0f; ///< scene units; stop 0: rays reach any distance
     miColor scale{1, 1, 1, 1};                     ///< of what is seen gathered
     miColor secondaryScale{1, 1, 1, 1};            ///< of what gather rays find gathered
-    float presampleDensity = 1.0f;                 ///< 0: nothing is gathered ahead, every sample for itself
+    float presampleDensity = 1.0f;                 ///< 0: no prepass, every sample gathers for itself
 };
 
-/// Equal segments of the shutter that movements are told in; the ray-tracing kernel tells no more apart.
+/// Most segments of equal length that the shutter is divided into for motion: the ray-tracing kernel's limit.
 inline constexpr int motionStepsAtMost = 128;
 
+/// Limits of sampling levels: level n takes 4^n samples a pixel.
+inline constexpr int coarsestSamplingLevel = -6; ///< one sample every 64 pixels, each way
+inline constexpr int finestSamplingLevel = 8;    ///< 65536 samples a pixel
+
+/// Width and height of a pixel filter (miFILTER_* code) for which none is given, pixels.
+[[nodiscard]] float defaultFilterWidth(char filter);
+
+/// What keeps colours inside 0..1 in files of whole numbers (image/color_encoding.h).
+enum class ColorClip {
+    Raw,  ///< colour and alpha each by itself
+    Rgb,  ///< the colour first; alpha is not below it
+    Alpha ///< alpha first; the colour is not above it
+};
+
+/// Options that are not of the record have their defaults from their statements (option_statements.h) too.
 struct OptionsElement final : Element {
     OptionsElement();
     void* record() override { return &options; }
@@ -46,13 +61,12 @@ struct OptionsElement final : Element {
     miOptions options{};
     std::map<std::string, OptionValue, std::less<>> strings;
     std::vector<NumberedFramebuffer> framebuffers;
-    std::optional<Approximation> approximation; ///< of displaced polygons, over what objects say
-    float maxDisplacement = 0.0f;               ///< the same; 0: what objects say
-    bool filterClips = false;                   ///< samples' values are clipped to 0..1 before filtering
+    std::optional<Approximation> approximation; ///< of displaced polygons, instead of the objects' own
+    float maxDisplacement = 0.0f;               ///< the same, object space units; 0: the objects' own
     bool samplesLocked = true;                  ///< the same sample pattern on every frame
-    bool premultiply = true, dither = false, desaturate = false; ///< conversion to integer files
-    std::string colorClip = "raw";
-    std::string shadowMapMode = "off";
+    ColorClip colorClip = ColorClip::Raw;
+    bool premultiply = true, dither = false, desaturate = false; ///< conversion to whole numbers
+    float shadowMapBias = 0.0f; ///< of lights without one of their own; scene units, 0: none
     GatherOptions gather;
 };
 

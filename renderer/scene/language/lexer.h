@@ -12,7 +12,7 @@
 
 namespace orca::scene {
 
-/// What stands in the way of going on reading a statement.
+/// An error that ends the reading of a statement.
 class SyntaxError : public std::runtime_error {
 public:
     SyntaxError(SourceLocation where, const std::string& text)
@@ -30,7 +30,7 @@ struct Token {
         Bytes,     ///< between single quotes: hexadecimal digits and white space
         Backquote, ///< raw bytes follow
         Mark,      ///< one of ( ) [ ] { } , =
-        Command    ///< a word behind a dollar sign in column one
+        Command    ///< a word after a dollar sign in column one
     };
     Kind kind = Kind::End;
     bool fitsInteger = false; ///< an Integer within 32 bits
@@ -48,7 +48,7 @@ struct Token {
     [[nodiscard]] std::string shown() const;
 };
 
-/// Splits one file's text into tokens. Faults of the text throw SyntaxError with the lexer standing behind
+/// Splits one file's text into tokens. Errors of the text throw SyntaxError with the lexer past
 /// them, so that the next call goes on.
 class Lexer {
 public:
@@ -57,11 +57,11 @@ public:
     Lexer& operator=(const Lexer&) = delete;
 
     [[nodiscard]] Token next();
-    /// Consumes a number, if one stands next, without making a token: for long lists. False, and nothing is
+    /// Consumes a number, if one is next, without making a token: for long lists. False, and nothing is
     /// consumed but white space, for anything else.
     bool nextNumber(float& value);
     bool nextInteger(std::int32_t& value);
-    /// Raw bytes behind a Backquote token, and the closing backquote. Throws when there are fewer, or when
+    /// Raw bytes after a Backquote token, and the closing backquote. Throws when there are fewer, or when
     /// they are not closed.
     std::string_view binary(std::size_t size, const char* what);
     /// Skips a block of raw bytes of unknown length: to the first closing backquote a whole number of words
@@ -70,7 +70,7 @@ public:
     /// Appends bytes written as hexadecimal pairs, quoted or bare, up to a closing bracket, which is
     /// consumed.
     void hexBytes(std::vector<unsigned char>& bytes);
-    /// Text between angle brackets, if it stands next on this line; for include commands.
+    /// Text between angle brackets, if it is next on this line; for include commands.
     bool angleName(std::string_view& name);
 
     [[nodiscard]] SourceLocation here() const;

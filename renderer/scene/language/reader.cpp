@@ -13,7 +13,7 @@ bool isOneOf(std::string_view word, const std::array<std::string_view, N>& words
     return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-/// Words that begin a statement of the file wherever they stand.
+/// Words that begin a statement of the file in any column.
 constexpr std::array<std::string_view, 7> alwaysStatements = {
     "declare", "options", "instgroup", "instance", "incremental", "render", "link"};
 /// Words that begin one in the first column, and may be part of another elsewhere.
@@ -28,13 +28,7 @@ constexpr std::array<std::string_view, 14> blockKinds = {
 } // namespace
 
 Reader::Reader(Scene& scene, const ParserOptions& options, const ParserCallbacks& callbacks)
-    : scene_(scene),
-      options_(options),
-      callbacks_(callbacks),
-      log_(scene.log_),
-      database_(scene.database_),
-      memory_(*scene.memory_),
-      stream_(memory_.variables, options.includePaths) {
+    : TokenReader(scene, options), callbacks_(callbacks), database_(scene.database_) {
     stream_.onLookup([this](const std::string& entry, const SourceLocation& location) {
         lookUpRegistry(entry, location);
     });
@@ -138,6 +132,12 @@ void Reader::skipUnknownEntity(const Token& token) {
     fail(token, "unknown statement \"{}\"", token.text);
 }
 
+void Reader::withoutEffect(LogLevel level, const SourceLocation& location, const std::string& owner,
+                           std::string_view word, std::string_view reason) {
+    once(level, location, fmt::format("{} {}", block_, word),
+         fmt::format("{}: \"{}\" has no effect: {}", owner, word, reason));
+}
+
 bool Reader::endsBlock(std::string_view kind, const std::string& owner) {
     const Token& token = peek();
     if (token.isWord("end")) {
@@ -182,54 +182,6 @@ void Reader::resynchronise(bool insidePhenomenon) {
             continue; // one message for the statement is enough
         }
     }
-}
-
-void Reader::countError(const SourceLocation& location, const std::string& text) {
-    log_.writeAt(location, LogLevel::Error, "SCEN", "{}", text);
-    if (++scene_.errors_ < options_.maximumErrors) return;
-    log_.writeAt(location, LogLevel::Error, "SCEN", "{} errors, reading stops here", scene_.errors_);
-    throw StopReading{};
-}
-
-void Reader::unsupported(LogLevel level, const SourceLocation& location, const std::string& construct,
-                         const std::string& text) {
-    if (!memory_.logged.insert(construct + '|' + location.file).second) return;
-    if (level == LogLevel::Error) {
-        countError(location, text);
-    } else {
-        log_.writeAt(location, level, "SCEN", "{}", text);
-    }
-}
-
-Scene::Scene(Log& log) : log_(log), memory_(std::make_unique<Memory>()) {
-}
-
-Scene::~Scene() = default;
-
-bool Scene::parseFile(const std::string& path, const ParserOptions& options,
-                      const ParserCallbacks& callbacks) {
-    std::string text;
-    std::string found = path;
-    if (!readWholeFile(found, text)) {
-        found = path + ".mi";
-        if (!readWholeFile(found, text)) {
-            ++errors_;
-            log_.error("SCEN", "cannot read the scene file \"{}\", nor \"{}\"", path, found);
-            return false;
-        }
-    }
-    return parseText(std::move(text), path == "-" ? "standard input" : found, options, callbacks);
-}
-
-bool Scene::parseText(std::string text, const std::string& name, const ParserOptions& options,
-                      const ParserCallbacks& callbacks) {
-    for (const auto& [key, value] : options.variables) memory_->variables.set(key, value);
-    for (const auto& [key, value] : options.registry) memory_->variables.setEntry(key, {{{"value", value}}});
-    const bool finished = Reader(*this, options, callbacks).read(name, std::move(text));
-    if (finished && errors_ == 0 && renderStatements_ == 0) {
-        log_.info("SCEN", "{}: no render statement so far", name);
-    }
-    return finished && errors_ == 0;
 }
 
 } // namespace orca::scene

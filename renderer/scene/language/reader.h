@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/declarations/phenomenon.h"
-#include "scene/language/scene_file.h"
-#include "scene/language/token_stream.h"
-#include "scene/language/variables.h"
+#include "scene/elements/option_statements.h"
+#include "scene/language/token_reader.h"
 
 #include <initializer_list>
 #include <map>
@@ -17,26 +15,17 @@
 
 namespace orca::scene {
 
-/// What a scene's reader keeps from one file to the next.
-struct Scene::Memory {
-    Variables variables;
-    std::set<std::string> logged;                ///< "kind of construct|file" of what is not supported
-    std::map<std::string, miTag> phenomenonUses; ///< names that stand for an expanded phenomenon
-};
-
 /// Reads one file and what it includes into a scene. The functions follow the grammar: each reads what it is
-/// named after and throws SyntaxError when it cannot go on; faults that leave the text readable are counted
+/// named after and throws SyntaxError when it cannot continue; other errors are counted
 /// and reading goes on.
-class Reader {
+class Reader : private TokenReader {
 public:
     Reader(Scene& scene, const ParserOptions& options, const ParserCallbacks& callbacks);
     /// False when reading was stopped.
     bool read(const std::string& name, std::string text);
 
 private:
-    struct StopReading {}; // too many errors, or the owner asked for it
-
-    // reader.cpp: the statements of a file, messages, resynchronising
+    // reader.cpp: the statements of a file, resynchronising after errors
     void readStatement(const Token& token);
     bool readEntity(std::string_view word, const Token& token, bool incremental);
     bool readTextureStart(std::string_view word, const Token& token, bool incremental);
@@ -45,46 +34,9 @@ private:
     /// before what can only be the next entity.
     bool endsBlock(std::string_view kind, const std::string& owner);
     void skipUnknownEntity(const Token& token);
-    template <class... A>
-    void error(const SourceLocation& location, fmt::format_string<A...> form, A&&... arguments) {
-        countError(location, fmt::format(form, std::forward<A>(arguments)...));
-    }
-    template <class... A>
-    void warning(const SourceLocation& location, fmt::format_string<A...> form, A&&... arguments) {
-        log_.writeAt(location, LogLevel::Warning, "SCEN", form, std::forward<A>(arguments)...);
-    }
-    template <class... A>
-    [[noreturn]] void fail(const Token& token, fmt::format_string<A...> form, A&&... arguments) {
-        throw SyntaxError(locationOf(token), fmt::format(form, std::forward<A>(arguments)...));
-    }
-    void countError(const SourceLocation& location, const std::string& text);
-    /// One message for each kind of construct and file, naming the first element affected.
-    void unsupported(LogLevel level, const SourceLocation& location, const std::string& construct,
-                     const std::string& text);
-
-    // reader_tokens.cpp: single tokens
-    [[nodiscard]] SourceLocation locationOf(const Token& token) const { return stream_.locationOf(token); }
-    const Token& peek(std::size_t ahead = 0) { return stream_.peek(ahead); }
-    Token next() { return stream_.next(); }
-    bool accept(char mark);
-    bool accept(std::string_view word);
-    void expect(char mark, std::string_view after);
-    void expectEnd(std::string_view kind);
-    std::string name(std::string_view of);
-    Token nameToken(std::string_view of);
-    std::string string(std::string_view of);
-    int integer(std::string_view of);
-    int positiveInteger(std::string_view of);
-    float number(std::string_view of);
-    miVector vector(std::string_view of);
-    std::array<float, 16> matrix(std::string_view of);
-    std::optional<bool> acceptBoolean();
-    bool boolean(std::string_view of);
-    std::optional<int> acceptInteger();
-    bool atNumber() { return peek().isNumber(); }
-    bool atString() { return peek().kind == Token::Kind::String; }
-    [[nodiscard]] std::string fileNameIn(const Token& text);
-    void skipBalanced();
+    /// One message for each scene and kind of statement: `word` of `owner` is read and does nothing here.
+    void withoutEffect(LogLevel level, const SourceLocation& location, const std::string& owner,
+                       std::string_view word, std::string_view reason);
 
     // reader_names.cpp: names and references
     [[nodiscard]] std::string fullName(std::string_view plain) const;
@@ -163,7 +115,7 @@ private:
     void readPhenomenonRoot(DeclarationElement& declaration);
     void addPart(std::string name, miTag tag);
     void checkPhenomenonRoot(DeclarationElement& declaration, const SourceLocation& location);
-    /// The declaration when a use of a phenomenon stands here, as in "name" ( ... ); else null.
+    /// The declaration when a use of a phenomenon follows, as in "name" ( ... ); else null.
     DeclarationElement* atPhenomenon();
     /// Reads a use. Returns its result, a shader list or a material; where the phenomenon has none, the use
     /// itself.
@@ -183,11 +135,11 @@ private:
     void readOptions(const Token& token, bool incremental);
     void readOptionStatement(OptionsElement& element, const Token& word);
     void readStringOption(OptionsElement& element, const Token& option);
-    bool readSamplingOption(OptionsElement& element, std::string_view word);
-    bool readTraceOption(OptionsElement& element, std::string_view word, const SourceLocation& location);
-    bool readSwitchOption(OptionsElement& element, std::string_view word);
-    bool readGatherOption(OptionsElement& element, std::string_view word, const SourceLocation& location);
-    bool skipOption(std::string_view word, const SourceLocation& location, const std::string& owner);
+    const OptionStatement* readOptionWords(const Token& firstWord);
+    OptionValues readOptionValues(const OptionStatement& statement);
+    void readOwnOption(OptionsElement& element, const OptionStatement& statement,
+                       const SourceLocation& location);
+    bool skipOptionRest();
     void readFramebufferOption(OptionsElement& element, const SourceLocation& location);
     void skipToOption();
 
@@ -247,7 +199,7 @@ private:
     // reader_instances.cpp
     void readInstance(const Token& token, bool incremental);
     bool readInstanceStatement(InstanceElement& element, const Token& word);
-    bool readInstanceFlag(InstanceElement& element, std::string_view word);
+    bool readInstanceFlag(InstanceElement& element, const Token& word);
     void readLightLinks(InstanceElement& element);
     void readGroupEntity(const Token& token, bool incremental);
 
@@ -257,13 +209,8 @@ private:
     std::size_t outerNamespaces_ = 0; // that do not end in this file
     miTag assemblyRoot_ = miNULLTAG;  // the group that this file's root statement names
 
-    Scene& scene_;
-    const ParserOptions& options_;
     const ParserCallbacks& callbacks_;
-    Log& log_;
     Database& database_;
-    Scene::Memory& memory_;
-    TokenStream stream_;
     std::string block_;                                    // keyword of the entity that is being read
     std::vector<std::string> namespaces_;                  // full names, innermost last
     bool connectionsAllowed_ = true;                       // not in data blocks and defaults

@@ -25,8 +25,8 @@ constexpr std::array<std::string_view, 8> flags = {"visible", "fine",     "sharp
 
 } // namespace
 
-/// Behind the word "approximate". Numbers behind "length" are the length, then the fewest and the most
-/// halvings; all other techniques are read over.
+/// Reads what follows the word "approximate". Numbers after "length" are the length, then the fewest and the
+/// most halvings; all other techniques are skipped.
 std::optional<Approximation> Reader::readApproximation() {
     Approximation result;
     bool ofPolygons = true;

@@ -8,7 +8,7 @@ namespace orca::scene {
 
 namespace {
 
-/// Takes lights and cameras out of a group and of the groups below: an assembly brings things only.
+/// Takes lights and cameras out of a group and of the groups below: an assembly adds objects only.
 void keepObjectsOnly(Database& database, GroupElement& group, std::set<miTag>& seen) {
     if (!seen.insert(group.tag).second) return;
     std::erase_if(group.members, [&](miTag member) {
@@ -57,7 +57,7 @@ void Reader::readAssembly(const Token& token) {
     inner.namespaces_.push_back(element.name);
     inner.outerNamespaces_ = inner.namespaces_.size();
     inner.assemblyDepth_ = assemblyDepth_ + 1;
-    // Included where the assembly stands, so that the file is looked for, and missed, as any other there.
+    // Included in place, so that the file is searched for, and reported when missing, like any other.
     const auto linesBefore = static_cast<std::size_t>(std::max(0, element.location.line - 1));
     const int errorsBefore = scene_.errors_;
     const bool finished =
@@ -66,7 +66,7 @@ void Reader::readAssembly(const Token& token) {
         std::set<miTag> seen;
         keepObjectsOnly(database_, *root, seen);
         element.members = root->members;
-    } else if (finished && scene_.errors_ == errorsBefore) { // else its file has said what is wrong
+    } else if (finished && scene_.errors_ == errorsBefore) { // else errors of its file have been reported
         error(element.location, "assembly \"{}\": its file \"{}\" names no root group, so it stays empty",
               element.name, file);
     }

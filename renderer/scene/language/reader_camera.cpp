@@ -29,7 +29,7 @@ void Reader::readCameraData(CameraElement& element, miTag& before) {
     const Token at = peek();
     const miTag given = dataReference();
     const auto chainHasBefore = [&] {
-        // Blocks are in cycles only by mistake, which has been said; such a chain is not walked for ever.
+        // A chain is a cycle only by mistake, which has been reported; the limit ends the loop then.
         constexpr int longest = 1000;
         miTag link = given;
         for (int i = 0; link != miNULLTAG && link != before && i < longest; ++i) {
@@ -60,6 +60,10 @@ void Reader::readFramebuffer(CameraElement& element) {
         found->location = locationOf(token);
     }
     FramebufferDefinition& buffer = *found;
+    const auto ignored = [&](std::string_view word, std::string_view reason) {
+        withoutEffect(LogLevel::Warning, locationOf(token), fmt::format("frame buffer \"{}\"", buffer.name),
+                      word, reason);
+    };
     for (;;) {
         if (accept("datatype")) {
             const Token type = peek();
@@ -74,23 +78,25 @@ void Reader::readFramebuffer(CameraElement& element) {
         } else if (accept("filetype")) {
             buffer.filetype = string("the file type");
         } else if (accept("colorprofile")) {
-            buffer.colorprofile = string("the colour profile");
+            string("the colour profile");
+            ignored("colorprofile", "files hold the rendered values; \"gamma\" of the options changes them");
         } else if (accept("compression")) {
             buffer.compression = string("the compression");
         } else if (accept("quality")) {
             buffer.quality = atString() ? std::string(next().text) : std::to_string(integer("the quality"));
         } else if (accept("field")) {
-            buffer.field = string("the field");
+            string("the field");
+            ignored("field", "all lines of a frame are rendered");
         } else if (accept("dpi")) {
             buffer.dpi = integer("the resolution in dots per inch");
         } else if (accept("dod")) {
-            buffer.dod = boolean("dod");
+            if (boolean("dod")) ignored("dod", "files hold the whole rendered window");
         } else if (accept("premultiplied")) {
             buffer.premultiplied = boolean("premultiplied");
         } else if (accept("primary")) {
             buffer.primary = boolean("primary");
         } else if (accept("tiled")) {
-            buffer.tiled = boolean("tiled");
+            if (boolean("tiled")) ignored("tiled", "files are written line by line");
         } else if (accept("user")) {
             buffer.user = boolean("user");
         } else if (accept("useopacity")) {
@@ -130,7 +136,7 @@ OutputStatement Reader::readOutput(const ShaderUse& use, const SourceLocation& l
         output.filetype = string("the output file's format");
         if (!atString()) fail(peek(), "expected the output file's name, not {}", peek().shown());
         output.filename = fileNameIn(next());
-        if (accept("quality")) integer("the quality");
+        if (accept("quality")) output.quality = integer("the quality");
     }
     return output;
 }
@@ -181,6 +187,9 @@ bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
         if (atNumber()) camera.frame_time = next().number;
     } else if (word == "field") {
         camera.frame_field = integer("the field");
+        if (camera.frame_field != 0)
+            withoutEffect(LogLevel::Warning, locationOf(token), fmt::format("camera \"{}\"", element.name),
+                          word, "all lines of a frame are rendered");
     } else if (word == "lens") {
         list(camera.lens);
     } else if (word == "volume") {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/declarations/phenomenon_use.h"
+#include "scene/elements/phenomenon.h"
 #include "scene/language/reader.h"
 
 #include <algorithm>
@@ -30,6 +30,8 @@ bool Reader::readCommand(std::string_view word, const Token& token) {
         warning(locationOf(token), "system \"{}\" is refused: scenes run no commands", command);
     } else if (word == "memory") {
         integer("the memory limit");
+        withoutEffect(LogLevel::Info, locationOf(token), "command", word,
+                      "textures are limited on the command line, geometry takes what it needs");
     } else if (word == "version") {
         readVersion("exactly");
     } else if ((word == "min" || word == "max") && accept("version")) {
@@ -59,6 +61,7 @@ bool Reader::readCommand(std::string_view word, const Token& token) {
     } else if (word == "debug") {
         string("what to debug");
         if (atString()) next();
+        withoutEffect(LogLevel::Info, locationOf(token), "command", word, "it prints nothing");
     } else if (word == "render") {
         readRender(token);
     } else if (word == "root" && atString()) {
@@ -116,7 +119,7 @@ void Reader::readLink(const Token& token) {
     const std::string file = fileNameIn(token);
     scene_.libraries_.push_back(file);
     if (!callbacks_.link || callbacks_.link(file, locationOf(token))) return;
-    // The owner has said what is wrong; it counts like our own errors.
+    // The callback has reported it; it counts like the reader's own errors.
     if (++scene_.errors_ >= options_.maximumErrors) throw StopReading{};
 }
 
@@ -202,7 +205,7 @@ void Reader::echo(const std::string& text) {
 
 void Reader::readRender(const Token& token) {
     if (assemblyDepth_ > 0) {
-        warning(locationOf(token), "\"render\" in the file of an assembly is passed over");
+        warning(locationOf(token), "\"render\" in the file of an assembly is skipped");
         for (int name = 0; name < 3 && atString(); ++name) next();
         return;
     }
@@ -241,8 +244,7 @@ void Reader::readRender(const Token& token) {
         return;
     }
     const auto* options = database_.find<OptionsElement>(request.options);
-    if (!options || !request.group || !request.cameraInstance)
-        return; // said above; no picture can come of it
+    if (!options || !request.group || !request.cameraInstance) return; // reported above
     checkRequirements(*options);
     if (callbacks_.render && !callbacks_.render(request)) throw StopReading{};
 }

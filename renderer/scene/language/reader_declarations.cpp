@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "scene/elements/words.h"
 #include "scene/language/reader.h"
 
 #include <algorithm>
@@ -87,7 +88,7 @@ Parameter Reader::readParameter() {
     return parameter;
 }
 
-/// Behind the opening mark, up to and with the closing one.
+/// From after the opening mark up to and with the closing one.
 std::vector<Parameter> Reader::readParameterList(char open, char close) {
     std::vector<Parameter> parameters;
     while (!accept(close)) {
@@ -192,17 +193,10 @@ bool Reader::readRequirement(DeclarationElement& declaration, std::string_view w
         needs.scanline = boolean("scanline");
     } else if (word == "shadow") {
         const Token mode = next();
-        if (mode.isWord("off")) {
-            needs.shadow = miSHADOW_OFF;
-        } else if (mode.isWord("on")) {
-            needs.shadow = miSHADOW_SIMPLE;
-        } else if (mode.isWord("sort")) {
-            needs.shadow = miSHADOW_SORTED;
-        } else if (mode.isWord("segments")) {
-            needs.shadow = miSHADOW_SEGMENTS;
-        } else {
-            fail(mode, "expected a shadow mode (off, on, sort, segments), not {}", mode.shown());
-        }
+        const Word* const chosen =
+            mode.kind == Token::Kind::Symbol ? findWord(shadowWords, mode.text) : nullptr;
+        if (!chosen) fail(mode, "expected a shadow mode ({}), not {}", listOf(shadowWords), mode.shown());
+        needs.shadow = static_cast<char>(chosen->code);
     } else {
         return false;
     }

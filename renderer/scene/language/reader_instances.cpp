@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "scene/elements/ray_words.h"
+#include "scene/elements/words.h"
 #include "scene/language/reader.h"
-
-#include <array>
 
 namespace orca::scene {
 
@@ -28,7 +28,9 @@ void Reader::readInstance(const Token& token, bool incremental) {
     while (!endsBlock("instance", element.name)) {
         const Token word = peek();
         if (word.is('(')) {
-            skipBalanced(); // values for an inheritance function, which we have none of
+            withoutEffect(LogLevel::Info, locationOf(word), owner, "( )",
+                          "they are values for an inheritance function, and none is called");
+            skipBalanced();
             continue;
         }
         next();
@@ -38,46 +40,32 @@ void Reader::readInstance(const Token& token, bool incremental) {
     }
 }
 
-bool Reader::readInstanceFlag(InstanceElement& element, std::string_view word) {
+bool Reader::readInstanceFlag(InstanceElement& element, const Token& token) {
     InstanceFlags& flags = element.flags;
-    struct Flag {
-        std::string_view word;
-        std::optional<bool> InstanceFlags::*flag;
-        std::optional<int> InstanceFlags::*mode;
-    };
-    constexpr std::array<Flag, 9> known = {
-        {{"visible", &InstanceFlags::visible, nullptr},
-         {"shadow", &InstanceFlags::shadow, &InstanceFlags::shadowMode},
-         {"shadowmap", &InstanceFlags::shadowmap, nullptr},
-         {"trace", &InstanceFlags::trace, nullptr},
-         {"caustic", &InstanceFlags::caustic, &InstanceFlags::causticMode},
-         {"globillum", &InstanceFlags::globillum, &InstanceFlags::globillumMode},
-         {"reflection", nullptr, &InstanceFlags::reflection},
-         {"refraction", nullptr, &InstanceFlags::refraction},
-         {"transparency", nullptr, &InstanceFlags::transparency}}};
-    for (const Flag& entry : known) {
-        if (word != entry.word) continue;
-        const std::optional<bool> on = entry.flag ? acceptBoolean() : std::nullopt;
-        const std::optional<int> mode = entry.mode && !on ? acceptInteger() : std::nullopt;
-        // The bare word takes back what was said before.
-        if (entry.flag && (on || !mode)) flags.*entry.flag = on;
-        if (entry.mode && (mode || !on)) flags.*entry.mode = mode;
+    const std::string_view word = token.text;
+    const std::string owner = fmt::format("instance \"{}\"", element.name);
+    if (word == "finalgather" && accept("force")) {
+        boolean("finalgather force");
+        withoutEffect(LogLevel::Info, locationOf(token), owner, "finalgather force",
+                      "gathered light is kept apart for no instance");
         return true;
     }
-    if (word == "finalgather") {
-        if (accept("force")) {
-            boolean("finalgather force");
-        } else {
-            flags.finalgather = acceptInteger();
-        }
-    } else if (word == "face") {
-        flags.face.reset();
-        for (const std::string_view side : {"front", "back", "both"}) {
-            if (accept(side)) flags.face = side == "both" ? 'a' : side[0];
-        }
-    } else {
-        return false;
+    for (const RayWord& known : rayWords) {
+        if (word != known.word) continue;
+        const bool isSwitch = known.instanceSwitch || !known.instanceMode;
+        const std::optional<bool> on = isSwitch ? acceptBoolean() : std::nullopt;
+        const std::optional<int> mode = known.hasMode && !on ? acceptInteger() : std::nullopt;
+        // The bare word resets what an earlier statement gave.
+        if (known.instanceSwitch && (on || !mode)) flags.*known.instanceSwitch = on;
+        if (known.instanceMode && (mode || !on)) flags.*known.instanceMode = mode;
+        if (!known.missing.empty() && (mode || on.value_or(false)))
+            withoutEffect(LogLevel::Info, locationOf(token), owner, word, known.missing);
+        return true;
     }
+    if (word != "face") return false;
+    const Word* const side = peek().kind == Token::Kind::Symbol ? findWord(faceWords, peek().text) : nullptr;
+    if (side) next();
+    flags.face = side ? std::optional(static_cast<char>(side->code)) : std::nullopt;
     return true;
 }
 
@@ -88,7 +76,7 @@ bool Reader::readInstanceStatement(InstanceElement& element, const Token& token)
         error(locationOf(token), "instance \"{}\": the {} cannot be inverted; a scale may be 0", element.name,
               of);
     };
-    if (readInstanceFlag(element, word)) return true;
+    if (readInstanceFlag(element, token)) return true;
     if (word == "hide") {
         element.hidden = boolean("hide");
         element.instance.off = element.hidden;
@@ -139,6 +127,8 @@ bool Reader::readInstanceStatement(InstanceElement& element, const Token& token)
     } else if (word == "shading") {
         accept("samples");
         number("the shading rate");
+        withoutEffect(LogLevel::Warning, locationOf(token), fmt::format("instance \"{}\"", element.name),
+                      "shading samples", "every sample is shaded");
     } else if (word == "tag") {
         element.instance.label = static_cast<miUint>(integer("the label"));
     } else if (word == "data") {

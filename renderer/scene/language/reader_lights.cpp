@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "scene/elements/ray_words.h"
+#include "scene/elements/words.h"
 #include "scene/language/reader.h"
 
 #include <array>
@@ -25,17 +27,19 @@ void Reader::readMaterial(const Token& token, bool incremental) {
     struct Slot {
         std::string_view word;
         miTag miMaterial::*shader;
-        bool shares; ///< "f" () takes the material shader's parameters
+        bool shares;              ///< "f" () takes the material shader's parameters
+        std::string_view missing; ///< why the slot has no effect
     };
-    constexpr std::array<Slot, 9> slots = {{{"displace", &miMaterial::displace, true},
-                                            {"shadow", &miMaterial::shadow, true},
-                                            {"volume", &miMaterial::volume, true},
-                                            {"environment", &miMaterial::environment, false},
-                                            {"contour", &miMaterial::contour, false},
-                                            {"photon", &miMaterial::photon, true},
-                                            {"photonvol", &miMaterial::photonvol, true},
-                                            {"lightmap", &miMaterial::lightmap, false},
-                                            {"bsdf", nullptr, false}}};
+    constexpr std::array<Slot, 9> slots = {
+        {{"displace", &miMaterial::displace, true, {}},
+         {"shadow", &miMaterial::shadow, true, {}},
+         {"volume", &miMaterial::volume, true, {}},
+         {"environment", &miMaterial::environment, false, {}},
+         {"contour", &miMaterial::contour, false, "contours are not supported"},
+         {"photon", &miMaterial::photon, true, noPhotons},
+         {"photonvol", &miMaterial::photonvol, true, noPhotons},
+         {"lightmap", &miMaterial::lightmap, false, "no light maps are made"},
+         {"bsdf", nullptr, false, "materials shade by their first list"}}};
     while (!endsBlock("material", element.name)) {
         const Token word = next();
         const Slot* slot = nullptr;
@@ -48,6 +52,9 @@ void Reader::readMaterial(const Token& token, bool incremental) {
             use.existing = slot->shader ? material.*slot->shader : miNULLTAG;
             const miTag list = readShaderList(use);
             if (slot->shader) material.*slot->shader = list;
+            if (list && !slot->missing.empty()) {
+                withoutEffect(LogLevel::Info, locationOf(word), owner, slot->word, slot->missing);
+            }
         } else if (word.isWord("opaque")) {
             material.opaque = miTRUE;
         } else if (word.isWord("tag")) {
@@ -106,6 +113,7 @@ void Reader::finishLight(LightElement& element) {
 bool Reader::readLightStatement(LightElement& element, const Token& token) {
     if (token.kind != Token::Kind::Symbol) return false;
     const std::string word(token.text);
+    const std::string owner = fmt::format("light \"{}\"", element.name);
     miLight& light = element.light;
     if (word == "origin") {
         light.origin = vector("the light's origin");
@@ -130,7 +138,8 @@ bool Reader::readLightStatement(LightElement& element, const Token& token) {
         }
         element.hasSpread = true;
     } else if (word == "emitter") {
-        light.emitter = readShaderList({fmt::format("light \"{}\", emitter", element.name), element.name});
+        light.emitter = readShaderList({owner + ", emitter", element.name});
+        withoutEffect(LogLevel::Info, locationOf(token), owner, word, noPhotons);
     } else if (word == "visible") {
         light.visible = acceptBoolean().value_or(true);
     } else if (word == "tag") {
@@ -146,6 +155,7 @@ bool Reader::readLightStatement(LightElement& element, const Token& token) {
         accept("photons");
         integer("the number of photons");
         acceptInteger();
+        withoutEffect(LogLevel::Info, locationOf(token), owner, word + " photons", noPhotons);
     } else if (word == "shadowmap") {
         readShadowMap(element, locationOf(token));
     } else if (word == "lightprofile") {
@@ -169,35 +179,32 @@ bool Reader::readLightArea(LightElement& element, std::string_view word, const S
         light.radius = number("the radius");
         if (!(light.radius > 0)) fail(at, "light \"{}\": the radius must be positive", element.name);
     };
-    if (word == "rectangle" || word == "disc" || word == "sphere" || word == "cylinder") {
-        light.area = miLIGHT_NONE;
-        if (!atNumber()) return true; // the bare keyword removes the shape
-        sampleDefaults(4, 5);
-        if (word == "rectangle") {
-            sampleDefaults(3, 3);
-            light.edge_u = vector("the rectangle's first edge");
-            light.edge_v = vector("the rectangle's second edge");
-            light.area = miLIGHT_RECTANGLE;
-        } else {
-            if (word != "sphere") light.axis = vector("the axis");
-            positiveRadius();
-            light.area = word == "disc" ? miLIGHT_DISC : word == "sphere" ? miLIGHT_SPHERE : miLIGHT_CYLINDER;
-        }
-        readAreaSampling(element);
-    } else if (word == "object" || word == "user") {
-        light.area = miLIGHT_NONE;
-        if (word == "object") {
+    const Word* const shape = findWord(lightShapeWords, word);
+    if (!shape) return false;
+    light.area = miLIGHT_NONE;
+    if (shape->code == miLIGHT_OBJECT || shape->code == miLIGHT_USER) {
+        if (shape->code == miLIGHT_OBJECT) {
             if (!peek().isName() || peek().isWord("end")) return true;
             element.areaObject =
                 reference(next(), {miSCENE_INSTANCE, miSCENE_OBJECT}, "the instance that emits");
         }
-        light.area = word == "object" ? miLIGHT_OBJECT : miLIGHT_USER;
         readAreaSampling(element);
         unsupported(LogLevel::Error, location, "light shape " + std::string(word),
                     fmt::format("light \"{}\": {} lights are not supported", element.name, word));
     } else {
-        return false;
+        if (!atNumber()) return true; // the bare keyword removes the shape
+        if (shape->code == miLIGHT_RECTANGLE) {
+            sampleDefaults(3, 3);
+            light.edge_u = vector("the rectangle's first edge");
+            light.edge_v = vector("the rectangle's second edge");
+        } else {
+            sampleDefaults(4, 5);
+            if (shape->code != miLIGHT_SPHERE) light.axis = vector("the axis");
+            positiveRadius();
+        }
+        readAreaSampling(element);
     }
+    light.area = shape->code;
     return true;
 }
 
@@ -217,6 +224,10 @@ void Reader::readAreaSampling(LightElement& element) {
 
 void Reader::readShadowMap(LightElement& element, const SourceLocation& location) {
     miLight& light = element.light;
+    const auto ignored = [&](const char* word, std::string_view reason) {
+        withoutEffect(LogLevel::Warning, location, fmt::format("light \"{}\"", element.name),
+                      std::string("shadowmap ") + word, reason);
+    };
     if (const std::optional<bool> on = acceptBoolean()) {
         light.use_shadow_maps = *on;
     } else if (accept("detail")) {
@@ -224,11 +235,7 @@ void Reader::readShadowMap(LightElement& element, const SourceLocation& location
             light.shadowmap_samples = integer("the number of samples");
         } else {
             light.use_shadow_maps = miTRUE;
-            unsupported(
-                LogLevel::Info, location, "shadowmap detail",
-                fmt::format("light \"{}\": its shadow map knows depths alone; transparent things cast full "
-                            "shadows in it",
-                            element.name));
+            ignored("detail", "shadow maps hold depths alone; transparent things cast full shadows in them");
         }
     } else if (accept("resolution")) {
         light.shadowmap_resolution = positiveInteger("the shadow map's resolution");
@@ -240,11 +247,18 @@ void Reader::readShadowMap(LightElement& element, const SourceLocation& location
         light.shadowmap_bias = number("the bias");
     } else if (accept("accuracy")) {
         number("the accuracy");
+        ignored("accuracy", "a map has the resolution that is given, or 512");
     } else if (accept("file")) {
-        element.shadowmapFile = string("the shadow map's file");
+        string("the shadow map's file");
+        ignored("file", "every picture makes its own shadow maps");
     } else if (accept("camera")) {
         string("the shadow map's camera");
-    } else if (!accept("color") && !accept("alpha")) {
+        ignored("camera", "shadow maps look from the light");
+    } else if (accept("color")) {
+        ignored("color", "shadow maps hold depths alone");
+    } else if (accept("alpha")) {
+        ignored("alpha", "shadow maps hold depths alone");
+    } else {
         light.use_shadow_maps = miTRUE;
     }
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/declarations/phenomenon_use.h"
+#include "base/nearest_name.h"
+#include "scene/elements/phenomenon.h"
 #include "scene/language/reader.h"
 
 #include <algorithm>
@@ -93,7 +94,7 @@ miTag Reader::optionalReference(std::initializer_list<miScene_type> kinds, std::
 DeclarationElement* Reader::declarationReference(const Token& token) {
     const miTag tag = lookUpDeclaration(token.text);
     if (auto* declaration = database_.find<DeclarationElement>(tag)) return declaration;
-    // A declaration file that is not read would otherwise fill the screen with its consequences.
+    // One message for each name: a missing declaration file would otherwise cause one at every use.
     if (!memory_.logged.insert("undeclared|" + fullName(token.text)).second) return nullptr;
     std::vector<std::string> candidates;
     database_.visitDeclarations([&](const std::string& known, miTag) { candidates.push_back(known); });

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "scene/elements/ray_words.h"
+#include "scene/elements/words.h"
 #include "scene/language/reader.h"
 
 #include <array>
@@ -48,38 +50,31 @@ bool Reader::readObjectFlag(ObjectElement& element, const Token& token) {
     if (token.kind != Token::Kind::Symbol) return false;
     const std::string_view word = token.text;
     miObject& object = element.object;
-    struct Flag {
-        std::string_view word;
-        miCBoolean miObject::*flag; ///< null: read and without effect
-        miCBoolean miObject::*mode;
-    };
-    constexpr std::array<Flag, 12> flags = {{{"visible", &miObject::visible, nullptr},
-                                             {"shadow", &miObject::shadow, &miObject::shadow_mode},
-                                             {"trace", &miObject::trace, nullptr},
-                                             {"reflection", nullptr, &miObject::reflection},
-                                             {"refraction", nullptr, &miObject::refraction},
-                                             {"transparency", nullptr, &miObject::transparency},
-                                             {"finalgather", nullptr, &miObject::finalgather},
-                                             {"shadowmap", nullptr, nullptr},
-                                             {"select", nullptr, nullptr},
-                                             {"caustic", nullptr, nullptr},
-                                             {"globillum", nullptr, nullptr},
-                                             {"tagged", nullptr, nullptr}}};
-    for (const Flag& known : flags) {
+    if (word == "tagged") {
+        element.tagged = acceptBoolean().value_or(true);
+        return true;
+    }
+    for (const RayWord& known : rayWords) {
         if (word != known.word) continue;
+        const SourceLocation location = locationOf(token);
+        const std::string owner = fmt::format("object \"{}\"", element.name);
         if (word == "finalgather" && accept("file")) {
             string("the gather's file");
+            withoutEffect(LogLevel::Info, location, owner, "finalgather file",
+                          "gathered light is kept in no file");
             return true;
         }
-        if (word != "visible" && word != "trace" && word != "tagged" && peek().kind == Token::Kind::Integer) {
+        bool given = true; // anything but "off"
+        if (known.hasMode && peek().kind == Token::Kind::Integer) {
             const int mode = integer("the mode");
-            if (known.mode) object.*known.mode = static_cast<miCBoolean>(mode);
-            if (known.flag) object.*known.flag = (mode & 1) != 0;
-            return true;
+            if (known.objectMode) object.*known.objectMode = static_cast<miCBoolean>(mode);
+            if (known.objectSwitch) object.*known.objectSwitch = (mode & 1) != 0;
+        } else {
+            given = acceptBoolean().value_or(true);
+            if (known.objectSwitch) object.*known.objectSwitch = given;
         }
-        const bool on = acceptBoolean().value_or(true);
-        if (word == "tagged") element.tagged = on;
-        if (known.flag) object.*known.flag = on;
+        if (given && !known.missing.empty())
+            withoutEffect(LogLevel::Info, location, owner, word, known.missing);
         return true;
     }
     return false;
@@ -88,8 +83,11 @@ bool Reader::readObjectFlag(ObjectElement& element, const Token& token) {
 bool Reader::readObjectStatement(ObjectElement& element, const Token& token) {
     if (token.kind != Token::Kind::Symbol) return false;
     const std::string_view word = token.text;
+    const auto ignored = [&](LogLevel level, std::string_view words, std::string_view reason) {
+        withoutEffect(level, locationOf(token), fmt::format("object \"{}\"", element.name), words, reason);
+    };
     const auto box = [&] {
-        if (!atNumber()) return; // our own bounds are what counts
+        if (!atNumber()) return; // bounds are computed from the points
         vector("the box's lower corner");
         vector("the box's upper corner");
     };
@@ -97,24 +95,33 @@ bool Reader::readObjectStatement(ObjectElement& element, const Token& token) {
         box();
     } else if (word == "face") {
         const Token side = next();
-        if (!side.isWord("front") && !side.isWord("back") && !side.isWord("both")) {
-            fail(side, "expected front, back or both, not {}", side.shown());
-        }
-        element.face = side.isWord("both") ? 'a' : side.text[0];
-        element.object.face = static_cast<miCBoolean>(*element.face);
+        const Word* const chosen =
+            side.kind == Token::Kind::Symbol ? findWord(faceWords, side.text) : nullptr;
+        if (!chosen) fail(side, "expected {}, not {}", listOf(faceWords), side.shown());
+        element.face = static_cast<char>(chosen->code);
+        element.object.face = static_cast<miCBoolean>(chosen->code);
     } else if (word == "tag") {
         element.object.label = static_cast<miUint>(integer("the label"));
     } else if (word == "data") {
         element.object.userdata = dataReference();
     } else if (word == "max" && accept("displace")) {
-        element.maxDisplacement = std::max(0.0f, number("the largest displacement"));
+        const Token at = peek();
+        const float most = number("the largest displacement");
+        if (!(most >= 0.0f)) {
+            fail(at, "object \"{}\": the largest displacement must be at least 0, not {}", element.name,
+                 most);
+        }
+        element.maxDisplacement = most;
     } else if (word == "samples") {
         integer("the sampling level");
         acceptInteger();
+        ignored(LogLevel::Warning, word, "all of the picture is sampled by the options");
     } else if (word == "shading" && accept("samples")) {
         number("the shading rate");
+        ignored(LogLevel::Warning, "shading samples", "every sample is shaded");
     } else if (word == "ray" && accept("offset")) {
         number("the ray offset");
+        ignored(LogLevel::Info, "ray offset", "offsets of rays follow from the precision of their origin");
     } else if (word == "approximate") {
         if (const auto approximation = readApproximation()) element.approximation = approximation;
     } else {
@@ -128,7 +135,11 @@ void Reader::readGroup(ObjectElement& element) {
         (peek(1).isNumber() || peek(1).isWord("merge") || peek().kind == Token::Kind::String)) {
         next();
     }
-    if (accept("merge")) number("the merging distance");
+    if (const Token merge = peek(); accept("merge")) {
+        number("the merging distance");
+        withoutEffect(LogLevel::Info, locationOf(merge), fmt::format("object \"{}\"", element.name), "merge",
+                      "vertices of polygons are taken as they are");
+    }
     PolygonGroup group;
     readVectors(group);
     readVertices(group, element);
@@ -176,7 +187,7 @@ void Reader::skipGeometry(ObjectElement& element, const SourceLocation& location
         const Token token = peek();
         if (token.kind == Token::Kind::End) fail(token, "the file ends inside object \"{}\"", element.name);
         if (token.isWord("end") && peek(1).isWord(until)) {
-            if (until == "object") return; // its own end is for the caller
+            if (until == "object") return; // the caller reads the object's end
             next();
             next();
             return;

@@ -1,27 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "base/nearest_name.h"
+#include "scene/elements/option_statements.h"
 #include "scene/language/reader.h"
 
 #include <algorithm>
-#include <array>
+#include <tuple>
+#include <utility>
 
 namespace orca::scene {
 
 namespace {
 
-/// Everything that can begin an options statement: where reading goes on behind one that is not known.
-constexpr std::array<std::string_view, 58> optionWords = {
-    "samples",    "contrast",    "time",        "filter",    "jitter",     "samplelock",  "shading",
-    "shutter",    "motion",      "trace",       "scanline",  "shadow",     "shadowmap",   "acceleration",
-    "bsp",        "large",       "grid",        "task",      "face",       "lens",        "volume",
-    "geometry",   "displace",    "output",      "pass",      "autovolume", "merge",       "lightmap",
-    "max",        "approximate", "caustic",     "globillum", "photonvol",  "photonmap",   "photon",
-    "importon",   "irradiance",  "finalgather", "frame",     "colorclip",  "gamma",       "premultiply",
-    "desaturate", "dither",      "object",      "camera",    "mixed",      "state",       "inheritance",
-    "traversal",  "contour",     "diagnostic",  "luminance", "hardware",   "progressive", "ambient",
-    "ao",         "data"};
+/// The first of the words, and those after it.
+std::pair<std::string_view, std::string_view> firstWord(std::string_view words) {
+    const std::size_t blank = std::min(words.find(' '), words.size());
+    return {words.substr(0, blank), words.substr(std::min(blank + 1, words.size()))};
+}
 
-bool isOptionWord(std::string_view word) {
-    return std::find(optionWords.begin(), optionWords.end(), word) != optionWords.end();
+bool beginsOption(const Token& token) {
+    const auto statements = optionStatements();
+    return token.kind == Token::Kind::Symbol &&
+           std::any_of(statements.begin(), statements.end(), [&](const OptionStatement& each) {
+               return firstWord(each.words).first == token.text;
+           });
 }
 
 } // namespace
@@ -64,348 +65,147 @@ void Reader::readStringOption(OptionsElement& element, const Token& option) {
     }
 }
 
-void Reader::readOptionStatement(OptionsElement& element, const Token& token) {
-    const std::string word(token.text);
-    const SourceLocation location = locationOf(token);
-    if (token.kind == Token::Kind::Symbol) {
-        if (readSamplingOption(element, word) || readTraceOption(element, word, location) ||
-            readSwitchOption(element, word) || readGatherOption(element, word, location)) {
-            return;
+/// Reads the words of a statement, the longest that fit: the first, `token`, has been read. Null for an
+/// unknown first word.
+const OptionStatement* Reader::readOptionWords(const Token& token) {
+    const OptionStatement* best = nullptr;
+    std::size_t most = 0; // words that fit
+    bool whole = false;   // all words of the best fit
+    for (const OptionStatement& statement : optionStatements()) {
+        auto [word, rest] = firstWord(statement.words);
+        if (word != token.text) continue;
+        std::size_t fitting = 1;
+        for (std::tie(word, rest) = firstWord(rest); !word.empty() && peek(fitting - 1).isWord(word);
+             std::tie(word, rest) = firstWord(rest)) {
+            ++fitting;
         }
-        if (word == "frame") {
-            if (!accept("buffer"))
-                fail(peek(), "expected \"buffer\" after \"frame\", not {}", peek().shown());
-            readFramebufferOption(element, location);
-            return;
-        }
-        if (word == "state") {
-            ShaderUse use{fmt::format("options \"{}\"", element.name), element.name};
-            use.existing = element.options.state_func;
-            element.options.state_func = requiredShaderList(use, use.owner + ", state");
-            return;
-        }
-        if (word == "data") {
-            element.options.userdata = dataReference();
-            return;
-        }
-        if (skipOption(word, location, element.name)) return;
+        const bool fits = word.empty();
+        if (fitting < most || (fitting == most && (whole || !fits))) continue;
+        best = &statement;
+        most = fitting;
+        whole = fits;
     }
-    const std::string nearest = nearestName(word, {optionWords.begin(), optionWords.end()});
-    error(location, "options \"{}\": unknown statement {}{}", element.name, token.shown(),
-          nearest.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", nearest));
-    skipToOption();
+    for (std::size_t i = 1; i < most; ++i) next();
+    if (!best || whole) return best;
+    // "task 32" is clear; "camera" is not.
+    if (best->most > 0 && atNumber()) return best;
+    fail(peek(), "expected \"{}\", not \"{}\" and {}", best->words, token.text, peek().shown());
+}
+
+OptionValues Reader::readOptionValues(const OptionStatement& statement) {
+    OptionValues values;
+    const auto refuse = [&] {
+        fail(peek(), "expected {} after \"{}\", not {}", statement.expected(), statement.words,
+             peek().shown());
+    };
+    if (!statement.choices.empty()) {
+        const Word* chosen =
+            peek().kind == Token::Kind::Symbol ? findWord(statement.choices, peek().text) : nullptr;
+        if (!chosen) refuse();
+        next();
+        values.word = chosen->code;
+    }
+    if (!statement.flag.empty()) values.flag = accept(statement.flag);
+    while (values.count < statement.most) {
+        const Token& token = peek();
+        const bool fits = values.count < statement.integers
+                              ? token.kind == Token::Kind::Integer && token.fitsInteger
+                              : token.isNumber();
+        if (!fits) break;
+        values.numbers[static_cast<std::size_t>(values.count)] =
+            values.count < statement.integers ? token.integer : static_cast<double>(token.number);
+        ++values.count;
+        next();
+    }
+    if (values.count < statement.fewest) refuse();
+    return values;
+}
+
+void Reader::readOptionStatement(OptionsElement& element, const Token& token) {
+    const SourceLocation location = locationOf(token);
+    const std::string owner = fmt::format("options \"{}\"", element.name);
+    const OptionStatement* const statement =
+        token.kind == Token::Kind::Symbol ? readOptionWords(token) : nullptr;
+    if (!statement) {
+        std::vector<std::string_view> words;
+        for (const OptionStatement& each : optionStatements()) words.push_back(firstWord(each.words).first);
+        const std::string nearest = nearestName(token.text, words);
+        error(location, "{}: unknown statement {}{}", owner, token.shown(),
+              nearest.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", nearest));
+        skipToOption();
+        return;
+    }
+    OptionValues values;
+    bool isOff = false;
+    switch (statement->form) {
+    case OptionStatement::Form::Values: {
+        const SourceLocation at = locationOf(peek());
+        values = readOptionValues(*statement);
+        if (const std::string problem = statement->problemOf(values); !problem.empty()) {
+            error(at, "{}: \"{}\" {}", owner, statement->words, problem);
+            return;
+        }
+        if (statement->set) statement->set(element, values);
+        break;
+    }
+    case OptionStatement::Form::Text: string("a file"); break;
+    case OptionStatement::Form::Own: readOwnOption(element, *statement, location); break;
+    case OptionStatement::Form::Rest: isOff = skipOptionRest(); break;
+    }
+    const std::string_view missing = statement->missingOf(values);
+    if (!missing.empty() && !isOff)
+        withoutEffect(statement->level, location, owner, statement->words, missing);
+}
+
+/// Words of such a statement may begin statements of their own ("bsp shadow", "diagnostic samples"). True
+/// when it switches something off.
+bool Reader::skipOptionRest() {
+    bool isOff = false;
+    const auto skip = [&] {
+        isOff |= peek().isWord("off") || peek().isWord("false");
+        next();
+    };
+    if (peek().kind == Token::Kind::Symbol && !peek().isWord("end")) skip();
+    for (;;) {
+        const Token& token = peek();
+        if (token.kind == Token::Kind::End || token.isWord("end") || atString() || beginsOption(token))
+            return isOff;
+        skip();
+    }
 }
 
 void Reader::skipToOption() {
     for (;;) {
         const Token& token = peek();
-        if (token.kind == Token::Kind::End || token.isWord("end") || atString()) return;
-        if (token.kind == Token::Kind::Symbol && isOptionWord(token.text)) return;
+        if (token.kind == Token::Kind::End || token.isWord("end") || atString() || beginsOption(token))
+            return;
         next();
     }
 }
 
-bool Reader::readSamplingOption(OptionsElement& element, std::string_view word) {
-    miOptions& options = element.options;
-    const auto color = [&](std::string_view of) {
-        miColor value{number(of), number(of), number(of), 0.0f};
-        value.a = atNumber() ? next().number : (value.r + value.g + value.b) / 3.0f;
-        return value;
-    };
-    if (word == "samples") {
-        if (accept("collect") || accept("motion")) {
-            integer("the rasterizer's sample count");
-            return true;
-        }
-        const Token at = peek();
-        options.min_samples = integer("the smallest sampling level");
-        if (const std::optional<int> most = acceptInteger()) {
-            options.max_samples = *most;
-        } else {
-            options.max_samples = std::max(options.max_samples, options.min_samples);
-        }
-        if (options.min_samples > options.max_samples) {
-            fail(at, "the smallest sampling level, {}, is above the largest, {}", options.min_samples,
-                 options.max_samples);
-        }
-        constexpr int largestLevel = 10; // a million samples a pixel
-        if (options.max_samples > largestLevel || options.min_samples < -largestLevel) {
-            fail(at, "sampling levels lie between -{} and {}: level n means 4^n samples a pixel",
-                 largestLevel, largestLevel);
-        }
-    } else if (word == "contrast") {
-        options.contrast = color("the contrast");
-    } else if (word == "time" && accept("contrast")) {
-        options.time_contrast = color("the time contrast");
-    } else if (word == "filter") {
-        struct Filter {
-            std::string_view name;
-            char code;
-            float width;
-        };
-        constexpr std::array<Filter, 5> filters = {{{"box", miFILTER_BOX, 1.0f},
-                                                    {"triangle", miFILTER_TRIANGLE, 2.0f},
-                                                    {"gauss", miFILTER_GAUSS, 3.0f},
-                                                    {"mitchell", miFILTER_MITCHELL, 4.0f},
-                                                    {"lanczos", miFILTER_LANCZOS, 4.0f}}};
-        const Token kind = next();
-        const auto found = std::find_if(filters.begin(), filters.end(),
-                                        [&](const Filter& filter) { return kind.isWord(filter.name); });
-        if (found == filters.end()) {
-            fail(kind, "expected a filter (box, triangle, gauss, mitchell, lanczos), not {}", kind.shown());
-        }
-        options.filter = found->code;
-        element.filterClips = accept("clip");
-        options.filter_size_x = options.filter_size_y = found->width;
-        if (atNumber()) options.filter_size_x = options.filter_size_y = next().number;
-        if (atNumber()) options.filter_size_y = next().number;
-        if (!(options.filter_size_x > 0 && options.filter_size_y > 0))
-            fail(kind, "filter sizes must be positive");
-    } else if (word == "jitter") {
-        options.jitter = number("the jitter");
-    } else if (word == "samplelock") {
-        element.samplesLocked = boolean("samplelock");
-    } else if (word == "shading") {
-        accept("samples");
-        number("the shading rate");
-    } else if (word == "shutter") {
-        const float first = number("the shutter's time");
-        const bool both = atNumber();
-        options.shutter_delay = both ? first : 0.0f;
-        options.shutter = both ? next().number : first;
-    } else if (word == "task") {
-        accept("size");
-        options.task_size = integer("the task size");
-    } else {
-        return false;
-    }
-    return true;
-}
-
-bool Reader::readTraceOption(OptionsElement& element, std::string_view word, const SourceLocation& location) {
-    miOptions& options = element.options;
-    if (word == "trace") {
-        if (!accept("depth")) {
-            options.trace = boolean("trace");
-            return true;
-        }
-        options.reflection_depth = integer("the reflection depth");
-        if (const auto refraction = acceptInteger()) options.refraction_depth = *refraction;
-        if (const auto sum = acceptInteger()) options.trace_depth = *sum;
-    } else if (word == "scanline") {
-        const Token mode = peek();
-        if (const std::optional<bool> on = acceptBoolean()) {
-            options.scanline = *on;
-        } else if (accept("rapid") || accept("rasterizer")) {
-            options.scanline = miSCANLINE_RASTERIZER;
-        } else if (accept("opengl")) {
-            options.scanline = 'o';
-        } else {
-            fail(mode, "expected a scanline mode (on, off, opengl, rapid, rasterizer), not {}", mode.shown());
-        }
-    } else if (word == "shadow") {
-        const Token mode = peek();
-        if (const std::optional<bool> on = acceptBoolean()) {
-            options.shadow = *on ? miSHADOW_SIMPLE : miSHADOW_OFF;
-        } else if (accept("sort")) {
-            options.shadow = miSHADOW_SORTED;
-        } else if (accept("segments") || accept("segment")) {
-            options.shadow = miSHADOW_SEGMENTS;
-        } else {
-            fail(mode, "expected a shadow mode (on, off, sort, segments), not {}", mode.shown());
-        }
-        options.shadow_sort = options.shadow == miSHADOW_SORTED;
-    } else if (word == "shadowmap") {
-        if (accept("rebuild")) {
-            if (!accept("merge")) boolean("shadowmap rebuild");
-        } else if (accept("motion")) {
-            boolean("shadowmap motion");
-        } else if (accept("bias")) {
-            number("the shadow map bias");
-        } else if (!accept("window")) {
-            const Token mode = next();
-            element.shadowMapMode = std::string(mode.text);
-            options.use_shadow_maps = !mode.isWord("off") && !mode.isWord("false");
-        }
-    } else if (word == "motion") {
-        if (accept("steps")) {
-            const Token at = peek();
-            const int steps = positiveInteger("the number of motion steps");
-            if (steps > motionStepsAtMost) {
-                fail(at, "options \"{}\": motion steps are at most {}, not {}", element.name,
-                     motionStepsAtMost, steps);
-            }
-            options.motion_steps = steps;
-        } else {
-            options.motion = boolean("motion");
-        }
-    } else if (word == "face") {
-        const Token side = next();
-        if (!side.isWord("front") && !side.isWord("back") && !side.isWord("both")) {
-            fail(side, "expected front, back or both, not {}", side.shown());
-        }
-        options.face = side.isWord("both") ? 'a' : side.isWord("front") ? 'f' : 'b';
-    } else if (word == "object" || word == "camera" || word == "mixed") {
-        if (!accept("space")) fail(peek(), "expected \"space\" after \"{}\", not {}", word, peek().shown());
-        if (word != "object") {
-            unsupported(LogLevel::Error, location, std::string(word) + " space",
-                        fmt::format("options \"{}\": {} space is not supported, only object space",
-                                    element.name, word));
-        }
-    } else {
-        return false;
-    }
-    return true;
-}
-
-bool Reader::readSwitchOption(OptionsElement& element, std::string_view word) {
-    miOptions& options = element.options;
-    struct ShaderSwitch {
-        std::string_view name;
-        miCBoolean miOptions::*off;
-    };
-    constexpr std::array<ShaderSwitch, 6> switches = {{{"lens", &miOptions::no_lens},
-                                                       {"volume", &miOptions::no_volume},
-                                                       {"geometry", &miOptions::no_geometry},
-                                                       {"displace", &miOptions::no_displace},
-                                                       {"output", &miOptions::no_output},
-                                                       {"merge", &miOptions::no_merge}}};
-    for (const ShaderSwitch& shaders : switches) {
-        if (word != shaders.name) continue;
-        if (word == "displace" && accept("presample")) {
-            boolean("displace presample");
-        } else {
-            options.*shaders.off = !boolean(word);
-        }
-        return true;
-    }
-    if (word == "max") {
-        accept("displace");
-        element.maxDisplacement = std::max(0.0f, number("the largest displacement"));
+void Reader::readOwnOption(OptionsElement& element, const OptionStatement& statement,
+                           const SourceLocation& location) {
+    const std::string owner = fmt::format("options \"{}\"", element.name);
+    const std::string_view word = statement.words;
+    if (word == "frame buffer") {
+        readFramebufferOption(element, location);
+    } else if (word == "state") {
+        ShaderUse use{owner, element.name};
+        use.existing = element.options.state_func;
+        element.options.state_func = requiredShaderList(use, use.owner + ", state");
+    } else if (word == "data") {
+        element.options.userdata = dataReference();
     } else if (word == "approximate") {
         if (const auto approximation = readApproximation()) element.approximation = approximation;
         skipToOption();
-    } else if (word == "premultiply") {
-        element.premultiply = boolean(word);
-    } else if (word == "dither") {
-        element.dither = boolean(word);
-    } else if (word == "desaturate") {
-        element.desaturate = boolean(word);
-    } else if (word == "gamma") {
-        const Token at = peek();
-        options.gamma = number("gamma");
-        if (!(options.gamma > 0)) fail(at, "gamma must be positive");
-    } else if (word == "colorclip") {
-        element.colorClip = name("the colour clipping mode");
-    } else if (word == "luminance") {
-        accept("weight");
-        const miVector weight = vector("the luminance weight");
-        options.luminance_weight = {weight.x, weight.y, weight.z, 0.0f};
-    } else {
-        return false;
-    }
-    return true;
-}
-
-bool Reader::readGatherOption(OptionsElement& element, std::string_view word,
-                              const SourceLocation& location) {
-    miOptions& options = element.options;
-    if (word == "finalgather") {
-        GatherOptions& gather = element.gather;
-        const auto color = [&](std::string_view of) {
-            const miVector scale = vector(of);
-            return miColor{scale.x, scale.y, scale.z, atNumber() ? next().number : 1.0f};
-        };
-        if (accept("accuracy")) {
-            gather.radiiInPixels = accept("view");
-            options.finalgather_rays = integer("the number of gather rays");
-            if (atNumber()) options.finalgather_maxradius = next().number;
-            if (atNumber()) options.finalgather_minradius = next().number;
-        } else if (accept("trace")) {
-            accept("depth");
-            gather.reflectionDepth = integer("the gather's reflection depth");
-            gather.refractionDepth = acceptInteger();
-            gather.traceDepth = acceptInteger();
-            if (const auto value = acceptInteger()) options.finalgather_diffuse_depth = *value;
-        } else if (accept("falloff")) {
-            const Token at = peek();
-            const float first = number("the falloff distance");
-            const bool both = atNumber();
-            gather.falloffStart = both ? first : 0.0f;
-            gather.falloffStop = both ? next().number : first;
-            if (gather.falloffStart > gather.falloffStop)
-                fail(at, "the falloff starts at {}, beyond its end at {}", gather.falloffStart,
-                     gather.falloffStop);
-        } else if (accept("scale")) {
-            gather.scale = color("the gather's scale");
-        } else if (accept("secondary")) {
-            if (!accept("scale"))
-                fail(peek(), "expected \"scale\" after \"secondary\", not {}", peek().shown());
-            gather.secondaryScale = color("the gather's secondary scale");
-        } else if (accept("filter")) {
-            integer("the gather's filter size");
-        } else if (accept("file")) {
-            string("the gather map's file");
-            unsupported(
-                LogLevel::Info, location, "finalgather file",
-                fmt::format(
-                    "options \"{}\": gathered light is kept in no file; every picture gathers its own",
-                    element.name));
-        } else if (accept("rebuild")) {
-            if (!accept("freeze")) boolean("finalgather rebuild");
-        } else if (accept("presample")) {
-            accept("density");
-            const Token at = peek();
-            gather.presampleDensity = number("the presampling density");
-            if (!(gather.presampleDensity >= 0)) fail(at, "the presampling density must not be negative");
-        } else if (accept("only") || accept("fastlookup")) {
-            options.finalgather = miTRUE;
-        } else {
-            options.finalgather = boolean("finalgather");
-        }
-        return true;
-    }
-    if (word != "caustic" && word != "globillum") return false;
-    const std::optional<bool> on = acceptBoolean();
-    if (!on) {
-        skipToOption();
-    } else if (*on) {
-        unsupported(
-            LogLevel::Warning, location, std::string(word),
-            fmt::format("options \"{}\": {} is not supported; no photons are traced", element.name, word));
-    }
-    return true;
-}
-
-bool Reader::skipOption(std::string_view word, const SourceLocation& location, const std::string& owner) {
-    if (!isOptionWord(word)) return false;
-    if (word == "contour") {
-        unsupported(LogLevel::Error, location, "contour",
-                    fmt::format("options \"{}\": contours are not supported", owner));
+    } else if (word == "contour") {
         if (!accept("store")) accept("contrast");
-        while (atShader()) readShader({fmt::format("options \"{}\"", owner)}, miNULLTAG);
-    } else if (word == "inheritance" || word == "traversal") {
-        if (atShader()) {
-            readShader({fmt::format("options \"{}\"", owner)}, miNULLTAG);
-        } else {
-            name("the inheritance function");
-        }
-    } else if (word == "photonmap") {
-        if (accept("file")) {
-            string("the photon map's file");
-        } else {
-            skipToOption();
-        }
+        while (atShader()) readShader({owner}, miNULLTAG);
+    } else if (atShader()) { // inheritance, traversal
+        readShader({owner}, miNULLTAG);
     } else {
-        // Words of these statements may begin statements of their own ("bsp shadow", "diagnostic samples").
-        if (word == "bsp" || word == "diagnostic" || word == "photon" || word == "large" ||
-            word == "lightmap" || word == "acceleration" || word == "grid") {
-            if (peek().kind == Token::Kind::Symbol && !peek().isWord("end")) next();
-        }
-        if (word == "photon" && (peek().isWord("depth"))) next();
-        skipToOption();
+        name("the inheritance function");
     }
-    return true;
 }
 
 void Reader::readFramebufferOption(OptionsElement& element, const SourceLocation& location) {

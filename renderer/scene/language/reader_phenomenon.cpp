@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/declarations/phenomenon_use.h"
 #include "scene/language/reader.h"
+#include "scene/phenomenon_expansion.h"
 
 namespace orca::scene {
 
@@ -94,7 +94,7 @@ miTag Reader::readPhenomenonUse(const ShaderUse& use) {
     readParameters(declaration.parameters, values, ')', use, declaration.name);
 
     const PhenomenonBody& body = *declaration.body;
-    if (!body.root && body.attached.empty()) return miNULLTAG; // its declaration has been complained of
+    if (!body.root && body.attached.empty()) return miNULLTAG; // reported at its declaration
     PhenomenonCopy copy = expandPhenomenon(database_, declaration, values, use.name);
     if (phenomenon_) {
         for (const PhenomenonBody::Part& part : copy.parts) addPart(part.name, part.tag);

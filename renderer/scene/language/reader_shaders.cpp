@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "base/nearest_name.h"
 #include "scene/language/reader.h"
 
 #include <algorithm>
@@ -68,7 +69,7 @@ void Reader::linkShader(miTag& head, miTag& last, miTag shader, const SourceLoca
     miTag end = shader;
     for (miTag next = shader; next; next = function(next)->next_function) {
         if (next == last) {
-            error(location, "\"{}\" stands in this list already", database_.get(shader)->name);
+            error(location, "\"{}\" is in this list already", database_.get(shader)->name);
             return;
         }
         end = next;
@@ -138,7 +139,7 @@ miTag Reader::readShader(const ShaderUse& use, miTag existing) {
     element->location = locationOf(token);
     element->values = std::move(values);
     element->rebuild();
-    // "f" ( ) beside another "f" of the same material works on that one's parameters.
+    // "f" ( ) in a material that has another "f" shares the parameters of that one.
     const auto* shared = database_.find<FunctionElement>(use.shareFrom);
     if (empty && shared && shared->declaration == declaration && !declaration->parameters.empty()) {
         element->function()->parameter_indirect = use.shareFrom;

@@ -16,7 +16,7 @@ bool isTextureType(miParam_type type) {
            type == miTYPE_TEXTURE;
 }
 
-/// Whether a result can stand for one element of a parameter.
+/// Whether a result fits one element of a parameter.
 bool connects(const Parameter& parameter, const Parameter& result) {
     if (result.isArray) return false;
     Parameter element = parameter;

@@ -23,12 +23,12 @@ struct RenderRequest {
     SourceLocation location;
 };
 
-/// What the reader asks its owner to do, in file order.
+/// What the reader calls, in file order.
 struct ParserCallbacks {
     /// The database is complete up to here. False stops reading. Not called once the scene has errors.
     std::function<bool(const RenderRequest&)> render;
     /// Loads a shader library; the name has its registry and environment references replaced. False: it could
-    /// not be loaded, and the owner has said why.
+    /// not be loaded, and the callback has reported why.
     std::function<bool(const std::string& file, const SourceLocation& location)> link;
     /// Text of an `echo` command; without a callback it becomes a progress message.
     std::function<void(const std::string& text)> echo;
@@ -38,10 +38,10 @@ struct ParserOptions {
     std::vector<std::string> includePaths;
     std::map<std::string, std::string> registry;  ///< "NAME" (without braces) to value
     std::map<std::string, std::string> variables; ///< as `set` makes them
-    std::string version = "3.13";                 ///< answer to `min version` and kin
-    bool verbosityFixed = false;                  ///< `verbose` statements are ignored
-    int maximumErrors = 20;                       ///< reading stops after so many
-    bool renderAnyway = false;                    ///< render statements of a scene with errors count
+    std::string version = "3.13"; ///< that `version`, `min version` and `max version` compare with
+    bool verbosityFixed = false;  ///< `verbose` statements are ignored
+    int maximumErrors = 20;       ///< reading stops after so many
+    bool renderAnyway = false;    ///< render statements of a scene with errors count
 };
 
 /// A scene and its reader's memory: several files are read as if they were one.
@@ -70,11 +70,12 @@ public:
 
 private:
     friend class Reader;
+    friend class TokenReader;
     struct Memory;
 
     Log& log_;
     Database database_;
-    std::unique_ptr<Memory> memory_; // variables, registry, what was said once
+    std::unique_ptr<Memory> memory_; // variables, registry, what was reported once
     std::vector<std::string> libraries_;
     int errors_ = 0;
     int renderStatements_ = 0;

@@ -61,7 +61,7 @@ Token TokenStream::next() {
 
 const Token& TokenStream::peek(std::size_t ahead) {
     while (ahead_.size() <= ahead) {
-        // Behind a backquote stand raw bytes, no tokens.
+        // Raw bytes follow a backquote, no tokens.
         if (!ahead_.empty() && ahead_.back().kind == Token::Kind::Backquote) return ahead_.back();
         ahead_.push_back(fetch());
     }
@@ -157,7 +157,7 @@ void TokenStream::skipConditional(bool anyElse) {
             token = lexer().next();
             if (token.kind == Token::Kind::Backquote) lexer().skipBinary();
         } catch (const SyntaxError&) {
-            continue; // nobody reads this text
+            continue; // skipped text needs no message
         }
         if (token.kind == Token::Kind::End) return; // fetch reports it
         if (token.kind != Token::Kind::Command) continue;
@@ -184,7 +184,7 @@ void TokenStream::skipCode(const SourceLocation& location) {
             if (token.kind != Token::Kind::Command || token.text != "end") continue;
             if (lexer().next().isWord("code")) break;
         } catch (const SyntaxError&) {
-            continue; // C text is not made of our tokens
+            continue; // C text does not consist of tokens of this language
         }
     }
     throw SyntaxError(location, "$code is not supported: compile the shader into a library and link that");

@@ -12,7 +12,7 @@
 
 namespace orca::scene {
 
-/// An included file that cannot be read. What it defines would be missed by everything behind it.
+/// An included file that cannot be read. Everything after it would miss what it defines.
 class MissingFile : public SyntaxError {
 public:
     using SyntaxError::SyntaxError;
@@ -41,7 +41,7 @@ public:
     /// As of Lexer: fast paths for long lists, with the general look-ahead kept right.
     bool nextNumber(float& value);
     bool nextInteger(std::int32_t& value);
-    /// Directly behind a Backquote token, or an opening bracket for hexBytes.
+    /// Directly after a Backquote token, or an opening bracket for hexBytes.
     std::string_view binary(std::size_t size, const char* what) { return lexer().binary(size, what); }
     void skipBinary() { lexer().skipBinary(); }
     void hexBytes(std::vector<unsigned char>& bytes) { lexer().hexBytes(bytes); }
@@ -69,7 +69,7 @@ private:
     /// Evaluates the test whose command word was read; true when its text is to be read.
     bool test(std::string_view word);
     std::string stringArgument(std::string_view commandWord);
-    /// Skips to the part of the conditional that is to be read; with `anyElse` false, behind its end.
+    /// Skips to the part of the conditional that is to be read; with `anyElse` false, past its end.
     void skipConditional(bool anyElse);
     void skipCode(const SourceLocation& location);
 

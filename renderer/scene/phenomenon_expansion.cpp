@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/declarations/phenomenon.h"
+#include "scene/phenomenon_expansion.h"
 
-#include "scene/database.h"
 #include "scene/elements/elements.h"
 
 #include <map>
@@ -10,8 +9,8 @@ namespace orca::scene {
 
 namespace {
 
-/// The value that a parameter has when nobody gives one, spelled out: where it is handed on, the receiver's
-/// own default must not take its place.
+/// The value that a parameter has when none is given, in full: where it is passed on, the receiver's own
+/// default must not replace it.
 Value spelledDefault(const Parameter& parameter) {
     if (parameter.defaultValue) return *parameter.defaultValue;
     Value value;
@@ -175,19 +174,6 @@ private:
 };
 
 } // namespace
-
-bool PhenomenonAttachments::empty() const {
-    return lens.empty() && volume.empty() && environment.empty() && outputs.empty() && instances.empty();
-}
-
-void PhenomenonAttachments::append(const PhenomenonAttachments& others) {
-    const auto join = [](auto& list, const auto& more) { list.insert(list.end(), more.begin(), more.end()); };
-    join(lens, others.lens);
-    join(volume, others.volume);
-    join(environment, others.environment);
-    join(outputs, others.outputs);
-    join(instances, others.instances);
-}
 
 PhenomenonCopy expandPhenomenon(Database& database, const DeclarationElement& declaration,
                                 const std::vector<Value>& interfaceValues, const std::string& name) {

@@ -1,69 +1,99 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/language/reader.h"
+#include "scene/language/token_reader.h"
 
 namespace orca::scene {
 
-bool Reader::accept(char mark) {
+TokenReader::TokenReader(Scene& scene, const ParserOptions& options)
+    : scene_(scene),
+      options_(options),
+      log_(scene.log_),
+      memory_(*scene.memory_),
+      stream_(memory_.variables, options.includePaths) {
+}
+
+void TokenReader::countError(const SourceLocation& location, const std::string& text) {
+    log_.writeAt(location, LogLevel::Error, "SCEN", "{}", text);
+    if (++scene_.errors_ < options_.maximumErrors) return;
+    log_.writeAt(location, LogLevel::Error, "SCEN", "{} errors, reading stops here", scene_.errors_);
+    throw StopReading{};
+}
+
+void TokenReader::unsupported(LogLevel level, const SourceLocation& location, const std::string& construct,
+                              const std::string& text) {
+    once(level, location, construct + '|' + location.file, text);
+}
+
+void TokenReader::once(LogLevel level, const SourceLocation& location, const std::string& key,
+                       const std::string& text) {
+    if (!memory_.logged.insert(key).second) return;
+    if (level == LogLevel::Error) {
+        countError(location, text);
+    } else {
+        log_.writeAt(location, level, "SCEN", "{}", text);
+    }
+}
+
+bool TokenReader::accept(char mark) {
     if (!peek().is(mark)) return false;
     next();
     return true;
 }
 
-bool Reader::accept(std::string_view word) {
+bool TokenReader::accept(std::string_view word) {
     if (!peek().isWord(word)) return false;
     next();
     return true;
 }
 
-void Reader::expect(char mark, std::string_view after) {
+void TokenReader::expect(char mark, std::string_view after) {
     if (!accept(mark)) fail(peek(), "expected \"{}\" after {}, not {}", mark, after, peek().shown());
 }
 
-void Reader::expectEnd(std::string_view kind) {
+void TokenReader::expectEnd(std::string_view kind) {
     if (!peek().isWord("end")) fail(peek(), "expected \"end {}\", not {}", kind, peek().shown());
     next();
     if (!accept(kind)) fail(peek(), "expected \"end {}\", not \"end\" and {}", kind, peek().shown());
 }
 
-Token Reader::nameToken(std::string_view of) {
+Token TokenReader::nameToken(std::string_view of) {
     if (!peek().isName()) fail(peek(), "expected the name of {}, not {}", of, peek().shown());
     return next();
 }
 
-std::string Reader::name(std::string_view of) {
+std::string TokenReader::name(std::string_view of) {
     return std::string(nameToken(of).text);
 }
 
-std::string Reader::string(std::string_view of) {
+std::string TokenReader::string(std::string_view of) {
     if (!atString()) fail(peek(), "expected {} as a quoted string, not {}", of, peek().shown());
     return std::string(next().text);
 }
 
-int Reader::integer(std::string_view of) {
+int TokenReader::integer(std::string_view of) {
     if (peek().kind != Token::Kind::Integer)
         fail(peek(), "expected {} as an integer, not {}", of, peek().shown());
     if (!peek().fitsInteger) fail(peek(), "{} does not fit 32 bits, as {} must", peek().text, of);
     return next().integer;
 }
 
-int Reader::positiveInteger(std::string_view of) {
+int TokenReader::positiveInteger(std::string_view of) {
     const Token token = peek();
     const int value = integer(of);
     if (value <= 0) fail(token, "{} must be positive, not {}", of, value);
     return value;
 }
 
-float Reader::number(std::string_view of) {
+float TokenReader::number(std::string_view of) {
     if (!atNumber()) fail(peek(), "expected {} as a number, not {}", of, peek().shown());
     return next().number;
 }
 
-miVector Reader::vector(std::string_view of) {
+miVector TokenReader::vector(std::string_view of) {
     const float x = number(of), y = number(of), z = number(of);
     return {x, y, z};
 }
 
-std::array<float, 16> Reader::matrix(std::string_view of) {
+std::array<float, 16> TokenReader::matrix(std::string_view of) {
     std::array<float, 16> elements;
     for (std::size_t i = 0; i < elements.size(); ++i) {
         if (!atNumber()) fail(peek(), "{} has {} of 16 numbers, then {}", of, i, peek().shown());
@@ -72,25 +102,25 @@ std::array<float, 16> Reader::matrix(std::string_view of) {
     return elements;
 }
 
-std::optional<bool> Reader::acceptBoolean() {
+std::optional<bool> TokenReader::acceptBoolean() {
     const Token& token = peek();
     if (token.isWord("on") || token.isWord("true")) return next(), true;
     if (token.isWord("off") || token.isWord("false")) return next(), false;
     return {};
 }
 
-bool Reader::boolean(std::string_view of) {
+bool TokenReader::boolean(std::string_view of) {
     const std::optional<bool> value = acceptBoolean();
     if (!value) fail(peek(), "expected \"on\" or \"off\" for {}, not {}", of, peek().shown());
     return *value;
 }
 
-std::optional<int> Reader::acceptInteger() {
+std::optional<int> TokenReader::acceptInteger() {
     if (peek().kind != Token::Kind::Integer || !peek().fitsInteger) return {};
     return next().integer;
 }
 
-std::string Reader::fileNameIn(const Token& text) {
+std::string TokenReader::fileNameIn(const Token& text) {
     std::string unknown;
     std::string file = memory_.variables.substituted(text.text, &unknown);
     if (!unknown.empty()) {
@@ -100,7 +130,7 @@ std::string Reader::fileNameIn(const Token& text) {
     return file;
 }
 
-void Reader::skipBalanced() {
+void TokenReader::skipBalanced() {
     int depth = 0;
     do {
         const Token token = next();

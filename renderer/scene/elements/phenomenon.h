@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "scene/declarations/value.h"
 #include "scene/elements/camera_element.h"
+#include "scene/elements/element.h"
 
 #include <string>
 #include <vector>
 
 namespace orca::scene {
 
-class Database;
 struct DeclarationElement;
 
-/// What a phenomenon brings beside its result: it is attached to the picture's camera and root group.
+/// What a phenomenon adds to the scene besides its result: it is attached to the picture's camera and root
+/// group.
 struct PhenomenonAttachments {
     std::vector<miTag> lens, volume, environment; ///< shader lists
     std::vector<OutputStatement> outputs;
@@ -31,7 +31,7 @@ struct PhenomenonAttachments {
     }
 };
 
-/// What stands inside a phenomenon: templates that every use copies with its own interface values. Templates
+/// The parts of a phenomenon: templates that every use copies with its own interface values. Templates
 /// are elements of the database like others, so that they refer to each other by tag; nothing outside refers
 /// to them.
 struct PhenomenonBody {
@@ -44,16 +44,17 @@ struct PhenomenonBody {
     PhenomenonAttachments attached;
 };
 
-/// One use of a phenomenon.
-struct PhenomenonCopy {
-    std::vector<PhenomenonBody::Part> parts; ///< in the order of definition, without names
-    miTag root = miNULLTAG;
+/// A phenomenon in use by the scene. It remembers what the use attaches, and gives a name to uses that have
+/// no result.
+struct PhenomenonUseElement final : Element {
+    PhenomenonUseElement() : Element(miSCENE_OTHER) {}
+    void visitReferences(const std::function<void(miTag)>& visit) const override {
+        PhenomenonAttachments::eachTag(attached, visit);
+    }
+
+    const DeclarationElement* declaration = nullptr;
+    miTag root = miNULLTAG; ///< the copy of the phenomenon's root; null when it has none
     PhenomenonAttachments attached;
 };
-
-/// Copies a phenomenon's parts for a use called `name`: interface references become the values that the use
-/// gives, or the interface's defaults.
-PhenomenonCopy expandPhenomenon(Database& database, const DeclarationElement& declaration,
-                                const std::vector<Value>& interfaceValues, const std::string& name);
 
 } // namespace orca::scene

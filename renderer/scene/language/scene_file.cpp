@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scene/language/scene_file.h"
+
+#include "scene/language/reader.h"
+
+namespace orca::scene {
+
+Scene::Scene(Log& log) : log_(log), memory_(std::make_unique<Memory>()) {
+}
+
+Scene::~Scene() = default;
+
+bool Scene::parseFile(const std::string& path, const ParserOptions& options,
+                      const ParserCallbacks& callbacks) {
+    std::string text;
+    std::string found = path;
+    if (!readWholeFile(found, text)) {
+        found = path + ".mi";
+        if (!readWholeFile(found, text)) {
+            ++errors_;
+            log_.error("SCEN", "cannot read the scene file \"{}\", nor \"{}\"", path, found);
+            return false;
+        }
+    }
+    return parseText(std::move(text), path == "-" ? "standard input" : found, options, callbacks);
+}
+
+bool Scene::parseText(std::string text, const std::string& name, const ParserOptions& options,
+                      const ParserCallbacks& callbacks) {
+    for (const auto& [key, value] : options.variables) memory_->variables.set(key, value);
+    for (const auto& [key, value] : options.registry) memory_->variables.setEntry(key, {{{"value", value}}});
+    const bool finished = Reader(*this, options, callbacks).read(name, std::move(text));
+    if (finished && errors_ == 0 && renderStatements_ == 0) {
+        log_.info("SCEN", "{}: no render statement so far", name);
+    }
+    return finished && errors_ == 0;
+}
+
+} // namespace orca::scene
