@@ -16,20 +16,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// One buffer on its way to a file.
+/// One buffer and the file that it goes to.
 struct Wanted {
     const Buffer* buffer;
     miImg_type type;
     std::string filename, filetype;
+    int quality;
 };
 
 std::vector<Wanted> wantedFiles(std::span<const Buffer* const> buffers) {
     std::vector<Wanted> wanted;
     for (const Buffer* buffer : buffers) {
         if (!buffer->filename.empty())
-            wanted.push_back({buffer, buffer->type, buffer->filename, buffer->filetype});
+            wanted.push_back({buffer, buffer->type, buffer->filename, buffer->filetype, buffer->quality});
         for (const OutputFile& output : buffer->outputs)
-            wanted.push_back({buffer, output.type, output.filename, output.filetype});
+            wanted.push_back({buffer, output.type, output.filename, output.filetype, output.quality});
     }
     std::erase_if(wanted, [](const Wanted& each) { return each.filetype == "null"; });
     return wanted;
@@ -114,7 +115,8 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
         }
         const auto layer = std::find_if(layers.begin(), layers.end(),
                                         [&](const Layer& each) { return each.buffer == wanted.buffer; });
-        good = writeImageFile(target.path, target.format, frame, *layer, wanted.type, log) && good;
+        good = writeImageFile(target.path, target.format, frame, *layer, wanted.type, wanted.quality, log) &&
+               good;
     }
     for (const auto& [path, wanted] : layersOfExr) {
         try {

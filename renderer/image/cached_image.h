@@ -12,7 +12,7 @@ namespace orca::image {
 
 // Images whose values are not those of a file, given to the texture cache under a name of their own, so that
 // it filters, tiles and forgets them like any other. Light has to be linear before it is filtered: hence the
-// conversion below the cache and not behind it.
+// conversion before the cache and not after it.
 
 /// Pixels of the scene. They are not copied and must outlive the cache.
 bool addPixels(OIIO::ImageCache& cache, OIIO::ustring name, const InlinePixels& pixels);

@@ -43,7 +43,7 @@ bool canWrite(const std::string& path, Log& log, std::uint64_t bytes) {
         return refuse(fmt::format("\"{}\" is no directory", directory.string()));
     if (fs::is_directory(file, failure)) return refuse("a directory has that name; choose another");
 
-    // Only trying tells: read-only mounts and quotas do not show in permission bits.
+    // Tested by creating one: read-only mounts and quotas do not show in permission bits.
     const FileInPlace trial(file);
     std::FILE* opened = std::fopen(trial.temporaryPath().c_str(), "wb");
     if (!opened) return refuse(std::strerror(errno));

@@ -6,8 +6,8 @@
 
 namespace orca::image {
 
-/// A file that appears under its name only when it is complete: written under a temporary name beside it,
-/// moved by `commit`, removed otherwise. So a viewer or a farm never picks up half a picture.
+/// A file that appears under its name only when it is complete: written under a temporary name in the same
+/// directory, moved by `commit`, removed otherwise. So no viewer or render farm reads half a picture.
 class FileInPlace {
 public:
     explicit FileInPlace(const std::filesystem::path& path);

@@ -124,6 +124,7 @@ void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement)
     buffer.filetype = statement.filetype;
     buffer.compression = statement.compression;
     buffer.quality = qualityOf(statement.quality);
+    buffer.dpi = std::max(0, statement.dpi);
 }
 
 void FramebufferSet::addNumbered(const scene::NumberedFramebuffer& statement) {
@@ -191,7 +192,8 @@ void FramebufferSet::addOutput(const scene::OutputStatement& statement) {
         }
         if (wanted.interpolate && buffer->type != miIMG_TYPE_TAG) buffer->filtering = *wanted.interpolate;
         if (statement.shaders.empty() && !statement.filename.empty())
-            buffer->outputs.push_back({statement.filename, statement.filetype, type});
+            buffer->outputs.push_back(
+                {statement.filename, statement.filetype, type, std::clamp(statement.quality, 0, 100)});
     }
 }
 

@@ -21,6 +21,7 @@ enum class BuiltinSource { None, Color, Depth, Normal, Motion, Label, Coverage, 
 struct OutputFile {
     std::string filename, filetype;
     miImg_type type = miIMG_TYPE_RGBA; ///< as the statement asks; may be less precise than the buffer
+    int quality = 0;                   ///< 1 to 100, 0 for the buffer's
 };
 
 /// One frame buffer of a camera. What a sample needs of it comes first, to be in one cache line.
@@ -38,6 +39,7 @@ struct Buffer {
     std::string name;
     std::string filename, filetype, compression; ///< of the framebuffer statement; no name: not written
     int quality = 0;                             ///< 1 to 100, 0 for the format's own
+    int dpi = 0;                                 ///< dots per inch that files state, 0 for none
     std::vector<OutputFile> outputs;
 };
 
@@ -46,9 +48,9 @@ struct Buffer {
 class FramebufferSet final : public mi::shader_v3::Framebuffer {
 public:
     /// From the camera's framebuffer statements, old-style buffers of the options and output statements, the
-    /// camera's and further ones; when
-    /// none is primary, the first colour buffer that is no user buffer is, else a hidden one is added.
-    /// Unsupported data types are errors that name the statement; such a buffer does not exist.
+    /// camera's and further ones. When none is primary, the first colour buffer that is no user buffer is,
+    /// else a hidden one is added. Unsupported data types are errors that name the statement; such a buffer
+    /// does not exist.
     FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options, Log& log,
                    std::span<const scene::OutputStatement> furtherOutputs = {});
     /// An empty collection that shaders may fill: setting "datatype" of a new name adds a buffer.

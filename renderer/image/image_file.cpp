@@ -35,15 +35,37 @@ struct Raster {
     }
 };
 
-Raster rasterOf(const PictureFrame& frame, const Layer& layer, int channels) {
+/// Calls write(pixel of the raster, the layer's components) for every pixel of the window.
+template <class Write>
+Raster rasterOf(const PictureFrame& frame, const Layer& layer, int channels, Write write) {
     Raster raster(frame, channels);
-    const int components = layer.buffer->components;
     const float* from = layer.pixels.data();
     for (int y = frame.window.yl; y <= frame.window.yh; ++y) {
         for (int x = frame.window.xl; x <= frame.window.xh; ++x, from += layer.stride())
-            std::copy_n(from, std::min(channels, components), raster.pixel(x, y));
+            write(raster.pixel(x, y), from);
     }
     return raster;
+}
+
+Raster rasterOf(const PictureFrame& frame, const Layer& layer, int channels) {
+    const int components = std::min(channels, layer.buffer->components);
+    return rasterOf(frame, layer, channels,
+                    [=](float* to, const float* from) { std::copy_n(from, components, to); });
+}
+
+/// Of a layer of colours, 3 or 4 channels.
+Raster encodedRasterOf(const PictureFrame& frame, const Layer& layer, int channels,
+                       const ColorEncoding& encoding) {
+    return rasterOf(frame, layer, channels, [&](float* to, const float* from) {
+        const miColor color = encoded({from[0], from[1], from[2], from[3]}, encoding, channels == 4);
+        std::copy_n(&color.r, channels, to);
+    });
+}
+
+/// Dithers 8-bit files as they are written: noise of at most half a step is added to colours before they are
+/// rounded (L. G. Roberts, "Picture Coding Using Pseudo-Random Noise", 1962), the same at every writing.
+void requestDither(OIIO::ImageSpec& spec, const ColorEncoding& encoding) {
+    if (encoding.dither && spec.format == OIIO::TypeDesc::UINT8) spec["oiio:dither"] = 1;
 }
 
 OIIO::TypeDesc fileType(miImg_type type, const std::string& format) {
@@ -56,13 +78,6 @@ OIIO::TypeDesc fileType(miImg_type type, const std::string& format) {
     case Storage::Byte: break;
     }
     return OIIO::TypeDesc::UINT8;
-}
-
-template <class Operation>
-void forEachColor(Raster& raster, Operation operation) {
-    const int colors = raster.channels == 2 || raster.channels == 4 ? raster.channels - 1 : raster.channels;
-    for (std::size_t i = 0; i < raster.values.size(); i += static_cast<std::size_t>(raster.channels))
-        for (int c = 0; c < colors; ++c) operation(raster.values[i + static_cast<std::size_t>(c)]);
 }
 
 bool writeRaster(const std::string& path, const std::string& format, const OIIO::ImageSpec& spec,
@@ -93,10 +108,9 @@ int fileChannels(const std::string& format, const Buffer& buffer) {
     return channels == 4 && output && !output->supports("alpha") ? 3 : channels;
 }
 
-/// The display curve of IEC 61966-2-1.
+/// The display curve of IEC 61966-2-1, of 0..1.
 float sRgb(float linear) {
-    const float value = std::clamp(linear, 0.0f, 1.0f);
-    return value <= 0.0031308f ? 12.92f * value : 1.055f * std::pow(value, 1.0f / 2.4f) - 0.055f;
+    return linear <= 0.0031308f ? 12.92f * linear : 1.055f * std::pow(linear, 1.0f / 2.4f) - 0.055f;
 }
 
 /// Maps the finite values that are not 0 (where nothing was hit) onto 0..1.
@@ -127,7 +141,7 @@ std::optional<std::string> writableFormat(std::string word) {
 }
 
 bool writeImageFile(const std::string& path, const std::string& format, const PictureFrame& frame,
-                    const Layer& layer, miImg_type type, Log& log) {
+                    const Layer& layer, miImg_type type, int quality, Log& log) {
     const OIIO::TypeDesc stored = fileType(type, format);
     if (stored == OIIO::TypeDesc::UINT32 && format != "tiff") {
         log.error("IMG",
@@ -136,16 +150,25 @@ bool writeImageFile(const std::string& path, const std::string& format, const Pi
                   path, layer.buffer->name);
         return false;
     }
-    Raster raster = rasterOf(frame, layer, fileChannels(format, *layer.buffer));
+    const int channels = fileChannels(format, *layer.buffer);
     const bool integers = !stored.is_floating_point() && stored.basetype != OIIO::TypeDesc::UINT32;
-    if (integers) {
+    const bool colors = integers && isColor(type) && layer.buffer->components == 4;
+    Raster raster =
+        colors ? encodedRasterOf(frame, layer, channels, frame.encoding) : rasterOf(frame, layer, channels);
+    if (integers && !colors)
         for (float& value : raster.values) value = std::isnan(value) ? 0.0f : std::clamp(value, 0.0f, 1.0f);
-        if (isColor(type) && frame.gamma > 0.0f && frame.gamma != 1.0f)
-            forEachColor(raster, [&](float& value) { value = std::pow(value, 1.0f / frame.gamma); });
-    }
     OIIO::ImageSpec spec(raster.width, raster.height, raster.channels, stored);
     if (format == "tiff") spec["compression"] = layer.buffer->compression == "none" ? "none" : "zip";
-    if (layer.buffer->quality > 0) spec["CompressionQuality"] = layer.buffer->quality;
+    if (const int given = quality > 0 ? quality : layer.buffer->quality; given > 0)
+        spec["CompressionQuality"] = given;
+    if (layer.buffer->dpi > 0) {
+        spec["XResolution"] = static_cast<float>(layer.buffer->dpi);
+        spec["YResolution"] = static_cast<float>(layer.buffer->dpi);
+        spec["ResolutionUnit"] = "in";
+    }
+    // Formats that hold colours without their alpha divide by it as they write, unless that has been done.
+    if (colors && channels == 4 && !frame.encoding.premultiply) spec["oiio:UnassociatedAlpha"] = 1;
+    if (colors) requestDither(spec, frame.encoding);
     spec["PixelAspectRatio"] = frame.pixelAspect;
     for (const auto& [key, text] : frame.text) spec["orca:" + key] = text;
     const bool labels = stored == OIIO::TypeDesc::UINT32;
@@ -161,11 +184,15 @@ bool writePreview(const std::string& path, const PictureFrame& frame, const Laye
         return false;
     }
     const bool color = isColor(layer.buffer->type);
-    Raster raster = rasterOf(frame, layer, color ? 3 : layer.buffer->components);
+    ColorEncoding encoding = frame.encoding;
+    encoding.clip = scene::ColorClip::Raw; // there is no alpha to keep
+    Raster raster =
+        color ? encodedRasterOf(frame, layer, 3, encoding) : rasterOf(frame, layer, layer.buffer->components);
     if (color) {
-        forEachColor(raster, [](float& value) { value = sRgb(value); });
+        if (encoding.gamma == 1.0f)
+            for (float& value : raster.values) value = sRgb(value);
     } else if (raster.channels == 3) {
-        forEachColor(raster, [](float& value) { value = std::clamp(0.5f * value + 0.5f, 0.0f, 1.0f); });
+        for (float& value : raster.values) value = std::clamp(0.5f * value + 0.5f, 0.0f, 1.0f);
     } else {
         if (layer.buffer->type == miIMG_TYPE_TAG) {
             for (float& value : raster.values) {
@@ -176,7 +203,8 @@ bool writePreview(const std::string& path, const PictureFrame& frame, const Laye
         }
         stretchToRange(raster);
     }
-    const OIIO::ImageSpec spec(raster.width, raster.height, raster.channels, OIIO::TypeDesc::UINT8);
+    OIIO::ImageSpec spec(raster.width, raster.height, raster.channels, OIIO::TypeDesc::UINT8);
+    if (color) requestDither(spec, encoding);
     return writeRaster(path, *format, spec, raster, OIIO::TypeDesc::FLOAT, log);
 }
 

@@ -9,7 +9,8 @@
 
 namespace orca::image {
 
-/// Pixels that stand in the scene itself, decoded to floats once. Rows bottom up, as the scene has them.
+/// Pixels that are written in the scene itself, decoded to floats once. Rows bottom up, as the scene has
+/// them.
 class InlinePixels {
 public:
     /// `texture` has a positive width and height and as many bytes as they need.

@@ -13,7 +13,7 @@ constexpr std::string_view beautyName = "beauty";
 
 ExrChannel::Storage storageInLayeredFile(const Buffer& buffer) {
     if (buffer.type == miIMG_TYPE_TAG) return ExrChannel::Storage::Label;
-    // An unfiltered colour is data in disguise (a position, a normal), and half would cut it.
+    // An unfiltered colour holds data (a position, a normal) that half would round.
     return isColor(buffer.type) && buffer.filtering ? ExrChannel::Storage::Half : ExrChannel::Storage::Float;
 }
 

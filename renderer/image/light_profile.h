@@ -9,7 +9,7 @@
 
 namespace orca::image {
 
-/// A photometric file that says something else than it should, and in which line.
+/// An error in a photometric file, with its line.
 struct LightProfileError : std::runtime_error {
     LightProfileError(int atLine, const std::string& what) : std::runtime_error(what), line(atLine) {}
     int line; ///< from 1
@@ -26,7 +26,7 @@ public:
     /// How a table that covers a part of the horizontal angles is completed.
     enum class Symmetry {
         None,
-        Axial,     ///< one plane stands for all
+        Axial,     ///< one plane for all
         Half,      ///< 0 to 180: mirrored in the plane 0-180
         HalfAside, ///< 90 to 270: mirrored in the plane 90-270
         Quarter    ///< 0 to 90: both
@@ -37,10 +37,10 @@ public:
     struct Table {
         Axes axes = Axes::C;
         Symmetry symmetry = Symmetry::None;
-        bool clockwise = false; ///< horizontal angles count the other way round
+        bool clockwise = false; ///< horizontal angles count clockwise
         std::vector<float> vertical, horizontal;
         std::vector<float> candela;
-        std::string tiltFile; ///< named by TILT=; beside the table's own file. Empty: none
+        std::string tiltFile; ///< named by TILT=, relative to the table's own file. Empty: none
     };
     explicit LightProfile(Table table);
 

@@ -50,7 +50,7 @@ public:
         current_.remove_prefix(word.size());
         return parsed(word, what);
     }
-    /// The number that a line holds alone; a comma may stand for its point.
+    /// The number that a line holds alone; a comma may replace its point.
     float numberLine(std::string_view what) {
         std::string text(nextLine(what));
         std::replace(text.begin(), text.end(), ',', '.');

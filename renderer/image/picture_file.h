@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/log.h"
+#include "image/color_encoding.h"
 #include "image/framebuffers.h"
 
 #include <cstddef>
@@ -39,8 +40,8 @@ struct PictureFrame {
     int width, height; ///< of the whole picture, pixels
     struct {
         int xl, yl, xh, yh;
-    } window;           ///< rendered pixels, inclusive, lower left origin; the layers' extent
-    float gamma = 1.0f; ///< applied to integer formats
+    } window;               ///< rendered pixels, inclusive, lower left origin; the layers' extent
+    ColorEncoding encoding; ///< of files of whole numbers
     std::map<std::string, std::string> text;                             ///< metadata of the whole file
     std::vector<float> cameraToWorld;                                    ///< 16, empty for none
     std::map<std::string, std::map<std::string, std::string>> layerText; ///< metadata by layer name
@@ -80,8 +81,9 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
 [[nodiscard]] std::vector<std::string> bufferFilePaths(const std::string& directory,
                                                        std::span<const Buffer* const> buffers);
 
-/// Writes a layer as an 8-bit picture to look at: colours with the sRGB curve, vectors from -1..1 and numbers
-/// from their range in the picture mapped to 0..1. The format follows the extension.
+/// Writes a layer as an 8-bit picture to look at, without alpha: colours by the frame's encoding, with the
+/// sRGB curve where its gamma is 1; vectors from -1..1 and numbers from their range in the picture mapped to
+/// 0..1. The format follows the extension.
 bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer, Log& log);
 
 /// True when `path` can be created and `bytes` fit on its disk: checked before rendering starts.

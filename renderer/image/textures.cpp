@@ -23,15 +23,15 @@ namespace fs = std::filesystem;
 
 using Wrap = TextureLookup::Wrap;
 
-/// Fraction in [0, 1); not-a-number and infinities become 0, so that a shader's slip reads a texel and not
-/// wild memory.
+/// Fraction in [0, 1); not-a-number and infinities become 0, so that a wrong value of a shader reads a texel
+/// and not memory outside the image.
 float fraction(float value) {
     const float part = value - std::floor(value);
     return part >= 0.0f && part < 1.0f ? part : 0.0f;
 }
 
-/// The coordinate within reach of the first period. One that is clamped keeps a little of how far out it
-/// lies, so that a footprint over the edge still finds it outside.
+/// The coordinate within or near the first period. One that is clamped stays a little outside, so that a
+/// footprint over the edge is centred outside as well.
 float reduced(float value, Wrap wrap) {
     switch (wrap) {
     case Wrap::Clamp: return value > -1.0f ? (value < 2.0f ? value : 2.0f) : -1.0f;
@@ -91,8 +91,8 @@ struct Textures::Implementation {
     OIIO::TextureSystem* system;
     /// By tag and revision, so that a changed texture is read anew.
     tbb::concurrent_unordered_map<std::uint64_t, Loaded> loaded;
-    /// What the library keeps for each thread. Ours to give back: its own it gives back when the thread ends,
-    /// which for a pool's thread may be just while the cache goes.
+    /// What the library keeps for each thread. Owned here: the library frees its own when the thread ends,
+    /// which for a pool's thread may be while the cache is being destroyed.
     mutable tbb::enumerable_thread_specific<OIIO::TextureSystem::Perthread*> threads{};
 
     [[nodiscard]] OIIO::TextureSystem::Perthread* thisThread() const {
@@ -227,8 +227,7 @@ bool Textures::Implementation::lookup(const scene::TextureElement& texture, Load
     } else {
         options.mipmode = OIIO::TextureOpt::MipModeNoMIP;
         options.interpmode = OIIO::TextureOpt::InterpClosest;
-        // A texel includes its lower edge, which turning t over would give to its neighbour: so look up
-        // centres.
+        // A texel includes its lower edge; after t is reversed its neighbour would. Hence the centre.
         const auto columns = static_cast<float>(entry.width), rows = static_cast<float>(entry.height);
         s = insideImage(s, how.wrapS);
         t = insideImage(t, how.wrapT);

@@ -22,7 +22,7 @@ struct Footprint {
 /// How a texture is looked up.
 struct TextureLookup {
     enum class Wrap { Repeat, Clamp, Mirror };
-    /// What stands between texels where the footprint is smaller than one.
+    /// Interpolation between texels where the footprint is smaller than one.
     enum class Magnified { Bilinear, Cubic };
 
     Footprint footprint;

@@ -11,7 +11,7 @@ FrameResult::FrameResult(Picture picture, std::unique_ptr<Film> film)
     frame_.width = camera.x_resolution;
     frame_.height = camera.y_resolution;
     frame_.window = {camera.window.xl, camera.window.yl, camera.window.xh, camera.window.yh};
-    frame_.gamma = picture_.options.options.gamma;
+    frame_.encoding = image::colorEncodingOf(picture_.options);
 }
 
 } // namespace orca::render

@@ -10,6 +10,8 @@
 #include <OpenImageIO/imageio.h>
 
 #include <cmath>
+#include <limits>
+#include <numeric>
 
 namespace orca::image::test {
 
@@ -176,7 +178,7 @@ struct BufferFiles : ::testing::Test {
 };
 
 TEST_F(BufferFiles, PngIsTopDownClampedAndGammaCorrected) {
-    frame.gamma = 2.0f;
+    frame.encoding.gamma = 2.0f;
     scene::FramebufferDefinition& main = camera.framebuffers.emplace_back(definition("main", "rgba"));
     main.filename = "p.png";
     camera.outputs.push_back({{{"rgb", {}}}, "jpg", "p.jpg", {}, {}});
@@ -189,6 +191,74 @@ TEST_F(BufferFiles, PngIsTopDownClampedAndGammaCorrected) {
     EXPECT_EQ(png, expected);
     EXPECT_FALSE(written("p.jpg", channels).empty());
     EXPECT_EQ(channels, 3);
+}
+
+struct EncodingCase {
+    const char* what;
+    ColorEncoding encoding;
+    miColor color, expected;
+};
+
+TEST(ColorEncodings, ConvertColoursForFilesOfWholeNumbers) {
+    using Clip = scene::ColorClip;
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const EncodingCase cases[] = {
+        {"raw", {}, {2.0f, 0.5f, -1.0f, 0.25f}, {1.0f, 0.5f, 0.0f, 0.25f}},
+        {"not a number", {}, {nan, 0.5f, 0.5f, nan}, {0.0f, 0.5f, 0.5f, 0.0f}},
+        {"alpha follows colour", {.clip = Clip::Rgb}, {2.0f, 0.5f, 0, 0.25f}, {1.0f, 0.5f, 0, 1.0f}},
+        {"colour follows alpha",
+         {.clip = Clip::Alpha},
+         {2.0f, 0.5f, 0.1f, 0.25f},
+         {0.25f, 0.25f, 0.1f, 0.25f}},
+        {"divided by alpha", {.premultiply = false}, {0.1f, 0.25f, 0.5f, 0.25f}, {0.4f, 1.0f, 1.0f, 0.25f}},
+        {"no alpha to divide by", {.premultiply = false}, {0.1f, 0.2f, 0.5f, 0}, {0.1f, 0.2f, 0.5f, 0}},
+        {"gamma", {.gamma = 2.0f}, {0.25f, 0.81f, 1.0f, 0.25f}, {0.5f, 0.9f, 1.0f, 0.25f}},
+        // Luminance 0.8972: red reaches 1 with 0.1028 / 1.1028 of its distance from it.
+        {"desaturated", {.desaturate = true}, {2.0f, 0.5f, 0.05f, 1.0f}, {1.0f, 0.8602f, 0.8182f, 1.0f}},
+        {"in range", {.desaturate = true}, {1.0f, 0.0f, 0.3f, 1.0f}, {1.0f, 0.0f, 0.3f, 1.0f}}};
+    for (const auto& [what, encoding, color, expected] : cases) {
+        const miColor result = encoded(color, encoding, true);
+        EXPECT_NEAR(result.r, expected.r, 1e-3f) << what;
+        EXPECT_NEAR(result.g, expected.g, 1e-3f) << what;
+        EXPECT_NEAR(result.b, expected.b, 1e-3f) << what;
+        EXPECT_NEAR(result.a, expected.a, 1e-3f) << what;
+    }
+}
+
+TEST_F(BufferFiles, OfEightBitsAreDitheredToTheirMean) {
+    frame = wholeFrame(64, 64);
+    const float grey = 100.3f / 255.0f;
+    const std::vector<float> even(64 * 64 * 4, grey);
+    camera.framebuffers.emplace_back(definition("main", "rgb")).filename = "d.png";
+    const FramebufferSet set(camera, scene::OptionsElement(), log);
+    const Layer layer{&set.buffers()[1], even};
+    for (const bool dither : {false, true}) {
+        frame.encoding.dither = dither;
+        ASSERT_TRUE(writeBufferFiles(directory.path(), frame, {&layer, 1}, log)) << log.text();
+        const auto input = OIIO::ImageInput::open(directory.file("d.png"));
+        std::vector<unsigned char> bytes(64 * 64 * 3);
+        ASSERT_TRUE(input->read_image(0, 0, 0, 3, OIIO::TypeDesc::UINT8, bytes.data()));
+        const double mean =
+            std::accumulate(bytes.begin(), bytes.end(), 0.0) / static_cast<double>(bytes.size());
+        EXPECT_NEAR(mean, dither ? 100.3 : 100.0, dither ? 0.05 : 0.0);
+    }
+}
+
+TEST_F(BufferFiles, WithoutPremultiplicationSayThatTheirAlphaIsApart) {
+    frame.encoding.premultiply = false;
+    camera.framebuffers.emplace_back(definition("main", "rgba")).filename = "s.tif";
+    const FramebufferSet set(camera, scene::OptionsElement(), log);
+    const std::vector<float> half{0.25f, 0, 0, 0.5f, 0.25f, 0, 0, 0.5f, 0.25f, 0, 0, 0.5f, 0.25f, 0, 0, 0.5f};
+    const Layer layer{&set.buffers()[1], half};
+    ASSERT_TRUE(writeBufferFiles(directory.path(), frame, {&layer, 1}, log)) << log.text();
+    OIIO::ImageSpec asStored;
+    asStored["oiio:UnassociatedAlpha"] = 1;
+    const auto input = OIIO::ImageInput::open(directory.file("s.tif"), &asStored);
+    EXPECT_EQ(input->spec().get_int_attribute("oiio:UnassociatedAlpha"), 1);
+    std::vector<unsigned char> bytes(16);
+    ASSERT_TRUE(input->read_image(0, 0, 0, 4, OIIO::TypeDesc::UINT8, bytes.data()));
+    EXPECT_EQ(bytes[0], 128);
+    EXPECT_EQ(bytes[3], 128);
 }
 
 TEST_F(BufferFiles, UnknownFormatsBecomeExrWithAWarning) {
