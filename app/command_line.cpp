@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command_line.h"
 
+#include "command_documents.h"
 #include "exit_codes.h"
 #include "frames.h"
 #include "pass_catalogue.h"
@@ -298,6 +299,7 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
     // time.
     for (const char* list : {"-I", "-L", "-T", "--link", "--set", "--registry", "--passes"})
         app.get_option(list)->allow_extra_args(false);
+    addDocuments(app);
     try {
         app.parse(argc, argv);
         convert(raw, command);
