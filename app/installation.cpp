@@ -21,8 +21,8 @@ Installation installation() {
             if (fs::is_directory(candidate, ignored)) found.push_back(candidate.string());
         return found;
     };
-    return {{(prefix / "lib" / "orca").string(), (prefix / "lib").string()},
-            existing({prefix / "share" / "orca" / "declarations", prefix / "declarations",
+    return {{(prefix / "lib" / "orca-render").string(), (prefix / "lib").string()},
+            existing({prefix / "share" / "orca-render" / "declarations", prefix / "declarations",
                       prefix / ".." / ".." / "declarations"})}; // <source>/build/<preset>/bin
 }
 

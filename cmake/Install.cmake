@@ -1,25 +1,60 @@
 # SPDX-License-Identifier: Apache-2.0
-# The installed tree: bin/orca-render, the shader libraries in lib/orca (where the command finds them relative to
-# itself), the interface and SDK headers in include/orca, and the CMake package `orca` for writers of shaders.
-include(GNUInstallDirs)
+# What is installed, in three components: `runtime` (the command with the shader libraries and their declarations),
+# `development` (headers, archive and CMake package for writers of shaders) and `documentation` (pages and examples).
 include(CMakePackageConfigHelpers)
 
-# An archive of the framework: shader libraries of others link it into themselves.
-add_library(orca_sdk_archive STATIC $<TARGET_OBJECTS:orca_sdk>)
+# The archive that shader libraries of others link: it defines what the installed headers declare. Of an archive the
+# linker takes only the objects that a library refers to.
+add_library(orca_sdk_archive STATIC $<TARGET_OBJECTS:orca_sdk> $<TARGET_OBJECTS:orca_shaders>)
 set_target_properties(orca_sdk_archive PROPERTIES OUTPUT_NAME orca_sdk)
 
-install(TARGETS orca-render RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-foreach(shader_library orca velabase)
-    if(TARGET ${shader_library})
-        install(TARGETS ${shader_library} LIBRARY DESTINATION lib/orca)
-    endif()
-endforeach()
-install(TARGETS orca_sdk_archive ARCHIVE DESTINATION lib/orca)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/interface/ DESTINATION include/orca FILES_MATCHING PATTERN "*.h")
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/SDK/ DESTINATION include/orca FILES_MATCHING PATTERN "*.h")
+# Everything that `cmake --install` copies. Not of a sanitized build, whose command would run while building.
+set(in_all ALL)
+if(ORCA_SANITIZE)
+    set(in_all)
+endif()
+add_custom_target(orca-install-files ${in_all} DEPENDS orca-render orca velabase orca_sdk_archive orca-scenes)
+
+# The manual page and the shells' completions come from the description that --help prints.
+find_program(GZIP gzip REQUIRED)
+set(documents ${PROJECT_BINARY_DIR}/command_documents)
+add_custom_command(
+    OUTPUT ${documents}/orca-render.1.gz ${documents}/orca-render ${documents}/_orca-render
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${documents}
+    COMMAND orca-render --print-document man | ${GZIP} -9n > ${documents}/orca-render.1.gz
+    COMMAND orca-render --print-document bash > ${documents}/orca-render
+    COMMAND orca-render --print-document zsh > ${documents}/_orca-render
+    DEPENDS orca-render
+    COMMENT "Writing the manual page and the completions"
+    VERBATIM)
+add_custom_target(orca-command-documents DEPENDS ${documents}/orca-render.1.gz)
+add_dependencies(orca-install-files orca-command-documents)
+install(FILES ${documents}/orca-render.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+install(FILES ${documents}/orca-render DESTINATION ${ORCA_INSTALL_BASH_COMPLETION} COMPONENT runtime)
+install(FILES ${documents}/_orca-render DESTINATION ${ORCA_INSTALL_ZSH_COMPLETION} COMPONENT runtime)
+
+install(TARGETS orca-render RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(TARGETS orca velabase LIBRARY DESTINATION ${ORCA_INSTALL_SHADER_LIBRARIES} COMPONENT runtime)
+
+install(TARGETS orca_sdk_archive ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+# One folder for all headers, whatever folder of the tree they come from: their names are unique.
+file(GLOB_RECURSE headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/SDK/*.h ${PROJECT_SOURCE_DIR}/shaders/*.h)
+install(FILES ${headers} DESTINATION ${ORCA_INSTALL_HEADERS} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/interface/ DESTINATION ${ORCA_INSTALL_HEADERS} COMPONENT development
+    FILES_MATCHING PATTERN "*.h")
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/orcaConfig.cmake.in ${PROJECT_BINARY_DIR}/orcaConfig.cmake
-    INSTALL_DESTINATION lib/cmake/orca)
+    INSTALL_DESTINATION ${ORCA_INSTALL_CMAKE}
+    PATH_VARS ORCA_INSTALL_HEADERS ORCA_INSTALL_SHADER_LIBRARIES ORCA_INSTALL_DECLARATIONS CMAKE_INSTALL_BINDIR
+              CMAKE_INSTALL_LIBDIR)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/orcaConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+file(RELATIVE_PATH ORCA_PC_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/orca-sdk.pc.in ${PROJECT_BINARY_DIR}/orca-sdk.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/orcaConfig.cmake ${PROJECT_BINARY_DIR}/orcaConfigVersion.cmake
-    DESTINATION lib/cmake/orca)
+    DESTINATION ${ORCA_INSTALL_CMAKE} COMPONENT development)
+install(FILES ${PROJECT_BINARY_DIR}/orca-sdk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/orca-render-doc/docs
+    COMPONENT documentation FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/scenes/ DESTINATION ${ORCA_INSTALL_EXAMPLES} COMPONENT documentation
+    FILES_MATCHING PATTERN "*.mi" PATTERN "generated/*" PATTERN "bench_*" EXCLUDE PATTERN "__pycache__" EXCLUDE)

@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Installs the Debian packages on a clean machine: a minimal system made for it in a folder, with this machine's package
+# sources. Renders an example there, builds the consumer project, and installs Debian's screen reader, whose name the
+# project shares, beside them. Needs root; removes the folder afterwards.
+# usage: try_packages.sh PACKAGE_FOLDER
+set -euo pipefail
+tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+packages=$(cd "$1" && pwd)
+((EUID == 0)) || { echo "try_packages.sh: only root can make and enter another system" >&2; exit 1; }
+
+root=$(mktemp -d "${TMPDIR:-/tmp}/orca-clean-machine.XXXXXX")
+cleanup() {
+    mountpoint -q "$root/proc" && umount "$root/proc"
+    rm -rf --one-file-system "$root"
+}
+trap cleanup EXIT
+inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"; }
+install_inside() { inside apt-get install -q -y --no-install-recommends "$@" >>"$root/tmp/apt.log" || { tail -30 "$root/tmp/apt.log"; return 1; }; }
+fail() { echo "try_packages.sh: $*" >&2; exit 1; }
+try() { echo "--- $1"; }
+
+try "a clean machine"
+codename=$(. /etc/os-release && echo "$VERSION_CODENAME")
+sources=$(apt-get indextargets --format 'deb $(REPO_URI) $(RELEASE) $(COMPONENT)' "Created-By: Packages" "Origin: Debian" |
+    sort -u)
+mirror=$(awk -v release="$codename" '$3 == release && $4 == "main" { print $2; exit }' <<<"$sources")
+[[ -n $mirror ]] || fail "no package lists of $codename main here; run apt-get update"
+debootstrap --variant=minbase "$codename" "$root" "$mirror" >"$root.log" || { tail -30 "$root.log"; exit 1; }
+rm "$root.log"
+# The same sources and proxies as here, so that the packages' dependencies are the versions they were built against.
+apt-config dump | grep -i '^Acquire::.*::Proxy' >"$root/etc/apt/apt.conf.d/proxy" || true
+cp /etc/resolv.conf "$root/etc/resolv.conf"
+echo "$sources" >"$root/etc/apt/sources.list"
+mount -t proc proc "$root/proc"
+mkdir "$root/packages"
+cp "$packages"/*.deb "$root/packages"
+inside apt-get update -q >"$root/tmp/apt.log" || { cat "$root/tmp/apt.log"; exit 1; }
+
+try "orca-render and its documentation"
+install_inside /packages/orca-render_*.deb /packages/orca-render-doc_*.deb
+inside orca-render --version
+beauty=$(inside orca-render /usr/share/orca-render/examples/still_life.mi --size 96x54 --samples 0 0 --pixel 48,20 --files off |
+    awk '$1 == "beauty" && $2 > 0.001 && $5 == 1')
+[[ -n $beauty ]] || fail "the still life is black in the middle"
+inside sh -c 'cd /tmp && orca-render /usr/share/orca-render/examples/still_life.mi --size 96x54 --samples 0 0 -o still.exr --files layers'
+[[ -s $root/tmp/still.exr ]] || fail "no picture was written"
+inside bash -c 'cmp <(orca-render --print-document bash) /usr/share/bash-completion/completions/orca-render'
+
+try "orca-render-dev and a shader library of somebody else"
+install_inside /packages/orca-render-dev_*.deb cmake g++ make pkg-config
+cp -r "$tree/tests/interface" "$root/tmp/interface"
+inside /tmp/interface/try_consumer.sh /usr /tmp/consumer
+inside sh -c 'g++ -std=c++20 -O1 -fPIC -shared /tmp/interface/consumer/ripples.cpp -o /tmp/ripples.so \
+    $(pkg-config --cflags --libs orca-sdk)'
+
+try "the screen reader, which is called orca"
+install_inside orca
+[[ $(inside dpkg -S /usr/bin/orca) == "orca: /usr/bin/orca" ]] || fail "/usr/bin/orca is not the screen reader's"
+changed=$(inside dpkg --verify orca-render orca-render-dev orca-render-doc)
+[[ -z $changed ]] || fail "installing it changed our files: $changed"
+inside orca-render --version >/dev/null
+
+try "removal"
+inside apt-get purge -q -y orca-render orca-render-dev orca-render-doc >>"$root/tmp/apt.log"
+left=$(find "$root/usr" -path '*orca-render*' -o -path '*include/orca*' -o -path '*cmake/orca*')
+[[ -z $left ]] || fail "left after removal: $left"
+echo "the packages install, run, build others' shaders, and leave nothing"

@@ -1,0 +1,51 @@
+#!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
+# Builds the consumer project against an installed prefix, renders its scene with the installed command, and checks
+# values that follow from the scene. Needs cmake, a compiler, and the installed files.
+# usage: try_consumer.sh PREFIX WORK_FOLDER
+set -eu
+prefix=$1 work=$2
+project=$(cd "$(dirname "$0")/consumer" && pwd)
+mkdir -p "$work"
+
+cmake -S "$project" -B "$work/build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_PREFIX_PATH="$prefix" >"$work/configure.log" ||
+    { cat "$work/configure.log"; exit 1; }
+cmake --build "$work/build" --parallel
+
+unexpected=$(nm -D --defined-only "$work/build/consumer.so" | sed 's/.* //' | grep -v '^consumer\|^stripes' || true)
+[ -z "$unexpected" ] || { echo "the consumer's library exports what it did not mark:" $unexpected; exit 1; }
+
+# Values of the frame buffers at one pixel: a line for each, its name first.
+pixel() {
+    "$prefix/bin/orca-render" "$project/scene.mi" -L "$work/build" --files off --pixel "$1"
+}
+# "BUFFER VALUES..." must be a line of the pixel's; values are compared to single precision.
+expect() {
+    printf '%s\n' "$values" | awk -v wanted="$*" '
+        BEGIN { count = split(wanted, want, " ") }
+        $1 == want[1] {
+            seen = 1
+            for (i = 2; i <= count; ++i) { d = $i - want[i]; if (d > 1e-5 || d < -1e-5) bad = 1 }
+            if (bad) print "pixel '"$at"': wanted \"" wanted "\", got \"" $0 "\""
+        }
+        END { if (!seen) print "pixel '"$at"': no buffer " want[1]; exit !seen || bad }'
+}
+
+at=45,32 values=$(pixel 45,32)  # first stripe of the card, height 2 above the floor, which is 1 above the ground
+expect beauty 1 0.5 0.25 1
+expect diffuse 1 0.5 0.25
+expect height 3
+at=55,32 values=$(pixel 55,32)  # second stripe
+expect beauty 0.5 0.25 0.125 1
+at=36,32 values=$(pixel 36,32)  # floor in the card's shadow
+expect diffuse 0 0 0
+expect height 1
+printf '%s\n' "$values" | awk '$1 == "diffuseNoShadow" && $2 > 0.4 && $2 < 0.8 { ok = 1 } END { exit !ok }' ||
+    { echo "pixel $at: diffuseNoShadow is not what the ripples reflect: $values"; exit 1; }
+at=10,32 values=$(pixel 10,32)  # lit floor: ripples in the lamp's colour, the same in all passes
+red=$(printf '%s\n' "$values" | awk '$1 == "beauty" && $2 > 0.4 && $2 < 0.8 { print $2 }')
+[ -n "$red" ] || { echo "pixel $at: the ripples are not lit: $values"; exit 1; }
+for buffer in beauty diffuse diffuseNoShadow; do
+    expect $buffer $(awk -v red="$red" 'BEGIN { printf "%.7f %.7f %.7f", red, red / 2, red / 4 }')
+done
+echo "the consumer's library renders as expected"
