@@ -18,8 +18,8 @@
 
 extern "C" {
 
-/// Version of the library that is loaded, "MAJOR.MINOR.PATCH"; the macros are those of the headers that a
-/// caller was compiled with.
+/// "MAJOR.MINOR.PATCH" of the library that the function is linked into or was looked up in; the macros are
+/// those of the headers that a caller was compiled with.
 ORCA_EXPORT const char* orcaLibraryVersion(void);
 /// Its ORCA_ABI_VERSION.
 ORCA_EXPORT int orcaLibraryAbiVersion(void);
