@@ -7,16 +7,21 @@
 set -euo pipefail
 tree=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 packages=$(cd "$1" && pwd)
+for name in orca-render orca-render-dev orca-render-doc; do
+    compgen -G "$packages/${name}_*.deb" >/dev/null || { echo "try_packages.sh: no package $name in $packages" >&2; exit 1; }
+done
 ((EUID == 0)) || { echo "try_packages.sh: only root can make and enter another system" >&2; exit 1; }
 
 root=$(mktemp -d "${TMPDIR:-/tmp}/orca-clean-machine.XXXXXX")
+chmod 755 "$root"
 cleanup() {
     mountpoint -q "$root/proc" && umount "$root/proc"
     rm -rf --one-file-system "$root"
 }
 trap cleanup EXIT
 inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"; }
-install_inside() { inside apt-get install -q -y --no-install-recommends "$@" >>"$root/tmp/apt.log" || { tail -30 "$root/tmp/apt.log"; return 1; }; }
+install_inside() { inside apt-get install -q -y --no-install-recommends "$@" >>"$root/tmp/apt.log" 2>&1 || { tail -30 "$root/tmp/apt.log"; return 1; }; }
+deb() { echo "/packages/$(basename "$packages/$1"_*.deb)"; } # as named inside
 fail() { echo "try_packages.sh: $*" >&2; exit 1; }
 try() { echo "--- $1"; }
 
@@ -32,13 +37,15 @@ rm "$root.log"
 apt-config dump | grep -i '^Acquire::.*::Proxy' >"$root/etc/apt/apt.conf.d/proxy" || true
 cp /etc/resolv.conf "$root/etc/resolv.conf"
 echo "$sources" >"$root/etc/apt/sources.list"
+printf '#!/bin/sh\nexit 101\n' >"$root/usr/sbin/policy-rc.d" # no service starts
+chmod 755 "$root/usr/sbin/policy-rc.d"
 mount -t proc proc "$root/proc"
 mkdir "$root/packages"
 cp "$packages"/*.deb "$root/packages"
 inside apt-get update -q >"$root/tmp/apt.log" || { cat "$root/tmp/apt.log"; exit 1; }
 
 try "orca-render and its documentation"
-install_inside /packages/orca-render_*.deb /packages/orca-render-doc_*.deb
+install_inside "$(deb orca-render)" "$(deb orca-render-doc)"
 inside orca-render --version
 beauty=$(inside orca-render /usr/share/orca-render/examples/still_life.mi --size 96x54 --samples 0 0 --pixel 48,20 --files off |
     awk '$1 == "beauty" && $2 > 0.001 && $5 == 1')
@@ -48,7 +55,7 @@ inside sh -c 'cd /tmp && orca-render /usr/share/orca-render/examples/still_life.
 inside bash -c 'cmp <(orca-render --print-document bash) /usr/share/bash-completion/completions/orca-render'
 
 try "orca-render-dev and a shader library of somebody else"
-install_inside /packages/orca-render-dev_*.deb cmake g++ make pkg-config
+install_inside "$(deb orca-render-dev)" cmake g++ make pkg-config
 cp -r "$tree/tests/interface" "$root/tmp/interface"
 inside /tmp/interface/try_consumer.sh /usr /tmp/consumer
 inside sh -c 'g++ -std=c++20 -O1 -fPIC -shared /tmp/interface/consumer/ripples.cpp -o /tmp/ripples.so \
@@ -62,7 +69,7 @@ changed=$(inside dpkg --verify orca-render orca-render-dev orca-render-doc)
 inside orca-render --version >/dev/null
 
 try "removal"
-inside apt-get purge -q -y orca-render orca-render-dev orca-render-doc >>"$root/tmp/apt.log"
+inside apt-get purge -q -y orca-render orca-render-dev orca-render-doc >>"$root/tmp/apt.log" 2>&1
 left=$(find "$root/usr" -path '*orca-render*' -o -path '*include/orca*' -o -path '*cmake/orca*')
 [[ -z $left ]] || fail "left after removal: $left"
 echo "the packages install, run, build others' shaders, and leave nothing"
