@@ -21,7 +21,7 @@ if(CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
-# One place for what a user runs and what a scene links: build/<preset>/{bin,lib}.
+# Programs are built into build/<preset>/bin, shader libraries into build/<preset>/lib.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/archive)
@@ -31,7 +31,7 @@ add_compile_options(-Wall -Wextra -Wshadow -Wpointer-arith)
 add_compile_options(-ffp-contract=off)
 
 # States of some hundred bytes are copied for every ray. The processors' string instructions, which the compiler would
-# take for that, start slowly and make the loads that follow wait.
+# use for that, have a high start-up cost and stall the loads that follow.
 include(CheckCXXCompilerFlag)
 check_cxx_compiler_flag("-mmemcpy-strategy=libcall:-1:noalign" ORCA_HAS_MEMCPY_STRATEGY)
 if(ORCA_HAS_MEMCPY_STRATEGY)
