@@ -26,7 +26,8 @@ reflection, depth, normals and more.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME orca-render-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "orca-render (= ${PROJECT_VERSION}), libstdc++-12-dev | libstdc++-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "orca-render (= ${PROJECT_VERSION}), libstdc++-12-dev | libstdc++-dev, python3")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "cmake, orca-render-doc")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "headers and archive for writing multi-pass shaders
 The shader interface of the renderer, the framework that the shaders of

@@ -47,3 +47,5 @@ using Chalk =
 } // namespace
 
 ORCA_EXPORT_SHADER(consumerChalk, SurfaceShaderReturnType, Chalk, ChalkParameters, "chalk", 1)
+
+#include "declared/consumerChalk.h"

@@ -31,3 +31,5 @@ using HeightShader = PassShader<float, P, HeightComputation, PassShaderEyeRayFil
 } // namespace
 
 ORCA_EXPORT_SHADER(consumerPassHeight, miScalar, HeightShader, HeightParameters, "height", 1)
+
+#include "declared/consumerPassHeight.h"

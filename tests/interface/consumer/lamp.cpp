@@ -34,3 +34,5 @@ DLLEXPORT miBoolean consumerLamp(miColor* result, miState* state, LampParameters
 }
 
 } // extern "C"
+
+#include "declared/consumerLamp.h"

@@ -30,3 +30,5 @@ DLLEXPORT miBoolean consumerRipples(miColor* result, miState* state, RipplesPara
 }
 
 } // extern "C"
+
+#include "declared/consumerRipples.h"
