@@ -1,33 +1,30 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/database.h"
-
-#include "shading/active_renderer.h"
+#include "api/guarded.h"
+#include "scene/active_database.h"
 
 #include <shader.h>
 
-using orca::shading::activeRenderer;
+using orca::api::guarded;
+using orca::scene::activeDatabase;
 
 extern "C" {
 
 DLLEXPORT int mi_db_type(miTag tag) {
-    const auto* database = activeRenderer().database;
-    const auto* element = database ? database->get(tag) : nullptr;
+    const auto* const element = activeDatabase().get(tag);
     return element ? element->type : miSCENE_NONE;
 }
 
 DLLEXPORT int mi_db_size(miTag tag) {
-    const auto* database = activeRenderer().database;
-    const auto* element = database ? database->get(tag) : nullptr;
+    const auto* const element = activeDatabase().get(tag);
     return element ? element->recordSize() : 0;
 }
 
 DLLEXPORT void* mi_db_access(miTag tag) {
-    auto* database = activeRenderer().database;
-    return database ? database->access(tag) : nullptr;
+    return guarded(__func__, nullptr, [&] { return activeDatabase().access(tag); });
 }
 
 DLLEXPORT void mi_db_unpin(miTag tag) {
-    if (auto* database = activeRenderer().database) database->unpin(tag);
+    guarded(__func__, [&] { activeDatabase().unpin(tag); });
 }
 
 DLLEXPORT void mi_db_flush(miTag) {

@@ -1,70 +1,60 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base/memory.h"
 
+#include "api/guarded.h"
 #include "base/locks.h"
-#include "shading/active_renderer.h"
 
 #include <shader.h>
 
 using orca::MemoryLedger;
-
-namespace {
-
-void* orReport(void* memory, const char* file, int line, int size) {
-    auto* log = orca::shading::activeRenderer().log;
-    if (!memory && log) log->error("MEM", "{}:{}: cannot allocate {} bytes", file ? file : "?", line, size);
-    return memory;
-}
-
-} // namespace
+using orca::api::guarded;
 
 extern "C" {
 
 DLLEXPORT void* mi_mem_int_allocate(const char* file, int line, int size) {
-    return orReport(MemoryLedger::instance().allocate(file, line, size), file, line, size);
+    return guarded(__func__, nullptr,
+                   [&] { return MemoryLedger::instance().allocateOrReport(file, line, size); });
 }
 
 DLLEXPORT void* mi_mem_int_test_allocate(const char* file, int line, int size) {
-    return MemoryLedger::instance().allocate(file, line, size);
+    return guarded(__func__, nullptr, [&] { return MemoryLedger::instance().allocate(file, line, size); });
 }
 
 DLLEXPORT void* mi_mem_int_reallocate(const char* file, int line, void* memory, int size) {
-    void* const grown = MemoryLedger::instance().reallocate(file, line, memory, size);
-    return size == 0 ? grown : orReport(grown, file, line, size);
+    return guarded(__func__, nullptr,
+                   [&] { return MemoryLedger::instance().reallocateOrReport(file, line, memory, size); });
 }
 
 DLLEXPORT void mi_mem_int_release(const char* file, int line, void* memory) {
-    auto* log = orca::shading::activeRenderer().log;
-    if (!MemoryLedger::instance().release(memory) && memory && log)
-        log->error("MEM", "{}:{}: releases memory that is not allocated", file ? file : "?", line);
+    guarded(__func__, [&] { MemoryLedger::instance().releaseOrReport(file, line, memory); });
 }
 
 DLLEXPORT miMemblk* mi_mem_int_blkcreate(const char* file, int line, int size) {
-    return MemoryLedger::instance().createArena(file, line, size);
+    return guarded(__func__, nullptr, [&] { return MemoryLedger::instance().createArena(file, line, size); });
 }
 
 DLLEXPORT void mi_mem_blkdelete(miMemblk* arena) {
-    MemoryLedger::instance().deleteArena(arena);
+    guarded(__func__, [&] { MemoryLedger::instance().deleteArena(arena); });
 }
 
 DLLEXPORT void* mi_mem_blkallocate(miMemblk* arena) {
-    return orca::arenaAllocate(arena, true);
+    return guarded(__func__, nullptr, [&] { return orca::arenaAllocate(arena, true); });
 }
 
 DLLEXPORT void mi_mem_blkrelease(miMemblk* arena, void* block) {
-    orca::arenaRelease(arena, block, true);
+    guarded(__func__, [&] { orca::arenaRelease(arena, block, true); });
 }
 
 DLLEXPORT void* mi_mem_blkfallocate(miMemblk* arena) {
-    return orca::arenaAllocate(arena, false);
+    return guarded(__func__, nullptr, [&] { return orca::arenaAllocate(arena, false); });
 }
 
 DLLEXPORT void mi_mem_blkfrelease(miMemblk* arena, void* block) {
-    orca::arenaRelease(arena, block, false);
+    guarded(__func__, [&] { orca::arenaRelease(arena, block, false); });
 }
 
 DLLEXPORT void mi_init_lock(miLock* lock) {
-    *lock = orca::createLock();
+    *lock = guarded(__func__, nullptr, [] { return orca::createLock(); });
 }
 
 DLLEXPORT void mi_delete_lock(miLock* lock) {
@@ -73,7 +63,7 @@ DLLEXPORT void mi_delete_lock(miLock* lock) {
 }
 
 DLLEXPORT void mi_lock(miLock lock) {
-    orca::lock(lock);
+    guarded(__func__, [&] { orca::lock(lock); });
 }
 
 DLLEXPORT void mi_unlock(miLock lock) {

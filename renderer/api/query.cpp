@@ -1,23 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "api/queries.h"
+#include "render/query/query.h"
+
+#include "api/guarded.h"
 
 #include <shader.h>
-
-using namespace orca::api;
 
 extern "C" {
 
 DLLEXPORT miBoolean mi_query(miQ_type query, miState* state, miTag tag, void* result, ...) {
-    if (!result) return miFALSE;
-    const Query asked{query, state, tag, result};
-    // What shaders ask in every sample comes first.
-    Answer answer = answerAboutState(asked);
-    if (answer == Answer::NotMine) answer = answerAboutInstance(asked);
-    if (answer == Answer::NotMine) answer = answerAboutLight(asked);
-    if (answer == Answer::NotMine) answer = answerAboutFunction(asked);
-    if (answer == Answer::NotMine) answer = answerAboutUserdata(asked);
-    if (answer == Answer::NotMine) answer = answerAboutRenderer(asked);
-    return answer == Answer::Given;
+    return orca::api::guarded(__func__, miFALSE, [&] {
+        return orca::render::answerQuery(query, {state, tag, result});
+    });
 }
 
 } // extern "C"

@@ -1,40 +1,49 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "render/context/render_context.h"
 #include "shading/shader_runtime.h"
+
+#include "api/guarded.h"
+#include "render/trace/trace_and_shade.h"
 
 #include <shader.h>
 
-using orca::render::renderContextOf;
+#include <string>
+#include <vector>
+
+using orca::api::guarded;
+using orca::api::guardedCall;
 using orca::shading::contextOf;
 
 extern "C" {
 
 DLLEXPORT miBoolean mi_call_shader_x(miColor* result, int type, miState* state, miTag shader,
                                      void* argument) {
-    return contextOf(state).runtime.call(result, type, state, shader, argument);
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return contextOf(state).runtime.call(result, type, state, shader, argument); });
 }
 
 DLLEXPORT miBoolean mi_call_shader(miColor* result, int type, miState* state, miTag shader) {
-    return contextOf(state).runtime.call(result, type, state, shader);
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return contextOf(state).runtime.call(result, type, state, shader); });
 }
 
 DLLEXPORT miBoolean mi_call_material(miColor* result, miState* state) {
-    const miMaterial* material = renderContextOf(state).frame.materialOf(state->material);
-    return material ? contextOf(state).runtime.call(result, miSHADER_MATERIAL, state, material->shader)
-                    : miFALSE;
+    return guardedCall(__func__, state, miFALSE, [&] { return orca::render::callMaterial(*result, state); });
 }
 
 DLLEXPORT void* mi_phen_eval(miState* state, void* parameter) {
-    return contextOf(state).runtime.evaluate(state, parameter);
+    return guardedCall(__func__, state, parameter,
+                       [&] { return contextOf(state).runtime.evaluate(state, parameter); });
 }
 
 DLLEXPORT void mi_flush_cache(miState* state) {
-    contextOf(state).runtime.flushCache(state);
+    guarded(__func__, [&] { contextOf(state).runtime.flushCache(state); });
 }
 
 DLLEXPORT miBoolean mi_shaderstate_set(miState* state, const char* key, void* data, int size, int lifetime) {
-    contextOf(state).store.set(key, data, size, lifetime);
-    return miTRUE;
+    return guarded(__func__, miFALSE, [&] {
+        contextOf(state).store.set(key, data, size, lifetime);
+        return miTRUE;
+    });
 }
 
 DLLEXPORT void* mi_shaderstate_get(miState* state, const char* key, int* size) {
@@ -42,7 +51,9 @@ DLLEXPORT void* mi_shaderstate_get(miState* state, const char* key, int* size) {
 }
 
 DLLEXPORT void mi_shaderstate_enumerate(miState* state, miShaderstate_visitor visitor, void* user) {
-    contextOf(state).store.enumerate(visitor, user);
+    // What the visitor throws is its shader's affair and passes.
+    const auto keys = guarded(__func__, {}, [&] { return contextOf(state).store.keys(); });
+    contextOf(state).store.visit(keys, visitor, user);
 }
 
 } // extern "C"

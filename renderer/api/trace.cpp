@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "api/guarded.h"
 #include "render/camera/eye_ray.h"
 #include "render/gather/gather.h"
 #include "render/gather/occlusion.h"
@@ -7,59 +8,73 @@
 
 #include <shader.h>
 
+using orca::api::guardedCall;
+
 extern "C" {
 
 DLLEXPORT miBoolean mi_trace_eye(miColor* result, miState* state, miVector* origin, miVector* direction) {
-    return orca::render::traceEye(*result, state, *origin, *direction);
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return orca::render::traceEye(*result, state, *origin, *direction); });
 }
 
 DLLEXPORT miBoolean mi_trace_reflection(miColor* result, miState* state, miVector* direction) {
-    return orca::render::traceReflection(*result, state, *direction);
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return orca::render::traceReflection(*result, state, *direction); });
 }
 
 DLLEXPORT miBoolean mi_trace_refraction(miColor* result, miState* state, miVector* direction) {
-    return orca::render::traceRefraction(*result, state, *direction);
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return orca::render::traceRefraction(*result, state, *direction); });
 }
 
 DLLEXPORT miBoolean mi_trace_transparent(miColor* result, miState* state) {
-    return orca::render::traceTransparent(*result, state);
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return orca::render::traceTransparent(*result, state); });
 }
 
 DLLEXPORT miBoolean mi_trace_continue(miColor* result, miState* state) {
-    return orca::render::traceContinue(*result, state);
+    return guardedCall(__func__, state, miFALSE, [&] { return orca::render::traceContinue(*result, state); });
 }
 
 DLLEXPORT miBoolean mi_trace_environment(miColor* result, miState* state, miVector* direction) {
-    return orca::render::traceEnvironment(*result, state, *direction);
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return orca::render::traceEnvironment(*result, state, *direction); });
 }
 
 DLLEXPORT miBoolean mi_trace_probe(miState* state, miVector* direction, miVector* origin) {
-    return orca::render::traceProbe(state, *direction, *origin);
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return orca::render::traceProbe(state, *direction, *origin); });
 }
 
 DLLEXPORT miBoolean mi_trace_shadow(miColor* result, miState* state) {
-    return orca::render::traceShadow(*result, state);
+    return guardedCall(__func__, state, miFALSE, [&] { return orca::render::traceShadow(*result, state); });
 }
 
 DLLEXPORT miBoolean mi_trace_shadow_seg(miColor* result, miState* state) {
-    return orca::render::traceShadowSegment(*result, state);
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return orca::render::traceShadowSegment(*result, state); });
 }
 
 DLLEXPORT miBoolean mi_compute_avg_radiance(miColor* result, miState* state, miUint1 face,
                                             struct miIrrad_options* options) {
-    return orca::render::averageRadiance(*result, state, static_cast<char>(face), options);
+    return guardedCall(__func__, state, miFALSE, [&] {
+        return orca::render::averageRadiance(*result, state, static_cast<char>(face), options);
+    });
 }
 
 DLLEXPORT miBoolean mi_compute_irradiance(miColor* result, miState* state) {
-    return orca::render::irradiance(*result, state, 'f');
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return orca::render::irradiance(*result, state, 'f'); });
 }
 
 DLLEXPORT miBoolean mi_compute_irradiance_backside(miColor* result, miState* state) {
-    return orca::render::irradiance(*result, state, 'b');
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return orca::render::irradiance(*result, state, 'b'); });
 }
 
 DLLEXPORT miBoolean mi_ambient_occlusion(miScalar* result, miState* state, struct miAo_options* options) {
-    return orca::render::ambientOcclusion(*result, state, options);
+    return guardedCall(__func__, state, miFALSE,
+                       [&] { return orca::render::ambientOcclusion(*result, state, options); });
 }
 
 } // extern "C"

@@ -13,7 +13,7 @@ miLock createLock() {
     return new miLockRecord;
 }
 
-void deleteLock(miLock lock) {
+void deleteLock(miLock lock) noexcept {
     delete lock;
 }
 
@@ -21,7 +21,7 @@ void lock(miLock lock) {
     if (lock) lock->mutex.lock();
 }
 
-void unlock(miLock lock) {
+void unlock(miLock lock) noexcept {
     if (lock) lock->mutex.unlock();
 }
 

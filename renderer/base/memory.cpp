@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base/memory.h"
 
+#include "base/active_log.h"
 #include "base/block_arena.h"
 
 #include <algorithm>
@@ -19,7 +20,7 @@ namespace {
 
 struct Shard;
 
-/// Stands in front of every block. The blocks of a shard form a ring.
+/// Precedes every block. The blocks of a shard form a ring.
 struct alignas(16) Header {
     Header* next;
     Header* previous;
@@ -70,6 +71,10 @@ Header* headerOf(void* memory) {
     return header->seal == liveSeal ? header : nullptr;
 }
 
+void reportNoMemory(const char* file, int line, int size) {
+    activeLog().error("MEM", "{}:{}: cannot allocate {} bytes", file ? file : "?", line, size);
+}
+
 } // namespace
 
 MemoryLedger& MemoryLedger::instance() {
@@ -112,6 +117,23 @@ bool MemoryLedger::release(void* memory) {
     header->seal = deadSeal;
     std::free(header);
     return true;
+}
+
+void* MemoryLedger::allocateOrReport(const char* file, int line, int size) {
+    void* const memory = allocate(file, line, size);
+    if (!memory) reportNoMemory(file, line, size);
+    return memory;
+}
+
+void* MemoryLedger::reallocateOrReport(const char* file, int line, void* memory, int size) {
+    void* const grown = reallocate(file, line, memory, size);
+    if (!grown && size != 0) reportNoMemory(file, line, size);
+    return grown;
+}
+
+void MemoryLedger::releaseOrReport(const char* file, int line, void* memory) {
+    if (!release(memory))
+        activeLog().error("MEM", "{}:{}: releases memory that is not allocated", file ? file : "?", line);
 }
 
 std::vector<MemoryLedger::Leak> MemoryLedger::leaks() const {

@@ -25,6 +25,11 @@ public:
     /// Null is ignored. False, and nothing done, for memory that is not a live block of this ledger.
     bool release(void* memory);
 
+    /// As the three above, with an error in the active log that names the caller's file and line.
+    [[nodiscard]] void* allocateOrReport(const char* file, int line, int size);
+    [[nodiscard]] void* reallocateOrReport(const char* file, int line, void* memory, int size);
+    void releaseOrReport(const char* file, int line, void* memory);
+
     /// Arena of blocks of `blockSize` rounded up to a multiple of the pointer size; null above 8192 bytes.
     [[nodiscard]] miMemblk* createArena(const char* file, int line, int blockSize);
     /// Null is ignored.

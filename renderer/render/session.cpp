@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/session.h"
 
+#include "base/active_log.h"
 #include "base/locks.h"
 #include "geometry/scene_geometry.h"
+#include "image/framebuffer_element.h"
 #include "render/attached_phenomena.h"
 #include "render/context/frame.h"
 #include "render/displacement_calls.h"
@@ -11,8 +13,8 @@
 #include "render/light/shadow_map.h"
 #include "render/sampling/adaptive_sampler.h"
 #include "render/tile_renderer.h"
+#include "scene/active_database.h"
 #include "scene/elements/elements.h"
-#include "shading/active_renderer.h"
 
 #include <algorithm>
 #include <chrono>
@@ -42,19 +44,12 @@ int threadsOf(const RenderSettings& settings) {
     return static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
 }
 
-/// The element behind the camera's buffer tag: lets shaders find the picture's buffers by name.
-struct FramebufferCollection final : scene::Element {
-    explicit FramebufferCollection(image::FramebufferSet& set)
-        : Element(miSCENE_FRAMEBUFFERS), framebuffers(set) {}
-    void* record() override { return static_cast<mi::shader_v3::Framebuffer*>(&framebuffers); }
-    image::FramebufferSet& framebuffers;
-};
-
 /// Keeps the collection in the database for the time of one picture.
 class CollectionScope {
 public:
     CollectionScope(scene::Database& database, image::FramebufferSet& framebuffers)
-        : database_(database), tag_(database.add(std::make_unique<FramebufferCollection>(framebuffers))) {}
+        : database_(database),
+          tag_(database.add(std::make_unique<image::FramebufferElement>(framebuffers))) {}
     ~CollectionScope() { database_.remove(tag_); }
     CollectionScope(const CollectionScope&) = delete;
     CollectionScope& operator=(const CollectionScope&) = delete;
@@ -151,11 +146,13 @@ RenderStatistics statisticsOf(const geometry::SceneGeometry& geometry, const Til
 Session::Session(scene::Database& database, Log& log, shading::ShaderRuntime& runtime,
                  image::Textures& textures)
     : database_(database), log_(log), runtime_(runtime), textures_(textures), globalLock_(createLock()) {
-    shading::activate({&database, &log});
+    scene::setActiveDatabase(&database);
+    setActiveLog(&log);
 }
 
 Session::~Session() {
-    shading::activate({});
+    setActiveLog(nullptr);
+    scene::setActiveDatabase(nullptr);
     deleteLock(globalLock_);
 }
 

@@ -39,9 +39,6 @@ struct ShaderRuntime::Implementation {
     return function ? static_cast<BoundShader*>(function->ext) : nullptr;
 }
 
-/// Text of the exception now being handled.
-[[nodiscard]] std::string describeException();
-
 /// Puts back what a call changes in a state and its context.
 class CallScope {
 public:

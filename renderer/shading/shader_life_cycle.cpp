@@ -4,6 +4,7 @@
 
 #include "shading/shader_runtime.h"
 
+#include "base/describe_exception.h"
 #include "shading/runtime_implementation.h"
 
 #include <exception>
@@ -68,16 +69,6 @@ void ShaderRuntime::exitAll(miState* state) {
     for (const auto& [name, code] : all.codes) {
         code->initialised = code->initFailed = code->wantsInstanceInit = false;
         code->lastInstance = nullptr;
-    }
-}
-
-std::string describeException() {
-    try {
-        throw;
-    } catch (const std::exception& error) {
-        return error.what();
-    } catch (...) {
-        return "an exception of an unknown type";
     }
 }
 

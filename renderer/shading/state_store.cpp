@@ -15,7 +15,7 @@ bool sameText(const std::string& text, const char* key) {
 
 } // namespace
 
-StateStore::Entry* StateStore::find(const char* key) {
+StateStore::Entry* StateStore::find(const char* key) noexcept {
     for (Entry& entry : entries_)
         if (sameText(entry.key, key)) return &entry;
     return nullptr;
@@ -45,7 +45,7 @@ void StateStore::set(const char* key, const void* data, int size, int lifetime) 
     if (lifetime == miSS_LIFETIME_EYERAY) hasSampleEntries_ = true;
 }
 
-void* StateStore::get(const char* key, int* size) {
+void* StateStore::get(const char* key, int* size) noexcept {
     const auto address = reinterpret_cast<std::uintptr_t>(key);
     Answer& answer = answers_[(address ^ (address >> 6)) % answers_.size()];
     if (answer.version != version_ || std::strcmp(answer.text, key) != 0) return search(key, size, answer);
@@ -53,7 +53,7 @@ void* StateStore::get(const char* key, int* size) {
     return answer.bytes;
 }
 
-void* StateStore::search(const char* key, int* size, Answer& answer) {
+void* StateStore::search(const char* key, int* size, Answer& answer) noexcept {
     const Entry* const entry = find(key);
     const std::size_t length = std::strlen(key);
     if (length < sizeof answer.text) {
@@ -67,12 +67,16 @@ void* StateStore::search(const char* key, int* size, Answer& answer) {
     return entry->bytes.get();
 }
 
-void StateStore::enumerate(miShaderstate_visitor visitor, void* user) {
-    // Looked up by index: the visitor may delete what it is shown.
-    for (std::size_t i = 0; i < entries_.size(); ++i) {
-        const std::string key = entries_[i].key;
-        if (!visitor(key.c_str(), entries_[i].bytes.get(), entries_[i].size, user)) return;
-        if (i < entries_.size() && entries_[i].key != key) --i;
+std::vector<std::string> StateStore::keys() const {
+    std::vector<std::string> keys;
+    for (const Entry& entry : entries_) keys.push_back(entry.key);
+    return keys;
+}
+
+void StateStore::visit(const std::vector<std::string>& keys, miShaderstate_visitor visitor, void* user) {
+    for (const std::string& key : keys) {
+        const Entry* const entry = find(key.c_str());
+        if (entry && !visitor(key.c_str(), entry->bytes.get(), entry->size, user)) return;
     }
 }
 

@@ -19,8 +19,12 @@ public:
     /// entry of the same size is overwritten in place.
     void set(const char* key, const void* data, int size, int lifetime);
     /// Null when absent; `size` may be null. Constant time for the handful of keys that shaders use.
-    [[nodiscard]] void* get(const char* key, int* size);
-    void enumerate(miShaderstate_visitor visitor, void* user);
+    [[nodiscard]] void* get(const char* key, int* size) noexcept;
+    /// Of all entries, oldest first.
+    [[nodiscard]] std::vector<std::string> keys() const;
+    /// Shows the entries of these keys until the visitor answers false; it may delete and add entries. Throws
+    /// nothing but what the visitor throws.
+    void visit(const std::vector<std::string>& keys, miShaderstate_visitor visitor, void* user);
     /// Drops the entries of the eye-ray lifetime.
     void endSample();
 
@@ -41,9 +45,9 @@ private:
         unsigned version = 0; ///< of the entries that it was found in
     };
 
-    [[nodiscard]] Entry* find(const char* key);
+    [[nodiscard]] Entry* find(const char* key) noexcept;
     /// Searches the entries, and remembers what comes out.
-    void* search(const char* key, int* size, Answer& answer);
+    void* search(const char* key, int* size, Answer& answer) noexcept;
 
     std::vector<Entry> entries_;
     unsigned version_ = 1; ///< counts changes of what entries there are and where their bytes lie

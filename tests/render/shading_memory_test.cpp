@@ -142,7 +142,8 @@ TEST(StateStore, KeepsAddressesWhileEntriesComeAndGo) {
     EXPECT_EQ(store.get("key6", nullptr), nullptr);
     EXPECT_EQ(store.get("velabase", nullptr), address);
     int visits = 0;
-    store.enumerate(
+    store.visit(
+        store.keys(),
         [](const char*, void*, int, void* user) -> miBoolean { return ++*static_cast<int*>(user) > 0; },
         &visits);
     EXPECT_EQ(visits, 1);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "base/active_log.h"
 #include "base/locks.h"
 #include "shading/call_context.h"
+#include "shading/shader_exceptions.h"
 #include "shading/shader_runtime.h"
 #include "support/scene_builder.h"
 #include "support/test_shaders.h"
@@ -287,12 +289,36 @@ TEST_F(Shaders, ExceptionsPassThroughAndLeaveTheStateInOrder) {
     EXPECT_EQ(context.callType, miSHADER_LENS);
     EXPECT_EQ(context.arena.mark().used, 0u);
 
+    miColor unused{};
+    EXPECT_THROW(mi_call_shader(&unused, miSHADER_TEXTURE, &state, target.tag), std::runtime_error)
+        << "shaders that call others see what those throw";
+    EXPECT_FALSE(shading::withoutShaderExceptions(context, [&] { call(result, target); }));
+    EXPECT_THROW(shading::withoutShaderExceptions(context, [] { throw std::runtime_error("own"); }),
+                 std::runtime_error);
+
     runtime.countFault(target.tag, shading::ShaderRuntime::Fault::NotANumber);
     runtime.reportFaults();
     EXPECT_TRUE(builder.logged(LogLevel::Warning,
-                               "\"testThrow\" threw an exception 3 times; the first time: out of paint"));
+                               "\"testThrow\" threw an exception 5 times; the first time: out of paint"));
     EXPECT_FALSE(builder.logged(LogLevel::Warning, "\"testAdd\" threw")) << "only who threw is to blame";
     EXPECT_TRUE(builder.logged(LogLevel::Warning, "\"testAdd\" gave a value that is not a number once"));
+}
+
+TEST(InterfaceFunctions, KeepTheRenderersOwnExceptionsFromShaders) {
+    Log log;
+    std::vector<std::string> texts;
+    log.setSink([&](const LogMessage& message) {
+        if (message.module != "API") throw std::runtime_error("disk full");
+        texts.push_back(message.text);
+    });
+    setActiveLog(&log);
+    for (int i = 0; i < 3; ++i) EXPECT_NO_THROW(mi_info("%d", i));
+    EXPECT_EQ(mi_mem_int_allocate("paint.cpp", 1, -1), nullptr);
+    log.setSink([](const LogMessage&) { throw std::runtime_error("disk full"); });
+    EXPECT_NO_THROW(mi_warning("the report fails as well"));
+    setActiveLog(nullptr);
+    EXPECT_EQ(texts, (std::vector<std::string>{"mi_info failed: disk full",
+                                               "mi_mem_int_allocate failed: disk full"}));
 }
 
 TEST_F(Shaders, UserPointersAreFoundInInitCallAndExit) {

@@ -5,7 +5,7 @@
 
 namespace orca::render {
 
-const miScalar* spaceMatrix(const miState* state, CoordinateSpace space, Mapping mapping) {
+const miScalar* spaceMatrix(const miState* state, CoordinateSpace space, Mapping mapping) noexcept {
     const RenderContext& context = renderContextOf(state);
     const Frame& frame = context.frame;
     if (const DisplacementSpace* object = renderContextOf(state).displacementSpace) {
@@ -35,34 +35,34 @@ const miScalar* spaceMatrix(const miState* state, CoordinateSpace space, Mapping
 }
 
 void transformPoint(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
-                    const miVector& point) {
+                    const miVector& point) noexcept {
     const miScalar* matrix = spaceMatrix(state, space, mapping);
     if (matrix) mi_point_transform(&result, &point, matrix);
     else result = point;
 }
 
 void transformVector(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
-                     const miVector& vector) {
+                     const miVector& vector) noexcept {
     const miScalar* matrix = spaceMatrix(state, space, mapping);
     if (matrix) mi_vector_transform(&result, &vector, matrix);
     else result = vector;
 }
 
 void transformNormal(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
-                     const miVector& normal) {
+                     const miVector& normal) noexcept {
     const miScalar* inverse = spaceMatrix(
         state, space, mapping == Mapping::FromInternal ? Mapping::ToInternal : Mapping::FromInternal);
     if (inverse) mi_vector_transform_T(&result, &normal, inverse);
     else result = normal;
 }
 
-void pointToRaster(const miState* state, miVector& result, const miVector& point) {
+void pointToRaster(const miState* state, miVector& result, const miVector& point) noexcept {
     miVector inCamera;
     transformPoint(state, CoordinateSpace::Camera, Mapping::FromInternal, inCamera, point);
     result = renderContextOf(state).frame.rasterFromCamera(inCamera);
 }
 
-void pointFromRaster(const miState* state, miVector& result, const miVector& point) {
+void pointFromRaster(const miState* state, miVector& result, const miVector& point) noexcept {
     const miVector inCamera = renderContextOf(state).frame.cameraFromRaster(point);
     transformPoint(state, CoordinateSpace::Camera, Mapping::ToInternal, result, inCamera);
 }

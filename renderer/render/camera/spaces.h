@@ -13,18 +13,19 @@ enum class Mapping { FromInternal, ToInternal };
 
 /// The matrix of a mapping; null for the identity. Object and light space are those of the state's instance
 /// and light instance, and internal space where the state has none.
-[[nodiscard]] const miScalar* spaceMatrix(const miState* state, CoordinateSpace space, Mapping mapping);
+[[nodiscard]] const miScalar* spaceMatrix(const miState* state, CoordinateSpace space,
+                                          Mapping mapping) noexcept;
 
 void transformPoint(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
-                    const miVector& point);
+                    const miVector& point) noexcept;
 void transformVector(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
-                     const miVector& vector);
+                     const miVector& vector) noexcept;
 /// By the transposed inverse; not renormalised.
 void transformNormal(const miState* state, CoordinateSpace space, Mapping mapping, miVector& result,
-                     const miVector& normal);
+                     const miVector& normal) noexcept;
 
 /// Raster space: pixels from the lower left corner, z as in camera space.
-void pointToRaster(const miState* state, miVector& result, const miVector& point);
-void pointFromRaster(const miState* state, miVector& result, const miVector& point);
+void pointToRaster(const miState* state, miVector& result, const miVector& point) noexcept;
+void pointFromRaster(const miState* state, miVector& result, const miVector& point) noexcept;
 
 } // namespace orca::render

@@ -4,11 +4,11 @@
 #include "render/context/frame.h"
 #include "render/sampling/sampler.h"
 #include "shading/call_context.h"
+#include "shading/shader_exceptions.h"
 
 #include <shader.h>
 
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <vector>
 
@@ -111,20 +111,6 @@ inline constexpr int maxNesting = 600;
 
 [[nodiscard]] inline RenderContext& renderContextOf(const miState* state) {
     return *static_cast<RenderContext*>(static_cast<shading::CallContext*>(state->ext));
-}
-
-/// Calls `body`, which calls shaders. False when one of them threw, which the runtime has counted against it;
-/// exceptions of the renderer's own pass through.
-template <class Body>
-bool withoutShaderExceptions(RenderContext& context, const Body& body) {
-    try {
-        body();
-        return true;
-    } catch (...) {
-        if (std::current_exception() != context.thrown) throw;
-        context.thrown = nullptr;
-        return false;
-    }
 }
 
 /// A child of `parent`, one level deeper for the scope's lifetime. All fields are the parent's until changed.

@@ -23,6 +23,9 @@ public:
     [[nodiscard]] float coordinate(std::uint32_t key, std::uint32_t point, std::uint32_t count,
                                    int dimension) const;
 
+    /// In [0, 1): of a fresh sequence each time.
+    [[nodiscard]] float nextRandom() noexcept { return coordinate(nextKey(), 0, 1, 0); }
+
     /// Key of a light's loop, which the address of its sample counter identifies: new for the first sample,
     /// the same for the rest.
     [[nodiscard]] std::uint32_t lightKey(const int* counter, bool first);

@@ -54,6 +54,15 @@ miBoolean lookUp(T& result, miState* state, miTag texture, const miVector& coord
     return fromImage(frame.textures, *image, how ? *how : ownLookup(*image, state)) ? miTRUE : miFALSE;
 }
 
+image::TextureLookup::Wrap wrapOf(miInteger wrap) {
+    using Wrap = image::TextureLookup::Wrap;
+    switch (wrap) {
+    case miTEXWRAP_CLAMP: return Wrap::Clamp;
+    case miTEXWRAP_MIRROR: return Wrap::Mirror;
+    default: return Wrap::Repeat;
+    }
+}
+
 } // namespace
 
 miBoolean lookUpColor(miColor& result, miState* state, miTag texture, const miVector& coord,
@@ -63,6 +72,22 @@ miBoolean lookUpColor(miColor& result, miState* state, miTag texture, const miVe
                       const image::TextureLookup& lookup) {
                       return textures.lookup(image, coord.x, coord.y, lookup, result);
                   });
+}
+
+miBoolean lookUpFilteredColor(miColor& result, miState* state, miTag texture, const miTexfilter* filter,
+                              const miScalar* screenToTexture) {
+    const miScalar* const m = screenToTexture;
+    image::TextureLookup how;
+    how.filtered = true;
+    float scale = 1.0f;
+    if (filter) {
+        how.wrapS = wrapOf(filter->wrap_u);
+        how.wrapT = wrapOf(filter->wrap_v);
+        if (filter->bilinear == 0.0f) how.magnified = image::TextureLookup::Magnified::Cubic;
+        if (filter->circle_radius > 0.0f) scale = filter->circle_radius;
+    }
+    how.footprint = {m[0] * scale, m[1] * scale, m[4] * scale, m[5] * scale};
+    return lookUpColor(result, state, texture, {m[12], m[13], m[14]}, &how);
 }
 
 miBoolean lookUpScalar(miScalar& result, miState* state, miTag texture, const miVector& coord) {

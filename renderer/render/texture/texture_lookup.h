@@ -14,6 +14,10 @@ namespace orca::render {
 
 miBoolean lookUpColor(miColor& result, miState* state, miTag texture, const miVector& coord,
                       const image::TextureLookup* how = nullptr);
+/// Filtered over the footprint that the first two rows of a matrix from screen to texture space span; its
+/// fourth row is the coordinate. `filter` may be null: repeated, linear where magnified, footprint as it is.
+miBoolean lookUpFilteredColor(miColor& result, miState* state, miTag texture, const miTexfilter* filter,
+                              const miScalar* screenToTexture);
 miBoolean lookUpScalar(miScalar& result, miState* state, miTag texture, const miVector& coord);
 miBoolean lookUpVector(miVector& result, miState* state, miTag texture, const miVector& coord);
 

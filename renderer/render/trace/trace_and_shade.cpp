@@ -64,4 +64,10 @@ miBoolean traceAndShade(RenderContext& context, ChildState& child, const geometr
     return delivered;
 }
 
+miBoolean callMaterial(miColor& result, miState* state) {
+    RenderContext& context = renderContextOf(state);
+    const miMaterial* const material = context.frame.materialOf(state->material);
+    return material ? context.runtime.call(&result, miSHADER_MATERIAL, state, material->shader) : miFALSE;
+}
+
 } // namespace orca::render

@@ -11,4 +11,7 @@ namespace orca::render {
 /// levels, volume) and receives the hit. True when a shader delivered; `result` is black otherwise.
 miBoolean traceAndShade(RenderContext& context, ChildState& child, const geometry::Ray& ray, miColor& result);
 
+/// Calls the shader of the material that the state hit. False without one.
+miBoolean callMaterial(miColor& result, miState* state);
+
 } // namespace orca::render
