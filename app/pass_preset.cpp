@@ -3,6 +3,7 @@
 
 #include "pass_block.h"
 #include "pass_catalogue.h"
+#include "scene/elements/shader_list.h"
 
 #include <fmt/format.h>
 
@@ -160,7 +161,7 @@ bool PassPreset::prepareCamera(scene::CameraElement& camera) {
     camera.camera.userdata = block->tag;
     // Innermost, so that it sees what the camera ray itself hit.
     if (!listHolds(camera.camera.lens, "orcaFrameBufferLens"))
-        camera.camera.lens = appended(camera.camera.lens, database.named(lensName));
+        camera.camera.lens = scene::appendShaders(database, camera.camera.lens, database.named(lensName));
     ++camera.revision;
     return true;
 }
@@ -171,11 +172,10 @@ void PassPreset::prepareOptions(scene::OptionsElement& options) {
     const scene::Database& database = scene_.database();
     miTag& list = options.options.state_func;
     if (!listHolds(list, "velaBaseState")) {
-        const miTag base = database.named(baseStateName);
-        database.find<scene::FunctionElement>(base)->function()->next_function = list;
-        list = base;
+        list = scene::appendShaders(database, database.named(baseStateName), list);
     }
-    if (!listHolds(list, "orcaFrameBufferState")) list = appended(list, database.named(frameBufferStateName));
+    if (!listHolds(list, "orcaFrameBufferState"))
+        list = scene::appendShaders(database, list, database.named(frameBufferStateName));
     ++options.revision;
 }
 
@@ -217,17 +217,11 @@ void PassPreset::giveUtilityShadersToMaterials() {
     for (miTag tag = 1; tag < database.endTag(); ++tag) {
         auto* material = database.find<scene::MaterialElement>(tag);
         if (!material || material->isTemplate || material->material.shader == miNULLTAG) continue;
-        miTag last = material->material.shader;
-        while (last != miNULLTAG && last != first) last = nextOf(last);
-        if (last == first) continue;
-        appended(material->material.shader, first);
+        const std::vector<miTag> members = scene::shaderList(database, material->material.shader);
+        if (std::find(members.begin(), members.end(), first) != members.end()) continue;
+        scene::appendShaders(database, material->material.shader, first);
         ++material->revision;
     }
-}
-
-miTag PassPreset::nextOf(miTag shader) const {
-    const auto* element = scene_.database().find<scene::FunctionElement>(shader);
-    return element ? element->function()->next_function : miNULLTAG;
 }
 
 std::string PassPreset::declarationOf(miTag shader) const {
@@ -236,22 +230,9 @@ std::string PassPreset::declarationOf(miTag shader) const {
 }
 
 bool PassPreset::listHolds(miTag list, const std::string& declaration) const {
-    for (miTag tag = list; tag != miNULLTAG;) {
-        const auto* element = scene_.database().find<scene::FunctionElement>(tag);
-        if (!element) return false;
-        if (element->declaration->name == declaration) return true;
-        tag = element->function()->next_function;
-    }
-    return false;
-}
-
-miTag PassPreset::appended(miTag list, miTag shader) {
-    if (list == miNULLTAG) return shader;
-    scene::FunctionElement* last = scene_.database().find<scene::FunctionElement>(list);
-    while (last && last->function()->next_function != miNULLTAG)
-        last = scene_.database().find<scene::FunctionElement>(last->function()->next_function);
-    if (last) last->function()->next_function = shader;
-    return list;
+    const std::vector<miTag> members = scene::shaderList(scene_.database(), list);
+    return std::any_of(members.begin(), members.end(),
+                       [&](miTag shader) { return declarationOf(shader) == declaration; });
 }
 
 } // namespace orca::app

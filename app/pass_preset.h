@@ -31,9 +31,7 @@ private:
     void giveShadowsToMaterials();
     void giveUtilityShadersToMaterials();
     [[nodiscard]] std::string utilityShadersText() const;
-    [[nodiscard]] miTag nextOf(miTag shader) const;
     [[nodiscard]] bool listHolds(miTag list, const std::string& declaration) const;
-    miTag appended(miTag list, miTag shader);
     [[nodiscard]] std::string declarationOf(miTag shader) const;
 
     std::vector<std::string> names_;

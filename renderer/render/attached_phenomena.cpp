@@ -2,25 +2,12 @@
 #include "render/attached_phenomena.h"
 
 #include "scene/elements/elements.h"
+#include "scene/elements/shader_list.h"
 
 #include <algorithm>
 #include <memory>
 
 namespace orca::render {
-
-namespace {
-
-std::vector<miTag> membersOf(const scene::Database& database, miTag list) {
-    std::vector<miTag> members;
-    while (const auto* shader = database.find<scene::FunctionElement>(list)) {
-        if (std::find(members.begin(), members.end(), list) != members.end()) break; // the list is a cycle
-        members.push_back(list);
-        list = shader->function()->next_function;
-    }
-    return members;
-}
-
-} // namespace
 
 AttachedPhenomena::AttachedPhenomena(scene::Database& database,
                                      const scene::PhenomenonAttachments& attachments)
@@ -53,13 +40,13 @@ miTag AttachedPhenomena::extendedGroup(miTag group) {
 
 /// Appends `more` to `list`, unless they share members: a shader can be in a list once only.
 miTag AttachedPhenomena::joined(miTag list, miTag more) {
-    const std::vector<miTag> first = membersOf(database_, list), second = membersOf(database_, more);
-    if (first.empty() || second.empty()) return first.empty() ? more : list;
+    const std::vector<miTag> first = scene::shaderList(database_, list),
+                             second = scene::shaderList(database_, more);
+    if (second.empty()) return list;
     if (std::find_first_of(first.begin(), first.end(), second.begin(), second.end()) != first.end())
         return list;
-    database_.find<scene::FunctionElement>(first.back())->function()->next_function = more;
-    ends_.push_back(first.back());
-    return list;
+    if (!first.empty()) ends_.push_back(first.back());
+    return scene::appendShaders(database_, list, more);
 }
 
 } // namespace orca::render
