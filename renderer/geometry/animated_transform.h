@@ -7,36 +7,33 @@
 
 namespace orca::geometry {
 
-/// The way from one placement to another, as somebody who animates means it: rotation, stretch (scale and
-/// shear, along axes of the thing itself) and translation change evenly, each for itself, so that a thing
-/// that turns keeps its size. After Shoemake and Duff, "Matrix Animation and Polar Decomposition" (1992); the
-/// rotation goes the shorter way round (Shoemake, "Animating Rotation with Quaternion Curves", 1985).
+/// A transform between two keys, interpolated as an animator expects: rotation, stretch (scale and shear,
+/// along axes of the object itself) and translation each change evenly, so that a turning object keeps its
+/// size. After Shoemake and Duff, "Matrix Animation and Polar Decomposition" (1992); the rotation takes the
+/// shorter arc (Shoemake, "Animating Rotation with Quaternion Curves", 1985).
 ///
-/// Placements between which there is no such way are blended entry by entry: where one of them mirrors and
-/// the other does not, has perspective, or flattens.
+/// Keys that have no such decomposition are blended entry by entry: where one of them mirrors and the other
+/// does not, has perspective, or is singular.
 class AnimatedTransform {
 public:
-    /// Both take points from local space to the parent's.
-    AnimatedTransform(const Transform& start, const Transform& end);
+    /// Both keys take points from local space to the parent's.
+    AnimatedTransform(const Transform& firstKey, const Transform& secondKey);
 
-    /// @param part 0 at the start, 1 at the end
+    /// @param part 0 at the first key, 1 at the second
     [[nodiscard]] Transform at(double part) const;
 
 private:
-    using Matrix3 = std::array<double, 9>; ///< row-major, row vectors
-    using Quaternion = std::array<double, 4>;
-
-    /// The upper left part of a placement is the stretch, then the rotation.
-    struct Parts {
-        Matrix3 stretch;
-        Quaternion rotation; ///< unit
+    /// The upper left part of the transform is the stretch, then the rotation.
+    struct Key {
+        Transform transform;
+        std::array<double, 9> stretch{};  ///< row-major, row vectors
+        std::array<double, 4> rotation{}; ///< unit quaternion: real part, then x, y, z
     };
-    /// False where there are none.
-    [[nodiscard]] static bool decompose(const Transform& transform, Parts& parts);
+    /// Fills stretch and rotation; false where there are none.
+    [[nodiscard]] static bool decompose(Key& key);
 
-    Transform start_, end_;
-    Parts atStart_, atEnd_;
-    bool hasParts_;
+    Key first_, second_;
+    bool decomposed_; ///< false: blended entry by entry
 };
 
 } // namespace orca::geometry
