@@ -58,11 +58,11 @@ constexpr std::size_t perChunk = 4096;
 
 /// A halved edge, as one of its triangles has it.
 struct DisplacedMesh::Edge {
-    std::uint64_t place; ///< its ends' places
-    std::uint32_t a, b;  ///< its ends, ordered by place
+    std::uint64_t position; ///< its ends' positions
+    std::uint32_t a, b;     ///< its ends, ordered by position
     std::uint32_t triangle;
 
-    [[nodiscard]] auto order() const { return std::tie(place, a, b, triangle); }
+    [[nodiscard]] auto order() const { return std::tie(position, a, b, triangle); }
     [[nodiscard]] bool sameEnds(const Edge& other) const { return a == other.a && b == other.b; }
 };
 
@@ -74,7 +74,7 @@ DisplacedMesh::DisplacedMesh(Mesh& baseMesh, const MeshInstance& baseInstance)
         for (const std::uint32_t v : mesh.triangles[i])
             if (materials[v] == miNULLTAG)
                 materials[v] = materialOf(meshInstance, mesh, static_cast<std::uint32_t>(i));
-    findPlaces();
+    findCoincident();
 }
 
 /// Corners without a normal become vertices of their own, one for each plane that meets there.
@@ -99,32 +99,32 @@ void DisplacedMesh::giveNormals() {
     }
 }
 
-/// Vertices of no triangle stay alone: they do not move, and must not hold others back.
-void DisplacedMesh::findPlaces() {
+/// Vertices of no triangle are left out: they do not move, and must not hold others back.
+void DisplacedMesh::findCoincident() {
     const auto count = static_cast<std::uint32_t>(mesh.points.size());
-    places_.resize(count);
-    std::iota(places_.begin(), places_.end(), 0u);
-    creases_ = places_;
+    positions_.resize(count);
+    std::iota(positions_.begin(), positions_.end(), 0u);
+    creases_ = positions_;
     std::vector<std::uint32_t> order;
-    std::copy_if(places_.begin(), places_.end(), std::back_inserter(order),
+    std::copy_if(positions_.begin(), positions_.end(), std::back_inserter(order),
                  [&](std::uint32_t v) { return materials[v] != miNULLTAG; });
-    // In one place at all times.
-    const auto comparePlaces = [&](std::uint32_t a, std::uint32_t b) {
+    // At one position at all times.
+    const auto comparePositions = [&](std::uint32_t a, std::uint32_t b) {
         std::strong_ordering result = bitsOf(mesh.points[a]) <=> bitsOf(mesh.points[b]);
         for (std::size_t i = 0; result == 0 && i < mesh.laterPoints.size(); ++i)
             result = bitsOf(mesh.laterPoints[i][a]) <=> bitsOf(mesh.laterPoints[i][b]);
         return result;
     };
     parallelSort(order, [&](std::uint32_t a, std::uint32_t b) {
-        const std::strong_ordering places = comparePlaces(a, b);
-        if (places != 0) return places < 0;
+        const std::strong_ordering positions = comparePositions(a, b);
+        if (positions != 0) return positions < 0;
         return std::pair(bitsOf(mesh.normals[a]), a) < std::pair(bitsOf(mesh.normals[b]), b);
     });
     for (std::size_t i = 1; i < order.size(); ++i) {
         const std::uint32_t v = order[i];
-        const bool samePlace = comparePlaces(order[i - 1], v) == 0;
-        places_[v] = samePlace ? places_[order[i - 1]] : v;
-        creases_[v] = samePlace && bitsOf(mesh.normals[order[i - 1]]) == bitsOf(mesh.normals[v])
+        const bool coincident = comparePositions(order[i - 1], v) == 0;
+        positions_[v] = coincident ? positions_[order[i - 1]] : v;
+        creases_[v] = coincident && bitsOf(mesh.normals[order[i - 1]]) == bitsOf(mesh.normals[v])
                           ? creases_[order[i - 1]]
                           : v;
     }
@@ -134,7 +134,7 @@ std::pair<std::uint32_t, std::uint32_t> DisplacedMesh::endsInOrder(const Mesh::T
                                                                    int edge) const {
     const std::uint32_t a = triangle[static_cast<std::size_t>(edge)];
     const std::uint32_t b = triangle[static_cast<std::size_t>((edge + 1) % 3)];
-    return places_[a] < places_[b] ? std::pair(a, b) : std::pair(b, a);
+    return positions_[a] < positions_[b] ? std::pair(a, b) : std::pair(b, a);
 }
 
 void DisplacedMesh::appendMidpoint(const Edge& edge) {
@@ -156,7 +156,7 @@ std::vector<std::uint32_t> DisplacedMesh::split(const std::vector<std::uint32_t>
     std::vector<Edge> edges;
     const auto edgeOf = [&](std::uint32_t triangle, int edge) {
         const auto [a, b] = endsInOrder(mesh.triangles[triangle], edge);
-        return Edge{keyOf(places_[a], places_[b]), a, b, triangle};
+        return Edge{keyOf(positions_[a], positions_[b]), a, b, triangle};
     };
     for (std::size_t i = 0; i < triangles.size(); ++i)
         for (int edge = 0; edge < 3; ++edge)
@@ -171,7 +171,7 @@ std::vector<std::uint32_t> DisplacedMesh::split(const std::vector<std::uint32_t>
     forVertexArrays(mesh, [&](std::vector<miVector>& array, std::size_t width) {
         array.reserve(all * width + 1); // the ray-tracing kernel reads whole 16-byte words
     });
-    places_.resize(all);
+    positions_.resize(all);
     creases_.resize(all);
     materials.resize(all);
     for (std::uint32_t i = 0; i < edges.size(); ++i) {
@@ -181,10 +181,10 @@ std::vector<std::uint32_t> DisplacedMesh::split(const std::vector<std::uint32_t>
         // The two ends' materials differ where materials meet: then the first triangle's side decides.
         materials[v] = materials[edge.a] == materials[edge.b] ? materials[edge.a]
                                                               : materialOf(meshInstance, mesh, edge.triangle);
-        places_[v] = creases_[v] = v;
-        for (std::uint32_t k = i; k > 0 && edges[k - 1].place == edge.place; --k) {
+        positions_[v] = creases_[v] = v;
+        for (std::uint32_t k = i; k > 0 && edges[k - 1].position == edge.position; --k) {
             const Edge& twin = edges[k - 1];
-            places_[v] = base + k - 1;
+            positions_[v] = base + k - 1;
             if (creases_[twin.a] == creases_[edge.a] && creases_[twin.b] == creases_[edge.b])
                 creases_[v] = base + k - 1;
         }
@@ -194,7 +194,7 @@ std::vector<std::uint32_t> DisplacedMesh::split(const std::vector<std::uint32_t>
         const Edge wanted = edgeOf(triangle, edge);
         const auto found =
             std::lower_bound(edges.begin(), edges.end(), wanted, [](const Edge& x, const Edge& y) {
-                return std::tie(x.place, x.a, x.b) < std::tie(y.place, y.a, y.b);
+                return std::tie(x.position, x.a, x.b) < std::tie(y.position, y.a, y.b);
             });
         return base + static_cast<std::uint32_t>(found - edges.begin());
     };
@@ -242,18 +242,18 @@ std::vector<std::uint32_t> DisplacedMesh::split(const std::vector<std::uint32_t>
     return next;
 }
 
-void DisplacedMesh::joinPlaces(std::size_t first) {
-    // Vertices in one place have come in one call. The first one collects, then all take its mean.
+void DisplacedMesh::joinCoincident(std::size_t first) {
+    // Coincident vertices are made by one call. The first collects the sum, then all take the mean.
     const std::size_t count = vertexCount();
     std::vector<std::uint32_t> members(count - first, 0u);
     for (std::size_t v = first; v < count; ++v) {
-        const std::uint32_t place = places_[v];
-        ++members[place - first];
-        if (place != v) offsets[place] = offsets[place] + offsets[v];
+        const std::uint32_t position = positions_[v];
+        ++members[position - first];
+        if (position != v) offsets[position] = offsets[position] + offsets[v];
     }
     for (std::size_t v = first; v < count; ++v)
         if (members[v - first] > 1) offsets[v] = (1.0f / static_cast<float>(members[v - first])) * offsets[v];
-    for (std::size_t v = first; v < count; ++v) offsets[v] = offsets[places_[v]];
+    for (std::size_t v = first; v < count; ++v) offsets[v] = offsets[positions_[v]];
 }
 
 void DisplacedMesh::finish() {

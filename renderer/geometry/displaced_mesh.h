@@ -13,16 +13,16 @@
 
 namespace orca::geometry {
 
-/// A mesh while it is being cut finer and displaced: the mesh itself stays undisplaced until `finish`.
+/// A mesh while it is refined and displaced; its points stay undisplaced until `finish`.
 class DisplacedMesh {
 public:
     /// Gives every vertex a normal (that of its triangle where the mesh has none) and finds out which
-    /// vertices lie in one place. The mesh is in object space.
+    /// vertices coincide. The mesh is in object space.
     DisplacedMesh(Mesh& baseMesh, const MeshInstance& baseInstance);
 
     [[nodiscard]] std::size_t vertexCount() const { return mesh.points.size(); }
 
-    /// The two ends of a triangle's edge 0, 1 or 2, ordered by place.
+    /// The two ends of a triangle's edge 0, 1 or 2, ordered by position.
     [[nodiscard]] std::pair<std::uint32_t, std::uint32_t> endsInOrder(const Mesh::Triangle& triangle,
                                                                       int edge) const;
 
@@ -32,8 +32,8 @@ public:
     std::vector<std::uint32_t> split(const std::vector<std::uint32_t>& triangles,
                                      const std::vector<std::uint8_t>& marks);
 
-    /// Sets the offsets of vertices from `first` on that lie in one place to their mean.
-    void joinPlaces(std::size_t first);
+    /// Sets the offsets of coincident vertices, from `first` on, to their mean.
+    void joinCoincident(std::size_t first);
 
     /// Moves the vertices by their offsets and makes their normals anew.
     void finish();
@@ -46,12 +46,12 @@ public:
 private:
     struct Edge;
     void giveNormals();
-    void findPlaces();
+    void findCoincident();
     void appendMidpoint(const Edge& edge);
     void appendTriangle(std::uint32_t parent, const Mesh::Triangle& triangle);
 
-    std::vector<std::uint32_t> places_;  ///< per vertex, the first vertex in its place
-    std::vector<std::uint32_t> creases_; ///< and of those the first with its normal
+    std::vector<std::uint32_t> positions_; ///< per vertex, the first vertex at its position
+    std::vector<std::uint32_t> creases_;   ///< and of those the first with its normal
 };
 
 } // namespace orca::geometry

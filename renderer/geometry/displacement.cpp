@@ -34,7 +34,7 @@ public:
     }
 
 private:
-    // Edges seen end on hardly show, but what they may rise to between their ends does.
+    // Edges seen end on hardly show, but the surface may rise between their ends.
     static constexpr float shareOfDepth = 0.25f;
 
     [[nodiscard]] float extent(const miVector& a, const miVector& b) const {
@@ -71,7 +71,7 @@ private:
     bool inView_;
 };
 
-/// The vertices' displacements and where they end up before the camera.
+/// The displacements of the vertices, and their displaced positions in camera space.
 class Displacement {
 public:
     Displacement(DisplacedMesh& displaced, const MeshInstance& meshInstance, const DisplacementView& view,
@@ -80,7 +80,7 @@ public:
         mi_matrix_prod(toCamera_, meshInstance.instanceRecord->tf.local_to_global, view.worldToCamera);
     }
 
-    /// Asks for the vertices from `first` on and moves those in one place together.
+    /// Evaluates the vertices from `first` on and moves coincident ones together.
     void evaluate(std::size_t first) {
         const std::size_t count = displaced_.vertexCount();
         displaced_.offsets.resize(count);
@@ -88,7 +88,7 @@ public:
         parallelFor(count - first, verticesPerChunk, [&](std::size_t from, std::size_t to) {
             for (std::size_t v = first + from; v < first + to; ++v) displaced_.offsets[v] = offsetOf(v);
         });
-        displaced_.joinPlaces(first);
+        displaced_.joinCoincident(first);
         parallelFor(count - first, verticesPerChunk, [&](std::size_t from, std::size_t to) {
             for (std::size_t v = first + from; v < first + to; ++v)
                 inCamera_[v] = transformPoint(displaced_.mesh.points[v] + displaced_.offsets[v], toCamera_);

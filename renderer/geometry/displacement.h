@@ -29,34 +29,34 @@ struct DisplacementVertex {
 /// Answers how far a vertex moves along its normal, in units of the object's space. Called from any thread.
 using DisplacementShader = std::function<float(const MeshInstance&, const DisplacementVertex&)>;
 
-/// How large things look, which decides how finely displaced surfaces are cut.
+/// How large surfaces appear in the picture, which decides how finely displaced ones are refined.
 struct DisplacementView {
     miMatrix worldToCamera;
     bool orthographic;
     float pixelsPerUnit;         ///< per radian at the picture's centre; orthographic: per scene unit
     float halfWidth, halfHeight; ///< of the view at distance 1; orthographic: scene units
-    float nearest;               ///< scene units; what is nearer looks as large as there
+    float nearest;               ///< scene units; closer surfaces count as being at this distance
 };
 
-/// How finely, and how far.
+/// How finely surfaces are refined, and how far vertices may move.
 struct DisplacementLimits {
     scene::Approximation approximation{4.0f, true};
-    float distance = 0.0f;             ///< object space units either way; 0: any
+    float distance = 0.0f;             ///< object space units in either direction; 0: any
     std::size_t triangles = 32u << 20; ///< of one mesh
 };
 
-/// What came of it.
+/// What `displace` reports.
 struct DisplacementOutcome {
     bool stoppedEarly = false; ///< the limit of triangles was met; the surface is coarser than asked for
 };
 
-/// Cuts the mesh of a leaf, in object space, and moves its vertices. Edges are halved until they look short
-/// enough; whether one is depends on its two ends alone, so that triangles which share it, or meet along it
-/// with vertices of their own, agree and no cracks open. Vertices in one place move together, by the mean of
-/// what their normals and materials say. The result is the same for any number of threads.
+/// Refines the mesh of an instance, in object space, and moves its vertices. Edges are halved until they
+/// appear short enough; whether one is depends on its two ends alone, so that triangles that share it, or
+/// meet along it with vertices of their own, agree and no cracks open. Coincident vertices move together, by
+/// the mean of their displacements. The result is the same for any number of threads.
 ///
-/// Normals are made anew from the moved triangles, smooth where the given ones were. Vertices in motion take
-/// the displacement of the start of the shutter along.
+/// Normals are computed from the moved triangles, smooth where the given ones were. Moving vertices keep the
+/// displacement that they have at the start of the shutter.
 DisplacementOutcome displace(Mesh& mesh, const MeshInstance& meshInstance, const DisplacementView& view,
                              const DisplacementLimits& limits, const DisplacementShader& shader);
 

@@ -11,14 +11,15 @@ namespace {
 /// Deeper than any scene that is not a group inside itself.
 constexpr int deepestLightGroup = 256;
 
-/// Local to world at the ends of all motion steps; empty where the way is straight or leads nowhere.
+/// Local to world at the ends of all motion steps; empty where the motion is a single step or an end of it is
+/// singular.
 std::vector<scene::InstanceElement::Matrix> motionPathOf(const Inherited& inherited) {
     std::vector<scene::InstanceElement::Matrix> path;
     if (inherited.inBetween.empty()) return path;
-    bool flatAtStart = false, flatAtEnd = false;
-    const Transform start = inverse(inherited.worldToLocal, flatAtStart);
-    const Transform end = inverse(inherited.worldToLocalAtEnd, flatAtEnd);
-    if (flatAtStart || flatAtEnd) return path;
+    bool singularAtStart = false, singularAtEnd = false;
+    const Transform start = inverse(inherited.worldToLocal, singularAtStart);
+    const Transform end = inverse(inherited.worldToLocalAtEnd, singularAtEnd);
+    if (singularAtStart || singularAtEnd) return path;
     const auto append = [&](const Transform& toWorld) { toWorld.store(path.emplace_back().data()); };
     append(start);
     for (const Transform& toWorld : inherited.inBetween) append(toWorld);
@@ -70,17 +71,17 @@ void FlattenedScene::visitInstance(scene::InstanceElement& instance, const Inher
     if (!item) return; // the reader has said what is missing
     switch (item->type) {
     case miSCENE_GROUP:
-        place(instance, inherited, above.parent);
+        addPath(instance, inherited, above.parent);
         visitGroup(item->tag, inherited);
         break;
     case miSCENE_OBJECT: {
-        scene::InstanceElement& meshInstance = place(instance, inherited, above.parent);
+        scene::InstanceElement& meshInstance = addPath(instance, inherited, above.parent);
         objectInstances.push_back({&meshInstance, static_cast<scene::ObjectElement*>(item), inherited});
-        objectInstances.back().inherited.inBetween = {}; // the instance has them now, and leaves are many
+        objectInstances.back().inherited.inBetween = {}; // the instance has them now, and there are many
         break;
     }
-    case miSCENE_LIGHT: lights.push_back(place(instance, inherited, above.parent).tag); break;
-    case miSCENE_CAMERA: place(instance, inherited, above.parent); break;
+    case miSCENE_LIGHT: lights.push_back(addPath(instance, inherited, above.parent).tag); break;
+    case miSCENE_CAMERA: addPath(instance, inherited, above.parent); break;
     default:
         log_.errorAt(instance.location, "GEOM",
                      "instance \"{}\" places \"{}\", which is no object, light, camera or instance group",
@@ -88,16 +89,16 @@ void FlattenedScene::visitInstance(scene::InstanceElement& instance, const Inher
     }
 }
 
-scene::InstanceElement& FlattenedScene::place(scene::InstanceElement& instance, const Inherited& inherited,
-                                              miTag parent) {
-    scene::InstanceElement* placed = &instance;
-    std::vector<miTag>& places = places_[instance.tag];
-    if (!places.empty()) {
+scene::InstanceElement& FlattenedScene::addPath(scene::InstanceElement& instance, const Inherited& inherited,
+                                                miTag parent) {
+    scene::InstanceElement* ofPath = &instance;
+    std::vector<miTag>& paths = paths_[instance.tag];
+    if (!paths.empty()) {
         auto copy = std::make_unique<scene::InstanceElement>(instance);
-        placed = copy.get();
+        ofPath = copy.get();
         copies_.push_back(database_.add(std::move(copy)));
     }
-    places.push_back(placed->tag);
+    paths.push_back(ofPath->tag);
 
     bool singular = false;
     const Transform localToWorld = inverse(inherited.worldToLocal, singular);
@@ -105,25 +106,25 @@ scene::InstanceElement& FlattenedScene::place(scene::InstanceElement& instance, 
     if (singular)
         log_.errorAt(
             instance.location, "GEOM",
-            "the transforms down to instance \"{}\" cannot be inverted; it stands where the world does",
+            "the transforms down to instance \"{}\" cannot be inverted; it is placed at the world's origin",
             instance.name);
 
-    miInstance& record = placed->instance;
+    miInstance& record = ofPath->instance;
     worldToLocal.store(record.tf.global_to_local);
     localToWorld.store(record.tf.local_to_global);
     inherited.worldToLocalAtEnd.store(record.motion_transform);
-    placed->motionPath = motionPathOf(inherited);
+    ofPath->motionPath = motionPathOf(inherited);
     record.tf.identity = worldToLocal.isIdentity();
     record.motion = inherited.moves();
     record.parent = parent;
     record.off = miFALSE;
-    return *placed;
+    return *ofPath;
 }
 
-const std::vector<miTag>& FlattenedScene::placesOf(miTag instance) const {
-    static const std::vector<miTag> nowhere;
-    const auto found = places_.find(instance);
-    return found == places_.end() ? nowhere : found->second;
+const std::vector<miTag>& FlattenedScene::pathsTo(miTag instance) const {
+    static const std::vector<miTag> none;
+    const auto found = paths_.find(instance);
+    return found == paths_.end() ? none : found->second;
 }
 
 std::vector<miTag> FlattenedScene::expandLights(const std::vector<miTag>& entries) const {
@@ -144,15 +145,15 @@ void FlattenedScene::expandInto(miTag entry, std::vector<miTag>& found, int dept
     if (item && item->type == miSCENE_GROUP) {
         expandInto(item->tag, found, depth + 1);
     } else if (item && item->type == miSCENE_LIGHT) {
-        const std::vector<miTag>& places = placesOf(entry);
-        if (places.empty())
-            log_.once("unplaced light " + std::to_string(entry),
+        const std::vector<miTag>& paths = pathsTo(entry);
+        if (paths.empty())
+            log_.once("light below no group " + std::to_string(entry),
                       {LogLevel::Warning, "GEOM", 0,
                        "light instance \"" + instance->name +
                            "\" is in a light list but not below the rendered group; it gives no light",
                        instance->location});
-        for (const miTag place : places)
-            if (std::find(found.begin(), found.end(), place) == found.end()) found.push_back(place);
+        for (const miTag light : paths)
+            if (std::find(found.begin(), found.end(), light) == found.end()) found.push_back(light);
     }
 }
 

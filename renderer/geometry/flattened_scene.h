@@ -13,9 +13,9 @@
 
 namespace orca::geometry {
 
-/// Every way from a root group down to objects, lights and cameras. Each gets an instance record of its own:
-/// the first way to an instance fills the instance's own record, each further one a copy with its own tag,
-/// taken back when the graph goes.
+/// The scene graph with one instance for every path from a root group down to an object, light or camera. The
+/// first path to an instance fills the instance's own record, each further one a copy with its own tag, which
+/// is removed from the database with this object.
 class FlattenedScene {
 public:
     /// `motionSteps`: equal segments of the shutter along which transforms move.
@@ -30,24 +30,25 @@ public:
         Inherited inherited;
     };
     std::vector<ObjectInstance> objectInstances; ///< in scene-graph order
-    std::vector<miTag> lights;                   ///< placed light instances, in scene-graph order
+    std::vector<miTag> lights;                   ///< light instances, in scene-graph order
 
-    /// All places of an instance, copies included; empty when it does not stand below the root.
-    [[nodiscard]] const std::vector<miTag>& placesOf(miTag instance) const;
-    /// Light instances that a list's entries stand for, in the order of the list; each once.
+    /// One tag for every path to an instance, its own first; empty when it is not below the root.
+    [[nodiscard]] const std::vector<miTag>& pathsTo(miTag instance) const;
+    /// The light instances of a list, groups replaced by their members, in the order of the list; each once.
     [[nodiscard]] std::vector<miTag> expandLights(const std::vector<miTag>& entries) const;
 
 private:
     void visitGroup(miTag group, const Inherited& inherited);
     void visitInstance(scene::InstanceElement& instance, const Inherited& above);
-    scene::InstanceElement& place(scene::InstanceElement& instance, const Inherited& inherited, miTag parent);
+    scene::InstanceElement& addPath(scene::InstanceElement& instance, const Inherited& inherited,
+                                    miTag parent);
     void expandInto(miTag entry, std::vector<miTag>& lights, int depth) const;
 
     scene::Database& database_;
     Log& log_;
     std::vector<miTag> openGroups_;
     std::vector<miTag> copies_;
-    std::unordered_map<miTag, std::vector<miTag>> places_;
+    std::unordered_map<miTag, std::vector<miTag>> paths_;
 };
 
 } // namespace orca::geometry

@@ -51,7 +51,7 @@ Inherited Inherited::below(const scene::InstanceElement& instance) const {
     const bool overrides = instance.overrides;
     result.visible.give(flags.visible, overrides);
     result.trace.give(flags.trace, overrides);
-    // The switch speaks of casting only; where the mode is given as well, it says more.
+    // The flag is about casting only; the mode, where it is given as well, covers receiving too.
     if (flags.shadowMode) result.shadow.give(flags.shadowMode, overrides);
     else result.shadow.seen.give(flags.shadow, overrides);
     result.reflection.give(flags.reflection, overrides);
@@ -66,26 +66,26 @@ Inherited Inherited::below(const scene::InstanceElement& instance) const {
     return result;
 }
 
-/// Takes `inBetween` down to the instance; all else still speaks of what is above.
+/// Updates `inBetween` for the instance, while all other members are still those of its parent.
 void Inherited::moveInSteps(const scene::InstanceElement& instance) {
     using Motion = scene::InstanceElement::Motion;
     const bool moves = instance.motion == Motion::Given && instance.motionTransform != instance.transform;
     if (instance.motion == Motion::Off) inBetween.clear();
     if (instance.motion == Motion::Off || (!moves && inBetween.empty())) return;
-    bool flatAbove = false, flatAtStart = false, flatAtEnd = false;
-    const Transform above = inverse(worldToLocal, flatAbove);
-    const Transform start = inverse(Transform::from(instance.transform.data()), flatAtStart);
-    const Transform end = inverse(Transform::from(instance.motionTransform.data()), flatAtEnd);
-    // What cannot be inverted is reported, and stands still, where the ends of the way are looked at.
-    if (flatAbove || flatAtStart || (moves && flatAtEnd)) {
+    bool singularAbove = false, singularAtStart = false, singularAtEnd = false;
+    const Transform above = inverse(worldToLocal, singularAbove);
+    const Transform start = inverse(Transform::from(instance.transform.data()), singularAtStart);
+    const Transform end = inverse(Transform::from(instance.motionTransform.data()), singularAtEnd);
+    // A singular transform is reported where the ends of the motion are resolved, and then does not move.
+    if (singularAbove || singularAtStart || (moves && singularAtEnd)) {
         inBetween.clear();
         return;
     }
     if (inBetween.empty()) inBetween.assign(static_cast<std::size_t>(motionSteps - 1), above);
-    const AnimatedTransform way(start, moves ? end : start);
+    const AnimatedTransform animated(start, moves ? end : start);
     for (std::size_t i = 0; i < inBetween.size(); ++i) {
         const double part = static_cast<double>(i + 1) / motionSteps;
-        inBetween[i] = (moves ? way.at(part) : start) * inBetween[i];
+        inBetween[i] = (moves ? animated.at(part) : start) * inBetween[i];
     }
 }
 

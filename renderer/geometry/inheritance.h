@@ -12,7 +12,8 @@
 
 namespace orca::geometry {
 
-/// A value that instances hand down. The instance closest to the leaf wins, unless one above it overrides.
+/// A value that instances pass down the scene graph. The lowest instance that sets it wins, unless one above
+/// overrides.
 template <class T>
 struct Setting {
     std::optional<T> value;
@@ -25,18 +26,18 @@ struct Setting {
     }
 };
 
-/// Two claims that one mode of the scene language makes: seen by such rays, and sending them.
+/// The two settings that one mode of the scene language combines: seen by such rays, and sending them.
 struct RayMode {
     Setting<bool> seen, sends;
     /// Bits: 1 seen, 2 sends, 4 and 8 the same as a "not" that nothing below can undo.
     void give(const std::optional<int>& mode, bool overrides);
 };
 
-/// What a path through the scene graph hands down to the leaf at its end.
+/// What a path through the scene graph passes down to its end.
 struct Inherited {
     int motionSteps = 1;                       ///< equal segments of the shutter along which transforms move
     Transform worldToLocal, worldToLocalAtEnd; ///< at shutter time 0 and 1
-    /// Local to world at the ends of all motion steps but the last; empty: straight, or not at all.
+    /// Local to world at the ends of all motion steps but the last; empty: one step, or no motion.
     std::vector<Transform> inBetween;
     miTag parent = miNULLTAG; ///< instance above; 0 below the root
     Setting<bool> visible, trace;
@@ -47,7 +48,7 @@ struct Inherited {
     const scene::LightLinks* lights = nullptr;    ///< null: all
     const scene::LightLinks* shadowLights = nullptr;
 
-    /// Below one more instance.
+    /// As below one more instance.
     [[nodiscard]] Inherited below(const scene::InstanceElement& instance) const;
     [[nodiscard]] bool moves() const { return !(worldToLocal == worldToLocalAtEnd) || !inBetween.empty(); }
 
@@ -55,7 +56,7 @@ private:
     void moveInSteps(const scene::InstanceElement& instance);
 };
 
-/// Flags of a leaf after inheritance.
+/// Flags of a mesh instance after inheritance.
 struct ResolvedFlags {
     std::uint8_t visibleTo; ///< bit per RayClass
     bool visible, trace, castsShadows, receivesShadows;
@@ -63,7 +64,7 @@ struct ResolvedFlags {
     miCBoolean reflection, refraction, transparency, gather; ///< modes, bits 1 and 2
     char face;
 };
-/// `faceOfOptions` holds where neither an instance nor the object says otherwise.
+/// @param faceOfOptions where neither an instance nor the object gives a face
 [[nodiscard]] ResolvedFlags resolve(const Inherited& inherited, const scene::ObjectElement& object,
                                     char faceOfOptions);
 

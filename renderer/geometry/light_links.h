@@ -13,15 +13,15 @@
 
 namespace orca::geometry {
 
-/// Which lights illuminate a leaf, and for which lights it casts shadows. Leaves with the same list share one
-/// set.
+/// Which lights illuminate a mesh instance, and for which lights it casts shadows. Instances with the same
+/// list share one set.
 class LightSets {
 public:
     explicit LightSets(const FlattenedScene& graph) : graph_(graph), lists_{graph.lights} {
         for (std::uint32_t i = 0; i < graph.lights.size(); ++i) indexOf_[graph.lights[i]] = i;
     }
 
-    /// Number of the set that a leaf's links stand for; 0 is "all lights". Null links: 0.
+    /// Number of the set of an instance's links; 0 is "all lights". Null links: 0.
     [[nodiscard]] std::uint32_t listFor(const scene::LightLinks* links);
     [[nodiscard]] std::uint32_t shadowSetFor(const scene::LightLinks* links);
     /// Call when all sets are made: prepares the constant-time look-up.

@@ -114,7 +114,7 @@ public:
     [[nodiscard]] const Faults& faults() const { return faults_; }
     [[nodiscard]] const MotionSegments& motion() const { return parts_.motion; }
     [[nodiscard]] Mesh finish() {
-        // Motions were collected as displacements; a mesh that only stands still is not worth more copies.
+        // Motions were collected as displacements; a mesh that does not move needs no more copies.
         const auto isStill = [](const std::vector<miVector>& displacements) {
             return std::all_of(displacements.begin(), displacements.end(), isNull);
         };
@@ -337,8 +337,7 @@ Mesh buildMesh(const scene::ObjectElement& object, Log& log) {
         log.warningAt(
             object.location, "GEOM",
             "object \"{}\" has vertices with {} motion vectors, whose steps only meet in more than {}; its "
-            "way "
-            "is followed in {} steps and cuts corners (give all vertices the same number, at most {})",
+            "motion is followed in {} steps and cuts corners (give all vertices the same number, at most {})",
             object.name, builder.motion().counts(), scene::motionStepsAtMost, scene::motionStepsAtMost,
             scene::motionStepsAtMost);
     return builder.finish();

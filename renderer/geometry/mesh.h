@@ -13,15 +13,15 @@
 namespace orca::geometry {
 
 /// The triangles of one object. Vertex arrays are empty or have one entry per vertex; all share one index
-/// list. Points, normals and motions are in object space, or in world space once `placeInWorld` has run; bump
-/// basis and derivatives always stay in object space.
+/// list. Points, normals and motions are in object space, or in world space after `placeInWorld`; bump basis
+/// and derivatives are always in object space.
 struct Mesh {
     using Triangle = std::array<std::uint32_t, 3>;
 
     std::vector<miVector> points;
     /// Points at the ends of equal segments of the unit shutter, the last at its end; empty: does not deform.
     std::vector<std::vector<miVector>> laterPoints;
-    std::vector<miVector> normals; ///< a null vector stands for the geometric normal
+    std::vector<miVector> normals; ///< a null vector: the geometric normal
     int textureSpaces = 0;
     std::vector<miVector> textures;     ///< vertex * textureSpaces + space
     std::vector<miVector> bumpX, bumpY; ///< of the first texture space
@@ -38,7 +38,7 @@ struct Mesh {
 /// one message per object and kind of fault.
 [[nodiscard]] Mesh buildMesh(const scene::ObjectElement& object, Log& log);
 
-/// Takes points, later points and normals to world space, for a mesh that stands in one place only.
+/// Transforms points, later points and normals to world space, for a mesh with one instance only.
 void placeInWorld(Mesh& mesh, const miScalar* localToGlobal, const miScalar* globalToLocal);
 
 } // namespace orca::geometry

@@ -14,9 +14,9 @@ namespace orca::geometry {
 
 struct Mesh;
 
-/// One mesh in one place, with everything that it inherits from the instances above it.
+/// One mesh at the end of one path through the scene graph, with everything that it inherits on that path.
 struct MeshInstance {
-    miTag instance; ///< the leaf instance; its miInstance holds the whole path's matrices
+    miTag instance; ///< the lowest instance; its miInstance holds the whole path's matrices
     const miInstance* instanceRecord;
     miTag object;
     const Mesh* mesh;
@@ -27,15 +27,14 @@ struct MeshInstance {
     char face;                                                  ///< 'f', 'b' or 'a'
     bool mirrored;                                              ///< the placement changes handedness
 
-    bool placedInWorld;                 ///< the mesh itself is in world space: it stands nowhere else
+    bool placedInWorld;                 ///< the mesh itself is in world space: this is its only instance
     bool transformMoves;                ///< the matrices differ at the end of the shutter
     bool materialsOverride;             ///< the inherited materials also replace the polygons' own
     std::uint32_t materialCount;        ///< at least 1
     const miTag* materials;             ///< inherited, none of them 0; polygon labels index them
     std::uint32_t lightList, shadowSet; ///< numbers of the light sets
-    const scene::Approximation*
-        approximation;           ///< of displaced polygons, as instances say; null: the object's
-    miMatrix localToGlobalAtEnd; ///< of the whole path, at the end of the unit shutter
+    const scene::Approximation* approximation; ///< of displaced polygons; null: the object's
+    miMatrix localToGlobalAtEnd;               ///< of the whole path, at the end of the unit shutter
     /// The same at the ends of equal motion steps, the start included; empty: blended from start to end.
     std::span<const std::array<float, 16>> motionPath;
 };

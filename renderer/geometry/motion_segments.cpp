@@ -30,7 +30,7 @@ void MotionSegments::add(const scene::TriangleList& list) {
     if (list.layout.motionCount > 0) counts_.insert(static_cast<std::size_t>(list.layout.motionCount));
 }
 
-/// Something above `scene::motionStepsAtMost` where it is above that.
+/// Exact up to `scene::motionStepsAtMost`; any larger number beyond.
 std::size_t MotionSegments::leastCommonMultiple() const {
     constexpr std::size_t beyond = scene::motionStepsAtMost + 1; // keeps the product small
     std::size_t multiple = 1;

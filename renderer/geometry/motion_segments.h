@@ -16,7 +16,7 @@ public:
     void add(const scene::PolygonGroup& group);
     void add(const scene::TriangleList& list);
 
-    /// Motion vectors of one vertex; 0: it stands still.
+    /// Motion vectors of one vertex; 0: it does not move.
     [[nodiscard]] static std::size_t of(const scene::PolygonGroup& group, std::size_t vertex);
 
     /// Segments that all vertices are given, `scene::motionStepsAtMost` at most; 0: nothing moves.

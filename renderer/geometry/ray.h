@@ -8,7 +8,7 @@
 
 namespace orca::geometry {
 
-/// Who is looking: decides which leaves a ray can meet.
+/// Why a ray is cast: decides which mesh instances it can meet.
 enum class RayClass : std::uint8_t { Eye, Transparent, Reflect, Refract, Shadow, Gather };
 inline constexpr int rayClassCount = 6;
 
@@ -30,7 +30,7 @@ struct Ray {
     std::uint32_t skipTriangle = nothing;
 };
 
-/// Where a ray met a leaf.
+/// Where a ray met a mesh instance.
 struct Hit {
     float distance;
     float u, v;                 ///< barycentric weights of the triangle's second and third vertex

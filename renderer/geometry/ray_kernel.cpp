@@ -27,7 +27,7 @@ void reportDeviceError(void* user, RTCError code, const char* text) {
     return hit.instID[0] != RTC_INVALID_GEOMETRY_ID ? hit.instID[0] : hit.geomID;
 }
 
-/// Drops hits on the side of a leaf that its `face` hides. Installed only where a leaf hides one.
+/// Drops hits on the side of an instance that its `face` hides. Installed only where one hides a side.
 void hideFace(const RTCFilterFunctionNArguments* arguments) {
     const auto* const meshInstances = static_cast<const MeshInstance*>(arguments->geometryUserPtr);
     for (unsigned int i = 0; i < arguments->N; ++i) {
@@ -80,8 +80,8 @@ struct RayKernel::Implementation {
 
     [[nodiscard]] RTCScene newScene() const {
         const RTCScene scene = rtcNewScene(device);
-        // Robust: no light leaks through the edges between triangles. The filter is for the rays that bring
-        // one.
+        // Robust: no light leaks through the edges between triangles. The filter is for rays whose context
+        // has one.
         rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST | RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
         // Not the quality with spatial splits: those come in an order that depends on the threads, and with
         // them which of two triangles answers for a ray that meets both at the same distance.
@@ -193,7 +193,7 @@ RayKernel::RayKernel(std::span<const MeshInstance> meshInstances, bool traceMoti
         }
         rtcSetGeometryMask(geometry, meshInstance.visibleTo);
         rtcCommitGeometry(geometry);
-        rtcAttachGeometryByID(kernel.top, geometry, i); // so that a hit names its leaf
+        rtcAttachGeometryByID(kernel.top, geometry, i); // so that a hit names its mesh instance
         rtcReleaseGeometry(geometry);
     }
     rtcCommitScene(kernel.top);
@@ -208,7 +208,8 @@ RayKernel::~RayKernel() {
 
 namespace {
 
-/// False for a ray that leads nowhere: not-a-numbers and infinities from shaders must not reach the kernel.
+/// False for a null direction, and for not-a-numbers and infinities from shaders, which must not reach the
+/// kernel.
 [[nodiscard]] bool canBeTraced(const Ray& ray) {
     const float length = dot(ray.direction, ray.direction);
     const float place = ray.origin.x + ray.origin.y + ray.origin.z;
@@ -240,8 +241,8 @@ bool RayKernel::intersect(const Ray& ray, Hit& hit) const {
     rtcInitIntersectContext(&context);
     RTCRayHit query;
     setRay(query.ray, ray, timeOf(ray));
-    // A hit on the triangle to skip starts the ray again just beyond: that happens to few rays, while a
-    // filter would slow them all.
+    // After a hit on the triangle to skip, the ray starts again just beyond it: that happens to few rays,
+    // while a filter would slow them all.
     for (;;) {
         query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
         query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;

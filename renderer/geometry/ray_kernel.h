@@ -12,12 +12,12 @@
 
 namespace orca::geometry {
 
-/// The ray-tracing kernel's scene over all leaves; leaf numbers are their places in the span, which, with the
-/// meshes, must stay where it is. Meshes placed in the world stand in the top level, the others are instanced
-/// there.
+/// The ray-tracing kernel's scene over all mesh instances, which hits name by their index in the span; span
+/// and meshes must outlive it unchanged. Meshes in world space are geometries of the top level, the others
+/// are instanced there.
 class RayKernel {
 public:
-    /// `traceMotion`: rays see leaves at their own time; else at shutter time 0.
+    /// @param traceMotion rays see the scene at their own time; else at shutter time 0
     RayKernel(std::span<const MeshInstance> meshInstances, bool traceMotion, Log& log);
     ~RayKernel();
     RayKernel(const RayKernel&) = delete;
@@ -25,7 +25,7 @@ public:
 
     bool intersect(const Ray& ray, Hit& hit) const;
     [[nodiscard]] bool occluded(const Ray& ray) const;
-    /// When a ray of that time sees things: within the shutter, and never while one of them is flat.
+    /// The time at which a ray is traced: within the shutter, and never one at which an instance is singular.
     [[nodiscard]] float timeOf(const Ray& ray) const;
     /// Over the whole shutter; both at the origin when there is nothing.
     void bounds(miVector& lower, miVector& upper) const;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "geometry/ray_origin.h"
+
 #include "base/vectors.h"
-#include "geometry/scene_geometry.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,12 +12,12 @@ namespace orca::geometry {
 
 namespace {
 
-constexpr float nearOrigin =
-    1.0f / 32.0f; // below this, units in the last place get too small to clear anything
+/// Scene units; for smaller coordinates, units in the last place are too small to clear anything.
+constexpr float nearOrigin = 1.0f / 32.0f;
 constexpr float absoluteStep = 1.0f / 65536.0f; // scene units, used there instead
 constexpr float unitsInLastPlace = 256.0f;
 
-float leave(float coordinate, float normal) {
+float movedOff(float coordinate, float normal) {
     if (std::abs(coordinate) < nearOrigin) return coordinate + absoluteStep * normal;
     const auto steps = static_cast<std::int32_t>(unitsInLastPlace * normal);
     const auto bits = std::bit_cast<std::int32_t>(coordinate);
@@ -28,8 +29,8 @@ float leave(float coordinate, float normal) {
 
 miVector offsetRayOrigin(const miVector& point, const miVector& geometricNormal, const miVector& direction) {
     const float side = dot(geometricNormal, direction) < 0.0f ? -1.0f : 1.0f;
-    return {leave(point.x, side * geometricNormal.x), leave(point.y, side * geometricNormal.y),
-            leave(point.z, side * geometricNormal.z)};
+    return {movedOff(point.x, side * geometricNormal.x), movedOff(point.y, side * geometricNormal.y),
+            movedOff(point.z, side * geometricNormal.z)};
 }
 
 float distancePastHit(const miVector& origin, float distance) {

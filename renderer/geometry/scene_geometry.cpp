@@ -48,7 +48,7 @@ struct SceneGeometry::Implementation {
 
     struct SharedMesh {
         Mesh mesh;
-        int places = 0;
+        int instances = 0;
     };
     std::deque<SharedMesh> meshes;                 // addresses stay
     std::unordered_map<miTag, SharedMesh*> meshOf; // by object
@@ -56,7 +56,7 @@ struct SceneGeometry::Implementation {
     std::unordered_map<const std::vector<miTag>*, const std::vector<miTag>*> listOf;
 
     std::vector<MeshInstance> meshInstances;
-    std::deque<Mesh> displacedMeshes; // one per displaced leaf, however many share the object
+    std::deque<Mesh> displacedMeshes; // one per displaced instance, however many share the object
     bool displacementToCome = false;
     int threads = 0;
     std::optional<RayKernel> kernel;
@@ -70,14 +70,14 @@ struct SceneGeometry::Implementation {
 void SceneGeometry::Implementation::buildMeshes() {
     std::vector<const scene::ObjectElement*> objects;
     std::vector<SharedMesh*> targets;
-    for (const FlattenedScene::ObjectInstance& meshInstance : graph.objectInstances) {
-        SharedMesh*& shared = meshOf[meshInstance.object->tag];
+    for (const FlattenedScene::ObjectInstance& instance : graph.objectInstances) {
+        SharedMesh*& shared = meshOf[instance.object->tag];
         if (!shared) {
             shared = &meshes.emplace_back();
-            objects.push_back(meshInstance.object);
+            objects.push_back(instance.object);
             targets.push_back(shared);
         }
-        ++shared->places;
+        ++shared->instances;
     }
     parallelFor(objects.size(), 1,
                 [&](std::size_t i, std::size_t) { targets[i]->mesh = buildMesh(*objects[i], log); });
@@ -167,7 +167,7 @@ void SceneGeometry::Implementation::buildMeshInstances(const miOptions& options)
 
         const bool displaced = displacementToCome && isDisplaced(meshInstance);
         meshInstance.placedInWorld =
-            shared.places == 1 && !displaced && !(traceMotion && meshInstance.transformMoves);
+            shared.instances == 1 && !displaced && !(traceMotion && meshInstance.transformMoves);
         if (meshInstance.placedInWorld)
             placeInWorld(mesh, record.tf.local_to_global, record.tf.global_to_local);
         maxTextureSpaces = std::max(maxTextureSpaces, mesh.textureSpaces);
@@ -178,7 +178,7 @@ void SceneGeometry::Implementation::buildMeshInstances(const miOptions& options)
     lightSets.finish();
 }
 
-/// Every place of a displaced object is displaced for itself: its material and its distance are its own.
+/// Every instance of a displaced object is displaced on its own: its material and its distance differ.
 bool SceneGeometry::Implementation::isDisplaced(const MeshInstance& meshInstance) const {
     const auto displaces = [&](miTag tag) {
         const auto* material = tag ? database.find<scene::MaterialElement>(tag) : nullptr;
@@ -237,7 +237,7 @@ void SceneGeometry::Implementation::buildKernel() {
 
 namespace {
 
-/// Steps are for rays that see things move; without them the ends of the shutter tell all.
+/// Steps are for rays that see motion; without it the ends of the shutter suffice.
 int motionStepsOf(const miOptions& options) {
     return options.motion ? std::clamp(static_cast<int>(options.motion_steps), 1, scene::motionStepsAtMost)
                           : 1;

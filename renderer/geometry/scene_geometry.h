@@ -17,27 +17,28 @@
 
 namespace orca::geometry {
 
-/// Everything that rays can meet below a root group, placed, inherited and ready for tracing; and the lights
-/// and the camera that stand there. Built once per picture; const, and safe from any thread, afterwards.
+/// Everything that rays can meet below a root group, with placements and inherited settings resolved, ready
+/// for tracing; and the light instances there. Built once per picture; const, and safe from any thread,
+/// afterwards.
 class SceneGeometry {
 public:
-    /// Walks the scene graph from `rootGroup` and fills the records of the instances on the way; an instance
-    /// that is reached more than once gets one more element per further place, for as long as this object
-    /// lives, so the database must outlive it. Scene faults become messages; the faulty part is left out.
-    /// `threads` limits the threads that build the acceleration structures, 0 takes all; hits do not depend
-    /// on it. Rays see things move only when `options.motion` is on.
-    ///
     /// With displacement still to come, `finish` must be called before any ray is cast.
     enum class Displacement { None, StillToCome };
+
+    /// Flattens the scene graph below `rootGroup` and fills the records of the instances on its paths; an
+    /// instance that several paths reach gets one more element for each further path. Those live as long as
+    /// this object, so the database must outlive it. Scene faults become messages; the faulty part is left
+    /// out. `threads` limits the threads that build the acceleration structures, 0 takes all; hits do not
+    /// depend on it. Rays see things move only when `options.motion` is on.
     SceneGeometry(scene::Database& database, Log& log, miTag rootGroup, const miOptions& options, int threads,
                   Displacement displacement = Displacement::None);
     ~SceneGeometry();
     SceneGeometry(const SceneGeometry&) = delete;
     SceneGeometry& operator=(const SceneGeometry&) = delete;
 
-    /// Displaces the leaves whose materials have displacement shaders and makes everything ready for tracing.
-    /// Without this call, and with displacement switched off in the options, they stay as modelled. `shader`
-    /// is called on the threads of an arena of at most `threads`.
+    /// Displaces the mesh instances whose materials have displacement shaders and makes everything ready for
+    /// tracing. Without this call, and with displacement switched off in the options, they stay as modelled.
+    /// `shader` is called on the threads of an arena of at most `threads`.
     /// @param overrides what the options say of all objects; null: nothing
     void finish(const DisplacementView& view, const DisplacementShader& shader,
                 const scene::OptionsElement* overrides = nullptr);
@@ -48,7 +49,8 @@ public:
     [[nodiscard]] bool occluded(const Ray& ray) const;
 
     /// Interpolated surface at a hit, in internal space. Normals are as modelled: not flipped toward the ray.
-    /// `textureCoordinates` receives leaf.mesh->textureSpaces entries; it has room for maxTextureSpaces().
+    /// `textureCoordinates` receives as many entries as the mesh has texture spaces; it has room for
+    /// maxTextureSpaces().
     void surfaceAt(const Ray& ray, const Hit& hit, SurfacePoint& point, miVector* textureCoordinates) const;
 
     [[nodiscard]] std::span<const MeshInstance> meshInstances() const;
@@ -56,12 +58,12 @@ public:
 
     /// All light instances in scene-graph order.
     [[nodiscard]] std::span<const miTag> lights() const;
-    /// Lights that illuminate a leaf: its list, all but its exclusive list, or all.
+    /// Lights that illuminate a mesh instance: its list, all but its exclusive list, or all.
     [[nodiscard]] std::span<const miTag> lightsOf(const MeshInstance& meshInstance) const;
-    /// False when the leaf's shadow links exempt it from this light's shadows. Constant time.
+    /// False when the instance's shadow links exempt it from this light's shadows. Constant time.
     [[nodiscard]] bool castsShadowOf(const MeshInstance& meshInstance, miTag lightInstance) const;
 
-    /// Light instances that the entries of a list (light instances, groups of them) stand for, each once.
+    /// The light instances of a list, groups replaced by their members, each once.
     [[nodiscard]] std::vector<miTag> expandLights(const std::vector<miTag>& entries) const;
     /// Material of surfaces that the scene gives none; it has no shader, and is shaded as plain grey.
     [[nodiscard]] miTag defaultMaterial() const;
@@ -69,7 +71,7 @@ public:
     /// Bounds of everything, internal space, over the whole shutter. Empty scene: both at the origin.
     [[nodiscard]] miVector boundsMin() const;
     [[nodiscard]] miVector boundsMax() const;
-    /// True when any leaf moves or deforms over the shutter.
+    /// True when any mesh instance moves or deforms over the shutter.
     [[nodiscard]] bool moves() const;
     [[nodiscard]] std::size_t triangleCount() const;
 
@@ -77,18 +79,5 @@ private:
     struct Implementation;
     std::unique_ptr<Implementation> implementation_;
 };
-
-/// Origin for a ray that leaves a surface at `point`: moved off the surface to the side of `direction` by a
-/// few units in the last place of its coordinates (Waechter and Binder, "A Fast and Robust Method for
-/// Avoiding Self-Intersection", 2019, in spirit). `geometricNormal` is unit, either side.
-[[nodiscard]] miVector offsetRayOrigin(const miVector& point, const miVector& geometricNormal,
-                                       const miVector& direction);
-
-/// Makes `ray` go on behind `hit`: past every triangle that has the hit point on its edge, so that a surface
-/// crossed where two of its triangles meet counts once.
-void advancePastHit(Ray& ray, const Hit& hit);
-
-/// Where a ray from `origin` that was met at `distance` goes on: advancePastHit() as a distance.
-[[nodiscard]] float distancePastHit(const miVector& origin, float distance);
 
 } // namespace orca::geometry

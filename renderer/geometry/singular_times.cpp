@@ -17,8 +17,8 @@ struct Cubic {
     double c0, c1, c2, c3;
 
     [[nodiscard]] double at(double t) const { return c0 + t * (c1 + t * (c2 + t * c3)); }
-    /// Where it turns round, ascending; nowhere: the ends.
-    [[nodiscard]] std::array<double, 2> turns() const {
+    /// Its extrema in [0, 1], ascending; where it has none, the ends.
+    [[nodiscard]] std::array<double, 2> extrema() const {
         const double a = 3.0 * c3, b = 2.0 * c2, discriminant = b * b - 4.0 * a * c1;
         if (!(discriminant >= 0.0)) return {0.0, 1.0};
         // Without cancellation; a quotient by zero is infinite and ends up at an end.
@@ -55,7 +55,7 @@ void SingularTimes::add(const miScalar* start, const miScalar* end, float startT
         times_.push_back(startTime + static_cast<float>(t) * (endTime - startTime));
     };
     constexpr double nothingLeft = 1e-10; // of the volume
-    const auto [first, second] = volume.turns();
+    const auto [first, second] = volume.extrema();
     const std::array<double, 4> stops{0.0, first, second, 1.0};
     for (const double t : {first, second})
         if (std::abs(volume.at(t)) <= nothingLeft * all) enter(t);
@@ -74,11 +74,12 @@ void SingularTimes::sort() {
     std::sort(times_.begin(), times_.end());
 }
 
-float SingularTimes::beside(float time) const {
-    auto flat = std::lower_bound(times_.begin(), times_.end(), time - instant);
-    for (; flat != times_.end() && *flat - time < instant; ++flat) time = *flat + 1.5f * instant;
+float SingularTimes::nextRegular(float time) const {
+    auto singular = std::lower_bound(times_.begin(), times_.end(), time - instant);
+    for (; singular != times_.end() && *singular - time < instant; ++singular)
+        time = *singular + 1.5f * instant;
     if (time <= 1.0f) return time;
-    // Flat as the shutter closes: before that instead.
+    // Singular as the shutter closes: before that instead.
     return 1.0f - 4.0f * instant;
 }
 

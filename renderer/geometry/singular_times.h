@@ -7,9 +7,9 @@
 
 namespace orca::geometry {
 
-/// Times of the shutter at which some placement is flat: where a thing is turned inside out, or by half a
-/// turn in one straight step, its blended matrix has no inverse for an instant, and no ray can be taken into
-/// its space. Rays of that instant are cast a millionth of the shutter beside it.
+/// Times of the shutter at which the matrix of some instance is singular: where an object is turned inside
+/// out, or by 180 degrees in one linear step, its blended matrix has no inverse for an instant, and no ray
+/// can be transformed into its space. Rays of that instant are traced about a millionth of the shutter later.
 class SingularTimes {
 public:
     /// Adds those of matrices that are blended entry by entry from `start` to `end`, over the part of the
@@ -18,11 +18,11 @@ public:
     /// To be called after the last `add`.
     void sort();
 
-    /// `time`, or one close by.
-    [[nodiscard]] float avoidedBy(float time) const { return times_.empty() ? time : beside(time); }
+    /// `time`, or the next one that is not singular.
+    [[nodiscard]] float avoidedBy(float time) const { return times_.empty() ? time : nextRegular(time); }
 
 private:
-    [[nodiscard]] float beside(float time) const;
+    [[nodiscard]] float nextRegular(float time) const;
 
     std::vector<float> times_;
 };

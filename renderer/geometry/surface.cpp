@@ -44,7 +44,7 @@ miVector vertexNormal(const Mesh& mesh, const Mesh::Triangle& triangle, const Hi
     return interpolateVertices(mesh.normals, triangle, hit);
 }
 
-/// Placement of a leaf at one time: how points and normals of its mesh get into the world.
+/// Transforms of a mesh instance at one time, from the space of its mesh to the world.
 class Placement {
 public:
     Placement(const MeshInstance& meshInstance, float time) : meshInstance_(meshInstance) {
@@ -63,7 +63,7 @@ public:
     [[nodiscard]] miVector vector(const miVector& v) const {
         return meshInstance_.placedInWorld ? v : transformVector(v, matrix());
     }
-    /// For derivatives and the like, which stay in object space also in meshes that are placed in the world.
+    /// For derivatives, which are in object space even where the mesh is in world space.
     [[nodiscard]] miVector objectVector(const miVector& v) const { return transformVector(v, matrix()); }
     /// Through the transposed inverse; not unit.
     [[nodiscard]] miVector normal(const miVector& n) const {
@@ -89,11 +89,11 @@ private:
 };
 
 /// World positions of a surface point at both ends of the unit shutter.
-struct Way {
+struct ShutterEnds {
     miVector opening, closing;
 };
 
-Way wayOf(const MeshInstance& meshInstance, const Mesh::Triangle& triangle, const Hit& hit) {
+ShutterEnds shutterEndsOf(const MeshInstance& meshInstance, const Mesh::Triangle& triangle, const Hit& hit) {
     const Mesh& mesh = *meshInstance.mesh;
     const miTransform& place = meshInstance.instanceRecord->tf;
     const miVector start = interpolateVertices(mesh.points, triangle, hit);
@@ -141,7 +141,7 @@ void interpolateSurface(const MeshInstance& meshInstance, const Hit& hit, float 
 
     point.point = placement.point(interpolate(a, b, c, hit.u, hit.v));
     const miVector turn = cross(edge1, edge2);
-    // Mirroring turns the corners of a mesh that was placed in the world the other way round.
+    // Mirroring has reversed the winding of a mesh that is in world space.
     point.geometricNormal = normalized(
         meshInstance.placedInWorld && meshInstance.mirrored ? -1.0f * turn : placement.normal(turn));
     const miVector smooth = vertexNormal(mesh, triangle, hit);
@@ -156,7 +156,7 @@ void interpolateSurface(const MeshInstance& meshInstance, const Hit& hit, float 
     point.primitive = const_cast<Mesh::Triangle*>(&triangle);
     point.moves = meshInstance.transformMoves || mesh.deforms();
     const auto [opening, closing] =
-        point.moves ? wayOf(meshInstance, triangle, hit) : Way{point.point, point.point};
+        point.moves ? shutterEndsOf(meshInstance, triangle, hit) : ShutterEnds{point.point, point.point};
     point.opening = opening;
     point.motion = point.moves ? closing - opening : miVector{0, 0, 0};
 

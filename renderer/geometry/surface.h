@@ -9,12 +9,12 @@
 
 namespace orca::geometry {
 
-/// Interpolates the surface of a leaf at a hit, as SceneGeometry::surfaceAt promises. `time` is the shutter
-/// time that was traced: 0 where the picture is without motion blur.
+/// Interpolates the surface of a mesh instance at a hit; see SceneGeometry::surfaceAt.
+/// @param time shutter time at which the ray was traced: 0 where the picture has no motion blur
 void interpolateSurface(const MeshInstance& meshInstance, const Hit& hit, float time, SurfacePoint& point,
                         miVector* textureCoordinates);
 
-/// Material of a triangle, after inheritance; never 0. The mesh is the leaf's, or one that will be.
+/// Material of a triangle, after inheritance; never 0. The mesh is the instance's, or will be.
 [[nodiscard]] miTag materialOf(const MeshInstance& meshInstance, const Mesh& mesh, std::uint32_t triangle);
 
 } // namespace orca::geometry

@@ -11,10 +11,10 @@ struct SurfacePoint {
     miVector normal;          ///< shading normal, unit, as modelled
     miVector geometricNormal; ///< unit, as modelled (counter-clockwise front)
     float bary[4];
-    miTag material; ///< after inheritance; never 0 (a default material stands in)
+    miTag material; ///< after inheritance; never 0 (else the default material)
     miUint label;
     void* primitive;  ///< identifies the triangle
-    miVector opening; ///< where the point is at the start of the unit shutter
+    miVector opening; ///< the point at the start of the unit shutter
     miVector motion;  ///< displacement over the unit shutter; null without motion
     bool moves;
     int textureSpaces; ///< entries written to the caller's texture coordinates

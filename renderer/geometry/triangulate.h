@@ -13,8 +13,7 @@ namespace orca::geometry {
 enum class PolygonFault {
     None,
     Degenerate, ///< no area, or a loop with fewer than three points: nothing is cut from it
-    NotSimple   ///< crosses itself, or a hole crosses the outline: the triangles cover more or less than its
-                ///< area
+    NotSimple   ///< crosses itself, or a hole crosses the outline: the triangles do not cover its area
 };
 
 /// Cuts a simple polygon with holes into triangles: holes are joined to the outline by bridges (Eberly,

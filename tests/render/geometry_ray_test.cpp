@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "geometry/ray_origin.h"
 #include "render/geometry_fixture.h"
 
 #include <cmath>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/camera/rasterizer.h"
 
+#include "geometry/ray_origin.h"
 #include "render/camera/eye_ray.h"
 #include "render/camera/state_shaders.h"
 

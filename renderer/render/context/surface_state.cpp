@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/context/surface_state.h"
 
+#include "geometry/ray_origin.h"
 #include <algorithm>
 
 namespace orca::render {

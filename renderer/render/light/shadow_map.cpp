@@ -3,6 +3,7 @@
 
 #include "base/orthonormal_basis.h"
 #include "base/parallel_for.h"
+#include "geometry/ray_origin.h"
 #include "geometry/scene_geometry.h"
 
 #include <tbb/global_control.h>

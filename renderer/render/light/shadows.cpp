@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/light/shadows.h"
 
+#include "geometry/ray_origin.h"
 #include "render/context/surface_state.h"
 #include "render/context/surroundings.h"
 #include "render/light/shadow_map.h"
