@@ -2,6 +2,7 @@
 #include "base/memory.h"
 
 #include "api/guarded.h"
+#include "base/block_arena.h"
 #include "base/locks.h"
 
 #include <shader.h>
@@ -30,11 +31,11 @@ DLLEXPORT void mi_mem_int_release(const char* file, int line, void* memory) {
 }
 
 DLLEXPORT miMemblk* mi_mem_int_blkcreate(const char* file, int line, int size) {
-    return guarded(__func__, nullptr, [&] { return MemoryLedger::instance().createArena(file, line, size); });
+    return guarded(__func__, nullptr, [&] { return orca::createArena(file, line, size); });
 }
 
 DLLEXPORT void mi_mem_blkdelete(miMemblk* arena) {
-    guarded(__func__, [&] { MemoryLedger::instance().deleteArena(arena); });
+    guarded(__func__, [&] { orca::deleteArena(arena); });
 }
 
 DLLEXPORT void* mi_mem_blkallocate(miMemblk* arena) {

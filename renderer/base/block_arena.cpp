@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base/block_arena.h"
 
-#include "base/memory.h"
-
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -18,9 +16,9 @@ struct miMemblk {
     std::size_t blockSize; // bytes, a multiple of the pointer size
     std::mutex mutex;      // guards the rest, where the callers ask for it
     void* free = nullptr;
-    std::byte* fresh = nullptr; // the part of the last chunk that was never handed out
+    std::byte* fresh = nullptr; // the part of the last chunk that was never allocated
     std::size_t freshBlocks = 0;
-    std::size_t used = 0; // blocks handed out
+    std::size_t used = 0; // blocks allocated
     std::size_t bytes = 0;
     std::vector<std::unique_ptr<std::byte[]>> chunks;
 };
@@ -73,7 +71,7 @@ void give(miMemblk& arena, void* block) {
 
 } // namespace
 
-miMemblk* MemoryLedger::createArena(const char* file, int line, int blockSize) {
+miMemblk* createArena(const char* file, int line, int blockSize) {
     constexpr std::size_t unit = sizeof(void*);
     const std::size_t asked = blockSize > 0 ? static_cast<std::size_t>(blockSize) : unit;
     const std::size_t rounded = (asked + unit - 1) / unit * unit;
@@ -87,7 +85,7 @@ miMemblk* MemoryLedger::createArena(const char* file, int line, int blockSize) {
     return arena.release();
 }
 
-void MemoryLedger::deleteArena(miMemblk* arena) {
+void deleteArena(miMemblk* arena) {
     if (!arena) return;
     {
         const std::lock_guard lock(registry().mutex);
@@ -96,7 +94,7 @@ void MemoryLedger::deleteArena(miMemblk* arena) {
     delete arena;
 }
 
-void BlockArenas::visit(const std::function<void(const Use&)>& visitor) {
+void visitArenas(const std::function<void(const ArenaUse&)>& visitor) {
     const std::lock_guard lock(registry().mutex);
     for (const miMemblk* arena : registry().arenas)
         visitor({arena->file, arena->line, arena->used, arena->bytes});

@@ -13,13 +13,13 @@
 
 namespace orca {
 
-/// Where in a scene file something stands. Lines and columns count from 1; line 0 is "nowhere".
+/// A position in a scene file. Lines and columns count from 1; line 0: none.
 struct SourceLocation {
     std::string file;
     int line = 0;
     int column = 0;
 
-    /// "kitchen.mi:214:17", or empty for nowhere.
+    /// "kitchen.mi:214:17"; empty for none.
     [[nodiscard]] std::string text() const;
 };
 
@@ -29,9 +29,9 @@ enum class LogLevel { None = 0, Fatal, Error, Warning, Info, Progress, Debug, VD
 
 struct LogMessage {
     LogLevel level = LogLevel::Info;
-    std::string module;      ///< who speaks, four letters or so: SCEN, SHDR, GEOM, IMG, RNDR
+    std::string module;      ///< the part of the renderer, in capitals: SCEN, SHDR, GEOM, IMG, RNDR
     int thread = 0;          ///< rendering thread, 0 for the main thread
-    std::string text;        ///< as the speaker gave it, newlines included
+    std::string text;        ///< as it was given, newlines included
     SourceLocation location; ///< of the statement it is about
 };
 
@@ -75,9 +75,9 @@ public:
         writeAt(location, LogLevel::Warning, module, form, std::forward<A>(arguments)...);
     }
 
-    /// Posts the message the first time that `key` comes up and counts the rest. True the first time.
+    /// Posts the message the first time that `key` is used and counts further uses. True the first time.
     bool once(const std::string& key, LogMessage message);
-    /// Says how often each repeated message came up again, and forgets them.
+    /// Posts each repeated message once more with its count, and forgets them.
     void reportRepeats();
 
     /// Everything posted is kept when on, whatever its level.
@@ -87,11 +87,11 @@ public:
     void setSink(std::function<void(const LogMessage&)> sink);
     void setLevel(LogLevel upTo);
     [[nodiscard]] LogLevel level() const;
-    /// Log posted so far on one level.
+    /// Messages posted so far on one level.
     [[nodiscard]] int count(LogLevel level) const;
 
-    /// The printed line: module, host.thread, level, place and text, newlines replaced by blanks. No newline
-    /// at its end.
+    /// The printed line: module, host.thread, level, location and text, newlines replaced by blanks. No
+    /// newline at its end.
     [[nodiscard]] static std::string line(const LogMessage& message);
 
 private:

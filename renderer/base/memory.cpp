@@ -149,8 +149,7 @@ std::vector<MemoryLedger::Leak> MemoryLedger::leaks() const {
         for (const Header* header = shard.ring.next; header != &shard.ring; header = header->next)
             add(header->file, static_cast<int>(header->line), 1, header->size, false);
     }
-    BlockArenas::visit(
-        [&](const BlockArenas::Use& use) { add(use.file, use.line, use.blocks, use.bytes, true); });
+    visitArenas([&](const ArenaUse& use) { add(use.file, use.line, use.blocks, use.bytes, true); });
 
     std::vector<Leak> leaks;
     for (auto& [owner, leak] : byOwner) leaks.push_back(std::move(leak));

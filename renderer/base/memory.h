@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <shader.h>
-
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -30,11 +28,6 @@ public:
     [[nodiscard]] void* reallocateOrReport(const char* file, int line, void* memory, int size);
     void releaseOrReport(const char* file, int line, void* memory);
 
-    /// Arena of blocks of `blockSize` rounded up to a multiple of the pointer size; null above 8192 bytes.
-    [[nodiscard]] miMemblk* createArena(const char* file, int line, int blockSize);
-    /// Null is ignored.
-    void deleteArena(miMemblk* arena);
-
     struct Leak {
         std::string file;
         int line;
@@ -44,10 +37,5 @@ public:
     /// What is still allocated, one entry per owner, arenas included; sorted by file and line.
     [[nodiscard]] std::vector<Leak> leaks() const;
 };
-
-/// A zeroed block; null when memory runs out. `locked` false: the caller's thread alone uses the arena.
-[[nodiscard]] void* arenaAllocate(miMemblk* arena, bool locked);
-/// Null is ignored.
-void arenaRelease(miMemblk* arena, void* block, bool locked);
 
 } // namespace orca

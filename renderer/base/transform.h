@@ -7,9 +7,8 @@
 
 namespace orca {
 
-/// 4 x 4 matrix in double precision for walking the scene graph: row-major, row vectors, translation in
-/// elements 12 to
-/// 14. Long paths would lose too much in single precision.
+/// 4 x 4 matrix in double precision, for products along paths of the scene graph, which would lose too much
+/// in single precision. Row-major, row vectors, translation in elements 12 to 14.
 struct Transform {
     std::array<double, 16> m{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 

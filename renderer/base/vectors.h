@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Vector arithmetic by value, for this room.
+/// Vector arithmetic by value.
 
 #include <shader.h>
 
@@ -27,7 +27,7 @@ namespace orca {
 [[nodiscard]] inline bool isNull(const miVector& a) {
     return a.x == 0.0f && a.y == 0.0f && a.z == 0.0f;
 }
-/// A null vector, and one too short to have a direction, stay as they are.
+/// Unit length. A null vector stays as it is.
 [[nodiscard]] inline miVector normalized(const miVector& a) {
     const float square = dot(a, a);
     if (square > 1e-30f) return (1.0f / std::sqrt(square)) * a;
@@ -52,7 +52,7 @@ namespace orca {
     return {v.x * m[0] + v.y * m[4] + v.z * m[8], v.x * m[1] + v.y * m[5] + v.z * m[9],
             v.x * m[2] + v.y * m[6] + v.z * m[10]};
 }
-/// Normal through the matrix that goes the other way: its rows as columns. Not renormalised.
+/// Normal by the transpose of the inverse matrix. Not renormalised.
 [[nodiscard]] inline miVector transformNormal(const miVector& n, const miScalar* inverse) {
     return {n.x * inverse[0] + n.y * inverse[1] + n.z * inverse[2],
             n.x * inverse[4] + n.y * inverse[5] + n.z * inverse[6],

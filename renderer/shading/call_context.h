@@ -14,7 +14,8 @@ namespace orca::shading {
 
 class ShaderRuntime;
 
-/// What all states derived from one base state share; hangs on `miState::ext`. One thread uses it at a time.
+/// What all states derived from one base state share; `miState::ext` points to it. One thread uses it at a
+/// time.
 struct CallContext {
     explicit CallContext(ShaderRuntime& shaderRuntime) : runtime(shaderRuntime) {}
     virtual ~CallContext() = default;

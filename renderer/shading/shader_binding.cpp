@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "shading/shader_binding.h"
 
-/// From the database's shader instances to functions in libraries.
-
-#include "shading/shader_runtime.h"
-
-#include "shading/runtime_implementation.h"
+#include "scene/elements/elements.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -103,13 +100,12 @@ private:
 
 } // namespace
 
-void ShaderRuntime::bind() {
-    Implementation& all = *implementation_;
-    all.shaders.resize(database_.endTag());
+void bindShaders(ShaderTable& table, scene::Database& database, Log& log) {
+    table.shaders.resize(database.endTag());
 
-    for (miTag tag = 1; tag < all.shaders.size(); ++tag) {
-        std::unique_ptr<BoundShader>& bound = all.shaders[tag];
-        auto* const element = database_.find<scene::FunctionElement>(tag);
+    for (miTag tag = 1; tag < table.shaders.size(); ++tag) {
+        std::unique_ptr<BoundShader>& bound = table.shaders[tag];
+        auto* const element = database.find<scene::FunctionElement>(tag);
         if (!element || element->isTemplate || !element->declaration ||
             element->declaration->kind != scene::DeclarationElement::Kind::Shader) {
             bound.reset();
@@ -118,41 +114,40 @@ void ShaderRuntime::bind() {
         if (!bound) {
             bound = std::make_unique<BoundShader>();
             bound->tag = tag;
-            std::unique_ptr<ShaderCode>& code = all.codes[element->declaration->name];
+            std::unique_ptr<ShaderCode>& code = table.codes[element->declaration->name];
             if (!code) code = std::make_unique<ShaderCode>(element->declaration->name);
             bound->code = code.get();
         }
         // A shader that no library had may be in one that was linked since.
         ShaderCode& code = *bound->code;
-        if (!code.entry && code.librariesSearched != all.libraries.count()) {
-            code.librariesSearched = all.libraries.count();
-            findFunctions(code, all.libraries, *element, log_);
+        if (!code.entry && code.librariesSearched != table.libraries.count()) {
+            code.librariesSearched = table.libraries.count();
+            findFunctions(code, table.libraries, *element, log);
         }
         bound->entry = bound->code->entry;
-        readRecord(*bound, *element, database_);
+        readRecord(*bound, *element, database);
     }
 
-    for (const auto& bound : all.shaders)
-        if (bound) bound->next = all.find(bound->function->next_function);
-    for (const auto& bound : all.shaders) {
+    for (const auto& bound : table.shaders)
+        if (bound) bound->next = table.find(bound->function->next_function);
+    for (const auto& bound : table.shaders) {
         if (!bound) continue;
         std::size_t length = 0;
         for (const BoundShader* member = bound.get(); member; member = member->next) {
             bound->resultSize = std::max(bound->resultSize, member->resultSize);
-            if (++length <= all.shaders.size())
+            if (++length <= table.shaders.size())
                 continue; // a list longer than the scene has shaders has met itself
-            const scene::Element* const element = database_.get(bound->tag);
-            log_.errorAt(element->location, "SHDR",
-                         "the shader list that {} stands in leads back to itself; it is cut",
-                         describe(*element));
+            const scene::Element* const element = database.get(bound->tag);
+            log.errorAt(element->location, "SHDR",
+                        "the shader list that {} is in leads back to itself; it is cut", describe(*element));
             bound->next = nullptr;
             bound->function->next_function = miNULLTAG;
             break;
         }
     }
 
-    ConnectionWalk walk(database_, log_, all.shaders.size());
-    for (miTag tag = 1; tag < all.shaders.size(); ++tag) walk.visit(tag);
+    ConnectionWalk walk(database, log, table.shaders.size());
+    for (miTag tag = 1; tag < table.shaders.size(); ++tag) walk.visit(tag);
 }
 
 } // namespace orca::shading

@@ -1,13 +1,35 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "shading/shader_runtime.h"
 
-#include "shading/runtime_implementation.h"
+#include "shading/call_context.h"
+#include "shading/call_scope.h"
+#include "shading/shader_binding.h"
+#include "shading/shader_faults.h"
+#include "shading/shader_life_cycle.h"
+#include "shading/shader_table.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
 namespace orca::shading {
+
+struct ShaderRuntime::Implementation {
+    ShaderTable table;
+    bool caching = false;
+
+    /// Calls the instances of a list from `bound` up to `end`.
+    miBoolean callRange(void* result, int type, miState* state, BoundShader* bound, const BoundShader* end,
+                        void* argument);
+};
+
+namespace {
+
+BoundShader* boundOf(const miFunction* function) {
+    return function ? static_cast<BoundShader*>(function->ext) : nullptr;
+}
+
+} // namespace
 
 ShaderRuntime::ShaderRuntime(scene::Database& database, Log& log)
     : database_(database), log_(log), implementation_(std::make_unique<Implementation>()) {
@@ -17,7 +39,7 @@ ShaderRuntime::~ShaderRuntime() = default;
 
 bool ShaderRuntime::loadLibrary(const std::string& file, const std::vector<std::string>& searchPaths,
                                 const SourceLocation& location) {
-    return implementation_->libraries.load(file, searchPaths, location, log_);
+    return implementation_->table.libraries.load(file, searchPaths, location, log_);
 }
 
 miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miState* state, BoundShader* bound,
@@ -34,7 +56,7 @@ miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miSta
             value = miFALSE;
             if (!bound->entry) continue;
             state->shader = bound->function;
-            if (!bound->ready.load(std::memory_order_acquire) && !initialise(*bound, state)) continue;
+            if (!bound->ready.load(std::memory_order_acquire) && !initialise(table, *bound, state)) continue;
             value = bound->entry(result, state, bound->parameters, argument);
             context.siblings.flush();
             context.arena.release(mark);
@@ -48,17 +70,39 @@ miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miSta
     return value;
 }
 
+void ShaderRuntime::bind() {
+    bindShaders(implementation_->table, database_, log_);
+}
+
+void ShaderRuntime::exitAll(miState* state) {
+    exitShaders(implementation_->table, state, log_);
+}
+
+void ShaderRuntime::countFault(miTag shader, Fault fault) {
+    const BoundShader* const bound = implementation_->table.find(shader);
+    if (!bound) return;
+    switch (fault) {
+    case Fault::ReturnedFalse: bound->code->returnedFalse.raise(); break;
+    case Fault::NotANumber: bound->code->notANumber.raise(); break;
+    }
+}
+
+void ShaderRuntime::reportFaults() {
+    shading::reportFaults(implementation_->table, log_);
+}
+
 miBoolean ShaderRuntime::call(void* result, int type, miState* state, miTag shader, void* argument) {
-    return implementation_->callRange(result, type, state, implementation_->find(shader), nullptr, argument);
+    return implementation_->callRange(result, type, state, implementation_->table.find(shader), nullptr,
+                                      argument);
 }
 
 miBoolean ShaderRuntime::callOne(void* result, int type, miState* state, miTag shader, void* argument) {
-    BoundShader* const bound = implementation_->find(shader);
+    BoundShader* const bound = implementation_->table.find(shader);
     return implementation_->callRange(result, type, state, bound, bound ? bound->next : nullptr, argument);
 }
 
 miTag ShaderRuntime::next(miTag shader) const {
-    const BoundShader* const bound = implementation_->find(shader);
+    const BoundShader* const bound = implementation_->table.find(shader);
     return bound && bound->next ? bound->next->tag : miNULLTAG;
 }
 
@@ -71,7 +115,7 @@ void* ShaderRuntime::evaluate(miState* state, void* parameter) {
     const scene::Connection& connection = bound->parameterOwner->connection(ghost);
 
     CallContext& context = contextOf(state);
-    BoundShader* const source = implementation_->find(connection.source);
+    BoundShader* const source = implementation_->table.find(connection.source);
     const auto offset = static_cast<std::size_t>(connection.memberOffset);
     // Room for a whole matrix behind the member, so that a source that is gone still gives readable zeros.
     const std::size_t size = std::max(source ? source->resultSize : 0, offset + sizeof(miMatrix));
@@ -141,12 +185,12 @@ int ShaderRuntime::resultSize(const miFunction* function) const {
 }
 
 bool ShaderRuntime::isBound(miTag shader) const {
-    const BoundShader* const bound = implementation_->find(shader);
+    const BoundShader* const bound = implementation_->table.find(shader);
     return bound && bound->entry;
 }
 
 std::vector<std::string> ShaderRuntime::libraries() const {
-    return implementation_->libraries.paths();
+    return implementation_->table.libraries.paths();
 }
 
 } // namespace orca::shading

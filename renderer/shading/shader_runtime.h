@@ -23,7 +23,7 @@ public:
     ShaderRuntime& operator=(const ShaderRuntime&) = delete;
 
     /// Opens a shared object; a name without a directory is searched in `searchPaths`. False, with a message
-    /// that names the statement at `place` and the paths tried, when it cannot be opened.
+    /// that names the statement at `location` and the paths tried, when it cannot be opened.
     bool loadLibrary(const std::string& file, const std::vector<std::string>& searchPaths,
                      const SourceLocation& location);
 
@@ -72,9 +72,9 @@ public:
     /// further.
     void exitAll(miState* state);
 
-    /// Records a fault of a shader instance (not-a-number in its result, say); no lock. What a shader
-    /// throws is counted by `call` itself.
-    enum class Fault { ReturnedFalse, NotANumber, Threw };
+    /// What `countFault` counts.
+    enum class Fault { ReturnedFalse, NotANumber };
+    /// Records a fault of a shader instance; takes no lock. What a shader throws is counted by `call` itself.
     void countFault(miTag shader, Fault fault);
     /// One warning per shader and kind of fault, with its count and, for exceptions, what the first one said.
     /// Counting starts again.

@@ -35,7 +35,7 @@ void StateStore::set(const char* key, const void* data, int size, int lifetime) 
     if (entry->size == size) {
         std::memmove(entry->bytes.get(), data, static_cast<std::size_t>(size));
     } else {
-        // The copy comes before the old bytes go: `data` may lie in them.
+        // Copied before the old bytes are freed: `data` may point into them.
         auto bytes = std::make_unique_for_overwrite<std::byte[]>(static_cast<std::size_t>(size));
         std::memcpy(bytes.get(), data, static_cast<std::size_t>(size));
         entry->bytes = std::move(bytes);

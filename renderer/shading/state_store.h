@@ -35,9 +35,9 @@ private:
         int size;
         int lifetime;
     };
-    /// What a key was last found to be. A shader asks with the same literal every time, so its address leads
-    /// to the answer; the text decides whether it is one. Several libraries bring their own copies of a
-    /// literal; with as many places as there are they seldom share one.
+    /// The last answer to a key. A shader asks with the same literal every time, so answers are indexed by
+    /// its address, and the text decides whether the answer is for this key. Every library has its own copies
+    /// of a literal; with this many answers they seldom collide.
     struct Answer {
         char text[24] = ""; ///< of the key; longer keys have no answer here
         void* bytes = nullptr;
@@ -46,11 +46,11 @@ private:
     };
 
     [[nodiscard]] Entry* find(const char* key) noexcept;
-    /// Searches the entries, and remembers what comes out.
+    /// Searches the entries, and remembers the answer.
     void* search(const char* key, int* size, Answer& answer) noexcept;
 
     std::vector<Entry> entries_;
-    unsigned version_ = 1; ///< counts changes of what entries there are and where their bytes lie
+    unsigned version_ = 1; ///< counts changes of the entries and of their addresses
     bool hasSampleEntries_ = false;
     std::array<Answer, 64> answers_{};
 };

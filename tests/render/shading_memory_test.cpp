@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "base/block_arena.h"
 #include "base/memory.h"
 #include "shading/evaluation_arena.h"
 #include "shading/sibling_results.h"
@@ -86,8 +87,8 @@ TEST(Ledger, BlocksMayBeFreedByAnotherThread) {
 }
 
 TEST(BlockArena, ReusesZeroedBlocksAndIsListedUntilDeleted) {
-    EXPECT_EQ(ledger.createArena("arena.cpp", 1, 8193), nullptr);
-    miMemblk* const arena = ledger.createArena("arena.cpp", 7, 20);
+    EXPECT_EQ(createArena("arena.cpp", 1, 8193), nullptr);
+    miMemblk* const arena = createArena("arena.cpp", 7, 20);
     std::vector<char*> blocks;
     for (int i = 0; i < 5000; ++i) {
         auto* const block = static_cast<char*>(arenaAllocate(arena, i % 2 == 0));
@@ -109,7 +110,7 @@ TEST(BlockArena, ReusesZeroedBlocksAndIsListedUntilDeleted) {
     EXPECT_TRUE(leaks[0].arena);
     EXPECT_EQ(leaks[0].line, 7);
     EXPECT_EQ(leaks[0].blocks, 4990u);
-    ledger.deleteArena(arena);
+    deleteArena(arena);
     EXPECT_TRUE(leaksOf("arena.cpp").empty());
 }
 
