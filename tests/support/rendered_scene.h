@@ -73,7 +73,7 @@ struct TestScene {
     std::string extraOptions;
     std::vector<std::string> passes;    ///< layer names of material passes, each once
     std::vector<std::string> passFlags; ///< flags of each, in the scene language, may be shorter
-    std::string beforeCamera;           ///< what the camera's statements name; stands behind the data block
+    std::string beforeCamera;           ///< what the camera's statements name; follows the data block
     std::string cameraStatements;
     std::string contents;             ///< everything else: lights, materials, objects, instances
     std::vector<std::string> members; ///< instances of the root group

@@ -17,14 +17,14 @@ namespace orca::test {
 
 using Matrix = scene::InstanceElement::Matrix;
 
-/// Parent to local matrices, as an instance's `transform` is written, from where the instance shall stand.
+/// Parent to local matrices, as an instance's `transform` is written, from the placement of the instance.
 [[nodiscard]] inline Matrix placedAt(float x, float y, float z) {
     return {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, -x, -y, -z, 1};
 }
 [[nodiscard]] inline Matrix scaledBy(float x, float y, float z) {
     return {1 / x, 0, 0, 0, 0, 1 / y, 0, 0, 0, 0, 1 / z, 0, 0, 0, 0, 1};
 }
-/// First stands as `inner` says, then that is placed as `outer` says.
+/// First placed by `inner`, then by `outer`.
 [[nodiscard]] inline Matrix placed(const Matrix& inner, const Matrix& outer) {
     Matrix product;
     mi_matrix_prod(product.data(), outer.data(), inner.data());

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <numbers>
 #include <stdexcept>
 
 namespace orca::test {
@@ -52,7 +53,7 @@ std::string box(const std::string& name, const std::string& material, float x, f
 
 std::string sphere(const std::string& name, const std::string& material, int rings,
                    const std::string& instanceStatements) {
-    constexpr double pi = 3.14159265358979;
+    constexpr double pi = std::numbers::pi;
     std::string points, vertices, polygons;
     const int columns = 2 * rings;
     for (int ring = 0; ring <= rings; ++ring)
@@ -65,7 +66,7 @@ std::string sphere(const std::string& name, const std::string& material, int rin
     for (int ring = 0; ring < rings; ++ring)
         for (int column = 0; column < columns; ++column) {
             const int here = ring * columns + column, beside = ring * columns + (column + 1) % columns;
-            // Quadrilaterals at the poles have two corners in one place; triangles take their stead.
+            // Quadrilaterals at the poles have two coincident corners; triangles replace them.
             polygons += fmt::format("p \"{}\" {}", material, here);
             if (ring > 0) polygons += fmt::format(" {}", beside);
             if (ring + 1 < rings) polygons += fmt::format(" {}", beside + columns);

@@ -30,8 +30,8 @@ struct ScriptedLight {
     miTag instance = miNULLTAG;
     std::vector<miVector> directions{{0.0f, 0.0f, 1.0f}}; ///< point to light, unit, one per sample
     miColor color{1.0f, 1.0f, 1.0f, 1.0f};
-    /// The light shader; gets a light state whose direction points at the surface. Null: the colour as it
-    /// stands.
+    /// The light shader; gets a light state whose direction points at the surface. Null: the colour
+    /// unchanged.
     std::function<miBoolean(miColor*, miState*)> shader;
 };
 
