@@ -39,22 +39,26 @@ template <class P>
 void expectLifeCycle(const Entry<P>& entry) {
     SCOPED_TRACE(entry.file);
     ScriptedRenderer renderer;
-    ScriptedShader<P> shader(shiny<P>());
+    ScriptedShader<P> shader;
     renderer.state.shader = &shader.function;
     miBoolean required = miFALSE;
     EXPECT_EQ(entry.version(), 1);
     entry.init(&renderer.state, nullptr, &required);
     EXPECT_EQ(required, miTRUE);
+    EXPECT_EQ(renderer.memory.allocationsHeld(), 0);
     entry.init(&renderer.state, &shader.parameters, &required);
     ASSERT_EQ(renderer.memory.allocationsHeld(), 1);
     EXPECT_EQ(renderer.memory.held()[0].file, entry.file);
     EXPECT_EQ(renderer.memory.held()[0].line, entry.line);
+    entry.exit(&renderer.state, nullptr);
+    EXPECT_EQ(renderer.memory.allocationsHeld(), 1);
     entry.exit(&renderer.state, &shader.parameters);
     EXPECT_EQ(renderer.memory.allocationsHeld(), 0);
     EXPECT_EQ(renderer.memory.strayReleases(), 0);
 }
 
-TEST(SpecularMaterials, AreAllocatedUnderTheirNamesAndReleased) {
+TEST(StandardMaterialInstances, AreAllocatedUnderTheirNamesAndReleased) {
+    expectLifeCycle(ENTRY(Lambert, 35));
     expectLifeCycle(ENTRY(Phong, 136));
     expectLifeCycle(ENTRY(PhongE, 292));
     expectLifeCycle(ENTRY(Blinn, 305));

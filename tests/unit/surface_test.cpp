@@ -172,28 +172,6 @@ TEST_F(RefractionFixture, FillsTheBlurCone) {
 // --- life cycle
 // ---------------------------------------------------------------------------------------------------------
 
-TEST(LambertInstance, IsAllocatedUnderItsNameAndReleased) {
-    ScriptedRenderer renderer;
-    ScriptedShader<LambertParameters> shader(plainLambert());
-    renderer.state.shader = &shader.function;
-    miBoolean required = miFALSE;
-    orcaVelaLambert_init(&renderer.state, nullptr, &required);
-    EXPECT_EQ(required, miTRUE);
-    EXPECT_EQ(renderer.memory.allocationsHeld(), 0);
-
-    orcaVelaLambert_init(&renderer.state, &shader.parameters, &required);
-    ASSERT_EQ(renderer.memory.allocationsHeld(), 1);
-    EXPECT_EQ(renderer.memory.held()[0].file, "orcaLambert");
-    EXPECT_EQ(renderer.memory.held()[0].line, 35);
-    EXPECT_EQ(renderer.memory.allocationAt(*renderer.userPointer(&shader.function))->line, 35);
-
-    orcaVelaLambert_exit(&renderer.state, nullptr);
-    EXPECT_EQ(renderer.memory.allocationsHeld(), 1);
-    orcaVelaLambert_exit(&renderer.state, &shader.parameters);
-    EXPECT_EQ(renderer.memory.allocationsHeld(), 0);
-    EXPECT_EQ(renderer.memory.strayReleases(), 0);
-}
-
 TEST(LambertInstance, IsNullWhenMemoryRunsOut) {
     ScriptedRenderer renderer;
     ScriptedShader<LambertParameters> shader(plainLambert());
