@@ -1,54 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaLightLoop.h"
 
-#include "orcaComposite.h"
 #include "orcaLightProtocol.h"
-
-LightSums& LightSums::operator+=(const LightSums& other) noexcept {
-    ambient += other.ambient;
-    ambientUnshadowed += other.ambientUnshadowed;
-    diffuse += other.diffuse;
-    diffuseUnshadowed += other.diffuseUnshadowed;
-    translucence += other.translucence;
-    specular += other.specular;
-    specularUnshadowed += other.specularUnshadowed;
-    scattered += other.scattered;
-    shadow += other.shadow;
-    light += other.light;
-    return *this;
-}
-
-LightSums& LightSums::operator*=(miScalar f) noexcept {
-    for (miColor* color : {&ambient, &ambientUnshadowed, &diffuse, &diffuseUnshadowed, &translucence,
-                           &specular, &specularUnshadowed, &scattered})
-        *color *= f;
-    shadow *= f;
-    light *= f;
-    return *this;
-}
-
-void LightSums::addDiffuse(const miColor& through, const miColor& reflected, const miColor& lightColor,
-                           const miColor& unshadowedLight) noexcept {
-    const miColor both = through + reflected;
-    diffuse += both * lightColor;
-    diffuseUnshadowed += both * unshadowedLight;
-    translucence += through * lightColor;
-}
-
-void LightSums::countShadow(const LightData& data, miScalar nDotL) noexcept {
-    const miScalar unshadowed = luminance(data.unshadowedColor);
-    light += unshadowed;
-    if (nDotL > 0.0f) shadow += unshadowed * data.shadowFraction;
-}
-
-miScalar LightSums::selected(miUint componentMask) const noexcept {
-    miScalar sum = shadow + light;
-    if (componentMask & COMPOSITE_DIFFUSE) sum += luminance(diffuse);
-    if (componentMask & COMPOSITE_DIFFUSE_UNSHADOWED) sum += luminance(diffuseUnshadowed);
-    if (componentMask & COMPOSITE_SPECULAR) sum += luminance(specular);
-    if (componentMask & COMPOSITE_SPECULAR_UNSHADOWED) sum += luminance(specularUnshadowed);
-    return sum;
-}
 
 LightLoop::LightLoop(miState* state, VelabaseState& vela, const PassRecords& passes, miTag light,
                      miBoolean backSide, bool skipShadows)

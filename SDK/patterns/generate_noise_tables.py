@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Writes orcaNoiseTableGenerated.cpp: the noise tables that are compiled into the library.
+"""Writes orcaNoiseTable.cpp: the noise tables that are compiled into the library.
 
 NoiseTable holds 65,535 values spread evenly over (-1, 1): one in each of as many equal intervals, in random order, so that
 mean and distribution are right in every build. PermutationArray is a random permutation of 0 to 255. Both begin with the
@@ -16,7 +16,7 @@ COUNT = 65535
 
 def noise_table(generator):
     values = [(2 * (i + generator.uniform(0.25, 0.75)) / COUNT) - 1 for i in range(COUNT)]
-    for given in FIRST_VALUES:  # they stand for the values nearest to them
+    for given in FIRST_VALUES:  # each replaces the value nearest to it
         values.remove(min(values, key=lambda v: abs(v - float(given))))
     generator.shuffle(values)
     return FIRST_VALUES + ["%.6f" % v for v in values]
@@ -36,12 +36,12 @@ def rows(values, suffix, width):
 def main():
     generator = random.Random(0x56656C61)
     lines = ["// SPDX-License-Identifier: Apache-2.0", "// Made by generate_noise_tables.py; do not edit.", "// clang-format off",
-             '#include "orcaNoise.h"', "", "const float NoiseTable[NOISE_TABLE_SIZE] = {"]
+             '#include "orcaNoiseTable.h"', "", "const float NoiseTable[NOISE_TABLE_SIZE] = {"]
     lines += rows(noise_table(generator), "f", 10)
     lines += ["};", "", "const unsigned char PermutationArray[256] = {"]
     lines += rows(permutation(generator), "", 20)
     lines += ["};", ""]
-    target = pathlib.Path(__file__).with_name("orcaNoiseTableGenerated.cpp")
+    target = pathlib.Path(__file__).with_name("orcaNoiseTable.cpp")
     target.write_text("\n".join(lines))
 
 

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaNoise.h"
+#include "orcaGradientNoise.h"
+
+#include "orcaNoiseTable.h"
 
 #include <atomic>
 #include <cmath>

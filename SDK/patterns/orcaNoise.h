@@ -1,24 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Lattice noise. Value noise blends a fixed table of random values by quadratic B-splines (periodic with
-/// period 1 in every coordinate, 32 cells a unit); gradient noise is Perlin's, on an integer lattice (K.
-/// Perlin, "An Image Synthesizer", 1985). Coordinates beyond 1e9 act as 0.
+/// Value noise: a fixed table of random values blended by quadratic B-splines, periodic with period 1 in every
+/// coordinate, 32 cells a unit. Coordinates beyond 1e9 act as 0.
 
 #include "orcaExport.h"
+#include "orcaGradientNoise.h"
+#include "orcaNoiseTable.h"
 
 #include <shader.h>
 
-inline constexpr int NOISE_TABLE_SIZE = 65535;
-
 extern "C" {
-
-/// Random values spread evenly over (-1, 1).
-extern ORCA_EXPORT const float NoiseTable[NOISE_TABLE_SIZE];
-/// A permutation of 0 to 255.
-extern ORCA_EXPORT const unsigned char PermutationArray[256];
-/// Random unit vectors, NOISE_TABLE_SIZE of them; null until noise_gradient_init has run.
-extern ORCA_EXPORT miVector* gradientNoiseTable;
 
 /// Table value for any index.
 ORCA_EXPORT float noise_table_scalar(int i);
@@ -38,10 +30,5 @@ ORCA_EXPORT float noise_scalar_3d(double x, double y, double z);
 ORCA_EXPORT float noise_scalar_4d(int period, double x, double y, double z, double time);
 /// Slopes along x and y, per lattice cell, and the value of noise_scalar_2d.
 ORCA_EXPORT miVector noise_vector_2d(double x, double y);
-
-/// Builds gradientNoiseTable, once per process; from any thread.
-ORCA_EXPORT void noise_gradient_init(miState* state);
-/// Gradient noise; 0 on lattice points and before noise_gradient_init.
-ORCA_EXPORT float noise_gradient_3d(float x, float y, float z);
 
 } // extern "C"

@@ -3,7 +3,7 @@
 
 /// Specular components with a highlight (see orcaSpecularComponents.h for what the pipeline asks of them).
 
-#include "orcaAnisotropic.h"
+#include "orcaAnisotropicFacets.h"
 #include "orcaColor.h"
 #include "orcaLightSample.h"
 #include "orcaParameters.h"

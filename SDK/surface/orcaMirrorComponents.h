@@ -3,7 +3,7 @@
 
 /// Reflection components that trace (see orcaReflectionComponents.h for what the pipeline asks of them).
 
-#include "orcaAnisotropic.h"
+#include "orcaAnisotropicFacets.h"
 #include "orcaColor.h"
 #include "orcaParameters.h"
 #include "orcaTracing.h"

@@ -12,9 +12,12 @@
 /// other ones are not. Reflection (19) and refraction (21) receive the traced colours whole, so the component
 /// records' level bounds are those of the level that the compositor adds up, usually 0.
 
+#include "orcaAreaLight.h"
 #include "orcaComposite.h"
 #include "orcaGuards.h"
+#include "orcaLambertTranslucence.h"
 #include "orcaLightLoop.h"
+#include "orcaLightSums.h"
 #include "orcaMaterial.h"
 #include "orcaNormalSpace.h"
 #include "orcaPassRecords.h"

@@ -38,3 +38,6 @@ struct SurfaceParameters {
     miInteger scatterSamples;
 };
 static_assert(sizeof(SurfaceParameters) == 55 * 4);
+
+/// Parameters of the plain diffuse material.
+struct LambertParameters : SurfaceParameters {};

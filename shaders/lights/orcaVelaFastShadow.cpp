@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaVelaShadow.h"
+#include "orcaVelaFastShadow.h"
 
 #include "orcaConstants.h"
-#include "orcaExport.h"
 #include "orcaLightProtocol.h"
 #include "orcaPassRecords.h"
 

@@ -20,7 +20,4 @@ extern "C" {
 ORCA_EXPORT miBoolean orcaVelaShadow(miColor* result, miState* state, VelaShadowParameters* record,
                                      void* argument);
 ORCA_EXPORT int orcaVelaShadow_version(void);
-/// Blocks all light, except in passes that exclude the occluder. True while some pass sees light.
-ORCA_EXPORT miBoolean orcaVelaFastShadow(miColor* result, miState* state);
-ORCA_EXPORT int orcaVelaFastShadow_version(void);
 } // extern "C"

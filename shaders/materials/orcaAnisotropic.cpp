@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaSpecularSurface.h"
+#include "orcaStandardSurface.h"
 
 namespace {
 using P = AnisotropicParameters;
-using AnisotropicShader = SpecularSurface<P, AnisotropicShaderHelper<P>, AnisotropicSpecularComponent<P>,
+/// Stretched highlights of brushed metal, hair and cloth.
+using AnisotropicShader = StandardSurface<P, AnisotropicShaderHelper<P>, AnisotropicSpecularComponent<P>,
                                           AnisotropicReflectionComponent<P>>;
 } // namespace
 

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaSpecularSurface.h"
+#include "orcaStandardSurface.h"
 
 namespace {
 using P = BlinnParameters;
+/// Highlights and reflections that grow towards grazing angles.
 using BlinnShader =
-    SpecularSurface<P, BlinnShaderHelper<P>, BlinnSpecularComponent<P>, BlinnReflectionComponent<P>>;
+    StandardSurface<P, BlinnShaderHelper<P>, BlinnSpecularComponent<P>, BlinnReflectionComponent<P>>;
 } // namespace
 
 ORCA_EXPORT_SHADER(orcaVelaBlinn, SurfaceShaderReturnType, BlinnShader, BlinnParameters, "orcaBlinn", 305)

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaSpecularSurface.h"
+#include "orcaStandardSurface.h"
 
 namespace {
 using P = PhongParameters;
-using PhongShader = SpecularSurface<P, SpecularShaderHelper<P>, PhongSpecularComponent<P>,
+/// Round highlights, as of plastic or polish.
+using PhongShader = StandardSurface<P, SpecularShaderHelper<P>, PhongSpecularComponent<P>,
                                     DefaultSpecularReflectionComponent<P>>;
 } // namespace
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaSpecularSurface.h"
+#include "orcaStandardSurface.h"
 
 namespace {
 using P = PhongEParameters;
-using PhongEShader = SpecularSurface<P, PhongEShaderHelper<P>, PhongESpecularComponent<P>,
+/// Round highlights with a rim.
+using PhongEShader = StandardSurface<P, PhongEShaderHelper<P>, PhongESpecularComponent<P>,
                                      DefaultSpecularReflectionComponent<P>>;
 } // namespace
 

@@ -3,7 +3,7 @@
 #include "orcaAreaLight.h"
 #include "orcaConstants.h"
 #include "orcaIrradiance.h"
-#include "orcaLambert.h"
+#include "orcaLambertTranslucence.h"
 
 #include <cmath>
 

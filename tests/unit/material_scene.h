@@ -2,12 +2,27 @@
 #pragma once
 
 #include "orcaColor.h"
-#include "orcaLambertMaterial.h"
+#include "orcaSpecularParameters.h"
+#include "orcaSurfaceShaderReturnType.h"
 #include "orcaVelaState.h"
 #include "pass_scene.h"
 #include "velaBaseState.h"
 
 #include <gtest/gtest.h>
+
+/// The entry points of an exported material.
+#define DECLARE_MATERIAL(name, Parameters)                                                                   \
+    extern "C" {                                                                                             \
+    int name##_version(void);                                                                                \
+    void name##_init(miState* state, Parameters* record, miBoolean* instanceInitRequired);                   \
+    void name##_exit(miState* state, Parameters* record);                                                    \
+    miBoolean name(SurfaceShaderReturnType* result, miState* state, Parameters* record);                     \
+    }
+DECLARE_MATERIAL(orcaVelaLambert, LambertParameters)
+DECLARE_MATERIAL(orcaVelaPhong, PhongParameters)
+DECLARE_MATERIAL(orcaVelaPhongE, PhongEParameters)
+DECLARE_MATERIAL(orcaVelaBlinn, BlinnParameters)
+DECLARE_MATERIAL(orcaVelaAnisotropic, AnisotropicParameters)
 
 /// A scene with passes, the base state and one white light that shines straight down onto the hit at the
 /// origin.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "material_scene.h"
 #include "orcaHighlightComponents.h"
-#include "orcaSpecularMaterials.h"
 #include "orcaVector.h"
 
 #include <cmath>

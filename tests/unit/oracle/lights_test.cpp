@@ -5,6 +5,7 @@
 #include "material_scene.h"
 #include "oracle/pipeline_oracle.h"
 #include "orcaVelaDirectionalLight.h"
+#include "orcaVelaFastShadow.h"
 #include "orcaVelaPointLight.h"
 #include "orcaVelaShadow.h"
 

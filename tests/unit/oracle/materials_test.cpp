@@ -7,7 +7,6 @@
 #include "orcaLambert.h"
 #include "orcaLightProtocol.h"
 #include "orcaSpecular.h"
-#include "orcaSpecularMaterials.h"
 
 #include <algorithm>
 #include <functional>

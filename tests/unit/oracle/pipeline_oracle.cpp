@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "oracle/pipeline_oracle.h"
 
-#include "orcaAnisotropic.h"
+#include "orcaAnisotropicFacets.h"
 
 #include <algorithm>
 #include <cmath>

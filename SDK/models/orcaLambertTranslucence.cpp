@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaLambert.h"
+#include "orcaLambertTranslucence.h"
 
 #include "orcaAreaLight.h"
 #include "orcaConstants.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaAnisotropic.h"
+#include "orcaAnisotropicFacets.h"
 
 #include "orcaVector.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Made by generate_noise_tables.py; do not edit.
 // clang-format off
-#include "orcaNoise.h"
+#include "orcaNoiseTable.h"
 
 const float NoiseTable[NOISE_TABLE_SIZE] = {
     -0.510765f, -0.892593f, 0.324582f, 0.514013f, -0.721819f, -0.868879f, 0.021727f, -0.863177f, -0.549080f, -0.479553f,
