@@ -5,6 +5,7 @@
 
 #include "orcaColor.h"
 #include "orcaFrameBufferRecords.h"
+#include "orcaLightLoop.h"
 #include "orcaParameters.h"
 #include "orcaShader.h"
 #include "orcaWriteMode.h"
@@ -50,6 +51,9 @@ public:
 
     /// False: the material writes nothing to any pass.
     [[nodiscard]] bool writesPasses() const noexcept { return passWriteMode != WRITE_NONE; }
+
+    /// Combines what a light loop gathered into the passes.
+    void close(LightLoop& loop) const { loop.end(passWriteMode, passWriteFlags, passWriteScale); }
 
     /// Adds a value to every frame buffer of a pass type: in a light loop to the loop's accumulators, which
     /// are combined when it ends, else to the slots of the state's level. Does nothing without pass records.

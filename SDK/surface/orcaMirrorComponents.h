@@ -6,6 +6,7 @@
 #include "orcaAnisotropicFacets.h"
 #include "orcaColor.h"
 #include "orcaParameters.h"
+#include "orcaSurfaceBump.h"
 #include "orcaTracing.h"
 #include "orcaVector.h"
 
@@ -17,9 +18,7 @@ template <class P, class Component>
 class MirrorComponent {
 public:
     [[nodiscard]] miColor operator()(miState* state, const TraceContext& context) const {
-        miScalar facing = -dot(state->normal, state->dir);
-        if (facing < 0.0f) facing = 1.0f; // as for the pass of the reflected material colour
-        const miColor weight = static_cast<const Component*>(this)->materialColor(facing);
+        const miColor weight = static_cast<const Component*>(this)->materialColor(facingRatio(state));
         if (!anyAbove(weight, 0.0f)) return BLACK;
 
         const ReflectionSettings settings{parameterValue(state, record_, &P::reflectionLimit),

@@ -12,22 +12,19 @@
 /// other ones are not. Reflection (19) and refraction (21) receive the traced colours whole, so the component
 /// records' level bounds are those of the level that the compositor adds up, usually 0.
 
-#include "orcaAreaLight.h"
 #include "orcaComposite.h"
 #include "orcaGuards.h"
-#include "orcaLambertTranslucence.h"
-#include "orcaLightLoop.h"
-#include "orcaLightSums.h"
 #include "orcaMaterial.h"
 #include "orcaNormalSpace.h"
 #include "orcaPassRecords.h"
 #include "orcaScatter.h"
 #include "orcaSurfaceBump.h"
+#include "orcaSurfaceInputs.h"
+#include "orcaSurfaceLightLoop.h"
 #include "orcaSurfacePasses.h"
 #include "orcaSurfaceShaderReturnType.h"
 #include "orcaTracing.h"
 #include "orcaUtilities.h"
-#include "orcaVector.h"
 #include "orcaVelaState.h"
 
 #include <type_traits>
@@ -52,19 +49,29 @@ public:
             orcaWarning("OrcaShaderSDK(): Internal state error.");
             return miFALSE;
         }
-        const PassRecords passes(state, *vela);
+        ShadingCall call(state, *vela);
         if (isConnected(state, record, &P::bumpNormal))
             bendNormal(state, parameterValue(state, record, &P::bumpNormal));
         if (state->type == miRAY_SHADOW) {
             result->transparency = Helper::shadowTransmission(state, record);
             return miTRUE;
         }
-
-        bc composite{};
-        bc_construct(&composite, vela->renderMode, state);
+        bc_construct(&call.composite, vela->renderMode, state);
         *result = {};
+        shade(*result, call, record);
+        return miTRUE;
+    }
+
+private:
+    using Inputs = SurfaceInputs<P, AmbientMaterialColor, Ambient, DiffuseMaterialColor>;
+    using Writer = SurfacePassWriter<Material<P, Helper, 1>>;
+    using Lights = SurfaceLightLoop<Inputs, Writer, Diffuse, Specular, Scatter>;
+
+    void shade(Result& result, ShadingCall& call, P* record) const {
+        miState* const state = call.state;
         const Inputs in(state, record);
-        const Writer writer{*this, state, passes, in.writePasses};
+        const Writer writer{*this, call, in.writePasses};
+        const auto diffuse = component<Diffuse>(state, record, in.reflectance);
         const auto specular = component<Specular>(state, record, in.reflectance);
         const auto refraction = component<Refraction>(state, record, in.reflectance);
         const auto reflection = component<Reflection>(state, record, in.reflectance);
@@ -72,42 +79,33 @@ public:
 
         writeMaterialColours(writer, in, specular);
         writeNormals(writer);
-        LightSums light;
-        {
-            const Restored<miColor> throughput(vela->throughput);
-            if (!(composite.componentMask & COMPOSITE_THROUGHPUT)) in.attenuate(vela->throughput);
-            light = gatherLight(state, *vela, passes, composite, writer, in, specular, scatter, record);
-        }
+        const LightSums light = gatherLight(writer, in, {diffuse, specular, scatter});
 
-        const TraceContext context{vela, &passes, in.mirror};
-        const bool traced = (composite.componentMask & COMPOSITE_TRACE_LIMIT) != 0;
-        result->transparency = in.transparency;
-        const miColor refracted = refraction(state, record, context, traced, result->transparency);
-        const miColor reflected = traced ? reflection(state, context) : BLACK;
+        const bool traces = call.wants(COMPOSITE_TRACE_LIMIT);
+        const TraceContext context{&call.vela, &call.passes, in.mirror};
+        result.transparency = in.transparency;
+        const miColor refracted = refraction(state, record, context, traces, result.transparency);
+        const miColor reflected = traces ? reflection(state, context) : BLACK;
 
-        CompositeInputs parts = lightParts(composite, in, light);
+        CompositeInputs parts = lightParts(call, in, light);
         miColor scattered = light.scattered;
-        if (composite.componentMask & COMPOSITE_SCATTER)
-            parts.scatter = scatter(state, record, composite.b == 0, scatterCache, scattered);
-        if (composite.componentMask & COMPOSITE_INDIRECT)
+        if (call.wants(COMPOSITE_SCATTER))
+            parts.scatter = scatter(state, record, call.skipsShadows(), scatterCache, scattered);
+        if (call.wants(COMPOSITE_INDIRECT))
             parts.indirect = indirectLight(state, record, in, parts.scatter ? scatter.albedo() : BLACK);
-        if (composite.componentMask & COMPOSITE_INCANDESCENCE)
+        if (call.wants(COMPOSITE_INCANDESCENCE))
             parts.incandescence = Incandescence(state, record)(state, record);
         parts.refraction = &refracted;
         parts.reflection = reflected;
-        bc_composite(&composite, result, &parts);
-        bc_destruct(&composite);
-        component<Custom>(state, record, in.reflectance)(state, record, *result);
+        bc_composite(&call.composite, &result, &parts);
+        bc_destruct(&call.composite);
+        component<Custom>(state, record, in.reflectance)(state, record, result);
 
-        writeCompositePasses(writer, in, reflection, *result, in.ambientTerm(composite));
-        vela->surfaceOpacity = WHITE - in.transparency;
-        vela->refractionsOn = refraction.on();
-        vela->refractedTransparency = refraction.on() && traced ? in.transparency : BLACK;
-        return miTRUE;
+        writeCompositePasses(writer, in, reflection, result);
+        call.vela.surfaceOpacity = WHITE - in.transparency;
+        call.vela.refractionsOn = refraction.on();
+        call.vela.refractedTransparency = refraction.on() && traces ? in.transparency : BLACK;
     }
-
-private:
-    using Writer = SurfacePassWriter<Material<P, Helper, 1>>;
 
     template <class Component>
     static Component component(miState* state, P* record, const DiffuseMaterialColor& reflectance) {
@@ -117,50 +115,6 @@ private:
             return Component(state, record, reflectance());
         else return Component(state, record);
     }
-
-    /// The material's transmittance, which its colour may know better than the record.
-    static miColor transparencyOf(miState* state, P* record, const DiffuseMaterialColor& reflectance) {
-        if constexpr (requires { reflectance.transparency(); }) return reflectance.transparency();
-        else return parameterValue(state, record, &P::transparency);
-    }
-
-    /// The parameters that several steps share.
-    struct Inputs {
-        Inputs(miState* state, P* record)
-            : ambientColor(AmbientMaterialColor(state, record)()),
-              reflectance(state, record),
-              transparency(transparencyOf(state, record, reflectance)),
-              translucence(parameterValue(state, record, &P::translucence)),
-              writePasses(parameterValue(state, record, &P::writePasses) != 0),
-              throughputBoost(parameterValue(state, record, &P::throughputBoost)),
-              glow(parameterValue(state, record, &P::compositeScalarA)),
-              mirror(mirrored(state->dir, state->normal)),
-              ambient(state, record) {
-            if (translucence == 0.0f) return;
-            translucenceForward = parameterValue(state, record, &P::translucenceForward);
-            translucenceWrap = parameterValue(state, record, &P::translucenceWrap);
-        }
-
-        /// What the surface leaves of a path's throughput.
-        void attenuate(miColor& throughput) const {
-            throughput *= (WHITE - transparency) * reflectance.color();
-            if (throughputBoost > 1.0f) throughput *= throughputBoost;
-        }
-        [[nodiscard]] miColor ambientTerm(const bc& composite) const {
-            return composite.componentMask & COMPOSITE_AMBIENT ? ambient(ambientColor, reflectance.color())
-                                                               : BLACK;
-        }
-
-        miColor ambientColor;
-        DiffuseMaterialColor reflectance;
-        miColor transparency;
-        miScalar translucence, translucenceForward = 0.0f, translucenceWrap = 0.0f;
-        bool writePasses;
-        miScalar throughputBoost;
-        miScalar glow;
-        miVector mirror;
-        Ambient ambient;
-    };
 
     static void writeMaterialColours(const Writer& writer, const Inputs& in, const Specular& specular) {
         if (!writer.writesComponents()) return;
@@ -173,9 +127,10 @@ private:
     /// The shading normal, each record in the space it asks for.
     void writeNormals(const Writer& writer) const {
         if (!writer.writes()) return;
-        const PassTypeRun& run = (*writer.passes.types)[PASS_NORMAL];
+        const ShadingCall& call = writer.call;
+        const PassTypeRun& run = (*call.passes.types)[PASS_NORMAL];
         for (int i = run.first; i < run.first + run.count; ++i)
-            writeNormal(writer.state, writer.passes.records[i]);
+            writeNormal(call.state, call.passes.records[i]);
     }
 
     void writeNormal(miState* state, FrameBufferInfo& record) const {
@@ -188,110 +143,17 @@ private:
         combine(slot.levelResult.b, n.z, this->passWriteMode);
     }
 
-    /// Every light of the hit, and its light from behind when the surface was met from its back.
-    LightSums gatherLight(miState* state, VelabaseState& vela, const PassRecords& passes, const bc& composite,
-                          const Writer& writer, const Inputs& in, const Specular& specular,
-                          const Scatter& scatter, P* record) const {
-        int count = 0;
-        miTag* lights = nullptr;
-        LightSums all;
-        if (!mi_instance_lightlist(&count, &lights, state)) return all;
-        const Diffuse diffuse(state, record);
-        for (int i = 0; i < count; ++i) {
-            all += lightFrom(lights[i], miFALSE, state, vela, passes, composite, writer, in, specular,
-                             scatter, diffuse);
-            if (!state->inv_normal) continue;
-            const Restored<miVector> normal(state->normal);
-            const Restored<miVector> geometric(state->normal_geom);
-            state->normal = -state->normal;
-            state->normal_geom = -state->normal_geom;
-            all += lightFrom(lights[i], miTRUE, state, vela, passes, composite, writer, in, specular, scatter,
-                             diffuse);
-        }
-        return all;
-    }
-
-    /// One light seen from one side; the mean over its samples.
-    LightSums lightFrom(miTag light, miBoolean backSide, miState* state, VelabaseState& vela,
-                        const PassRecords& passes, const bc& composite, const Writer& writer,
-                        const Inputs& in, const Specular& specular, const Scatter& scatter,
-                        const Diffuse& diffuse) const {
-        LightSums sums;
-        LightLoop loop(state, vela, passes, light, backSide, composite.b == 0);
-        LightSample sample;
-        sample.mirror = in.mirror;
-        while (loop.next(sample))
-            shadeSample(sums, sample, state, vela, composite, writer, in, specular, scatter, diffuse);
-        loop.end(this->passWriteMode, this->passWriteFlags, this->passWriteScale);
-        if (loop.samples() > 1) sums *= 1.0f / static_cast<float>(loop.samples());
-        writer.write(PASS_LIGHT_SUM, sums.selected(composite.componentMask));
-        vela.shadowSum = sums.shadow;
-        return sums;
-    }
-
-    static void shadeSample(LightSums& sums, LightSample& sample, miState* state, VelabaseState& vela,
-                            const bc& composite, const Writer& writer, const Inputs& in,
-                            const Specular& specular, const Scatter& scatter, const Diffuse& diffuse) {
-        const LightData& data = vela.lightData;
-        const miColor& color = in.reflectance.color();
-        miColor shaded = BLACK; // what the sample adds to the opaque part of the surface, per light colour
-        if (data.isAmbient) {
-            sums.ambient += color * sample.color;
-            sums.ambientUnshadowed += color * data.unshadowedColor;
-            writer.writeLit(PASS_AMBIENT_IRRADIANCE, WHITE);
-            if (writer.writesComponents()) writer.writeLit(PASS_AMBIENT, withAlpha(color, 1.0f));
-            shaded += color;
-        }
-        if (data.emitDiffuse) {
-            if (vela.areaLight)
-                sample.nDotL = arealight_lambertian_reflect(state, &sample.direction, vela.areaLight);
-            writeIrradiance(writer, sample.nDotL);
-            if (composite.componentMask & COMPOSITE_THROUGHPUT) sums.countShadow(data, sample.nDotL);
-
-            const miScalar t = in.translucence == 0.0f
-                                   ? 0.0f
-                                   : compute_lambert_translucence(
-                                         state, &sample.direction, vela.areaLight, sample.nDotL,
-                                         in.translucence, in.translucenceForward, in.translucenceWrap);
-            const miColor through = color * t;
-            const miColor reflected = diffuse(color * in.reflectance.diffuse(), sample.nDotL);
-            sums.addDiffuse(through, reflected, sample.color, data.unshadowedColor);
-            if (writer.writesComponents()) {
-                if (in.translucence != 0.0f) {
-                    writer.writeLit(PASS_TRANSLUCENCE, withAlpha(through, 1.0f));
-                    writer.writeLit(PASS_TRANSLUCENCE_NO_SHADOW, withAlpha(through, 1.0f));
-                }
-                // Light from behind reaches these passes only where it comes through.
-                if (sample.nDotL >= 0.0f || t != 0.0f) {
-                    const miColor both = withAlpha(through + reflected, 1.0f);
-                    writer.writeLit(PASS_DIFFUSE, both);
-                    writer.writeLit(PASS_DIFFUSE_NO_SHADOW, both);
-                }
-            }
-            shaded += through + reflected;
-        }
-        if constexpr (requires { scatter.ofSample(state, sample, vela.areaLight); }) {
-            if (data.emitDiffuse && !data.backSide && scatter.present())
-                sums.scattered += scatter.ofSample(state, sample, vela.areaLight) * sample.color;
-        }
-        miColor highlight = BLACK;
-        if constexpr (Specular::present) {
-            // Highlights belong to the side that is seen; from the other they would count twice.
-            if (data.emitSpecular && !data.backSide)
-                highlight = shadeHighlight(sums, sample, state, vela, writer, specular);
-        }
-        if (writer.writesComponents()) {
-            const miColor opaque = withAlpha((WHITE - in.transparency) * shaded, 1.0f);
-            writer.writeLit(PASS_SHADOW, opaque);
-            writer.writeLit(PASS_SHADOW_LUMINANCE, luminance(opaque));
-            const miColor beauty = withAlpha(opaque + highlight, 1.0f);
-            writer.writeLit(PASS_BEAUTY, beauty);
-            writer.writeLit(PASS_BEAUTY_NO_REFLECTION_REFRACTION, beauty);
-        }
+    /// Light of all lights, sampled with the throughput of what the surface sends on.
+    static LightSums gatherLight(const Writer& writer, const Inputs& in,
+                                 const typename Lights::Components& components) {
+        const ShadingCall& call = writer.call;
+        const Restored<miColor> throughput(call.vela.throughput);
+        if (!call.wants(COMPOSITE_THROUGHPUT)) in.attenuate(call.vela.throughput);
+        return Lights(writer, in, components)();
     }
 
     /// Indirect light, sent back diffusely and from below the surface. It varies slowly, so what arrives at
-    /// the point stands in for what enters around it.
+    /// the point is taken for what enters around it.
     static miColor indirectLight(miState* state, P* record, const Inputs& in, const miColor& scattered) {
         const Indirect indirect(state, record);
         if (!anyAbove(scattered, 0.0f))
@@ -301,35 +163,10 @@ private:
                         in.throughputBoost);
     }
 
-    static void writeIrradiance(const Writer& writer, miScalar nDotL) {
-        if (!(nDotL > 0.0f)) return;
-        const miColor irradiance{nDotL, nDotL, nDotL, 1.0f};
-        writer.writeLit(PASS_DIRECT_IRRADIANCE, irradiance);
-        writer.writeLit(PASS_DIRECT_IRRADIANCE_NO_SHADOW, irradiance);
-        writer.writeLit(PASS_RAW_SHADOW, irradiance);
-        writer.writeLit(PASS_RAW_SHADOW_LUMINANCE, nDotL);
-    }
-
-    static miColor shadeHighlight(LightSums& sums, LightSample& sample, miState* state,
-                                  const VelabaseState& vela, const Writer& writer, const Specular& specular) {
-        sample.specularDirection = sample.direction;
-        if (vela.areaLight)
-            arealight_max_phong_spec_dir(&sample.specularDirection, state, &sample.mirror, vela.areaLight);
-        const miColor highlight = specular(state, sample);
-        sums.specular += highlight * sample.color;
-        sums.specularUnshadowed += highlight * vela.lightData.unshadowedColor;
-        if (writer.writesComponents()) {
-            writer.writeLit(PASS_SPECULAR, withAlpha(highlight, 1.0f));
-            writer.writeLit(PASS_SPECULAR_NO_SHADOW, withAlpha(highlight, 1.0f));
-        }
-        return highlight;
-    }
-
-    static CompositeInputs lightParts(const bc& composite, const Inputs& in, const LightSums& light) {
+    static CompositeInputs lightParts(const ShadingCall& call, const Inputs& in, const LightSums& light) {
         CompositeInputs parts{};
-        const bool unshadowed = !(composite.componentMask & COMPOSITE_DIFFUSE) &&
-                                (composite.componentMask & COMPOSITE_DIFFUSE_UNSHADOWED);
-        parts.ambient = in.ambientTerm(composite) + (unshadowed ? light.ambientUnshadowed : light.ambient);
+        const bool unshadowed = !call.wants(COMPOSITE_DIFFUSE) && call.wants(COMPOSITE_DIFFUSE_UNSHADOWED);
+        parts.ambient = in.ambientTerm(call) + (unshadowed ? light.ambientUnshadowed : light.ambient);
         parts.diffuse = light.diffuse;
         parts.diffuseUnshadowed = light.diffuseUnshadowed;
         parts.translucence = light.translucence;
@@ -347,11 +184,11 @@ private:
     /// The components as they entered the picture. Reflected material colour (20) is the reflectivity at the
     /// facing ratio; indirect (22) is irradiance and scattered light together.
     static void writeCompositePasses(const Writer& writer, const Inputs& in, const Reflection& reflection,
-                                     const Result& result, const miColor& ambientTerm) {
+                                     const Result& result) {
         if (!writer.writesComponents()) return;
-        miScalar facing = -dot(writer.state->normal, writer.state->dir);
-        if (facing < 0.0f) facing = 1.0f;
+        const miScalar facing = facingRatio(writer.call.state);
         const miColor indirect = result.irradiance + result.scatter;
+        const miColor ambient = in.ambientTerm(writer.call);
         writer.write(PASS_REFLECTED_MATERIAL_COLOR, reflection.materialColor(facing));
         writer.write(PASS_REFLECTION, result.reflection);
         writer.write(PASS_REFRACTION, result.refraction);
@@ -359,10 +196,11 @@ private:
         writer.write(PASS_INDIRECT, indirect);
         writer.write(PASS_GLOW_SOURCE, result.glowColor);
         writer.write(PASS_FACING_RATIO, facing);
-        writer.write(PASS_AMBIENT, ambientTerm);
+        writer.write(PASS_AMBIENT, ambient);
 
-        const miColor beauty = (WHITE - in.transparency) * (indirect + ambientTerm) + result.incandescence;
-        if (!anyAbove(WHITE - in.transparency, 0.0f) && !anyAbove(beauty, 0.0f)) return; // nothing to be seen
+        const miColor opacity = WHITE - in.transparency;
+        const miColor beauty = opacity * (indirect + ambient) + result.incandescence;
+        if (!anyAbove(opacity, 0.0f) && !anyAbove(beauty, 0.0f)) return; // nothing to be seen
         writer.write(PASS_BEAUTY, beauty);
         writer.write(PASS_BEAUTY_NO_REFLECTION_REFRACTION, beauty);
     }

@@ -2,18 +2,17 @@
 #pragma once
 
 #include "orcaMaterial.h"
-#include "orcaPassRecords.h"
+#include "orcaSurfaceInputs.h"
 
 /// Pass writes of one shading call of a material.
 template <class MaterialType>
 struct SurfacePassWriter {
     const MaterialType& material;
-    miState* state;
-    const PassRecords& passes;
+    const ShadingCall& call;
     bool components; ///< the material's writePasses
 
     /// Some pass may be written at all.
-    [[nodiscard]] bool writes() const noexcept { return passes && material.writesPasses(); }
+    [[nodiscard]] bool writes() const noexcept { return call.passes && material.writesPasses(); }
     /// The component passes are written.
     [[nodiscard]] bool writesComponents() const noexcept { return components && writes(); }
 
@@ -32,7 +31,7 @@ private:
     template <class Value>
     void put(PassTypeID type, const Value& value, bool useLightColor) const {
         const miColor* const noReference = nullptr;
-        material.writeToFrameBuffers(state, passes.records, passes.types, value, type, useLightColor,
-                                     &noReference);
+        material.writeToFrameBuffers(call.state, call.passes.records, call.passes.types, value, type,
+                                     useLightColor, &noReference);
     }
 };
