@@ -2,6 +2,7 @@
 #include "orcaTimeSampler.h"
 
 #include "orcaConstants.h"
+#include "orcaGathering.h"
 
 #include <algorithm>
 
@@ -21,8 +22,7 @@ miInteger samplesFor(miScalar contrast) {
 void tmsampler_init(tmsampler* sampler, miState* state, bool enabled) {
     *sampler = {0, 1, 0.0f};
     if (!enabled) return;
-    int gather = 0;
-    if (mi_query(miQ_FINALGATHER_STATE, state, miNULLTAG, &gather) && gather != 0) return;
+    if (isGathering(state)) return;
 
     const miScalar end = state->options->shutter;
     const miScalar begin = state->options->shutter_delay;

@@ -3,6 +3,7 @@
 
 #include "orcaAreaLight.h"
 #include "orcaColor.h"
+#include "orcaGathering.h"
 #include "orcaLightProtocol.h"
 #include "orcaPassRecords.h"
 #include "orcaScatterProfile.h"
@@ -90,9 +91,7 @@ void makeAxes(ProbeAxis (&axes)[3], const miVector& n, int samples) {
 
 /// A quarter of the probes at each trace level further down, and in gathers, whose own rays average already.
 int probesAt(miState* state, int samples) {
-    int gather = 0;
-    const bool gathering = mi_query(miQ_FINALGATHER_STATE, state, miNULLTAG, &gather) && gather != 0;
-    const int quarterings = std::min(traceLevel(state) + (gathering ? 2 : 0), 15);
+    const int quarterings = std::min(traceLevel(state) + (isGathering(state) ? 2 : 0), 15);
     return std::max(1, samples >> (2 * quarterings));
 }
 

@@ -2,6 +2,7 @@
 #include "orcaComposite.h"
 
 #include "orcaColor.h"
+#include "orcaGathering.h"
 
 namespace {
 
@@ -10,12 +11,25 @@ struct ModeComponents {
     miUint mask;
 };
 
+constexpr miUint traced = COMPOSITE_REFRACTION | COMPOSITE_TRACE_LIMIT;
+constexpr miUint unlit = COMPOSITE_AMBIENT | COMPOSITE_INCANDESCENCE | COMPOSITE_INDIRECT | COMPOSITE_SCATTER;
+constexpr miUint all = unlit | COMPOSITE_DIFFUSE | COMPOSITE_SPECULAR | traced;
+constexpr miUint allUnshadowed =
+    unlit | COMPOSITE_DIFFUSE_UNSHADOWED | COMPOSITE_SPECULAR_UNSHADOWED | traced;
+
 /// By render mode; the gathered mode depends on whether a gather is running.
 constexpr ModeComponents modeTable[] = {
-    {1, 1, 0x74F}, {1, 0, 0x797}, {1, 1, 0x20}, {0, 0, 0x1}, {1, 0, 0x617}, {1, 0, 0x180},
+    /* RENDER_MODE_FULL */ {1, 1, all},
+    /* RENDER_MODE_UNSHADOWED */ {1, 0, allUnshadowed},
+    /* RENDER_MODE_SHADOW */ {1, 1, COMPOSITE_THROUGHPUT},
+    /* RENDER_MODE_AMBIENT */ {0, 0, COMPOSITE_AMBIENT},
+    /* RENDER_MODE_DIFFUSE_UNSHADOWED */
+    {1, 0, unlit | COMPOSITE_DIFFUSE_UNSHADOWED | COMPOSITE_TRACE_LIMIT},
+    /* RENDER_MODE_SPECULAR_UNSHADOWED */
+    {1, 0, COMPOSITE_SPECULAR_UNSHADOWED | COMPOSITE_REFRACTION},
 };
-constexpr miUint gatheredMask = 0x304;
-constexpr miUint gatheringExtra = 0x44B;
+constexpr ModeComponents gatheredMode = {0, 1, COMPOSITE_INDIRECT | traced};
+constexpr ModeComponents gatheringMode = {1, 1, all};
 
 void setRgb(miColor& color, miScalar value) {
     color.r = color.g = color.b = value;
@@ -25,17 +39,13 @@ void setRgb(miColor& color, miScalar value) {
 
 void bc_construct(bc* record, int mode, miState* state) {
     record->mode = mode;
-    if (mode >= 0 && mode < RENDER_MODE_GATHERED) {
-        record->a = modeTable[mode].a;
-        record->b = modeTable[mode].b;
-        record->componentMask = modeTable[mode].mask;
-    } else if (mode == RENDER_MODE_GATHERED) {
-        int gather = 0;
-        const bool gathering = mi_query(miQ_FINALGATHER_STATE, state, miNULLTAG, &gather) && gather != 0;
-        record->a = gathering;
-        record->b = 1;
-        record->componentMask = gathering ? gatheredMask + gatheringExtra : gatheredMask;
-    }
+    if (mode < 0 || mode > RENDER_MODE_GATHERED) return;
+    const ModeComponents& components = mode < RENDER_MODE_GATHERED ? modeTable[mode]
+                                       : isGathering(state)        ? gatheringMode
+                                                                   : gatheredMode;
+    record->a = components.a;
+    record->b = components.b;
+    record->componentMask = components.mask;
 }
 
 void bc_composite(const bc* record, SurfaceShaderReturnType* result, const CompositeInputs* inputs) {

@@ -57,11 +57,6 @@ unsigned shadowRayCount(int rays, const VelabaseState& vela) {
     return static_cast<unsigned>(std::max(1, static_cast<int>(count)));
 }
 
-bool wantsHardShadows(miState* state) {
-    int gather = 0;
-    return mi_query(miQ_FINALGATHER_STATE, state, miNULLTAG, &gather) && gather != 0;
-}
-
 void applyShadow(miColor& color, LightData& data, bool light, const miColor& transmission,
                  const miColor& shadowColor) {
     if (!light) {

@@ -6,6 +6,7 @@
 
 #include "orcaColor.h"
 #include "orcaExport.h"
+#include "orcaGathering.h"
 #include "orcaGuards.h"
 #include "orcaLightProtocol.h"
 #include "orcaParameters.h"
@@ -65,9 +66,6 @@ template <class P>
 /// cut-off.
 [[nodiscard]] unsigned shadowRayCount(int rays, const VelabaseState& vela);
 
-/// True inside gathers, where soft shadows are not worth their rays.
-[[nodiscard]] bool wantsHardShadows(miState* state);
-
 /// Dims a light's colour by the transmission of its shadow and notes the share removed. `light` is false when
 /// the shadow ray was wholly blocked.
 void applyShadow(miColor& color, LightData& data, bool light, const miColor& transmission,
@@ -91,7 +89,8 @@ void shadeLight(miColor& color, miState* state, P* record, VelabaseState& vela, 
         applyShadow(color, vela.lightData, light, transmission, shadowColor);
     } else if (kind == ShadowKind::RayTraced) {
         const miColor shadowColor = parameterValue(state, record, &P::shadowColor);
-        const miScalar size = wantsHardShadows(state) ? 0.0f : parameterValue(state, record, sizeParameter);
+        // In a gather soft shadows are not worth their rays.
+        const miScalar size = isGathering(state) ? 0.0f : parameterValue(state, record, sizeParameter);
         const unsigned rays =
             shadowRayCount(static_cast<int>(parameterValue(state, record, &P::shadowRays)), vela);
         const bool light = size > 0.0f ? soft(&transmission, shadowColor, size, rays)

@@ -2,6 +2,7 @@
 #include "orcaOceanRefraction.h"
 
 #include "orcaColor.h"
+#include "orcaGathering.h"
 #include "orcaGuards.h"
 #include "orcaRenderPassUtilities.h"
 #include "orcaVector.h"
@@ -113,11 +114,6 @@ miColor absorbed(const OceanRefractionSettings& settings, float distance) {
             channel(settings.absorptionColor.b), 1.0f};
 }
 
-bool gathering(miState* state) {
-    int answer = 0;
-    return mi_query(miQ_FINALGATHER_STATE, state, miNULLTAG, &answer) && answer != 0;
-}
-
 /// One sample with the hand-over of its pass values.
 miColor sampled(miState* state, const Cone& cone, const miVector& direction, const miColor& weight,
                 const OceanRefractionSettings& settings, const TraceContext& context) {
@@ -151,7 +147,7 @@ miColor oceanshader_compute_refraction(miColor* transparency, const OceanRefract
     const auto at = [&](const double* sample) {
         return onItsSide(directionIn(cone, settings.blur, sample), state->normal_geom, cone.side);
     };
-    const bool many = settings.blur > 0.0f && settings.samples > 1 && !gathering(state);
+    const bool many = settings.blur > 0.0f && settings.samples > 1 && !isGathering(state);
     const miUint count = many ? static_cast<miUint>(settings.samples) : 1u;
     const miColor weight = passing * (1.0f / static_cast<float>(count));
     miColor light = BLACK;
