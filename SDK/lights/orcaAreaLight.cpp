@@ -36,7 +36,7 @@ miScalar meanCosineToAreaLight(const miVector& point, const miVector& axis, cons
     const float angle =
         solidAngle(toCorner[0], toCorner[1], toCorner[2]) + solidAngle(toCorner[0], toCorner[2], toCorner[3]);
     const miVector toCenter = normalized(light.center - point);
-    // Too small or seen edge on: all its directions are one.
+    // Too small or seen edge on: one direction represents the light.
     if (angle < VELA_EPS) return dot(axis, toCenter);
 
     miVector flux{0.0f, 0.0f, 0.0f};
@@ -61,7 +61,7 @@ void arealight_max_phong_spec_dir(miVector* result, miState* state, const miVect
     const miVector toCenter = light->center - state->point;
     const float slope = dot(*mirror, normal);
     const float t = std::abs(slope) < VELA_EPS ? 0.0f : dot(toCenter, normal) / slope;
-    // Mirror rays that miss the light's plane take the nearest point to where they pass the centre.
+    // Mirror rays that miss the light's plane take the point of theirs that is nearest to the light's centre.
     const float along = t > 0.0f ? t : std::max(0.0f, dot(toCenter, *mirror));
     const miVector onPlane = *mirror * along - toCenter;
     const auto clampedAlong = [&](const miVector& edge) {

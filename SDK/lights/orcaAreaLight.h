@@ -8,7 +8,7 @@
 
 /// Mean cosine between an axis and the directions from a point to a light, weighted by solid angle: Lambert's
 /// formula for a uniform polygon (Lambert, "Photometria", 1760; see also Arvo, "Irradiance Tensors", 1995),
-/// divided by the polygon's solid angle. Negative when the light lies mostly behind the axis.
+/// divided by the polygon's solid angle. Negative when most of the light is behind the axis.
 [[nodiscard]] miScalar meanCosineToAreaLight(const miVector& point, const miVector& axis,
                                              const AreaLightRecord& light);
 
@@ -19,8 +19,8 @@ extern "C" {
 ORCA_EXPORT float arealight_lambertian_reflect(miState* state, const miVector* direction,
                                                const AreaLightRecord* light);
 
-/// Direction to the point of an area light that lies nearest to the mirror direction, in which a highlight is
-/// strongest (the representative point of Karis, "Real Shading in Unreal Engine 4", 2013). Unit length.
+/// Direction to the point of an area light nearest to the mirror direction, in which a highlight is strongest
+/// (the representative point of Karis, "Real Shading in Unreal Engine 4", 2013). Unit length.
 ORCA_EXPORT void arealight_max_phong_spec_dir(miVector* result, miState* state, const miVector* mirror,
                                               const AreaLightRecord* light);
 

@@ -7,8 +7,8 @@
 #include "orcaPassRecords.h"
 #include "orcaVelaState.h"
 
-/// Opens the light loop of the passes and closes it however the scope ends; what an exception interrupts is
-/// dropped.
+/// Opens the light loop of the passes and closes it however the scope ends. After an exception the
+/// accumulated values are discarded.
 class LightLoop {
 public:
     LightLoop(miState* state, VelabaseState& vela, const PassRecords& passes, miTag light, miBoolean backSide,
@@ -20,7 +20,7 @@ public:
     /// The next sample: colour, direction and cosine. False after the last.
     bool next(LightSample& sample);
     [[nodiscard]] int samples() const noexcept { return samples_; }
-    /// Combines what the loop gathered into the passes, by the material's write settings.
+    /// Combines the accumulated values into the passes, by the material's write settings.
     void end(const miInteger& writeMode, const miUint& writeFlags, const miScalar& writeScale);
 
 private:

@@ -18,7 +18,7 @@ namespace {
 
 constexpr miColor noLight{0.0f, 0.0f, 0.0f, 1.0f};
 
-/// What reaches a record whose light passes a shadow of transmission `t`; alpha 1.
+/// Light after a shadow of transmission `t`; alpha 1.
 miColor dimmed(const miColor& light, const miColor& shadow, const miColor& t) {
     return withAlpha(blended(shadow, light, t), 1.0f);
 }
@@ -33,15 +33,15 @@ void resetTransmission(unsigned count, FrameBufferInfo* records) {
     });
 }
 
-/// What a transmission leaves of a light sample and what it removes. Nearly always the records share one
-/// transmission, so both are worked out when it changes and otherwise only copied.
+/// A light sample after a shadow, and the light that the shadow removes. Nearly all records share one
+/// transmission, so both are computed when it changes and otherwise copied.
 class DimmedLight {
 public:
     DimmedLight(const miColor& light, const miColor& shadow, const miColor& transmission)
         : light_(light), shadow_(shadow) {
         set(transmission, dimmed(light, shadow, transmission));
     }
-    /// Light and shadow of a sample whose arriving light is known.
+    /// For a sample whose light after the shadow is known.
     DimmedLight(const miColor& light, const miColor& arriving) : light_(light), shadow_(arriving) {
         set(WHITE, arriving);
     }
@@ -84,7 +84,7 @@ void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, in
     const int level = traceLevel(state);
     forEachRecord(count, records, [&](const FrameBufferInfo& record) {
         const miColor& gathered = record.lightAccum;
-        // Most passes take nothing of a light: adding black would only fetch their slots.
+        // Most passes receive nothing from a light: adding black would only load their slots.
         if (adds && isZero(gathered)) return;
         TraceLevelSlot& slot = record.levelSlots[level];
         if (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) return;
@@ -119,8 +119,8 @@ void handleNonOrcaLights(unsigned count, FrameBufferInfo* records, const miColor
         state->light_instance = lightInstance;
         setupLightContributions(count, records, state);
     }
-    // Meant as it stands: only a foreign light asks for the next one to be looked at, so a foreign light that
-    // follows one of ours in the same loop keeps what ours left.
+    // Intended: only a foreign light sets the flag again, so a foreign light that follows one of this library
+    // in the same loop keeps the per-record results of the latter.
     records[0].flags |= FB_LIGHT_SETUP_PENDING;
     forEachRecord(count, records, [light = *lightValue](FrameBufferInfo& record) {
         record.lightColor = record.flags & FB_LIGHT_CONTRIBUTES ? light : BLACK;
@@ -182,8 +182,7 @@ void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned
         const miColor mean =
             samples == 0 ? record.shadowAccum : record.shadowAccum / static_cast<float>(samples);
         record.shadowTransmission = mean;
-        // Meant as it stands: a record that wants unshadowed light gets shadowed light from lights of several
-        // samples.
+        // Intended: a record of unshadowed light receives shadowed light from lights of several samples.
         const miColor arriving = dimmed(*lightValue, *shadowColor, mean);
         record.lightColor = record.flags & FB_SHADOW_ONLY ? removedLight(*lightValue, arriving) : arriving;
     });
@@ -192,7 +191,7 @@ void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned
 bool applyShadowTransparencyToFrameBuffers(unsigned count, FrameBufferInfo* records,
                                            const miColor* transparency, miState* state) {
     bool light = false;
-    std::optional<PassMask> mask; // looked up at the first record that asks
+    std::optional<PassMask> mask; // looked up at the first record that needs it
     for (unsigned i = 0; i < count; ++i) {
         FrameBufferInfo& record = records[i];
         constexpr unsigned needed = FB_SHADOWED | FB_LIGHT_CONTRIBUTES;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// How a material's light loop, the lights and the shadow shaders keep one result per pass. A material opens
-/// the loop, takes samples, and closes it; each light says which records it feeds and what each receives;
-/// each occluder dims them. `count` and `records` are getFrameBufferInfo's; with count 0 the functions do
-/// nothing but trace shadows.
+/// How a material's light loop, the lights and the shadow shaders compute one result per pass. A material
+/// opens the loop, takes samples, and closes it; each light marks the records that it contributes to and sets
+/// the light of each; each occluder attenuates it. `count` and `records` are getFrameBufferInfo's; with count
+/// 0 the functions do nothing but trace shadows.
 
 #include "orcaExport.h"
 #include "orcaFrameBufferRecords.h"
@@ -17,21 +17,22 @@ extern ORCA_EXPORT LightData defaultLightDataArray;
 
 /// Opens a material's light loop.
 ORCA_EXPORT void sampleLightBegin(unsigned count, FrameBufferInfo* records);
-/// Closes it: combines the mean over `samples` of what the loop gathered into the level's slots, by the
+/// Closes it: combines the mean over `samples` of what the loop accumulated into the level's slots, by the
 /// material's write mode, scaled by `*scale` when bit 0 of `*useScale` is set.
 ORCA_EXPORT void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, int samples,
                                 const int* mode, const unsigned char* useScale, const float* scale);
 
 /// Called by each light at its start: marks the records that the light instance's pass mask admits.
 ORCA_EXPORT void setupLightContributions(unsigned count, FrameBufferInfo* records, miState* state);
-/// Called by a material after each light sample: gives lights that do not know this protocol their results.
+/// Called by a material after each light sample: sets the records for a light that does not call this
+/// protocol.
 ORCA_EXPORT void handleNonOrcaLights(unsigned count, FrameBufferInfo* records, const miColor* lightValue,
                                      miTag lightInstance, miState* state);
 
 /// For a light that traces no shadow.
 ORCA_EXPORT void setLightIrradiance(unsigned count, FrameBufferInfo* records, const miColor* color);
-/// One shadow ray. `shadowResult` receives its transmission. With `uniform` that serves all records; else
-/// each uses its own. False when the ray was wholly blocked.
+/// One shadow ray. `shadowResult` receives its transmission. With `uniform` it applies to all records; else
+/// each has its own. False when the ray was fully blocked.
 ORCA_EXPORT bool traceShadow(unsigned count, FrameBufferInfo* records, miColor* shadowResult,
                              const miColor* lightValue, const miColor* shadowColor, bool uniform,
                              miState* state);
@@ -43,8 +44,8 @@ ORCA_EXPORT void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* recor
                                           const miColor* lightValue, const miColor* shadowColor,
                                           miState* state);
 
-/// Called by the shadow shaders for each occluder: dims the records by its transparency. True while some
-/// record still receives light.
+/// Called by the shadow shaders for each occluder: multiplies the transmission of the records by its
+/// transparency. True while some record still receives light.
 ORCA_EXPORT bool applyShadowTransparencyToFrameBuffers(unsigned count, FrameBufferInfo* records,
                                                        const miColor* transparency, miState* state);
 

@@ -9,6 +9,6 @@ struct LightSample {
     miColor color;              ///< after shadows
     miVector direction;         ///< to the light
     miScalar nDotL;             ///< cosine with the shading normal; negative from behind
-    miVector mirror;            ///< where the eye's ray goes after reflection
-    miVector specularDirection; ///< to the part of the light that the highlight is measured to
+    miVector mirror;            ///< mirror direction of the eye's ray
+    miVector specularDirection; ///< to the point of the light that highlights are computed for
 };

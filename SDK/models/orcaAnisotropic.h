@@ -1,4 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "orcaAnisotropicFacets.h" // its name now
+#include "orcaAnisotropicFacets.h" // renamed

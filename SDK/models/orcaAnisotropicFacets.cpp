@@ -54,7 +54,7 @@ float compute_anisotropic_reflectivity(float cosine, float index) {
     const float g = std::sqrt(n * n - 1.0f + c * c);
     if (g + c == 0.0f) return 1.0f;
     const float away = (g - c) / (g + c);
-    // Towards index 1 the second quotient's denominator leaves 1 for 0 only with the cosine itself.
+    // g is at least c, so this denominator is at least 1.
     const float ratio = (c * (g + c) - 1.0f) / (c * (g - c) + 1.0f);
     return 0.5f * away * away * (1.0f + ratio * ratio);
 }

@@ -5,7 +5,7 @@
 
 #include <shader.h>
 
-/// User data of an object with final gather settings of its own, found by VELA_MAGIC.
+/// User data of an object with final gather settings, found by VELA_MAGIC.
 struct GatherSettings {
     miInteger magic;
     miInteger kind; // GATHER_SETTINGS_KIND, else the block is something else
@@ -17,10 +17,9 @@ struct GatherSettings {
 };
 inline constexpr miInteger GATHER_SETTINGS_KIND = 1;
 
-/// Indirect diffuse light at the state's point: scale x color x irradiance colour x what arrives. Gathers it,
-/// with the throughput lowered by what the surface will make of it, unless the override is connected. Black
-/// without gathering when the weight is negligible or the path's throughput lies below the cut-off. Alpha
-/// stays 0.
+/// Indirect diffuse light at the state's point: scale x color x irradiance colour x irradiance. Gathers it,
+/// with the throughput attenuated by the surface, unless the override is connected. Black without gathering
+/// when the weight is negligible or the path's throughput is below the cut-off. Alpha stays 0.
 /// @param irradianceColor,irradianceOverride addresses of parameters of the running shader
 /// @param boost above 1: raises the throughput
 extern "C" ORCA_EXPORT void compute_irradiance(miColor* result, miColor* irradianceColor,

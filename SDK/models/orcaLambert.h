@@ -1,4 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "orcaLambertTranslucence.h" // its name now
+#include "orcaLambertTranslucence.h" // renamed

@@ -3,8 +3,8 @@
 
 #include <shader.h>
 
-/// Geometric attenuation of V-shaped facets over the cosine of the view: the smallest of what facets shadow,
-/// hide, and leave alone (R. Cook and K. Torrance, "A Reflectance Model for Computer Graphics", 1982, there
+/// Geometric attenuation of V-shaped facets over the cosine of the view: the smallest of the shadowed, masked
+/// and unattenuated shares (R. Cook and K. Torrance, "A Reflectance Model for Computer Graphics", 1982, there
 /// called G).
 /// @param nDotL, nDotV cosines of light and viewer with the normal, nDotV not 0
 /// @param nDotH, vDotH cosines of the halfway direction with normal and viewer

@@ -18,7 +18,7 @@
 namespace {
 
 constexpr int channels = 3;
-constexpr int surfacesPerProbe = 16; // a probe through a crumpled object meets no more than these
+constexpr int surfacesPerProbe = 16; // limit of intersections along one probe
 
 miScalar channel(const miColor& c, int i) {
     return (&c.r)[i];
@@ -57,8 +57,8 @@ struct ScatterProfiles {
     float reach = 0.0f;
 };
 
-/// The instance's profiles when it has stored those of these settings; else `own`, made anew. An instance
-/// whose settings stay the same makes them once.
+/// The instance's profiles when they were made from these settings; else `own`, made anew. An instance whose
+/// settings stay the same makes them once.
 const ScatterProfiles& profilesOf(const ScatterSettings& settings, void** cache, ScatterProfiles& own) {
     std::atomic_ref<void*> slot(*cache);
     const auto* const stored = static_cast<const ScatterProfiles*>(slot.load(std::memory_order_acquire));
@@ -79,7 +79,7 @@ struct ProbeAxis {
     miUint probes;
 };
 
-/// Half of the probes go straight into the surface; the rest find steep parts of it.
+/// Half of the probes go along the normal; the rest find steep parts of the surface.
 void makeAxes(ProbeAxis (&axes)[3], const miVector& n, int samples) {
     miVector u, v;
     orthonormalBasis(n, u, v);
@@ -89,7 +89,7 @@ void makeAxes(ProbeAxis (&axes)[3], const miVector& n, int samples) {
     axes[2] = {v, n, u, static_cast<miUint>(side)};
 }
 
-/// A quarter of the probes at each trace level further down, and in gathers, whose own rays average already.
+/// A quarter of the probes at each further trace level; a sixteenth in gathers, whose rays average already.
 int probesAt(miState* state, int samples) {
     const int quarterings = std::min(traceLevel(state) + (isGathering(state) ? 2 : 0), 15);
     return std::max(1, samples >> (2 * quarterings));
@@ -144,7 +144,7 @@ void standOnHit(miState& at, miState* shaded) {
     at.child = nullptr;
     at.type = shaded->type;
     at.dir = shaded->dir;
-    at.tex_list = shaded->tex_list; // the hit's own list lasts until the next ray
+    at.tex_list = shaded->tex_list; // the hit's list is valid only until the next ray
     at.bump_x_list = shaded->bump_x_list;
     at.bump_y_list = shaded->bump_y_list;
     std::copy(std::begin(shaded->derivs), std::end(shaded->derivs), std::begin(at.derivs));
@@ -156,7 +156,7 @@ void standOnHit(miState& at, miState* shaded) {
     at.dot_nd = dot(at.normal, at.dir);
 }
 
-/// Light that leaves at one point, gathered over the surface around it.
+/// Light that exits at one point, gathered over the surface around it.
 class ScatteredLight {
 public:
     ScatteredLight(miState* state, const ScatterProfiles& profiles, const EntryLight& light)
@@ -172,7 +172,7 @@ public:
         }
     }
 
-    /// The weighted mean of the light; `here` where nothing was found, or light does not travel.
+    /// The weighted mean of the light; `here` where nothing was found, or light does not spread.
     [[nodiscard]] miColor mean(const miColor& here) const {
         miColor result = here;
         for (int i = 0; i < profiles_.spreadingCount; ++i) {
@@ -186,7 +186,7 @@ public:
     }
 
 private:
-    /// One probe through the ball in which light travels; every surface of the object on its way counts.
+    /// One probe through the ball in which light travels; every surface of the object along it counts.
     void probe(const ProbeAxis& axis, const ProbeAxis (&axes)[3], float u, float v) {
         // The first coordinate chooses the channel whose profile places the probe, then the distance.
         const float scaled = u * static_cast<float>(profiles_.spreadingCount);
@@ -214,7 +214,7 @@ private:
     void addEntry(miState& at, const ProbeAxis (&axes)[3]) {
         const miVector way = at.point - state_->point;
         const float distance = length(way);
-        // Balance heuristic over the axes: how often probes of any of them come here.
+        // Balance heuristic over the axes: density of the probes of all of them here.
         float density = 0.0f;
         for (const ProbeAxis& axis : axes) {
             const float cosine = std::abs(dot(axis.along, at.normal_geom));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// How light that enters a surface at one point leaves it around that point: normalised diffusion
+/// Distribution of the light that enters a surface at one point and exits around it: normalised diffusion
 /// (Christensen and Burley, "Approximate Reflectance Profiles for Efficient Subsurface Scattering", 2015),
 /// with the shape that they fit to light entering diffusely. Distances are in scene units, straight through
 /// the object.
@@ -13,15 +13,15 @@
 class ScatterProfile {
 public:
     ScatterProfile() = default;
-    /// @param albedo       0 to 1: share of the light that leaves again
-    /// @param meanFreePath scene units; 0: light leaves where it entered
+    /// @param albedo       0 to 1: share of the light that exits again
+    /// @param meanFreePath scene units; 0: light exits where it entered
     ScatterProfile(float albedo, float meanFreePath) {
         const float a = albedo - 0.8f;
         const float shape = 1.9f - albedo + 3.5f * a * a;
         decay_ = meanFreePath > 0.0f ? meanFreePath / shape : 0.0f;
     }
 
-    /// Nothing travels: the profile is a point, and the questions below have no answer.
+    /// Light does not spread: the profile is a point, and the functions below are undefined.
     [[nodiscard]] bool isPoint() const noexcept { return !(decay_ > 0.0f); }
 
     /// Light per unit area at distance `r` from where it entered.
@@ -32,16 +32,16 @@ public:
         return (outer * outer * outer + outer) / (8.0f * std::numbers::pi_v<float> * decay_ * distance);
     }
 
-    /// Share of the light that leaves within distance `r`.
+    /// Share of the light that exits within distance `r`.
     [[nodiscard]] float within(float r) const noexcept {
         const float outer = std::exp(r / (-3.0f * decay_));
         return 1.0f - 0.25f * outer * outer * outer - 0.75f * outer;
     }
 
-    /// The distance within which all but about a thousandth of the light leaves.
+    /// The distance within which all but about a thousandth of the light exits.
     [[nodiscard]] float reach() const noexcept { return reachInDecays * decay_; }
 
-    /// Distance at which light leaves, distributed as the profile is over the plane, at most `reach()`.
+    /// Distance at which light exits, distributed as the profile is over the plane, at most `reach()`.
     /// @param u 0 to below 1
     [[nodiscard]] float distance(float u) const noexcept {
         // A quarter of the light falls off three times as fast as the rest.

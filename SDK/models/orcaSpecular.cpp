@@ -9,8 +9,8 @@
 
 namespace {
 
-/// Eye rays see the bare strength, which keeps highlights bright up to the terminator; what they light by way
-/// of other surfaces obeys the cosine law.
+/// Eye rays see the bare strength, which keeps highlights bright up to the terminator; what reaches other
+/// surfaces obeys the cosine law.
 float seenAlong(const miState* state, float strength, float nDotL) {
     if (!(strength > 0.0f)) return 0.0f;
     if (state->type == miRAY_EYE) return strength;

@@ -15,7 +15,7 @@ constexpr int yShift = 5;
 constexpr int zShift = 10;
 constexpr unsigned tableSize = NOISE_TABLE_SIZE;
 
-/// Fractional part in [0, 1); 0 for coordinates that carry none.
+/// Fractional part in [0, 1); 0 for coordinates beyond 1e9 and NaN.
 double fraction(double c) {
     if (!(c >= -largestCoordinate && c <= largestCoordinate)) return 0.0;
     // Truncation and a correction give the floor without a call.
@@ -23,7 +23,7 @@ double fraction(double c) {
     return f < 0.0 ? f + 1.0 : f;
 }
 
-/// Lattice cells about a coordinate along one axis.
+/// Lattice cells around a coordinate along one axis.
 struct Cells {
     int before, at, after;
     float t;                                   // position within the middle cell, [0, 1)
@@ -70,7 +70,7 @@ float plane(const Cells& x, const Cells& y, int rest) {
 } // namespace
 
 float noise_table_scalar(int i) {
-    // Negated as unsigned: the most negative integer has no absolute value of its own.
+    // Negated as unsigned: the absolute value of the most negative integer overflows.
     const unsigned magnitude = i < 0 ? 0u - static_cast<unsigned>(i) : static_cast<unsigned>(i);
     return NoiseTable[magnitude % tableSize];
 }
@@ -94,8 +94,8 @@ double noise_drand(miUint* seed) {
 float noise_scalar_1d(double x) {
     const double s = fraction(x) * VELA_CUBE_SIDE;
     constexpr float amplitude = 0.25f;
-    // Meant as it stands: the first cell continues the second one's curve backwards, and the last one reads
-    // beyond the lattice instead of wrapping.
+    // Intended: the first cell continues the second one's curve backwards, and the last one reads beyond the
+    // lattice instead of wrapping.
     if (s < 1.0)
         return amplitude * blend(NoiseTable[0], NoiseTable[1], NoiseTable[2], static_cast<float>(s - 1.0));
     const int i = static_cast<int>(s);

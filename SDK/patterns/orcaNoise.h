@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Value noise: a fixed table of random values blended by quadratic B-splines, periodic with period 1 in every
-/// coordinate, 32 cells a unit. Coordinates beyond 1e9 act as 0.
+/// Value noise: a fixed table of random values blended by quadratic B-splines, periodic with period 1 in
+/// every coordinate, 32 cells a unit. Coordinates beyond 1e9 act as 0.
 
 #include "orcaExport.h"
 #include "orcaGradientNoise.h"
@@ -21,8 +21,7 @@ ORCA_EXPORT miVector noise_table_vector(int i);
 ORCA_EXPORT float noise_frand(miUint* seed);
 ORCA_EXPORT double noise_drand(miUint* seed);
 
-/// Value noise in (-1, 1), but for the one-dimensional one, which has half the amplitude and peculiarities of
-/// its own.
+/// Value noise in (-1, 1), except noise_scalar_1d, which has half the amplitude and whose outer cells differ.
 ORCA_EXPORT float noise_scalar_1d(double x);
 ORCA_EXPORT float noise_scalar_2d(double x, double y);
 ORCA_EXPORT float noise_scalar_3d(double x, double y, double z);

@@ -25,13 +25,13 @@ T evaluated(miState* state, T* parameter) {
     return *static_cast<T*>(mi_eval(state, parameter));
 }
 
-/// Indices of the entries between which u lies.
+/// Indices of the entries around u.
 struct Span {
     int lower, upper;
 };
 
-/// The entry for which `takes` holds and that `beats` all others for which it does; -1 for none. Of equals
-/// the first.
+/// Among the entries for which `takes` holds, the one that `beats` all others, the first of equals; -1 for
+/// none.
 template <class Takes, class Beats>
 int bestEntry(const Ramp& ramp, const Takes& takes, const Beats& beats) {
     int best = -1;
@@ -95,7 +95,7 @@ void ramp_constructor(Ramp* ramp, miState* state, void* parameterArray, int isCo
     ramp->count = 0;
     if (!parameterArray) return;
     const int given = static_cast<ArrayHeader*>(parameterArray)->count;
-    // Meant as it stands: a negative count reads as a full ramp.
+    // Intended: a negative count reads as a full ramp.
     ramp->count = given >= 0 && given <= RAMP_MAX_ENTRIES ? given : RAMP_MAX_ENTRIES;
     for (int i = 0; i < ramp->count; ++i) {
         if (isColor) {
@@ -162,7 +162,7 @@ void ramp_get_interp_color(float u, const Ramp* ramp, miColor* result) {
 
 float ramp_hermite_interp(float p0, float y0, float p1, float y1, float p2, float y2, float p3, float y3,
                           float u) {
-    constexpr float tension = 0.2f; // cancels, except where the divisor below is held up
+    constexpr float tension = 0.2f; // cancels, except where the divisor below is clamped
     const float d = p2 - p1;
     const float rise = y2 - y1;
     const float held = std::max(VELA_EPS, tension * d);

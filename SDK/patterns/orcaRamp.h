@@ -48,8 +48,8 @@ ORCA_EXPORT void ramp_destructor(Ramp* ramp);
 
 /// Value at u: the nearest entry's beyond the ends. 0 for a colour ramp and for an empty one.
 ORCA_EXPORT float ramp_get_interp_float(float u, const Ramp* ramp);
-/// Red, green and blue at u; alpha is left unless an entry is taken whole (spline ends). VELA_BLACK for a
-/// scalar ramp and for an empty one.
+/// Red, green and blue at u; alpha is not written unless an entry is copied whole (spline ends). VELA_BLACK
+/// for a scalar ramp and for an empty one.
 ORCA_EXPORT void ramp_get_interp_color(float u, const Ramp* ramp, miColor* result);
 
 /// Cubic Hermite curve between (p1, y1) and (p2, y2) at u, with slopes from the neighbours (p0, y0) and (p3,

@@ -4,7 +4,7 @@
 #include "orcaColor.h"
 #include "orcaParameters.h"
 
-/// Colour that the surface shows in ambient light of its own.
+/// The surface's own ambient light.
 template <class P>
 class DefaultAmbientMaterialColorComponent {
 public:
@@ -16,7 +16,7 @@ private:
     miColor color_;
 };
 
-/// What the surface sends back of ambient light.
+/// Ambient light that the surface reflects.
 template <class P>
 class DefaultAmbientComponent {
 public:

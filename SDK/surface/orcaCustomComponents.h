@@ -3,7 +3,7 @@
 
 #include "orcaSurfaceShaderReturnType.h"
 
-/// Last word on a material's result, after it has been composed; the standard materials change nothing.
+/// Changes to a material's result after it has been composed; the standard materials change nothing.
 template <class P>
 class DefaultCustomComponent {
 public:

@@ -20,8 +20,7 @@ private:
     miScalar diffuse_;
 };
 
-/// Lambert's cosine law. Share of a light sample that the surface sends back; not yet multiplied by the
-/// light's colour.
+/// Lambert's cosine law. Share of a light sample that the surface reflects, before the light's colour.
 template <class P>
 class DefaultDiffuseComponent {
 public:

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Materials that mix or replace colours that other shaders have made, and write the outcome to the passes
-/// that are the picture.
+/// Materials that mix or replace colours of other shaders, and write the result to the passes that are the
+/// picture.
 
 #include "orcaLayerWrites.h"
 #include "orcaMaterial.h"
 #include "orcaVelaState.h"
 
-/// Value of a parameter that lies at an address in the running shader's block, an array's element say.
+/// Value of a parameter at an address in the running shader's block, such as an element of an array.
 template <class T>
 [[nodiscard]] T evaluated(miState* state, T* parameter) {
     return *static_cast<T*>(mi_eval(state, parameter));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Specular components with a highlight (see orcaSpecularComponents.h for what the pipeline asks of them).
+/// Specular components with a highlight (see orcaSpecularComponents.h for their interface).
 
 #include "orcaAnisotropicFacets.h"
 #include "orcaColor.h"
@@ -49,7 +49,7 @@ public:
     }
 
 private:
-    /// Squared, so that equal steps of the size look equal; never quite nothing.
+    /// Squared, so that equal steps of the size look equal; never 0.
     static miScalar extent(miScalar size) noexcept {
         if (std::abs(size) < VELA_EPS) return 8.1e-7f;
         const miScalar root = size * 0.969f + 0.03f;
@@ -72,7 +72,8 @@ public:
           viewCosine_(std::max(-dot(state->normal, state->dir), VELA_EPS)) {}
     [[nodiscard]] const miColor& materialColor() const noexcept { return color_; }
     [[nodiscard]] miColor operator()(miState* state, const LightSample& sample) const {
-        // Where both cosines were negative, the small one of the view would divide a product of two signs.
+        // Where the light's and the half vector's cosines are both negative, their product over the small
+        // view cosine would be large.
         const miScalar lightCosine = std::max(0.0f, dot(state->normal, sample.specularDirection));
         return color_ * compute_blinn_specular(&sample.specularDirection, &state->normal, state, lightCosine,
                                                viewCosine_, eccentricity_, rollOff_, sample.nDotL);

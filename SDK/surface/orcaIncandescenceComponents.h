@@ -3,7 +3,7 @@
 
 #include "orcaParameters.h"
 
-/// Light that the surface sends out of itself.
+/// Emitted light.
 template <class P>
 class DefaultIncandescenceComponent {
 public:

@@ -67,7 +67,7 @@ void LayerWrites::keep(const miColor& weight, const miColor& opacity) {
         }
         const miColor& writersOpacity = fromAside ? opacityAside_ : opacity;
         const miColor share = info.flags & FB_WEIGHT_BY_OPACITY ? weight * writersOpacity : weight;
-        // Alpha says that something was written, which does not add up.
+        // Alpha marks written values; it does not add up.
         record.sum = withAlpha(record.sum + share * written, std::max(record.sum.a, written.a));
     });
 }

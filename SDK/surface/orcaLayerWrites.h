@@ -4,12 +4,12 @@
 #include "orcaLevelSlots.h"
 
 /// Pass values of the shaders that a mixing shader evaluates. Each writes as if it were the surface; the
-/// mixer takes from that what belongs to the colour it uses, weighed as it weighs the colour, and drops the
+/// mixer takes from that what belongs to the colour it uses, weighted as it weights the colour, and drops the
 /// rest (the same shader may run once for its colour and again for its transparency). So the component passes
 /// add up to the mixed picture.
 ///
-/// Normals and facing ratios are not mixed: the first that is written stays. Custom buffers are left alone:
-/// their writers say themselves how they combine.
+/// Normals and facing ratios are not mixed: the first that is written stays. Custom buffers are not changed:
+/// their writers define how they combine.
 class LayerWrites {
 public:
     /// @param pictureIsWritten the mixer writes the picture's passes itself
@@ -17,17 +17,17 @@ public:
     LayerWrites(const LayerWrites&) = delete;
     LayerWrites& operator=(const LayerWrites&) = delete;
 
-    /// Puts aside what was written since the last call; what had been put aside before is dropped.
+    /// Sets aside what was written since the last call; what had been set aside before is dropped.
     /// @param opacity of the shader that wrote
     void putAside(const miColor& opacity);
-    /// Drops what was written since the last call, and what had been put aside.
+    /// Drops what was written since the last call, and what had been set aside.
     void drop();
-    /// Keeps what was written since the last call, or else what had been put aside.
+    /// Keeps what was written since the last call, or else what had been set aside.
     /// @param weight  of the colour in the mixture
-    /// @param opacity of the shader that wrote, which the records that are weighted by opacity still lack
+    /// @param opacity of the shader that wrote, not yet applied to the records that are weighted by opacity
     void keep(const miColor& weight, const miColor& opacity);
-    /// Puts the mixture into the level's results. Once, after the last.
-    /// @param opacity of the mixture, by which those records are going to be weighed
+    /// Writes the mixture to the level's results. Once, after the last.
+    /// @param opacity of the mixture, by which those records will be weighted
     void finish(const miColor& opacity);
 
 private:

@@ -4,13 +4,13 @@
 #include "orcaColor.h"
 #include "orcaVelaState.h"
 
-/// Light that a surface sends back, by component. Black at the start.
+/// Light that a surface reflects, by component. Black at the start.
 struct LightSums {
     miColor ambient = BLACK, ambientUnshadowed = BLACK;
     miColor diffuse = BLACK, diffuseUnshadowed = BLACK; ///< translucence included
     miColor translucence = BLACK;
     miColor specular = BLACK, specularUnshadowed = BLACK;
-    miColor scattered = BLACK; ///< of materials whose scatter component looks at single light samples
+    miColor scattered = BLACK; ///< of scatter components that are evaluated per light sample
     miScalar shadow = 0.0f;    ///< luminance of the light that shadows removed
     miScalar light = 0.0f;     ///< luminance of the unshadowed light
 
@@ -20,7 +20,7 @@ struct LightSums {
     /// A sample's translucent and reflected shares.
     void addDiffuse(const miColor& through, const miColor& reflected, const miColor& light,
                     const miColor& unshadowedLight) noexcept;
-    /// How much of the sample's light shadows removed.
+    /// Luminance of the sample's light, and of the part that shadows removed.
     void countShadow(const LightData& data, miScalar nDotL) noexcept;
     /// Luminance of the terms that a component mask selects, with the shadow and light sums.
     [[nodiscard]] miScalar selected(miUint componentMask) const noexcept;

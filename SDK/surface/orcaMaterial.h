@@ -14,8 +14,7 @@
 
 namespace pass_value {
 
-/// What a record receives of a value that a light's share weighs: the light that the record gets, or, with a
-/// reference colour, what is missing from it.
+/// A value weighted by the light of a record, or, with a reference colour, by the difference of the two.
 [[nodiscard]] inline miColor weighted(const miColor& value, const miColor& lightColor,
                                       const miColor* reference) {
     return reference ? value * (*reference - lightColor) : value * lightColor;
@@ -24,7 +23,7 @@ namespace pass_value {
     return value * luminance(reference ? *reference - lightColor : lightColor);
 }
 
-/// The channels that a value of this type lives in: all of them, or red for scalars.
+/// The channels that hold a value of this type: all of them, or red for scalars.
 [[nodiscard]] inline miColor& channels(miColor& held, const miColor&) noexcept {
     return held;
 }
@@ -34,7 +33,7 @@ namespace pass_value {
 
 } // namespace pass_value
 
-/// True when a record takes no writes of the state's own level.
+/// True when a record takes no writes at the state's level.
 [[nodiscard]] inline bool closedToWrites(const miState* state, const TraceLevelSlot& slot) noexcept {
     return (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) || state->type == miRAY_ENVIRONMENT;
 }
@@ -52,12 +51,12 @@ public:
     /// False: the material writes nothing to any pass.
     [[nodiscard]] bool writesPasses() const noexcept { return passWriteMode != WRITE_NONE; }
 
-    /// Combines what a light loop gathered into the passes.
+    /// Ends a light loop: combines its accumulated values into the passes.
     void close(LightLoop& loop) const { loop.end(passWriteMode, passWriteFlags, passWriteScale); }
 
     /// Adds a value to every frame buffer of a pass type: in a light loop to the loop's accumulators, which
     /// are combined when it ends, else to the slots of the state's level. Does nothing without pass records.
-    /// @param useLightColor  weigh the value by each record's light colour
+    /// @param useLightColor  multiply the value by each record's light colour
     /// @param lightReference points at null, or at a colour of which the light colour is then subtracted
     template <class Value>
     void writeToFrameBuffers(miState* state, FrameBufferInfo* records, const PassTypeInfo* types,

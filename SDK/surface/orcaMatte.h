@@ -5,8 +5,8 @@
 #include "orcaComposite.h"
 #include "orcaSurfaceShaderReturnType.h"
 
-/// What a shader that mixes or replaces colours leaves in the picture's matte: nothing at all, a value, or
-/// the value times its opacity.
+/// Matte opacity of shaders that mix or replace colours: a black hole, a value, or the value times the
+/// opacity.
 
 /// The hit hides everything and shows nothing.
 inline void makeBlackHole(SurfaceShaderReturnType& result) noexcept {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Reflection components that trace (see orcaReflectionComponents.h for what the pipeline asks of them).
+/// Reflection components that trace (see orcaReflectionComponents.h for their interface).
 
 #include "orcaAnisotropicFacets.h"
 #include "orcaColor.h"
@@ -12,8 +12,8 @@
 
 #include <algorithm>
 
-/// Traces what a reflectivity weighs. A component derives from it and says how its reflectivity depends on
-/// the view in `materialColor`.
+/// Reflection weighted by a reflectivity. A component derives from it and defines in `materialColor` how its
+/// reflectivity depends on the view.
 template <class P, class Component>
 class MirrorComponent {
 public:
@@ -44,7 +44,7 @@ protected:
     P* record_;
 };
 
-/// Phong, PhongE: the same from all sides.
+/// Phong, PhongE: independent of the view.
 template <class P>
 class DefaultSpecularReflectionComponent : public MirrorComponent<P, DefaultSpecularReflectionComponent<P>> {
 public:

@@ -12,9 +12,9 @@ public:
         : on_(parameterValue(state, record, &P::refractionsOn) != 0) {}
 
     [[nodiscard]] bool on() const noexcept { return on_; }
-    /// Refracted light, black when nothing is traced. `transparency` comes in as the material's and goes out
-    /// as what is left for the renderer.
-    /// @param traced secondary rays are wanted
+    /// Refracted light, black when nothing is traced. `transparency` is the material's on entry and what the
+    /// renderer still has to trace on return.
+    /// @param traced secondary rays are traced
     [[nodiscard]] miColor operator()(miState* state, P* record, const TraceContext& context, bool traced,
                                      miColor& transparency) const {
         RefractionSettings settings{};

@@ -5,12 +5,12 @@
 #include "orcaParameters.h"
 #include "orcaScatter.h"
 
-/// Light below the surface. What the surface does not send back diffusely enters it; so the share that leaves
-/// again never makes more of the light than there was.
+/// Light below the surface. What the surface does not reflect diffusely enters it, so that the two shares
+/// never exceed the incoming light.
 template <class P>
 class DefaultScatterComponent {
 public:
-    /// @param reflectance the share of light that the surface sends back diffusely
+    /// @param reflectance diffuse reflectance of the surface
     DefaultScatterComponent(miState* state, P* record, const miColor& reflectance)
         : albedo_(parameterValue(state, record, &P::scatterColor)) {
         if (!present()) return;
@@ -19,10 +19,10 @@ public:
     }
 
     [[nodiscard]] bool present() const noexcept { return anyAbove(albedo_, 0.0f); }
-    /// Share of the arriving light that leaves after travelling below the surface; alpha 0.
+    /// Share of the incoming light that exits after travelling below the surface; alpha 0.
     [[nodiscard]] const miColor& albedo() const noexcept { return albedo_; }
 
-    /// Direct light that left the surface after travelling below it; null when the material has none.
+    /// Direct light that exits after travelling below the surface; null when the material has none.
     /// @param cache the instance's slot for subsurface data
     [[nodiscard]] const miColor* operator()(miState* state, P* record, bool skipShadows, void*& cache,
                                             miColor& light) const {

@@ -5,11 +5,11 @@
 #include "orcaComposite.h"
 #include "orcaParameters.h"
 
-/// What a material family decides beside its components. Families derive from it and hide what they do
-/// differently.
+/// Settings of a material family besides its components. Families derive from it and hide members that
+/// differ.
 template <class P>
 struct SurfaceShaderHelper {
-    /// What the surface lets through of a shadow ray.
+    /// The surface's transmittance for shadow rays.
     [[nodiscard]] static miColor shadowTransmission(miState* state, P* record) {
         return parameterValue(state, record, &P::shadowTransmitAll)
                    ? WHITE

@@ -2,7 +2,7 @@
 #pragma once
 
 /// Specular components: constructed from (state, record) once per shading call, evaluated once per light
-/// sample. A material with highlights brings a type of its own with these three members.
+/// sample. A material with highlights defines a type with these three members.
 
 #include "orcaColor.h"
 #include "orcaLightSample.h"
@@ -11,12 +11,12 @@
 template <class P>
 class DefaultSpecularComponent {
 public:
-    /// False spares the pipeline the evaluation.
+    /// False: the pipeline skips the evaluation.
     static constexpr bool present = false;
 
     DefaultSpecularComponent(miState*, P*) {}
     /// Reflectance at the highlight's peak.
     [[nodiscard]] miColor materialColor() const { return BLACK; }
-    /// Share of the light's colour that the highlight sends back; not yet multiplied by that colour.
+    /// Share of the light that the highlight reflects, before the light's colour.
     [[nodiscard]] miColor operator()(miState*, const LightSample&) const { return BLACK; }
 };

@@ -7,7 +7,7 @@
 #include "orcaSurfaceParameters.h"
 
 struct PhongHighlight {
-    miColor specularColor; // colour of highlights and of what is reflected
+    miColor specularColor; // colour of highlights and reflections
     miScalar cosinePower;  // above 0; the larger, the smaller the highlight
 };
 
@@ -35,7 +35,7 @@ struct AnisotropicHighlight {
 };
 
 struct ReflectionParameters {
-    miScalar reflectivity;     // share of the mirrored surroundings that is seen
+    miScalar reflectivity;     // weight of the mirrored surroundings
     miColor reflectedColor;    // added to what is mirrored, before the reflectivity
     miInteger reflectionLimit; // reflection level from which on no more rays are reflected
     miScalar reflectionBlur; // radians; half angle of the cone that reflected rays fill, 0 for one sharp ray

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// The standard material with highlights and reflections of one's own, or without them.
+/// The standard material with given highlights and reflections, or without.
 
 #include "orcaAmbientComponents.h"
 #include "orcaCustomComponents.h"

@@ -30,8 +30,8 @@
 #include <type_traits>
 
 /// A material. The components are const objects, made from (state, record) in each shading call, or from
-/// (state, record, material colour) where they take more of the point than the record says: the material
-/// colour comes first, and may bend the state's normal.
+/// (state, record, material colour) where they need more than the record: the material colour is constructed
+/// first, and may bend the state's normal.
 template <class P, class Result, class Helper, class AmbientMaterialColor, class Ambient,
           class DiffuseMaterialColor, class Diffuse, class Specular, class Reflection, class Refraction,
           class Scatter, class Indirect, class Incandescence, class Custom, int = 1>
@@ -124,7 +124,7 @@ private:
         writer.write(PASS_TRANSPARENCY, in.transparency);
     }
 
-    /// The shading normal, each record in the space it asks for.
+    /// The shading normal, each record in its own space.
     void writeNormals(const Writer& writer) const {
         if (!writer.writes()) return;
         const ShadingCall& call = writer.call;
@@ -143,7 +143,7 @@ private:
         combine(slot.levelResult.b, n.z, this->passWriteMode);
     }
 
-    /// Light of all lights, sampled with the throughput of what the surface sends on.
+    /// Light of all lights, sampled with the throughput behind the surface.
     static LightSums gatherLight(const Writer& writer, const Inputs& in,
                                  const typename Lights::Components& components) {
         const ShadingCall& call = writer.call;
@@ -152,8 +152,8 @@ private:
         return Lights(writer, in, components)();
     }
 
-    /// Indirect light, sent back diffusely and from below the surface. It varies slowly, so what arrives at
-    /// the point is taken for what enters around it.
+    /// Indirect light, reflected diffusely and from below the surface. It varies slowly, so the irradiance at
+    /// the point is used for the surface around it as well.
     static miColor indirectLight(miState* state, P* record, const Inputs& in, const miColor& scattered) {
         const Indirect indirect(state, record);
         if (!anyAbove(scattered, 0.0f))
@@ -200,7 +200,7 @@ private:
 
         const miColor opacity = WHITE - in.transparency;
         const miColor beauty = opacity * (indirect + ambient) + result.incandescence;
-        if (!anyAbove(opacity, 0.0f) && !anyAbove(beauty, 0.0f)) return; // nothing to be seen
+        if (!anyAbove(opacity, 0.0f) && !anyAbove(beauty, 0.0f)) return; // invisible
         writer.write(PASS_BEAUTY, beauty);
         writer.write(PASS_BEAUTY_NO_REFLECTION_REFRACTION, beauty);
     }

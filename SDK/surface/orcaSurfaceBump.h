@@ -6,7 +6,7 @@
 #include <shader.h>
 
 /// Makes `bumped` the shading normal, lifted above the geometric surface when it points below it. A null
-/// vector stays.
+/// vector is not changed.
 void bendNormal(miState* state, const miVector& bumped);
 
 /// Cosine between the shading normal and the direction to the ray's origin; 1 where the normal leans away

@@ -8,8 +8,7 @@
 #include "orcaVector.h"
 #include "orcaVelaState.h"
 
-/// One shading call of a material: the hit, the thread's records, and the components that the render mode
-/// asks for.
+/// One shading call of a material: the hit, the thread's records, and the components of the render mode.
 struct ShadingCall {
     ShadingCall(miState* shaded, VelabaseState& thread)
         : state(shaded), vela(thread), passes(shaded, thread) {}
@@ -17,7 +16,7 @@ struct ShadingCall {
     miState* state;
     VelabaseState& vela;
     const PassRecords passes;
-    bc composite{}; ///< nothing is asked for until bc_construct has filled it
+    bc composite{}; ///< empty until bc_construct has filled it
 
     /// @param components bits of CompositeComponents; any of them
     [[nodiscard]] bool wants(miUint components) const noexcept {
@@ -45,12 +44,12 @@ struct SurfaceInputs {
         translucenceWrap = parameterValue(state, record, &P::translucenceWrap);
     }
 
-    /// What the surface leaves of a path's throughput.
+    /// Multiplies a path's throughput by the weight of the surface.
     void attenuate(miColor& throughput) const {
         throughput *= (WHITE - transparency) * reflectance.color();
         if (throughputBoost > 1.0f) throughput *= throughputBoost;
     }
-    /// What the surface sends back of its own ambient light; black when the render mode has none.
+    /// Reflected ambient light of the material itself; black when the render mode has none.
     [[nodiscard]] miColor ambientTerm(const ShadingCall& call) const {
         return call.wants(COMPOSITE_AMBIENT) ? ambient(ambientColor, reflectance.color()) : BLACK;
     }
@@ -66,7 +65,7 @@ struct SurfaceInputs {
     Ambient ambient;
 
 private:
-    /// The material colour may know it better than the record.
+    /// The material colour's, where it has one, else the record's.
     static miColor transparencyOf(miState* state, P* record, const DiffuseMaterialColor& reflectance) {
         if constexpr (requires { reflectance.transparency(); }) return reflectance.transparency();
         else return parameterValue(state, record, &P::transparency);

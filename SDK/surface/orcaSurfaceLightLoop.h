@@ -28,7 +28,7 @@ public:
         sample_.mirror = in.mirror;
     }
 
-    /// Every light of the hit, and its light from behind when the surface was met from its back.
+    /// Sum over the lights of the hit; over both sides when the surface was met from its back.
     [[nodiscard]] LightSums operator()() {
         int count = 0;
         miTag* lights = nullptr;
@@ -65,10 +65,10 @@ private:
         return sums;
     }
 
-    // One sample. What a member returns is the share of the light's colour that the surface sends back.
+    // One sample. What a member returns is a share of the light's colour.
 
     void shadeSample(LightSums& sums) {
-        miColor shaded = BLACK; // of the opaque part of the surface
+        miColor shaded = BLACK; // share that the opaque part of the surface reflects
         if (data().isAmbient) shaded += shadeAmbient(sums);
         if (data().emitDiffuse) shaded += shadeDiffuse(sums);
         addScattered(sums);
@@ -96,20 +96,20 @@ private:
         sums.addDiffuse(through, reflected, sample_.color, data().unshadowedColor);
         if (writer_.writesComponents()) {
             if (in_.translucence != 0.0f) writeTranslucence(through);
-            // Light from behind reaches these passes only where it comes through.
+            // Light from behind reaches these passes only by translucence.
             if (sample_.nDotL >= 0.0f || translucence != 0.0f) writeDiffuse(through + reflected);
         }
         return through + reflected;
     }
 
-    /// Share of the light that comes through the surface from behind.
+    /// Share of the light that the surface transmits from behind.
     [[nodiscard]] miScalar translucentShare() const {
         if (in_.translucence == 0.0f) return 0.0f;
         return compute_lambert_translucence(call_.state, &sample_.direction, area(), sample_.nDotL,
                                             in_.translucence, in_.translucenceForward, in_.translucenceWrap);
     }
 
-    /// For scatter components that look at single light samples.
+    /// For scatter components that are evaluated per light sample.
     void addScattered(LightSums& sums) {
         if constexpr (requires(const Scatter& s) { s.ofSample(call_.state, sample_, area()); }) {
             const Scatter& scatter = components_.scatter;
@@ -118,7 +118,7 @@ private:
         }
     }
 
-    /// Highlights belong to the side that is seen; from the other one they would count twice.
+    /// Only on the side that is seen; with the other one highlights would count twice.
     miColor shadeHighlight(LightSums& sums) {
         if constexpr (Specular::present) {
             if (!data().emitSpecular || data().backSide) return BLACK;
@@ -138,7 +138,7 @@ private:
 
     // Pass values of one sample, each record's weighted by the light that the record receives.
 
-    /// Whatever the material's writePasses.
+    /// Also when the material's writePasses is off.
     void writeIrradiance() const {
         const miScalar nDotL = sample_.nDotL;
         if (!(nDotL > 0.0f)) return;
@@ -175,7 +175,7 @@ private:
         writer_.writeLit(PASS_BEAUTY_NO_REFLECTION_REFRACTION, beauty);
     }
 
-    /// What the light says of its sample.
+    /// The light's description of its sample.
     [[nodiscard]] const LightData& data() const noexcept { return call_.vela.lightData; }
     /// Shape of the area light being sampled; null for other lights.
     [[nodiscard]] const AreaLightRecord* area() const noexcept { return call_.vela.areaLight; }

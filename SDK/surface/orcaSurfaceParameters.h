@@ -3,8 +3,8 @@
 
 #include <shader.h>
 
-/// What every standard material's parameter record begins with, in declaration order. A material appends its
-/// own fields by deriving its record from this one.
+/// What every standard material's parameter record begins with, in declaration order. A material derives its
+/// record from this one and appends its fields.
 struct SurfaceParameters {
     miInteger passWriteMode;  // see PassWriteMode
     miInteger passWriteFlags; // bit 0: scale what is written by passWriteScale
@@ -13,15 +13,15 @@ struct SurfaceParameters {
     miColor transparency;      // transmittance per channel, 0 to 1
     miBoolean writePasses;     // the component passes are written
     miScalar compositeScalarA; // share of the shaded colour that glows
-    miScalar throughputBoost;  // above 1: makes the path count for more than it weighs
+    miScalar throughputBoost;  // above 1: factor on the throughput of the path
     miScalar refractiveIndex;  // of the inside, relative to the outside
     miScalar lightAbsorbance;  // per scene unit of travel inside
-    miBoolean refractionsOn;   // transparency bends rays; else they go straight on
-    miScalar diffuse;          // share of light that the surface sends back diffusely
+    miBoolean refractionsOn;   // transparent hits refract rays; else rays continue straight
+    miScalar diffuse;          // diffuse reflectance is this times `color`
     miColor ambientColor;
     miColor incandescence;
-    miScalar translucence;        // share of light from behind that comes through diffusely
-    miScalar translucenceForward; // 0 to 1: how much it keeps to its direction
+    miScalar translucence;        // share of light from behind that is transmitted diffusely
+    miScalar translucenceForward; // 0 to 1: how much of it keeps its direction
     miScalar translucenceWrap;    // 0 to 1: how far round the surface it reaches
     miBoolean shadowTransmitAll;  // the surface casts no shadow
     miInteger refractionLimit;    // refraction level from which on no more rays are refracted
@@ -31,9 +31,8 @@ struct SurfaceParameters {
     miScalar refractionBlur; // radians; half angle of the cone that refracted rays fill, 0 for one sharp ray
     miInteger refractionBlurSamples;
     miScalar chromaticAberration; // index of blue less that of red, over (index - 1); 0: all bend alike
-    miScalar
-        surfaceThickness;  // scene units; above 0: the surface is a pane of its own, not the skin of a body
-    miColor scatterColor;  // share of the light entering the surface that leaves it again; black: none enters
+    miScalar surfaceThickness;    // scene units; above 0: a pane, not the surface of a solid
+    miColor scatterColor;  // share of the light entering the surface that exits again; black: none enters
     miColor scatterRadius; // how far it travels below the surface: mean free path, scene units, per channel
     miInteger scatterSamples;
 };

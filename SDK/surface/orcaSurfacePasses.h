@@ -16,12 +16,12 @@ struct SurfacePassWriter {
     /// The component passes are written.
     [[nodiscard]] bool writesComponents() const noexcept { return components && writes(); }
 
-    /// A component's value, alpha 1, whatever the light.
+    /// A component's value, alpha 1, independent of lights.
     void write(PassTypeID type, const miColor& value) const { put(type, withAlpha(value, 1.0f), false); }
     void write(PassTypeID type, miScalar value) const {
         if (components) put(type, value, false);
     }
-    /// In a light loop: a value that each record's light colour weighs.
+    /// In a light loop: a value that is multiplied by each record's light colour.
     template <class Value>
     void writeLit(PassTypeID type, const Value& value) const {
         put(type, value, true);

@@ -44,7 +44,7 @@ miColor environmentLight(miState* state, const SecondaryRay& ray, const TraceCon
     return light;
 }
 
-/// What the inside leaves of light on the length of the state's most recent ray (Beer-Lambert law).
+/// Transmittance of the inside along the state's most recent ray (Beer-Lambert law).
 float transmittance(const miState* state, float absorbance) {
     const miState* const hit = state->child;
     if (absorbance <= 0.0f || !hit || hit->instance == miNULLTAG) return 1.0f;
@@ -80,22 +80,21 @@ miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext&
     return light;
 }
 
-/// The direction, lifted to the outside of the geometric surface when a bent normal has sent it below.
+/// The direction, lifted to the outside of the geometric surface when a bent normal moved it below.
 miVector aboveSurface(const miVector& direction, const miVector& geometricNormal) {
     const float cosine = dot(direction, geometricNormal);
     if (cosine >= surfaceClearance) return direction;
     return normalized(direction + geometricNormal * (surfaceClearance - cosine));
 }
 
-/// Rays of a cone at the state's level: a quarter as many at each level further down, where the rays from
-/// above already spread, so that blurred surfaces facing one another do not multiply their rays.
+/// Rays of a cone at the state's level: a quarter as many at each further level, where the rays already
+/// diverge, so that blurred surfaces facing one another do not multiply their rays.
 miUint raysOfCone(const miState* state, int samples) {
     const int halvings = std::min(2 * traceLevel(state), 30);
     return static_cast<miUint>(std::max(1, samples >> halvings));
 }
 
-/// Mean over a cone of rays about the given one, stratified over its base; one sharp ray when the cone is
-/// none.
+/// Mean over a cone of rays about the given one, stratified over its base; one sharp ray for an angle of 0.
 miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int samples,
                    const TraceContext& context) {
     if (halfAngle <= 0.0f || samples < 2) return tracedLight(state, ray, context);
@@ -106,7 +105,7 @@ miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int sample
     const float radius = std::tan(std::min(halfAngle, 1.5f));
     const miUint count = raysOfCone(state, samples);
     ray.weight *= 1.0f / static_cast<float>(count);
-    // What a wide cone holds beyond the surface is folded back to where its rays belong.
+    // Directions of a wide cone beyond the surface are mirrored back.
     const miVector side = ray.kind == RayKind::Reflection ? state->normal_geom : -state->normal_geom;
 
     miColor light = BLACK;
@@ -122,7 +121,7 @@ miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int sample
     return light;
 }
 
-/// Light of one refractive index through the skin of a body, times `passing`.
+/// Light of one refractive index through the surface of a solid, times `passing`.
 miColor refractedLight(miState* state, const miColor& passing, float index,
                        const RefractionSettings& settings, const TraceContext& context) {
     const bool leaving = state->inv_normal != 0;
@@ -137,8 +136,8 @@ miColor refractedLight(miState* state, const miColor& passing, float index,
     return conedLight(state, ray, settings.blur, settings.blurSamples, context);
 }
 
-/// Light through a pane: its two faces are parallel, so the ray goes on as it came, from where it leaves the
-/// pane.
+/// Light through a pane: its two faces are parallel, so the ray keeps its direction and continues where it
+/// exits the pane.
 miColor paneLight(miState* state, const miColor& passing, float index, const RefractionSettings& settings,
                   const TraceContext& context) {
     miVector inside;

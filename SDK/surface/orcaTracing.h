@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// Secondary rays of materials, with the hand-over of pass values around each. What a ray finds that hands up
-/// no pass values itself (the environment, a surface of another library) is added to the beauty pass, so that
-/// the beauty stays the picture.
+/// Secondary rays of materials; the pass values of each are accumulated to the parent level. Light of a ray
+/// without pass values (of the environment or a surface of another library) is added to the beauty pass, so
+/// that the beauty stays the picture.
 
 #include "orcaExport.h"
 #include "orcaPassRecords.h"
@@ -19,22 +19,22 @@ struct TraceContext {
 struct RefractionSettings {
     miScalar refractiveIndex; ///< inside relative to outside
     miScalar absorbance;      ///< per scene unit of travel inside
-    miInteger limit;          ///< refraction level from which on the environment stands in for the ray
+    miInteger limit;          ///< refraction level from which on the environment replaces the ray
     miScalar blur;            ///< radians, half angle of the cone of directions; 0: one sharp ray
     miInteger blurSamples;    ///< rays at level 0, fewer further down; below 2: one sharp ray
     /// Index of blue less that of red, over (index - 1): the reciprocal of the glass's Abbe number. 0: one
     /// ray.
     miScalar chromaticAberration = 0.0f;
-    /// Scene units. Above 0: light crosses a pane of this thickness and leaves it as it came, a little to the
-    /// side.
+    /// Scene units. Above 0: light crosses a pane of this thickness and keeps its direction, with a lateral
+    /// offset.
     miScalar thickness = 0.0f;
 };
 
 struct ReflectionSettings {
-    miInteger limit; ///< reflection level from which on the environment stands in for the ray
+    miInteger limit; ///< reflection level from which on the environment replaces the ray
     miScalar blur;   ///< radians, as above
     miInteger blurSamples;
-    bool surroundings = true; ///< false: a ray that meets no surface brings nothing back
+    bool surroundings = true; ///< false: a ray that meets no surface is black
 };
 
 /// Refracted direction of a ray by Snell's law; false on total internal reflection.
@@ -43,15 +43,14 @@ struct ReflectionSettings {
 [[nodiscard]] bool refractedDirection(miVector& result, const miVector& incoming, const miVector& n,
                                       miScalar eta);
 
-/// Adds light that no surface handed up to the beauty records, as a reflection or refraction ray from the
-/// state's level.
+/// Adds light that has no pass values to the beauty records, as a reflection or refraction ray from the
+/// state's level would.
 void addUnhandedLight(miState* state, const PassRecords& passes, bool isRefraction, const miColor& light);
 
 /// Light that arrives through the surface, times the transparency and what the inside absorbs. Total internal
 /// reflection is traced as a reflection.
-/// @param transparency in: the material's. Out: what is left for the renderer to trace straight on: nothing
-/// when the
-///                     light has been refracted, else what came in. Alpha goes out as its luminance.
+/// @param transparency in: the material's; out: what the renderer still has to trace straight on: nothing
+///                     when the light has been refracted, else the material's, with its luminance as alpha
 /// @param on           false: nothing is traced, the result is black
 extern "C" [[nodiscard]] ORCA_EXPORT miColor compute_refraction(miColor* transparency,
                                                                 const RefractionSettings& settings, bool on,

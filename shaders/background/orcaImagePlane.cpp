@@ -52,15 +52,15 @@ private:
     bool marked_;
 };
 
-/// A plane's hit with what it needs besides its parameters. As a material of its own it does for the passes
-/// what the shading engine does for surface shaders.
+/// A hit of a plane with its records. When it runs as a material it handles the passes as the shading engine
+/// does for surface shaders.
 class PlaneHit {
 public:
     PlaneHit(miState* s, VelabaseState& v) : state(s), vela(v), passes(s), handsUp_(v.engineHit != s) {
         if (handsUp_) prepareSlots(state, passes);
     }
 
-    /// The ray goes on as if there were no plane.
+    /// Continues the ray as if there were no plane.
     template <class Trace>
     miColor passBy(const Trace& trace) {
         const miUint shadedBefore = vela.surfacesShaded;
@@ -75,7 +75,7 @@ public:
         return seen;
     }
 
-    /// What lies straight behind the plane, seen with a transmission.
+    /// Light from straight behind the plane, times a transmission.
     miColor behind(miScalar transmission, bool pictureIsWritten) {
         SavedSlots slots(state, passes);
         miColor seen = BLACK;
@@ -163,7 +163,7 @@ private:
         const Restored<miTag> volume(state->volume);
         const Restored<miTag> beyond(state->refraction_volume);
         const Restored<miScalar> index(state->ior_in);
-        state->refraction_volume = state->volume; // the medium stays
+        state->refraction_volume = state->volume; // the medium does not change
         if (state->parent) {
             state->volume = state->parent->volume;
             state->ior_in = state->parent->ior_in;
@@ -184,8 +184,8 @@ private:
         return hit.passBy([&](miColor& seen) { return hit.traceStraight(seen); });
     }
 
-    /// Leaves the result as it is when there is no texture to be read.
-    /// @param opacity what the rasterizer takes the plane's for
+    /// The result is unchanged when there is no texture to read.
+    /// @param opacity opacity of the plane for the rasterizer
     void showTexture(miColor& result, miColor& opacity, PlaneHit& hit, P* record, miInteger mode) const {
         miState* const state = hit.state;
         miVector coordinate = state->tex_list ? state->tex_list[0] : miVector{};

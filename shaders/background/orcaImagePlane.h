@@ -17,7 +17,7 @@ struct ImagePlaneParameters {
     miColor colorGain;     // of the texture's rgb
     miColor colorOffset;
     miScalar alphaGain;
-    miInteger reflectionVisible; // 0: reflection rays pass
+    miInteger reflectionVisible; // 0: reflection rays ignore it
     miInteger refractionVisible;
 };
 
@@ -26,7 +26,7 @@ ORCA_EXPORT int orcaVelaImagePlane_version(void);
 ORCA_EXPORT void orcaVelaImagePlane_init(miState* state, ImagePlaneParameters* record,
                                          miBoolean* instanceInitRequired);
 ORCA_EXPORT void orcaVelaImagePlane_exit(miState* state, ImagePlaneParameters* record);
-/// Shows a picture on a card, unlit; called as a material of its own or by the shading engine. False, with a
-/// warning and the result untouched, when the render state lacks its base record.
+/// Shows a picture on a card, unlit; called as a material or by the shading engine. False, with a warning and
+/// the result untouched, when the render state lacks its base record.
 ORCA_EXPORT miBoolean orcaVelaImagePlane(miColor* result, miState* state, ImagePlaneParameters* record);
 } // extern "C"

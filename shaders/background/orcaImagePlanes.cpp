@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int mostHits = 256; // along one ray; beyond, the plane is taken for out of sight
+constexpr int mostHits = 256; // along one ray; planes behind as many are ignored
 constexpr int textureSpacesKept = 4;
 
 /// The camera's list of planes, pinned.
@@ -42,7 +42,7 @@ bool isPlane(miState* state, const CameraPlanes& planes, miTag wanted, miTag ins
     return planes.contains(instance) || planes.contains(object);
 }
 
-/// The hit as a state of its own: the renderer's memory of it goes with the next ray.
+/// A copy of the hit's state: the renderer's is valid only until the next ray.
 class KeptHit {
 public:
     explicit KeptHit(const miState& hit) : state(hit) {
@@ -61,7 +61,7 @@ private:
     miVector coordinates_[textureSpacesKept]{};
 };
 
-/// What the plane's material shows there. The rasterizer's layers and the passes see nothing of it.
+/// Colour of the plane's material. The rasterizer's layers and the passes receive nothing.
 miBoolean shade(miColor& result, KeptHit& hit, miState* state) {
     const Pinned<const miMaterial> material(hit.state.material);
     if (!material || material->shader == miNULLTAG) return miFALSE;

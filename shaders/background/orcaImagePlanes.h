@@ -20,9 +20,9 @@ struct ImagePlanesData {
 
 extern "C" {
 
-/// Colour of the first of the camera's image planes on the way of the state's ray beyond its point, whatever
-/// stands before it. No pass receives anything.
-/// @param plane one of the planes of the camera's block: no other is looked at; 0: any of them
+/// Colour of the first of the camera's image planes along the state's ray behind its point; objects in front
+/// of the plane are ignored. Writes to no pass.
+/// @param plane one of the planes of the camera's block: the only one considered; 0: any of them
 /// @return false, with the result untouched, when the ray meets none
 ORCA_EXPORT miBoolean imageplane_compute_intersection(miColor* result, miState* state, unsigned int plane);
 

@@ -15,11 +15,11 @@ namespace {
 
 using P = UseBackgroundParameters;
 
-/// The ray was cast by another stand-in: what it sees here, or what is shadowed from here, the background
-/// shows already.
-bool seenByStandIn(const miState* state, const VelabaseState& vela) {
+/// The ray was cast by another surface of this shader: the background already contains the reflection or
+/// shadow of this one.
+bool seenByPlate(const miState* state, const VelabaseState& vela) {
     if (!vela.plateState) return false;
-    // A shadow ray's parent is the light's state, and that one's the surface; segments have each other.
+    // The parent of a shadow ray is the light's state, whose parent is the surface; segments are chained.
     for (const miState* s = state->parent; s; s = s->parent) {
         if (s == vela.plateState) return true;
         if (state->type != miRAY_SHADOW) return false;
@@ -29,9 +29,8 @@ bool seenByStandIn(const miState* state, const VelabaseState& vela) {
 }
 
 // --- the background
-// ----------------------------------------------------------------------------------------------------
 
-/// Direction in which the camera sees the point, so that mirrors show the background where it belongs.
+/// Direction from the camera to the point, so that mirrors show the background at its place in the picture.
 miVector directionOfView(miState* state) {
     const bool straight = state->reflection_level == 0 && state->refraction_level == 0;
     if (straight || !state->camera) return state->dir;
@@ -69,9 +68,8 @@ miColor background(miState* state) {
 }
 
 // --- shadows
-// -----------------------------------------------------------------------------------------------------------
 
-/// Light that falls on the stand-in: all of it, and what shadows leave.
+/// Light on the surface, without and with shadows.
 struct Lighting {
     miColor unshadowed = BLACK;
     miColor arriving = BLACK;
@@ -88,11 +86,10 @@ bool isSet(const miColor& c) {
     return c.r != notSet.r || c.g != notSet.g || c.b != notSet.b || c.a != notSet.a;
 }
 
-/// Mean over the samples of one light. Lights that do not say what they would give without shadows count as
-/// unshadowed.
+/// Mean over the samples of one light. Lights that do not set their unshadowed colour count as unshadowed.
 void addLight(Lighting& lighting, miState* state, VelabaseState& vela, const PassRecords& passes,
               miTag light) {
-    const LightLoop scope(state, vela, passes, light, miFALSE, false); // what it gathers is dropped
+    const LightLoop scope(state, vela, passes, light, miFALSE, false); // its pass values are dropped
     Lighting sum;
     miColor color;
     miVector direction;
@@ -118,8 +115,8 @@ miScalar share(miScalar arriving, miScalar unshadowed) {
     return unshadowed > VELA_EPS ? std::clamp(arriving / unshadowed, 0.0f, 1.0f) : 1.0f;
 }
 
-/// What shadows leave of the background, per channel: 1 where none falls, and on sides that no light reaches,
-/// which are dark in the background already.
+/// Share of the background that shadows do not remove, per channel: 1 where there is no shadow, and on sides
+/// that no light reaches, which are dark in the background already.
 miColor remaining(miState* state, VelabaseState& vela, const PassRecords& passes, P* record) {
     const miScalar mask = parameterValue(state, record, &P::shadowMask);
     if (mask == 0.0f) return WHITE;
@@ -153,7 +150,7 @@ public:
         }
         const miInteger matteMode = parameterValue(state, record, &P::matteMode);
         if (state->type == miRAY_SHADOW) {
-            const bool passes = matteMode != MATTE_BLACK_HOLE && seenByStandIn(state, *vela);
+            const bool passes = matteMode != MATTE_BLACK_HOLE && seenByPlate(state, *vela);
             result->transparency = passes ? WHITE : BLACK;
             return miTRUE;
         }
@@ -163,7 +160,7 @@ public:
             return miTRUE;
         }
         setMatte(*result, matteMode, parameterValue(state, record, &P::matteOpacity));
-        if (seenByStandIn(state, *vela)) return miTRUE;
+        if (seenByPlate(state, *vela)) return miTRUE;
 
         const PassRecords passes(state);
         const Restored<const miState*> plateState(vela->plateState);
@@ -179,7 +176,7 @@ public:
     }
 
 private:
-    /// Things only: the surroundings are in the background.
+    /// Objects only: the surroundings are in the background.
     static miColor reflected(miState* state, VelabaseState& vela, const PassRecords& passes, P* record) {
         const miColor weight = parameterValue(state, record, &P::specularColor) *
                                std::max(0.0f, parameterValue(state, record, &P::reflectivity));
@@ -190,7 +187,7 @@ private:
         return compute_reflection(weight, settings, state, context);
     }
 
-    /// The reflected things have written themselves into the beauty on their way up.
+    /// The reflected objects have been accumulated to the beauty already.
     void writePasses(miState* state, const PassRecords& passes, const SurfaceShaderReturnType& result,
                      const miColor& plate) const {
         if (!passes || !this->writesPasses()) return;
@@ -200,8 +197,8 @@ private:
         writePicture(state, passes, plate);
     }
 
-    /// The share that is taken, not the one that is left: it is black where nothing happens to the
-    /// background, and stays right where an edge shares a pixel with that.
+    /// The share that is removed, not the one that remains: it is black where the background does not change,
+    /// so that it filters correctly at edges.
     void writeShadow(miState* state, const PassRecords& passes, miInteger buffer,
                      const miColor& taken) const {
         if (!passes || !this->writesPasses()) return;

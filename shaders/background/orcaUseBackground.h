@@ -20,8 +20,7 @@ struct UseBackgroundParameters {
     miColor ambientColor; // light on the background that no shadow removes
     miInteger matteMode;  // 0 black hole, 1 solid, else from the opacity
     miScalar matteOpacity;
-    miInteger
-        shadowBuffer; // custom pass that receives the share of the background that shadows take; -1: none
+    miInteger shadowBuffer; // custom pass for the share of the background that shadows remove; -1: none
 };
 
 extern "C" {
@@ -29,8 +28,8 @@ ORCA_EXPORT int orcaVelaUseBackground_version(void);
 ORCA_EXPORT void orcaVelaUseBackground_init(miState* state, UseBackgroundParameters* record,
                                             miBoolean* instanceInitRequired);
 ORCA_EXPORT void orcaVelaUseBackground_exit(miState* state, UseBackgroundParameters* record);
-/// Stands in for a thing that is in the background picture: shows the background, darkened by the shadows
-/// that fall on it, and reflects. False, with a warning and the result untouched, when the render state lacks
+/// For geometry that represents an object in the background picture: shows the background, darkened by the
+/// shadows on it, and reflects. False, with a warning and the result untouched, when the render state lacks
 /// its base record.
 ORCA_EXPORT miBoolean orcaVelaUseBackground(SurfaceShaderReturnType* result, miState* state,
                                             UseBackgroundParameters* record);

@@ -9,13 +9,13 @@ namespace {
 
 using P = LayeredShaderParameters;
 
-constexpr float opaqueBelow = 1e-6f; // transmission of a stack that hides what lies below it
+constexpr float opaqueBelow = 1e-6f; // transmission below which a stack is opaque
 
 miColor rgbProduct(const miColor& a, const miColor& b) {
     return withAlpha(a * b, a.a);
 }
 
-/// The layers of a record, as the renderer laid them out.
+/// The layers of a record.
 struct Layers {
     Layers(miState* state, P* record)
         : count(evaluated(state, &record->n_layers)),
@@ -27,13 +27,13 @@ struct Layers {
     LayerRecord* first;
 };
 
-/// What the layers met so far let through. The thread's record knows it too while this lives, on top of what
-/// the calls around this one let through.
+/// Transmission of the layers so far. While this lives the thread's record holds it too, times that of the
+/// enclosing calls.
 class Transmission {
 public:
     explicit Transmission(VelabaseState& vela) : vela_(vela), before_(vela.layerTransmission) {}
 
-    /// False when nothing of what lies below can be seen; the transmission is black then.
+    /// False when the layers below are invisible; the transmission is black then.
     bool passesThrough(const miColor& transparency) {
         value = rgbProduct(value, transparency);
         if (!allBelow(value, opaqueBelow)) {
@@ -93,8 +93,8 @@ private:
         Transmission transmission(vela);
         MixedInputs inputs(state, passes, &vela, writesPasses());
         for (LayerRecord& layer : Layers(state, record)) {
-            // Weighted layers are asked for their transparency first, premultiplied ones last: an expensive
-            // colour is read when its weight is known.
+            // The transparency of weighted layers is evaluated first, that of premultiplied ones last: an
+            // expensive colour is evaluated when its weight is known.
             miColor transparency;
             miColor weight = transmission.value;
             if (weighted) {

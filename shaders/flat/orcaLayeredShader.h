@@ -6,7 +6,7 @@
 
 #include <shader.h>
 
-/// One layer of orcaVelaLayeredShader. Each member is usually connected to the layer's own shader.
+/// One layer of orcaVelaLayeredShader. Each member is usually connected to the layer's shader.
 struct LayerRecord {
     miColor color;
     miColor transparency;

@@ -9,7 +9,7 @@ namespace {
 
 using P = ShadingMapParameters;
 
-/// What of a colour indexes the map. The first three are of its hue, saturation and value.
+/// Channel of a colour that is a coordinate of the map; the first three are those of HSV.
 enum MapChannel : miInteger {
     MAP_HUE = 0,
     MAP_SATURATION = 1,
@@ -31,8 +31,8 @@ float channelOf(miInteger channel, const miColor& rgb, const miColor& hsv) {
     }
 }
 
-/// Another first texture coordinate while it lives. Connected shaders are asked anew before and after, unless
-/// the thread's record says that their results are to be kept.
+/// Replaces the first texture coordinate while it lives. Connected shaders are evaluated again before and
+/// after, unless the thread's record keeps their results.
 class ReplacedCoordinate {
 public:
     ReplacedCoordinate(miState* state, const VelabaseState* vela, const miVector& coordinate)

@@ -8,7 +8,7 @@ namespace {
 using P = SurfaceShaderParameters;
 using R = SurfaceShaderReturnType;
 
-/// The colours beside the shown one, and where each goes.
+/// The colours besides the shown one, and their fields of the result.
 constexpr struct {
     miColor P::*parameter;
     miColor R::*slot;
@@ -35,7 +35,7 @@ public:
     using FlatMaterial::FlatMaterial;
 
     miBoolean operator()(R* result, miState* state, P* record) const {
-        if (state->type == miRAY_SHADOW) { // of another surface, whose passes these are
+        if (state->type == miRAY_SHADOW) { // the passes belong to the shadowed surface
             result->color = evaluated(state, &record->color);
             for (const auto& [parameter, slot] : companions)
                 result->*slot = evaluated(state, &(record->*parameter));

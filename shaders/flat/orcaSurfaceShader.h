@@ -34,7 +34,7 @@ ORCA_EXPORT int orcaVelaSurfaceShader_version(void);
 ORCA_EXPORT void orcaVelaSurfaceShader_init(miState* state, SurfaceShaderParameters* record,
                                             miBoolean* instanceInitRequired);
 ORCA_EXPORT void orcaVelaSurfaceShader_exit(miState* state, SurfaceShaderParameters* record);
-/// Hands its parameters on as a surface's result, without any lighting of its own.
+/// Returns its parameters as the result of a surface, without lighting.
 ORCA_EXPORT miBoolean orcaVelaSurfaceShader(SurfaceShaderReturnType* result, miState* state,
                                             SurfaceShaderParameters* record);
 } // extern "C"

@@ -17,8 +17,8 @@ SamplingDisc SamplingDisc::perpendicularTo(const miVector& normal, const miVecto
     const miVector across = onAxis - center;
     const float squared = dot(across, across);
     const float lean = dot(normal, across);
-    // Where the centre lies on that axis, all that is left of `across` is rounding; where the axis nearly
-    // lies in the plane, it is endless. Any other pair of axes spans the same disc.
+    // Where the centre is on that axis, `across` is only rounding; where the axis is nearly parallel to the
+    // plane, it is unbounded. Any other pair of axes spans the same disc.
     constexpr float largestLean = 1e-4f; // squared cosine
     if (squared > 0.0f && std::isfinite(squared) && lean * lean <= largestLean * squared) {
         disc.axis1 = normalized(across);

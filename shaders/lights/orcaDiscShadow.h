@@ -31,7 +31,7 @@ struct SamplingDisc {
 };
 
 /// Mean transmission of shadow rays, into `transmission` and, per record, into the light colours. False when
-/// all of it is blocked.
+/// all are blocked.
 /// @param rays  of the first set
 /// @param place void (const miVector& pointOnDisc): points the state's shadow ray there
 template <class SourceLocation>
@@ -58,8 +58,8 @@ bool adaptiveDiscShadow(miColor* transmission, const SamplingDisc& disc, const m
         }
         mean[sets++] = sum / static_cast<float>(n);
         mixed = partlyTransmitted != 0 && partlyTransmitted != n;
-        // Meant as it stands: a mixed second set raises n once more without taking those rays, so that the
-        // records are divided by four times the rays taken.
+        // Intended: a mixed second set raises n once more without taking those rays, so that the records are
+        // divided by four times the rays taken.
         if (mixed) n *= 4;
     }
     *transmission = sets == 1 ? mean[0] : mean[0] * 0.2f + mean[1] * 0.8f;
@@ -68,7 +68,7 @@ bool adaptiveDiscShadow(miColor* transmission, const SamplingDisc& disc, const m
     return !allBelow(*transmission, VELA_EPS);
 }
 
-/// Soft shadow of a light with a position: a disc about the state's ray origin, facing along the ray.
+/// Soft shadow of a light with a position: a disc about the state's ray origin, perpendicular to the ray.
 extern "C" ORCA_EXPORT bool sample_disc_shadow(miColor* transmission, const miColor* lightValue,
                                                const miColor* shadowColor, float radius, unsigned rays,
                                                miState* state, unsigned count, FrameBufferInfo* records);

@@ -7,7 +7,7 @@
 
 /// Parameters of orcaVelaDirectionalLight, in declaration order.
 struct DirectionalLightParameters {
-    miBoolean useLightPosition; // light only what lies in front of the light's position
+    miBoolean useLightPosition; // light only points in front of the light's position
     miScalar lightAngle;        // degrees; 0: hard shadows
     miBoolean useDepthMapShadows;
     miBoolean emitDiffuse;
@@ -15,13 +15,13 @@ struct DirectionalLightParameters {
     miColor color;
     miScalar intensity;
     miBoolean useRayTraceShadows;
-    miColor shadowColor;     // what arrives in full shadow
+    miColor shadowColor;     // light in full shadow
     miUint shadowRays;       // of the first set of a soft shadow; 0: no ray-traced shadows
     miInteger rayDepthLimit; // trace level from which on no shadows are traced
 };
 
 extern "C" {
-/// Parallel light, with shadows. False behind the light's position when that counts.
+/// Parallel light, with shadows. Returns false behind the light's position with useLightPosition.
 ORCA_EXPORT miBoolean orcaVelaDirectionalLight(miColor* result, miState* state,
                                                DirectionalLightParameters* record);
 ORCA_EXPORT int orcaVelaDirectionalLight_version(void);

@@ -16,12 +16,12 @@
 #include <algorithm>
 #include <optional>
 
-/// True when a rectangle or disc light is met from its back: a light ray that would leave there, or another
-/// ray that arrives there. Other shapes have no back.
+/// True on the back of a rectangle or disc light: for a light ray that would start there, or another ray that
+/// arrives there. Other shapes have no back.
 extern "C" ORCA_EXPORT bool light_backside_hit(miState* state);
 
 /// What a light sets while its parameters are evaluated: the texture coordinate that a map on its colour is
-/// looked up with, and the flag that keeps that map unfiltered. Put back at the end.
+/// looked up with, and the flag that keeps that map unfiltered. Restored at the end.
 class LightTextureSpace {
 public:
     LightTextureSpace(miState* state, VelabaseState& vela, const miVector& coordinate);
@@ -35,18 +35,18 @@ private:
     std::optional<Restored<miVector>> coordinate_;
 };
 
-/// The light-colour slots of a light that is asked for something else than lighting: no fog, clear, no glow.
+/// Resets the light-colour slots in calls other than lighting: no fog, full transmission, no glow.
 void clearLightColors(VelabaseState& vela);
 
 /// Kinds of shadow that a light sample can have.
 enum class ShadowKind { None, DepthMap, RayTraced };
 
-/// Weight of the point being shaded, which decides how much a shadow is worth.
+/// Weight of the point being shaded, which decides how many shadow rays it takes.
 [[nodiscard]] inline miScalar importance(const VelabaseState& vela) {
     return largestChannel(vela.throughput);
 }
 
-/// Which kind of shadow a light's parameters and the state ask for.
+/// The kind of shadow by a light's parameters and the state.
 template <class P>
 [[nodiscard]] ShadowKind shadowKind(miState* state, P* record, const VelabaseState& vela) {
     if (importance(vela) <= vela.throughputCutoff || vela.lightData.skipShadows) return ShadowKind::None;
@@ -66,14 +66,14 @@ template <class P>
 /// cut-off.
 [[nodiscard]] unsigned shadowRayCount(int rays, const VelabaseState& vela);
 
-/// Dims a light's colour by the transmission of its shadow and notes the share removed. `light` is false when
-/// the shadow ray was wholly blocked.
+/// Multiplies a light's colour by the transmission of its shadow and stores the share removed. `light` is
+/// false when the shadow ray was fully blocked.
 void applyShadow(miColor& color, LightData& data, bool light, const miColor& transmission,
                  const miColor& shadowColor);
 
 /// A light's shadow, by the kind that applies.
 /// @param color          in: the light unshadowed; out: after shadows
-/// @param intensity      scales the shadow colour of depth maps (only), meant as it stands
+/// @param intensity      scales the shadow colour of depth maps only; intended
 /// @param sizeParameter  radius or angle; above 0 for soft shadows
 /// @param soft           bool (miColor* transmission, const miColor& shadowColor, float size, unsigned rays)
 template <class P, class Size, class SoftShadow>
@@ -89,7 +89,7 @@ void shadeLight(miColor& color, miState* state, P* record, VelabaseState& vela, 
         applyShadow(color, vela.lightData, light, transmission, shadowColor);
     } else if (kind == ShadowKind::RayTraced) {
         const miColor shadowColor = parameterValue(state, record, &P::shadowColor);
-        // In a gather soft shadows are not worth their rays.
+        // A gather averages many rays: hard shadows suffice.
         const miScalar size = isGathering(state) ? 0.0f : parameterValue(state, record, sizeParameter);
         const unsigned rays =
             shadowRayCount(static_cast<int>(parameterValue(state, record, &P::shadowRays)), vela);
@@ -100,11 +100,11 @@ void shadeLight(miColor& color, miState* state, P* record, VelabaseState& vela, 
     } else {
         setLightIrradiance(passes.count, passes.records, &color);
     }
-    // Meant as it stands: only ray-traced shadows leave the volume to the renderer.
+    // Intended: only with ray-traced shadows does the renderer evaluate the volume.
     if (kind != ShadowKind::RayTraced) state->volume = miNULLTAG;
 }
 
-/// What a light tells the material about itself.
+/// Fills the light data that materials read.
 template <class P>
 void describeLight(miState* state, P* record, LightData& data) {
     data.isAmbient = 0;

@@ -18,7 +18,7 @@ enum FogType { FOG_BY_DECAY = 0, FOG_SOFT = 1, FOG_SOFTER = 2 };
 
 constexpr float pi = std::numbers::pi_v<float>;
 
-/// Position in light space as latitude and longitude, so that a texture is laid all about the light.
+/// Position in light space as latitude and longitude, so that a texture surrounds the light.
 miVector sphericalCoordinate(const miVector& p) {
     const float fromAxis = std::hypot(p.x, p.z);
     const float u = std::abs(p.z) < VELA_EPS ? 0.5f : std::atan2(p.x, p.z) * 0.5f / pi + 0.5f;
@@ -26,7 +26,7 @@ miVector sphericalCoordinate(const miVector& p) {
     return {u, v, p.z};
 }
 
-/// Decay dims only: within the unit distance the light is as bright as set.
+/// Decay only attenuates: within the unit distance the light has its full intensity.
 float decayed(float intensity, float distance, int rate) {
     if (!(distance > 1.0f) || rate < 1 || rate > 3) return intensity;
     for (int i = 0; i < rate; ++i) intensity /= distance;
@@ -37,10 +37,10 @@ float decayed(float intensity, float distance, int rate) {
 float fogDensity(miState* state, P* record) {
     const float middle = state->parent ? static_cast<float>(state->parent->dist) * 0.5f : 0.0f;
     const float radius = parameterValue(state, record, &P::fogRadius);
-    // At the radius every kind has reached 1, also where the radius is 0.
+    // At the radius every kind is 1, also for a radius of 0.
     if (!(middle < radius)) return 1.0f;
-    // radius + radius^2 - middle^2, kept from cancelling: the share must not exceed 1, whose rest takes a
-    // root.
+    // radius + radius^2 - middle^2, without cancellation: the share must not exceed 1, because a root is
+    // taken of the rest.
     const float x = middle / (radius + (radius - middle) * (radius + middle));
     const int decay = parameterValue(state, record, &P::decayRate);
     switch (parameterValue(state, record, &P::fogType)) {
@@ -77,8 +77,8 @@ ORCA_EXPORT int orcaVelaPointLight_version(void) {
     return 1;
 }
 
-/// Shines in all directions with decay, fog or a profile. False where it gives no light: without the base
-/// state, and on the back of a one-sided area shape.
+/// Emits in all directions with decay, fog or a profile. False without the base state and on the back of a
+/// one-sided area shape.
 ORCA_EXPORT miBoolean orcaVelaPointLight(miColor* result, miState* state, PointLightParameters* record) {
     VelabaseState* const vela = velabaseState(state);
     if (!vela) {

@@ -8,14 +8,14 @@
 /// Parameters of orcaVelaPointLight, in declaration order.
 struct PointLightParameters {
     miScalar lightRadius; // scene units; 0: hard shadows
-    miInteger decayRate;  // power of the distance that the light falls off with: 0 to 3
+    miInteger decayRate;  // exponent of the fall-off with distance: 0 to 3
     miBoolean useDepthMapShadows;
     miBoolean emitDiffuse;
     miBoolean emitSpecular;
     miColor color;
     miScalar intensity;
     miBoolean useRayTraceShadows;
-    miColor shadowColor;     // what arrives in full shadow
+    miColor shadowColor;     // light in full shadow
     miInteger shadowRays;    // of the first set of a soft shadow; 0: no ray-traced shadows
     miInteger rayDepthLimit; // trace level from which on no shadows are traced
     miScalar fogRadius;      // scene units
@@ -25,8 +25,7 @@ struct PointLightParameters {
 };
 
 extern "C" {
-/// Light from a point, with decay, fog, a profile and shadows. False when the point sees only the light's
-/// back.
+/// Light from a point, with decay, fog, a profile and shadows. False behind a one-sided area shape.
 ORCA_EXPORT miBoolean orcaVelaPointLight(miColor* result, miState* state, PointLightParameters* record);
 ORCA_EXPORT int orcaVelaPointLight_version(void);
 } // extern "C"

@@ -24,13 +24,13 @@ miBoolean someLight(const miColor& light) {
     return !allBelow(light, VELA_EPS);
 }
 
-/// Light from beyond this occluder; only when the renderer itself called the shader.
+/// Light from behind this occluder; only when the renderer called the shader.
 void continueSegment(miColor* result, miState* state, miTag volume) {
     state->refraction_volume = volume;
     mi_trace_shadow_seg(result, state);
 }
 
-/// Thin parts let more light through: the transmission of a path of this length inside the object, 1 at most.
+/// Transmission of a path shorter than the full depth, 1 at most: thin parts transmit more light.
 miColor thinned(const miColor& transmission, float share) {
     miColor c = transmission;
     if (share < 1.0f) c = c * share + WHITE * (1.0f - share);

@@ -19,7 +19,7 @@ using OceanSurface =
             OceanShaderRefractionComponent<P>, OceanShaderScatterComponent<P>, DefaultIndirectComponent<P>,
             DefaultIncandescenceComponent<P>, OceanShaderCustomComponent<P>>;
 
-/// The water's surface, and its shape where a renderer asks for that.
+/// The water's surface, and its height in displacement calls.
 class OceanShader : public OceanSurface {
 public:
     using OceanSurface::OceanSurface;

@@ -2,7 +2,7 @@
 #pragma once
 
 /// Components of the ocean material. The material colour evaluates the waves once per shading call; the other
-/// components take them from there.
+/// components read them from it.
 
 #include "orcaColor.h"
 #include "orcaLightSample.h"
@@ -42,9 +42,9 @@ public:
     [[nodiscard]] miColor operator()() const { return withAlpha(color_ * diffuse_, 1.0f); }
     [[nodiscard]] const miColor& color() const noexcept { return color_; }
     [[nodiscard]] miScalar diffuse() const noexcept { return diffuse_; }
-    /// What foam leaves of the material's transparency.
+    /// The material's transparency under foam.
     [[nodiscard]] const miColor& transparency() const noexcept { return transparency_; }
-    /// What foam leaves of mirror images and highlights.
+    /// Weight of reflections and highlights under foam.
     [[nodiscard]] const miColor& bareness() const noexcept { return bareness_; }
     [[nodiscard]] const OceanTextureSample& waves() const noexcept { return waves_; }
 
@@ -83,8 +83,7 @@ public:
     [[nodiscard]] const miColor& materialColor() const noexcept { return color_; }
     [[nodiscard]] miColor operator()(miState* state, const LightSample& sample) const {
         const miScalar lightCosine = dot(state->normal, sample.specularDirection);
-        // A wave's normal may lean away from the viewer, even so far that no facet before it mirrors the
-        // light.
+        // A wave's normal may lean so far away from the viewer that no visible facet mirrors the light.
         if (!(lightCosine > 0.0f) || lightCosine + viewCosine_ <= 0.0f) return BLACK;
         return color_ * compute_oceanshader_specular(lightCosine, std::max(viewCosine_, VELA_EPS),
                                                      &sample.specularDirection, strength_, eccentricity_,
@@ -115,7 +114,7 @@ public:
         color_ *= water.bareness();
     }
 
-    /// The facing ratio is not taken: waves that lean away from the viewer are seen edge on.
+    /// The facing ratio is not used: waves that lean away from the viewer are seen edge on.
     [[nodiscard]] miColor materialColor(miScalar) const {
         if (!reflects_) return BLACK;
         const miScalar fresnel = index_ == 1.0f ? 1.0f : oceanFresnel(viewCosine_, index_);
@@ -184,7 +183,7 @@ private:
     bool on_;
 };
 
-/// Light from beyond a wave that comes through its crest, where the water is thin.
+/// Light from behind a wave that its thin crest transmits.
 template <class P>
 class OceanShaderScatterComponent {
 public:
@@ -200,9 +199,9 @@ public:
     }
 
     [[nodiscard]] bool present() const noexcept { return strength_ != 0.0f; }
-    /// No share of the indirect light: crests glow with what shines through them.
+    /// No share of the indirect light: crests transmit direct light only.
     [[nodiscard]] static miColor albedo() noexcept { return BLACK; }
-    /// Share of a light sample's colour.
+    /// Share of a light sample.
     [[nodiscard]] miColor ofSample(miState* state, const LightSample& sample,
                                    const AreaLightRecord* area) const {
         return color_ * compute_oceanshader_diffuse(state, height_, &sample.direction, sample.nDotL,
@@ -219,7 +218,7 @@ private:
     miScalar softness_ = 0.0f, cutoff_ = 0.0f, range_ = 0.0f, height_ = 0.0f;
 };
 
-/// Leaves the waves in the result, for connections to it.
+/// Stores the waves in the result, for connections to it.
 template <class P>
 class OceanShaderCustomComponent {
 public:

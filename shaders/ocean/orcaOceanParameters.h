@@ -5,8 +5,8 @@
 #include "orcaSurfaceParameters.h"
 #include "orcaSurfaceShaderReturnType.h"
 
-/// What the ocean material appends to SurfaceParameters, in declaration order: its waves and foam, then what
-/// it makes of light.
+/// What the ocean material appends to SurfaceParameters, in declaration order: its waves and foam, then its
+/// optics.
 
 struct OceanWaveParameters {
     miScalar timeValue;     // seconds
@@ -27,7 +27,7 @@ struct OceanWaveParameters {
     int n_peakingRamp;
     RampScalarEntry peakingRamp[1];
     miScalar heightInput; // world units, added; connected: its slopes bend the normal, too
-    miScalar foamRate;    // how fast foam covers what stands above the threshold; 0: no foam
+    miScalar foamRate;    // how fast foam covers crests above the threshold; 0: no foam
     miScalar foamCutoff;  // 1 less the height of crests from which on they foam; 0 to 1
     miScalar foamBias;    // added to the foam
     miScalar normalBlur;  // widens the distance over which slopes are taken, in shortest wavelengths
@@ -36,19 +36,19 @@ struct OceanWaveParameters {
 };
 
 struct OceanShadingParameters {
-    miBoolean displaced;        // the geometry already follows the waves: normals are made anew, not bent
+    miBoolean displaced;        // the geometry is displaced already: normals are computed, not bent
     miColor foamColor;          // diffuse reflectance of foam, before `diffuse`
-    miScalar crestScatter;      // strength of the light that comes through crests, coloured by `scatterColor`
-    miScalar crestSoftness;     // 0 to 1: how much of it keeps to the light's direction
-    miScalar crestHeight;       // world units; wave height from which on light comes through
+    miScalar crestScatter;      // strength of the light through crests, coloured by `scatterColor`
+    miScalar crestSoftness;     // 0 to 1: how much of it keeps its direction
+    miScalar crestHeight;       // world units; wave height from which on crests transmit light
     miScalar crestRange;        // world units; height over which it reaches its strength
     miColor specularColor;      // of highlights
     miScalar specularStrength;  // of highlights
     miScalar eccentricity;      // 0 to 1: width of highlights
     miScalar specularReduction; // of highlights along eye rays
-    miColor reflectionColor;    // of what is mirrored
+    miColor reflectionColor;    // of reflections
     miScalar reflectivity;      // times the Fresnel term of `refractiveIndex`
-    int i_environmentRamp;      // what is mirrored beside the surroundings: straight down at 0 to up at 1
+    int i_environmentRamp;      // reflected besides the surroundings: straight down at 0, up at 1
     int n_environmentRamp;
     RampColorEntry environmentRamp[1];
     miInteger reflectionLimit;       // reflection level from which on no more rays are reflected
@@ -62,9 +62,9 @@ struct OceanShaderParameters : SurfaceParameters, OceanWaveParameters, OceanShad
 static_assert(sizeof(OceanShaderParameters) ==
               sizeof(SurfaceParameters) + sizeof(OceanWaveParameters) + sizeof(OceanShadingParameters));
 
-/// What the ocean material answers: the picture and its parts, and the waves.
+/// Result of the ocean material: the picture and its parts, and the waves.
 struct OceanShaderReturnType : SurfaceShaderReturnType {
-    miScalar displacement; ///< height of the waves, world units; all that displacement calls set
+    miScalar displacement; ///< height of the waves, world units; the only field that displacement calls set
     miScalar foam;         ///< 0: bare water; from about 1 on: all foam
 };
 static_assert(sizeof(OceanShaderReturnType) == sizeof(SurfaceShaderReturnType) + 8);

@@ -20,11 +20,11 @@ float signOf(Side side) {
     return side == Side::Refracted ? 1.0f : -1.0f;
 }
 
-/// The ideal direction, and what all samples about it share.
+/// The ideal direction, and what all samples around it share.
 struct Cone {
     Side side;
     miVector axis;
-    bool inWater; // the rays, that is
+    bool inWater; // the rays
 };
 
 Cone coneOf(miState* state, const miVector& mirror, float refractiveIndex) {
@@ -46,7 +46,7 @@ miVector directionIn(const Cone& cone, float blur, const double* sample) {
     return cone.axis * cosine + (a * std::cos(phi) + b * std::sin(phi)) * sine;
 }
 
-/// Pushes a direction that a bent normal or the blur has sent to the wrong side back to its own.
+/// Moves a direction that a bent normal or the blur moved to the wrong side back to its own.
 miVector onItsSide(const miVector& direction, const miVector& geometricNormal, Side side) {
     constexpr float clearance = 0.01f;
     const float cosine = dot(direction, geometricNormal);
@@ -65,7 +65,7 @@ bool reflectionAllowed(const miState* state) {
     return state->reflection_level < options.reflection_depth && traceLevel(state) < options.trace_depth;
 }
 
-/// The camera's environment, called where no further level of rays exists.
+/// The camera's environment, for rays beyond the last level.
 bool environmentDirectly(miColor& light, miState* state, const miVector& direction) {
     const miTag environment =
         state->environment != miNULLTAG ? state->environment : state->camera->environment;
@@ -83,7 +83,7 @@ bool environmentBehind(miColor& light, miState* state, miVector direction) {
     return mi_trace_environment(&light, state, &direction);
 }
 
-/// Light along one direction, before absorption. `water` receives how far it came through the water.
+/// Light along one direction, before absorption. `water` receives the length of its path through the water.
 miColor arriving(miState* state, const Cone& cone, miVector direction, int limit, float& water) {
     water = 0.0f;
     miColor light = BLACK;
@@ -105,7 +105,7 @@ miColor arriving(miState* state, const Cone& cone, miVector direction, int limit
     return found ? light : BLACK;
 }
 
-/// What the water leaves of light on its way (Beer-Lambert law), by channel.
+/// Transmittance of the water along a path (Beer-Lambert law), by channel.
 miColor absorbed(const OceanRefractionSettings& settings, float distance) {
     const float exponent = distance * settings.absorbance;
     if (!(exponent > 0.0f)) return WHITE;
@@ -114,7 +114,7 @@ miColor absorbed(const OceanRefractionSettings& settings, float distance) {
             channel(settings.absorptionColor.b), 1.0f};
 }
 
-/// One sample with the hand-over of its pass values.
+/// One sample; its pass values are accumulated to the parent level.
 miColor sampled(miState* state, const Cone& cone, const miVector& direction, const miColor& weight,
                 const OceanRefractionSettings& settings, const TraceContext& context) {
     VelabaseState& vela = *context.vela;

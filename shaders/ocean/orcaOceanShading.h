@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// What water and foam make of light.
+/// Reflectance and transmission of water and foam.
 
 #include "orcaExport.h"
 #include "orcaVelaState.h"
@@ -21,18 +21,18 @@ extern "C" {
 
 /// Covers water with foam. Every colour may be null; alphas stay.
 /// @param foam         0 and below: bare water
-/// @param illumination weight of the foam that the water is tinted with, before it closes
+/// @param illumination weight of the foam that the water is tinted with, before it is opaque
 /// @param mode         OCEAN_FOAM_OPAQUE: the water's opacity grows, too
 /// @param opacity      white less the transmittance
-/// @param attenuated   what foam hides, such as a mirror image
+/// @param attenuated   weight of what foam hides, such as reflections
 ORCA_EXPORT void oceanshader_apply_foam(miScalar foam, const miColor* illumination, const miColor* foamColor,
                                         miColor* color, miInteger mode, miColor* opacity,
                                         miColor* attenuated);
 
-/// Share of a light that comes through the water towards the viewer.
-/// @param level     what the light has to stand above the cutoff with, such as the height of the waves
+/// Share of a light that the water transmits towards the viewer.
+/// @param level     compared with the cutoff, such as the height of the waves
 /// @param direction to the light
-/// @param softness  0 to 1: how much of the light keeps to its direction
+/// @param softness  0 to 1: how much of the light keeps its direction
 /// @param fadeRange above the cutoff, over which the strength is reached
 /// @param area      the area light being sampled; null for other lights
 [[nodiscard]] ORCA_EXPORT miScalar compute_oceanshader_diffuse(miState* state, miScalar level,
@@ -42,10 +42,11 @@ ORCA_EXPORT void oceanshader_apply_foam(miScalar foam, const miColor* illuminati
                                                                const AreaLightRecord* area);
 
 /// Strength of a highlight: facets with a distribution of ellipsoids and their mutual shadowing (Blinn,
-/// "Models of Light Reflection for Computer Synthesized Pictures", 1977), reflecting alike at all angles.
+/// "Models of Light Reflection for Computer Synthesized Pictures", 1977), with a reflectance independent of
+/// the angle.
 /// @param nDotL, nDotV cosines of the light's and the viewer's directions with the normal; nDotV above 0
 /// @param direction    to the light, unit
-/// @param reduction    of what eye rays see; every other ray sees the full strength
+/// @param reduction    of the strength along eye rays; other rays have the full strength
 [[nodiscard]] ORCA_EXPORT miScalar compute_oceanshader_specular(miScalar nDotL, miScalar nDotV,
                                                                 const miVector* direction, miScalar strength,
                                                                 miScalar eccentricity, miScalar reduction,

@@ -53,10 +53,10 @@ OceanWaveField fieldOf(miState* state, P* record, const WaveRamps& ramps) {
     return field;
 }
 
-/// Size that the pixel covers on the water, from the hit's place and slant in camera space.
+/// Size that the pixel covers on the water, from the hit's position and slant in camera space.
 miScalar footprint(miState* state, VelabaseState* vela) {
     constexpr miScalar edgeOn = 1e-10f;    // cosine times distance: the plane passes through the eye
-    constexpr miScalar everything = 1e10f; // what a pixel then covers
+    constexpr miScalar everything = 1e10f; // size of the pixel then
     constexpr miScalar pixelShare = 3.5f;  // keeps more detail than the whole pixel would
     miVector point, normal;
     mi_point_to_camera(state, &point, &state->point);
@@ -66,7 +66,7 @@ miScalar footprint(miState* state, VelabaseState* vela) {
     return std::max(1e-8f, point.z * point.z * ocean_x_pixel_angle(vela) / (pixelShare * c));
 }
 
-/// The height input where it is asked for, with the state's point moved there.
+/// The height input at a moved point.
 class HeightInput {
 public:
     HeightInput(miState* state, P* record, const miVector& pointInWorld)
@@ -95,7 +95,7 @@ private:
     bool inObject_;
 };
 
-/// Slopes of a connected input are taken on surfaces only: fog and fluid have points of their own.
+/// Slopes of a connected input are taken on surfaces only: volumes evaluate it at points of their own.
 bool shadesSurface(const VelabaseState* vela) {
     return !vela || !(vela->flags & (VELA_BIT_ENVLIGHTFOG | VELA_BIT_VOLUMEFOG | VELA_BIT_FLUID));
 }

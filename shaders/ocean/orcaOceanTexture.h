@@ -26,7 +26,7 @@ inline constexpr miInteger REFERENCE_OBJECT_KIND = 2;
 
 extern "C" {
 
-/// Angle of one pixel, radians. Without a render state that of a common picture.
+/// Angle of one pixel, radians. Without a render state a typical value.
 [[nodiscard]] ORCA_EXPORT miScalar ocean_x_pixel_angle(VelabaseState*& vela);
 
 /// Height of the waves at the state's point, world units, also written to `height`.

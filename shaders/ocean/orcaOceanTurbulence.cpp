@@ -11,15 +11,15 @@
 
 namespace {
 
-constexpr miScalar share = 0.25f; // of each of the waves: together they are about as high as a plain one
+constexpr miScalar share = 0.25f; // of each of the waves: sixteen together are about as high as a plain one
 
-/// The part of a number that its nearest integer leaves, -1/2 to 1/2. Exact. Without branches, so that many
-/// are taken at once.
+/// Difference of a number to its nearest integer, -1/2 to 1/2. Exact. Without branches, so that it
+/// vectorises.
 inline miScalar fractionAround(miScalar x) noexcept {
-    constexpr miScalar whole = 12582912.0f; // 1.5 * 2^23: what is added to it loses its fraction
+    constexpr miScalar whole = 12582912.0f; // 1.5 * 2^23: adding it rounds to a whole number
     return x - ((x + whole) - whole);
 }
-constexpr miScalar exactBelow = 4194304.0f; // 2^22; beyond, single precision has no fraction worth taking
+constexpr miScalar exactBelow = 4194304.0f; // 2^22; beyond, single precision has no useful fraction
 
 /// sin(2 pi s) for s from -1/4 to 1/4: Taylor's series, off by less than 6e-8.
 inline miScalar sineOfTurn(miScalar s) noexcept {
@@ -29,7 +29,7 @@ inline miScalar sineOfTurn(miScalar s) noexcept {
                                  q * (-1.0f / 5040.0f + q * (1.0f / 362880.0f - q * (1.0f / 39916800.0f))))));
 }
 
-/// Four sums side by side, then their sum.
+/// Four partial sums, then their sum.
 template <class Values>
 miScalar sumOf(const Values& values) noexcept {
     miScalar lanes[4] = {0.0f, 0.0f, 0.0f, 0.0f};
@@ -58,7 +58,7 @@ OceanTurbulence::OceanTurbulence(miScalar wavelengthMax, miScalar wavelengthMin,
 }
 
 OceanTurbulence::Values OceanTurbulence::phases(miScalar x, miScalar z, miScalar time) const noexcept {
-    // One loop a step: each is done for several waves at once.
+    // One loop per step: each vectorises.
     Values phases;
     for (std::size_t i = 0; i < waves; ++i) {
         const miScalar a = directionX_[i], b = directionZ_[i], travel = time * speed_[i];

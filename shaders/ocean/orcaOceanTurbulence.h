@@ -8,12 +8,12 @@
 #include <array>
 
 /// Sixteen waves, their wavelengths spread evenly in proportion from the longest to the shortest. Arrays, so
-/// that all are computed side by side.
+/// that the computation vectorises.
 class OceanTurbulence {
 public:
     static constexpr int waves = 16;
 
-    /// @param seed of the first of 48 values of the noise table, from which directions and phases come
+    /// @param seed of the first of 48 values of the noise table, for directions and phases
     OceanTurbulence(miScalar wavelengthMax, miScalar wavelengthMin, miInteger seed);
     OceanTurbulence() = default; ///< of no waves
 
@@ -40,6 +40,6 @@ private:
     Values amplitude_{}; ///< the wavelength; 0 for a wave without direction
 };
 
-/// The thread's group for these values: the same few are asked for at every point of a sea.
+/// The thread's cached group for these values: every point of a sea uses the same few.
 [[nodiscard]] const OceanTurbulence& oceanTurbulence(miScalar wavelengthMax, miScalar wavelengthMin,
                                                      miInteger seed);

@@ -40,7 +40,7 @@ float plainWave(Ground direction, Ground p, float wavelength) {
     return wavelength * static_cast<float>(std::cos(angle));
 }
 
-/// The fraction counts as one. Numbers beyond all sense are limited, so that no scene stalls.
+/// A fraction counts as one octave. Limited, so that no scene stalls.
 int wholeOctaves(float count) {
     constexpr float most = 1000.0f;
     return count + 1.0f > 0.0f ? static_cast<int>(std::min(count + 1.0f, most)) : 0;
@@ -51,7 +51,7 @@ struct Heights {
     float now, lagging;
 };
 
-/// Moves `position` along where it pinches crests.
+/// Also moves `position` where it pinches crests.
 Heights turbulentWaves(const Octave& octave, Ground& position, float offsetShare, float time, bool foaming) {
     const OceanTurbulence& group =
         oceanTurbulence(octave.wavelength, turbulenceBand * octave.wavelength, octave.seed);
@@ -61,7 +61,7 @@ Heights turbulentWaves(const Octave& octave, Ground& position, float offsetShare
     if (octave.peaking == 0.0f) {
         heights.now = group.height(q.x, q.z, time);
     } else {
-        // Crests are pinched by moving the point against the slope, the more the higher it lies.
+        // Crests are pinched by moving the point against the slope, in proportion to its height.
         Ground slope{0.0f, 0.0f};
         heights.now = group.heightAndSlopes(q.x, q.z, time, slope.x, slope.z);
         slope = slope * (0.1f * octave.wavelength);
@@ -76,7 +76,7 @@ Heights turbulentWaves(const Octave& octave, Ground& position, float offsetShare
             position = position - slope * (0.8f * shift);
         }
     }
-    // Meant as it stands: the lag is a length, and is taken as a time here.
+    // Intended: the lag is a length and is used as a time here.
     if (foaming) heights.lagging = group.height(at.x, at.z, time - octave.lag);
     return heights;
 }
@@ -94,8 +94,7 @@ public:
     Foam(float rate, float cutoff, float filterWidth)
         : rate_(rate), threshold_(1.0f - cutoff), filterWidth_(filterWidth) {}
 
-    /// Foam forms where crests stand above the threshold, lasts a while behind them, and is broken up by
-    /// noise.
+    /// Foam forms where crests exceed the threshold, persists behind them, and is broken up by noise.
     /// @param amplitude of the heights, pattern units
     void add(const Octave& octave, const Heights& heights, float amplitude, Ground noiseAt) {
         const float wavelength = octave.wavelength;
@@ -167,7 +166,7 @@ bool OceanWaves::Series::next(Octave& octave) {
     return true;
 }
 
-/// The first octave runs along the wind and carries the pattern along; the others spread about it.
+/// The first octave runs along the wind and drifts the pattern; the others spread around it.
 void OceanWaves::Series::direct(Octave& octave, bool first) {
     if (first) {
         octave.direction = wind_;
@@ -185,7 +184,7 @@ void OceanWaves::Series::direct(Octave& octave, bool first) {
         octave.direction = octave.direction * (1.0f / l);
         octave.offset = octave.direction * octave.travel;
     } else {
-        octave.offset = standing; // meant as it stands: waves of no direction keep their place
+        octave.offset = standing; // intended: waves without direction do not travel
     }
 }
 

@@ -19,8 +19,7 @@ inline constexpr miScalar OCEAN_GRAVITY = 9.81f;
 /// theory, 1845).
 [[nodiscard]] miScalar oceanWaveSpeed(miScalar wavelength) noexcept;
 
-/// What a wave field is made from, as ocean_prepare leaves it; ocean_compute says what each is. The ramps are
-/// borrowed.
+/// Parameters of a wave field after ocean_prepare; see ocean_compute. The ramps are borrowed.
 struct OceanWaveField {
     miScalar time, patternScale;
     miVector wind;
@@ -29,7 +28,7 @@ struct OceanWaveField {
     miScalar foamRate, foamCutoff;
 };
 
-/// A wave field with its octaves worked out, for several points at one time.
+/// A wave field with its octaves computed, for several points at one time.
 class OceanWaves {
 public:
     explicit OceanWaves(const OceanWaveField& field);
@@ -46,7 +45,7 @@ public:
     struct Octave {
         miScalar wavelength, amplitude, turbulence, peaking;
         miScalar travel;          ///< of the wave since time 0
-        miScalar lag;             ///< how far behind a crest its foam still shows
+        miScalar lag;             ///< distance behind a crest over which its foam persists
         Ground direction, offset; ///< unit, and the travel along it
         Ground drift;             ///< of the pattern from here on
         miInteger seed;           ///< of its turbulence
@@ -64,11 +63,11 @@ private:
 
         const OceanWaveField& field_;
         int octaves_, index_ = 0;
-        Ground wind_; ///< unit, or as given when it is next to nothing
+        Ground wind_; ///< unit, or as given when it is nearly 0
         miScalar wavelength_;
         miInteger seed_ = 1;
     };
-    static constexpr int mostKept = 24; ///< seas have fewer; what is beyond is worked out at every point
+    static constexpr int mostKept = 24; ///< more than scenes use; the rest is computed at every point
 
     OceanWaveField field_;
     std::array<Octave, mostKept> octaves_;
@@ -78,8 +77,8 @@ private:
 
 extern "C" {
 
-/// Brings the parameters into range, in place: orders the wavelengths, keeps scale and wavelengths above
-/// nothing, and lowers the octave count by VELA_EPS, so that a whole count has no last octave of no weight.
+/// Limits the parameters to their ranges, in place: orders the wavelengths, keeps scale and wavelengths above
+/// 0, and lowers the octave count by VELA_EPS, so that a whole count has no last octave of weight 0.
 /// @param ratio out: a wavelength over the one before
 ORCA_EXPORT void ocean_prepare(miScalar& patternScale, miScalar& minWavelength, miScalar& maxWavelength,
                                miScalar& octaveCount, miScalar& ratio);
@@ -88,22 +87,21 @@ ORCA_EXPORT void ocean_prepare(miScalar& patternScale, miScalar& minWavelength, 
 /// longest to the shortest.
 /// @param seed      first of the table values that the group is made of; it takes 48
 /// @param gradientX slope along x, and along z, of the waves with their heights taken as 1 (per pattern
-/// unit);
-///                  both null when not wanted
+///                  unit); both null when not wanted
 [[nodiscard]] ORCA_EXPORT miScalar ocean_water_turbulence(miScalar x, miScalar z, miScalar time,
                                                           miScalar wavelengthMax, miScalar wavelengthMin,
                                                           miInteger seed, miScalar* gradientX,
                                                           miScalar* gradientZ);
 
-/// The wave field at a point. The parameters are those that ocean_prepare has left.
+/// The wave field at a point. The parameters have been through ocean_prepare.
 /// @param x, z         world units
 /// @param height       world units; null when not wanted
 /// @param foam         from 0 on; null when not wanted
-/// @param windVector   x and y: where the wind blows from, along world x and z; any length. Waves run
-///                     against it.
-/// @param driftFactor  how far the first octave carries the pattern along, as a share of its travel
+/// @param windVector   x and y: where the wind blows from, along world x and z; any length. Waves run against
+///                     it.
+/// @param driftFactor  drift of the pattern with the first octave, as a share of its travel
 /// @param spreadFactor 0: all waves run along the wind; 1: in random directions
-/// @param heightRamp, turbulenceRamp, peakingRamp  over the place of an octave in the range of wavelengths
+/// @param heightRamp, turbulenceRamp, peakingRamp  over the position of an octave in the range of wavelengths
 /// @param filterWidth  what a pixel covers, pattern units; foam that is finer loses contrast
 ORCA_EXPORT void ocean_compute(miScalar x, miScalar z, miScalar time, miScalar* height, miScalar* foam,
                                miScalar patternScale, const miVector* windVector, miScalar driftFactor,
