@@ -24,9 +24,7 @@ protected:
     void writePicture(miState* state, const PassRecords& passes, const miColor& color) const {
         if (!passes || !this->writesPasses()) return;
         const miColor value = withAlpha(color, 1.0f);
-        const miColor* const noReference = nullptr;
-        for (const PassTypeID type : PICTURE_PASSES)
-            this->writeToFrameBuffers(state, passes.records, passes.types, value, type, false, &noReference);
+        for (const PassTypeID type : PICTURE_PASSES) this->writePass(state, passes, type, value);
     }
 };
 

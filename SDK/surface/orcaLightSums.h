@@ -20,7 +20,7 @@ struct LightSums {
     /// A sample's translucent and reflected shares.
     void addDiffuse(const miColor& through, const miColor& reflected, const miColor& light,
                     const miColor& unshadowedLight) noexcept;
-    /// Luminance of the sample's light, and of the part that shadows removed.
+    /// Adds the luminance of the sample's light, and of the part that shadows removed.
     void countShadow(const LightData& data, miScalar nDotL) noexcept;
     /// Luminance of the terms that a component mask selects, with the shadow and light sums.
     [[nodiscard]] miScalar selected(miUint componentMask) const noexcept;

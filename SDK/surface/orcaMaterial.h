@@ -85,6 +85,14 @@ public:
         }
     }
 
+    /// The same for the records of a call, without a reference colour.
+    template <class Value>
+    void writePass(miState* state, const PassRecords& passes, PassTypeID type, const Value& value,
+                   bool useLightColor = false) const {
+        const miColor* const noReference = nullptr;
+        writeToFrameBuffers(state, passes.records, passes.types, value, type, useLightColor, &noReference);
+    }
+
 protected:
     miInteger passWriteMode; ///< see PassWriteMode; 0 writes nothing
     miUint passWriteFlags;   ///< set of PassWriteFlags

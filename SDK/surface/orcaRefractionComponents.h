@@ -14,7 +14,7 @@ public:
     [[nodiscard]] bool on() const noexcept { return on_; }
     /// Refracted light, black when nothing is traced. `transparency` is the material's on entry and what the
     /// renderer still has to trace on return.
-    /// @param traced secondary rays are traced
+    /// @param traced false: the render mode traces no secondary rays
     [[nodiscard]] miColor operator()(miState* state, P* record, const TraceContext& context, bool traced,
                                      miColor& transparency) const {
         RefractionSettings settings{};

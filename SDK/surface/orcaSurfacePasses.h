@@ -17,21 +17,15 @@ struct SurfacePassWriter {
     [[nodiscard]] bool writesComponents() const noexcept { return components && writes(); }
 
     /// A component's value, alpha 1, independent of lights.
-    void write(PassTypeID type, const miColor& value) const { put(type, withAlpha(value, 1.0f), false); }
+    void write(PassTypeID type, const miColor& value) const {
+        material.writePass(call.state, call.passes, type, withAlpha(value, 1.0f));
+    }
     void write(PassTypeID type, miScalar value) const {
-        if (components) put(type, value, false);
+        if (components) material.writePass(call.state, call.passes, type, value);
     }
     /// In a light loop: a value that is multiplied by each record's light colour.
     template <class Value>
     void writeLit(PassTypeID type, const Value& value) const {
-        put(type, value, true);
-    }
-
-private:
-    template <class Value>
-    void put(PassTypeID type, const Value& value, bool useLightColor) const {
-        const miColor* const noReference = nullptr;
-        material.writeToFrameBuffers(call.state, call.passes.records, call.passes.types, value, type,
-                                     useLightColor, &noReference);
+        material.writePass(call.state, call.passes, type, value, true);
     }
 };

@@ -191,9 +191,7 @@ private:
     void writePasses(miState* state, const PassRecords& passes, const SurfaceShaderReturnType& result,
                      const miColor& plate) const {
         if (!passes || !this->writesPasses()) return;
-        const miColor* const noReference = nullptr;
-        this->writeToFrameBuffers(state, passes.records, passes.types, withAlpha(result.reflection, 1.0f),
-                                  PASS_REFLECTION, false, &noReference);
+        this->writePass(state, passes, PASS_REFLECTION, withAlpha(result.reflection, 1.0f));
         writePicture(state, passes, plate);
     }
 
