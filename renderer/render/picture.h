@@ -7,7 +7,7 @@
 #include "scene/database.h"
 #include "scene/elements/elements.h"
 #include "scene/elements/phenomenon.h"
-#include "scene/language/scene_file.h"
+#include "scene/render_request.h"
 
 #include <shader.h>
 

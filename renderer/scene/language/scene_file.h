@@ -4,6 +4,7 @@
 #include "base/log.h"
 #include "scene/database.h"
 #include "scene/elements/elements.h"
+#include "scene/render_request.h"
 
 #include <functional>
 #include <map>
@@ -13,15 +14,6 @@
 #include <vector>
 
 namespace orca::scene {
-
-/// A `render` statement.
-struct RenderRequest {
-    miTag group = miNULLTAG; ///< root group
-    miTag cameraInstance = miNULLTAG;
-    miTag options = miNULLTAG;
-    int number = 0; ///< of the statement, from 1, over all files
-    SourceLocation location;
-};
 
 /// What the reader calls, in file order.
 struct ParserCallbacks {
