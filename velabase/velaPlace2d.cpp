@@ -30,12 +30,12 @@ namespace {
 
 using P = VelaPlace2dParameters;
 
-struct SourceLocation {
+struct FramePoint {
     float u, v;
 };
 
 /// About the middle of the unit square. Textures turn counter-clockwise, so coordinates turn clockwise.
-SourceLocation turned(SourceLocation p, float degrees) {
+FramePoint turned(FramePoint p, float degrees) {
     if (degrees == 0.0f) return p;
     const float angle = degrees * 0.017453293f;
     const float c = std::cos(angle), s = std::sin(angle);
@@ -80,7 +80,7 @@ ORCA_EXPORT miBoolean velaPlace2d(miVector* result, miState* state, VelaPlace2dP
     const bool wrapU = value(&P::wrapU) != 0, wrapV = value(&P::wrapV) != 0;
     const float coverageU = value(&P::coverageU), coverageV = value(&P::coverageV);
 
-    SourceLocation p = turned({surface.uv.x, surface.uv.y}, value(&P::rotateFrame));
+    FramePoint p = turned({surface.uv.x, surface.uv.y}, value(&P::rotateFrame));
     p = {divided(p.u - value(&P::translateFrameU), coverageU),
          divided(p.v - value(&P::translateFrameV), coverageV)};
     p = {withinFrame(p.u, coverageU, wrapU), withinFrame(p.v, coverageV, wrapV)};

@@ -34,10 +34,10 @@ struct SamplingDisc {
 /// all are blocked.
 /// @param rays  of the first set
 /// @param place void (const miVector& pointOnDisc): points the state's shadow ray there
-template <class SourceLocation>
+template <class Place>
 bool adaptiveDiscShadow(miColor* transmission, const SamplingDisc& disc, const miColor& lightValue,
                         const miColor& shadowColor, unsigned rays, miState* state, unsigned count,
-                        FrameBufferInfo* records, const SourceLocation& place) {
+                        FrameBufferInfo* records, const Place& place) {
     traceShadowAccumulateBegin(count, records);
     miUint n = rays;
     miColor mean[2] = {BLACK, BLACK};
