@@ -3,7 +3,7 @@
 
 #include "pass_block.h"
 #include "pass_catalogue.h"
-#include "scene/elements/shader_list.h"
+#include "scene/shader_list.h"
 
 #include <fmt/format.h>
 

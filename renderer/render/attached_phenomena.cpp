@@ -2,7 +2,7 @@
 #include "render/attached_phenomena.h"
 
 #include "scene/elements/elements.h"
-#include "scene/elements/shader_list.h"
+#include "scene/shader_list.h"
 
 #include <algorithm>
 #include <memory>

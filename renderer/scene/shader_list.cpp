@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "scene/elements/shader_list.h"
+#include "scene/shader_list.h"
 
 #include "scene/elements/elements.h"
 
