@@ -48,7 +48,7 @@ std::string missing(const std::set<std::string>& from, const std::set<std::strin
     return names;
 }
 
-/// What a library exports beside the entry points of its shaders, which the build compares with the
+/// What a library exports besides the entry points of its shaders, which the build compares with the
 /// declarations.
 std::set<std::string> exportedFunctions(const std::string& library) {
     const std::set<std::string> exported = symbols(library, "--defined-only");
