@@ -84,6 +84,14 @@ TEST_F(Composite, GlowTakesItsShareBeforeReflectionAndOutlivesClearing) {
     EXPECT_EQ(result.reflection, miColor{});
 }
 
+TEST_F(Composite, InputsOfOtherModesAreLeftOut) {
+    compose(0x1);
+    EXPECT_EQ(result.color, covered(1));
+    inputs.refraction = inputs.scatter = nullptr;
+    compose(0x500);
+    EXPECT_EQ(result.color, miColor{});
+}
+
 TEST_F(Composite, TheMatteFollowsItsRule) {
     const auto matte = [&](int rule) {
         result.matteOpacity = {9, 9, 9, 9};

@@ -40,6 +40,7 @@ struct EngineCase {
     int reflectionLevel, refractionLevel;
     float threshold;
     bool rasterizer, continueRay, compareSums;
+    bool opacityHeld; ///< by the renderer, of the sample
     std::vector<Layer> layers;
     miColor background;
     miColor throughput;
@@ -50,6 +51,7 @@ struct EngineOutcome {
     Rgba picture, opacity;
     bool opacitySet = false;
     std::vector<Rgba> handedUp, covered;
+    std::vector<Rgba> coveredBefore; ///< the last hit
     std::vector<int> modes;
     std::vector<Rgba> throughputs; ///< in which each further layer is shaded
     std::size_t shaded = 0;
@@ -72,6 +74,10 @@ int levelMode(const ScenePass& p, int reflection, int refraction, bool admitted)
 EngineOutcome composite(const EngineCase& c) {
     EngineOutcome out;
     const std::size_t n = c.passes.size();
+    if (c.opacityHeld && c.layers.front().transparency.r + c.layers.front().transparency.g > 0.02f) {
+        out.opacitySet = true; // by the first layer, after those behind it
+        out.opacity = grey(1) - Rgba(c.layers.front().transparency);
+    }
     out.handedUp.resize(n);
     out.covered.resize(n);
     Rgba seen = grey(1), throughput = c.throughput;
@@ -81,6 +87,7 @@ EngineOutcome composite(const EngineCase& c) {
         ++out.shaded;
         out.throughputs.push_back(throughput);
         out.modes.clear();
+        out.coveredBefore = out.covered;
         const Rgba t = layer.transparency, matte = layer.blackHole ? Rgba{} : Rgba(layer.matte);
         for (std::size_t i = 0; i < n; ++i) {
             const ScenePass& pass = c.passes[i];
@@ -140,6 +147,7 @@ EngineCase randomCase(Random& random) {
     c.threshold = random.chance(0.7f) ? 0.999f : random.in(0.3f, 0.9f);
     c.continueRay = random.chance(0.2f);
     c.rasterizer = random.chance(0.1f);
+    c.opacityHeld = random.chance(0.3f);
     const int layers = 1 + random.below(4);
     for (int i = 0; i < layers; ++i) {
         Layer layer{random.color(), random.color(), random.color(0.02f, 0.98f), {}, random.chance(0.1f)};
@@ -162,6 +170,10 @@ std::string engineDifferences(const EngineCase& c) {
     ScriptedRenderer& renderer = scene.renderer;
     ScriptedShader<ShadingEngineParameters> engine;
     engine.parameters.surfaceShader = surface;
+    if (c.opacityHeld) {
+        renderer.opacitySet = true;
+        renderer.opacity = {0.5f, 0.5f, 0.5f, 0.5f};
+    }
     renderer.options.scanline = c.rasterizer ? miSCANLINE_RASTERIZER : 1;
     VelabaseState& vela = scene.vela();
     vela.transparencyThreshold = c.threshold;
@@ -216,13 +228,16 @@ std::string engineDifferences(const EngineCase& c) {
     };
     if (hit != expected.shaded) text << "  " << hit << " layers instead of " << expected.shaded << '\n';
     compare("picture", picture, expected.picture);
-    if (renderer.opacitySet != expected.opacitySet) text << "  opacity set or not\n";
+    if (renderer.opacitySet != (c.opacityHeld || expected.opacitySet)) text << "  opacity set or not\n";
     if (expected.opacitySet) {
         renderer.opacity.a = 1.0f;
         compare("opacity", renderer.opacity, rgbWith(expected.opacity, 1));
     }
     for (std::size_t i = 0; i < c.passes.size(); ++i) {
         const TraceLevelSlot& slot = scene.slot(static_cast<int>(i), level);
+        compare("coverage before record " + std::to_string(i), scene.record(static_cast<int>(i)).lightColor,
+                expected.coveredBefore[i]);
+        if (level > 0 && !(scene.slot(static_cast<int>(i)).levelResult == BLACK)) text << "  first level\n";
         compare("record " + std::to_string(i), slot.childResult, expected.handedUp[i]);
         if (slot.levelMode != expected.modes[i])
             text << "  mode " << int{slot.levelMode} << " of record " << i << '\n';
@@ -316,14 +331,19 @@ void compareFilterSizes(bool orthographic, bool pending) {
         scene.vela().fixedFilterSize = random.in(0.1f, 2.0f);
         scene.vela().filterBase = random.in(0.001f, 0.1f);
         scene.vela().transparencyThreshold = 0.9f;
-        const float weight = random.in(0.0f, 0.89f);
-        scene.vela().throughput = {weight, 0.5f * weight, 0.0f, 0.0f};
+        const float weight = random.chance(0.7f) ? random.in(0.0f, 0.89f) : 1.0f;
+        const float channels[] = {weight, 0.5f * weight, 0.0f};
+        const int first = random.below(3);
+        scene.vela().throughput = {channels[first], channels[(first + 1) % 3], channels[(first + 2) % 3],
+                                   0.0f};
         const FilterFootprint before{{1, 2, 3}, {4, 5, 6}};
         scene.vela().footprint = before;
         const V3 origin = eye * (w == 2 ? 0.5 : 1.0);
-        const double s = enabled ? 0.45 * scene.vela().filterBase * length(V3(state.point) - origin) /
-                                       std::max(1e-5, std::abs(double{dot}))
-                                 : double{scene.vela().fixedFilterSize};
+        const bool light = weight < 0.9f;
+        const double s = enabled
+                             ? (light ? 0.45 : 1.0) * scene.vela().filterBase *
+                                   length(V3(state.point) - origin) / std::max(1e-5, std::abs(double{dot}))
+                             : double{scene.vela().fixedFilterSize};
         renderer.callShader = [&](miColor*, int, miState*, miTag, void*) -> miBoolean {
             const FilterFootprint& f = scene.vela().footprint;
             const double texture = s * (enabled ? 1.5e-5 : 1.0), unused = enabled ? 0.0 : s;
