@@ -3,6 +3,7 @@
 
 #include "orcaConstants.h"
 #include "orcaGuards.h"
+#include "orcaNamedPasses.h"
 #include "orcaRenderPassUtilities.h"
 #include "orcaUserData.h"
 #include "orcaUtilities.h"
@@ -68,3 +69,10 @@ unsigned getNonMaterialPassFrameBufferIndex(miState* state, int passIndex) {
 
 using orcaFrameBufferData = FrameBufferData;
 #include "declared/orcaFrameBufferData.h"
+
+using orcaNamedPasses = NamedPasses;
+// A named record extends the plain one, so it has no standard layout; its fields lie as written all the same.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+#include "declared/orcaNamedPasses.h"
+#pragma GCC diagnostic pop

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaPassMask.h"
 
+#include "orcaNamedPasses.h"
 #include "orcaUserData.h"
 
 #include <cstring>
@@ -34,3 +35,6 @@ PassMask::PassMask(miTag instance) {
 
 using orcaPassMask = PassMaskData;
 #include "declared/orcaPassMask.h"
+
+using orcaPassLinks = PassLinks;
+#include "declared/orcaPassLinks.h"
