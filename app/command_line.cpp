@@ -186,6 +186,9 @@ void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->group(group)
         ->type_name("LIST");
     app.add_flag("--list-passes", command.listsPasses, "print the passes that there are")->group(group);
+    app.add_flag("--dump-passes", command.dumpsPasses,
+                 "print what --passes adds to the scene as text to paste into it; render nothing")
+        ->group(group);
     app.add_option("--size", raw.size, "resolution in pixels")->group(group)->type_name("WxH");
     app.add_option("--window", raw.window,
                    "render these pixels only: X0 Y0 X1 Y1, inclusive, from the lower left")
@@ -223,6 +226,9 @@ void addSceneOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     app.add_option("--registry", raw.registry, "value of {NAME} in file names")
         ->group(group)
         ->type_name("NAME=VALUE");
+    app.add_flag("--check", command.checksOnly,
+                 "read the scene and look for its mistakes, shaders, textures and pass masks; render nothing")
+        ->group(group);
     app.add_flag("--render-anyway", command.renderAnyway, "render a scene that has errors")->group(group);
 }
 
@@ -274,6 +280,8 @@ void convert(RawOptions& raw, CommandLine& command) {
     command.writesFiles = raw.files != "off";
     command.writesSceneFiles = raw.files == "on";
     command.passes = passNames(raw.passes);
+    if (command.dumpsPasses && command.passes.empty())
+        throw CLI::ValidationError("--dump-passes", "give the passes with --passes");
     appendSplit(command.includePaths, raw.includes, ':');
     appendSplit(command.libraryPaths, raw.libraryPaths, ':');
     appendSplit(command.texturePaths, raw.texturePaths, ':');

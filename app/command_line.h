@@ -39,6 +39,8 @@ struct CommandLine {
     std::optional<std::vector<int>> frames;
     std::vector<std::string> passes;
     bool listsPasses = false, listsOutputs = false;
+    bool dumpsPasses = false; ///< print what `passes` makes in the scene language
+    bool checksOnly = false;  ///< read and check, render nothing
     std::string statisticsFile;
     std::vector<std::string> includePaths, libraryPaths, texturePaths, libraries;
     std::size_t textureMegabytes = 1024;

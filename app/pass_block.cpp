@@ -16,7 +16,8 @@ std::string flagsText(const FrameBufferDataRecord& record) {
     return text;
 }
 
-/// Type of record `index`: records are in type order, as many of each type as its count.
+} // namespace
+
 int typeOfRecord(const FrameBufferData& block, int index) {
     const miInteger* counts = arrayElements(block.FrameBufferTypeCounts, block.i_FrameBufferTypeCounts);
     int end = 0;
@@ -26,8 +27,6 @@ int typeOfRecord(const FrameBufferData& block, int index) {
     }
     return -1;
 }
-
-} // namespace
 
 const FrameBufferData* passBlock(const scene::Database& database, const scene::CameraElement& camera) {
     for (miTag tag = camera.camera.userdata; tag != miNULLTAG;) {

@@ -15,6 +15,10 @@ namespace orca::app {
 [[nodiscard]] const FrameBufferData* passBlock(const scene::Database& database,
                                                const scene::CameraElement& camera);
 
+/// Type of record `index`: records are in type order, as many of each type as its count. -1: beyond the
+/// counts.
+[[nodiscard]] int typeOfRecord(const FrameBufferData& block, int index);
+
 /// Type, flags and level bounds of each frame buffer that a pass feeds, as text for the file's metadata.
 [[nodiscard]] std::map<std::string, std::map<std::string, std::string>>
 passMetadata(const scene::Database& database, const FrameBufferData& block);

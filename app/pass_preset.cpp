@@ -2,13 +2,13 @@
 #include "pass_preset.h"
 
 #include "pass_block.h"
+#include "pass_block_text.h"
 #include "pass_catalogue.h"
 #include "scene/shader_list.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 
 namespace orca::app {
 
@@ -26,51 +26,35 @@ bool endsIn(const std::string& file, std::string_view name) {
     return file.size() >= name.size() && std::string_view(file).substr(file.size() - name.size()) == name;
 }
 
-std::string recordText(const PassDescription& pass) {
-    std::string flags;
+TypedRecord recordOf(const PassDescription& pass) {
+    TypedRecord record{static_cast<PassTypeID>(pass.type), std::string(pass.name), {}};
     for (const FrameBufferFlagParameter& flag : FRAME_BUFFER_FLAG_PARAMETERS)
-        if (pass.flags & flag.bit) flags += fmt::format(", \"{}\" on", flag.name);
-    const int reflections = pass.flags & FB_INCLUDE_REFLECTION ? everyLevel : 0;
-    const int refractions = pass.flags & FB_INCLUDE_REFRACTION ? everyLevel : 0;
-    return fmt::format("        {{ \"frameBufferName\" \"{}\"{}, \"maxReflectionLevel\" {}, "
-                       "\"maxRefractionLevel\" {} }}",
-                       pass.name, flags, reflections, refractions);
+        record.settings.*flag.field = (pass.flags & flag.bit) != 0;
+    record.settings.maxReflectionLevel = pass.flags & FB_INCLUDE_REFLECTION ? everyLevel : 0;
+    record.settings.maxRefractionLevel = pass.flags & FB_INCLUDE_REFRACTION ? everyLevel : 0;
+    return record;
+}
+
+std::string blockText(const std::string& blockName, const std::vector<std::string>& passes) {
+    std::vector<TypedRecord> records;
+    std::vector<std::string> utilityNames;
+    for (const std::string& name : passes) {
+        const PassDescription& pass = *findPass(name);
+        if (pass.type >= 0) records.push_back(recordOf(pass));
+        if (!pass.shader.empty()) utilityNames.push_back(name);
+    }
+    return passBlockText(blockName, std::move(records), utilityNames);
 }
 
 } // namespace
-
-std::string passBlockText(const std::string& blockName, const std::vector<std::string>& passes) {
-    std::vector<const PassDescription*> records;
-    std::vector<std::string> utilityNames;
-    for (const std::string& name : passes)
-        if (const PassDescription* pass = findPass(name)) {
-            if (pass->type >= 0) records.push_back(pass);
-            if (!pass->shader.empty()) utilityNames.push_back('"' + name + '"');
-        }
-    std::sort(records.begin(), records.end(), [](const auto* a, const auto* b) { return a->type < b->type; });
-
-    std::array<int, PASS_TYPE_COUNT> counts{};
-    std::string recordTexts;
-    for (const PassDescription* pass : records) {
-        ++counts[static_cast<std::size_t>(pass->type)];
-        recordTexts += (recordTexts.empty() ? "" : ",\n") + recordText(*pass);
-    }
-    return fmt::format("data \"{}\" \"orcaFrameBufferData\" (\n"
-                       "    \"magic\" {},\n"
-                       "    \"nonMaterialFrameBuffers\" [ {} ],\n"
-                       "    \"frameBufferInfo\" [\n{} ],\n"
-                       "    \"FrameBufferTypeCounts\" [ {} ] )\n"
-                       "end data\n",
-                       blockName, FRAME_BUFFER_DATA_MAGIC, fmt::join(utilityNames, ", "), recordTexts,
-                       fmt::join(counts, ", "));
-}
 
 PassPreset::PassPreset(std::vector<std::string> names, scene::Scene& scene, scene::ParserOptions options,
                        scene::ParserCallbacks callbacks)
     : names_(std::move(names)),
       scene_(scene),
       options_(std::move(options)),
-      callbacks_(std::move(callbacks)) {
+      callbacks_(std::move(callbacks)),
+      text_(scene.database()) {
     callbacks_.render = nullptr; // the generated text renders nothing
 }
 
@@ -90,6 +74,10 @@ bool PassPreset::apply(scene::CameraElement& camera, scene::OptionsElement& opti
     giveShadowsToMaterials();
     giveUtilityShadersToMaterials();
     return true;
+}
+
+std::string PassPreset::text() const {
+    return text_.text(shadowName);
 }
 
 /// Reads the library's declarations unless the scene has, and creates the shaders that rendering passes
@@ -115,6 +103,7 @@ bool PassPreset::defineShaders() {
     text += fmt::format("shader \"{}\" \"orcaFrameBufferLens\" ( )\n", lensName);
     text += fmt::format("shader \"{}\" \"orcaVelaFastShadow\" ( )\n", shadowName);
     text += utilityShadersText();
+    text_.add(text);
     return scene_.parseText(std::move(text), "<passes>", options_, callbacks_);
 }
 
@@ -136,6 +125,7 @@ std::string PassPreset::utilityShadersText() const {
 
 bool PassPreset::prepareCamera(scene::CameraElement& camera) {
     scene::Database& database = scene_.database();
+    std::vector<std::string> added;
     for (const std::string& name : names_) {
         auto& buffers = camera.framebuffers;
         const bool exists =
@@ -153,16 +143,24 @@ bool PassPreset::prepareCamera(scene::CameraElement& camera) {
         statement.user = pass.type >= 0 || !pass.shader.empty();
         statement.useopacity = pass.type >= 0; // so that layers add up in rasterizer mode too
         buffers.push_back(std::move(statement));
+        added.push_back(name);
     }
     const std::string blockName = camera.name + ":fbdata:preset";
-    if (!scene_.parseText(passBlockText(blockName, names_), "<passes>", options_, callbacks_)) return false;
+    std::string text = blockText(blockName, names_);
+    if (camera.camera.userdata != miNULLTAG) { // what the camera has follows the block
+        const std::string next =
+            fmt::format("    data \"{}\"\nend data\n", database.get(camera.camera.userdata)->name);
+        text.replace(text.rfind("end data"), std::string::npos, next);
+    }
+    text_.add(text);
+    if (!scene_.parseText(std::move(text), "<passes>", options_, callbacks_)) return false;
     auto* block = database.find<scene::UserdataElement>(database.named(blockName));
-    block->userdata()->next_data = camera.camera.userdata;
     camera.camera.userdata = block->tag;
     // Innermost, so that it sees what the camera ray itself hit.
     if (!listHolds(camera.camera.lens, "orcaFrameBufferLens"))
         camera.camera.lens = scene::appendShaders(database, camera.camera.lens, database.named(lensName));
     ++camera.revision;
+    text_.addCamera(camera, added);
     return true;
 }
 
@@ -177,6 +175,7 @@ void PassPreset::prepareOptions(scene::OptionsElement& options) {
     if (!listHolds(list, "orcaFrameBufferState"))
         list = scene::appendShaders(database, list, database.named(frameBufferStateName));
     ++options.revision;
+    text_.addOptions(options);
 }
 
 /// Without a shadow shader an object blocks light in the picture but not in the passes, which would lack its
@@ -199,6 +198,7 @@ void PassPreset::giveShadowsToMaterials() {
         }
         if (material->material.shadow != miNULLTAG) continue;
         material->material.shadow = database.named(shadowName);
+        text_.addShadow(*material);
         ++material->revision;
         ++count;
     }
@@ -220,6 +220,7 @@ void PassPreset::giveUtilityShadersToMaterials() {
         const std::vector<miTag> members = scene::shaderList(database, material->material.shader);
         if (std::find(members.begin(), members.end(), first) != members.end()) continue;
         scene::appendShaders(database, material->material.shader, first);
+        text_.addShaders(*material);
         ++material->revision;
     }
 }

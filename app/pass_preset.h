@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "pass_preset_text.h"
+
 #include "scene/elements/elements.h"
 #include "scene/language/scene_file.h"
 
@@ -24,6 +26,9 @@ public:
     /// has been reported.
     bool apply(scene::CameraElement& camera, scene::OptionsElement& options);
 
+    /// What was done to the scene so far, in its language.
+    [[nodiscard]] std::string text() const;
+
 private:
     bool defineShaders();
     bool prepareCamera(scene::CameraElement& camera);
@@ -38,11 +43,9 @@ private:
     scene::Scene& scene_;
     scene::ParserOptions options_;
     scene::ParserCallbacks callbacks_;
+    PassPresetText text_;
     std::set<miTag> prepared_; ///< cameras and options
     bool defined_ = false;
 };
-
-/// Scene text of the data block for these passes.
-[[nodiscard]] std::string passBlockText(const std::string& blockName, const std::vector<std::string>& passes);
 
 } // namespace orca::app

@@ -4,6 +4,7 @@
 #include "exit_codes.h"
 #include "frames.h"
 #include "installation.h"
+#include "named_passes.h"
 #include "overrides.h"
 #include "pass_block.h"
 #include "progress.h"
@@ -40,6 +41,10 @@ scene::ParserOptions parserOptions(const CommandLine& command) {
     return options;
 }
 
+bool rendersNothing(const CommandLine& command) {
+    return command.listsOutputs || command.dumpsPasses || command.checksOnly;
+}
+
 /// A bar on a terminal; a log gets lines when its verbosity asks for them.
 Progress::Style progressStyle(const CommandLine& command) {
     const bool terminal = ::isatty(STDERR_FILENO) != 0;
@@ -66,12 +71,13 @@ SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop,
       textures_(log, searchPaths(command.texturePaths, "MI_TEXTURE_PATH", {}), command.textureMegabytes),
       session_(scene_.database(), log, runtime_, textures_),
       libraryPaths_(searchPaths(command.libraryPaths, "MI_LIBRARY_PATH", installation().libraryPaths)),
+      masks_(scene_.database(), log),
       files_(command, log) {
 }
 
 int SceneRun::run() {
-    scene::ParserOptions options = parserOptions(command_);
-    scene::ParserCallbacks callbacks;
+    const scene::ParserOptions& options = parserOptions_ = parserOptions(command_);
+    scene::ParserCallbacks& callbacks = parserCallbacks_;
     callbacks.link = [this](const std::string& file, const SourceLocation& location) {
         return link(file, location);
     };
@@ -86,7 +92,8 @@ int SceneRun::run() {
         scene_.parseFile(frame_ ? withFrame(file, *frame_) : file, options, callbacks);
         if (scene_.errors() > 0) fail(exitSceneError);
     }
-    if (exitCode_ == exitRendered && pictures_.empty() && !command_.listsOutputs) {
+    if (command_.checksOnly && !check()) fail(exitSceneError);
+    if (exitCode_ == exitRendered && pictures_.empty() && !rendersNothing(command_)) {
         if (scene_.renderStatements() == 0)
             log_.warning("MAIN", "the scene has no render statement, so nothing was rendered");
         else log_.warning("MAIN", "none of the scene's frames is among those that --frames asks for");
@@ -125,6 +132,24 @@ void SceneRun::applySettings(render::Picture& picture) const {
     applyOverrides(overrides, picture.options);
 }
 
+bool SceneRun::preparePasses(scene::CameraElement& camera, scene::OptionsElement& options) {
+    if (!completeNamedPasses(scene_, parserOptions_, parserCallbacks_, camera)) return false;
+    if (preset_ && !preset_->apply(camera, options)) return false;
+    if (!masks_.resolveLinks(camera)) return false;
+    masks_.check(camera);
+    return true;
+}
+
+bool SceneRun::check() {
+    runtime_.bind();
+    for (miTag tag = 1; tag < scene_.database().endTag(); ++tag) {
+        const auto* texture = scene_.database().find<scene::TextureElement>(tag);
+        miColor color;
+        if (texture && !texture->file.empty()) textures_.lookup(*texture, 0.5f, 0.5f, {}, color);
+    }
+    return log_.count(LogLevel::Error) == 0;
+}
+
 bool SceneRun::render(const scene::RenderRequest& request) {
     const auto elements = render::pictureElements(scene_.database(), request, log_);
     if (!elements) {
@@ -133,8 +158,12 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     }
     const int frame = frameNumber(*elements->camera, request);
     if (!isChosen(frame)) return true;
-    if (preset_ && !preset_->apply(*elements->camera, *elements->options)) {
+    if (!preparePasses(*elements->camera, *elements->options)) {
         fail(exitSceneError);
+        return false;
+    }
+    if (command_.dumpsPasses) {
+        fmt::print("{}", preset_->text());
         return false;
     }
     const int errorsBefore = log_.count(LogLevel::Error);
@@ -146,6 +175,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         return true;
     }
     warnOfOblongPixels(picture);
+    if (command_.checksOnly) return true;
     if (!files_.check(files, picture)) {
         fail(exitNotWritten);
         return false;

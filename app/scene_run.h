@@ -3,6 +3,7 @@
 
 #include "command_line.h"
 #include "output_files.h"
+#include "pass_masks.h"
 #include "pass_preset.h"
 #include "report.h"
 #include "stop_signal.h"
@@ -30,6 +31,11 @@ public:
     [[nodiscard]] const std::vector<PictureReport>& pictures() const { return pictures_; }
 
 private:
+    /// Makes ready what cameras and options say about passes. False with a message.
+    bool preparePasses(scene::CameraElement& camera, scene::OptionsElement& options);
+    /// Finds shaders and opens textures, as rendering would. False when something is wrong, which has been
+    /// reported.
+    bool check();
     bool link(const std::string& file, const SourceLocation& location);
     bool render(const scene::RenderRequest& request);
     void warnOfOblongPixels(const render::Picture& picture);
@@ -53,7 +59,10 @@ private:
     image::Textures textures_;
     render::Session session_;
     std::vector<std::string> libraryPaths_;
+    scene::ParserOptions parserOptions_;
+    scene::ParserCallbacks parserCallbacks_;
     std::unique_ptr<PassPreset> preset_;
+    PassMasks masks_;
     OutputFiles files_;
     std::vector<PictureReport> pictures_;
     int exitCode_ = 0;

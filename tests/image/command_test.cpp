@@ -178,8 +178,8 @@ std::vector<double> layerValues(const std::string& output, const std::string& la
     return {};
 }
 
-TEST_F(Command, SetsPassesUpOnASceneThatKnowsNone) {
-    const std::string lit = "link \"orca.so\"\n$include <orca.mi>\n" + std::string(grayCard) + R"(
+/// A lit card in front of another; --passes has everything to do.
+const std::string litCards = "link \"orca.so\"\n$include <orca.mi>\n" + std::string(grayCard) + R"(
 light "sun" "orcaVelaDirectionalLight" ( "intensity" 1.0, "color" 1 1 1 1, "useRayTraceShadows" on )
     direction 0 0 -1
 end light
@@ -189,8 +189,10 @@ material "red_mtl" "orcaVelaShadingEngine" ( "surfaceShader" "red" ) end materia
 instance "front" "card" material "red_mtl" transform 1 0 0 0  0 1 0 0  0 0 1 0  -1 0 -1 1 end instance
 incremental instance "card_inst" material "red_mtl" end instance
 incremental instgroup "world"  "cam_inst" "card_inst" "front" "sun_inst" end instgroup
-)" + renderIt;
-    scene("lit.mi", lit);
+)";
+
+TEST_F(Command, SetsPassesUpOnASceneThatKnowsNone) {
+    scene("lit.mi", litCards + renderIt);
     // Just left of the front card's edge the sun does not reach the card behind it.
     const std::string passes = "--passes beauty,diffuse,diffuseNoShadow,shadow,cameraDepth,coverage,label";
     ASSERT_EQ(run("lit.mi " + passes + " --pixel 7,4"), 0) << output;
@@ -219,6 +221,80 @@ incremental instgroup "world"  "cam_inst" "card_inst" "front" "sun_inst" end ins
     EXPECT_FALSE(says("warning")) << output;
     ASSERT_EQ(run("lit.mi --passes all --list-outputs"), 0);
     EXPECT_TRUE(says("beautyNoReflectionRefraction.R") && says("lightSum.Y")) << output;
+}
+
+TEST_F(Command, DumpsWhatPassesMakesReadyToBePasted) {
+    const std::string passes = "--passes diffuse,beauty,shadow,coverage,normalWorld";
+    scene("lit.mi", litCards + renderIt);
+    ASSERT_EQ(run("lit.mi --pixel 7,4 " + passes), 0);
+    const std::string layers = output;
+    ASSERT_EQ(run("lit.mi --dump-passes " + passes), 0);
+    scene("pasted.mi", litCards + output + renderIt);
+    ASSERT_EQ(run("pasted.mi --pixel 7,4"), 0);
+    EXPECT_EQ(output, layers);
+    EXPECT_EQ(run("lit.mi --dump-passes"), 2);
+}
+
+TEST_F(Command, TakesPassesByTheirNamesInBlocksAndLinks) {
+    const auto named = [](const std::string& type, const std::string& link) {
+        return litCards + "link \"velabase.so\"\n$include <velabase.mi>\n" + R"(
+data "passes" "orcaNamedPasses" ( "frameBufferInfo" [ { "passType" "shadow" },
+    { "passType" ")" +
+               type + R"(", "frameBufferName" "mine" }, { "passType" "beauty", "shadowed" on } ] )
+end data
+incremental camera "cam"
+    framebuffer "shadow" datatype "rgba_fp" user on framebuffer "mine" datatype "rgba_fp" user on
+    framebuffer "beauty" datatype "rgba_fp" user on lens "orcaFrameBufferLens" ( ) data "passes"
+end camera
+incremental options "opt" state "velaBaseState" ( ) "orcaFrameBufferState" ( ) end options
+data "links" "orcaPassLinks" ( )" +
+               link + R"( ) end data
+incremental instance "card_inst" data "links" end instance
+incremental instance "front" data "links" end instance
+)" + renderIt;
+    };
+    const std::vector<double> none(4, 0.0), red{0.6, 0.2, 0.1, 1.0};
+    const struct {
+        const char* links;
+        bool inMine, inBeauty;
+    } cases[] = {{"", true, true},
+                 {"\"exclude\" [ \"diffuse\", \"cameraDepth\" ]", false, true},
+                 {"\"only\" [ \"mine\" ]", true, false},
+                 {"\"only\" [ \"shadow\" ], \"include\" [ \"beauty\" ]", false, true}};
+    for (const auto& test : cases) {
+        scene("named.mi", named("diffuse", test.links));
+        ASSERT_EQ(run("named.mi --pixel 9,4"), 0) << output;
+        EXPECT_FALSE(says("warning")) << output;
+        EXPECT_EQ(layerValues(output, "mine"), test.inMine ? red : none) << test.links;
+        EXPECT_EQ(layerValues(output, "beauty"), test.inBeauty ? red : none) << test.links;
+    }
+    scene("wrong.mi", named("difuse", ""));
+    EXPECT_EQ(run("wrong.mi"), 3);
+    EXPECT_TRUE(says("frameBufferInfo 1") && says("did you mean \"diffuse\"?")) << output;
+    scene("wrong.mi", named("diffuse", "\"only\" [ \"min\" ]"));
+    EXPECT_EQ(run("wrong.mi"), 3);
+    EXPECT_TRUE(says("did you mean \"mine\"?")) << output;
+}
+
+TEST_F(Command, ChecksASceneWithItsMasksAndRendersNothing) {
+    const auto masked = [](const std::string& mask) {
+        return litCards + "data \"mask\" \"orcaPassMask\" ( \"mask\" \"" + mask +
+               "\" ) end data\nincremental instance \"front\" data \"mask\" end instance\n" + renderIt;
+    };
+    const std::pair<const char*, const char*> cases[] = {{"XYZ", "\"X\", which is no hexadecimal digit"},
+                                                         {"7", "has 1 digit, and the 5 passes need 2"},
+                                                         {"00", "from all passes"},
+                                                         {"07", ""},
+                                                         {"", ""}};
+    for (const auto& [mask, warning] : cases) {
+        scene("masked.mi", masked(mask));
+        EXPECT_EQ(run("masked.mi --check --passes beauty,diffuse,ambient,specular,coverage"), 0) << output;
+        EXPECT_TRUE(*warning ? says(warning) : output.empty()) << mask << ": " << output;
+    }
+    scene("bad.mi", masked("F") + "color texture \"gone\" \"nowhere.tif\"\n");
+    EXPECT_EQ(run("bad.mi --check"), 3);
+    EXPECT_TRUE(says("nowhere.tif")) << output;
+    EXPECT_EQ(directory.fileCount(), 2u);
 }
 
 TEST_F(Command, StopsWhenAskedAndLeavesNoHalfFile) {

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "scene/database.h"
+#include "scene/elements/elements.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace orca::app {
+
+/// The pass masks of instances. A mask has a bit for every record of the camera's data block, and behind them
+/// one for the contributionIndex of every utility pass.
+class PassMasks {
+public:
+    PassMasks(scene::Database& database, Log& log) : database_(database), log_(log) {}
+
+    /// Makes masks of the instances' orcaPassLinks for the records of this camera, before every picture.
+    /// False when they name passes that there are not, which has been reported.
+    bool resolveLinks(const scene::CameraElement& camera);
+    /// Warns of masks that do less than they seem to, each once.
+    void check(const scene::CameraElement& camera);
+
+private:
+    /// What the bits of a mask stand for.
+    struct Bit {
+        std::string frameBuffer;
+        std::string type; ///< name of the pass type; empty for a utility pass
+    };
+    [[nodiscard]] std::vector<Bit> bitsOf(const scene::CameraElement& camera) const;
+    bool maskOf(const scene::UserdataElement& links, const std::vector<Bit>& bits, std::string& mask);
+    bool select(const scene::UserdataElement& links, const std::vector<Bit>& bits, const miTag* names,
+                int count, bool included, std::vector<bool>& selected);
+    void give(scene::InstanceElement& instance, const std::string& mask);
+    void checkMask(const scene::UserdataElement& data, const std::string& mask, const std::vector<Bit>& bits);
+
+    scene::Database& database_;
+    Log& log_;
+    std::map<miTag, miTag> masks_; ///< of instances with links: the user data made for them
+};
+
+} // namespace orca::app
