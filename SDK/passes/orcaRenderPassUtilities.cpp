@@ -7,11 +7,11 @@
 
 namespace {
 
-/// Value of a hexadecimal digit. Other characters are not rejected; their value is what the formula gives.
-unsigned digitValue(char character) {
-    const auto c = static_cast<unsigned char>(character);
-    if (c < 'A') return static_cast<unsigned char>(c - '0');
-    return static_cast<unsigned char>(c < 'a' ? c - ('A' - 10) : c - ('a' - 10));
+/// Value of a hexadecimal digit. Other characters are not rejected; their value is what the formula gives,
+/// beyond ASCII with the platform's signedness of char.
+unsigned digitValue(char c) {
+    const int zero = c < 'A' ? '0' : c < 'a' ? 'A' - 10 : 'a' - 10;
+    return static_cast<unsigned char>(c - zero);
 }
 
 /// The renderer's interface object. A separate member, so that it is released even when opening the

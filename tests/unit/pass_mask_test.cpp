@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <type_traits>
 
 namespace {
 
@@ -28,7 +29,10 @@ INSTANTIATE_TEST_SUITE_P(
                       MaskCase{"F0", 4, false}, MaskCase{"0a", 5, true}, MaskCase{"0A", 7, true},
                       MaskCase{"0A", 6, false}, MaskCase{"000f", 15, true},
                       // Characters that are no digits follow the same sums: 'G' is 16, '@' is 16.
-                      MaskCase{"G", 0, false}, MaskCase{"@", 3, false}, MaskCase{"/", 3, true}));
+                      MaskCase{"G", 0, false}, MaskCase{"@", 3, false}, MaskCase{"/", 3, true},
+                      // Beyond ASCII by the platform's char: 180 where it is signed, else 141.
+                      MaskCase{"\xE4", 0, !std::is_signed_v<char>}, MaskCase{"\xE4", 2, true},
+                      MaskCase{"\xE4", 3, !std::is_signed_v<char>}));
 
 TEST(PassMask, HasNoPassesBehindItsEnd) {
     using namespace std::string_view_literals;
