@@ -20,7 +20,8 @@ constexpr const char* frameBufferStateName = "orca:preset:framebuffers";
 constexpr const char* lensName = "orca:preset:lens";
 constexpr const char* shadowName = "orca:preset:shadow";
 constexpr const char* utilityName = "orca:preset:utility";
-constexpr int everyLevel = 1000; // deeper than any trace depth
+constexpr const char* additiveParameter = "additivePasses"; // of velaBaseState
+constexpr int everyLevel = 1000;                            // deeper than any trace depth
 
 bool endsIn(const std::string& file, std::string_view name) {
     return file.size() >= name.size() && std::string_view(file).substr(file.size() - name.size()) == name;
@@ -98,7 +99,7 @@ bool PassPreset::defineShaders() {
     links("orca.so");
     includes("velaBaseState", "velabase.mi");
     includes("orcaFrameBufferState", "orca.mi");
-    text += fmt::format("shader \"{}\" \"velaBaseState\" ( )\n", baseStateName);
+    text += fmt::format("shader \"{}\" \"velaBaseState\" ( \"{}\" on )\n", baseStateName, additiveParameter);
     text += fmt::format("shader \"{}\" \"orcaFrameBufferState\" ( )\n", frameBufferStateName);
     text += fmt::format("shader \"{}\" \"orcaFrameBufferLens\" ( )\n", lensName);
     text += fmt::format("shader \"{}\" \"orcaVelaFastShadow\" ( )\n", shadowName);
@@ -171,11 +172,32 @@ void PassPreset::prepareOptions(scene::OptionsElement& options) {
     miTag& list = options.options.state_func;
     if (!listHolds(list, "velaBaseState")) {
         list = scene::appendShaders(database, database.named(baseStateName), list);
+    } else {
+        letPassesAddUp(list);
     }
     if (!listHolds(list, "orcaFrameBufferState"))
         list = scene::appendShaders(database, list, database.named(frameBufferStateName));
     ++options.revision;
     text_.addOptions(options);
+}
+
+/// Sets the parameter in the scene's own base state shader.
+void PassPreset::letPassesAddUp(miTag list) {
+    const std::vector<miTag> shaders = scene::shaderList(scene_.database(), list);
+    const auto tag = std::find_if(shaders.begin(), shaders.end(),
+                                  [&](miTag shader) { return declarationOf(shader) == "velaBaseState"; });
+    auto* base = scene_.database().find<scene::FunctionElement>(*tag);
+    const std::vector<scene::Parameter>& parameters = base->declaration->parameters;
+    const auto parameter = std::find_if(parameters.begin(), parameters.end(),
+                                        [](const auto& p) { return p.name == additiveParameter; });
+    if (parameter == parameters.end()) return; // declared by an older library
+    scene::Value& value = base->values[static_cast<std::size_t>(parameter - parameters.begin())];
+    value = {};
+    value.kind = scene::Value::Kind::Literal;
+    value.words = {1};
+    base->rebuild();
+    ++base->revision;
+    text_.add(fmt::format("# In the scene's velaBaseState: \"{}\" on\n", additiveParameter));
 }
 
 /// Without a shadow shader an object blocks light in the picture but not in the passes, which would lack its

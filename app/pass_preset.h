@@ -33,6 +33,7 @@ private:
     bool defineShaders();
     bool prepareCamera(scene::CameraElement& camera);
     void prepareOptions(scene::OptionsElement& options);
+    void letPassesAddUp(miTag stateShaders);
     void giveShadowsToMaterials();
     void giveUtilityShadersToMaterials();
     [[nodiscard]] std::string utilityShadersText() const;

@@ -37,6 +37,7 @@ miBoolean create(miState* state, P* record) {
     vela.maxTraceDepth = depth > 0 ? depth : state->options->trace_depth + 1;
     vela.continueRay = parameterValue(state, record, &P::continueRay);
     vela.depthOutput = parameterValue(state, record, &P::depthOutput);
+    vela.additivePasses = parameterValue(state, record, &P::additivePasses);
     vela.raster = state->options->scanline != 0;
     if (vela.filterBase <= 0.0f && state->camera) vela.filterBase = pixelAngle(*state->camera);
     vela.throughput = WHITE;
@@ -76,6 +77,8 @@ miBoolean beginSample(miState* state) {
     vela->layerTransmission = WHITE;
     vela->engineHit = nullptr;
     vela->enginePasses = nullptr;
+    vela->tracedValues = nullptr;
+    vela->uncovered = BLACK;
     vela->plateState = nullptr;
     vela->imagePlanes = {BLACK, WHITE, WHITE};
     vela->transparencySum = BLACK;

@@ -17,6 +17,7 @@ struct BaseStateParameters {
     miInteger maxTraceDepth;  // shadows are traced below this level; 0: at every level that can be reached
     miBoolean continueRay;
     miBoolean depthOutput;
+    miBoolean additivePasses; // layers add up to the picture; see VelabaseState
 };
 
 extern "C" {

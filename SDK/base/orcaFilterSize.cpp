@@ -25,10 +25,15 @@ float distanceFromCamera(miState* state, const miState* hit) {
     return length(point - camera);
 }
 
+/// Width of a pixel at a distance, on the surface.
+float projected(const miState* state, const VelabaseState& vela, float distance) {
+    return vela.filterBase * distance / std::max(VELA_EPS, std::abs(state->dot_nd));
+}
+
 float footprint(const miState* state, const VelabaseState& vela, float distance) {
     // Parallel projections see a pixel as wide at any distance.
-    if (state->camera && state->camera->orthographic) distance = 1.0f;
-    return vela.filterBase * distance / std::max(VELA_EPS, std::abs(state->dot_nd));
+    const bool parallel = state->camera && state->camera->orthographic;
+    return projected(state, vela, parallel ? 1.0f : distance);
 }
 
 bool bends(const miState* state) {
@@ -67,7 +72,8 @@ void setFilterFootprint(miState* state, VelabaseState& vela) {
         const float fixed = vela.fixedFilterSize;
         vela.footprint = {{fixed, fixed, fixed}, {fixed, fixed, fixed}};
     } else if (largestChannel(vela.throughput) < vela.transparencyThreshold) {
-        setSizes(vela, lightPathSharpness * footprint(state, vela, distanceFromCamera(state, state)));
+        // Intended: the estimate takes the distance under parallel projections, too.
+        setSizes(vela, lightPathSharpness * projected(state, vela, distanceFromCamera(state, state)));
     } else if (pathBends(state)) {
         compute_rt_filter_size(state, vela);
     } else {

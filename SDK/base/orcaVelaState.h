@@ -55,16 +55,19 @@ struct ImagePlaneSums {
 /// One per rendering thread. "Owner" names the writer of a field; every shader may read it.
 struct VelabaseState {
     // Limits and tuning. Owner: the base state shader, from its parameters.
-    miScalar transparencyThreshold; ///< 0 to 1; a hit is transparent when its luminance exceeds 1 - this
-    miScalar throughputCutoff;      ///< paths lighter than this gather nothing and trace no shadows
-    miScalar throughputUpper;       ///< paths lighter than this take fewer rays
-    miInteger maxTraceDepth;        ///< deepest reflection + refraction level
-    miInteger renderMode;           ///< composite mode, see bc_construct; 0 is the full picture
-    miBoolean filterEnabled;        ///< false: every filter size is fixedFilterSize
-    miScalar fixedFilterSize;       ///< scene units
-    miScalar filterBase;            ///< angle of one pixel, radians
-    miBoolean continueRay;          ///< transparent hits continue the same ray instead of a transparency ray
-    miBoolean depthOutput;          ///< pass-through hits leave their depth on depthStack
+    /// 0 to 1. A hit is transparent when the luminance of its transparency exceeds 1 - this. A mixing shader
+    /// stops at the layer that leaves less than 1 - this of its paths in every channel; taken as it is, 0.999
+    /// would stop nearly every stack at its first layer.
+    miScalar transparencyThreshold;
+    miScalar throughputCutoff; ///< paths lighter than this gather nothing and trace no shadows
+    miScalar throughputUpper;  ///< paths lighter than this take fewer rays
+    miInteger maxTraceDepth;   ///< deepest reflection + refraction level
+    miInteger renderMode;      ///< composite mode, see bc_construct; 0 is the full picture
+    miBoolean filterEnabled;   ///< false: every filter size is fixedFilterSize
+    miScalar fixedFilterSize;  ///< scene units
+    miScalar filterBase;       ///< angle of one pixel, radians
+    miBoolean continueRay;     ///< transparent hits continue the same ray instead of a transparency ray
+    miBoolean depthOutput;     ///< pass-through hits leave their depth on depthStack
     miBoolean keepEvaluations; ///< connected shaders keep their results when a texture coordinate changes
     miBoolean raster;          ///< the sample comes from the first-hit algorithm
     miVector depthPlaneNormal; ///< unit, internal space
@@ -75,9 +78,15 @@ struct VelabaseState {
     FilterFootprint footprint; ///< at the hit now being shaded
     miUint flags;              ///< set of VELA_BIT_*
     // The first three are set by a material at its end.
-    miBoolean refractionsOn;         ///< the material's transparency was traced as refraction
-    miColor refractedTransparency;   ///< the transparency that was traced as refraction
-    miColor surfaceOpacity;          ///< weight of the material's diffuse, ambient and indirect light
+    miBoolean refractionsOn;       ///< the material's transparency was traced as refraction
+    miColor refractedTransparency; ///< the transparency that was traced as refraction
+    miColor surfaceOpacity;        ///< weight of the material's diffuse, ambient and indirect light
+    /// One per pass record: what rays of engineHit contributed to the records that are weighted by opacity,
+    /// kept apart from what its shaders write. Null: nothing is.
+    miColor* tracedValues;
+    /// Largest share, over the pass records, that the surfaces before the last accumulated hit leave
+    /// uncovered.
+    miColor uncovered;
     miColor layerTransmission;       ///< of the layers and transparent hits in front of the current one
     const miState* engineHit;        ///< the hit that the shading engine is shading; null outside of it
     const PassRecords* enginePasses; ///< the pass records of that hit; null outside of it
@@ -102,6 +111,10 @@ struct VelabaseState {
     miColor lightFogTransmission;
     miColor lightGlowColor;
     miScalar shadowSum; ///< luminance of the light that shadows removed, of the current light
+
+    /// Off: each pass holds what its shader writes. On: the layers that a compositor adds up are the picture,
+    /// shadowed and shadow are unshadowed, and alpha is coverage. Owner: the base state shader.
+    miBoolean additivePasses;
 };
 
 /// Transmission below which what is behind a stack of layers is not evaluated.
@@ -112,4 +125,10 @@ struct VelabaseState {
 /// The state's per-thread record; null when no base state shader created one.
 [[nodiscard]] inline VelabaseState* velabaseState(miState* state) {
     return static_cast<VelabaseState*>(mi_shaderstate_get(state, VELABASE_STATE_KEY, nullptr));
+}
+
+/// The state's VelabaseState::additivePasses; for functions that are not handed the record.
+[[nodiscard]] inline bool hasAdditivePasses(miState* state) {
+    const VelabaseState* const vela = velabaseState(state);
+    return vela && vela->additivePasses;
 }

@@ -29,6 +29,12 @@ bool LightLoop::next(LightSample& sample) {
     if (!mi_sample_light(&sample.color, &sample.direction, &sample.nDotL, state_, light_, &rendererCounter_))
         return false;
     handleNonOrcaLights(passes_.count, passes_.records, &sample.color, light_, state_);
+    // A light that handled its records itself has cleared the flag. Of another one's shadows nothing is
+    // known.
+    if (vela_.additivePasses && passes_ && (passes_.records[0].flags & FB_LIGHT_SETUP_PENDING))
+        forEachRecord(passes_.count, passes_.records, [](FrameBufferInfo& record) {
+            if (record.flags & FB_SHADOW_ONLY) record.lightColor = {0.0f, 0.0f, 0.0f, 1.0f};
+        });
     ++samples_;
     return true;
 }

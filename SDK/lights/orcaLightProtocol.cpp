@@ -173,7 +173,10 @@ bool traceShadowAccumulate(unsigned count, FrameBufferInfo* records, miColor* sh
 }
 
 void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned samples,
-                              const miColor* lightValue, const miColor* shadowColor, miState*) {
+                              const miColor* lightValue, const miColor* shadowColor, miState* state) {
+    if (count == 0) return;
+    const bool additive = hasAdditivePasses(state);
+    const miColor full = withAlpha(*lightValue, 1.0f);
     forEachRecord(count, records, [&](FrameBufferInfo& record) {
         if (!(record.flags & FB_LIGHT_CONTRIBUTES)) {
             record.lightColor = noLight;
@@ -182,7 +185,12 @@ void traceShadowAccumulateEnd(unsigned count, FrameBufferInfo* records, unsigned
         const miColor mean =
             samples == 0 ? record.shadowAccum : record.shadowAccum / static_cast<float>(samples);
         record.shadowTransmission = mean;
-        // Intended: a record of unshadowed light receives shadowed light from lights of several samples.
+        // Intended: unless passes add up, a record of unshadowed light receives shadowed light from lights of
+        // several samples.
+        if (additive && !(record.flags & FB_SHADOWED)) {
+            record.lightColor = full;
+            return;
+        }
         const miColor arriving = dimmed(*lightValue, *shadowColor, mean);
         record.lightColor = record.flags & FB_SHADOW_ONLY ? removedLight(*lightValue, arriving) : arriving;
     });

@@ -6,6 +6,7 @@
 #include "orcaGuards.h"
 #include "orcaRenderPassUtilities.h"
 #include "orcaUtilities.h"
+#include "orcaVelaState.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -145,29 +146,44 @@ miBoolean beginSample(miState* state) {
     return miTRUE;
 }
 
-/// The records of volumes, [first, end).
-struct VolumeRecords {
-    explicit VolumeRecords(const PassTypeInfo& types)
-        : first(static_cast<unsigned>(types[VOLUME_PASSES.front()].first)),
-          end(static_cast<unsigned>(types[VOLUME_PASSES.back()].first + types[VOLUME_PASSES.back()].count)) {}
-    unsigned first, end;
-};
-
-/// A positive alpha means that something was written, and becomes 1. Volumes keep theirs.
+/// A positive alpha means that something was written, and becomes 1.
 void settleAlpha(miColor& color) {
     if (color.a > 0.0f) color.a = 1.0f;
 }
 
+/// Records whose alpha is settled when a sample ends: all but those of volumes, or, where alpha is coverage,
+/// only the custom buffers, whose writers define it.
+struct SettledRecords {
+    SettledRecords(miState* state, const PassTypeInfo& types, unsigned count) {
+        if (hasAdditivePasses(state)) {
+            const PassTypeRun& custom = types[PASS_CUSTOM];
+            first[0] = end[0] = 0;
+            first[1] = std::min(static_cast<unsigned>(custom.first), count);
+            end[1] = std::min(static_cast<unsigned>(custom.first + custom.count), count);
+            return;
+        }
+        const PassTypeRun &volumes = types[VOLUME_PASSES.front()], &lastVolumes = types[VOLUME_PASSES.back()];
+        first[0] = 0;
+        end[0] = std::min(static_cast<unsigned>(volumes.first), count);
+        first[1] = std::min(static_cast<unsigned>(lastVolumes.first + lastVolumes.count), count);
+        end[1] = count;
+    }
+    [[nodiscard]] bool contain(unsigned i) const noexcept {
+        return (i >= first[0] && i < end[0]) || (i >= first[1] && i < end[1]);
+    }
+
+    unsigned first[2], end[2]; ///< two runs, [first, end)
+};
+
 /// In rasterizer mode several hits of a sample write; their values add up.
-void addToFrameBuffers(miState* state, const PassTypeInfo& types, const FrameBufferInfo* records,
+void addToFrameBuffers(miState* state, const SettledRecords& settled, const FrameBufferInfo* records,
                        unsigned count) {
-    const VolumeRecords volumes(types);
     for (unsigned i = 0; i < count; ++i) {
         const int buffer = static_cast<int>(records[i].frameBufferIndex);
         miColor sum{};
         mi_fb_get(state, buffer, &sum);
         sum += records[i].levelSlots[0].childResult;
-        if (i < volumes.first || i >= volumes.end) settleAlpha(sum);
+        if (settled.contain(i)) settleAlpha(sum);
         mi_fb_put(state, buffer, &sum);
     }
 }
@@ -179,16 +195,15 @@ miBoolean endSample(miState* state, const miShader_state_arg& argument) {
     const unsigned count = getFrameBufferInfo(state, types, records);
     if (count == 0) return miTRUE;
 
+    const SettledRecords settled(state, *types, count);
     if (state->options->scanline == miSCANLINE_RASTERIZER && state->rast_compose) {
-        addToFrameBuffers(state, *types, records, count);
+        addToFrameBuffers(state, settled, records, count);
         return miTRUE;
     }
     // All alphas before all values: a load right after a store to a part of it would wait for that store.
-    const VolumeRecords volumes(*types);
     const auto settle = [](const FrameBufferInfo& record) { settleAlpha(record.levelSlots[0].childResult); };
-    const unsigned behind = std::min(volumes.end, count);
-    forEachRecord(std::min(volumes.first, count), records, settle);
-    forEachRecord(count - behind, records + behind, settle);
+    for (const int run : {0, 1})
+        forEachRecord(settled.end[run] - settled.first[run], records + settled.first[run], settle);
     forEachRecord(count, records, [&](const FrameBufferInfo& record) {
         mi_fb_put(state, static_cast<int>(record.frameBufferIndex), &record.levelSlots[0].childResult);
     });

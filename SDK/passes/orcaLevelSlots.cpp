@@ -3,8 +3,10 @@
 
 #include "orcaColor.h"
 #include "orcaPassMask.h"
+#include "orcaRenderPassUtilities.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -25,6 +27,10 @@ bool admitsExcluded(const FrameBufferInfo& record, const miState* state) {
     return needed != 0 && (record.flags & needed) == needed;
 }
 
+miColor largerOf(const miColor& a, const miColor& b) {
+    return {std::max(a.r, b.r), std::max(a.g, b.g), std::max(a.b, b.b), std::max(a.a, b.a)};
+}
+
 } // namespace
 
 void prepareSlots(const miState* state, const PassRecords& passes) {
@@ -43,11 +49,11 @@ void prepareSlots(const miState* state, const PassRecords& passes) {
             passes.records[i].levelSlots[level].levelMode |= TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
 }
 
-void accumulateToParent(const miState* state, const PassRecords& passes, const miColor& opacity,
-                        const miColor& refracted) {
+miColor accumulateToParent(const miState* state, const PassRecords& passes, const miColor& opacity) {
     const int level = traceLevel(state);
     // Copies, because the arguments might alias the records.
-    const miColor covered = opacity, weights[] = {WHITE, opacity - refracted};
+    const miColor covered = opacity, weights[] = {WHITE, opacity};
+    miColor largest = BLACK;
     forEachRecord(passes.count, passes.records, [&](FrameBufferInfo& record) {
         TraceLevelSlot& slot = record.levelSlots[level];
         const miColor aux = slot.levelAux;
@@ -56,7 +62,65 @@ void accumulateToParent(const miState* state, const PassRecords& passes, const m
         slot.childResult += weight * uncovered * slot.levelResult;
         record.lightColor = aux;
         slot.levelAux = aux + uncovered * covered;
+        largest = largerOf(largest, uncovered);
     });
+    return largest;
+}
+
+miColor accumulateSharesToParent(const miState* state, const PassRecords& passes, const miColor& opacity,
+                                 const miColor& refracted, const miColor* traced) {
+    const int level = traceLevel(state);
+    const miColor covered = withAlpha(opacity, luminance(opacity));
+    const miColor weights[] = {WHITE, opacity - refracted};
+    miColor largest = BLACK;
+    const auto accumulate = [&](int i, bool writersSetAlpha) {
+        FrameBufferInfo& record = passes.records[i];
+        TraceLevelSlot& slot = record.levelSlots[level];
+        const miColor aux = slot.levelAux;
+        const miColor uncovered = WHITE - aux;
+        const bool isWeighted = (record.flags & FB_WEIGHT_BY_OPACITY) != 0;
+        const miColor contributed = isWeighted && traced ? traced[i] : BLACK;
+        miColor value = weights[isWeighted] * slot.levelResult + contributed;
+        if (!writersSetAlpha) {
+            const bool open = !(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED);
+            // Only rays feed a record that is closed to the surface.
+            value.a = open ? covered.a : std::min(1.0f, slot.levelResult.a + contributed.a);
+        }
+        slot.childResult += uncovered * value;
+        record.lightColor = aux;
+        slot.levelAux = aux + uncovered * covered;
+        largest = largerOf(largest, uncovered);
+    };
+    for (const PassType& type : PASS_TYPES) {
+        const PassTypeRun& run = (*passes.types)[type.id];
+        const bool writersSetAlpha = type.role == PassRole::Volume || type.mixing == PassMixing::Untouched;
+        for (int i = run.first; i < run.first + run.count; ++i) accumulate(i, writersSetAlpha);
+    }
+    return largest;
+}
+
+TracedValues::TracedValues(VelabaseState& vela, const PassRecords& passes)
+    : values_(passes, "orcaLevelSlots", __LINE__), before_(vela.tracedValues) {
+    vela.tracedValues = passes && values_ ? &values_[0] : nullptr;
+    if (!vela.tracedValues) return;
+    for (unsigned i = 0; i < passes.count; ++i) values_[i] = BLACK;
+}
+
+void addTraced(miState* state, VelabaseState& vela, const PassRecords& passes, bool isRefraction,
+               const miColor& weight) {
+    if (!vela.tracedValues || vela.engineHit != state) {
+        tracePassAdd(passes.count, passes.records, state, isRefraction, weight);
+        return;
+    }
+    const int level = traceLevel(state);
+    const auto exchange = [&] {
+        for (unsigned i = 0; i < passes.count; ++i)
+            if (passes.records[i].flags & FB_WEIGHT_BY_OPACITY)
+                std::swap(passes.records[i].levelSlots[level].levelResult, vela.tracedValues[i]);
+    };
+    exchange();
+    tracePassAdd(passes.count, passes.records, state, isRefraction, weight);
+    exchange();
 }
 
 void accumulateBackgroundToParent(const miState* state, const PassRecords& passes,

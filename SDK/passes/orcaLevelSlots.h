@@ -34,12 +34,36 @@ private:
 void prepareSlots(const miState* state, const PassRecords& passes);
 
 /// Accumulates the level's results for the parent level, front to back: each layer is seen through those
-/// before it. What the surface traced as refraction counts as transparent for records that are weighted by
-/// opacity, although the renderer sees nothing through it.
-/// @param opacity   of the hit
-/// @param refracted the part of it that was traced as refraction
-void accumulateToParent(const miState* state, const PassRecords& passes, const miColor& opacity,
-                        const miColor& refracted);
+/// before it. Returns the largest share, over all records, that those before it leave uncovered.
+/// @param opacity of the hit
+miColor accumulateToParent(const miState* state, const PassRecords& passes, const miColor& opacity);
+
+/// The same for passes that add up to the picture. Records that are weighted by opacity receive what the
+/// surface's shaders wrote times the share that the surface neither refracts nor transmits, and what its rays
+/// contributed as it is. Alpha is coverage by surfaces that could have fed the record; custom buffers and
+/// volumes keep the alpha that their shaders write.
+/// @param refracted the part of the opacity that was traced as refraction
+/// @param traced    what rays contributed to the weighted records, one per record; null: nothing
+miColor accumulateSharesToParent(const miState* state, const PassRecords& passes, const miColor& opacity,
+                                 const miColor& refracted, const miColor* traced);
+
+/// While it exists, what rays from the engine's hit contribute to records that are weighted by opacity is
+/// kept apart from what its shaders write.
+class TracedValues {
+public:
+    TracedValues(VelabaseState& vela, const PassRecords& passes);
+    TracedValues(const TracedValues&) = delete;
+    TracedValues& operator=(const TracedValues&) = delete;
+
+private:
+    PerRecord<miColor> values_;
+    Restored<miColor*> before_;
+};
+
+/// Adds the pass values of a secondary ray from the state, as tracePassAdd does, to the state's TracedValues
+/// where it has them.
+void addTraced(miState* state, VelabaseState& vela, const PassRecords& passes, bool isRefraction,
+               const miColor& weight);
 
 /// Accumulates what a transparency ray returned without meeting a surface: the background of the picture, as
 /// for an eye ray.

@@ -8,6 +8,8 @@
 #include "orcaMaterial.h"
 #include "orcaVelaState.h"
 
+#include <optional>
+
 /// Value of a parameter at an address in the running shader's block, such as an element of an array.
 template <class T>
 [[nodiscard]] T evaluated(miState* state, T* parameter) {
@@ -28,47 +30,49 @@ protected:
     }
 };
 
-/// The evaluation of a mixing shader's inputs, with what their shaders write to the passes. `vela` may be
-/// null.
+/// The evaluation of a mixing shader's inputs. Where passes add up to the picture, what their shaders write
+/// is mixed as the colours are; otherwise it stays as they wrote it. `vela` may be null.
 class MixedInputs {
 public:
     MixedInputs(miState* state, const PassRecords& passes, VelabaseState* vela, bool pictureIsWritten)
-        : state_(state), vela_(vela), writes_(state, passes, pictureIsWritten) {}
+        : state_(state), vela_(vela) {
+        if (vela && vela->additivePasses) writes_.emplace(state, *vela, passes, pictureIsWritten);
+    }
 
     /// A value other than the shown colour: what its shader writes is dropped.
     template <class T>
     [[nodiscard]] T value(T* parameter) {
-        if (!mi_is_connected(state_, parameter)) return *parameter;
         const T read = evaluated(state_, parameter);
-        writes_.drop();
+        if (writes_ && mi_is_connected(state_, parameter)) writes_->drop();
         return read;
     }
     /// A value that is read before the shown colour and often from the same shader, which may run for it
     /// alone.
     template <class T>
     [[nodiscard]] T valueBefore(T* parameter) {
-        if (!mi_is_connected(state_, parameter)) return *parameter;
-        if (vela_) vela_->surfaceOpacity = WHITE;
+        if (!writes_ || !mi_is_connected(state_, parameter)) return evaluated(state_, parameter);
+        vela_->surfaceOpacity = WHITE;
         const T read = evaluated(state_, parameter);
-        writes_.putAside(vela_ ? vela_->surfaceOpacity : WHITE);
+        writes_->putAside(vela_->surfaceOpacity);
         return read;
     }
     /// The shown colour, with what its shader writes.
     /// @param weight of the colour in the mixture
     [[nodiscard]] miColor shown(miColor* parameter, const miColor& weight) {
+        if (!writes_) return evaluated(state_, parameter);
         if (!mi_is_connected(state_, parameter)) {
-            writes_.drop();
+            writes_->drop();
             return *parameter;
         }
-        if (vela_) vela_->surfaceOpacity = WHITE;
+        vela_->surfaceOpacity = WHITE;
         const miColor read = evaluated(state_, parameter);
-        writes_.keep(weight, vela_ ? vela_->surfaceOpacity : WHITE);
+        writes_->keep(weight, vela_->surfaceOpacity);
         return read;
     }
     /// @param transparency of the mixture
     void finish(const miColor& transparency) {
-        writes_.finish(WHITE - transparency);
-        if (!vela_) return;
+        if (!writes_) return;
+        writes_->finish(WHITE - transparency);
         vela_->surfaceOpacity = WHITE - transparency;
         vela_->refractionsOn = miFALSE;
         vela_->refractedTransparency = BLACK;
@@ -77,5 +81,5 @@ public:
 private:
     miState* state_;
     VelabaseState* vela_;
-    LayerWrites writes_;
+    std::optional<LayerWrites> writes_; ///< where passes add up to the picture
 };

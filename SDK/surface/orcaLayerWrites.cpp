@@ -13,14 +13,30 @@ miScalar quotient(miScalar value, miScalar opacity) {
 
 } // namespace
 
-LayerWrites::LayerWrites(const miState* state, const PassRecords& passes, bool pictureIsWritten)
+LayerWrites::LayerWrites(const miState* state, const VelabaseState& vela, const PassRecords& passes,
+                         bool pictureIsWritten)
     : passes_(passes),
+      traced_(vela.engineHit == state ? vela.tracedValues : nullptr),
       level_(traceLevel(state)),
       pictureIsWritten_(pictureIsWritten),
       records_(passes, "orcaLayerWrites", __LINE__) {
     if (!passes_ || !records_) return;
-    for (unsigned i = 0; i < passes_.count; ++i)
-        records_[i] = {passes_.records[i].levelSlots[level_].levelResult, BLACK, BLACK};
+    for (unsigned i = 0; i < passes_.count; ++i) records_[i] = {held(i), {BLACK, BLACK}, {BLACK, BLACK}};
+}
+
+LayerWrites::Values LayerWrites::held(unsigned record) const {
+    return {passes_.records[record].levelSlots[level_].levelResult, traced_ ? traced_[record] : BLACK};
+}
+
+void LayerWrites::hold(unsigned record, const Values& values) {
+    passes_.records[record].levelSlots[level_].levelResult = values.written;
+    if (traced_) traced_[record] = values.traced;
+}
+
+LayerWrites::Values LayerWrites::taken(unsigned record) {
+    const Values now = held(record), before = records_[record].before;
+    hold(record, before);
+    return {now.written - before.written, now.traced - before.traced};
 }
 
 template <class Function>
@@ -29,57 +45,58 @@ void LayerWrites::forMixed(const Function& function) {
     for (const PassType& type : PASS_TYPES) {
         if (type.mixing == PassMixing::Untouched) continue;
         const PassTypeRun& run = (*passes_.types)[type.id];
-        for (int i = run.first; i < run.first + run.count; ++i)
-            function(type, passes_.records[i], passes_.records[i].levelSlots[level_],
-                     records_[static_cast<unsigned>(i)]);
+        for (int i = run.first; i < run.first + run.count; ++i) function(type, static_cast<unsigned>(i));
     }
 }
 
 void LayerWrites::putAside(const miColor& opacity) {
-    forMixed([](const PassType&, const FrameBufferInfo&, TraceLevelSlot& slot, Record& record) {
-        record.aside = slot.levelResult - record.before;
-        slot.levelResult = record.before;
-    });
+    forMixed([&](const PassType&, unsigned i) { records_[i].aside = taken(i); });
     hasAside_ = true;
     opacityAside_ = opacity;
 }
 
 void LayerWrites::drop() {
     hasAside_ = false;
-    forMixed([](const PassType&, const FrameBufferInfo&, TraceLevelSlot& slot, const Record& record) {
-        slot.levelResult = record.before;
-    });
+    forMixed([&](const PassType&, unsigned i) { hold(i, records_[i].before); });
 }
 
 void LayerWrites::keep(const miColor& weight, const miColor& opacity) {
     bool wrote = false;
     if (hasAside_)
-        forMixed([&](const PassType&, const FrameBufferInfo&, const TraceLevelSlot& slot,
-                     const Record& record) { wrote = wrote || !isBlack(slot.levelResult - record.before); });
+        forMixed([&](const PassType&, unsigned i) {
+            const Values now = held(i), before = records_[i].before;
+            wrote = wrote || !isBlack(now.written - before.written) || !isBlack(now.traced - before.traced);
+        });
     const bool fromAside = hasAside_ && !wrote;
     hasAside_ = false;
-    forMixed([&](const PassType& type, const FrameBufferInfo& info, TraceLevelSlot& slot, Record& record) {
-        const miColor written = fromAside ? record.aside : slot.levelResult - record.before;
-        slot.levelResult = record.before;
+    const miColor writersOpacity = fromAside ? opacityAside_ : opacity;
+    forMixed([&](const PassType& type, unsigned i) {
+        const Values now = taken(i);
+        const Values& values = fromAside ? records_[i].aside : now;
+        Values& sum = records_[i].sum;
         if (type.mixing == PassMixing::FirstWritten) {
-            if (isBlack(record.sum)) record.sum = written;
+            if (isBlack(sum.written) && isBlack(sum.traced)) sum = values;
             return;
         }
-        const miColor& writersOpacity = fromAside ? opacityAside_ : opacity;
-        const miColor share = info.flags & FB_WEIGHT_BY_OPACITY ? weight * writersOpacity : weight;
+        const bool isWeighted = (passes_.records[i].flags & FB_WEIGHT_BY_OPACITY) != 0;
+        const miColor share = isWeighted ? weight * writersOpacity : weight;
         // Alpha marks written values; it does not add up.
-        record.sum = withAlpha(record.sum + share * written, std::max(record.sum.a, written.a));
+        sum.written =
+            withAlpha(sum.written + share * values.written, std::max(sum.written.a, values.written.a));
+        sum.traced = withAlpha(sum.traced + weight * values.traced, std::max(sum.traced.a, values.traced.a));
     });
 }
 
 void LayerWrites::finish(const miColor& opacity) {
-    forMixed([&](const PassType& type, const FrameBufferInfo& info, TraceLevelSlot& slot, Record& record) {
-        const bool open = !(slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED);
+    forMixed([&](const PassType& type, unsigned i) {
+        const FrameBufferInfo& info = passes_.records[i];
+        const bool open = !(info.levelSlots[level_].levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED);
         if (type.role == PassRole::Picture && open && pictureIsWritten_) return;
-        miColor mixed = record.sum;
+        const Values& before = records_[i].before;
+        Values mixed = records_[i].sum;
         if (type.mixing == PassMixing::Weighted && (info.flags & FB_WEIGHT_BY_OPACITY))
-            mixed = {quotient(mixed.r, opacity.r), quotient(mixed.g, opacity.g), quotient(mixed.b, opacity.b),
-                     mixed.a};
-        slot.levelResult = record.before + mixed;
+            mixed.written = {quotient(mixed.written.r, opacity.r), quotient(mixed.written.g, opacity.g),
+                             quotient(mixed.written.b, opacity.b), mixed.written.a};
+        hold(i, {before.written + mixed.written, before.traced + mixed.traced});
     });
 }

@@ -13,7 +13,8 @@
 class LayerWrites {
 public:
     /// @param pictureIsWritten the mixer writes the picture's passes itself
-    LayerWrites(const miState* state, const PassRecords& passes, bool pictureIsWritten);
+    LayerWrites(const miState* state, const VelabaseState& vela, const PassRecords& passes,
+                bool pictureIsWritten);
     LayerWrites(const LayerWrites&) = delete;
     LayerWrites& operator=(const LayerWrites&) = delete;
 
@@ -31,16 +32,26 @@ public:
     void finish(const miColor& opacity);
 
 private:
+    /// What one record receives: what shaders write, and what rays hand up to it where that is kept apart.
+    struct Values {
+        miColor written, traced;
+    };
     struct Record {
-        miColor before; // what the level held
-        miColor aside;
-        miColor sum;
+        Values before; // what the level held
+        Values aside;
+        Values sum;
     };
 
     template <class Function>
     void forMixed(const Function& function);
 
+    [[nodiscard]] Values held(unsigned record) const;
+    void hold(unsigned record, const Values& values);
+    /// What the record has received since the last call, which is taken from it.
+    [[nodiscard]] Values taken(unsigned record);
+
     const PassRecords& passes_;
+    miColor* traced_; // one per record; null: rays hand up to the level's results
     int level_;
     bool pictureIsWritten_;
     bool hasAside_ = false;

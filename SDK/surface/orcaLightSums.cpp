@@ -28,9 +28,8 @@ LightSums& LightSums::operator*=(miScalar f) noexcept {
 
 void LightSums::addDiffuse(const miColor& through, const miColor& reflected, const miColor& lightColor,
                            const miColor& unshadowedLight) noexcept {
-    const miColor both = through + reflected;
-    diffuse += both * lightColor;
-    diffuseUnshadowed += both * unshadowedLight;
+    diffuse += (through + reflected) * lightColor;
+    diffuseUnshadowed += reflected * unshadowedLight;
     translucence += through * lightColor;
 }
 

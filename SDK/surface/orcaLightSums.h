@@ -7,7 +7,8 @@
 /// Light that a surface reflects, by component. Black at the start.
 struct LightSums {
     miColor ambient = BLACK, ambientUnshadowed = BLACK;
-    miColor diffuse = BLACK, diffuseUnshadowed = BLACK; ///< translucence included
+    miColor diffuse = BLACK; ///< translucence included
+    miColor diffuseUnshadowed = BLACK;
     miColor translucence = BLACK;
     miColor specular = BLACK, specularUnshadowed = BLACK;
     miColor scattered = BLACK; ///< of scatter components that are evaluated per light sample
@@ -17,7 +18,7 @@ struct LightSums {
     LightSums& operator+=(const LightSums& other) noexcept;
     LightSums& operator*=(miScalar f) noexcept;
 
-    /// A sample's translucent and reflected shares.
+    /// A sample's reflected share, and its translucent one, which only the shadowed sum counts.
     void addDiffuse(const miColor& through, const miColor& reflected, const miColor& light,
                     const miColor& unshadowedLight) noexcept;
     /// Adds the luminance of the sample's light, and of the part that shadows removed.

@@ -4,13 +4,16 @@
 /// The shading algorithm of every standard material: its inputs, the light loop, refraction, reflection and
 /// indirect light, the composition of the result, and the pass values of each component.
 ///
-/// What the passes add up to: with w the opacity of the hit, the picture is
+/// With w the opacity of the hit, the picture is
 ///     w (ambient + diffuse + indirect) + incandescence + specular + reflection + refraction
-/// where diffuse includes translucence and indirect includes scattered light. The beauty pass receives
-/// exactly these terms, w included. The component passes receive them without w, so that a compositor's sum
-/// of layers is the beauty when the ambient, diffuse and indirect records are weighted by opacity and the
-/// other ones are not. Reflection (19) and refraction (21) receive the traced colours whole, so the component
-/// records' level bounds are those of the level that the compositor adds up, usually 0.
+/// where diffuse includes translucence and indirect includes scattered light. With additivePasses the beauty
+/// pass receives exactly these terms, w included. The component passes receive them without w, so that a
+/// compositor's sum of layers is the beauty when the ambient, diffuse and indirect records are weighted by
+/// opacity and the other ones are not. Reflection (19) and refraction (21) receive the traced colours whole,
+/// so the component records' level bounds are those of the level that the compositor adds up, usually 0.
+/// Without additivePasses the beauty passes receive the material's own ambient term without w, and nothing of
+/// a wholly transparent surface but its highlights and what its rays hand up; and the diffuse passes leave
+/// out what comes through from behind.
 
 #include "orcaComposite.h"
 #include "orcaGuards.h"
@@ -199,8 +202,10 @@ private:
         writer.write(PASS_AMBIENT, ambient);
 
         const miColor opacity = WHITE - in.transparency;
-        const miColor beauty = opacity * (indirect + ambient) + result.incandescence;
-        if (!anyAbove(opacity, 0.0f) && !anyAbove(beauty, 0.0f)) return; // invisible
+        const miColor beauty = writer.call.additive ? opacity * (indirect + ambient) + result.incandescence
+                                                    : opacity * indirect + result.incandescence + ambient;
+        const bool glowsOnly = writer.call.additive && anyAbove(beauty, 0.0f);
+        if (!anyAbove(opacity, 0.0f) && !glowsOnly) return; // wholly transparent
         writer.write(PASS_BEAUTY, beauty);
         writer.write(PASS_BEAUTY_NO_REFLECTION_REFRACTION, beauty);
     }

@@ -11,12 +11,13 @@
 /// One shading call of a material: the hit, the thread's records, and the components of the render mode.
 struct ShadingCall {
     ShadingCall(miState* shaded, VelabaseState& thread)
-        : state(shaded), vela(thread), passes(shaded, thread) {}
+        : state(shaded), vela(thread), passes(shaded, thread), additive(thread.additivePasses != 0) {}
 
     miState* state;
     VelabaseState& vela;
     const PassRecords passes;
-    bc composite{}; ///< empty until bc_construct has filled it
+    const bool additive; ///< passes add up to the picture, where what they are defined to hold would not
+    bc composite{};      ///< empty until bc_construct has filled it
 
     /// @param components bits of CompositeComponents; any of them
     [[nodiscard]] bool wants(miUint components) const noexcept {

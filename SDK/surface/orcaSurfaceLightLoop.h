@@ -94,10 +94,13 @@ private:
         const miColor through = color * translucence;
         const miColor reflected = components_.diffuse(color * in_.reflectance.diffuse(), sample_.nDotL);
         sums.addDiffuse(through, reflected, sample_.color, data().unshadowedColor);
+        if (call_.additive) sums.diffuseUnshadowed += through * data().unshadowedColor;
         if (writer_.writesComponents()) {
             if (in_.translucence != 0.0f) writeTranslucence(through);
-            // Light from behind reaches these passes only by translucence.
-            if (sample_.nDotL >= 0.0f || translucence != 0.0f) writeDiffuse(through + reflected);
+            // What comes through from behind is in the picture's diffuse light, not in its passes'
+            // definition.
+            if (sample_.nDotL >= 0.0f || (call_.additive && translucence != 0.0f))
+                writeDiffuse(through + reflected);
         }
         return through + reflected;
     }
@@ -118,10 +121,10 @@ private:
         }
     }
 
-    /// Only on the side that is seen; with the other one highlights would count twice.
+    /// On both sides of a surface met from its back, so that a highlight counts twice there; intended.
     miColor shadeHighlight(LightSums& sums) {
         if constexpr (Specular::present) {
-            if (!data().emitSpecular || data().backSide) return BLACK;
+            if (!data().emitSpecular) return BLACK;
             sample_.specularDirection = sample_.direction;
             if (area())
                 arealight_max_phong_spec_dir(&sample_.specularDirection, call_.state, &sample_.mirror,

@@ -3,6 +3,7 @@
 
 #include "orcaColor.h"
 #include "orcaGuards.h"
+#include "orcaLevelSlots.h"
 #include "orcaRenderPassUtilities.h"
 #include "orcaVector.h"
 
@@ -76,7 +77,7 @@ miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext&
     light *= weight;
     const bool isRefraction = ray.kind == RayKind::Refraction;
     if (vela.surfacesShaded == shadedBefore) addUnhandedLight(state, passes, isRefraction, light);
-    tracePassAdd(passes.count, passes.records, state, isRefraction, weight);
+    addTraced(state, vela, passes, isRefraction, weight);
     return light;
 }
 

@@ -60,19 +60,20 @@ public:
         if (handsUp_) prepareSlots(state, passes);
     }
 
-    /// Continues the ray as if there were no plane.
+    /// Continues the ray as if there were no plane: what it found, and whether it did.
     template <class Trace>
-    miColor passBy(const Trace& trace) {
+    miBoolean passBy(miColor& seen, const Trace& trace) {
         const miUint shadedBefore = vela.surfacesShaded;
         SavedSlots slots(state, passes);
-        miColor seen = BLACK;
-        if (!trace(seen)) seen = BLACK;
+        seen = BLACK;
+        const miBoolean found = trace(seen);
+        if (!found) seen = BLACK;
         slots.showBehind(WHITE, false);
         if (vela.surfacesShaded == shadedBefore) {
             accumulateBackgroundToParent(state, passes, seen);
             if (handsUp_) ++vela.surfacesShaded;
         }
-        return seen;
+        return found;
     }
 
     /// Light from straight behind the plane, times a transmission.
@@ -95,7 +96,8 @@ public:
 
     void accumulatePictureToParent(const miColor& opacity) {
         if (!handsUp_) return;
-        accumulateToParent(state, passes, opacity, BLACK);
+        if (vela.additivePasses) accumulateSharesToParent(state, passes, opacity, BLACK, nullptr);
+        else accumulateToParent(state, passes, opacity);
         ++vela.surfacesShaded;
     }
 
@@ -118,14 +120,10 @@ public:
             return miFALSE;
         }
         PlaneHit hit(state, *vela);
-        if (state->type == miRAY_REFLECT && !parameterValue(state, record, &P::reflectionVisible)) {
-            *result = continueReflection(hit);
-            return miTRUE;
-        }
-        if (state->type == miRAY_REFRACT && !parameterValue(state, record, &P::refractionVisible)) {
-            *result = continueRefraction(hit);
-            return miTRUE;
-        }
+        if (state->type == miRAY_REFLECT && !parameterValue(state, record, &P::reflectionVisible))
+            return continueReflection(*result, hit);
+        if (state->type == miRAY_REFRACT && !parameterValue(state, record, &P::refractionVisible))
+            return continueRefraction(*result, hit);
         if (state->volume == miNULLTAG && state->camera) state->volume = state->camera->volume;
         const miInteger mode = parameterValue(state, record, &P::displayMode);
         if (mode == DISPLAY_HIDDEN) {
@@ -146,11 +144,11 @@ public:
     }
 
 private:
-    static miColor continueReflection(PlaneHit& hit) {
+    static miBoolean continueReflection(miColor& result, PlaneHit& hit) {
         miState* const state = hit.state;
         const Restored<miTag> volume(state->volume);
         if (state->parent) state->volume = state->parent->volume;
-        return hit.passBy([&](miColor& seen) {
+        return hit.passBy(result, [&](miColor& seen) {
             const Restored<int> inside(state->reflection_level);
             --state->reflection_level;
             miVector onward = state->dir;
@@ -158,7 +156,7 @@ private:
         });
     }
 
-    static miColor continueRefraction(PlaneHit& hit) {
+    static miBoolean continueRefraction(miColor& result, PlaneHit& hit) {
         miState* const state = hit.state;
         const Restored<miTag> volume(state->volume);
         const Restored<miTag> beyond(state->refraction_volume);
@@ -168,7 +166,7 @@ private:
             state->volume = state->parent->volume;
             state->ior_in = state->parent->ior_in;
         }
-        return hit.passBy([&](miColor& seen) {
+        return hit.passBy(result, [&](miColor& seen) {
             const Restored<int> inside(state->refraction_level);
             --state->refraction_level;
             miVector onward = state->dir;
@@ -181,7 +179,9 @@ private:
             mi_opacity_set(hit.state, &BLACK);
             return BLACK;
         }
-        return hit.passBy([&](miColor& seen) { return hit.traceStraight(seen); });
+        miColor seen;
+        hit.passBy(seen, [&](miColor& c) { return hit.traceStraight(c); });
+        return seen;
     }
 
     /// The result is unchanged when there is no texture to read.

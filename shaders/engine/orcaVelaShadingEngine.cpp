@@ -141,23 +141,24 @@ private:
     bool before_;
 };
 
-/// Adds what is behind a transparent hit, at the same trace level.
+/// Adds what is behind a transparent hit, at the same trace level, and counts the hit as a layer even where
+/// nothing is traced.
 void continueThrough(miColor& color, miState* state, VelabaseState& vela, const PassRecords& passes,
                      const miColor& transmission) {
+    const Restored<miColor> throughput(vela.throughput);
+    const Restored<miColor> layers(vela.layerTransmission);
+    const bool visible = anyAbove(transmission, visibleTransmission);
+    if (visible) noteLayer(vela, color, transmission);
     if (state->options->scanline == miSCANLINE_RASTERIZER) {
         const miColor opacity = WHITE - transmission;
         mi_opacity_set(state, &opacity);
         return;
     }
     const bool fullyTransparent = allBelow(transmission, VELA_EPS) && allBelow(WHITE - color, VELA_EPS);
-    const bool visible = anyAbove(transmission, visibleTransmission);
     if (chainIsFull(state) || !(visible || fullyTransparent)) return;
 
     const Restored<int> level(state->refraction_level);
-    const Restored<miColor> throughput(vela.throughput);
-    const Restored<miColor> layers(vela.layerTransmission);
     const TransparencyMark mark(passes, fullyTransparent);
-    if (visible) noteLayer(vela, color, transmission);
 
     const miUint shadedBefore = vela.surfacesShaded;
     miColor behind = BLACK;
@@ -167,7 +168,8 @@ void continueThrough(miColor& color, miState* state, VelabaseState& vela, const 
         vela.continueRay ? mi_trace_continue(&behind, state) : mi_trace_transparent(&behind, state);
     if (!found) behind = BLACK;
     state->refraction_level = level.before();
-    if (vela.surfacesShaded == shadedBefore) accumulateBackgroundToParent(state, passes, behind);
+    if (vela.additivePasses && vela.surfacesShaded == shadedBefore)
+        accumulateBackgroundToParent(state, passes, behind);
 
     color = {color.r + transmission.r * behind.r, color.g + transmission.g * behind.g,
              color.b + transmission.b * behind.b, color.a + (1.0f - color.a) * behind.a};
@@ -220,6 +222,9 @@ ORCA_EXPORT miBoolean orcaVelaShadingEngine(miColor* result, miState* state,
     vela->engineHit = state;
     const Restored<const PassRecords*> enginePasses(vela->enginePasses);
     vela->enginePasses = &passes;
+    const bool additive = vela->additivePasses != 0;
+    std::optional<TracedValues> traced;
+    if (additive) traced.emplace(*vela, passes);
     if (!inTransparency(passes))
         mi_call_shader_x(reinterpret_cast<miColor*>(&surface), miSHADER_MATERIAL, state, shader, nullptr);
     const miColor refracted = vela->refractedTransparency;
@@ -229,7 +234,10 @@ ORCA_EXPORT miBoolean orcaVelaShadingEngine(miColor* result, miState* state,
     *result = seen.color;
     if (passes) {
         writeCoverage(state, passes, surface);
-        accumulateToParent(state, passes, WHITE - surface.transparency, refracted);
+        const miColor opacity = WHITE - surface.transparency;
+        vela->uncovered =
+            additive ? accumulateSharesToParent(state, passes, opacity, refracted, vela->tracedValues)
+                     : accumulateToParent(state, passes, opacity);
     }
     ++vela->surfacesShaded;
     if (seen.continues) continueThrough(*result, state, *vela, passes, surface.transparency);

@@ -35,14 +35,16 @@ public:
     using FlatMaterial::FlatMaterial;
 
     miBoolean operator()(R* result, miState* state, P* record) const {
-        if (state->type == miRAY_SHADOW) { // the passes belong to the shadowed surface
+        VelabaseState* const vela = velabaseState(state);
+        // A shadow ray's passes belong to the shadowed surface.
+        if (state->type == miRAY_SHADOW && vela && vela->additivePasses) {
             result->color = evaluated(state, &record->color);
             for (const auto& [parameter, slot] : companions)
                 result->*slot = evaluated(state, &(record->*parameter));
             return miTRUE;
         }
         const PassRecords passes(state);
-        MixedInputs inputs(state, passes, velabaseState(state), writesPasses());
+        MixedInputs inputs(state, passes, vela, writesPasses());
         result->color = inputs.shown(&record->color, WHITE);
         for (const auto& [parameter, slot] : companions) result->*slot = inputs.value(&(record->*parameter));
         inputs.finish(result->transparency);

@@ -8,6 +8,7 @@
 #include "orcaExport.h"
 #include "orcaLightProtocol.h"
 #include "orcaVector.h"
+#include "orcaVelaState.h"
 
 #include <cmath>
 #include <numbers>
@@ -42,6 +43,7 @@ bool adaptiveDiscShadow(miColor* transmission, const SamplingDisc& disc, const m
     miUint n = rays;
     miColor mean[2] = {BLACK, BLACK};
     int sets = 0;
+    miUint taken = 0;
     bool mixed = true;
     while (mixed && sets < 2) {
         miColor sum = BLACK;
@@ -56,15 +58,17 @@ bool adaptiveDiscShadow(miColor* transmission, const SamplingDisc& disc, const m
             sum += t;
             if (t.r != 1.0f || t.g != 1.0f || t.b != 1.0f) ++partlyTransmitted;
         }
+        taken += n;
         mean[sets++] = sum / static_cast<float>(n);
         mixed = partlyTransmitted != 0 && partlyTransmitted != n;
         // Intended: a mixed second set raises n once more without taking those rays, so that the records are
-        // divided by four times the rays taken.
+        // divided by four times the rays taken, unless the passes add up.
         if (mixed) n *= 4;
     }
+    if (count != 0 && !hasAdditivePasses(state)) taken = sets == 1 ? n : n + n / 4;
     *transmission = sets == 1 ? mean[0] : mean[0] * 0.2f + mean[1] * 0.8f;
     transmission->a = 1.0f;
-    traceShadowAccumulateEnd(count, records, sets == 1 ? n : n + n / 4, &lightValue, &shadowColor, state);
+    traceShadowAccumulateEnd(count, records, taken, &lightValue, &shadowColor, state);
     return !allBelow(*transmission, VELA_EPS);
 }
 

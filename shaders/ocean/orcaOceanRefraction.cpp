@@ -4,6 +4,7 @@
 #include "orcaColor.h"
 #include "orcaGathering.h"
 #include "orcaGuards.h"
+#include "orcaLevelSlots.h"
 #include "orcaRenderPassUtilities.h"
 #include "orcaVector.h"
 
@@ -60,11 +61,6 @@ bool atLimit(const miState* state, int materialLimit) {
            traceLevel(state) >= options.trace_depth;
 }
 
-bool reflectionAllowed(const miState* state) {
-    const miOptions& options = *state->options;
-    return state->reflection_level < options.reflection_depth && traceLevel(state) < options.trace_depth;
-}
-
 /// The camera's environment, for rays beyond the last level.
 bool environmentDirectly(miColor& light, miState* state, const miVector& direction) {
     const miTag environment =
@@ -87,21 +83,21 @@ bool environmentBehind(miColor& light, miState* state, miVector direction) {
 miColor arriving(miState* state, const Cone& cone, miVector direction, int limit, float& water) {
     water = 0.0f;
     miColor light = BLACK;
-    bool found = false, traced = false;
-    if (state->options->trace && cone.side == Side::Reflected && reflectionAllowed(state)) {
+    bool found = false;
+    const bool traces = state->options->trace != 0;
+    if (traces && cone.side == Side::Reflected) {
         found = mi_trace_reflection(&light, state, &direction);
-        traced = true;
-    } else if (state->options->trace && cone.side == Side::Refracted && !atLimit(state, limit)) {
+    } else if (traces) {
         state->ior = state->ior_in;
-        found = mi_trace_refraction(&light, state, &direction);
-        traced = true;
+        found = mi_trace_refraction(&light, state, &direction); // also at a limit, where the renderer decides
     } else if (atLimit(state, limit)) {
         found = environmentDirectly(light, state, direction);
     } else {
         found = environmentBehind(light, state, direction);
     }
     const miState* const hit = state->child;
-    if (traced && cone.inWater && hit && hit->instance != miNULLTAG) water = static_cast<float>(hit->dist);
+    if (traces && found && cone.inWater && hit && hit->instance != miNULLTAG)
+        water = static_cast<float>(hit->dist);
     return found ? light : BLACK;
 }
 
@@ -130,7 +126,7 @@ miColor sampled(miState* state, const Cone& cone, const miVector& direction, con
     const miColor left = withAlpha(weight * absorbed(settings, water), weight.a);
     light *= left;
     if (vela.surfacesShaded == shadedBefore) addUnhandedLight(state, passes, isRefraction, light);
-    tracePassAdd(passes.count, passes.records, state, isRefraction, left);
+    addTraced(state, vela, passes, isRefraction, left);
     return light;
 }
 

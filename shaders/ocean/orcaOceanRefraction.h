@@ -8,9 +8,9 @@ struct OceanRefractionSettings {
     miScalar refractiveIndex; ///< of the water, relative to the air
     miColor absorptionColor;  ///< transmittance of the water per 1 / absorbance scene units of travel
     miScalar absorbance;      ///< per scene unit
-    miInteger limit;          ///< refraction level from which on the environment replaces the ray
-    miScalar blur;            ///< 1 less the cosine of the cone of directions; 0: one sharp ray
-    miInteger samples;        ///< rays of the cone; one in a gather
+    miInteger limit;   ///< refraction level at which the environment replaces the ray while tracing is off
+    miScalar blur;     ///< 1 less the cosine of the cone of directions; 0: one sharp ray
+    miInteger samples; ///< rays of the cone; one in a gather
 };
 
 /// Light that arrives through the water's surface, as the mean over a cone of rays, times the transparency

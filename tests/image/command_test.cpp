@@ -213,6 +213,14 @@ TEST_F(Command, SetsPassesUpOnASceneThatKnowsNone) {
     EXPECT_LT(layerValues(output, "cameraDepth")[0], 4.2);
     EXPECT_EQ(layerValues(output, "label"), std::vector<double>{7});
 
+    // Alpha of a pass that nothing writes is coverage: passes add up, also with the scene's own base state.
+    const std::string state = "incremental options \"opt\" state \"velaBaseState\" ( ) end options\n";
+    scene("own.mi", "link \"velabase.so\"\n$include <velabase.mi>\n" + litCards + state + renderIt);
+    for (const std::string file : {"lit.mi", "own.mi"}) {
+        ASSERT_EQ(run(file + " --passes specular --pixel 7,4"), 0) << output;
+        EXPECT_EQ(layerValues(output, "specular"), (std::vector<double>{0, 0, 0, 1})) << output;
+    }
+
     ASSERT_EQ(run("lit.mi --passes all -v 4"), 0) << output;
     EXPECT_TRUE(says("got orcaVelaFastShadow")) << output;
     ASSERT_EQ(run("lit.mi --passes utility --pixel 7,4"), 0) << output;

@@ -26,6 +26,7 @@ constexpr const char* LAYERS[] = {"ambient",    "diffuse",    "specular", "incan
 
 /// Where the compositor adds up the first level: components of that level alone, the opaque ones by opacity.
 void addComponents(TestScene& scene) {
+    scene.baseState = "\"additivePasses\" on";
     scene.passes = {"beauty"};
     scene.passFlags = {""};
     for (const std::string layer : LAYERS) {
@@ -172,6 +173,7 @@ TEST(LayeredMaterials, CastTheShadowOfTheirTransmission) {
 /// The map is a picture of its own coordinates, so that what is seen says where it was looked up.
 TEST(ShadingMaps, LookUpWhereTheShadedColourSays) {
     TestScene scene;
+    scene.baseState = "\"additivePasses\" on";
     scene.passes = {"beauty"};
     scene.contents =
         shaderOnly("ramp", "velaRamp",

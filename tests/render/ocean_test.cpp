@@ -17,6 +17,7 @@ constexpr const char* WATER = "\"color\" 0 0 0 1, \"reflectivity\" 0, \"specular
 /// orcaVelaOceanShader's.
 TestScene pool(const std::string& water, const std::string& floorColor = "0.8 0.6 0.4", float depth = 2.0f) {
     TestScene scene;
+    scene.baseState = "\"additivePasses\" on";
     scene.passes = {"beauty", "diffuse", "specular", "incandescence", "reflection", "refraction", "indirect"};
     scene.passFlags = {"",
                        "\"shadowed\" on, \"weightByOpacity\" on",
@@ -164,9 +165,10 @@ TEST(OceanShader, TakesAConnectedHeightInObjectSpaceWhereTheObjectSaysSo) {
     }
 }
 
-TEST(OceanShader, RefractsIntoTheEnvironmentWhereTracingEnds) {
+TEST(OceanShader, RefractsIntoTheEnvironmentWithoutTracing) {
     TestScene scene = pool(std::string(WATER) + "\"octaveCount\" 0, \"transparency\" 1 1 1 1, "
                                                 "\"refractionsOn\" on, \"refractionLimit\" 0");
+    scene.extraOptions = "trace off";
     scene.contents += "link \"orca-test-shaders.so\"\ndeclare shader color \"testSky\" ( color \"color\" ) "
                       "version 1 end declare\n";
     std::string text = scene.text();

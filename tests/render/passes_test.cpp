@@ -54,6 +54,7 @@ TEST(Passes, UnshadowedMinusRemovedIsShadowedAtEveryPixel) {
 
 TEST(Passes, BeautyIsThePictureAndTheSumOfItsLayers) {
     TestScene scene;
+    scene.baseState = "\"additivePasses\" on";
     scene.passes = {"beauty", "ambient", "diffuse", "incandescence", "indirect"};
     scene.contents = shadedFloor();
     scene.members = {"floor", "roof", "sun_inst", "lamp_inst"};
@@ -162,6 +163,7 @@ TEST(PassMasks, ExcludedOccludersAndLightsLeaveThePassAlone) {
 
 TEST(LevelBounds, SuppressWhatIsOutsideAndLetDeeperLevelsThroughAsTheyShould) {
     TestScene scene;
+    scene.baseState = "\"additivePasses\" on";
     scene.passes = {"beauty", "diffuse", "ambient", "incandescence"};
     const std::string shadowed = "\"shadowed\" on, \"maxReflectionLevel\" 9, ";
     scene.passFlags = {

@@ -49,6 +49,7 @@ void expectSame(const RenderedScene& picture, const char* a, const char* b) {
 
 TEST(Environment, IsSeenDirectlyInMirrorsAndThroughTransparency) {
     TestScene scene;
+    scene.baseState = "\"additivePasses\" on";
     scene.passes = {"beauty"};
     scene.contents =
         lambert("pane", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.25 1 1") +

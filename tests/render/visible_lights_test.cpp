@@ -73,6 +73,7 @@ TEST(VisibleLights, HideWhatIsBehindAndAreHiddenByWhatIsBefore) {
 TEST(VisibleLights, AreSeenInMirrorsAndThroughGlassUnlessTheyAreNotVisible) {
     const auto seen = [](const std::string& material, const std::string& flag, float lightZ) {
         TestScene scene;
+        scene.baseState = "\"additivePasses\" on";
         scene.passes = {"beauty"};
         scene.contents =
             fmt::format("light \"lamp\" \"orcaVelaPointLight\" ( \"intensity\" 0.5, \"decayRate\" 0, "

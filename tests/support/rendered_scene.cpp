@@ -139,15 +139,15 @@ std::string TestScene::text() const {
     return fmt::format(
         "options \"opt\"\nobject space\nsamples {}\njitter 0\nfilter box 1 1\ntrace on\nshadow {}\n"
         "trace depth {}\n{}\n"
-        "state \"velaBaseState\" ( ) \"orcaFrameBufferState\" ( )\nend options\n{}{}"
+        "state \"velaBaseState\" ( {} ) \"orcaFrameBufferState\" ( )\nend options\n{}{}"
         "camera \"cam\"\nframebuffer \"main\" datatype \"rgba_fp\" primary on\n{}"
         "resolution {} {} aspect {} {} clip 0.001 1000\n"
         "lens \"orcaFrameBufferLens\" ( )\n{}{}end camera\n{}"
         "instance \"cam_inst\" \"cam\" {} end instance\n"
         "instgroup \"world\" \"cam_inst\"{} end instgroup\n"
         "render \"world\" \"cam_inst\" \"opt\"\n",
-        samples, shadow, traceDepth, extraOptions, passes.empty() ? "" : block, beforeCamera, buffers, width,
-        height, static_cast<float>(width) / static_cast<float>(height), lens,
+        samples, shadow, traceDepth, extraOptions, baseState, passes.empty() ? "" : block, beforeCamera,
+        buffers, width, height, static_cast<float>(width) / static_cast<float>(height), lens,
         passes.empty() ? "" : "data \"cam:fbdata\"\n", cameraStatements, contents, camera, group);
 }
 

@@ -71,6 +71,7 @@ struct TestScene {
     std::string shadow = "on";
     std::string traceDepth = "2 2 4";
     std::string extraOptions;
+    std::string baseState;              ///< parameters of velaBaseState
     std::vector<std::string> passes;    ///< layer names of material passes, each once
     std::vector<std::string> passFlags; ///< flags of each, in the scene language, may be shorter
     std::string beforeCamera;           ///< what the camera's statements name; follows the data block

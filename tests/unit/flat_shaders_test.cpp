@@ -50,20 +50,34 @@ TEST(SurfaceShader, HandsSixteenColoursToTheirSlots) {
     EXPECT_EQ(scene.level(PASS_DIFFUSE), BLACK);
 }
 
-TEST(SurfaceShader, CountsAMaterialBehindSeveralColoursOnce) {
-    MaterialScene scene(picturePasses);
-    MaterialInstance<SurfaceShaderParameters> instance(scene, surfaceShader, sixteenColours());
-    auto& p = instance.shader.parameters;
-    const miColor shaded{0.3f, 0.6f, 0.2f, 1};
-    for (miColor* member : {&p.color, &p.glowColor, &p.diffuse})
-        instance.connect(member, [&](miState*) {
-            scene.slot(Beauty).levelResult += shaded;
-            scene.slot(Diffuse).levelResult += shaded;
-            return shaded;
-        });
-    instance.shade();
-    expectColor(scene.level(PASS_BEAUTY), shaded);
-    expectColor(scene.level(PASS_DIFFUSE), shaded);
+TEST(SurfaceShader, CountsAMaterialBehindSeveralColoursOnceWherePassesAddUp) {
+    for (const bool additive : {false, true}) {
+        MaterialScene scene(picturePasses);
+        scene.vela().additivePasses = additive;
+        MaterialInstance<SurfaceShaderParameters> instance(scene, surfaceShader, sixteenColours());
+        auto& p = instance.shader.parameters;
+        const miColor shaded{0.3f, 0.6f, 0.2f, 1};
+        for (miColor* member : {&p.color, &p.glowColor, &p.diffuse})
+            instance.connect(member, [&](miState*) {
+                scene.slot(Beauty).levelResult += shaded;
+                scene.slot(Diffuse).levelResult += shaded;
+                return shaded;
+            });
+        instance.shade();
+        expectColor(scene.level(PASS_BEAUTY), additive ? shaded : shaded * 4.0f);
+        expectColor(scene.level(PASS_DIFFUSE), additive ? shaded : shaded * 3.0f);
+    }
+}
+
+TEST(SurfaceShader, WritesOnShadowRaysUnlessPassesAddUp) {
+    for (const bool additive : {false, true}) {
+        MaterialScene scene(picturePasses);
+        scene.vela().additivePasses = additive;
+        MaterialInstance<SurfaceShaderParameters> instance(scene, surfaceShader, sixteenColours());
+        miState ray = scene.renderer.derived(scene.renderer.state, miRAY_SHADOW);
+        EXPECT_EQ(instance.shade(&ray).transparency, instance.shader.parameters.transparency);
+        expectColor(scene.level(PASS_BEAUTY), additive ? BLACK : instance.shader.parameters.color);
+    }
 }
 
 // --- shading map
@@ -163,7 +177,8 @@ TEST_F(ShadingMap, TellsShadowRaysItsTransparencyUnlessItIsABlackHole) {
     }
 }
 
-TEST_F(ShadingMap, ReplacesTheInputsPictureAndNotItsComponents) {
+TEST_F(ShadingMap, ReplacesTheInputsPictureAndNotItsComponentsWherePassesAddUp) {
+    scene.vela().additivePasses = miTRUE;
     MaterialInstance<ShadingMapParameters> instance(scene, shadingMap, plainMap());
     auto& p = instance.shader.parameters;
     p.mapColor = {0.9f, 0.1f, 0.0f, 1};

@@ -37,11 +37,11 @@ protected:
         p.reflectionVisible = p.refractionVisible = miTRUE;
     }
     miColor shade() { return shade(&scene.renderer.state); }
-    miColor shade(miState* state, const miColor& before = BLACK) {
+    miColor shade(miState* state, const miColor& before = BLACK, miBoolean answer = miTRUE) {
         for (int i = 0; i < 2; ++i)
             for (int level = 0; level < 2; ++level) scene.slot(i, level) = {};
         miColor result = before;
-        MaterialInstance<ImagePlaneParameters, miColor>(scene, imagePlane, p).shade(result, state);
+        MaterialInstance<ImagePlaneParameters, miColor>(scene, imagePlane, p).shade(result, state, answer);
         return result;
     }
     void expectBeauty(const miColor& expected) {
@@ -172,6 +172,13 @@ TEST_F(ImagePlane, LetsReflectionAndRefractionRaysPassUnseen) {
     };
     expectPassed(miRAY_REFLECT, scene.renderer.traceReflection);
     expectPassed(miRAY_REFRACT, scene.renderer.traceRefraction);
+    // What the ray says is the answer.
+    scene.renderer.traceReflection = [](miColor*, miState*, miVector*) -> miBoolean { return miFALSE; };
+    scene.renderer.traceRefraction = scene.renderer.traceReflection;
+    for (const miRay_type type : {miRAY_REFLECT, miRAY_REFRACT}) {
+        miState unseen = scene.renderer.derived(scene.renderer.state, type);
+        expectColor(shade(&unseen, WHITE, miFALSE), BLACK);
+    }
     p.reflectionVisible = miTRUE;
     texel.a = 1.0f;
     miState ray = scene.renderer.derived(scene.renderer.state, miRAY_REFLECT);

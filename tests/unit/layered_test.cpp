@@ -211,7 +211,43 @@ struct LayerMaterial {
     }
 };
 
-TEST_F(Layered, WeighsWhatTheLayersWriteAsItWeighsTheirColours) {
+/// A layer's own diffuse light, and what its ray met, which its opacity does not weigh.
+TEST_F(Layered, KeepsWhatTheLayersTraceApartFromWhatTheyWrite) {
+    const miColor own{0.4f, 0.2f, 0.6f, 1}, met{0.3f, 0.5f, 0.1f, 1}, transparency{0.5f, 0.5f, 0.75f, 1};
+    scene.vela().additivePasses = miTRUE;
+    scene.vela().engineHit = &scene.renderer.state;
+    const PassRecords passes(&scene.renderer.state);
+    const TracedValues traced(scene.vela(), passes);
+    Instance instance(scene, layered, stack(0, {three[0], three[1]}));
+    LayerRecord& layer = instance.shader.parameters.behind[1];
+    instance.connect(&layer.color, [&](miState*) {
+        scene.slot(Diffuse).levelResult += own;
+        scene.vela().tracedValues[Diffuse] += met;
+        scene.vela().surfaceOpacity = WHITE - transparency;
+        return WHITE;
+    });
+    layer.transparency = BLACK; // refracted
+    instance.shade();
+    expectColor(scene.level(PASS_DIFFUSE), three[0].transparency * (WHITE - transparency) * own);
+    expectColor(scene.vela().tracedValues[Diffuse], three[0].transparency * met);
+}
+
+/// Without a mixture, a layer's values stay as it wrote them.
+TEST_F(Layered, WritesThePictureBesideWhatItsLayersWrite) {
+    Instance instance(scene, layered, stack(0, {three[0]}));
+    LayerRecord& layer = instance.shader.parameters.behind[0];
+    instance.connect(&layer.color, [&](miState*) {
+        for (const int record : {Beauty, Diffuse}) scene.slot(record).levelResult += WHITE;
+        return three[0].color;
+    });
+    const auto result = instance.shade();
+    expectColor(scene.level(PASS_BEAUTY), WHITE + result.color);
+    expectColor(scene.level(PASS_DIFFUSE), WHITE);
+    expectColor(scene.level(PASS_BEAUTY_NO_REFLECTION_REFRACTION), result.color);
+}
+
+TEST_F(Layered, WeighsWhatTheLayersWriteAsItWeighsTheirColoursWherePassesAddUp) {
+    scene.vela().additivePasses = miTRUE;
     const LayerMaterial materials[] = {
         {{0.4f, 0.1f, 0.3f, 1}, {0.2f, 0.3f, 0.0f, 1}, {0.6f, 0.5f, 0.9f, 1}},
         {{0.2f, 0.8f, 0.5f, 1}, {0.0f, 0.1f, 0.7f, 1}, {0.3f, 0.2f, 0.1f, 1}},
@@ -258,7 +294,7 @@ TEST(PerRecord, HoldsMoreRecordsThanAreAtHand) {
     {
         const PassRecords records(&scene.renderer.state);
         ASSERT_EQ(records.count, 100u);
-        LayerWrites writes(&scene.renderer.state, records, true);
+        LayerWrites writes(&scene.renderer.state, scene.vela(), records, true);
         for (int i = 0; i < 100; ++i) scene.slot(i).levelResult = {static_cast<float>(i), 0, 0, 1};
         writes.keep(WHITE * 0.5f, WHITE);
         for (int i = 0; i < 100; ++i) scene.slot(i).levelResult = WHITE;

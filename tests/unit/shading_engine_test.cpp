@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "material_scene.h"
 #include "orcaFilterSize.h"
+#include "orcaLevelSlots.h"
 #include "orcaVelaShadingEngine.h"
 
 #include <cmath>
@@ -74,13 +75,89 @@ protected:
     miColor background = BLACK;
 };
 
-TEST_F(Engine, ShowsTheBackgroundThroughTheLastCard) {
-    cards = {{{0.1f, 0.1f, 0.1f, 0}, {0.5f, 0.5f, 0.5f, 0.5f}, BLACK}, {BLACK, {0.5f, 1, 0, 0.5f}, BLACK}};
-    background = {0.4f, 0.6f, 0.8f, 1.0f};
-    const miColor picture = run();
-    expectColor(picture, 0.2f, 0.4f, 0.1f);
-    expectColor(scene.handedUp(PASS_BEAUTY), picture);
-    expectColor(scene.handedUp(PASS_DIFFUSE), BLACK);
+TEST_F(Engine, ShowsTheBackgroundThroughTheLastCardAndInThePassesWhereTheyAddUp) {
+    for (const bool additive : {false, true}) {
+        scene.vela().additivePasses = additive;
+        scene.slot(0).childResult = scene.slot(0).levelAux = BLACK;
+        hit = 0;
+        cards = {{{0.1f, 0.1f, 0.1f, 0}, {0.5f, 0.5f, 0.5f, 0.5f}, BLACK},
+                 {BLACK, {0.5f, 1, 0, 0.5f}, BLACK}};
+        background = {0.4f, 0.6f, 0.8f, 1.0f};
+        const miColor picture = run();
+        expectColor(picture, 0.2f, 0.4f, 0.1f);
+        expectColor(scene.handedUp(PASS_BEAUTY), additive ? picture : miColor{0.1f, 0.1f, 0.1f, 0});
+        expectColor(scene.handedUp(PASS_DIFFUSE), BLACK);
+    }
+}
+
+/// A surface that refracts a part of what it transmits and leaves another to the renderer: its own values, by
+/// which weight they are handed up, and what its ray met.
+TEST_F(Engine, WeighsOwnValuesByWhatIsLeftOpaqueAndTracedOnesNotWherePassesAddUp) {
+    const miColor refracted{0.75f, 0.5f, 0.0f, 0.0f}, transparency{0.25f, 0.125f, 0.0f, 0.0f};
+    const miColor met{0.3f, 0.4f, 0.5f, 1.0f}, own{1.0f, 0.5f, 0.25f, 1.0f};
+    surface = [&](SurfaceShaderReturnType& result, miState* state) {
+        scene.vela().refractedTransparency = refracted;
+        result.transparency = transparency;
+        PassRecords passes(state);
+        for (unsigned i = 0; i < passes.count; ++i) passes.records[i].levelSlots[1].childResult = met;
+        write(PASS_DIFFUSE, state, own * 0.5f);
+        addTraced(state, scene.vela(), passes, true, refracted);
+        write(PASS_DIFFUSE, state, own * 0.5f);
+        return miTRUE;
+    };
+    for (const bool additive : {false, true}) {
+        SCOPED_TRACE(additive);
+        scene.vela().additivePasses = additive;
+        for (int i = 0; i < 4; ++i) scene.slot(i).childResult = scene.slot(i).levelAux = BLACK;
+        hit = cards.size();
+        run();
+        const miColor opacity = WHITE - transparency, traced = refracted * met;
+        expectColor(scene.handedUp(PASS_DIFFUSE),
+                    additive ? (opacity - refracted) * own + traced : opacity * (own + traced));
+        expectColor(scene.handedUp(PASS_BEAUTY), traced); // is not weighted
+        expectColor(scene.handedUp(PASS_OPACITY), opacity + traced);
+        EXPECT_EQ(scene.vela().tracedValues, nullptr);
+    }
+}
+
+/// Alpha of a pass over two cards, of which it leaves out the first, for all or by its mask.
+TEST_F(Engine, HandsCoverageUpAsAlphaWherePassesAddUp) {
+    const miColor half{0.5f, 0.5f, 0.5f, 0.9f}, quarter{0.25f, 0.25f, 0.25f, 0.0f};
+    for (const bool excluded : {false, true}) {
+        for (int i = 0; i < 4; ++i) scene.slot(i).childResult = scene.slot(i).levelAux = BLACK;
+        scene.vela().additivePasses = miTRUE;
+        const miTag plain = scene.renderer.state.instance;
+        const miTag masked = scene.renderer.database.addMaskedInstance(excluded ? "d" : "f");
+        cards = {{BLACK, half, BLACK}, {BLACK, quarter, BLACK}};
+        hit = 0;
+        scene.renderer.state.instance = masked;
+        scene.renderer.traceTransparent = [&](miColor* result, miState* state) -> miBoolean {
+            if (hit == cards.size()) return miFALSE;
+            miState behind = scene.renderer.derived(*state, miRAY_TRANSPARENT);
+            behind.instance = plain;
+            return orcaVelaShadingEngine(result, &behind, &engine.parameters);
+        };
+        run();
+        scene.renderer.state.instance = plain;
+        // Unlit, and covered all the same.
+        EXPECT_FLOAT_EQ(scene.handedUp(PASS_BEAUTY).a, 0.5f + 0.5f * 0.75f);
+        EXPECT_FLOAT_EQ(scene.handedUp(PASS_DIFFUSE).a, excluded ? 0.5f * 0.75f : 0.5f + 0.5f * 0.75f);
+        EXPECT_EQ(scene.handedUp(PASS_DIFFUSE).r, 0.0f);
+    }
+}
+
+TEST_F(Engine, LeavesTheLargestUncoveredShareBehind) {
+    cards = {{BLACK, {0.5f, 0.25f, 0.125f, 0.5f}, BLACK}, {BLACK, BLACK, BLACK}};
+    scene.slot(0).levelAux = {0.5f, 0.5f, 0.5f, 0.5f};
+    std::vector<miColor> uncovered;
+    surface = [&, shade = surface](SurfaceShaderReturnType& result, miState* state) {
+        if (hit > 0) uncovered.push_back(scene.vela().uncovered);
+        return shade(result, state);
+    };
+    run();
+    ASSERT_EQ(uncovered.size(), 1u);
+    EXPECT_EQ(uncovered[0], WHITE); // of the records that nothing covers yet
+    expectColor(scene.vela().uncovered, 0.5f, 0.25f, 0.125f);
 }
 
 TEST_F(Engine, StopsAChainOf256States) {
@@ -92,11 +169,14 @@ TEST_F(Engine, StopsAChainOf256States) {
     EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 1);
     run(&chain[255]);
     EXPECT_EQ(scene.renderer.callCount("mi_trace_transparent"), 1);
+    EXPECT_EQ(scene.vela().transparencyCount, 2); // the last one is a layer as well
 }
 
 TEST_F(Engine, DoesNotShadeBehindAFullyTransparentHit) {
-    scene.vela().transparencyThreshold = 2.0f; // every hit counts as transparent
-    cards = {{WHITE, BLACK, BLACK}, {WHITE, BLACK, BLACK}};
+    // A hit so dark is transparent only for thresholds above 0.99999.
+    scene.vela().transparencyThreshold = 0.999995f;
+    const miColor least = WHITE * 8e-6f;
+    cards = {{WHITE, least, BLACK}, {WHITE, least, BLACK}};
     bool marked = false;
     scene.renderer.traceTransparent = [&](miColor* result, miState* state) -> miBoolean {
         marked = scene.record(0).flags & FB_IN_TRANSPARENCY;

@@ -40,6 +40,7 @@ TEST(Surface, EqualsItsBeautyAndTheSumOfItsLayers) {
         *e = {0.3f, 0.2f, 0.1f, 0.0f};
         return miTRUE;
     };
+    scene.vela().additivePasses = miTRUE;
     LambertInstance material(scene, p);
     const auto result = material.shade();
 
@@ -52,6 +53,21 @@ TEST(Surface, EqualsItsBeautyAndTheSumOfItsLayers) {
     expectColor(sum, result.color);
     expectColor(scene.level(PASS_INDIRECT), 0.3f * 0.4f, 0.2f * 0.32f, 0.1f * 0.16f);
     EXPECT_GT(result.translucence.r, 0.0f);
+}
+
+TEST(Surface, KnowsNothingOfAForeignLightsShadowWherePassesAddUp) {
+    for (const bool additive : {false, true}) {
+        MaterialScene scene(allPasses());
+        scene.vela().additivePasses = additive;
+        ScriptedLight light; // does not take part in the protocol
+        light.instance = scene.renderer.database.addInstance();
+        light.color = WHITE;
+        scene.renderer.lights.push_back(light);
+        LambertInstance material(scene, plainLambert());
+        const miColor diffuse = material.shade().diffuse;
+        expectColor(scene.level(PASS_DIFFUSE), diffuse);
+        expectColor(scene.level(PASS_SHADOW), additive ? BLACK : diffuse);
+    }
 }
 
 TEST(Surface, WarnsWithoutTheBaseState) {
