@@ -5,7 +5,7 @@
 
 miBEGIN_INTERFACE
 
-/// Calls a shader instance or list on `state`; false for tag 0. `result` may be of any type.
+/// False for tag 0. `result` may be of any type; of records it gets the first colour (writing-a-shader.md).
 miBoolean mi_call_shader(miColor* result, int type, miState* state, miTag shader);
 /// As above with the shader's fourth argument.
 miBoolean mi_call_shader_x(miColor* result, int type, miState* state, miTag shader, void* argument);

@@ -17,13 +17,14 @@ extern "C" {
 
 DLLEXPORT miBoolean mi_call_shader_x(miColor* result, int type, miState* state, miTag shader,
                                      void* argument) {
-    return guardedCall(__func__, state, miFALSE,
-                       [&] { return contextOf(state).runtime.call(result, type, state, shader, argument); });
+    return guardedCall(__func__, state, miFALSE, [&] {
+        return contextOf(state).runtime.callForShader(result, type, state, shader, argument);
+    });
 }
 
 DLLEXPORT miBoolean mi_call_shader(miColor* result, int type, miState* state, miTag shader) {
     return guardedCall(__func__, state, miFALSE,
-                       [&] { return contextOf(state).runtime.call(result, type, state, shader); });
+                       [&] { return contextOf(state).runtime.callForShader(result, type, state, shader); });
 }
 
 DLLEXPORT miBoolean mi_call_material(miColor* result, miState* state) {

@@ -3,6 +3,7 @@
 
 #include "render/camera/state_shaders.h"
 #include "scene/elements/elements.h"
+#include "scene/shader_slots.h"
 
 #include <tbb/task_arena.h>
 
@@ -66,7 +67,7 @@ bool DisplacementCalls::returnsScalar(miTag shader) const {
     for (miTag tag = shader; tag != miNULLTAG; tag = frame_.runtime.next(tag)) {
         const auto* element = frame_.database.find<scene::FunctionElement>(tag);
         if (!element) return false;
-        if (element->declaration->result.type == miTYPE_SCALAR) continue;
+        if (scene::returns(*element->declaration, miTYPE_SCALAR)) continue;
         frame_.log.errorAt(element->location, "RNDR",
                            "displacement shader \"{}\": \"{}\" does not return a scalar; connect a scalar "
                            "result of it to \"height\" of \"velaDisplacement\" and use that",

@@ -28,7 +28,7 @@ public:
 private:
     struct Worker;
     [[nodiscard]] Worker& workerOfThisThread();
-    /// False, with a message, when a shader of the list does not return a scalar.
+    /// False, with a message, when a shader of the list returns no scalar, nor a record with one.
     [[nodiscard]] bool returnsScalar(miTag shader) const;
 
     const Frame& frame_;

@@ -3,6 +3,7 @@
 
 #include "scene/elements/elements.h"
 #include "shading/fault_counter.h"
+#include "shading/result_room.h"
 
 #include <shader.h>
 
@@ -39,6 +40,7 @@ struct ShaderCode {
     bool initialised = false;
     bool wantsInstanceInit = false;
     bool initFailed = false;
+    bool knowsResultSizes = false;      ///< the shader-level init has asked for the size of a result
     miFunction* lastInstance = nullptr; ///< what `state->shader` shows during the shader-level exit
 
     FaultCounter returnedFalse, notANumber, threw;
@@ -56,13 +58,16 @@ struct BoundShader {
     // what a call needs, together
     std::atomic<bool> ready{false}; ///< inits have run
     bool initFailed = false;
+    bool knowsResultSizes = false; ///< its init has asked for the size of a result
+    bool returnsRecord = false;    ///< it, or one that follows in the list
     ShaderCode::Entry entry = nullptr;
     miFunction* function = nullptr;
     void* parameters = nullptr;  ///< another instance's where parameters are indirect
     BoundShader* next = nullptr; ///< of the list
     ShaderCode* code = nullptr;
-    scene::FunctionElement* parameterOwner = nullptr; ///< whose connections the ghost words index
-    std::size_t resultSize = 0;                       ///< bytes, the largest of the list from here on
+    scene::FunctionElement* parameterOwner = nullptr;       ///< whose connections the ghost words index
+    std::size_t resultSize = 0;                             ///< bytes, the largest of the list from here on
+    std::array<std::size_t, ResultRoom::partCount> parts{}; ///< bytes from the start of a record
 
     miTag tag = miNULLTAG;
     void* userPointer = nullptr;

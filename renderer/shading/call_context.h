@@ -21,14 +21,15 @@ struct CallContext {
     virtual ~CallContext() = default;
 
     ShaderRuntime& runtime;
-    StateStore store;             ///< mi_shaderstate_*
-    EvaluationArena arena;        ///< results of connected shaders
-    SiblingResults siblings;      ///< those of them that other parameters may share
-    EvaluationCache cache;        ///< used in the caching test mode only
-    int callType = miSHADER_NONE; ///< how the running shader is called
-    int samplePhase = 3;          ///< answer of miQ_SAMPLE_PHASE
-    int gatherState = 0;          ///< answer of miQ_FINALGATHER_STATE
-    int sampleMoving = 0;         ///< answer of miQ_SAMPLE_MOVING
+    StateStore store;              ///< mi_shaderstate_*
+    EvaluationArena arena;         ///< results of connected shaders
+    SiblingResults siblings;       ///< those of them that other parameters may share
+    EvaluationCache cache;         ///< used in the caching test mode only
+    int callType = miSHADER_NONE;  ///< how the running shader is called
+    bool knowsResultSizes = false; ///< the running shader has asked for the size of a result
+    int samplePhase = 3;           ///< answer of miQ_SAMPLE_PHASE
+    int gatherState = 0;           ///< answer of miQ_FINALGATHER_STATE
+    int sampleMoving = 0;          ///< answer of miQ_SAMPLE_MOVING
     std::exception_ptr thrown; ///< last exception of a shader, already counted against the one that threw it
 };
 

@@ -15,11 +15,13 @@ public:
           context_(context),
           shader_(state->shader),
           callType_(context.callType),
+          knowsResultSizes_(context.knowsResultSizes),
           mark_(context.arena.mark()),
           siblings_(context.siblings.enter()) {}
     ~CallScope() {
         state_->shader = shader_;
         context_.callType = callType_;
+        context_.knowsResultSizes = knowsResultSizes_;
         context_.arena.release(mark_);
         context_.siblings.leave(siblings_);
     }
@@ -31,6 +33,7 @@ private:
     CallContext& context_;
     miFunction* shader_;
     int callType_;
+    bool knowsResultSizes_;
     EvaluationArena::Mark mark_;
     SiblingResults::Mark siblings_;
 };

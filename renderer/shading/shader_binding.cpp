@@ -48,6 +48,13 @@ void findFunctions(ShaderCode& code, const ShaderLibraries& libraries, const sce
     }
 }
 
+/// Bytes from the start of a record to its first member of a type; 0 without one.
+std::size_t offsetOfFirst(const scene::Parameter& result, miParam_type type) {
+    for (const scene::Parameter& member : result.members)
+        if (member.type == type && !member.isArray) return static_cast<std::size_t>(member.offset);
+    return 0;
+}
+
 /// Refreshes what depends on the record, which moves when a shader is changed.
 void readRecord(BoundShader& bound, scene::FunctionElement& element, scene::Database& database) {
     miFunction* const function = element.function();
@@ -62,6 +69,10 @@ void readRecord(BoundShader& bound, scene::FunctionElement& element, scene::Data
     }
     bound.parameters = bound.parameterOwner->function()->parameters();
     bound.resultSize = static_cast<std::size_t>(std::max(function->result_size, 0));
+    const scene::Parameter& result = element.declaration->result;
+    bound.returnsRecord = result.type == miTYPE_STRUCT;
+    bound.parts = {offsetOfFirst(result, miTYPE_COLOR), offsetOfFirst(result, miTYPE_SCALAR),
+                   offsetOfFirst(result, miTYPE_VECTOR)};
     function->ext = &bound;
     function->lock = bound.code->lock;
 }
@@ -135,6 +146,7 @@ void bindShaders(ShaderTable& table, scene::Database& database, Log& log) {
         std::size_t length = 0;
         for (const BoundShader* member = bound.get(); member; member = member->next) {
             bound->resultSize = std::max(bound->resultSize, member->resultSize);
+            bound->returnsRecord = bound->returnsRecord || member->returnsRecord;
             if (++length <= table.shaders.size())
                 continue; // a list longer than the scene has shaders has met itself
             const scene::Element* const element = database.get(bound->tag);

@@ -14,15 +14,19 @@ bool initialise(ShaderTable& table, BoundShader& shader, miState* state) {
     ShaderCode& code = *shader.code;
     if (shader.initFailed || code.initFailed) return false;
 
+    bool& asks = contextOf(state).knowsResultSizes;
+    asks = false;
     if (!code.initialised) {
         code.initialised = true;
         code.initFailed = true; // holds when the init throws
         miBoolean instanceInitRequested = miFALSE;
         if (code.init) code.init(state, nullptr, &instanceInitRequested);
         code.wantsInstanceInit = instanceInitRequested != miFALSE;
+        code.knowsResultSizes = asks;
         code.initFailed = false;
     }
     code.lastInstance = shader.function;
+    asks = code.knowsResultSizes;
     if (code.wantsInstanceInit && !shader.instanceInitialised) {
         shader.initFailed = true;
         miBoolean ignored = miFALSE;
@@ -30,6 +34,7 @@ bool initialise(ShaderTable& table, BoundShader& shader, miState* state) {
         shader.instanceInitialised = true;
         shader.initFailed = false;
     }
+    shader.knowsResultSizes = asks;
     shader.ready.store(true, std::memory_order_release);
     return true;
 }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace orca::shading {
 
@@ -19,8 +20,11 @@ struct ShaderRuntime::Implementation {
     bool caching = false;
 
     /// Calls the instances of a list from `bound` up to `end`.
-    miBoolean callRange(void* result, int type, miState* state, BoundShader* bound, const BoundShader* end,
-                        void* argument);
+    miBoolean callRange(ResultRoom result, int type, miState* state, BoundShader* bound,
+                        const BoundShader* end, void* argument);
+    /// The same for a result that is larger than the caller's memory.
+    miBoolean callForPart(ResultRoom result, int type, miState* state, BoundShader* bound,
+                          const BoundShader* end, void* argument);
 };
 
 namespace {
@@ -42,9 +46,26 @@ bool ShaderRuntime::loadLibrary(const std::string& file, const std::vector<std::
     return implementation_->table.libraries.load(file, searchPaths, location, log_);
 }
 
-miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miState* state, BoundShader* bound,
-                                                   const BoundShader* end, void* argument) {
+miBoolean ShaderRuntime::Implementation::callForPart(ResultRoom result, int type, miState* state,
+                                                     BoundShader* bound, const BoundShader* end,
+                                                     void* argument) {
+    EvaluationArena& arena = contextOf(state).arena;
+    const ArenaScope scope(arena);
+    auto* const whole = static_cast<std::byte*>(arena.allocate(bound->resultSize));
+    std::byte* const part = whole + bound->parts[result.wanted];
+    const std::size_t bytes =
+        std::min(result.bytes, static_cast<std::size_t>(whole + bound->resultSize - part));
+    std::memcpy(part, result.at, bytes);
+    const miBoolean value = callRange({whole, bound->resultSize}, type, state, bound, end, argument);
+    std::memcpy(result.at, part, bytes);
+    return value;
+}
+
+miBoolean ShaderRuntime::Implementation::callRange(ResultRoom result, int type, miState* state,
+                                                   BoundShader* bound, const BoundShader* end,
+                                                   void* argument) {
     if (!bound) return miFALSE;
+    if (bound->resultSize > result.bytes) return callForPart(result, type, state, bound, end, argument);
 
     CallContext& context = contextOf(state);
     const CallScope scope(state, context);
@@ -57,7 +78,8 @@ miBoolean ShaderRuntime::Implementation::callRange(void* result, int type, miSta
             if (!bound->entry) continue;
             state->shader = bound->function;
             if (!bound->ready.load(std::memory_order_acquire) && !initialise(table, *bound, state)) continue;
-            value = bound->entry(result, state, bound->parameters, argument);
+            context.knowsResultSizes = bound->knowsResultSizes;
+            value = bound->entry(result.at, state, bound->parameters, argument);
             context.siblings.flush();
             context.arena.release(mark);
         }
@@ -91,12 +113,20 @@ void ShaderRuntime::reportFaults() {
     shading::reportFaults(implementation_->table, log_);
 }
 
-miBoolean ShaderRuntime::call(void* result, int type, miState* state, miTag shader, void* argument) {
+miBoolean ShaderRuntime::call(ResultRoom result, int type, miState* state, miTag shader, void* argument) {
     return implementation_->callRange(result, type, state, implementation_->table.find(shader), nullptr,
                                       argument);
 }
 
-miBoolean ShaderRuntime::callOne(void* result, int type, miState* state, miTag shader, void* argument) {
+miBoolean ShaderRuntime::callForShader(miColor* result, int type, miState* state, miTag shader,
+                                       void* argument) {
+    BoundShader* const bound = implementation_->table.find(shader);
+    const bool wantsPart = bound && bound->returnsRecord && !contextOf(state).knowsResultSizes;
+    const ResultRoom room(result, wantsPart ? sizeof(miColor) : ResultRoom::anySize);
+    return implementation_->callRange(room, type, state, bound, nullptr, argument);
+}
+
+miBoolean ShaderRuntime::callOne(ResultRoom result, int type, miState* state, miTag shader, void* argument) {
     BoundShader* const bound = implementation_->table.find(shader);
     return implementation_->callRange(result, type, state, bound, bound ? bound->next : nullptr, argument);
 }
@@ -130,7 +160,7 @@ void* ShaderRuntime::evaluate(miState* state, void* parameter) {
             return shared + offset;
         result = static_cast<char*>(context.arena.allocate(size));
     }
-    call(result, miSHADER_TEXTURE, state, connection.source);
+    call({result, size}, miSHADER_TEXTURE, state, connection.source);
     // What is no larger than a plain value has no members worth sharing.
     if (source && source->resultSize > sizeof(miMatrix) && !implementation_->caching)
         context.siblings.add(*state, connection.source, parameter, result);

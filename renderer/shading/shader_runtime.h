@@ -3,6 +3,7 @@
 
 #include "base/log.h"
 #include "scene/database.h"
+#include "shading/result_room.h"
 
 #include <shader.h>
 
@@ -33,14 +34,20 @@ public:
     /// every change of the database.
     void bind();
 
-    /// Calls an instance or list: every member with the same result. The value is that of the last call;
-    /// false for tag 0, an unknown tag and an unbound function. `state->shader`, the call type and the
-    /// evaluation arena are put back however the call ends. A shader's exception is counted for the report
-    /// and passes through.
-    miBoolean call(void* result, int type, miState* state, miTag shader, void* argument = nullptr);
+    /// Calls an instance or list: every member with the same result, which begins as what the caller's memory
+    /// holds. The value is that of the last call; false for tag 0, an unknown tag and an unbound function.
+    /// `state->shader`, the call type and the evaluation arena are put back however the call ends. A shader's
+    /// exception is counted for the report and passes through.
+    miBoolean call(ResultRoom result, int type, miState* state, miTag shader, void* argument = nullptr);
 
     /// As `call` for that one instance, whatever follows it in its list.
-    miBoolean callOne(void* result, int type, miState* state, miTag shader, void* argument = nullptr);
+    miBoolean callOne(ResultRoom result, int type, miState* state, miTag shader, void* argument = nullptr);
+    /// As `call`, for shaders, which name the memory as a colour whatever its size is. One that returns a
+    /// record is given memory of its own and hands over the record's first colour, unless the running shader
+    /// has asked for the size of a result, in this call or in its init: then the memory is the caller's, as
+    /// for results that are no records.
+    miBoolean callForShader(miColor* result, int type, miState* state, miTag shader,
+                            void* argument = nullptr);
     /// The next instance of a list; 0 after the last.
     [[nodiscard]] miTag next(miTag shader) const;
 

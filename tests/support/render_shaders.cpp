@@ -156,4 +156,45 @@ DLLEXPORT miBoolean testDisplace(miScalar* result, miState* state, DisplaceParam
     return miTRUE;
 }
 
+/// A record larger than a colour, as surface shaders of a library return one. Its colour is added to.
+struct TestRecord {
+    miScalar height;
+    miColor color, more[4];
+};
+DLLEXPORT int testRecord_version(void) {
+    return 1;
+}
+DLLEXPORT miBoolean testRecord(TestRecord* result, miState* state, ColorParameters* parameters) {
+    const miColor color = *mi_eval_color(&parameters->color);
+    result->height = 0.25f;
+    mi_color_add(&result->color, &result->color, &color);
+    for (miColor& each : result->more) each = {9, 9, 9, 9};
+    return miTRUE;
+}
+
+/// Calls a shader for a colour on its stack and shows it, with the share of the words behind it that the call
+/// has changed as alpha. Asked to, it says first that it knows how large the result is.
+struct CallParameters {
+    miTag called;
+    miBoolean asks;
+};
+DLLEXPORT int testCall_version(void) {
+    return 1;
+}
+DLLEXPORT miBoolean testCall(miColor* result, miState* state, CallParameters* parameters) {
+    const miTag called = *mi_eval_tag(&parameters->called);
+    int size = 0;
+    if (*mi_eval_boolean(&parameters->asks)) mi_query(miQ_DECL_RESULT_SIZE, state, called, &size);
+    struct {
+        miColor color;
+        float behind[32];
+    } room = {};
+    const miBoolean delivered = mi_call_shader(&room.color, miSHADER_MATERIAL, state, called);
+    int changed = 0;
+    for (const float word : room.behind) changed += word != 0.0f;
+    *result = room.color;
+    result->a = static_cast<float>(changed);
+    return delivered;
+}
+
 } // extern "C"

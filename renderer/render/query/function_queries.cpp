@@ -82,9 +82,23 @@ bool ofDeclaration(const Query& query) {
     return declaration && query.give(read(*declaration));
 }
 
+/// Size of a result that the running shader will call another shader for: it gets the whole result then.
+bool resultSize(const Query& query) {
+    ShaderRuntime* const runtime = runtimeOf(query);
+    const miFunction* const function = query.tag != miNULLTAG ? functionOf(query) : nullptr;
+    // A list is called for one result, which the largest of its members must fit in.
+    int size = function && runtime ? runtime->resultSize(function) : 0;
+    if (size == 0) {
+        const scene::DeclarationElement* const declaration = declarationOf(query);
+        if (!declaration) return false;
+        size = declaration->result.size();
+    }
+    if (runtime && query.tag != miNULLTAG) shading::contextOf(query.state).knowsResultSizes = true;
+    return query.give(size);
+}
+
 using Declaration = scene::DeclarationElement;
 constexpr auto nameOf = [](const Declaration& d) { return const_cast<char*>(d.name.c_str()); };
-constexpr auto resultSizeOf = [](const Declaration& d) -> int { return d.result.size(); };
 constexpr auto resultTypeOf = [](const Declaration& d) -> int { return d.result.type; };
 constexpr auto versionOf = [](const Declaration& d) -> int { return d.version; };
 
@@ -94,7 +108,7 @@ constexpr QueryRow functionRows[] = {
     {miQ_FUNC_NEXT, ofFunction<&miFunction::next_function>},
     {miQ_FUNC_PARAM, parameters},
     {miQ_FUNC_PARAM_SIZE, ofFunction<&miFunction::parameter_size>},
-    {miQ_FUNC_RESULT_SIZE, ofFunction<&miFunction::result_size>},
+    {miQ_FUNC_RESULT_SIZE, resultSize},
     {miQ_FUNC_USERPTR, userPointer},
     {miQ_FUNC_TAG, ofRuntime<&ShaderRuntime::tagOf>},
     {miQ_FUNC_LOCK, ofRuntime<&ShaderRuntime::instanceLock>},
@@ -105,7 +119,7 @@ constexpr QueryRow functionRows[] = {
 
 constexpr QueryRow declarationRows[] = {
     {miQ_DECL_NAME, ofDeclaration<nameOf>},
-    {miQ_DECL_RESULT_SIZE, ofDeclaration<resultSizeOf>},
+    {miQ_DECL_RESULT_SIZE, resultSize},
     {miQ_DECL_TYPE, ofDeclaration<resultTypeOf>},
     {miQ_DECL_VERSION, ofDeclaration<versionOf>},
 };

@@ -10,11 +10,11 @@ namespace orca::render {
 namespace {
 
 /// Calls a texture shader with the coordinate in `state->tex`.
-miBoolean callTextureShader(void* result, miState* state, miTag shader, const miVector& coord) {
+template <class T>
+miBoolean callTextureShader(T* result, miState* state, miTag shader, const miVector& coord) {
     const miVector before = state->tex;
     state->tex = coord;
-    const miBoolean delivered =
-        renderContextOf(state).runtime.call(static_cast<miColor*>(result), miSHADER_TEXTURE, state, shader);
+    const miBoolean delivered = renderContextOf(state).runtime.call(result, miSHADER_TEXTURE, state, shader);
     state->tex = before;
     return delivered;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/elements/phenomenon.h"
 #include "scene/language/reader.h"
+#include "scene/shader_slots.h"
 
 #include <algorithm>
 #include <charconv>
@@ -246,6 +247,8 @@ void Reader::readRender(const Token& token) {
     const auto* options = database_.find<OptionsElement>(request.options);
     if (!options || !request.group || !request.cameraInstance) return; // reported above
     checkRequirements(*options);
+    for (const SlotFinding& finding : findMisplacedShaders(database_))
+        once(LogLevel::Warning, finding.location, finding.kind, finding.text);
     if (callbacks_.render && !callbacks_.render(request)) throw StopReading{};
 }
 
