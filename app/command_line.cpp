@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command_line.h"
 
+#include "advice.h"
 #include "command_documents.h"
 #include "exit_codes.h"
 #include "frames.h"
 #include "pass_catalogue.h"
+
+#include "base/nearest_name.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -245,7 +248,10 @@ void addMachineOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->check(CLI::Range(16, 1 << 20));
     app.add_option(
            "-v,--verbose", raw.verbosity,
-           "0 silent, 1 fatal, 2 errors, 3 warnings (default), 4 info, 5 progress and a closing report, 6, 7")
+           "0 silent, 1 fatal, 2 errors, 3 warnings (default), 4 info, 5 progress and a closing report, "
+           "6 shaders' debugging messages, and all of a shader's messages however often they come, 7 "
+           "shaders' "
+           "most detailed messages")
         ->group(group)
         ->type_name("LEVEL");
 }
@@ -270,6 +276,8 @@ void convert(RawOptions& raw, CommandLine& command) {
         const auto [x, y] = *command.pixel;
         overrides.window = {x, y, x, y};
     }
+    if (const std::string reason = whyNoLayeredFile(command.output); !reason.empty())
+        throw CLI::ValidationError("--output", reason);
     if (!raw.frames.empty()) {
         command.frames = framesOf(raw.frames);
         if (!command.frames) refuse("--frames", raw.frames, "a range such as 1-100x2");
@@ -288,6 +296,19 @@ void convert(RawOptions& raw, CommandLine& command) {
     command.libraries = raw.links;
     for (const std::string& text : raw.sets) command.variables.insert(assignment("--set", text));
     for (const std::string& text : raw.registry) command.registry.insert(assignment("--registry", text));
+}
+
+/// What is wrong with a word that names no option, and which one may be meant.
+std::string unknownOption(const CLI::App& app, const std::string& word) {
+    const std::string given = word.substr(0, word.find('='));
+    const std::string name = given.substr(std::min(given.find_first_not_of('-'), given.size()));
+    std::vector<std::string_view> names;
+    for (const CLI::Option* const option : app.get_options())
+        for (const std::string& known : option->get_lnames()) names.push_back(known);
+    const std::string nearest = nearestName(name, names);
+    return fmt::format("there is no option \"{}\"; {}", given,
+                       nearest.empty() ? "orca-render --help lists them all"
+                                       : fmt::format("did you mean \"--{}\"?", nearest));
 }
 
 } // namespace
@@ -315,6 +336,10 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
             throw CLI::ValidationError("SCENE", "a scene file is needed; orca-render --help says more");
     } catch (const CLI::Success& done) {
         return {{}, app.exit(done)};
+    } catch (const CLI::ExtrasError&) {
+        for (const std::string& word : app.remaining())
+            fmt::print(stderr, "orca-render: {}\n", unknownOption(app, word));
+        return {{}, exitUsage};
     } catch (const CLI::ParseError& problem) {
         fmt::print(stderr, "orca-render: {}\n", problem.what());
         return {{}, exitUsage};

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 
@@ -41,6 +42,19 @@ std::optional<std::vector<int>> framesOf(std::string_view range) {
     } while (take(range, ','));
     if (!range.empty()) return {};
     return frames;
+}
+
+std::string rangesOf(std::vector<int> frames) {
+    std::sort(frames.begin(), frames.end());
+    std::string text;
+    for (std::size_t first = 0; first < frames.size();) {
+        std::size_t last = first;
+        while (last + 1 < frames.size() && frames[last + 1] <= frames[last] + 1) ++last;
+        text += fmt::format("{}{}", text.empty() ? "" : ",", frames[first]);
+        if (frames[last] != frames[first]) text += fmt::format("-{}", frames[last]);
+        first = last + 1;
+    }
+    return text;
 }
 
 bool hasFramePattern(std::string_view name) {

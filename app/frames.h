@@ -12,6 +12,9 @@ namespace orca::app {
 /// that is no range, is descending or has a step below 1.
 [[nodiscard]] std::optional<std::vector<int>> framesOf(std::string_view range);
 
+/// The frame numbers as a range, in the form that `framesOf` reads: "1-3,7".
+[[nodiscard]] std::string rangesOf(std::vector<int> frames);
+
 /// True when the name has a run of `#`, a placeholder of the frame number.
 [[nodiscard]] bool hasFramePattern(std::string_view name);
 

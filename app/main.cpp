@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "advice.h"
 #include "command_line.h"
 #include "exit_codes.h"
 #include "frames.h"
@@ -55,6 +56,7 @@ int main(int argc, char** argv) {
         return exitRendered;
     }
     orca::Log log(parsed.command->verbosity.value_or(orca::LogLevel::Warning));
+    log.setAdvice(adviceFor);
     try {
         return renderAll(*parsed.command, log);
     } catch (const std::exception& failure) {

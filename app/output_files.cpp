@@ -47,6 +47,8 @@ PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) 
     if (!command_.writesFiles || command_.pixel) return files;
     if (command_.writesSceneFiles)
         files.sceneFiles = image::bufferFilePaths(command_.fileDirectory, image::layeredBuffers(buffers));
+    files.png = withFrame(command_.png, frame);
+    files.layerDirectory = withFrame(command_.pngLayers, frame);
     if (!command_.output.empty()) {
         files.layered = withFrame(command_.output, frame);
     } else {
@@ -71,14 +73,17 @@ PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) 
 bool OutputFiles::check(const PictureFiles& files, const render::Picture& picture) const {
     bool good = files.layered.empty() || image::canWrite(files.layered, log_, uncompressedBytes(picture) / 2);
     for (const std::string& file : files.sceneFiles) good = image::canWrite(file, log_) && good;
-    if (command_.writesFiles && !command_.png.empty()) good = image::canWrite(command_.png, log_) && good;
-    if (command_.writesFiles && !command_.pngLayers.empty())
-        good = image::canWrite(command_.pngLayers + "/layer.png", log_) && good;
+    if (!files.png.empty()) good = image::canWrite(files.png, log_) && good;
+    if (!files.layerDirectory.empty()) {
+        std::error_code problem; // what could not be made is found missing next
+        fs::create_directories(files.layerDirectory, problem);
+        good = image::canWrite(files.layerDirectory + "/layer.png", log_) && good;
+    }
     if (!command_.statisticsFile.empty()) good = image::canWrite(command_.statisticsFile, log_) && good;
     return good;
 }
 
-bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& result, int frame) const {
+bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& result) const {
     if (!command_.writesFiles || command_.pixel) return true;
     const std::vector<image::Layer> layers = result.layers();
     const image::PictureFrame& picture = result.frame();
@@ -87,12 +92,11 @@ bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& re
     if (command_.writesSceneFiles)
         good = image::writeBufferFiles(command_.fileDirectory, picture, layers, log_) && good;
     for (const image::Layer& layer : layers) {
-        if (layer.buffer->primary && !command_.png.empty())
-            good = image::writePreview(withFrame(command_.png, frame), picture, layer, log_) && good;
-        if (!command_.pngLayers.empty()) {
-            const std::string name = fmt::format("{}/{}.png", command_.pngLayers, layer.buffer->name);
-            good = image::writePreview(withFrame(name, frame), picture, layer, log_) && good;
-        }
+        if (layer.buffer->primary && !files.png.empty())
+            good = image::writePreview(files.png, picture, layer, log_) && good;
+        if (files.layerDirectory.empty()) continue;
+        const std::string name = fmt::format("{}/{}.png", files.layerDirectory, layer.buffer->name);
+        good = image::writePreview(name, picture, layer, log_) && good;
     }
     return good;
 }

@@ -16,6 +16,8 @@ namespace orca::app {
 struct PictureFiles {
     std::string layered;                 ///< empty: not written
     std::vector<std::string> sceneFiles; ///< named by the scene's own statements
+    std::string png;                     ///< for looking at; empty: not written
+    std::string layerDirectory;          ///< for a PNG of each layer; empty: not written
 };
 
 /// Names, checks and writes the files of a run's pictures.
@@ -28,11 +30,11 @@ public:
     PictureFiles next(const image::FramebufferSet& buffers, int frame);
 
     /// False, with messages, when a file cannot be created or does not fit on its disk; for use before
-    /// rendering.
+    /// rendering. Makes the folder of the layers' PNGs.
     [[nodiscard]] bool check(const PictureFiles& files, const render::Picture& picture) const;
 
     /// Writes a finished picture. False, with messages, when something could not be written.
-    [[nodiscard]] bool write(const PictureFiles& files, const render::FrameResult& result, int frame) const;
+    [[nodiscard]] bool write(const PictureFiles& files, const render::FrameResult& result) const;
 
     /// Prints files, parts and channels to standard output.
     static void list(const PictureFiles& files, const image::FramebufferSet& buffers);

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <numeric>
 
 namespace orca::app {
 
@@ -28,18 +29,48 @@ int typeOfRecord(const FrameBufferData& block, int index) {
     return -1;
 }
 
-const FrameBufferData* passBlock(const scene::Database& database, const scene::CameraElement& camera) {
+namespace {
+
+const FrameBufferData* blockOf(const scene::UserdataElement& element) {
+    return reinterpret_cast<const FrameBufferData*>(element.userdata()->parameters());
+}
+
+/// The data element that holds the camera's block, or null.
+const scene::UserdataElement* passBlockElement(const scene::Database& database,
+                                               const scene::CameraElement& camera) {
     for (miTag tag = camera.camera.userdata; tag != miNULLTAG;) {
-        const auto* element = database.find<scene::UserdataElement>(tag);
+        const auto* const element = database.find<scene::UserdataElement>(tag);
         if (!element) return nullptr;
-        const miUserdata* userdata = element->userdata();
-        const auto* block = reinterpret_cast<const FrameBufferData*>(userdata->parameters());
+        const miUserdata* const userdata = element->userdata();
         if (userdata->parameter_size >= static_cast<int>(sizeof(FrameBufferData)) &&
-            block->magic == FRAME_BUFFER_DATA_MAGIC)
-            return block;
+            blockOf(*element)->magic == FRAME_BUFFER_DATA_MAGIC)
+            return element;
         tag = userdata->next_data;
     }
     return nullptr;
+}
+
+} // namespace
+
+const FrameBufferData* passBlock(const scene::Database& database, const scene::CameraElement& camera) {
+    const scene::UserdataElement* const element = passBlockElement(database, camera);
+    return element ? blockOf(*element) : nullptr;
+}
+
+bool checkPassBlock(const scene::Database& database, const scene::CameraElement& camera, Log& log) {
+    const scene::UserdataElement* const element = passBlockElement(database, camera);
+    if (!element || !element->declaration) return true; // raw bytes are the library's to check
+    const FrameBufferData& block = *blockOf(*element);
+    const miInteger* const counts = arrayElements(block.FrameBufferTypeCounts, block.i_FrameBufferTypeCounts);
+    const int types = std::clamp(block.n_FrameBufferTypeCounts, 0, PASS_TYPE_COUNT);
+    const long counted = std::accumulate(counts, counts + types, 0L);
+    if (counted == block.n_frameBufferInfo) return true;
+    log.errorAt(
+        element->location, "MAIN",
+        "the counts of \"FrameBufferTypeCounts\" add up to {}, but \"frameBufferInfo\" has {} record{}; "
+        "each of the {} counts says how many records its pass type has, in the order of --list-passes",
+        counted, block.n_frameBufferInfo, block.n_frameBufferInfo == 1 ? "" : "s", PASS_TYPE_COUNT);
+    return false;
 }
 
 std::map<std::string, std::map<std::string, std::string>> passMetadata(const scene::Database& database,

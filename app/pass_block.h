@@ -19,6 +19,10 @@ namespace orca::app {
 /// counts.
 [[nodiscard]] int typeOfRecord(const FrameBufferData& block, int index);
 
+/// False, with an error, when the camera's block does not have as many records as its counts say.
+[[nodiscard]] bool checkPassBlock(const scene::Database& database, const scene::CameraElement& camera,
+                                  Log& log);
+
 /// Type, flags and level bounds of each frame buffer that a pass feeds, as text for the file's metadata.
 [[nodiscard]] std::map<std::string, std::map<std::string, std::string>>
 passMetadata(const scene::Database& database, const FrameBufferData& block);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene_run.h"
 
+#include "advice.h"
 #include "exit_codes.h"
 #include "frames.h"
 #include "installation.h"
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 #include <unistd.h>
@@ -89,18 +91,59 @@ int SceneRun::run() {
         if (!link(library, {"--link", 0, 0})) fail(exitSceneError);
     for (const std::string& file : command_.scenes) {
         if (exitCode_ != exitRendered) break;
+        if (const std::string reason = whyNoScene(file); !reason.empty()) {
+            log_.error("MAIN", "{}", reason);
+            fail(exitSceneError);
+            break;
+        }
         scene_.parseFile(frame_ ? withFrame(file, *frame_) : file, options, callbacks);
         if (scene_.errors() > 0) fail(exitSceneError);
     }
     if (command_.checksOnly && !check()) fail(exitSceneError);
-    if (exitCode_ == exitRendered && pictures_.empty() && !rendersNothing(command_)) {
-        if (scene_.renderStatements() == 0)
-            log_.warning("MAIN", "the scene has no render statement, so nothing was rendered");
-        else log_.warning("MAIN", "none of the scene's frames is among those that --frames asks for");
-    }
+    if (exitCode_ == exitRendered && !rendersNothing(command_)) reportMissingFrames();
     log_.reportRepeats();
     reportLeaks(scene_.database(), log_);
     return exitCode_;
+}
+
+void SceneRun::reportMissingFrames() {
+    if (scene_.renderStatements() == 0) {
+        log_.error("MAIN", "the scene has no render statement, so nothing was rendered");
+        fail(exitSceneError);
+        return;
+    }
+    if (frame_ || !command_.frames) return;
+    std::vector<int> missing;
+    std::copy_if(command_.frames->begin(), command_.frames->end(), std::back_inserter(missing),
+                 [&](int frame) { return !frames_.contains(frame); });
+    if (missing.empty()) return;
+    const std::string available = rangesOf({frames_.begin(), frames_.end()});
+    if (missing.size() == command_.frames->size()) {
+        log_.error("MAIN", "nothing was rendered: --frames asks for {}, but the scene has {}",
+                   rangesOf(missing), available);
+        fail(exitUsage);
+    } else {
+        log_.warning("MAIN", "--frames also asks for {}, but the scene has {}", rangesOf(missing), available);
+    }
+}
+
+/// False, with an error, when nothing of what the command asks for lies in the picture.
+bool SceneRun::checkWindow(const render::Picture& picture) const {
+    if (!command_.overrides.window) return true;
+    const auto& [xl, yl, xh, yh] = *command_.overrides.window;
+    const int width = picture.camera().x_resolution, height = picture.camera().y_resolution;
+    const std::string size = fmt::format("the picture has {}x{} pixels, which count from 0", width, height);
+    if (xl >= width || yl >= height || xh < 0 || yh < 0) {
+        log_.error("MAIN", "{} is outside the picture: {}",
+                   command_.pixel ? fmt::format("--pixel {},{}", xl, yl)
+                                  : fmt::format("--window {} {} {} {}", xl, yl, xh, yh),
+                   size);
+        return false;
+    }
+    if (xl < 0 || yl < 0 || xh >= width || yh >= height)
+        log_.warning("MAIN", "--window {} {} {} {} reaches beyond the picture and is cut: {}", xl, yl, xh, yh,
+                     size);
+    return true;
 }
 
 /// The exit code is that of the first failure.
@@ -134,6 +177,7 @@ void SceneRun::applySettings(render::Picture& picture) const {
 
 bool SceneRun::preparePasses(scene::CameraElement& camera, scene::OptionsElement& options) {
     if (!completeNamedPasses(scene_, parserOptions_, parserCallbacks_, camera)) return false;
+    if (!checkPassBlock(scene_.database(), camera, log_)) return false;
     if (preset_ && !preset_->apply(camera, options)) return false;
     if (!masks_.resolveLinks(camera)) return false;
     masks_.check(camera);
@@ -157,6 +201,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         return false;
     }
     const int frame = frameNumber(*elements->camera, request);
+    frames_.insert(frame);
     if (!isChosen(frame)) return true;
     if (!preparePasses(*elements->camera, *elements->options)) {
         fail(exitSceneError);
@@ -169,6 +214,10 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     const int errorsBefore = log_.count(LogLevel::Error);
     render::Picture picture(scene_.database(), *elements, log_);
     applySettings(picture);
+    if (!checkWindow(picture)) {
+        fail(exitUsage);
+        return false;
+    }
     const PictureFiles files = files_.next(picture.framebuffers(), frame);
     if (command_.listsOutputs) {
         OutputFiles::list(files, picture.framebuffers());
@@ -195,7 +244,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     if (log_.count(LogLevel::Error) > errorsBefore) fail(exitRenderError);
     describe(*result, frame);
     if (command_.pixel) OutputFiles::printPixel(*result);
-    if (!files_.write(files, *result, frame)) {
+    if (!files_.write(files, *result)) {
         fail(exitNotWritten);
         return false;
     }

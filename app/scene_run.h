@@ -15,6 +15,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace orca::app {
@@ -48,6 +49,10 @@ private:
     [[nodiscard]] bool isChosen(int frame) const;
     [[nodiscard]] int frameNumber(const scene::CameraElement& camera,
                                   const scene::RenderRequest& request) const;
+    /// Frames that the command asks for and the scene does not have; all of them, or a scene without any, is
+    /// an error.
+    void reportMissingFrames();
+    [[nodiscard]] bool checkWindow(const render::Picture& picture) const;
     void fail(int exitCode);
 
     const CommandLine& command_;
@@ -65,6 +70,7 @@ private:
     PassMasks masks_;
     OutputFiles files_;
     std::vector<PictureReport> pictures_;
+    std::set<int> frames_; ///< of the scene's render statements so far
     int exitCode_ = 0;
 };
 

@@ -14,7 +14,8 @@ namespace {
 
 void post(const char* function, LogLevel level, const char* format, va_list arguments) {
     orca::api::guarded(function, [&] {
-        orca::activeLog().post({level, "SHDR", 0, orca::printfText(format, arguments), {}});
+        orca::activeLog().postLimited(format ? format : "",
+                                      {level, "SHDR", 0, orca::printfText(format, arguments), {}});
     });
 }
 

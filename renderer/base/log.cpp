@@ -63,11 +63,43 @@ bool Log::once(const std::string& key, LogMessage message) {
     return true;
 }
 
+void Log::postLimited(const std::string& source, const LogMessage& message) {
+    constexpr int textsPerSource = 10;
+    std::string key = message.text;
+    std::function<std::string(const LogMessage&)> advice;
+    bool limited;
+    {
+        const std::lock_guard lock(mutex_);
+        advice = advice_;
+        limited = upTo_ < LogLevel::Debug;
+        if (limited && !repeats_.contains(key)) {
+            int& texts = textsOfSource_[source];
+            if (texts < textsPerSource) ++texts;
+            else key = "more of " + source;
+        }
+    }
+    if (!limited) post(message);
+    else if (!once(key, message)) return;
+    const std::string text = advice ? advice(message) : std::string();
+    if (text.empty()) return;
+    {
+        const std::lock_guard lock(mutex_);
+        if (!advised_.insert(text).second) return;
+    }
+    post({LogLevel::Error, "MAIN", 0, text, {}});
+}
+
+void Log::setAdvice(std::function<std::string(const LogMessage&)> advice) {
+    const std::lock_guard lock(mutex_);
+    advice_ = std::move(advice);
+}
+
 void Log::reportRepeats() {
     std::map<std::string, Repeat> repeats;
     {
         const std::lock_guard lock(mutex_);
         repeats.swap(repeats_);
+        textsOfSource_.clear();
     }
     for (auto& [key, repeat] : repeats) {
         if (repeat.more == 0) continue;

@@ -3,10 +3,12 @@
 
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -77,6 +79,13 @@ public:
 
     /// Posts the message the first time that `key` is used and counts further uses. True the first time.
     bool once(const std::string& key, LogMessage message);
+    /// For whoever may send a message per sample: each text once, of a `source` (a place in a program; its
+    /// printf format) the first few texts, and the rest as a count. Everything when the level is Debug or
+    /// higher.
+    void postLimited(const std::string& source, const LogMessage& message);
+    /// What a user can do about a message that came through `postLimited`, or empty text. It is posted as an
+    /// error, once.
+    void setAdvice(std::function<std::string(const LogMessage&)> advice);
     /// Posts each repeated message once more with its count, and forgets them.
     void reportRepeats();
 
@@ -97,7 +106,7 @@ public:
 private:
     struct Repeat {
         LogMessage first;
-        int more = 0;
+        std::uint64_t more = 0;
     };
     mutable std::mutex mutex_; // guards everything below
     LogLevel upTo_;
@@ -107,6 +116,9 @@ private:
     std::function<void(const LogMessage&)> sink_;
     int counts_[8] = {};
     std::map<std::string, Repeat> repeats_;
+    std::map<std::string, int> textsOfSource_;
+    std::function<std::string(const LogMessage&)> advice_;
+    std::set<std::string> advised_;
 };
 
 } // namespace orca

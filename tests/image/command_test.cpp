@@ -3,6 +3,7 @@
 
 #include <OpenImageIO/imageio.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
@@ -63,7 +64,9 @@ struct Command : ::testing::Test {
 TEST_F(Command, TellsWrongUsageWithWhatAndWhatToDo) {
     const std::pair<const char*, const char*> cases[] = {
         {"", "a scene file is needed"},
-        {"--bogus a.mi", "--bogus"},
+        {"--bogus a.mi", "there is no option \"--bogus\""},
+        {"a.mi --sampels 0 2", "did you mean \"--samples\"?"},
+        {"a.mi -o a.png", "end it in .exr, and add --png"},
         {"a.mi --size 12", "\"12\" is not a size such as 1920x1080"},
         {"a.mi --size 0x10", "between 1x1 and 65536x65536"},
         {"a.mi --window 5 5 1 1", "the window is empty"},
@@ -101,8 +104,11 @@ TEST_F(Command, TellsSceneErrorsWithTheirPlaceAndRendersOnlyWhenAsked) {
     EXPECT_EQ(run("lib.mi -L some/where"), 3);
     EXPECT_TRUE(says("nowhere.so") && says("some/where")) << output;
     scene("silent.mi", grayCard);
-    EXPECT_EQ(run("silent.mi"), 0);
+    EXPECT_EQ(run("silent.mi"), 3);
     EXPECT_TRUE(says("no render statement"));
+    scene("car.obj", "v 0 0 0\n");
+    EXPECT_EQ(run("car.obj"), 3);
+    EXPECT_TRUE(says("a model in another format")) << output;
 }
 
 TEST_F(Command, FindsUnwritablePathsBeforeRendering) {
@@ -126,6 +132,14 @@ TEST_F(Command, WritesListsAndPrintsThePicture) {
     EXPECT_TRUE(says("shot.0001.exr\n") && says("beauty") && says("depth.Z")) << output;
     ASSERT_EQ(run("a.mi --pixel 8,4"), 0);
     EXPECT_TRUE(says("depth                          4\n")) << output;
+    EXPECT_EQ(run("a.mi --pixel 16,0"), 2);
+    EXPECT_TRUE(says("--pixel 16,0 is outside the picture: the picture has 16x8 pixels")) << output;
+    EXPECT_EQ(run("a.mi --window 0 8 3 9"), 2);
+    EXPECT_TRUE(says("is outside the picture")) << output;
+    EXPECT_EQ(run("a.mi --window 8 0 20 9 -o cut.exr"), 0);
+    EXPECT_TRUE(says("is cut")) << output;
+    ASSERT_EQ(run("a.mi --png-layers new/folder.#"), 0) << output;
+    EXPECT_TRUE(exists("new/folder.1/main.png"));
     ASSERT_EQ(run("a.mi --size 4x2 --window 1 0 2 0 -o w.exr"), 0);
     EXPECT_FALSE(says("has another shape")) << output;
     ASSERT_EQ(run("a.mi --size 4x4 -o oblong.exr"), 0);
@@ -150,8 +164,10 @@ TEST_F(Command, RendersFrameRanges) {
     ASSERT_EQ(run("two.mi -o t.exr"), 0);
     EXPECT_TRUE(exists("t.exr") && exists("t.0005.exr")); // neither picture is lost
     EXPECT_TRUE(says("put ####"));
-    ASSERT_EQ(run("two.mi --frames 9"), 0);
-    EXPECT_TRUE(says("none of the scene's frames"));
+    EXPECT_EQ(run("two.mi --frames 9"), 2);
+    EXPECT_TRUE(says("nothing was rendered: --frames asks for 9, but the scene has 1,5")) << output;
+    EXPECT_EQ(run("two.mi --frames 5-8"), 0);
+    EXPECT_TRUE(says("also asks for 6-8, but the scene has 1,5")) << output;
 }
 
 TEST_F(Command, GivesTheSameFileForAnyNumberOfThreads) {
@@ -303,6 +319,38 @@ TEST_F(Command, ChecksASceneWithItsMasksAndRendersNothing) {
     EXPECT_EQ(run("bad.mi --check"), 3);
     EXPECT_TRUE(says("nowhere.tif")) << output;
     EXPECT_EQ(directory.fileCount(), 2u);
+}
+
+TEST_F(Command, SaysOnceWhatAShaderSaysForEverySampleAndWhatToDo) {
+    scene("lit.mi", "link \"orca.so\"\n$include <orca.mi>\n" + std::string(grayCard) + R"(
+shader "red" "orcaVelaLambert" ( "color" 0.6 0.2 0.1 1 )
+material "red_mtl" "orcaVelaShadingEngine" ( "surfaceShader" "red" ) end material
+incremental instance "card_inst" material "red_mtl" end instance
+)" + renderIt);
+    EXPECT_EQ(run("lit.mi"), 1);
+    EXPECT_TRUE(says("vela_shadingengine(): Internal state error.") && says("more times)")) << output;
+    EXPECT_TRUE(says("add state \"velaBaseState\" ( )")) << output;
+    EXPECT_LT(std::count(output.begin(), output.end(), '\n'), 6) << output;
+}
+
+TEST_F(Command, RefusesPassBlocksWhoseCountsAreNotThoseOfTheRecords) {
+    const auto withCount = [&](const char* count) {
+        return "link \"orca.so\"\n$include <orca.mi>\n"
+               "data \"passes\" \"orcaFrameBufferData\" (\n"
+               "    \"FrameBufferTypeCounts\" [ " +
+               std::string(count) +
+               ", 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, "
+               "0, 0, 0, 0 ],\n"
+               "    \"frameBufferInfo\" [ { \"frameBufferName\" \"main\" } ] ) end data\n" +
+               grayCard + "incremental camera \"cam\" data \"passes\" end camera\n" + renderIt;
+    };
+    scene("one.mi", withCount("1"));
+    EXPECT_EQ(run("one.mi"), 0) << output;
+    for (const char* count : {"0", "2"}) {
+        scene("other.mi", withCount(count));
+        EXPECT_EQ(run("other.mi"), 3) << output;
+        EXPECT_TRUE(says("other.mi:3:") && says("but \"frameBufferInfo\" has 1 record;")) << output;
+    }
 }
 
 TEST_F(Command, StopsWhenAskedAndLeavesNoHalfFile) {
