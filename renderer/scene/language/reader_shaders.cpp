@@ -51,8 +51,10 @@ miTag Reader::readShaderList(const ShaderUse& use, std::vector<miTag>* members) 
     while (atShader()) {
         const SourceLocation location = locationOf(peek());
         const miTag shader = readShader(use, existing);
-        if (const auto* before = database_.find<FunctionElement>(existing)) {
+        if (auto* before = database_.find<FunctionElement>(existing)) {
             existing = before->function()->next_function;
+            // An edited member takes its new place without those that followed it in the old list.
+            if (shader == before->tag) before->function()->next_function = miNULLTAG;
         }
         if (!shader) continue;
         if (members) members->push_back(shader);
