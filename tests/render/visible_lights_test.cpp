@@ -70,6 +70,32 @@ TEST(VisibleLights, HideWhatIsBehindAndAreHiddenByWhatIsBefore) {
     EXPECT_NEAR(picture.pixel("main", 1, 8).r, 0.2f, 1e-5f);
 }
 
+/// With decay a lamp looks the same from anywhere: as bright as its light on a white surface right before it.
+TEST(VisibleLights, ShowTheirRadianceFromAnyDistance) {
+    struct Lamp {
+        const char* shape;
+        float radiance; ///< of intensity 3
+    };
+    const float pi = 3.14159265f;
+    const Lamp lamps[] = {{"disc 0 0 1 0.5", 3.0f}, // decay does not brighten
+                          {"disc 0 0 1 1.5", 3.0f / 2.25f},
+                          {"sphere 1.5", 3.0f / 2.25f},
+                          {"rectangle 3 0 0 0 2 0", 3.0f * pi / 6.0f},
+                          {"cylinder 0 3 0 1", 3.0f * pi / 6.0f}};
+    for (const Lamp& lamp : lamps)
+        for (const float distance : {5.0f, 40.0f}) {
+            TestScene scene;
+            scene.camera = fmt::format("transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 {} 1", -distance);
+            scene.contents = fmt::format(
+                "light \"lamp\" \"orcaVelaPointLight\" ( \"intensity\" 3, \"decayRate\" 2 ) origin 0 0 0 "
+                "{} visible end light\ninstance \"lamp_inst\" \"lamp\" end instance\n",
+                lamp.shape);
+            scene.members = {"lamp_inst"};
+            const RenderedScene picture(scene.text());
+            EXPECT_NEAR(picture.pixel("main", 8, 8).r, lamp.radiance, 1e-5f) << lamp.shape << distance;
+        }
+}
+
 TEST(VisibleLights, AreSeenInMirrorsAndThroughGlassUnlessTheyAreNotVisible) {
     const auto seen = [](const std::string& material, const std::string& flag, float lightZ) {
         TestScene scene;

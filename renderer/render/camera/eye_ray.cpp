@@ -86,6 +86,7 @@ miBoolean traceEye(miColor& result, miState* state, const miVector& origin, cons
     state->dist = child->dist;
     state->motion = child->motion;
     state->instance = child->instance;
+    state->light_instance = child->light_instance;
     return delivered;
 }
 

@@ -55,7 +55,7 @@ void setHit(const RenderContext& context, DerivedState& child, const geometry::R
 
 void setMiss(miState& state) {
     state.dist = 0.0;
-    state.instance = miNULLTAG;
+    state.instance = state.light_instance = miNULLTAG;
     state.material = miNULLTAG;
     state.refraction_volume = miNULLTAG;
     state.label = 0;

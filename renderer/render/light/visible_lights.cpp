@@ -4,7 +4,9 @@
 #include "render/context/surface_state.h"
 
 #include <cmath>
+#include <numbers>
 #include <optional>
+#include <utility>
 
 namespace orca::render {
 
@@ -114,6 +116,51 @@ std::optional<ShapeHit> intersect(const LightSpaceRay& ray, const miLight& light
     }
 }
 
+/// Area of the parallelogram that two directions of light space span, in internal space.
+float areaInternal(miVector a, miVector b, const miTransform& place) {
+    mi_vector_transform(&a, &a, place.local_to_global);
+    mi_vector_transform(&b, &b, place.local_to_global);
+    miVector normal;
+    mi_vector_prod(&normal, &a, &b);
+    return mi_vector_norm(&normal);
+}
+
+/// Any two directions of unit length that are perpendicular to the axis and each other.
+std::pair<miVector, miVector> across(const miVector& axis) {
+    miVector unit = axis, u, v;
+    mi_vector_normalize(&unit);
+    const miVector helper = std::abs(unit.x) < 0.5f ? miVector{1.0f, 0.0f, 0.0f} : miVector{0.0f, 1.0f, 0.0f};
+    mi_vector_prod(&u, &unit, &helper);
+    mi_vector_normalize(&u);
+    mi_vector_prod(&v, &unit, &u);
+    return {u, v};
+}
+
+/// Distance at which a light shader that decays with the square of it gives the lamp's radiance: the radius r
+/// of a disc that is as large as the shape looks from its front. A lamp of radiance L lights a white surface
+/// at a large distance d to L r^2 / d^2, which is the shader's I / d^2, so L is I / r^2: the shader's light
+/// at the distance r. It is that from anywhere, as radiance is the same along a ray.
+float radianceDistance(const miLight& light, const miTransform& place) {
+    constexpr float pi = std::numbers::pi_v<float>;
+    const miVector axes[] = {{1.0f, 0.0f, 0.0f}, {0.0f, 1.0f, 0.0f}, {0.0f, 0.0f, 1.0f}};
+    switch (light.area) {
+    case miLIGHT_RECTANGLE: return std::sqrt(areaInternal(light.edge_u, light.edge_v, place) / pi);
+    case miLIGHT_DISC: {
+        const auto [u, v] = across(light.axis);
+        return light.radius * std::sqrt(areaInternal(u, v, place));
+    }
+    case miLIGHT_CYLINDER: { // as wide as two radii, from the side
+        const auto [u, v] = across(light.axis);
+        return std::sqrt(2.0f * light.radius * areaInternal(u, light.axis, place) / pi);
+    }
+    default: // a sphere; of a stretched one the mean of three views
+        return light.radius *
+               std::sqrt((areaInternal(axes[0], axes[1], place) + areaInternal(axes[1], axes[2], place) +
+                          areaInternal(axes[2], axes[0], place)) /
+                         3.0f);
+    }
+}
+
 } // namespace
 
 bool findVisibleLight(const Frame& frame, const geometry::Ray& ray, float limit, LightHit& hit) {
@@ -147,7 +194,7 @@ miBoolean shadeVisibleLight(RenderContext& context, DerivedState& child, const L
     setMiss(state);
     state.point = {state.org.x + hit.distance * state.dir.x, state.org.y + hit.distance * state.dir.y,
                    state.org.z + hit.distance * state.dir.z};
-    state.dist = hit.distance;
+    state.dist = radianceDistance(*hit.light->light, hit.light->record->tf);
     state.normal = hit.normal;
     if (mi_vector_dot(&state.normal, &state.dir) > 0.0f) mi_vector_neg(&state.normal);
     state.normal_geom = state.normal;
@@ -156,7 +203,10 @@ miBoolean shadeVisibleLight(RenderContext& context, DerivedState& child, const L
     child.textureCoordinates[0] = {0.0f, 0.0f, 0.0f};
     state.tex_list = child.textureCoordinates.data();
     ++context.counts.lightCalls;
-    return context.runtime.call(&result, miSHADER_LIGHT, &state, hit.light->light->shader);
+    const miBoolean delivered =
+        context.runtime.call(&result, miSHADER_LIGHT, &state, hit.light->light->shader);
+    state.dist = hit.distance; // again what it is, for volumes
+    return delivered;
 }
 
 } // namespace orca::render

@@ -17,7 +17,9 @@ struct LightHit {
 /// transparency rays hit lights; gather rays and shadow rays do not, because lights are sampled directly.
 [[nodiscard]] bool findVisibleLight(const Frame& frame, const geometry::Ray& ray, float limit, LightHit& hit);
 
-/// Calls the light's shader on the ray's state, with the ray's own type.
+/// Calls the light's shader on the ray's state, with the ray's own type. While it runs `dist` is not the
+/// length of the ray but the distance at which a light that decays with its square shows the lamp's radiance,
+/// so that a lamp looks as bright from far as from near.
 miBoolean shadeVisibleLight(RenderContext& context, DerivedState& child, const LightHit& hit,
                             miColor& result);
 
