@@ -82,6 +82,10 @@ std::vector<std::string> passNames(const std::vector<std::string>& lists) {
                 add(pass.name);
             continue;
         }
+        if (name == "components") {
+            for (const std::string_view component : componentPasses()) add(component);
+            continue;
+        }
         if (!findPass(name)) {
             const std::string nearest = nearestPassName(name);
             throw CLI::ValidationError(
@@ -185,7 +189,8 @@ void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     const std::string group = "Picture";
     app.add_option("--passes", raw.passes,
                    "layers to make on a scene that sets up none: a list with commas; \"all\" means the "
-                   "materials' passes, \"utility\" those of geometry")
+                   "materials' passes, \"utility\" those of geometry, \"components\" those that add up to "
+                   "the picture")
         ->group(group)
         ->type_name("LIST");
     app.add_flag("--list-passes", command.listsPasses, "print the passes that there are")->group(group);

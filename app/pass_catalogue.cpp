@@ -27,6 +27,11 @@ constexpr std::array<PassDescription, PASS_TYPE_COUNT> material = [] {
     return passes;
 }();
 
+/// The layers that add up to the picture.
+constexpr std::string_view components[] = {"ambient",       "diffuse",     "specular",
+                                           "incandescence", "reflection",  "refraction",
+                                           "indirect",      "environment", "lamps"};
+
 constexpr PassDescription utility[] = {
     {"ambientOcclusion", -1, color, 0, "how open a point lies: 1 free, 0 closed in",
      "orcaPassAmbientOcclusion", ""},
@@ -45,6 +50,10 @@ constexpr PassDescription utility[] = {
     {"normalObject", -1, "n", 0, "shading normal, object space, not unit under a scaled instance",
      "orcaPassNormal", ", \"space\" 2"},
     {"normalWorld", -1, "n", 0, "shading normal, world space", "orcaPassNormal", ", \"space\" 0"},
+    {"environment", -1, color, 0, "what is seen where no surface is, and through surfaces",
+     "orcaPassBackground", ", \"source\" 0", true},
+    {"lamps", -1, color, 0, "area lights that are seen themselves", "orcaPassBackground", ", \"source\" 1",
+     true},
     {"label", -1, "tag", 0, "label (tag) of the instance or object", "", ""},
 };
 
@@ -56,6 +65,10 @@ std::span<const PassDescription> materialPasses() {
 
 std::span<const PassDescription> utilityPasses() {
     return utility;
+}
+
+std::span<const std::string_view> componentPasses() {
+    return components;
 }
 
 const PassDescription* findPass(std::string_view name) {

@@ -16,12 +16,15 @@ struct PassDescription {
     std::string_view meaning;    ///< one line for people
     std::string_view shader{};   ///< utility shader that fills it; without one and a type the renderer does
     std::string_view settings{}; ///< the shader's parameters beyond its indices, in the scene language
+    bool ofState = false;        ///< a state shader, which has no contributionIndex; else one of materials
 };
 
 /// The passes that materials write, by type.
 [[nodiscard]] std::span<const PassDescription> materialPasses();
 /// Passes of geometry: depth, normals, motion and the like.
 [[nodiscard]] std::span<const PassDescription> utilityPasses();
+/// Names of the layers that add up to the picture.
+[[nodiscard]] std::span<const std::string_view> componentPasses();
 /// Null for an unknown name.
 [[nodiscard]] const PassDescription* findPass(std::string_view name);
 /// The name that was most likely meant; empty when none is close.

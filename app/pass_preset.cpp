@@ -20,6 +20,7 @@ constexpr const char* frameBufferStateName = "orca:preset:framebuffers";
 constexpr const char* lensName = "orca:preset:lens";
 constexpr const char* shadowName = "orca:preset:shadow";
 constexpr const char* utilityName = "orca:preset:utility";
+constexpr const char* utilityStateName = "orca:preset:utilityState";
 constexpr const char* additiveParameter = "additivePasses"; // of velaBaseState
 constexpr int everyLevel = 1000;                            // deeper than any trace depth
 
@@ -108,20 +109,28 @@ bool PassPreset::defineShaders() {
     return scene_.parseText(std::move(text), "<passes>", options_, callbacks_);
 }
 
-/// The shaders of the utility passes: one list, which is appended to the list of every material.
+/// The shaders of the utility passes: one list, which is appended to the list of every material, and one of
+/// state shaders.
 std::string PassPreset::utilityShadersText() const {
     const auto isMaterialPass = [](const std::string& name) { return findPass(name)->type >= 0; };
     // Utility passes follow the material passes in object masks.
     auto bit = std::count_if(names_.begin(), names_.end(), isMaterialPass);
     int index = 0;
-    std::string list;
+    std::string list, states;
     for (const std::string& name : names_) {
         const PassDescription& pass = *findPass(name);
         if (pass.shader.empty()) continue;
+        if (pass.ofState) {
+            states += fmt::format("    \"{}\" ( \"passIndex\" {}{} )\n", pass.shader, index++, pass.settings);
+            continue;
+        }
         list += fmt::format("    \"{}\" ( \"passIndex\" {}, \"contributionIndex\" {}{} )\n", pass.shader,
                             index++, bit++, pass.settings);
     }
-    return list.empty() ? list : fmt::format("shader \"{}\"\n{}", utilityName, list);
+    std::string text;
+    if (!list.empty()) text += fmt::format("shader \"{}\"\n{}", utilityName, list);
+    if (!states.empty()) text += fmt::format("shader \"{}\"\n{}", utilityStateName, states);
+    return text;
 }
 
 bool PassPreset::prepareCamera(scene::CameraElement& camera) {
@@ -142,7 +151,7 @@ bool PassPreset::prepareCamera(scene::CameraElement& camera) {
         statement.name = name;
         statement.datatype = std::string(pass.datatype);
         statement.user = pass.type >= 0 || !pass.shader.empty();
-        statement.useopacity = pass.type >= 0; // so that layers add up in rasterizer mode too
+        statement.useopacity = pass.type >= 0 || pass.ofState; // so that layers add up in rasterizer mode too
         buffers.push_back(std::move(statement));
         added.push_back(name);
     }
@@ -177,6 +186,7 @@ void PassPreset::prepareOptions(scene::OptionsElement& options) {
     }
     if (!listHolds(list, "orcaFrameBufferState"))
         list = scene::appendShaders(database, list, database.named(frameBufferStateName));
+    list = scene::appendShaders(database, list, database.named(utilityStateName));
     ++options.revision;
     text_.addOptions(options);
 }

@@ -18,6 +18,15 @@ std::string framebufferText(const scene::FramebufferDefinition& buffer) {
     return text + "\n";
 }
 
+/// The one parameter of a shader of the scene that may have been changed.
+bool addsUp(const scene::FunctionElement& shader) {
+    const auto& parameters = shader.declaration->parameters;
+    const scene::Parameter* const parameter = scene::findParameter(parameters, "additivePasses");
+    if (!parameter) return false;
+    const scene::Value& value = shader.values[static_cast<std::size_t>(parameter - parameters.data())];
+    return value.kind == scene::Value::Kind::Literal && value.words.front() != 0;
+}
+
 } // namespace
 
 /// A member without a name is repeated without parameters: an incremental statement leaves those as they are.
@@ -28,7 +37,9 @@ std::string PassPresetText::listText(miTag first) const {
     for (const miTag tag : scene::shaderList(database_, first)) {
         const auto& shader = *database_.find<scene::FunctionElement>(tag);
         if (!shader.name.empty()) text += fmt::format(" = \"{}\"", shader.name);
-        else if (!named) text += fmt::format(" \"{}\" ( )", shader.declaration->name);
+        else if (!named)
+            text += fmt::format(" \"{}\" ({} )", shader.declaration->name,
+                                addsUp(shader) ? " \"additivePasses\" on" : "");
         named = named || !shader.name.empty();
     }
     return text;
@@ -51,6 +62,11 @@ void PassPresetText::addOptions(const scene::OptionsElement& options) {
         std::any_of(list.begin(), list.end(), [&](miTag tag) { return database_.get(tag)->name.empty(); });
     if (startsNamed && hasOthers)
         changes_ += "# The scene's own state shaders belong into this list, with their parameters.\n";
+    for (const miTag tag : list)
+        if (const auto& shader = *database_.find<scene::FunctionElement>(tag);
+            !shader.name.empty() && addsUp(shader))
+            changes_ += fmt::format("incremental shader \"{}\" \"{}\" ( \"additivePasses\" on )\n",
+                                    shader.name, shader.declaration->name);
     changes_ += fmt::format("incremental options \"{}\"\n    state{}\nend options\n", options.name,
                             listText(options.options.state_func));
 }

@@ -81,6 +81,7 @@ miBoolean beginSample(miState* state) {
     vela->uncovered = BLACK;
     vela->plateState = nullptr;
     vela->imagePlanes = {BLACK, WHITE, WHITE};
+    vela->background = {BLACK, BLACK};
     vela->transparencySum = BLACK;
     vela->opacitySum = BLACK;
     vela->transparencyCount = 0;

@@ -52,6 +52,13 @@ struct ImagePlaneSums {
     miColor openness;     ///< red: 0 once a plane lets nothing through; the other channels are unused
 };
 
+/// What a sample shows of things that are no surfaces, through the layers in front of them. Alpha: the share
+/// of the sample that they take.
+struct BackgroundSums {
+    miColor environment; ///< image planes too
+    miColor lamps;       ///< area lights that are visible themselves
+};
+
 /// One per rendering thread. "Owner" names the writer of a field; every shader may read it.
 struct VelabaseState {
     // Limits and tuning. Owner: the base state shader, from its parameters.
@@ -103,6 +110,7 @@ struct VelabaseState {
     miColor transparencyAccumBehind; ///< pass-through hits: cleared
     VelaStack depthStack;            ///< of DepthStackEntry
     ImagePlaneSums imagePlanes;      ///< Owner: the image planes
+    BackgroundSums background;       ///< Owner: whoever traces the ray: lens, shading engine, image planes
 
     // The light being sampled. Owner: the materials reset it, the lights fill it.
     LightData lightData;

@@ -134,6 +134,14 @@ void accumulateBackgroundToParent(const miState* state, const PassRecords& passe
         }
 }
 
+void noteBackground(const miState* state, const miState* end, VelabaseState& vela,
+                    const miColor& background) {
+    if (traceLevel(state) != 0 || !end || end->instance != miNULLTAG) return;
+    const miColor& transmission = vela.layerTransmission;
+    miColor& sum = end->light_instance == miNULLTAG ? vela.background.environment : vela.background.lamps;
+    sum += withAlpha(transmission * background, luminance(transmission) * background.a);
+}
+
 SavedSlots::SavedSlots(const miState* state, const PassRecords& passes)
     : passes_(passes), level_(traceLevel(state)), held_(passes, "orcaLevelSlots", __LINE__), restore_(held_) {
     if (!held_) return;

@@ -69,6 +69,11 @@ void addTraced(miState* state, VelabaseState& vela, const PassRecords& passes, b
 /// for an eye ray.
 void accumulateBackgroundToParent(const miState* state, const PassRecords& passes, const miColor& background);
 
+/// Adds what an eye ray or its straight continuation returned without meeting a surface to the sample's
+/// background. Deeper levels are part of the surface that reflects or refracts them.
+/// @param end of the ray; what a shader of another library shades there is no background
+void noteBackground(const miState* state, const miState* end, VelabaseState& vela, const miColor& background);
+
 /// Saves the level's slots and restores them when the scope ends, so that what is shaded meanwhile leaves no
 /// pass value.
 class SavedSlots {

@@ -71,6 +71,7 @@ public:
         slots.showBehind(WHITE, false);
         if (vela.surfacesShaded == shadedBefore) {
             accumulateBackgroundToParent(state, passes, seen);
+            noteBackground(state, state->child, vela, seen);
             if (handsUp_) ++vela.surfacesShaded;
         }
         return found;
@@ -92,6 +93,13 @@ public:
         --state->refraction_level;
         if (state->refraction_volume == miNULLTAG) state->refraction_volume = state->volume;
         return mi_trace_transparent(&seen, state);
+    }
+
+    /// The plane's own picture is background.
+    void notePicture(const miColor& picture) {
+        if (traceLevel(state) != 0) return;
+        const miColor& transmission = vela.layerTransmission;
+        vela.background.environment += withAlpha(transmission * picture, luminance(transmission) * picture.a);
     }
 
     void accumulatePictureToParent(const miColor& opacity) {
@@ -135,6 +143,7 @@ public:
         if (parameterValue(state, record, &P::sourceKind) != 0) {
             *result = withAlpha(parameterValue(state, record, &P::imageColor), 1.0f);
             vela->imagePlanes = {WHITE, BLACK, BLACK};
+            hit.notePicture(*result);
         } else {
             showTexture(*result, opacity, hit, record, mode);
         }
@@ -201,6 +210,7 @@ private:
         ImagePlaneSums& sums = hit.vela.imagePlanes;
         if (alpha > 1.0f - VELA_EPS) {
             result.a = 1.0f;
+            hit.notePicture(result);
             if (inOpacityMode(state)) {
                 mi_opacity_set(state, &WHITE);
             } else {
@@ -211,11 +221,14 @@ private:
             return;
         }
         result = withAlpha(result * alpha, alpha);
+        hit.notePicture(result);
         if (inOpacityMode(state)) {
             opacity = grey(alpha, alpha);
             mi_opacity_set(state, &opacity);
             return;
         }
+        const Restored<miColor> layers(hit.vela.layerTransmission);
+        hit.vela.layerTransmission *= 1.0f - alpha;
         result += hit.behind(1.0f - alpha, writesPasses()) * (1.0f - alpha);
         sums.coverage += (WHITE - sums.coverage) * result.a;
         sums.transmission *= 1.0f - alpha;

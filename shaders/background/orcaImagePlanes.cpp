@@ -7,6 +7,7 @@
 #include "orcaVelaState.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -67,6 +68,8 @@ miBoolean shade(miColor& result, KeptHit& hit, miState* state) {
     if (!material || material->shader == miNULLTAG) return miFALSE;
     const PassRecords passes(state);
     const SavedSlots slots(state, passes);
+    std::optional<Restored<BackgroundSums>> background;
+    if (VelabaseState* const vela = velabaseState(state)) background.emplace(vela->background);
     hit.state.type = miRAY_EYE;
     hit.state.parent = state->parent;
     hit.state.rast_compose = miFALSE;

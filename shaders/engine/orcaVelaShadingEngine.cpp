@@ -168,8 +168,10 @@ void continueThrough(miColor& color, miState* state, VelabaseState& vela, const 
         vela.continueRay ? mi_trace_continue(&behind, state) : mi_trace_transparent(&behind, state);
     if (!found) behind = BLACK;
     state->refraction_level = level.before();
-    if (vela.additivePasses && vela.surfacesShaded == shadedBefore)
-        accumulateBackgroundToParent(state, passes, behind);
+    if (vela.surfacesShaded == shadedBefore) {
+        if (vela.additivePasses) accumulateBackgroundToParent(state, passes, behind);
+        noteBackground(state, state->child, vela, behind);
+    }
 
     color = {color.r + transmission.r * behind.r, color.g + transmission.g * behind.g,
              color.b + transmission.b * behind.b, color.a + (1.0f - color.a) * behind.a};

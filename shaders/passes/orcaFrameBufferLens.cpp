@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaFrameBufferLookup.h"
+#include "orcaLevelSlots.h"
+#include "orcaVelaState.h"
 
 #include <shader.h>
 
@@ -25,7 +27,9 @@ ORCA_EXPORT int orcaFrameBufferLens_version(void) {
 
 ORCA_EXPORT miBoolean orcaFrameBufferLens(miColor* result, miState* state, void*) {
     const miBoolean delivered = mi_trace_eye(result, state, &state->org, &state->dir);
-    if (delivered && state->instance == miNULLTAG) writeBackground(state, *result);
+    if (!delivered || state->instance != miNULLTAG) return delivered;
+    writeBackground(state, *result);
+    if (VelabaseState* const vela = velabaseState(state)) noteBackground(state, state, *vela, *result);
     return delivered;
 }
 

@@ -158,6 +158,63 @@ TEST(UtilityPasses, CoverageOfAnEdgeIsTheShareOfThePixel) {
     EXPECT_EQ(picture.pixel("coverage", 4, 8).r, 0.0f);
 }
 
+TEST(UtilityPasses, EnvironmentAndLampsCloseTheSumOnEveryPixel) {
+    const std::vector<std::string> components{"ambient",    "diffuse",    "specular", "incandescence",
+                                              "reflection", "refraction", "indirect"};
+    for (const std::string scanline : {"", "scanline rapid\n"}) {
+        TestScene scene;
+        scene.samples = "2 2"; // edges too
+        scene.extraOptions = scanline;
+        const std::string blended = "\"shadowed\" on, \"weightByOpacity\" on", plain = "\"shadowed\" on";
+        scene.passes = components;
+        scene.passFlags = {blended, blended, plain, plain, plain, plain, blended};
+        for (const char* layer : {"environment", "lamps"})
+            scene.cameraStatements += fmt::format(
+                "framebuffer \"{}\" datatype \"rgba_fp\" user on filtering on useopacity on\n", layer);
+        scene.cameraStatements += "environment \"velaEnvironmentLatLong\" ( \"horizon\" 0.5 0.25 1 1 )\n";
+        const std::string film = "\"color\" 0.3 0.6 0.2 1, \"incandescence\" 0.1 0 0 1, "
+                                 "\"transparency\" 0.6 0.5 0.4 1";
+        scene.contents =
+            pointLight("key", "\"intensity\" 1, \"decayRate\" 0", 1, 2, 9) +
+            "light \"lamp\" \"orcaVelaPointLight\" ( \"intensity\" 2, \"decayRate\" 2 ) origin 0 0 0 sphere "
+            "0.8 "
+            "visible end light\ninstance \"lamp_inst\" \"lamp\" transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 2 1 "
+            "end "
+            "instance\n" +
+            surface("mirror", "orcaVelaPhong", "\"reflectivity\" 0.5, \"specularColor\" 0.6 0.6 0.6 1") +
+            lambert("m", film) + lambert("glass", film + ", \"refractionsOn\" on, \"refractiveIndex\" 1.1") +
+            card("near", "m", -0.7f, 0.1f, 2, 0.63f) + card("far", "m", -0.3f, -0.2f, 1, 0.68f) +
+            card("pane", "glass", 1.2f, -1.2f, 1.5f, 0.41f) + card("shiny", "mirror", 1.3f, 1.1f, 0, 0.57f);
+        scene.members = {"key_inst", "lamp_inst", "near", "far", "pane", "shiny"};
+        scene.contents +=
+            "incremental data \"cam:fbdata\" \"orcaFrameBufferData\" ( "
+            "\"nonMaterialFrameBuffers\" [ \"environment\", \"lamps\" ] ) end data\n"
+            "incremental options \"opt\" state \"velaBaseState\" ( \"additivePasses\" on ) "
+            "\"orcaFrameBufferState\" ( )\n"
+            "\"orcaPassBackground\" ( \"passIndex\" 0 ) \"orcaPassBackground\" ( \"passIndex\" 1, "
+            "\"source\" 1 ) end options\n";
+        const RenderedScene picture(scene.text());
+        ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+        for (int y = 0; y < picture.height(); ++y)
+            for (int x = 0; x < picture.width(); ++x) {
+                const miColor environment = picture.pixel("environment", x, y),
+                              lamps = picture.pixel("lamps", x, y), seen = picture.pixel("main", x, y);
+                miColor sum{environment.r + lamps.r, environment.g + lamps.g, environment.b + lamps.b, 0};
+                for (const std::string& name : components) {
+                    const miColor layer = picture.pixel(name, x, y);
+                    sum = {sum.r + layer.r, sum.g + layer.g, sum.b + layer.b, 0};
+                }
+                EXPECT_NEAR(sum.r, seen.r, 1e-5f) << scanline << x << ' ' << y;
+                EXPECT_NEAR(sum.g, seen.g, 1e-5f) << scanline << x << ' ' << y;
+                EXPECT_NEAR(sum.b, seen.b, 1e-5f) << scanline << x << ' ' << y;
+            }
+        EXPECT_EQ(picture.pixel("environment", 0, 15).b, 1.0f);         // the open sky ...
+        EXPECT_NEAR(picture.pixel("environment", 3, 7).b, 0.4f, 1e-5f); // ... behind one film
+        EXPECT_NEAR(picture.pixel("lamps", 10, 8).r, 2.0f, 1e-5f);
+        EXPECT_NEAR(picture.pixel("lamps", 6, 8).r, 2.0f * 0.36f, 1e-5f); // behind two
+    }
+}
+
 TEST(UtilityPasses, OcclusionInACornerIsTheViewFactorOfTheWall) {
     // A floor point at distance d from an endless wall of height h sees it cover (1 - d / sqrt(d^2 + h^2))
     // / 2.
