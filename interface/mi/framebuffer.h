@@ -50,7 +50,7 @@ protected:
     ~Framebuffer() = default;
 };
 
-/// Root object of the C++ half of the interface; give it back with `release`.
+/// Root object of the C++ half of the interface; `release` it after use.
 class Interface {
 public:
     virtual void release() = 0;
@@ -71,54 +71,39 @@ namespace shader = shader_v3;
 } // namespace mi
 
 extern "C" {
-/// The interface object; null for a version that this renderer does not speak.
+/// The interface object; null for a version that this renderer does not implement.
 mi::shader_v3::Interface* mi_get_shader_interface(int version = 3);
 }
 
 namespace mi {
 namespace shader_v3 {
 
-/// Read access to a collection for the object's lifetime.
-class Access_fb {
+/// A collection, for the object's lifetime; empty for a tag that is none.
+template <class Collection, Collection* (Interface::*open)(miTag)>
+class Framebuffer_access {
 public:
-    explicit Access_fb(miTag collection)
+    explicit Framebuffer_access(miTag collection)
         : interface_(mi_get_shader_interface()),
-          framebuffers_(interface_ ? interface_->getFramebuffers(collection) : nullptr) {}
-    ~Access_fb() {
+          framebuffers_(interface_ ? (interface_->*open)(collection) : nullptr) {}
+    ~Framebuffer_access() {
         if (framebuffers_) interface_->releaseFramebuffers(framebuffers_);
         if (interface_) interface_->release();
     }
-    Access_fb(const Access_fb&) = delete;
-    Access_fb& operator=(const Access_fb&) = delete;
+    Framebuffer_access(const Framebuffer_access&) = delete;
+    Framebuffer_access& operator=(const Framebuffer_access&) = delete;
 
-    const Framebuffer* operator->() const { return framebuffers_; }
+    Collection* operator->() const { return framebuffers_; }
     explicit operator bool() const { return framebuffers_ != nullptr; }
 
 private:
     Interface* interface_;
-    const Framebuffer* framebuffers_;
+    Collection* framebuffers_;
 };
 
-/// Edit access to a collection for the object's lifetime.
-class Edit_fb {
-public:
-    explicit Edit_fb(miTag collection)
-        : interface_(mi_get_shader_interface()),
-          framebuffers_(interface_ ? interface_->editFramebuffers(collection) : nullptr) {}
-    ~Edit_fb() {
-        if (framebuffers_) interface_->releaseFramebuffers(framebuffers_);
-        if (interface_) interface_->release();
-    }
-    Edit_fb(const Edit_fb&) = delete;
-    Edit_fb& operator=(const Edit_fb&) = delete;
-
-    Framebuffer* operator->() const { return framebuffers_; }
-    explicit operator bool() const { return framebuffers_ != nullptr; }
-
-private:
-    Interface* interface_;
-    Framebuffer* framebuffers_;
-};
+/// Read access.
+using Access_fb = Framebuffer_access<const Framebuffer, &Interface::getFramebuffers>;
+/// Access to change it.
+using Edit_fb = Framebuffer_access<Framebuffer, &Interface::editFramebuffers>;
 
 } // namespace shader_v3
 } // namespace mi

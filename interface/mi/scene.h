@@ -24,7 +24,7 @@ typedef enum miScene_type {
     miSCENE_USERDATA = 34
 } miScene_type;
 
-/// A shader instance: a declaration with parameter values. The ghost table lies `ghost_offs` bytes behind the
+/// A shader instance: a declaration with parameter values. The ghost table is `ghost_offs` bytes behind the
 /// parameters; a non-zero ghost word marks a connected parameter.
 typedef struct miFunction {
     int type;
@@ -47,7 +47,7 @@ typedef struct miFunction {
 #endif
 } miFunction; ///< the parameter block follows directly
 
-/// Where an instance stands.
+/// Placement of an instance.
 typedef struct miTransform {
     miTag function;
     miScalar time;
@@ -57,7 +57,7 @@ typedef struct miTransform {
     int id;
 } miTransform;
 
-/// A leaf of the scene graph: one element in one place.
+/// One element with its placement in the scene graph.
 typedef struct miInstance {
     miTransform tf;
     miMatrix motion_transform; ///< world to object at the end of the unit shutter

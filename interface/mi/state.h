@@ -85,7 +85,7 @@ typedef struct miState {
     // intersection
     miTag refraction_volume;
     miUint label;
-    miTag instance; ///< leaf instance; 0 when nothing was hit
+    miTag instance; ///< instance of the hit object; 0 when nothing was hit
     miTag light_instance;
     miScalar bary[4];
     miVector point;

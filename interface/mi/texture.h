@@ -12,7 +12,7 @@ miBoolean mi_lookup_color_texture(miColor* result, miState* state, miTag texture
 miBoolean mi_lookup_scalar_texture(miScalar* result, miState* state, miTag texture, miVector* coord);
 miBoolean mi_lookup_vector_texture(miVector* result, miState* state, miTag texture, miVector* coord);
 
-/// What lies beyond the edges of an image: `miTexfilter::wrap_u` and `wrap_v`.
+/// What is found beyond the edges of an image: `miTexfilter::wrap_u` and `wrap_v`.
 enum { miTEXWRAP_REPEAT = 0, miTEXWRAP_CLAMP = 1, miTEXWRAP_MIRROR = 2 };
 
 /// How a filtered look-up is done.
@@ -26,8 +26,8 @@ typedef struct miTexfilter {
 } miTexfilter;
 
 /// As `mi_lookup_color_texture` over the footprint that the matrix maps from screen to texture space: rows 0
-/// and 1 hold the change of (u, v) per pixel in x and y, row 3 the place. Filters whatever the texture's own
-/// statement says. `filter` null: bilinear, repeating.
+/// and 1 hold the change of (u, v) per pixel in x and y, row 3 the coordinate. Filters whatever the texture's
+/// own statement says. `filter` null: bilinear, repeating.
 miBoolean mi_lookup_filter_color_texture(miColor* result, miState* state, miTag texture, miTexfilter* filter,
                                          miMatrix screen_to_texture);
 

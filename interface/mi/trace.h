@@ -58,7 +58,7 @@ typedef struct miAo_options {
     miVector axis;      ///< axis of the hemisphere, any length
     miScalar spread;    ///< cosine of the half angle of the cone of rays; default 0, the hemisphere
     miScalar scale;     ///< of the occlusion, which stays at most 1; default 1
-    miScalar near_dist; ///< scene units; nearer things do not count; default 0
+    miScalar near_dist; ///< scene units; nearer surfaces do not count; default 0
     miScalar max_dist;  ///< scene units; nor do further ones; default unlimited
     int mode;           ///< one of miAO_*; default miAO_PLAIN
 } miAo_options;
