@@ -26,7 +26,12 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/archive)
 
-add_compile_options(-Wall -Wextra -Wshadow -Wpointer-arith)
+add_compile_options(-Wall -Wextra -Wshadow -Wpointer-arith -Wconversion)
+# Off by default: a newer compiler than ours may know more warnings, and must still build.
+option(ORCA_WERROR "take warnings for errors" OFF)
+if(ORCA_WERROR)
+    add_compile_options(-Werror)
+endif()
 # Contraction into fused operations would make results depend on the processor.
 add_compile_options(-ffp-contract=off)
 

@@ -158,7 +158,8 @@ TEST_F(EveryParameterType, StoresWhatTheSceneGivesInAnyOrder) {
     EXPECT_EQ(items[0].weights[0], 0.5f);
     EXPECT_EQ(items[1].id, 5);
     ASSERT_EQ(items[1].n_weights, 3);
-    for (int k = 0; k < 3; ++k) EXPECT_EQ(element(items[1].weights, items[1].i_weights, k), k + 1.0f);
+    for (int k = 0; k < 3; ++k)
+        EXPECT_EQ(element(items[1].weights, items[1].i_weights, k), static_cast<float>(k + 1));
     EXPECT_EQ(items[2].n_weights, 0);
 }
 

@@ -64,7 +64,8 @@ V3 turned(V3 n) {
 V3 rasterMotion(const Hit& hit) {
     const auto raster = [&](V3 p) {
         const V3 c = inCamera(p);
-        return V3{hit.width * hit.zoom * c.x / -c.z, hit.height * hit.zoom * hit.aspect * c.y / -c.z, 0};
+        const float width = static_cast<float>(hit.width), height = static_cast<float>(hit.height);
+        return V3{width * hit.zoom * c.x / -c.z, height * hit.zoom * hit.aspect * c.y / -c.z, 0};
     };
     V3 d = raster(hit.point + hit.motion) - raster(hit.point);
     if (hit.camera) d.x *= hit.aspect / (double(hit.width) / hit.height);
