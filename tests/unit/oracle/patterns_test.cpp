@@ -47,10 +47,10 @@ double table(int index) {
 }
 double noise2(double x, double y, bool slopeX = false, bool slopeY = false) {
     const Cell cx(x), cy(y);
+    const double *const inX = slopeX ? cx.slope : cx.weight, *const inY = slopeY ? cy.slope : cy.weight;
     double sum = 0;
     for (int i = 0; i < 9; ++i)
-        sum += (slopeX ? cx.slope : cx.weight)[i % 3] * (slopeY ? cy.slope : cy.weight)[i / 3] *
-               table(cx.index(i % 3) | cy.index(i / 3) << 5);
+        sum += inX[i % 3] * inY[i / 3] * table(cx.index(i % 3) | cy.index(i / 3) << 5);
     return 0.25 * sum;
 }
 double noise3(double x, double y, double z, const std::function<double(int)>& value = table) {
