@@ -27,6 +27,20 @@ sheet() {  # NAME SIZE COLUMNS LAYER...: layers of a scene side by side, each wi
     montage "${labelled[@]}" -tile "${columns}x" -geometry +4+4 -background white "$images/$name.png"
 }
 
+frames() {  # NAME SIZE COLUMNS FRAME:LAYER...: layers of single frames of a scene side by side
+    local name=$1 size=$2 columns=$3
+    shift 3
+    local labelled=() shown frame
+    for shown in "$@"; do
+        frame=${shown%%:*}
+        mkdir -p "$scratch/$frame"
+        "$render" "$root/scenes/$name.mi" --frames "$frame" --size "$size" -o "$scratch/$name.exr" --files layers \
+            --png-layers "$scratch/$frame"
+        labelled+=(-label "frame $frame" "$scratch/$frame/${shown#*:}.png")
+    done
+    montage "${labelled[@]}" -tile "${columns}x" -geometry +4+4 -background white "$images/$name.png"
+}
+
 strip() {  # NAME SIZE COLUMNS PARAMETER VALUE...: the scene's picture at each value of a parameter written in it
     local name=$1 size=$2 columns=$3 parameter=$4
     shift 4
@@ -59,3 +73,11 @@ picture layered_paint 640x300
 picture toon_map 480x270
 picture phenomena 480x200
 picture plate_composite 480x270 plateShadow reflection
+frames shadow_modes 320x180 2 1:main 3:main
+sheet pass_levels 240x135 3 main direct mirrored throughGlass pearMirrored pearRefracted
+frames render_modes 240x135 3 1:main 2:matte 3:main 4:main 5:main 6:main
+picture rasterizer 360x202
+sheet kept_buffers 240x135 3 main woodPlace grainDepth paintable cameraDepth
+picture image_planes 480x202
+picture hue_map 480x270
+picture lagoon 480x202

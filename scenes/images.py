@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Images of the example scenes, made by formulas: planks, bricks with their normals, dimples and a photo studio."""
+"""Images of the example scenes, made by formulas: planks, bricks with their normals, dimples, a photo studio and a sunset."""
 
 import math
+import struct
+import zlib
 
 from mesh import noise, smooth_step
 
@@ -15,6 +17,18 @@ def colour_image(width, height, colour):
     rows = [_bytes(channel for i in range(width) for channel in colour((i + 0.5) / width, 1 - (j + 0.5) / height))
             for j in range(height)]
     return b"P6 %d %d 255\n" % (width, height) + b"".join(rows)
+
+
+def alpha_image(width, height, colour):
+    """PNG of `colour(u, v) -> (r, g, b, alpha)`, v upwards, display values from 0 to 1, not premultiplied."""
+    def chunk(kind, data):
+        body = kind + data
+        return struct.pack(">I", len(data)) + body + struct.pack(">I", zlib.crc32(body))
+    rows = [_bytes(channel for i in range(width) for channel in colour((i + 0.5) / width, 1 - (j + 0.5) / height))
+            for j in range(height)]
+    header = struct.pack(">IIBBBBB", width, height, 8, 6, 0, 0, 0)
+    data = zlib.compress(b"".join(b"\0" + row for row in rows), 9)
+    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", data) + chunk(b"IEND", b"")
 
 
 def light_image(width, height, light):
@@ -101,6 +115,21 @@ def studio(u, v):
     return tuple(light)
 
 
+def sunset(u, v):
+    """A setting sun in bands; its glow fades out into the transparent border."""
+    x, y = 2 * u - 1, 2 * v - 1
+    distance = math.hypot(x, y)
+    disc = 1 - smooth_step(0.60, 0.62, distance)
+    gap = 0.10 - 0.13 * y  # share of a band that is open: none at the top, wide at the bottom
+    band = 1.0 if y > 0.15 else smooth_step(gap, gap + 0.06, abs((6 * y) % 1.0 - 0.5))
+    glow = 0.75 * (1 - smooth_step(0.3, 1.0, distance))
+    low, high, halo = (0.93, 0.20, 0.45), (1.0, 0.86, 0.35), (0.62, 0.18, 0.55)
+    t = smooth_step(-0.6, 0.6, y)
+    sun = disc * band
+    alpha = sun + (1 - sun) * glow
+    return (*(h + sun * (a + t * (b - a) - h) for a, b, h in zip(low, high, halo)), alpha)
+
+
 # file name -> its bytes
 CATALOGUE = {
     "planks.ppm": lambda: colour_image(512, 256, planks),
@@ -108,4 +137,5 @@ CATALOGUE = {
     "brick_normals.ppm": lambda: colour_image(512, 256, brick_normals),
     "dimples.ppm": lambda: colour_image(512, 256, dimples),
     "studio.hdr": lambda: light_image(512, 256, studio),
+    "sunset.png": lambda: alpha_image(256, 256, sunset),
 }
