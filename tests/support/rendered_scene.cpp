@@ -58,8 +58,8 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
 
 RenderedScene::~RenderedScene() = default;
 
-image::Layer RenderedScene::layer(const std::string& buffer) const {
-    for (const image::Layer& layer : result().layers())
+image::Layer RenderedScene::layer(const std::string& buffer, std::size_t picture) const {
+    for (const image::Layer& layer : result(picture).layers())
         if (layer.buffer->name == buffer) return layer;
     throw std::invalid_argument("the picture has no buffer \"" + buffer + "\"");
 }
@@ -73,7 +73,11 @@ int RenderedScene::height() const {
 }
 
 miColor RenderedScene::pixel(const std::string& buffer, int x, int y) const {
-    const image::Layer found = layer(buffer);
+    return pixel(results_.size() - 1, buffer, x, y);
+}
+
+miColor RenderedScene::pixel(std::size_t picture, const std::string& buffer, int x, int y) const {
+    const image::Layer found = layer(buffer, picture);
     const auto components = static_cast<std::size_t>(found.buffer->components);
     const std::size_t first =
         (static_cast<std::size_t>(y) * static_cast<std::size_t>(width()) + static_cast<std::size_t>(x)) *
@@ -91,7 +95,7 @@ std::uint32_t RenderedScene::label(const std::string& buffer, int x, int y) cons
 }
 
 std::vector<float> RenderedScene::words(const std::string& buffer) const {
-    return layer(buffer).words();
+    return layer(buffer, results_.size() - 1).words();
 }
 
 std::vector<std::string> RenderedScene::complaints() const {

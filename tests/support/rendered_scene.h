@@ -39,6 +39,7 @@ public:
     [[nodiscard]] int height() const;
     /// Pixel of a buffer, (0, 0) lower left; missing components are 0. Throws for an unknown buffer.
     [[nodiscard]] miColor pixel(const std::string& buffer, int x, int y) const;
+    [[nodiscard]] miColor pixel(std::size_t picture, const std::string& buffer, int x, int y) const;
     [[nodiscard]] std::uint32_t label(const std::string& buffer, int x, int y) const;
     [[nodiscard]] std::vector<float> words(const std::string& buffer) const;
 
@@ -48,7 +49,7 @@ public:
     [[nodiscard]] scene::Database& database() { return scene_.database(); }
 
 private:
-    [[nodiscard]] image::Layer layer(const std::string& buffer) const;
+    [[nodiscard]] image::Layer layer(const std::string& buffer, std::size_t picture) const;
 
     Log log_;
     scene::Scene scene_;
