@@ -37,7 +37,8 @@ TEST_P(VisibleLight, IsSeenInItsShape) {
     int covered = 0;
     for (int y = 0; y < 16; ++y)
         for (int x = 0; x < 16; ++x) {
-            const bool expected = GetParam().covers((x + 0.5f) / 4 - 2 - 0.25f, (y + 0.5f) / 4 - 2 + 0.5f);
+            const bool expected = GetParam().covers((static_cast<float>(x) + 0.5f) / 4 - 2 - 0.25f,
+                                                    (static_cast<float>(y) + 0.5f) / 4 - 2 + 0.5f);
             covered += expected;
             ASSERT_NEAR(picture.pixel("main", x, y).r, expected ? 0.5f : 0.0f, 1e-5f) << x << ' ' << y;
             ASSERT_NEAR(picture.pixel("beauty", x, y).r, picture.pixel("main", x, y).r, 1e-6f)
