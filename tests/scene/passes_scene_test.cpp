@@ -259,6 +259,9 @@ incremental camera "cam" framebuffer "depth" filtering on  resolution 64 32 end 
 incremental options "opt" samples 2 2 end options
 incremental instgroup "world" "cam_inst" "quadA" end instgroup
 incremental object "quad" group 0 0 0 1 0 0 1 1 0 v 0 v 1 v 2 c 0 1 2 end group end object
+shader "head" "stateInit" ( "pass" 1 )
+options "others" state = "head" "stateB" ( ) end options
+incremental shader "head" "stateInit" ( "pass" 2 )
 render "world" "cam_inst" "opt"
 )mi")) << text.errors();
     EXPECT_EQ(text.warnings(), "");
@@ -289,6 +292,9 @@ render "world" "cam_inst" "opt"
     const auto* quad = text.find<ObjectElement>("quad");
     EXPECT_EQ(quad->triangleCount(), 1u);
     EXPECT_TRUE(quad->object.visible);
+    const auto* head = text.find<FunctionElement>("head"); // keeps its place in the list
+    EXPECT_EQ(text.find<OptionsElement>("others")->options.state_func, head->tag);
+    EXPECT_NE(head->function()->next_function, miNULLTAG);
 }
 
 } // namespace

@@ -53,8 +53,10 @@ miTag Reader::readShaderList(const ShaderUse& use, std::vector<miTag>* members) 
         const miTag shader = readShader(use, existing);
         if (auto* before = database_.find<FunctionElement>(existing)) {
             existing = before->function()->next_function;
-            // An edited member takes its new place without those that followed it in the old list.
-            if (shader == before->tag) before->function()->next_function = miNULLTAG;
+            // An edited member takes its new place without those that followed it in the old list. A shader
+            // that is edited on its own keeps them.
+            if (shader == before->tag && (!use.editsNamed || atShader()))
+                before->function()->next_function = miNULLTAG;
         }
         if (!shader) continue;
         if (members) members->push_back(shader);
