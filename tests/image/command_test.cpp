@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "build_paths.h"
 #include "pictures.h"
 
 #include <OpenImageIO/imageio.h>
@@ -40,7 +41,7 @@ struct Command : ::testing::Test {
     /// Runs the command in the test's own directory; `output` receives what it prints, errors included.
     int run(const std::string& arguments, const std::string& before = "") {
         const std::string line = fmt::format("cd '{}' && {} '{}' {} 2>&1", directory.path(), before,
-                                             ORCA_RENDER_COMMAND, arguments);
+                                             build_paths::renderCommand, arguments);
         std::FILE* pipe = ::popen(line.c_str(), "r");
         if (!pipe) return -1;
         output.clear();
@@ -359,7 +360,7 @@ TEST_F(Command, StopsWhenAskedAndLeavesNoHalfFile) {
     scene("stop.sh", fmt::format("'{}' a.mi --size 3000x3000 --samples 4 4 -v 5 >log 2>&1 & render=$!\n"
                                  "until grep -q '^frame 1 ' log || ! kill -0 $render; do sleep 0.05; done\n"
                                  "kill -TERM $render; wait $render; code=$?; cat log; exit $code\n",
-                                 ORCA_RENDER_COMMAND));
+                                 build_paths::renderCommand));
     EXPECT_EQ(run("--version; sh stop.sh"), 143) << output;
     EXPECT_TRUE(says("was not written"));
     EXPECT_EQ(directory.fileCount(), 3u); // scene, script, log

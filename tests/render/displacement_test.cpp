@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "build_paths.h"
 #include "geometry/mesh.h"
 #include "render/geometry_fixture.h"
 #include "rendered_scene.h"
@@ -260,7 +261,7 @@ TestScene displacedCard(const std::string& displace, const std::string& instance
                     "\"object\" ) version 1 end declare\n"
                     "declare shader color \"testFlat\" ( color \"color\" ) version 1 end declare\n"
                     "material \"bumpy\" \"testShowPoint\" ( ) {} end material\n",
-                    TEST_SHADER_DIRECTORY, displace) +
+                    build_paths::libraries, displace) +
         test::card("card", "bumpy", 0, 0, 0, 1.5f, instanceStatements);
     scene.members = {"card"};
     return scene;
@@ -317,7 +318,7 @@ TEST(DisplacementShaders, OceanRisesWhereItsShadingSaysThatItDoes) {
         "-3 0 3 3 0 3 3 0 -3 -3 0 -3 0 1 0\nv 0 n 4 v 1 n 4 v 2 n 4 v 3 n 4\n"
         "p \"water_material\" 0 1 2 3\nend group end object\n"
         "instance \"sea\" \"sheet\" transform 1 0 0 0 0 1 0 0 0 0 1 0 -1.7 0 -0.6 1 end instance\n",
-        TEST_SHADER_DIRECTORY);
+        build_paths::libraries);
     scene.members = {"sea"};
     scene.camera = "transform 1 0 0 0 0 0 1 0 0 -1 0 0 0 0 -10 1"; // from above
     const RenderedScene picture(scene.text());

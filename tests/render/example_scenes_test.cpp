@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "build_paths.h"
 #include "rendered_scene.h"
 
 #include <gtest/gtest.h>
@@ -23,7 +24,7 @@ bool renders(const std::filesystem::path& path) {
 
 std::vector<std::string> exampleScenes() {
     std::vector<std::string> scenes;
-    for (const auto& entry : std::filesystem::directory_iterator(ORCA_SCENES_DIR)) {
+    for (const auto& entry : std::filesystem::directory_iterator(build_paths::scenes)) {
         // Files without a render statement are parts of others.
         if (entry.path().extension() == ".mi" && renders(entry.path()))
             scenes.push_back(entry.path().string());

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "build_paths.h"
 #include "rendered_scene.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <dlfcn.h>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -15,7 +17,8 @@ namespace {
 /// same.
 TEST(GradientNoise, IsSetUpOnceHoweverManyThreadsAskFirst) {
     const RenderedScene host(TestScene().text()); // the renderer that the library's functions belong to
-    void* const library = dlopen(ORCA_LIBRARY_DIR "/orca.so", RTLD_NOW | RTLD_LOCAL);
+    void* const library =
+        dlopen((build_paths::libraries + std::string("/orca.so")).c_str(), RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << dlerror();
     const auto init = reinterpret_cast<void (*)(miState*)>(dlsym(library, "noise_gradient_init"));
     const auto noise = reinterpret_cast<float (*)(float, float, float)>(dlsym(library, "noise_gradient_3d"));

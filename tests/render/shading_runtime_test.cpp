@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base/active_log.h"
 #include "base/locks.h"
+#include "build_paths.h"
 #include "shading/call_context.h"
 #include "shading/shader_exceptions.h"
 #include "shading/shader_runtime.h"
@@ -72,8 +73,8 @@ struct Event {
 class Shaders : public ::testing::Test {
 protected:
     Shaders() {
-        const std::string path = std::string(TEST_SHADER_DIRECTORY) + "/orca-test-shaders.so";
-        EXPECT_TRUE(runtime.loadLibrary("orca-test-shaders.so", {"/nowhere", TEST_SHADER_DIRECTORY}, {}));
+        const std::string path = std::string(build_paths::libraries) + "/orca-test-shaders.so";
+        EXPECT_TRUE(runtime.loadLibrary("orca-test-shaders.so", {"/nowhere", build_paths::libraries}, {}));
         library_ = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
         current = this;
         *static_cast<test::EventListener*>(dlsym(library_, "testEvent")) =
@@ -362,7 +363,7 @@ TEST_F(Shaders, ThatAreMissingAreNamedWithWhoWantsThem) {
 
     EXPECT_FALSE(runtime.loadLibrary("nosuch.so", {"/here", "/there"}, {"scene.mi", 3, 1}));
     EXPECT_TRUE(builder.logged(LogLevel::Error, "/there/nosuch.so"));
-    EXPECT_TRUE(runtime.loadLibrary("orca-test-shaders.so", {TEST_SHADER_DIRECTORY}, {}));
+    EXPECT_TRUE(runtime.loadLibrary("orca-test-shaders.so", {build_paths::libraries}, {}));
     EXPECT_EQ(runtime.libraries().size(), 1u) << "opening a library twice is harmless";
 }
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "build_paths.h"
 #include "scene_fixture.h"
 
 #include <array>
@@ -274,9 +275,9 @@ void show(std::string& layout, const std::string& owner, const std::vector<Param
 TEST(Declarations, AreLaidOutAsTheBuildComparesThem) {
     const std::string everyType = ::testing::TempDir() + "orca_every_type.mi";
     std::ofstream(everyType) << everyTypeScene;
-    for (const std::string& file : {everyType, std::string(ORCA_DECLARATIONS "/orca.mi"),
-                                    std::string(ORCA_DECLARATIONS "/velabase.mi")}) {
-        const std::string expected = outputOf(ORCA_DECLARATION_LAYOUT " '" + file + "'");
+    for (const std::string& file : {everyType, build_paths::declarations + std::string("/orca.mi"),
+                                    build_paths::declarations + std::string("/velabase.mi")}) {
+        const std::string expected = outputOf(build_paths::declarationLayout + (" '" + file + "'"));
         ASSERT_NE(expected, "") << file;
         const SceneText text("$include \"" + file + "\"\n");
         ASSERT_EQ(text.errors(), "");

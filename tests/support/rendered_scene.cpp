@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rendered_scene.h"
 
+#include "build_paths.h"
+
 #include <orcaPassTypes.h>
 
 #include <fmt/format.h>
@@ -28,10 +30,10 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
       session_(scene_.database(), log_, runtime_, textures_) {
     log_.keep(true);
     scene::ParserOptions options;
-    options.includePaths = {ORCA_DECLARATIONS_DIR};
+    options.includePaths = {build_paths::declarations};
     scene::ParserCallbacks callbacks;
     callbacks.link = [&](const std::string& file, const SourceLocation& location) {
-        return runtime_.loadLibrary(file, {ORCA_LIBRARY_DIR}, location);
+        return runtime_.loadLibrary(file, {build_paths::libraries}, location);
     };
     callbacks.render = [&](const scene::RenderRequest& request) {
         const auto elements = render::pictureElements(scene_.database(), request, log_);
