@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "orcaConstants.h"
 #include "pass_scene.h"
 
 #include <gtest/gtest.h>
@@ -25,74 +26,67 @@ miBoolean orcaVelaWriteToLabelBuffer(miColor*, miState*, void*);
 
 namespace {
 
-constexpr miColor untouched{-1.0f, -2.0f, -3.0f, -4.0f};
-constexpr miColor passed{0.25f, 0.5f, 0.75f, 0.125f};
+constexpr miColor before{1, 2, 3, 4}, passed{0.25f, 0.5f, 0.75f, 0.125f};
 
 /// Two custom buffers. No instance of any shader has been made: a call needs nothing but its record.
 struct BufferWrites : ::testing::Test {
-    BufferWrites() : scene({{PASS_BEAUTY, "b"}, {PASS_CUSTOM, "x"}, {PASS_CUSTOM, "y"}}) {
+    BufferWrites() {
         scene.begin();
         scene.renderer.state.shader = &shader.function;
-        shader.parameters = {1, 1, miTRUE, 2.0f, passed, {0.5f, 1.0f, 1.5f, 9.0f, 2.0f}};
     }
-    /// What the second buffer holds after a call, from (1, 2, 3, 4).
+    /// What the second buffer holds after a call, from `before`.
     miColor written(miBoolean (*write)(miColor*, miState*, void*)) {
-        scene.slot(2).levelResult = {1.0f, 2.0f, 3.0f, 4.0f};
-        result = untouched;
+        scene.slot(2).levelResult = before;
+        result = before;
         EXPECT_EQ(write(&result, &scene.renderer.state, &shader.parameters), miTRUE);
         EXPECT_EQ(scene.slot(1).levelResult, BLACK);
         return scene.slot(2).levelResult;
     }
 
-    static constexpr miColor BLACK{};
-    PassScene scene;
-    ScriptedShader<Record> shader;
+    PassScene scene{{{PASS_BEAUTY, "b"}, {PASS_CUSTOM, "x"}, {PASS_CUSTOM, "y"}}};
+    ScriptedShader<Record> shader{{1, 1, miTRUE, 2.0f, passed, {0.5f, 1.25f, 2.5f, 9.0f, 2.0f}}};
     miColor result{};
 };
 
 TEST_F(BufferWrites, CombineTheComponentsOfTheirKind) {
     auto& operation = shader.parameters.operation;
     for (operation = -1; operation <= 5; ++operation) {
+        SCOPED_TRACE(operation);
         const auto combined = [&](float held, float value) {
             return operation == 0   ? held
                    : operation == 2 ? held * value
                    : operation == 3 ? value
                                     : held + value;
         };
-        const float r = combined(1, 1), g = combined(2, 2), b = combined(3, 3);
-        SCOPED_TRACE(operation);
+        const float r = combined(1, 1), g = combined(2, 2.5f), b = combined(3, 5);
         EXPECT_EQ(written(orcaVelaWriteToColorBuffer), (miColor{r, g, b, combined(4, 4)}));
         EXPECT_EQ(written(orcaVelaWriteToVectorBuffer), (miColor{r, g, b, 4}));
         EXPECT_EQ(written(orcaVelaWriteToDepthBuffer), (miColor{r, 2, 3, 4}));
         // A label is only ever cleared.
-        EXPECT_EQ(written(orcaVelaWriteToLabelBuffer),
-                  (miColor{operation == 2 || operation == 3 ? 0.0f : 1.0f, 2, 3, 4}));
+        EXPECT_EQ(written(orcaVelaWriteToLabelBuffer), (miColor{operation / 2 == 1 ? 0.0f : 1.0f, 2, 3, 4}));
         EXPECT_EQ(result, passed);
     }
 }
 
 TEST_F(BufferWrites, LeaveTheBufferWhereNothingIsToBeWritten) {
-    constexpr miColor before{1, 2, 3, 4};
-    const Record enabled = shader.parameters;
-    for (const int index : {-1, 2}) {
-        shader.parameters.bufferIndex = index;
+    struct {
+        int index;
+        unsigned char levelMode;
+        miRay_type ray;
+        miBoolean enable;
+    } const cases[] = {{-1, 0, miRAY_EYE, miTRUE},
+                       {2, 0, miRAY_EYE, miTRUE},
+                       {1, TraceLevelSlot::LEVEL_WRITES_SUPPRESSED, miRAY_EYE, miTRUE},
+                       {1, TraceLevelSlot::LEVEL_PASSES_UP, miRAY_ENVIRONMENT, miTRUE},
+                       {1, 0, miRAY_EYE, miFALSE}};
+    for (const auto& c : cases) {
+        shader.parameters.bufferIndex = c.index;
+        shader.parameters.enable = c.enable;
+        scene.slot(2).levelMode = c.levelMode;
+        scene.renderer.state.type = c.ray;
         EXPECT_EQ(written(orcaVelaWriteToColorBuffer), before);
-        EXPECT_EQ(result, passed);
+        EXPECT_EQ(result, c.enable ? passed : before);
     }
-    shader.parameters = enabled;
-    scene.slot(2).levelMode = TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
-    EXPECT_EQ(written(orcaVelaWriteToColorBuffer), before);
-    scene.slot(2).levelMode = TraceLevelSlot::LEVEL_PASSES_UP;
-    scene.renderer.state.type = miRAY_ENVIRONMENT;
-    EXPECT_EQ(written(orcaVelaWriteToColorBuffer), before);
-    EXPECT_EQ(result, passed);
-    scene.renderer.state.type = miRAY_EYE;
-    shader.parameters.enable = miFALSE;
-    EXPECT_EQ(written(orcaVelaWriteToColorBuffer), before);
-    EXPECT_EQ(result, untouched);
-    scene.renderer.calls.clear();
-    orcaVelaWriteToColorBuffer(&result, &scene.renderer.state, &shader.parameters);
-    EXPECT_TRUE(scene.renderer.calls.empty());
 }
 
 } // namespace

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaLayeredShader.h"
 
-#include "flat_material_scene.h"
+#include "material_scene.h"
 #include "orcaLayerWrites.h"
 
 #include <cmath>
 
 namespace {
 
-constexpr MaterialEntry<LayeredShaderParameters> layered{orcaVelaLayeredShader_init,
-                                                         orcaVelaLayeredShader_exit, orcaVelaLayeredShader};
+constexpr MaterialEntry<LayeredShaderParameters> layered = MATERIAL_ENTRY(orcaVelaLayeredShader);
 constexpr miColor mark{-1000000.0f, -1000000.0f, -1000000.0f, 0.0f};
 
 /// The record with its layers behind it, at the third element's place.
@@ -28,7 +27,7 @@ LayeredBlock stack(int mode, const std::vector<LayerRecord>& layers) {
     b.n_layers = static_cast<int>(layers.size());
     std::copy(layers.begin(), layers.end(), b.behind);
     b.matteMode = 2;
-    b.matteOpacity = 1.0f;
+    b.matteOpacity = 0.5f;
     return b;
 }
 
@@ -44,10 +43,8 @@ protected:
     enum { Beauty, Diffuse, Specular, Normal, NoReflection };
 
     SurfaceShaderReturnType shade(const LayeredBlock& block) {
+        scene.clear();
         return Instance(scene, layered, block).shade();
-    }
-    void clear() {
-        for (int i = 0; i < 5; ++i) scene.slot(i).levelResult = BLACK;
     }
 
     const std::vector<LayerRecord> three{
@@ -56,101 +53,79 @@ protected:
         {{0.6f, 0.6f, 0.1f, 1}, {0.0f, 0.5f, 0.5f, 1}, {0.0f, 0.4f, 0.2f, 1}}};
 };
 
-TEST_F(Layered, AddsUpFrontToBackInBothModes) {
-    for (const int mode : {0, 1, -7}) {
-        miColor color = BLACK, glow = BLACK, seen = WHITE;
-        for (const LayerRecord& layer : three) {
-            const miColor weight = mode ? seen * (WHITE - layer.transparency) : seen;
-            color += weight * layer.color;
-            glow += weight * layer.glowColor;
-            seen *= layer.transparency;
+TEST_F(Layered, AddsUpFrontToBackInBothModesDownToAnOpaqueLayer) {
+    std::vector<LayerRecord> opaque = three, clear = three;
+    opaque[1].transparency = {0, 0, 0, 1};
+    clear[0].transparency = WHITE; // of which the premultiplied colour is seen all the same
+    for (const int mode : {0, 1, -7})
+        for (const auto& layers : {three, opaque, clear, {}}) {
+            SCOPED_TRACE(mode);
+            miColor color = BLACK, glow = BLACK, seen = WHITE;
+            for (const LayerRecord& layer : layers) {
+                const miColor weight = mode ? seen * (WHITE - layer.transparency) : seen;
+                color += weight * layer.color;
+                glow += weight * layer.glowColor;
+                seen *= layer.transparency;
+            }
+            auto block = stack(mode, layers);
+            const auto result = shade(block);
+            expectColor(result.color, color);
+            expectColor(result.glowColor, glow);
+            expectColor(result.transparency, seen);
+            EXPECT_EQ(result.color.a, 0.0f);
+            expectColor(result.matteOpacity, (WHITE - seen) * 0.5f);
+            expectColor(scene.level(PASS_BEAUTY), color);
+            expectColor(scene.level(PASS_BEAUTY_NO_REFLECTION_REFRACTION), color);
+            EXPECT_EQ(scene.level(PASS_BEAUTY).a, 1.0f);
+            EXPECT_EQ(scene.level(PASS_DIFFUSE), BLACK);
+            EXPECT_EQ(scene.vela().layerTransmission, WHITE);
+            block.passWriteMode = 0;
+            expectColor(shade(block).color, color);
+            EXPECT_EQ(scene.level(PASS_BEAUTY), BLACK);
         }
-        clear();
-        const auto result = shade(stack(mode, three));
-        expectColor(result.color, color);
-        expectColor(result.glowColor, glow);
-        expectColor(result.transparency, seen);
-        EXPECT_EQ(result.color.a, 0.0f);
-        EXPECT_EQ(result.transparency.a, 1.0f);
-        expectColor(result.matteOpacity, WHITE - seen);
-        expectColor(scene.level(PASS_BEAUTY), color);
-        expectColor(scene.level(PASS_BEAUTY_NO_REFLECTION_REFRACTION), color);
-        EXPECT_EQ(scene.level(PASS_BEAUTY).a, 1.0f);
-        EXPECT_EQ(scene.level(PASS_DIFFUSE), BLACK);
-        EXPECT_EQ(scene.vela().layerTransmission, WHITE);
-    }
-}
-
-TEST_F(Layered, OfNothingIsFullyTransparent) {
-    const auto result = shade(stack(1, {}));
-    EXPECT_EQ(result.color, BLACK);
-    EXPECT_EQ(result.transparency, WHITE);
-    expectColor(result.matteOpacity, BLACK);
-}
-
-TEST_F(Layered, StopsAtAnOpaqueLayer) {
-    for (const int mode : {0, 1}) {
-        LayeredBlock block = stack(mode, three);
-        block.behind[0].transparency = {0, 0, 0, 1};
-        Instance instance(scene, layered, block);
-        int evaluations = 0;
-        instance.connect(&instance.shader.parameters.behind[1].color, [&](miState*) {
-            ++evaluations;
-            return WHITE;
-        });
-        const auto result = instance.shade();
-        expectColor(result.color, three[0].color);
-        EXPECT_EQ(result.transparency, BLACK);
-        EXPECT_EQ(evaluations, 0);
-    }
-}
-
-TEST_F(Layered, LetsALayerOfFullTransparencyAddItsColourInPremultipliedMode) {
-    LayeredBlock block = stack(0, three);
-    block.n_layers = 2;
-    block.behind[0].transparency = WHITE;
-    expectColor(shade(block).color, three[0].color + three[1].color);
 }
 
 /// Layers that let 1 in 16 through: what they hide is left out when the threshold says so, and sooner when
 /// the hit is itself seen through others.
 TEST_F(Layered, StopsWhereTooLittleIsSeenOfWhatLiesBelow) {
     const LayerRecord dark{{0.25f, 0.25f, 0.25f, 1}, {1 / 16.0f, 1 / 16.0f, 1 / 16.0f, 1}, BLACK};
+    const auto block = stack(0, {dark, dark, dark, dark});
     struct {
         float threshold, seenThrough;
         int layersShown;
     } const cases[] = {
         {1.0f, 1.0f, 4}, {0.9995f, 1.0f, 3}, {0.995f, 1.0f, 2}, {0.995f, 0.05f, 1}, {0.9f, 1.0f, 1}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.layersShown);
         scene.vela().transparencyThreshold = c.threshold;
         scene.vela().layerTransmission = WHITE * c.seenThrough;
-        const auto result = shade(stack(0, {dark, dark, dark, dark}));
+        const auto result = shade(block);
         float sum = 0.0f;
         for (int i = 0; i < c.layersShown; ++i) sum += 0.25f * std::pow(1 / 16.0f, static_cast<float>(i));
-        EXPECT_NEAR(result.color.r, sum, 1e-7f) << c.threshold << ' ' << c.seenThrough;
-        if (c.layersShown < 4) {
-            EXPECT_EQ(result.transparency, BLACK);
-        }
-        EXPECT_EQ(scene.vela().layerTransmission.r, c.seenThrough);
-
+        EXPECT_NEAR(result.color.r, sum, 1e-7f);
         miState ray = scene.renderer.derived(scene.renderer.state, miRAY_SHADOW);
-        Instance instance(scene, layered, stack(0, {dark, dark, dark, dark}));
-        EXPECT_EQ(instance.shade(&ray).transparency == BLACK, c.layersShown < 4) << c.threshold;
+        for (const miColor& seen :
+             {result.transparency, Instance(scene, layered, block).shade(&ray).transparency})
+            EXPECT_EQ(seen == BLACK, c.layersShown < 4);
         EXPECT_EQ(scene.vela().layerTransmission.r, c.seenThrough);
     }
 }
 
 TEST_F(Layered, LeavesTheMatteThatItsModeSays) {
     LayeredBlock block = stack(1, three);
-    block.behind[2].transparency = WHITE;
-    block.matteOpacity = 0.5f;
-    const miColor seen = three[0].transparency * three[1].transparency;
+    block.n_layers = 2;
     block.matteMode = 1;
     expectColor(shade(block).matteOpacity, 0.5f, 0.5f, 0.5f);
-    block.matteMode = 9;
-    expectColor(shade(block).matteOpacity, (WHITE - seen) * 0.5f);
+    miState ray = scene.renderer.derived(scene.renderer.state, miRAY_SHADOW);
+    SurfaceShaderReturnType before{};
+    before.color.r = 7.0f;
+    scene.clear();
+    const auto shadow = Instance(scene, layered, block).shade(&ray, before);
+    expectColor(shadow.transparency, three[0].transparency * three[1].transparency);
+    EXPECT_EQ(shadow.color.r, 7.0f);
+    EXPECT_EQ(scene.level(PASS_BEAUTY), BLACK);
     block.matteMode = 0;
-    clear();
+    EXPECT_EQ(Instance(scene, layered, block).shade(&ray).transparency, BLACK);
     const auto hole = shade(block);
     EXPECT_EQ(hole.matteOpacity, mark);
     EXPECT_EQ(hole.color, BLACK);
@@ -158,40 +133,19 @@ TEST_F(Layered, LeavesTheMatteThatItsModeSays) {
     EXPECT_EQ(scene.level(PASS_BEAUTY), BLACK);
 }
 
-TEST_F(Layered, AnswersShadowRaysWithItsTransmissionAlone) {
-    miState ray = scene.renderer.derived(scene.renderer.state, miRAY_SHADOW);
-    LayeredBlock block = stack(1, three);
-    block.n_layers = 2;
-    SurfaceShaderReturnType result{};
-    result.color = {7, 7, 7, 7};
-    Instance(scene, layered, block).shade(result, &ray);
-    expectColor(result.transparency, three[0].transparency * three[1].transparency);
-    EXPECT_EQ(result.color.r, 7.0f);
-    EXPECT_EQ(scene.level(PASS_BEAUTY), BLACK);
-    block.matteMode = 0;
-    EXPECT_EQ(Instance(scene, layered, block).shade(&ray).transparency, BLACK);
-}
-
-TEST_F(Layered, ReadsALayersMembersInTheOrderOfItsMode) {
+TEST_F(Layered, ReadsALayersMembersInTheOrderOfItsModeAndNoneBelowAnOpaqueOne) {
     for (const bool weighted : {false, true}) {
         Instance instance(scene, layered, stack(weighted, three));
         LayerRecord& front = instance.shader.parameters.behind[0];
         for (miColor* member : {&front.color, &front.transparency, &front.glowColor})
-            instance.connect(member, [](miState*) { return miColor{0.5f, 0.5f, 0.5f, 1}; });
+            instance.connect(member, [](miState*) { return BLACK; });
+        instance.connect(&instance.shader.parameters.behind[1].color, [](miState*) { return WHITE; });
         instance.shade();
         const std::vector<const void*> expected =
             weighted ? std::vector<const void*>{&front.transparency, &front.color, &front.glowColor}
                      : std::vector<const void*>{&front.color, &front.glowColor, &front.transparency};
         EXPECT_EQ(instance.order, expected);
     }
-}
-
-TEST_F(Layered, IsSilentWhereItsWriteModeSaysSo) {
-    LayeredBlock block = stack(1, three);
-    block.passWriteMode = 0;
-    expectColor(shade(block).transparency,
-                three[0].transparency * three[1].transparency * three[2].transparency);
-    EXPECT_EQ(scene.level(PASS_BEAUTY), BLACK);
 }
 
 /// What a layer's own material does: a diffuse part that its opacity weighs, and a highlight that it does
@@ -201,11 +155,8 @@ struct LayerMaterial {
 
     [[nodiscard]] miColor color() const { return (WHITE - transparency) * diffuse + specular; }
     void write(MaterialScene& scene) const {
-        scene.slot(0).levelResult += color();
-        scene.slot(1).levelResult += diffuse;
-        scene.slot(2).levelResult += specular;
-        scene.slot(3).levelResult += miColor{diffuse.r, 0, 1, 0};
-        scene.slot(4).levelResult += color();
+        const miColor values[] = {color(), diffuse, specular, {diffuse.r, 0, 1, 0}, color()};
+        for (int i = 0; i < 5; ++i) scene.slot(i).levelResult += values[i];
         scene.vela().surfaceOpacity = WHITE - transparency;
         scene.vela().refractedTransparency = {0.1f, 0.1f, 0.1f, 0};
     }
@@ -232,51 +183,43 @@ TEST_F(Layered, KeepsWhatTheLayersTraceApartFromWhatTheyWrite) {
     expectColor(scene.vela().tracedValues[Diffuse], three[0].transparency * met);
 }
 
-/// Without a mixture, a layer's values stay as it wrote them.
-TEST_F(Layered, WritesThePictureBesideWhatItsLayersWrite) {
-    Instance instance(scene, layered, stack(0, {three[0]}));
-    LayerRecord& layer = instance.shader.parameters.behind[0];
-    instance.connect(&layer.color, [&](miState*) {
-        for (const int record : {Beauty, Diffuse}) scene.slot(record).levelResult += WHITE;
-        return three[0].color;
-    });
-    const auto result = instance.shade();
-    expectColor(scene.level(PASS_BEAUTY), WHITE + result.color);
-    expectColor(scene.level(PASS_DIFFUSE), WHITE);
-    expectColor(scene.level(PASS_BEAUTY_NO_REFLECTION_REFRACTION), result.color);
-}
-
+/// Where passes add up, what the layers write is mixed as their colours are; otherwise it stays as they wrote
+/// it.
 TEST_F(Layered, WeighsWhatTheLayersWriteAsItWeighsTheirColoursWherePassesAddUp) {
-    scene.vela().additivePasses = miTRUE;
     const LayerMaterial materials[] = {
         {{0.4f, 0.1f, 0.3f, 1}, {0.2f, 0.3f, 0.0f, 1}, {0.6f, 0.5f, 0.9f, 1}},
         {{0.2f, 0.8f, 0.5f, 1}, {0.0f, 0.1f, 0.7f, 1}, {0.3f, 0.2f, 0.1f, 1}},
     };
-    struct {
-        int mode;
-        bool runsOnce; // the renderer reads all members from one result
-    } const cases[] = {{0, false}, {1, false}, {0, true}, {1, true}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.mode + 2 * c.runsOnce);
-        clear();
-        Instance instance(scene, layered, stack(c.mode, {three[0], three[1]}));
-        bool ran[2] = {};
+    for (int bits = 0; bits < 8; ++bits) {
+        SCOPED_TRACE(bits);
+        const bool weighted = bits & 1, additive = bits & 4;
+        const bool runsOnce = bits & 2; // the renderer reads all members from one result
+        scene.clear();
+        scene.vela().additivePasses = additive;
+        Instance instance(scene, layered, stack(weighted, {three[0], three[1]}));
+        int runs[2] = {};
         for (int i = 0; i < 2; ++i) {
             LayerRecord& layer = instance.shader.parameters.behind[i];
             const LayerMaterial& material = materials[i];
-            const auto output = [&, this](const miColor& value) {
-                return [&, value, i, this](miState*) {
-                    if (!ran[i] || !c.runsOnce) material.write(scene);
-                    ran[i] = true;
+            const auto output = [&, i, this](miColor& member, const miColor& value) {
+                instance.connect(&member, [&, value, i, this](miState*) {
+                    if (runs[i]++ == 0 || !runsOnce) material.write(scene);
                     return value;
-                };
+                });
             };
-            instance.connect(&layer.color, output(material.color()));
-            instance.connect(&layer.transparency, output(material.transparency));
-            instance.connect(&layer.glowColor, output(BLACK));
+            output(layer.color, material.color());
+            output(layer.transparency, material.transparency);
+            output(layer.glowColor, BLACK);
         }
         const auto result = instance.shade();
-        expectColor(scene.level(PASS_BEAUTY), result.color);
+        const float times = runsOnce ? 1.0f : 3.0f;
+        expectColor(scene.level(PASS_BEAUTY),
+                    additive ? result.color
+                             : result.color + (materials[0].color() + materials[1].color()) * times);
+        if (!additive) {
+            expectColor(scene.level(PASS_DIFFUSE), (materials[0].diffuse + materials[1].diffuse) * times);
+            continue;
+        }
         // As the engine hands them up: weighted by opacity, and not.
         const miColor opacity = WHITE - result.transparency - scene.vela().refractedTransparency;
         expectColor(scene.level(PASS_DIFFUSE) * opacity + scene.level(PASS_SPECULAR), result.color);

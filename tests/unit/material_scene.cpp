@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "material_scene.h"
 
-#include "orcaGuards.h"
 #include "orcaLightProtocol.h"
 #include "orcaVector.h"
 
@@ -25,62 +24,34 @@ void MaterialScene::baseState(int operation) {
     velaBaseState(nullptr, &renderer.state, &base.parameters, &argument);
 }
 
-FrameBufferInfo& MaterialScene::only(PassTypeID type) {
+TraceLevelSlot& MaterialScene::only(PassTypeID type, int traceLevel) {
     PassTypeInfo* types = nullptr;
     FrameBufferInfo* found = nullptr;
     getFrameBufferInfo(&renderer.state, types, found);
     EXPECT_EQ((*types)[type].count, 1);
-    return found[(*types)[type].first];
+    return found[(*types)[type].first].levelSlots[traceLevel];
 }
 
-miColor MaterialScene::level(PassTypeID type, int traceLevel) {
-    return only(type).levelSlots[traceLevel].levelResult;
+void MaterialScene::clear() {
+    for (int i = 0; i < static_cast<int>(count()); ++i) slot(i, 0) = slot(i, 1) = {};
 }
 
-miColor MaterialScene::handedUp(PassTypeID type, int traceLevel) {
-    return only(type).levelSlots[traceLevel].childResult;
-}
-
-void MaterialScene::addLight(const miVector& toLight, const miColor& color) {
+void MaterialScene::addLight(const miVector& toLight, const miColor& color, const miColor& arriving) {
     ScriptedLight light;
     light.instance = renderer.database.addInstance();
     light.directions = {normalized(toLight)};
-    light.shader = [this, color](miColor* result, miState* state) -> miBoolean {
-        const unsigned records = count();
-        setupLightContributions(records, this->records(), state);
-        setLightIrradiance(records, this->records(), &color);
+    light.shader = [this, color, arriving](miColor* result, miState* state) -> miBoolean {
+        setupLightContributions(count(), records(), state);
+        setLightIrradiance(count(), records(), &color);
         vela().lightData.unshadowedColor = color;
-        *result = color;
+        *result = arriving;
         return miTRUE;
     };
     renderer.lights.push_back(light);
 }
 
-LambertInstance::LambertInstance(MaterialScene& scene, const LambertParameters& values)
-    : shader(values), scene_(scene) {
-    scene_.renderer.state.shader = &shader.function;
-    miBoolean required = miFALSE;
-    orcaVelaLambert_init(&scene_.renderer.state, &shader.parameters, &required);
-}
-
-LambertInstance::~LambertInstance() {
-    scene_.renderer.state.shader = &shader.function;
-    orcaVelaLambert_exit(&scene_.renderer.state, &shader.parameters);
-}
-
-SurfaceShaderReturnType LambertInstance::shade() {
-    return shade(&scene_.renderer.state);
-}
-
-SurfaceShaderReturnType LambertInstance::shade(miState* state) {
-    state->shader = &shader.function;
-    SurfaceShaderReturnType result{};
-    EXPECT_EQ(orcaVelaLambert(&result, state, &shader.parameters), miTRUE);
-    return result;
-}
-
-LambertParameters plainLambert() {
-    LambertParameters p{};
+SurfaceParameters plainSurface() {
+    SurfaceParameters p{};
     p.passWriteMode = 1;
     p.passWriteScale = 1.0f;
     p.color = {0.5f, 0.4f, 0.2f, 1.0f};

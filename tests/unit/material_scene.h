@@ -2,6 +2,7 @@
 #pragma once
 
 #include "orcaColor.h"
+#include "orcaGuards.h"
 #include "orcaSpecularParameters.h"
 #include "orcaSurfaceShaderReturnType.h"
 #include "orcaVelaState.h"
@@ -9,6 +10,11 @@
 #include "velaBaseState.h"
 
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
 
 /// The entry points of an exported material.
 #define DECLARE_MATERIAL(name, Parameters)                                                                   \
@@ -24,8 +30,23 @@ DECLARE_MATERIAL(orcaVelaPhongE, PhongEParameters)
 DECLARE_MATERIAL(orcaVelaBlinn, BlinnParameters)
 DECLARE_MATERIAL(orcaVelaAnisotropic, AnisotropicParameters)
 
-/// A scene with passes, the base state and one white light that shines straight down onto the hit at the
-/// origin.
+template <class P, class Result = SurfaceShaderReturnType>
+struct MaterialEntry {
+    int (*version)();
+    void (*init)(miState*, P*, miBoolean*);
+    void (*exit)(miState*, P*);
+    miBoolean (*shade)(Result*, miState*, P*);
+};
+#define MATERIAL_ENTRY(name)                                                                                 \
+    { name##_version, name##_init, name##_exit, name }
+
+constexpr MaterialEntry<LambertParameters> lambert = MATERIAL_ENTRY(orcaVelaLambert);
+constexpr MaterialEntry<PhongParameters> phong = MATERIAL_ENTRY(orcaVelaPhong);
+constexpr MaterialEntry<PhongEParameters> phongE = MATERIAL_ENTRY(orcaVelaPhongE);
+constexpr MaterialEntry<BlinnParameters> blinn = MATERIAL_ENTRY(orcaVelaBlinn);
+constexpr MaterialEntry<AnisotropicParameters> anisotropic = MATERIAL_ENTRY(orcaVelaAnisotropic);
+
+/// A scene with passes and the base state.
 class MaterialScene : public PassScene {
 public:
     explicit MaterialScene(const std::vector<ScenePass>& passes);
@@ -33,35 +54,80 @@ public:
 
     VelabaseState& vela() { return *velabaseState(&renderer.state); }
     /// Value of the one record of a pass type at the state's level, after a material's call.
-    miColor level(PassTypeID type, int traceLevel = 0);
+    miColor level(PassTypeID type, int traceLevel = 0) { return only(type, traceLevel).levelResult; }
     /// What the one record of a type hands up from a level.
-    miColor handedUp(PassTypeID type, int traceLevel = 0);
+    miColor handedUp(PassTypeID type, int traceLevel = 0) { return only(type, traceLevel).childResult; }
+    /// Empties the first two levels of all records.
+    void clear();
 
-    /// A light that delivers `color`, shadowed to `shadowed` where given, from a direction (made unit
-    /// length).
-    void addLight(const miVector& toLight, const miColor& color = WHITE);
+    /// A light in the direction `toLight` (of any length) that delivers `color`, of which shadows leave
+    /// `arriving`.
+    void addLight(const miVector& toLight, const miColor& color, const miColor& arriving);
+    void addLight(const miVector& toLight, const miColor& color = WHITE) { addLight(toLight, color, color); }
 
 private:
     void baseState(int operation);
-    FrameBufferInfo& only(PassTypeID type);
+    TraceLevelSlot& only(PassTypeID type, int traceLevel);
 };
 
-/// An instance of the Lambert material, from its init to its exit.
-class LambertInstance {
+/// An instance of a material from its init to its exit, with connections whose shaders are functions. `Block`
+/// is the parameter record with what the renderer lays out behind it.
+template <class P, class Result = SurfaceShaderReturnType, class Block = P>
+class MaterialInstance {
 public:
-    LambertInstance(MaterialScene& scene, const LambertParameters& values);
-    ~LambertInstance();
-    SurfaceShaderReturnType shade();
-    SurfaceShaderReturnType shade(miState* state);
+    MaterialInstance(MaterialScene& scene, const MaterialEntry<P, Result>& entry, const Block& values)
+        : shader(values), scene_(scene), entry_(entry), running_(scene.renderer.state.shader) {
+        scene_.renderer.state.shader = &shader.function;
+        miBoolean required = miFALSE;
+        entry_.init(&scene_.renderer.state, &shader.parameters, &required);
+        scene_.renderer.evaluate = [this](miState* state, void* parameter) -> void* {
+            order.push_back(parameter);
+            const auto source = sources_.find(parameter);
+            if (source == sources_.end()) return parameter;
+            evaluated_ = source->second(state);
+            return &evaluated_;
+        };
+    }
+    ~MaterialInstance() {
+        scene_.renderer.evaluate = nullptr;
+        entry_.exit(&scene_.renderer.state, &shader.parameters);
+    }
+    MaterialInstance(const MaterialInstance&) = delete;
+    MaterialInstance& operator=(const MaterialInstance&) = delete;
 
-    ScriptedShader<LambertParameters> shader;
+    /// Lets a function compute a colour parameter.
+    void connect(miColor* parameter, std::function<miColor(miState*)> source) {
+        shader.connect(parameter);
+        sources_[parameter] = std::move(source);
+    }
+    Result shade() { return shade(&scene_.renderer.state); }
+    Result shade(miState* state, const Result& before = {}, miBoolean expected = miTRUE) {
+        Result result = before;
+        state->shader = &shader.function;
+        EXPECT_EQ(entry_.shade(&result, state, &shader.parameters), expected);
+        EXPECT_EQ(scene_.renderer.pinsHeld(), 0);
+        return result;
+    }
+
+    ScriptedShader<Block> shader;
+    std::vector<const void*> order; ///< connected parameters as they were read
 
 private:
     MaterialScene& scene_;
+    MaterialEntry<P, Result> entry_;
+    const Restored<miFunction*> running_;
+    std::map<const void*, std::function<miColor(miState*)>> sources_;
+    miColor evaluated_{};
 };
 
 /// The declared defaults that matter here, and no ambient terms.
-LambertParameters plainLambert();
+SurfaceParameters plainSurface();
+template <class P = LambertParameters>
+P plain() {
+    P p{};
+    static_cast<SurfaceParameters&>(p) = plainSurface();
+    return p;
+}
 /// Parameters of velaBaseState as declared.
 BaseStateParameters plainBaseState();
 

@@ -43,8 +43,7 @@ PassScene::PassScene(const std::vector<ScenePass>& passes, const std::vector<std
     words[22] = static_cast<miUint>(typeCounts);
     words.insert(words.end(), counts.begin(), counts.begin() + typeCounts);
 
-    dataBlock = renderer.database.addUserData(words);
-    renderer.camera.userdata = dataBlock;
+    renderer.camera.userdata = renderer.database.addUserData(words);
     renderer.answer<int>(miQ_FUNC_CALLTYPE, miSHADER_STATE);
 }
 

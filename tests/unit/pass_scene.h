@@ -37,7 +37,11 @@ public:
     TraceLevelSlot& slot(int record, int level = 0) { return this->record(record).levelSlots[level]; }
     [[nodiscard]] int buffer(const std::string& name) const;
 
-    miTag dataBlock = miNULLTAG;
+    /// The data block as a scene file may have damaged it.
+    miUint* blockWords() {
+        return reinterpret_cast<miUint*>(
+            renderer.database.element<miUserdata>(renderer.camera.userdata).parameters());
+    }
 };
 
 inline bool operator==(const miColor& a, const miColor& b) {

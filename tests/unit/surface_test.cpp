@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "material_scene.h"
+#include "orcaHighlightComponents.h"
+#include "orcaIrradiance.h"
 #include "orcaVector.h"
-#include "orcaWriteMode.h"
 
 #include <cmath>
 #include <set>
@@ -15,8 +16,7 @@ std::vector<ScenePass> allPasses() {
     const std::set<int> weighted = {PASS_AMBIENT, PASS_DIFFUSE, PASS_INDIRECT};
     std::vector<ScenePass> passes;
     for (int type = 0; type < PASS_TYPE_COUNT; ++type) {
-        ScenePass pass{static_cast<PassTypeID>(type), std::to_string(type)};
-        pass.flags = FB_SHADOWED;
+        ScenePass pass{static_cast<PassTypeID>(type), std::to_string(type), FB_SHADOWED};
         if (weighted.count(type)) pass.flags |= FB_WEIGHT_BY_OPACITY;
         if (type != PASS_BEAUTY) pass.maxReflection = pass.maxRefraction = 0;
         passes.push_back(pass);
@@ -25,7 +25,7 @@ std::vector<ScenePass> allPasses() {
 }
 
 TEST(Surface, EqualsItsBeautyAndTheSumOfItsLayers) {
-    LambertParameters p = plainLambert();
+    auto p = plain();
     p.transparency = {0.25f, 0.5f, 0.75f, 1.0f};
     p.ambientColor = {0.2f, 0.1f, 0.3f, 1.0f};
     p.incandescence = {0.05f, 0.0f, 0.4f, 1.0f};
@@ -35,14 +35,12 @@ TEST(Surface, EqualsItsBeautyAndTheSumOfItsLayers) {
     MaterialScene scene(allPasses());
     scene.addLight({1.0f, 1.0f, 1.0f}, {1.0f, 2.0f, 0.5f, 1.0f});
     scene.addLight({0.2f, 0.0f, -1.0f}, {0.7f, 0.7f, 0.9f, 1.0f}); // shines through
-    scene.renderer.averageRadiance = [](miColor* e, miState*, miUint1 face, miIrrad_options*) -> miBoolean {
-        EXPECT_EQ(face, 'f');
+    scene.renderer.averageRadiance = [](miColor* e, miState*, miUint1, miIrrad_options*) -> miBoolean {
         *e = {0.3f, 0.2f, 0.1f, 0.0f};
         return miTRUE;
     };
     scene.vela().additivePasses = miTRUE;
-    LambertInstance material(scene, p);
-    const auto result = material.shade();
+    const auto result = MaterialInstance<LambertParameters>(scene, lambert, p).shade();
 
     expectColor(scene.level(PASS_BEAUTY), result.color);
     expectColor(scene.level(PASS_BEAUTY_NO_REFLECTION_REFRACTION), result.color);
@@ -51,7 +49,6 @@ TEST(Surface, EqualsItsBeautyAndTheSumOfItsLayers) {
         opacity * (scene.level(PASS_AMBIENT) + scene.level(PASS_DIFFUSE) + scene.level(PASS_INDIRECT)) +
         scene.level(PASS_INCANDESCENCE) + scene.level(PASS_SPECULAR);
     expectColor(sum, result.color);
-    expectColor(scene.level(PASS_INDIRECT), 0.3f * 0.4f, 0.2f * 0.32f, 0.1f * 0.16f);
     EXPECT_GT(result.translucence.r, 0.0f);
 }
 
@@ -61,142 +58,105 @@ TEST(Surface, KnowsNothingOfAForeignLightsShadowWherePassesAddUp) {
         scene.vela().additivePasses = additive;
         ScriptedLight light; // does not take part in the protocol
         light.instance = scene.renderer.database.addInstance();
-        light.color = WHITE;
         scene.renderer.lights.push_back(light);
-        LambertInstance material(scene, plainLambert());
-        const miColor diffuse = material.shade().diffuse;
+        const miColor diffuse = MaterialInstance<LambertParameters>(scene, lambert, plain()).shade().diffuse;
         expectColor(scene.level(PASS_DIFFUSE), diffuse);
         expectColor(scene.level(PASS_SHADOW), additive ? BLACK : diffuse);
     }
-}
-
-TEST(Surface, WarnsWithoutTheBaseState) {
-    PassScene scene({});
-    ScriptedShader<LambertParameters> shader(plainLambert());
-    scene.renderer.state.shader = &shader.function;
-    miBoolean required;
-    orcaVelaLambert_init(&scene.renderer.state, &shader.parameters, &required);
-    SurfaceShaderReturnType result{};
-    EXPECT_EQ(orcaVelaLambert(&result, &scene.renderer.state, &shader.parameters), miFALSE);
-    EXPECT_EQ(scene.renderer.messagesOf('w'),
-              std::vector<std::string>{"OrcaShaderSDK(): Internal state error."});
-    orcaVelaLambert_exit(&scene.renderer.state, &shader.parameters);
 }
 
 TEST(Surface, ClosesTheLightLoopWhenALightThrows) {
     MaterialScene scene(allPasses());
     scene.addLight({0.0f, 0.0f, 1.0f});
     scene.renderer.lights[0].shader = [](miColor*, miState*) -> miBoolean { throw 1; };
-    LambertInstance material(scene, plainLambert());
     const miColor throughput = scene.vela().throughput;
-    scene.renderer.state.shader = &material.shader.function;
-    SurfaceShaderReturnType result;
-    EXPECT_THROW(orcaVelaLambert(&result, &scene.renderer.state, &material.shader.parameters), int);
+    MaterialInstance<LambertParameters> material(scene, lambert, plain());
+    EXPECT_THROW(material.shade(), int);
     EXPECT_FALSE(scene.record(0).flags & FB_IN_LIGHT_LOOP);
     EXPECT_EQ(scene.vela().throughput, throughput);
 }
 
-// --- refraction
-// ---------------------------------------------------------------------------------------------------------
+/// An interpolated normal may lean away from the viewer at a silhouette, and from the light.
+TEST(SilhouetteHighlights, StayFiniteWhereTheNormalLeansAway) {
+    ScriptedRenderer renderer;
+    BlinnParameters p{};
+    p.specularColor = WHITE;
+    p.eccentricity = 0.3f;
+    p.specularRollOff = 0.7f;
+    ScriptedShader<BlinnParameters> shader(p);
+    miState& state = renderer.state;
+    state.shader = &shader.function;
+    for (const float view : {0.02f, 1e-4f, 0.0f, -1e-4f, -0.02f})
+        for (const float light : {0.9f, 0.3f, 1e-3f, -1e-3f, -0.3f, -0.9f}) {
+            state.dir = -normalized({1.0f, 0.0f, view});
+            LightSample sample{};
+            sample.direction = sample.specularDirection = {0.0f, std::sqrt(1.0f - light * light), light};
+            sample.nDotL = light;
+            const BlinnSpecularComponent<BlinnParameters> highlight(&state, &shader.parameters);
+            const float strength = highlight(&state, sample).r;
+            EXPECT_TRUE(strength >= 0.0f && strength < (light < 0.0f ? 1e-30f : 4.0f))
+                << view << ' ' << light;
+        }
+}
 
-struct RefractionFixture : ::testing::Test {
-    RefractionFixture() : scene(allPasses()) {
-        p = plainLambert();
-        p.transparency = {0.5f, 0.25f, 1.0f, 1.0f};
-        p.refractionsOn = miTRUE;
-        p.refractiveIndex = 1.5f;
-        scene.renderer.state.dir = normalized({0.6f, 0.0f, -0.8f});
-        scene.renderer.state.dot_nd = -0.8f;
-    }
-    MaterialScene scene;
-    LambertParameters p;
+/// One colour parameter that is connected or not, and the irradiance colour before it.
+struct IrradianceRecord {
+    miColor color;
+    miColor override;
 };
 
-TEST_F(RefractionFixture, BendsTheRayAndHandsTheSceneBehindUp) {
-    const miColor behind{0.4f, 0.8f, 0.2f, 1.0f};
-    miVector direction{};
-    scene.renderer.traceRefraction = [&](miColor* c, miState*, miVector* d) -> miBoolean {
-        direction = *d;
-        scene.slot(0, 1).childResult = behind; // a surface of the library handed its beauty up
-        ++scene.vela().surfacesShaded;
-        *c = behind;
-        return miTRUE;
-    };
-    LambertInstance material(scene, p);
-    const auto result = material.shade();
-    EXPECT_NEAR(direction.x, 0.6f / 1.5f, 1e-6f);
-    EXPECT_LT(direction.z, 0.0f);
-    EXPECT_NEAR(length(direction), 1.0f, 1e-6f);
-    expectColor(result.refraction, p.transparency * behind);
-    EXPECT_EQ(result.transparency, BLACK); // nothing left for the renderer
-    expectColor(scene.level(PASS_BEAUTY), result.color);
-    expectColor(scene.level(PASS_REFRACTION), result.refraction);
-    expectColor(scene.vela().refractedTransparency, p.transparency);
-}
-
-TEST_F(RefractionFixture, CountsTheEnvironmentAsBeautyWhetherMetOrAtTheLimit) {
-    const miColor sky{0.1f, 0.2f, 0.3f, 1.0f};
-    const auto seeSky = [&](miColor* c, miState*, miVector*) -> miBoolean {
-        *c = sky;
-        return miTRUE;
-    };
-    scene.renderer.traceRefraction = seeSky;
-    scene.renderer.traceEnvironment = seeSky;
-    for (const int limit : {6, 0}) {
-        scene.slot(0).levelResult = BLACK;
-        p.refractionLimit = limit;
-        LambertInstance material(scene, p);
-        expectColor(material.shade().color, p.transparency * sky);
-        expectColor(scene.level(PASS_BEAUTY), p.transparency * sky);
+class Irradiance : public ::testing::Test {
+protected:
+    Irradiance() {
+        scene.renderer.state.shader = &shader.function;
+        scene.renderer.averageRadiance = [this](miColor* e, miState*, miUint1,
+                                                miIrrad_options* options) -> miBoolean {
+            throughput = scene.vela().throughput;
+            rays = options ? options->finalgather_rays : -1;
+            *e = {1.0f, 2.0f, 3.0f, 1.0f};
+            return miTRUE;
+        };
     }
-    EXPECT_EQ(scene.renderer.callCount("mi_trace_refraction"), 1);
-    EXPECT_EQ(scene.renderer.callCount("mi_trace_environment"), 1);
+    miColor compute(const miColor& color, float scale) {
+        miColor result;
+        compute_irradiance(&result, &shader.parameters.color, &color, &BLACK, &shader.parameters.override,
+                           &scene.renderer.state, scale, 1.0f);
+        return result;
+    }
+
+    MaterialScene scene{std::vector<ScenePass>{}};
+    ScriptedShader<IrradianceRecord> shader{{WHITE, {9, 9, 9, 9}}};
+    miColor throughput = BLACK;
+    int rays = 0;
+};
+
+TEST_F(Irradiance, GathersNothingForNothingAndTakesAConnectedOverrideInstead) {
+    EXPECT_EQ(compute({1e-6f, 0, 0, 1}, 1.0f), BLACK);
+    EXPECT_EQ(compute(WHITE, 0.0f), BLACK);
+    shader.connect(&shader.parameters.override);
+    scene.renderer.setComputed(&shader.parameters.override, miColor{0.5f, 0.25f, 1.0f, 1.0f});
+    expectColor(compute({0.5f, 1.0f, 1.0f, 1.0f}, 1.0f), 0.25f, 0.25f, 1.0f);
+    EXPECT_EQ(scene.renderer.callCount("mi_compute_avg_radiance"), 0);
 }
 
-TEST_F(RefractionFixture, TurnsTotalInternalReflectionIntoReflection) {
-    scene.renderer.state.inv_normal = miTRUE;
-    scene.renderer.state.dir = normalized({0.9f, 0.0f, -0.43589f});
-    miVector direction{};
-    scene.renderer.traceReflection = [&](miColor* c, miState*, miVector* d) -> miBoolean {
-        direction = *d;
-        *c = WHITE;
-        return miTRUE;
-    };
-    LambertInstance material(scene, p);
-    expectColor(material.shade().refraction, p.transparency);
-    EXPECT_NEAR(direction.z, 0.43589f, 1e-4f);
-    EXPECT_EQ(scene.renderer.callCount("mi_trace_refraction"), 0);
-}
+/// The throughput that each gathering ray carries is shared by the rays, of the options or of the object's
+/// own.
+TEST_F(Irradiance, ReducesAnObjectsOwnRaysWithTheThroughput) {
+    scene.renderer.options.finalgather_rays = 4;
+    EXPECT_EQ(compute({0.5f, 0.5f, 0.25f, 1.0f}, 0.8f), (miColor{0.4f, 0.8f, 0.6f, 0.0f}));
+    expectColor(throughput, 0.4f / 4.0f, 0.4f / 4.0f, 0.2f / 4.0f);
 
-TEST_F(RefractionFixture, FillsTheBlurCone) {
-    p.refractionBlur = 0.2f;
-    p.refractionBlurSamples = 16;
-    float widest = 0.0f;
-    const miVector axis = normalized({0.4f, 0.0f, -std::sqrt(1.0f - 0.16f)});
-    scene.renderer.traceRefraction = [&](miColor* c, miState*, miVector* d) -> miBoolean {
-        widest = std::max(widest, std::acos(std::min(1.0f, dot(axis, *d))));
-        *c = WHITE;
-        return miTRUE;
-    };
-    LambertInstance material(scene, p);
-    expectColor(material.shade().refraction, p.transparency);
-    EXPECT_EQ(scene.renderer.callCount("mi_trace_refraction"), 16);
-    EXPECT_LE(widest, 0.2001f);
-    EXPECT_GT(widest, 0.15f);
-}
-
-// --- life cycle
-// ---------------------------------------------------------------------------------------------------------
-
-TEST(LambertInstance, IsNullWhenMemoryRunsOut) {
-    ScriptedRenderer renderer;
-    ScriptedShader<LambertParameters> shader(plainLambert());
-    renderer.state.shader = &shader.function;
-    renderer.memory.failing = true;
-    miBoolean required;
-    orcaVelaLambert_init(&renderer.state, &shader.parameters, &required);
-    EXPECT_EQ(*renderer.userPointer(&shader.function), nullptr);
-    EXPECT_TRUE(renderer.log.empty());
+    const GatherSettings settings{VELA_MAGIC, GATHER_SETTINGS_KIND, 100, 0, 0, 0, 0};
+    auto& database = scene.renderer.database;
+    scene.renderer.state.instance =
+        database.addInstance(database.addObject(database.addUserDataRecord(settings)));
+    scene.vela().throughputCutoff = 0.0f;
+    scene.vela().throughputUpper = 1.0f;
+    compute({0.5f, 0.25f, 0.25f, 1.0f}, 1.0f);
+    EXPECT_EQ(rays, 50);
+    EXPECT_NEAR(throughput.r, 0.5f / 50.0f, 1e-6f);
+    EXPECT_EQ(scene.vela().throughput, WHITE);
+    EXPECT_EQ(scene.renderer.pinsHeld(), 0);
 }
 
 } // namespace

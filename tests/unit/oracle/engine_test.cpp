@@ -4,6 +4,7 @@
 /// record's slot, and the thread's sums.
 #include "material_scene.h"
 #include "oracle/pipeline_oracle.h"
+#include "orcaLevelSlots.h"
 #include "orcaVelaShadingEngine.h"
 
 #include <algorithm>
@@ -21,6 +22,7 @@ using reference::V3;
 struct Layer {
     miColor color, matte, transparency;
     std::vector<miColor> written; ///< into each record
+    std::vector<miColor> met;     ///< by a ray of it, for each record
     bool blackHole;
 };
 
@@ -30,7 +32,10 @@ struct EngineCase {
     int reflectionLevel, refractionLevel;
     float threshold;
     bool rasterizer, continueRay, compareSums;
-    bool opacityHeld; ///< by the renderer, of the sample
+    bool additive;                      ///< passes add up to the picture
+    bool backgroundWrites;              ///< what is behind all layers hands pass values up
+    std::vector<miColor> coveredBefore; ///< of each record, when the stack is met
+    bool opacityHeld;                   ///< by the renderer, of the sample
     std::vector<Layer> layers;
     miColor background;
     miColor throughput;
@@ -42,6 +47,7 @@ struct EngineOutcome {
     bool opacitySet = false;
     std::vector<Rgba> handedUp, covered;
     std::vector<Rgba> coveredBefore; ///< the last hit
+    Rgba uncovered;                  ///< largest share, then
     std::vector<int> modes;
     std::vector<Rgba> throughputs; ///< in which each further layer is shaded
     std::size_t shaded = 0;
@@ -61,6 +67,10 @@ int levelMode(const ScenePass& p, int reflection, int refraction, bool admitted)
     return mode;
 }
 
+bool isPicture(PassTypeID type) {
+    return type == PASS_BEAUTY || type == PASS_BEAUTY_NO_REFLECTION_REFRACTION;
+}
+
 EngineOutcome composite(const EngineCase& c) {
     EngineOutcome out;
     const std::size_t n = c.passes.size();
@@ -69,7 +79,7 @@ EngineOutcome composite(const EngineCase& c) {
         out.opacity = grey(1) - Rgba(c.layers.front().transparency);
     }
     out.handedUp.resize(n);
-    out.covered.resize(n);
+    out.covered.assign(c.coveredBefore.begin(), c.coveredBefore.end());
     Rgba seen = grey(1), throughput = c.throughput;
     double alphaSeen = 1;
     const int level = c.reflectionLevel + c.refractionLevel;
@@ -84,15 +94,26 @@ EngineOutcome composite(const EngineCase& c) {
             const int mode =
                 levelMode(pass, c.reflectionLevel, c.refractionLevel, reference::admits(c.mask, i));
             out.modes.push_back(mode);
-            Rgba received;
+            Rgba received, met;
+            if (mode != 1 || pass.flags & FB_INCLUDE_REFRACTION) met = layer.met[i];
             if (!(mode & 1)) {
                 received = layer.written[i];
                 if (level == 0 && pass.type == PASS_OPACITY) received = received + (grey(1) - t);
                 if (level == 0 && pass.type == PASS_MATTE) received = received + matte;
             }
-            const Rgba w = pass.flags & FB_WEIGHT_BY_OPACITY ? grey(1) - t : grey(1);
-            out.handedUp[i] = out.handedUp[i] + w * (grey(1) - out.covered[i]) * received;
+            const bool weighted = pass.flags & FB_WEIGHT_BY_OPACITY;
+            const Rgba uncovered = grey(1) - out.covered[i], opacity = grey(1) - t;
+            Rgba value = (weighted ? opacity : grey(1)) * (received + met);
+            if (c.additive) {
+                // What a ray met is weighted already, and alpha is coverage but where writers set it.
+                if (weighted) value = (opacity - Rgba(c.refracted)) * received + met;
+                const double alpha = mode & 1 ? std::min(1.0, received.a + met.a) : luminance(opacity);
+                if (pass.type != PASS_CUSTOM) value.a = alpha;
+            }
+            out.handedUp[i] = out.handedUp[i] + uncovered * value;
         }
+        out.uncovered = {};
+        for (const Rgba& covered : out.covered) out.uncovered = larger(out.uncovered, grey(1) - covered);
         const Rgba colour = rgbWith(layer.color, luminance(matte));
         out.picture = rgbWith(out.picture + seen * colour, out.picture.a + alphaSeen * colour.a);
         alphaSeen *= 1 - colour.a;
@@ -104,12 +125,18 @@ EngineOutcome composite(const EngineCase& c) {
             break;
         }
         if (t.r <= 0.004 && t.g <= 0.004 && t.b <= 0.004) break;
-        for (std::size_t i = 0; i < n; ++i) out.covered[i] = grey(1) - (grey(1) - out.covered[i]) * t;
+        for (std::size_t i = 0; i < n; ++i) {
+            const Rgba passing = c.additive ? rgbWith(t, 1 - luminance(grey(1) - t)) : t;
+            out.covered[i] = grey(1) - (grey(1) - out.covered[i]) * passing;
+        }
         seen = seen * t;
         throughput = throughput * t;
-        if (&layer == &c.layers.back())
-            out.picture =
-                rgbWith(out.picture + seen * Rgba(c.background), out.picture.a + alphaSeen * c.background.a);
+        if (&layer != &c.layers.back()) continue;
+        out.picture =
+            rgbWith(out.picture + seen * Rgba(c.background), out.picture.a + alphaSeen * c.background.a);
+        for (std::size_t i = 0; i < n; ++i)
+            if (c.additive && !c.backgroundWrites && isPicture(c.passes[i].type) && !(out.modes[i] & 1))
+                out.handedUp[i] = out.handedUp[i] + (grey(1) - out.covered[i]) * Rgba(c.background);
     }
     return out;
 }
@@ -118,7 +145,8 @@ EngineCase randomCase(Random& random) {
     EngineCase c{};
     for (const PassTypeID type : {PASS_BEAUTY, PASS_BEAUTY, PASS_DIFFUSE, PASS_DIFFUSE, PASS_MATTE,
                                   PASS_OPACITY, PASS_CUSTOM, PASS_BEAUTY_NO_REFLECTION_REFRACTION}) {
-        const unsigned allowed = FB_WEIGHT_BY_OPACITY | FB_SEEN_IN_REFLECTION | FB_SEEN_IN_REFRACTION;
+        const unsigned allowed =
+            FB_WEIGHT_BY_OPACITY | FB_SEEN_IN_REFLECTION | FB_SEEN_IN_REFRACTION | FB_INCLUDE_REFRACTION;
         ScenePass pass{type, std::to_string(c.passes.size()), static_cast<unsigned>(random.next()) & allowed};
         if (random.chance(0.4f)) {
             pass.minReflection = random.below(3);
@@ -140,14 +168,21 @@ EngineCase randomCase(Random& random) {
     c.opacityHeld = random.chance(0.3f);
     const int layers = 1 + random.below(4);
     for (int i = 0; i < layers; ++i) {
-        Layer layer{random.color(), random.color(), random.color(0.02f, 0.98f), {}, random.chance(0.1f)};
+        Layer layer{random.color(), random.color(), random.color(0.02f, 0.98f), {}, {}, random.chance(0.1f)};
         if (random.chance(0.2f))
             layer.transparency = random.chance(0.5f) ? BLACK : random.color(0.0f, 0.003f);
         if (layer.blackHole) layer.matte = {-1000000.0f, -1000000.0f, -1000000.0f, 0.0f};
-        for (std::size_t k = 0; k < c.passes.size(); ++k) layer.written.push_back(random.color());
+        for (std::size_t k = 0; k < c.passes.size(); ++k) {
+            layer.written.push_back(random.color());
+            layer.met.push_back(random.color());
+        }
         c.layers.push_back(layer);
     }
+    const bool partly = random.chance(0.2f);
+    for (std::size_t k = 0; k < c.passes.size(); ++k)
+        c.coveredBefore.push_back(partly ? random.color() : BLACK);
     c.background = random.color();
+    c.backgroundWrites = random.chance(0.5f);
     c.throughput = random.color(0.2f, 1.0f);
     return c;
 }
@@ -168,6 +203,7 @@ std::string engineDifferences(const EngineCase& c) {
     VelabaseState& vela = scene.vela();
     vela.transparencyThreshold = c.threshold;
     vela.continueRay = c.continueRay;
+    vela.additivePasses = c.additive;
     vela.throughput = c.throughput;
     miState& state = renderer.state;
     state.shader = &engine.function;
@@ -191,7 +227,9 @@ std::string engineDifferences(const EngineCase& c) {
         for (std::size_t i = 0; i < c.passes.size(); ++i) {
             TraceLevelSlot& slot = scene.slot(static_cast<int>(i), level);
             if (!(slot.levelMode & 1)) slot.levelResult = layer.written[i];
+            scene.slot(static_cast<int>(i), level + 1).childResult = layer.met[i];
         }
+        addTraced(at, vela, PassRecords(at), true, WHITE);
         if (hit < expected.throughputs.size() &&
             !reference::agrees(vela.throughput, expected.throughputs[hit]))
             text << "  throughput " << vela.throughput << " instead of " << expected.throughputs[hit] << '\n';
@@ -201,7 +239,7 @@ std::string engineDifferences(const EngineCase& c) {
     const auto beyond = [&](miColor* result, miState* at) -> miBoolean {
         if (hit == c.layers.size()) {
             *result = c.background;
-            ++vela.surfacesShaded; // and hands up nothing
+            vela.surfacesShaded += c.backgroundWrites; // and hands up nothing
             return miTRUE;
         }
         miState behind = c.continueRay ? *at : renderer.derived(*at, miRAY_TRANSPARENT);
@@ -210,6 +248,8 @@ std::string engineDifferences(const EngineCase& c) {
     };
     (c.continueRay ? renderer.traceContinue : renderer.traceTransparent) = beyond;
 
+    for (std::size_t i = 0; i < c.passes.size(); ++i)
+        scene.slot(static_cast<int>(i), level).levelAux = c.coveredBefore[i];
     miColor picture{};
     if (!orcaVelaShadingEngine(&picture, &state, &engine.parameters)) text << "  refused\n";
     const auto compare = [&](const std::string& what, const miColor& actual, const Rgba& wanted) {
@@ -218,6 +258,7 @@ std::string engineDifferences(const EngineCase& c) {
     };
     if (hit != expected.shaded) text << "  " << hit << " layers instead of " << expected.shaded << '\n';
     compare("picture", picture, expected.picture);
+    compare("uncovered", vela.uncovered, expected.uncovered);
     if (renderer.opacitySet != (c.opacityHeld || expected.opacitySet)) text << "  opacity set or not\n";
     if (expected.opacitySet) {
         renderer.opacity.a = 1.0f;
@@ -268,6 +309,11 @@ INSTANTIATE_TEST_SUITE_P(
                       Group{"Rasterizer", 200, [](EngineCase& c, Random&) { c.rasterizer = true; }},
                       Group{"RasterizerSums", 50,
                             [](EngineCase& c, Random&) { c.rasterizer = c.compareSums = true; }},
+                      Group{"AdditivePasses", 500,
+                            [](EngineCase& c, Random& random) {
+                                c.additive = true;
+                                c.refracted = random.color(0.0f, 0.3f);
+                            }},
                       Group{"RefractedTransparency", 50,
                             [](EngineCase& c, Random& random) { c.refracted = random.color(0.1f, 0.9f); }}),
     [](const auto& test) { return std::string(test.param.name); });
@@ -292,23 +338,8 @@ void compareFilterSizes(bool orthographic) {
         const float dot = state.dot_nd;
         auto& camera = renderer.database.element<miInstance>(state.camera_inst);
         const float w = random.chance(0.5f) ? 1.0f : random.chance(0.5f) ? 2.0f : 0.0f;
-        const V3 eye = V3(random.direction()) * 8.0;
-        const miMatrix placement{1,
-                                 0,
-                                 0,
-                                 0,
-                                 0,
-                                 1,
-                                 0,
-                                 0,
-                                 0,
-                                 0,
-                                 1,
-                                 0,
-                                 static_cast<float>(eye.x),
-                                 static_cast<float>(eye.y),
-                                 static_cast<float>(eye.z),
-                                 w};
+        const miVector eye = (V3(random.direction()) * 8.0).single();
+        const miMatrix placement{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, eye.x, eye.y, eye.z, w};
         std::copy(std::begin(placement), std::end(placement), camera.tf.local_to_global);
         const bool enabled = random.chance(0.7f);
         scene.vela().filterEnabled = enabled;
@@ -322,11 +353,17 @@ void compareFilterSizes(bool orthographic) {
                                    0.0f};
         const FilterFootprint before{{1, 2, 3}, {4, 5, 6}};
         scene.vela().footprint = before;
-        const V3 origin = eye * (w == 2 ? 0.5 : 1.0);
+        const V3 origin = V3(eye) * (w == 2 ? 0.5 : 1.0);
         const bool light = weight < 0.9f;
         // Parallel projections see a pixel as wide at any distance, but for the estimate on paths of little
         // weight.
-        const double distance = orthographic && !light ? 1.0 : length(V3(state.point) - origin);
+        miState reflected = renderer.derived(state, miRAY_REFLECT);
+        reflected.point = (V3(random.direction()) * 3.0).single();
+        reflected.dist = random.in(1.0f, 4.0f);
+        miState& hit = random.chance(0.4f) ? reflected : state;
+        const double path = &hit == &reflected && !light ? reflected.dist + length(V3(state.point) - origin)
+                                                         : length(V3(hit.point) - origin);
+        const double distance = orthographic && !light ? 1.0 : path;
         const double s = enabled ? (light ? 0.45 : 1.0) * scene.vela().filterBase * distance /
                                        std::max(1e-5, std::abs(double{dot}))
                                  : double{scene.vela().fixedFilterSize};
@@ -343,7 +380,7 @@ void compareFilterSizes(bool orthographic) {
             return miTRUE;
         };
         miColor result;
-        orcaVelaShadingEngine(&result, &state, &engine.parameters);
+        orcaVelaShadingEngine(&result, &hit, &engine.parameters);
         EXPECT_EQ(scene.vela().footprint.screen.y, before.screen.y);
         EXPECT_EQ(scene.vela().footprint.texture.z, before.texture.z);
     }

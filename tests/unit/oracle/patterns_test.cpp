@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/// Noise, connected ramps and the ocean's waves against second formulations in
+/// Noise and the ocean's waves against second formulations in
 /// double precision.
 #include "oracle/reference.h"
 #include "orcaNoise.h"
@@ -127,53 +127,6 @@ TEST(Noise, MatchesTheReference) {
         EXPECT_NEAR(noise_gradient_3d(p.x, p.y, p.z), gradientNoise(p), 1e-5);
     }
     gradientNoiseTable = nullptr; // the scripted renderer takes its memory along
-}
-
-// --- ramps
-
-TEST(Ramp, ReadsConnectedFieldsOfEachEntry) {
-    ScriptedRenderer renderer;
-    struct Arrays {
-        int colorStart, colorCount;
-        RampColorEntry colors[4];
-        int scalarStart, scalarCount;
-        RampScalarEntry scalars[4];
-    };
-    ScriptedShader<Arrays> shader;
-    Arrays& p = shader.parameters;
-    p.colorStart = p.scalarStart = 1;
-    p.colorCount = p.scalarCount = 3;
-    for (int i = 0; i < 4; ++i) {
-        p.colors[i] = {0.1f * static_cast<float>(i), {1, 2, 3, 4}, RAMP_NONE};
-        p.scalars[i] = {0.1f * static_cast<float>(i), 5.0f, RAMP_NONE};
-    }
-    renderer.state.shader = &shader.function;
-    const auto connect = [&](auto& field, const auto& value) {
-        shader.connect(&field);
-        renderer.setComputed(&field, value);
-    };
-    connect(p.colors[1].position, 0.9f);
-    connect(p.colors[2].value, miColor{9, 8, 7, 6});
-    connect(p.colors[3].interpolation, miInteger{RAMP_LINEAR});
-    connect(p.scalars[1].value, 2.5f);
-    connect(p.scalars[2].interpolation, miInteger{RAMP_SPLINE});
-    connect(p.scalars[3].position, -1.0f);
-    Ramp colors{}, scalars{};
-    ramp_constructor(&colors, &renderer.state, &p.colorStart, 1);
-    ramp_constructor(&scalars, &renderer.state, &p.scalarStart, 0);
-    ASSERT_EQ(colors.count, 3);
-    const float positions[] = {0.9f, 0.2f, 0.3f};
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_FLOAT_EQ(colors.positions[i], positions[i]);
-        EXPECT_EQ(colors.colors[i].r, i == 1 ? 9.0f : 1.0f);
-        EXPECT_EQ(colors.colors[i].a, i == 1 ? 6.0f : 4.0f);
-        EXPECT_EQ(colors.interpolation[i], i == 2 ? RAMP_LINEAR : RAMP_NONE);
-        EXPECT_FLOAT_EQ(scalars.positions[i], i == 2 ? -1.0f : 0.1f * static_cast<float>(i + 1));
-        EXPECT_EQ(scalars.scalars[i], i == 0 ? 2.5f : 5.0f);
-        EXPECT_EQ(scalars.interpolation[i], i == 1 ? RAMP_SPLINE : RAMP_NONE);
-    }
-    EXPECT_EQ(colors.isColor, 1);
-    EXPECT_EQ(scalars.isColor, 0);
 }
 
 // --- waves

@@ -13,26 +13,9 @@ namespace {
 constexpr double epsilon = 1e-5;
 constexpr int eyeRay = 0, environmentRay = 6, shadowRay = 5;
 
-/// What the render modes ask for; 7 stands for mode 6 while the renderer
-/// gathers.
-struct Mode {
-    bool shadows;
-    unsigned components;
-};
-constexpr std::array<Mode, 8> modes{{{true, 0x74F},
-                                     {false, 0x797},
-                                     {true, 0x20},
-                                     {false, 0x1},
-                                     {false, 0x617},
-                                     {false, 0x180},
-                                     {true, 0x304},
-                                     {true, 0x74F}}};
-
-double secondaryWeight(double strength, const View& view, double nDotL) {
-    if (strength <= 0) return 0;
-    if (view.rayType == eyeRay) return strength;
-    return nDotL <= 0 ? 0 : strength * nDotL;
-}
+/// What the render modes ask for; 7 stands for mode 6 while the renderer gathers.
+constexpr unsigned modeComponents[] = {0x74F, 0x797, 0x20, 0x1, 0x617, 0x180, 0x304, 0x74F};
+constexpr bool modeShadows[] = {true, false, true, false, false, false, true, true};
 
 /// The records of the passes, written as a material writes them.
 class Passes {
@@ -137,8 +120,7 @@ struct Sums {
 
 class Shading {
 public:
-    explicit Shading(const SurfaceCase& c)
-        : c_(c), s_(c.surface), mode_(modes[static_cast<std::size_t>(c.renderMode)]), passes_(c) {}
+    explicit Shading(const SurfaceCase& c) : c_(c), s_(c.surface), passes_(c) {}
 
     SurfaceOutcome run() {
         SurfaceOutcome out{};
@@ -236,7 +218,9 @@ public:
 
 private:
     static Rgba opaque(Rgba c) { return rgbWith(c, 1); }
-    [[nodiscard]] bool asks(unsigned component) const { return (mode_.components & component) != 0; }
+    [[nodiscard]] bool asks(unsigned component) const {
+        return (modeComponents[c_.renderMode] & component) != 0;
+    }
     [[nodiscard]] View view() const { return {c_.rayType, c_.rayDirection}; }
 
     SurfaceOutcome& finish(SurfaceOutcome& out) const {
@@ -274,7 +258,7 @@ private:
             ambient = false;
             emitDiffuse = emitSpecular = true;
             unshadowed = grey(1);
-        } else if (mode_.shadows) {
+        } else if (modeShadows[c_.renderMode]) {
             arriving = rgbWith((grey(1) - t) * S + t * L, L.a);
             shadowFraction = 1 - (t.r + t.g + t.b) / 3;
         }
@@ -282,7 +266,8 @@ private:
             Passes::Record& r = passes_.records[i];
             const bool reached = admits(light.mask, i);
             if (light.foreign) r.light = reached ? L : Rgba{};
-            else if (mode_.shadows) r.light = delivered(r.flags, reached, L, S, sample.recordTransmission[i]);
+            else if (modeShadows[c_.renderMode])
+                r.light = delivered(r.flags, reached, L, S, sample.recordTransmission[i]);
             else r.light = reached && !(r.flags & FB_SHADOW_ONLY) ? rgbWith(L, 1) : Rgba{0, 0, 0, 1};
         }
 
@@ -393,7 +378,6 @@ private:
 
     const SurfaceCase& c_;
     const SurfaceParameters& s_;
-    const Mode mode_;
     Passes passes_;
     V3 normal_, mirror_;
 };
@@ -402,69 +386,6 @@ private:
 
 SurfaceOutcome shade(const SurfaceCase& c) {
     return Shading(c).run();
-}
-
-double phong(V3 mirror, V3 light, const View& view, double exponent, double nDotL) {
-    const double c = dot(mirror, light) / length(light);
-    if (c <= 0) return 0;
-    const double x = std::log(c) * exponent;
-    return secondaryWeight(x < -10 ? 4.54e-5 : std::exp(x), view, nDotL);
-}
-
-double phongE(V3 mirror, double whiteness, double roughness, double size, double nDotL, V3 light,
-              const View& view) {
-    const double d = 1 - dot(mirror, light) / length(light);
-    if (size <= d) return 0;
-    const double u = 1 - d / size, q = u * u * (roughness - 1) + 1;
-    if (std::abs(q) < epsilon) return 0;
-    double strength = roughness / q * u;
-    if (whiteness < 0.1 && strength > 0.001) strength *= whiteness * 10;
-    return secondaryWeight(strength, view, nDotL);
-}
-
-double blinn(V3 light, V3 normal, const View& view, double a, double b, double eccentricity, double rollOff,
-             double nDotL) {
-    V3 half = light - view.rayDirection;
-    if (length(half) > 0) half = unit(half);
-    const double v = -dot(half, view.rayDirection), h = dot(half, normal);
-    double m = eccentricity * eccentricity - 1;
-    if (std::abs(m) < epsilon) m = epsilon;
-    const double t = 1 / m;
-    double g = 1 / b;
-    if (a > b && v > 2 * h * b) g = 2 * h / v;
-    if (a <= b && v > 2 * h * a) g = 2 * h * a / (b * v);
-    g *= std::pow((t + 1) / (h * h + t), 2);
-    const double f = std::pow(1 - v, 3);
-    return secondaryWeight((f + (1 - f) * rollOff) * g, view, nDotL);
-}
-
-double translucence(V3 rayDirection, V3 light, double nDotL, double amount, double forward, double wrap) {
-    const double start = wrap * -11.5;
-    if (start >= nDotL) return 0;
-    if (forward != 0) {
-        const double f = (std::clamp(dot(light, rayDirection), -1.0, 1.0) + 1) * 0.5;
-        amount *= std::pow(f, forward / (1.00001 - forward));
-    }
-    const double width = std::min(1.0, 0.15 - start);
-    return start + width > nDotL ? amount * (nDotL - start) / width : amount;
-}
-
-bool admits(const std::string& mask, std::size_t record) {
-    if (mask.empty()) return true;
-    return std::stoi(mask.substr(record / 4, 1), nullptr, 16) >> record % 4 & 1;
-}
-
-unsigned flagsInRender(PassTypeID type, unsigned sceneFlags) {
-    if (type >= 12 && type <= 15) return sceneFlags | FB_SHADOWED | FB_SHADOW_ONLY;
-    if (type == 6 || type == 8 || type == 11 || type == 31 || type == 34) return sceneFlags & ~0x80u;
-    return sceneFlags;
-}
-
-Rgba delivered(unsigned flags, bool contributes, Rgba light, Rgba shadow, Rgba transmission) {
-    if (!contributes) return {0, 0, 0, 1};
-    if (!(flags & FB_SHADOWED)) return rgbWith(light, 1);
-    const Rgba there = (grey(1) - transmission) * shadow + transmission * light;
-    return rgbWith(flags & FB_SHADOW_ONLY ? light - there : there, 1);
 }
 
 } // namespace reference

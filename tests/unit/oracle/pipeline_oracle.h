@@ -81,6 +81,8 @@ struct SurfaceOutcome {
 };
 
 [[nodiscard]] SurfaceOutcome shade(const SurfaceCase& c);
+/// A surface, lights, rays and passes of any kind.
+[[nodiscard]] SurfaceCase randomSurface(Random& random);
 
 /// Highlight strengths, and light from behind; directions are unit length.
 struct View {

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
@@ -41,6 +42,9 @@ constexpr Rgba rgbWith(Rgba x, double alpha) {
 }
 constexpr double luminance(Rgba x) {
     return 0.30 * x.r + 0.59 * x.g + 0.11 * x.b;
+}
+constexpr Rgba larger(Rgba x, Rgba y) {
+    return {std::max(x.r, y.r), std::max(x.g, y.g), std::max(x.b, y.b), std::max(x.a, y.a)};
 }
 constexpr double largest(Rgba x) {
     return std::max(x.r, std::max(x.g, x.b));

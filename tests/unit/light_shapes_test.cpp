@@ -2,7 +2,6 @@
 #include "material_scene.h"
 #include "orcaDiscShadow.h"
 #include "orcaVector.h"
-#include "orcaVelaDirectionalLight.h"
 #include "orcaVelaPointLight.h"
 
 #include <cmath>
@@ -56,18 +55,6 @@ TEST(SamplingDisc, FacesAlongItsNormalWhereverItsAxesComeFrom) {
             EXPECT_NEAR(dot(disc.axis2, n), 0.0f, 1e-5f);
             EXPECT_NEAR(dot(disc.axis1, disc.axis2), 0.0f, 1e-5f);
         }
-}
-
-TEST(Lights, WarnWithoutTheBaseState) {
-    ScriptedRenderer renderer;
-    miColor result;
-    ScriptedShader<PointLightParameters> point;
-    ScriptedShader<DirectionalLightParameters> directional;
-    EXPECT_EQ(orcaVelaPointLight(&result, &renderer.state, &point.parameters), miFALSE);
-    EXPECT_EQ(orcaVelaDirectionalLight(&result, &renderer.state, &directional.parameters), miFALSE);
-    EXPECT_EQ(renderer.messagesOf('w'),
-              (std::vector<std::string>{"vela_pointlight(): Internal state error.",
-                                        "vela_directionallight(): Internal state error."}));
 }
 
 } // namespace
