@@ -27,6 +27,7 @@ public:
         if (!given) return false;
         std::memcpy(&pixels_, given->data(), sizeof pixels_);
         m_spec = OIIO::ImageSpec(pixels_->width(), pixels_->height(), 4, OIIO::TypeDesc::FLOAT);
+        m_spec.attribute(colorsApartFromAlpha, 1);
         spec = m_spec;
         return true;
     }
@@ -49,9 +50,8 @@ public:
     bool open(const std::string&, OIIO::ImageSpec&) override { return false; }
     bool open(const std::string&, OIIO::ImageSpec& spec, const OIIO::ImageSpec& config) override {
         profile_ = static_cast<scene::ColorProfile>(config.get_int_attribute(profileAttribute));
-        // Colours that the file keeps apart from their alpha are converted before they are multiplied by it.
         OIIO::ImageSpec asStored;
-        asStored.attribute("oiio:UnassociatedAlpha", 1);
+        asStored.attribute(colorsApartFromAlpha, 1);
         file_ = OIIO::ImageInput::open(std::string(config.get_string_attribute(fileAttribute)), &asStored);
         if (!file_) {
             errorfmt("{}", OIIO::geterror());
@@ -91,9 +91,8 @@ public:
 private:
     void takeSpec() {
         m_spec = file_->spec();
-        bytes_ = m_spec.format == OIIO::TypeDesc::UINT8;
-        multiplies_ = m_spec.alpha_channel >= 0 && m_spec.get_int_attribute("oiio:UnassociatedAlpha") == 1;
-        m_spec.erase_attribute("oiio:UnassociatedAlpha");
+        multiplied_ = m_spec.alpha_channel >= 0 && m_spec.get_int_attribute(colorsApartFromAlpha) == 0;
+        bytes_ = m_spec.format == OIIO::TypeDesc::UINT8 && !multiplied_;
         m_spec.set_format(OIIO::TypeDesc::FLOAT);
         // Grey and colour come first; whatever follows, alpha above all, has no curve.
         colorChannels_ = std::min(m_spec.nchannels < 3 ? 1 : 3, m_spec.nchannels);
@@ -112,16 +111,15 @@ private:
                              : static_cast<float>(raw_[i]) / 255.0f;
         } else {
             if (!readValues(OIIO::TypeDesc::FLOAT, out)) return failed();
-            for (std::size_t i = 0; i < pixels * channels; ++i)
-                if (static_cast<int>(i % channels) < colorChannels_)
-                    out[i] = scene::linearFrom(profile_, out[i]);
+            for (float* pixel = out; pixel < out + pixels * channels; pixel += channels) {
+                // The curve is that of the colours themselves.
+                const float alpha = multiplied_ ? pixel[m_spec.alpha_channel] : 1.0f;
+                const float weight = alpha > 0.0f ? alpha : 1.0f;
+                for (int c = 0; c < colorChannels_; ++c)
+                    pixel[c] = weight * scene::linearFrom(profile_, pixel[c] / weight);
+            }
         }
-        if (multiplies_) multiplyByAlpha(out, pixels, channels);
         return true;
-    }
-    void multiplyByAlpha(float* values, std::size_t pixels, std::size_t channels) const {
-        for (std::size_t p = 0; p < pixels; ++p, values += channels)
-            for (int c = 0; c < colorChannels_; ++c) values[c] *= values[m_spec.alpha_channel];
     }
     bool failed() {
         errorfmt("{}", file_->geterror());
@@ -130,8 +128,8 @@ private:
 
     std::unique_ptr<OIIO::ImageInput> file_;
     scene::ColorProfile profile_ = scene::ColorProfile::Linear;
-    bool bytes_ = false;      ///< the file's values are bytes
-    bool multiplies_ = false; ///< its colours are not yet multiplied by its alpha
+    bool multiplied_ = false; ///< the file's colours are multiplied by its alpha
+    bool bytes_ = false;      ///< its values are bytes, which are looked up in a table
     int colorChannels_ = 0;
     std::array<float, 256> ofByte_{};
     std::vector<unsigned char> raw_;

@@ -14,6 +14,9 @@ namespace orca::image {
 // it filters, tiles and forgets them like any other. Light has to be linear before it is filtered: hence the
 // conversion before the cache and not after it.
 
+/// Attribute of the library, 1 in specs of images whose colours are not multiplied by alpha.
+inline constexpr const char* colorsApartFromAlpha = "oiio:UnassociatedAlpha";
+
 /// Pixels of the scene. They are not copied and must outlive the cache.
 bool addPixels(OIIO::ImageCache& cache, OIIO::ustring name, const InlinePixels& pixels);
 

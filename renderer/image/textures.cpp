@@ -78,6 +78,7 @@ struct Loaded {
     bool good = false;
     int channels = 0; ///< of the image, at most 4
     int width = 0, height = 0;
+    bool multiplied = false; ///< the image stores colours multiplied by alpha
     OIIO::TextureSystem::TextureHandle* handle = nullptr;
     std::optional<InlinePixels> pixels;
 };
@@ -119,6 +120,7 @@ Textures::Textures(Log& log, std::vector<std::string> searchPaths, std::size_t c
     system.attribute("automip", 1);
     system.attribute("autotile", 64);
     system.attribute("gray_to_rgb", 1);
+    system.attribute("unassociatedalpha", 1); // as stored: pictures may hold colours where alpha is 0
     system.attribute("max_open_files", 256);
 }
 
@@ -202,6 +204,9 @@ void Textures::Implementation::open(const scene::TextureElement& texture, Loaded
     entry.channels = std::min(spec.nchannels, 4);
     entry.width = spec.full_width;
     entry.height = spec.full_height;
+    entry.multiplied = (entry.channels == 2 || entry.channels == 4) &&
+                       spec.alpha_channel == entry.channels - 1 &&
+                       spec.get_int_attribute(colorsApartFromAlpha) == 0;
     entry.handle = system->get_texture_handle(name);
     entry.good = entry.handle != nullptr;
 }
@@ -250,6 +255,8 @@ bool Textures::Implementation::lookup(const scene::TextureElement& texture, Load
         values[1] = values[2] = values[0];
     }
     result = {values[0], values[1], values[2], values[3]};
+    if (entry.multiplied && result.a > 0.0f)
+        for (float* const channel : {&result.r, &result.g, &result.b}) *channel /= result.a;
     return true;
 }
 

@@ -43,8 +43,9 @@ public:
 
     /// (s, t) = (0, 0) is the lower left corner. Filtered look-ups are mip-mapped and anisotropic. Values are
     /// those of the file, or linear light where the texture's colour profile is another (see
-    /// scene::ColorProfile). Grey images are grey colours, images without alpha have alpha 1. False, `result`
-    /// untouched, for textures that cannot be read.
+    /// scene::ColorProfile). Colours are not multiplied by alpha: those of files that store them so (OpenEXR)
+    /// are divided by it after filtering, except where it is 0. Grey images are grey colours, images without
+    /// alpha have alpha 1. False, `result` untouched, for textures that cannot be read.
     bool lookup(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
                 miColor& result);
 

@@ -13,14 +13,19 @@ namespace orca::image::test {
 namespace {
 
 struct TextureLookups : ::testing::Test {
-    /// Top row first: red, green / blue, white.
-    void writeQuadrants(const std::string& name, int channels = 3) {
+    /// Top row first: red, green / blue, white. With four channels, as the library's file formats store
+    /// them: multiplied by alpha (TIFF) or not (PNG).
+    void writeQuadrants(const std::string& name, int channels = 3, unsigned char alpha = 51) {
         const unsigned char colors[4][4] = {
-            {255, 0, 0, 51}, {0, 255, 0, 51}, {0, 0, 255, 51}, {255, 255, 255, 51}};
+            {255, 0, 0, alpha}, {0, 255, 0, alpha}, {0, 0, 255, alpha}, {255, 255, 255, alpha}};
+        const bool multiplies = channels == 4 && name.ends_with(".tif");
         std::vector<unsigned char> bytes;
-        for (const auto& color : colors) bytes.insert(bytes.end(), color, color + channels);
-        const auto output = OIIO::ImageOutput::create("t.tif");
+        for (const auto& color : colors)
+            for (int c = 0; c < channels; ++c)
+                bytes.push_back(multiplies ? std::min(color[c], alpha) : color[c]);
+        const auto output = OIIO::ImageOutput::create(name);
         OIIO::ImageSpec spec(2, 2, channels, OIIO::TypeDesc::UINT8);
+        if (!multiplies) spec.attribute("oiio:UnassociatedAlpha", 1);
         ASSERT_TRUE(output && output->open(directory.file(name), spec));
         ASSERT_TRUE(output->write_image(OIIO::TypeDesc::UINT8, bytes.data()));
         output->close();
@@ -56,6 +61,27 @@ TEST_F(TextureLookups, StartAtTheLowerLeftAndRepeat) {
     expectColor(look(texture, 7.25f, -2.25f), 1, 0, 0);
     expectColor(look(texture, std::numeric_limits<float>::quiet_NaN(), 1e30f), 0, 0, 1);
     EXPECT_EQ(look(texture, 0.5f, 0.5f).a, 1.0f); // the file has none
+}
+
+TEST_F(TextureLookups, AreNotMultipliedByAlpha) {
+    struct {
+        const char* file;
+        unsigned char alpha;
+    } const cases[] = {{"multiplied.tif", 51}, {"apart.png", 51}, {"clear.png", 0}};
+    TextureLookup smooth;
+    smooth.filtered = true;
+    scene::TextureElement texture;
+    for (const auto& c : cases)
+        for (const auto profile : {scene::ColorProfile::Linear, scene::ColorProfile::Srgb}) {
+            SCOPED_TRACE(c.file);
+            writeQuadrants(c.file, 4, c.alpha);
+            ++texture.tag;
+            texture.file = directory.file(c.file);
+            texture.colorProfile = profile;
+            expectColor(look(texture, 0.25f, 0.75f), 1, 0, 0);
+            expectColor(look(texture, 0.5f, 0.25f, smooth), 0.5f, 0.5f, 1);
+            EXPECT_NEAR(look(texture, 0.25f, 0.75f).a, static_cast<float>(c.alpha) / 255.0f, 1e-3f);
+        }
 }
 
 TEST_F(TextureLookups, FilterOverTheFootprint) {
