@@ -175,16 +175,26 @@ struct SettledRecords {
     unsigned first[2], end[2]; ///< two runs, [first, end)
 };
 
-/// In rasterizer mode several hits of a sample write; their values add up.
-void addToFrameBuffers(miState* state, const SettledRecords& settled, const FrameBufferInfo* records,
-                       unsigned count) {
-    for (unsigned i = 0; i < count; ++i) {
+/// In rasterizer mode several hits of a sample write; their values add up. Alpha that is coverage covers
+/// what the hits before have left.
+void addToFrameBuffers(miState* state, const SettledRecords& settled, const PassTypeInfo& types,
+                       const FrameBufferInfo* records, unsigned count) {
+    const auto add = [&](unsigned i, bool alphaIsCoverage) {
         const int buffer = static_cast<int>(records[i].frameBufferIndex);
-        miColor sum{};
-        mi_fb_get(state, buffer, &sum);
-        sum += records[i].levelSlots[0].childResult;
+        const miColor& value = records[i].levelSlots[0].childResult;
+        miColor before{};
+        mi_fb_get(state, buffer, &before);
+        miColor sum = before + value;
         if (settled.contain(i)) settleAlpha(sum);
+        else if (alphaIsCoverage) sum.a = before.a + (1.0f - before.a) * value.a;
         mi_fb_put(state, buffer, &sum);
+    };
+    const bool additive = hasAdditivePasses(state);
+    for (const PassType& type : PASS_TYPES) {
+        const PassTypeRun& run = types[type.id];
+        const auto end = std::min(static_cast<unsigned>(run.first + run.count), count);
+        for (auto i = static_cast<unsigned>(run.first); i < end; ++i)
+            add(i, additive && type.role != PassRole::Volume);
     }
 }
 
@@ -197,7 +207,7 @@ miBoolean endSample(miState* state, const miShader_state_arg& argument) {
 
     const SettledRecords settled(state, *types, count);
     if (state->options->scanline == miSCANLINE_RASTERIZER && state->rast_compose) {
-        addToFrameBuffers(state, settled, records, count);
+        addToFrameBuffers(state, settled, *types, records, count);
         return miTRUE;
     }
     // All alphas before all values: a load right after a store to a part of it would wait for that store.

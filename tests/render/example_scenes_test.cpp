@@ -52,7 +52,8 @@ public:
         for (int y = 0; y < height(); ++y)
             for (int x = 0; x < width(); ++x) {
                 const miColor p = pixel(a, layer, x, y), q = pixel(b, layer, x, y);
-                largest = std::max({largest, std::abs(p.r - q.r), std::abs(p.g - q.g), std::abs(p.b - q.b)});
+                largest = std::max({largest, std::abs(p.r - q.r), std::abs(p.g - q.g), std::abs(p.b - q.b),
+                                    std::abs(p.a - q.a)});
             }
         return largest;
     }

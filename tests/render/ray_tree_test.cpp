@@ -122,6 +122,7 @@ TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {
     for (int x = 0; x < 16; ++x) {
         EXPECT_NEAR(composited->pixel("main", x, 8).r, traced->pixel("main", x, 8).r, floatNoise) << x;
         EXPECT_NEAR(composited->pixel("main", x, 8).g, traced->pixel("main", x, 8).g, floatNoise) << x;
+        EXPECT_NEAR(composited->pixel("main", x, 8).a, traced->pixel("main", x, 8).a, floatNoise) << x;
         EXPECT_NEAR(composited->pixel("diffuse", x, 8).g, traced->pixel("diffuse", x, 8).g, floatNoise) << x;
     }
     expectSame(*composited, "beauty", "main");

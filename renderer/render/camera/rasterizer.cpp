@@ -21,15 +21,19 @@ const miState& eyeHit(const RenderContext& context) {
     return *state;
 }
 
-void composite(miColor& below, miColor& transmitted, const miColor& layer, const miColor& opacity) {
-    below.r += transmitted.r * layer.r;
-    below.g += transmitted.g * layer.g;
-    below.b += transmitted.b * layer.b;
-    below.a += transmitted.a * layer.a;
+/// Adds a layer behind those in `sum`. Its colour is attenuated by the transmittance of what is in front, its
+/// alpha by what these leave uncovered: a surface covers as much as its own alpha says, whatever its opacity,
+/// so that the sum is 1 at most.
+void composite(miColor& sum, miColor& transmitted, const miColor& layer, const miColor& opacity) {
+    const float coverage = std::clamp(layer.a, 0.0f, 1.0f);
+    sum.r += transmitted.r * layer.r;
+    sum.g += transmitted.g * layer.g;
+    sum.b += transmitted.b * layer.b;
+    sum.a += transmitted.a * coverage;
     transmitted.r *= 1.0f - opacity.r;
     transmitted.g *= 1.0f - opacity.g;
     transmitted.b *= 1.0f - opacity.b;
-    transmitted.a *= 1.0f - opacity.a;
+    transmitted.a *= 1.0f - coverage;
 }
 
 /// Multiplies what a layer has added to the buffers that are weighted by opacity with the transmittance of
