@@ -157,7 +157,7 @@ bool SceneRun::link(const std::string& file, const SourceLocation& location) {
 
 int SceneRun::frameNumber(const scene::CameraElement& camera, const scene::RenderRequest& request) const {
     if (frame_) return *frame_;
-    return camera.camera.frame != 0 ? camera.camera.frame : request.number;
+    return camera.hasFrame ? camera.camera.frame : request.number;
 }
 
 bool SceneRun::isChosen(int frame) const {

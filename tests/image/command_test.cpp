@@ -158,17 +158,17 @@ TEST_F(Command, RendersFrameRanges) {
         scene(fmt::format("s.{:02}.mi", frame), grayCard + std::string(renderIt));
     ASSERT_EQ(run("s.##.mi --frames 1-3x2 -o s.###.exr"), 0) << output;
     EXPECT_TRUE(exists("s.001.exr") && !exists("s.002.exr") && exists("s.003.exr"));
-    scene("two.mi",
-          grayCard + std::string(renderIt) + "incremental camera \"cam\" frame 5 end camera\n" + renderIt);
-    ASSERT_EQ(run("two.mi --frames 5 -o t.####.exr"), 0) << output;
-    EXPECT_TRUE(exists("t.0005.exr") && !exists("t.0001.exr"));
+    scene("two.mi", grayCard + std::string(renderIt) + "incremental camera \"cam\" frame 5 end camera\n" +
+                        renderIt + "incremental camera \"cam\" frame 0 end camera\n" + renderIt);
+    ASSERT_EQ(run("two.mi --frames 0,5 -o t.####.exr"), 0) << output;
+    EXPECT_TRUE(exists("t.0000.exr") && exists("t.0005.exr") && !exists("t.0001.exr"));
     ASSERT_EQ(run("two.mi -o t.exr"), 0);
     EXPECT_TRUE(exists("t.exr") && exists("t.0005.exr")); // neither picture is lost
     EXPECT_TRUE(says("put ####"));
     EXPECT_EQ(run("two.mi --frames 9"), 2);
-    EXPECT_TRUE(says("nothing was rendered: --frames asks for 9, but the scene has 1,5")) << output;
+    EXPECT_TRUE(says("nothing was rendered: --frames asks for 9, but the scene has 0-1,5")) << output;
     EXPECT_EQ(run("two.mi --frames 5-8"), 0);
-    EXPECT_TRUE(says("also asks for 6-8, but the scene has 1,5")) << output;
+    EXPECT_TRUE(says("also asks for 6-8, but the scene has 0-1,5")) << output;
 }
 
 TEST_F(Command, GivesTheSameFileForAnyNumberOfThreads) {

@@ -53,6 +53,7 @@ struct CameraElement final : Element {
     std::vector<FramebufferDefinition> framebuffers;
     std::vector<OutputStatement> outputs;
     bool hasWindow = false;
+    bool hasFrame = false; ///< the scene gives the frame number, which may be 0
 
 private:
     void clipWindow();

@@ -184,6 +184,7 @@ bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
             fail(at, "the near distance must be below the far distance");
     } else if (word == "frame") {
         camera.frame = integer("the frame number");
+        element.hasFrame = true;
         if (atNumber()) camera.frame_time = next().number;
     } else if (word == "field") {
         camera.frame_field = integer("the field");
