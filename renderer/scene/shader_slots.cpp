@@ -21,6 +21,7 @@ struct Slot {
     std::optional<miParam_type> type; ///< of the result that it is called for; none: the result is not used
 };
 constexpr Slot materialSlot{"material", miTYPE_COLOR};
+constexpr std::string_view textureKind = "texture";
 
 class SlotCheck {
 public:
@@ -33,6 +34,7 @@ public:
         else if (const auto* options = database_.find<OptionsElement>(element.tag))
             check(*options, "options", {"state", {}}, options->options.state_func);
         else if (const auto* texture = database_.find<TextureElement>(element.tag)) visit(*texture);
+        else if (const auto* function = database_.find<FunctionElement>(element.tag)) visit(*function);
         else if (const auto* instance = database_.find<InstanceElement>(element.tag)) {
             for (const miTag shader : instance->geometryShaders)
                 check(*instance, "instance", {"geometry", {}}, shader);
@@ -72,7 +74,44 @@ private:
         check(element, "texture", {"texture", types[static_cast<int>(element.kind)]}, element.shader);
     }
 
+    void visit(const FunctionElement& element) {
+        const DeclarationElement& declaration = *element.declaration;
+        for (std::size_t i = 0; i < element.values.size(); ++i)
+            visit(element, declaration.parameters[i], element.values[i]);
+    }
+    /// The shaders that a value names, each with what the parameter's declaration says of its call.
+    void visit(const FunctionElement& caller, const Parameter& parameter, const Value& value) {
+        for (std::size_t i = 0; i < value.items.size(); ++i)
+            visit(caller, value.kind == Value::Kind::Struct ? parameter.members[i] : parameter,
+                  value.items[i]);
+        const std::optional<Slot> slot = slotOf(caller, parameter);
+        if (!slot || (value.kind != Value::Kind::Literal && value.kind != Value::Kind::Array)) return;
+        const std::string owner = fmt::format("\"{}\" of \"{}\"", parameter.name, caller.declaration->name);
+        for (const miTag tag : value.words) check(owner, &caller.location, *slot, tag);
+    }
+    /// Textures say it by their type. A parameter of type shader says nothing, but what is given to a shader
+    /// for materials alone takes part in its call.
+    static std::optional<Slot> slotOf(const FunctionElement& caller, const Parameter& parameter) {
+        switch (parameter.type) {
+        case miTYPE_COLOR_TEXTURE: return Slot{textureKind, miTYPE_COLOR};
+        case miTYPE_SCALAR_TEXTURE: return Slot{textureKind, miTYPE_SCALAR};
+        case miTYPE_VECTOR_TEXTURE: return Slot{textureKind, miTYPE_VECTOR};
+        case miTYPE_TEXTURE: return Slot{textureKind, {}};
+        case miTYPE_SHADER:
+            if (isForMaterialsAlone(*caller.declaration)) return materialSlot;
+            return {};
+        default: return {};
+        }
+    }
+    static bool isForMaterialsAlone(const DeclarationElement& declaration) {
+        return declaration.apply.size() == 1 && declaration.apply.front() == materialSlot.kind;
+    }
+
     void check(const Element& owner, std::string_view ownerKind, const Slot& slot, miTag list) {
+        check(fmt::format("{} \"{}\"", ownerKind, owner.name), nullptr, slot, list);
+    }
+    /// @param place of the message; null: that of the shader
+    void check(const std::string& owner, const SourceLocation* place, const Slot& slot, miTag list) {
         const FunctionElement* const head = shader(list);
         bool delivers = !slot.type;
         for (const miTag tag : shaderList(database_, list)) {
@@ -82,14 +121,14 @@ private:
             delivers = delivers || returns(declaration, *slot.type);
             const auto& apply = declaration.apply;
             if (!apply.empty() && std::find(apply.begin(), apply.end(), slot.kind) == apply.end())
-                add(*member, "apply " + std::string(slot.kind),
-                    "{} \"{}\": \"{}\" is used as a {} shader, but its declaration says \"apply {}\"",
-                    ownerKind, owner.name, declaration.name, slot.kind, fmt::join(apply, ", "));
+                add(*member, place, "apply " + std::string(slot.kind),
+                    "{}: \"{}\" is used as a {} shader, but its declaration says \"apply {}\"", owner,
+                    declaration.name, slot.kind, fmt::join(apply, ", "));
         }
         if (head && !delivers)
-            add(*head, "result " + std::string(slot.kind),
-                "{} \"{}\": a {} shader returns a {}, but \"{}\" is declared to return {}", ownerKind,
-                owner.name, slot.kind, typeName(*slot.type), head->declaration->name,
+            add(*head, place, "result " + std::string(slot.kind),
+                "{}: a {} shader returns a {}, but \"{}\" is declared to return {}", owner, slot.kind,
+                typeName(*slot.type), head->declaration->name,
                 withArticle(head->declaration->result.typeText()));
     }
 
@@ -102,7 +141,7 @@ private:
             !returns(declaration, miTYPE_COLOR))
             return;
         const DeclarationElement* const engine = shadingEngine();
-        add(*head, "record",
+        add(*head, nullptr, "record",
             "material \"{}\": \"{}\" returns a record, of which only the first color is rendered; what else "
             "is "
             "in it, transparency for example, and passes need a shading engine that calls it{}",
@@ -119,8 +158,7 @@ private:
             const auto* const declaration = database_.find<DeclarationElement>(tag);
             if (declaration && declaration->kind == DeclarationElement::Kind::Shader &&
                 declaration->result.type == miTYPE_COLOR && !declaration->parameters.empty() &&
-                declaration->parameters.front().type == miTYPE_SHADER &&
-                declaration->apply == std::vector<std::string>{std::string(materialSlot.kind)})
+                declaration->parameters.front().type == miTYPE_SHADER && isForMaterialsAlone(*declaration))
                 return declaration;
         }
         return nullptr;
@@ -136,9 +174,9 @@ private:
     }
 
     template <class... A>
-    void add(const FunctionElement& use, const std::string& kind, fmt::format_string<A...> form,
-             A&&... arguments) {
-        findings.push_back({use.location, kind + " " + use.declaration->name,
+    void add(const FunctionElement& use, const SourceLocation* place, const std::string& kind,
+             fmt::format_string<A...> form, A&&... arguments) {
+        findings.push_back({place ? *place : use.location, kind + " " + use.declaration->name,
                             fmt::format(form, std::forward<A>(arguments)...)});
     }
 

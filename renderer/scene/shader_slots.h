@@ -21,7 +21,8 @@ struct SlotFinding {
 };
 
 /// Compares results and `apply` words of all shaders in slots of materials, lights, cameras, options,
-/// textures and instances with what the slots are called for. A declaration without `apply` fits everywhere.
+/// textures and instances, and of those that parameters name, with what the slots are called for. A
+/// declaration without `apply` fits everywhere.
 [[nodiscard]] std::vector<SlotFinding> findMisplacedShaders(const Database& database);
 
 } // namespace orca::scene

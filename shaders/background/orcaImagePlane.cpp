@@ -199,7 +199,7 @@ private:
         miState* const state = hit.state;
         miVector coordinate = state->tex_list ? state->tex_list[0] : miVector{};
         const miTag texture = parameterValue(state, record, &P::imageTexture);
-        miColor looked;
+        miColor looked{}; // a shader in the texture's place may set less
         if (!mi_lookup_color_texture(&looked, state, texture, &coordinate)) return;
 
         const miColor shown = displayed(looked, mode);

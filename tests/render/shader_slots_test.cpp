@@ -21,6 +21,8 @@ declare shader color "testFlat" ( color "color" ) version 1 apply texture, mater
 declare shader color "testSky" ( color "color" ) version 1 apply environment end declare
 declare shader color "testShowPoint" ( ) version 1 end declare
 declare shader scalar "testSlope" ( vector "slope" ) version 1 end declare
+shader "sky" "testSky" ( "color" 0.5 0.5 0.5 1 )
+shader "slope" "testSlope" ( "slope" 0 0 0 )
 shader "record" "testRecord" ( "color" 0.2 0.4 0.6 1 )
 )mi";
 
@@ -87,7 +89,17 @@ INSTANTIATE_TEST_SUITE_P(
         SlotCase{"\"testSlope\" ( \"slope\" 0 0 0 )",
                  "",
                  {0, 0, 0, 0},
-                 {"a material shader returns a color, but \"testSlope\" is declared to return a scalar"}}));
+                 {"a material shader returns a color, but \"testSlope\" is declared to return a scalar"}},
+        // What parameters name: the message is placed where they are given.
+        SlotCase{
+            "\"orcaVelaShadingEngine\" ( \"surfaceShader\" \"sky\" )",
+            "",
+            {0.5f, 0.5f, 0.5f, 0},
+            {"\"surfaceShader\" of \"orcaVelaShadingEngine\": \"testSky\" is used as a material shader"}},
+        SlotCase{"\"orcaVelaImagePlane\" ( \"imageTexture\" \"slope\" )",
+                 "",
+                 {0, 0, 0, 0},
+                 {"\"imageTexture\" of \"orcaVelaImagePlane\": a texture shader returns a color"}}));
 
 } // namespace
 } // namespace orca::test
