@@ -15,12 +15,12 @@ namespace orca::app {
 namespace {
 
 constexpr const char* module = "PASS";
-constexpr const char* baseStateName = "orca:preset:base";
-constexpr const char* frameBufferStateName = "orca:preset:framebuffers";
-constexpr const char* lensName = "orca:preset:lens";
-constexpr const char* shadowName = "orca:preset:shadow";
-constexpr const char* utilityName = "orca:preset:utility";
-constexpr const char* utilityStateName = "orca:preset:utilityState";
+constexpr const char* baseStateName = "passes:base";
+constexpr const char* frameBufferStateName = "passes:frameBuffers";
+constexpr const char* lensName = "passes:lens";
+constexpr const char* shadowName = "passes:shadow";
+constexpr const char* utilityName = "passes:utility";
+constexpr const char* utilityStateName = "passes:utilityState";
 constexpr const char* additiveParameter = "additivePasses"; // of velaBaseState
 constexpr int everyLevel = 1000;                            // deeper than any trace depth
 
@@ -155,7 +155,7 @@ bool PassPreset::prepareCamera(scene::CameraElement& camera) {
         buffers.push_back(std::move(statement));
         added.push_back(name);
     }
-    const std::string blockName = camera.name + ":fbdata:preset";
+    const std::string blockName = camera.name + ":passes";
     std::string text = blockText(blockName, names_);
     if (camera.camera.userdata != miNULLTAG) { // what the camera has follows the block
         const std::string next =
@@ -179,6 +179,7 @@ bool PassPreset::prepareCamera(scene::CameraElement& camera) {
 void PassPreset::prepareOptions(scene::OptionsElement& options) {
     const scene::Database& database = scene_.database();
     miTag& list = options.options.state_func;
+    const std::vector<miTag> before = scene::shaderList(database, list);
     if (!listHolds(list, "velaBaseState")) {
         list = scene::appendShaders(database, database.named(baseStateName), list);
     } else {
@@ -188,7 +189,7 @@ void PassPreset::prepareOptions(scene::OptionsElement& options) {
         list = scene::appendShaders(database, list, database.named(frameBufferStateName));
     list = scene::appendShaders(database, list, database.named(utilityStateName));
     ++options.revision;
-    text_.addOptions(options);
+    text_.addOptions(options, before);
 }
 
 /// Sets the parameter in the scene's own base state shader.
@@ -207,7 +208,7 @@ void PassPreset::letPassesAddUp(miTag list) {
     value.words = {1};
     base->rebuild();
     ++base->revision;
-    text_.add(fmt::format("# In the scene's velaBaseState: \"{}\" on\n", additiveParameter));
+    text_.addSwitch(*base, additiveParameter);
 }
 
 /// Without a shadow shader an object blocks light in the picture but not in the passes, which would lack its

@@ -18,29 +18,61 @@ std::string framebufferText(const scene::FramebufferDefinition& buffer) {
     return text + "\n";
 }
 
-/// The one parameter of a shader of the scene that may have been changed.
-bool addsUp(const scene::FunctionElement& shader) {
-    const auto& parameters = shader.declaration->parameters;
-    const scene::Parameter* const parameter = scene::findParameter(parameters, "additivePasses");
-    if (!parameter) return false;
-    const scene::Value& value = shader.values[static_cast<std::size_t>(parameter - parameters.data())];
-    return value.kind == scene::Value::Kind::Literal && value.words.front() != 0;
+/// A list as its statement names it: named shaders come with the list of their own, which `length` counts.
+struct ListEntry {
+    const scene::FunctionElement* head;
+    std::size_t first, length; ///< in the whole list
+};
+
+std::vector<ListEntry> entriesOf(const scene::Database& database, const std::vector<miTag>& list) {
+    std::vector<ListEntry> entries;
+    for (std::size_t i = 0; i < list.size(); i += entries.back().length) {
+        const auto* const head = database.find<scene::FunctionElement>(list[i]);
+        const auto end = std::find(list.begin() + static_cast<std::ptrdiff_t>(i), list.end(), head->listEnd);
+        const bool isList = !head->name.empty() && end != list.end();
+        entries.push_back({head, i, isList ? static_cast<std::size_t>(end - list.begin()) - i + 1 : 1});
+    }
+    return entries;
 }
 
 } // namespace
 
 /// A member without a name is repeated without parameters: an incremental statement leaves those as they are.
-/// Members without a name that follow a named one belong to it.
+std::string PassPresetText::memberText(const scene::FunctionElement& shader) const {
+    if (!shader.name.empty()) return fmt::format(" = \"{}\"", shader.name);
+    const auto changed = switches_.find(shader.tag);
+    return fmt::format(" \"{}\" ({} )", shader.declaration->name,
+                       changed != switches_.end() ? fmt::format(" \"{}\" on", changed->second) : "");
+}
+
 std::string PassPresetText::listText(miTag first) const {
     std::string text;
-    bool named = false;
-    for (const miTag tag : scene::shaderList(database_, first)) {
-        const auto& shader = *database_.find<scene::FunctionElement>(tag);
-        if (!shader.name.empty()) text += fmt::format(" = \"{}\"", shader.name);
-        else if (!named)
-            text += fmt::format(" \"{}\" ({} )", shader.declaration->name,
-                                addsUp(shader) ? " \"additivePasses\" on" : "");
-        named = named || !shader.name.empty();
+    for (const ListEntry& entry : entriesOf(database_, scene::shaderList(database_, first)))
+        text += memberText(*entry.head);
+    return text;
+}
+
+/// Changes of parameters in named shaders and in their lists.
+std::string PassPresetText::switchText(const std::vector<miTag>& list) const {
+    std::string text;
+    for (const ListEntry& entry : entriesOf(database_, list)) {
+        for (std::size_t i = entry.first; i < entry.first + entry.length; ++i) {
+            const auto& shader = *database_.find<scene::FunctionElement>(list[i]);
+            const auto changed = switches_.find(shader.tag);
+            if (changed == switches_.end() || entry.head->name.empty()) continue;
+            if (!shader.name.empty()) {
+                text += fmt::format("incremental shader \"{}\" \"{}\" ( \"{}\" on )\n", shader.name,
+                                    shader.declaration->name, changed->second);
+                continue;
+            }
+            text += fmt::format("incremental shader \"{}\" \"{}\" ( )", entry.head->name,
+                                entry.head->declaration->name);
+            for (const ListEntry& member : entriesOf(
+                     database_, {list.begin() + static_cast<std::ptrdiff_t>(entry.first + 1),
+                                 list.begin() + static_cast<std::ptrdiff_t>(entry.first + entry.length)}))
+                text += memberText(*member.head);
+            text += "\n";
+        }
     }
     return text;
 }
@@ -55,20 +87,31 @@ void PassPresetText::addCamera(const scene::CameraElement& camera,
                             database_.get(camera.camera.userdata)->name);
 }
 
-void PassPresetText::addOptions(const scene::OptionsElement& options) {
+void PassPresetText::addOptions(const scene::OptionsElement& options, const std::vector<miTag>& before) {
     const std::vector<miTag> list = scene::shaderList(database_, options.options.state_func);
-    const bool startsNamed = !list.empty() && !database_.get(list.front())->name.empty();
-    const bool hasOthers =
-        std::any_of(list.begin(), list.end(), [&](miTag tag) { return database_.get(tag)->name.empty(); });
-    if (startsNamed && hasOthers)
-        changes_ += "# The scene's own state shaders belong into this list, with their parameters.\n";
-    for (const miTag tag : list)
-        if (const auto& shader = *database_.find<scene::FunctionElement>(tag);
-            !shader.name.empty() && addsUp(shader))
-            changes_ += fmt::format("incremental shader \"{}\" \"{}\" ( \"additivePasses\" on )\n",
-                                    shader.name, shader.declaration->name);
-    changes_ += fmt::format("incremental options \"{}\"\n    state{}\nend options\n", options.name,
-                            listText(options.options.state_func));
+    changes_ += switchText(list);
+    // Incremental statements find shaders without a name by their place, so nothing can be put before them.
+    const std::vector<ListEntry> given = entriesOf(database_, before);
+    const bool hasUnnamed = std::any_of(given.begin(), given.end(),
+                                        [](const ListEntry& entry) { return entry.head->name.empty(); });
+    if (!hasUnnamed || list.front() == before.front()) {
+        changes_ += fmt::format("incremental options \"{}\"\n    state{}\nend options\n", options.name,
+                                listText(options.options.state_func));
+        return;
+    }
+    const auto place = std::find(list.begin(), list.end(), before.front());
+    const auto behind = place + static_cast<std::ptrdiff_t>(before.size());
+    const auto namesOf = [&](auto first, auto last) {
+        std::string text;
+        for (const ListEntry& entry : entriesOf(database_, {first, last})) text += memberText(*entry.head);
+        return text;
+    };
+    changes_ += fmt::format(
+        "# Some state shaders of options \"{}\" ({}) have no names to refer to. Write into that statement\n"
+        "#    {}\n"
+        "# before its state shaders and behind them\n"
+        "#    {}\n",
+        options.name, options.location.text(), namesOf(list.begin(), place), namesOf(behind, list.end()));
 }
 
 std::string PassPresetText::text(const std::string& shadow) const {

@@ -4,6 +4,7 @@
 #include "scene/database.h"
 #include "scene/elements/elements.h"
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -20,8 +21,13 @@ public:
     void add(const std::string& text) { definitions_ += text; }
     /// Describes the camera as it is now, with those of its frame buffers and the data block that were added.
     void addCamera(const scene::CameraElement& camera, const std::vector<std::string>& framebuffers);
+    /// A boolean parameter of a shader of the scene was switched on.
+    void addSwitch(const scene::FunctionElement& shader, const char* parameter) {
+        switches_[shader.tag] = parameter;
+    }
     /// Describes the state shaders as they are now.
-    void addOptions(const scene::OptionsElement& options);
+    /// @param before those that the scene gives
+    void addOptions(const scene::OptionsElement& options, const std::vector<miTag>& before);
     void addShadow(const scene::MaterialElement& material) { shadows_.insert(material.tag); }
     void addShaders(const scene::MaterialElement& material) { shaders_.insert(material.tag); }
 
@@ -30,9 +36,12 @@ public:
 
 private:
     [[nodiscard]] std::string listText(miTag first) const;
+    [[nodiscard]] std::string memberText(const scene::FunctionElement& shader) const;
+    [[nodiscard]] std::string switchText(const std::vector<miTag>& list) const;
 
     const scene::Database& database_;
     std::string definitions_, changes_;
+    std::map<miTag, const char*> switches_;
     std::set<miTag> shadows_, shaders_; ///< materials that were given such
 };
 

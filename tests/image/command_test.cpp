@@ -249,14 +249,23 @@ TEST_F(Command, SetsPassesUpOnASceneThatKnowsNone) {
 }
 
 TEST_F(Command, DumpsWhatPassesMakesReadyToBePasted) {
-    const std::string passes = "--passes diffuse,beauty,shadow,coverage,normalWorld";
-    scene("lit.mi", litCards + renderIt);
-    ASSERT_EQ(run("lit.mi --pixel 7,4 " + passes), 0);
-    const std::string layers = output;
-    ASSERT_EQ(run("lit.mi --dump-passes " + passes), 0);
-    scene("pasted.mi", litCards + output + renderIt);
-    ASSERT_EQ(run("pasted.mi --pixel 7,4"), 0);
-    EXPECT_EQ(output, layers);
+    const std::string passes = "--passes diffuse,beauty,shadow,specular,coverage,normalWorld";
+    // The state shaders that the scene brings. Passes of an additive base state have the alpha of coverage.
+    for (const std::string states :
+         {"", "incremental options \"opt\" state \"velaBaseState\" ( \"filterBase\" 2 ) end options\n",
+          "shader \"base\" \"velaBaseState\" ( )\nincremental options \"opt\" state = \"base\" end options\n",
+          "shader \"states\" \"orcaTraversal\" ( ) \"velaBaseState\" ( )\n"
+          "incremental options \"opt\" state = \"states\" \"orcaTraversal\" ( ) end options\n"}) {
+        const std::string cards = "link \"velabase.so\"\n$include <velabase.mi>\n" + litCards + states;
+        scene("lit.mi", cards + renderIt);
+        ASSERT_EQ(run("lit.mi --pixel 7,4 " + passes), 0);
+        const std::string layers = output;
+        EXPECT_EQ(layerValues(output, "specular").at(3), 1.0) << output;
+        ASSERT_EQ(run("lit.mi --dump-passes " + passes), 0);
+        scene("pasted.mi", cards + output + renderIt);
+        ASSERT_EQ(run("pasted.mi --pixel 7,4"), 0);
+        EXPECT_EQ(output, layers);
+    }
     EXPECT_EQ(run("lit.mi --dump-passes"), 2);
 }
 

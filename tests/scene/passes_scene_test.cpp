@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "scene/shader_list.h"
 #include "scene_fixture.h"
 
 #include <algorithm>
@@ -262,6 +263,9 @@ incremental object "quad" group 0 0 0 1 0 0 1 1 0 v 0 v 1 v 2 c 0 1 2 end group 
 shader "head" "stateInit" ( "pass" 1 )
 options "others" state = "head" "stateB" ( ) end options
 incremental shader "head" "stateInit" ( "pass" 2 )
+shader "pair" "stateInit" ( "pass" 3 ) "stateB" ( )
+options "paired" state = "pair" end options
+incremental options "paired" state = "pair" "stateB" ( ) end options
 render "world" "cam_inst" "opt"
 )mi")) << text.errors();
     EXPECT_EQ(text.warnings(), "");
@@ -295,6 +299,7 @@ render "world" "cam_inst" "opt"
     const auto* head = text.find<FunctionElement>("head"); // keeps its place in the list
     EXPECT_EQ(text.find<OptionsElement>("others")->options.state_func, head->tag);
     EXPECT_NE(head->function()->next_function, miNULLTAG);
+    EXPECT_EQ(shaderList(database, text.tag("pair")).size(), 3u); // a name refers to its whole list
 }
 
 } // namespace

@@ -36,6 +36,9 @@ struct FunctionElement final : Element {
     const DeclarationElement* declaration;
     std::vector<Value> values; ///< one per declared parameter
     std::vector<Connection> connections;
+    /// Last member of the list that the statement of this shader's name made; what lists that refer to the
+    /// name append follows it. Null for shaders without a name.
+    miTag listEnd = miNULLTAG;
 
 private:
     std::unique_ptr<std::byte[]> block_; // operator new aligns to 16

@@ -104,6 +104,8 @@ private:
     miTag readShaderList(const ShaderUse& use, std::vector<miTag>* members = nullptr);
     miTag requiredShaderList(const ShaderUse& use, std::string_view slot);
     miTag readShader(const ShaderUse& use, miTag existing);
+    /// Last member of the list that a named shader's statement made; the shader itself where it made none.
+    FunctionElement& endOfOwnList(FunctionElement& head);
     void linkShader(miTag& head, miTag& last, miTag shader, const SourceLocation& location);
     /// Reads up to and with the closing mark; values not named keep what they are.
     void readParameters(const std::vector<Parameter>& parameters, std::vector<Value>& values, char close,

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base/nearest_name.h"
 #include "scene/language/reader.h"
+#include "scene/shader_list.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace orca::scene {
 
@@ -48,15 +50,20 @@ miTag Reader::requiredShaderList(const ShaderUse& use, std::string_view slot) {
 miTag Reader::readShaderList(const ShaderUse& use, std::vector<miTag>* members) {
     miTag head = miNULLTAG, last = miNULLTAG;
     miTag existing = use.existing;
+    auto* const edited = use.editsNamed ? database_.find<FunctionElement>(existing) : nullptr;
+    // What other lists have appended to a named list follows it, however the list changes.
+    const miTag appended =
+        edited ? std::exchange(endOfOwnList(*edited).function()->next_function, miNULLTAG) : miNULLTAG;
     while (atShader()) {
         const SourceLocation location = locationOf(peek());
         const miTag shader = readShader(use, existing);
-        if (auto* before = database_.find<FunctionElement>(existing)) {
-            existing = before->function()->next_function;
-            // An edited member takes its new place without those that followed it in the old list. A shader
-            // that is edited on its own keeps them.
-            if (shader == before->tag && (!use.editsNamed || atShader()))
-                before->function()->next_function = miNULLTAG;
+        if (auto* const before = database_.find<FunctionElement>(existing)) {
+            FunctionElement& end = before == edited ? *before : endOfOwnList(*before);
+            existing = end.function()->next_function;
+            // A member takes its new place without those that followed it in the old list. A shader that is
+            // edited on its own keeps them.
+            if (shader == before->tag && (before != edited || atShader()))
+                end.function()->next_function = miNULLTAG;
         }
         if (!shader) continue;
         if (members) members->push_back(shader);
@@ -64,7 +71,22 @@ miTag Reader::readShaderList(const ShaderUse& use, std::vector<miTag>* members) 
     }
     // A list that became shorter ends with its last member.
     if (use.existing && last) database_.find<FunctionElement>(last)->function()->next_function = miNULLTAG;
+    if (use.editsNamed && last) {
+        auto* const first = database_.find<FunctionElement>(head);
+        if (first == edited || first->name.empty()) first->listEnd = last;
+    }
+    if (edited) {
+        const std::vector<miTag> own = shaderList(database_, edited->tag);
+        if (std::find(own.begin(), own.end(), appended) == own.end())
+            endOfOwnList(*edited).function()->next_function = appended;
+    }
     return head;
+}
+
+FunctionElement& Reader::endOfOwnList(FunctionElement& head) {
+    const std::vector<miTag> members = shaderList(database_, head.tag);
+    const bool isMember = std::find(members.begin(), members.end(), head.listEnd) != members.end();
+    return isMember ? *database_.find<FunctionElement>(head.listEnd) : head;
 }
 
 void Reader::linkShader(miTag& head, miTag& last, miTag shader, const SourceLocation& location) {
