@@ -66,7 +66,7 @@ private:
 
 void shadowModes(const Pictures& p) {
     enum Frame { Any, Sort, Segments };
-    EXPECT_LT(p.difference("main", Any, Sort), 1e-2f) << "the order of occluders";
+    EXPECT_LT(p.difference("main", Any, Sort), 1e-5f) << "the order of occluders";
     const float pane[] = {0.24f, 0.167f}, thin[] = {0.41f, 0.225f};
     EXPECT_NEAR(p.at(Any, "main", pane[0], pane[1]).g, p.at(Segments, "main", pane[0], pane[1]).g, 1e-4f);
     EXPECT_GT(p.at(Segments, "main", thin[0], thin[1]).g, 1.1f * p.at(Any, "main", thin[0], thin[1]).g)

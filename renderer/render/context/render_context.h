@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "geometry/ray.h"
 #include "render/context/frame.h"
 #include "render/sampling/sampler.h"
 #include "shading/call_context.h"
@@ -73,10 +74,11 @@ struct RenderContext : shading::CallContext {
     Sampler sampler;
     RayCounts counts;
 
-    std::vector<float> sampleWords;      ///< frame-buffer values of the current eye sample
-    std::vector<std::uint8_t> written;   ///< buffers that a shader has put something into, by index
-    std::vector<float> wordsBeforeLayer; ///< rasterizer: `sampleWords` as the layer found them
-    bool inEyeSample = false;            ///< false: frame-buffer values are discarded
+    std::vector<float> sampleWords;       ///< frame-buffer values of the current eye sample
+    std::vector<std::uint8_t> written;    ///< buffers that a shader has put something into, by index
+    std::vector<float> wordsBeforeLayer;  ///< rasterizer: `sampleWords` as the layer found them
+    std::vector<geometry::Hit> occluders; ///< of sorted shadow rays that are being traced
+    bool inEyeSample = false;             ///< false: frame-buffer values are discarded
 
     PrimaryHit primary;
     float eyeStart = 0.0f; ///< rasterizer: distance of the layer last shaded

@@ -109,7 +109,7 @@ miBoolean callOccluder(RenderContext& context, miColor& result, miState* lightSt
     return context.runtime.call(&result, miSHADER_SHADOW, child.get(), material->shadow);
 }
 
-/// Follows `ray` from occluder to occluder until one blocks all light.
+/// Follows `ray`, toward the light, from occluder to occluder until one blocks all light.
 miBoolean attenuateByOccluders(RenderContext& context, miColor& result, miState* lightState, Ray& ray,
                                const ShadowRay& shadowRay) {
     Hit hit;
@@ -120,21 +120,47 @@ miBoolean attenuateByOccluders(RenderContext& context, miColor& result, miState*
     return miTRUE;
 }
 
+/// Occluders of a shadow ray, at the end of the thread's list: a shadow shader may sample lights in turn.
+class OccluderList {
+public:
+    explicit OccluderList(std::vector<Hit>& hits) : hits_(hits), first_(hits.size()) {}
+    ~OccluderList() { hits_.resize(first_); }
+    OccluderList(const OccluderList&) = delete;
+    OccluderList& operator=(const OccluderList&) = delete;
+
+    void add(const Hit& hit) { hits_.push_back(hit); }
+    [[nodiscard]] bool empty() const { return hits_.size() == first_; }
+    /// The one last added.
+    [[nodiscard]] Hit take() {
+        const Hit hit = hits_.back();
+        hits_.pop_back();
+        return hit;
+    }
+
+private:
+    std::vector<Hit>& hits_;
+    std::size_t first_;
+};
+
+/// The same in the order from the light. The occluders are found from the point all the same: distances from
+/// a light far away are too coarse to tell surfaces apart that are close together.
+miBoolean attenuateFromLight(RenderContext& context, miColor& result, miState* lightState, Ray& ray,
+                             const ShadowRay& shadowRay) {
+    OccluderList occluders(context.occluders);
+    Hit hit;
+    while (nextOccluder(context, ray, shadowRay, hit)) {
+        occluders.add(hit);
+        advancePastHit(ray, hit);
+    }
+    while (!occluders.empty())
+        if (!callOccluder(context, result, lightState, ray, occluders.take(), shadowRay)) return miFALSE;
+    return miTRUE;
+}
+
 /// From the point toward the light.
 Ray rayTowardLight(const RenderContext& context, const miState& state, const ShadowRay& shadowRay) {
     Ray ray = rayFrom(context, state, state.point, shadowRay.towardLight, RayClass::Shadow);
     if (!shadowRay.directional) ray.farDistance = shadowRay.distance;
-    return ray;
-}
-
-/// From the light toward the point; ends just before the lit surface.
-Ray rayFromLight(const RenderContext& context, const miState& state, const ShadowRay& shadowRay) {
-    const Ray outward = rayTowardLight(context, state, shadowRay);
-    Ray ray = outward;
-    ray.origin = shadowRay.lightOrigin;
-    mi_vector_sub(&ray.direction, &outward.origin, &shadowRay.lightOrigin);
-    ray.farDistance = mi_vector_norm(&ray.direction);
-    mi_vector_div(&ray.direction, ray.farDistance);
     return ray;
 }
 
@@ -186,9 +212,9 @@ miBoolean traceShadow(miColor& result, miState* lightState) {
     if (mode == miSHADOW_SEGMENTS)
         return traceSegment(context, result, lightState, lightState->volume,
                             rayTowardLight(context, *lightState, shadowRay), shadowRay);
-    Ray ray = mode == miSHADOW_SORTED ? rayFromLight(context, *lightState, shadowRay)
-                                      : rayTowardLight(context, *lightState, shadowRay);
-    return attenuateByOccluders(context, result, lightState, ray, shadowRay);
+    Ray ray = rayTowardLight(context, *lightState, shadowRay);
+    return mode == miSHADOW_SORTED ? attenuateFromLight(context, result, lightState, ray, shadowRay)
+                                   : attenuateByOccluders(context, result, lightState, ray, shadowRay);
 }
 
 miBoolean traceShadowSegment(miColor& result, miState* shadowState) {
