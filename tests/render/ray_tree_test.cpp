@@ -21,6 +21,7 @@ std::string declareTestShaders() {
                 "\" ( color \"color\" default 1 1 1 1 ) version 1 end declare\n";
     for (const char* name : {"testNotANumber", "testFails"})
         text += std::string("declare shader color \"") + name + "\" ( ) version 1 end declare\n";
+    text += "declare shader color \"testLightFog\" ( array light \"lights\" ) version 1 end declare\n";
     return text;
 }
 
@@ -93,6 +94,32 @@ TEST(Volumes, ActOnEyeRaysReflectionsAndTheRayThatMisses) {
     EXPECT_NEAR(picture.pixel("main", 4, 8).r, std::exp(-0.5f), 1e-4f);
     EXPECT_NEAR(picture.pixel("main", 12, 8).r, std::exp(-0.05f * 14.0f), 1e-4f);
     EXPECT_NEAR(picture.pixel("main", 12, 8).b, 1.0f, floatNoise);
+}
+
+TEST(Volumes, AskLightsForTheirFog) {
+    TestScene scene;
+    scene.contents =
+        pointLight(
+            "lamp",
+            "\"color\" 1 0.5 0 1, \"intensity\" 2, \"decayRate\" 2, \"fogRadius\" 6, \"fogIntensity\" 0.5", 0,
+            0, 3) +
+        lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("wall", "white", 0, 0, 0, 4);
+    scene.members = {"wall", "lamp_inst"};
+    const RenderedScene clear(declareTestShaders() + scene.text());
+    scene.contents +=
+        "incremental camera \"cam\" volume \"testLightFog\" ( \"lights\" [ \"lamp_inst\" ] ) end camera\n";
+    const RenderedScene foggy(declareTestShaders() + scene.text());
+    ASSERT_TRUE(foggy.complaints().empty()) << foggy.complaints().front();
+    // In the middle of the rays, which are 10 long, and the same for all of them: no decay, unlike on the
+    // wall.
+    constexpr float middle = 5.0f, radius = 6.0f;
+    const float share = middle / (radius + radius * radius - middle * middle);
+    for (const int x : {2, 8}) {
+        const miColor before = clear.pixel("main", x, 8), after = foggy.pixel("main", x, 8);
+        EXPECT_NEAR(after.r - before.r, 2.0f * 0.5f * share * share, 1e-5f) << x;
+        EXPECT_NEAR(after.g - before.g, 0.5f * share * share, 1e-5f) << x;
+    }
+    EXPECT_GT(clear.pixel("main", 8, 8).r, 1.2f * clear.pixel("main", 2, 8).r);
 }
 
 TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {
