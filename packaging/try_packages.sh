@@ -59,8 +59,8 @@ install_inside "$(deb orca-render-dev)" cmake g++ make pkg-config
 cp -r "$tree/tests/interface" "$root/tmp/interface"
 inside /tmp/interface/try_consumer.sh /usr /tmp/consumer
 # With pkg-config: without the headers that the CMake package writes from declarations.
-sed '/#include "declared/d' "$tree/tests/interface/consumer/ripples.cpp" >"$root/tmp/ripples.cpp"
-inside sh -c 'g++ -std=c++20 -O1 -fPIC -shared /tmp/ripples.cpp -o /tmp/ripples.so $(pkg-config --cflags --libs orca-sdk)'
+sed '/#include "declared/d' "$tree/tests/interface/consumer/lamp.cpp" >"$root/tmp/lamp.cpp"
+inside sh -c 'g++ -std=c++20 -O1 -fPIC -shared /tmp/lamp.cpp -o /tmp/lamp.so $(pkg-config --cflags --libs orca-sdk)'
 
 try "the screen reader, which is called orca"
 install_inside orca
