@@ -6,12 +6,6 @@
 
 namespace {
 
-ScriptedRenderer& enter(const char* name) {
-    ScriptedRenderer& renderer = ScriptedRenderer::current();
-    renderer.called(name);
-    return renderer;
-}
-
 void write(char level, const char* format) {
     ScriptedRenderer::current().log.push_back({level, format});
 }
@@ -47,18 +41,12 @@ extern "C" {
 int mi_db_type(miTag tag) {
     return enter("mi_db_type").database.type(tag);
 }
-int mi_db_size(miTag tag) {
-    return enter("mi_db_size").database.size(tag);
-}
 void* mi_db_access(miTag tag) {
     return enter("mi_db_access").database.access(tag);
 }
 // Not through enter: a pin must come back even from a test that throws on every call.
 void mi_db_unpin(miTag tag) {
     ScriptedRenderer::current().database.unpin(tag);
-}
-void mi_db_flush(miTag) {
-    enter("mi_db_flush");
 }
 
 miBoolean mi_query(miQ_type query, miState* state, miTag tag, void* result, ...) {
@@ -68,12 +56,6 @@ miBoolean mi_query(miQ_type query, miState* state, miTag tag, void* result, ...)
 void* mi_mem_int_allocate(const char* file, int line, int size) {
     return enter("mi_mem_int_allocate").memory.allocate(file, line, size);
 }
-void* mi_mem_int_test_allocate(const char* file, int line, int size) {
-    return enter("mi_mem_int_test_allocate").memory.allocate(file, line, size);
-}
-void* mi_mem_int_reallocate(const char* file, int line, void* memory, int size) {
-    return enter("mi_mem_int_reallocate").memory.reallocate(file, line, memory, size);
-}
 void mi_mem_int_release(const char*, int, void* memory) {
     ScriptedRenderer::current().memory.release(memory);
 }
@@ -82,12 +64,6 @@ miMemblk* mi_mem_int_blkcreate(const char*, int, int size) {
 }
 void mi_mem_blkdelete(miMemblk* arena) {
     enter("mi_mem_blkdelete").memory.deleteArena(arena);
-}
-void* mi_mem_blkallocate(miMemblk* arena) {
-    return enter("mi_mem_blkallocate").memory.allocateBlock(arena);
-}
-void mi_mem_blkrelease(miMemblk* arena, void* block) {
-    enter("mi_mem_blkrelease").memory.releaseBlock(arena, block);
 }
 void* mi_mem_blkfallocate(miMemblk* arena) {
     return enter("mi_mem_blkfallocate").memory.allocateBlock(arena);
@@ -124,15 +100,6 @@ void mi_warning(const char* format, ...) {
 }
 void mi_info(const char* format, ...) {
     write('i', format);
-}
-void mi_progress(const char* format, ...) {
-    write('p', format);
-}
-void mi_debug(const char* format, ...) {
-    write('d', format);
-}
-void mi_vdebug(const char* format, ...) {
-    write('d', format);
 }
 
 miBoolean mi_fb_put(miState*, int buffer, const void* value) {

@@ -6,12 +6,6 @@
 
 namespace {
 
-ScriptedRenderer& enter(const char* name) {
-    ScriptedRenderer& renderer = ScriptedRenderer::current();
-    renderer.called(name);
-    return renderer;
-}
-
 constexpr miColor black{0.0f, 0.0f, 0.0f, 0.0f};
 
 /// Radical inverse of n in base b (van der Corput, 1935).
@@ -53,12 +47,6 @@ miBoolean mi_call_shader_x(miColor* result, int type, miState* state, miTag shad
                ? renderer.callShader(result, type, state, shader, argument)
                : miFALSE;
 }
-miBoolean mi_call_shader(miColor* result, int type, miState* state, miTag shader) {
-    return mi_call_shader_x(result, type, state, shader, nullptr);
-}
-miBoolean mi_call_material(miColor* result, miState* state) {
-    return mi_call_shader_x(result, miSHADER_MATERIAL, state, state->material, nullptr);
-}
 void* mi_phen_eval(miState* state, void* parameter) {
     ScriptedRenderer& renderer = enter("mi_phen_eval");
     return renderer.evaluate ? renderer.evaluate(state, parameter) : renderer.computed(parameter);
@@ -72,11 +60,6 @@ miBoolean mi_shaderstate_set(miState*, const char* key, void* data, int size, in
 }
 void* mi_shaderstate_get(miState*, const char* key, int* size) {
     return enter("mi_shaderstate_get").shaderState(key, size);
-}
-void mi_shaderstate_enumerate(miState*, miShaderstate_visitor visitor, void* user) {
-    enter("mi_shaderstate_enumerate").forEachShaderState([&](const char* key, void* data, int size) {
-        return visitor(key, data, size, user);
-    });
 }
 
 miBoolean mi_trace_eye(miColor* result, miState* state, miVector* origin, miVector* direction) {
@@ -103,9 +86,9 @@ miBoolean mi_trace_continue(miColor* result, miState* state) {
     ScriptedRenderer& renderer = enter("mi_trace_continue");
     return renderer.traceContinue ? renderer.traceContinue(result, state) : miFALSE;
 }
-miBoolean mi_trace_probe(miState* state, miVector* direction, miVector* origin) {
-    ScriptedRenderer& renderer = enter("mi_trace_probe");
-    return renderer.traceProbe ? renderer.traceProbe(state, direction, origin) : miFALSE;
+miBoolean mi_trace_probe(miState*, miVector*, miVector*) {
+    enter("mi_trace_probe");
+    return miFALSE;
 }
 miBoolean mi_trace_shadow(miColor* result, miState* state) {
     ScriptedRenderer& renderer = enter("mi_trace_shadow");
@@ -122,12 +105,6 @@ miBoolean mi_compute_avg_radiance(miColor* result, miState* state, miUint1 face,
     *result = black;
     return miFALSE;
 }
-miBoolean mi_compute_irradiance(miColor* result, miState* state) {
-    return mi_compute_avg_radiance(result, state, 'f', nullptr);
-}
-miBoolean mi_compute_irradiance_backside(miColor* result, miState* state) {
-    return mi_compute_avg_radiance(result, state, 'b', nullptr);
-}
 miBoolean mi_ambient_occlusion(miScalar* result, miState* state, miAo_options* options) {
     ScriptedRenderer& renderer = enter("mi_ambient_occlusion");
     if (renderer.ambientOcclusion) return renderer.ambientOcclusion(result, state, options);
@@ -138,7 +115,6 @@ miBoolean mi_ambient_occlusion(miScalar* result, miState* state, miAo_options* o
 miBoolean mi_sample_light(miColor* result, miVector* direction, miScalar* dotNl, miState* state,
                           miTag instance, miInteger* samples) {
     ScriptedRenderer& renderer = enter("mi_sample_light");
-    if (renderer.sampleLight) return renderer.sampleLight(result, direction, dotNl, state, instance, samples);
     for (const ScriptedLight& light : renderer.lights) {
         if (light.instance != instance) continue;
         if (*samples >= static_cast<int>(light.directions.size())) return miFALSE;
@@ -146,11 +122,6 @@ miBoolean mi_sample_light(miColor* result, miVector* direction, miScalar* dotNl,
         return deliver(light, toLight, result, direction, dotNl, state);
     }
     return miFALSE;
-}
-miBoolean mi_trace_light(miColor* result, miVector* direction, miScalar* dotNl, miState* state,
-                         miTag instance) {
-    miInteger samples = 0;
-    return mi_sample_light(result, direction, dotNl, state, instance, &samples);
 }
 miBoolean mi_instance_lightlist(int* count, miTag** tags, miState*) {
     const ScriptedRenderer& renderer = enter("mi_instance_lightlist");
@@ -160,13 +131,6 @@ miBoolean mi_instance_lightlist(int* count, miTag** tags, miState*) {
     *count = static_cast<int>(list.size());
     *tags = list.data();
     return miTRUE;
-}
-miBoolean mi_inclusive_lightlist(int*, miTag**, miState*) {
-    enter("mi_inclusive_lightlist");
-    return miTRUE;
-}
-miBoolean mi_exclusive_lightlist(int* count, miTag** tags, miState* state) {
-    return mi_instance_lightlist(count, tags, state);
 }
 miScalar mi_lightprofile_sample(miState*, miTag, miBoolean) {
     enter("mi_lightprofile_sample");
@@ -180,14 +144,6 @@ miBoolean mi_lookup_color_texture(miColor* result, miState* state, miTag texture
 miBoolean mi_lookup_filter_color_texture(miColor* result, miState* state, miTag texture, miTexfilter*,
                                          miMatrix) {
     return mi_lookup_color_texture(result, state, texture, &state->tex);
-}
-miBoolean mi_lookup_scalar_texture(miScalar* result, miState* state, miTag texture, miVector* coord) {
-    ScriptedRenderer& renderer = enter("mi_lookup_scalar_texture");
-    return renderer.lookupScalar ? renderer.lookupScalar(result, state, texture, coord) : miFALSE;
-}
-miBoolean mi_lookup_vector_texture(miVector* result, miState* state, miTag texture, miVector* coord) {
-    ScriptedRenderer& renderer = enter("mi_lookup_vector_texture");
-    return renderer.lookupVector ? renderer.lookupVector(result, state, texture, coord) : miFALSE;
 }
 
 miBoolean mi_sample(double* sample, int* instance, miState*, miUshort dimension, const miUint* n) {
@@ -209,12 +165,6 @@ miScalar mi_random(void) {
 void mi_srandom(long seed) {
     enter("mi_srandom").randomState =
         (static_cast<std::uint64_t>(static_cast<std::uint32_t>(seed)) << 16) | 0x330E;
-}
-miScalar mi_par_random(miState*) {
-    return mi_random();
-}
-miScalar mi_erandom(unsigned short[3]) {
-    return mi_random();
 }
 
 } // extern "C"

@@ -24,12 +24,6 @@ void transformNormal(const miMatrix& matrix, bool back, miVector* result, miVect
     mi_vector_transform_T(result, normal, m);
 }
 
-ScriptedRenderer& enter(const char* name) {
-    ScriptedRenderer& renderer = ScriptedRenderer::current();
-    renderer.called(name);
-    return renderer;
-}
-
 } // namespace
 
 // Eighteen and six functions that differ in their names only.

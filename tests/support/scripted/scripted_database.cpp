@@ -3,7 +3,7 @@
 
 miTag ScriptedDatabase::addBytes(miScene_type type, const void* bytes, std::size_t size) {
     constexpr std::size_t unit = sizeof(std::max_align_t);
-    Entry entry{type, std::vector<std::max_align_t>((size + unit - 1) / unit), size, 0};
+    Entry entry{type, std::vector<std::max_align_t>((size + unit - 1) / unit), 0};
     std::memcpy(entry.memory.data(), bytes, size);
     elements_.emplace(next_, std::move(entry));
     return next_++;
@@ -50,11 +50,6 @@ int ScriptedDatabase::type(miTag tag) const {
     return found == elements_.end() ? miSCENE_NONE : found->second.type;
 }
 
-int ScriptedDatabase::size(miTag tag) const {
-    const auto found = elements_.find(tag);
-    return found == elements_.end() ? 0 : static_cast<int>(found->second.size);
-}
-
 void* ScriptedDatabase::find(miTag tag) {
     const auto found = elements_.find(tag);
     return found == elements_.end() ? nullptr : found->second.memory.data();
@@ -77,9 +72,4 @@ int ScriptedDatabase::pinsHeld() const {
     int pins = -strayUnpins_;
     for (const auto& [tag, entry] : elements_) pins += entry.pins;
     return pins;
-}
-
-int ScriptedDatabase::pinsHeld(miTag tag) const {
-    const auto found = elements_.find(tag);
-    return found == elements_.end() ? 0 : found->second.pins;
 }

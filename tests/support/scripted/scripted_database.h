@@ -32,9 +32,7 @@ public:
         return addBytes(type, &element, sizeof element);
     }
 
-    [[nodiscard]] bool knows(miTag tag) const { return elements_.count(tag) != 0; }
     [[nodiscard]] int type(miTag tag) const;
-    [[nodiscard]] int size(miTag tag) const;
     /// Address of the element without a pin; null for an unknown tag.
     [[nodiscard]] void* find(miTag tag);
     template <class Element>
@@ -46,13 +44,11 @@ public:
     /// An unpin too many counts negative.
     void unpin(miTag tag);
     [[nodiscard]] int pinsHeld() const;
-    [[nodiscard]] int pinsHeld(miTag tag) const;
 
 private:
     struct Entry {
         miScene_type type;
         std::vector<std::max_align_t> memory; // never resized, so that addresses stay
-        std::size_t size;
         int pins;
     };
 

@@ -12,7 +12,6 @@ class ScriptedFrameBuffers final : public mi::shader::Framebuffer {
 public:
     /// Index of the new buffer; the first is 1.
     int add(std::string name, miImg_type type = miIMG_TYPE_RGBA_FP);
-    [[nodiscard]] bool written(int index) const { return values_.count(index) != 0; }
     /// The value last put, as many channels as the buffer's type has; zero when nothing was put.
     [[nodiscard]] miColor value(int index) const;
     /// As if a shader had put it.

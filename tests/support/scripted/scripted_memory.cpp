@@ -17,18 +17,6 @@ void* ScriptedMemory::allocate(const char* file, int line, int size) {
     return memory;
 }
 
-void* ScriptedMemory::reallocate(const char* file, int line, void* memory, int size) {
-    if (size == 0) {
-        release(memory);
-        return nullptr;
-    }
-    void* const grown = allocate(file, line, size);
-    if (!grown || !memory) return grown;
-    std::memcpy(grown, memory, static_cast<std::size_t>(std::min(size, allocations_.at(memory).size)));
-    release(memory);
-    return grown;
-}
-
 void ScriptedMemory::release(void* memory) {
     if (!memory) return;
     if (allocations_.erase(memory) == 0) ++strayReleases_;
@@ -69,9 +57,4 @@ int ScriptedMemory::blocksHeld() const {
     std::size_t blocks = 0;
     for (const auto& [handle, arena] : arenas_) blocks += arena->blocks.size();
     return static_cast<int>(blocks);
-}
-
-const ScriptedMemory::Allocation* ScriptedMemory::allocationAt(const void* memory) const {
-    const auto found = allocations_.find(memory);
-    return found == allocations_.end() ? nullptr : &found->second;
 }

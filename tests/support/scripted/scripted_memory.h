@@ -32,7 +32,6 @@ public:
     bool failing = false; ///< allocations answer null from now on
 
     void* allocate(const char* file, int line, int size);
-    void* reallocate(const char* file, int line, void* memory, int size);
     /// Null is ignored; memory that is not held counts as a stray release.
     void release(void* memory);
 
@@ -47,7 +46,6 @@ public:
     [[nodiscard]] int strayReleases() const { return strayReleases_; }
     [[nodiscard]] int arenasHeld() const { return static_cast<int>(arenas_.size()); }
     [[nodiscard]] int blocksHeld() const;
-    [[nodiscard]] const Allocation* allocationAt(const void* memory) const;
 
 private:
     std::map<const void*, Allocation> allocations_;

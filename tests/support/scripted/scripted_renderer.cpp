@@ -72,9 +72,11 @@ miState ScriptedRenderer::derived(miState& parent, miRay_type type) const {
     return child;
 }
 
-void ScriptedRenderer::called(const char* name) {
-    calls.emplace_back(name);
-    if (onCall) onCall(name);
+ScriptedRenderer& enter(const char* name) {
+    ScriptedRenderer& renderer = ScriptedRenderer::current();
+    renderer.calls.emplace_back(name);
+    if (renderer.onCall) renderer.onCall(name);
+    return renderer;
 }
 
 int ScriptedRenderer::callCount(const std::string& name) const {

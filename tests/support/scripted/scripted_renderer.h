@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// A renderer that does what a test tells it. Defines every mi_* function of the shader interface: each has a
+/// A renderer that does what a test tells it. Defines the mi_* functions that the library calls: each has a
 /// sane default, a hook where a test may want another answer, and leaves its name in `calls`. One at a time,
 /// one thread.
 
@@ -101,15 +101,11 @@ public:
         traceEnvironment;
     std::function<miBoolean(miColor*, miState*)> traceTransparent, traceContinue, traceShadow,
         traceShadowSegment;
-    std::function<miBoolean(miState*, miVector* direction, miVector* origin)> traceProbe;
     std::function<miBoolean(miColor*, miState*, miUint1 face, miIrrad_options*)> averageRadiance;
     std::function<miBoolean(miScalar*, miState*, miAo_options*)> ambientOcclusion;
-    std::function<miBoolean(miColor*, miVector*, miScalar*, miState*, miTag, miInteger*)> sampleLight;
     std::function<miBoolean(miColor*, int type, miState*, miTag, void*)> callShader;
     std::function<void*(miState*, void* parameter)> evaluate;
     std::function<miBoolean(miColor*, miState*, miTag, miVector*)> lookupColor;
-    std::function<miBoolean(miScalar*, miState*, miTag, miVector*)> lookupScalar;
-    std::function<miBoolean(miVector*, miState*, miTag, miVector*)> lookupVector;
     /// Called first by every mi_* function with its name; a test throws from it what a foreign shader might
     /// throw.
     std::function<void(const char* name)> onCall;
@@ -139,18 +135,10 @@ public:
     miBoolean setShaderState(const char* key, const void* data, int size, int lifetime);
     void* shaderState(const char* key, int* size = nullptr);
     [[nodiscard]] int shaderStateLifetime(const char* key) const;
-    template <class Visitor>
-    void forEachShaderState(Visitor visit) {
-        for (auto& [key, entry] : shaderState_)
-            if (!visit(key.c_str(), entry.bytes.data(), entry.size)) return;
-    }
 
     /// The instance's user pointer, for a state's running shader.
     void** userPointer(const miFunction* function) { return &userPointers_[function]; }
 
-    /// Bookkeeping of every mi_* function.
-    void called(const char* name);
-    miTag bufferCollection() const { return camera.buffertag; }
     std::uint64_t randomState = 0;
     int samplesDrawn = 0;
 
@@ -169,3 +157,6 @@ private:
     std::map<const void*, std::vector<char>> computed_;
     std::map<const miFunction*, void*> userPointers_;
 };
+
+/// What every mi_* function does first: notes its name in the renderer, which it returns.
+ScriptedRenderer& enter(const char* name);
