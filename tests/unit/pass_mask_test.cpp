@@ -11,6 +11,9 @@
 namespace {
 
 TEST(PassMask, HasFourPassesADigitLowestBitFirst) {
+    // Characters that are no digits follow the same sums: 'G' is 16, '@' is 16. Beyond ASCII by the
+    // platform's char: 180 where it is signed, else 141.
+    constexpr bool unsignedChars = !std::is_signed_v<char>;
     const struct {
         const char* mask;
         int pass;
@@ -26,14 +29,12 @@ TEST(PassMask, HasFourPassesADigitLowestBitFirst) {
                  {"0A", 7, true},
                  {"0A", 6, false},
                  {"000f", 15, true},
-                 // Characters that are no digits follow the same sums: 'G' is 16, '@' is 16.
                  {"G", 0, false},
                  {"@", 3, false},
                  {"/", 3, true},
-                 // Beyond ASCII by the platform's char: 180 where it is signed, else 141.
-                 {"\xE4", 0, !std::is_signed_v<char>},
+                 {"\xE4", 0, unsignedChars},
                  {"\xE4", 2, true},
-                 {"\xE4", 3, !std::is_signed_v<char>}};
+                 {"\xE4", 3, unsignedChars}};
     for (const auto& c : cases)
         EXPECT_EQ(contributesToPass(c.pass, c.mask), c.contributes)
             << (c.mask ? c.mask : "none") << ' ' << c.pass;

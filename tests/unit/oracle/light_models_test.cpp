@@ -2,6 +2,7 @@
 /// The exported light models against second formulations, where they are called with more than a material
 /// would.
 #include "oracle/pipeline_oracle.h"
+#include "orcaAnisotropicFacets.h"
 #include "orcaLambertTranslucence.h"
 #include "orcaSpecular.h"
 #include "scripted_renderer.h"
@@ -39,6 +40,14 @@ TEST(LightModels, MatchTheReference) {
         const double facets = reference::blinn(light, normal, view, a, b, eccentricity, rollOff, nDotL);
         EXPECT_NEAR(compute_blinn_specular(&light, &normal, &state, a, b, eccentricity, rollOff, nDotL),
                     facets, 1e-3 * (1.0 + facets));
+        const V3 along = unit(cross(normal, V3(random.direction())));
+        const AnisotropicFacets slopes{normal, along.single(), cross(normal, along).single(),
+                                       random.in(0.1f, 0.9f), random.in(0.1f, 0.9f)};
+        const double glint = reference::anisotropic(normal, along, cross(normal, along), slopes.alphaAlong,
+                                                    slopes.alphaAcross, light, state.dir);
+        EXPECT_NEAR(compute_anisotropic_specular(&slopes, &light, &state), glint, 1e-3 * (1.0 + glint));
+        const float cosine = random.in(0.0f, 1.0f), index = random.in(1.0f, 6.0f);
+        EXPECT_NEAR(compute_anisotropic_reflectivity(cosine, index), reference::fresnel(cosine, index), 2e-5);
         const float amount = random.in(0.0f, 1.0f),
                     wrap = random.chance(0.3f) ? 0.0f : random.in(0.0f, 0.15f);
         const float forward = random.chance(0.3f) ? 0.0f : random.in(0.0f, 1.0f);

@@ -53,6 +53,30 @@ double blinn(V3 light, V3 normal, const View& view, double a, double b, double e
     return secondaryWeight((f + (1 - f) * rollOff) * g, view, nDotL);
 }
 
+double anisotropic(V3 normal, V3 along, V3 across, double alphaAlong, double alphaAcross, V3 light,
+                   V3 rayDirection) {
+    const V3 view = rayDirection * -1.0, half = light + view;
+    if (dot(normal, light) <= 0 || dot(normal, view) <= 0) return 0;
+    const auto hidden = [&](V3 w) { // Smith's Lambda
+        const double a =
+            dot(w, normal) / std::hypot(dot(w, along) * alphaAlong, dot(w, across) * alphaAcross);
+        return (std::exp(-a * a) / (a * std::sqrt(3.14159265358979)) - std::erfc(a)) / 2;
+    };
+    const double hn = dot(half, normal), square = dot(half, half);
+    const double slope =
+        (std::pow(dot(half, along) / alphaAlong, 2) + std::pow(dot(half, across) / alphaAcross, 2)) /
+        (hn * hn);
+    const double density = std::exp(-slope) * square * square / (alphaAlong * alphaAcross * std::pow(hn, 4));
+    return density / (4 * dot(normal, view) * (1 + hidden(view) + hidden(light)));
+}
+
+double fresnel(double cosine, double index) {
+    const double inside = std::sqrt(1 - (1 - cosine * cosine) / (index * index));
+    const double across = (cosine - index * inside) / (cosine + index * inside);
+    const double along = (index * cosine - inside) / (index * cosine + inside);
+    return (across * across + along * along) / 2;
+}
+
 double translucence(V3 rayDirection, V3 light, double nDotL, double amount, double forward, double wrap) {
     const double start = wrap * -11.5;
     if (start >= nDotL) return 0;

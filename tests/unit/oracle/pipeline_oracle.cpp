@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "oracle/pipeline_oracle.h"
 
-#include "orcaAnisotropicFacets.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -347,15 +345,10 @@ private:
         }
         // Equally wide along all tangents, so that any two will do.
         const V3 along = unit(cross(normal_, std::abs(normal_.x) < 0.5 ? V3{1, 0, 0} : V3{0, 1, 0}));
-        const AnisotropicFacets facets{normal_.single(), along.single(), cross(normal_, along).single(),
-                                       c_.specular[0], c_.specular[0]};
-        miState state{};
-        state.dir = c_.rayDirection;
-        state.type = static_cast<miRay_type>(c_.rayType);
-        const miVector l = light.single();
         const double cosine = -dot(unit(light - V3(c_.rayDirection)), c_.rayDirection);
-        return double{compute_anisotropic_specular(&facets, &l, &state)} *
-               double{compute_anisotropic_reflectivity(static_cast<float>(cosine), c_.specular[1])};
+        return anisotropic(normal_, along, cross(normal_, along), c_.specular[0], c_.specular[0], light,
+                           c_.rayDirection) *
+               fresnel(cosine, c_.specular[1]);
     }
 
     /// Share of the reflectivity that the angle leaves.

@@ -94,6 +94,10 @@ struct View {
                             V3 light, const View& view);
 [[nodiscard]] double blinn(V3 light, V3 normal, const View& view, double a, double b, double eccentricity,
                            double rollOff, double nDotL);
+/// By tangents of unit length and the widths of the slopes along them.
+[[nodiscard]] double anisotropic(V3 normal, V3 along, V3 across, double alphaAlong, double alphaAcross,
+                                 V3 light, V3 rayDirection);
+[[nodiscard]] double fresnel(double cosine, double index);
 [[nodiscard]] double translucence(V3 rayDirection, V3 light, double nDotL, double amount, double forward,
                                   double wrap);
 
