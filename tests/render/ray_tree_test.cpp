@@ -123,9 +123,10 @@ TEST(Volumes, AskLightsForTheirFog) {
 }
 
 TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {
-    const auto render = [](const std::string& mode) {
+    const auto render = [](const std::string& mode, const std::string& baseState) {
         TestScene scene;
         scene.extraOptions = "scanline " + mode;
+        scene.baseState = baseState;
         scene.traceDepth = "2 4 4";
         scene.passes = {"beauty", "diffuse", "diffuseMaterialColor"};
         scene.passFlags = {"", "\"shadowed\" on, \"weightByOpacity\" on", ""};
@@ -144,17 +145,23 @@ TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {
         const std::string sky = "environment \"testSky\" ( \"color\" 0.8 0.6 0.4 1 )";
         return std::make_unique<RenderedScene>(withCamera(scene, sky));
     };
-    const auto traced = render("on");
-    const auto composited = render("rapid");
-    for (int x = 0; x < 16; ++x) {
-        EXPECT_NEAR(composited->pixel("main", x, 8).r, traced->pixel("main", x, 8).r, floatNoise) << x;
-        EXPECT_NEAR(composited->pixel("main", x, 8).g, traced->pixel("main", x, 8).g, floatNoise) << x;
-        EXPECT_NEAR(composited->pixel("main", x, 8).a, traced->pixel("main", x, 8).a, floatNoise) << x;
-        EXPECT_NEAR(composited->pixel("diffuse", x, 8).g, traced->pixel("diffuse", x, 8).g, floatNoise) << x;
+    for (const std::string baseState : {"", "\"additivePasses\" on"}) {
+        SCOPED_TRACE(baseState);
+        const auto traced = render("on", baseState);
+        const auto composited = render("rapid", baseState);
+        for (int x = 0; x < 16; ++x) {
+            for (const char* layer : {"main", "diffuse"}) {
+                const miColor expected = traced->pixel(layer, x, 8), pixel = composited->pixel(layer, x, 8);
+                EXPECT_NEAR(pixel.r, expected.r, floatNoise) << layer << ' ' << x;
+                EXPECT_NEAR(pixel.g, expected.g, floatNoise) << layer << ' ' << x;
+                EXPECT_NEAR(pixel.a, expected.a, floatNoise) << layer << ' ' << x;
+            }
+            EXPECT_NEAR(composited->pixel("beauty", x, 8).a, traced->pixel("beauty", x, 8).a, floatNoise);
+        }
+        expectSame(*composited, "beauty", "main");
+        EXPECT_EQ(composited->result().statistics.rays.transparent, 0u);
+        EXPECT_GT(traced->result().statistics.rays.transparent, 0u);
     }
-    expectSame(*composited, "beauty", "main");
-    EXPECT_EQ(composited->result().statistics.rays.transparent, 0u);
-    EXPECT_GT(traced->result().statistics.rays.transparent, 0u);
 }
 
 TEST(SharedEdges, AreCrossedOnce) {

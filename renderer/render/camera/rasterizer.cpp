@@ -37,7 +37,8 @@ void composite(miColor& sum, miColor& transmitted, const miColor& layer, const m
 }
 
 /// Multiplies what a layer has added to the buffers that are weighted by opacity with the transmittance of
-/// the layers in front. Of the background, behind the last surface, these buffers alone keep anything.
+/// the layers in front. Of the background, behind the last surface, these buffers alone keep anything; its
+/// alpha is at most the luminance of that transmittance. Alphas of surfaces are composited by their writers.
 void weightByOpacity(RenderContext& context, const miColor& transmitted, bool isBackground) {
     std::vector<float>& words = context.sampleWords;
     std::vector<float>& before = context.wordsBeforeLayer;
@@ -48,9 +49,14 @@ void weightByOpacity(RenderContext& context, const miColor& transmitted, bool is
             words[word] = before[word] + weights[c] * (words[word] - before[word]);
         }
     if (!isBackground) return;
+    const miColor& luminance = context.frame.options.luminance_weight;
+    const float share = luminance.r * weights[0] + luminance.g * weights[1] + luminance.b * weights[2];
     words.swap(before);
-    for (const image::Buffer* buffer : context.frame.opacityWeighted)
+    for (const image::Buffer* buffer : context.frame.opacityWeighted) {
+        const auto color = static_cast<std::size_t>(buffer->sampleOffset);
         std::copy_n(before.begin() + buffer->sampleOffset, 3, words.begin() + buffer->sampleOffset);
+        if (buffer->components > 3) words[color + 3] += std::min(before[color + 3] - words[color + 3], share);
+    }
 }
 
 } // namespace
