@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "advice.h"
 
+#include "image/picture_file.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -58,6 +60,14 @@ std::string whyNoLayeredFile(const std::string& path) {
         "\"{}\" is no name for the layered OpenEXR that -o writes: end it in .exr, and add --png "
         "FILE for a picture to look at",
         path);
+}
+
+std::string whyNoPreview(const std::string& path) {
+    if (path.empty() || image::previewFormat(path)) return {};
+    if (extensionOf(path) == "exr")
+        return fmt::format("\"{}\" is a name for the layered OpenEXR that -o writes; end it in .png", path);
+    return fmt::format("no picture format that can be written has the extension of \"{}\"; end it in .png",
+                       path);
 }
 
 } // namespace orca::app

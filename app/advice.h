@@ -18,4 +18,8 @@ namespace orca::app {
 /// for any other name.
 [[nodiscard]] std::string whyNoLayeredFile(const std::string& path);
 
+/// Why no picture to look at can be written under this name: its extension names a format that cannot be
+/// written, or that of the layered file. Empty for any other name; PNG needs no extension.
+[[nodiscard]] std::string whyNoPreview(const std::string& path);
+
 } // namespace orca::app

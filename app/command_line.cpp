@@ -178,6 +178,9 @@ void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     app.add_flag("--reproducible", command.reproducible,
                  "leave the render time out, so that equal pictures are equal files")
         ->group(group);
+    app.add_flag("--no-space-check{false}", command.checksSpace,
+                 "render even where the disk seems too full for the files")
+        ->group(group);
     app.add_option("--stats-json", command.statisticsFile, "write counts and times of every picture")
         ->group(group)
         ->type_name("FILE");
@@ -237,6 +240,13 @@ void addSceneOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     app.add_flag("--check", command.checksOnly,
                  "read the scene and look for its mistakes, shaders, textures and pass masks; render nothing")
         ->group(group);
+    app.add_flag("--list-inputs", command.listsInputs,
+                 "print every file that the scene needs, one a line; render nothing")
+        ->group(group);
+    app.add_flag("--strict", command.strict,
+                 "a missing texture or light profile, a statement without effect and a frame buffer that no "
+                 "shader writes are errors")
+        ->group(group);
     app.add_flag("--render-anyway", command.renderAnyway, "render a scene that has errors")->group(group);
 }
 
@@ -283,6 +293,8 @@ void convert(RawOptions& raw, CommandLine& command) {
     }
     if (const std::string reason = whyNoLayeredFile(command.output); !reason.empty())
         throw CLI::ValidationError("--output", reason);
+    if (const std::string reason = whyNoPreview(command.png); !reason.empty())
+        throw CLI::ValidationError("--png", reason);
     if (!raw.frames.empty()) {
         command.frames = framesOf(raw.frames);
         if (!command.frames) refuse("--frames", raw.frames, "a range such as 1-100x2");

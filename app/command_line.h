@@ -33,12 +33,14 @@ struct CommandLine {
     bool writesSceneFiles = true, writesFiles = true;
     bool singlePart = false;
     bool renderAnyway = false;
+    bool strict = false;       ///< what is only warned about otherwise is an error
+    bool checksSpace = true;   ///< of disks, before rendering
     bool reproducible = false; ///< leave times out of files, so that equal pictures are equal files
     int threads = 0;           ///< 0: all processors
     std::optional<std::pair<int, int>> pixel;
     std::optional<std::vector<int>> frames;
     std::vector<std::string> passes;
-    bool listsPasses = false, listsOutputs = false;
+    bool listsPasses = false, listsOutputs = false, listsInputs = false;
     bool dumpsPasses = false; ///< print what `passes` makes in the scene language
     bool checksOnly = false;  ///< read and check, render nothing
     std::string statisticsFile;

@@ -3,6 +3,8 @@
 #include "command_line.h"
 #include "exit_codes.h"
 #include "frames.h"
+#include "output_files.h"
+#include "overrides.h"
 #include "pass_catalogue.h"
 #include "report.h"
 #include "scene_run.h"
@@ -12,10 +14,23 @@
 
 #include <algorithm>
 #include <exception>
+#include <map>
+#include <string>
+#include <utility>
 
 namespace orca::app {
 
 namespace {
+
+/// The option whose name for several frames' files is the same; empty when there is none.
+std::string sharedByFrames(const CommandLine& command, std::size_t frames) {
+    if (frames < 2 || !command.writesFiles || command.pixel) return {};
+    const std::pair<const char*, const std::string&> names[] = {
+        {"-o", command.output}, {"--png", command.png}, {"--png-layers", command.pngLayers}};
+    for (const auto& [option, name] : names)
+        if (!name.empty() && !hasFramePattern(name) && !isStream(name)) return option;
+    return {};
+}
 
 /// Renders every frame of scenes whose names hold ####, or the scenes once.
 int renderAll(const CommandLine& command, Log& log) {
@@ -28,17 +43,35 @@ int renderAll(const CommandLine& command, Log& log) {
     std::vector<std::optional<int>> frames{std::nullopt};
     if (perFrame) frames.assign(command.frames->begin(), command.frames->end());
 
+    if (const std::string option = sharedByFrames(command, frames.size()); !option.empty()) {
+        fmt::print(stderr,
+                   "orca-render: frames {} and {} would both be written under the name given to {}: put #### "
+                   "into it\n",
+                   *frames[0], *frames[1], option);
+        return exitUsage;
+    }
+
+    if (!reportWithoutEffect(command.overrides, command.strict, log)) return exitUsage;
+
     const StopSignal stop;
+    OutputFiles files(command, log);
     std::vector<PictureReport> pictures;
+    std::map<std::string, InputFile> inputs;
     int exitCode = exitRendered;
     for (const std::optional<int>& frame : frames) {
-        SceneRun run(command, log, stop, frame);
+        SceneRun run(command, log, stop, files, frame);
         const int code = run.run();
         pictures.insert(pictures.end(), run.pictures().begin(), run.pictures().end());
+        inputs.insert(run.inputs().begin(), run.inputs().end());
         if (exitCode == exitRendered) exitCode = code;
         if (stop.exitCode() != 0) return stop.exitCode();
     }
-    const bool counted = command.statisticsFile.empty() || command.listsOutputs ||
+    if (command.listsInputs) {
+        for (const auto& [path, file] : inputs)
+            if (!file.missing) fmt::print("{}\n", path);
+        return exitCode;
+    }
+    const bool counted = command.statisticsFile.empty() || !files.mayWriteStatistics() ||
                          writeStatistics(command.statisticsFile, pictures, log);
     return exitCode == exitRendered && !counted ? exitNotWritten : exitCode;
 }

@@ -3,6 +3,7 @@
 
 #include "frames.h"
 
+#include "image/file_in_place.h"
 #include "image/picture_file.h"
 
 #include <fmt/format.h>
@@ -10,6 +11,8 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+
+#include <sys/stat.h>
 
 namespace orca::app {
 
@@ -27,60 +30,170 @@ std::string defaultName(const std::string& scene) {
     return stem + ".exr";
 }
 
-/// Bytes of the layered file before compression, which about halves them.
-std::uint64_t uncompressedBytes(const render::Picture& picture) {
-    std::uint64_t pixel = 0;
+/// The path that a file really has: nothing but its own name tells files apart that are yet to be written.
+std::string canonicalPath(const std::string& path) {
+    std::error_code problem;
+    const fs::path canonical = fs::weakly_canonical(fs::absolute(path, problem), problem);
+    return problem ? path : canonical.string();
+}
+
+std::uint64_t pixelsIn(const render::Picture& picture) {
+    const render::PixelWindow window = picture.window();
+    return static_cast<std::uint64_t>(window.width()) * static_cast<std::uint64_t>(window.height());
+}
+
+/// Of a pixel in the layered file, before compression.
+std::uint64_t layeredBytesPerPixel(const render::Picture& picture) {
+    std::uint64_t bytes = 0;
     for (const image::PartDescription& part :
          image::describeParts(image::layeredBuffers(picture.framebuffers())))
-        pixel += part.channels.size() * (part.storage == "half" ? 2 : 4);
-    return pixel * static_cast<std::uint64_t>(picture.camera().x_resolution) *
-           static_cast<std::uint64_t>(picture.camera().y_resolution);
+        bytes += part.channels.size() * (part.storage == "half" ? 2 : 4);
+    return bytes;
+}
+
+std::string megabytes(std::uint64_t bytes) {
+    return fmt::format("{:.1f} MB", static_cast<double>(bytes) * 1e-6);
 }
 
 } // namespace
 
+bool isStream(const std::string& path) {
+    std::error_code missing;
+    const fs::file_status status = fs::status(path, missing);
+    return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
+}
+
 OutputFiles::OutputFiles(const CommandLine& command, Log& log) : command_(command), log_(log) {
+}
+
+std::string OutputFiles::nameFor(const std::string& pattern, const char* option, int frame) {
+    const std::string name = withFrame(pattern, frame);
+    if (name.empty() || isStream(name) || named_.insert(name).second) return name;
+    const std::string numbered = withFrameAdded(name, frame);
+    log_.warning("MAIN",
+                 "\"{}\" holds an earlier picture of this run, so frame {} goes to \"{}\"; put #### into the "
+                 "name given to {}",
+                 name, frame, numbered, option);
+    named_.insert(numbered);
+    return numbered;
 }
 
 PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) {
     PictureFiles files;
+    files.frame = frame;
     if (!command_.writesFiles || command_.pixel) return files;
     if (command_.writesSceneFiles)
         files.sceneFiles = image::bufferFilePaths(command_.fileDirectory, image::layeredBuffers(buffers));
-    files.png = withFrame(command_.png, frame);
-    files.layerDirectory = withFrame(command_.pngLayers, frame);
-    if (!command_.output.empty()) {
-        files.layered = withFrame(command_.output, frame);
-    } else {
-        files.layered = withFrame(defaultName(command_.scenes.front()), frame);
+    files.png = nameFor(command_.png, "--png", frame);
+    files.layerDirectory = nameFor(command_.pngLayers, "--png-layers", frame);
+    std::string layered = command_.output;
+    if (layered.empty()) {
+        layered = defaultName(command_.scenes.front());
         const bool taken =
             std::any_of(files.sceneFiles.begin(), files.sceneFiles.end(),
-                        [&](const std::string& file) { return samePath(file, files.layered); });
-        if (taken) files.layered = fs::path(files.layered).replace_extension(".layers.exr").string();
+                        [&](const std::string& file) { return samePath(file, withFrame(layered, frame)); });
+        if (taken) layered = fs::path(layered).replace_extension(".layers.exr").string();
     }
-    if (!named_.insert(files.layered).second) {
-        const std::string numbered = withFrameAdded(files.layered, frame);
-        log_.warning("MAIN",
-                     "\"{}\" holds an earlier picture of this run, so frame {} goes to \"{}\"; put #### "
-                     "into the name given to -o",
-                     files.layered, frame, numbered);
-        files.layered = numbered;
-        named_.insert(numbered);
-    }
+    files.layered = nameFor(layered, "-o", frame);
     return files;
 }
 
-bool OutputFiles::check(const PictureFiles& files, const render::Picture& picture) const {
-    bool good = files.layered.empty() || image::canWrite(files.layered, log_, uncompressedBytes(picture) / 2);
-    for (const std::string& file : files.sceneFiles) good = image::canWrite(file, log_) && good;
-    if (!files.png.empty()) good = image::canWrite(files.png, log_) && good;
+std::vector<OutputFiles::Planned> OutputFiles::planned(const PictureFiles& files,
+                                                       const render::Picture& picture) const {
+    // Compression about halves floats, four of them in a file of the scene's; of a preview's three bytes it
+    // leaves about two.
+    const std::uint64_t pixels = pixelsIn(picture);
+    const std::uint64_t layeredBytes = pixels * layeredBytesPerPixel(picture) / 2;
+    const std::uint64_t previewBytes = 2 * pixels;
+    std::vector<Planned> plan;
+    const auto add = [&](const std::string& path, const std::string& role, std::uint64_t bytes) {
+        if (!path.empty()) plan.push_back({path, role, bytes});
+    };
+    add(files.layered, "the layered file (-o)", layeredBytes);
+    for (const std::string& file : files.sceneFiles)
+        add(file, "a file that the scene's framebuffer or output statements name", 8 * pixels);
+    add(files.png, "the picture to look at (--png)", previewBytes);
+    if (!files.layerDirectory.empty())
+        for (const image::Buffer* buffer : image::layeredBuffers(picture.framebuffers()))
+            add(fmt::format("{}/{}.png", files.layerDirectory, buffer->name),
+                fmt::format("layer \"{}\" (--png-layers)", buffer->name), previewBytes);
+    add(command_.statisticsFile, "the statistics (--stats-json)", 0);
+    std::erase_if(plan, [](const Planned& file) { return isStream(file.path); });
+    return plan;
+}
+
+bool OutputFiles::checkConflicts(const std::vector<Planned>& plan, const std::vector<InputFile>& inputs,
+                                 int frame) {
+    std::map<std::string, const InputFile*> inputAt;
+    for (const InputFile& input : inputs) inputAt.emplace(canonicalPath(input.path), &input);
+    std::map<std::string, const Planned*> plannedAt;
+    bool good = true;
+    for (const Planned& file : plan) {
+        const std::string path = canonicalPath(file.path);
+        if (const auto input = inputAt.find(path); input != inputAt.end()) {
+            log_.errorAt(input->second->place, "MAIN",
+                         "\"{}\" is {}, and {} would overwrite it; give that another name", file.path,
+                         input->second->what, file.role);
+            good = false;
+        }
+        if (const auto [other, isFirst] = plannedAt.emplace(path, &file); !isFirst) {
+            log_.error("MAIN", "\"{}\" would be both {} and {}; give one of them another name", file.path,
+                       other->second->role, file.role);
+            good = false;
+        }
+        if (file.path == command_.statisticsFile) continue; // written once, for all frames
+        if (const auto [earlier, isFirst] = frame_.emplace(path, frame); !isFirst) {
+            log_.error(
+                "MAIN",
+                "\"{}\" holds frame {} of this run, and frame {} would overwrite it; give each frame a "
+                "name of its own",
+                file.path, earlier->second, frame);
+            good = false;
+        }
+    }
+    return good;
+}
+
+bool OutputFiles::checkSpace(const std::vector<Planned>& plan) const {
+    if (!command_.checksSpace) return true;
+    struct Disk {
+        std::string file; ///< the largest there
+        std::uint64_t most = 0, needed = 0;
+    };
+    std::map<dev_t, Disk> disks;
+    for (const Planned& file : plan) {
+        struct stat status {};
+        if (::stat(fs::path(canonicalPath(file.path)).parent_path().c_str(), &status) != 0) continue;
+        Disk& disk = disks[status.st_dev];
+        disk.needed += file.bytes;
+        if (disk.file.empty() || file.bytes > disk.most) disk.file = file.path, disk.most = file.bytes;
+    }
+    bool good = true;
+    for (const auto& [device, disk] : disks) {
+        std::error_code unknown;
+        const fs::space_info space = fs::space(fs::path(canonicalPath(disk.file)).parent_path(), unknown);
+        if (unknown || space.available >= disk.needed) continue;
+        log_.error("MAIN",
+                   "the disk of \"{}\" has {} left, and the picture's files are estimated to take {} there; "
+                   "make room, choose another disk or render with --no-space-check",
+                   disk.file, megabytes(space.available), megabytes(disk.needed));
+        good = false;
+    }
+    return good;
+}
+
+bool OutputFiles::check(const PictureFiles& files, const render::Picture& picture,
+                        const std::vector<InputFile>& inputs) {
+    const std::vector<Planned> plan = planned(files, picture);
+    mayWriteStatistics_ = checkConflicts(plan, inputs, files.frame);
+    if (!mayWriteStatistics_) return false;
     if (!files.layerDirectory.empty()) {
         std::error_code problem; // what could not be made is found missing next
         fs::create_directories(files.layerDirectory, problem);
-        good = image::canWrite(files.layerDirectory + "/layer.png", log_) && good;
     }
-    if (!command_.statisticsFile.empty()) good = image::canWrite(command_.statisticsFile, log_) && good;
-    return good;
+    bool good = true;
+    for (const Planned& file : plan) good = image::canWrite(file.path, log_) && good;
+    return good && checkSpace(plan);
 }
 
 bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& result) const {
@@ -108,6 +221,10 @@ void OutputFiles::list(const PictureFiles& files, const image::FramebufferSet& b
             fmt::print("  {:<30} {:<6} {}\n", part.name, part.storage, fmt::join(part.channels, " "));
     }
     for (const std::string& file : files.sceneFiles) fmt::print("{}\n", file);
+    if (!files.png.empty()) fmt::print("{}\n", files.png);
+    if (files.layerDirectory.empty()) return;
+    for (const image::Buffer* buffer : image::layeredBuffers(buffers))
+        fmt::print("{}/{}.png\n", files.layerDirectory, buffer->name);
 }
 
 void OutputFiles::printPixel(const render::FrameResult& result) {

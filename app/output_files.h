@@ -2,39 +2,49 @@
 #pragma once
 
 #include "command_line.h"
+#include "input_files.h"
 
 #include "base/log.h"
 #include "render/session.h"
 #include "scene/elements/elements.h"
 
+#include <cstdint>
+#include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace orca::app {
 
 /// Paths of one picture's files.
 struct PictureFiles {
+    int frame = 0;
     std::string layered;                 ///< empty: not written
     std::vector<std::string> sceneFiles; ///< named by the scene's own statements
     std::string png;                     ///< for looking at; empty: not written
     std::string layerDirectory;          ///< for a PNG of each layer; empty: not written
 };
 
-/// Names, checks and writes the files of a run's pictures.
+/// Names, checks and writes the files of all pictures of a run.
 class OutputFiles {
 public:
     OutputFiles(const CommandLine& command, Log& log);
 
-    /// Paths of the next picture's files. From the second picture on, the frame number is added to a name
-    /// without ####.
+    /// Paths of the next picture's files. From the second picture on, the frame number is added to a name of
+    /// the command line without ####.
     PictureFiles next(const image::FramebufferSet& buffers, int frame);
 
-    /// False, with messages, when a file cannot be created or does not fit on its disk; for use before
-    /// rendering. Makes the folder of the layers' PNGs.
-    [[nodiscard]] bool check(const PictureFiles& files, const render::Picture& picture) const;
+    /// False, with messages, when a file would overwrite one of `inputs`, another file of this picture or one
+    /// of an earlier picture, when it cannot be created or when the files do not fit on their disks; for use
+    /// before rendering. Makes the folder of the layers' PNGs.
+    [[nodiscard]] bool check(const PictureFiles& files, const render::Picture& picture,
+                             const std::vector<InputFile>& inputs);
 
     /// Writes a finished picture. False, with messages, when something could not be written.
     [[nodiscard]] bool write(const PictureFiles& files, const render::FrameResult& result) const;
+
+    /// True when a check has found that the statistics' file is no other file of the run.
+    [[nodiscard]] bool mayWriteStatistics() const { return mayWriteStatistics_; }
 
     /// Prints files, parts and channels to standard output.
     static void list(const PictureFiles& files, const image::FramebufferSet& buffers);
@@ -42,9 +52,27 @@ public:
     static void printPixel(const render::FrameResult& result);
 
 private:
+    /// A file that is to be written.
+    struct Planned {
+        std::string path;
+        std::string role;    ///< as messages call it
+        std::uint64_t bytes; ///< an estimate, compressed
+    };
+
+    std::string nameFor(const std::string& pattern, const char* option, int frame);
+    [[nodiscard]] std::vector<Planned> planned(const PictureFiles& files,
+                                               const render::Picture& picture) const;
+    bool checkConflicts(const std::vector<Planned>& plan, const std::vector<InputFile>& inputs, int frame);
+    [[nodiscard]] bool checkSpace(const std::vector<Planned>& plan) const;
+
     const CommandLine& command_;
     Log& log_;
-    std::set<std::string> named_;
+    std::set<std::string> named_; ///< of the command line's names, what is taken
+    bool mayWriteStatistics_ = false;
+    std::map<std::string, int> frame_; ///< that a file of this run holds, by its path without links
 };
+
+/// True for devices and FIFOs, which several files may go to.
+[[nodiscard]] bool isStream(const std::string& path);
 
 } // namespace orca::app

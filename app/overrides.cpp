@@ -16,4 +16,18 @@ void applyOverrides(const Overrides& overrides, scene::OptionsElement& element) 
     }
 }
 
+bool reportWithoutEffect(const Overrides& overrides, bool strict, Log& log) {
+    bool good = true;
+    for (const auto& [statement, values] : overrides.options) {
+        const std::string_view missing = statement->missingOf(values);
+        if (missing.empty()) continue;
+        const bool isError = strict && statement->level == LogLevel::Warning;
+        log.write(isError ? LogLevel::Error : statement->level, "MAIN",
+                  "\"{}\" of the command line has no effect, or not all of it: {}", statement->words,
+                  missing);
+        good = good && !isError;
+    }
+    return good;
+}
+
 } // namespace orca::app

@@ -9,4 +9,7 @@ namespace orca::app {
 /// Puts the command line's options in place of the scene's. Size and window belong to the camera.
 void applyOverrides(const Overrides& overrides, scene::OptionsElement& options);
 
+/// Says which of them have no effect, or not all of it. False when that is an error.
+[[nodiscard]] bool reportWithoutEffect(const Overrides& overrides, bool strict, Log& log);
+
 } // namespace orca::app

@@ -32,8 +32,7 @@ Progress::Progress(Style style, std::FILE* stream, std::string title)
 
 Progress::~Progress() {
     if (!drawn_) return;
-    fmt::print(stream_, "\r\033[K");
-    std::fflush(stream_);
+    print("\r\033[K");
 }
 
 void Progress::update(double share) {
@@ -54,20 +53,24 @@ void Progress::update(double share) {
     last_ = now;
 }
 
+/// A stream that is closed is no reason to lose the picture.
+void Progress::print(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stream_);
+    std::fflush(stream_);
+}
+
 void Progress::drawBar(double share, double elapsed) {
     constexpr int width = 30;
     const int filled = static_cast<int>(share * width);
     // The cursor goes back to the line's start, so that a message overwrites the bar instead of following it.
-    fmt::print(stream_, "\r{} [{:=<{}}{: <{}}] {:3.0f} %  {} elapsed, {} left\033[K\r", title_, "", filled,
-               "", width - filled, share * 100.0, durationText(elapsed), remainingText(share, elapsed));
-    std::fflush(stream_);
+    print(fmt::format("\r{} [{:=<{}}{: <{}}] {:3.0f} %  {} elapsed, {} left\033[K\r", title_, "", filled, "",
+                      width - filled, share * 100.0, durationText(elapsed), remainingText(share, elapsed)));
     drawn_ = true;
 }
 
 void Progress::printLine(double share, double elapsed) {
-    fmt::print(stream_, "{} {:3.0f} %  {} elapsed, {} left\n", title_, share * 100.0, durationText(elapsed),
-               remainingText(share, elapsed));
-    std::fflush(stream_);
+    print(fmt::format("{} {:3.0f} %  {} elapsed, {} left\n", title_, share * 100.0, durationText(elapsed),
+                      remainingText(share, elapsed)));
 }
 
 } // namespace orca::app

@@ -24,6 +24,7 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+    void print(const std::string& text);
     void drawBar(double share, double elapsed);
     void printLine(double share, double elapsed);
 

@@ -4,15 +4,14 @@
 #include "progress.h"
 
 #include "base/memory.h"
+#include "image/file_in_place.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <exception>
 #include <utility>
 
 namespace orca::app {
@@ -77,11 +76,15 @@ bool writeStatistics(const std::string& path, const std::vector<PictureReport>& 
     for (const PictureReport& picture : pictures) all["pictures"].push_back(json(picture));
     // A file name need not be UTF-8.
     const std::string text = all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    const bool written = file && std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    const bool closed = file && std::fclose(file) == 0;
-    if (!written || !closed) log.error("MAIN", "cannot write \"{}\": {}", path, std::strerror(errno));
-    return written && closed;
+    try {
+        image::FileInPlace file(path);
+        file.write(text.data(), text.size());
+        file.commit();
+        return true;
+    } catch (const std::exception& failure) {
+        log.error("MAIN", "cannot write \"{}\": {}", path, failure.what());
+        return false;
+    }
 }
 
 void reportLeaks(const scene::Database& database, Log& log) {

@@ -40,11 +40,12 @@ scene::ParserOptions parserOptions(const CommandLine& command) {
     options.variables = command.variables;
     options.verbosityFixed = command.verbosity.has_value();
     options.renderAnyway = command.renderAnyway;
+    options.strict = command.strict;
     return options;
 }
 
 bool rendersNothing(const CommandLine& command) {
-    return command.listsOutputs || command.dumpsPasses || command.checksOnly;
+    return command.listsOutputs || command.listsInputs || command.dumpsPasses || command.checksOnly;
 }
 
 /// A bar on a terminal; a log gets lines when its verbosity asks for them.
@@ -63,7 +64,8 @@ float pixelAspect(const miCamera& camera, int width, int height) {
 
 } // namespace
 
-SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, std::optional<int> frame)
+SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, OutputFiles& files,
+                   std::optional<int> frame)
     : command_(command),
       log_(log),
       stop_(stop),
@@ -74,7 +76,7 @@ SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop,
       session_(scene_.database(), log, runtime_, textures_),
       libraryPaths_(searchPaths(command.libraryPaths, "MI_LIBRARY_PATH", installation().libraryPaths)),
       masks_(scene_.database(), log),
-      files_(command, log) {
+      files_(files) {
 }
 
 int SceneRun::run() {
@@ -99,7 +101,9 @@ int SceneRun::run() {
         scene_.parseFile(frame_ ? withFrame(file, *frame_) : file, options, callbacks);
         if (scene_.errors() > 0) fail(exitSceneError);
     }
+    collectInputs();
     if (command_.checksOnly && !check()) fail(exitSceneError);
+    if (command_.listsInputs && !reportMissingInputs()) fail(exitSceneError);
     if (exitCode_ == exitRendered && !rendersNothing(command_)) reportMissingFrames();
     log_.reportRepeats();
     reportLeaks(scene_.database(), log_);
@@ -144,6 +148,23 @@ bool SceneRun::checkWindow(const render::Picture& picture) const {
         log_.warning("MAIN", "--window {} {} {} {} reaches beyond the picture and is cut: {}", xl, yl, xh, yh,
                      size);
     return true;
+}
+
+void SceneRun::collectInputs() {
+    for (InputFile& file : inputFiles(scene_, textures_, runtime_)) {
+        const std::string path = file.path;
+        inputs_.emplace(path, std::move(file));
+    }
+}
+
+bool SceneRun::reportMissingInputs() const {
+    bool complete = true;
+    for (const auto& [path, file] : inputs_) {
+        if (!file.missing) continue;
+        log_.errorAt(file.place, "MAIN", "{}: there is no file \"{}\"", file.what, path);
+        complete = false;
+    }
+    return complete;
 }
 
 /// The exit code is that of the first failure.
@@ -224,8 +245,13 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         return true;
     }
     warnOfOblongPixels(picture);
-    if (command_.checksOnly) return true;
-    if (!files_.check(files, picture)) {
+    collectInputs();
+    if (command_.checksOnly || command_.listsInputs) return true;
+    if (command_.strict && !reportMissingInputs()) {
+        fail(exitSceneError);
+        return false;
+    }
+    if (!files_.check(files, picture, inputFiles(scene_, textures_, runtime_))) {
         fail(exitNotWritten);
         return false;
     }
@@ -242,10 +268,11 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         return false;
     }
     if (log_.count(LogLevel::Error) > errorsBefore) fail(exitRenderError);
+    if (command_.strict && !result->unwritten.empty()) fail(exitRenderError);
     describe(*result, frame);
     if (command_.pixel) OutputFiles::printPixel(*result);
     if (!files_.write(files, *result)) {
-        fail(exitNotWritten);
+        fail(stop_.exitCode() != 0 ? stop_.exitCode() : exitNotWritten);
         return false;
     }
     return exitCode_ == exitRendered ||
@@ -294,6 +321,7 @@ void SceneRun::describe(render::FrameResult& result, int frame) const {
         picture.text["renderSeconds"] = fmt::format("{:.2f}", result.statistics.renderSeconds);
     picture.pixelAspect = pixelAspect(camera.camera, picture.width, picture.height);
     picture.threads = std::max(1, result.statistics.threads);
+    picture.stop = &stop_.flag();
     if (const FrameBufferData* block = passBlock(scene_.database(), camera))
         picture.layerText = passMetadata(scene_.database(), *block);
 }

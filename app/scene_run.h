@@ -13,6 +13,7 @@
 #include "scene/language/scene_file.h"
 #include "shading/shader_runtime.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -24,12 +25,16 @@ namespace orca::app {
 class SceneRun {
 public:
     /// @param frame replaces #### in the scenes' names
-    SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, std::optional<int> frame);
+    /// @param files of all pictures of the command
+    SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, OutputFiles& files,
+             std::optional<int> frame);
 
     /// Reads the scene and renders each picture at its render statement. Returns an exit code.
     int run();
 
     [[nodiscard]] const std::vector<PictureReport>& pictures() const { return pictures_; }
+    /// Every file that the scene needs for the pictures that were asked for, by path.
+    [[nodiscard]] const std::map<std::string, InputFile>& inputs() const { return inputs_; }
 
 private:
     /// Makes ready what cameras and options say about passes. False with a message.
@@ -52,6 +57,10 @@ private:
     /// Frames that the command asks for and the scene does not have; all of them, or a scene without any, is
     /// an error.
     void reportMissingFrames();
+    /// Adds what the scene needs as it is now.
+    void collectInputs();
+    /// False, with messages, when a file that the scene needs is missing.
+    [[nodiscard]] bool reportMissingInputs() const;
     [[nodiscard]] bool checkWindow(const render::Picture& picture) const;
     void fail(int exitCode);
 
@@ -68,7 +77,8 @@ private:
     scene::ParserCallbacks parserCallbacks_;
     std::unique_ptr<PassPreset> preset_;
     PassMasks masks_;
-    OutputFiles files_;
+    OutputFiles& files_;
+    std::map<std::string, InputFile> inputs_; ///< of the pictures so far, by path
     std::vector<PictureReport> pictures_;
     std::set<int> frames_; ///< of the scene's render statements so far
     int exitCode_ = 0;

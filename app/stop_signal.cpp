@@ -1,37 +1,89 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "stop_signal.h"
 
+#include "image/file_in_place.h"
+
+#include <cerrno>
 #include <csignal>
+#include <cstring>
+#include <ctime>
+
+#include <poll.h>
+#include <unistd.h>
 
 namespace orca::app {
 
 namespace {
 
+constexpr long graceNanoseconds = 150'000'000;
+
 std::atomic<bool> stopping{false};
 std::atomic<int> received{0};
 static_assert(std::atomic<bool>::is_always_lock_free &&
               std::atomic<int>::is_always_lock_free); // used in a handler
+sem_t* arrived = nullptr;
 
 void remember(int signal) {
+    const int before = errno;
     received = signal;
     stopping = true;
+    ::sem_post(arrived);
+    errno = before;
 }
 
-void install(void (*handler)(int), int flags) {
+/// In the place of "ignored", which programs that shaders start would inherit.
+void ignore(int) {
+}
+
+void install(std::initializer_list<int> signals, void (*handler)(int), int flags) {
     struct sigaction action {};
     action.sa_handler = handler;
     action.sa_flags = flags;
-    for (const int signal : {SIGINT, SIGTERM}) ::sigaction(signal, &action, nullptr);
+    for (const int signal : signals) ::sigaction(signal, &action, nullptr);
+}
+
+/// The stream's own locks may be held by whatever does not end.
+void say(const char* text) {
+    pollfd writable{STDERR_FILENO, POLLOUT, 0};
+    if (::poll(&writable, 1, 0) != 1 || !(writable.revents & POLLOUT)) return;
+    if (::write(STDERR_FILENO, text, std::strlen(text)) < 0) return;
 }
 
 } // namespace
 
 StopSignal::StopSignal() {
-    install(remember, static_cast<int>(SA_RESETHAND));
+    ::sem_init(&arrived_, 0, 0);
+    ::sem_init(&ended_, 0, 0);
+    arrived = &arrived_;
+    install({SIGINT, SIGTERM}, remember, static_cast<int>(SA_RESETHAND));
+    // A log that nobody reads any more and a limit of file sizes are errors of those writes alone.
+    install({SIGPIPE, SIGXFSZ}, ignore, SA_RESTART);
+    watcher_ = std::thread([this] { watch(); });
 }
 
 StopSignal::~StopSignal() {
-    install(SIG_DFL, 0);
+    install({SIGINT, SIGTERM, SIGPIPE, SIGXFSZ}, SIG_DFL, 0);
+    ::sem_post(&ended_);
+    ::sem_post(&arrived_);
+    watcher_.join();
+    ::sem_destroy(&arrived_);
+    ::sem_destroy(&ended_);
+}
+
+void StopSignal::watch() {
+    while (::sem_wait(&arrived_) != 0) continue; // interrupted by another signal
+    timespec end{};
+    ::clock_gettime(CLOCK_REALTIME, &end);
+    end.tv_nsec += graceNanoseconds;
+    end.tv_sec += end.tv_nsec / 1'000'000'000;
+    end.tv_nsec %= 1'000'000'000;
+    int waited;
+    do waited = ::sem_timedwait(&ended_, &end);
+    while (waited != 0 && errno == EINTR);
+    if (waited == 0) return;
+    image::removeTemporaryFiles();
+    say("MAIN 0.0   warning: interrupted: the process ends at once; files that are complete stay\n");
+    ::_exit(exitCode());
 }
 
 const std::atomic<bool>& StopSignal::flag() const {

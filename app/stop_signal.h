@@ -2,11 +2,16 @@
 #pragma once
 
 #include <atomic>
+#include <thread>
+
+#include <semaphore.h>
 
 namespace orca::app {
 
 /// From construction on, an interrupt (Ctrl-C) or a termination request sets a flag instead of ending the
-/// process; a second one ends it at once. One at a time in a process.
+/// process. Whatever does not look at the flag (an image library, a shader's loop) is ended with the process
+/// soon after, its temporary files removed. A second signal ends the process at once. A log pipe that is
+/// closed and a limit of file sizes do not end the process. One at a time in a process.
 class StopSignal {
 public:
     StopSignal();
@@ -17,6 +22,12 @@ public:
     [[nodiscard]] const std::atomic<bool>& flag() const;
     /// 128 + the number of the signal that came; 0 when none did.
     [[nodiscard]] int exitCode() const;
+
+private:
+    void watch();
+
+    sem_t arrived_{}, ended_{};
+    std::thread watcher_;
 };
 
 } // namespace orca::app

@@ -9,6 +9,7 @@
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>
+#include <OpenEXR/ImfIO.h>
 #include <OpenEXR/ImfMatrixAttribute.h>
 #include <OpenEXR/ImfMultiPartOutputFile.h>
 #include <OpenEXR/ImfOutputPart.h>
@@ -96,6 +97,7 @@ std::vector<std::vector<Plane>> planesOf(std::span<const ExrPart> parts, const P
     constexpr std::size_t runLength = 16; // pixels, whose words stay in the nearest cache for all channels
     constexpr std::size_t rowsPerChunk = 8;
     const auto fillRow = [&](std::size_t row) {
+        if (frame.stop && frame.stop->load(std::memory_order_relaxed)) return; // nothing more is written
         for (std::size_t x = 0; x < width; x += runLength)
             for (std::size_t p = 0; p < parts.size(); ++p)
                 for (std::size_t c = 0; c < planes[p].size(); ++c)
@@ -108,6 +110,27 @@ std::vector<std::vector<Plane>> planesOf(std::span<const ExrPart> parts, const P
         });
     });
     return planes;
+}
+
+/// Where the library writes to.
+class FileStream final : public Imf::OStream {
+public:
+    FileStream(const std::string& path, FileInPlace& file) : OStream(path.c_str()), file_(file) {}
+    void write(const char bytes[], int count) override {
+        file_.write(bytes, static_cast<std::size_t>(count));
+    }
+    std::uint64_t tellp() override { return file_.position(); }
+    void seekp(std::uint64_t position) override { file_.seek(position); }
+
+private:
+    FileInPlace& file_;
+};
+
+/// Rows that are compressed between two looks at the stop request.
+int rowsPerPiece(const PictureFrame& frame) {
+    constexpr int pixels = 1 << 20;
+    constexpr int rowsOfABlock = 32; // most that a compression takes together
+    return std::max(rowsOfABlock, pixels / frame.windowWidth() / rowsOfABlock * rowsOfABlock);
 }
 
 Imf::Header headerOf(const PictureFrame& frame, const ExrPart& part, const std::string& compression) {
@@ -158,10 +181,10 @@ void writeExr(const std::string& path, const PictureFrame& frame, const std::vec
     for (const ExrPart& part : parts) headers.push_back(headerOf(frame, part, compression));
 
     if (Imf::globalThreadCount() < frame.threads) Imf::setGlobalThreadCount(frame.threads);
-    FileInPlace target(path);
+    FileInPlace target(path, frame.stop);
     {
-        Imf::MultiPartOutputFile file(target.temporaryPath().c_str(), headers.data(),
-                                      static_cast<int>(headers.size()));
+        FileStream stream(path, target);
+        Imf::MultiPartOutputFile file(stream, headers.data(), static_cast<int>(headers.size()));
         std::vector<std::vector<Plane>> planes;
         for (std::size_t p = 0; p < parts.size(); ++p) {
             if (p % partsPerSweep == 0)
@@ -179,7 +202,9 @@ void writeExr(const std::string& path, const PictureFrame& frame, const std::vec
             }
             Imf::OutputPart output(file, static_cast<int>(p));
             output.setFrameBuffer(slices);
-            output.writePixels(frame.windowHeight());
+            const int piece = rowsPerPiece(frame);
+            for (int row = 0; row < frame.windowHeight(); row += piece)
+                output.writePixels(std::min(piece, frame.windowHeight() - row));
         }
     }
     target.commit();

@@ -5,13 +5,22 @@
 #include "image/file_in_place.h"
 #include "image/image_types.h"
 
+#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <limits>
+#include <stdexcept>
+
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace orca::image {
 
@@ -80,22 +89,86 @@ OIIO::TypeDesc fileType(miImg_type type, const std::string& format) {
     return OIIO::TypeDesc::UINT8;
 }
 
-bool writeRaster(const std::string& path, const std::string& format, const OIIO::ImageSpec& spec,
-                 const Raster& raster, const OIIO::TypeDesc& pixelType, Log& log) {
-    const auto refuse = [&](const std::string& why) {
-        log.error("IMG", "cannot write \"{}\": {}", path, why);
-        return false;
+/// A memory file, for libraries that write to a path alone.
+class MemoryFile {
+public:
+    MemoryFile() : descriptor_(::memfd_create("orca-picture", MFD_CLOEXEC)) {
+        if (descriptor_ < 0) throw std::runtime_error(std::strerror(errno));
+    }
+    ~MemoryFile() { ::close(descriptor_); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+
+    [[nodiscard]] std::string path() const { return fmt::format("/proc/self/fd/{}", descriptor_); }
+    [[nodiscard]] std::vector<unsigned char> bytes() const {
+        struct stat status {};
+        rlimit limit{};
+        if (::fstat(descriptor_, &status) != 0) throw std::runtime_error(std::strerror(errno));
+        // Not every library says when its writes fail.
+        if (::getrlimit(RLIMIT_FSIZE, &limit) == 0 && static_cast<rlim_t>(status.st_size) >= limit.rlim_cur)
+            throw std::runtime_error(std::strerror(EFBIG));
+        std::vector<unsigned char> all(static_cast<std::size_t>(status.st_size));
+        for (std::size_t done = 0; done < all.size();) {
+            const ssize_t got =
+                ::pread(descriptor_, all.data() + done, all.size() - done, static_cast<off_t>(done));
+            if (got <= 0) throw std::runtime_error(std::strerror(errno));
+            done += static_cast<std::size_t>(got);
+        }
+        return all;
+    }
+
+private:
+    int descriptor_;
+};
+
+void writePixels(OIIO::ImageOutput& output, const Raster& raster, const OIIO::TypeDesc& pixelType,
+                 const std::atomic<bool>* stop) {
+    const auto demand = [&](bool good) {
+        if (!good) throw std::runtime_error(output.geterror());
     };
+    if (output.spec().tile_width > 0) return demand(output.write_image(pixelType, raster.values.data()));
+    constexpr int pixels = 1 << 20; // between two looks at the stop request
+    const int rows = std::max(1, pixels / raster.width);
+    const std::size_t rowValues =
+        static_cast<std::size_t>(raster.width) * static_cast<std::size_t>(raster.channels);
+    for (int y = 0; y < raster.height; y += rows) {
+        if (stop && stop->load(std::memory_order_relaxed)) throw std::runtime_error("interrupted");
+        demand(output.write_scanlines(y, std::min(y + rows, raster.height), 0, pixelType,
+                                      raster.values.data() + static_cast<std::size_t>(y) * rowValues));
+    }
+}
+
+/// All bytes of a picture file. They are made in memory: some libraries do not say that a disk is full, and
+/// one ends the process. `path` is for those that keep a name in the file. Throws std::runtime_error.
+std::vector<unsigned char> encodedFile(const std::string& path, const std::string& format,
+                                       const OIIO::ImageSpec& spec, const Raster& raster,
+                                       const OIIO::TypeDesc& pixelType, const std::atomic<bool>* stop) {
     const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(format);
-    if (!output) return refuse(OIIO::geterror());
-    FileInPlace target(path);
-    if (!output->open(target.temporaryPath(), spec)) return refuse(output->geterror());
-    if (!output->write_image(pixelType, raster.values.data())) return refuse(output->geterror());
-    if (!output->close()) return refuse(output->geterror());
+    if (!output) throw std::runtime_error(OIIO::geterror());
+    std::vector<unsigned char> bytes;
+    OIIO::Filesystem::IOVecOutput memory(bytes);
+    std::optional<MemoryFile> file;
+    if (output->supports("ioproxy")) output->set_ioproxy(&memory);
+    else file.emplace();
+    if (!output->open(file ? file->path() : path, spec)) throw std::runtime_error(output->geterror());
+    writePixels(*output, raster, pixelType, stop);
+    if (!output->close()) throw std::runtime_error(output->geterror());
+    if (file) bytes = file->bytes();
+    if (bytes.empty()) throw std::runtime_error(fmt::format("the image library made no {} file", format));
+    return bytes;
+}
+
+bool writeRaster(const std::string& path, const std::string& format, const OIIO::ImageSpec& spec,
+                 const Raster& raster, const OIIO::TypeDesc& pixelType, const std::atomic<bool>* stop,
+                 Log& log) {
     try {
+        const std::vector<unsigned char> bytes = encodedFile(path, format, spec, raster, pixelType, stop);
+        FileInPlace target(path, stop);
+        target.write(bytes.data(), bytes.size());
         target.commit();
     } catch (const std::exception& failure) {
-        return refuse(failure.what());
+        log.error("IMG", "cannot write \"{}\": {}", path, failure.what());
+        return false;
     }
     log.write(LogLevel::Progress, "IMG", "wrote \"{}\"", path);
     return true;
@@ -173,13 +246,19 @@ bool writeImageFile(const std::string& path, const std::string& format, const Pi
     for (const auto& [key, text] : frame.text) spec["orca:" + key] = text;
     const bool labels = stored == OIIO::TypeDesc::UINT32;
     return writeRaster(path, format, spec, raster, labels ? OIIO::TypeDesc::UINT32 : OIIO::TypeDesc::FLOAT,
-                       log);
+                       frame.stop, log);
+}
+
+std::optional<std::string> previewFormat(const std::string& path) {
+    const std::string extension = std::filesystem::path(path).extension().string();
+    if (extension.empty()) return "png";
+    const std::optional<std::string> format = writableFormat(extension);
+    return format == "openexr" ? std::nullopt : format;
 }
 
 bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer, Log& log) {
-    const auto format = writableFormat(
-        path.substr(path.find_last_of('.') == std::string::npos ? path.size() : path.find_last_of('.')));
-    if (!format || *format == "openexr") {
+    const auto format = previewFormat(path);
+    if (!format) {
         log.error("IMG", "cannot write \"{}\": its extension names no 8-bit picture format; use .png", path);
         return false;
     }
@@ -205,7 +284,7 @@ bool writePreview(const std::string& path, const PictureFrame& frame, const Laye
     }
     OIIO::ImageSpec spec(raster.width, raster.height, raster.channels, OIIO::TypeDesc::UINT8);
     if (color) requestDither(spec, encoding);
-    return writeRaster(path, *format, spec, raster, OIIO::TypeDesc::FLOAT, log);
+    return writeRaster(path, *format, spec, raster, OIIO::TypeDesc::FLOAT, frame.stop, log);
 }
 
 } // namespace orca::image

@@ -5,9 +5,11 @@
 #include "image/color_encoding.h"
 #include "image/framebuffers.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -47,6 +49,7 @@ struct PictureFrame {
     std::map<std::string, std::map<std::string, std::string>> layerText; ///< metadata by layer name
     float pixelAspect = 1.0f;                                            ///< width / height of a pixel
     int threads = 1;                                                     ///< that may compress a file
+    const std::atomic<bool>* stop = nullptr; ///< when set, a file being written is given up; null: never
 
     [[nodiscard]] int windowWidth() const { return window.xh - window.xl + 1; }
     [[nodiscard]] int windowHeight() const { return window.yh - window.yl + 1; }
@@ -83,11 +86,12 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
 
 /// Writes a layer as an 8-bit picture to look at, without alpha: colours by the frame's encoding, with the
 /// sRGB curve where its gamma is 1; vectors from -1..1 and numbers from their range in the picture mapped to
-/// 0..1. The format follows the extension.
+/// 0..1. The format follows the extension, see `previewFormat`.
 bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer, Log& log);
 
-/// True when `path` can be created and `bytes` fit on its disk: checked before rendering starts.
-bool canWrite(const std::string& path, Log& log, std::uint64_t bytes = 0);
+/// The image library's word for the format that `writePreview` writes under a name: PNG without an extension.
+/// Nothing where the extension is that of no format that can be written, or of the layered file.
+[[nodiscard]] std::optional<std::string> previewFormat(const std::string& path);
 
 /// Channel names of a layer as the layered file has them.
 [[nodiscard]] std::vector<std::string> channelNames(const Buffer& buffer);

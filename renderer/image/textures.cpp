@@ -72,6 +72,13 @@ OIIO::TextureOpt::Wrap libraryWrap(Wrap wrap) {
     }
 }
 
+std::optional<std::string> firstFile(const std::vector<std::string>& candidates) {
+    std::error_code ignored;
+    for (const std::string& each : candidates)
+        if (fs::is_regular_file(each, ignored)) return each;
+    return {};
+}
+
 /// A texture as it is looked up. Filled once by whichever thread comes first, then only read.
 struct Loaded {
     std::once_flag once;
@@ -101,6 +108,7 @@ struct Textures::Implementation {
         if (!own) own = system->create_thread_info();
         return own;
     }
+    [[nodiscard]] std::vector<std::string> candidatesOf(const scene::TextureElement& texture) const;
     Loaded& get(const scene::TextureElement& texture);
     void load(const scene::TextureElement& texture, Loaded& entry);
     void loadPixels(const scene::TextureElement& texture, Loaded& entry);
@@ -164,33 +172,29 @@ void Textures::Implementation::loadPixels(const scene::TextureElement& texture, 
     entry.channels = texture.components;
 }
 
-void Textures::Implementation::loadFile(const scene::TextureElement& texture, Loaded& entry) {
-    std::vector<fs::path> candidates;
+std::vector<std::string> Textures::Implementation::candidatesOf(const scene::TextureElement& texture) const {
     const fs::path name(texture.file);
-    if (name.is_absolute()) {
-        candidates.push_back(name);
-    } else {
-        candidates.push_back(fs::path(texture.sceneDirectory) / name);
-        for (const std::string& path : searchPaths) candidates.push_back(fs::path(path) / name);
-    }
-    std::error_code ignored;
-    const auto file = std::find_if(candidates.begin(), candidates.end(),
-                                   [&](const fs::path& each) { return fs::is_regular_file(each, ignored); });
-    if (file == candidates.end()) {
-        std::string tried;
-        for (const fs::path& each : candidates) tried += (tried.empty() ? "" : ", ") + each.string();
+    if (name.is_absolute()) return {name.string()};
+    std::vector<std::string> candidates{(fs::path(texture.sceneDirectory) / name).string()};
+    for (const std::string& path : searchPaths) candidates.push_back((fs::path(path) / name).string());
+    return candidates;
+}
+
+void Textures::Implementation::loadFile(const scene::TextureElement& texture, Loaded& entry) {
+    const std::optional<std::string> file = firstFile(candidatesOf(texture));
+    if (!file) {
         log.errorAt(texture.location, "IMG", "texture \"{}\": image \"{}\" was not found; tried {}",
-                    texture.name, texture.file, tried);
+                    texture.name, texture.file, fmt::join(candidatesOf(texture), ", "));
         return;
     }
-    OIIO::ustring path(file->string());
+    OIIO::ustring path(*file);
     if (texture.colorProfile != scene::ColorProfile::Linear) {
         const OIIO::ustring converted(
-            fmt::format("profile {} {}", static_cast<int>(texture.colorProfile), file->string()));
-        addConvertedFile(*cache, converted, file->string(), texture.colorProfile);
+            fmt::format("profile {} {}", static_cast<int>(texture.colorProfile), *file));
+        addConvertedFile(*cache, converted, *file, texture.colorProfile);
         path = converted;
     }
-    open(texture, entry, path, file->string());
+    open(texture, entry, path, *file);
 }
 
 void Textures::Implementation::open(const scene::TextureElement& texture, Loaded& entry, OIIO::ustring name,
@@ -258,6 +262,10 @@ bool Textures::Implementation::lookup(const scene::TextureElement& texture, Load
     if (entry.multiplied && result.a > 0.0f)
         for (float* const channel : {&result.r, &result.g, &result.b}) *channel /= result.a;
     return true;
+}
+
+std::optional<std::string> Textures::file(const scene::TextureElement& texture) const {
+    return firstFile(implementation_->candidatesOf(texture));
 }
 
 bool Textures::lookup(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,

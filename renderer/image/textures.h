@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,9 @@ public:
     ~Textures();
     Textures(const Textures&) = delete;
     Textures& operator=(const Textures&) = delete;
+
+    /// The image file of a texture; nothing when none is found.
+    [[nodiscard]] std::optional<std::string> file(const scene::TextureElement& texture) const;
 
     /// (s, t) = (0, 0) is the lower left corner. Filtered look-ups are mip-mapped and anisotropic. Values are
     /// those of the file, or linear light where the texture's colour profile is another (see

@@ -134,7 +134,7 @@ void Reader::skipUnknownEntity(const Token& token) {
 
 void Reader::withoutEffect(LogLevel level, const SourceLocation& location, const std::string& owner,
                            std::string_view word, std::string_view reason) {
-    once(level, location, fmt::format("{} {}", block_, word),
+    once(strictly(level), location, fmt::format("{} {}", block_, word),
          fmt::format("{}: \"{}\" has no effect: {}", owner, word, reason));
 }
 

@@ -22,6 +22,7 @@ bool Scene::parseFile(const std::string& path, const ParserOptions& options,
             return false;
         }
     }
+    files_.push_back({found, {}});
     return parseText(std::move(text), path == "-" ? "standard input" : found, options, callbacks);
 }
 

@@ -34,6 +34,13 @@ struct ParserOptions {
     bool verbosityFixed = false;  ///< `verbose` statements are ignored
     int maximumErrors = 20;       ///< reading stops after so many
     bool renderAnyway = false;    ///< render statements of a scene with errors count
+    bool strict = false;          ///< what has no effect is an error
+};
+
+/// A file that has been read, and the statement that asked for it; no place for the scene's own files.
+struct ReadFile {
+    std::string path;
+    SourceLocation includedAt;
 };
 
 /// A scene and its reader's memory: several files are read as if they were one.
@@ -59,6 +66,8 @@ public:
     [[nodiscard]] int errors() const { return errors_; }
     [[nodiscard]] int renderStatements() const { return renderStatements_; }
     [[nodiscard]] const std::vector<std::string>& libraries() const { return libraries_; }
+    /// Scene files and what they include, in the order of reading; a file that is read twice is there twice.
+    [[nodiscard]] const std::vector<ReadFile>& files() const { return files_; }
 
 private:
     friend class Reader;
@@ -69,6 +78,7 @@ private:
     Database database_;
     std::unique_ptr<Memory> memory_; // variables, registry, what was reported once
     std::vector<std::string> libraries_;
+    std::vector<ReadFile> files_;
     int errors_ = 0;
     int renderStatements_ = 0;
 };

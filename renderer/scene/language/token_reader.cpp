@@ -8,7 +8,7 @@ TokenReader::TokenReader(Scene& scene, const ParserOptions& options)
       options_(options),
       log_(scene.log_),
       memory_(*scene.memory_),
-      stream_(memory_.variables, options.includePaths) {
+      stream_(memory_.variables, options.includePaths, scene.files_) {
 }
 
 void TokenReader::countError(const SourceLocation& location, const std::string& text) {
@@ -20,7 +20,11 @@ void TokenReader::countError(const SourceLocation& location, const std::string& 
 
 void TokenReader::unsupported(LogLevel level, const SourceLocation& location, const std::string& construct,
                               const std::string& text) {
-    once(level, location, construct + '|' + location.file, text);
+    once(strictly(level), location, construct + '|' + location.file, text);
+}
+
+LogLevel TokenReader::strictly(LogLevel level) const {
+    return options_.strict && level == LogLevel::Warning ? LogLevel::Error : level;
 }
 
 void TokenReader::once(LogLevel level, const SourceLocation& location, const std::string& key,

@@ -47,6 +47,8 @@ protected:
     /// One message for each kind of construct and file, naming the first element affected.
     void unsupported(LogLevel level, const SourceLocation& location, const std::string& construct,
                      const std::string& text);
+    /// Of a message about what has no effect.
+    [[nodiscard]] LogLevel strictly(LogLevel level) const;
     /// One message for each key and scene.
     void once(LogLevel level, const SourceLocation& location, const std::string& key,
               const std::string& text);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/language/token_stream.h"
 
+#include "scene/language/scene_file.h"
+
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -30,8 +32,9 @@ std::string directoryOf(const std::string& path) {
     return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-TokenStream::TokenStream(const Variables& variables, std::vector<std::string> includePaths)
-    : variables_(variables), includePaths_(std::move(includePaths)) {
+TokenStream::TokenStream(const Variables& variables, std::vector<std::string> includePaths,
+                         std::vector<ReadFile>& files)
+    : variables_(variables), includePaths_(std::move(includePaths)), files_(files) {
 }
 
 void TokenStream::open(const std::string& name, std::string text) {
@@ -225,6 +228,7 @@ void TokenStream::include(const std::string& name, bool searchPathsOnly, const S
     std::string content;
     for (const std::string& path : tried) {
         if (!readWholeFile(path, content)) continue;
+        files_.push_back({path, location});
         open(path, std::move(content));
         return;
     }

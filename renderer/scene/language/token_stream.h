@@ -12,6 +12,8 @@
 
 namespace orca::scene {
 
+struct ReadFile;
+
 /// An included file that cannot be read. Everything after it would miss what it defines.
 class MissingFile : public SyntaxError {
 public:
@@ -26,7 +28,9 @@ bool readWholeFile(const std::string& path, std::string& content);
 /// act when the reader's look-ahead reaches them, so the reader looks ahead only where the grammar needs it.
 class TokenStream {
 public:
-    TokenStream(const Variables& variables, std::vector<std::string> includePaths);
+    /// Adds what it includes to `files`.
+    TokenStream(const Variables& variables, std::vector<std::string> includePaths,
+                std::vector<ReadFile>& files);
 
     void open(const std::string& name, std::string text);
     /// Runs the side effects of a registry entry; it may call `include`.
@@ -75,6 +79,7 @@ private:
 
     const Variables& variables_;
     std::vector<std::string> includePaths_;
+    std::vector<ReadFile>& files_;
     std::function<void(const std::string&, const SourceLocation&)> lookup_;
     std::vector<Source> sources_;    // all that were opened: tokens point into their texts
     std::vector<std::size_t> stack_; // indices of those being read

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "input_files.h"
+
+#include <filesystem>
+#include <set>
+
+namespace orca::app {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+InputFile fileOf(const scene::TextureElement& texture, const image::Textures& textures) {
+    const std::optional<std::string> found = textures.file(texture);
+    return {found.value_or(texture.file), fmt::format("texture \"{}\"", texture.name), texture.location,
+            !found};
+}
+
+InputFile fileOf(const scene::LightProfileElement& profile) {
+    const fs::path path = fs::path(profile.sceneDirectory) / profile.file; // an absolute file stays as it is
+    std::error_code ignored;
+    return {path.string(), fmt::format("light profile \"{}\"", profile.name), profile.location,
+            !fs::is_regular_file(path, ignored)};
+}
+
+} // namespace
+
+std::vector<InputFile> inputFiles(const scene::Scene& scene, const image::Textures& textures,
+                                  const shading::ShaderRuntime& runtime) {
+    std::vector<InputFile> files;
+    std::set<std::string> paths;
+    const auto add = [&](InputFile file) {
+        if (!file.path.empty() && paths.insert(file.path).second) files.push_back(std::move(file));
+    };
+    for (const scene::ReadFile& file : scene.files())
+        add({file.path, file.includedAt.line > 0 ? "an included file" : "the scene", file.includedAt});
+    for (const std::string& library : runtime.libraries()) add({library, "a shader library", {}});
+    const scene::Database& database = scene.database();
+    for (miTag tag = 1; tag < database.endTag(); ++tag) {
+        if (const auto* texture = database.find<scene::TextureElement>(tag)) {
+            if (!texture->file.empty()) add(fileOf(*texture, textures));
+        } else if (const auto* profile = database.find<scene::LightProfileElement>(tag)) {
+            add(fileOf(*profile));
+        }
+    }
+    return files;
+}
+
+} // namespace orca::app

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "base/log.h"
+#include "image/textures.h"
+#include "scene/language/scene_file.h"
+#include "shading/shader_runtime.h"
+
+#include <string>
+#include <vector>
+
+namespace orca::app {
+
+/// A file that a scene needs.
+struct InputFile {
+    std::string path;     ///< as it is opened; of one that is missing, as the scene names it
+    std::string what;     ///< "texture \"wood\"", "the scene"
+    SourceLocation place; ///< of the statement that names it; none for the scene's own files
+    bool missing = false;
+};
+
+/// What has been read so far and what rendering will read: scene files and what they include, shader
+/// libraries, textures, light profiles. Each path once.
+[[nodiscard]] std::vector<InputFile> inputFiles(const scene::Scene& scene, const image::Textures& textures,
+                                                const shading::ShaderRuntime& runtime);
+
+} // namespace orca::app

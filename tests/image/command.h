@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "build_paths.h"
+#include "pictures.h"
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+#include <sys/wait.h>
+
+namespace orca::image::test {
+
+inline constexpr const char* grayCard = R"(
+options "opt"  object space  samples 0 0  trace depth 1 1 1  end options
+camera "cam"
+    framebuffer "main" datatype "rgba_fp" primary on
+    framebuffer "depth" datatype "z"
+    resolution 16 8  aspect 2.0  aperture 1.0  focal 1.0
+end camera
+object "card"  visible on  shadow on  trace on
+    group
+        -1 -1 0   1 -1 0   1 1 0   -1 1 0   0 0 1
+        v 0 n 4   v 1 n 4   v 2 n 4   v 3 n 4
+        p 0 1 2 3
+    end group
+end object
+instance "card_inst" "card"  tag 7  end instance
+instance "cam_inst" "cam"  transform 1 0 0 0  0 1 0 0  0 0 1 0  0 0 -4 1  end instance
+instgroup "world"  "cam_inst" "card_inst"  end instgroup
+)";
+inline constexpr const char* renderIt = "render \"world\" \"cam_inst\" \"opt\"\n";
+
+struct Command : ::testing::Test {
+    /// Runs the command in the test's own directory; `output` receives what it prints, errors included.
+    int run(const std::string& arguments, const std::string& before = "") {
+        const std::string line = fmt::format("cd '{}' && {} '{}' {} 2>&1", directory.path(), before,
+                                             build_paths::renderCommand, arguments);
+        std::FILE* pipe = ::popen(line.c_str(), "r");
+        if (!pipe) return -1;
+        output.clear();
+        char buffer[4096];
+        for (std::size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, n);
+        const int status = ::pclose(pipe);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    void scene(const std::string& name, const std::string& text) {
+        std::ofstream(directory.file(name)) << text;
+    }
+    [[nodiscard]] bool exists(const std::string& name) const {
+        return std::filesystem::exists(directory.file(name));
+    }
+    [[nodiscard]] bool says(const std::string& text) const { return output.find(text) != std::string::npos; }
+
+    TemporaryDirectory directory;
+    std::string output;
+};
+
+} // namespace orca::image::test
