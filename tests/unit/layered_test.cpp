@@ -162,6 +162,27 @@ struct LayerMaterial {
     }
 };
 
+/// A layer's own diffuse light, and what its ray met, which its opacity does not weigh.
+TEST_F(Layered, KeepsWhatTheLayersTraceApartFromWhatTheyWrite) {
+    const miColor own{0.4f, 0.2f, 0.6f, 1}, met{0.3f, 0.5f, 0.1f, 1}, transparency{0.5f, 0.5f, 0.75f, 1};
+    scene.vela().additivePasses = miTRUE;
+    scene.vela().engineHit = &scene.renderer.state;
+    const PassRecords passes(&scene.renderer.state);
+    const TracedValues traced(scene.vela(), passes);
+    Instance instance(scene, layered, stack(0, {three[0], three[1]}));
+    LayerRecord& layer = instance.shader.parameters.behind[1];
+    instance.connect(&layer.color, [&](miState*) {
+        scene.slot(Diffuse).levelResult += own;
+        scene.vela().tracedValues[Diffuse] += met;
+        scene.vela().surfaceOpacity = WHITE - transparency;
+        return WHITE;
+    });
+    layer.transparency = BLACK; // refracted
+    instance.shade();
+    expectColor(scene.level(PASS_DIFFUSE), three[0].transparency * (WHITE - transparency) * own);
+    expectColor(scene.vela().tracedValues[Diffuse], three[0].transparency * met);
+}
+
 /// Where passes add up, what the layers write is mixed as their colours are; otherwise it stays as they wrote
 /// it.
 TEST_F(Layered, WeighsWhatTheLayersWriteAsItWeighsTheirColoursWherePassesAddUp) {

@@ -30,6 +30,15 @@ TEST(OceanFoam, CoversColourOpacityAndMirrorImages) {
     }
 }
 
+TEST(OceanLight, ReflectsByFresnelsEquations) {
+    // At Brewster's angle only light across the plane of incidence returns: ((n^2 - 1) / (n^2 + 1))^2 / 2.
+    const double n = 1.333, brewster = 1.0 / std::sqrt(1.0 + n * n), across = (n * n - 1) / (n * n + 1);
+    EXPECT_NEAR(oceanFresnel(static_cast<float>(brewster), 1.333f), 0.5 * across * across, 1e-6);
+    EXPECT_NEAR(oceanFresnel(1.0f, 1.333f), std::pow(0.333 / 2.333, 2.0), 1e-6);
+    EXPECT_EQ(oceanFresnel(-0.5f, 1.333f), 1.0f);
+    EXPECT_EQ(oceanFresnel(0.5f, 1.0f / 1.333f), 1.0f); // total internal reflection
+}
+
 TEST(OceanLight, ComesThroughCrestsAboveTheCutoff) {
     ScriptedRenderer renderer;
     const miVector behind{0.0f, 0.0f, -1.0f}, ahead{0.0f, 0.0f, 1.0f}, aside{1.0f, 0.0f, 0.0f};

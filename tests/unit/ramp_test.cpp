@@ -74,8 +74,12 @@ protected:
             else entry.value = v;
             E& place = array.elements[2 + i];
             const auto set = [&](auto& field, const auto& value) {
-                if (!connected) field = value;
-                else shader.connect(&field), renderer.setComputed(&field, value);
+                if (!connected) {
+                    field = value;
+                    return;
+                }
+                shader.connect(&field);
+                renderer.setComputed(&field, value);
             };
             set(place.position, entry.position);
             set(place.value, entry.value);
@@ -133,21 +137,33 @@ TEST_F(Ramps, ReadAtMostFiftyEntriesAndNegativeCountsAsFifty) {
     EXPECT_EQ(full.count, 0);
 }
 
-/// Calls without a surface, of lights and environments say, come without texture spaces.
-TEST_F(Ramps, AsTexturesStartAtTheOriginWithoutATextureSpace) {
+TEST_F(Ramps, AsTexturesFollowTheirPattern) {
     struct Record {
         miInteger type = 0;
         miVector coordinate{};
         Array<RampColorEntry> entries;
     };
     ScriptedShader<Record> shader;
-    shader.parameters.entries.count = 1;
-    shader.parameters.entries.elements[0] = {0.0f, {0.25f, 0.5f, 0.75f, 1.0f}, RAMP_LINEAR};
+    Record& p = shader.parameters;
+    p.entries.count = 2;
+    p.entries.elements[0] = {0.0f, {0, 0, 0, 1}, RAMP_LINEAR};
+    p.entries.elements[1] = {1.0f, {1, 1, 1, 1}, RAMP_LINEAR};
     renderer.state.shader = &shader.function;
+    miVector at{1.2f, -0.3f, 0.0f}; // which is (0.2, 0.7)
+    const double angle = std::atan2(0.2, -0.3) / (2 * std::numbers::pi);
+    const double positions[] = {0.7, 0.2, 0.45, angle + 0.5, 2 * std::hypot(0.3, 0.2), 0.6};
+    for (p.type = 0; p.type < 6; ++p.type) {
+        miColor color{};
+        renderer.state.tex_list = &at;
+        EXPECT_EQ(velaRamp(&color, &renderer.state, &p), miTRUE);
+        EXPECT_NEAR(color.g, positions[p.type], 1e-5) << p.type;
+    }
+    // Calls without a surface, of lights and environments say, come without texture spaces: at the origin.
+    p.type = 0;
     renderer.state.tex_list = nullptr;
-    miColor color{};
-    EXPECT_EQ(velaRamp(&color, &renderer.state, &shader.parameters), miTRUE);
-    EXPECT_EQ(color.b, 0.75f);
+    miColor color{1, 1, 1, 1};
+    EXPECT_EQ(velaRamp(&color, &renderer.state, &p), miTRUE);
+    EXPECT_EQ(color.g, 0.0f);
 }
 
 } // namespace

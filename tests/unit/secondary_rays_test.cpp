@@ -33,10 +33,11 @@ struct GlossyHit {
         state.dir = normalized(direction);
         state.dot_nd = state.dir.z;
     }
-    /// Lets the rays bring `color`, and notes their directions.
+    /// Lets the rays bring `color`, and notes their directions and throughput.
     void meet(const miColor& color) {
         trace = [this, color](miColor* c, miState*, miVector* d) -> miBoolean {
             directions.push_back(*d);
+            throughput = scene.vela().throughput;
             *c = color;
             return miTRUE;
         };
@@ -54,6 +55,7 @@ struct GlossyHit {
     int& level; ///< of this kind of ray
     PhongParameters p = plain<PhongParameters>();
     std::vector<miVector> directions;
+    miColor throughput{};
 };
 
 TEST(SecondaryRays, AddSurroundingsThatNoSurfaceHandsUpToTheBeauty) {
@@ -93,6 +95,8 @@ TEST(SecondaryRays, FillTheirConeOnTheirSideWithFewerRaysFurtherDown) {
         for (const std::size_t expected : {32u, 8u, 2u, 1u}) {
             expectColor(hit.shade().color, hit.weight); // a mean, however many there are
             EXPECT_EQ(hit.directions.size(), expected);
+            expectColor(hit.throughput, hit.weight * (1.0f / static_cast<float>(expected)));
+            EXPECT_EQ(hit.scene.vela().throughput, WHITE);
             const miVector axis =
                 refracts ? miVector{0.4f, 0.0f, -std::sqrt(0.84f)} : miVector{0.6f, 0.0f, 0.8f};
             float widest = 0.0f;

@@ -53,8 +53,7 @@ protected:
 TEST_F(UseBackground, ShowsThePlateWhereNothingFallsOnIt) {
     expectColor(shade().color, plate, 1e-6f); // no light at all
     scene.addLight({0, 0, 1}, {2, 1, 0.5f, 1});
-    scene.addLight({0, 1, -1}, WHITE, BLACK); // shines on the back
-    ScriptedLight foreign;                    // whose shadows are not known
+    ScriptedLight foreign; // whose shadows are not known
     foreign.instance = scene.renderer.database.addInstance();
     foreign.color = {0.25f, 0.5f, 4, 1};
     scene.renderer.lights.push_back(foreign);
@@ -69,6 +68,7 @@ TEST_F(UseBackground, ShowsThePlateWhereNothingFallsOnIt) {
 TEST_F(UseBackground, IsDarkenedByTheShareOfLightThatShadowsTake) {
     scene.addLight({0, 0, 1}, {2, 1, 1, 1}, {0.5f, 1, 0, 1});
     scene.addLight({0, 0.8f, 0.6f}, WHITE);
+    scene.addLight({0, 1, -1}, WHITE, BLACK); // shines on the back
     p.ambientColor = {0.4f, 0.4f, 0.4f, 1};
     const miColor left{(0.5f + 0.6f + 0.4f) / (2 + 0.6f + 0.4f), 1.0f, (0.6f + 0.4f) / (1 + 0.6f + 0.4f), 1};
     expectColor(shade().color, plate * left);
