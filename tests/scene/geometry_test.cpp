@@ -163,11 +163,12 @@ end group end object)mi";
     EXPECT_EQ(binary.find<ObjectElement>("o")->triangleLists[0].vertices, list.vertices);
     EXPECT_EQ(binary.find<ObjectElement>("o")->triangleLists[0].indices, list.indices);
 
-    SceneText shortOne("object \"o\" visible group trilist vertex 3 p triangle 1 scalar `" +
-                       scalars.substr(0, 32) + "` integer `" + integers.substr(0, 12) +
-                       "` end trilist end group end object\n");
-    EXPECT_EQ(shortOne.errors(), "test.mi:1:64: object \"o\", vertices of the trilist is not closed by a "
-                                 "backquote after its 36 bytes\n");
+    EXPECT_EQ(SceneText("object \"o\" visible group trilist vertex 3 p triangle 1 scalar `" +
+                        scalars.substr(0, 32) + "` integer `" + integers.substr(0, 12) +
+                        "` end trilist end group end object\n")
+                  .errors(),
+              "test.mi:1:64: object \"o\", vertices of the trilist is not closed by a backquote after its 36 "
+              "bytes\n");
     SceneText tagged(
         "object \"o\" visible tagged group trilist vertex 3 p triangle 1 [ 0 0 0 1 0 0 1 1 0 ] [ 4 0 1 2 ]\n"
         "end trilist end group end object");

@@ -161,53 +161,45 @@ shader "today" "weather" ( "c" 9 9 9 9 )
     EXPECT_TRUE(attached("bare").empty());
 }
 
-TEST(Phenomena, SayWhatIsWrongOnceAndWhere) {
-    const std::string shaders = R"mi(declare shader color "glow" ( color "c" default 1 1 1 1 ) end declare
-)mi";
-    const auto errors = [&](const std::string& rest) {
-        SceneText text(shaders + rest);
-        return text.errors();
-    };
-    EXPECT_EQ(errors(R"mi(declare phenomenon color "p" ( )
-    material "m" "glow" ( ) end material
-    root material "m"
-end declare)mi"),
-              "test.mi:2:26: phenomenon \"p\" gives a color, but its root is a material; declare it as "
-              "\"phenomenon material\"\n");
-    EXPECT_EQ(errors(R"mi(declare phenomenon color "p" ( ) shader "s" "glow" ( ) end declare)mi"),
-              "test.mi:2:26: phenomenon \"p\" has no root, so it has no result\n");
-    const std::string material = R"mi(declare phenomenon material "p" ( )
-    material "m" "glow" ( ) end material
-    root material "m"
+/// In line 1 stands the declaration of "glow".
+constexpr const char* mistakes = R"mi(
+declare phenomenon color "p" ( )
+material "m" "glow" ( ) end material
+root material "m"
 end declare
-)mi";
-    EXPECT_EQ(
-        errors(material + "material \"x\" \"glow\" ( ) shadow \"p\" ( ) end material"),
-        "test.mi:6:32: material \"x\", shadow: the result of phenomenon \"p\" is a material, but a shader "
-        "is expected here\n");
-    EXPECT_EQ(
-        errors(R"mi(declare phenomenon "p" ( ) volume "glow" ( ) end declare
+=> test.mi:2:26: phenomenon "p" gives a color, but its root is a material; declare it as
+     "phenomenon material"
+declare phenomenon color "p" ( ) shader "s" "glow" ( ) end declare
+=> test.mi:2:26: phenomenon "p" has no root, so it has no result
+declare phenomenon material "p" ( ) material "m" "glow" ( ) end material root material "m" end declare
+material "x" "glow" ( ) shadow "p" ( ) end material
+=> test.mi:3:32: material "x", shadow: the result of phenomenon "p" is a material, but a shader is
+     expected here
+declare phenomenon "p" ( ) volume "glow" ( ) end declare
 shader "fog" "p" ( )
 shader "s" "glow" ( "c" = "fog" )
-)mi"),
-        "test.mi:4:27: \"fog\" is a phenomenon without a result, but a named shader is expected here\n");
-    // A fault in a part ends the phenomenon, not what follows it.
-    EXPECT_EQ(errors(R"mi(declare phenomenon material "p" ( )
-    light "l" "glow" ( ) nonsense end light
-    instance "i" "l" end instance
-    material "m" "glow" ( ) end material
-    root material "m"
+=> test.mi:4:27: "fog" is a phenomenon without a result, but a named shader is expected here
+declare phenomenon material "p" ( )
+light "l" "glow" ( ) nonsense end light
+instance "i" "l" end instance
+material "m" "glow" ( ) end material
+root material "m"
 end declare
 shader "after" "glow" ( )
-)mi"),
-              "test.mi:3:26: light \"l\": unknown statement \"nonsense\"\n");
-    EXPECT_EQ(errors(R"mi(declare phenomenon color "p" ( shader "s" )
-    material "m" = interface "s" end material
-    root "glow" ( )
+=> test.mi:3:22: light "l": unknown statement "nonsense"
+declare phenomenon color "p" ( shader "s" )
+material "m" = interface "s" end material
+root "glow" ( )
 end declare
-)mi"),
-              "test.mi:3:20: material \"m\": a list takes no shaders from the interface; hand them to a "
-              "parameter of type shader\n");
+=> test.mi:3:16: material "m": a list takes no shaders from the interface; hand them to a parameter of
+     type shader
+)mi";
+
+TEST(Phenomena, SayWhatIsWrongOnceAndWhere) {
+    for (const auto& [scene, errors] : expectedTexts(mistakes))
+        EXPECT_EQ(SceneText("declare shader color \"glow\" ( color \"c\" ) end declare\n" + scene).errors(),
+                  errors)
+            << scene;
 }
 
 } // namespace

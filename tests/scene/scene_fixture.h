@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -56,6 +57,27 @@ public:
     std::vector<std::string> links;
     std::function<bool(const RenderRequest&)> onRender;
 };
+
+/// A scene and the messages that it is to give.
+struct ExpectedText {
+    std::string scene, messages;
+};
+/// Cases written as the lines of a scene, then the lines of its messages, each after "=> ". A line that
+/// begins with four spaces goes on with the line before.
+inline std::vector<ExpectedText> expectedTexts(std::string text) {
+    for (std::size_t at; (at = text.find("\n    ")) != std::string::npos;) text.erase(at, 5);
+    std::vector<ExpectedText> cases(1);
+    std::istringstream lines(text.substr(text.find_first_not_of('\n')));
+    for (std::string line; std::getline(lines, line);) {
+        if (line.rfind("=> ", 0) == 0) {
+            cases.back().messages += line.substr(3) + '\n';
+            continue;
+        }
+        if (!cases.back().messages.empty()) cases.emplace_back();
+        cases.back().scene += line + '\n';
+    }
+    return cases;
+}
 
 /// Words of a shader's or data block's parameters.
 inline std::vector<std::uint32_t> words(const char* parameters, int bytes) {
