@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "build_paths.h"
 #include "geometry/mesh.h"
 #include "render/geometry_fixture.h"
 #include "rendered_scene.h"
 #include "scene_parts.h"
 
-#include <fmt/format.h>
-
 #include <cmath>
 #include <functional>
-#include <numbers>
 
 namespace {
 
@@ -96,16 +92,13 @@ TEST_F(Displacement, LeavesNoCracksWhereVerticesAreNotShared) {
     // Six faces with vertices and normals of their own, wound both ways; bumps differ from face to face.
     std::vector<miVector> points;
     std::vector<std::vector<std::vector<std::uint32_t>>> faces;
-    for (int axis = 0; axis < 3; ++axis)
-        for (const float side : {-1.0f, 1.0f}) {
+    for (const float side : {-1.0f, 1.0f})
+        for (int axis = 0; axis < 3; ++axis) {
             const auto first = static_cast<std::uint32_t>(points.size());
-            for (const auto& [u, v] :
-                 {std::pair(-1, -1), std::pair(1, -1), std::pair(1, 1), std::pair(-1, 1)}) {
-                const auto fu = static_cast<float>(u), fv = static_cast<float>(v);
-                points.push_back(axis == 0   ? miVector{side, fu, fv}
-                                 : axis == 1 ? miVector{fu, side, fv}
-                                             : miVector{fu, fv, side});
-            }
+            for (const auto& [u, v] : {std::pair(-1.0f, -1.0f), {1.0f, -1.0f}, {1.0f, 1.0f}, {-1.0f, 1.0f}})
+                points.push_back(axis == 0   ? miVector{side, u, v}
+                                 : axis == 1 ? miVector{u, side, v}
+                                             : miVector{u, v, side});
             faces.push_back({{first, first + 1, first + 2, first + 3}});
         }
     scene.view.pixelsPerUnit = 400.0f;
@@ -114,21 +107,12 @@ TEST_F(Displacement, LeavesNoCracksWhereVerticesAreNotShared) {
         const miVector& p = vertex.point;
         return 0.15f * std::sin(9.0f * p.x + 4.0f * p.y) * std::cos(7.0f * p.z) + 0.05f * vertex.normal.x;
     });
-    int rays = 0;
-    const auto expectHit = [&](const miVector& direction) {
-        miVector d = direction;
-        mi_vector_normalize(&d);
-        EXPECT_TRUE(scene.look({0.013f, -0.021f, 0.017f}, d)) << d.x << ' ' << d.y << ' ' << d.z;
-        ++rays;
-    };
     for (float t = -1.2f; t < 1.2f; t += 0.0037f) // along and about the box's edges, and all over its faces
-        for (const float s : {-1.0f, -0.99f, -0.4f, 0.2f, 1.0f, 1.01f}) {
-            expectHit({1, s, t});
-            expectHit({t, -1, s});
-            expectHit({s, t, 1});
-            expectHit({-1, t, s});
-        }
-    EXPECT_GT(rays, 10000);
+        for (const float s : {-1.0f, -0.99f, -0.4f, 0.2f, 1.0f, 1.01f})
+            for (miVector d : {miVector{1, s, t}, {t, -1, s}, {s, t, 1}, {-1, t, s}}) {
+                mi_vector_normalize(&d);
+                EXPECT_TRUE(scene.look({0.013f, -0.021f, 0.017f}, d)) << d.x << ' ' << d.y << ' ' << d.z;
+            }
 }
 
 TEST_F(Displacement, CutsFinerWhatIsNearer) {
@@ -254,28 +238,16 @@ TEST_F(Displacement, IsTheSameForAnyNumberOfThreads) {
 /// A card that shows where it is, under a camera straight above, displaced by the statement given.
 TestScene displacedCard(const std::string& displace, const std::string& instanceStatements = "") {
     TestScene scene;
-    scene.contents =
-        fmt::format("link \"{}/orca-test-shaders.so\"\n"
-                    "declare shader color \"testShowPoint\" ( ) version 1 end declare\n"
-                    "declare shader scalar \"testDisplace\" ( vector \"world\", vector \"camera\", vector "
-                    "\"object\" ) version 1 end declare\n"
-                    "declare shader color \"testFlat\" ( color \"color\" ) version 1 end declare\n"
-                    "material \"bumpy\" \"testShowPoint\" ( ) {} end material\n",
-                    build_paths::libraries, displace) +
-        test::card("card", "bumpy", 0, 0, 0, 1.5f, instanceStatements);
-    scene.members = {"card"};
+    scene.contents = "material \"bumpy\" \"testShowPoint\" ( ) " + displace + " end material\n" +
+                     test::card("card", "bumpy", 0, 0, 0, 1.5f, instanceStatements);
     return scene;
 }
 
 TEST(DisplacementShaders, KnowTheSpacesOfTheirVertex) {
     // The card stands at (0.5, 0.25, 1): world = object + that, camera = world - (0, 0, 10).
     const std::string place = "transform 1 0 0 0 0 1 0 0 0 0 1 0 -0.5 -0.25 -1 1";
-    const RenderedScene picture(
-        displacedCard(
-            "displace \"testDisplace\" ( \"world\" 0.5 0 0, \"object\" 0 0.25 0, \"camera\" 0 0 0.125 )",
-            place)
-            .text());
-    ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+    const RenderedScene picture(displacedCard(
+        "displace \"testDisplace\" ( \"world\" 0.5 0 0, \"object\" 0 0.25 0, \"camera\" 0 0 0.125 )", place));
     for (const int x : {6, 9, 12})
         for (const int y : {5, 11}) {
             const miColor at = picture.pixel("main", x, y);
@@ -288,48 +260,17 @@ TEST(DisplacementShaders, AddUpInAListAndAreSwitchedOffByTheOptions) {
     const std::string list = "displace \"velaDisplacement\" ( \"height\" 0.5, \"scale\" 2, \"offset\" 0.25 ) "
                              "\"velaDisplacement\" ( \"height\" 0.125 )";
     TestScene scene = displacedCard(list);
-    EXPECT_NEAR(RenderedScene(scene.text()).pixel("main", 8, 8).b, 1.375f, 1e-5f);
+    EXPECT_NEAR(RenderedScene(scene).pixel("main", 8, 8).b, 1.375f, 1e-5f);
     scene.extraOptions = "max displace 0.5";
-    EXPECT_NEAR(RenderedScene(scene.text()).pixel("main", 8, 8).b, 0.5f, 1e-5f);
+    EXPECT_NEAR(RenderedScene(scene).pixel("main", 8, 8).b, 0.5f, 1e-5f);
     scene.extraOptions = "displace off";
-    EXPECT_EQ(RenderedScene(scene.text()).pixel("main", 8, 8).b, 0.0f);
+    EXPECT_EQ(RenderedScene(scene).pixel("main", 8, 8).b, 0.0f);
 }
 
 TEST(DisplacementShaders, ThatAnswerNoScalarAreNamedAndLeftOut) {
     const RenderedScene picture(displacedCard("displace \"testFlat\" ( \"color\" 1 1 1 1 )").text());
     EXPECT_TRUE(picture.logged("\"testFlat\" does not return a scalar"));
     EXPECT_EQ(picture.pixel("main", 8, 8).b, 0.0f);
-}
-
-TEST(DisplacementShaders, OceanRisesWhereItsShadingSaysThatItDoes) {
-    // Seen from the side through the water's own height, moved away from the origin: both agree in the world.
-    TestScene scene;
-    scene.width = scene.height = 128;
-    scene.contents = fmt::format(
-        "link \"{}/orca-test-shaders.so\"\n"
-        "declare shader color \"testShowPoint\" ( ) version 1 end declare\n"
-        "shader \"water\" \"orcaVelaOceanShader\" ( \"maxWavelength\" 3, \"minWavelength\" 1, "
-        "\"octaveCount\" 2, "
-        "\"turbulenceRamp\" [ {{ \"value\" 0 }} ], \"heightRamp\" [ {{ \"value\" 1 }} ], \"spreadFactor\" 0 "
-        ")\n"
-        "material \"water_material\" \"testShowPoint\" ( ) displace \"velaDisplacement\" "
-        "( \"height\" = \"water.outDisplacement\" ) end material\n"
-        "object \"sheet\" visible shadow trace group\n"
-        "-3 0 3 3 0 3 3 0 -3 -3 0 -3 0 1 0\nv 0 n 4 v 1 n 4 v 2 n 4 v 3 n 4\n"
-        "p \"water_material\" 0 1 2 3\nend group end object\n"
-        "instance \"sea\" \"sheet\" transform 1 0 0 0 0 1 0 0 0 0 1 0 -1.7 0 -0.6 1 end instance\n",
-        build_paths::libraries);
-    scene.members = {"sea"};
-    scene.camera = "transform 1 0 0 0 0 0 1 0 0 -1 0 0 0 0 -10 1"; // from above
-    const RenderedScene picture(scene.text());
-    ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
-    for (int x = 40; x < 120; x += 7) {
-        const miColor at = picture.pixel("main", x, 50);
-        const double ratio = std::exp(std::log(1.0 / 3.0) / 2.0), k = 2.0 * std::numbers::pi;
-        const double height =
-            0.125 * (3.0 * std::cos(k * at.r / 3.0) + 3.0 * ratio * std::cos(k * at.r / (3.0 * ratio)));
-        EXPECT_NEAR(at.g, height, 5e-3) << at.r;
-    }
 }
 
 } // namespace

@@ -19,15 +19,12 @@ constexpr std::uint8_t eye = bit(RayClass::Eye), transparent = bit(RayClass::Tra
                        traced = transparent | reflect | refract | gather, all = eye | shadow | traced;
 
 /// An object below an inner and an outer instance.
-struct Nest {
-    scene::ObjectElement& object;
-    scene::InstanceElement& inner;
-    scene::InstanceElement& outer;
-};
 struct FlagCase {
     const char* name;
-    std::function<void(Nest&)> set;
     std::uint8_t visibleTo;
+    std::function<void(miObject&)> object = [](miObject&) {};
+    scene::InstanceFlags inner = {}, outer = {};
+    bool overrides = false; ///< the outer instance
     friend void PrintTo(const FlagCase& flags, std::ostream* out) { *out << flags.name; }
 };
 class RayVisibility : public ::testing::TestWithParam<FlagCase> {};
@@ -37,8 +34,10 @@ TEST_P(RayVisibility, FollowsTheInstanceClosestToTheObject) {
     auto& object = scene.square("square");
     auto& inner = scene.instance("inner", object);
     auto& outer = scene.instance("outer", scene.group("group", {&inner}));
-    Nest nest{object, inner, outer};
-    GetParam().set(nest);
+    GetParam().object(object.object);
+    inner.flags = GetParam().inner;
+    outer.flags = GetParam().outer;
+    outer.overrides = GetParam().overrides;
     scene.build(scene.group("root", {&outer}));
     for (int i = 0; i < geometry::rayClassCount; ++i) {
         geometry::Ray ray{{0, 0, 5}, {0, 0, -1}};
@@ -49,55 +48,42 @@ TEST_P(RayVisibility, FollowsTheInstanceClosestToTheObject) {
     }
 }
 
+using Flags = scene::InstanceFlags;
+template <class Value>
+Flags with(std::optional<Value> Flags::*flag, Value value) {
+    Flags flags;
+    flags.*flag = value;
+    return flags;
+}
+constexpr auto asItIs = [](miObject&) {};
+
 INSTANTIATE_TEST_SUITE_P(
-    Flags, RayVisibility,
+    All, RayVisibility,
     ::testing::Values(
-        FlagCase{"all on", [](Nest&) {}, all},
-        FlagCase{"object not visible", [](Nest& n) { n.object.object.visible = 0; }, shadow | traced},
-        FlagCase{"object not traced", [](Nest& n) { n.object.object.trace = 0; }, eye | shadow},
-        FlagCase{"object without shadow", [](Nest& n) { n.object.object.shadow = 0; }, eye | traced},
-        FlagCase{"object that only receives shadows", [](Nest& n) { n.object.object.shadow_mode = 2; },
-                 all & ~shadow},
-        FlagCase{"instance overrules object",
-                 [](Nest& n) {
-                     n.object.object.visible = 0;
-                     n.outer.flags.visible = true;
-                 },
-                 all},
-        FlagCase{"inner overrules outer",
-                 [](Nest& n) {
-                     n.outer.flags.visible = false;
-                     n.inner.flags.visible = true;
-                 },
-                 all},
-        FlagCase{"outer with override wins",
-                 [](Nest& n) {
-                     n.outer.flags.visible = false;
-                     n.outer.overrides = true;
-                     n.inner.flags.visible = true;
-                 },
-                 shadow | traced},
+        FlagCase{"all on", all}, //
+        FlagCase{"object not visible", shadow | traced, [](miObject& o) { o.visible = 0; }},
+        FlagCase{"object not traced", eye | shadow, [](miObject& o) { o.trace = 0; }},
+        FlagCase{"object without shadow", eye | traced, [](miObject& o) { o.shadow = 0; }},
+        FlagCase{"object only receives shadows", all & ~shadow, [](miObject& o) { o.shadow_mode = 2; }},
+        FlagCase{"not seen through glass", all & ~transparent, [](miObject& o) { o.transparency = 2; }},
+        FlagCase{"nothing left", 0, [](miObject& o) { o.visible = o.trace = o.shadow = 0; }},
+        FlagCase{"instance overrules object", all, [](miObject& o) { o.visible = 0; },
+                 with(&Flags::visible, true)},
+        FlagCase{"inner overrules outer", all, asItIs, with(&Flags::visible, true),
+                 with(&Flags::visible, false)},
+        FlagCase{"outer with override wins", shadow | traced, asItIs, with(&Flags::visible, true),
+                 with(&Flags::visible, false), true},
         FlagCase{"override holds only for what is given",
-                 [](Nest& n) {
-                     n.outer.overrides = true;
-                     n.inner.flags.shadow = false;
-                 },
-                 eye | traced},
-        FlagCase{"not reflected", [](Nest& n) { n.inner.flags.reflection = 2; }, all & ~reflect},
-        FlagCase{"not refracted", [](Nest& n) { n.outer.flags.refraction = 0; }, all & ~refract},
-        FlagCase{"not seen through glass", [](Nest& n) { n.object.object.transparency = 2; },
-                 all & ~transparent},
-        FlagCase{"receives shadows only", [](Nest& n) { n.inner.flags.shadowMode = 2; }, all & ~shadow},
-        FlagCase{"a firm no is not undone below",
-                 [](Nest& n) {
-                     n.outer.flags.reflection = 4;
-                     n.inner.flags.reflection = 3;
-                 },
-                 all & ~reflect},
-        FlagCase{
-            "nothing left",
-            [](Nest& n) { n.object.object.visible = n.object.object.trace = n.object.object.shadow = 0; },
-            0}));
+                 eye | traced,
+                 asItIs,
+                 with(&Flags::shadow, false),
+                 {},
+                 true},
+        FlagCase{"not reflected", all & ~reflect, asItIs, with(&Flags::reflection, 2)},
+        FlagCase{"not refracted", all & ~refract, asItIs, {}, with(&Flags::refraction, 0)},
+        FlagCase{"receives shadows only", all & ~shadow, asItIs, with(&Flags::shadowMode, 2)},
+        FlagCase{"a firm no is not undone below", all & ~reflect, asItIs, with(&Flags::reflection, 3),
+                 with(&Flags::reflection, 4)}));
 
 TEST(Inheritance, SendingModesReachTheLeafAndItsRecord) {
     Geometry scene;

@@ -40,15 +40,6 @@ TEST_F(MovingScene, InstanceIsHitWhereItStandsAtTheRaysTime) {
     EXPECT_EQ(meshInstance.instance.motion_transform[12], -10.0f);
 }
 
-TEST_F(MovingScene, MotionOffBelowStopsIt) {
-    auto& meshInstance = scene.instance("leaf", scene.square("square"));
-    meshInstance.motion = Motion::Off;
-    auto& outer = scene.instance("outer", scene.group("group", {&meshInstance}));
-    move(outer, placedAt(10, 0, 0));
-    EXPECT_FALSE(scene.build(scene.group("root", {&outer})).moves());
-    EXPECT_TRUE(scene.lookDownAt(0, 0, 1.0f));
-}
-
 /// Stretching in z tilts the normal of a slope while the shutter is open.
 TEST_F(MovingScene, NormalsFollowAChangingPlacement) {
     auto& slope = scene.object("slope", {{-1, -1, -1}, {1, -1, 1}, {1, 1, 1}, {-1, 1, -1}}, {{{0, 1, 2, 3}}});
@@ -63,29 +54,6 @@ TEST_F(MovingScene, NormalsFollowAChangingPlacement) {
         expectNear(seen->surface.motion, {0, 0, 1});
     }
 }
-
-class Deformation : public ::testing::TestWithParam<bool> {};
-
-TEST_P(Deformation, VerticesMoveInObjectSpace) {
-    Geometry scene;
-    scene.options.motion = 1;
-    auto& object = scene.square("square");
-    object.groups[0].vectors.push_back({0, 0, 2});
-    object.groups[0].motions.push_back({4, 4, 4, 4});
-    auto& meshInstance = scene.instance("leaf", object, scaledBy(1, 1, 3));
-    auto& root = scene.group("root", {&meshInstance});
-    if (GetParam()) root.members.push_back(scene.instance("far", object, placedAt(50, 0, 0)).tag);
-    const auto& geometry = scene.build(root);
-    EXPECT_TRUE(geometry.moves());
-    for (const float time : {0.0f, 0.5f, 1.0f}) {
-        const auto seen = scene.lookDownAt(0.5f, 0.5f, time);
-        ASSERT_TRUE(seen);
-        EXPECT_NEAR(seen->hit.distance, 10 - 6 * time, 1e-4f);
-        expectNear(seen->surface.point, {0.5f, 0.5f, 6 * time}, 1e-4f);
-        expectNear(seen->surface.motion, {0, 0, 6});
-    }
-}
-INSTANTIATE_TEST_SUITE_P(AloneAndInstanced, Deformation, ::testing::Bool());
 
 /// A picture without motion blur still tells passes how things move.
 TEST(MotionVectors, AreThereWithoutMotionBlur) {

@@ -10,13 +10,6 @@
 namespace orca::test {
 namespace {
 
-/// Adds statements to the scene's camera.
-std::string withCamera(const TestScene& scene, const std::string& statements) {
-    std::string text = scene.text();
-    const std::string lens = "lens \"orcaFrameBufferLens\" ( )\n";
-    return text.replace(text.find(lens), lens.size(), statements);
-}
-
 /// What a camera sees in the middle of its picture, and beside it to the right, of an environment.
 struct Seen {
     miColor middle, right;
@@ -25,10 +18,10 @@ Seen environmentSeen(const std::string& texture, const std::string& parameters, 
     TestScene scene;
     scene.perspective = true;
     scene.camera = camera;
-    const RenderedScene picture(
-        texture + withCamera(scene, "environment \"velaEnvironmentLatLong\" ( " + parameters + " )\n"));
-    EXPECT_TRUE(picture.complaints().empty()) << picture.complaints().front();
-    return {picture.pixel("main", 8, 8), picture.pixel("main", 15, 8)};
+    scene.beforeCamera = texture;
+    scene.cameraStatements = "environment \"velaEnvironmentLatLong\" ( " + parameters + " )\n";
+    const RenderedScene picture(scene);
+    return {picture.middle(), picture.pixel("main", 15, 8)};
 }
 
 const std::string ahead = "transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1";
@@ -81,9 +74,7 @@ TestScene glowingHalf(float z) {
     TestScene scene;
     scene.perspective = true;
     scene.samples = "4 4";
-    scene.contents =
-        lambert("glow", "\"color\" 0 0 0 1, \"incandescence\" 1 1 1 1") + card("half", "glow", -50, 0, z, 50);
-    scene.members = {"half"};
+    scene.contents = glowing("glow", "1 1 1") + card("half", "glow", -50, 0, z, 50);
     scene.passes = {"beauty"};
     return scene;
 }
@@ -92,9 +83,9 @@ TEST(ThinLens, BlursByTheCircleOfConfusion) {
     const std::string lens = "\"velaThinLens\" ( \"focusDistance\" 10, \"apertureRadius\" 1 )";
     for (const bool lensFirst : {true, false}) {
         const std::string framebuffers = "\"orcaFrameBufferLens\" ( )";
-        const std::string list = "lens " + (lensFirst ? lens + framebuffers : framebuffers + lens) + "\n";
-        const RenderedScene picture(withCamera(glowingHalf(5), list));
-        ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+        TestScene scene = glowingHalf(5);
+        scene.lens = "lens " + (lensFirst ? lens + framebuffers : framebuffers + lens);
+        const RenderedScene picture(scene);
         for (int x = 0; x < 16; ++x) {
             // At half the focal distance, the lens's disc is seen cut where its x is that of the plane in
             // focus.
@@ -108,8 +99,9 @@ TEST(ThinLens, BlursByTheCircleOfConfusion) {
 
 TEST(ThinLens, IsSharpInThePlaneOfFocusAndFollowsTheStop) {
     const auto edge = [](float z, const std::string& parameters) {
-        const RenderedScene picture(withCamera(glowingHalf(z), "lens \"velaThinLens\" ( " + parameters +
-                                                                   " ) \"orcaFrameBufferLens\" ( )\n"));
+        TestScene scene = glowingHalf(z);
+        scene.lens = "lens \"velaThinLens\" ( " + parameters + " ) \"orcaFrameBufferLens\" ( )";
+        const RenderedScene picture(scene);
         double width = 0.0; // of the edge, pixels
         for (int x = 0; x < 16; ++x) {
             const double share = picture.pixel("main", x, 8).r;

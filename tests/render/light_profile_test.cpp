@@ -142,88 +142,56 @@ TEST(LightProfile, SaysInWhichLineAFileIsWrong) {
     EXPECT_EQ(fault(eulumdat(1, "1\nx\n"), true), "51: expected an intensity, not \"x\"");
 }
 
-struct ProfileFile {
-    explicit ProfileFile(const std::string& text)
-        : path(std::filesystem::temp_directory_path() /
-               (std::string("orca_profile_") +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name() + ".ies")) {
-        std::ofstream(path) << text;
-    }
-    ~ProfileFile() { std::filesystem::remove(path); }
-    std::filesystem::path path;
-};
-
-TEST(LightProfile, ShapesTheLightOfAPointLight) {
-    // The light hangs 2 above the wall and shines down -z: half as bright 45 degrees aside as straight below.
-    const auto brightness = [](const std::string& file, float x) {
+/// A folder with a profile, and what a wall shows of its light.
+class LightProfileFiles : public ::testing::Test {
+protected:
+    LightProfileFiles() { std::filesystem::create_directories(folder); }
+    ~LightProfileFiles() override { std::filesystem::remove_all(folder); }
+    /// The light hangs 2 above the wall and `x` beside the pixel, and shines down -z.
+    float brightness(const std::string& profile, float x, const std::string& statements = "") {
+        std::ofstream(folder / "lamp.ies") << profile;
         TestScene scene;
         scene.contents =
-            fmt::format("lightprofile \"spread\" format ies file \"{}\" end lightprofile\n", file) +
+            fmt::format("lightprofile \"spread\" format ies file \"{}\" {} end lightprofile\n",
+                        (folder / "lamp.ies").string(), statements) +
             lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("wall", "white", 0, 0, 0, 20) +
-            pointLight("lamp", "\"decayRate\" 0, \"lightProfile\" \"spread\"", x, 0.125f, 2);
-        scene.members = {"wall", "lamp_inst"};
+            pointLight("lamp", "\"decayRate\" 0, \"lightProfile\" \"spread\"", 0.125f + x, 0.125f, 2);
         const RenderedScene picture(scene.text());
-        return std::pair(picture.pixel("main", 8, 8).r, picture.complaints());
-    };
-    const ProfileFile file(ies(3, 1, 1, "0 45 90\n0\n10 5 0"));
-    const auto below = brightness(file.path.string(), 0.125f), aside = brightness(file.path.string(), 2.125f);
-    EXPECT_TRUE(below.second.empty());
-    EXPECT_NEAR(below.first, 1.0f, 1e-3f);
-    EXPECT_NEAR(aside.first, std::sqrt(0.5f) * 0.5f, 1e-3f);
+        complaints = fmt::format("{}", fmt::join(picture.complaints(), "\n"));
+        return picture.middle().r;
+    }
+    void expectComplaint(const std::string& part) const {
+        EXPECT_NE(complaints.find(part), std::string::npos) << complaints;
+    }
+    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "orca_profile_test";
+    std::string complaints;
+};
 
-    std::ofstream(file.path) << "TILT=NONE\n1 1 1 2 1 9\n";
-    const auto wrong = brightness(file.path.string(), 0.125f);
-    EXPECT_NEAR(wrong.first, 1.0f, 1e-3f);
-    ASSERT_EQ(wrong.second.size(), 1u);
-    EXPECT_NE(wrong.second.front().find(file.path.string() + ":2:1"), std::string::npos)
-        << wrong.second.front();
-    EXPECT_NE(wrong.second.front().find("light profile \"spread\": the photometric type is"),
-              std::string::npos);
+TEST_F(LightProfileFiles, ShapeTheLightOfAPointLight) {
+    const std::string file = ies(3, 1, 1, "0 45 90\n0\n10 5 0");
+    EXPECT_NEAR(brightness(file, 0), 1.0f, 1e-3f);
+    EXPECT_EQ(complaints, "");
+    EXPECT_NEAR(brightness(file, 2, "resolution 64 32"), std::sqrt(0.5f) * 0.5f, 1e-3f);
+    expectComplaint("light profile \"spread\": \"resolution\" has no effect");
+    EXPECT_NEAR(brightness("TILT=NONE\n1 1 1 2 1 9\n", 0), 1.0f, 1e-3f);
+    expectComplaint("lamp.ies:2:1");
+    expectComplaint("light profile \"spread\": the photometric type is");
 }
 
 /// The file beside the profile has the pairs that TILT=INCLUDE brings; whatever is in it, light is shaped.
-TEST(LightProfile, ReadsTheTiltFileBesideIt) {
-    const auto folder = std::filesystem::temp_directory_path() / "orca_tilt_test";
-    std::filesystem::create_directories(folder);
-    const auto profile = folder / "lamp.ies", tilt = folder / "my lamp.tlt";
-    std::string text = ies(2, 1, 1, "0 90\n0\n10 5");
-    text.replace(text.find("NONE"), 4, "my lamp.tlt ");
-    std::ofstream(profile) << text;
-    const auto complaints = [&](const std::string& tiltText) {
-        std::filesystem::remove(tilt);
-        if (!tiltText.empty()) std::ofstream(tilt) << tiltText;
-        TestScene scene;
-        scene.contents =
-            fmt::format("lightprofile \"spread\" format ies file \"{}\" end lightprofile\n",
-                        profile.string()) +
-            lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("wall", "white", 0, 0, 0, 20) +
-            pointLight("lamp", "\"decayRate\" 0, \"lightProfile\" \"spread\"", 2.125f, 0.125f, 2);
-        scene.members = {"wall", "lamp_inst"};
-        const RenderedScene picture(scene.text());
-        EXPECT_NEAR(picture.pixel("main", 8, 8).r, std::sqrt(0.5f) * 0.75f, 1e-3f);
-        return picture.complaints();
-    };
-    EXPECT_TRUE(complaints("1\n3\n0 45 90\n1 .95 .9\n").empty());
-    const auto missing = complaints(""), wrong = complaints("1\n3\n0 45 90\n1 .95\n");
-    ASSERT_EQ(missing.size(), 1u);
-    EXPECT_NE(missing.front().find("\"spread\": TILT=my lamp.tlt names a file that cannot be read"),
-              std::string::npos)
-        << missing.front();
-    ASSERT_EQ(wrong.size(), 1u);
-    EXPECT_NE(wrong.front().find(tilt.string() + ":4:1"), std::string::npos) << wrong.front();
-    EXPECT_NE(wrong.front().find("the file ends where the factor of a tilt angle should stand"),
-              std::string::npos);
-    std::filesystem::remove_all(folder);
-}
-
-TEST(LightProfile, SaysThatItsResolutionHasNoEffect) {
-    TestScene scene;
-    const ProfileFile file(ies(2, 1, 1, "0 90\n0\n10 5"));
-    scene.contents = fmt::format("lightprofile \"spread\" format ies file \"{}\" resolution 64 32 hermite 3 "
-                                 "end lightprofile\n",
-                                 file.path.string());
-    const RenderedScene picture(scene.text());
-    EXPECT_TRUE(picture.logged("light profile \"spread\": \"resolution\" has no effect"));
+TEST_F(LightProfileFiles, ReadTheTiltFileBesideThem) {
+    std::string file = ies(2, 1, 1, "0 90\n0\n10 5");
+    file.replace(file.find("NONE"), 4, "my lamp.tlt ");
+    const auto tilt = folder / "my lamp.tlt";
+    EXPECT_NEAR(brightness(file, 2), std::sqrt(0.5f) * 0.75f, 1e-3f);
+    expectComplaint("\"spread\": TILT=my lamp.tlt names a file that cannot be read");
+    std::ofstream(tilt) << "1\n3\n0 45 90\n1 .95 .9\n";
+    EXPECT_NEAR(brightness(file, 2), std::sqrt(0.5f) * 0.75f, 1e-3f);
+    EXPECT_EQ(complaints, "");
+    std::ofstream(tilt) << "1\n3\n0 45 90\n1 .95\n";
+    EXPECT_NEAR(brightness(file, 2), std::sqrt(0.5f) * 0.75f, 1e-3f);
+    expectComplaint(tilt.string() + ":4:1");
+    expectComplaint("the file ends where the factor of a tilt angle should stand");
 }
 
 } // namespace

@@ -16,7 +16,7 @@ namespace {
 /// All threads ask for the table at once, with the renderer's own lock; all of them then read one and the
 /// same.
 TEST(GradientNoise, IsSetUpOnceHoweverManyThreadsAskFirst) {
-    const RenderedScene host(TestScene().text()); // the renderer that the library's functions belong to
+    const RenderedScene host(TestScene{}); // the renderer that the library's functions belong to
     void* const library =
         dlopen((build_paths::libraries + std::string("/orca.so")).c_str(), RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << dlerror();

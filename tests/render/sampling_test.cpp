@@ -51,16 +51,6 @@ TEST(LowDiscrepancy, EveryPowerOfTwoBlockFillsEveryElementaryInterval) {
             }
 }
 
-TEST(LowDiscrepancy, IsFarMoreEvenThanRandomPointsInEveryPairOfDimensions) {
-    for (int a = 0; a < sobolDimensions; ++a)
-        for (int b = a + 1; b < sobolDimensions; ++b) {
-            std::vector<std::pair<double, double>> points;
-            for (std::uint32_t i = 0; i < 256; ++i)
-                points.emplace_back(scrambledSobol(i, a, 99u), scrambledSobol(i, b, 99u));
-            EXPECT_LT(starDiscrepancy(points), 0.03) << a << ", " << b; // random points: about 0.06
-        }
-}
-
 TEST(SamplerLoop, CountsItsPointsAndRepeatsForTheSamePixel) {
     const auto run = [](int pixel) {
         Sampler sampler;

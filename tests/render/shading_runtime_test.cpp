@@ -2,10 +2,10 @@
 #include "base/active_log.h"
 #include "base/locks.h"
 #include "build_paths.h"
+#include "scene/language/scene_file.h"
 #include "shading/call_context.h"
 #include "shading/shader_exceptions.h"
 #include "shading/shader_runtime.h"
-#include "support/scene_builder.h"
 #include "support/test_shaders.h"
 
 #include <dlfcn.h>
@@ -13,8 +13,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <bit>
-#include <cstddef>
 #include <functional>
 #include <mutex>
 #include <stdexcept>
@@ -26,37 +24,19 @@ namespace {
 
 using namespace orca;
 
-scene::Parameter parameter(const char* name, miParam_type type, bool isArray = false) {
-    scene::Parameter result;
-    result.name = name;
-    result.type = type;
-    result.isArray = isArray;
-    return result;
-}
-scene::Parameter structure(const char* name, std::vector<scene::Parameter> members, bool isArray = false) {
-    scene::Parameter result = parameter(name, miTYPE_STRUCT, isArray);
-    result.members = std::move(members);
-    return result;
-}
-template <class... Numbers>
-scene::Value literal(Numbers... numbers) {
-    scene::Value value;
-    value.kind = scene::Value::Kind::Literal;
-    (value.words.push_back(std::bit_cast<std::uint32_t>(numbers)), ...);
-    return value;
-}
-scene::Value items(scene::Value::Kind kind, std::vector<scene::Value> parts) {
-    scene::Value value;
-    value.kind = kind;
-    value.items = std::move(parts);
-    return value;
-}
-scene::Value connected(const scene::Element& source, int memberOffset = 0) {
-    scene::Value value;
-    value.kind = scene::Value::Kind::Connection;
-    value.connection = {source.tag, memberOffset, false};
-    return value;
-}
+constexpr const char* declarations = R"mi(
+declare shader scalar "testAdd" ( scalar "a", scalar "b" ) version 1 end declare
+declare shader struct { color "color", scalar "weight", vector "axis" } "testPalette" ( ) version 1 end declare
+declare shader scalar "testWeighted" ( array struct "elements" { scalar "scale", vector "offset" } )
+    version 1 end declare
+declare shader color "testPlain" ( boolean "on", array scalar "values", color "tint" ) version 1 end declare
+declare shader scalar "testArgument" ( ) version 1 end declare
+declare shader scalar "testThrow" ( ) version 1 end declare
+declare shader color "testMissing" ( ) version 1 end declare
+shader "palette" "testPalette" ( )
+shader "one" "testAdd" ( "a" 1, "b" 2 )
+shader "two" "testAdd" ( "a" 10, "b" 20 )
+)mi";
 
 struct Event {
     std::string what;
@@ -73,6 +53,7 @@ struct Event {
 class Shaders : public ::testing::Test {
 protected:
     Shaders() {
+        log.keep(true);
         const std::string path = std::string(build_paths::libraries) + "/orca-test-shaders.so";
         EXPECT_TRUE(runtime.loadLibrary("orca-test-shaders.so", {"/nowhere", build_paths::libraries}, {}));
         library_ = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
@@ -85,60 +66,43 @@ protected:
                 if (current->onEvent) current->onEvent(what, running);
             };
         state.ext = &context;
+        read(declarations);
     }
     ~Shaders() override {
         *static_cast<test::EventListener*>(dlsym(library_, "testEvent")) = nullptr;
         dlclose(library_);
     }
 
-    scene::DeclarationElement& declare(const std::string& name, scene::Parameter result,
-                                       std::vector<scene::Parameter> parameters, int version = 1) {
-        auto element = std::make_unique<scene::DeclarationElement>(scene::DeclarationElement::Kind::Shader);
-        auto& declaration = *element;
-        declaration.name = name;
-        declaration.version = version;
-        std::vector<scene::Parameter> results{std::move(result)};
-        scene::layOut(results);
-        declaration.result = results[0];
-        declaration.parameters = std::move(parameters);
-        declaration.fixedSize = scene::layOut(declaration.parameters);
-        database.setDeclaration(name, database.add(std::move(element)));
-        return declaration;
+    void read(const std::string& text) {
+        EXPECT_TRUE(scene.parseText(text, "test.mi", {}, {}));
+        runtime.bind();
     }
-    scene::FunctionElement& shader(const scene::DeclarationElement& declaration,
-                                   std::vector<scene::Value> values) {
-        auto& element =
-            builder.add<scene::FunctionElement>("shader " + std::to_string(database.endTag()), declaration);
-        values.resize(declaration.parameters.size());
-        element.values = std::move(values);
-        element.rebuild();
-        return element;
+    scene::FunctionElement& shader(const std::string& name) {
+        return *database.find<scene::FunctionElement>(database.named(name));
     }
     template <class Result>
     miBoolean call(Result& result, const scene::Element& element, int type = miSHADER_MATERIAL) {
         return runtime.call(&result, type, &state, element.tag);
     }
-    float scalarOf(const scene::Element& element) {
+    float scalarOf(const std::string& name) {
         miScalar result = 0;
-        EXPECT_TRUE(call(result, element));
+        EXPECT_TRUE(call(result, shader(name)));
         return result;
     }
+    bool logged(LogLevel level, const std::string& part) {
+        return std::ranges::any_of(log.kept(), [&](const LogMessage& message) {
+            return message.level == level && message.text.find(part) != std::string::npos;
+        });
+    }
 
-    test::SceneBuilder builder;
-    scene::Database& database = builder.database;
-    shading::ShaderRuntime runtime{database, builder.log};
+    Log log{LogLevel::None};
+    scene::Scene scene{log};
+    scene::Database& database = scene.database();
+    shading::ShaderRuntime runtime{database, log};
     shading::CallContext context{runtime};
     miState state{};
     std::vector<Event> events;
     std::function<void(const char*, miState*)> onEvent;
-
-    scene::DeclarationElement& add = declare("testAdd", parameter("", miTYPE_SCALAR),
-                                             {parameter("a", miTYPE_SCALAR), parameter("b", miTYPE_SCALAR)});
-    scene::DeclarationElement& palette =
-        declare("testPalette",
-                structure("", {parameter("color", miTYPE_COLOR), parameter("weight", miTYPE_SCALAR),
-                               parameter("axis", miTYPE_VECTOR)}),
-                {});
 
 private:
     inline static Shaders* current = nullptr;
@@ -147,39 +111,35 @@ private:
 };
 
 TEST_F(Shaders, AreInitialisedBeforeTheirFirstCallAndExitedOnce) {
-    auto& first = shader(add, {literal(1.0f), literal(2.0f)});
-    auto& second = shader(add, {literal(10.0f), literal(20.0f)});
-    auto& unused = shader(add, {});
-    runtime.bind();
+    read("shader \"unused\" \"testAdd\" ( )\n");
+    const miTag first = shader("one").tag, second = shader("two").tag;
     EXPECT_TRUE(events.empty());
 
-    EXPECT_EQ(scalarOf(first), 3.0f);
-    EXPECT_EQ(scalarOf(first), 3.0f);
-    EXPECT_EQ(scalarOf(second), 30.0f);
+    EXPECT_EQ(scalarOf("one"), 3.0f);
+    EXPECT_EQ(scalarOf("one"), 3.0f);
+    EXPECT_EQ(scalarOf("two"), 30.0f);
     runtime.exitAll(&state);
     const int type = miSHADER_MATERIAL;
     const std::vector<Event> expected = {
-        {"testAdd_init", first.tag, false, type}, {"testAdd_init", first.tag, true, type},
-        {"testAdd", first.tag, true, type},       {"testAdd", first.tag, true, type},
-        {"testAdd_init", second.tag, true, type}, {"testAdd", second.tag, true, type},
-        {"testAdd_exit", first.tag, true, 0},     {"testAdd_exit", second.tag, true, 0},
-        {"testAdd_exit", second.tag, false, 0}};
+        {"testAdd_init", first, false, type}, {"testAdd_init", first, true, type},
+        {"testAdd", first, true, type},       {"testAdd", first, true, type},
+        {"testAdd_init", second, true, type}, {"testAdd", second, true, type},
+        {"testAdd_exit", first, true, 0},     {"testAdd_exit", second, true, 0},
+        {"testAdd_exit", second, false, 0}};
     EXPECT_EQ(events, expected);
-    for (const Event& event : events) EXPECT_NE(event.shader, unused.tag);
 
     // The next picture begins anew.
     events.clear();
-    EXPECT_EQ(scalarOf(second), 30.0f);
+    EXPECT_EQ(scalarOf("two"), 30.0f);
     ASSERT_EQ(events.size(), 3u);
-    EXPECT_EQ(events[0], (Event{"testAdd_init", second.tag, false, type}));
+    EXPECT_EQ(events[0], (Event{"testAdd_init", second, false, type}));
     EXPECT_EQ(state.shader, nullptr);
     EXPECT_EQ(context.callType, miSHADER_NONE);
 }
 
 TEST_F(Shaders, InitOnceHoweverManyThreadsCallFirst) {
-    auto& source = shader(add, {literal(1.0f), literal(1.0f)});
-    auto& target = shader(add, {connected(source), literal(2.0f)});
-    runtime.bind();
+    read("shader \"target\" \"testAdd\" ( \"a\" = \"one\", \"b\" 2 )\n");
+    const miTag target = shader("target").tag;
     std::vector<std::thread> threads;
     std::atomic<int> right{0};
     for (int i = 0; i < 8; ++i)
@@ -188,72 +148,51 @@ TEST_F(Shaders, InitOnceHoweverManyThreadsCallFirst) {
             miState ownState{};
             ownState.ext = &own;
             miScalar result = 0;
-            if (runtime.call(&result, miSHADER_MATERIAL, &ownState, target.tag) && result == 4.0f) ++right;
+            if (runtime.call(&result, miSHADER_MATERIAL, &ownState, target) && result == 5.0f) ++right;
         });
     for (auto& thread : threads) thread.join();
     EXPECT_EQ(right, 8);
-    EXPECT_EQ(
-        std::count_if(events.begin(), events.end(), [](const Event& e) { return e.what == "testAdd_init"; }),
-        3);
+    EXPECT_EQ(std::ranges::count(events, "testAdd_init", &Event::what), 3);
 }
 
 TEST_F(Shaders, EvaluateConnectionsToResultsAndMembers) {
-    auto& colors = shader(palette, {});
-    auto& inner = shader(add, {connected(colors, offsetof(test::Palette, weight)),
-                               connected(colors, offsetof(test::Palette, axis) + 4)});
-    auto& outer = shader(add, {connected(inner), literal(100.0f)});
-    runtime.bind();
-    EXPECT_EQ(scalarOf(inner), 5.0f + 7.0f);
-    EXPECT_EQ(scalarOf(outer), 112.0f) << "results of connected shaders start from zero every time";
+    read(R"mi(
+shader "inner" "testAdd" ( "a" = "palette.weight", "b" 7 )
+shader "outer" "testAdd" ( "a" = "inner", "b" 100 )
+)mi");
+    EXPECT_EQ(scalarOf("inner"), 5.0f + 7.0f);
+    EXPECT_EQ(scalarOf("outer"), 112.0f) << "results of connected shaders start from zero every time";
     EXPECT_EQ(events.back().what, "testPalette");
     EXPECT_EQ(events.back().callType, miSHADER_TEXTURE);
     EXPECT_EQ(state.shader, nullptr);
 }
 
 TEST_F(Shaders, EvaluateConnectionsInArraysOfStructs) {
-    auto& weighted =
-        declare("testWeighted", parameter("", miTYPE_SCALAR),
-                {structure("elements",
-                           {parameter("scale", miTYPE_SCALAR), parameter("offset", miTYPE_VECTOR)}, true)});
-    auto& colors = shader(palette, {});
-    using Kind = scene::Value::Kind;
-    auto& element = shader(
-        weighted,
-        {items(Kind::Array,
-               {items(Kind::Struct, {literal(2.0f), literal(3.0f, 0.0f, 0.0f)}),
-                items(Kind::Struct, {literal(10.0f), connected(colors, offsetof(test::Palette, axis))}),
-                items(Kind::Struct,
-                      {connected(colors, offsetof(test::Palette, weight)), literal(100.0f, 0.0f, 0.0f)})})});
-    runtime.bind();
-    EXPECT_EQ(scalarOf(element), 2 * 3 + 10 * 6 + 5 * 100);
+    read(R"mi(
+shader "weighted" "testWeighted" ( "elements" [ { "scale" 2, "offset" 3 0 0 },
+    { "scale" 10, "offset" = "palette.axis" }, { "scale" = "palette.weight", "offset" 100 0 0 } ] )
+)mi");
+    EXPECT_EQ(scalarOf("weighted"), 2 * 3 + 10 * 6 + 5 * 100);
 }
 
 TEST_F(Shaders, WrittenInPlainCRun) {
-    auto& plain = declare("testPlain", parameter("", miTYPE_COLOR),
-                          {parameter("on", miTYPE_BOOLEAN), parameter("values", miTYPE_SCALAR, true),
-                           parameter("tint", miTYPE_COLOR)});
-    auto& colors = shader(palette, {});
-    auto& element = shader(plain, {literal(1), literal(1.0f, 2.0f, 4.0f), connected(colors)});
-    element.values[1].kind = scene::Value::Kind::Array;
-    element.rebuild();
-    runtime.bind();
+    read("shader \"plain\" \"testPlain\" ( \"on\" on, \"values\" [ 1, 2, 4 ], \"tint\" = \"palette.color\" "
+         ")\n");
     miColor result;
-    EXPECT_TRUE(call(result, element));
+    EXPECT_TRUE(call(result, shader("plain")));
     EXPECT_EQ(result.g, 14.0f);
     EXPECT_EQ(result.a, 4.0f);
-    EXPECT_TRUE(builder.logged(LogLevel::Warning, "\"testPlain\" is declared as version 1, but"));
-    EXPECT_TRUE(builder.logged(LogLevel::Warning, "holds version 2"));
+    EXPECT_TRUE(logged(LogLevel::Warning, "\"testPlain\" is declared as version 1, but"));
+    EXPECT_TRUE(logged(LogLevel::Warning, "holds version 2"));
 }
 
 TEST_F(Shaders, ListsShareTheResultAndEndWithTheLastValue) {
-    auto& argument = declare("testArgument", parameter("", miTYPE_SCALAR), {});
-    auto& last = shader(argument, {});
-    auto& middle = shader(add, {literal(3.0f), literal(4.0f)});
-    auto& head = shader(add, {literal(1.0f), literal(2.0f)});
-    head.function()->next_function = middle.tag;
-    runtime.bind();
-    EXPECT_EQ(scalarOf(head), 10.0f);
-    middle.function()->next_function = last.tag;
+    read("shader \"pair\" \"testAdd\" ( \"a\" 1, \"b\" 2 ) \"testAdd\" ( \"a\" 3, \"b\" 4 )\n"
+         "shader \"last\" \"testArgument\" ( )\n");
+    EXPECT_EQ(scalarOf("pair"), 10.0f);
+    auto& head = shader("pair");
+    auto& middle = *database.find<scene::FunctionElement>(head.function()->next_function);
+    middle.function()->next_function = shader("last").tag;
     runtime.bind();
     miScalar result = 0, given = 42;
     EXPECT_FALSE(call(result, head)) << "the last shader of the list has no argument";
@@ -261,26 +200,23 @@ TEST_F(Shaders, ListsShareTheResultAndEndWithTheLastValue) {
     EXPECT_TRUE(runtime.call(&result, miSHADER_SHADOW, &state, head.tag, &given));
     EXPECT_EQ(result, 42.0f);
 
-    last.function()->next_function = head.tag;
+    shader("last").function()->next_function = head.tag;
     runtime.bind();
-    EXPECT_TRUE(builder.logged(LogLevel::Error, "leads back to itself"));
+    EXPECT_TRUE(logged(LogLevel::Error, "leads back to itself"));
     call(result, head);
 }
 
 TEST_F(Shaders, IndirectParametersAreTheOtherInstancesOwn) {
-    auto& colors = shader(palette, {});
-    auto& owner = shader(add, {connected(colors, offsetof(test::Palette, weight)), literal(1.0f)});
-    auto& borrower = shader(declare("x::testAdd", parameter("", miTYPE_SCALAR), {}), {});
-    borrower.function()->parameter_indirect = owner.tag;
+    read("shader \"owner\" \"testAdd\" ( \"a\" = \"palette.weight\", \"b\" 1 )\n");
+    shader("two").function()->parameter_indirect = shader("owner").tag;
     runtime.bind();
-    EXPECT_EQ(scalarOf(borrower), 6.0f);
+    EXPECT_EQ(scalarOf("two"), 6.0f);
 }
 
 TEST_F(Shaders, ExceptionsPassThroughAndLeaveTheStateInOrder) {
-    auto& thrower = declare("testThrow", parameter("", miTYPE_SCALAR), {});
-    auto& source = shader(thrower, {});
-    auto& target = shader(add, {literal(1.0f), connected(source)});
-    runtime.bind();
+    read("shader \"thrower\" \"testThrow\" ( )\n"
+         "shader \"target\" \"testAdd\" ( \"a\" 1, \"b\" = \"thrower\" )\n");
+    const auto& target = shader("target");
     miFunction before{};
     state.shader = &before;
     context.callType = miSHADER_LENS;
@@ -299,10 +235,10 @@ TEST_F(Shaders, ExceptionsPassThroughAndLeaveTheStateInOrder) {
 
     runtime.countFault(target.tag, shading::ShaderRuntime::Fault::NotANumber);
     runtime.reportFaults();
-    EXPECT_TRUE(builder.logged(LogLevel::Warning,
-                               "\"testThrow\" threw an exception 5 times; the first time: out of paint"));
-    EXPECT_FALSE(builder.logged(LogLevel::Warning, "\"testAdd\" threw")) << "only who threw is to blame";
-    EXPECT_TRUE(builder.logged(LogLevel::Warning, "\"testAdd\" gave a value that is not a number once"));
+    EXPECT_TRUE(
+        logged(LogLevel::Warning, "\"testThrow\" threw an exception 5 times; the first time: out of paint"));
+    EXPECT_FALSE(logged(LogLevel::Warning, "\"testAdd\" threw")) << "only who threw is to blame";
+    EXPECT_TRUE(logged(LogLevel::Warning, "\"testAdd\" gave a value that is not a number once"));
 }
 
 TEST(InterfaceFunctions, KeepTheRenderersOwnExceptionsFromShaders) {
@@ -323,9 +259,7 @@ TEST(InterfaceFunctions, KeepTheRenderersOwnExceptionsFromShaders) {
 }
 
 TEST_F(Shaders, UserPointersAreFoundInInitCallAndExit) {
-    auto& one = shader(add, {});
-    auto& two = shader(add, {});
-    runtime.bind();
+    const miFunction* const one = shader("one").function();
     std::vector<std::string> wrong;
     onEvent = [&](const char* what, miState* running) {
         void** const slot = runtime.userPointer(running->shader);
@@ -333,68 +267,63 @@ TEST_F(Shaders, UserPointersAreFoundInInitCallAndExit) {
         if (init && *slot == nullptr && events.back().withParameters) *slot = running->shader;
         else if (events.back().withParameters && *slot != running->shader) wrong.push_back(what);
     };
-    scalarOf(one);
-    scalarOf(two);
-    EXPECT_NE(runtime.userPointer(one.function()), runtime.userPointer(two.function()));
-    *runtime.threadPointer(one.function(), 3) = &wrong;
-    EXPECT_EQ(*runtime.threadPointer(one.function(), 3), &wrong);
-    EXPECT_EQ(*runtime.threadPointer(one.function(), 2), nullptr);
-    EXPECT_EQ(runtime.threadPointer(one.function(), 99999), nullptr);
+    scalarOf("one");
+    scalarOf("two");
+    EXPECT_NE(runtime.userPointer(one), runtime.userPointer(shader("two").function()));
+    *runtime.threadPointer(one, 3) = &wrong;
+    EXPECT_EQ(*runtime.threadPointer(one, 3), &wrong);
+    EXPECT_EQ(*runtime.threadPointer(one, 2), nullptr);
+    EXPECT_EQ(runtime.threadPointer(one, 99999), nullptr);
     runtime.exitAll(&state);
     EXPECT_TRUE(wrong.empty());
-    EXPECT_EQ(*runtime.userPointer(one.function()), nullptr);
+    EXPECT_EQ(*runtime.userPointer(one), nullptr);
 }
 
 TEST_F(Shaders, ThatAreMissingAreNamedWithWhoWantsThem) {
-    auto& missing = declare("testMissing", parameter("", miTYPE_COLOR), {});
-    auto& one = shader(missing, {});
-    shader(missing, {});
-    runtime.bind();
+    read("shader \"gone\" \"testMissing\" ( ) shader \"gone too\" \"testMissing\" ( )\n");
     runtime.bind();
     miColor result{7, 7, 7, 7};
-    EXPECT_FALSE(call(result, one));
+    EXPECT_FALSE(call(result, shader("gone")));
     EXPECT_FALSE(runtime.call(&result, miSHADER_MATERIAL, &state, 0));
     EXPECT_FALSE(runtime.call(&result, miSHADER_MATERIAL, &state, 0xFFFFFFFFu));
     EXPECT_EQ(result.r, 7.0f);
-    EXPECT_TRUE(builder.logged(LogLevel::Error,
-                               "no linked library has the shader \"testMissing\" that \"" + one.name));
-    EXPECT_TRUE(builder.logged(LogLevel::Error, "orca-test-shaders.so"));
-    EXPECT_EQ(builder.log.count(LogLevel::Error), 1);
+    EXPECT_TRUE(logged(LogLevel::Error, "no linked library has the shader \"testMissing\" that \"gone"));
+    EXPECT_TRUE(logged(LogLevel::Error, "orca-test-shaders.so"));
+    EXPECT_EQ(log.count(LogLevel::Error), 1);
 
     EXPECT_FALSE(runtime.loadLibrary("nosuch.so", {"/here", "/there"}, {"scene.mi", 3, 1}));
-    EXPECT_TRUE(builder.logged(LogLevel::Error, "/there/nosuch.so"));
+    EXPECT_TRUE(logged(LogLevel::Error, "/there/nosuch.so"));
     EXPECT_TRUE(runtime.loadLibrary("orca-test-shaders.so", {build_paths::libraries}, {}));
     EXPECT_EQ(runtime.libraries().size(), 1u) << "opening a library twice is harmless";
 }
 
 TEST_F(Shaders, ConnectedToThemselvesAreCut) {
-    auto& one = shader(add, {literal(1.0f), literal(1.0f)});
-    auto& two = shader(add, {connected(one), literal(1.0f)});
-    one.values[0] = connected(two);
+    read("shader \"chain\" \"testAdd\" ( \"a\" = \"one\" )\n");
+    auto& one = shader("one");
+    one.values[0] = shader("chain").values[0];
+    one.values[0].connection.source = shader("chain").tag;
     one.rebuild();
     runtime.bind();
-    EXPECT_TRUE(builder.logged(LogLevel::Error, "is connected to itself"));
-    scalarOf(two);
+    EXPECT_TRUE(logged(LogLevel::Error, "is connected to itself"));
+    scalarOf("chain");
 }
 
 TEST_F(Shaders, AreCalledOncePerStateWhenCaching) {
-    auto& source = shader(add, {literal(1.0f), literal(1.0f)});
-    auto& target = shader(add, {connected(source), connected(source)});
-    runtime.bind();
-    const auto calls = [&](const char* what) {
+    read("shader \"target\" \"testAdd\" ( \"a\" = \"one\", \"b\" = \"one\" )\n");
+    const auto calls = [&] {
         events.clear();
-        EXPECT_EQ(scalarOf(target), 4.0f);
-        return std::count_if(events.begin(), events.end(),
-                             [&](const Event& e) { return e.what == what && e.shader == source.tag; });
+        EXPECT_EQ(scalarOf("target"), 6.0f);
+        return std::ranges::count_if(
+            events, [&](const Event& e) { return e.what == "testAdd" && e.shader == shader("one").tag; });
     };
-    calls("testAdd");
-    EXPECT_EQ(calls("testAdd"), 2);
+    scalarOf("target"); // its init evaluates as well
+    EXPECT_EQ(calls(), 2);
     runtime.setCaching(true);
-    EXPECT_EQ(calls("testAdd"), 1);
+    EXPECT_EQ(calls(), 1);
     onEvent = [&](const char* what, miState* running) {
         if (std::string(what) == "testAdd") runtime.flushCache(running);
     };
-    EXPECT_EQ(calls("testAdd"), 2) << "the source flushes its own result while it runs";
+    EXPECT_EQ(calls(), 2) << "the source flushes its own result while it runs";
 }
 
 } // namespace

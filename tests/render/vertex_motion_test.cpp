@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "geometry/mesh.h"
 #include "render/geometry_fixture.h"
-#include "rendered_scene.h"
-#include "scene_parts.h"
-
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
@@ -18,9 +14,7 @@ using namespace orca;
 using test::expectNear;
 using test::Geometry;
 using test::placedAt;
-using test::RenderedScene;
 using test::scaledBy;
-using test::TestScene;
 
 /// Gives every vertex of a one-group object the same motion vectors, one per segment.
 void moveVertices(scene::ObjectElement& object, const std::vector<miVector>& segments) {
@@ -171,27 +165,6 @@ TEST_F(MixedMotion, DisplacedVerticesTakeTheCornerToo) {
         ASSERT_TRUE(seen) << time;
         expectNear(seen->surface.point, {x + 0.4f, 0.2f, z});
         expectNear(seen->surface.motion, {3, 0, 2});
-    }
-}
-
-/// Through the scene language, seen by a pass: the whole way, with the picture blurred or not.
-TEST(VertexMotionVectors, AreTheWholeWay) {
-    for (const std::string motion : {"motion off", "motion on shutter 0.25 0.25"}) {
-        TestScene scene;
-        scene.passes = {"beauty"};
-        scene.extraOptions = motion;
-        scene.contents =
-            test::lambert("m", "\"incandescence\" 1 1 1 1") +
-            "object \"flag\" visible shadow trace group -3 -3 0 3 -3 0 3 3 0 -3 3 0 1 0 0 -0.5 -0.25 0\n"
-            "v 0 m 4 m 5 v 1 m 4 m 5 v 2 m 4 m 5 v 3 m 4 m 5 p \"m\" 0 1 2 3 end group end object\n"
-            "instance \"plane\" \"flag\" end instance\n";
-        scene.members = {"plane"};
-        const RenderedScene picture(
-            test::withUtilityPasses(scene, {{"space", "m", "orcaPassMotionVector3D"}}));
-        ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
-        const miColor space = picture.pixel("space", 8, 8);
-        EXPECT_NEAR(space.r, 0.5f, 1e-5f) << motion;
-        EXPECT_NEAR(space.g, -0.25f, 1e-5f) << motion;
     }
 }
 

@@ -31,19 +31,15 @@ TEST_P(VisibleLight, IsSeenInItsShape) {
     TestScene scene; // 16 x 16 pixels of a quarter
     scene.passes = {"beauty"};
     scene.contents = areaLight(GetParam().statement, 0.25f, -0.5f);
-    scene.members = {"lamp_inst"};
-    const RenderedScene picture(scene.text());
-    ASSERT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+    const RenderedScene picture(scene);
     int covered = 0;
-    for (int y = 0; y < 16; ++y)
-        for (int x = 0; x < 16; ++x) {
-            const bool expected = GetParam().covers((static_cast<float>(x) + 0.5f) / 4 - 2 - 0.25f,
-                                                    (static_cast<float>(y) + 0.5f) / 4 - 2 + 0.5f);
-            covered += expected;
-            ASSERT_NEAR(picture.pixel("main", x, y).r, expected ? 0.5f : 0.0f, 1e-5f) << x << ' ' << y;
-            ASSERT_NEAR(picture.pixel("beauty", x, y).r, picture.pixel("main", x, y).r, 1e-6f)
-                << x << ' ' << y;
-        }
+    picture.eachPixel([&](int x, int y) {
+        const bool expected = GetParam().covers((static_cast<float>(x) + 0.5f) / 4 - 2 - 0.25f,
+                                                (static_cast<float>(y) + 0.5f) / 4 - 2 + 0.5f);
+        covered += expected;
+        EXPECT_NEAR(picture.pixel("main", x, y).r, expected ? 0.5f : 0.0f, 1e-5f);
+    });
+    expectLayersAddUp(picture, {"beauty"});
     EXPECT_GT(covered, 12);
 }
 
@@ -61,11 +57,9 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(VisibleLights, HideWhatIsBehindAndAreHiddenByWhatIsBefore) {
     TestScene scene;
-    scene.contents = areaLight("sphere 1") +
-                     lambert("glow", "\"color\" 0 0 0 1, \"incandescence\" 0.2 0.2 0.2 1") +
+    scene.contents = areaLight("sphere 1") + glowing("glow", "0.2 0.2 0.2") +
                      card("before", "glow", 1, 0, 2, 1) + card("behind", "glow", 0, 0, -2, 2);
-    scene.members = {"lamp_inst", "before", "behind"};
-    const RenderedScene picture(scene.text());
+    const RenderedScene picture(scene);
     EXPECT_NEAR(picture.pixel("main", 6, 8).r, 0.5f, 1e-5f);
     EXPECT_NEAR(picture.pixel("main", 10, 8).r, 0.2f, 1e-5f);
     EXPECT_NEAR(picture.pixel("main", 1, 8).r, 0.2f, 1e-5f);
@@ -91,8 +85,7 @@ TEST(VisibleLights, ShowTheirRadianceFromAnyDistance) {
                 "light \"lamp\" \"orcaVelaPointLight\" ( \"intensity\" 3, \"decayRate\" 2 ) origin 0 0 0 "
                 "{} visible end light\ninstance \"lamp_inst\" \"lamp\" end instance\n",
                 lamp.shape);
-            scene.members = {"lamp_inst"};
-            const RenderedScene picture(scene.text());
+            const RenderedScene picture(scene);
             EXPECT_NEAR(picture.pixel("main", 8, 8).r, lamp.radiance, 1e-5f) << lamp.shape << distance;
         }
 }
@@ -109,9 +102,7 @@ TEST(VisibleLights, AreSeenInMirrorsAndThroughGlassUnlessTheyAreNotVisible) {
                         "1 0 0 0 0 1 0 0 0 0 1 0 0 0 {} 1 end instance\n",
                         flag, -lightZ) +
             material + card("card", "m", 0, 0, 0, 2);
-        scene.members = {"lamp_inst", "card"};
-        const RenderedScene picture(scene.text());
-        EXPECT_TRUE(picture.complaints().empty()) << picture.complaints().front();
+        const RenderedScene picture(scene);
         EXPECT_NEAR(picture.pixel("beauty", 8, 8).r, picture.pixel("main", 8, 8).r, 1e-6f);
         return picture.pixel("main", 8, 8).r;
     };

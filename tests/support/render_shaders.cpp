@@ -13,9 +13,6 @@ struct ColorParameters {
 };
 
 /// Background: one colour above the horizon, its half below.
-DLLEXPORT int testSky_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testSky(miColor* result, miState* state, ColorParameters* parameters) {
     *result = *mi_eval_color(&parameters->color);
     if (state->dir.y < 0.0f) mi_color_scale(result, result, 0.5f);
@@ -24,9 +21,6 @@ DLLEXPORT miBoolean testSky(miColor* result, miState* state, ColorParameters* pa
 }
 
 /// Absorbing medium: what arrives is dimmed by e^-distance per channel colour.
-DLLEXPORT int testHaze_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testHaze(miColor* result, miState* state, ColorParameters* parameters) {
     const miColor density = *mi_eval_color(&parameters->color);
     const float distance = static_cast<float>(state->dist);
@@ -37,18 +31,12 @@ DLLEXPORT miBoolean testHaze(miColor* result, miState* state, ColorParameters* p
 }
 
 /// A light without protocol: its colour, shadowed.
-DLLEXPORT int testPlainLight_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testPlainLight(miColor* result, miState* state, ColorParameters* parameters) {
     *result = *mi_eval_color(&parameters->color);
     return mi_trace_shadow(result, state);
 }
 
 /// A mirror: its colour where the reflection limit is reached.
-DLLEXPORT int testMirror_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testMirror(miColor* result, miState* state, ColorParameters* parameters) {
     miVector direction = state->normal;
     mi_vector_mul(&direction, -2.0f * state->dot_nd);
@@ -59,24 +47,15 @@ DLLEXPORT miBoolean testMirror(miColor* result, miState* state, ColorParameters*
 }
 
 /// Shows its colour unlit.
-DLLEXPORT int testFlat_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testFlat(miColor* result, miState* state, ColorParameters* parameters) {
     *result = *mi_eval_color(&parameters->color);
     return miTRUE;
 }
 
 /// Faults that a stranger's shader may have.
-DLLEXPORT int testNotANumber_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testNotANumber(miColor* result, miState*, void*) {
     result->r = std::numeric_limits<float>::quiet_NaN();
     return miTRUE;
-}
-DLLEXPORT int testFails_version(void) {
-    return 1;
 }
 DLLEXPORT miBoolean testFails(miColor*, miState*, void*) {
     throw std::runtime_error("the test shader gives up");
@@ -89,9 +68,6 @@ struct OcclusionParameters {
     miScalar spread, scale, nearDistance, maxDistance;
     miInteger mode;
 };
-DLLEXPORT int testOcclusion_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testOcclusion(miColor* result, miState* state, OcclusionParameters* p) {
     miAo_options request = {sizeof(miAo_options), p->rays,        p->axis, p->spread, p->scale,
                             p->nearDistance,      p->maxDistance, p->mode};
@@ -102,17 +78,11 @@ DLLEXPORT miBoolean testOcclusion(miColor* result, miState* state, OcclusionPara
 }
 
 /// Average radiance of the side away from the viewer.
-DLLEXPORT int testGatherBehind_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testGatherBehind(miColor* result, miState* state, void*) {
     return mi_compute_avg_radiance(result, state, 'b', nullptr);
 }
 
 /// Shows where the surface is, in world space.
-DLLEXPORT int testShowPoint_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testShowPoint(miColor* result, miState* state, void*) {
     miVector point;
     mi_point_to_world(state, &point, &state->point);
@@ -124,9 +94,6 @@ DLLEXPORT miBoolean testShowPoint(miColor* result, miState* state, void*) {
 struct SlopeParameters {
     miVector slope;
 };
-DLLEXPORT int testSlope_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testSlope(miScalar* result, miState* state, SlopeParameters* parameters) {
     const miVector slope = *mi_eval_vector(&parameters->slope);
     miVector point;
@@ -139,9 +106,6 @@ DLLEXPORT miBoolean testSlope(miScalar* result, miState* state, SlopeParameters*
 struct DisplaceParameters {
     miVector world, camera, object;
 };
-DLLEXPORT int testDisplace_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testDisplace(miScalar* result, miState* state, DisplaceParameters* parameters) {
     if (state->type != miRAY_DISPLACE) return miFALSE;
     miVector world, camera, object;
@@ -161,9 +125,6 @@ struct TestRecord {
     miScalar height;
     miColor color, more[4];
 };
-DLLEXPORT int testRecord_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testRecord(TestRecord* result, miState* state, ColorParameters* parameters) {
     const miColor color = *mi_eval_color(&parameters->color);
     result->height = 0.25f;
@@ -178,9 +139,6 @@ struct CallParameters {
     miTag called;
     miBoolean asks;
 };
-DLLEXPORT int testCall_version(void) {
-    return 1;
-}
 DLLEXPORT miBoolean testCall(miColor* result, miState* state, CallParameters* parameters) {
     const miTag called = *mi_eval_tag(&parameters->called);
     int size = 0;

@@ -5,9 +5,8 @@
 
 #include <orcaPassTypes.h>
 
-#include <fmt/format.h>
-
-#include <cstring>
+#include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 namespace orca::test {
@@ -19,6 +18,40 @@ int typeOf(const std::string& layer) {
         if (layer == type.name) return type.id;
     throw std::invalid_argument("no pass type is called " + layer);
 }
+
+/// Names of the instances that a text defines.
+std::vector<std::string> instancesIn(const std::string& text) {
+    std::vector<std::string> names;
+    constexpr std::string_view statement = "\ninstance \"";
+    const std::string lines = "\n" + text;
+    for (std::size_t at = 0; (at = lines.find(statement, at)) != std::string::npos;) {
+        at += statement.size();
+        names.push_back(lines.substr(at, lines.find('"', at) - at));
+    }
+    return names;
+}
+
+constexpr const char* testShaderDeclarations = R"mi(
+link "orca-test-shaders.so"
+declare shader color "testSky" ( color "color" default 1 1 1 1 ) apply environment end declare
+declare shader color "testHaze" ( color "color" default 1 1 1 1 ) end declare
+declare shader color "testPlainLight" ( color "color" default 1 1 1 1 ) end declare
+declare shader color "testMirror" ( color "color" default 1 1 1 1 ) end declare
+declare shader color "testFlat" ( color "color" default 1 1 1 1 ) apply texture, material end declare
+declare shader color "testNotANumber" ( ) end declare
+declare shader color "testFails" ( ) end declare
+declare shader color "testLightFog" ( array light "lights" ) version 1 end declare
+declare shader color "testOcclusion" ( integer "rays" default -1, vector "axis" default 0 0 1,
+    scalar "spread" default -2, scalar "scale" default 1, scalar "near" default -1, scalar "far" default -1,
+    integer "mode" default -1 ) end declare
+declare shader color "testGatherBehind" ( ) end declare
+declare shader color "testShowPoint" ( ) end declare
+declare shader scalar "testSlope" ( vector "slope" ) end declare
+declare shader scalar "testDisplace" ( vector "world", vector "camera", vector "object" ) end declare
+declare shader struct { scalar "height", color "color", color "a", color "b", color "c", color "d" }
+    "testRecord" ( color "color" ) end declare
+declare shader color "testCall" ( shader "called", boolean "asks" ) end declare
+)mi";
 
 } // namespace
 
@@ -58,6 +91,11 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
     throw std::runtime_error("the scene did not render:" + logged);
 }
 
+RenderedScene::RenderedScene(const TestScene& scene, const Settings& settings)
+    : RenderedScene(scene.text(), settings) {
+    for (const std::string& complaint : complaints()) ADD_FAILURE() << complaint;
+}
+
 RenderedScene::~RenderedScene() = default;
 
 image::Layer RenderedScene::layer(const std::string& buffer, std::size_t picture) const {
@@ -89,13 +127,6 @@ miColor RenderedScene::pixel(std::size_t picture, const std::string& buffer, int
     return {c[0], c[1], c[2], c[3]};
 }
 
-std::uint32_t RenderedScene::label(const std::string& buffer, int x, int y) const {
-    const float word = pixel(buffer, x, y).r;
-    std::uint32_t label;
-    std::memcpy(&label, &word, sizeof label);
-    return label;
-}
-
 std::vector<float> RenderedScene::words(const std::string& buffer) const {
     return layer(buffer, results_.size() - 1).words();
 }
@@ -113,7 +144,38 @@ bool RenderedScene::logged(const std::string& part) const {
     return false;
 }
 
+void TestScene::addLayers() {
+    baseState = "\"additivePasses\" on";
+    passes.insert(passes.begin(), "beauty");
+    passFlags.resize(passes.size());
+    for (const std::string& layer : componentLayers) {
+        const bool opaque = layer == "ambient" || layer == "diffuse" || layer == "indirect";
+        passes.push_back(layer);
+        passFlags.push_back(std::string("\"shadowed\" on") + (opaque ? ", \"weightByOpacity\" on" : ""));
+    }
+}
+
 std::string TestScene::text() const {
+    std::string utilityNames, utilityBuffers, utilityShaders;
+    for (const UtilityPass& pass : utilityPasses) {
+        const std::size_t index = static_cast<std::size_t>(&pass - utilityPasses.data());
+        utilityNames += fmt::format("{}\"{}\"", index ? ", " : "", pass.buffer);
+        utilityBuffers +=
+            fmt::format("framebuffer \"{}\" datatype \"{}\" user on\n", pass.buffer, pass.datatype);
+        const std::size_t open = pass.shader.find('(');
+        utilityShaders += fmt::format(
+            "\"{}\" ( \"passIndex\" {}, \"contributionIndex\" {} {} )\n", pass.shader.substr(0, open), index,
+            index,
+            open == std::string::npos ? ""
+                                      : ", " + pass.shader.substr(open + 1, pass.shader.size() - open - 2));
+    }
+    std::string things = contents;
+    if (!utilityPasses.empty()) {
+        const std::string anchor = "\"orcaVelaShadingEngine\" ( \"surfaceShader\" \"m_surface\" )\n";
+        const std::size_t at = things.find(anchor);
+        if (at == std::string::npos) throw std::logic_error("the test scene has no material \"m\"");
+        things.insert(at + anchor.size(), utilityShaders);
+    }
     std::string counts;
     std::string records;
     std::string buffers;
@@ -135,26 +197,57 @@ std::string TestScene::text() const {
         counts += fmt::format("{}{}", type == 0 ? "" : ", ", count);
     }
     std::string group;
-    for (const std::string& member : members) group += fmt::format(" \"{}\"", member);
-    const std::string lens =
+    for (const std::string& member : members.empty() ? instancesIn(beforeCamera + contents) : members)
+        group += fmt::format(" \"{}\"", member);
+    const std::string view =
         perspective ? "focal 10 aperture 4" : fmt::format("focal infinity aperture {}", viewWidth);
-    const std::string block = fmt::format("data \"cam:fbdata\" \"orcaFrameBufferData\" (\n\"magic\" "
-                                          "1178760550,\n\"frameBufferInfo\" [\n{}\n],\n"
-                                          "\"FrameBufferTypeCounts\" [ {} ] )\nend data\n",
-                                          records, counts);
+    const std::string block =
+        fmt::format("data \"cam:fbdata\" \"orcaFrameBufferData\" (\n\"magic\" 1178760550,\n"
+                    "\"nonMaterialFrameBuffers\" [ {} ],\n\"frameBufferInfo\" [\n{}\n],\n"
+                    "\"FrameBufferTypeCounts\" [ {} ] )\nend data\n",
+                    utilityNames, records, counts);
+    const bool hasBlock = !passes.empty() || !utilityPasses.empty();
+    const bool usesTestShaders = (beforeCamera + cameraStatements + contents).find("\"test") != contents.npos;
     return fmt::format(
-        "options \"opt\"\nobject space\nsamples {}\njitter 0\nfilter box 1 1\ntrace on\nshadow {}\n"
+        "{}options \"opt\"\nobject space\nsamples {}\njitter 0\nfilter box 1 1\ntrace on\nshadow {}\n"
         "trace depth {}\n{}\n"
         "state \"velaBaseState\" ( {} ) \"orcaFrameBufferState\" ( )\nend options\n{}{}"
         "camera \"cam\"\nframebuffer \"main\" datatype \"rgba_fp\" primary on\n{}"
         "resolution {} {} aspect {} {} clip 0.001 1000\n"
-        "lens \"orcaFrameBufferLens\" ( )\n{}{}end camera\n{}"
+        "{}\n{}{}end camera\n{}"
         "instance \"cam_inst\" \"cam\" {} end instance\n"
         "instgroup \"world\" \"cam_inst\"{} end instgroup\n"
         "render \"world\" \"cam_inst\" \"opt\"\n",
-        samples, shadow, traceDepth, extraOptions, baseState, passes.empty() ? "" : block, beforeCamera,
-        buffers, width, height, static_cast<float>(width) / static_cast<float>(height), lens,
-        passes.empty() ? "" : "data \"cam:fbdata\"\n", cameraStatements, contents, camera, group);
+        usesTestShaders ? testShaderDeclarations : "", samples, shadow, traceDepth, extraOptions, baseState,
+        hasBlock ? block : "", beforeCamera, utilityBuffers + buffers, width, height,
+        static_cast<float>(width) / static_cast<float>(height), view, lens,
+        hasBlock ? "data \"cam:fbdata\"\n" : "", cameraStatements, things, camera, group);
+}
+
+float difference(const miColor& a, const miColor& b) {
+    const auto one = [](float x, float y) { return std::abs(x - y) / std::max(1.0f, std::abs(y)); };
+    return std::max({one(a.r, b.r), one(a.g, b.g), one(a.b, b.b)});
+}
+
+void expectColor(const miColor& seen, const miColor& expected, float tolerance, const std::string& what) {
+    EXPECT_LE(difference(seen, expected), tolerance)
+        << what << ": " << seen.r << ' ' << seen.g << ' ' << seen.b << ", not " << expected.r << ' '
+        << expected.g << ' ' << expected.b;
+}
+
+miColor operator+(const miColor& a, const miColor& b) {
+    return {a.r + b.r, a.g + b.g, a.b + b.b, a.a + b.a};
+}
+
+void expectLayersAddUp(const RenderedScene& picture, const std::vector<std::string>& layers,
+                       float tolerance) {
+    picture.eachPixel([&](int x, int y) {
+        const miColor seen = picture.pixel("main", x, y);
+        expectColor(picture.pixel("beauty", x, y), seen, tolerance, "beauty");
+        miColor sum{};
+        for (const std::string& layer : layers) sum = sum + picture.pixel(layer, x, y);
+        expectColor(sum, seen, tolerance, "sum of the layers");
+    });
 }
 
 } // namespace orca::test

@@ -5,7 +5,6 @@
 
 #include <cmath>
 #include <numbers>
-#include <stdexcept>
 
 namespace orca::test {
 
@@ -31,6 +30,10 @@ std::string surface(const std::string& name, const std::string& shader, const st
                        name, parameters, shadowTransparency, shader);
 }
 
+std::string glowing(const std::string& name, const std::string& color) {
+    return lambert(name, "\"color\" 0 0 0 1, \"incandescence\" " + color + " 1");
+}
+
 std::string card(const std::string& name, const std::string& material, float x, float y, float z, float half,
                  const std::string& instanceStatements) {
     return fmt::format("object \"{0}_mesh\" visible shadow trace group\n"
@@ -38,6 +41,18 @@ std::string card(const std::string& name, const std::string& material, float x, 
                        "end group end object\n"
                        "instance \"{0}\" \"{0}_mesh\" {3} {4} end instance\n",
                        name, half, material, placedAt(x, y, z), instanceStatements);
+}
+
+std::string turnedCard(const std::string& name, const std::string& material, float x, float y, float z,
+                       float half, float degrees) {
+    const float angle = degrees * std::numbers::pi_v<float> / 180.0f;
+    const float c = std::cos(angle), s = std::sin(angle);
+    // Parent to local: moved back, then turned back.
+    std::string text = card(name, material, 0, 0, 0, half);
+    const std::string unplaced = placedAt(0, 0, 0);
+    return text.replace(text.find(unplaced), unplaced.size(),
+                        fmt::format("transform 1 0 0 0 0 {0} {1} 0 0 {2} {0} 0 {3} {4} {5} 1", c, -s, s, -x,
+                                    -(y * c + z * s), -(-y * s + z * c)));
 }
 
 std::string box(const std::string& name, const std::string& material, float x, float y, float z) {
@@ -93,30 +108,6 @@ std::string directionalLight(const std::string& name, const std::string& paramet
 
 std::string passMask(const std::string& name, const std::string& digits) {
     return fmt::format("data \"{}\" \"orcaPassMask\" ( \"mask\" \"{}\" ) end data\n", name, digits);
-}
-
-std::string withUtilityPasses(const TestScene& scene, const std::vector<UtilityPass>& passes) {
-    std::string text = scene.text();
-    std::string names, buffers, shaders;
-    for (std::size_t i = 0; i < passes.size(); ++i) {
-        names += fmt::format("{}\"{}\"", i ? ", " : "", passes[i].buffer);
-        buffers +=
-            fmt::format("framebuffer \"{}\" datatype \"{}\" user on\n", passes[i].buffer, passes[i].datatype);
-        const std::string& shader = passes[i].shader;
-        const std::size_t open = shader.find('(');
-        shaders += fmt::format(
-            "\"{}\" ( \"passIndex\" {}, \"contributionIndex\" {} {} )\n", shader.substr(0, open), i, i,
-            open == std::string::npos ? "" : ", " + shader.substr(open + 1, shader.size() - open - 2));
-    }
-    const auto insertAfter = [&](const std::string& anchor, const std::string& addition) {
-        const std::size_t at = text.find(anchor);
-        if (at == std::string::npos) throw std::logic_error("the test scene has no " + anchor);
-        text.insert(at + anchor.size(), addition);
-    };
-    insertAfter("\"magic\" 1178760550,\n", "\"nonMaterialFrameBuffers\" [ " + names + " ],\n");
-    insertAfter("datatype \"rgba_fp\" primary on\n", buffers);
-    insertAfter("\"orcaVelaShadingEngine\" ( \"surfaceShader\" \"m_surface\" )\n", shaders);
-    return text;
 }
 
 } // namespace orca::test

@@ -18,9 +18,16 @@ std::string lambert(const std::string& name, const std::string& parameters,
 std::string surface(const std::string& name, const std::string& shader, const std::string& parameters,
                     const std::string& shadowTransparency = "0 0 0 1");
 
+/// A Lambert material that shines by itself alone; `color` is red, green and blue.
+std::string glowing(const std::string& name, const std::string& color);
+
 /// A square of half size `half` about (x, y, z), facing +z, and its instance `name`.
 std::string card(const std::string& name, const std::string& material, float x, float y, float z, float half,
                  const std::string& instanceStatements = "");
+
+/// The same, turned by `degrees` about the x axis: at 90 it faces -y.
+std::string turnedCard(const std::string& name, const std::string& material, float x, float y, float z,
+                       float half, float degrees);
 
 /// A closed box of half sizes (x, y, z) about the origin, and its instance `name`.
 std::string box(const std::string& name, const std::string& material, float x, float y, float z);
@@ -39,13 +46,5 @@ std::string directionalLight(const std::string& name, const std::string& paramet
 
 /// Pass-contribution string as a data block.
 std::string passMask(const std::string& name, const std::string& digits);
-
-/// A utility pass: its buffer, the buffer's data type, and its shader with parameters in brackets.
-struct UtilityPass {
-    std::string buffer, datatype, shader;
-};
-/// The text of a test scene with utility passes: their buffers, their names in the data block, and their
-/// shaders in the list of the material "m".
-std::string withUtilityPasses(const TestScene& scene, const std::vector<UtilityPass>& passes);
 
 } // namespace orca::test
