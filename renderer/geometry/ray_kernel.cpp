@@ -2,6 +2,7 @@
 #include "geometry/ray_kernel.h"
 
 #include "base/vectors.h"
+#include "geometry/kernel_reach.h"
 #include "geometry/singular_times.h"
 
 #include <embree3/rtcore.h>
@@ -12,6 +13,7 @@
 #include <limits>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 namespace orca::geometry {
 
@@ -77,7 +79,10 @@ struct RayKernel::Implementation {
     bool traceMotion = false;
     SingularTimes singularTimes;
     const MeshInstance* meshInstances = nullptr;
+    RayReach reach;
+    Log* log = nullptr;
 
+    [[nodiscard]] bool takes(const Ray& ray) const;
     [[nodiscard]] RTCScene newScene() const {
         const RTCScene scene = rtcNewScene(device);
         // Robust: no light leaks through the edges between triangles. The filter is for rays whose context
@@ -164,6 +169,7 @@ RayKernel::RayKernel(std::span<const MeshInstance> meshInstances, bool traceMoti
     Implementation& kernel = *implementation_;
     kernel.traceMotion = traceMotion;
     kernel.meshInstances = meshInstances.data();
+    kernel.log = &log;
     kernel.device = rtcNewDevice(nullptr);
     if (!kernel.device) {
         log.error("GEOM", "the ray-tracing kernel does not start (code {}); nothing can be hit",
@@ -178,8 +184,16 @@ RayKernel::RayKernel(std::span<const MeshInstance> meshInstances, bool traceMoti
 
     kernel.top = kernel.newScene();
     std::unordered_map<const Mesh*, RTCScene> scenes;
+    std::unordered_map<const Mesh*, float> extents;
     for (std::uint32_t i = 0; i < meshInstances.size(); ++i) {
         const MeshInstance& meshInstance = meshInstances[i];
+        const auto [extent, isNew] = extents.try_emplace(meshInstance.mesh, 0.0f);
+        if (isNew) extent->second = extentOf(*meshInstance.mesh);
+        if (std::string reason = whyOutOfReach(meshInstance, extent->second, traceMotion, kernel.reach);
+            !reason.empty()) {
+            leftOut_.push_back({i, std::move(reason)});
+            continue;
+        }
         const bool hidesFaces = meshesWithHiddenFaces.count(meshInstance.mesh) != 0;
         RTCGeometry geometry;
         if (meshInstance.placedInWorld) {
@@ -208,13 +222,8 @@ RayKernel::~RayKernel() {
 
 namespace {
 
-/// False for a null direction, and for not-a-numbers and infinities from shaders, which must not reach the
-/// kernel.
-[[nodiscard]] bool canBeTraced(const Ray& ray) {
-    const float length = dot(ray.direction, ray.direction);
-    const float place = ray.origin.x + ray.origin.y + ray.origin.z;
-    return length > 0.0f && length <= std::numeric_limits<float>::max() &&
-           std::abs(place) <= std::numeric_limits<float>::max();
+[[nodiscard]] float largestOf(const miVector& v) {
+    return std::max(std::max(std::abs(v.x), std::abs(v.y)), std::abs(v.z));
 }
 
 void setRay(RTCRay& to, const Ray& ray, float time) {
@@ -234,9 +243,33 @@ void setRay(RTCRay& to, const Ray& ray, float time) {
 
 } // namespace
 
+/// False for a null direction and for not-a-numbers of shaders, and with a message for what is beyond the
+/// kernel's reach.
+bool RayKernel::Implementation::takes(const Ray& ray) const {
+    const float length = dot(ray.direction, ray.direction);
+    const float place = ray.origin.x + ray.origin.y + ray.origin.z;
+    const float farthest = largestOf(ray.origin), longest = largestOf(ray.direction);
+    if (length > 0.0f && place == place && ray.farDistance == ray.farDistance && farthest <= reach.origin &&
+        longest <= reach.direction)
+        return true;
+    if (farthest > reach.origin || longest > reach.direction)
+        log->once(
+            "ray out of reach",
+            {LogLevel::Error,
+             "GEOM",
+             0,
+             fmt::format("a ray from ({:g}, {:g}, {:g}) along ({:g}, {:g}, {:g}) is out of reach and "
+                         "hits nothing: rays of this scene start up to {:g} units from the origin, with "
+                         "directions up to {:g} long",
+                         ray.origin.x, ray.origin.y, ray.origin.z, ray.direction.x, ray.direction.y,
+                         ray.direction.z, reach.origin, reach.direction),
+             {}});
+    return false;
+}
+
 bool RayKernel::intersect(const Ray& ray, Hit& hit) const {
     const Implementation& kernel = *implementation_;
-    if (!kernel.top || !canBeTraced(ray)) return false;
+    if (!kernel.top || !kernel.takes(ray)) return false;
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
     RTCRayHit query;
@@ -261,7 +294,7 @@ bool RayKernel::intersect(const Ray& ray, Hit& hit) const {
 
 bool RayKernel::occluded(const Ray& ray) const {
     const Implementation& kernel = *implementation_;
-    if (!kernel.top || !canBeTraced(ray)) return false;
+    if (!kernel.top || !kernel.takes(ray)) return false;
     RTCRay query;
     setRay(query, ray, timeOf(ray));
     if (ray.skipInstance == nothing) {

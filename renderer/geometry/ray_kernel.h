@@ -6,8 +6,10 @@
 #include "geometry/mesh_instance.h"
 #include "geometry/ray.h"
 
+#include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace orca::geometry {
@@ -23,6 +25,13 @@ public:
     RayKernel(const RayKernel&) = delete;
     RayKernel& operator=(const RayKernel&) = delete;
 
+    /// A mesh instance that the kernel cannot take, so that no ray meets it, and why.
+    struct LeftOut {
+        std::uint32_t meshInstance;
+        std::string reason;
+    };
+    [[nodiscard]] const std::vector<LeftOut>& leftOut() const { return leftOut_; }
+
     bool intersect(const Ray& ray, Hit& hit) const;
     [[nodiscard]] bool occluded(const Ray& ray) const;
     /// The time at which a ray is traced: within the shutter, and never one at which an instance is singular.
@@ -34,6 +43,7 @@ public:
 
 private:
     std::unique_ptr<Implementation> implementation_;
+    std::vector<LeftOut> leftOut_;
 };
 
 } // namespace orca::geometry

@@ -232,6 +232,12 @@ void SceneGeometry::Implementation::displaceMeshes(const DisplacementView& view,
 
 void SceneGeometry::Implementation::buildKernel() {
     kernel.emplace(meshInstances, traceMotion, log);
+    for (const RayKernel::LeftOut& each : kernel->leftOut()) {
+        const auto* instance =
+            database.find<scene::InstanceElement>(meshInstances[each.meshInstance].instance);
+        log.errorAt(instance->location, "GEOM", "instance \"{}\" is left out: {}", instance->name,
+                    each.reason);
+    }
     kernel->bounds(lower, upper);
 }
 

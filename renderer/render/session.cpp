@@ -198,7 +198,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     const double buildSeconds = building.seconds();
 
     const Stopwatch rendering;
-    const ShadowMaps shadowMaps(geometry, lights, picture.options, threads);
+    const ShadowMaps shadowMaps(geometry, lights, picture.options, threads, settings.stop, log_);
     GatherCaches gatherCaches(geometry.boundsMin(), geometry.boundsMax());
     parts.shadowMaps = &shadowMaps;
     if (parts.gather.spacing > 0) parts.gatherCaches = &gatherCaches;

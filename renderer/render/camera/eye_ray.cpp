@@ -65,6 +65,7 @@ miBoolean traceThroughLenses(RenderContext& context, miColor& result) {
 
 miBoolean traceEye(miColor& result, miState* state, const miVector& origin, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
+    if (refusesRays(context)) return miFALSE;
     // The arguments may be the state's own fields.
     const miVector rayOrigin = origin;
     const miVector rayDirection = direction;

@@ -10,7 +10,7 @@ LightInstances::LightInstances(const scene::Database& database, std::span<const 
         const auto* element = database.find<scene::InstanceElement>(tag);
         const auto* light = element ? database.find<scene::LightElement>(element->instance.item) : nullptr;
         if (!light) continue;
-        LightInstance entry{tag, &light->light, &element->instance, {}, {}};
+        LightInstance entry{tag, &light->light, &element->instance, light, {}, {}};
         mi_point_transform(&entry.origin, &light->light.origin, element->instance.tf.local_to_global);
         mi_vector_transform(&entry.direction, &light->light.direction, element->instance.tf.local_to_global);
         mi_vector_normalize(&entry.direction);

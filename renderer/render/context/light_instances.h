@@ -3,6 +3,7 @@
 
 #include "render/context/tag_index.h"
 #include "scene/database.h"
+#include "scene/elements/light_element.h"
 
 #include <shader.h>
 
@@ -16,6 +17,7 @@ struct LightInstance {
     miTag instance;
     const miLight* light;
     const miInstance* record;
+    const scene::LightElement* element;
     miVector origin;    ///< world space
     miVector direction; ///< world space, unit, away from the light; directional and spot lights
 

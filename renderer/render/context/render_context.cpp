@@ -56,6 +56,15 @@ DerivedState& RenderContext::slot(int level) {
     return *slots_[static_cast<std::size_t>(level)];
 }
 
+bool refusesRays(const RenderContext& context) {
+    if (context.frame.stopped()) return true;
+    if (context.depth < maxNesting) return false;
+    context.frame.log.once(
+        "render: nesting",
+        {LogLevel::Warning, "RNDR", 0, "rays nest too deep; the deepest are left out", {}});
+    return true;
+}
+
 ChildState::ChildState(RenderContext& context, miState* parent, miRay_type type)
     : context_(context), derived_(context.slot(++context.depth)) {
     derived_.state = *parent;

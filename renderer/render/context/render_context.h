@@ -111,6 +111,9 @@ private:
 /// stack.
 inline constexpr int maxNesting = 600;
 
+/// True where no more rays are cast: nested too deep, with a message, or of a picture that was stopped.
+[[nodiscard]] bool refusesRays(const RenderContext& context);
+
 [[nodiscard]] inline RenderContext& renderContextOf(const miState* state) {
     return *static_cast<RenderContext*>(static_cast<shading::CallContext*>(state->ext));
 }

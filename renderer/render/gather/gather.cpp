@@ -114,8 +114,7 @@ miBoolean averageRadiance(miColor& result, miState* state, char face, const miIr
     const int rays = settings.rays > 0 && options && options->finalgather_rays > 0 ? options->finalgather_rays
                                                                                    : settings.rays;
     const int bounce = context.gatherDepth;
-    if (rays < 1 || context.depth >= maxNesting || bounce > settings.bounces || context.frame.stopped())
-        return miFALSE;
+    if (rays < 1 || bounce > settings.bounces || refusesRays(context)) return miFALSE;
 
     const bool back = face == 'b';
     miVector axis = state->normal;

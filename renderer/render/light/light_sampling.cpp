@@ -105,7 +105,7 @@ miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, mi
                       miTag lightInstance, miInteger& samples, AreaSampling area) {
     RenderContext& context = renderContextOf(state);
     const LightInstance* light = context.frame.lights.of(lightInstance);
-    if (!light || light->record->off || context.depth >= maxNesting) return miFALSE;
+    if (!light || light->record->off || refusesRays(context)) return miFALSE;
     const bool sampleArea = area == AreaSampling::Full && light->hasArea();
     const SampleCounts counts = sampleArea ? countsAt(*light->light, state) : SampleCounts{1, 1};
     std::uint32_t key = 0;

@@ -14,6 +14,8 @@
 #include <limits>
 #include <numbers>
 
+#include <unistd.h>
+
 namespace orca::render {
 
 namespace {
@@ -25,6 +27,10 @@ constexpr float infinity = std::numeric_limits<float>::infinity();
 miVector along(const miVector& from, const miVector& direction, float distance) {
     return {from.x + direction.x * distance, from.y + direction.y * distance,
             from.z + direction.z * distance};
+}
+
+int resolutionOf(const miLight& light) {
+    return light.shadowmap_resolution > 0 ? light.shadowmap_resolution : defaultResolution;
 }
 
 /// Distance of the next surface that casts the light's shadows; infinity for none.
@@ -39,10 +45,15 @@ float nextDepth(const geometry::SceneGeometry& geometry, geometry::Ray& ray, miT
 
 } // namespace
 
-ShadowMap::ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light, float defaultBias)
+std::uint64_t ShadowMap::bytesNeeded(const miLight& light) {
+    const auto resolution = static_cast<std::uint64_t>(resolutionOf(light));
+    return resolution * resolution * sizeof(float) * (light.type == miLIGHT_ORIGIN ? 6 : 1);
+}
+
+ShadowMap::ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light, float defaultBias,
+                     const std::atomic<bool>* stop)
     : light_(light),
-      resolution_(light.light->shadowmap_resolution > 0 ? light.light->shadowmap_resolution
-                                                        : defaultResolution),
+      resolution_(resolutionOf(*light.light)),
       bias_(light.light->shadowmap_bias > 0.0f ? light.light->shadowmap_bias : defaultBias),
       halfWidth_(1.0f),
       origin_(light.origin),
@@ -73,7 +84,10 @@ ShadowMap::ShadowMap(const geometry::SceneGeometry& geometry, const LightInstanc
     }
     for (Face& face : faces_)
         parallelFor(static_cast<std::size_t>(resolution_), 4, [&](std::size_t first, std::size_t last) {
-            for (std::size_t row = first; row < last; ++row) fill(geometry, face, static_cast<int>(row));
+            for (std::size_t row = first; row < last; ++row) {
+                if (stop && stop->load(std::memory_order_relaxed)) return;
+                fill(geometry, face, static_cast<int>(row));
+            }
         });
 }
 
@@ -175,15 +189,32 @@ float ShadowMap::lit(const miVector& point) const {
 }
 
 ShadowMaps::ShadowMaps(const geometry::SceneGeometry& geometry, const LightInstances& lights,
-                       const scene::OptionsElement& options, int threads) {
+                       const scene::OptionsElement& options, int threads, const std::atomic<bool>* stop,
+                       Log& log) {
     if (!options.options.use_shadow_maps) return;
+    const auto memory = static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
+                        static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    std::uint64_t taken = 0;
+    const auto fits = [&](const LightInstance& light) {
+        const std::uint64_t needed = ShadowMap::bytesNeeded(*light.light);
+        if (taken + needed < memory) {
+            taken += needed;
+            return true;
+        }
+        log.errorAt(light.element->location, "RNDR",
+                    "light \"{}\": a shadow map of {} x {} takes {:.1f} GB, more memory than there is; its "
+                    "shadows are traced, give it a lower \"shadowmap resolution\"",
+                    light.element->name, resolutionOf(*light.light), resolutionOf(*light.light),
+                    static_cast<double>(needed) * 1e-9);
+        return false;
+    };
     const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,
                                           static_cast<std::size_t>(threads));
     tbb::task_arena arena(threads);
     arena.execute([&] {
         for (const LightInstance& light : lights.all())
-            if (light.light->use_shadow_maps)
-                maps_.emplace_back(light.instance, ShadowMap(geometry, light, options.shadowMapBias));
+            if (light.light->use_shadow_maps && fits(light))
+                maps_.emplace_back(light.instance, ShadowMap(geometry, light, options.shadowMapBias, stop));
     });
 }
 

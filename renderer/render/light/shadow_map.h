@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
 #include "render/context/light_instances.h"
 #include "scene/elements/options_element.h"
 
+#include <atomic>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -22,7 +25,10 @@ class ShadowMap {
 public:
     /// Casts one ray a texel, two where the first one hits, on the threads of the current arena, at shutter
     /// time 0. `defaultBias` (scene units) is that of a light without one of its own; 0: none.
-    ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light, float defaultBias);
+    ShadowMap(const geometry::SceneGeometry& geometry, const LightInstance& light, float defaultBias,
+              const std::atomic<bool>* stop);
+
+    [[nodiscard]] static std::uint64_t bytesNeeded(const miLight& light);
 
     /// Share of the light that reaches a point, 0 to 1, averaged over the texels around it or over a disc of
     /// the light's softness. 1 outside a spot's square.
@@ -54,9 +60,11 @@ private:
 /// The maps of a picture's lights.
 class ShadowMaps {
 public:
-    /// Makes those that lights and options ask for, on an arena of at most `threads` threads.
+    /// Makes those that lights and options ask for, on an arena of at most `threads` threads. Maps that take
+    /// more than the machine's memory are errors that name the light, whose shadows are traced then. Ends
+    /// soon after `stop` (may be null) is set.
     ShadowMaps(const geometry::SceneGeometry& geometry, const LightInstances& lights,
-               const scene::OptionsElement& options, int threads);
+               const scene::OptionsElement& options, int threads, const std::atomic<bool>* stop, Log& log);
 
     /// Null for a light that has none.
     [[nodiscard]] const ShadowMap* of(miTag lightInstance) const {

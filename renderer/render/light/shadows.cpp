@@ -197,7 +197,7 @@ miBoolean traceSegment(RenderContext& context, miColor& result, miState* state, 
 miBoolean traceShadow(miColor& result, miState* lightState) {
     RenderContext& context = renderContextOf(lightState);
     const char mode = context.frame.options.shadow;
-    if (mode == miSHADOW_OFF || context.depth >= maxNesting) return miTRUE;
+    if (mode == miSHADOW_OFF || refusesRays(context)) return miTRUE;
     const ShadowMap* map =
         context.frame.shadowMaps ? context.frame.shadowMaps->of(lightState->light_instance) : nullptr;
     if (!map && !context.frame.options.trace) return miTRUE;
@@ -219,7 +219,7 @@ miBoolean traceShadow(miColor& result, miState* lightState) {
 
 miBoolean traceShadowSegment(miColor& result, miState* shadowState) {
     RenderContext& context = renderContextOf(shadowState);
-    if (!context.shadowRay || context.depth >= maxNesting) return miTRUE;
+    if (!context.shadowRay || refusesRays(context)) return miTRUE;
     const ShadowRay& shadowRay = *context.shadowRay;
     Ray ray = rayFrom(context, *shadowState, shadowState->point, shadowRay.towardLight, RayClass::Shadow);
     if (!shadowRay.directional) ray.farDistance = mi_vector_dist(&shadowRay.lightOrigin, &shadowState->point);

@@ -12,16 +12,6 @@ namespace {
 using geometry::Ray;
 using geometry::RayClass;
 
-/// True for rays that are not cast: nested too deep, or of a picture that was stopped.
-bool isPointless(const RenderContext& context) {
-    if (context.frame.stopped()) return true;
-    if (context.depth < maxNesting) return false;
-    context.frame.log.once(
-        "render: nesting",
-        {LogLevel::Warning, "RNDR", 0, "rays nest too deep; the deepest are left out", {}});
-    return true;
-}
-
 /// True below the picture's ray depths and, within a gather, below the gather's own, which count from the
 /// level at which it began.
 bool withinDepth(const RenderContext& context, const miState* state, RayClass kind) {
@@ -68,7 +58,7 @@ RayClass classOf(miRay_type type) {
 miBoolean traceReflection(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
     const geometry::MeshInstance* meshInstance = meshInstanceAt(context, state);
-    if (!state->options->trace || (meshInstance && !meshInstance->sendsReflections) || isPointless(context) ||
+    if (!state->options->trace || (meshInstance && !meshInstance->sendsReflections) || refusesRays(context) ||
         !withinDepth(context, state, RayClass::Reflect))
         return miFALSE;
     ++context.counts.reflection;
@@ -80,7 +70,7 @@ miBoolean traceReflection(miColor& result, miState* state, const miVector& direc
 miBoolean traceRefraction(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
     const geometry::MeshInstance* meshInstance = meshInstanceAt(context, state);
-    if (!state->options->trace || (meshInstance && !meshInstance->sendsRefractions) || isPointless(context) ||
+    if (!state->options->trace || (meshInstance && !meshInstance->sendsRefractions) || refusesRays(context) ||
         !withinDepth(context, state, RayClass::Refract))
         return miFALSE;
     ++context.counts.refraction;
@@ -94,7 +84,7 @@ miBoolean traceTransparent(miColor& result, miState* state) {
     RenderContext& context = renderContextOf(state);
     const geometry::MeshInstance* meshInstance = meshInstanceAt(context, state);
     // The level may be -1 here: a caller may have lowered it, and the lowered value counts.
-    if ((meshInstance && !meshInstance->sendsTransparency) || isPointless(context) ||
+    if ((meshInstance && !meshInstance->sendsTransparency) || refusesRays(context) ||
         !withinDepth(context, state, RayClass::Refract))
         return miFALSE;
     ++context.counts.transparent;
@@ -106,7 +96,7 @@ miBoolean traceTransparent(miColor& result, miState* state) {
 
 miBoolean traceContinue(miColor& result, miState* state) {
     RenderContext& context = renderContextOf(state);
-    if (isPointless(context)) return miFALSE;
+    if (refusesRays(context)) return miFALSE;
     ++context.counts.transparent;
     ChildState child(context, state, state->type);
     return castFrom(context, child, state, state->dir, classOf(state->type), result);
@@ -114,7 +104,7 @@ miBoolean traceContinue(miColor& result, miState* state) {
 
 miBoolean traceEnvironment(miColor& result, miState* state, const miVector& direction) {
     RenderContext& context = renderContextOf(state);
-    if (isPointless(context)) return miFALSE;
+    if (refusesRays(context)) return miFALSE;
     ChildState child(context, state, miRAY_ENVIRONMENT);
     child->org = state->point;
     child->dir = direction;
@@ -129,7 +119,7 @@ miBoolean traceEnvironment(miColor& result, miState* state, const miVector& dire
 
 miBoolean traceProbe(miState* state, const miVector& direction, const miVector& origin) {
     RenderContext& context = renderContextOf(state);
-    if (isPointless(context)) return miFALSE;
+    if (refusesRays(context)) return miFALSE;
     ChildState child(context, state, miRAY_PROBE);
     child->org = origin;
     child->dir = direction;
