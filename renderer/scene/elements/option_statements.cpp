@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 
 namespace orca::scene {
 
@@ -30,6 +31,7 @@ constexpr OptionValues numbers(N... values) {
 }
 
 constexpr NumberRange atLeastZero{.least = 0.0};
+constexpr NumberRange filterWidth{.least = 0.0, .most = 64.0, .above = true}; // pixels
 constexpr NumberRange aboveZero{.least = 0.0, .above = true};
 
 constexpr std::string_view kernelDecides = "the ray-tracing kernel chooses its own structures";
@@ -132,7 +134,7 @@ constexpr OptionStatement statements[] = {
      .flag = "clip",
      .flagMissing = "samples are filtered with their full range",
      .most = 2,
-     .range = aboveZero,
+     .range = filterWidth,
      .defaults = word(miFILTER_BOX),
      .set =
          [](OptionsElement& o, const V& v) {
@@ -466,6 +468,7 @@ std::string shown(double number) {
 
 std::string NumberRange::text() const {
     const bool bounded = most < std::numeric_limits<double>::infinity();
+    if (bounded && above) return fmt::format("above {} and at most {}", shown(least), shown(most));
     if (bounded) return fmt::format("from {} to {}", shown(least), shown(most));
     return fmt::format("{} {}", above ? "above" : "at least", shown(least));
 }
@@ -540,7 +543,7 @@ std::string parseOption(const OptionStatement& statement, std::span<const std::s
         } else {
             read = std::from_chars(word.data(), end, number);
         }
-        if (read.ec != std::errc() || read.ptr != end) return refused(word);
+        if (read.ec != std::errc() || read.ptr != end || !std::isfinite(number)) return refused(word);
         values.numbers[static_cast<std::size_t>(values.count++)] = number;
     }
     if (values.count < statement.fewest) return fmt::format("takes {}", statement.expected());

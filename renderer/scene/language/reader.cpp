@@ -43,7 +43,7 @@ bool Reader::read(const std::string& fileName, std::string text) {
                 if (token.kind == Token::Kind::End) break;
                 readStatement(token);
                 block_.clear();
-            } catch (const MissingFile& fault) {
+            } catch (const UnusableFile& fault) {
                 countError(fault.location, fault.what());
                 return false; // the rest would be a list of names that are not defined
             } catch (const SyntaxError& fault) {

@@ -171,6 +171,8 @@ private:
 
     // reader_data.cpp
     void readData(const Token& token, bool incremental);
+    std::string readDataFile(const std::string& file, const SourceLocation& location,
+                             const std::string& owner);
     void readRawData(UserdataElement& element, const SourceLocation& location);
 
     // reader_objects.cpp

@@ -145,12 +145,15 @@ bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
     if (token.kind != Token::Kind::Symbol) return false;
     const std::string word(token.text);
     miCamera& camera = element.camera;
-    const auto positive = [&](std::string_view of) {
+    const auto positive = [&](std::string_view of, float least, float most) {
         const Token at = peek();
         const float value = number(of);
         if (!(value > 0)) fail(at, "camera \"{}\": {} must be positive", element.name, of);
+        if (value < least || value > most)
+            fail(at, "camera \"{}\": {} must be from {} to {}, not {}", element.name, of, least, most, value);
         return value;
     };
+    constexpr float shortest = 1e-9f, longest = 1e9f; // scene units
     const auto list = [&](miTag& slot) {
         ShaderUse use{fmt::format("camera \"{}\", {}", element.name, word), element.name};
         use.existing = slot;
@@ -158,11 +161,11 @@ bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
     };
     if (word == "focal") {
         camera.orthographic = accept("infinity");
-        if (!camera.orthographic) camera.focal = positive("the focal length");
+        if (!camera.orthographic) camera.focal = positive("the focal length", shortest, longest);
     } else if (word == "aperture") {
-        camera.aperture = positive("the aperture");
+        camera.aperture = positive("the aperture", shortest, longest);
     } else if (word == "aspect") {
-        camera.aspect = positive("the aspect");
+        camera.aspect = positive("the aspect", 1e-4f, 1e4f);
     } else if (word == "resolution") {
         constexpr int largest = 1 << 16;
         const Token at = peek();

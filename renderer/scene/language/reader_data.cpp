@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/language/reader.h"
+#include "scene/language/source_text.h"
+
+#include <exception>
 
 namespace orca::scene {
 
@@ -49,11 +52,7 @@ void Reader::readData(const Token& token, bool incremental) {
             beginContent(at);
             next();
             const std::string file = fileNameIn(at);
-            std::string content;
-            const bool found =
-                (file.substr(0, 1) != "/" && readWholeFile(stream_.directory() + file, content)) ||
-                readWholeFile(file, content);
-            if (!found) error(locationOf(at), "{}: cannot read the file \"{}\"", owner, file);
+            const std::string content = readDataFile(file, locationOf(at), owner);
             element.declaration = nullptr;
             element.values.clear();
             element.setContent(content.data(), content.size());
@@ -63,6 +62,26 @@ void Reader::readData(const Token& token, bool incremental) {
         }
     }
     if (!hasContent && !incremental) error(locationOf(token), "{} has no content", owner);
+}
+
+std::string Reader::readDataFile(const std::string& file, const SourceLocation& location,
+                                 const std::string& owner) {
+    std::vector<std::string> candidates{file};
+    if (!file.starts_with('/')) candidates.insert(candidates.begin(), stream_.directory() + file);
+    std::string reason;
+    for (const std::string& path : candidates) {
+        try {
+            std::optional<std::string> content = readWholeFile(path, options_.stop);
+            if (!content) continue;
+            scene_.files_.push_back({path, location});
+            return *std::move(content);
+        } catch (const std::exception& fault) {
+            reason = fmt::format(": {}", fault.what());
+            break;
+        }
+    }
+    error(location, "{}: cannot read the file \"{}\"{}", owner, file, reason);
+    return {};
 }
 
 void Reader::readRawData(UserdataElement& element, const SourceLocation& location) {

@@ -95,6 +95,10 @@ miTag Reader::readPhenomenonUse(const ShaderUse& use) {
 
     const PhenomenonBody& body = *declaration.body;
     if (!body.root && body.attached.empty()) return miNULLTAG; // reported at its declaration
+    constexpr std::size_t mostParts = 20000; // each level that uses another one twice doubles them
+    if (phenomenon_ && phenomenon_->body->parts.size() + body.parts.size() > mostParts)
+        fail(token, "phenomenon \"{}\" would have more than {} parts with the {} of \"{}\"",
+             phenomenon_->name, mostParts, body.parts.size(), declaration.name);
     PhenomenonCopy copy = expandPhenomenon(database_, declaration, values, use.name);
     if (phenomenon_) {
         for (const PhenomenonBody::Part& part : copy.parts) addPart(part.name, part.tag);

@@ -2,6 +2,9 @@
 #include "scene/language/scene_file.h"
 
 #include "scene/language/reader.h"
+#include "scene/language/source_text.h"
+
+#include <exception>
 
 namespace orca::scene {
 
@@ -12,18 +15,23 @@ Scene::~Scene() = default;
 
 bool Scene::parseFile(const std::string& path, const ParserOptions& options,
                       const ParserCallbacks& callbacks) {
-    std::string text;
+    std::optional<std::string> text;
     std::string found = path;
-    if (!readWholeFile(found, text)) {
-        found = path + ".mi";
-        if (!readWholeFile(found, text)) {
-            ++errors_;
-            log_.error("SCEN", "cannot read the scene file \"{}\", nor \"{}\"", path, found);
-            return false;
-        }
+    try {
+        text = readSourceText(found, options.stop);
+        if (!text) text = readSourceText(found += ".mi", options.stop);
+    } catch (const std::exception& reason) {
+        ++errors_;
+        log_.error("SCEN", "cannot read the scene file \"{}\": {}", found, reason.what());
+        return false;
+    }
+    if (!text) {
+        ++errors_;
+        log_.error("SCEN", "cannot read the scene file \"{}\", nor \"{}\"", path, found);
+        return false;
     }
     files_.push_back({found, {}});
-    return parseText(std::move(text), path == "-" ? "standard input" : found, options, callbacks);
+    return parseText(*std::move(text), path == "-" ? "standard input" : found, options, callbacks);
 }
 
 bool Scene::parseText(std::string text, const std::string& name, const ParserOptions& options,

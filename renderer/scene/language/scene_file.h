@@ -6,6 +6,7 @@
 #include "scene/elements/elements.h"
 #include "scene/render_request.h"
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -30,11 +31,12 @@ struct ParserOptions {
     std::vector<std::string> includePaths;
     std::map<std::string, std::string> registry;  ///< "NAME" (without braces) to value
     std::map<std::string, std::string> variables; ///< as `set` makes them
-    std::string version = "3.13"; ///< that `version`, `min version` and `max version` compare with
-    bool verbosityFixed = false;  ///< `verbose` statements are ignored
-    int maximumErrors = 20;       ///< reading stops after so many
-    bool renderAnyway = false;    ///< render statements of a scene with errors count
-    bool strict = false;          ///< what has no effect is an error
+    std::string version = "3.13";            ///< that `version`, `min version` and `max version` compare with
+    bool verbosityFixed = false;             ///< `verbose` statements are ignored
+    int maximumErrors = 20;                  ///< reading stops after so many
+    bool renderAnyway = false;               ///< render statements of a scene with errors count
+    bool strict = false;                     ///< what has no effect is an error
+    const std::atomic<bool>* stop = nullptr; ///< when set, reading ends with an error; null: never
 };
 
 /// A file that has been read, and the statement that asked for it; no place for the scene's own files.

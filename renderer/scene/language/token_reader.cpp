@@ -8,7 +8,7 @@ TokenReader::TokenReader(Scene& scene, const ParserOptions& options)
       options_(options),
       log_(scene.log_),
       memory_(*scene.memory_),
-      stream_(memory_.variables, options.includePaths, scene.files_) {
+      stream_(memory_.variables, options.includePaths, scene.files_, options.stop) {
 }
 
 void TokenReader::countError(const SourceLocation& location, const std::string& text) {
@@ -126,7 +126,12 @@ std::optional<int> TokenReader::acceptInteger() {
 
 std::string TokenReader::fileNameIn(const Token& text) {
     std::string unknown;
-    std::string file = memory_.variables.substituted(text.text, &unknown);
+    std::string file;
+    try {
+        file = memory_.variables.substituted(text.text, &unknown);
+    } catch (const SubstitutionError& fault) {
+        fail(text, "\"{}\": {}", text.text, fault.what());
+    }
     if (!unknown.empty()) {
         error(locationOf(text), "\"{}\" names the registry entry \"{{{}}}\", which is not defined", text.text,
               unknown);

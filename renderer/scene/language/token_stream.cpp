@@ -3,29 +3,11 @@
 
 #include "scene/language/scene_file.h"
 
-#include <fstream>
-#include <iostream>
-#include <iterator>
-#include <sys/stat.h>
+#include "scene/language/source_text.h"
+
+#include <exception>
 
 namespace orca::scene {
-
-bool readWholeFile(const std::string& path, std::string& content) {
-    if (path == "-") {
-        content.assign(std::istreambuf_iterator<char>(std::cin), {});
-        return true;
-    }
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0 || S_ISDIR(status.st_mode)) return false;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return false;
-    content.resize(static_cast<std::size_t>(status.st_size));
-    file.read(content.data(), static_cast<std::streamsize>(content.size()));
-    content.resize(static_cast<std::size_t>(file.gcount()));
-    // Pipes and the like have no size beforehand.
-    if (!S_ISREG(status.st_mode)) content.append(std::istreambuf_iterator<char>(file), {});
-    return !file.bad();
-}
 
 std::string directoryOf(const std::string& path) {
     const std::size_t slash = path.rfind('/');
@@ -33,8 +15,8 @@ std::string directoryOf(const std::string& path) {
 }
 
 TokenStream::TokenStream(const Variables& variables, std::vector<std::string> includePaths,
-                         std::vector<ReadFile>& files)
-    : variables_(variables), includePaths_(std::move(includePaths)), files_(files) {
+                         std::vector<ReadFile>& files, const std::atomic<bool>* stop)
+    : variables_(variables), includePaths_(std::move(includePaths)), files_(files), stop_(stop) {
 }
 
 void TokenStream::open(const std::string& name, std::string text) {
@@ -71,7 +53,13 @@ const Token& TokenStream::peek(std::size_t ahead) {
     return ahead_[ahead];
 }
 
+void TokenStream::checkStop() const {
+    if (stop_ && stop_->load(std::memory_order_relaxed))
+        throw UnusableFile(sources_[stack_.back()].lexer->here(), "interrupted");
+}
+
 bool TokenStream::nextNumber(float& value) {
+    checkStop();
     if (ahead_.empty() && lexer().nextNumber(value)) return true;
     if (!peek().isNumber()) return false;
     value = next().number;
@@ -79,6 +67,7 @@ bool TokenStream::nextNumber(float& value) {
 }
 
 bool TokenStream::nextInteger(std::int32_t& value) {
+    checkStop();
     if (ahead_.empty() && lexer().nextInteger(value)) return true;
     if (peek().kind != Token::Kind::Integer || !peek().fitsInteger) return false;
     value = next().integer;
@@ -87,6 +76,7 @@ bool TokenStream::nextInteger(std::int32_t& value) {
 
 Token TokenStream::fetch() {
     for (;;) {
+        checkStop();
         const Token token = lexer().next();
         if (token.kind == Token::Kind::Command) {
             command(token);
@@ -107,6 +97,14 @@ Token TokenStream::fetch() {
 
 void TokenStream::command(const Token& token) {
     const SourceLocation location = locationOf(token);
+    try {
+        obey(token, location);
+    } catch (const SubstitutionError& fault) {
+        throw SyntaxError(location, fmt::format("${}: {}", token.text, fault.what()));
+    }
+}
+
+void TokenStream::obey(const Token& token, const SourceLocation& location) {
     std::vector<Conditional>& conditionals = sources_[stack_.back()].conditionals;
     const std::string_view word = token.text;
     if (word == "include") {
@@ -225,17 +223,23 @@ void TokenStream::include(const std::string& name, bool searchPathsOnly, const S
         for (const std::string& path : includePaths_)
             tried.push_back(path.empty() ? file : path + "/" + file);
     }
-    std::string content;
     for (const std::string& path : tried) {
-        if (!readWholeFile(path, content)) continue;
+        std::optional<std::string> text;
+        try {
+            text = readSourceText(path, stop_);
+        } catch (const std::exception& reason) {
+            throw UnusableFile(location,
+                               fmt::format("cannot read the included file \"{}\": {}", path, reason.what()));
+        }
+        if (!text) continue;
         files_.push_back({path, location});
-        open(path, std::move(content));
+        open(path, *std::move(text));
         return;
     }
     std::string list;
     for (const std::string& path : tried) list += (list.empty() ? "" : ", ") + path;
-    throw MissingFile(location, fmt::format("cannot read the included file \"{}\"; tried {}", file,
-                                            list.empty() ? "nothing, as there is no include path" : list));
+    throw UnusableFile(location, fmt::format("cannot read the included file \"{}\"; tried {}", file,
+                                             list.empty() ? "nothing, as there is no include path" : list));
 }
 
 } // namespace orca::scene

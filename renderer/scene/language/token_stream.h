@@ -4,6 +4,7 @@
 #include "scene/language/lexer.h"
 #include "scene/language/variables.h"
 
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -14,30 +15,28 @@ namespace orca::scene {
 
 struct ReadFile;
 
-/// An included file that cannot be read. Everything after it would miss what it defines.
-class MissingFile : public SyntaxError {
+/// A file that cannot be read any further. Everything after it would miss what it defines.
+class UnusableFile : public SyntaxError {
 public:
     using SyntaxError::SyntaxError;
 };
 
-/// Whole content of a file, "-" being standard input. False when it cannot be read.
-bool readWholeFile(const std::string& path, std::string& content);
 [[nodiscard]] std::string directoryOf(const std::string& path);
 
 /// The tokens of a file and everything that it includes, with conditionals resolved. Commands in column one
 /// act when the reader's look-ahead reaches them, so the reader looks ahead only where the grammar needs it.
 class TokenStream {
 public:
-    /// Adds what it includes to `files`.
+    /// Adds what it includes to `files`. Throws UnusableFile once `stop` (may be null) is set.
     TokenStream(const Variables& variables, std::vector<std::string> includePaths,
-                std::vector<ReadFile>& files);
+                std::vector<ReadFile>& files, const std::atomic<bool>* stop);
 
     void open(const std::string& name, std::string text);
     /// Runs the side effects of a registry entry; it may call `include`.
     void onLookup(std::function<void(const std::string& name, const SourceLocation&)> action) {
         lookup_ = std::move(action);
     }
-    /// Reads a file in place; throws MissingFile when it is not found.
+    /// Reads a file in place; throws UnusableFile when it is not found.
     void include(const std::string& name, bool searchPathsOnly, const SourceLocation& location);
 
     Token next();
@@ -67,8 +66,10 @@ private:
     };
 
     [[nodiscard]] Lexer& lexer() { return *sources_[stack_.back()].lexer; }
+    void checkStop() const;
     Token fetch();
     void command(const Token& token);
+    void obey(const Token& token, const SourceLocation& location);
     void includeCommand(const SourceLocation& location);
     /// Evaluates the test whose command word was read; true when its text is to be read.
     bool test(std::string_view word);
@@ -80,6 +81,7 @@ private:
     const Variables& variables_;
     std::vector<std::string> includePaths_;
     std::vector<ReadFile>& files_;
+    const std::atomic<bool>* stop_;
     std::function<void(const std::string&, const SourceLocation&)> lookup_;
     std::vector<Source> sources_;    // all that were opened: tokens point into their texts
     std::vector<std::size_t> stack_; // indices of those being read

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/language/variables.h"
 
+#include <fmt/format.h>
+
 #include <cstdlib>
+#include <utility>
 
 namespace orca::scene {
 
@@ -30,20 +33,30 @@ const RegistryEntry* Variables::entry(std::string_view name) const {
     return found == registry_.end() ? nullptr : &found->second;
 }
 
-void Variables::substitute(std::string_view text, std::string& result, std::string* unknown,
-                           int depth) const {
-    constexpr int deepest = 32; // entries that name each other would never end
+/// One text on its way through the registry.
+struct Variables::Substitution {
+    std::string result;
+    std::string unknown; // the first entry that is not defined
+    int replacements = 0;
+};
+
+void Variables::substitute(std::string_view text, Substitution& done, int depth) const {
+    constexpr int deepest = 32;
+    constexpr int most = 10000;
     constexpr std::size_t longest = 1 << 16;
-    for (std::size_t i = 0; i < text.size() && result.size() < longest;) {
+    for (std::size_t i = 0; i < text.size();) {
+        if (done.result.size() > longest)
+            throw SubstitutionError(
+                fmt::format("registry entries make more than {} characters of it", longest));
         const bool fromEnvironment = text[i] == '$' && i + 1 < text.size() && text[i + 1] == '{';
         if (!fromEnvironment && text[i] != '{') {
-            result += text[i++];
+            done.result += text[i++];
             continue;
         }
         const std::size_t open = fromEnvironment ? i + 1 : i;
         const std::size_t close = text.find('}', open);
         if (close == std::string_view::npos) {
-            result += text.substr(i);
+            done.result += text.substr(i);
             return;
         }
         std::string name(text.substr(open + 1, close - open - 1));
@@ -51,23 +64,31 @@ void Variables::substitute(std::string_view text, std::string& result, std::stri
         if (fromEnvironment) {
             const bool onlyAsks = !name.empty() && name[0] == '?';
             const char* value = std::getenv(onlyAsks ? name.c_str() + 1 : name.c_str());
-            if (value) result += onlyAsks ? "1" : value;
+            if (value) done.result += onlyAsks ? "1" : value;
             continue;
         }
         const RegistryEntry* found = entry(name);
         const std::string* value = found ? found->field("value") : nullptr;
-        if (value && depth < deepest) {
-            substitute(*value, result, unknown, depth + 1);
-        } else if (unknown && unknown->empty()) {
-            *unknown = name;
+        if (value) {
+            if (depth == deepest)
+                throw SubstitutionError(
+                    fmt::format("registry entries name each other more than {} deep, \"{{{}}}\" the last",
+                                deepest, name));
+            if (++done.replacements > most)
+                throw SubstitutionError(
+                    fmt::format("it takes more than {} registry entries, \"{{{}}}\" the last", most, name));
+            substitute(*value, done, depth + 1);
+        } else if (done.unknown.empty()) {
+            done.unknown = name;
         }
     }
 }
 
 std::string Variables::substituted(std::string_view text, std::string* unknown) const {
-    std::string result;
-    substitute(text, result, unknown, 0);
-    return result;
+    Substitution done;
+    substitute(text, done, 0);
+    if (unknown) *unknown = done.unknown;
+    return std::move(done.result);
 }
 
 bool Variables::isDefined(std::string_view key) const {

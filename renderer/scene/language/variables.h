@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,6 +16,12 @@ struct RegistryEntry {
     [[nodiscard]] const std::string* field(std::string_view word) const;
 };
 
+/// Registry entries that would never end, or make a text without measure.
+class SubstitutionError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// What conditionals and file names are resolved with: `set` variables, registry entries, the environment.
 class Variables {
 public:
@@ -24,7 +31,8 @@ public:
     [[nodiscard]] const RegistryEntry* entry(std::string_view name) const;
 
     /// Replaces {NAME} by registry values, recursively, ${NAME} by the environment and ${?NAME} by "1" or
-    /// nothing. The first unknown registry name is left in `unknown`; it is replaced by nothing.
+    /// nothing. The first unknown registry name is left in `unknown`; it is replaced by nothing. Throws
+    /// SubstitutionError.
     [[nodiscard]] std::string substituted(std::string_view text, std::string* unknown = nullptr) const;
 
     /// Keys of conditionals: plain names are variables, others are substituted.
@@ -32,7 +40,8 @@ public:
     [[nodiscard]] std::string valueOf(std::string_view key) const;
 
 private:
-    void substitute(std::string_view text, std::string& result, std::string* unknown, int depth) const;
+    struct Substitution;
+    void substitute(std::string_view text, Substitution& done, int depth) const;
 
     std::map<std::string, std::string, std::less<>> variables_;
     std::map<std::string, RegistryEntry, std::less<>> registry_;
