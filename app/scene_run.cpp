@@ -3,6 +3,7 @@
 
 #include "advice.h"
 #include "exit_codes.h"
+#include "exit_guard.h"
 #include "frames.h"
 #include "installation.h"
 #include "named_passes.h"
@@ -44,10 +45,6 @@ scene::ParserOptions parserOptions(const CommandLine& command) {
     return options;
 }
 
-bool rendersNothing(const CommandLine& command) {
-    return command.listsOutputs || command.listsInputs || command.dumpsPasses || command.checksOnly;
-}
-
 /// A bar on a terminal; a log gets lines when its verbosity asks for them.
 Progress::Style progressStyle(const CommandLine& command) {
     const bool terminal = ::isatty(STDERR_FILENO) != 0;
@@ -81,6 +78,7 @@ SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop,
 
 int SceneRun::run() {
     const scene::ParserOptions& options = parserOptions_ = parserOptions(command_);
+    parserOptions_.stop = &stop_.flag();
     scene::ParserCallbacks& callbacks = parserCallbacks_;
     callbacks.link = [this](const std::string& file, const SourceLocation& location) {
         return link(file, location);
@@ -104,7 +102,9 @@ int SceneRun::run() {
     collectInputs();
     if (command_.checksOnly && !check()) fail(exitSceneError);
     if (command_.listsInputs && !reportMissingInputs()) fail(exitSceneError);
-    if (exitCode_ == exitRendered && !rendersNothing(command_)) reportMissingFrames();
+    const bool isPart = command_.checksOnly || command_.listsInputs; // declarations, materials
+    if (exitCode_ == exitRendered && !command_.dumpsPasses && !(isPart && scene_.database().endTag() > 1))
+        reportMissingFrames();
     log_.reportRepeats();
     reportLeaks(scene_.database(), log_);
     return exitCode_;
@@ -305,6 +305,7 @@ std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture pic
     settings.threads = command_.threads;
     settings.stop = &stop_.flag();
     settings.progress = [&](double share) { progress.update(share); };
+    const ExitGuard guard(runtime_.libraries());
     return session_.render(std::move(picture), settings);
 }
 

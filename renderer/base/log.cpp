@@ -65,6 +65,7 @@ bool Log::once(const std::string& key, LogMessage message) {
 
 void Log::postLimited(const std::string& source, const LogMessage& message) {
     constexpr int textsPerSource = 10;
+    constexpr std::size_t sourcesAtMost = 100; // a format that is made anew for every sample is no place
     std::string key = message.text;
     std::function<std::string(const LogMessage&)> advice;
     bool limited;
@@ -73,8 +74,10 @@ void Log::postLimited(const std::string& source, const LogMessage& message) {
         advice = advice_;
         limited = upTo_ < LogLevel::Debug;
         if (limited && !repeats_.contains(key)) {
-            int& texts = textsOfSource_[source];
-            if (texts < textsPerSource) ++texts;
+            const bool isKnown = textsOfSource_.contains(source) || textsOfSource_.size() < sourcesAtMost;
+            int* const texts = isKnown ? &textsOfSource_[source] : nullptr;
+            if (!texts) key = "more of other sources";
+            else if (*texts < textsPerSource) ++*texts;
             else key = "more of " + source;
         }
     }

@@ -80,8 +80,8 @@ public:
     /// Posts the message the first time that `key` is used and counts further uses. True the first time.
     bool once(const std::string& key, LogMessage message);
     /// For whoever may send a message per sample: each text once, of a `source` (a place in a program; its
-    /// printf format) the first few texts, and the rest as a count. Everything when the level is Debug or
-    /// higher.
+    /// printf format) the first few texts, and the rest as a count; of so many sources that they cannot be
+    /// places, all as one. Everything when the level is Debug or higher.
     void postLimited(const std::string& source, const LogMessage& message);
     /// What a user can do about a message that came through `postLimited`, or empty text. It is posted as an
     /// error, once.

@@ -138,7 +138,8 @@ Imf::Header headerOf(const PictureFrame& frame, const ExrPart& part, const std::
     const Imath::Box2i display({0, 0}, {frame.width - 1, top});
     const Imath::Box2i data({frame.window.xl, top - frame.window.yh},
                             {frame.window.xh, top - frame.window.yl});
-    Imf::Header header(display, data, frame.pixelAspect);
+    constexpr float narrowest = 1e-6f, widest = 1e6f; // that the format takes
+    Imf::Header header(display, data, std::clamp(frame.pixelAspect, narrowest, widest));
     header.compression() = compressionOf(compression);
     header.setType(Imf::SCANLINEIMAGE);
     if (!part.name.empty()) header.setName(part.name);

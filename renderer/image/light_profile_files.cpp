@@ -155,6 +155,8 @@ LightProfile::Table readIes(const std::string& text) {
     lines.number("the number of lamps");
     lines.number("the lumens of a lamp");
     const float multiplier = lines.number("the candela multiplier");
+    if (!(multiplier > 0.0f))
+        lines.fail(fmt::format("the candela multiplier must be above 0, not {}", multiplier));
     const int verticals =
         lines.count(lines.number("the number of vertical angles"), "the number of vertical angles");
     const int horizontals =

@@ -2,8 +2,10 @@
 #include "image/textures.h"
 
 #include "image/cached_image.h"
+#include "image/incomplete_image.h"
 #include "image/inline_pixels.h"
 
+#include <OpenImageIO/imageio.h>
 #include <OpenImageIO/texture.h>
 #include <tbb/concurrent_unordered_map.h>
 #include <tbb/enumerable_thread_specific.h>
@@ -77,6 +79,25 @@ std::optional<std::string> firstFile(const std::vector<std::string>& candidates)
     for (const std::string& each : candidates)
         if (fs::is_regular_file(each, ignored)) return each;
     return {};
+}
+
+/// Why the cache would end the process over a file's header; empty for what it can read, and for what it says
+/// itself that it cannot.
+std::string whyUnusable(const std::string& path) {
+    const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(path);
+    if (!input) {
+        static_cast<void>(OIIO::geterror()); // clears it
+        return {};
+    }
+    constexpr int largest = 1 << 18; // far beyond what is painted or photographed
+    const OIIO::ImageSpec& spec = input->spec();
+    const auto isGood = [](int size) { return size > 0 && size <= largest; };
+    if (isGood(spec.width) && isGood(spec.height) && isGood(spec.full_width) && isGood(spec.full_height) &&
+        isGood(spec.nchannels))
+        return {};
+    return fmt::format(
+        "its header says {} x {} pixels of {} channels, and from 1 x 1 to {} x {} are possible", spec.width,
+        spec.height, spec.nchannels, largest, largest);
 }
 
 /// A texture as it is looked up. Filled once by whichever thread comes first, then only read.
@@ -187,6 +208,15 @@ void Textures::Implementation::loadFile(const scene::TextureElement& texture, Lo
                     texture.name, texture.file, fmt::join(candidatesOf(texture), ", "));
         return;
     }
+    if (const std::string reason = whyUnusable(*file); !reason.empty()) {
+        log.errorAt(texture.location, "IMG", "texture \"{}\": image \"{}\" cannot be used: {}", texture.name,
+                    *file, reason);
+        return;
+    }
+    if (const std::string missing = whatIsMissing(*file); !missing.empty())
+        log.errorAt(texture.location, "IMG",
+                    "texture \"{}\": image \"{}\" is incomplete, what is missing is black or grey: {}",
+                    texture.name, *file, missing);
     OIIO::ustring path(*file);
     if (texture.colorProfile != scene::ColorProfile::Linear) {
         const OIIO::ustring converted(

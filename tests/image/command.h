@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 #include <sys/wait.h>
@@ -47,6 +48,11 @@ struct Command : ::testing::Test {
     }
     void scene(const std::string& name, const std::string& text) {
         std::ofstream(directory.file(name)) << text;
+    }
+    [[nodiscard]] std::string content(const std::string& name) const {
+        std::stringstream all;
+        all << std::ifstream(directory.file(name), std::ios::binary).rdbuf();
+        return all.str();
     }
     [[nodiscard]] bool exists(const std::string& name) const {
         return std::filesystem::exists(directory.file(name));

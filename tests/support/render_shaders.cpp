@@ -3,6 +3,8 @@
 #include <shader.h>
 
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <stdexcept>
 
@@ -153,6 +155,34 @@ DLLEXPORT miBoolean testCall(miColor* result, miState* state, CallParameters* pa
     *result = room.color;
     result->a = static_cast<float>(changed);
     return delivered;
+}
+
+/// Ends the process and says that all is well.
+DLLEXPORT int testExits_version(void) {
+    return 1;
+}
+DLLEXPORT miBoolean testExits(miColor*, miState*, void*) {
+    std::exit(0);
+}
+
+/// Traces the ray again that has hit it, without end.
+DLLEXPORT int testEyeAgain_version(void) {
+    return 1;
+}
+DLLEXPORT miBoolean testEyeAgain(miColor* result, miState* state, void*) {
+    return mi_trace_eye(result, state, &state->org, &state->dir);
+}
+
+/// Says something else for every sample, with a format of its own each time.
+DLLEXPORT int testChatters_version(void) {
+    return 1;
+}
+DLLEXPORT miBoolean testChatters(miColor*, miState* state, void*) {
+    char format[64];
+    std::snprintf(format, sizeof format, "at %g, %g", static_cast<double>(state->raster_x),
+                  static_cast<double>(state->raster_y));
+    mi_warning(format);
+    return miTRUE;
 }
 
 } // extern "C"
