@@ -198,6 +198,51 @@ TEST_F(Command, SetsPassesUpOnASceneThatKnowsNone) {
     EXPECT_TRUE(says("beautyNoReflectionRefraction.R") && says("lightSum.Y")) << output;
 }
 
+TEST_F(Command, LeavesAloneWhatASceneBrings) {
+    // A camera's data, a material's own shadow shader, and masks: bit 0 is the diffuse pass, bit 1 the
+    // coverage.
+    scene("own.mi", litCards + R"(
+incremental material "red_mtl" shadow "orcaVelaShadow" ( "transparency" 1 1 1 1 ) end material
+data "mask" "orcaPassMask" ( "mask" "3" ) end data
+data "note" "orcaGatherSettings" ( ) end data
+incremental camera "cam" data "note" end camera
+incremental instance "card_inst" data "mask" end instance
+)" + renderIt);
+    ASSERT_EQ(run("own.mi --passes diffuse,diffuseNoShadow,coverage --pixel 7,4"), 0) << output;
+    EXPECT_GT(layerValues(output, "diffuse").at(0), 0.1);
+    EXPECT_EQ(layerValues(output, "diffuse"), layerValues(output, "diffuseNoShadow"));
+    EXPECT_EQ(layerValues(output, "coverage").at(0), 0.0);
+    ASSERT_EQ(run("own.mi --passes diffuse --dump-passes"), 0);
+    EXPECT_TRUE(says("data \"note\"")) << output;
+    // The name of the layered file is taken by a buffer's.
+    scene("taken.mi", std::string(grayCard) +
+                          "incremental camera \"cam\" framebuffer \"main\" filename "
+                          "\"taken.exr\" end camera\n" +
+                          renderIt);
+    ASSERT_EQ(run("taken.mi"), 0) << output;
+    EXPECT_TRUE(exists("taken.exr") && exists("taken.layers.exr"));
+}
+
+TEST_F(Command, GivesRoomToRaysThatItIsAskedFor) {
+    scene("mirrors.mi", litCards + R"(
+shader "steel" "orcaVelaPhong" ( "reflectivity" 1, "reflectionLimit" 9 )
+incremental material "red_mtl" "orcaVelaShadingEngine" ( "surfaceShader" "steel" ) end material
+instance "back" "card" material "red_mtl" transform .1 0 0 0 0 .1 0 0 0 0 1 0 0 0 -8 1 end instance
+incremental instgroup "world" "cam_inst" "card_inst" "back" end instgroup
+)" + renderIt);
+    const auto reflections = [&](const std::string& depth) {
+        EXPECT_EQ(run("mirrors.mi --passes beauty --trace-depth " + depth + " --stats-json s.json"), 0)
+            << output;
+        std::stringstream json;
+        json << std::ifstream(directory.file("s.json")).rdbuf();
+        const std::size_t at = json.str().find("\"reflection\": ");
+        return at == std::string::npos ? 0 : std::atoi(json.str().c_str() + at + 14);
+    };
+    const int one = reflections("1 1");
+    EXPECT_GT(one, 0);
+    EXPECT_GT(reflections("3 3"), one); // a sum that is not given does not stop them
+}
+
 TEST_F(Command, DumpsWhatPassesMakesReadyToBePasted) {
     const std::string passes = "--passes diffuse,beauty,shadow,specular,coverage,normalWorld";
     // The state shaders that the scene brings. Passes of an additive base state have the alpha of coverage.

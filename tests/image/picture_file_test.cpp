@@ -41,10 +41,15 @@ std::vector<float> readChannel(Imf::MultiPartInputFile& file, int part, const ch
 }
 
 void addPasses(scene::CameraElement& camera) {
-    camera.framebuffers = {
-        definition("depth", "z"), definition("main", "rgba_fp"),         definition("diffuse", "rgba_fp"),
-        definition("n", "n"),     definition("shadowLuminance", "s_fp"), definition("label", "tag")};
+    camera.framebuffers = {definition("depth", "z"),
+                           definition("main", "rgba_fp"),
+                           definition("diffuse", "rgba_fp"),
+                           definition("n", "n"),
+                           definition("shadowLuminance", "s_fp"),
+                           definition("label", "tag"),
+                           definition("place", "rgba_fp")};
     camera.framebuffers[1].primary = true;
+    camera.framebuffers[6].filtering = false;
 }
 
 struct CameraWithPasses {
@@ -64,7 +69,7 @@ TEST(LayeredExr, HoldsEveryLayerAsAPartWithQualifiedChannels) {
     EXPECT_EQ(directory.fileCount(), 1u); // nothing temporary is left
 
     Imf::MultiPartInputFile file(path.c_str());
-    ASSERT_EQ(file.parts(), 6);
+    ASSERT_EQ(file.parts(), 7);
     using Names = std::vector<std::string>;
     EXPECT_EQ(file.header(0).name(), "beauty");
     EXPECT_EQ(channelsOf(file.header(0)), (Names{"A", "B", "G", "R"}));
@@ -75,6 +80,7 @@ TEST(LayeredExr, HoldsEveryLayerAsAPartWithQualifiedChannels) {
     EXPECT_EQ(channelsOf(file.header(4)), (Names{"shadowLuminance.Y"}));
     EXPECT_EQ(file.header(0).channels()["R"].type, Imf::HALF);
     EXPECT_EQ(file.header(1).channels()["depth.Z"].type, Imf::FLOAT);
+    EXPECT_EQ(file.header(6).channels()["place.R"].type, Imf::FLOAT); // an unfiltered colour holds data
     EXPECT_EQ(file.header(5).channels()["label.Y"].type, Imf::UINT);
     EXPECT_EQ(file.header(2).typedAttribute<Imf::StringAttribute>("passType").value(), "5");
     EXPECT_EQ(file.header(0).typedAttribute<Imf::StringAttribute>("scene").value(), "still.mi");
@@ -103,7 +109,7 @@ TEST(LayeredExr, KeepsThePlaceOfARenderedWindowInOneOrManyParts) {
         const int part = layout == PartLayout::MultiPart ? 1 : 0;
         EXPECT_FLOAT_EQ(readChannel(file, part, "depth.Z").front(),
                         picture.value(*picture.set.find("depth"), 3, 4, 0));
-        EXPECT_EQ(file.parts(), layout == PartLayout::MultiPart ? 6 : 1);
+        EXPECT_EQ(file.parts(), layout == PartLayout::MultiPart ? 7 : 1);
         if (layout == PartLayout::SinglePart) {
             EXPECT_TRUE(file.header(0).channels().findChannel("R"));
             EXPECT_TRUE(file.header(0).channels().findChannel("n.X"));
@@ -243,6 +249,17 @@ TEST_F(BufferFiles, OfEightBitsAreDitheredToTheirMean) {
             std::accumulate(bytes.begin(), bytes.end(), 0.0) / static_cast<double>(bytes.size());
         EXPECT_NEAR(mean, dither ? 100.3 : 100.0, dither ? 0.05 : 0.0);
     }
+}
+
+TEST_F(BufferFiles, PreviewsOfDepthStretchWhatWasHit) {
+    camera.framebuffers.emplace_back(definition("depth", "z"));
+    const FramebufferSet set(camera, scene::OptionsElement(), log);
+    const float depths[] = {0, 4, 5}; // nothing, near, far
+    ASSERT_TRUE(writePreview(directory.file("d.png"), wholeFrame(3, 1), {&set.buffers()[1], depths}, log));
+    unsigned char bytes[3] = {};
+    ASSERT_TRUE(OIIO::ImageInput::open(directory.file("d.png"))
+                    ->read_image(0, 0, 0, 1, OIIO::TypeDesc::UINT8, bytes));
+    EXPECT_EQ((std::vector<int>{bytes[0], bytes[1], bytes[2]}), (std::vector<int>{0, 0, 255}));
 }
 
 TEST_F(BufferFiles, WithoutPremultiplicationSayThatTheirAlphaIsApart) {

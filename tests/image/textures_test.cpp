@@ -134,6 +134,19 @@ TEST_F(TextureLookups, ReadPixelsOfTheSceneAndScalars) {
     EXPECT_FALSE(textures.lookupScalar(heights, 0.5f, 0.5f, {}, scalar));
 }
 
+TEST_F(TextureLookups, KeepTheAlphaOfGreyImagesOutOfTheirProfile) {
+    const unsigned char greyAndAlpha[] = {128, 64};
+    const auto output = OIIO::ImageOutput::create("g.png");
+    ASSERT_TRUE(output->open(directory.file("g.png"), OIIO::ImageSpec(1, 1, 2, OIIO::TypeDesc::UINT8)));
+    ASSERT_TRUE(output->write_image(OIIO::TypeDesc::UINT8, greyAndAlpha));
+    output->close();
+    scene::TextureElement texture;
+    texture.tag = 8;
+    texture.file = directory.file("g.png");
+    texture.colorProfile = scene::ColorProfile::Srgb;
+    EXPECT_NEAR(look(texture, 0.5f, 0.5f).a, 64.0f / 255.0f, 1e-3f);
+}
+
 TEST_F(TextureLookups, OfAMissingFileFailWithOneMessageFromAllThreads) {
     scene::TextureElement texture;
     texture.tag = 7;

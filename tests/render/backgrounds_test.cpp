@@ -132,6 +132,11 @@ TestScene plateScene(const std::string& standIn, const std::string& things) {
     return scene;
 }
 
+TEST(UseBackgrounds, LeaveThePlateAsItIsInTheDark) {
+    expectPicture(
+        plateScene("\"reflectivity\" 0.5", ""), [](const miColor& c, int, int) { return c; }, "plate");
+}
+
 TEST(UseBackgrounds, HoldShadowAndReflectionApart) {
     const TestScene scene = plateScene(
         "\"reflectivity\" 0.25, \"specularColor\" 1 0.5 1 1, \"ambientColor\" 0.2 0.2 0.2 1",

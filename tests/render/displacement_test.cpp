@@ -115,6 +115,17 @@ TEST_F(Displacement, LeavesNoCracksWhereVerticesAreNotShared) {
             }
 }
 
+/// Two slopes with vertices of their own: new vertices of the ridge belong to one slope each.
+TEST_F(Displacement, KeepsHardEdges) {
+    auto& roof = scene.object(
+        "roof",
+        {{-1, -1, -1}, {0, -1, 0}, {0, 1, 0}, {-1, 1, -1}, {0, -1, 0}, {1, -1, -1}, {1, 1, -1}, {0, 1, 0}},
+        {{{0, 1, 2, 3}}, {{4, 5, 6, 7}}});
+    scene.build(scene.group("root", {&scene.bumpyInstance("leaf", roof)}), [](const auto&) { return 0.0f; });
+    for (const float x : {-0.02f, 0.02f})
+        expectNear(scene.lookDownAt(x, 0.3f)->surface.normal, normalized({x < 0 ? -1.0f : 1.0f, 0, 1}));
+}
+
 TEST_F(Displacement, CutsFinerWhatIsNearer) {
     auto& meshInstance = scene.bumpyInstance("leaf", scene.square("square"));
     auto& root = scene.group("root", {&meshInstance});
@@ -126,6 +137,10 @@ TEST_F(Displacement, CutsFinerWhatIsNearer) {
     EXPECT_LT(fine, 32u * coarse);
     scene.view.worldToCamera[12] = -60.0f; // out of the picture
     EXPECT_LT(8u * scene.build(root, flat).triangleCount(), fine);
+    scene.view.orthographic = true; // no farther there, but outside
+    const std::size_t outside = scene.build(root, flat).triangleCount();
+    scene.view.worldToCamera[12] = 0.0f;
+    EXPECT_GT(scene.build(root, flat).triangleCount(), 8u * outside);
 }
 
 TEST_F(Displacement, ObeysTheObjectsApproximationAndLimit) {
@@ -153,6 +168,8 @@ TEST_F(Displacement, ObeysTheObjectsApproximationAndLimit) {
     square.maxDisplacement = 0.25f;
     trianglesWith({0.3f, false});
     EXPECT_NEAR(scene.lookDownAt(0.2f, 0.1f)->surface.point.z, 0.25f, 1e-5f);
+    scene.build(root, [](const auto&) { return -3.0f; });
+    EXPECT_NEAR(scene.lookDownAt(0.2f, 0.1f)->surface.point.z, -0.25f, 1e-5f);
 
     // The instance closest to the object speaks over it; the other place of the object goes by its own word.
     auto& inner = scene.group("inner", {&meshInstance});
@@ -265,6 +282,13 @@ TEST(DisplacementShaders, AddUpInAListAndAreSwitchedOffByTheOptions) {
     EXPECT_NEAR(RenderedScene(scene).pixel("main", 8, 8).b, 0.5f, 1e-5f);
     scene.extraOptions = "displace off";
     EXPECT_EQ(RenderedScene(scene).pixel("main", 8, 8).b, 0.0f);
+}
+
+TEST(DisplacementShaders, CutEdgesAsLongAsTheyAreInThePicture) {
+    // Twelve pixels wide, so halved twice.
+    const RenderedScene picture(
+        displacedCard("displace \"velaDisplacement\" ( )", "approximate view length 5"));
+    EXPECT_EQ(picture.result().statistics.triangles, 2u * 16u);
 }
 
 TEST(DisplacementShaders, ThatAnswerNoScalarAreNamedAndLeftOut) {

@@ -202,6 +202,10 @@ TEST_F(LightLinks, DecideWhichLightsIlluminate) {
     meshInstance.lights = {true, false, {}};
     EXPECT_TRUE(lights().empty());
     EXPECT_EQ(fill.instance.tf.local_to_global[13], 5.0f);
+    fill.hidden = true;
+    meshInstance.lights = {true, false, {pair.tag}};
+    EXPECT_EQ(lights(), std::vector{rim.tag});
+    EXPECT_FALSE(scene.logged(LogLevel::Warning, "light list"));
 }
 
 TEST_F(LightLinks, DecideWhichShadowsAreCast) {

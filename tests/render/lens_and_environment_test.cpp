@@ -97,6 +97,16 @@ TEST(ThinLens, BlursByTheCircleOfConfusion) {
     }
 }
 
+TEST(Lenses, FindTheHitInTheirStateBehindTheRay) {
+    TestScene scene;
+    scene.lens = "lens \"testLensFindings\" ( )";
+    scene.contents = lambert("m", "") + card("card", "m", 0, 0, 1, 3,
+                                             "motion transform 1 0 0 0 0 1 0 0 0 0 1 0 -0.5 0 -1 1 tag 7");
+    const miColor found = RenderedScene(scene).middle();
+    expectColor(found, {0.5f, 1, 9, 7}, 1e-5f);
+    EXPECT_EQ(found.a, 7.0f);
+}
+
 TEST(ThinLens, IsSharpInThePlaneOfFocusAndFollowsTheStop) {
     const auto edge = [](float z, const std::string& parameters) {
         TestScene scene = glowingHalf(z);

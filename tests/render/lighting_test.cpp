@@ -76,6 +76,41 @@ TEST(Lights, LightLinksChooseWhatIlluminatesAnInstance) {
     EXPECT_NEAR(picture.pixel("main", 11, 8).g, 1.0f, floatNoise);
 }
 
+std::string plainLamp(const std::string& shape) {
+    return "light \"lamp\" \"testPlainLight\" ( ) origin 0 0 0 " + shape +
+           " end light\ninstance \"lamp_inst\" \"lamp\" transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 -1 1 end "
+           "instance\n";
+}
+/// A square without a material, which shows half of the mean light that it is sent.
+std::string bareSquare(float z, const std::string& instanceStatements = "") {
+    std::string text = card("square", "none", 0, 0, z, 8, instanceStatements);
+    return text.erase(text.find("\"none\""), 6);
+}
+
+TEST(AreaLights, AreSampledEvenlyOverTheirArea) {
+    // Mean cosine below the middle of a shape at height 1.
+    const std::pair<const char*, double> cases[] = {{"disc 0 0 1 2 16 16", (std::sqrt(5.0) - 1) / 2},
+                                                    {"rectangle 4 0 0 0 0.02 0 16 16", std::asinh(2.0) / 2},
+                                                    {"cylinder 4 0 0 0.01 16 16", std::asinh(2.0) / 2},
+                                                    {"sphere 0.5 16 16", 1 - 0.25 / 3}};
+    for (const auto& [shape, cosine] : cases) {
+        TestScene scene;
+        scene.width = scene.height = 9;
+        scene.contents = plainLamp(shape) + bareSquare(0);
+        EXPECT_NEAR(RenderedScene(scene.text()).middle().r, cosine / 2, 2e-3) << shape;
+    }
+}
+
+TEST(AreaLights, TakeFewerSamplesFromTheirLevelOn) {
+    for (const auto& [level, calls] : {std::pair(1, 4u), std::pair(2, 16u)}) {
+        TestScene scene;
+        scene.contents = plainLamp(fmt::format("rectangle 1 0 0 0 1 0 4 4 {} 2 2", level)) + bareSquare(12) +
+                         "material \"mirror\" \"testMirror\" ( ) end material\n" +
+                         card("glass", "mirror", 0, 0, 0, 8);
+        EXPECT_EQ(RenderedScene(scene.text()).result().statistics.rays.lightCalls, 256 * calls) << level;
+    }
+}
+
 /// Share of a disc light of radius `radius` at (0, 0, height) that a point at (x, 0, 0) sees past a half
 /// plane that covers x < 0 at height `edge`: integrated numerically over the disc, uniform by area.
 double visibleShare(double x, double radius, double height, double edge) {
@@ -146,12 +181,14 @@ TEST(Shadows, StopAtTheDepthLimitAndWhereNobodyCasts) {
     scene.contents = common + card("roof", "white", 0, 0, 1, 8, "visible off") +
                      directionalLight("limited", "\"rayDepthLimit\" 0, \"color\" 1 0 0 1", "0 0 -1") +
                      directionalLight("without", "\"shadowRays\" 0, \"color\" 0 1 0 1", "0 0 -1") +
-                     directionalLight("dark", "\"shadowColor\" 0 0 0.25 1", "0 0 -1");
+                     directionalLight("dark", "\"shadowColor\" 0 0 0.25 1", "0 0 -1") +
+                     card("proud", "white", 1.5f, 0, 0.5f, 0.5f, "shadow 1"); // casts, but takes none
     const RenderedScene picture(scene);
     const miColor pixel = picture.pixel("main", 5, 5);
     EXPECT_NEAR(pixel.r, 1.0f, floatNoise);
     EXPECT_NEAR(pixel.g, 1.0f, floatNoise);
     EXPECT_NEAR(pixel.b, 0.25f, floatNoise); // the shadow's own colour
+    EXPECT_NEAR(picture.pixel("main", 14, 8).b, 1.0f, floatNoise);
 }
 
 } // namespace

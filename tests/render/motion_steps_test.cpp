@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "geometry/singular_times.h"
 #include "render/geometry_fixture.h"
 #include "rendered_scene.h"
 #include "scene_parts.h"
@@ -145,6 +146,18 @@ TEST_F(MotionSteps, WhatIsFlatForAnInstantIsCrossed) {
         // Half a turn in one step goes straight through the centre; in several it is one.
         EXPECT_EQ(scene.lookDownAt(-5.9f, 0.0f, 0.5f).has_value(), steps > 1);
     }
+}
+
+/// At the end of the shutter there is no later time to trace at.
+TEST(SingularTimes, AreAvoidedWithinTheShutter) {
+    geometry::SingularTimes times;
+    const Matrix start = scaledBy(1, 1, 1);
+    Matrix end = start;
+    end[0] = -1e-7f;
+    times.add(start.data(), end.data(), 0.0f, 1.0f);
+    times.sort();
+    EXPECT_LT(times.avoidedBy(1.0f), 1.0f);
+    EXPECT_EQ(times.avoidedBy(0.5f), 0.5f);
 }
 
 TEST_F(MotionSteps, StillThingsStayStillAndMotionOffStopsThem) {

@@ -101,6 +101,18 @@ TEST(CameraMotion, BlursAStillSceneLikeTheOppositeMotionOfTheScene) {
     EXPECT_GT(std::ranges::count_if(camera, [](float value) { return value > 0.1f && value < 0.9f; }), 10);
 }
 
+TEST(Shutter, OpensAndClosesWhenTheOptionsSay) {
+    TestScene scene;
+    scene.samples = "2 2";
+    scene.extraOptions = "motion on shutter 0.5 1";
+    scene.contents = glowing("m", "1 1 1") + card("card", "m", -1.5f, 0, 0, 0.25f,
+                                                  "motion transform 1 0 0 0 0 1 0 0 0 0 1 0 -1.5 0 0 1");
+    const RenderedScene picture(scene); // from the middle to the right
+    EXPECT_EQ(picture.pixel("main", 3, 8).r, 0.0f);
+    EXPECT_GT(picture.pixel("main", 8, 8).r, 0.1f);
+    EXPECT_GT(picture.pixel("main", 13, 8).r, 0.1f);
+}
+
 /// Moves 0.5 to the right and 0.25 down: the instance, or its vertices in two segments.
 TEST(MotionVectors, AreTheSameWithAndWithoutMotionBlurOfThePicture) {
     for (const char* motion : {"motion off", "motion on shutter 0 1", "motion on shutter 0.25 0.25"})

@@ -25,15 +25,6 @@ TestScene pool(const std::string& water) {
     return scene;
 }
 
-TEST(OceanShader, AbsorbsWhatComesThroughTheWaterByItsDepth) {
-    const RenderedScene picture(
-        pool("\"color\" 0 0 0 1, \"reflectivity\" 0, \"specularStrength\" 0, \"octaveCount\" 0, "
-             "\"transparency\" 1 0.5 1 1, \"refractionsOn\" on, \"lightAbsorbance\" 0.5, "
-             "\"absorptionColor\" 0.25 0.5 1 1"));
-    // Two units at a half per unit: the absorption colour once.
-    expectColor(picture.pixel("main", 5, 9), {0.8f * 0.25f, 0.6f * 0.5f * 0.5f, 0.4f, 1}, 1e-5f);
-}
-
 /// Turned by a quarter about the upright axis: what slopes along the object's x slopes along the world's -z.
 TEST(OceanShader, TakesAConnectedHeightInObjectSpaceWhereTheObjectSaysSo) {
     const struct {

@@ -34,6 +34,12 @@ TEST(Environment, IsSeenDirectlyInMirrorsAndThroughTransparency) {
     EXPECT_NEAR(picture.pixel("main", 4, 12).g, 0.25f * 0.6f, floatNoise);
     EXPECT_NEAR(picture.pixel("main", 12, 12).b, 0.5f * 0.4f, floatNoise);
     expectLayersAddUp(picture, {"beauty"});
+
+    // A material's own goes before the camera's, also for the rays that leave it.
+    scene.contents = "material \"mirror\" \"testMirror\" ( ) environment \"testSky\" ( \"color\" 0 0 0.5 1 ) "
+                     "end material\n" +
+                     card("glass", "mirror", 0, 0, 0, 1);
+    expectColor(RenderedScene(scene).middle(), {0, 0, 0.5f, 1}, floatNoise);
 }
 
 TEST(DepthLimits, EndEveryKindOfRayWhereTheOptionsSay) {
@@ -162,11 +168,13 @@ TEST(ForeignLights, FeedThePassesAsLongAsNoLightOfTheLibraryRanBefore) {
 TEST(Faults, OfAShaderAreReportedOnceAndCostOnlyTheirOwnPixels) {
     TestScene scene;
     scene.contents = plainMaterial("nan", "testNotANumber") + plainMaterial("throws", "testFails") +
+                     plainMaterial("refuses", "testRefuses") + card("top", "refuses", 0, 1, 0, 0.5f) +
                      plainMaterial("white", "testFlat", "1 1 1 1") + card("left", "nan", -1, 0, 0, 0.5f) +
                      card("right", "throws", 1, 0, 0, 0.5f) + card("wall", "white", 0, 0, -1, 8);
     const RenderedScene picture(scene.text());
     EXPECT_EQ(picture.pixel("main", 4, 8).r, 0.0f);
     EXPECT_EQ(picture.pixel("main", 12, 8).r, 0.0f);
+    EXPECT_EQ(picture.pixel("main", 8, 12).r, 0.0f);
     EXPECT_EQ(picture.pixel("main", 8, 2).r, 1.0f);
     for (const std::string shader : {"testNotANumber", "testFails"})
         EXPECT_EQ(std::ranges::count_if(

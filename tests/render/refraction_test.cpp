@@ -2,9 +2,7 @@
 #include "rendered_scene.h"
 #include "scene_parts.h"
 
-#include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace orca::test {
 namespace {
@@ -82,90 +80,6 @@ TEST(Refraction, IsTotalReflectionBeyondTheCriticalAngle) {
         expectColor(picture.pixel("beauty", 8, 9), expected, 1e-5f, "beauty");
     }
 }
-
-/// Glass turned about y before a wall that glows on one side of an edge, upright like the axis: every column
-/// of the picture looks past the edge at its own distance.
-struct BlurredEdge {
-    const char* name;
-    float degrees;      ///< of the glass
-    float halfAngle;    ///< of the cone, radians
-    float thickness;    ///< of a pane; 0: the light stays in the glass
-    float index = 1.5f; ///< of refraction
-    static constexpr float wallDistance = 12.0f;
-    static constexpr int columns = 64, rows = 16;
-
-    [[nodiscard]] TestScene scene(int samples) const {
-        TestScene scene = throughGlass();
-        scene.width = columns;
-        scene.height = rows;
-        scene.contents =
-            glowing("white", "1 1 1") +
-            glass(fmt::format("\"refractiveIndex\" {}, \"surfaceThickness\" {}, \"refractionBlur\" {}, "
-                              "\"refractionBlurSamples\" {}",
-                              index, thickness, halfAngle, samples)) +
-            card("wall", "white", edge() + 50, 0, -wallDistance, 50) + card("pane", "glass", 0, 0, 0, 9) +
-            turned("pane_mesh", -degrees);
-        scene.members = {"wall", "turned"};
-        return scene;
-    }
-    /// The glass's normal leans toward +x; what enters it bends toward -x, a pane lets it go on as it came.
-    [[nodiscard]] double axis() const { // from -z toward +x, radians
-        const double outside = degrees * degree;
-        return thickness > 0 ? 0.0 : std::asin(std::sin(outside) / index) - outside;
-    }
-    [[nodiscard]] float edge() const { return wallDistance * static_cast<float>(std::tan(axis())); }
-
-    /// Share of the cone's base that lies beyond the plane through the point on the glass and the edge.
-    [[nodiscard]] double expected(int column) const {
-        const double outside = degrees * degree;
-        double x = 4.0 * ((column + 0.5) / columns - 0.5), z = -x * std::tan(outside);
-        if (thickness > 0) { // leaves the pane's back where it has come on inside
-            const double inside = std::asin(std::sin(outside) / index), length = thickness / std::cos(inside);
-            x += length * std::sin(inside - outside);
-            z -= length * std::cos(inside - outside);
-        }
-        const double toEdge = std::atan2(edge() - x, wallDistance + z);
-        const double beyond = std::clamp(std::tan(toEdge - axis()) / std::tan(halfAngle), -1.0, 1.0);
-        return 0.5 - (beyond * std::sqrt(1 - beyond * beyond) + std::asin(beyond)) / std::numbers::pi;
-    }
-};
-
-TEST(RefractionBlur, ConvergesToTheConesMeanAndKeepsTheIdentity) {
-    const BlurredEdge glassBlock{"glass block", 0, 0.12f, 0};
-    const auto worst = [&](int samples) {
-        const RenderedScene picture(glassBlock.scene(samples));
-        double error = 0;
-        picture.eachPixel([&](int x, int y) {
-            const float seen = picture.pixel("main", x, y).r;
-            error = std::max(error, std::abs(seen - glassBlock.expected(x)));
-            for (const char* layer : {"beauty", "refraction"})
-                EXPECT_NEAR(picture.pixel(layer, x, y).r, seen, 1e-6f) << layer;
-        });
-        return error;
-    };
-    EXPECT_GT(worst(1), 0.4); // one sharp ray
-    const double coarse = worst(16), fine = worst(128);
-    EXPECT_LT(coarse, 0.2);
-    EXPECT_LT(fine, coarse / 2.5);
-}
-
-class RefractionSpread : public ::testing::TestWithParam<BlurredEdge> {};
-
-TEST_P(RefractionSpread, IsThatOfTheConesBaseAboutTheRefractedRay) {
-    const BlurredEdge& setUp = GetParam();
-    const RenderedScene picture(setUp.scene(256));
-    for (int x = 0; x < BlurredEdge::columns; ++x) {
-        double mean = 0;
-        for (int y = 0; y < BlurredEdge::rows; ++y) mean += picture.pixel("main", x, y).r / BlurredEdge::rows;
-        EXPECT_NEAR(mean, setUp.expected(x), 0.008) << x;
-    }
-}
-INSTANTIATE_TEST_SUITE_P(Glass, RefractionSpread,
-                         ::testing::Values(BlurredEdge{"Narrow", 0, 0.05f, 0},
-                                           BlurredEdge{"Slanting", 35, 0.1f, 0},
-                                           BlurredEdge{"HardlyBent", 35, 0.1f, 0, 1.1f},
-                                           BlurredEdge{"Pane", 50, 0.1f, 0.3f}),
-                         [](const auto& glass) { return std::string(glass.param.name); });
 
 /// A window before a wall that is black below y = 0 and white above, seen at 45 degrees.
 TEST(ChromaticAberration, BendsBlueMoreThanRedAndKeepsTheBeautyThePicture) {

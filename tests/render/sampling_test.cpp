@@ -154,6 +154,19 @@ INSTANTIATE_TEST_SUITE_P(Kinds, FilterEdge,
                          ::testing::Values(miFILTER_BOX, miFILTER_TRIANGLE, miFILTER_MITCHELL,
                                            miFILTER_LANCZOS));
 
+/// Nothing lies between the two negative lobes of an axis.
+TEST(PixelFilter, PlacesNegativeSamplesInItsLobes) {
+    const PixelFilter filter(miFILTER_MITCHELL, 0.0f, 0.0f);
+    for (int i = 0; i < 100000; ++i) {
+        const float u = static_cast<float>(i) / 100000.0f;
+        for (const float lobe : {0.0f, 0.99f}) {
+            const auto place = filter.place(3, u, u, lobe);
+            ASSERT_LT(place.weight, 0.0f);
+            ASSERT_GT(std::max(std::abs(place.x), std::abs(place.y)), 0.99f) << u;
+        }
+    }
+}
+
 TEST(PixelFilter, LeavesAnEvenPictureEvenForAnyNumberOfSamples) {
     for (const char kind : {miFILTER_MITCHELL, miFILTER_LANCZOS})
         for (const unsigned count : {1u, 4u, 16u}) {

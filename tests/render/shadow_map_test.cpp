@@ -36,7 +36,8 @@ INSTANTIATE_TEST_SUITE_P(
     Lights, ShadowMapOf,
     ::testing::Values(Lamp{"Directional", "orcaVelaDirectionalLight", "direction 0.6 -0.4 -1"},
                       Lamp{"Point", "orcaVelaPointLight", "origin -1 1.5 3"},
-                      Lamp{"Spot", "orcaVelaPointLight", "origin -1 1.5 4 direction 0.2 -0.3 -1 spread 0.3"}),
+                      Lamp{"Spot", "orcaVelaPointLight", "origin -1 1.5 4 direction 0.2 -0.3 -1 spread 0.3"},
+                      Lamp{"WideSpot", "orcaVelaPointLight", "origin 0 0 0.5 direction 0 0 -1 spread 0.5"}),
     [](const auto& lamp) { return lamp.param.name; });
 
 TEST_P(ShadowMapOf, CastsTheShadowsThatRaysFindAwayFromTheirEdges) {
@@ -95,6 +96,28 @@ TEST(ShadowMapSoftness, SpreadsTheEdgeOverItsDisc) {
         // A texel is a twentieth of the disc's radius wide.
         EXPECT_NEAR(picture.pixel("main", x, 0).r, share, 0.04) << d;
     }
+}
+
+/// Between the texels of a coarse map a shadow's edge is a ramp.
+TEST(ShadowMapFilter, RisesEvenlyAcrossAnEdge) {
+    TestScene s;
+    s.width = 33;
+    s.height = 1;
+    s.viewWidth = 3.3f;
+    s.extraOptions = "shadowmap on";
+    s.contents =
+        lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8) +
+        card("roof", "white", -20, 0, 2, 20, "visible off") +
+        "light \"sun\" \"orcaVelaDirectionalLight\" ( \"useDepthMapShadows\" on ) direction 0 0 -1 "
+        "shadowmap on shadowmap resolution 64 end light\ninstance \"sun_inst\" \"sun\" end instance\n";
+    const RenderedScene picture(s);
+    int between = 0;
+    for (int x = 1; x < 33; ++x) {
+        const float before = picture.pixel("main", x - 1, 0).r, here = picture.pixel("main", x, 0).r;
+        EXPECT_GE(here, before - 1e-5f) << x;
+        between += here > 0.01f && here < 0.99f;
+    }
+    EXPECT_GT(between, 6); // a texel is ten pixels wide
 }
 
 TEST(ShadowMapBias, LetsSurfacesNearerThanItShadeNothing) {

@@ -60,19 +60,6 @@ TEST(Mirror, StopsAtTheTighterOfTheLimits) {
     }
 }
 
-TEST(HardLight, ShinesOnceForEachSideOnBackFaces) {
-    for (const auto& [degrees, expected] : {std::pair(0.0f, 0.5f), std::pair(180.0f, 1.0f)}) {
-        TestScene scene;
-        scene.passes = {"beauty"};
-        scene.contents = surface("shiny", "orcaVelaPhong", "\"color\" 0 0 0 1, \"reflectivity\" 0") +
-                         turnedCard("card", "shiny", 0, 0, 0, 3, degrees) +
-                         directionalLight("sun", "\"useRayTraceShadows\" off", "0 0 -1");
-        const RenderedScene picture(scene);
-        EXPECT_NEAR(picture.middle().r, expected, 1e-5f);
-        EXPECT_EQ(picture.middle().r, picture.pixel("beauty", 8, 8).r);
-    }
-}
-
 /// The cone about the mirror direction is 0.2 radians wide; about half of it sees the glowing board.
 TEST(ReflectionBlur, ConvergesToTheConesMeanAndKeepsTheIdentity) {
     const auto worst = [](int samples) {

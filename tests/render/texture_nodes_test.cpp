@@ -45,6 +45,14 @@ TestScene showing(const std::string& nodes, const std::string& connection) {
     return scene;
 }
 
+/// The card shows the texture as it is looked up without a node.
+TestScene plate(const std::string& texture, const std::string& name) {
+    TestScene scene;
+    scene.contents = texture + "material \"plate\" \"orcaVelaImagePlane\" ( \"imageTexture\" \"" + name +
+                     "\", \"displayMode\" 2 ) end material\n" + texturedCard("card", "plate");
+    return scene;
+}
+
 TEST(FileTexture, AveragesTheTexelsThatAPixelCovers) {
     // Each pixel covers 4 x 4 texels of a gradient under strong noise.
     const Texel noisy = [](int x, int y) {
@@ -52,24 +60,51 @@ TEST(FileTexture, AveragesTheTexelsThatAPixelCovers) {
         h = (h ^ (h >> 7)) * 2654435761u;
         return static_cast<int>(80 + x) + (h >> 31 ? 60 : -60);
     };
-    const auto error = [&](const std::string& filter) {
-        const RenderedScene picture(
-            showing(pixels("noise", 64, 64, noisy) +
-                        "shader \"tex\" \"velaFileTexture\" ( \"texture\" \"noise\", " + filter + " )\n",
-                    "tex.outColor"));
+    const auto error = [&](const TestScene& scene) {
+        const RenderedScene picture(scene);
         double squares = 0.0;
-        for (int y = 0; y < 16; ++y)
-            for (int x = 0; x < 16; ++x) {
-                double box = 0.0;
-                for (int i = 0; i < 16; ++i) box += noisy(4 * x + i % 4, 4 * y + i / 4) / 255.0 / 16.0;
-                const double difference = picture.pixel("main", x, y).g - box;
-                squares += difference * difference;
-            }
+        picture.eachPixel([&](int x, int y) {
+            double box = 0.0;
+            for (int i = 0; i < 16; ++i) box += noisy(4 * x + i % 4, 4 * y + i / 4) / 255.0 / 16.0;
+            squares += std::pow(picture.pixel("main", x, y).g - box, 2);
+        });
         return std::sqrt(squares / 256);
     };
+    const std::string noise = pixels("noise", 64, 64, noisy);
+    const auto node = [&](const char* filter) {
+        return showing(noise + "shader \"tex\" \"velaFileTexture\" ( \"texture\" \"noise\", \"filter\" " +
+                           filter + " )\n",
+                       "tex.outColor");
+    };
     // A pyramid's filter is no box, so its noise differs; a single texel's is four times as strong.
-    EXPECT_LT(error("\"filter\" 1"), 0.045);
-    EXPECT_GT(error("\"filter\" 0"), 0.1);
+    EXPECT_LT(error(node("1")), 0.045);
+    EXPECT_GT(error(node("0")), 0.1);
+    // As the texture's own statement says.
+    EXPECT_LT(error(plate("filter 1 " + noise, "noise")), 0.045);
+    EXPECT_GT(error(plate(noise, "noise")), 0.1);
+}
+
+/// Texture coordinates that are not perpendicular: the footprint follows them.
+TEST(Textures, StaySharpAcrossTheirFootprintWhenTheyAreSheared) {
+    TestScene scene =
+        plate("filter 1 " + pixels("rows", 4, 16, [](int, int y) { return y % 4 < 2 ? 255 : 0; }), "rows");
+    const std::string straight = "0 0 0 1 0 0 1 1 0 0 1 0";
+    scene.contents.replace(scene.contents.find(straight), straight.size(), "0 0 0 1 0 0 2 1 0 1 1 0");
+    const RenderedScene picture(scene);
+    for (int y = 0; y < 16; ++y)
+        EXPECT_NEAR(picture.pixel("main", 8, y).g, y % 4 < 2 ? 1.0f : 0.0f, 0.15f) << y;
+}
+
+/// What has no texture coordinates is looked up at the origin, whatever was hit before.
+TEST(FileTexture, IsReadAtTheOriginWithoutCoordinates) {
+    TestScene scene =
+        showing(pixels("steps", 4, 1, [](int x, int) { return 85 * x; }) +
+                    "shader \"tex\" \"velaFileTexture\" ( \"texture\" \"steps\", \"filter\" 0 )\n",
+                "tex.outColor");
+    scene.contents += card("bare", "shown", 1.75f, 0, 1, 0.25f);
+    const RenderedScene picture(scene);
+    EXPECT_GT(picture.pixel("main", 13, 8).g, 0.9f);
+    EXPECT_NEAR(picture.pixel("main", 15, 8).g, 0.5f, 0.01f); // between the last texel and the first
 }
 
 struct Placement {
@@ -127,11 +162,11 @@ TEST(FileTexture, SaysThatAFileIsMissingAndShowsIt) {
 TEST(FileTexture, MakesProfilesLinearBeforeItFilters) {
     // Half black, half white under one wide footprint: half the light, not the light of the middle grey.
     TestScene scene =
-        showing("color texture \"halves\" colorprofile \"sRGB\" [ 2 1 ] '808080ffffffffff'\n"
+        showing("color texture \"halves\" colorprofile \"sRGB\" [ 2 1 ] '404040ffffffffff'\n"
                 "shader \"tex\" \"velaFileTexture\" ( \"texture\" \"halves\", \"filter\" 40 )\n",
                 "tex.outColor");
     const RenderedScene picture(scene);
-    EXPECT_NEAR(picture.pixel("main", 8, 8).g, (0.21586f + 1.0f) / 2, 2e-3f);
+    EXPECT_NEAR(picture.pixel("main", 8, 8).g, (0.05127f + 1.0f) / 2, 2e-3f);
 
     const RenderedScene color(showing("shader \"ramp\" \"velaRamp\" ( \"entries\" [ { \"value\" colorprofile "
                                       "\"sRGB\" 0.5019608 0 1 1 } ] )\n",

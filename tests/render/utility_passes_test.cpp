@@ -86,10 +86,22 @@ TEST(UtilityPasses, CoverageOfAnEdgeIsTheShareOfThePixel) {
     scene.extraOptions = "jitter 1";
     scene.contents = lambert("m", "") + card("half", "m", 0.35f, 0, 0, 1); // its left edge is at x = -0.65
     scene.utilityPasses = {{"coverage", "coverage", "orcaPassCoverage"}};
+    scene.cameraStatements = "framebuffer \"nearest\" datatype \"z\"\n";
     const RenderedScene picture(scene);
     EXPECT_NEAR(picture.pixel("coverage", 6, 8).r, 1.0f, 1e-4f);
     EXPECT_NEAR(picture.pixel("coverage", 5, 8).r, 0.6f, 0.02f); // the pixel spans -0.75 to -0.5
     EXPECT_EQ(picture.pixel("coverage", 4, 8).r, 0.0f);
+    for (int y = 4; y < 12; ++y) // samples beside the card hide nothing
+        EXPECT_FLOAT_EQ(picture.pixel("nearest", 5, y).r, 10.0f) << y;
+}
+
+TEST(DepthBuffers, TakeASampleOutsideThePixelWhereThereIsNoOther) {
+    TestScene scene;
+    scene.extraOptions = "jitter 1 filter gauss 3 3";
+    scene.cameraStatements = "framebuffer \"nearest\" datatype \"z\"\n";
+    scene.contents = glowing("m", "1 1 1") + card("wall", "m", 0, 0, 0, 8);
+    const RenderedScene picture(scene);
+    picture.eachPixel([&](int x, int y) { EXPECT_FLOAT_EQ(picture.pixel("nearest", x, y).r, 10.0f); });
 }
 
 TEST(UtilityPasses, OcclusionInACornerIsTheViewFactorOfTheWall) {

@@ -65,6 +65,13 @@ TEST(VisibleLights, HideWhatIsBehindAndAreHiddenByWhatIsBefore) {
     EXPECT_NEAR(picture.pixel("main", 1, 8).r, 0.2f, 1e-5f);
 }
 
+TEST(VisibleLights, AreSeenThroughVolumes) {
+    TestScene scene;
+    scene.cameraStatements = "volume \"testHaze\" ( \"color\" 0.05 0.1 0 1 )\n";
+    scene.contents = areaLight("disc 0 0 1 1");
+    EXPECT_NEAR(RenderedScene(scene).middle().r, 0.5f * std::exp(-0.5f), 1e-5f); // ten before the eye
+}
+
 /// With decay a lamp looks the same from anywhere: as bright as its light on a white surface right before it.
 TEST(VisibleLights, ShowTheirRadianceFromAnyDistance) {
     struct Lamp {

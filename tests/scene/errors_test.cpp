@@ -125,8 +125,8 @@ color texture "t" [ 2 2 ] '00' end
 => scene.mi:1:32: unknown statement "end"
 data "d" 1 [ '0102' ] end data
 => scene.mi:1:10: data "d" has 2 bytes, more than the 1 it announces
-object "o" visible group 0 0 0 1 0 0 1 1 0 v 0 v 1 v 9 c 0 1 2 end group end object
-=> scene.mi:1:52: object "o": vertex 2 takes vector 9, but there are 3, counted from 0
+object "o" visible group 0 0 0 1 0 0 1 1 0 v 0 v 1 v 3 c 0 1 2 end group end object
+=> scene.mi:1:52: object "o": vertex 2 takes vector 3, but there are 3, counted from 0
 object "o" visible group 0 0 0 1 0 0 1 1 0 v 0 v 1 v 2
 c 0 1 3 c 0 1 end group end object
 => scene.mi:2:1: object "o": polygon 0 takes vertex 3, but there are 3, counted from 0

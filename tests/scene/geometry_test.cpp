@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene_fixture.h"
 
+#include <array>
 #include <bit>
 
 namespace orca::scene {
@@ -69,7 +70,7 @@ object "o" visible on shadow off trace shadow 1 reflection 2 face back tag 9
         0 0 0  4 0 0  4 4 0  0 4 0    1 1 0  2 1 0  2 2 0    0 0 1   .1 .2 0  0.5 0 0
         v 0 n 7 t 8 t 9   v 1 n 7 t 8 t 9 8 9   v 2 n 7 t 8   v 3 d 1 2 m 9
         v 4  v 5  v 6
-        p "red" 0 1 2 3 hole 4 5 6
+        c "red" 0 1 2 3 hole 4 5 6
         c "blue" 0 1 2
         p 1 2 3
         approximate parametric 1 2
@@ -169,11 +170,31 @@ end group end object)mi";
                   .errors(),
               "test.mi:1:64: object \"o\", vertices of the trilist is not closed by a backquote after its 36 "
               "bytes\n");
-    SceneText tagged(
-        "object \"o\" visible tagged group trilist vertex 3 p triangle 1 [ 0 0 0 1 0 0 1 1 0 ] [ 4 0 1 2 ]\n"
-        "end trilist end group end object");
-    ASSERT_EQ(tagged.errors(), "");
-    EXPECT_EQ(tagged.find<ObjectElement>("o")->triangleLists[0].labels, std::vector<std::int32_t>{4});
+    SceneText tagged("object \"o\" visible tagged group trilist vertex 3 p triangle 2 [ 0 0 0 1 0 0 1 1 0 ] "
+                     "[ 4 0 1 9 5 0 1 2 ]\n"
+                     "end trilist end group end object");
+    EXPECT_NE(tagged.errors(), ""); // of the first triangle alone
+    EXPECT_EQ(tagged.find<ObjectElement>("o")->triangleLists[0].labels, std::vector<std::int32_t>{5});
+}
+
+TEST(Lights, AreOfTheKindThatTheirStatementsSay) {
+    const std::pair<const char*, int> cases[] = {{"origin 0 0 0", miLIGHT_ORIGIN},
+                                                 {"direction 0 0 -2", miLIGHT_DIRECTION},
+                                                 {"direction 0 0 -2 spread 0.5", miLIGHT_DIRECTION},
+                                                 {"origin 0 0 0 direction 0 0 -2", miLIGHT_ORIGIN},
+                                                 {"origin 0 0 0 direction 0 0 -2 spread 0.5", miLIGHT_SPOT}};
+    for (const auto& [statements, type] : cases) {
+        SceneText text(materials + std::string("light \"l\" \"f\" ( ) ") + statements +
+                       " rectangle 1 0 0 0 1 0 2 3 1 4 5 end light\n");
+        ASSERT_EQ(text.errors(), "");
+        const miLight& light = text.find<LightElement>("l")->light;
+        EXPECT_EQ(light.type, type) << statements;
+        if (type == miLIGHT_ORIGIN) continue;
+        EXPECT_EQ(light.direction.z, -1.0f);
+        EXPECT_EQ((std::array<long, 5>{light.samples_u, light.samples_v, light.low_level, light.low_samples_u,
+                                       light.low_samples_v}),
+                  (std::array<long, 5>{2, 3, 1, 4, 5}));
+    }
 }
 
 TEST(Instances, ClearStatementsWhoseValueIsLeftOut) {

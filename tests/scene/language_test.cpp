@@ -99,6 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
         ConditionalCase{
             "$ifneq \"{REG}\" \"yx\"\necho \"1\"\n$endif\n$ifdef \"${?HOME_OF_NOBODY}\"\necho \"2\"\n$endif",
             ""},
+        ConditionalCase{"$ifeq \"${?PATH}\" \"1\"\necho \"1\"\n$endif", "1"},
         ConditionalCase{"registry \"{E}\" echo \"from entry\" end registry\n$lookup \"{E}\"", "from entry"},
         ConditionalCase{"$endif", "test.mi:1:1: $endif without an $ifdef or $ifeq\n"},
         ConditionalCase{"$ifdef \"given\"", "test.mi:1:1: the conditional that begins here has no $endif\n"},

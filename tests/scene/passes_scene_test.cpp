@@ -2,6 +2,8 @@
 #include "scene/shader_list.h"
 #include "scene_fixture.h"
 
+#include <array>
+
 namespace orca::scene {
 namespace {
 
@@ -92,7 +94,7 @@ TEST_F(PassesScene, IncrementalChangesKeepWhatTheyDoNotMention) {
 incremental shader "surface1" "surface" ( "mode" 7 )
 incremental light "key" "point" ( "intensity" 5 ) end light
 incremental instance "quadA" transform 1 0 0 0 0 1 0 0 0 0 1 0 -2 0 0 1 end instance
-incremental camera "cam" framebuffer "depth" filtering on  resolution 64 32 end camera
+incremental camera "cam" framebuffer "depth" filtering on  resolution 64 32  window -3 -2 99 20 end camera
 incremental options "opt" samples 2 2 end options
 incremental instgroup "world" "cam_inst" "quadA" end instgroup
 incremental object "quad" group 0 0 0 1 0 0 1 1 0 v 0 v 1 v 2 c 0 1 2 end group end object
@@ -119,7 +121,8 @@ render "world" "cam_inst" "opt"
     ASSERT_EQ(camera->framebuffers.size(), 2u);
     EXPECT_EQ(camera->framebuffers[1].filtering, std::optional<bool>(true));
     EXPECT_EQ(camera->framebuffers[1].datatype, "z");
-    EXPECT_EQ(camera->camera.window.xh, 63);
+    const auto& window = camera->camera.window;
+    EXPECT_EQ((std::array{window.xl, window.yl, window.xh, window.yh}), (std::array{0, 0, 63, 20}));
     const auto* light = text.find<LightElement>("key");
     EXPECT_EQ(numbers(light->light.shader)[0], 0.5f);
     EXPECT_EQ(numbers(light->light.shader)[5], 5.0f);

@@ -9,7 +9,7 @@ constexpr const char* phenomenonScene = R"mi(
 declare shader color "mix" ( color "a", color "b" default 9 9 9 9, scalar "w" default 0.5, array scalar "list" )
 end declare
 declare shader scalar "noise" ( scalar "size" default 1 ) end declare
-declare phenomenon color "layered" ( color "base" default 1 0 0 1, scalar "size", struct "extra" { color "top" },
+declare phenomenon color "layered" ( color "base" default 1 0 0 1, scalar "size", struct "extra" { scalar "weight", color "top" },
                                      array scalar "list" )
     version 1
     shader "n" "noise" ( "size" = interface "size" )
@@ -26,6 +26,9 @@ shader "p" "layered" ( "size" 2, "list" [ 1, 2 ] )
 shader "q" "layered" ( "base" = "p", "extra" { "top" 3 3 3 3 } )
 shader "t" "twice" ( "c" 5 6 7 8 )
 shader "user" "mix" ( "a" = "q" )
+declare shader struct { color "c", struct "extra" { scalar "weight", color "top" } } "many" ( ) end declare
+shader "many1" "many" ( )
+shader "r" "layered" ( "extra" = "many1.extra" )
 )mi";
 
 TEST(Phenomena, AreExpandedWithTheValuesOfEachUse) {
@@ -51,6 +54,9 @@ TEST(Phenomena, AreExpandedWithTheValuesOfEachUse) {
     EXPECT_EQ(floats(q)[4], 3.0f);
     EXPECT_EQ(floats(source(q, 8))[0], 0.0f);
     EXPECT_NE(source(q, 8), source(p, 8));
+    const auto* r = text.find<FunctionElement>("r"); // a member of a member of what is connected
+    EXPECT_EQ(r->values[1].connection.source, text.tag("many1"));
+    EXPECT_EQ(r->values[1].connection.memberOffset, 20);
     // A phenomenon inside another one.
     const auto* t = text.find<FunctionElement>("t");
     EXPECT_EQ(floats(t)[4], 5.0f);

@@ -59,6 +59,10 @@ DLLEXPORT miBoolean testNotANumber(miColor* result, miState*, void*) {
     result->r = std::numeric_limits<float>::quiet_NaN();
     return miTRUE;
 }
+DLLEXPORT miBoolean testRefuses(miColor* result, miState*, void*) {
+    *result = {1, 1, 1, 1};
+    return miFALSE;
+}
 DLLEXPORT miBoolean testFails(miColor*, miState*, void*) {
     throw std::runtime_error("the test shader gives up");
 }
@@ -76,6 +80,14 @@ DLLEXPORT miBoolean testOcclusion(miColor* result, miState* state, OcclusionPara
     miScalar occlusion = -1.0f;
     const miBoolean delivered = mi_ambient_occlusion(&occlusion, state, &request);
     *result = {occlusion, occlusion, occlusion, 1.0f};
+    return delivered;
+}
+
+/// A lens that shows what it finds in its state behind the ray.
+DLLEXPORT miBoolean testLensFindings(miColor* result, miState* state, void*) {
+    const miBoolean delivered = mi_trace_eye(result, state, &state->org, &state->dir);
+    *result = {state->motion.x, state->point.z, static_cast<float>(state->dist),
+               static_cast<float>(state->label)};
     return delivered;
 }
 

@@ -41,6 +41,8 @@ declare shader color "testFlat" ( color "color" default 1 1 1 1 ) apply texture,
 declare shader color "testNotANumber" ( ) end declare
 declare shader color "testFails" ( ) end declare
 declare shader color "testLightFog" ( array light "lights" ) version 1 end declare
+declare shader color "testRefuses" ( ) end declare
+declare shader color "testLensFindings" ( ) end declare
 declare shader color "testOcclusion" ( integer "rays" default -1, vector "axis" default 0 0 1,
     scalar "spread" default -2, scalar "scale" default 1, scalar "near" default -1, scalar "far" default -1,
     integer "mode" default -1 ) end declare
@@ -207,7 +209,8 @@ std::string TestScene::text() const {
                     "\"FrameBufferTypeCounts\" [ {} ] )\nend data\n",
                     utilityNames, records, counts);
     const bool hasBlock = !passes.empty() || !utilityPasses.empty();
-    const bool usesTestShaders = (beforeCamera + cameraStatements + contents).find("\"test") != contents.npos;
+    const bool usesTestShaders =
+        (lens + beforeCamera + cameraStatements + contents).find("\"test") != contents.npos;
     return fmt::format(
         "{}options \"opt\"\nobject space\nsamples {}\njitter 0\nfilter box 1 1\ntrace on\nshadow {}\n"
         "trace depth {}\n{}\n"

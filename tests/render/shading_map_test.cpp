@@ -7,28 +7,6 @@
 namespace orca::test {
 namespace {
 
-/// A stack of layers is the stack of cards that it stands for.
-TEST(LayeredMaterials, LookLikeTheCardsTheyStandFor) {
-    const std::string film =
-        "\"color\" 0.4 0.8 0.3 1, \"transparency\" 0.6 0.5 0.2 1, \"ambientColor\" 0.1 0 0.1 1";
-    const std::string paint = "\"color\" 0.9 0.2 0.1 1, \"ambientColor\" 0 0.3 0.2 1";
-    const std::string sun = directionalLight("sun", "\"intensity\" 0.7", "0 0 -1");
-    TestScene layers, cards;
-    layers.contents =
-        sun + "shader \"a\" \"orcaVelaLambert\" ( " + film + " )\nshader \"b\" \"orcaVelaLambert\" ( " +
-        paint + " )\n" +
-        surface("both", "orcaVelaLayeredShader",
-                "\"layers\" [ { \"color\" = \"a.outColor\", \"transparency\" = \"a.outTransparency\" }, "
-                "{ \"color\" = \"b.outColor\", \"transparency\" = \"b.outTransparency\" } ]") +
-        card("one", "both", 0, 0, 0, 1);
-    cards.contents = sun + lambert("film", film, "1 1 1 1") + lambert("paint", paint) +
-                     card("one", "film", 0, 0, 0.5f, 1) + card("two", "paint", 0, 0, 0, 1);
-    const RenderedScene stack(layers), apart(cards);
-    EXPECT_GT(apart.middle().r, 0.1f);
-    stack.eachPixel(
-        [&](int x, int y) { expectColor(stack.pixel("main", x, y), apart.pixel("main", x, y), 1e-6f); });
-}
-
 /// The map is a picture of its own coordinates, so that what is seen says where it was looked up.
 TEST(ShadingMaps, LookUpWhereTheShadedColourSays) {
     TestScene scene;
