@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "input_files.h"
 
+#include "image/light_profile.h"
+
 #include <filesystem>
+#include <fstream>
 #include <set>
+#include <sstream>
 
 namespace orca::app {
 
@@ -16,11 +20,22 @@ InputFile fileOf(const scene::TextureElement& texture, const image::Textures& te
             !found};
 }
 
-InputFile fileOf(const scene::LightProfileElement& profile) {
-    const fs::path path = fs::path(profile.sceneDirectory) / profile.file; // an absolute file stays as it is
+InputFile fileAt(const fs::path& path, const scene::LightProfileElement& profile) {
     std::error_code ignored;
     return {path.string(), fmt::format("light profile \"{}\"", profile.name), profile.location,
             !fs::is_regular_file(path, ignored)};
+}
+
+/// The file that a profile names for the tilt of its lamp; empty when it names none.
+fs::path tiltFileOf(const fs::path& path) {
+    std::stringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    try {
+        const std::string file = image::readIes(text.str()).tiltFile;
+        return file.empty() ? fs::path() : path.parent_path() / file;
+    } catch (const image::LightProfileError&) {
+        return {}; // is reported where the profile is used
+    }
 }
 
 } // namespace
@@ -40,7 +55,10 @@ std::vector<InputFile> inputFiles(const scene::Scene& scene, const image::Textur
         if (const auto* texture = database.find<scene::TextureElement>(tag)) {
             if (!texture->file.empty()) add(fileOf(*texture, textures));
         } else if (const auto* profile = database.find<scene::LightProfileElement>(tag)) {
-            add(fileOf(*profile));
+            const fs::path path = fs::path(profile->sceneDirectory) / profile->file; // or absolute
+            add(fileAt(path, *profile));
+            if (profile->format != scene::LightProfileElement::Format::Ies) continue;
+            if (const fs::path tilt = tiltFileOf(path); !tilt.empty()) add(fileAt(tilt, *profile));
         }
     }
     return files;

@@ -18,6 +18,8 @@
 #include <string>
 #include <utility>
 
+#include <sys/resource.h>
+
 namespace orca::app {
 
 namespace {
@@ -76,12 +78,22 @@ int renderAll(const CommandLine& command, Log& log) {
     return exitCode == exitRendered && !counted ? exitNotWritten : exitCode;
 }
 
+/// Rays that nest deeply run shaders within shaders, on the first thread as on the others.
+void raiseStackLimit() {
+    constexpr rlim_t wanted = rlim_t{64} << 20;
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_STACK, &limit) != 0 || limit.rlim_cur >= wanted) return;
+    limit.rlim_cur = std::min(wanted, limit.rlim_max);
+    ::setrlimit(RLIMIT_STACK, &limit); // where it is refused, the limit stays
+}
+
 } // namespace
 
 } // namespace orca::app
 
 int main(int argc, char** argv) {
     using namespace orca::app;
+    raiseStackLimit();
     const ParsedCommandLine parsed = parseCommandLine(argc, argv);
     if (!parsed.command) return parsed.exitCode;
     if (parsed.command->listsPasses) {

@@ -15,7 +15,7 @@ namespace orca::app {
 
 namespace {
 
-constexpr long graceNanoseconds = 150'000'000;
+constexpr long graceNanoseconds = 100'000'000;
 
 std::atomic<bool> stopping{false};
 std::atomic<int> received{0};
@@ -82,7 +82,7 @@ void StopSignal::watch() {
     while (waited != 0 && errno == EINTR);
     if (waited == 0) return;
     image::removeTemporaryFiles();
-    say("MAIN 0.0   warning: interrupted: the process ends at once; files that are complete stay\n");
+    say("MAIN 0.0   warning: interrupted: what is not complete was not written\n");
     ::_exit(exitCode());
 }
 

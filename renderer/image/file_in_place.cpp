@@ -5,11 +5,13 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <set>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <linux/magic.h>
@@ -28,6 +30,7 @@ namespace fs = std::filesystem;
 
 constexpr int waitMilliseconds = 50; // between looks at the stop request
 constexpr const char* interrupted = "interrupted";
+constexpr std::string_view temporaryMark = ".orca-partial.";
 
 [[noreturn]] void fail(const std::string& reason) {
     throw std::runtime_error(reason);
@@ -105,7 +108,7 @@ void checkDirectory(const fs::path& directory) {
 /// What the names of all temporary files for `file` begin with.
 std::string temporaryPrefix(const fs::path& file) {
     constexpr std::size_t longest = 200; // bytes; a name may have 255
-    return ".orca-partial." + file.filename().string().substr(0, longest) + ".";
+    return std::string(temporaryMark) + file.filename().string().substr(0, longest) + ".";
 }
 
 std::string randomWord() {
@@ -117,16 +120,29 @@ std::string randomWord() {
     return word;
 }
 
-/// Temporary files that killed processes have left. Those of living ones are locked.
+/// Names of temporary files that were in a directory when this process first wrote there.
+const std::vector<std::string>& leftoversIn(const fs::path& directory) {
+    static std::mutex mutex;
+    static std::map<fs::path, std::vector<std::string>> known; // directories of sequences are large
+    const std::lock_guard lock(mutex);
+    const auto [names, isNew] = known.try_emplace(directory);
+    if (!isNew) return names->second;
+    std::error_code problem;
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory, problem)) {
+        std::string name = entry.path().filename().string();
+        if (name.starts_with(temporaryMark)) names->second.push_back(std::move(name));
+    }
+    return names->second;
+}
+
+/// Removes what killed processes have left. The files of living ones are locked.
 void removeLeftovers(const fs::path& file) {
     const std::string prefix = temporaryPrefix(file);
-    std::error_code problem;
-    for (const fs::directory_entry& entry : fs::directory_iterator(directoryOf(file), problem)) {
-        const std::string name = entry.path().filename().string();
+    for (const std::string& name : leftoversIn(directoryOf(file))) {
         if (!name.starts_with(prefix) || name.size() != prefix.size() + 16) continue;
-        const Descriptor leftover(::open(entry.path().c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
-        if (leftover.get() >= 0 && ::flock(leftover.get(), LOCK_EX | LOCK_NB) == 0)
-            ::unlink(entry.path().c_str());
+        const fs::path path = directoryOf(file) / name;
+        const Descriptor leftover(::open(path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+        if (leftover.get() >= 0 && ::flock(leftover.get(), LOCK_EX | LOCK_NB) == 0) ::unlink(path.c_str());
     }
 }
 

@@ -114,6 +114,15 @@ void displace(geometry::SceneGeometry& geometry, const FrameParts& parts,
     geometry.finish(displacementView(frame), std::ref(calls), &options);
 }
 
+/// A picture that can only be black is rarely intended.
+void warnOfNothing(const FrameParts& parts, Log& log) {
+    const miCamera& camera = parts.camera;
+    if (parts.geometry.meshInstances().empty() && parts.lights.visible().empty() && !camera.lens &&
+        !camera.volume && !camera.environment)
+        log.warning("RNDR", "there is nothing to see: no object, visible light, environment, lens or volume "
+                            "shader is in the picture");
+}
+
 /// False when the render was stopped.
 bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film) {
     AdaptiveSampler::Pass pass = sampler.first();
@@ -195,6 +204,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
         .stop = settings.stop,
     };
     displace(geometry, parts, picture.options, threads);
+    warnOfNothing(parts, log_);
     const double buildSeconds = building.seconds();
 
     const Stopwatch rendering;

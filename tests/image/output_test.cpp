@@ -103,11 +103,14 @@ TEST_F(Output, OfAStrictRunMustBeAllThatTheSceneAsksFor) {
 
     scene("inner.mi", grayCard);
     scene("outer.mi", "color texture \"gone\" \"gone.tif\"\ncolor texture \"wood\" \"wood.tif\"\n"
+                      "lightprofile \"p\" format ies file \"lamp.ies\" end lightprofile\n"
                       "$include \"inner.mi\"\n" +
                           std::string(renderIt));
     scene("wood.tif", "");
+    scene("lamp.ies", "IESNA:LM-63-1995\nTILT=lamp.tilt\n1 1000 1 1 1 1 1 0 0 0\n1 1 0\n0\n0\n100\n");
+    scene("lamp.tilt", "");
     EXPECT_EQ(run("outer.mi --list-inputs -v 1"), 3);
-    EXPECT_EQ(output, "inner.mi\nouter.mi\nwood.tif\n");
+    EXPECT_EQ(output, "inner.mi\nlamp.ies\nlamp.tilt\nouter.mi\nwood.tif\n");
 }
 
 TEST_F(Output, FollowsLinksKeepsTheModeAndStreamsIntoFifos) {

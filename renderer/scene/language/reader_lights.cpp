@@ -228,11 +228,25 @@ void Reader::readShadowMap(LightElement& element, const SourceLocation& location
         withoutEffect(LogLevel::Warning, location, fmt::format("light \"{}\"", element.name),
                       std::string("shadowmap ") + word, reason);
     };
+    const auto notNegative = [&](std::string_view of) {
+        const Token at = peek();
+        const float value = number(of);
+        if (!(value >= 0.0f))
+            fail(at, "light \"{}\": {} must be at least 0, not {}", element.name, of, value);
+        return value;
+    };
+    const auto samples = [&] {
+        const Token at = peek();
+        const int count = integer("the number of samples");
+        if (count < 0)
+            fail(at, "light \"{}\": the number of samples must be at least 0, not {}", element.name, count);
+        return count;
+    };
     if (const std::optional<bool> on = acceptBoolean()) {
         light.use_shadow_maps = *on;
     } else if (accept("detail")) {
         if (accept("samples")) {
-            light.shadowmap_samples = integer("the number of samples");
+            light.shadowmap_samples = samples();
         } else {
             light.use_shadow_maps = miTRUE;
             ignored("detail", "shadow maps hold depths alone; transparent things cast full shadows in them");
@@ -240,11 +254,11 @@ void Reader::readShadowMap(LightElement& element, const SourceLocation& location
     } else if (accept("resolution")) {
         light.shadowmap_resolution = positiveInteger("the shadow map's resolution");
     } else if (accept("samples")) {
-        light.shadowmap_samples = integer("the number of samples");
+        light.shadowmap_samples = samples();
     } else if (accept("softness")) {
-        light.shadowmap_softness = number("the softness");
+        light.shadowmap_softness = notNegative("the softness");
     } else if (accept("bias")) {
-        light.shadowmap_bias = number("the bias");
+        light.shadowmap_bias = notNegative("the bias");
     } else if (accept("accuracy")) {
         number("the accuracy");
         ignored("accuracy", "a map has the resolution that is given, or 512");
