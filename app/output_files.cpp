@@ -192,7 +192,11 @@ bool OutputFiles::check(const PictureFiles& files, const render::Picture& pictur
         fs::create_directories(files.layerDirectory, problem);
     }
     bool good = true;
-    for (const Planned& file : plan) good = image::canWrite(file.path, log_) && good;
+    for (const Planned& file : plan) {
+        const bool writable = image::canWrite(file.path, log_);
+        if (file.path == command_.statisticsFile) mayWriteStatistics_ = writable;
+        good = good && writable;
+    }
     return good && checkSpace(plan);
 }
 

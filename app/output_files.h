@@ -43,7 +43,7 @@ public:
     /// Writes a finished picture. False, with messages, when something could not be written.
     [[nodiscard]] bool write(const PictureFiles& files, const render::FrameResult& result) const;
 
-    /// True when a check has found that the statistics' file is no other file of the run.
+    /// True when a check has found that the statistics' file can be written and is no other file of the run.
     [[nodiscard]] bool mayWriteStatistics() const { return mayWriteStatistics_; }
 
     /// Prints files, parts and channels to standard output.

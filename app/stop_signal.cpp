@@ -15,7 +15,7 @@ namespace orca::app {
 
 namespace {
 
-constexpr long graceNanoseconds = 100'000'000;
+constexpr long graceNanoseconds = 80'000'000;
 
 std::atomic<bool> stopping{false};
 std::atomic<int> received{0};

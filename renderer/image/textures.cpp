@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <mutex>
 #include <optional>
 #include <tuple>
@@ -84,6 +85,11 @@ std::optional<std::string> firstFile(const std::vector<std::string>& candidates)
 /// Why the cache would end the process over a file's header; empty for what it can read, and for what it says
 /// itself that it cannot.
 std::string whyUnusable(const std::string& path) {
+    unsigned char start[4] = {}; // of an SGI file: two bytes that name the format, storage, bytes of a sample
+    std::ifstream(path, std::ios::binary).read(reinterpret_cast<char*>(start), sizeof start);
+    const int sampleBytes = start[3];
+    if (start[0] == 0x01 && start[1] == 0xda && sampleBytes != 1 && sampleBytes != 2)
+        return fmt::format("its header says {} bytes a sample, and 1 and 2 are possible", sampleBytes);
     const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(path);
     if (!input) {
         static_cast<void>(OIIO::geterror()); // clears it
