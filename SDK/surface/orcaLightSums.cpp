@@ -3,20 +3,6 @@
 
 #include "orcaComposite.h"
 
-LightSums& LightSums::operator+=(const LightSums& other) noexcept {
-    ambient += other.ambient;
-    ambientUnshadowed += other.ambientUnshadowed;
-    diffuse += other.diffuse;
-    diffuseUnshadowed += other.diffuseUnshadowed;
-    translucence += other.translucence;
-    specular += other.specular;
-    specularUnshadowed += other.specularUnshadowed;
-    scattered += other.scattered;
-    shadow += other.shadow;
-    light += other.light;
-    return *this;
-}
-
 LightSums& LightSums::operator*=(miScalar f) noexcept {
     for (miColor* color : {&ambient, &ambientUnshadowed, &diffuse, &diffuseUnshadowed, &translucence,
                            &specular, &specularUnshadowed, &scattered})

@@ -26,3 +26,18 @@ struct LightSums {
     /// Luminance of the terms that a component mask selects, with the shadow and light sums.
     [[nodiscard]] miScalar selected(miUint componentMask) const noexcept;
 };
+
+// For each light of a hit: inline, so that the compiler knows that the two sums do not overlap.
+inline LightSums& LightSums::operator+=(const LightSums& other) noexcept {
+    ambient += other.ambient;
+    ambientUnshadowed += other.ambientUnshadowed;
+    diffuse += other.diffuse;
+    diffuseUnshadowed += other.diffuseUnshadowed;
+    translucence += other.translucence;
+    specular += other.specular;
+    specularUnshadowed += other.specularUnshadowed;
+    scattered += other.scattered;
+    shadow += other.shadow;
+    light += other.light;
+    return *this;
+}
