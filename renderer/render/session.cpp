@@ -60,14 +60,22 @@ private:
     miTag tag_;
 };
 
+SampledArea sampledArea(const Picture& picture) {
+    const miCamera& camera = picture.camera();
+    const miOptions& options = picture.options.options;
+    return SampledArea(camera.x_resolution, camera.y_resolution, picture.window(), options.min_samples,
+                       options.max_samples);
+}
+
 /// Null, with a message, when there is too little memory. Checked before the first page is touched: a system
 /// that overcommits memory would kill the process later.
-std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWindow& window, Log& log) {
-    const std::size_t needed = Film::bytesNeeded(buffers, window);
+std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWindow& window,
+                             const SampledArea& area, Log& log) {
+    const std::size_t needed = Film::bytesNeeded(buffers, area.sampled());
     const auto machine =
         static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     try {
-        if (needed < machine) return std::make_unique<Film>(buffers, window);
+        if (needed < machine) return std::make_unique<Film>(buffers, window, area.sampled());
     } catch (const std::bad_alloc&) { // a limit of the process
     }
     log.error("RNDR",
@@ -167,7 +175,8 @@ Session::~Session() {
 
 std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings& settings) {
     const Stopwatch building;
-    auto allocated = filmOf(asked.framebuffers(), asked.window(), log_);
+    const SampledArea area = sampledArea(asked);
+    auto allocated = filmOf(asked.framebuffers(), asked.window(), area, log_);
     if (!allocated) return nullptr;
     auto result = std::make_unique<FrameResult>(std::move(asked), std::move(allocated));
     Picture& picture = result->picture();
@@ -213,7 +222,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     parts.shadowMaps = &shadowMaps;
     if (parts.gather.spacing > 0) parts.gatherCaches = &gatherCaches;
     const Frame frame(parts);
-    AdaptiveSampler sampler(picture.window(), options.min_samples, options.max_samples, contrastOf(frame));
+    AdaptiveSampler sampler(area, contrastOf(frame));
     TileRenderer tiles(frame, film, settings.progress, threads, sampler.passesAtMost());
     const bool complete = gatherPrepass(tiles, frame, gatherCaches) && renderPasses(tiles, sampler, film);
     tiles.close();

@@ -83,12 +83,12 @@ void TileRenderer::renderPixel(Worker& worker, const AdaptiveSampler::Pass& pass
         if (pass.endSample == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
         renderEyeSample(worker.context, x, y, placement);
         if (frame_.stopped()) return; // its rays may have been refused
-        film_.add(x, y, placement, worker.context.sampleWords.data());
+        film_.add(film_.pixel(x, y), placement, worker.context.sampleWords.data());
     }
 }
 
 void TileRenderer::renderTile(Worker& worker, const AdaptiveSampler::Pass& pass, const PixelWindow& tile) {
-    const PixelWindow& window = film_.window();
+    const PixelWindow& window = film_.sampledWindow();
     const auto wanted = [&](int x, int y) {
         return pass.pixels.empty() || pass.pixels[static_cast<std::size_t>(y - window.yl) *
                                                       static_cast<std::size_t>(window.width()) +
@@ -131,7 +131,7 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
 }
 
 bool TileRenderer::render(const AdaptiveSampler::Pass& pass) {
-    const std::vector<PixelWindow> tiles = tilesOf(film_.window(), tileSize_);
+    const std::vector<PixelWindow> tiles = tilesOf(film_.sampledWindow(), tileSize_);
     std::atomic<std::size_t> done{0};
     std::mutex reporting;
     const bool complete = inParallel(tiles.size(), [&](Worker& worker, std::size_t tile) {

@@ -68,16 +68,32 @@ TEST(AdaptiveSampler, TakesAlphaForContrastAndItsOwnSamplesForEvidence) {
     EXPECT_EQ(samples("0 0 0", -1.9f), 256u + 16 * (15 + 63 + 12));
 }
 
-TEST(Windows, RenderTheirPixelsAloneAndTheSameAsTheWholePicture) {
-    const RenderedScene whole(fadingFloor("1 1"));
-    TestScene cut = fadingFloor("1 1");
-    cut.cameraStatements = "window 10 5 29 14\n";
-    const RenderedScene part(cut);
-    EXPECT_EQ(part.width(), 20);
-    EXPECT_EQ(part.height(), 10);
-    for (int y = 0; y < 10; ++y)
-        for (int x = 0; x < 20; ++x)
-            EXPECT_EQ(part.pixel("main", x, y).r, whole.pixel("main", x + 10, y + 5).r) << x << ", " << y;
+/// A window takes samples around it where decisions at its border depend on them.
+TEST(Windows, HoldTheSamePixelsAsTheWholePicture) {
+    for (const char* samples : {"1 1", "0 1", "0 2", "1 3", "-1 0", "-2 1", "-3 2"}) {
+        SCOPED_TRACE(samples);
+        const RenderedScene whole(fadingFloor(samples).text());
+        const int left[] = {0, 10, 33, 61}, bottom[] = {0, 19, 22, 43};
+        for (int column = 0; column < 3; ++column)
+            for (int line = 0; line < 3; ++line) {
+                RenderedScene::Settings settings;
+                settings.window = render::PixelWindow{left[column], bottom[line], left[column + 1] - 1,
+                                                      bottom[line + 1] - 1};
+                const auto [xl, yl, xh, yh] = *settings.window;
+                const RenderedScene part(fadingFloor(samples).text(), settings);
+                ASSERT_EQ(part.width(), xh - xl + 1);
+                ASSERT_EQ(part.height(), yh - yl + 1);
+                for (int y = yl; y <= yh; ++y)
+                    for (int x = xl; x <= xh; ++x)
+                        for (const char* buffer : {"main", "beauty", "normal"}) {
+                            const miColor a = part.pixel(buffer, x - xl, y - yl);
+                            const miColor b = whole.pixel(buffer, x, y);
+                            ASSERT_TRUE(a.r == b.r && a.g == b.g && a.b == b.b && a.a == b.a)
+                                << buffer << " " << x << ", " << y << " of the window at " << xl << ", "
+                                << yl;
+                        }
+            }
+    }
 }
 
 TEST(Cameras, ShiftTheirPictureByTheOffsetAndClipAlongTheirAxis) {

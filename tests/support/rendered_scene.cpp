@@ -77,6 +77,7 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
         picture.options.options.task_size = settings.tileSize;
         if (settings.resolution)
             picture.setResolution(settings.resolution->first, settings.resolution->second);
+        if (settings.window) picture.setWindow(*settings.window);
         auto result = session_.render(std::move(picture), {settings.threads, settings.stop, {}});
         if (result) results_.push_back(std::move(result));
         return true;

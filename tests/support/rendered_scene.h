@@ -60,6 +60,7 @@ public:
         bool includeLibrary = true; ///< link orca.so and velabase.so and include their declarations first
         bool isFile = false;        ///< the text is the path of a scene file
         std::optional<std::pair<int, int>> resolution;
+        std::optional<render::PixelWindow> window;
         const std::atomic<bool>* stop = nullptr;
     };
     explicit RenderedScene(const std::string& text) : RenderedScene(text, Settings()) {}

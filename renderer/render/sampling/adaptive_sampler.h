@@ -2,6 +2,7 @@
 #pragma once
 
 #include "render/film/film.h"
+#include "render/sampling/sampled_area.h"
 
 #include <shader.h>
 
@@ -10,17 +11,15 @@
 
 namespace orca::render {
 
-/// Decides where a picture needs more samples. Works on finished passes over the whole picture, so the
-/// decision does not depend on tiles or threads.
+/// Decides where a picture needs more samples. Works on finished passes over the whole area, so the decision
+/// does not depend on tiles or threads.
 class AdaptiveSampler {
 public:
-    /// Levels as in the options: level n is 4^n samples a pixel, a negative level one sample every 2^-n
-    /// pixels.
-    AdaptiveSampler(const PixelWindow& window, int minLevel, int maxLevel, const miColor& contrast);
+    AdaptiveSampler(const SampledArea& area, const miColor& contrast);
 
     /// A pass: these pixels take samples `firstSample` to `endSample` - 1.
     struct Pass {
-        std::vector<std::uint8_t> pixels; ///< one per window pixel; empty: all
+        std::vector<std::uint8_t> pixels; ///< one per pixel of the sampled area; empty: all
         unsigned firstSample, endSample;
     };
     /// First pass, the same for every picture.
@@ -30,15 +29,17 @@ public:
     /// Fills the pixels that took no sample from their neighbours.
     void fillGaps(Film& film) const;
 
-    [[nodiscard]] int passesAtMost() const { return maxLevel_ - minLevel_ + 1; }
+    [[nodiscard]] int passesAtMost() const { return area_.maxLevel() - area_.minLevel() + 1; }
 
 private:
     [[nodiscard]] bool differs(const miColor& a, const miColor& b) const;
     [[nodiscard]] bool pixelNeedsMore(const Film& film, int x, int y) const;
-    Pass refineGrid(const Film& film, int stride) const;
+    [[nodiscard]] std::vector<std::uint8_t> noPixels() const;
+    [[nodiscard]] std::size_t index(int x, int y) const;
+    [[nodiscard]] Pass refineGrid(const Film& film) const;
+    [[nodiscard]] Pass refinePixels(const Film& film) const;
 
-    PixelWindow window_;
-    int minLevel_, maxLevel_;
+    SampledArea area_;
     int level_;
     miColor contrast_;
 };
