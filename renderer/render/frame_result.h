@@ -37,6 +37,7 @@ public:
 
     RenderStatistics statistics;
     bool interrupted = false;
+    bool isResumable = false;           ///< it was interrupted, and a checkpoint holds what is rendered
     std::vector<std::string> unwritten; ///< user buffers that no shader wrote
 
 private:

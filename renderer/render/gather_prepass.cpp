@@ -30,28 +30,32 @@ std::vector<GridPoint> gridPoints(int width, int height, int spacing, bool all) 
 
 } // namespace
 
-bool gatherPrepass(TileRenderer& tiles, const Frame& frame, GatherCaches& caches) {
-    if (frame.gather.spacing == 0) return true;
+bool gatherPrepass(TileRenderer& tiles, const Frame& frame, const GatherCaches& caches, RenderState& state) {
+    if (frame.gather.spacing == 0 || state.gatherIsDone()) return true;
     const auto start = std::chrono::steady_clock::now();
     const int width = frame.camera.x_resolution, height = frame.camera.y_resolution;
     // The first points find no records of bounces and cost the most: begin with the picture's corners.
-    int spacing = frame.gather.spacing;
-    while (spacing < std::max(width, height)) spacing *= 2;
-    for (bool first = true; spacing >= frame.gather.spacing; spacing /= 2, first = false) {
-        const std::vector<GridPoint> points = gridPoints(width, height, spacing, first);
-        std::vector<PendingGatherRecords> pending(points.size());
-        const bool complete = tiles.forEach(points.size(), [&](RenderContext& context, std::size_t i) {
+    int coarsest = frame.gather.spacing;
+    while (coarsest < std::max(width, height)) coarsest *= 2;
+    int spacing = state.gridSpacing() >= 0 ? state.gridSpacing() : coarsest;
+    for (; spacing >= frame.gather.spacing; spacing /= 2) {
+        const std::vector<GridPoint> points = gridPoints(width, height, spacing, spacing == coarsest);
+        state.beginGrid(spacing, points.size());
+        const auto gather = [&](RenderContext& context, std::size_t i) {
+            if (state.isFinished(i)) return;
             context.sampler.startSample(frame.seed, points[i].x, points[i].y, 0);
-            context.pendingGatherRecords = &pending[i];
+            context.pendingGatherRecords = &state.pending(i);
             renderEyeSample(context, points[i].x, points[i].y, {0.0f, 0.0f, 1.0f}, gatherPhase);
             context.pendingGatherRecords = nullptr;
-        });
-        if (!complete) return false;
-        for (const PendingGatherRecords& ofPoint : pending) caches.add(ofPoint);
+        };
+        const auto finish = [&](std::size_t i, const RenderTally& since) { state.finishPoint(i, since); };
+        if (!tiles.forEach(points.size(), gather, finish)) return false;
+        state.finishGrid();
     }
+    state.finishGather();
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
     frame.log.info("RNDR", "gather prepass: {} records, and {} between bounces, in {:.1f} s",
-                   caches.of(0).size(), caches.of(1).size(), taken.count());
+                   caches.of(0).records().size(), caches.of(1).records().size(), taken.count());
     return true;
 }
 

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "render/checkpoint/checkpoint_settings.h"
+
 #include <atomic>
 #include <functional>
+#include <optional>
 
 namespace orca::render {
 
@@ -11,6 +14,7 @@ struct RenderSettings {
     int threads = 0;                            ///< 0: all processors
     const std::atomic<bool>* stop = nullptr;    ///< set by a signal; the render ends soon after
     std::function<void(double share)> progress; ///< called from one thread at a time, 0 to 1
+    std::optional<CheckpointSettings> checkpoint;
 };
 
 } // namespace orca::render

@@ -6,6 +6,8 @@
 #include "geometry/scene_geometry.h"
 #include "image/framebuffer_element.h"
 #include "render/attached_phenomena.h"
+#include "render/checkpoint/checkpoint_writer.h"
+#include "render/checkpoint/render_state.h"
 #include "render/context/frame.h"
 #include "render/displacement_calls.h"
 #include "render/gather_prepass.h"
@@ -15,6 +17,8 @@
 #include "render/tile_renderer.h"
 #include "scene/active_database.h"
 #include "scene/elements/elements.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
@@ -88,18 +92,18 @@ std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWi
 
 /// A pass that stays black would otherwise be noticed in compositing, days later. A picture of one pixel is
 /// rendered for its values, so nothing is reported there.
-void reportUnwritten(FrameResult& result, const TileRenderer& tiles, Log& log) {
+void reportUnwritten(FrameResult& result, const std::vector<std::uint8_t>& written, Log& log) {
     const auto& buffers = result.picture().framebuffers().buffers();
     const PixelWindow& window = result.film().window();
+    if (written.size() < buffers.size()) return; // not one sample was rendered
     const bool isPicture = window.width() > 1 || window.height() > 1;
     for (std::size_t i = 1; isPicture && i < buffers.size(); ++i) {
-        if (buffers[i].primary || buffers[i].source != image::BuiltinSource::None || tiles.written(i))
-            continue;
+        if (buffers[i].primary || buffers[i].source != image::BuiltinSource::None || written[i]) continue;
         result.unwritten.push_back(buffers[i].name);
         log.warning("RNDR", "frame buffer \"{}\" was written by no shader and stays black", buffers[i].name);
     }
     // Shaders look buffers up by name and get index 0 for a name that there is not.
-    if (tiles.written(0))
+    if (written[0])
         log.warning("RNDR",
                     "a shader writes a frame buffer that the camera does not have: a name in its data block "
                     "matches no framebuffer statement");
@@ -132,12 +136,31 @@ void warnOfNothing(const FrameParts& parts, Log& log) {
 }
 
 /// False when the render was stopped.
-bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film) {
-    AdaptiveSampler::Pass pass = sampler.first();
-    do {
-        if (!tiles.render(pass)) return false;
-    } while (sampler.next(film, pass));
-    return true;
+bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film, RenderState& state) {
+    if (state.resumesPass()) sampler.resumeAt(state.level());
+    else state.beginPass(sampler.first(), sampler.level());
+    AdaptiveSampler::Pass pass;
+    while (tiles.renderPass()) {
+        if (!sampler.next(film, pass)) return true;
+        state.beginPass(std::move(pass), sampler.level());
+    }
+    return false;
+}
+
+/// False, with an error, when the checkpoint cannot be used.
+bool resume(RenderState& state, const CheckpointSettings& settings, Log& log) {
+    try {
+        CheckpointInput input(settings.file);
+        const std::vector<std::string> unlike = differences(readHeader(input), settings.header);
+        if (!unlike.empty())
+            throw CheckpointFault(fmt::format("it is of another render ({})", fmt::join(unlike, "; ")));
+        state.read(input);
+        input.finish();
+        return true;
+    } catch (const CheckpointFault& fault) {
+        log.error("RNDR", "cannot go on from checkpoint \"{}\": {}", settings.file, fault.what());
+        return false;
+    }
 }
 
 void exitShaders(const Frame& frame) {
@@ -146,10 +169,10 @@ void exitShaders(const Frame& frame) {
     frame.runtime.reportFaults();
 }
 
-RenderStatistics statisticsOf(const geometry::SceneGeometry& geometry, const TileRenderer& tiles,
+RenderStatistics statisticsOf(const geometry::SceneGeometry& geometry, const RayCounts& rays,
                               const Film& film, int threads) {
     RenderStatistics statistics;
-    statistics.rays = tiles.counts();
+    statistics.rays = rays;
     statistics.triangles = geometry.triangleCount();
     statistics.meshInstances = geometry.meshInstances().size();
     statistics.lights = geometry.lights().size();
@@ -183,6 +206,10 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     Film& film = result->film();
     const miOptions& options = picture.options.options;
     const int threads = threadsOf(settings);
+    RenderState state(film, options.task_size > 0 ? options.task_size : TileRenderer::automaticTileSize,
+                      settings.checkpoint.has_value());
+    if (settings.checkpoint && settings.checkpoint->resumes && !resume(state, *settings.checkpoint, log_))
+        return nullptr;
 
     AttachedPhenomena attached(database_, picture.attachments());
     const CollectionScope collection(database_, picture.framebuffers());
@@ -223,20 +250,27 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     if (parts.gather.spacing > 0) parts.gatherCaches = &gatherCaches;
     const Frame frame(parts);
     AdaptiveSampler sampler(area, contrastOf(frame));
-    TileRenderer tiles(frame, film, settings.progress, threads, sampler.passesAtMost());
-    const bool complete = gatherPrepass(tiles, frame, gatherCaches) && renderPasses(tiles, sampler, film);
+    state.setCaches(gatherCaches);
+    TileRenderer tiles(frame, film, state, settings.progress, threads, sampler.passesAtMost());
+    std::optional<CheckpointWriter> checkpoints;
+    if (settings.checkpoint) checkpoints.emplace(state, *settings.checkpoint, log_);
+    const bool complete =
+        gatherPrepass(tiles, frame, gatherCaches, state) && renderPasses(tiles, sampler, film, state);
     tiles.close();
     exitShaders(frame);
 
+    result->isResumable = !complete && checkpoints && checkpoints->write();
+    checkpoints.reset();
+    const RenderTally tally = state.isKept() ? state.tally() : tiles.tally();
     if (complete) {
         sampler.fillGaps(film);
-        reportUnwritten(*result, tiles, log_);
+        reportUnwritten(*result, tally.written, log_);
     }
     film.resolve();
     result->interrupted = !complete;
     result->frame().cameraToWorld.assign(std::begin(frame.placement.start().toWorld),
                                          std::end(frame.placement.start().toWorld));
-    result->statistics = statisticsOf(geometry, tiles, film, threads);
+    result->statistics = statisticsOf(geometry, tally.counts, film, threads);
     result->statistics.buildSeconds = buildSeconds;
     result->statistics.renderSeconds = rendering.seconds();
     if (settings.progress) settings.progress(1.0);

@@ -24,7 +24,8 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Null, with a message, when there is too little memory for the picture.
+    /// Null, with a message, when there is too little memory for the picture, or when its checkpoint cannot
+    /// be used.
     std::unique_ptr<FrameResult> render(Picture picture, const RenderSettings& settings);
 
 private:

@@ -16,46 +16,37 @@ namespace orca::render {
 
 namespace {
 
-constexpr int automaticTileSize = 32;
 constexpr std::size_t workerStackBytes = 64u << 20; // deep ray trees run shaders within shaders
-
-std::vector<PixelWindow> tilesOf(const PixelWindow& window, int size) {
-    std::vector<PixelWindow> tiles;
-    for (int y = window.yl; y <= window.yh; y += size)
-        for (int x = window.xl; x <= window.xh; x += size)
-            tiles.push_back({x, y, std::min(x + size - 1, window.xh), std::min(y + size - 1, window.yh)});
-    return tiles;
-}
-
-void add(RayCounts& to, const RayCounts& from) {
-    to.eye += from.eye;
-    to.transparent += from.transparent;
-    to.reflection += from.reflection;
-    to.refraction += from.refraction;
-    to.shadow += from.shadow;
-    to.gather += from.gather;
-    to.occlusion += from.occlusion;
-    to.environment += from.environment;
-    to.samples += from.samples;
-    to.materialCalls += from.materialCalls;
-    to.lightCalls += from.lightCalls;
-}
 
 } // namespace
 
 struct TileRenderer::Worker {
     Worker(const Frame& frame, int thread) : context(frame, thread) {}
+
+    /// What this thread did since the last call.
+    const RenderTally& sinceLast() {
+        last_.counts = context.counts.since(counted_);
+        last_.written = context.written;
+        counted_ = context.counts;
+        return last_;
+    }
+
     RenderContext context;
+    std::vector<float> pixel; // the pixel being rendered, where it is kept apart from the film
+
+private:
+    RayCounts counted_;
+    RenderTally last_;
 };
 
-TileRenderer::TileRenderer(const Frame& frame, Film& film, std::function<void(double)> progress, int threads,
-                           int passesAtMost)
+TileRenderer::TileRenderer(const Frame& frame, Film& film, RenderState& state,
+                           std::function<void(double)> progress, int threads, int passesAtMost)
     : frame_(frame),
       film_(film),
+      state_(state),
       progress_(std::move(progress)),
       filter_(frame.options.filter, frame.options.filter_size_x, frame.options.filter_size_y),
       threads_(threads),
-      tileSize_(frame.options.task_size > 0 ? frame.options.task_size : automaticTileSize),
       passesAtMost_(passesAtMost),
       workers_(static_cast<std::size_t>(threads)) {
 }
@@ -72,36 +63,50 @@ TileRenderer::Worker& TileRenderer::workerOfThisThread() {
     return *worker;
 }
 
-void TileRenderer::renderPixel(Worker& worker, const AdaptiveSampler::Pass& pass, int x, int y) {
+/// False when the render was stopped; the pixel may lack samples then.
+bool TileRenderer::renderPixel(Worker& worker, int x, int y, float* pixel) {
     film_.prefetch(x, y);
-    for (unsigned index = pass.firstSample; index < pass.endSample; ++index) {
+    const unsigned end = state_.pass().endSample;
+    for (unsigned index = state_.pass().firstSample; index < end; ++index) {
         Sampler& sampler = worker.context.sampler;
         sampler.startSample(frame_.seed, x, y, index);
         const float lobe = filter_.hasNegativeLobes() ? sampler.eye(EyeFilterLobe) : 0.0f;
         PixelFilter::Placement placement =
             filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
-        if (pass.endSample == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
+        if (end == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
         renderEyeSample(worker.context, x, y, placement);
-        if (frame_.stopped()) return; // its rays may have been refused
-        film_.add(film_.pixel(x, y), placement, worker.context.sampleWords.data());
+        if (frame_.stopped()) return false; // its rays may have been refused
+        film_.add(pixel, placement, worker.context.sampleWords.data());
     }
+    return true;
 }
 
-void TileRenderer::renderTile(Worker& worker, const AdaptiveSampler::Pass& pass, const PixelWindow& tile) {
-    const PixelWindow& window = film_.sampledWindow();
-    const auto wanted = [&](int x, int y) {
-        return pass.pixels.empty() || pass.pixels[static_cast<std::size_t>(y - window.yl) *
-                                                      static_cast<std::size_t>(window.width()) +
-                                                  static_cast<std::size_t>(x - window.xl)];
-    };
-    for (int y = tile.yl; y <= tile.yh; ++y)
-        for (int x = tile.xl; x <= tile.xh; ++x) {
+void TileRenderer::renderTile(Worker& worker, std::size_t tile) {
+    const std::vector<std::uint8_t>& wanted = state_.pass().pixels;
+    const PixelWindow &window = state_.tiles().window(tile), &area = film_.sampledWindow();
+    const std::uint32_t finished = state_.tiles().finished(tile);
+    std::uint32_t number = 0; // of the pixel in its tile, from 1
+    for (int y = window.yl; y <= window.yh; ++y)
+        for (int x = window.xl; x <= window.xh; ++x) {
             if (frame_.stopped()) return;
-            if (wanted(x, y)) renderPixel(worker, pass, x, y);
+            if (++number <= finished) continue;
+            if (!wanted.empty() &&
+                !wanted[static_cast<std::size_t>(y - area.yl) * static_cast<std::size_t>(area.width()) +
+                        static_cast<std::size_t>(x - area.xl)])
+                continue;
+            float* const pixel = film_.pixel(x, y);
+            if (!state_.isKept()) {
+                if (!renderPixel(worker, x, y, pixel)) return;
+                continue;
+            }
+            // A checkpoint may be written at any moment: the film takes whole pixels.
+            worker.pixel.assign(pixel, pixel + film_.pixelWords());
+            if (!renderPixel(worker, x, y, worker.pixel.data())) return;
+            state_.tiles().store(tile, number, x, y, worker.pixel.data(), worker.sinceLast());
         }
 }
 
-void TileRenderer::report(std::size_t tilesDone, std::size_t tiles) {
+void TileRenderer::report(std::size_t tilesDone) {
     if (!progress_) return;
     // Later passes refine parts of the picture; each counts half of what is left.
     double start = 0.0;
@@ -110,7 +115,7 @@ void TileRenderer::report(std::size_t tilesDone, std::size_t tiles) {
         start += share;
         share = pass + 2 < passesAtMost_ ? share / 2 : 1.0 - start;
     }
-    progress_(start + share * static_cast<double>(tilesDone) / static_cast<double>(tiles));
+    progress_(start + share * static_cast<double>(tilesDone) / static_cast<double>(state_.tiles().count()));
 }
 
 bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work) {
@@ -130,21 +135,24 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
     return done == count && !frame_.stopped(); // work in progress at a stop was cut short
 }
 
-bool TileRenderer::render(const AdaptiveSampler::Pass& pass) {
-    const std::vector<PixelWindow> tiles = tilesOf(film_.sampledWindow(), tileSize_);
+bool TileRenderer::renderPass() {
     std::atomic<std::size_t> done{0};
     std::mutex reporting;
-    const bool complete = inParallel(tiles.size(), [&](Worker& worker, std::size_t tile) {
-        renderTile(worker, pass, tiles[tile]);
+    const bool complete = inParallel(state_.tiles().count(), [&](Worker& worker, std::size_t tile) {
+        renderTile(worker, tile);
         const std::size_t finished = ++done;
-        if (const std::unique_lock lock(reporting, std::try_to_lock); lock) report(finished, tiles.size());
+        if (const std::unique_lock lock(reporting, std::try_to_lock); lock) report(finished);
     });
     ++passesDone_;
     return complete;
 }
 
-bool TileRenderer::forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work) {
-    return inParallel(count, [&](Worker& worker, std::size_t i) { work(worker.context, i); });
+bool TileRenderer::forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work,
+                           const std::function<void(std::size_t, const RenderTally&)>& finish) {
+    return inParallel(count, [&](Worker& worker, std::size_t i) {
+        work(worker.context, i);
+        if (!frame_.stopped()) finish(i, worker.sinceLast());
+    });
 }
 
 void TileRenderer::close() {
@@ -152,17 +160,11 @@ void TileRenderer::close() {
         if (worker) closeBaseState(worker->context);
 }
 
-RayCounts TileRenderer::counts() const {
-    RayCounts sum;
+RenderTally TileRenderer::tally() const {
+    RenderTally sum;
     for (const std::unique_ptr<Worker>& worker : workers_)
-        if (worker) add(sum, worker->context.counts);
+        if (worker) sum.add({worker->context.counts, worker->context.written});
     return sum;
-}
-
-bool TileRenderer::written(std::size_t buffer) const {
-    return std::any_of(workers_.begin(), workers_.end(), [&](const std::unique_ptr<Worker>& worker) {
-        return worker && worker->context.written[buffer];
-    });
 }
 
 } // namespace orca::render

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "render/checkpoint/render_state.h"
 #include "render/context/render_context.h"
 #include "render/film/film.h"
-#include "render/sampling/adaptive_sampler.h"
 
 #include <cstddef>
 #include <functional>
@@ -16,39 +16,45 @@ namespace orca::render {
 /// its first tile to `close`.
 class TileRenderer {
 public:
+    /// @param state of the film's render
     /// @param progress gets the share of the work that is done, 0 to 1, from one thread at a time; may be
     /// empty
-    /// @param passesAtMost how often `render` is going to be called
-    TileRenderer(const Frame& frame, Film& film, std::function<void(double)> progress, int threads,
-                 int passesAtMost);
+    /// @param passesAtMost how often `renderPass` is going to be called
+    TileRenderer(const Frame& frame, Film& film, RenderState& state, std::function<void(double)> progress,
+                 int threads, int passesAtMost);
     ~TileRenderer();
 
-    /// False when the render was stopped before all tiles were done.
-    bool render(const AdaptiveSampler::Pass& pass);
-    /// Calls `work` for 0 to count - 1, in any order, each with its thread's render context. False when the
-    /// render was stopped before all were done.
-    bool forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work);
+    /// Edge of a tile where the options leave it to the renderer, pixels.
+    static constexpr int automaticTileSize = 32;
+
+    /// Renders what is not finished of the state's pass. False when the render was stopped before all tiles
+    /// were done.
+    bool renderPass();
+    /// Calls `work` for 0 to count - 1, in any order, each with its thread's render context. `finish` gets
+    /// what the work took, unless the render was stopped meanwhile. False when it was stopped before all were
+    /// done.
+    bool forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work,
+                 const std::function<void(std::size_t, const RenderTally&)>& finish);
     /// Closes the threads' base states. Once, after the last pass.
     void close();
 
-    [[nodiscard]] RayCounts counts() const;
-    /// True when a shader put a value into the buffer.
-    [[nodiscard]] bool written(std::size_t buffer) const;
+    /// Of this process: unfinished pixels count, those of earlier runs do not.
+    [[nodiscard]] RenderTally tally() const;
 
 private:
     struct Worker;
-    void renderPixel(Worker& worker, const AdaptiveSampler::Pass& pass, int x, int y);
-    void renderTile(Worker& worker, const AdaptiveSampler::Pass& pass, const PixelWindow& tile);
+    bool renderPixel(Worker& worker, int x, int y, float* pixel);
+    void renderTile(Worker& worker, std::size_t tile);
     Worker& workerOfThisThread();
     bool inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work);
-    void report(std::size_t tilesDone, std::size_t tiles);
+    void report(std::size_t tilesDone);
 
     const Frame& frame_;
     Film& film_;
+    RenderState& state_;
     std::function<void(double)> progress_;
     PixelFilter filter_;
     int threads_;
-    int tileSize_; // pixels
     int passesAtMost_;
     int passesDone_ = 0;
     std::vector<std::unique_ptr<Worker>> workers_;

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -62,6 +63,8 @@ public:
         std::optional<std::pair<int, int>> resolution;
         std::optional<render::PixelWindow> window;
         const std::atomic<bool>* stop = nullptr;
+        std::function<void(double share)> progress;
+        std::optional<render::CheckpointSettings> checkpoint;
     };
     explicit RenderedScene(const std::string& text) : RenderedScene(text, Settings()) {}
     RenderedScene(const std::string& text, const Settings& settings);

@@ -2,8 +2,29 @@
 #include "render/context/render_context.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace orca::render {
+
+namespace {
+
+constexpr std::uint64_t RayCounts::*allCounts[] = {
+    &RayCounts::eye,     &RayCounts::transparent,   &RayCounts::reflection, &RayCounts::refraction,
+    &RayCounts::shadow,  &RayCounts::gather,        &RayCounts::occlusion,  &RayCounts::environment,
+    &RayCounts::samples, &RayCounts::materialCalls, &RayCounts::lightCalls};
+static_assert(sizeof(RayCounts) == std::size(allCounts) * sizeof(std::uint64_t));
+
+} // namespace
+
+void RayCounts::add(const RayCounts& other) {
+    for (const auto count : allCounts) this->*count += other.*count;
+}
+
+RayCounts RayCounts::since(const RayCounts& earlier) const {
+    RayCounts later = *this;
+    for (const auto count : allCounts) later.*count -= earlier.*count;
+    return later;
+}
 
 RenderContext::RenderContext(const Frame& renderFrame, int threadNumber)
     : CallContext(renderFrame.runtime),

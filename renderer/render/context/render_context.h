@@ -52,6 +52,10 @@ struct DisplacementSpace {
 struct RayCounts {
     std::uint64_t eye = 0, transparent = 0, reflection = 0, refraction = 0, shadow = 0, gather = 0,
                   occlusion = 0, environment = 0, samples = 0, materialCalls = 0, lightCalls = 0;
+
+    void add(const RayCounts& other);
+    /// What came after `earlier`.
+    [[nodiscard]] RayCounts since(const RayCounts& earlier) const;
 };
 
 /// What the renderer itself knows of an eye sample's first hit; feeds the built-in frame buffers.

@@ -36,7 +36,8 @@ public:
     /// @param strictness 1 uses the records' whole radius, 2 half of it
     [[nodiscard]] bool find(const miVector& point, const miVector& normal, float strictness,
                             miColor& radiance) const;
-    [[nodiscard]] std::size_t size() const noexcept { return records_.size(); }
+    /// In the order in which they were added.
+    [[nodiscard]] const std::vector<GatherRecord>& records() const noexcept { return records_; }
 
 private:
     struct Node;
@@ -74,6 +75,15 @@ public:
     [[nodiscard]] const GatherCache& of(int bounce) const { return caches_[bounce == 0 ? 0 : 1]; }
     /// Adds records in their order; of bounces only those at points that no record covers yet.
     void add(const PendingGatherRecords& pending);
+
+    /// @param cache 0 to count - 1
+    [[nodiscard]] const std::vector<GatherRecord>& records(int cache) const {
+        return caches_[static_cast<std::size_t>(cache)].records();
+    }
+    /// Adds a record of caches that were kept, in their order.
+    void restore(int cache, const GatherRecord& record) {
+        caches_[static_cast<std::size_t>(cache)].add(record);
+    }
 
 private:
     std::array<GatherCache, count> caches_;

@@ -29,6 +29,9 @@ public:
     /// Fills the pixels that took no sample from their neighbours.
     void fillGaps(Film& film) const;
 
+    /// Where the decisions have come to: what `next` goes on from.
+    [[nodiscard]] int level() const { return level_; }
+    void resumeAt(int level) { level_ = level; }
     [[nodiscard]] int passesAtMost() const { return area_.maxLevel() - area_.minLevel() + 1; }
 
 private:
