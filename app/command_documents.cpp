@@ -21,15 +21,15 @@ struct Section {
     std::vector<std::pair<std::string, std::string>> entries;
 };
 
+Section exitStatus() {
+    Section section{"Exit status", {}};
+    for (const ExitCodeMeaning& row : exitCodes()) section.entries.emplace_back(row.code, row.meaning);
+    return section;
+}
+
 const std::vector<Section>& sections() {
     static const std::vector<Section> all{
-        {"Exit status",
-         {{std::to_string(exitRendered), "rendered"},
-          {std::to_string(exitRenderError), "an error while rendering; the file is written where possible"},
-          {std::to_string(exitUsage), "wrong usage"},
-          {std::to_string(exitSceneError), "the scene has errors"},
-          {std::to_string(exitNotWritten), "a file could not be written"},
-          {"128+N", "interrupted by signal N"}}},
+        exitStatus(),
         {"Environment",
          {{"MI_RAY_INCPATH", "directories as of --include, joined by colons, searched after those"},
           {"MI_LIBRARY_PATH", "as of --library-path"},

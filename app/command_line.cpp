@@ -100,7 +100,7 @@ std::vector<std::string> passNames(const std::vector<std::string>& lists) {
 
 /// Options as CLI11 fills them, before they are checked and converted.
 struct RawOptions {
-    std::string size, pixel, frames, files = "on", verbosity;
+    std::string size, pixel, frames, files = "on", verbosity, checkpoint;
     std::vector<int> window;
     std::vector<std::string> passes, includes, libraryPaths, texturePaths, links, sets, registry;
     std::map<std::string_view, std::vector<std::string>> options; ///< by the scene's words
@@ -256,6 +256,22 @@ void addMachineOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->group(group)
         ->type_name("N")
         ->check(CLI::Range(0, 1024));
+    app.add_option(
+           "--checkpoint", raw.checkpoint,
+           "write what is rendered every so many seconds, and when stopped, so that it can be gone on with "
+           "(default file: that of -o, with .checkpoint added)")
+        ->group(group)
+        ->type_name("SECONDS[,FILE]");
+    app.add_flag("--resume", command.resumes,
+                 "go on from the checkpoints of an earlier run; frames that it finished are left as they are")
+        ->group(group);
+    app.add_flag("--skip-existing", command.skipsExisting,
+                 "leave out frames whose files are complete and of the same scene and options")
+        ->group(group);
+    app.add_option("--develop", command.developed,
+                   "write what a checkpoint holds as a picture (-o, --png); render nothing")
+        ->group(group)
+        ->type_name("FILE");
     for (const SceneOption& option : machineOptions) addSceneOption(app, group, option, raw);
     app.add_option("--texture-memory", command.textureMegabytes, "texture cache in MB")
         ->group(group)
@@ -269,6 +285,29 @@ void addMachineOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
            "most detailed messages")
         ->group(group)
         ->type_name("LEVEL");
+}
+
+void convertCheckpoint(const RawOptions& raw, CommandLine& command) {
+    constexpr double usualSeconds = 60.0;
+    if (raw.checkpoint.empty() && !command.resumes) return;
+    command.checkpointSeconds = usualSeconds;
+    if (!raw.checkpoint.empty()) {
+        const char* const end = raw.checkpoint.data() + raw.checkpoint.size();
+        const auto read = std::from_chars(raw.checkpoint.data(), end, *command.checkpointSeconds);
+        const bool hasFile = read.ptr != end && *read.ptr == ',' && read.ptr + 1 != end;
+        if (read.ec != std::errc() || (read.ptr != end && !hasFile) || !(*command.checkpointSeconds >= 0) ||
+            *command.checkpointSeconds > 1e9)
+            refuse("--checkpoint", raw.checkpoint, "a number of seconds from 0 on, or SECONDS,FILE");
+        if (hasFile) command.checkpointFile.assign(read.ptr + 1, end);
+    }
+    const auto refuseWith = [](const std::string& other) {
+        throw CLI::ValidationError("--checkpoint", "a checkpoint cannot be taken with " + other);
+    };
+    if (command.pixel) refuseWith("--pixel");
+    if (std::find(command.scenes.begin(), command.scenes.end(), "-") != command.scenes.end())
+        refuseWith("a scene from standard input, which cannot be read again");
+    if (!command.writesFiles && command.checkpointFile.empty())
+        throw CLI::ValidationError("--checkpoint", "no file is written to name it after: give SECONDS,FILE");
 }
 
 void convert(RawOptions& raw, CommandLine& command) {
@@ -304,6 +343,7 @@ void convert(RawOptions& raw, CommandLine& command) {
     if (!raw.verbosity.empty()) command.verbosity = verbosityOf(raw.verbosity);
     command.writesFiles = raw.files != "off";
     command.writesSceneFiles = raw.files == "on";
+    convertCheckpoint(raw, command);
     command.passes = passNames(raw.passes);
     if (command.dumpsPasses && command.passes.empty())
         throw CLI::ValidationError("--dump-passes", "give the passes with --passes");
@@ -334,7 +374,6 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
     CLI::App app("Renders scene files and their passes.", "orca-render");
     app.set_version_flag("--version", "orca-render " ORCA_VERSION);
     app.get_formatter()->column_width(34);
-    app.footer(exitCodeTable());
     CommandLine command;
     RawOptions raw;
     addSceneOptions(app, command, raw);
@@ -349,7 +388,8 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
     try {
         app.parse(argc, argv);
         convert(raw, command);
-        if (command.scenes.empty() && !command.listsPasses)
+        command.words.assign(argv, argv + argc);
+        if (command.scenes.empty() && !command.listsPasses && command.developed.empty())
             throw CLI::ValidationError("SCENE", "a scene file is needed; orca-render --help says more");
     } catch (const CLI::Success& done) {
         return {{}, app.exit(done)};

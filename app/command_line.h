@@ -26,6 +26,7 @@ struct Overrides {
 
 /// What the user asked for.
 struct CommandLine {
+    std::vector<std::string> words;  ///< as the user typed it
     std::vector<std::string> scenes; ///< "-" is standard input
     std::string output;              ///< of the layered file; may hold ####
     std::string fileDirectory = "."; ///< for the files that the scene names
@@ -41,8 +42,12 @@ struct CommandLine {
     std::optional<std::vector<int>> frames;
     std::vector<std::string> passes;
     bool listsPasses = false, listsOutputs = false, listsInputs = false;
-    bool dumpsPasses = false; ///< print what `passes` makes in the scene language
-    bool checksOnly = false;  ///< read and check, render nothing
+    bool dumpsPasses = false;                ///< print what `passes` makes in the scene language
+    bool checksOnly = false;                 ///< read and check, render nothing
+    std::optional<double> checkpointSeconds; ///< between checkpoints; none: none are written
+    std::string checkpointFile;              ///< empty: named after the layered file
+    bool resumes = false, skipsExisting = false;
+    std::string developed; ///< checkpoint to show; nothing is rendered
     std::string statisticsFile;
     std::vector<std::string> includePaths, libraryPaths, texturePaths, libraries;
     std::size_t textureMegabytes = 1024;

@@ -1,28 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "exit_codes.h"
 
-#include <fmt/format.h>
-
-#include <csignal>
-#include <string_view>
-
 namespace orca::app {
 
-std::string exitCodeTable() {
-    struct Row {
-        int code;
-        std::string_view meaning;
-    };
-    constexpr Row rows[] = {{exitRendered, "everything was rendered and written"},
-                            {exitRenderError, "rendering failed, or a shader reported errors"},
-                            {exitUsage, "the command line is wrong"},
-                            {exitSceneError, "the scene has errors"},
-                            {exitNotWritten, "a file could not be written"},
-                            {128 + SIGINT, "interrupted"},
-                            {128 + SIGTERM, "terminated"}};
-    std::string text = "Exit status:\n";
-    for (const Row& row : rows) text += fmt::format("  {:>3}  {}\n", row.code, row.meaning);
-    return text;
+std::span<const ExitCodeMeaning> exitCodes() {
+    static constexpr ExitCodeMeaning all[] = {
+        {"0", "everything was rendered and written"},
+        {"1", "rendering failed, or a shader reported errors; what can be is written"},
+        {"2", "the command line is wrong"},
+        {"3", "the scene has errors"},
+        {"4", "a file could not be written"},
+        {"5", "stopped; a checkpoint holds what is rendered, and --resume goes on with it"},
+        {"128+N", "ended by signal N"}};
+    return all;
 }
 
 } // namespace orca::app

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <string>
+#include <span>
+#include <string_view>
 
 namespace orca::app {
 
@@ -13,9 +14,13 @@ enum ExitCode : int {
     exitUsage = 2,
     exitSceneError = 3,
     exitNotWritten = 4,
+    exitStopped = 5,
 };
 
-/// All codes with their meanings, a line each, for the help text.
-[[nodiscard]] std::string exitCodeTable();
+struct ExitCodeMeaning {
+    std::string_view code, meaning;
+};
+/// All codes, as help and manual page explain them.
+[[nodiscard]] std::span<const ExitCodeMeaning> exitCodes();
 
 } // namespace orca::app

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "advice.h"
+#include "checkpoints.h"
 #include "command_line.h"
 #include "exit_codes.h"
 #include "frames.h"
@@ -55,7 +56,7 @@ int renderAll(const CommandLine& command, Log& log) {
 
     if (!reportWithoutEffect(command.overrides, command.strict, log)) return exitUsage;
 
-    const StopSignal stop;
+    const StopSignal stop(command.checkpointSeconds ? StopSignal::End::WhenReady : StopSignal::End::Soon);
     OutputFiles files(command, log);
     std::vector<PictureReport> pictures;
     std::map<std::string, InputFile> inputs;
@@ -66,7 +67,7 @@ int renderAll(const CommandLine& command, Log& log) {
         pictures.insert(pictures.end(), run.pictures().begin(), run.pictures().end());
         inputs.insert(run.inputs().begin(), run.inputs().end());
         if (exitCode == exitRendered) exitCode = code;
-        if (stop.exitCode() != 0) return stop.exitCode();
+        if (stop.exitCode() != 0) return code == exitStopped ? code : stop.exitCode();
     }
     if (command.listsInputs) {
         for (const auto& [path, file] : inputs)
@@ -103,6 +104,7 @@ int main(int argc, char** argv) {
     orca::Log log(parsed.command->verbosity.value_or(orca::LogLevel::Warning));
     log.setAdvice(adviceFor);
     try {
+        if (!parsed.command->developed.empty()) return developCheckpoint(*parsed.command, log);
         return renderAll(*parsed.command, log);
     } catch (const std::exception& failure) {
         log.write(orca::LogLevel::Fatal, "MAIN", "{}", failure.what());

@@ -81,6 +81,7 @@ std::string OutputFiles::nameFor(const std::string& pattern, const char* option,
 PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) {
     PictureFiles files;
     files.frame = frame;
+    if (command_.checkpointSeconds) files.checkpoint = withFrame(command_.checkpointFile, frame);
     if (!command_.writesFiles || command_.pixel) return files;
     if (command_.writesSceneFiles)
         files.sceneFiles = image::bufferFilePaths(command_.fileDirectory, image::layeredBuffers(buffers));
@@ -95,6 +96,8 @@ PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) 
         if (taken) layered = fs::path(layered).replace_extension(".layers.exr").string();
     }
     files.layered = nameFor(layered, "-o", frame);
+    if (command_.checkpointSeconds && files.checkpoint.empty())
+        files.checkpoint = files.layered + ".checkpoint";
     return files;
 }
 
@@ -117,13 +120,15 @@ std::vector<OutputFiles::Planned> OutputFiles::planned(const PictureFiles& files
         for (const image::Buffer* buffer : image::layeredBuffers(picture.framebuffers()))
             add(fmt::format("{}/{}.png", files.layerDirectory, buffer->name),
                 fmt::format("layer \"{}\" (--png-layers)", buffer->name), previewBytes);
+    add(files.checkpoint, "the checkpoint (--checkpoint)",
+        pixels * picture.framebuffers().wordsPerSample() * 4);
     add(command_.statisticsFile, "the statistics (--stats-json)", 0);
     std::erase_if(plan, [](const Planned& file) { return isStream(file.path); });
     return plan;
 }
 
 bool OutputFiles::checkConflicts(const std::vector<Planned>& plan, const std::vector<InputFile>& inputs,
-                                 int frame) {
+                                 const PictureFiles& files) {
     std::map<std::string, const InputFile*> inputAt;
     for (const InputFile& input : inputs) inputAt.emplace(canonicalPath(input.path), &input);
     std::map<std::string, const Planned*> plannedAt;
@@ -141,13 +146,14 @@ bool OutputFiles::checkConflicts(const std::vector<Planned>& plan, const std::ve
                        other->second->role, file.role);
             good = false;
         }
-        if (file.path == command_.statisticsFile) continue; // written once, for all frames
-        if (const auto [earlier, isFirst] = frame_.emplace(path, frame); !isFirst) {
+        if (file.path == command_.statisticsFile || file.path == files.checkpoint)
+            continue; // one for all frames, and removed before the next one
+        if (const auto [earlier, isFirst] = frame_.emplace(path, files.frame); !isFirst) {
             log_.error(
                 "MAIN",
                 "\"{}\" holds frame {} of this run, and frame {} would overwrite it; give each frame a "
                 "name of its own",
-                file.path, earlier->second, frame);
+                file.path, earlier->second, files.frame);
             good = false;
         }
     }
@@ -185,7 +191,7 @@ bool OutputFiles::checkSpace(const std::vector<Planned>& plan) const {
 bool OutputFiles::check(const PictureFiles& files, const render::Picture& picture,
                         const std::vector<InputFile>& inputs) {
     const std::vector<Planned> plan = planned(files, picture);
-    mayWriteStatistics_ = checkConflicts(plan, inputs, files.frame);
+    mayWriteStatistics_ = checkConflicts(plan, inputs, files);
     if (!mayWriteStatistics_) return false;
     if (!files.layerDirectory.empty()) {
         std::error_code problem; // what could not be made is found missing next

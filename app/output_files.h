@@ -23,6 +23,7 @@ struct PictureFiles {
     std::vector<std::string> sceneFiles; ///< named by the scene's own statements
     std::string png;                     ///< for looking at; empty: not written
     std::string layerDirectory;          ///< for a PNG of each layer; empty: not written
+    std::string checkpoint;              ///< while it is rendered; empty: none
 };
 
 /// Names, checks and writes the files of all pictures of a run.
@@ -62,7 +63,8 @@ private:
     std::string nameFor(const std::string& pattern, const char* option, int frame);
     [[nodiscard]] std::vector<Planned> planned(const PictureFiles& files,
                                                const render::Picture& picture) const;
-    bool checkConflicts(const std::vector<Planned>& plan, const std::vector<InputFile>& inputs, int frame);
+    bool checkConflicts(const std::vector<Planned>& plan, const std::vector<InputFile>& inputs,
+                        const PictureFiles& files);
     [[nodiscard]] bool checkSpace(const std::vector<Planned>& plan) const;
 
     const CommandLine& command_;

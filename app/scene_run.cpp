@@ -9,6 +9,7 @@
 #include "named_passes.h"
 #include "overrides.h"
 #include "pass_block.h"
+#include "picture_identity.h"
 #include "progress.h"
 
 #include <fmt/format.h>
@@ -73,7 +74,8 @@ SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop,
       session_(scene_.database(), log, runtime_, textures_),
       libraryPaths_(searchPaths(command.libraryPaths, "MI_LIBRARY_PATH", installation().libraryPaths)),
       masks_(scene_.database(), log),
-      files_(files) {
+      files_(files),
+      checkpoints_(command, log, stop) {
 }
 
 int SceneRun::run() {
@@ -251,17 +253,25 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         fail(exitSceneError);
         return false;
     }
-    if (!files_.check(files, picture, inputFiles(scene_, textures_, runtime_))) {
+    const std::vector<InputFile> inputs = inputFiles(scene_, textures_, runtime_);
+    const render::CheckpointHeader identity = pictureIdentity(command_, picture, frame, inputs);
+    if (checkpoints_.isFinished(files, identity, frame)) return true;
+    if (!files_.check(files, picture, inputs)) {
         fail(exitNotWritten);
         return false;
     }
-    const std::unique_ptr<render::FrameResult> result = renderPicture(std::move(picture), frame);
+    const std::unique_ptr<render::FrameResult> result = renderPicture(std::move(picture), files, identity);
     if (!result) {
         fail(exitRenderError);
         return false;
     }
     pictures_.push_back({frame, files.layered, result->statistics, result->interrupted});
     reportPicture(pictures_.back(), log_);
+    if (result->isResumable) {
+        checkpoints_.reportStop(files, frame);
+        fail(exitStopped);
+        return false;
+    }
     if (result->interrupted) {
         log_.warning("MAIN", "interrupted: frame {} is not complete and was not written", frame);
         fail(stop_.exitCode());
@@ -269,12 +279,13 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     }
     if (log_.count(LogLevel::Error) > errorsBefore) fail(exitRenderError);
     if (command_.strict && !result->unwritten.empty()) fail(exitRenderError);
-    describe(*result, frame);
+    describe(*result, frame, identity);
     if (command_.pixel) OutputFiles::printPixel(*result);
     if (!files_.write(files, *result)) {
         fail(stop_.exitCode() != 0 ? stop_.exitCode() : exitNotWritten);
         return false;
     }
+    checkpoints_.discard(files);
     return exitCode_ == exitRendered ||
            exitCode_ == exitRenderError; // a faulty frame does not stop a sequence
 }
@@ -299,23 +310,28 @@ void SceneRun::warnOfOblongPixels(const render::Picture& picture) {
                {}});
 }
 
-std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture picture, int frame) {
-    Progress progress(progressStyle(command_), stderr, fmt::format("frame {}", frame));
+std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture picture,
+                                                             const PictureFiles& files,
+                                                             const render::CheckpointHeader& identity) {
+    Progress progress(progressStyle(command_), stderr, fmt::format("frame {}", files.frame));
     render::RenderSettings settings;
     settings.threads = command_.threads;
     settings.stop = &stop_.flag();
     settings.progress = [&](double share) { progress.update(share); };
+    settings.checkpoint = checkpoints_.settings(files, picture, identity, files.frame);
     const ExitGuard guard(runtime_.libraries());
     return session_.render(std::move(picture), settings);
 }
 
-void SceneRun::describe(render::FrameResult& result, int frame) const {
+void SceneRun::describe(render::FrameResult& result, int frame,
+                        const render::CheckpointHeader& identity) const {
     const scene::CameraElement& camera = *result.picture().elements().camera;
     const miOptions& options = result.picture().options.options;
     image::PictureFrame& picture = result.frame();
     picture.text["software"] = "orca-render " ORCA_VERSION;
     picture.text["scene"] = fmt::format("{}", fmt::join(command_.scenes, " "));
     picture.text["frame"] = std::to_string(frame);
+    picture.text["pictureHash"] = hashOf(identity);
     picture.text["camera"] = camera.name;
     picture.text["samples"] = fmt::format("{} {}", options.min_samples, options.max_samples);
     if (!command_.reproducible)

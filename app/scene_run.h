@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "checkpoints.h"
 #include "command_line.h"
 #include "output_files.h"
 #include "pass_masks.h"
@@ -48,9 +49,10 @@ private:
     /// Puts the command line's settings in place of the scene's.
     void applySettings(render::Picture& picture) const;
     /// Null, with a message, when it could not be rendered.
-    std::unique_ptr<render::FrameResult> renderPicture(render::Picture picture, int frame);
+    std::unique_ptr<render::FrameResult> renderPicture(render::Picture picture, const PictureFiles& files,
+                                                       const render::CheckpointHeader& identity);
     /// Fills in the metadata of the picture's files.
-    void describe(render::FrameResult& result, int frame) const;
+    void describe(render::FrameResult& result, int frame, const render::CheckpointHeader& identity) const;
     [[nodiscard]] bool isChosen(int frame) const;
     [[nodiscard]] int frameNumber(const scene::CameraElement& camera,
                                   const scene::RenderRequest& request) const;
@@ -78,6 +80,7 @@ private:
     std::unique_ptr<PassPreset> preset_;
     PassMasks masks_;
     OutputFiles& files_;
+    Checkpoints checkpoints_;
     std::map<std::string, InputFile> inputs_; ///< of the pictures so far, by path
     std::vector<PictureReport> pictures_;
     std::set<int> frames_; ///< of the scene's render statements so far

@@ -19,6 +19,7 @@ constexpr long graceNanoseconds = 80'000'000;
 
 std::atomic<bool> stopping{false};
 std::atomic<int> received{0};
+std::atomic<int> requests{0};
 static_assert(std::atomic<bool>::is_always_lock_free &&
               std::atomic<int>::is_always_lock_free); // used in a handler
 sem_t* arrived = nullptr;
@@ -29,6 +30,10 @@ void remember(int signal) {
     stopping = true;
     ::sem_post(arrived);
     errno = before;
+}
+
+void request(int) {
+    ++requests;
 }
 
 /// In the place of "ignored", which programs that shaders start would inherit.
@@ -51,18 +56,19 @@ void say(const char* text) {
 
 } // namespace
 
-StopSignal::StopSignal() {
+StopSignal::StopSignal(End end) : end_(end) {
     ::sem_init(&arrived_, 0, 0);
     ::sem_init(&ended_, 0, 0);
     arrived = &arrived_;
     install({SIGINT, SIGTERM}, remember, static_cast<int>(SA_RESETHAND));
+    install({SIGUSR1}, request, SA_RESTART);
     // A log that nobody reads any more and a limit of file sizes are errors of those writes alone.
     install({SIGPIPE, SIGXFSZ}, ignore, SA_RESTART);
     watcher_ = std::thread([this] { watch(); });
 }
 
 StopSignal::~StopSignal() {
-    install({SIGINT, SIGTERM, SIGPIPE, SIGXFSZ}, SIG_DFL, 0);
+    install({SIGINT, SIGTERM, SIGPIPE, SIGXFSZ, SIGUSR1}, SIG_DFL, 0);
     ::sem_post(&ended_);
     ::sem_post(&arrived_);
     watcher_.join();
@@ -72,6 +78,7 @@ StopSignal::~StopSignal() {
 
 void StopSignal::watch() {
     while (::sem_wait(&arrived_) != 0) continue; // interrupted by another signal
+    if (end_ == End::WhenReady) return;
     timespec end{};
     ::clock_gettime(CLOCK_REALTIME, &end);
     end.tv_nsec += graceNanoseconds;
@@ -88,6 +95,10 @@ void StopSignal::watch() {
 
 const std::atomic<bool>& StopSignal::flag() const {
     return stopping;
+}
+
+const std::atomic<int>& StopSignal::checkpointRequests() const {
+    return requests;
 }
 
 int StopSignal::exitCode() const {

@@ -11,21 +11,28 @@ namespace orca::app {
 /// From construction on, an interrupt (Ctrl-C) or a termination request sets a flag instead of ending the
 /// process. Whatever does not look at the flag (an image library, a shader's loop) is ended with the process
 /// soon after, its temporary files removed. A second signal ends the process at once. A log pipe that is
-/// closed and a limit of file sizes do not end the process. One at a time in a process.
+/// closed and a limit of file sizes do not end the process. SIGUSR1 asks for a checkpoint. One at a time in a
+/// process.
 class StopSignal {
 public:
-    StopSignal();
+    /// When the process ends after a request: within a fraction of a second, whatever it is doing, or when it
+    /// has written a checkpoint.
+    enum class End { Soon, WhenReady };
+    explicit StopSignal(End end);
     ~StopSignal();
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
 
     [[nodiscard]] const std::atomic<bool>& flag() const;
+    /// Number of checkpoints that were asked for.
+    [[nodiscard]] const std::atomic<int>& checkpointRequests() const;
     /// 128 + the number of the signal that came; 0 when none did.
     [[nodiscard]] int exitCode() const;
 
 private:
     void watch();
 
+    End end_;
     sem_t arrived_{}, ended_{};
     std::thread watcher_;
 };

@@ -11,6 +11,7 @@
 #include <OpenEXR/ImfHeader.h>
 #include <OpenEXR/ImfIO.h>
 #include <OpenEXR/ImfMatrixAttribute.h>
+#include <OpenEXR/ImfMultiPartInputFile.h>
 #include <OpenEXR/ImfMultiPartOutputFile.h>
 #include <OpenEXR/ImfOutputPart.h>
 #include <OpenEXR/ImfPartType.h>
@@ -209,6 +210,22 @@ void writeExr(const std::string& path, const PictureFrame& frame, const std::vec
         }
     }
     target.commit();
+}
+
+std::optional<std::map<std::string, std::string>> completePictureText(const std::string& path) {
+    try {
+        const Imf::MultiPartInputFile file(path.c_str());
+        for (int part = 0; part < file.parts(); ++part)
+            if (!file.partComplete(part)) return {};
+        std::map<std::string, std::string> text;
+        const Imf::Header& header = file.header(0);
+        for (auto attribute = header.begin(); attribute != header.end(); ++attribute)
+            if (const auto* value = dynamic_cast<const Imf::StringAttribute*>(&attribute.attribute()))
+                text[attribute.name()] = value->value();
+        return text;
+    } catch (const std::exception&) {
+        return {};
+    }
 }
 
 } // namespace orca::image

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <stdexcept>
+#include <utility>
 
 namespace orca::image {
 
@@ -69,6 +71,21 @@ FramebufferSet::FramebufferSet(const scene::CameraElement& camera, const scene::
     choosePrimary(mayBePrimary);
     for (const scene::OutputStatement& statement : camera.outputs) addOutput(statement);
     for (const scene::OutputStatement& statement : furtherOutputs) addOutput(statement);
+    placeInSample();
+}
+
+FramebufferSet::FramebufferSet(std::vector<Buffer> buffers, Log& log)
+    : buffers_(std::move(buffers)), log_(log) {
+    if (buffers_.size() < 2 || !buffers_.front().hidden)
+        throw std::invalid_argument("the frame buffers do not begin with the scratch buffer");
+    for (std::size_t i = 1; i < buffers_.size(); ++i) {
+        Buffer& buffer = buffers_[i];
+        buffer.components = componentCount(buffer.type);
+        if (buffer.components < 1) throw std::invalid_argument("a frame buffer has an unknown type");
+        indexOf_[buffer.name] = i;
+        if (buffer.primary && isColor(buffer.type)) primary_ = static_cast<int>(i);
+    }
+    if (primary_ == 0) throw std::invalid_argument("no frame buffer is the picture");
     placeInSample();
 }
 

@@ -53,6 +53,9 @@ public:
     /// does not exist.
     FramebufferSet(const scene::CameraElement& camera, const scene::OptionsElement& options, Log& log,
                    std::span<const scene::OutputStatement> furtherOutputs = {});
+    /// From the description of finished ones; the first buffer is the scratch buffer. Offsets in the sample
+    /// are made anew. Types that are none, and a first one that is shown, throw std::invalid_argument.
+    FramebufferSet(std::vector<Buffer> buffers, Log& log);
     /// An empty collection that shaders may fill: setting "datatype" of a new name adds a buffer.
     explicit FramebufferSet(Log& log);
 

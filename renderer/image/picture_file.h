@@ -65,6 +65,10 @@ enum class PartLayout { MultiPart, SinglePart };
 bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
                      PartLayout layout, Log& log);
 
+/// Metadata of a layered file, without that of its layers; nothing when there is no such file, or when a part
+/// of it is not complete.
+[[nodiscard]] std::optional<std::map<std::string, std::string>> completePictureText(const std::string& path);
+
 /// What `writeLayeredExr` writes for these buffers, without writing: parts in file order with their channels.
 struct PartDescription {
     std::string name;

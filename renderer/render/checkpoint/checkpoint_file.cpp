@@ -10,8 +10,6 @@
 #include <cstring>
 #include <filesystem>
 
-#include <unistd.h>
-
 namespace orca::render {
 
 namespace {
@@ -38,23 +36,12 @@ std::uint64_t Checksum::value() const {
     return XXH3_64bits_digest(state_);
 }
 
-CheckpointOutput::CheckpointOutput(const std::string& path)
-    : file_(path), stream_(std::fopen(file_.temporaryPath().c_str(), "wb")) {
-    if (!stream_) fail("create");
+CheckpointOutput::CheckpointOutput(const std::string& path) : file_(path) {
     bytes(magic.data(), magic.size());
 }
 
-CheckpointOutput::~CheckpointOutput() {
-    if (stream_) std::fclose(stream_);
-}
-
-void CheckpointOutput::fail(const char* action) const {
-    throw CheckpointFault(fmt::format("cannot {} it: {}", action, std::strerror(errno)));
-}
-
 void CheckpointOutput::bytes(const void* from, std::size_t count) {
-    if (count == 0) return;
-    if (std::fwrite(from, 1, count, stream_) != count) fail("write");
+    file_.write(from, count);
     checksum_.add(from, count);
 }
 
@@ -65,11 +52,7 @@ void CheckpointOutput::text(const std::string& text) {
 
 void CheckpointOutput::commit() {
     const std::uint64_t sum = checksum_.value();
-    if (std::fwrite(&sum, sizeof sum, 1, stream_) != 1 || std::fflush(stream_) != 0) fail("write");
-    if (::fsync(::fileno(stream_)) != 0) fail("write");
-    const int closed = std::fclose(stream_);
-    stream_ = nullptr;
-    if (closed != 0) fail("write");
+    file_.write(&sum, sizeof sum);
     file_.commit();
 }
 

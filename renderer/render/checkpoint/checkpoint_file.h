@@ -17,7 +17,7 @@ struct XXH3_state_s;
 
 namespace orca::render {
 
-/// A checkpoint that cannot be read or written; says why.
+/// A checkpoint that cannot be used; says why.
 struct CheckpointFault : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -38,14 +38,11 @@ private:
 };
 
 /// Writes a checkpoint: numbers and arrays in the machine's byte order, then a checksum of all before it. The
-/// file gets its name when it is complete and on the disk; until then an older one keeps it. Throws
-/// CheckpointFault or std::filesystem::filesystem_error.
+/// file gets its name when it is complete and on the disk; until then an older one keeps it. Throws what
+/// image::FileInPlace throws.
 class CheckpointOutput {
 public:
     explicit CheckpointOutput(const std::string& path);
-    ~CheckpointOutput();
-    CheckpointOutput(const CheckpointOutput&) = delete;
-    CheckpointOutput& operator=(const CheckpointOutput&) = delete;
 
     void bytes(const void* from, std::size_t count);
     template <class T>
@@ -63,10 +60,7 @@ public:
     void commit();
 
 private:
-    [[noreturn]] void fail(const char* action) const;
-
     image::FileInPlace file_;
-    std::FILE* stream_;
     Checksum checksum_;
 };
 

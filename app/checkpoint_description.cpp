@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "checkpoint_description.h"
+
+#include "render/checkpoint/checkpoint_file.h"
+#include "render/tile_renderer.h"
+
+#include <nlohmann/json.hpp>
+
+#include <utility>
+
+namespace orca::app {
+
+namespace {
+
+using nlohmann::json;
+
+json describe(const image::Buffer& buffer) {
+    return {{"name", buffer.name},
+            {"type", static_cast<int>(buffer.type)},
+            {"source", static_cast<int>(buffer.source)},
+            {"filtering", buffer.filtering},
+            {"primary", buffer.primary},
+            {"user", buffer.user},
+            {"premultiplied", buffer.premultiplied},
+            {"hidden", buffer.hidden},
+            {"compression", buffer.compression}};
+}
+
+image::Buffer bufferFrom(const json& described) {
+    image::Buffer buffer;
+    buffer.name = described.at("name");
+    buffer.type = static_cast<miImg_type>(described.at("type").get<int>());
+    buffer.source = static_cast<image::BuiltinSource>(described.at("source").get<int>());
+    buffer.filtering = described.at("filtering");
+    buffer.primary = described.at("primary");
+    buffer.user = described.at("user");
+    buffer.premultiplied = described.at("premultiplied");
+    buffer.hidden = described.at("hidden");
+    buffer.compression = described.at("compression");
+    return buffer;
+}
+
+} // namespace
+
+std::string describePicture(const render::Picture& picture, int frame) {
+    const miCamera& camera = picture.camera();
+    const miOptions& options = picture.options.options;
+    const render::PixelWindow window = picture.window();
+    json buffers = json::array();
+    for (const image::Buffer& buffer : picture.framebuffers().buffers()) buffers.push_back(describe(buffer));
+    const json described{
+        {"frame", frame},
+        {"size", {camera.x_resolution, camera.y_resolution}},
+        {"window", {window.xl, window.yl, window.xh, window.yh}},
+        {"samples", {options.min_samples, options.max_samples}},
+        {"tileSize", options.task_size > 0 ? options.task_size : render::TileRenderer::automaticTileSize},
+        {"buffers", std::move(buffers)}};
+    return described.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+struct DescribedPicture::Fields {
+    render::PixelWindow window;
+    render::SampledArea area;
+    int tileSize, frame;
+    std::vector<image::Buffer> buffers;
+
+    static Fields from(const std::string& text) {
+        try {
+            const json described = json::parse(text);
+            const auto size = described.at("size").get<std::array<int, 2>>();
+            const auto [xl, yl, xh, yh] = described.at("window").get<std::array<int, 4>>();
+            const auto samples = described.at("samples").get<std::array<int, 2>>();
+            const render::PixelWindow window{xl, yl, xh, yh};
+            std::vector<image::Buffer> buffers;
+            for (const json& buffer : described.at("buffers")) buffers.push_back(bufferFrom(buffer));
+            const int tileSize = described.at("tileSize");
+            const bool plausible =
+                0 <= xl && xl <= xh && xh < size[0] && 0 <= yl && yl <= yh && yh < size[1] &&
+                samples[0] <= samples[1] && samples[0] >= scene::coarsestSamplingLevel &&
+                samples[1] <= scene::finestSamplingLevel && tileSize > 0 && buffers.size() > 1;
+            if (plausible)
+                return {window,
+                        {size[0], size[1], window, samples[0], samples[1]},
+                        tileSize,
+                        described.at("frame"),
+                        std::move(buffers)};
+        } catch (const json::exception&) { // the same as implausible values
+        }
+        throw render::CheckpointFault("it does not say what picture it holds");
+    }
+};
+
+DescribedPicture::DescribedPicture(const std::string& text, Log& log)
+    : DescribedPicture(Fields::from(text), log) {
+}
+
+DescribedPicture::DescribedPicture(Fields fields, Log& log)
+    : window_(fields.window),
+      area_(fields.area),
+      tileSize_(fields.tileSize),
+      frame_{},
+      framebuffers_(std::move(fields.buffers), log) {
+    frame_.width = area_.width();
+    frame_.height = area_.height();
+    frame_.window = {window_.xl, window_.yl, window_.xh, window_.yh};
+    frame_.text["software"] = "orca-render " ORCA_VERSION;
+    frame_.text["frame"] = std::to_string(fields.frame);
+    frame_.text["unfinished"] = "true";
+}
+
+} // namespace orca::app

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "base/log.h"
+#include "image/framebuffers.h"
+#include "image/picture_file.h"
+#include "render/picture.h"
+#include "render/sampling/sampled_area.h"
+
+#include <string>
+
+namespace orca::app {
+
+/// A picture's size, window, sampling and frame buffers as JSON: what its checkpoint needs to be shown
+/// without the scene.
+[[nodiscard]] std::string describePicture(const render::Picture& picture, int frame);
+
+/// A picture read from such a description.
+class DescribedPicture {
+public:
+    /// Throws CheckpointFault for text that is no description.
+    DescribedPicture(const std::string& json, Log& log);
+
+    [[nodiscard]] const image::FramebufferSet& framebuffers() const { return framebuffers_; }
+    [[nodiscard]] const render::PixelWindow& window() const { return window_; }
+    [[nodiscard]] const render::SampledArea& area() const { return area_; }
+    [[nodiscard]] int tileSize() const { return tileSize_; }
+    [[nodiscard]] const image::PictureFrame& frame() const { return frame_; }
+
+private:
+    struct Fields;
+    DescribedPicture(Fields fields, Log& log);
+
+    render::PixelWindow window_;
+    render::SampledArea area_;
+    int tileSize_;
+    image::PictureFrame frame_;
+    image::FramebufferSet framebuffers_;
+};
+
+} // namespace orca::app

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "checkpoints.h"
+
+#include "checkpoint_description.h"
+#include "exit_codes.h"
+#include "picture_identity.h"
+
+#include "image/picture_file.h"
+#include "render/checkpoint/checkpoint_writer.h"
+#include "render/tile_renderer.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace orca::app {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool exists(const std::string& path) {
+    std::error_code ignored;
+    return fs::exists(path, ignored);
+}
+
+/// A word as a shell reads it.
+std::string quoted(const std::string& word) {
+    constexpr std::string_view plain =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./,:@%#";
+    if (!word.empty() && word.find_first_not_of(plain) == std::string::npos && word.front() != '#')
+        return word;
+    std::string text = "'";
+    for (const char c : word) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return text + "'";
+}
+
+} // namespace
+
+Checkpoints::Checkpoints(const CommandLine& command, Log& log, const StopSignal& stop)
+    : command_(command), log_(log), stop_(stop) {
+}
+
+bool Checkpoints::isFinished(const PictureFiles& files, const render::CheckpointHeader& identity,
+                             int frame) const {
+    if (!command_.skipsExisting && !command_.resumes) return false;
+    if (files.layered.empty() || !exists(files.layered)) return false;
+    if (!files.checkpoint.empty() && exists(files.checkpoint))
+        return false; // an unfinished one to go on with
+    if (!std::all_of(files.sceneFiles.begin(), files.sceneFiles.end(), exists)) return false;
+    if (!files.png.empty() && !exists(files.png)) return false;
+    const auto text = image::completePictureText(files.layered);
+    if (!text) {
+        log_.warning("MAIN", "\"{}\" is there but not complete: frame {} is rendered again", files.layered,
+                     frame);
+        return false;
+    }
+    const auto hash = text->find("pictureHash");
+    if (hash == text->end() || hash->second != hashOf(identity)) {
+        log_.warning("MAIN", "\"{}\" is of another scene, options or version: frame {} is rendered again",
+                     files.layered, frame);
+        return false;
+    }
+    log_.info("MAIN", "frame {} is skipped: \"{}\" is complete", frame, files.layered);
+    return true;
+}
+
+std::optional<render::CheckpointSettings> Checkpoints::settings(const PictureFiles& files,
+                                                                const render::Picture& picture,
+                                                                const render::CheckpointHeader& identity,
+                                                                int frame) const {
+    if (files.checkpoint.empty()) return {};
+    render::CheckpointSettings settings;
+    settings.file = files.checkpoint;
+    settings.seconds = command_.checkpointSeconds.value_or(0.0);
+    settings.requests = &stop_.checkpointRequests();
+    settings.header = identity;
+    settings.header["vector unit"] = vectorUnit();
+    const int tileSize = picture.options.options.task_size;
+    settings.header["tile size"] =
+        std::to_string(tileSize > 0 ? tileSize : render::TileRenderer::automaticTileSize);
+    settings.header["about.picture"] = describePicture(picture, frame);
+    settings.resumes = command_.resumes && exists(files.checkpoint);
+    if (settings.resumes) log_.info("MAIN", "frame {} goes on from \"{}\"", frame, files.checkpoint);
+    return settings;
+}
+
+void Checkpoints::discard(const PictureFiles& files) const {
+    std::error_code ignored;
+    if (!files.checkpoint.empty()) fs::remove(files.checkpoint, ignored);
+}
+
+void Checkpoints::reportStop(const PictureFiles& files, int frame) const {
+    std::vector<std::string> words = command_.words;
+    if (!command_.resumes) words.emplace_back("--resume");
+    for (std::string& word : words) word = quoted(word);
+    log_.warning("MAIN",
+                 "frame {} is not complete; what is rendered is in \"{}\", and this goes on with it: {}",
+                 frame, files.checkpoint, fmt::join(words, " "));
+}
+
+int developCheckpoint(const CommandLine& command, Log& log) {
+    try {
+        render::CheckpointInput input(command.developed);
+        render::CheckpointHeader header = render::readHeader(input);
+        DescribedPicture picture(header["about.picture"], log);
+        render::Film film(picture.framebuffers(), picture.window(), picture.area().sampled());
+        render::RenderState state(film, picture.tileSize(), true);
+        state.read(input);
+        input.finish();
+        render::AdaptiveSampler(picture.area(), {}).fillGaps(film);
+        film.resolve();
+
+        const std::vector<image::Layer> layers = film.layers();
+        const std::string output = command.output.empty()
+                                       ? fs::path(command.developed).stem().string() + ".preview.exr"
+                                       : command.output;
+        const auto layout = command.singlePart ? image::PartLayout::SinglePart : image::PartLayout::MultiPart;
+        bool written = image::writeLayeredExr(output, picture.frame(), layers, layout, log);
+        for (const image::Layer& layer : layers)
+            if (layer.buffer->primary && !command.png.empty())
+                written = image::writePreview(command.png, picture.frame(), layer, log) && written;
+        return written ? exitRendered : exitNotWritten;
+    } catch (const render::CheckpointFault& fault) {
+        log.error("MAIN", "cannot develop \"{}\": {}", command.developed, fault.what());
+        return exitUsage;
+    }
+}
+
+} // namespace orca::app

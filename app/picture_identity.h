@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "command_line.h"
+#include "input_files.h"
+
+#include "render/checkpoint/checkpoint_settings.h"
+#include "render/picture.h"
+
+#include <string>
+#include <vector>
+
+namespace orca::app {
+
+/// All that a picture's pixels depend on, by name: this program, every file of the scene by its content, the
+/// options of the command line, the picture's size, window, frame and buffers. Of files above a megabyte the
+/// size and the first and last 64 KB count.
+[[nodiscard]] render::CheckpointHeader pictureIdentity(const CommandLine& command,
+                                                       const render::Picture& picture, int frame,
+                                                       const std::vector<InputFile>& inputs);
+
+/// The identity in 16 hexadecimal digits; it stands in the metadata of the picture's file.
+[[nodiscard]] std::string hashOf(const render::CheckpointHeader& identity);
+
+/// The vector instructions that the ray-tracing kernel and the mathematical library choose their code by. The
+/// same picture may differ in the last bits between machines with different ones.
+[[nodiscard]] std::string vectorUnit();
+
+} // namespace orca::app
