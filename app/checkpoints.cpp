@@ -26,7 +26,7 @@ bool exists(const std::string& path) {
 }
 
 /// A word as a shell reads it.
-std::string quoted(const std::string& word) {
+std::string shellWord(const std::string& word) {
     constexpr std::string_view plain =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./,:@%#";
     if (!word.empty() && word.find_first_not_of(plain) == std::string::npos && word.front() != '#')
@@ -94,7 +94,7 @@ void Checkpoints::discard(const PictureFiles& files) const {
 void Checkpoints::reportStop(const PictureFiles& files, int frame) const {
     std::vector<std::string> words = command_.words;
     if (!command_.resumes) words.emplace_back("--resume");
-    for (std::string& word : words) word = quoted(word);
+    for (std::string& word : words) word = shellWord(word);
     log_.warning("MAIN",
                  "frame {} is not complete; what is rendered is in \"{}\", and this goes on with it: {}",
                  frame, files.checkpoint, fmt::join(words, " "));
