@@ -50,15 +50,18 @@ bool Checkpoints::isFinished(const PictureFiles& files, const render::Checkpoint
         return false; // an unfinished one to go on with
     if (!std::all_of(files.sceneFiles.begin(), files.sceneFiles.end(), exists)) return false;
     if (!files.png.empty() && !exists(files.png)) return false;
-    const auto text = image::completePictureText(files.layered);
-    if (!text) {
+    const auto picture = image::finishedPicture(files.layered);
+    if (!picture) {
         log_.warning("MAIN", "\"{}\" is there but not complete: frame {} is rendered again", files.layered,
                      frame);
         return false;
     }
-    const auto hash = text->find("pictureHash");
-    if (hash == text->end() || hash->second != hashOf(identity)) {
-        log_.warning("MAIN", "\"{}\" is of another scene, options or version: frame {} is rendered again",
+    const auto hash = picture->text.find("pictureHash");
+    const auto& [xl, yl, xh, yh] = picture->window;
+    if (hash == picture->text.end() || hash->second != hashOf(identity) ||
+        fmt::format("{} {} {} {}", xl, yl, xh, yh) != identity.at("window")) {
+        log_.warning("MAIN",
+                     "\"{}\" is of another scene, options, window or version: frame {} is rendered again",
                      files.layered, frame);
         return false;
     }

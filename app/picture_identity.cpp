@@ -84,6 +84,7 @@ render::CheckpointHeader pictureIdentity(const CommandLine& command, const rende
 std::string hashOf(const render::CheckpointHeader& identity) {
     render::Checksum checksum;
     for (const auto& [name, value] : identity) {
+        if (name == "window") continue;
         checksum.add(name.c_str(), name.size() + 1);
         checksum.add(value.c_str(), value.size() + 1);
     }

@@ -19,7 +19,8 @@ namespace orca::app {
                                                        const render::Picture& picture, int frame,
                                                        const std::vector<InputFile>& inputs);
 
-/// The identity in 16 hexadecimal digits; it stands in the metadata of the picture's file.
+/// The identity in 16 hexadecimal digits, for the metadata of the picture's file. Windows of one picture have
+/// the same.
 [[nodiscard]] std::string hashOf(const render::CheckpointHeader& identity);
 
 /// The vector instructions that the ray-tracing kernel and the mathematical library choose their code by. The

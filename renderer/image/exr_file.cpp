@@ -2,6 +2,7 @@
 #include "image/exr_file.h"
 
 #include "base/parallel_for.h"
+#include "image/exr_stream.h"
 #include "image/file_in_place.h"
 #include "image/image_types.h"
 
@@ -9,7 +10,6 @@
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>
-#include <OpenEXR/ImfIO.h>
 #include <OpenEXR/ImfMatrixAttribute.h>
 #include <OpenEXR/ImfMultiPartInputFile.h>
 #include <OpenEXR/ImfMultiPartOutputFile.h>
@@ -113,20 +113,6 @@ std::vector<std::vector<Plane>> planesOf(std::span<const ExrPart> parts, const P
     return planes;
 }
 
-/// Where the library writes to.
-class FileStream final : public Imf::OStream {
-public:
-    FileStream(const std::string& path, FileInPlace& file) : OStream(path.c_str()), file_(file) {}
-    void write(const char bytes[], int count) override {
-        file_.write(bytes, static_cast<std::size_t>(count));
-    }
-    std::uint64_t tellp() override { return file_.position(); }
-    void seekp(std::uint64_t position) override { file_.seek(position); }
-
-private:
-    FileInPlace& file_;
-};
-
 /// Rows that are compressed between two looks at the stop request.
 int rowsPerPiece(const PictureFrame& frame) {
     constexpr int pixels = 1 << 20;
@@ -185,7 +171,7 @@ void writeExr(const std::string& path, const PictureFrame& frame, const std::vec
     if (Imf::globalThreadCount() < frame.threads) Imf::setGlobalThreadCount(frame.threads);
     FileInPlace target(path, frame.stop);
     {
-        FileStream stream(path, target);
+        ExrStream stream(path, target);
         Imf::MultiPartOutputFile file(stream, headers.data(), static_cast<int>(headers.size()));
         std::vector<std::vector<Plane>> planes;
         for (std::size_t p = 0; p < parts.size(); ++p) {
@@ -212,17 +198,19 @@ void writeExr(const std::string& path, const PictureFrame& frame, const std::vec
     target.commit();
 }
 
-std::optional<std::map<std::string, std::string>> completePictureText(const std::string& path) {
+std::optional<FinishedPicture> finishedPicture(const std::string& path) {
     try {
         const Imf::MultiPartInputFile file(path.c_str());
         for (int part = 0; part < file.parts(); ++part)
             if (!file.partComplete(part)) return {};
-        std::map<std::string, std::string> text;
         const Imf::Header& header = file.header(0);
+        const Imath::Box2i &display = header.displayWindow(), &data = header.dataWindow();
+        FinishedPicture picture;
+        picture.window = {data.min.x, display.max.y - data.max.y, data.max.x, display.max.y - data.min.y};
         for (auto attribute = header.begin(); attribute != header.end(); ++attribute)
             if (const auto* value = dynamic_cast<const Imf::StringAttribute*>(&attribute.attribute()))
-                text[attribute.name()] = value->value();
-        return text;
+                picture.text[attribute.name()] = value->value();
+        return picture;
     } catch (const std::exception&) {
         return {};
     }

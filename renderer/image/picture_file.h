@@ -5,6 +5,7 @@
 #include "image/color_encoding.h"
 #include "image/framebuffers.h"
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -65,9 +66,13 @@ enum class PartLayout { MultiPart, SinglePart };
 bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
                      PartLayout layout, Log& log);
 
-/// Metadata of a layered file, without that of its layers; nothing when there is no such file, or when a part
-/// of it is not complete.
-[[nodiscard]] std::optional<std::map<std::string, std::string>> completePictureText(const std::string& path);
+/// What a layered file says of its picture.
+struct FinishedPicture {
+    std::array<int, 4> window;               ///< xl yl xh yh, as in PictureFrame
+    std::map<std::string, std::string> text; ///< metadata of the whole file
+};
+/// Nothing when there is no such file, or when a part of it is not complete.
+[[nodiscard]] std::optional<FinishedPicture> finishedPicture(const std::string& path);
 
 /// What `writeLayeredExr` writes for these buffers, without writing: parts in file order with their channels.
 struct PartDescription {

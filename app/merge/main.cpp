@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "exit_codes.h"
+
+#include "base/log.h"
+#include "image/merge_exr.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+/// orca-merge: joins the windows of a picture that were rendered apart.
+int main(int argc, char** argv) {
+    using namespace orca::app;
+    CLI::App app(
+        "Joins windows of one picture, rendered apart (orca-render --window), into the file of the whole "
+        "picture.",
+        "orca-merge");
+    app.set_version_flag("--version", "orca-merge " ORCA_VERSION);
+    std::vector<std::string> parts;
+    std::string output;
+    app.add_option("parts", parts, "layered files of the windows")->required()->type_name("PART");
+    app.add_option("-o,--output", output, "layered OpenEXR to write")->required()->type_name("FILE");
+    try {
+        app.parse(argc, argv);
+        if (std::find(parts.begin(), parts.end(), output) != parts.end())
+            throw CLI::ValidationError("--output", "\"" + output + "\" is also a part; give another name");
+    } catch (const CLI::Success& done) {
+        return app.exit(done);
+    } catch (const CLI::ParseError& problem) {
+        fmt::print(stderr, "orca-merge: {}\n", problem.what());
+        return exitUsage;
+    }
+    orca::Log log(orca::LogLevel::Warning);
+    return orca::image::mergeExr(parts, output, log) ? exitRendered : exitNotWritten;
+}

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "base/log.h"
+
+#include <string>
+#include <vector>
+
+namespace orca::image {
+
+/// Joins files that hold windows of one picture into one of the whole picture, with all parts, channels and
+/// metadata: the file that one render of the whole picture writes. Pixels are taken as they are. Reads a few
+/// rows at a time, and keeps only the files open that these rows cross, so that memory grows with the width
+/// of the picture and the number of files, not with its height or its parts.
+///
+/// False with a message that names the files when one is no complete file of pictures, when they are of
+/// different pictures (their size, parts, channels or metadata differ; render times are added), when windows
+/// overlap and differ there, or when pixels of the picture are in no file.
+bool mergeExr(const std::vector<std::string>& files, const std::string& output, Log& log);
+
+} // namespace orca::image
