@@ -15,37 +15,22 @@ namespace orca::app {
 
 namespace {
 
-/// A part of the description that is no option: terms and what they mean.
-struct Section {
-    std::string title;
-    std::vector<std::pair<std::string, std::string>> entries;
-};
+using Sections = std::vector<DocumentSection>;
 
-Section exitStatus() {
-    Section section{"Exit status", {}};
+DocumentSection exitStatus() {
+    DocumentSection section{"Exit status", {}};
     for (const ExitCodeMeaning& row : exitCodes()) section.entries.emplace_back(row.code, row.meaning);
     return section;
 }
 
-const std::vector<Section>& sections() {
-    static const std::vector<Section> all{
-        exitStatus(),
-        {"Environment",
-         {{"MI_RAY_INCPATH", "directories as of --include, joined by colons, searched after those"},
-          {"MI_LIBRARY_PATH", "as of --library-path"},
-          {"MI_TEXTURE_PATH", "as of --texture-path"}}},
-    };
-    return all;
-}
-
-std::string helpFooter() {
+std::string helpFooter(const Sections& sections) {
     std::string text;
-    for (const Section& section : sections()) {
+    for (const DocumentSection& section : sections) {
         text += fmt::format("\n{}:\n", section.title);
         for (const auto& [term, meaning] : section.entries)
             text += fmt::format("  {:<32}{}\n", term, meaning);
     }
-    return text.substr(1, text.size() - 2);
+    return text.substr(1);
 }
 
 /// An option as the documents show it.
@@ -122,7 +107,7 @@ std::string roff(const std::string& text) {
     return escaped.rfind('.', 0) == 0 ? "\\&" + escaped : escaped;
 }
 
-std::string manualPage(const CLI::App& app) {
+std::string manualPage(const CLI::App& app, const Sections& sections) {
     const std::string name = app.get_name();
     std::string page =
         fmt::format(".TH {} 1 \"\" \"{}\" \"User Commands\"\n", upper(name), "orca-render " ORCA_VERSION);
@@ -150,7 +135,7 @@ std::string manualPage(const CLI::App& app) {
                 page += roff(fmt::format("({})", fmt::join(entry.choices, ", "))) + "\n";
         }
     }
-    for (const Section& section : sections()) {
+    for (const DocumentSection& section : sections) {
         page += fmt::format(".SH {}\n", roff(upper(section.title)));
         for (const auto& [term, meaning] : section.entries)
             page += fmt::format(".TP\n.B {}\n{}\n", roff(term), roff(meaning));
@@ -166,7 +151,7 @@ bool isDirectory(const Entry& entry) {
     return entry.value == "DIR";
 }
 
-std::string bashCompletion(const CLI::App& app) {
+std::string bashCompletion(const CLI::App& app, const std::string& extension) {
     const std::string name = app.get_name();
     std::string function = name;
     std::replace(function.begin(), function.end(), '-', '_');
@@ -191,12 +176,12 @@ _{1}() {{
     if [[ $word == -* ]]; then
         COMPREPLY=($(compgen -W '{3}' -- "$word"))
     else
-        COMPREPLY=($(compgen -f -X '!*.mi' -- "$word") $(compgen -d -- "$word"))
+        COMPREPLY=($(compgen -f -X '!*.{4}' -- "$word") $(compgen -d -- "$word"))
     fi
 }}
 complete -F _{1} {0}
 )",
-                       name, function, cases, words);
+                       name, function, cases, words, extension);
 }
 
 /// Text between the quotes and brackets of an argument of `_arguments`.
@@ -210,7 +195,7 @@ std::string zshText(const std::string& text) {
     return escaped;
 }
 
-std::string zshCompletion(const CLI::App& app) {
+std::string zshCompletion(const CLI::App& app, const std::string& extension) {
     std::string arguments;
     for (const Entry& entry : allEntries(app)) {
         std::string value;
@@ -224,19 +209,21 @@ std::string zshCompletion(const CLI::App& app) {
         for (const std::string& option : entry.names)
             arguments += fmt::format("    '*{}[{}]{}' \\\n", option, zshText(entry.description), value);
     }
-    return fmt::format("#compdef {}\n_arguments \\\n{}    '*:scene:_files -g \"*.mi\"'\n", app.get_name(),
-                       arguments);
+    return fmt::format("#compdef {}\n_arguments \\\n{}    '*:file:_files -g \"*.{}\"'\n", app.get_name(),
+                       arguments, extension);
 }
 
 } // namespace
 
-void addDocuments(CLI::App& app) {
-    app.footer(helpFooter());
+void addDocuments(CLI::App& app, const std::string& extension, Sections sections) {
+    sections.insert(sections.begin(), exitStatus());
+    app.footer(helpFooter(sections));
     app.add_option_function<std::string>("--print-document",
-                                         [&app](const std::string& kind) {
-                                             fmt::print("{}", kind == "man"    ? manualPage(app)
-                                                              : kind == "bash" ? bashCompletion(app)
-                                                                               : zshCompletion(app));
+                                         [&app, extension, sections](const std::string& kind) {
+                                             fmt::print("{}", kind == "man" ? manualPage(app, sections)
+                                                              : kind == "bash"
+                                                                  ? bashCompletion(app, extension)
+                                                                  : zshCompletion(app, extension));
                                              throw CLI::Success();
                                          })
         ->group("")

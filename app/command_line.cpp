@@ -384,7 +384,11 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
     // time.
     for (const char* list : {"-I", "-L", "-T", "--link", "--set", "--registry", "--passes"})
         app.get_option(list)->allow_extra_args(false);
-    addDocuments(app);
+    addDocuments(app, "mi",
+                 {{"Environment",
+                   {{"MI_RAY_INCPATH", "directories as of --include, joined by colons, searched after those"},
+                    {"MI_LIBRARY_PATH", "as of --library-path"},
+                    {"MI_TEXTURE_PATH", "as of --texture-path"}}}});
     try {
         app.parse(argc, argv);
         convert(raw, command);

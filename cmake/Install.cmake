@@ -13,27 +13,29 @@ set(in_all ALL)
 if(ORCA_SANITIZE)
     set(in_all)
 endif()
-add_custom_target(orca-install-files ${in_all} DEPENDS orca-render orca velabase orca_sdk_archive orca-scenes)
+add_custom_target(orca-install-files ${in_all} DEPENDS orca-render orca-merge orca velabase orca_sdk_archive orca-scenes)
 
-# The manual page and the shells' completions come from the description that --help prints.
+# The manual pages and the shells' completions come from the descriptions that --help prints.
 find_program(GZIP gzip REQUIRED)
 set(documents ${PROJECT_BINARY_DIR}/command_documents)
-add_custom_command(
-    OUTPUT ${documents}/orca-render.1.gz ${documents}/orca-render ${documents}/_orca-render
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${documents}
-    COMMAND orca-render --print-document man | ${GZIP} -9n > ${documents}/orca-render.1.gz
-    COMMAND orca-render --print-document bash > ${documents}/orca-render
-    COMMAND orca-render --print-document zsh > ${documents}/_orca-render
-    DEPENDS orca-render
-    COMMENT "Writing the manual page and the completions"
-    VERBATIM)
-add_custom_target(orca-command-documents DEPENDS ${documents}/orca-render.1.gz)
-add_dependencies(orca-install-files orca-command-documents)
-install(FILES ${documents}/orca-render.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
-install(FILES ${documents}/orca-render DESTINATION ${ORCA_INSTALL_BASH_COMPLETION} COMPONENT runtime)
-install(FILES ${documents}/_orca-render DESTINATION ${ORCA_INSTALL_ZSH_COMPLETION} COMPONENT runtime)
+foreach(command orca-render orca-merge)
+    add_custom_command(
+        OUTPUT ${documents}/${command}.1.gz ${documents}/${command} ${documents}/_${command}
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${documents}
+        COMMAND ${command} --print-document man | ${GZIP} -9n > ${documents}/${command}.1.gz
+        COMMAND ${command} --print-document bash > ${documents}/${command}
+        COMMAND ${command} --print-document zsh > ${documents}/_${command}
+        DEPENDS ${command}
+        COMMENT "Writing the manual page and the completions of ${command}"
+        VERBATIM)
+    add_custom_target(${command}-documents DEPENDS ${documents}/${command}.1.gz)
+    add_dependencies(orca-install-files ${command}-documents)
+    install(FILES ${documents}/${command}.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+    install(FILES ${documents}/${command} DESTINATION ${ORCA_INSTALL_BASH_COMPLETION} COMPONENT runtime)
+    install(FILES ${documents}/_${command} DESTINATION ${ORCA_INSTALL_ZSH_COMPLETION} COMPONENT runtime)
+    install(TARGETS ${command} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+endforeach()
 
-install(TARGETS orca-render RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(TARGETS orca velabase LIBRARY DESTINATION ${ORCA_INSTALL_SHADER_LIBRARIES} COMPONENT runtime)
 
 install(TARGETS orca_sdk_archive ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "command_documents.h"
 #include "exit_codes.h"
 
 #include "base/log.h"
@@ -22,10 +23,12 @@ int main(int argc, char** argv) {
     std::string output;
     app.add_option("parts", parts, "layered files of the windows")->required()->type_name("PART");
     app.add_option("-o,--output", output, "layered OpenEXR to write")->required()->type_name("FILE");
+    addDocuments(app, "exr", {});
     try {
         app.parse(argc, argv);
         if (std::find(parts.begin(), parts.end(), output) != parts.end())
-            throw CLI::ValidationError("--output", "\"" + output + "\" is also a part; give another name");
+            throw CLI::ValidationError("--output",
+                                       fmt::format("\"{}\" is also a part; give another name", output));
     } catch (const CLI::Success& done) {
         return app.exit(done);
     } catch (const CLI::ParseError& problem) {

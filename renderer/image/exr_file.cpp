@@ -10,6 +10,7 @@
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>
+#include <OpenEXR/ImfInputPart.h>
 #include <OpenEXR/ImfMatrixAttribute.h>
 #include <OpenEXR/ImfMultiPartInputFile.h>
 #include <OpenEXR/ImfMultiPartOutputFile.h>
@@ -200,9 +201,14 @@ void writeExr(const std::string& path, const PictureFrame& frame, const std::vec
 
 std::optional<FinishedPicture> finishedPicture(const std::string& path) {
     try {
-        const Imf::MultiPartInputFile file(path.c_str());
+        Imf::MultiPartInputFile file(path.c_str());
         for (int part = 0; part < file.parts(); ++part)
             if (!file.partComplete(part)) return {};
+        // A copy that was cut short has its table of rows, but not all of them.
+        Imf::InputPart last(file, file.parts() - 1);
+        const char* bytes = nullptr;
+        int count = 0;
+        last.rawPixelData(last.header().dataWindow().max.y, bytes, count);
         const Imf::Header& header = file.header(0);
         const Imath::Box2i &display = header.displayWindow(), &data = header.dataWindow();
         FinishedPicture picture;

@@ -220,8 +220,12 @@ void joinPart(const std::vector<Window>& windows, int part, const Box2i& picture
                 continue;
             }
             if (!sources[w]) sources[w] = std::make_unique<Source>(windows[w], part);
-            sources[w]->input.setFrameBuffer(sources[w]->rows.slices(top));
-            sources[w]->input.readPixels(first, last);
+            try {
+                sources[w]->input.setFrameBuffer(sources[w]->rows.slices(top));
+                sources[w]->input.readPixels(first, last);
+            } catch (const std::exception& problem) {
+                fail(fmt::format("\"{}\" is damaged: {}", windows[w].path, problem.what()));
+            }
         }
         for (int y = top; y <= bottom; ++y) {
             std::fill(ownerOf.begin(), ownerOf.end(), nobody);

@@ -36,8 +36,15 @@ inline constexpr const char* renderIt = "render \"world\" \"cam_inst\" \"opt\"\n
 struct Command : ::testing::Test {
     /// Runs the command in the test's own directory; `output` receives what it prints, errors included.
     int run(const std::string& arguments, const std::string& before = "") {
-        const std::string line = fmt::format("cd '{}' && {} '{}' {} 2>&1", directory.path(), before,
-                                             build_paths::renderCommand, arguments);
+        return runTool(std::filesystem::path(build_paths::renderCommand).filename().string(), arguments,
+                       before);
+    }
+    /// Another command of the same folder.
+    int runTool(const std::string& tool, const std::string& arguments, const std::string& before = "") {
+        const std::filesystem::path path =
+            std::filesystem::path(build_paths::renderCommand).replace_filename(tool);
+        const std::string line =
+            fmt::format("cd '{}' && {} '{}' {} 2>&1", directory.path(), before, path.string(), arguments);
         std::FILE* pipe = ::popen(line.c_str(), "r");
         if (!pipe) return -1;
         output.clear();
