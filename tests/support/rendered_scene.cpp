@@ -78,7 +78,8 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
         if (settings.resolution)
             picture.setResolution(settings.resolution->first, settings.resolution->second);
         if (settings.window) picture.setWindow(*settings.window);
-        auto result = session_.render(std::move(picture), {settings.threads, settings.stop, settings.progress, settings.checkpoint});
+        auto result = session_.render(
+            std::move(picture), {settings.threads, settings.stop, settings.progress, settings.checkpoint});
         if (result) results_.push_back(std::move(result));
         return true;
     };
