@@ -6,6 +6,7 @@
 #include "orcaRenderPassUtilities.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -54,15 +55,20 @@ miColor accumulateToParent(const miState* state, const PassRecords& passes, cons
     // Copies, because the arguments might alias the records.
     const miColor covered = opacity, weights[] = {WHITE, opacity};
     miColor largest = BLACK;
+    // Most records are covered as the one before is: their share is compared once.
+    miColor before = WHITE;
     forEachRecord(passes.count, passes.records, [&](FrameBufferInfo& record) {
         TraceLevelSlot& slot = record.levelSlots[level];
         const miColor aux = slot.levelAux;
         const miColor uncovered = WHITE - aux;
+        if (std::memcmp(&slot.levelAux, &before, sizeof before) != 0) {
+            largest = largerOf(largest, uncovered);
+            before = aux;
+        }
         const miColor& weight = weights[(record.flags & FB_WEIGHT_BY_OPACITY) != 0];
         slot.childResult += weight * uncovered * slot.levelResult;
         record.lightColor = aux;
         slot.levelAux = aux + uncovered * covered;
-        largest = largerOf(largest, uncovered);
     });
     return largest;
 }

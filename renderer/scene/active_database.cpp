@@ -3,23 +3,13 @@
 
 namespace orca::scene {
 
-namespace {
-
-Database* active = nullptr;
-
-Database& emptyDatabase() {
+Database& implementation::emptyDatabase() {
     static auto* const alive = new Database; // outlives every library that asks at exit
     return *alive;
 }
 
-} // namespace
-
-Database& activeDatabase() {
-    return active ? *active : emptyDatabase();
-}
-
 void setActiveDatabase(Database* database) {
-    active = database;
+    implementation::active = database;
 }
 
 } // namespace orca::scene
