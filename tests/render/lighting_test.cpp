@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 
 namespace orca::test {
@@ -16,51 +15,6 @@ float pixelCentre(int p) {
 }
 
 constexpr float floatNoise = 1e-5f; // a few operations in single precision on values near 1
-
-struct DecayCase {
-    int rate;
-    float lightHeight;
-};
-class PointLightDecay : public ::testing::TestWithParam<DecayCase> {};
-
-TEST_P(PointLightDecay, LightsALambertPlaneByTheInverseLaw) {
-    const auto [rate, height] = GetParam();
-    TestScene scene;
-    scene.contents =
-        lambert("grey", "\"color\" 0.5 0.25 1 1, \"diffuse\" 0.8") + card("plane", "grey", 0, 0, 0, 4) +
-        pointLight("key", "\"intensity\" 3, \"color\" 1 0.5 0.25 1, \"decayRate\" " + std::to_string(rate),
-                   0.5f, -0.25f, height);
-    const RenderedScene picture(scene);
-    for (const int x : {0, 7, 15})
-        for (const int y : {2, 8, 13}) {
-            const float dx = 0.5f - pixelCentre(x);
-            const float dy = -0.25f - pixelCentre(y);
-            const float distance = std::sqrt(dx * dx + dy * dy + height * height);
-            const float cosine = height / distance;
-            const float decay = distance > 1.0f ? std::pow(distance, static_cast<float>(-rate)) : 1.0f;
-            const float light = 3.0f * decay * cosine * 0.8f;
-            const miColor pixel = picture.pixel("main", x, y);
-            EXPECT_NEAR(pixel.r, 0.5f * 1.0f * light, floatNoise);
-            EXPECT_NEAR(pixel.g, 0.25f * 0.5f * light, floatNoise);
-            EXPECT_NEAR(pixel.b, 1.0f * 0.25f * light, floatNoise);
-            EXPECT_NEAR(pixel.a, 1.0f, floatNoise);
-        }
-}
-
-INSTANTIATE_TEST_SUITE_P(Rates, PointLightDecay,
-                         ::testing::Values(DecayCase{0, 2.0f}, DecayCase{1, 2.0f}, DecayCase{2, 2.0f},
-                                           DecayCase{3, 2.0f},
-                                           DecayCase{2, 0.5f})); // near: decay never brightens
-
-TEST(Lights, DirectionalLightHasOneDirectionAndHalfSpaceWhenAsked) {
-    TestScene scene;
-    scene.contents = lambert("grey", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("plane", "grey", 0, 0, 0, 4) +
-                     directionalLight("sun", "", "-0.6 0 -0.8") +
-                     directionalLight("behind", "\"useLightPosition\" on", "0 0 -1",
-                                      "transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 1 1"); // stands at z = -1
-    const RenderedScene picture(scene);
-    for (const int x : {0, 5, 15}) EXPECT_NEAR(picture.pixel("main", x, x).r, 0.8f, floatNoise);
-}
 
 TEST(Lights, LightLinksChooseWhatIlluminatesAnInstance) {
     TestScene scene;

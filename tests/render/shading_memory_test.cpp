@@ -139,8 +139,9 @@ TEST(StateStore, KeepsAddressesWhileEntriesComeAndGo) {
     store.set("velabase", &eight, sizeof eight, miSS_LIFETIME_RECT);
     EXPECT_EQ(store.get("velabase", nullptr), address);
     EXPECT_EQ(*address, 8);
+    EXPECT_NE(store.get(key, nullptr), nullptr);
     store.endSample();
-    EXPECT_EQ(store.get("key6", nullptr), nullptr);
+    EXPECT_EQ(store.get(key, nullptr), nullptr);
     EXPECT_EQ(store.get("velabase", nullptr), address);
     int visits = 0;
     store.visit(

@@ -104,24 +104,6 @@ TEST(DepthBuffers, TakeASampleOutsideThePixelWhereThereIsNoOther) {
     picture.eachPixel([&](int x, int y) { EXPECT_FLOAT_EQ(picture.pixel("nearest", x, y).r, 10.0f); });
 }
 
-TEST(UtilityPasses, OcclusionInACornerIsTheViewFactorOfTheWall) {
-    // A floor point at distance d from an endless wall of height h sees it cover (1 - d / sqrt(d^2 + h^2))
-    // / 2.
-    TestScene scene;
-    scene.samples = "3 3";
-    scene.contents = lambert("m", "") + card("floor", "m", 0, 0, 0, 500) +
-                     "object \"wall\" visible shadow trace group -1 -500 0 -1 500 0 -1 500 2 -1 -500 2\n"
-                     "v 0 v 1 v 2 v 3 p \"m\" 0 1 2 3 end group end object\ninstance \"wall_inst\" \"wall\" "
-                     "end instance\n";
-    scene.utilityPasses = {{"occlusion", "rgba_fp", "orcaPassAmbientOcclusion"}};
-    const RenderedScene picture(scene);
-    for (const int px : {5, 8, 14}) {
-        const float d = (static_cast<float>(px) + 0.5f) / 4.0f - 2.0f + 1.0f;
-        const float covered = 0.5f * (1.0f - d / std::sqrt(d * d + 4.0f));
-        EXPECT_NEAR(picture.pixel("occlusion", px, 8).r, 1.0f - covered, 0.01f) << d; // 64 x 64 rays
-    }
-}
-
 TEST(UtilityPasses, MasksKeepObjectsOutAndOtherRaysWriteNothing) {
     TestScene scene;
     scene.contents = passMask("notFirst", "2") + lambert("m", "") +

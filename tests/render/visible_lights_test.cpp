@@ -65,6 +65,14 @@ TEST(VisibleLights, HideWhatIsBehindAndAreHiddenByWhatIsBefore) {
     EXPECT_NEAR(picture.pixel("main", 1, 8).r, 0.2f, 1e-5f);
 }
 
+TEST(VisibleLights, AreDarkFromBehindWhereTheyAreFlat) {
+    for (const char* const shape : {"disc 0 0 -1 1", "rectangle 2 0 0 0 -1.5 0"}) {
+        TestScene scene;
+        scene.contents = areaLight(shape);
+        EXPECT_EQ(RenderedScene(scene).middle().r, 0.0f) << shape;
+    }
+}
+
 TEST(VisibleLights, AreSeenThroughVolumes) {
     TestScene scene;
     scene.cameraStatements = "volume \"testHaze\" ( \"color\" 0.05 0.1 0 1 )\n";
