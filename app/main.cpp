@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <exception>
 #include <map>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -106,6 +107,9 @@ int main(int argc, char** argv) {
     try {
         if (!parsed.command->developed.empty()) return developCheckpoint(*parsed.command, log);
         return renderAll(*parsed.command, log);
+    } catch (const std::bad_alloc&) {
+        log.write(orca::LogLevel::Fatal, "MAIN", "there is too little memory for the scene or its pictures");
+        return exitRenderError;
     } catch (const std::exception& failure) {
         log.write(orca::LogLevel::Fatal, "MAIN", "{}", failure.what());
         return exitRenderError;

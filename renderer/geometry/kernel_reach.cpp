@@ -47,6 +47,24 @@ Growth growthOf(const Transform& transform) {
     return growth;
 }
 
+/// The same for one time, by what the placement and its inverse do.
+std::string whyOutOfReach(const Growth& toWorld, const Growth& toObject, float extent, RayReach& rays) {
+    constexpr auto reach = static_cast<double>(kernelReach);
+    const double farthest = toWorld.scale * static_cast<double>(extent) + toWorld.shift;
+    if (!(farthest <= reach))
+        return fmt::format("it reaches {:.2g} units from the world's origin, and {:g} are possible", farthest,
+                           kernelReach);
+    // Rays from a thousand million units away must not leave the reach in the object's space.
+    constexpr double mostScale = 1e9;
+    if (!(toObject.scale <= mostScale && toObject.shift <= reach / 2))
+        return fmt::format("it is {:.2g} times as small as its object, and {:g} times are possible",
+                           toObject.scale, mostScale);
+    const double scale = std::max(toObject.scale, 1.0);
+    rays.origin = std::min(rays.origin, static_cast<float>((reach - toObject.shift) / scale));
+    rays.direction = std::min(rays.direction, static_cast<float>(reach / scale));
+    return {};
+}
+
 } // namespace
 
 float extentOf(const Mesh& mesh) {
@@ -59,33 +77,19 @@ std::string whyOutOfReach(const MeshInstance& meshInstance, float extent, bool t
     if (!(extent <= kernelReach))
         return fmt::format("a vertex is more than {:g} units from the origin", kernelReach);
     if (meshInstance.placedInWorld) return {};
-    std::vector<const miScalar*> placements{meshInstance.instanceRecord->tf.local_to_global};
-    if (traceMotion && meshInstance.transformMoves) {
-        placements.push_back(meshInstance.localToGlobalAtEnd);
-        for (const auto& step : meshInstance.motionPath) placements.push_back(step.data());
-    }
-    for (const miScalar* const matrix : placements) {
+    const miTransform& start = meshInstance.instanceRecord->tf;
+    std::string reason = whyOutOfReach(growthOf(Transform::from(start.local_to_global)),
+                                       growthOf(Transform::from(start.global_to_local)), extent, rays);
+    if (!traceMotion || !meshInstance.transformMoves) return reason;
+    const auto checkStep = [&](const miScalar* matrix) {
         const Transform toWorld = Transform::from(matrix);
-        const Growth out = growthOf(toWorld);
-        const double farthest = out.scale * static_cast<double>(extent) + out.shift;
-        if (!(farthest <= static_cast<double>(kernelReach)))
-            return fmt::format("it reaches {:.2g} units from the world's origin, and {:g} are possible",
-                               farthest, kernelReach);
         bool singular = false;
-        const Growth in = growthOf(inverse(toWorld, singular));
-        if (singular) continue; // moves as its ends do not
-        // Rays from a thousand million units away must not leave the reach in the object's space.
-        constexpr double mostScale = 1e9;
-        if (!(in.scale <= mostScale && in.shift <= static_cast<double>(kernelReach) / 2))
-            return fmt::format("it is {:.2g} times as small as its object, and {:g} times are possible",
-                               in.scale, mostScale);
-        const double scale = std::max(in.scale, 1.0);
-        rays.origin =
-            std::min(rays.origin, static_cast<float>((static_cast<double>(kernelReach) - in.shift) / scale));
-        rays.direction =
-            std::min(rays.direction, static_cast<float>(static_cast<double>(kernelReach) / scale));
-    }
-    return {};
+        const Transform toObject = inverse(toWorld, singular);
+        if (reason.empty()) reason = whyOutOfReach(growthOf(toWorld), growthOf(toObject), extent, rays);
+    };
+    checkStep(meshInstance.localToGlobalAtEnd);
+    for (const auto& step : meshInstance.motionPath) checkStep(step.data());
+    return reason;
 }
 
 } // namespace orca::geometry

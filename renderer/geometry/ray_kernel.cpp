@@ -8,9 +8,13 @@
 #include <embree3/rtcore.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <new>
+#include <stdexcept>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -21,8 +25,18 @@ namespace {
 
 constexpr unsigned int everyClass = 0xFFFFFFFFu;
 
-void reportDeviceError(void* user, RTCError code, const char* text) {
-    static_cast<Log*>(user)->error("GEOM", "ray-tracing kernel: {} (code {})", text, static_cast<int>(code));
+/// Errors of the kernel's library.
+struct DeviceErrors {
+    Log* log = nullptr;
+    std::atomic<bool> outOfMemory{false}, any{false};
+};
+
+void noteDeviceError(void* user, RTCError code, const char* text) {
+    auto& errors = *static_cast<DeviceErrors*>(user);
+    errors.any = true;
+    if (code == RTC_ERROR_OUT_OF_MEMORY) errors.outOfMemory = true;
+    const std::string message = fmt::format("ray-tracing kernel: {} (code {})", text, static_cast<int>(code));
+    errors.log->once(message, {LogLevel::Error, "GEOM", 0, message, {}});
 }
 
 [[nodiscard]] std::uint32_t meshInstanceOf(const RTCHit& hit) {
@@ -80,8 +94,13 @@ struct RayKernel::Implementation {
     SingularTimes singularTimes;
     const MeshInstance* meshInstances = nullptr;
     RayReach reach;
-    Log* log = nullptr;
+    DeviceErrors errors;
 
+    ~Implementation() {
+        if (top) rtcReleaseScene(top);
+        for (const RTCScene scene : instanced) rtcReleaseScene(scene);
+        if (device) rtcReleaseDevice(device);
+    }
     [[nodiscard]] bool takes(const Ray& ray) const;
     [[nodiscard]] RTCScene newScene() const {
         const RTCScene scene = rtcNewScene(device);
@@ -169,14 +188,14 @@ RayKernel::RayKernel(std::span<const MeshInstance> meshInstances, bool traceMoti
     Implementation& kernel = *implementation_;
     kernel.traceMotion = traceMotion;
     kernel.meshInstances = meshInstances.data();
-    kernel.log = &log;
+    kernel.errors.log = &log;
     kernel.device = rtcNewDevice(nullptr);
     if (!kernel.device) {
         log.error("GEOM", "the ray-tracing kernel does not start (code {}); nothing can be hit",
                   static_cast<int>(rtcGetDeviceError(nullptr)));
         return;
     }
-    rtcSetDeviceErrorFunction(kernel.device, reportDeviceError, &log);
+    rtcSetDeviceErrorFunction(kernel.device, noteDeviceError, &kernel.errors);
 
     std::unordered_set<const Mesh*> meshesWithHiddenFaces;
     for (const MeshInstance& meshInstance : meshInstances)
@@ -211,14 +230,12 @@ RayKernel::RayKernel(std::span<const MeshInstance> meshInstances, bool traceMoti
         rtcReleaseGeometry(geometry);
     }
     rtcCommitScene(kernel.top);
+    if (kernel.errors.outOfMemory) throw std::bad_alloc();
+    if (kernel.errors.any) throw std::runtime_error("the ray-tracing kernel could not take the scene");
     kernel.singularTimes.sort();
 }
 
-RayKernel::~RayKernel() {
-    if (implementation_->top) rtcReleaseScene(implementation_->top);
-    for (const RTCScene scene : implementation_->instanced) rtcReleaseScene(scene);
-    if (implementation_->device) rtcReleaseDevice(implementation_->device);
-}
+RayKernel::~RayKernel() = default;
 
 namespace {
 
@@ -253,7 +270,7 @@ bool RayKernel::Implementation::takes(const Ray& ray) const {
         longest <= reach.direction)
         return true;
     if (farthest > reach.origin || longest > reach.direction)
-        log->once(
+        errors.log->once(
             "ray out of reach",
             {LogLevel::Error,
              "GEOM",

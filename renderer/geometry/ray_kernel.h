@@ -19,6 +19,7 @@ namespace orca::geometry {
 /// are instanced there.
 class RayKernel {
 public:
+    /// Throws std::bad_alloc or std::runtime_error when the kernel cannot take the scene.
     /// @param traceMotion rays see the scene at their own time; else at shutter time 0
     RayKernel(std::span<const MeshInstance> meshInstances, bool traceMotion, Log& log);
     ~RayKernel();
