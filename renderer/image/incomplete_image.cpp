@@ -14,18 +14,18 @@ namespace orca::image {
 
 namespace {
 
-/// Goes through the segments of a JPEG file (ITU-T T.81, annex B) to the mark of its end. True when it is
-/// there, and for what has no segments.
-bool endsAsJpeg(std::istream& file) {
+/// Follows the marker segments of a JPEG file (ITU-T T.81, annex B) to the end-of-image marker. True when it
+/// is there, and for what is not made of segments.
+bool hasEndOfImage(std::istream& file) {
     constexpr int prefix = 0xff, start = 0xd8, end = 0xd9, startOfScan = 0xda;
-    const auto stands = [](int marker) { return marker == 0x01 || (marker >= 0xd0 && marker <= start); };
+    const auto hasNoLength = [](int marker) { return marker == 0x01 || (marker >= 0xd0 && marker <= start); };
     int byte = file.get();
     while (file) {
         if (byte != prefix) return true;
         while (byte == prefix) byte = file.get();
         const int marker = byte;
         if (marker == end) return true;
-        if (stands(marker)) {
+        if (hasNoLength(marker)) {
             byte = file.get();
             continue;
         }
@@ -33,11 +33,11 @@ bool endsAsJpeg(std::istream& file) {
         if (!file || length < 2) return static_cast<bool>(file);
         file.ignore(length - 2);
         byte = file.get();
-        // Coded data: a prefix in it is followed by 0, or by the mark of a restart.
+        // Coded data: a prefix in it is followed by 0 or is part of a restart marker.
         while (marker == startOfScan && file) {
             while (file && byte != prefix) byte = file.get();
             const int next = file.peek();
-            if (next != 0 && next != prefix && !stands(next)) break;
+            if (next != 0 && next != prefix && !hasNoLength(next)) break;
             byte = file.get();
         }
     }
@@ -115,9 +115,9 @@ std::string whatIsMissing(const std::string& path) {
     file.seekg(0);
     const int first = file.get(), second = file.get();
     if (first == 0xff && second == 0xd8)
-        return endsAsJpeg(file.seekg(0))
+        return hasEndOfImage(file.seekg(0))
                    ? ""
-                   : fmt::format("it ends after {} bytes, before the mark of its end", size);
+                   : fmt::format("it ends after {} bytes, before its end-of-image marker", size);
     if ((first != 'I' && first != 'M') || first != second) return {};
     const std::uint64_t end = endOfTiffPixels(file, first == 'M');
     return end > size ? fmt::format("its pixels take {} bytes, and it ends after {}", end, size) : "";

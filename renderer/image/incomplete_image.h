@@ -5,8 +5,8 @@
 
 namespace orca::image {
 
-/// What a JPEG or TIFF file that was cut off lacks, for which the image library puts grey or black pixels
-/// without a word; empty for a whole file and for other formats, whose look-ups fail.
+/// What a truncated JPEG or TIFF file lacks: the image library fills it with grey or black and reports no
+/// error. Empty for a complete file and for other formats, whose look-ups fail.
 [[nodiscard]] std::string whatIsMissing(const std::string& path);
 
 } // namespace orca::image

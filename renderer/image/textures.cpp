@@ -221,7 +221,7 @@ void Textures::Implementation::loadFile(const scene::TextureElement& texture, Lo
     }
     if (const std::string missing = whatIsMissing(*file); !missing.empty())
         log.errorAt(texture.location, "IMG",
-                    "texture \"{}\": image \"{}\" is incomplete, what is missing is black or grey: {}",
+                    "texture \"{}\": image \"{}\" is truncated, what is missing is black or grey: {}",
                     texture.name, *file, missing);
     OIIO::ustring path(*file);
     if (texture.colorProfile != scene::ColorProfile::Linear) {

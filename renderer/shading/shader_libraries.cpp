@@ -32,7 +32,7 @@ std::string whatIsMissing(const std::string& path) {
         if (!file.read(reinterpret_cast<char*>(&segment), sizeof segment)) break;
         if (segment.p_type == PT_LOAD) end = std::max(end, segment.p_offset + segment.p_filesz);
     }
-    return end > size ? fmt::format("it is cut off: {} bytes of at least {}", size, end) : std::string();
+    return end > size ? fmt::format("it is truncated: {} bytes of at least {}", size, end) : std::string();
 }
 
 } // namespace
