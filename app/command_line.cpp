@@ -100,7 +100,7 @@ std::vector<std::string> passNames(const std::vector<std::string>& lists) {
 
 /// Options as CLI11 fills them, before they are checked and converted.
 struct RawOptions {
-    std::string size, pixel, frames, files = "on", verbosity, checkpoint;
+    std::string size, part, pixel, frames, files = "on", verbosity, checkpoint;
     std::vector<int> window;
     std::vector<std::string> passes, includes, libraryPaths, texturePaths, links, sets, registry;
     std::map<std::string_view, std::vector<std::string>> options; ///< by the scene's words
@@ -206,6 +206,13 @@ void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->group(group)
         ->expected(4)
         ->type_name("N");
+    app.add_option(
+           "--part", raw.part,
+           "render one part of the picture, cut into W columns and H rows: N from 1, in rows from the lower "
+           "left; orca-merge joins the parts")
+        ->group(group)
+        ->type_name("N/WxH")
+        ->excludes("--window");
     app.add_option("--pixel", raw.pixel, "render one pixel and print the values of its layers")
         ->group(group)
         ->type_name("X,Y");
@@ -324,6 +331,19 @@ void convert(RawOptions& raw, CommandLine& command) {
         if (raw.window[0] > raw.window[2] || raw.window[1] > raw.window[3])
             throw CLI::ValidationError("--window",
                                        "the window is empty; give X0 Y0 X1 Y1 with X0 <= X1 and Y0 <= Y1");
+    }
+    if (!raw.part.empty()) {
+        constexpr const char* expected = "a part such as 3/2x2, which has four";
+        const std::size_t slash = raw.part.find('/');
+        if (slash == std::string::npos) refuse("--part", raw.part, expected);
+        const auto [columns, rows] = numberPair("--part", raw.part.substr(slash + 1), 'x', expected);
+        int number = 0;
+        const auto read = std::from_chars(raw.part.data(), raw.part.data() + slash, number);
+        constexpr int most = 1024;
+        if (read.ec != std::errc() || read.ptr != raw.part.data() + slash || columns < 1 || rows < 1 ||
+            columns > most || rows > most || number < 1 || number > columns * rows)
+            refuse("--part", raw.part, expected);
+        overrides.part = GridPart{number, columns, rows};
     }
     if (!raw.pixel.empty()) {
         command.pixel = numberPair("--pixel", raw.pixel, ',', "a pixel such as 120,45");

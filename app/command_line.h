@@ -13,6 +13,12 @@
 
 namespace orca::app {
 
+/// One part of a picture that is cut into columns and rows.
+struct GridPart {
+    int number; ///< from 1, in rows from the lower left
+    int columns, rows;
+};
+
 /// Scene settings that the command line changes; what is not given stays as the scene has it.
 struct Overrides {
     struct Option {
@@ -21,6 +27,7 @@ struct Overrides {
     };
     std::optional<std::pair<int, int>> size;  ///< pixels
     std::optional<std::array<int, 4>> window; ///< xl yl xh yh, inclusive, lower left origin
+    std::optional<GridPart> part;             ///< instead of a window
     std::vector<Option> options;              ///< statements of the scene's options, over its own
 };
 

@@ -54,6 +54,19 @@ Progress::Style progressStyle(const CommandLine& command) {
     return terminal ? Progress::Style::Bar : Progress::Style::Lines;
 }
 
+/// The pixels of a part; parts of a picture with fewer pixels than columns or rows may be empty, and get the
+/// nearest pixel.
+render::PixelWindow windowOf(const GridPart& part, const miCamera& camera) {
+    const int column = (part.number - 1) % part.columns, row = (part.number - 1) / part.columns;
+    const auto cut = [](int size, int index, int count) {
+        return static_cast<int>(static_cast<long>(size) * index / count);
+    };
+    const int xl = cut(camera.x_resolution, column, part.columns);
+    const int yl = cut(camera.y_resolution, row, part.rows);
+    return {xl, yl, std::max(xl, cut(camera.x_resolution, column + 1, part.columns) - 1),
+            std::max(yl, cut(camera.y_resolution, row + 1, part.rows) - 1)};
+}
+
 /// Width / height of a pixel. Scenes round the aspect of the image plane ("1.333"): nearly 1 is 1.
 float pixelAspect(const miCamera& camera, int width, int height) {
     const float aspect = camera.aspect * static_cast<float>(height) / static_cast<float>(width);
@@ -191,6 +204,7 @@ bool SceneRun::isChosen(int frame) const {
 void SceneRun::applySettings(render::Picture& picture) const {
     const Overrides& overrides = command_.overrides;
     if (overrides.size) picture.setResolution(overrides.size->first, overrides.size->second);
+    if (overrides.part) picture.setWindow(windowOf(*overrides.part, picture.camera()));
     if (overrides.window) {
         const auto& [xl, yl, xh, yh] = *overrides.window;
         picture.setWindow({xl, yl, xh, yh});

@@ -36,6 +36,7 @@ foreach(command orca-render orca-merge)
     install(TARGETS ${command} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 endforeach()
 
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/app/farm/orca-farm DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(TARGETS orca velabase LIBRARY DESTINATION ${ORCA_INSTALL_SHADER_LIBRARIES} COMPONENT runtime)
 
 install(TARGETS orca_sdk_archive ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
