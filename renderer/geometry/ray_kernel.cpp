@@ -101,7 +101,16 @@ struct RayKernel::Implementation {
         for (const RTCScene scene : instanced) rtcReleaseScene(scene);
         if (device) rtcReleaseDevice(device);
     }
-    [[nodiscard]] bool takes(const Ray& ray) const;
+    /// False for a null direction and for not-a-numbers of shaders, and with a message for what is beyond the
+    /// kernel's reach.
+    [[nodiscard]] bool takes(const Ray& ray) const {
+        // No component is larger than the length; false for sums that overflow and for not-a-numbers.
+        const float length = dot(ray.direction, ray.direction), place = dot(ray.origin, ray.origin);
+        return (length > 0.0f && length <= reach.direction * reach.direction &&
+                place <= reach.origin * reach.origin && ray.farDistance == ray.farDistance) ||
+               takesExtreme(ray);
+    }
+    [[nodiscard]] bool takesExtreme(const Ray& ray) const;
     [[nodiscard]] RTCScene newScene() const {
         const RTCScene scene = rtcNewScene(device);
         // Robust: no light leaks through the edges between triangles. The filter is for rays whose context
@@ -260,9 +269,8 @@ void setRay(RTCRay& to, const Ray& ray, float time) {
 
 } // namespace
 
-/// False for a null direction and for not-a-numbers of shaders, and with a message for what is beyond the
-/// kernel's reach.
-bool RayKernel::Implementation::takes(const Ray& ray) const {
+/// Exact, for rays close to the limits and beyond them.
+bool RayKernel::Implementation::takesExtreme(const Ray& ray) const {
     const float length = dot(ray.direction, ray.direction);
     const float place = ray.origin.x + ray.origin.y + ray.origin.z;
     const float farthest = largestOf(ray.origin), longest = largestOf(ray.direction);

@@ -77,9 +77,7 @@ DerivedState& RenderContext::slot(int level) {
     return *slots_[static_cast<std::size_t>(level)];
 }
 
-bool refusesRays(const RenderContext& context) {
-    if (context.frame.stopped()) return true;
-    if (context.depth < maxNesting) return false;
+bool reportsNesting(const RenderContext& context) {
     context.frame.log.once(
         "render: nesting",
         {LogLevel::Warning, "RNDR", 0, "rays nest too deep; the deepest are left out", {}});

@@ -115,8 +115,13 @@ private:
 /// stack.
 inline constexpr int maxNesting = 600;
 
+/// Says once that the deepest rays are left out. True.
+bool reportsNesting(const RenderContext& context);
+
 /// True where no more rays are cast: nested too deep, with a message, or of a picture that was stopped.
-[[nodiscard]] bool refusesRays(const RenderContext& context);
+[[nodiscard]] inline bool refusesRays(const RenderContext& context) {
+    return context.frame.stopped() || (context.depth >= maxNesting && reportsNesting(context));
+}
 
 [[nodiscard]] inline RenderContext& renderContextOf(const miState* state) {
     return *static_cast<RenderContext*>(static_cast<shading::CallContext*>(state->ext));
