@@ -181,7 +181,8 @@ void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     app.add_flag("--no-space-check{false}", command.checksSpace,
                  "render even where the disk seems too full for the files")
         ->group(group);
-    app.add_option("--stats-json", command.statisticsFile, "write counts and times of every picture")
+    app.add_option("--stats-json", command.statisticsFile,
+                   "add a line of JSON for every picture: counts, times, what it cost and what became of it")
         ->group(group)
         ->type_name("FILE");
     app.add_flag("--list-outputs", command.listsOutputs, "print files, parts and channels; render nothing")

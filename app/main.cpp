@@ -59,13 +59,11 @@ int renderAll(const CommandLine& command, Log& log) {
 
     const StopSignal stop(command.checkpointSeconds ? StopSignal::End::WhenReady : StopSignal::End::Soon);
     OutputFiles files(command, log);
-    std::vector<PictureReport> pictures;
     std::map<std::string, InputFile> inputs;
     int exitCode = exitRendered;
     for (const std::optional<int>& frame : frames) {
         SceneRun run(command, log, stop, files, frame);
         const int code = run.run();
-        pictures.insert(pictures.end(), run.pictures().begin(), run.pictures().end());
         inputs.insert(run.inputs().begin(), run.inputs().end());
         if (exitCode == exitRendered) exitCode = code;
         if (stop.exitCode() != 0) return code == exitStopped ? code : stop.exitCode();
@@ -75,9 +73,7 @@ int renderAll(const CommandLine& command, Log& log) {
             if (!file.missing) fmt::print("{}\n", path);
         return exitCode;
     }
-    const bool counted = command.statisticsFile.empty() || !files.mayWriteStatistics() ||
-                         writeStatistics(command.statisticsFile, pictures, log);
-    return exitCode == exitRendered && !counted ? exitNotWritten : exitCode;
+    return exitCode;
 }
 
 /// Rays that nest deeply run shaders within shaders, on the first thread as on the others.

@@ -191,18 +191,13 @@ bool OutputFiles::checkSpace(const std::vector<Planned>& plan) const {
 bool OutputFiles::check(const PictureFiles& files, const render::Picture& picture,
                         const std::vector<InputFile>& inputs) {
     const std::vector<Planned> plan = planned(files, picture);
-    mayWriteStatistics_ = checkConflicts(plan, inputs, files);
-    if (!mayWriteStatistics_) return false;
+    if (!checkConflicts(plan, inputs, files)) return false;
     if (!files.layerDirectory.empty()) {
         std::error_code problem; // what could not be made is found missing next
         fs::create_directories(files.layerDirectory, problem);
     }
     bool good = true;
-    for (const Planned& file : plan) {
-        const bool writable = image::canWrite(file.path, log_);
-        if (file.path == command_.statisticsFile) mayWriteStatistics_ = writable;
-        good = good && writable;
-    }
+    for (const Planned& file : plan) good = image::canWrite(file.path, log_) && good;
     return good && checkSpace(plan);
 }
 
@@ -222,6 +217,18 @@ bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& re
         good = image::writePreview(name, picture, layer, log_) && good;
     }
     return good;
+}
+
+std::uint64_t OutputFiles::bytesOf(const PictureFiles& files) {
+    std::uint64_t bytes = 0;
+    std::vector<std::string> paths = files.sceneFiles;
+    paths.insert(paths.end(), {files.layered, files.png});
+    for (const std::string& path : paths) {
+        std::error_code missing;
+        const std::uint64_t size = path.empty() || isStream(path) ? 0 : fs::file_size(path, missing);
+        if (!missing) bytes += size;
+    }
+    return bytes;
 }
 
 void OutputFiles::list(const PictureFiles& files, const image::FramebufferSet& buffers) {

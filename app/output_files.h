@@ -44,8 +44,8 @@ public:
     /// Writes a finished picture. False, with messages, when something could not be written.
     [[nodiscard]] bool write(const PictureFiles& files, const render::FrameResult& result) const;
 
-    /// True when a check has found that the statistics' file can be written and is no other file of the run.
-    [[nodiscard]] bool mayWriteStatistics() const { return mayWriteStatistics_; }
+    /// Bytes of the files as they are on their disks.
+    [[nodiscard]] static std::uint64_t bytesOf(const PictureFiles& files);
 
     /// Prints files, parts and channels to standard output.
     static void list(const PictureFiles& files, const image::FramebufferSet& buffers);
@@ -69,8 +69,7 @@ private:
 
     const CommandLine& command_;
     Log& log_;
-    std::set<std::string> named_; ///< of the command line's names, what is taken
-    bool mayWriteStatistics_ = false;
+    std::set<std::string> named_;      ///< of the command line's names, what is taken
     std::map<std::string, int> frame_; ///< that a file of this run holds, by its path without links
 };
 

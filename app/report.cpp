@@ -4,15 +4,20 @@
 #include "progress.h"
 
 #include "base/memory.h"
-#include "image/file_in_place.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
-#include <exception>
+#include <cstring>
+#include <ctime>
 #include <utility>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace orca::app {
 
@@ -31,16 +36,58 @@ std::vector<std::pair<const char*, std::uint64_t>> countsOf(const render::RayCou
             {"environment", rays.environment}};
 }
 
-nlohmann::ordered_json json(const PictureReport& picture) {
+std::string utcTime() {
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    ::gmtime_r(&now, &utc);
+    char text[32];
+    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc)};
+}
+
+std::string hostName() {
+    char name[256] = {};
+    return ::gethostname(name, sizeof name - 1) == 0 ? name : "";
+}
+
+rusage usage() {
+    rusage used{};
+    ::getrusage(RUSAGE_SELF, &used);
+    return used;
+}
+
+double cpuSecondsSoFar() {
+    const rusage used = usage();
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+    };
+    return seconds(used.ru_utime) + seconds(used.ru_stime);
+}
+
+nlohmann::ordered_json json(const PictureReport& picture, const CostMeter& cost) {
     const render::RenderStatistics& statistics = picture.statistics;
+    const render::PixelWindow& window = picture.window;
     nlohmann::ordered_json rays;
     for (const auto& [kind, count] : countsOf(statistics.rays)) rays[kind] = count;
-    return {{"frame", picture.frame},
+    return {{"version", ORCA_VERSION},
+            {"frame", picture.frame},
             {"file", picture.file},
+            {"exitCode", picture.exitCode},
             {"interrupted", picture.interrupted},
+            {"host", hostName()},
+            {"start", cost.start()},
+            {"end", utcTime()},
             {"threads", statistics.threads},
+            {"cpuSeconds", cost.cpuSeconds()},
+            {"peakMemoryBytes", static_cast<std::uint64_t>(usage().ru_maxrss) * 1024},
             {"buildSeconds", statistics.buildSeconds},
             {"renderSeconds", statistics.renderSeconds},
+            {"size", {picture.width, picture.height}},
+            {"window", {window.xl, window.yl, window.xh, window.yh}},
+            {"samplingLevels", {picture.minLevel, picture.maxLevel}},
+            {"layers", picture.layers},
+            {"bytesWritten", picture.bytesWritten},
+            {"warnings", cost.warnings()},
+            {"errors", cost.errors()},
             {"samples", statistics.rays.samples},
             {"rays", std::move(rays)},
             {"materialCalls", statistics.rays.materialCalls},
@@ -52,6 +99,39 @@ nlohmann::ordered_json json(const PictureReport& picture) {
 }
 
 } // namespace
+
+CostMeter::CostMeter(const Log& log)
+    : log_(log),
+      start_(utcTime()),
+      cpuBefore_(cpuSecondsSoFar()),
+      warningsBefore_(log.count(LogLevel::Warning)),
+      errorsBefore_(log.count(LogLevel::Error)) {
+}
+
+double CostMeter::cpuSeconds() const {
+    return cpuSecondsSoFar() - cpuBefore_;
+}
+
+int CostMeter::warnings() const {
+    return log_.count(LogLevel::Warning) - warningsBefore_;
+}
+
+int CostMeter::errors() const {
+    return log_.count(LogLevel::Error) - errorsBefore_;
+}
+
+PictureReport::PictureReport(int frameNumber, std::string layeredFile, const render::FrameResult& result)
+    : frame(frameNumber),
+      file(std::move(layeredFile)),
+      width(result.frame().width),
+      height(result.frame().height),
+      window(result.film().window()),
+      minLevel(result.picture().options.options.min_samples),
+      maxLevel(result.picture().options.options.max_samples),
+      statistics(result.statistics),
+      interrupted(result.interrupted) {
+    for (const image::Layer& layer : result.layers()) layers.push_back(layer.buffer->name);
+}
 
 void reportPicture(const PictureReport& picture, Log& log) {
     const render::RenderStatistics& statistics = picture.statistics;
@@ -71,20 +151,17 @@ void reportPicture(const PictureReport& picture, Log& log) {
         rays, static_cast<double>(statistics.filmBytes) / 1e6);
 }
 
-bool writeStatistics(const std::string& path, const std::vector<PictureReport>& pictures, Log& log) {
-    nlohmann::ordered_json all{{"version", ORCA_VERSION}, {"pictures", nlohmann::ordered_json::array()}};
-    for (const PictureReport& picture : pictures) all["pictures"].push_back(json(picture));
-    // A file name need not be UTF-8.
-    const std::string text = all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
-    try {
-        image::FileInPlace file(path);
-        file.write(text.data(), text.size());
-        file.commit();
-        return true;
-    } catch (const std::exception& failure) {
-        log.error("MAIN", "cannot write \"{}\": {}", path, failure.what());
-        return false;
-    }
+bool appendStatistics(const std::string& path, const PictureReport& picture, const CostMeter& cost,
+                      Log& log) {
+    // A file name need not be UTF-8. In one piece, so that the lines of several processes do not mix.
+    const std::string line =
+        json(picture, cost).dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+    const int file = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+    const bool written =
+        file >= 0 && ::write(file, line.data(), line.size()) == static_cast<ssize_t>(line.size());
+    const bool closed = file >= 0 && ::close(file) == 0;
+    if (!written || !closed) log.error("MAIN", "cannot write \"{}\": {}", path, std::strerror(errno));
+    return written && closed;
 }
 
 void reportLeaks(const scene::Database& database, Log& log) {

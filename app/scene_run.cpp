@@ -248,7 +248,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         fmt::print("{}", preset_->text());
         return false;
     }
-    const int errorsBefore = log_.count(LogLevel::Error);
+    const CostMeter cost(log_);
     render::Picture picture(scene_.database(), *elements, log_);
     applySettings(picture);
     if (!checkWindow(picture)) {
@@ -279,29 +279,33 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         fail(exitRenderError);
         return false;
     }
-    pictures_.push_back({frame, files.layered, result->statistics, result->interrupted});
-    reportPicture(pictures_.back(), log_);
-    if (result->isResumable) {
-        checkpoints_.reportStop(files, frame);
-        fail(exitStopped);
-        return false;
+    PictureReport report(frame, files.layered, *result);
+    reportPicture(report, log_);
+    report.exitCode = finish(*result, files, identity, cost);
+    report.bytesWritten = OutputFiles::bytesOf(files);
+    fail(report.exitCode);
+    if (!command_.statisticsFile.empty() && !appendStatistics(command_.statisticsFile, report, cost, log_))
+        fail(exitNotWritten);
+    // A faulty frame does not stop a sequence.
+    return report.exitCode == exitRendered || report.exitCode == exitRenderError;
+}
+
+int SceneRun::finish(render::FrameResult& result, const PictureFiles& files,
+                     const render::CheckpointHeader& identity, const CostMeter& cost) {
+    if (result.isResumable) {
+        checkpoints_.reportStop(files, files.frame);
+        return exitStopped;
     }
-    if (result->interrupted) {
-        log_.warning("MAIN", "interrupted: frame {} is not complete and was not written", frame);
-        fail(stop_.exitCode());
-        return false;
+    if (result.interrupted) {
+        log_.warning("MAIN", "interrupted: frame {} is not complete and was not written", files.frame);
+        return stop_.exitCode();
     }
-    if (log_.count(LogLevel::Error) > errorsBefore) fail(exitRenderError);
-    if (command_.strict && !result->unwritten.empty()) fail(exitRenderError);
-    describe(*result, frame, identity);
-    if (command_.pixel) OutputFiles::printPixel(*result);
-    if (!files_.write(files, *result)) {
-        fail(stop_.exitCode() != 0 ? stop_.exitCode() : exitNotWritten);
-        return false;
-    }
+    const bool faulty = cost.errors() > 0 || (command_.strict && !result.unwritten.empty());
+    describe(result, files.frame, identity);
+    if (command_.pixel) OutputFiles::printPixel(result);
+    if (!files_.write(files, result)) return stop_.exitCode() != 0 ? stop_.exitCode() : exitNotWritten;
     checkpoints_.discard(files);
-    return exitCode_ == exitRendered ||
-           exitCode_ == exitRenderError; // a faulty frame does not stop a sequence
+    return faulty ? exitRenderError : exitRendered;
 }
 
 /// A resolution whose aspect differs from the camera's stretches the picture, which is rarely intended.

@@ -33,7 +33,6 @@ public:
     /// Reads the scene and renders each picture at its render statement. Returns an exit code.
     int run();
 
-    [[nodiscard]] const std::vector<PictureReport>& pictures() const { return pictures_; }
     /// Every file that the scene needs for the pictures that were asked for, by path.
     [[nodiscard]] const std::map<std::string, InputFile>& inputs() const { return inputs_; }
 
@@ -45,6 +44,9 @@ private:
     bool check();
     bool link(const std::string& file, const SourceLocation& location);
     bool render(const scene::RenderRequest& request);
+    /// Writes a picture, or tells why there is none to write. Returns an exit code.
+    int finish(render::FrameResult& result, const PictureFiles& files,
+               const render::CheckpointHeader& identity, const CostMeter& cost);
     void warnOfOblongPixels(const render::Picture& picture);
     /// Puts the command line's settings in place of the scene's.
     void applySettings(render::Picture& picture) const;
@@ -82,8 +84,7 @@ private:
     OutputFiles& files_;
     Checkpoints checkpoints_;
     std::map<std::string, InputFile> inputs_; ///< of the pictures so far, by path
-    std::vector<PictureReport> pictures_;
-    std::set<int> frames_; ///< of the scene's render statements so far
+    std::set<int> frames_;                    ///< of the scene's render statements so far
     int exitCode_ = 0;
 };
 

@@ -77,7 +77,7 @@ TEST_F(Command, WritesListsAndPrintsThePicture) {
     EXPECT_EQ(directory.fileCount(), 4u);
     std::stringstream statistics;
     statistics << std::ifstream(directory.file("s.json")).rdbuf();
-    EXPECT_NE(statistics.str().find("\"eye\": 128"), std::string::npos) << statistics.str();
+    EXPECT_NE(statistics.str().find("\"eye\":128"), std::string::npos) << statistics.str();
 
     ASSERT_EQ(run("a.mi --list-outputs -o shot.####.exr"), 0);
     EXPECT_TRUE(says("shot.0001.exr\n") && says("beauty") && says("depth.Z")) << output;
@@ -235,8 +235,8 @@ incremental instgroup "world" "cam_inst" "card_inst" "back" end instgroup
             << output;
         std::stringstream json;
         json << std::ifstream(directory.file("s.json")).rdbuf();
-        const std::size_t at = json.str().find("\"reflection\": ");
-        return at == std::string::npos ? 0 : std::atoi(json.str().c_str() + at + 14);
+        const std::size_t at = json.str().rfind("\"reflection\":"); // of the last line
+        return at == std::string::npos ? 0 : std::atoi(json.str().c_str() + at + 13);
     };
     const int one = reflections("1 1");
     EXPECT_GT(one, 0);
