@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include <unistd.h>
+
 namespace orca::test {
 namespace {
 
@@ -163,7 +165,8 @@ protected:
     void expectComplaint(const std::string& part) const {
         EXPECT_NE(complaints.find(part), std::string::npos) << complaints;
     }
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() / "orca_profile_test";
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / fmt::format("orca_profile_test_{}", ::getpid());
     std::string complaints;
 };
 
