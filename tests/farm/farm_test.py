@@ -105,6 +105,7 @@ def slurm(build, base):
     cluster = base / "slurm"
     started = subprocess.run([HERE / "slurm_cluster.sh", "start", cluster], check=False)
     if started.returncode:
+        subprocess.run([HERE / "slurm_cluster.sh", "stop", cluster], check=False)
         print("skipped: Slurm cannot be started here")
         sys.exit(SKIPPED)
     os.environ["SLURM_CONF"] = str(cluster / "slurm.conf")
@@ -135,7 +136,7 @@ def slurm(build, base):
 
 def main():
     build = pathlib.Path(sys.argv[1]).resolve()
-    with tempfile.TemporaryDirectory() as base:
+    with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as base:
         {"local": local, "slurm": slurm}[sys.argv[2] if len(sys.argv) > 2 else "local"](build, pathlib.Path(base))
     print("every frame is that of one undisturbed render")
 

@@ -10,12 +10,15 @@ export PATH=$PATH:/usr/sbin
 action=${1:?start or stop} directory=$(realpath -m "${2:?a folder}")
 
 stop() {
-    local name process
+    local name process attempt
     for name in slurmd slurmctld munged; do
         [[ -f $directory/$name.pid ]] || continue
         process=$(<"$directory/$name.pid")
         kill "$process" 2>/dev/null || continue
-        while kill -0 "$process" 2>/dev/null; do sleep 0.1; done
+        for attempt in {1..100}; do
+            kill -0 "$process" 2>/dev/null || break
+            sleep 0.1
+        done
     done
 }
 
