@@ -76,20 +76,25 @@ TEST_P(ShadowMapOf, IsAskedForByLightAndOptionsAndTheSameForAnyThreads) {
     EXPECT_GT(off.result().statistics.rays.shadow, 0u);
 }
 
-/// The edge of a half plane's shadow runs through a disc of the softness.
-TEST(ShadowMapSoftness, SpreadsTheEdgeOverItsDisc) {
+/// A row of 33 pixels across the edge of a half plane's shadow, which is in the middle one.
+RenderedScene edgeOfHalfPlane(const std::string& map) {
     TestScene s;
     s.width = 33;
     s.height = 1;
     s.viewWidth = 3.3f;
     s.extraOptions = "shadowmap on";
-    s.contents =
-        lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8) +
-        card("roof", "white", -20, 0, 2, 20, "visible off") +
-        "light \"sun\" \"orcaVelaDirectionalLight\" ( \"useDepthMapShadows\" on ) direction 0 0 -1 "
-        "shadowmap on shadowmap resolution 2048 shadowmap softness 1 shadowmap samples 400 end light\n"
-        "instance \"sun_inst\" \"sun\" end instance\n";
-    const RenderedScene picture(s);
+    s.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8) +
+                 card("roof", "white", -20, 0, 2, 20, "visible off") +
+                 "light \"sun\" \"orcaVelaDirectionalLight\" ( \"useDepthMapShadows\" on ) direction 0 0 -1 "
+                 "shadowmap on " +
+                 map + " end light\ninstance \"sun_inst\" \"sun\" end instance\n";
+    return RenderedScene(s);
+}
+
+/// The edge runs through a disc of the softness.
+TEST(ShadowMapSoftness, SpreadsTheEdgeOverItsDisc) {
+    const RenderedScene picture =
+        edgeOfHalfPlane("shadowmap resolution 2048 shadowmap softness 1 shadowmap samples 400");
     for (int x = 0; x < 33; ++x) {
         const double d = std::clamp((x - 16) * 0.1, -1.0, 1.0);
         const double share = 0.5 + (d * std::sqrt(1 - d * d) + std::asin(d)) / 3.14159265358979;
@@ -100,17 +105,7 @@ TEST(ShadowMapSoftness, SpreadsTheEdgeOverItsDisc) {
 
 /// Between the texels of a coarse map a shadow's edge is a ramp.
 TEST(ShadowMapFilter, RisesEvenlyAcrossAnEdge) {
-    TestScene s;
-    s.width = 33;
-    s.height = 1;
-    s.viewWidth = 3.3f;
-    s.extraOptions = "shadowmap on";
-    s.contents =
-        lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8) +
-        card("roof", "white", -20, 0, 2, 20, "visible off") +
-        "light \"sun\" \"orcaVelaDirectionalLight\" ( \"useDepthMapShadows\" on ) direction 0 0 -1 "
-        "shadowmap on shadowmap resolution 64 end light\ninstance \"sun_inst\" \"sun\" end instance\n";
-    const RenderedScene picture(s);
+    const RenderedScene picture = edgeOfHalfPlane("shadowmap resolution 64");
     int between = 0;
     for (int x = 1; x < 33; ++x) {
         const float before = picture.pixel("main", x - 1, 0).r, here = picture.pixel("main", x, 0).r;
