@@ -5,9 +5,8 @@
 #include "pictures.h"
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 #include <string>
+#include <vector>
 
 #include <sys/wait.h>
 
@@ -53,14 +52,20 @@ struct Command : ::testing::Test {
         const int status = ::pclose(pipe);
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
-    void scene(const std::string& name, const std::string& text) {
-        std::ofstream(directory.file(name)) << text;
+    /// A call of the command: its arguments, its exit code, and parts of what it prints.
+    struct Call {
+        std::string arguments;
+        int exitCode;
+        std::vector<std::string> prints;
+    };
+    void expectCalls(const std::vector<Call>& calls) {
+        for (const auto& [arguments, exitCode, prints] : calls) {
+            EXPECT_EQ(run(arguments), exitCode) << arguments << ": " << output;
+            for (const std::string& part : prints) EXPECT_TRUE(says(part)) << arguments << ": " << output;
+        }
     }
-    [[nodiscard]] std::string content(const std::string& name) const {
-        std::stringstream all;
-        all << std::ifstream(directory.file(name), std::ios::binary).rdbuf();
-        return all.str();
-    }
+    void scene(const std::string& name, const std::string& text) { directory.write(name, text); }
+    [[nodiscard]] std::string content(const std::string& name) const { return directory.content(name); }
     [[nodiscard]] bool exists(const std::string& name) const {
         return std::filesystem::exists(directory.file(name));
     }

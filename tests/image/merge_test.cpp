@@ -3,8 +3,7 @@
 
 #include <fmt/format.h>
 
-#include <fstream>
-#include <sstream>
+#include <string>
 
 /// orca-merge and orca-render's --window, --checkpoint and --skip-existing as a render farm meets them.
 namespace orca::image::test {
@@ -21,11 +20,6 @@ protected:
         return run("card.mi" + std::string(options) + "--window " + window + " -o " + file + " " + more);
     }
     int merge(const std::string& arguments) { return runTool("orca-merge", arguments); }
-    [[nodiscard]] std::string bytes(const std::string& file) const {
-        std::ostringstream text;
-        text << std::ifstream(directory.file(file), std::ios::binary).rdbuf();
-        return text.str();
-    }
 };
 
 TEST_F(Parts, JoinToTheFileOfTheWholePicture) {
@@ -34,15 +28,15 @@ TEST_F(Parts, JoinToTheFileOfTheWholePicture) {
     ASSERT_EQ(window("30 0 60 20", "b.exr"), 0) << output;
     ASSERT_EQ(window("0 19 60 42", "c.exr"), 0) << output; // two rows are in all of them
     EXPECT_EQ(merge("b.exr c.exr a.exr -o joined.exr"), 0) << output;
-    EXPECT_EQ(bytes("joined.exr"), bytes("whole.exr"));
+    EXPECT_EQ(content("joined.exr"), content("whole.exr"));
 
     EXPECT_EQ(merge("a.exr c.exr -o d.exr"), 4);
     EXPECT_TRUE(says("still to be rendered: --window 30 0 60 18")) << output;
     ASSERT_EQ(window("0 0 29 20", "other.exr", "--trace off"), 0) << output;
     EXPECT_EQ(merge("other.exr b.exr c.exr -o d.exr"), 4);
     EXPECT_TRUE(says("not of the same picture; they differ in scene, options or version")) << output;
-    const std::string whole = bytes("b.exr");
-    std::ofstream(directory.file("b.exr"), std::ios::binary) << whole.substr(0, whole.size() / 2);
+    const std::string whole = content("b.exr");
+    directory.write("b.exr", whole.substr(0, whole.size() / 2));
     EXPECT_EQ(merge("a.exr b.exr c.exr -o d.exr"), 4);
     EXPECT_TRUE(says("\"b.exr\"")) << output;
     EXPECT_EQ(merge("a.exr b.exr -o a.exr"), 2);
@@ -58,11 +52,11 @@ TEST_F(Parts, AreSkippedOnlyWhenTheyAreCompleteAndTheSame) {
         EXPECT_TRUE(says("of another scene, options, window or version")) << other << output;
     }
     ASSERT_EQ(window("0 0 29 20", "a.exr"), 0);
-    const std::string whole = bytes("a.exr");
-    std::ofstream(directory.file("a.exr"), std::ios::binary) << whole.substr(0, whole.size() - 10);
+    const std::string whole = content("a.exr");
+    directory.write("a.exr", whole.substr(0, whole.size() - 10));
     EXPECT_EQ(window("0 0 29 20", "a.exr", "--resume"), 0);
     EXPECT_TRUE(says("not complete")) << output;
-    EXPECT_EQ(bytes("a.exr"), whole);
+    EXPECT_EQ(content("a.exr"), whole);
     EXPECT_FALSE(exists("a.exr.checkpoint"));
 }
 

@@ -145,22 +145,6 @@ TEST(LayeredExr, KeepsBrightColoursFinite) {
     EXPECT_EQ(readChannel(file, 0, "G")[0], -65504.0f);
 }
 
-TEST(Files, ThatCannotBeWrittenAreFoundBeforeRendering) {
-    const TemporaryDirectory directory;
-    QuietMessages log;
-    EXPECT_TRUE(canWrite(directory.file("good.exr"), log));
-    EXPECT_EQ(directory.fileCount(), 0u);
-    EXPECT_FALSE(canWrite(directory.file("missing/a.exr"), log));
-    EXPECT_FALSE(canWrite(directory.path(), log));
-    EXPECT_FALSE(canWrite("/proc/orca.exr", log));
-    EXPECT_EQ(log.count(LogLevel::Error), 3);
-    EXPECT_NE(log.text().find("missing\" does not exist; create it or choose another"), std::string::npos);
-
-    const Picture picture(CameraWithPasses().camera, wholeFrame(2, 2), log);
-    EXPECT_FALSE(writeLayeredExr(directory.file("missing/a.exr"), picture.frame, picture.layers,
-                                 PartLayout::MultiPart, log));
-}
-
 struct BufferFiles : ::testing::Test {
     TemporaryDirectory directory;
     QuietMessages log;

@@ -2,46 +2,19 @@
 #pragma once
 
 #include "image/picture_file.h"
+#include "temporary_directory.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <filesystem>
 #include <string>
 #include <vector>
 
-#include <unistd.h>
-
 namespace orca::image::test {
 
-/// A directory of one test's own, removed with everything in it.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory()
-        : path_(std::filesystem::temp_directory_path() /
-                fmt::format("orca-{}-{}", ::getpid(),
-                            ::testing::UnitTest::GetInstance()->current_test_info()->name())) {
-        std::filesystem::create_directories(path_);
-    }
-    ~TemporaryDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+using orca::test::TemporaryDirectory;
 
-    [[nodiscard]] std::string file(const std::string& name) const { return (path_ / name).string(); }
-    [[nodiscard]] std::string path() const { return path_.string(); }
-    [[nodiscard]] std::size_t fileCount() const {
-        return static_cast<std::size_t>(
-            std::distance(std::filesystem::directory_iterator(path_), std::filesystem::directory_iterator()));
-    }
-
-private:
-    std::filesystem::path path_;
-};
-
-/// Log that are kept and not printed.
+/// Messages that are kept and not printed.
 struct QuietMessages : Log {
     QuietMessages() : Log(LogLevel::None, nullptr) { keep(true); }
     [[nodiscard]] std::string text() const {

@@ -84,19 +84,6 @@ TEST_F(TextureLookups, AreNotMultipliedByAlpha) {
         }
 }
 
-TEST_F(TextureLookups, FilterOverTheFootprint) {
-    writeQuadrants("q.tif");
-    scene::TextureElement texture;
-    texture.tag = 2;
-    texture.file = directory.file("q.tif");
-    TextureLookup how;
-    how.filtered = true;
-    how.footprint = {1.0f, 0, 0, 1.0f};
-    miColor color;
-    ASSERT_TRUE(textures.lookup(texture, 0.5f, 0.5f, how, color));
-    expectColor(color, 0.5f, 0.5f, 0.5f);
-}
-
 TEST_F(TextureLookups, ReadPixelsOfTheSceneAndScalars) {
     scene::TextureElement texture;
     texture.tag = 3;

@@ -40,19 +40,6 @@ TEST(Undersampling, FillsWhatIsEvenAndRefinesWhatIsNot) {
         }
 }
 
-TEST(AdaptiveSampler, SpendsSamplesOnEdgesOnly) {
-    const RenderedScene adaptive(fadingFloor("0 2"));
-    const RenderedScene uniform(fadingFloor("2 2"));
-    EXPECT_EQ(uniform.result().statistics.rays.samples, 61u * 43u * 16u);
-    EXPECT_LT(adaptive.result().statistics.rays.samples, uniform.result().statistics.rays.samples / 4);
-    EXPECT_GT(adaptive.result().statistics.rays.samples, 61u * 43u);
-    for (int y = 0; y < 43; ++y)
-        for (int x = 0; x < 61; ++x)
-            // One of 16 samples may differ: the first of an adaptive pixel stands at its centre.
-            ASSERT_NEAR(adaptive.pixel("main", x, y).r, uniform.pixel("main", x, y).r, 2.0f / 16.0f)
-                << x << ", " << y;
-}
-
 TEST(AdaptiveSampler, TakesAlphaForContrastAndItsOwnSamplesForEvidence) {
     const auto samples = [](const char* light, float x) {
         TestScene scene;

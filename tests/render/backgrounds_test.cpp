@@ -57,21 +57,6 @@ void expectPicture(const TestScene& scene, const Expected& expected, const std::
     expectLayersAddUp(picture, {"beauty"});
 }
 
-TEST(ImagePlanes, ShowEveryTexelBehindTheScene) {
-    TestScene scene;
-    scene.passes = {"beauty"};
-    scene.cameraStatements = "environment \"velaRamp\" ( \"entries\" [ { \"value\" 0.1 0.2 0.3 1 } ] )\n";
-    scene.contents = sourceTexture() + plane("plate", "\"displayMode\" 3", -5) +
-                     glowingCard("thing", "0.9 0.5 0.1", 0, 0, 0.5f);
-    expectPicture(
-        scene,
-        [&](const miColor& texel, int x, int y) {
-            const bool covered = x >= 6 && x < 10 && y >= 6 && y < 10;
-            return covered ? miColor{0.9f, 0.5f, 0.1f, 1} : mixed({0.1f, 0.2f, 0.3f, 1}, texel, texel.a);
-        },
-        "plate");
-}
-
 /// In front of the scene the passes of what is behind are dimmed with the picture.
 TEST(ImagePlanes, LieOverTheSceneWithGainAndOffset) {
     TestScene scene;
@@ -102,9 +87,7 @@ TEST(ImagePlanes, AreSeenInMirrorsOnlyWhenTheyAskForIt) {
         scene.contents =
             sourceTexture() +
             plane("plate", fmt::format("\"displayMode\" 2, \"reflectionVisible\" {}", visible), 15) +
-            glowingCard("wall", "0.9 0.5 0.1", 0, 20, 4) +
-            surface("mirror", "orcaVelaPhong",
-                    "\"color\" 0 0 0 1, \"specularColor\" 1 1 1 1, \"reflectivity\" 0.5") +
+            glowingCard("wall", "0.9 0.5 0.1", 0, 20, 4) + mirror("mirror", 0.5f) +
             card("glass", "mirror", 0, 0, 0, 4);
         expectPicture(
             scene,
@@ -130,11 +113,6 @@ TestScene plateScene(const std::string& standIn, const std::string& things) {
     scene.contents = surface("ground", "orcaVelaUseBackground", "\"shadowBuffer\" 0, " + standIn) +
                      card("floor", "ground", 0, 0, 0, 4) + glowingCard("between", "5 5 5", 0, -2, 1) + things;
     return scene;
-}
-
-TEST(UseBackgrounds, LeaveThePlateAsItIsInTheDark) {
-    expectPicture(
-        plateScene("\"reflectivity\" 0.5", ""), [](const miColor& c, int, int) { return c; }, "plate");
 }
 
 TEST(UseBackgrounds, HoldShadowAndReflectionApart) {

@@ -1,20 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rendered_scene.h"
 #include "scene_parts.h"
+#include "temporary_directory.h"
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace orca::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// A lit sphere over a floor, with layers of every kind of accumulation: filtered, unfiltered, nearest depth.
 TestScene sphereOnFloor(const std::string& samples, const std::string& options) {
@@ -35,10 +29,6 @@ TestScene sphereOnFloor(const std::string& samples, const std::string& options) 
 
 class Checkpoint : public testing::Test {
 protected:
-    Checkpoint() { fs::create_directory(folder_); }
-    ~Checkpoint() override { fs::remove_all(folder_); }
-    [[nodiscard]] std::string file() const { return (folder_ / "picture.checkpoint").string(); }
-
     /// Renders until the share of the work is done, or all.
     RenderedScene renderUntil(double share, const TestScene& scene, int threads, bool resumes,
                               const std::string& identity = "the same") {
@@ -49,12 +39,14 @@ protected:
             if (done >= share) stop_ = true;
         };
         settings.stop = &stop_;
-        settings.checkpoint = {file(), 0.0, nullptr, {{"scene", identity}}, resumes};
+        settings.checkpoint = {folder.file(file), 0.0, nullptr, {{"scene", identity}}, resumes};
         return RenderedScene(scene.text(), settings);
     }
 
+    static constexpr const char* file = "picture.checkpoint";
+    const TemporaryDirectory folder;
+
 private:
-    fs::path folder_ = fs::temp_directory_path() / ("orca_checkpoint_test_" + std::to_string(::getpid()));
     std::atomic<bool> stop_{false};
 };
 
@@ -104,10 +96,9 @@ TEST_F(Checkpoint, OfAnotherRenderOrDamagedIsRefused) {
     wider.width = 46;
     EXPECT_NE(refusal(wider, "the same").find("another size"), std::string::npos);
 
-    std::ifstream stream(file(), std::ios::binary);
-    const std::string good((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+    const std::string good = folder.content(file);
     const auto damaged = [&](const std::string& bytes) {
-        std::ofstream(file(), std::ios::binary) << bytes;
+        folder.write(file, bytes);
         return refusal(scene, "the same");
     };
     for (const std::size_t size :

@@ -27,9 +27,7 @@ TEST(CustomBuffers, TakeWhatANetworkWritesAtAnyLevel) {
             writeToBuffer("second", operation, "0.5", "= \"first\"") +
             lambert("m", "\"color\" 0 0 0 1, \"incandescence\" = \"second\"") +
             lambert("pane", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.5 0.5 1, \"refractionsOn\" on") +
-            surface("mirror", "orcaVelaPhong",
-                    "\"color\" 0 0 0 1, \"specularColor\" 0.5 0.5 0.5 1, \"reflectivity\" 0.5") +
-            card("wall", "m", 0, 0, 0, 8) + card("window", "pane", 1, 1, 1, 1) +
+            mirror("mirror", 0.25f) + card("wall", "m", 0, 0, 0, 8) + card("window", "pane", 1, 1, 1, 1) +
             card("glass", "mirror", 1, -1, 1, 1) + card("behind", "m", 0, 0, 12, 20, "visible off");
         const RenderedScene picture(scene);
         EXPECT_NEAR(picture.pixel("main", 2, 8).g, 0.5f, floatNoise); // passed through both
@@ -37,24 +35,6 @@ TEST(CustomBuffers, TakeWhatANetworkWritesAtAnyLevel) {
         EXPECT_NEAR(picture.pixel("custom", 12, 12).r, 0.5f * expected, floatNoise);
         EXPECT_NEAR(picture.pixel("custom", 12, 4).r, 0.25f * expected, floatNoise);
     }
-}
-
-/// Levels belong to surfaces, which open them and hand them up: an environment's write has no way into the
-/// buffer and must not leak into the next sample's.
-TEST(CustomBufferOfAnEnvironment, PassesItsColorOnAndWritesNothing) {
-    TestScene scene;
-    scene.passes = {"beauty", "custom"};
-    scene.contents = surface("mirror", "orcaVelaPhong",
-                             "\"color\" 0 0 0 1, \"specularColor\" 0.5 0.5 0.5 1, \"reflectivity\" 0.5") +
-                     card("front", "mirror", -1, 0, 0, 1);
-    scene.cameraStatements =
-        "environment \"orcaVelaWriteToColorBuffer\" ( \"bufferIndex\" 0, \"operation\" 3, "
-        "\"scale\" 0.5, \"passThrough\" 0.25 0.5 0.75 1, \"value\" 1 0 0 )\n";
-    const RenderedScene picture(scene);
-    EXPECT_NEAR(picture.pixel("main", 12, 8).g, 0.5f, floatNoise);
-    EXPECT_EQ(picture.pixel("custom", 12, 8).r, 0.0f);
-    EXPECT_NEAR(picture.pixel("main", 4, 8).g, 0.25f * 0.5f, floatNoise);
-    EXPECT_EQ(picture.pixel("custom", 4, 8).r, 0.0f);
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "rendered_scene.h"
 #include "scene_parts.h"
 
+#include <array>
 #include <cmath>
 #include <functional>
 
@@ -53,21 +54,6 @@ class Displacement : public ::testing::Test {
 protected:
     DisplacedScene scene;
 };
-
-TEST_F(Displacement, MovesAPlaneAlongItsNormal) {
-    auto& meshInstance = scene.bumpyInstance("leaf", scene.square("square"));
-    scene.build(scene.group("root", {&meshInstance}), [](const auto& vertex) {
-        expectNear(vertex.normal, {0, 0, 1});
-        return 0.75f;
-    });
-    for (const float x : {-0.97f, 0.0f, 0.31f}) {
-        const auto seen = scene.lookDownAt(x, 0.4f);
-        ASSERT_TRUE(seen);
-        expectNear(seen->surface.point, {x, 0.4f, 0.75f});
-        expectNear(seen->surface.normal, {0, 0, 1});
-    }
-    EXPECT_EQ(scene.built->boundsMax().z, 0.75f);
-}
 
 TEST_F(Displacement, FollowsAWaveWithItsNormals) {
     constexpr float k = 5.0f, amplitude = 0.2f;
@@ -216,18 +202,20 @@ TEST_F(Displacement, IsDoneForEachPlaceByItself) {
     }
 }
 
-TEST_F(Displacement, GoesAlongWithMotion) {
+/// The displacement at the opening of the shutter is taken along on the whole path of a vertex.
+TEST_F(Displacement, FollowsThePathsOfVertices) {
     scene.options.motion = 1;
-    auto& meshInstance = scene.bumpyInstance("leaf", scene.square("square"));
-    meshInstance.motion = scene::InstanceElement::Motion::Given;
-    meshInstance.motionTransform = placedAt(6, 0, 2);
-    scene.build(scene.group("root", {&meshInstance}),
-                [](const auto& vertex) { return 0.5f + 0.25f * vertex.point.x; });
-    for (const float time : {0.0f, 0.5f, 1.0f}) {
-        const auto seen = scene.lookDownAt(6 * time + 0.5f, 0.2f, time);
+    auto& square = scene.square("square");
+    square.groups[0].vectors.insert(square.groups[0].vectors.end(), {{0, 0, 2}, {3, 0, 0}});
+    square.groups[0].motions = {{4, 4, 4, 4}, {5, 5, 5, 5}};
+    scene.build(scene.group("root", {&scene.bumpyInstance("leaf", square)}),
+                [](const auto&) { return 0.5f; });
+    for (const auto& [time, x, z] :
+         {std::array{0.0f, 0.0f, 0.5f}, std::array{0.5f, 0.0f, 2.5f}, std::array{1.0f, 3.0f, 2.5f}}) {
+        const auto seen = scene.lookDownAt(x + 0.4f, 0.2f, time);
         ASSERT_TRUE(seen) << time;
-        EXPECT_NEAR(seen->surface.point.z, 0.625f + 2 * time, 1e-4f);
-        expectNear(seen->surface.motion, {6, 0, 2}, 1e-4f);
+        expectNear(seen->surface.point, {x + 0.4f, 0.2f, z});
+        expectNear(seen->surface.motion, {3, 0, 2});
     }
 }
 

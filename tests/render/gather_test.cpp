@@ -32,7 +32,7 @@ TEST_P(Gather, GivesAWhiteCardInWhiteSurroundingsTheirLight) {
     scene.passes = {"beauty", "indirect"};
     scene.extraOptions = gathering(64, 0, GetParam());
     scene.contents =
-        glowing("sky", "1 1 1") + lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+        glowing("sky", "1 1 1") + white() +
         lambert("tinted", "\"color\" 0.5 0.25 1 1, \"diffuse\" 0.5, \"irradianceColor\" 1 1 0.5 1") +
         box("dome", "sky", 30, 30, 30) + card("left", "white", -1, 0, 0, 1) +
         card("right", "tinted", 1, 0, 0, 1);
@@ -46,55 +46,41 @@ TEST_P(Gather, GivesAWhiteCardInWhiteSurroundingsTheirLight) {
     EXPECT_NEAR(picture.pixel("beauty", 12, 8).r, tinted.r, 1e-6f);
 }
 
-/// In a closed box that glows by 1 and sends back half, every bounce adds half of the one before.
-TEST_P(Gather, CountsTheBouncesThatWereAskedFor) {
-    const float expected[] = {1.5f, 1.75f};
-    for (int bounces = 0; bounces < 4; ++bounces) {
-        TestScene scene;
-        scene.extraOptions = gathering(64, bounces, GetParam());
-        scene.contents =
-            lambert("wall", "\"color\" 0.5 0.5 0.5 1, \"diffuse\" 1, \"incandescence\" 1 1 1 1") +
-            box("room", "wall", 20, 20, 20);
-        const float seen = RenderedScene(scene).middle().r;
-        if (bounces < 2) {
-            EXPECT_NEAR(seen, expected[bounces], 1e-4f) << bounces;
-        } else {
-            // Deeper bounces may share light that was gathered with one more.
-            EXPECT_GT(seen, 1.87f) << bounces;
-            EXPECT_LT(seen, 2.0001f) << bounces;
-        }
-    }
-}
-
 TEST_P(Gather, SeesASquareAsItsFormFactorHasIt) {
     TestScene scene;
     scene.extraOptions = gathering(4096, 0, GetParam());
     scene.width = scene.height = 9;
-    scene.contents = glowing("lamp", "1 1 1") + lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
-                     card("floor", "white", 0, 0, 0, 3) + card("square", "lamp", 0, 0, 2, 1, "visible off");
+    scene.contents = glowing("lamp", "1 1 1") + white() + card("floor", "white", 0, 0, 0, 3) +
+                     card("square", "lamp", 0, 0, 2, 1, "visible off");
     // A point below the middle of a parallel square: four rectangles that are half as far across as away.
     const double x = 0.5;
     const double corner = x / std::sqrt(1 + x * x) * std::atan(x / std::sqrt(1 + x * x)) / 3.14159265358979;
     EXPECT_NEAR(RenderedScene(scene).middle().r, 4 * corner, 0.012 * corner * 4);
 }
 
-TEST_P(Gather, ObeysScaleAndFalloff) {
-    const auto seen = [&](const std::string& more) {
+/// In a closed box that glows by 1 and sends back half, every bounce adds half of the one before.
+TEST_P(Gather, CountsBouncesAndObeysScaleAndFalloff) {
+    const auto seen = [&](int bounces, const std::string& more = "") {
         TestScene scene;
-        scene.extraOptions = gathering(64, 1, GetParam() + more);
+        scene.extraOptions = gathering(64, bounces, GetParam() + more);
         scene.contents =
             lambert("wall", "\"color\" 0.5 0.5 0.5 1, \"diffuse\" 1, \"incandescence\" 1 1 1 1") +
             box("room", "wall", 20, 20, 20);
         return RenderedScene(scene).middle();
     };
-    const miColor scaled = seen("finalgather scale 1 0.5 0 finalgather secondary scale 0 1 1");
-    EXPECT_NEAR(scaled.r, 1.5f, 1e-4f); // nothing between bounces
-    EXPECT_NEAR(scaled.g, 1 + 0.25f * 1.5f, 1e-4f);
-    EXPECT_NEAR(scaled.b, 1.0f, 1e-4f);
-    EXPECT_NEAR(seen("finalgather falloff 0.5").r, 1.0f, 1e-4f); // no wall is that near, and the sky is black
-    const float part = seen("finalgather falloff 10 60").r;
-    EXPECT_NEAR(part, 1.352f, 0.01f);
-    EXPECT_NEAR(seen("finalgather falloff 100 200").r, 1.75f, 1e-4f);
+    EXPECT_NEAR(seen(0).r, 1.5f, 1e-4f);
+    EXPECT_NEAR(seen(1).r, 1.75f, 1e-4f);
+    for (const int bounces : {2, 3}) {
+        // Deeper bounces may share light that was gathered with one more.
+        EXPECT_GT(seen(bounces).r, 1.87f) << bounces;
+        EXPECT_LT(seen(bounces).r, 2.0001f) << bounces;
+    }
+    const miColor scaled = seen(1, "finalgather scale 1 0.5 0 finalgather secondary scale 0 1 1");
+    expectColor(scaled, {1.5f, 1 + 0.25f * 1.5f, 1.0f, 1}, 1e-4f); // red: nothing between bounces
+    // No wall is that near, and the sky is black; in part; and all of it.
+    EXPECT_NEAR(seen(1, "finalgather falloff 0.5").r, 1.0f, 1e-4f);
+    EXPECT_NEAR(seen(1, "finalgather falloff 10 60").r, 1.352f, 0.01f);
+    EXPECT_NEAR(seen(1, "finalgather falloff 100 200").r, 1.75f, 1e-4f);
 }
 
 /// A block and a mirror on a floor below a large lamp.
@@ -105,9 +91,7 @@ TestScene corner(const std::string& mode, int rays = 512, int bounces = 1) {
     scene.traceDepth = "3 3 5";
     scene.passes = {"beauty", "indirect"};
     scene.contents = glowing("lamp", "1 1 1") + lambert("white", "\"color\" 0.8 0.8 0.8 1, \"diffuse\" 1") +
-                     lambert("red", "\"color\" 0.8 0.1 0.1 1, \"diffuse\" 1") +
-                     surface("mirror", "orcaVelaPhong",
-                             "\"color\" 0 0 0 1, \"specularColor\" 1 1 1 1, \"reflectivity\" 0.8") +
+                     lambert("red", "\"color\" 0.8 0.1 0.1 1, \"diffuse\" 1") + mirror("mirror", 0.8f) +
                      card("floor", "white", 0, 0, -1, 4) + box("block", "red", 0.5f, 0.8f, 0.6f) +
                      card("lid", "mirror", 1.4f, 1.2f, 0, 0.4f) +
                      card("square", "lamp", -1, 0.5f, 5, 3, "visible off");
@@ -172,9 +156,8 @@ TEST(GatherPrepass, LooksAtMorePointsWhereTheRadiiAreSmaller) {
 TEST(GatherDepth, CountsFromTheSurfaceThatGathers) {
     TestScene scene;
     scene.extraOptions = gathering(256, 0, PLAIN) + "finalgather trace depth 1 1 1 0 ";
-    scene.contents = "material \"mirror\" \"testMirror\" ( \"color\" 0 0 0 1 ) end material\n" +
-                     lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + glowing("light", "1 1 1") +
-                     turnedCard("periscope", "mirror", 0, 0, 0, 3, -45) +
+    scene.contents = "material \"mirror\" \"testMirror\" ( \"color\" 0 0 0 1 ) end material\n" + white() +
+                     glowing("light", "1 1 1") + turnedCard("periscope", "mirror", 0, 0, 0, 3, -45) +
                      turnedCard("wall", "white", 0, 10, 0, 3, 90) +
                      turnedCard("behind", "light", 0, 11, 0, 400, 90) +
                      turnedCard("opposite", "mirror", 0, -40, 0, 400, -90);
@@ -186,8 +169,7 @@ TEST(GatherSettingsOfObjects, TakeTheirNumberOfRays) {
         TestScene scene;
         scene.width = scene.height = 4;
         scene.extraOptions = gathering(100, 0, PLAIN);
-        scene.contents = "data \"own\" \"orcaGatherSettings\" ( \"rays\" 10 ) end data\n" +
-                         lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+        scene.contents = "data \"own\" \"orcaGatherSettings\" ( \"rays\" 10 ) end data\n" + white() +
                          card("floor", "white", 0, 0, 0, 4);
         const std::string anchor = "object \"floor_mesh\" ";
         scene.contents.insert(scene.contents.find(anchor) + anchor.size(), settings);

@@ -13,46 +13,27 @@ using test::placed;
 using test::placedAt;
 using test::scaledBy;
 
-TEST(Placement, ChainsTransformsFromTheRootDown) {
-    Geometry scene;
-    auto& meshInstance = scene.instance("leaf", scene.square("square"), placedAt(1, 0, 0));
-    auto& inner = scene.instance("inner", scene.group("inner group", {&meshInstance}), scaledBy(2, 2, 2));
-    auto& outer = scene.instance("outer", scene.group("outer group", {&inner}), placedAt(0, 10, -3));
-    scene.build(scene.group("root", {&outer}));
-
-    // The square spans x 0 to 2, doubled 0 to 4, y 8 to 12, at z = -3.
-    const auto seen = scene.lookDownAt(3.5f, 11.5f);
-    ASSERT_TRUE(seen);
-    EXPECT_NEAR(seen->hit.distance, 13.0f, 1e-5f);
-    expectNear(seen->surface.point, {3.5f, 11.5f, -3});
-    EXPECT_FALSE(scene.lookDownAt(-0.5f, 10));
-    EXPECT_FALSE(scene.lookDownAt(4.5f, 10));
-
-    const miTransform& tf = meshInstance.instance.tf;
-    miVector corner{1, 1, 0};
-    mi_point_transform(&corner, &corner, tf.local_to_global);
-    expectNear(corner, {4, 12, -3});
-    mi_point_transform(&corner, &corner, tf.global_to_local);
-    expectNear(corner, {1, 1, 0});
-    EXPECT_EQ(meshInstance.instance.parent, inner.tag);
-}
-
 TEST(Placement, GivesEveryPathItsOwnInstance) {
     Geometry scene;
-    auto& meshInstance = scene.instance("leaf", scene.square("square"));
+    auto& meshInstance = scene.instance("leaf", scene.square("square"), placedAt(1, 0, 0));
     meshInstance.instance.userdata = 77;
     meshInstance.instance.label = 5;
     auto& light = scene.light("lamp");
     auto& group = scene.group("pair", {&meshInstance, &light});
-    auto& left = scene.instance("left", group, placedAt(-5, 0, 0));
+    auto& left = scene.instance("left", group, placed(scaledBy(2, 2, 2), placedAt(-5, 0, -3)));
     auto& right = scene.instance("right", group, placedAt(5, 0, 0));
     const auto& geometry = scene.build(scene.group("root", {&left, &right}));
 
-    const auto onLeft = scene.lookDownAt(-5, 0), onRight = scene.lookDownAt(5, 0);
+    // On the left the square spans x -5 to -1 and y -2 to 2 at z = -3.
+    const auto onLeft = scene.lookDownAt(-1.5f, 1.5f), onRight = scene.lookDownAt(5, 0);
     ASSERT_TRUE(onLeft && onRight);
+    EXPECT_NEAR(onLeft->hit.distance, 13.0f, 1e-5f);
+    expectNear(onLeft->surface.point, {-1.5f, 1.5f, -3});
+    expectNear(onRight->surface.point, {5, 0, 0});
+    for (const float x : {-5.5f, -0.5f}) EXPECT_FALSE(scene.lookDownAt(x, 0)) << x;
     EXPECT_NE(onLeft->meshInstance->instance, onRight->meshInstance->instance);
     EXPECT_EQ(onLeft->meshInstance->mesh, onRight->meshInstance->mesh);
-    expectNear(onRight->surface.point, {5, 0, 0});
+    EXPECT_EQ(meshInstance.instance.parent, left.tag);
     for (const auto* seen : {&*onLeft, &*onRight}) {
         const auto* record =
             static_cast<const miInstance*>(scene.database.get(seen->meshInstance->instance)->record());
@@ -60,7 +41,9 @@ TEST(Placement, GivesEveryPathItsOwnInstance) {
         EXPECT_EQ(record->userdata, 77u);
         EXPECT_EQ(record->label, 5u);
         EXPECT_EQ(record->item, meshInstance.instance.item);
-        EXPECT_EQ(record->tf.local_to_global[12], seen == &*onLeft ? -5.0f : 5.0f);
+        const miVector corner = transformPoint({1, 1, 0}, record->tf.local_to_global);
+        expectNear(corner, seen == &*onLeft ? miVector{-1, 2, -3} : miVector{7, 1, 0});
+        expectNear(transformPoint(corner, record->tf.global_to_local), {1, 1, 0});
     }
     ASSERT_EQ(geometry.lights().size(), 2u);
     EXPECT_EQ(geometry.lights()[0], light.tag);

@@ -75,8 +75,7 @@ std::string gallery() {
 /// shadows.
 std::string paintedWall(const std::string& mode, const std::string& layers) {
     return lambert("wall", "\"color\" 0.7 0.6 0.5 1, \"ambientColor\" 0.1 0.1 0.12 1") +
-           surface("mirror", "orcaVelaPhong",
-                   "\"color\" 0 0 0 1, \"specularColor\" 1 1 1 1, \"reflectivity\" 0.8") +
+           mirror("mirror", 0.8f) +
            shader("lacquer", "orcaVelaBlinn",
                   "\"color\" 0 0 0 1, \"transparency\" 0.8 0.9 0.7 1, \"eccentricity\" 0.3, "
                   "\"reflectivity\" 0.7, \"compositeScalarA\" 0.3") +
@@ -100,12 +99,6 @@ std::string paintedWall(const std::string& mode, const std::string& layers) {
 
 /// Waves two units above a glowing floor.
 std::string waves(const std::string& inside) {
-    const auto sheet = [](const std::string& name, const std::string& material, float height) {
-        return fmt::format("object \"{0}_mesh\" visible shadow trace group\n"
-                           "-20 {2} 20 20 {2} 20 20 {2} -20 -20 {2} -20\nv 0 v 1 v 2 v 3\np \"{1}\" 0 1 2 3\n"
-                           "end group end object\ninstance \"{0}\" \"{0}_mesh\" end instance\n",
-                           name, material, height);
-    };
     return surface("water", "orcaVelaOceanShader",
                    "\"octaveCount\" 4, \"maxWavelength\" 3, \"minWavelength\" 0.4, \"foamRate\" 1, "
                    "\"foamCutoff\" 0.5, \"crestScatter\" 0.7, \"crestHeight\" -0.2, " +
@@ -244,9 +237,7 @@ TEST(BackgroundPasses, CloseTheSumOnEveryPixel) {
                                  "\"transparency\" 0.6 0.5 0.4 1";
         scene.contents =
             pointLight("key", "\"intensity\" 1, \"decayRate\" 0", 1, 2, 9) +
-            "light \"lamp\" \"orcaVelaPointLight\" ( \"intensity\" 2, \"decayRate\" 2 ) origin 0 0 0 "
-            "sphere 0.8 visible end light\n"
-            "instance \"lamp_inst\" \"lamp\" transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 2 1 end instance\n" +
+            pointLight("lamp", "\"intensity\" 2, \"decayRate\" 2", 0, 0, -2, "", "sphere 0.8 visible") +
             surface("mirror", "orcaVelaPhong", "\"reflectivity\" 0.5, \"specularColor\" 0.6 0.6 0.6 1") +
             lambert("m", film) + lambert("glass", film + ", \"refractionsOn\" on, \"refractiveIndex\" 1.1") +
             card("near", "m", -0.7f, 0.1f, 2, 0.63f) + card("far", "m", -0.3f, -0.2f, 1, 0.68f) +

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rendered_scene.h"
 #include "scene_parts.h"
+#include "temporary_directory.h"
 
 #include "image/light_profile.h"
 
@@ -8,10 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
-
-#include <unistd.h>
 
 namespace orca::test {
 namespace {
@@ -147,16 +144,14 @@ TEST(LightProfile, SaysInWhichLineAFileIsWrong) {
 /// A folder with a profile, and what a wall shows of its light.
 class LightProfileFiles : public ::testing::Test {
 protected:
-    LightProfileFiles() { std::filesystem::create_directories(folder); }
-    ~LightProfileFiles() override { std::filesystem::remove_all(folder); }
     /// The light hangs 2 above the wall and `x` beside the pixel, and shines down -z.
     float brightness(const std::string& profile, float x, const std::string& statements = "") {
-        std::ofstream(folder / "lamp.ies") << profile;
+        folder.write("lamp.ies", profile);
         TestScene scene;
         scene.contents =
             fmt::format("lightprofile \"spread\" format ies file \"{}\" {} end lightprofile\n",
-                        (folder / "lamp.ies").string(), statements) +
-            lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("wall", "white", 0, 0, 0, 20) +
+                        folder.file("lamp.ies"), statements) +
+            white() + card("wall", "white", 0, 0, 0, 20) +
             pointLight("lamp", "\"decayRate\" 0, \"lightProfile\" \"spread\"", 0.125f + x, 0.125f, 2);
         const RenderedScene picture(scene.text());
         complaints = fmt::format("{}", fmt::join(picture.complaints(), "\n"));
@@ -165,8 +160,7 @@ protected:
     void expectComplaint(const std::string& part) const {
         EXPECT_NE(complaints.find(part), std::string::npos) << complaints;
     }
-    const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / fmt::format("orca_profile_test_{}", ::getpid());
+    const TemporaryDirectory folder;
     std::string complaints;
 };
 
@@ -185,15 +179,14 @@ TEST_F(LightProfileFiles, ShapeTheLightOfAPointLight) {
 TEST_F(LightProfileFiles, ReadTheTiltFileBesideThem) {
     std::string file = ies(2, 1, 1, "0 90\n0\n10 5");
     file.replace(file.find("NONE"), 4, "my lamp.tlt ");
-    const auto tilt = folder / "my lamp.tlt";
     EXPECT_NEAR(brightness(file, 2), std::sqrt(0.5f) * 0.75f, 1e-3f);
     expectComplaint("\"spread\": TILT=my lamp.tlt names a file that cannot be read");
-    std::ofstream(tilt) << "1\n3\n0 45 90\n1 .95 .9\n";
+    folder.write("my lamp.tlt", "1\n3\n0 45 90\n1 .95 .9\n");
     EXPECT_NEAR(brightness(file, 2), std::sqrt(0.5f) * 0.75f, 1e-3f);
     EXPECT_EQ(complaints, "");
-    std::ofstream(tilt) << "1\n3\n0 45 90\n1 .95\n";
+    folder.write("my lamp.tlt", "1\n3\n0 45 90\n1 .95\n");
     EXPECT_NEAR(brightness(file, 2), std::sqrt(0.5f) * 0.75f, 1e-3f);
-    expectComplaint(tilt.string() + ":4:1");
+    expectComplaint(folder.file("my lamp.tlt") + ":4:1");
     expectComplaint("the file ends where the factor of a tilt angle should stand");
 }
 

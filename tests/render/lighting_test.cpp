@@ -20,8 +20,7 @@ TEST(Lights, LightLinksChooseWhatIlluminatesAnInstance) {
     TestScene scene;
     const std::string two = directionalLight("a", "\"color\" 1 0 0 1", "0 0 -1") +
                             directionalLight("b", "\"color\" 0 1 0 1", "0 0 -1");
-    scene.contents = two + lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
-                     card("left", "white", -1, 0, 0, 1, "light [ \"a_inst\" ]") +
+    scene.contents = two + white() + card("left", "white", -1, 0, 0, 1, "light [ \"a_inst\" ]") +
                      card("right", "white", 1, 0, 0, 1, "light exclusive [ \"a_inst\" ]");
     const RenderedScene picture(scene);
     EXPECT_NEAR(picture.pixel("main", 4, 8).r, 1.0f, floatNoise);
@@ -65,55 +64,12 @@ TEST(AreaLights, TakeFewerSamplesFromTheirLevelOn) {
     }
 }
 
-/// Share of a disc light of radius `radius` at (0, 0, height) that a point at (x, 0, 0) sees past a half
-/// plane that covers x < 0 at height `edge`: integrated numerically over the disc, uniform by area.
-double visibleShare(double x, double radius, double height, double edge) {
-    int seen = 0;
-    int all = 0;
-    // The disc faces the point, as the light's samples do.
-    const double length = std::hypot(x, height);
-    const double ex = height / length; // the disc's axis in the xz plane
-    const double ez = x / length;
-    for (int i = 0; i < 400; ++i)
-        for (int j = 0; j < 400; ++j) {
-            const double u = (i + 0.5) / 200.0 - 1.0;
-            const double v = (j + 0.5) / 200.0 - 1.0;
-            if (u * u + v * v > 1.0) continue;
-            ++all;
-            const double px = u * radius * ex;
-            const double pz = height + u * radius * ez;
-            const double atEdge = x + (px - x) * (edge / pz);
-            if (atEdge > 0.0) ++seen;
-        }
-    return static_cast<double>(seen) / all;
-}
-
-TEST(Shadows, PenumbraAgreesWithNumericIntegration) {
-    TestScene scene;
-    scene.width = 32;
-    scene.height = 4;
-    scene.samples = "3 3"; // 64 samples of 16 shadow rays each
-    scene.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
-                     card("floor", "white", 0, 0, 0, 8) +
-                     card("roof", "white", -20, 0, 1, 20, "visible off") +
-                     pointLight("key", "\"lightRadius\" 0.8, \"shadowRays\" 16", 0, 0, 4);
-    const RenderedScene picture(scene);
-    for (int p = 0; p < 32; ++p) {
-        const float x = (static_cast<float>(p) + 0.5f) / 8.0f - 2.0f;
-        const float cosine = 4.0f / std::sqrt(x * x + 16.0f);
-        const float expected = cosine * static_cast<float>(visibleShare(x, 0.8, 4.0, 1.0));
-        // 1024 low-discrepancy rays a pixel; and a pixel is a third of the penumbra's steepest part wide
-        EXPECT_NEAR(picture.pixel("main", p, 2).r, expected, 0.03f) << "x = " << x;
-    }
-}
-
 class TransparentShadow : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(TransparentShadow, MultipliesTheCardsOnTheWay) {
     TestScene scene;
     scene.shadow = GetParam();
-    scene.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
-                     lambert("red", "", "0.8 0.5 0.25 1") + lambert("blue", "", "0.5 0.5 1 1") +
+    scene.contents = white() + lambert("red", "", "0.8 0.5 0.25 1") + lambert("blue", "", "0.5 0.5 1 1") +
                      card("floor", "white", 0, 0, 0, 8) + card("near", "red", 0, 0, 1, 8, "visible off") +
                      card("far", "blue", 0, 0, 2, 8, "visible off") + directionalLight("sun", "", "0 0 -1") +
                      pointLight("lamp", "\"color\" 0.5 0.5 0.5 1", 0, 0, 1.5f); // between the cards
@@ -130,8 +86,7 @@ INSTANTIATE_TEST_SUITE_P(Modes, TransparentShadow, ::testing::Values("on", "sort
 
 TEST(Shadows, StopAtTheDepthLimitAndWhereNobodyCasts) {
     TestScene scene;
-    const std::string common =
-        lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8);
+    const std::string common = white() + card("floor", "white", 0, 0, 0, 8);
     scene.contents = common + card("roof", "white", 0, 0, 1, 8, "visible off") +
                      directionalLight("limited", "\"rayDepthLimit\" 0, \"color\" 1 0 0 1", "0 0 -1") +
                      directionalLight("without", "\"shadowRays\" 0, \"color\" 0 1 0 1", "0 0 -1") +

@@ -85,22 +85,6 @@ INSTANTIATE_TEST_SUITE_P(
                           "Both", {0.1, 0, 0, 0}, {0.3, 0.2, 0, 0}, {0, 0, 0, -10}, {0.2, 0.4, 0, -11}}),
     [](const auto& motion) { return std::string(motion.param.name); });
 
-TEST(CameraMotion, BlursAStillSceneLikeTheOppositeMotionOfTheScene) {
-    const auto render = [](const std::string& cameraMotion, const std::string& cardMotion) {
-        TestScene scene;
-        scene.samples = "2 2";
-        scene.extraOptions = "motion on shutter 0 1";
-        scene.camera += cameraMotion;
-        scene.contents =
-            lambert("m", "\"incandescence\" 1 1 1 1") + card("card", "m", 0, 0, 0, 1, cardMotion);
-        return RenderedScene(scene).words("main");
-    };
-    const auto camera = render(" motion transform 1 0 0 0 0 1 0 0 0 0 1 0 -0.75 0.5 -10 1", "");
-    const auto scene = render("", "motion transform 1 0 0 0 0 1 0 0 0 0 1 0 0.75 -0.5 0 1");
-    for (std::size_t i = 0; i < camera.size(); ++i) EXPECT_NEAR(camera[i], scene[i], floatNoise) << i;
-    EXPECT_GT(std::ranges::count_if(camera, [](float value) { return value > 0.1f && value < 0.9f; }), 10);
-}
-
 TEST(Shutter, OpensAndClosesWhenTheOptionsSay) {
     TestScene scene;
     scene.samples = "2 2";

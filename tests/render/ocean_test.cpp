@@ -12,12 +12,6 @@ namespace {
 TestScene pool(const std::string& water) {
     TestScene scene;
     scene.camera = "transform 1 0 0 0 0 0 1 0 0 -1 0 0 0 0 -10 1";
-    const auto sheet = [](const std::string& name, const std::string& material, float height) {
-        return fmt::format("object \"{0}_mesh\" visible shadow trace group\n"
-                           "-20 {2} 20 20 {2} 20 20 {2} -20 -20 {2} -20\nv 0 v 1 v 2 v 3\np \"{1}\" 0 1 2 3\n"
-                           "end group end object\ninstance \"{0}\" \"{0}_mesh\" end instance\n",
-                           name, material, height);
-    };
     scene.contents = surface("water", "orcaVelaOceanShader", water, "1 1 1 1") +
                      glowing("ground", "0.8 0.6 0.4") + sheet("sea", "water", 0) +
                      sheet("floor", "ground", -2) +

@@ -30,30 +30,6 @@ TestScene cardStack() {
     return scene;
 }
 
-TEST(TransparentCards, ComposeFrontToBackInThePictureAndEveryPass) {
-    TestScene scene = cardStack();
-    scene.passes = {"beauty", "diffuse", "incandescence"};
-    scene.passFlags = {
-        "", "\"weightByOpacity\" on, \"shadowed\" on, \"maxReflectionLevel\" 9, \"maxRefractionLevel\" 9",
-        ""};
-    const RenderedScene picture(scene);
-
-    const float color[5] = {0.9f, 0.1f, 0.1f, 0.8f, 0.3f}; // red
-    const float transmission[5] = {0.5f, 0.25f, 0.6f, 0.1f, 0.0f};
-    float diffuse = 0.0f, incandescence = 0.0f, through = 1.0f;
-    for (int i = 0; i < 5; ++i) {
-        diffuse += through * (1.0f - transmission[i]) * color[i];
-        incandescence += through * 0.01f;
-        through *= transmission[i];
-    }
-    const float beauty = diffuse + incandescence;
-    EXPECT_NEAR(picture.pixel("main", 8, 8).r, beauty, floatNoise);
-    EXPECT_NEAR(picture.pixel("beauty", 8, 8).r, beauty, floatNoise);
-    EXPECT_NEAR(picture.pixel("diffuse", 8, 8).r, diffuse, floatNoise);
-    EXPECT_NEAR(picture.pixel("incandescence", 8, 8).r, incandescence, floatNoise);
-    expectColor(picture.pixel("beauty", 3, 12), picture.pixel("main", 3, 12), floatNoise);
-}
-
 TEST(PassMasks, ExcludedObjectsComeBackWhereThePassAdmitsThem) {
     // A clear pane that traces refraction in front of a card that every pass excludes.
     TestScene scene;
@@ -84,8 +60,7 @@ TEST(PassMasks, ExcludedOccludersAndLightsLeaveThePassAlone) {
     TestScene scene;
     scene.passes = {"beauty", "diffuse", "incandescence"}; // records 0, 1, 2
     scene.contents = passMask("notDiffuse", "5") +         // bits 0 and 2
-                     lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
-                     card("floor", "white", 0, 0, 0, 8) +
+                     white() + card("floor", "white", 0, 0, 0, 8) +
                      card("roof", "white", -4, 0, 1, 4, "visible off data \"notDiffuse\"") +
                      directionalLight("sun", "", "0 0 -1") +
                      directionalLight("extra", "\"intensity\" 0.5", "0 0 -1", "data \"notDiffuse\"");

@@ -17,22 +17,9 @@ declare phenomenon material "lantern" ( color "tint" default 0 0 1 1, scalar "po
 end declare
 )mi";
 
-TEST(Phenomena, ShadeEveryUseByItsOwnValues) {
-    TestScene scene;
-    scene.contents = lantern + "shader \"green\" \"lantern\" ( \"tint\" 0 0.5 0 1 )\n" +
-                     "material \"blue\" \"lantern\" ( ) end material\n" + card("left", "green", -1, 0, 0, 1) +
-                     card("right", "blue", 1, 0, 0, 1);
-    scene.passes = {"beauty"};
-    const RenderedScene picture(scene);
-    EXPECT_NEAR(picture.pixel("main", 4, 8).g, 0.5f, 1e-6f);
-    EXPECT_NEAR(picture.pixel("beauty", 12, 8).b, 1.0f, 1e-6f);
-    EXPECT_EQ(picture.pixel("main", 12, 8).g, 0.0f);
-}
-
 TEST(Phenomena, ShineWithTheLightsInsideThem) {
     TestScene scene;
-    scene.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
-                     pointLight("lamp", "\"intensity\" 0.5, \"decayRate\" 0", 0, 0, 5) +
+    scene.contents = white() + pointLight("lamp", "\"intensity\" 0.5, \"decayRate\" 0", 0, 0, 5) +
                      card("wall", "white", 0, 0, 0, 2);
     const float plain = RenderedScene(scene).middle().r;
     EXPECT_GT(plain, 0.4f);
@@ -61,8 +48,7 @@ end declare
 shader "own sky" "velaEnvironmentLatLong" ( "zenith" 0 0 1 1, "horizon" 0 0 1 1, "ground" 0 0 1 1 )
 )mi";
     scene.cameraStatements = "environment = \"own sky\"\n";
-    scene.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
-                     "shader \"red sky\" \"sky skin\" ( \"sky\" 1 0 0 1 )\n" +
+    scene.contents = white() + "shader \"red sky\" \"sky skin\" ( \"sky\" 1 0 0 1 )\n" +
                      card("plain", "white", 0, 0, 0, 0.5f) + card("skied", "red sky", 0, 0, 0, 0.5f);
     scene.members = {"plain"};
     const RenderedScene pictures(scene.text() + R"mi(

@@ -42,23 +42,6 @@ TEST(Environment, IsSeenDirectlyInMirrorsAndThroughTransparency) {
     expectColor(RenderedScene(scene).middle(), {0, 0, 0.5f, 1}, floatNoise);
 }
 
-TEST(DepthLimits, EndEveryKindOfRayWhereTheOptionsSay) {
-    // Two mirrors face each other; the camera looks at one from beside the other.
-    const auto reflected = [](const std::string& depth) {
-        TestScene scene;
-        scene.traceDepth = depth;
-        scene.contents = plainMaterial("mirror", "testMirror", "0 1 0 1") +
-                         card("far", "mirror", 0, 0, -1, 8) +
-                         card("near", "mirror", 0, 0, 1, 8, "visible off");
-        const RenderedScene picture(scene);
-        EXPECT_NEAR(picture.middle().g, 1.0f, floatNoise); // the limit shows the mirror's own colour
-        return picture.result().statistics.rays.reflection / 256;
-    };
-    EXPECT_EQ(reflected("3 3 8"), 3u);
-    EXPECT_EQ(reflected("5 5 2"), 2u); // the sum
-    EXPECT_EQ(reflected("0 3 8"), 0u);
-}
-
 TEST(Volumes, ActOnEyeRaysReflectionsAndTheRayThatMisses) {
     TestScene scene;
     scene.contents = plainMaterial("white", "testFlat", "1 1 1 1") + plainMaterial("mirror", "testMirror") +
@@ -78,7 +61,7 @@ TEST(Volumes, AskLightsForTheirFog) {
             "lamp",
             "\"color\" 1 0.5 0 1, \"intensity\" 2, \"decayRate\" 2, \"fogRadius\" 6, \"fogIntensity\" 0.5", 0,
             0, 3) +
-        lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("wall", "white", 0, 0, 0, 4);
+        white() + card("wall", "white", 0, 0, 0, 4);
     const RenderedScene clear(scene);
     scene.contents +=
         "incremental camera \"cam\" volume \"testLightFog\" ( \"lights\" [ \"lamp_inst\" ] ) end camera\n";
@@ -140,8 +123,7 @@ TEST(SharedEdges, AreCrossedOnce) {
             scene.contents =
                 directionalLight("sun", "\"useRayTraceShadows\" on", "0 0 -1") +
                 lambert("half", "\"color\" 0 0 0 1, \"transparency\" 0.5 0.5 0.5 1", "0.5 0.5 0.5 1") +
-                lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("pane", "half", 0, 0, height, 8) +
-                card("floor", "white", 0, 0, -3, 16);
+                white() + card("pane", "half", 0, 0, height, 8) + card("floor", "white", 0, 0, -3, 16);
             const RenderedScene picture(scene);
             picture.eachPixel([&](int x, int y) {
                 EXPECT_NEAR(picture.pixel("main", x, y).r, 0.25f, floatNoise) << options << ' ' << height;
@@ -153,8 +135,7 @@ TEST(ForeignLights, FeedThePassesAsLongAsNoLightOfTheLibraryRanBefore) {
     TestScene scene;
     scene.passes = {"beauty", "diffuse"};
     scene.contents =
-        passMask("onlyBeauty", "1") + lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
-        card("floor", "white", 0, 0, 0, 8) +
+        passMask("onlyBeauty", "1") + white() + card("floor", "white", 0, 0, 0, 8) +
         "light \"plain\" \"testPlainLight\" ( \"color\" 0.25 0.5 0.75 1 ) direction 0 0 -1 end light\n"
         "instance \"plain_inst\" \"plain\" data \"onlyBeauty\" end instance\n" +
         directionalLight("ours", "\"intensity\" 0.5", "0 0 -1");

@@ -22,9 +22,8 @@ TestScene scene(const Lamp& lamp, const std::string& mapStatements,
     result.width = result.height = 32;
     result.passes = {"beauty", "diffuse", "shadow"};
     result.extraOptions = options;
-    result.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
-                      card("floor", "white", 0, 0, -1, 8) + box("block", "white", 0.6f, 0.4f, 0.3f) +
-                      card("roof", "white", -1, 1, 1, 0.4f) +
+    result.contents = white() + card("floor", "white", 0, 0, -1, 8) +
+                      box("block", "white", 0.6f, 0.4f, 0.3f) + card("roof", "white", -1, 1, 1, 0.4f) +
                       fmt::format("light \"lamp\" \"{}\" ( \"useDepthMapShadows\" on ) {} {} end light\n"
                                   "instance \"lamp_inst\" \"lamp\" end instance\n",
                                   lamp.shader, lamp.place, mapStatements);
@@ -76,6 +75,10 @@ TEST_P(ShadowMapOf, IsAskedForByLightAndOptionsAndTheSameForAnyThreads) {
     EXPECT_GT(off.result().statistics.rays.shadow, 0u);
 }
 
+std::string mappedSun(const std::string& map) {
+    return directionalLight("sun", "\"useDepthMapShadows\" on", "0 0 -1 shadowmap on " + map);
+}
+
 /// A row of 33 pixels across the edge of a half plane's shadow, which is in the middle one.
 RenderedScene edgeOfHalfPlane(const std::string& map) {
     TestScene s;
@@ -83,11 +86,8 @@ RenderedScene edgeOfHalfPlane(const std::string& map) {
     s.height = 1;
     s.viewWidth = 3.3f;
     s.extraOptions = "shadowmap on";
-    s.contents = lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8) +
-                 card("roof", "white", -20, 0, 2, 20, "visible off") +
-                 "light \"sun\" \"orcaVelaDirectionalLight\" ( \"useDepthMapShadows\" on ) direction 0 0 -1 "
-                 "shadowmap on " +
-                 map + " end light\ninstance \"sun_inst\" \"sun\" end instance\n";
+    s.contents = white() + card("floor", "white", 0, 0, 0, 8) +
+                 card("roof", "white", -20, 0, 2, 20, "visible off") + mappedSun(map);
     return RenderedScene(s);
 }
 
@@ -120,12 +120,8 @@ TEST(ShadowMapBias, LetsSurfacesNearerThanItShadeNothing) {
          {std::pair("", 0.0f), {"shadowmap bias 0.4", 0.0f}, {"shadowmap bias 0.6", 1.0f}}) {
         TestScene s;
         s.extraOptions = "shadowmap on";
-        s.contents =
-            lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("floor", "white", 0, 0, 0, 8) +
-            card("roof", "white", 0, 0, 0.5f, 20, "visible off") +
-            "light \"sun\" \"orcaVelaDirectionalLight\" ( \"useDepthMapShadows\" on ) direction 0 0 -1 "
-            "shadowmap on " +
-            bias + " end light\ninstance \"sun_inst\" \"sun\" end instance\n";
+        s.contents = white() + card("floor", "white", 0, 0, 0, 8) +
+                     card("roof", "white", 0, 0, 0.5f, 20, "visible off") + mappedSun(bias);
         EXPECT_EQ(RenderedScene(s).middle().r, lit) << bias;
     }
 }

@@ -7,18 +7,14 @@
 namespace orca::test {
 namespace {
 
-/// A mirror that nothing else adds to.
-constexpr const char* pureMirror = "\"color\" 0 0 0 1, \"specularColor\" 1 1 1 1, \"reflectivity\" 1, ";
-
 /// A mirror at 45 degrees on the camera's axis throws its rays up to a board overhead.
 TEST(Mirror, ShowsWhatGeometrySaysItShows) {
     TestScene scene;
     scene.passes = {"beauty", "reflection", "incandescence"};
     scene.passFlags = {"", "\"shadowed\" on", "\"shadowed\" on"};
     scene.contents = glowing("red", "0.8 0.1 0.1") + glowing("blue", "0.1 0.1 0.8") +
-                     surface("m", "orcaVelaPhong", std::string(pureMirror) + "\"cosinePower\" 10") +
-                     turnedCard("mirror", "m", 0, 0, 0, 3, -45) + turnedCard("front", "red", 0, 4, 5, 5, 90) +
-                     turnedCard("back", "blue", 0, 4, -5, 5, 90);
+                     mirror("m", 1, "\"cosinePower\" 10") + turnedCard("mirror", "m", 0, 0, 0, 3, -45) +
+                     turnedCard("front", "red", 0, 4, 5, 5, 90) + turnedCard("back", "blue", 0, 4, -5, 5, 90);
     const RenderedScene picture(scene);
     // The mirror leans back: rays above its middle fall behind it and go up to the board there.
     for (int y = 0; y < 16; ++y) {
@@ -44,12 +40,10 @@ TEST(Mirror, StopsAtTheTighterOfTheLimits) {
         TestScene scene;
         scene.traceDepth = c.traceDepth;
         scene.passes = {"beauty"};
-        scene.contents = surface("front", "orcaVelaPhong",
-                                 "\"color\" 0 0 0 1, \"incandescence\" 1 1 1 1, \"specularColor\" 1 1 1 1, "
-                                 "\"reflectivity\" 0.5, \"reflectedColor\" 0.125 0 0 1, " +
-                                     std::string(c.limit)) +
-                         card("mirror", "front", 0, 0, 0, 8) +
-                         turnedCard("opposite", "front", 0, 0, 20, 8, 180);
+        scene.contents =
+            mirror("front", 0.5f,
+                   "\"incandescence\" 1 1 1 1, \"reflectedColor\" 0.125 0 0 1, " + std::string(c.limit)) +
+            card("mirror", "front", 0, 0, 0, 8) + turnedCard("opposite", "front", 0, 0, 20, 8, 180);
         const RenderedScene picture(scene);
         miColor expected{};
         float weight = 1.0f;
@@ -58,34 +52,6 @@ TEST(Mirror, StopsAtTheTighterOfTheLimits) {
         expectColor(picture.middle(), expected, 1e-5f, c.limit);
         expectColor(picture.pixel("beauty", 8, 8), picture.middle(), 1e-6f, "beauty");
     }
-}
-
-/// The cone about the mirror direction is 0.2 radians wide; about half of it sees the glowing board.
-TEST(ReflectionBlur, ConvergesToTheConesMeanAndKeepsTheIdentity) {
-    const auto worst = [](int samples) {
-        TestScene scene;
-        scene.passes = {"beauty"};
-        scene.contents =
-            glowing("white", "1 1 1") +
-            surface("mirror", "orcaVelaPhong",
-                    pureMirror +
-                        fmt::format("\"reflectionBlur\" 0.2, \"reflectionBlurSamples\" {}", samples)) +
-            card("mirror_card", "mirror", 0, 0, 0, 3) + turnedCard("board", "white", 50, 0, 20, 50, 180);
-        const RenderedScene picture(scene);
-        double error = 0.0;
-        for (int y = 0; y < 16; ++y) {
-            // The board's edge passes over x = 0, an eighth beside the pixel, of a disc of radius 4.05.
-            const double d = 0.125 / (20.0 * std::tan(0.2));
-            const double share = 0.5 + (d * std::sqrt(1 - d * d) + std::asin(d)) / 3.14159265358979;
-            const float seen = picture.pixel("main", 8, y).r;
-            EXPECT_NEAR(picture.pixel("beauty", 8, y).r, seen, 1e-6f);
-            error = std::max(error, std::abs(seen - share));
-        }
-        return error;
-    };
-    EXPECT_GT(worst(1), 0.4); // one sharp ray
-    EXPECT_LT(worst(16), 0.15);
-    EXPECT_LT(worst(256), 0.02);
 }
 
 } // namespace

@@ -104,19 +104,5 @@ TEST(DepthBuffers, TakeASampleOutsideThePixelWhereThereIsNoOther) {
     picture.eachPixel([&](int x, int y) { EXPECT_FLOAT_EQ(picture.pixel("nearest", x, y).r, 10.0f); });
 }
 
-TEST(UtilityPasses, MasksKeepObjectsOutAndOtherRaysWriteNothing) {
-    TestScene scene;
-    scene.contents = passMask("notFirst", "2") + lambert("m", "") +
-                     lambert("pane", "\"transparency\" 1 1 1 1, \"refractionsOn\" on") +
-                     card("left", "m", -1, 0, 0, 1, "data \"notFirst\"") + card("right", "m", 1, 0, 0, 1) +
-                     card("window", "pane", 1, 1, 1, 0.5f);
-    scene.utilityPasses = {{"first", "z", "orcaPassCameraDepth"}, {"second", "z", "orcaPassCameraDepth"}};
-    const RenderedScene picture(scene);
-    EXPECT_EQ(picture.pixel("first", 4, 8).r, 0.0f);
-    EXPECT_GT(picture.pixel("second", 4, 8).r, 9.0f);
-    EXPECT_GT(picture.pixel("first", 12, 6).r, 9.0f);
-    EXPECT_EQ(picture.pixel("first", 12, 12).r, 0.0f); // seen through the window by a refracted ray only
-}
-
 } // namespace
 } // namespace orca::test

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -138,34 +137,6 @@ TEST_F(MixedMotion, CountsThatNeverMeetAreSaidAndFollowedAsFinelyAsCanBe) {
     EXPECT_NEAR(scene.lookDownAt(0, 0.3f, 0.5f)->surface.point.z, 0.55f, 1e-4f);
     EXPECT_NEAR(scene.lookDownAt(4, 0.3f, 1.0f)->surface.point.z, 1.3f, 1e-4f);
     EXPECT_EQ(scene.built->meshInstances()[0].mesh->laterPoints.size(), 128u);
-}
-
-/// The displacement at the opening of the shutter is taken along on the whole way.
-TEST_F(MixedMotion, DisplacedVerticesTakeTheCornerToo) {
-    auto& square = scene.square("square");
-    moveVertices(square, {{0, 0, 2}, {3, 0, 0}});
-    auto& bumpy = scene.material("bumpy");
-    bumpy.material.displace = 1;
-    auto& meshInstance = scene.instance("leaf", square);
-    meshInstance.materials = {bumpy.tag};
-    auto& root = scene.group("root", {&meshInstance});
-    scene.built =
-        std::make_unique<geometry::SceneGeometry>(scene.database, scene.log, root.tag, scene.options, 2,
-                                                  geometry::SceneGeometry::Displacement::StillToCome);
-    geometry::DisplacementView view{};
-    mi_matrix_ident(view.worldToCamera);
-    view.pixelsPerUnit = 100.0f;
-    view.halfWidth = view.halfHeight = 1.0f;
-    view.nearest = 0.01f;
-    scene.built->finish(view, [](const geometry::MeshInstance&, const auto&) { return 0.5f; });
-    scene.coordinates.resize(1);
-    for (const auto& [time, x, z] :
-         {std::array{0.0f, 0.0f, 0.5f}, std::array{0.5f, 0.0f, 2.5f}, std::array{1.0f, 3.0f, 2.5f}}) {
-        const auto seen = scene.lookDownAt(x + 0.4f, 0.2f, time);
-        ASSERT_TRUE(seen) << time;
-        expectNear(seen->surface.point, {x + 0.4f, 0.2f, z});
-        expectNear(seen->surface.motion, {3, 0, 2});
-    }
 }
 
 } // namespace

@@ -12,13 +12,8 @@ namespace orca::test {
 namespace {
 
 /// A light of intensity 0.5 about (x, y, 0), which does not decay.
-std::string areaLight(const std::string& shape, float x = 0, float y = 0,
-                      const std::string& flag = "visible") {
-    return fmt::format(
-        "light \"lamp\" \"orcaVelaPointLight\" ( \"intensity\" 0.5, \"decayRate\" 0 )\n"
-        "origin 0 0 0 {} {} end light\ninstance \"lamp_inst\" \"lamp\" transform 1 0 0 0 0 1 0 0 0 "
-        "0 1 0 {} {} 0 1 end instance\n",
-        shape, flag, -x, -y);
+std::string areaLight(const std::string& shape, float x = 0, float y = 0) {
+    return pointLight("lamp", "\"intensity\" 0.5, \"decayRate\" 0", x, y, 0, "", shape + " visible");
 }
 
 struct Shape {
@@ -96,10 +91,8 @@ TEST(VisibleLights, ShowTheirRadianceFromAnyDistance) {
         for (const float distance : {5.0f, 40.0f}) {
             TestScene scene;
             scene.camera = fmt::format("transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 {} 1", -distance);
-            scene.contents = fmt::format(
-                "light \"lamp\" \"orcaVelaPointLight\" ( \"intensity\" 3, \"decayRate\" 2 ) origin 0 0 0 "
-                "{} visible end light\ninstance \"lamp_inst\" \"lamp\" end instance\n",
-                lamp.shape);
+            scene.contents = pointLight("lamp", "\"intensity\" 3, \"decayRate\" 2", 0, 0, 0, "",
+                                        lamp.shape + std::string(" visible"));
             const RenderedScene picture(scene);
             EXPECT_NEAR(picture.pixel("main", 8, 8).r, lamp.radiance, 1e-5f) << lamp.shape << distance;
         }
@@ -111,25 +104,22 @@ TEST(VisibleLights, AreSeenInMirrorsAndThroughGlassUnlessTheyAreNotVisible) {
         scene.baseState = "\"additivePasses\" on";
         scene.passes = {"beauty"};
         scene.contents =
-            fmt::format("light \"lamp\" \"orcaVelaPointLight\" ( \"intensity\" 0.5, \"decayRate\" 0, "
-                        "\"emitDiffuse\" off, \"emitSpecular\" off )\n"
-                        "origin 0 0 0 sphere 1 {} end light\ninstance \"lamp_inst\" \"lamp\" transform "
-                        "1 0 0 0 0 1 0 0 0 0 1 0 0 0 {} 1 end instance\n",
-                        flag, -lightZ) +
+            pointLight("lamp",
+                       "\"intensity\" 0.5, \"decayRate\" 0, \"emitDiffuse\" off, \"emitSpecular\" off", 0, 0,
+                       lightZ, "", "sphere 1 " + flag) +
             material + card("card", "m", 0, 0, 0, 2);
         const RenderedScene picture(scene);
         EXPECT_NEAR(picture.pixel("beauty", 8, 8).r, picture.pixel("main", 8, 8).r, 1e-6f);
         return picture.pixel("main", 8, 8).r;
     };
-    const std::string mirror = surface(
-        "m", "orcaVelaPhong", "\"color\" 0 0 0 1, \"specularColor\" 0.8 0.8 0.8 1, \"reflectivity\" 1");
+    const std::string steel = mirror("m", 0.8f);
     const std::string film = lambert("m", "\"color\" 0 0 0 1, \"transparency\" 0.6 0.6 0.6 1");
     const std::string glass = lambert(
         "m",
         "\"color\" 0 0 0 1, \"transparency\" 0.6 0.6 0.6 1, \"refractionsOn\" on, \"refractiveIndex\" 1");
     // The camera is at 10; the light is behind it.
-    EXPECT_NEAR(seen(mirror, "visible", 14), 0.4f, 1e-5f);
-    EXPECT_NEAR(seen(mirror, "visible off", 14), 0.0f, 1e-5f);
+    EXPECT_NEAR(seen(steel, "visible", 14), 0.4f, 1e-5f);
+    EXPECT_NEAR(seen(steel, "visible off", 14), 0.0f, 1e-5f);
     EXPECT_NEAR(seen(film, "visible", -4), 0.3f, 1e-5f);
     EXPECT_NEAR(seen(glass, "visible", -4), 0.3f, 1e-5f);
     EXPECT_NEAR(seen(film, "", -4), 0.0f, 1e-5f);

@@ -3,27 +3,10 @@
 
 #include "scene/elements/elements.h"
 
-#include <filesystem>
-#include <fstream>
-#include <unistd.h>
-
 namespace orca::scene {
 namespace {
 
-class Assemblies : public ::testing::Test {
-protected:
-    void SetUp() override {
-        directory = std::filesystem::temp_directory_path() / ("orca-assembly-" + std::to_string(::getpid()));
-        std::filesystem::create_directories(directory);
-    }
-    void TearDown() override { std::filesystem::remove_all(directory); }
-    void write(const char* name, const std::string& text) { std::ofstream(directory / name) << text; }
-    bool read(SceneText& text, const std::string& scene) {
-        write("scene.mi", scene);
-        return text.scene.parseFile((directory / "scene.mi").string(), {}, text.callbacks);
-    }
-    std::filesystem::path directory;
-};
+using Assemblies = SceneFiles;
 
 constexpr const char* chair =
     "object \"seat\" visible on group end group end object\n"
@@ -36,13 +19,13 @@ constexpr const char* chair =
     "root \"all\"\n";
 
 TEST_F(Assemblies, BringTheObjectsOfTheirFileUnderTheirOwnName) {
-    write("chair.mi", chair);
+    folder.write("chair.mi", chair);
     SceneText text("");
-    EXPECT_TRUE(read(text, "object \"seat\" visible on group end group end object\n"
-                           "assembly \"chair\" box -1 -1 -1 1 1 1 file \"chair.mi\" end assembly\n"
-                           "instance \"chair_inst\" \"chair\" end instance\n"
-                           "instgroup \"world\" \"chair_inst\" end instgroup\n"))
-        << text.errors();
+    folder.write("scene.mi", "object \"seat\" visible on group end group end object\n"
+                             "assembly \"chair\" box -1 -1 -1 1 1 1 file \"chair.mi\" end assembly\n"
+                             "instance \"chair_inst\" \"chair\" end instance\n"
+                             "instgroup \"world\" \"chair_inst\" end instgroup\n");
+    EXPECT_TRUE(read(text, "scene.mi")) << text.errors();
     EXPECT_EQ(text.errors() + text.warnings(), "");
     const auto* const assembly = text.find<GroupElement>("chair");
     ASSERT_NE(assembly, nullptr);
@@ -53,23 +36,22 @@ TEST_F(Assemblies, BringTheObjectsOfTheirFileUnderTheirOwnName) {
 }
 
 TEST_F(Assemblies, ThatCannotBeReadAreNamedAndStayEmpty) {
-    write("rootless.mi", "object \"seat\" visible on group end group end object\n");
-    write("itself.mi", "assembly \"inner\" file \"itself.mi\" end assembly\n");
-    write("torn.mi", "namespace \"n\"\n");
+    folder.write("rootless.mi", "object \"seat\" visible on group end group end object\n");
+    folder.write("itself.mi", "assembly \"inner\" file \"itself.mi\" end assembly\n");
+    folder.write("torn.mi", "namespace \"n\"\n");
     SceneText text("");
-    EXPECT_FALSE(read(text, "assembly \"gone\" file \"gone.mi\" end assembly\n"
-                            "assembly \"bare\" end assembly\n"
-                            "assembly \"rootless\" file \"rootless.mi\" end assembly\n"
-                            "assembly \"torn\" file \"torn.mi\" end assembly\n"
-                            "assembly \"itself\" file \"itself.mi\" end assembly\n"
-                            "object \"after\" visible on group end group end object\n"));
+    folder.write("scene.mi", "assembly \"gone\" file \"gone.mi\" end assembly\n"
+                             "assembly \"bare\" end assembly\n"
+                             "assembly \"rootless\" file \"rootless.mi\" end assembly\n"
+                             "assembly \"torn\" file \"torn.mi\" end assembly\n"
+                             "assembly \"itself\" file \"itself.mi\" end assembly\n"
+                             "object \"after\" visible on group end group end object\n");
+    EXPECT_FALSE(read(text, "scene.mi"));
     const std::string errors = text.errors();
-    EXPECT_NE(errors.find("scene.mi:1:"), std::string::npos) << errors;
-    EXPECT_NE(errors.find("gone.mi\"; tried"), std::string::npos) << errors;
-    EXPECT_NE(errors.find("\"bare\" names no file"), std::string::npos) << errors;
-    EXPECT_NE(errors.find("names no root group"), std::string::npos) << errors;
-    EXPECT_NE(errors.find("has no \"end namespace\""), std::string::npos) << errors;
-    EXPECT_NE(errors.find("lie inside each other more than"), std::string::npos) << errors;
+    for (const char* part :
+         {"scene.mi:1:", "gone.mi\"; tried", "\"bare\" names no file", "names no root group",
+          "has no \"end namespace\"", "lie inside each other more than"})
+        EXPECT_NE(errors.find(part), std::string::npos) << part << errors;
     EXPECT_NE(text.tag("after"), miNULLTAG);
     EXPECT_TRUE(text.find<GroupElement>("gone")->members.empty());
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "scene/language/scene_file.h"
+#include "temporary_directory.h"
 
 #include <gtest/gtest.h>
 
@@ -56,6 +57,15 @@ public:
     std::vector<RenderRequest> renders;
     std::vector<std::string> links;
     std::function<bool(const RenderRequest&)> onRender;
+};
+
+/// Scenes of several files.
+struct SceneFiles : ::testing::Test {
+    /// Reads a file with what it includes.
+    bool read(SceneText& text, const std::string& name, const ParserOptions& options = {}) {
+        return text.scene.parseFile(folder.file(name), options, text.callbacks);
+    }
+    orca::test::TemporaryDirectory folder;
 };
 
 /// A scene and the messages that it is to give.

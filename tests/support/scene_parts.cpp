@@ -30,6 +30,16 @@ std::string surface(const std::string& name, const std::string& shader, const st
                        name, parameters, shadowTransparency, shader);
 }
 
+std::string white() {
+    return lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1");
+}
+
+std::string mirror(const std::string& name, float reflectivity, const std::string& parameters) {
+    return surface(name, "orcaVelaPhong",
+                   fmt::format("\"color\" 0 0 0 1, \"specularColor\" 1 1 1 1, \"reflectivity\" {}{}{}",
+                               reflectivity, parameters.empty() ? "" : ", ", parameters));
+}
+
 std::string glowing(const std::string& name, const std::string& color) {
     return lambert(name, "\"color\" 0 0 0 1, \"incandescence\" " + color + " 1");
 }
@@ -53,6 +63,13 @@ std::string turnedCard(const std::string& name, const std::string& material, flo
     return text.replace(text.find(unplaced), unplaced.size(),
                         fmt::format("transform 1 0 0 0 0 {0} {1} 0 0 {2} {0} 0 {3} {4} {5} 1", c, -s, s, -x,
                                     -(y * c + z * s), -(-y * s + z * c)));
+}
+
+std::string sheet(const std::string& name, const std::string& material, float height) {
+    return fmt::format("object \"{0}_mesh\" visible shadow trace group\n"
+                       "-20 {2} 20 20 {2} 20 20 {2} -20 -20 {2} -20\nv 0 v 1 v 2 v 3\np \"{1}\" 0 1 2 3\n"
+                       "end group end object\ninstance \"{0}\" \"{0}_mesh\" end instance\n",
+                       name, material, height);
 }
 
 std::string box(const std::string& name, const std::string& material, float x, float y, float z) {
@@ -93,10 +110,10 @@ std::string sphere(const std::string& name, const std::string& material, int rin
 }
 
 std::string pointLight(const std::string& name, const std::string& parameters, float x, float y, float z,
-                       const std::string& instanceStatements) {
-    return fmt::format("light \"{0}\" \"orcaVelaPointLight\" ( {1} ) origin 0 0 0 end light\n"
+                       const std::string& instanceStatements, const std::string& lightStatements) {
+    return fmt::format("light \"{0}\" \"orcaVelaPointLight\" ( {1} ) origin 0 0 0 {4} end light\n"
                        "instance \"{0}_inst\" \"{0}\" {2} {3} end instance\n",
-                       name, parameters, placedAt(x, y, z), instanceStatements);
+                       name, parameters, placedAt(x, y, z), instanceStatements, lightStatements);
 }
 
 std::string directionalLight(const std::string& name, const std::string& parameters,
