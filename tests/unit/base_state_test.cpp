@@ -60,9 +60,9 @@ TEST_F(BaseState, StartsEverySampleAfresh) {
 TEST_F(BaseState, ComplainsOfAnUnknownOperationAndOfSamplesBeforeItsStart) {
     EXPECT_EQ(run(7), miFALSE);
     EXPECT_EQ(run(miSHADERSTATE_SAMPLE_INIT), miFALSE);
-    EXPECT_EQ(renderer.messagesOf('w'),
-              (std::vector<std::string>{"velaBaseState(): Invoked with invalid opcode.",
-                                        "velaBaseState(): Internal state error."}));
+    EXPECT_EQ(renderer.log,
+              (std::vector<ScriptedMessage>{{'w', "velaBaseState(): Invoked with invalid opcode."},
+                                            {'w', "velaBaseState(): Internal state error."}}));
 }
 
 } // namespace

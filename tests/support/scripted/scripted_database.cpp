@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scripted_database.h"
 
+#include <cstring>
+
 miTag ScriptedDatabase::addBytes(miScene_type type, const void* bytes, std::size_t size) {
     constexpr std::size_t unit = sizeof(std::max_align_t);
     Entry entry{type, std::vector<std::max_align_t>((size + unit - 1) / unit), 0};
@@ -56,16 +58,14 @@ void* ScriptedDatabase::find(miTag tag) {
 }
 
 void* ScriptedDatabase::access(miTag tag) {
-    const auto found = elements_.find(tag);
-    if (found == elements_.end()) return nullptr;
-    ++found->second.pins;
-    return found->second.memory.data();
+    void* const element = find(tag);
+    if (element) ++elements_[tag].pins;
+    return element;
 }
 
 void ScriptedDatabase::unpin(miTag tag) {
-    const auto found = elements_.find(tag);
-    if (found == elements_.end()) ++strayUnpins_;
-    else --found->second.pins;
+    if (find(tag)) --elements_[tag].pins;
+    else ++strayUnpins_;
 }
 
 int ScriptedDatabase::pinsHeld() const {

@@ -4,7 +4,6 @@
 #include <shader.h>
 
 #include <cstddef>
-#include <cstring>
 #include <map>
 #include <string_view>
 #include <vector>
@@ -15,13 +14,6 @@ public:
     miTag addString(std::string_view text);
     /// User data whose parameter block is `words`.
     miTag addUserData(const std::vector<miUint>& words, miTag next = miNULLTAG);
-    /// User data whose parameter block is a copy of the record.
-    template <class Record>
-    miTag addUserDataRecord(const Record& record, miTag next = miNULLTAG) {
-        std::vector<miUint> words((sizeof record + sizeof(miUint) - 1) / sizeof(miUint));
-        std::memcpy(words.data(), &record, sizeof record);
-        return addUserData(words, next);
-    }
     miTag addObject(miTag userData = miNULLTAG);
     miTag addInstance(miTag item = miNULLTAG, miTag userData = miNULLTAG);
     /// An instance with a pass mask, as the scene gives one to objects and lights.

@@ -3,28 +3,39 @@
 
 #include <shader.h>
 
-#include <map>
+#include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// The camera's named frame buffers for one pixel. Index 0 is the picture itself.
 class ScriptedFrameBuffers final : public mi::shader::Framebuffer {
 public:
-    /// Index of the new buffer; the first is 1.
-    int add(std::string name, miImg_type type = miIMG_TYPE_RGBA_FP);
-    /// The value last put, as many channels as the buffer's type has; zero when nothing was put.
-    [[nodiscard]] miColor value(int index) const;
-    /// As if a shader had put it.
-    void setValue(int index, const miColor& color) { values_[index] = color; }
+    /// The first buffer is at index 1.
+    void add(std::string name, int channels = 4) { buffers_.push_back({std::move(name), channels}); }
+    /// What the pixel holds.
+    [[nodiscard]] miColor& value(int index) { return buffers_.at(static_cast<std::size_t>(index)).value; }
     [[nodiscard]] int putCount() const { return puts_; }
 
-    miBoolean put(int index, const void* value);
-    miBoolean fetch(int index, void* value) const;
+    miBoolean put(int index, const void* value) {
+        ++puts_;
+        return copy(index, [&](Buffer& b) { std::memcpy(&b.value, value, b.bytes()); });
+    }
+    miBoolean fetch(int index, void* value) {
+        return copy(index, [&](Buffer& b) { std::memcpy(value, &b.value, b.bytes()); });
+    }
 
-    bool get_index(const char* name, size_t& index) const override;
-    bool get_buffercount(size_t& count) const override;
-    bool get_buffername(size_t n, const char*& name) const override;
-    bool get_datatype(size_t n, miImg_type& type) const override;
+    bool get_index(const char* name, size_t& index) const override {
+        for (std::size_t i = 1; i < buffers_.size(); ++i)
+            if (buffers_[i].name == name) {
+                index = i;
+                return true;
+            }
+        return false;
+    }
+    bool get_buffercount(size_t&) const override { return false; }
+    bool get_buffername(size_t, const char*&) const override { return false; }
+    bool get_datatype(size_t, miImg_type&) const override { return false; }
     bool get(const char*, const char*, bool&) const override { return false; }
     bool get(const char*, const char*, int&) const override { return false; }
     bool get(const char*, const char*, float&) const override { return false; }
@@ -40,11 +51,18 @@ public:
 private:
     struct Buffer {
         std::string name;
-        miImg_type type;
-    };
-    [[nodiscard]] std::size_t bytes(int index) const;
+        int channels;
+        miColor value{};
 
-    std::vector<Buffer> buffers_{{"", miIMG_TYPE_RGBA_FP}};
-    std::map<int, miColor> values_;
+        [[nodiscard]] std::size_t bytes() const { return static_cast<std::size_t>(channels) * sizeof(float); }
+    };
+    template <class Copy>
+    miBoolean copy(int index, Copy copyChannels) {
+        if (index < 0 || index >= static_cast<int>(buffers_.size())) return miFALSE;
+        copyChannels(buffers_[static_cast<std::size_t>(index)]);
+        return miTRUE;
+    }
+
+    std::vector<Buffer> buffers_{{"", 4}};
     int puts_ = 0;
 };

@@ -3,15 +3,14 @@
 
 #include <shader.h>
 
+#include <list>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
-#include <vector>
 
 /// An arena of the scripted allocator. Counts its live blocks.
 struct miMemblk {
-    int blockSize = 0;
+    int blockSize;
     std::map<void*, std::unique_ptr<char[]>> blocks;
 };
 
@@ -21,18 +20,13 @@ public:
     struct Allocation {
         std::string file;
         int line;
-        int size;
+        std::unique_ptr<char[]> memory;
     };
-
-    ScriptedMemory() = default;
-    ~ScriptedMemory();
-    ScriptedMemory(const ScriptedMemory&) = delete;
-    ScriptedMemory& operator=(const ScriptedMemory&) = delete;
 
     bool failing = false; ///< allocations answer null from now on
 
     void* allocate(const char* file, int line, int size);
-    /// Null is ignored; memory that is not held counts as a stray release.
+    /// Null is ignored. Throws std::logic_error, as its counterparts do, for what is not held.
     void release(void* memory);
 
     miMemblk* createArena(int blockSize);
@@ -40,15 +34,13 @@ public:
     void* allocateBlock(miMemblk* arena);
     void releaseBlock(miMemblk* arena, void* block);
 
-    /// What is held, in order of address.
-    [[nodiscard]] std::vector<Allocation> held() const;
+    /// What is held, by address.
+    [[nodiscard]] const std::map<void*, Allocation>& held() const { return allocations_; }
     [[nodiscard]] int allocationsHeld() const { return static_cast<int>(allocations_.size()); }
-    [[nodiscard]] int strayReleases() const { return strayReleases_; }
     [[nodiscard]] int arenasHeld() const { return static_cast<int>(arenas_.size()); }
     [[nodiscard]] int blocksHeld() const;
 
 private:
-    std::map<const void*, Allocation> allocations_;
-    std::map<miMemblk*, std::unique_ptr<miMemblk>> arenas_;
-    int strayReleases_ = 0;
+    std::map<void*, Allocation> allocations_;
+    std::list<miMemblk> arenas_;
 };

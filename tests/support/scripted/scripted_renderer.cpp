@@ -83,13 +83,6 @@ int ScriptedRenderer::callCount(const std::string& name) const {
     return static_cast<int>(std::count(calls.begin(), calls.end(), name));
 }
 
-std::vector<std::string> ScriptedRenderer::messagesOf(char level) const {
-    std::vector<std::string> texts;
-    for (const ScriptedMessage& message : log)
-        if (message.level == level) texts.push_back(message.text);
-    return texts;
-}
-
 miBoolean ScriptedRenderer::query(miQ_type query, miState* of, miTag tag, void* result) {
     if (query == miQ_FUNC_USERPTR) {
         *static_cast<void***>(result) = userPointer(of ? of->shader : nullptr);
@@ -108,8 +101,7 @@ miBoolean ScriptedRenderer::query(miQ_type query, miState* of, miTag tag, void* 
         *static_cast<miTag*>(result) = database.element<miInstance>(tag).userdata;
         return miTRUE;
     }
-    auto found = answers_.find({query, tag});
-    if (found == answers_.end()) found = answers_.find({query, miNULLTAG});
+    const auto found = answers_.find(query);
     if (found == answers_.end()) return miFALSE;
     std::memcpy(result, found->second.data(), found->second.size());
     return miTRUE;
@@ -122,23 +114,14 @@ void* ScriptedRenderer::computed(const void* parameter) {
 }
 
 miBoolean ScriptedRenderer::setShaderState(const char* key, const void* data, int size, int lifetime) {
-    if (!data || size == 0) {
-        shaderState_.erase(key);
-        return miTRUE;
-    }
-    StateEntry entry{std::vector<Block>((static_cast<std::size_t>(size) + 15) / 16), size, lifetime};
-    std::memcpy(entry.bytes.data(), data, static_cast<std::size_t>(size));
-    shaderState_[key] = std::move(entry);
+    const auto* const bytes = static_cast<const char*>(data);
+    if (data && size != 0) shaderState_[key] = {{bytes, bytes + size}, lifetime};
+    else shaderState_.erase(key);
     return miTRUE;
 }
 
 void* ScriptedRenderer::shaderState(const char* key, int* size) {
-    const auto found = shaderState_.find(key);
-    if (size) *size = found == shaderState_.end() ? 0 : found->second.size;
-    return found == shaderState_.end() ? nullptr : found->second.bytes.data();
-}
-
-int ScriptedRenderer::shaderStateLifetime(const char* key) const {
-    const auto found = shaderState_.find(key);
-    return found == shaderState_.end() ? 0 : found->second.lifetime;
+    Bytes& bytes = shaderState_[key].bytes;
+    if (size) *size = static_cast<int>(bytes.size());
+    return bytes.empty() ? nullptr : bytes.data();
 }

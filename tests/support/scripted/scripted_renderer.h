@@ -11,11 +11,11 @@
 
 #include <shader.h>
 
-#include <array>
 #include <functional>
 #include <map>
+#include <optional>
+#include <random>
 #include <string>
-#include <utility>
 #include <vector>
 
 struct ScriptedMessage {
@@ -85,27 +85,29 @@ public:
     std::vector<ScriptedLight> lights;
     miMatrix internalToWorld, internalToCamera, internalToObject, internalToLight;
 
-    // What it answers. Queries: by code, or by code and tag.
+    // What it answers.
     template <class T>
-    void answer(miQ_type query, const T& value, miTag tag = miNULLTAG) {
-        const auto* bytes = reinterpret_cast<const char*>(&value);
-        answers_[{query, tag}] = std::vector<char>(bytes, bytes + sizeof value);
+    void answer(miQ_type query, const T& value) {
+        answers_[query] = bytesOf(value);
     }
-    void refuse(miQ_type query, miTag tag = miNULLTAG) { answers_.erase({query, tag}); }
+    void refuse(miQ_type query) { answers_.erase(query); }
     miBoolean query(miQ_type query, miState* state, miTag tag, void* result);
 
-    /// Hooks. Where one is not set: traced rays find nothing and leave the result alone, shadows let all
-    /// light through, textures are unreadable.
-    std::function<miBoolean(miColor*, miState*, miVector* origin, miVector* direction)> traceEye;
-    std::function<miBoolean(miColor*, miState*, miVector*direction)> traceReflection, traceRefraction,
-        traceEnvironment;
-    std::function<miBoolean(miColor*, miState*)> traceTransparent, traceContinue, traceShadow,
-        traceShadowSegment;
-    std::function<miBoolean(miColor*, miState*, miUint1 face, miIrrad_options*)> averageRadiance;
-    std::function<miBoolean(miScalar*, miState*, miAo_options*)> ambientOcclusion;
-    std::function<miBoolean(miColor*, int type, miState*, miTag, void*)> callShader;
-    std::function<void*(miState*, void* parameter)> evaluate;
-    std::function<miBoolean(miColor*, miState*, miTag, miVector*)> lookupColor;
+    /// Hooks. Until one is set, rays find nothing and leave the result alone, shadows let all light through,
+    /// and textures are unreadable.
+    template <class... Arguments>
+    using Hook = std::function<miBoolean(Arguments...)>;
+    static constexpr auto no = [](auto...) { return miFALSE; };
+    static constexpr auto yes = [](auto...) { return miTRUE; };
+    Hook<miColor*, miState*, miVector*, miVector*> traceEye = no; ///< origin, direction
+    Hook<miColor*, miState*, miVector*> traceReflection = no, traceRefraction = no, traceEnvironment = no;
+    Hook<miColor*, miState*> traceTransparent = no, traceContinue = no, traceShadow = yes,
+                             traceShadowSegment = yes;
+    Hook<miColor*, miState*, miUint1, miIrrad_options*> averageRadiance = no; ///< face
+    Hook<miScalar*, miState*, miAo_options*> ambientOcclusion = no;
+    Hook<miColor*, int, miState*, miTag, void*> callShader = no;
+    Hook<miColor*, miState*, miTag, miVector*> lookupColor = no;
+    std::function<void*(miState*, void* parameter)> evaluate; ///< unset: `setComputed`'s
     /// Called first by every mi_* function with its name; a test throws from it what a foreign shader might
     /// throw.
     std::function<void(const char* name)> onCall;
@@ -113,8 +115,7 @@ public:
     /// Values of connected parameters, by the parameter's address.
     template <class T>
     void setComputed(const void* parameter, const T& value) {
-        const auto* bytes = reinterpret_cast<const char*>(&value);
-        computed_[parameter] = std::vector<char>(bytes, bytes + sizeof value);
+        computed_[parameter] = bytesOf(value);
     }
     void* computed(const void* parameter);
 
@@ -122,39 +123,39 @@ public:
     std::vector<std::string> calls;
     [[nodiscard]] int callCount(const std::string& name) const;
     std::vector<ScriptedMessage> log;
-    /// Texts of one level, in order.
-    [[nodiscard]] std::vector<std::string> messagesOf(char level) const;
     [[nodiscard]] int pinsHeld() const { return database.pinsHeld(); }
     int locksHeld = 0;
     int interfacesHeld = 0;
     int collectionsHeld = 0;
-    bool opacitySet = false;
-    miColor opacity{0, 0, 0, 0};
+    std::optional<miColor> opacity; ///< of the sample, once it is set
 
-    // Shader state: entries keep their address while they live and are 16-byte aligned.
+    // Shader state: entries keep their address while they live and are aligned for any type.
     miBoolean setShaderState(const char* key, const void* data, int size, int lifetime);
     void* shaderState(const char* key, int* size = nullptr);
-    [[nodiscard]] int shaderStateLifetime(const char* key) const;
+    /// 0 without an entry.
+    [[nodiscard]] int shaderStateLifetime(const char* key) { return shaderState_[key].lifetime; }
 
     /// The instance's user pointer, for a state's running shader.
     void** userPointer(const miFunction* function) { return &userPointers_[function]; }
 
-    std::uint64_t randomState = 0;
+    std::minstd_rand random;
     int samplesDrawn = 0;
 
 private:
-    struct alignas(16) Block {
-        char bytes[16];
-    };
+    using Bytes = std::vector<char>; // from the heap, so aligned
     struct StateEntry {
-        std::vector<Block> bytes;
-        int size;
-        int lifetime;
+        Bytes bytes;
+        int lifetime = 0;
     };
+    template <class T>
+    static Bytes bytesOf(const T& value) {
+        const auto* bytes = reinterpret_cast<const char*>(&value);
+        return {bytes, bytes + sizeof value};
+    }
 
-    std::map<std::pair<int, miTag>, std::vector<char>> answers_;
+    std::map<int, Bytes> answers_;
     std::map<std::string, StateEntry> shaderState_;
-    std::map<const void*, std::vector<char>> computed_;
+    std::map<const void*, Bytes> computed_;
     std::map<const miFunction*, void*> userPointers_;
 };
 

@@ -195,10 +195,7 @@ std::string engineDifferences(const EngineCase& c) {
     ScriptedRenderer& renderer = scene.renderer;
     ScriptedShader<ShadingEngineParameters> engine;
     engine.parameters.surfaceShader = surface;
-    if (c.opacityHeld) {
-        renderer.opacitySet = true;
-        renderer.opacity = {0.5f, 0.5f, 0.5f, 0.5f};
-    }
+    if (c.opacityHeld) renderer.opacity = WHITE * 0.5f;
     renderer.options.scanline = c.rasterizer ? miSCANLINE_RASTERIZER : 1;
     VelabaseState& vela = scene.vela();
     vela.transparencyThreshold = c.threshold;
@@ -259,10 +256,11 @@ std::string engineDifferences(const EngineCase& c) {
     if (hit != expected.shaded) text << "  " << hit << " layers instead of " << expected.shaded << '\n';
     compare("picture", picture, expected.picture);
     compare("uncovered", vela.uncovered, expected.uncovered);
-    if (renderer.opacitySet != (c.opacityHeld || expected.opacitySet)) text << "  opacity set or not\n";
-    if (expected.opacitySet) {
-        renderer.opacity.a = 1.0f;
-        compare("opacity", renderer.opacity, rgbWith(expected.opacity, 1));
+    if (renderer.opacity.has_value() != (c.opacityHeld || expected.opacitySet))
+        text << "  opacity set or not\n";
+    if (expected.opacitySet && renderer.opacity) {
+        renderer.opacity->a = 1.0f;
+        compare("opacity", *renderer.opacity, rgbWith(expected.opacity, 1));
     }
     for (std::size_t i = 0; i < c.passes.size(); ++i) {
         const TraceLevelSlot& slot = scene.slot(static_cast<int>(i), level);

@@ -106,12 +106,12 @@ std::string lightDifferences(const LightScenario& c) {
     state.volume = 5;
     state.light_instance =
         c.mask.empty() ? renderer.database.addInstance() : renderer.database.addMaskedInstance(c.mask);
-    const miTag shape = renderer.database.add(miSCENE_LIGHT, miLight{});
-    renderer.database.element<miInstance>(state.light_instance).item = shape;
-    renderer.answer<int>(miQ_LIGHT_AREA, c.area, shape);
-    renderer.answer(miQ_LIGHT_AREA_R_EDGE_U, c.edgeU, shape);
-    renderer.answer(miQ_LIGHT_AREA_R_EDGE_V, c.edgeV, shape);
-    renderer.answer(miQ_LIGHT_AREA_D_NORMAL, c.discNormal, shape);
+    renderer.database.element<miInstance>(state.light_instance).item =
+        renderer.database.add(miSCENE_LIGHT, miLight{});
+    renderer.answer<int>(miQ_LIGHT_AREA, c.area);
+    renderer.answer(miQ_LIGHT_AREA_R_EDGE_U, c.edgeU);
+    renderer.answer(miQ_LIGHT_AREA_R_EDGE_V, c.edgeV);
+    renderer.answer(miQ_LIGHT_AREA_D_NORMAL, c.discNormal);
     VelabaseState& vela = scene.vela();
     vela.throughput = c.throughput;
     vela.throughputCutoff = c.cutoff;

@@ -74,7 +74,6 @@ V3 rasterMotion(const Hit& hit) {
 
 struct Pass {
     const char* name;
-    miImg_type type;
     int channels;
     void (*init)(miState*, void*, miBoolean*);
     void (*exit)(miState*, void*);
@@ -88,7 +87,7 @@ struct Pass {
 const auto none = [](Record&, Random&) {};
 
 const Pass passes[] = {
-    {ENTRY(CameraDepth), miIMG_TYPE_Z, 1, ENTRIES(CameraDepth),
+    {ENTRY(CameraDepth), 1, ENTRIES(CameraDepth),
      [](Record& r, Random& random) {
          r.own[0].i = random.below(3);
          for (int i = 1; i < 5; ++i) r.own[i].f = random.in(0.0f, 9.0f);
@@ -99,31 +98,29 @@ const Pass passes[] = {
          const double nearest = std::min(r.own[1].f, r.own[2].f), least = std::min(r.own[3].f, r.own[4].f);
          return {remapped(d, nearest, r.own[2].f, least, r.own[4].f)};
      }},
-    {ENTRY(Coverage), miIMG_TYPE_Z, 1, ENTRIES(Coverage), none,
-     [](const Hit&, const Record&) -> Value { return {1}; }},
-    {ENTRY(IncidenceCameraNormal), miIMG_TYPE_Z, 1, ENTRIES(IncidenceCameraNormal), none,
+    {ENTRY(Coverage), 1, ENTRIES(Coverage), none, [](const Hit&, const Record&) -> Value { return {1}; }},
+    {ENTRY(IncidenceCameraNormal), 1, ENTRIES(IncidenceCameraNormal), none,
      [](const Hit& hit, const Record&) -> Value {
          const double facing = -dot(hit.normal, hit.ray);
          return {facing < 0 ? 1 : 1 - facing};
      }},
-    {ENTRY(Normal), miIMG_TYPE_N, 3, ENTRIES(Normal),
-     [](Record& r, Random& random) { r.own[0].i = random.below(4); },
+    {ENTRY(Normal), 3, ENTRIES(Normal), [](Record& r, Random& random) { r.own[0].i = random.below(4); },
      [](const Hit& hit, const Record& r) -> Value {
          const V3 n = r.own[0].i == 1   ? turned(hit.normal)
                       : r.own[0].i == 2 ? V3{-hit.normal.x, hit.normal.y, -hit.normal.z}
                                         : V3{hit.normal.z, hit.normal.x, hit.normal.y};
          return {n.x, n.y, n.z};
      }},
-    {ENTRY(MotionVector3D), miIMG_TYPE_M, 3, ENTRIES(MotionVector3D), none,
+    {ENTRY(MotionVector3D), 3, ENTRIES(MotionVector3D), none,
      [](const Hit& hit, const Record&) -> Value {
          return {hit.motion.x, hit.motion.y, hit.motion.z};
      }},
-    {ENTRY(MotionVector2D), miIMG_TYPE_M, 3, ENTRIES(MotionVector2D), none,
+    {ENTRY(MotionVector2D), 3, ENTRIES(MotionVector2D), none,
      [](const Hit& hit, const Record&) -> Value {
          const V3 d = rasterMotion(hit);
          return {d.x, d.y, 0};
      }},
-    {ENTRY(MotionVector2DNormalized), miIMG_TYPE_M, 3, ENTRIES(MotionVector2DNormalized),
+    {ENTRY(MotionVector2DNormalized), 3, ENTRIES(MotionVector2DNormalized),
      [](Record& r, Random& random) {
          r.own[0].i = random.below(2);
          r.own[1].f = random.in(-1.0f, 0.5f);
@@ -140,7 +137,7 @@ const Pass passes[] = {
          const double y = remapped(d.y, -m, m, r.own[1].f, r.own[2].f);
          return {x, y, r.own[4].i ? std::hypot(x, y) : 0};
      }},
-    {ENTRY(AmbientOcclusion), miIMG_TYPE_RGBA_FP, 4, ENTRIES(AmbientOcclusion), none,
+    {ENTRY(AmbientOcclusion), 4, ENTRIES(AmbientOcclusion), none,
      [](const Hit& hit, const Record&) -> Value {
          const double v = std::min(1.0, 1.0 - hit.occlusion);
          return v == 0 ? Value{} : Value{v, v, v, 1};
@@ -153,13 +150,13 @@ constexpr miColor untouched{-7.0f, -8.0f, -9.0f, -10.0f};
 class UtilityScene : public PassScene {
 public:
     UtilityScene(const Pass& inPass, const Record& record, const Hit& hit)
-        : PassScene({{PASS_BEAUTY, "beauty"}}, {"other", "wanted"}, PASS_TYPE_COUNT, inPass.type),
+        : PassScene({{PASS_BEAUTY, "beauty"}}, {"other", "wanted"}, PASS_TYPE_COUNT, inPass.channels),
           pass(inPass),
           shader(record) {
         begin();
         buffer_ = buffer("wanted");
-        renderer.frameBuffers.setValue(buffer_, untouched);
-        renderer.frameBuffers.setValue(buffer("other"), untouched);
+        renderer.frameBuffers.value(buffer_) = untouched;
+        renderer.frameBuffers.value(buffer("other")) = untouched;
         const miMatrix toCamera{0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, -6, 1};
         const miMatrix toObject{-1, 0, 0, 0, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1};
         const miMatrix toWorld{0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0, 1};
