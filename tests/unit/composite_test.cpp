@@ -6,28 +6,6 @@
 
 namespace {
 
-TEST(CompositeModes, SayWhichComponentsAreNeeded) {
-    constexpr int unknown = -1;
-    const struct {
-        int mode, gather;
-        miInteger a, b;
-        miUint mask;
-    } cases[] = {{0, 0, 1, 1, 0x74F},       {1, 0, 1, 0, 0x797}, {2, 0, 1, 1, 0x20},  {3, 0, 0, 0, 0x1},
-                 {4, 0, 1, 0, 0x617},       {5, 0, 1, 0, 0x180}, {6, 0, 0, 1, 0x304}, {6, 1, 1, 1, 0x74F},
-                 {6, unknown, 0, 1, 0x304}, {7, 0, 7, 8, 0x999}, {-3, 0, 7, 8, 0x999}};
-    for (const auto& expected : cases) {
-        ScriptedRenderer renderer;
-        renderer.answer(miQ_FINALGATHER_STATE, expected.gather);
-        if (expected.gather == unknown) renderer.refuse(miQ_FINALGATHER_STATE);
-        bc record{-1, 7, 8, 0x999};
-        bc_construct(&record, expected.mode, &renderer.state);
-        EXPECT_EQ(record.mode, expected.mode);
-        EXPECT_EQ(record.a, expected.a) << expected.mode;
-        EXPECT_EQ(record.b, expected.b) << expected.mode;
-        EXPECT_EQ(record.componentMask, expected.mask) << expected.mode;
-    }
-}
-
 /// Inputs of which no two are alike, in binary fractions so that sums are exact.
 class Composite : public ::testing::Test {
 protected:

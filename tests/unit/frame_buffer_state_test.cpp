@@ -6,7 +6,11 @@
 
 #include <algorithm>
 
-extern "C" void orcaFrameBufferState_init(miState*, void*, miBoolean*);
+extern "C" {
+void orcaFrameBufferState_init(miState*, void*, miBoolean*);
+void orcaFrameBufferInit_init(miState*, void*, miBoolean*);
+miBoolean orcaFrameBufferInit(void*, miState*, void*, miShader_state_arg*);
+}
 
 namespace {
 
@@ -194,20 +198,31 @@ TEST(FrameBufferState, ReleasesItsSlotsOnlyOnceASampleHasResolvedThem) {
     EXPECT_EQ(empty.renderer.memory.allocationsHeld(), 0);
 }
 
-TEST(FrameBufferState, SaysSoWhenItIsNotInstalledAsAStateShader) {
-    PassScene scene(threePasses);
-    miBoolean initRequired = miTRUE;
-    orcaFrameBufferState_init(&scene.renderer.state, nullptr, &initRequired);
-    EXPECT_FALSE(initRequired);
-    EXPECT_TRUE(scene.renderer.log.empty());
-    scene.renderer.answer<int>(miQ_FUNC_CALLTYPE, miSHADER_LENS);
-    orcaFrameBufferState_init(&scene.renderer.state, nullptr, &initRequired);
-    EXPECT_FALSE(scene.stateShader(4));
-    EXPECT_EQ(scene.renderer.log,
-              (std::vector<ScriptedMessage>{
-                  {'e', "orcaFrameBufferState(): Not invoked as state shader.\nCould be a version "
-                        "mismatch. Re-export the .mi"},
-                  {'w', "vela_state(): Invoked with invalid opcode."}}));
+TEST(StateShaders, SaySoWhenTheyAreNotInstalledAsSuch) {
+    struct {
+        void (*init)(miState*, void*, miBoolean*);
+        miBoolean (*call)(void*, miState*, void*, miShader_state_arg*);
+        const char *complaint, *opcode;
+    } const shaders[] = {{orcaFrameBufferState_init, orcaFrameBufferState,
+                          "orcaFrameBufferState(): Not invoked as state shader.\nCould be a version "
+                          "mismatch. Re-export the .mi",
+                          "vela_state(): Invoked with invalid opcode."},
+                         {orcaFrameBufferInit_init, orcaFrameBufferInit,
+                          "orcaFrameBufferInit(): Not invoked as state shader.\nCould be a version mismatch. "
+                          "Re-export the .mi",
+                          "orcaFrameBufferInit(): Invoked with invalid opcode."}};
+    for (const auto& [init, call, complaint, opcode] : shaders) {
+        ScriptedRenderer renderer;
+        miBoolean initRequired = miTRUE;
+        miShader_state_arg argument{4, miTRUE};
+        for (const int type : {miSHADER_STATE, miSHADER_LENS}) {
+            renderer.answer<int>(miQ_FUNC_CALLTYPE, type);
+            init(&renderer.state, nullptr, &initRequired);
+            EXPECT_FALSE(initRequired);
+        }
+        EXPECT_FALSE(call(nullptr, &renderer.state, nullptr, &argument));
+        EXPECT_EQ(renderer.log, (std::vector<ScriptedMessage>{{'e', complaint}, {'w', opcode}}));
+    }
 }
 
 // --- writing the frame buffers

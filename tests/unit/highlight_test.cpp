@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "oracle/pipeline_oracle.h"
 #include "orcaAnisotropicFacets.h"
 #include "orcaColorSpace.h"
 #include "orcaSpecular.h"
@@ -42,6 +43,14 @@ TEST_F(Highlights, OfAnisotropicFacetsFollowTheTexturesDirectionsTurned) {
     f = anisotropicFacets(&state, 30.0f, 0.1f, 0.2f);
     EXPECT_NEAR(f.along.x, -std::sqrt(0.75f), 1e-6f);
     EXPECT_NEAR(f.along.y, -0.5f, 1e-6f);
+    reference::Random random(9);
+    for (int i = 0; i < 500; ++i) {
+        state.dir = random.direction();
+        const miVector light = random.direction();
+        const double glint = reference::anisotropic(f.normal, f.along, f.across, f.alphaAlong, f.alphaAcross,
+                                                    light, state.dir);
+        EXPECT_NEAR(compute_anisotropic_specular(&f, &light, &state), glint, 1e-3 * (1.0 + glint)) << i;
+    }
 }
 
 TEST(ColorSpace, GoesThereAndBack) {

@@ -133,21 +133,6 @@ TEST_F(Layered, LeavesTheMatteThatItsModeSays) {
     EXPECT_EQ(scene.level(PASS_BEAUTY), BLACK);
 }
 
-TEST_F(Layered, ReadsALayersMembersInTheOrderOfItsModeAndNoneBelowAnOpaqueOne) {
-    for (const bool weighted : {false, true}) {
-        Instance instance(scene, layered, stack(weighted, three));
-        LayerRecord& front = instance.shader.parameters.behind[0];
-        for (miColor* member : {&front.color, &front.transparency, &front.glowColor})
-            instance.connect(member, [](miState*) { return BLACK; });
-        instance.connect(&instance.shader.parameters.behind[1].color, [](miState*) { return WHITE; });
-        instance.shade();
-        const std::vector<const void*> expected =
-            weighted ? std::vector<const void*>{&front.transparency, &front.color, &front.glowColor}
-                     : std::vector<const void*>{&front.color, &front.glowColor, &front.transparency};
-        EXPECT_EQ(instance.order, expected);
-    }
-}
-
 /// What a layer's own material does: a diffuse part that its opacity weighs, and a highlight that it does
 /// not.
 struct LayerMaterial {

@@ -6,10 +6,8 @@
 #include <gtest/gtest.h>
 
 extern "C" {
-void orcaFrameBufferInit_init(miState*, void*, miBoolean*);
 miBoolean orcaFrameBufferInit(void*, miState*, void*, miShader_state_arg*);
 miBoolean orcaFrameBufferLens(miColor*, miState*, void*);
-miBoolean orcaTraversal(miColor*, miState*, void*);
 }
 
 namespace {
@@ -45,21 +43,6 @@ TEST(FrameBufferInit, FillsTheNonMaterialPassBeforeEachImageSample) {
     EXPECT_EQ(renderer.pinsHeld(), 0);
 }
 
-TEST(FrameBufferInit, SaysSoWhenItIsCalledAsSomethingElse) {
-    ScriptedRenderer renderer;
-    miBoolean initRequired = miTRUE;
-    renderer.answer<int>(miQ_FUNC_CALLTYPE, miSHADER_LENS);
-    orcaFrameBufferInit_init(&renderer.state, nullptr, &initRequired);
-    EXPECT_FALSE(initRequired);
-    miShader_state_arg argument{-1, miTRUE};
-    EXPECT_FALSE(orcaFrameBufferInit(nullptr, &renderer.state, nullptr, &argument));
-    EXPECT_EQ(renderer.log,
-              (std::vector<ScriptedMessage>{
-                  {'e', "orcaFrameBufferInit(): Not invoked as state shader.\nCould be a version "
-                        "mismatch. Re-export the .mi"},
-                  {'w', "orcaFrameBufferInit(): Invoked with invalid opcode."}}));
-}
-
 TEST(FrameBufferLens, GivesThePicturesOwnPassesTheirBackgroundWhereNothingIsHit) {
     constexpr miColor sky{0.2f, 0.4f, 0.9f, 0.5f};
     for (const auto& [traced, hit] : {std::pair{true, false}, {true, true}, {false, false}}) {
@@ -81,12 +64,6 @@ TEST(FrameBufferLens, GivesThePicturesOwnPassesTheirBackgroundWhereNothingIsHit)
         for (int i = 0; i < 4; ++i)
             EXPECT_EQ(scene.slot(i).childResult, traced && !hit && i != 2 ? sky : BLACK) << i;
     }
-}
-
-TEST(Traversal, DoesNothingAndSucceeds) {
-    ScriptedRenderer renderer;
-    EXPECT_TRUE(orcaTraversal(nullptr, &renderer.state, nullptr));
-    EXPECT_TRUE(renderer.calls.empty());
 }
 
 } // namespace

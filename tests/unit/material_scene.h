@@ -81,7 +81,6 @@ public:
         miBoolean required = miFALSE;
         entry_.init(&scene_.renderer.state, &shader.parameters, &required);
         scene_.renderer.evaluate = [this](miState* state, void* parameter) -> void* {
-            order.push_back(parameter);
             const auto source = sources_.find(parameter);
             if (source == sources_.end()) return parameter;
             evaluated_ = source->second(state);
@@ -110,7 +109,6 @@ public:
     }
 
     ScriptedShader<Block> shader;
-    std::vector<const void*> order; ///< connected parameters as they were read
 
 private:
     MaterialScene& scene_;

@@ -24,6 +24,13 @@ TEST(Surface, KnowsNothingOfAForeignLightsShadowWherePassesAddUp) {
     }
 }
 
+TEST(Surface, IsLitInScenesWithoutPasses) {
+    MaterialScene scene(std::vector<ScenePass>{});
+    scene.addLight({0.0f, 0.0f, 1.0f});
+    expectColor(MaterialInstance<LambertParameters>(scene, lambert, plain()).shade().diffuse,
+                plainSurface().color * plainSurface().diffuse);
+}
+
 TEST(Surface, ClosesTheLightLoopWhenALightThrows) {
     MaterialScene scene(passes);
     scene.addLight({0.0f, 0.0f, 1.0f});

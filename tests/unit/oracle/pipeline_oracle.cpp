@@ -20,40 +20,33 @@ class Passes {
 public:
     explicit Passes(const SurfaceCase& c) : case_(c) {
         for (const RecordCase& record : c.records)
-            records.push_back({record.held, {}, {}, flagsInRender(record.type, record.flags)});
+            records.push_back(
+                {record.held, {}, {}, flagsInRender(record.type, record.flags), record.userWord});
     }
 
     void write(PassTypeID type, Rgba value, bool byLight = false) {
-        if (case_.surface.passWriteMode == 0) return;
-        for (std::size_t i = 0; i < records.size(); ++i) {
-            if (case_.records[i].type != type) continue;
-            Record& r = records[i];
+        eachOf(type, [&](Record& r, bool open) {
             if (inLoop) r.gathered = r.gathered + (byLight ? value * r.light : value);
-            else if (open(i)) combine(r.held, scaled(value));
-        }
+            else if (open) combine(r.held, scaled(value));
+        });
     }
     void writeScalar(PassTypeID type, double value, bool byLight = false) {
-        if (case_.surface.passWriteMode == 0) return;
-        for (std::size_t i = 0; i < records.size(); ++i) {
-            if (case_.records[i].type != type) continue;
-            Record& r = records[i];
+        eachOf(type, [&](Record& r, bool open) {
             if (inLoop) r.gathered.r += value * (byLight ? luminance(r.light) : 1);
-            else if (open(i)) combine(r.held.r, scaled(value));
-        }
+            else if (open) combine(r.held.r, scaled(value));
+        });
     }
     void writeNormal(V3 normal) {
-        if (case_.surface.passWriteMode == 0) return;
-        for (std::size_t i = 0; i < records.size(); ++i) {
-            if (case_.records[i].type != PASS_NORMAL || !open(i)) continue;
-            // The cases' camera is turned a quarter about z, their object half a turn
-            // about y.
-            const V3 in = case_.records[i].userWord == 1   ? V3{normal.y, -normal.x, normal.z}
-                          : case_.records[i].userWord == 2 ? V3{-normal.x, normal.y, -normal.z}
-                                                           : V3{normal.z, normal.x, normal.y};
-            combine(records[i].held.r, scaled(in.x));
-            combine(records[i].held.g, scaled(in.y));
-            combine(records[i].held.b, scaled(in.z));
-        }
+        eachOf(PASS_NORMAL, [&](Record& r, bool open) {
+            if (!open) return;
+            // The cases' camera is turned a quarter about z, their object half a turn about y.
+            const V3 in = r.space == 1   ? V3{normal.y, -normal.x, normal.z}
+                          : r.space == 2 ? V3{-normal.x, normal.y, -normal.z}
+                                         : V3{normal.z, normal.x, normal.y};
+            combine(r.held.r, scaled(in.x));
+            combine(r.held.g, scaled(in.y));
+            combine(r.held.b, scaled(in.z));
+        });
     }
     void beginLoop() {
         inLoop = true;
@@ -76,11 +69,16 @@ public:
 
     struct Record {
         Rgba held, gathered, light;
-        unsigned flags;
+        unsigned flags, space;
     };
     std::vector<Record> records;
 
 private:
+    template <class Write>
+    void eachOf(PassTypeID type, Write write) {
+        for (std::size_t i = 0; i < records.size(); ++i)
+            if (case_.records[i].type == type && case_.surface.passWriteMode != 0) write(records[i], open(i));
+    }
     [[nodiscard]] bool open(std::size_t i) const {
         return !(case_.records[i].levelMode & 1) && case_.rayType != environmentRay;
     }
@@ -100,19 +98,19 @@ private:
 };
 
 /// What one light, or all, add up to.
+enum Sum { Ambient, AmbientUnshadowed, Diffuse, DiffuseUnshadowed, Specular, SpecularUnshadowed, SumCount };
 struct Sums {
-    Rgba ambient, ambientUnshadowed, diffuse, diffuseUnshadowed, specular, specularUnshadowed;
+    Rgba of[SumCount];
     double shadow = 0, light = 0;
 
     void add(const Sums& s, double f) {
-        ambient = ambient + s.ambient * f;
-        ambientUnshadowed = ambientUnshadowed + s.ambientUnshadowed * f;
-        diffuse = diffuse + s.diffuse * f;
-        diffuseUnshadowed = diffuseUnshadowed + s.diffuseUnshadowed * f;
-        specular = specular + s.specular * f;
-        specularUnshadowed = specularUnshadowed + s.specularUnshadowed * f;
+        for (int i = 0; i < SumCount; ++i) of[i] = of[i] + s.of[i] * f;
         shadow += s.shadow * f;
         light += s.light * f;
+    }
+    void take(Sum shadowed, Rgba share, Rgba arriving, Rgba unshadowed) {
+        of[shadowed] = of[shadowed] + share * arriving;
+        of[shadowed + 1] = of[shadowed + 1] + share * unshadowed;
     }
 };
 
@@ -174,23 +172,23 @@ public:
         // The composite.
         out.transparency = seenThrough;
         if (c_.renderMode == 2) {
-            out.matte = grey(sums.light > 0 ? sums.shadow / sums.light : 0);
+            out.matteOpacity = grey(sums.light > 0 ? sums.shadow / sums.light : 0);
         } else {
-            out.matte = grey(1) - seenThrough;
+            out.matteOpacity = grey(1) - seenThrough;
             out.opacity = opacity;
-            if (asks(0x8)) out.diffuse = sums.diffuse;
-            else if (asks(0x10)) out.diffuseUnshadowed = sums.diffuseUnshadowed;
+            if (asks(0x8)) out.diffuse = sums.of[Diffuse];
+            else if (asks(0x10)) out.diffuseUnshadowed = sums.of[DiffuseUnshadowed];
             out.irradiance = indirect;
             const bool unshadowed = asks(0x10) && !asks(0x8);
-            if (asks(0x1)) out.ambient = ambient + (unshadowed ? sums.ambientUnshadowed : sums.ambient);
+            if (asks(0x1)) out.ambient = ambient + sums.of[unshadowed ? AmbientUnshadowed : Ambient];
             out.incandescence = incandescence;
-            if (asks(0x40)) out.specular = sums.specular;
-            else if (asks(0x80)) out.specularUnshadowed = sums.specularUnshadowed;
+            if (asks(0x40)) out.specular = sums.of[Specular];
+            else if (asks(0x80)) out.specularUnshadowed = sums.of[SpecularUnshadowed];
             out.refraction = refraction;
             out.reflection = reflection;
             out.color = (out.diffuse + out.diffuseUnshadowed + indirect + out.ambient) * opacity +
                         incandescence + out.specular + out.specularUnshadowed + refraction;
-            out.glow = out.color * s_.compositeScalarA;
+            out.glowColor = out.color * s_.compositeScalarA;
             out.color = out.color + reflection;
         }
 
@@ -202,7 +200,7 @@ public:
             passes_.write(PASS_REFRACTION, opaque(out.refraction));
             passes_.write(PASS_INCANDESCENCE, opaque(out.incandescence));
             passes_.write(PASS_INDIRECT, opaque(out.irradiance));
-            passes_.write(PASS_GLOW_SOURCE, opaque(out.glow));
+            passes_.write(PASS_GLOW_SOURCE, opaque(out.glowColor));
             passes_.writeScalar(PASS_FACING_RATIO, facing < 0 ? 1 : facing);
             passes_.write(PASS_AMBIENT, opaque(ambient));
             if (transparency.r < 1 || transparency.g < 1 || transparency.b < 1) {
@@ -236,10 +234,11 @@ private:
             one.add(taken, samples > 1 ? 1.0 / samples : 1.0);
             if (s_.writePasses) {
                 double sum = one.shadow + one.light;
-                if (asks(0x8)) sum += luminance(one.diffuse);
-                if (asks(0x10)) sum += luminance(one.diffuseUnshadowed);
-                if (asks(0x40)) sum += luminance(one.specular);
-                if (asks(0x80)) sum += luminance(one.specularUnshadowed);
+                for (const auto& [part, component] : {std::pair{Diffuse, 0x8u},
+                                                      {DiffuseUnshadowed, 0x10},
+                                                      {Specular, 0x40},
+                                                      {SpecularUnshadowed, 0x80}})
+                    if (asks(component)) sum += luminance(one.of[part]);
                 passes_.writeScalar(PASS_LIGHT_SUM, sum);
             }
             sums.add(one, 1);
@@ -274,8 +273,7 @@ private:
         const double nDotL = dot(normal_, sample.direction);
         Rgba ambientTerm, through, reflected;
         if (ambient) {
-            sums.ambient = sums.ambient + color * arriving;
-            sums.ambientUnshadowed = sums.ambientUnshadowed + color * unshadowed;
+            sums.take(Ambient, color, arriving, unshadowed);
             ambientTerm = color;
             passes_.write(PASS_AMBIENT_IRRADIANCE, grey(1), true);
             if (components) passes_.write(PASS_AMBIENT, opaque(color), true);
@@ -294,15 +292,14 @@ private:
             if (s_.translucence != 0) {
                 through = color * translucence(c_.rayDirection, sample.direction, nDotL, s_.translucence,
                                                s_.translucenceForward, s_.translucenceWrap);
-                sums.diffuse = sums.diffuse + through * arriving;
+                sums.take(Diffuse, through, arriving, {});
                 if (components)
                     for (const PassTypeID type : {PASS_TRANSLUCENCE, PASS_TRANSLUCENCE_NO_SHADOW})
                         passes_.write(type, opaque(through), true);
             }
             if (nDotL >= 0) {
                 reflected = color * (nDotL * s_.diffuse);
-                sums.diffuse = sums.diffuse + reflected * arriving;
-                sums.diffuseUnshadowed = sums.diffuseUnshadowed + reflected * unshadowed;
+                sums.take(Diffuse, reflected, arriving, unshadowed);
                 if (components)
                     for (const PassTypeID type : {PASS_DIFFUSE, PASS_DIFFUSE_NO_SHADOW})
                         passes_.write(type, opaque(through + reflected), true);
@@ -311,8 +308,7 @@ private:
         Rgba highlight;
         if (emitSpecular && c_.material != Material::Lambert) {
             highlight = Rgba(c_.specularColor) * strength(sample.direction, nDotL);
-            sums.specular = sums.specular + highlight * arriving;
-            sums.specularUnshadowed = sums.specularUnshadowed + highlight * unshadowed;
+            sums.take(Specular, highlight, arriving, unshadowed);
             if (components) {
                 passes_.write(PASS_SPECULAR, opaque(highlight), true);
                 passes_.write(PASS_SPECULAR_NO_SHADOW, opaque(highlight), true);

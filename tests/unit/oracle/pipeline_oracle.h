@@ -72,7 +72,7 @@ struct SurfaceCase {
 };
 
 struct SurfaceOutcome {
-    Rgba color, glow, matte, transparency, opacity;
+    Rgba color, glowColor, matteOpacity, transparency, opacity;
     Rgba ambient, incandescence, irradiance, diffuse, diffuseUnshadowed, specular, specularUnshadowed,
         reflection,
         refraction;         ///< the inputs that the mode uses; black where it uses none

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <stdexcept>
 
 extern "C" {
 #define UTILITY_PASS(name)                                                                                   \
@@ -262,21 +261,6 @@ TEST_P(UtilityPass, LeavesTheBufferToOtherRaysAndPhases) {
             const bool writes = ray == miRAY_EYE && (phase == 1 || (occlusion && phase == 4));
             EXPECT_EQ(scene.renderer.frameBuffers.putCount() > 0, writes) << ray << ' ' << phase;
         }
-}
-
-/// A pass in the middle of a nested call puts back what it pinned, also when
-/// the renderer throws.
-TEST_P(UtilityPass, UnpinsWhenTheRendererThrows) {
-    Random random(6);
-    UtilityScene scene(GetParam(), Record{}, randomHit(random));
-    scene.renderer.state.instance = scene.renderer.database.addMaskedInstance("ff");
-    scene.renderer.onCall = [](const char* name) {
-        if (std::string_view(name) == "mi_fb_put") throw std::runtime_error("foreign");
-    };
-    EXPECT_THROW(scene.pass.call(nullptr, &scene.renderer.state, &scene.shader.parameters),
-                 std::runtime_error);
-    scene.renderer.onCall = nullptr;
-    EXPECT_EQ(scene.renderer.pinsHeld(), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, UtilityPass, ::testing::ValuesIn(passes),
