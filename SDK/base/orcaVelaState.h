@@ -27,10 +27,15 @@ struct LightData {
 };
 static_assert(sizeof(LightData) == 48);
 
+/// Outlines of area lights.
+enum AreaShape : miInteger { AREA_RECTANGLE = 0, AREA_DISC = 1 };
+
 /// Shape of the area light of this library that is being sampled, for the area-light helpers.
 struct AreaLightRecord {
     miVector center;       ///< internal space
     miVector edgeU, edgeV; ///< half edges, internal space; the light's normal is edgeU x edgeV
+    miInteger shape =
+        AREA_RECTANGLE; ///< AreaShape; a disc touches the parallelogram's edges in their middles
 };
 
 /// Depth of a pass-through hit (entry of `VelabaseState::depthStack`).
@@ -115,6 +120,7 @@ struct VelabaseState {
     // The light being sampled. Owner: the materials reset it, the lights fill it.
     LightData lightData;
     const AreaLightRecord* areaLight; ///< null unless an area light of this library is being sampled
+    AreaLightRecord areaShape;        ///< storage for what areaLight points to
     miColor lightFogColor; ///< the light-colour slots: of a light that is called for anything but lighting
     miColor lightFogTransmission;
     miColor lightGlowColor;

@@ -7,19 +7,134 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 
 namespace {
 
-std::array<miVector, 4> corners(const AreaLightRecord& light) {
-    return {light.center - light.edgeU - light.edgeV, light.center + light.edgeU - light.edgeV,
-            light.center + light.edgeU + light.edgeV, light.center - light.edgeU + light.edgeV};
+/// In double precision: small and distant lights are sums of edges that nearly cancel.
+struct Corner {
+    double x, y, z;
+};
+
+Corner operator-(const Corner& a, const Corner& b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+Corner operator+(const Corner& a, const Corner& b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+Corner operator*(const Corner& a, double f) {
+    return {a.x * f, a.y * f, a.z * f};
+}
+double dot(const Corner& a, const Corner& b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+Corner cross(const Corner& a, const Corner& b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+double length(const Corner& a) {
+    return std::sqrt(dot(a, a));
+}
+Corner cornerOf(const miVector& v) {
+    return {v.x, v.y, v.z};
 }
 
-/// Solid angle of a spherical triangle of unit vectors (Van Oosterom and Strackee, "The Solid Angle of a
-/// Plane Triangle", 1983); not negative.
-float solidAngle(const miVector& a, const miVector& b, const miVector& c) {
-    const float volume = std::abs(dot(a, cross(b, c)));
-    return 2.0f * std::atan2(volume, 1.0f + dot(a, b) + dot(b, c) + dot(c, a));
+/// Corners of a convex polygon, relative to the point that it is seen from.
+class Outline {
+public:
+    Outline(const miVector& point, const AreaLightRecord& light)
+        : center_(cornerOf(light.center) - cornerOf(point)) {
+        const Corner u = cornerOf(light.edgeU), v = cornerOf(light.edgeV), normal = cross(u, v);
+        if (light.shape == AREA_DISC) {
+            addEllipse(u, v, normal);
+        } else {
+            for (const auto& [s, t] : {std::pair(-1, -1), {1, -1}, {1, 1}, {-1, 1}})
+                add(center_ + u * s + v * t);
+        }
+        if (dot(normal, center_) < 0.0) std::reverse(corners_.begin(), corners_.begin() + count_);
+    }
+
+    /// Van Oosterom and Strackee, "The Solid Angle of a Plane Triangle" (1983), over a fan of triangles.
+    [[nodiscard]] double solidAngle() const {
+        double sum = 0.0;
+        const Corner& a = corners_[0];
+        const double la = length(a);
+        for (int i = 1; i + 1 < count_; ++i) {
+            const Corner &b = at(i), &c = at(i + 1);
+            const double lb = length(b), lc = length(c);
+            const double volume = std::abs(dot(a, cross(b, c)));
+            sum += 2.0 * std::atan2(volume, la * lb * lc + dot(a, b) * lc + dot(b, c) * la + dot(c, a) * lb);
+        }
+        return sum;
+    }
+    /// Integral of the direction over the solid angle.
+    [[nodiscard]] Corner flux() const {
+        Corner sum{0.0, 0.0, 0.0};
+        for (int i = 0; i < count_; ++i) {
+            const Corner &a = at(i), &b = at((i + 1) % count_), across = cross(a, b);
+            const double sine = length(across);
+            if (sine > 0.0) sum = sum + across * (0.5 * std::atan2(sine, dot(a, b)) / sine);
+        }
+        return sum;
+    }
+    /// Leaves the part in front of the plane through the point. False when nothing is left.
+    bool clip(const Corner& normal) {
+        const Outline whole = *this;
+        count_ = 0;
+        for (int i = 0; i < whole.count_; ++i) {
+            const Corner &a = whole.at(i), &b = whole.at((i + 1) % whole.count_);
+            const double heightA = dot(normal, a), heightB = dot(normal, b);
+            if (heightA >= 0.0) add(a);
+            if ((heightA < 0.0) != (heightB < 0.0)) add(a + (b - a) * (heightA / (heightA - heightB)));
+        }
+        return count_ >= 3;
+    }
+    /// Cosine of the corner nearest to an axis.
+    [[nodiscard]] double largestCosine(const Corner& axis) const {
+        double largest = -1.0;
+        for (int i = 0; i < count_; ++i) largest = std::max(largest, dot(axis, at(i)) / length(at(i)));
+        return largest;
+    }
+
+private:
+    static constexpr int mostOfEllipse = 128;
+
+    void add(const Corner& corner) { corners_[static_cast<size_t>(count_++)] = corner; }
+    [[nodiscard]] const Corner& at(int i) const { return corners_[static_cast<size_t>(i)]; }
+
+    /// A regular polygon of the ellipse's area, with edges no longer than the distance to the rim: from there
+    /// the parts of it inside and outside the ellipse cancel.
+    void addEllipse(const Corner& u, const Corner& v, const Corner& normal) {
+        constexpr int leastOfEllipse = 16;
+        const double uu = dot(u, u), vv = dot(v, v), area = length(normal);
+        const double height = area > 0.0 ? dot(center_, normal) / (area * std::sqrt(std::max(uu, vv))) : 0.0;
+        const double fromAxis =
+            std::hypot(uu > 0.0 ? dot(center_, u) / uu : 0.0, vv > 0.0 ? dot(center_, v) / vv : 0.0);
+        const double fromRim = std::max(1e-3, std::hypot(height, fromAxis - 1.0)); // in radii
+        constexpr double turn = 2.0 * std::numbers::pi;
+        const int corners = static_cast<int>(
+            std::clamp(std::ceil(turn / fromRim), double{leastOfEllipse}, double{mostOfEllipse}));
+        const double step = turn / corners;
+        const double radius = std::sqrt(step / std::sin(step));
+        const double c = std::cos(step), s = std::sin(step);
+        double x = radius, y = 0.0;
+        for (int i = 0; i < corners; ++i) {
+            add(center_ + u * x + v * y);
+            const double turned = c * x - s * y;
+            y = s * x + c * y;
+            x = turned;
+        }
+    }
+
+    Corner center_;
+    std::array<Corner, mostOfEllipse + 1> corners_; // clipping adds one
+    int count_ = 0;
+};
+
+/// Below it one direction represents the light: too small, or seen edge on.
+constexpr double leastSolidAngle = 1e-12;
+
+miScalar cosineToCenter(const miVector& point, const miVector& axis, const AreaLightRecord& light) {
+    return dot(axis, normalized(light.center - point));
 }
 
 bool same(const miVector& a, const miVector& b) {
@@ -28,31 +143,31 @@ bool same(const miVector& a, const miVector& b) {
 
 } // namespace
 
+miScalar solidAngleOfAreaLight(const miVector& point, const AreaLightRecord& light) {
+    return static_cast<miScalar>(Outline(point, light).solidAngle());
+}
+
 miScalar meanCosineToAreaLight(const miVector& point, const miVector& axis, const AreaLightRecord& light) {
-    std::array<miVector, 4> toCorner;
-    const auto corner = corners(light);
-    for (size_t i = 0; i < 4; ++i) toCorner[i] = normalized(corner[i] - point);
+    const Outline outline(point, light);
+    const double angle = outline.solidAngle();
+    if (angle < leastSolidAngle) return cosineToCenter(point, axis, light);
+    return static_cast<miScalar>(dot(cornerOf(axis), outline.flux()) / angle);
+}
 
-    const float angle =
-        solidAngle(toCorner[0], toCorner[1], toCorner[2]) + solidAngle(toCorner[0], toCorner[2], toCorner[3]);
-    const miVector toCenter = normalized(light.center - point);
-    // Too small or seen edge on: one direction represents the light.
-    if (angle < VELA_EPS) return dot(axis, toCenter);
-
-    miVector flux{0.0f, 0.0f, 0.0f};
-    for (size_t i = 0; i < 4; ++i) {
-        const miVector& a = toCorner[i];
-        const miVector& b = toCorner[(i + 1) % 4];
-        flux = flux + normalized(cross(a, b)) * std::acos(std::clamp(dot(a, b), -1.0f, 1.0f));
-    }
-    // The winding seen from the point decides the sign; the light shines to both sides.
-    if (dot(flux, toCenter) < 0.0f) flux = -flux;
-    return 0.5f * dot(axis, flux) / angle;
+miScalar receivedCosineOfAreaLight(const miVector& point, const miVector& normal,
+                                   const AreaLightRecord& light) {
+    Outline outline(point, light);
+    const double angle = outline.solidAngle();
+    if (angle < leastSolidAngle) return cosineToCenter(point, normal, light);
+    const Corner axis = cornerOf(normal);
+    const double largest = outline.largestCosine(axis);
+    if (!(largest > 0.0) || !outline.clip(axis)) return static_cast<miScalar>(std::min(largest, 0.0));
+    return static_cast<miScalar>(dot(axis, outline.flux()) / angle);
 }
 
 float arealight_lambertian_reflect(miState* state, const miVector* direction, const AreaLightRecord* light) {
-    const miVector& axis = same(*direction, state->dir) ? state->dir : state->normal;
-    return meanCosineToAreaLight(state->point, axis, *light);
+    return same(*direction, state->dir) ? meanCosineToAreaLight(state->point, state->dir, *light)
+                                        : receivedCosineOfAreaLight(state->point, state->normal, *light);
 }
 
 void arealight_max_phong_spec_dir(miVector* result, miState* state, const miVector* mirror,
@@ -64,11 +179,18 @@ void arealight_max_phong_spec_dir(miVector* result, miState* state, const miVect
     // Mirror rays that miss the light's plane take the point of theirs that is nearest to the light's centre.
     const float along = t > 0.0f ? t : std::max(0.0f, dot(toCenter, *mirror));
     const miVector onPlane = *mirror * along - toCenter;
-    const auto clampedAlong = [&](const miVector& edge) {
+    const auto shareOf = [&](const miVector& edge) {
         const float squared = dot(edge, edge);
-        return squared == 0.0f ? 0.0f : std::clamp(dot(onPlane, edge) / squared, -1.0f, 1.0f);
+        return squared == 0.0f ? 0.0f : dot(onPlane, edge) / squared;
     };
-    const float u = clampedAlong(light->edgeU);
-    const float v = clampedAlong(light->edgeV);
+    float u = shareOf(light->edgeU), v = shareOf(light->edgeV);
+    if (light->shape == AREA_DISC) {
+        const float beyond = std::max(1.0f, std::hypot(u, v));
+        u /= beyond;
+        v /= beyond;
+    } else {
+        u = std::clamp(u, -1.0f, 1.0f);
+        v = std::clamp(v, -1.0f, 1.0f);
+    }
     *result = normalized(toCenter + light->edgeU * u + light->edgeV * v);
 }

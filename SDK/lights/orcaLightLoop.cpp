@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaLightLoop.h"
 
-#include "orcaLightProtocol.h"
-
 LightLoop::LightLoop(miState* state, VelabaseState& vela, const PassRecords& passes, miTag light,
                      miBoolean backSide, bool skipShadows)
     : state_(state),
@@ -23,7 +21,7 @@ LightLoop::~LightLoop() {
 }
 
 bool LightLoop::next(LightSample& sample) {
-    vela_.lightData = defaultLightDataArray;
+    resetLightSample(vela_);
     vela_.lightData.backSide = backSide_;
     vela_.lightData.skipShadows = skipShadows_;
     if (!mi_sample_light(&sample.color, &sample.direction, &sample.nDotL, state_, light_, &rendererCounter_))

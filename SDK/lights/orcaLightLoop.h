@@ -3,9 +3,16 @@
 
 /// A material's loop over the samples of one light.
 
+#include "orcaLightProtocol.h"
 #include "orcaLightSample.h"
 #include "orcaPassRecords.h"
 #include "orcaVelaState.h"
+
+/// Before each light sample: the light's description as a foreign light leaves it.
+inline void resetLightSample(VelabaseState& vela) noexcept {
+    vela.lightData = defaultLightDataArray;
+    vela.areaLight = nullptr;
+}
 
 /// Opens the light loop of the passes and closes it however the scope ends. After an exception the
 /// accumulated values are discarded.

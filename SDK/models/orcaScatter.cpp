@@ -4,7 +4,7 @@
 #include "orcaAreaLight.h"
 #include "orcaColor.h"
 #include "orcaGathering.h"
-#include "orcaLightProtocol.h"
+#include "orcaLightLoop.h"
 #include "orcaPassRecords.h"
 #include "orcaScatterProfile.h"
 #include "orcaVector.h"
@@ -117,7 +117,7 @@ private:
         miInteger counter = 0;
         int samples = 0;
         for (;;) {
-            vela_.lightData = defaultLightDataArray;
+            resetLightSample(vela_);
             vela_.lightData.skipShadows = skip_;
             if (!mi_sample_light(&color, &direction, &nDotL, state, light, &counter)) break;
             ++samples;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaUseBackground.h"
 
+#include "orcaAreaLight.h"
 #include "orcaCamera.h"
 #include "orcaFlatMaterial.h"
 #include "orcaImagePlanes.h"
@@ -97,13 +98,14 @@ void addLight(Lighting& lighting, miState* state, VelabaseState& vela, const Pas
     int samples = 0;
     miInteger counter = 0;
     const auto next = [&] {
-        vela.lightData = defaultLightDataArray;
+        resetLightSample(vela);
         vela.lightData.unshadowedColor = notSet;
         return mi_sample_light(&color, &direction, &nDotL, state, light, &counter);
     };
     for (; next(); ++samples) {
         const LightData& data = vela.lightData;
         const miColor& all = isSet(data.unshadowedColor) ? data.unshadowedColor : color;
+        if (vela.areaLight) nDotL = arealight_lambertian_reflect(state, &direction, vela.areaLight);
         if (data.isAmbient) sum.add(all, color, 1.0f);
         else if (data.emitDiffuse && nDotL > 0.0f) sum.add(all, color, nDotL);
     }
