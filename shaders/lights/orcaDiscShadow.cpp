@@ -29,6 +29,23 @@ SamplingDisc SamplingDisc::perpendicularTo(const miVector& normal, const miVecto
     return disc;
 }
 
+bool distantDiscShadow(miColor* transmission, const miColor& lightValue, const miColor& shadowColor,
+                       float angleDegrees, unsigned rays, miState* state, unsigned count,
+                       FrameBufferInfo* records) {
+    constexpr float pi = std::numbers::pi_v<float>;
+    const Restored<miVector> direction(state->dir);
+    const Restored<miScalar> cosine(state->dot_nd);
+    const miVector toLight = -state->dir;
+    const float distance = 1.0f / std::tan(angleDegrees * pi / 180.0f);
+    const auto disc = SamplingDisc::perpendicularTo(toLight, state->point + toLight * distance, 1.0f);
+    const auto fromDisc = [state](const miVector& pointOnDisc) {
+        state->dir = normalized(state->point - pointOnDisc);
+        state->dot_nd = -dot(state->dir, state->normal);
+    };
+    return adaptiveDiscShadow(transmission, disc, lightValue, shadowColor, rays, state, count, records,
+                              fromDisc);
+}
+
 bool sample_disc_shadow(miColor* transmission, const miColor* lightValue, const miColor* shadowColor,
                         float radius, unsigned rays, miState* state, unsigned count,
                         FrameBufferInfo* records) {

@@ -72,6 +72,12 @@ bool adaptiveDiscShadow(miColor* transmission, const SamplingDisc& disc, const m
     return !allBelow(*transmission, VELA_EPS);
 }
 
+/// Soft shadow of light from infinity along the state's ray direction: a unit disc at the distance at which
+/// it fills the light's angle (degrees).
+bool distantDiscShadow(miColor* transmission, const miColor& lightValue, const miColor& shadowColor,
+                       float angleDegrees, unsigned rays, miState* state, unsigned count,
+                       FrameBufferInfo* records);
+
 /// Soft shadow of a light with a position: a disc about the state's ray origin, perpendicular to the ray.
 extern "C" ORCA_EXPORT bool sample_disc_shadow(miColor* transmission, const miColor* lightValue,
                                                const miColor* shadowColor, float radius, unsigned rays,

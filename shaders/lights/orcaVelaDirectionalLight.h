@@ -15,9 +15,11 @@ struct DirectionalLightParameters {
     miColor color;
     miScalar intensity;
     miBoolean useRayTraceShadows;
-    miColor shadowColor;     // light in full shadow
-    miUint shadowRays;       // of the first set of a soft shadow; 0: no ray-traced shadows
-    miInteger rayDepthLimit; // trace level from which on no shadows are traced
+    miColor shadowColor;       // light in full shadow
+    miUint shadowRays;         // of the first set of a soft shadow; 0: no ray-traced shadows
+    miInteger rayDepthLimit;   // trace level from which on no shadows are traced
+    miInteger units;           // LightUnits: none or lux
+    miScalar colorTemperature; // kelvin; 0: the colour alone
 };
 
 extern "C" {

@@ -3,7 +3,16 @@
 
 #include "orcaVector.h"
 
+#include <cmath>
+#include <numbers>
+
 namespace {
+
+/// The light that the state's instance places; null without one.
+miTag lightOf(miState* state) {
+    miTag light = miNULLTAG;
+    return mi_query(miQ_INST_ITEM, nullptr, state->light_instance, &light) ? light : miNULLTAG;
+}
 
 /// Normal of the light's area in light space; false for a shape without one.
 bool areaNormal(miTag light, miVector& normal) {
@@ -21,10 +30,9 @@ bool areaNormal(miTag light, miVector& normal) {
 } // namespace
 
 bool light_backside_hit(miState* state) {
-    miTag light = miNULLTAG;
     miVector normal;
-    if (!mi_query(miQ_INST_ITEM, nullptr, state->light_instance, &light) || !areaNormal(light, normal))
-        return false;
+    const miTag light = lightOf(state);
+    if (light == miNULLTAG || !areaNormal(light, normal)) return false;
     mi_vector_from_light(state, &normal, &normal);
     const float d = dot(state->dir, normal);
     return state->type == miRAY_LIGHT ? d <= 0.0f : d >= 0.0f;
@@ -40,6 +48,45 @@ LightTextureSpace::LightTextureSpace(miState* state, VelabaseState& vela, const 
 
 LightTextureSpace::~LightTextureSpace() {
     if (!unfilteredBefore_) vela_.flags &= ~VELA_BIT_NOAF;
+}
+
+miVector sphericalCoordinate(const miVector& p) {
+    constexpr float pi = std::numbers::pi_v<float>;
+    const float fromAxis = std::hypot(p.x, p.z);
+    const float u = std::abs(p.z) < VELA_EPS ? 0.5f : std::atan2(p.x, p.z) * 0.5f / pi + 0.5f;
+    const float v = fromAxis < VELA_EPS ? 0.5f : std::atan(p.y / fromAxis) / pi + 0.5f;
+    return {u, v, p.z};
+}
+
+miVector originInLight(miState* state) {
+    miVector origin{0.0f, 0.0f, 0.0f};
+    const miTag light = lightOf(state);
+    if (light != miNULLTAG && !mi_query(miQ_LIGHT_ORIGIN, nullptr, light, &origin)) origin = {};
+    return origin;
+}
+
+miVector axisInLight(miState* state) {
+    const miVector downwards{0.0f, 0.0f, -1.0f};
+    const miTag light = lightOf(state);
+    int type = miLIGHT_ORIGIN;
+    miVector axis;
+    if (light == miNULLTAG || !mi_query(miQ_LIGHT_TYPE, nullptr, light, &type) || type != miLIGHT_SPOT ||
+        !mi_query(miQ_LIGHT_DIRECTION, nullptr, light, &axis) || dot(axis, axis) == 0.0f)
+        return downwards;
+    return normalized(axis);
+}
+
+void shineFrom(miState* state, const miVector& place) {
+    const miVector toPoint = state->point - place;
+    const float distance = length(toPoint);
+    state->org = place;
+    state->dist = distance;
+    if (distance > 0.0f) shineAlong(state, toPoint * (1.0f / distance));
+}
+
+void shineAlong(miState* state, const miVector& direction) {
+    state->dir = direction;
+    state->dot_nd = -dot(direction, state->normal);
 }
 
 void clearLightColors(VelabaseState& vela) {

@@ -1,20 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// What the light shaders share: the back-side test of one-sided area lights, the guards of what a light
-/// changes in its state, and the decision between the kinds of shadow.
+/// What the light shaders share: their beginning and end, the back-side test of one-sided area lights, the
+/// guards of what a light changes in its state, and the decision between the kinds of shadow.
 
 #include "orcaColor.h"
+#include "orcaDiscShadow.h"
 #include "orcaExport.h"
 #include "orcaGathering.h"
 #include "orcaGuards.h"
 #include "orcaLightProtocol.h"
 #include "orcaParameters.h"
 #include "orcaPassRecords.h"
+#include "orcaUtilities.h"
 #include "orcaVelaState.h"
 
 #include <algorithm>
 #include <optional>
+#include <string>
 
 /// True on the back of a rectangle or disc light: for a light ray that would start there, or another ray that
 /// arrives there. Other shapes have no back.
@@ -35,8 +38,43 @@ private:
     std::optional<Restored<miVector>> coordinate_;
 };
 
+/// Position in light space as latitude and longitude, so that a texture surrounds the light.
+[[nodiscard]] miVector sphericalCoordinate(const miVector& p);
+
+/// Where the light statement puts the light, light space.
+[[nodiscard]] miVector originInLight(miState* state);
+/// Where a spot light points, or another light along -z: unit, light space.
+[[nodiscard]] miVector axisInLight(miState* state);
+/// Moves the light ray's beginning to a place, internal space. A place at the point itself keeps the
+/// direction.
+void shineFrom(miState* state, const miVector& place);
+/// Turns the light ray of distant light; `direction` is unit length, internal space.
+void shineAlong(miState* state, const miVector& direction);
+
 /// Resets the light-colour slots in calls other than lighting: no fog, full transmission, no glow.
 void clearLightColors(VelabaseState& vela);
+/// Ends such a call: the lamp itself is seen.
+inline miBoolean showLamp(miColor& result, VelabaseState& vela) {
+    result.a = 1.0f;
+    clearLightColors(vela);
+    return miTRUE;
+}
+
+/// Runs a light with the thread's record and the passes that the light contributes to. False without the base
+/// state.
+/// @param name of the shader in messages
+/// @param body miBoolean (VelabaseState&, const PassRecords&)
+template <class Body>
+miBoolean asLight(miState* state, const char* name, const Body& body) {
+    VelabaseState* const vela = velabaseState(state);
+    if (!vela) {
+        orcaWarning(std::string(name) + "(): Internal state error.");
+        return miFALSE;
+    }
+    const PassRecords passes(state, *vela);
+    setupLightContributions(passes.count, passes.records, state);
+    return body(*vela, passes);
+}
 
 /// Kinds of shadow that a light sample can have.
 enum class ShadowKind { None, DepthMap, RayTraced };
@@ -72,13 +110,12 @@ void applyShadow(miColor& color, LightData& data, bool light, const miColor& tra
                  const miColor& shadowColor);
 
 /// A light's shadow, by the kind that applies.
-/// @param color          in: the light unshadowed; out: after shadows
-/// @param intensity      scales the shadow colour of depth maps only; intended
-/// @param sizeParameter  radius or angle; above 0 for soft shadows
-/// @param soft           bool (miColor* transmission, const miColor& shadowColor, float size, unsigned rays)
-template <class P, class Size, class SoftShadow>
+/// @param color      in: the light unshadowed; out: after shadows
+/// @param intensity  scales the shadow colour of depth maps only; intended
+/// @param trace      bool (miColor* transmission, const miColor& shadowColor, unsigned rays): traces shadows
+template <class P, class Trace>
 void shadeLight(miColor& color, miState* state, P* record, VelabaseState& vela, const PassRecords& passes,
-                miScalar intensity, Size sizeParameter, const SoftShadow& soft) {
+                miScalar intensity, const Trace& trace) {
     const ShadowKind kind = shadowKind(state, record, vela);
     miColor transmission = WHITE;
     if (kind == ShadowKind::DepthMap) {
@@ -89,14 +126,10 @@ void shadeLight(miColor& color, miState* state, P* record, VelabaseState& vela, 
         applyShadow(color, vela.lightData, light, transmission, shadowColor);
     } else if (kind == ShadowKind::RayTraced) {
         const miColor shadowColor = parameterValue(state, record, &P::shadowColor);
-        // A gather averages many rays: hard shadows suffice.
-        const miScalar size = isGathering(state) ? 0.0f : parameterValue(state, record, sizeParameter);
         const unsigned rays =
             shadowRayCount(static_cast<int>(parameterValue(state, record, &P::shadowRays)), vela);
-        const bool light = size > 0.0f ? soft(&transmission, shadowColor, size, rays)
-                                       : traceShadow(passes.count, passes.records, &transmission, &color,
-                                                     &shadowColor, false, state);
-        applyShadow(color, vela.lightData, light, transmission, shadowColor);
+        applyShadow(color, vela.lightData, trace(&transmission, shadowColor, rays), transmission,
+                    shadowColor);
     } else {
         setLightIrradiance(passes.count, passes.records, &color);
     }
@@ -104,12 +137,62 @@ void shadeLight(miColor& color, miState* state, P* record, VelabaseState& vela, 
     if (kind != ShadowKind::RayTraced) state->volume = miNULLTAG;
 }
 
-/// Fills the light data that materials read.
-template <class P>
-void describeLight(miState* state, P* record, LightData& data) {
+/// Ends a call that lights a point: shadows, and what materials read of the light.
+/// @param result in: the light unshadowed; out: after shadows
+/// @param trace  as in shadeLight
+template <class P, class Trace>
+miBoolean deliverLight(miColor& result, miState* state, P* record, VelabaseState& vela,
+                       const PassRecords& passes, miScalar intensity, const Trace& trace) {
+    LightData& data = vela.lightData;
+    data.shadowFraction = 0.0f;
+    data.unshadowedColor = result;
+    shadeLight(result, state, record, vela, passes, intensity, trace);
     data.isAmbient = 0;
-    data.emitDiffuse = parameterValue(state, record, &P::emitDiffuse);
-    data.emitSpecular = parameterValue(state, record, &P::emitSpecular);
     data.reserved0 = 0;
     data.reserved1 = 0;
+    if constexpr (requires { record->emitDiffuse; }) {
+        data.emitDiffuse = parameterValue(state, record, &P::emitDiffuse);
+        data.emitSpecular = parameterValue(state, record, &P::emitSpecular);
+    }
+    return miTRUE;
+}
+
+/// Traces a shadow that is soft when `size`, a radius or angle, is above 0.
+/// @param soft bool (float size)
+template <class Soft>
+bool traceSizedShadow(miColor* transmission, const miColor& light, const miColor& shadowColor, miScalar size,
+                      miState* state, const PassRecords& passes, const Soft& soft) {
+    // A gather averages many rays: hard shadows suffice.
+    if (size > 0.0f && !isGathering(state)) return soft(size);
+    return traceShadow(passes.count, passes.records, transmission, &light, &shadowColor, false, state);
+}
+
+/// Delivers light from a place, with the shadows of a disc of the radius `lightRadius`.
+template <class P>
+miBoolean deliverFromDisc(miColor& result, miState* state, P* record, VelabaseState& vela,
+                          const PassRecords& passes, miScalar intensity) {
+    const miColor light = result;
+    const auto trace = [&](miColor* transmission, const miColor& shadowColor, unsigned rays) {
+        const miScalar radius = parameterValue(state, record, &P::lightRadius);
+        return traceSizedShadow(transmission, light, shadowColor, radius, state, passes, [&](float size) {
+            return sample_disc_shadow(transmission, &light, &shadowColor, size, rays, state, passes.count,
+                                      passes.records);
+        });
+    };
+    return deliverLight(result, state, record, vela, passes, intensity, trace);
+}
+
+/// Delivers distant light along the ray, with the shadows of a disc of the angle `lightAngle`.
+template <class P>
+miBoolean deliverFromAfar(miColor& result, miState* state, P* record, VelabaseState& vela,
+                          const PassRecords& passes, miScalar intensity) {
+    const miColor light = result;
+    const auto trace = [&](miColor* transmission, const miColor& shadowColor, unsigned rays) {
+        const miScalar angle = parameterValue(state, record, &P::lightAngle);
+        return traceSizedShadow(transmission, light, shadowColor, angle, state, passes, [&](float size) {
+            return distantDiscShadow(transmission, light, shadowColor, size, rays, state, passes.count,
+                                     passes.records);
+        });
+    };
+    return deliverLight(result, state, record, vela, passes, intensity, trace);
 }

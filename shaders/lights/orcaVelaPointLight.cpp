@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaVelaPointLight.h"
 
-#include "orcaDiscShadow.h"
-#include "orcaUtilities.h"
+#include "orcaLightStrength.h"
 #include "orcaVelaLight.h"
 
 #include <algorithm>
@@ -17,21 +16,7 @@ using P = PointLightParameters;
 enum FogType { FOG_BY_DECAY = 0, FOG_SOFT = 1, FOG_SOFTER = 2 };
 
 constexpr float pi = std::numbers::pi_v<float>;
-
-/// Position in light space as latitude and longitude, so that a texture surrounds the light.
-miVector sphericalCoordinate(const miVector& p) {
-    const float fromAxis = std::hypot(p.x, p.z);
-    const float u = std::abs(p.z) < VELA_EPS ? 0.5f : std::atan2(p.x, p.z) * 0.5f / pi + 0.5f;
-    const float v = fromAxis < VELA_EPS ? 0.5f : std::atan(p.y / fromAxis) / pi + 0.5f;
-    return {u, v, p.z};
-}
-
-/// Decay only attenuates: within the unit distance the light has its full intensity.
-float decayed(float intensity, float distance, int rate) {
-    if (!(distance > 1.0f) || rate < 1 || rate > 3) return intensity;
-    for (int i = 0; i < rate; ++i) intensity /= distance;
-    return intensity;
-}
+constexpr const char* name = "vela_pointlight";
 
 /// Density of the fog in the middle of a ray through it.
 float fogDensity(miState* state, P* record) {
@@ -57,13 +42,20 @@ float fogDensity(miState* state, P* record) {
     }
 }
 
-float intensityAtPoint(miState* state, P* record, const VelabaseState& vela) {
-    float intensity = parameterValue(state, record, &P::intensity);
+/// Flux goes into all directions; a lamp of the shadows' radius has the luminance.
+std::optional<LightStrength> strength(miState* state, P* record) {
+    const miScalar radius = parameterValue(state, record, &P::lightRadius);
+    return lampStrength(state, record, name, 4.0f * pi, pi * radius * radius);
+}
+
+float intensityAtPoint(miState* state, P* record, const VelabaseState& vela, const LightStrength& strength) {
+    float intensity;
     if (vela.flags & VELA_BIT_ENVLIGHTFOG)
-        intensity = fogDensity(state, record) * parameterValue(state, record, &P::fogIntensity) * intensity;
+        intensity =
+            fogDensity(state, record) * parameterValue(state, record, &P::fogIntensity) * strength.value;
     else
         intensity =
-            decayed(intensity, static_cast<float>(state->dist), parameterValue(state, record, &P::decayRate));
+            strength.at(static_cast<float>(state->dist), parameterValue(state, record, &P::decayRate));
     const miTag profile = parameterValue(state, record, &P::lightProfile);
     if (profile != miNULLTAG) intensity *= mi_lightprofile_sample(state, profile, miTRUE);
     return intensity;
@@ -77,47 +69,26 @@ ORCA_EXPORT int orcaVelaPointLight_version(void) {
     return 1;
 }
 
-/// Emits in all directions with decay, fog or a profile. False without the base state and on the back of a
-/// one-sided area shape.
 ORCA_EXPORT miBoolean orcaVelaPointLight(miColor* result, miState* state, PointLightParameters* record) {
-    VelabaseState* const vela = velabaseState(state);
-    if (!vela) {
-        orcaWarning("vela_pointlight(): Internal state error.");
-        return miFALSE;
-    }
-    const PassRecords passes(state, *vela);
-    setupLightContributions(passes.count, passes.records, state);
-    const bool lights = state->type == miRAY_LIGHT;
-    if (light_backside_hit(state)) {
-        if (lights) return miFALSE;
-        *result = {0.0f, 0.0f, 0.0f, 1.0f};
-        clearLightColors(*vela);
-        return miTRUE;
-    }
+    return asLight(state, name, [&](VelabaseState& vela, const PassRecords& passes) -> miBoolean {
+        const bool lights = state->type == miRAY_LIGHT;
+        if (light_backside_hit(state)) {
+            if (lights) return miFALSE;
+            *result = BLACK;
+            return showLamp(*result, vela);
+        }
+        const auto lamp = strength(state, record);
+        if (!lamp) return miFALSE;
 
-    miVector pointInLight;
-    mi_point_to_light(state, &pointInLight, &state->point);
-    const LightTextureSpace textureSpace(state, *vela, sphericalCoordinate(pointInLight));
-
-    const float intensity = intensityAtPoint(state, record, *vela);
-    const miColor color = parameterValue(state, record, &P::color);
-    *result = withAlpha(color * intensity, color.a);
-    if (!lights) {
-        result->a = 1.0f;
-        clearLightColors(*vela);
-        return miTRUE;
-    }
-
-    vela->lightData.shadowFraction = 0.0f;
-    vela->lightData.unshadowedColor = *result;
-    const miColor unshadowed = *result;
-    shadeLight(*result, state, record, *vela, passes, intensity, &P::lightRadius,
-               [&](miColor* transmission, const miColor& shadowColor, float radius, unsigned rays) {
-                   return sample_disc_shadow(transmission, &unshadowed, &shadowColor, radius, rays, state,
-                                             passes.count, passes.records);
-               });
-    describeLight(state, record, vela->lightData);
-    return miTRUE;
+        miVector pointInLight;
+        mi_point_to_light(state, &pointInLight, &state->point);
+        const LightTextureSpace textureSpace(state, vela, sphericalCoordinate(pointInLight));
+        const float intensity = intensityAtPoint(state, record, vela, *lamp);
+        const miColor color = lampColor(state, record);
+        *result = withAlpha(color * intensity, color.a);
+        if (!lights) return showLamp(*result, vela);
+        return deliverFromDisc(*result, state, record, vela, passes, intensity);
+    });
 }
 
 } // extern "C"

@@ -22,6 +22,8 @@ struct PointLightParameters {
     miInteger fogType;       // FogType
     miScalar fogIntensity;
     miTag lightProfile;
+    miInteger units;           // LightUnits
+    miScalar colorTemperature; // kelvin; 0: the colour alone
 };
 
 extern "C" {
