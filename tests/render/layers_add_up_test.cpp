@@ -97,6 +97,32 @@ std::string paintedWall(const std::string& mode, const std::string& layers) {
            pointLight("lamp", "\"intensity\" 0.8, \"color\" 1 0.8 0.6 1", 0.8f, 0.9f, 4);
 }
 
+/// Every light, on shiny half-transparent boards before a wall. Soft shadows, but none of ambient light, of
+/// which there is no unshadowed layer.
+std::string manyLights() {
+    const auto light = [](const std::string& kind, const std::string& parameters, const std::string& place) {
+        return fmt::format("light \"{0}\" \"orcaVela{0}Light\" ( {1}, \"shadowRays\" 4 ) origin 0 0 0 end "
+                           "light\ninstance \"{0}_inst\" \"{0}\" {2} end instance\n",
+                           kind, parameters, place);
+    };
+    const auto at = [](float x, float y, float z) {
+        return fmt::format("transform 1 0 0 0 0 1 0 0 0 0 1 0 {} {} {} 1", -x, -y, -z);
+    };
+    return lambert("wall", "\"color\" 0.7 0.6 0.5 1, \"translucence\" 0.3") +
+           surface("board", "orcaVelaBlinn",
+                   "\"color\" 0.5 0.2 0.3 1, \"transparency\" 0.5 0.3 0.6 1, \"reflectivity\" 0.4",
+                   "0.5 0.3 0.6 1") +
+           card("back", "wall", 0, 0, -1, 6) + turnedCard("left", "board", -0.8f, 0, 0.2f, 0.8f, 20) +
+           turnedCard("right", "board", 1, 0.2f, 0.5f, 0.6f, -70) +
+           light("Spot", "\"coneAngle\" 50, \"penumbraAngle\" -10, \"lightRadius\" 0.3", at(-1, 1, 4)) +
+           light("Area", "\"color\" 0.3 0.9 0.4 1, \"twoSided\" on", at(0.8f, -0.4f, 1.5f)) +
+           light("Ambient", "\"intensity\" 0.3", at(1, 2, 3)) +
+           light("Volume", "\"emitAmbient\" on, \"useRayTraceShadows\" off", at(0.6f, 0.6f, 0)) +
+           "light \"Default\" \"orcaVelaDefaultLight\" ( \"intensity\" 0.2, \"useRayTraceShadows\" on ) "
+           "direction 0 "
+           "0 -1 end light\ninstance \"Default_inst\" \"Default\" end instance\n";
+}
+
 /// Waves two units above a glowing floor.
 std::string waves(const std::string& inside) {
     return surface("water", "orcaVelaOceanShader",
@@ -157,6 +183,7 @@ std::vector<SceneCase> sceneCases() {
          gallery(),
          {"ambient", "diffuse", "specular", "incandescence", "reflection", "refraction"},
          true},
+        {"EveryLight", manyLights(), {"ambient", "diffuse", "specular", "shadow"}, true},
         {"OpaqueLayers", paintedWall("0", opaque), {"ambient", "diffuse", "specular"}, true, gathers},
         {"OpaquePremultipliedLayers", paintedWall("1", opaque), {"reflection"}, true, gathers},
         {"RefractingLayers", paintedWall("0", refracting), {"reflection"}, true},
