@@ -75,6 +75,7 @@ picture phenomena 480x200
 picture plate_composite 480x270 plateShadow reflection
 frames shadow_modes 320x180 2 1:main 3:main
 sheet pass_levels 240x135 3 main direct mirrored throughGlass pearMirrored pearRefracted
+frames lenses 480x270 2 1:main 2:main 3:main 4:main
 frames render_modes 240x135 3 1:main 2:matte 3:main 4:main 5:main 6:main
 picture rasterizer 360x202
 sheet kept_buffers 240x135 3 main woodPlace grainDepth paintable cameraDepth

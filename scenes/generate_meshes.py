@@ -11,6 +11,7 @@ import pathlib
 import sys
 import time
 
+import city
 import images
 import shapes
 import toys
@@ -43,6 +44,11 @@ CATALOGUE = {
     "car_cabin": toys.car_cabin,
     "wheel": toys.wheel,
     "mug": toys.mug,
+    "city_towers": city.towers,
+    "city_ground": city.ground,
+    "street_lamps": city.street_lamps,
+    "head_lights": city.head_lights,
+    "tail_lights": city.tail_lights,
 }
 
 

@@ -5,6 +5,7 @@ import math
 import struct
 import zlib
 
+from city import lit_windows, street_glow
 from mesh import noise, smooth_step
 
 
@@ -137,5 +138,7 @@ CATALOGUE = {
     "brick_normals.ppm": lambda: colour_image(512, 256, brick_normals),
     "dimples.ppm": lambda: colour_image(512, 256, dimples),
     "studio.hdr": lambda: light_image(512, 256, studio),
+    "street_glow.ppm": lambda: colour_image(256, 256, street_glow),
+    "windows.ppm": lambda: colour_image(256, 256, lit_windows),
     "sunset.png": lambda: alpha_image(256, 256, sunset),
 }

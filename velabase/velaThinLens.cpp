@@ -2,10 +2,11 @@
 #include "orcaExport.h"
 #include "orcaParameters.h"
 #include "orcaVector.h"
+#include "velaAperture.h"
+#include "velaLens.h"
 
 #include <shader.h>
 
-#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -17,42 +18,19 @@ struct VelaThinLensParameters {
     miScalar apertureRadius; // scene units; above 0: taken instead of fStop
     miInteger blades;        // sides of the aperture; below 3: round
     miScalar bladeRotation;  // degrees
+    miScalar bladeCurvature; // 0: straight; 1: round
+    miScalar squeeze;        // height over width of the aperture
+    miScalar edgeBrightness; // of blurred highlights; 0: even
+    miScalar catsEye;        // how far the barrel covers the aperture at the picture's corners, in radii
+    miScalar shiftX, shiftY; // of the view, in widths of the picture
+    miScalar tiltX, tiltY;   // degrees by which the plane of focus turns about the camera's axes
 };
 
 namespace {
 
 using P = VelaThinLensParameters;
 
-constexpr float pi = std::numbers::pi_v<float>;
-
-struct LensPoint {
-    float x, y; ///< in radii of the lens
-};
-
-/// The unit square onto the unit disc with little distortion (P. Shirley, K. Chiu, "A Low Distortion Map
-/// Between Disk and Square", 1997).
-LensPoint onDisc(float s, float t) {
-    const float a = 2.0f * s - 1.0f, b = 2.0f * t - 1.0f;
-    if (a == 0.0f && b == 0.0f) return {0.0f, 0.0f};
-    const bool wide = std::abs(a) > std::abs(b);
-    const float radius = wide ? a : b;
-    const float angle = wide ? 0.25f * pi * b / a : 0.5f * pi - 0.25f * pi * a / b;
-    return {radius * std::cos(angle), radius * std::sin(angle)};
-}
-
-/// The unit square onto a regular polygon in the unit circle, evenly: one triangle of its fan a stratum.
-LensPoint onPolygon(float s, float t, int sides, float rotation) {
-    const float scaled = s * static_cast<float>(sides);
-    const float side = std::min(std::floor(scaled), static_cast<float>(sides - 1));
-    const float along = scaled - side;
-    const float out = std::sqrt(t);
-    const auto corner = [&](float index) {
-        const float angle = rotation + 2.0f * pi * index / static_cast<float>(sides);
-        return LensPoint{std::cos(angle), std::sin(angle)};
-    };
-    const LensPoint a = corner(side), b = corner(side + 1.0f);
-    return {out * (a.x + along * (b.x - a.x)), out * (a.y + along * (b.y - a.y))};
-}
+constexpr float radians = std::numbers::pi_v<float> / 180.0f;
 
 float lensRadius(miState* state, P* record) {
     const float radius = parameterValue(state, record, &P::apertureRadius);
@@ -62,14 +40,48 @@ float lensRadius(miState* state, P* record) {
     return state->camera->focal * parameterValue(state, record, &P::lensScale) / (2.0f * stop);
 }
 
-LensPoint pointOnLens(miState* state, P* record) {
-    double sample[2] = {0.5, 0.5};
-    mi_sample(sample, nullptr, state, 2, nullptr);
-    const auto s = static_cast<float>(sample[0]), t = static_cast<float>(sample[1]);
-    const miInteger blades = parameterValue(state, record, &P::blades);
-    if (blades < 3) return onDisc(s, t);
-    return onPolygon(s, t, std::min(blades, 64),
-                     parameterValue(state, record, &P::bladeRotation) * pi / 180.0f);
+Aperture aperture(miState* state, P* record) {
+    return {parameterValue(state, record, &P::blades),
+            parameterValue(state, record, &P::bladeRotation) * radians,
+            parameterValue(state, record, &P::bladeCurvature),
+            parameterValue(state, record, &P::squeeze),
+            parameterValue(state, record, &P::edgeBrightness),
+            parameterValue(state, record, &P::catsEye)};
+}
+
+/// Moves what the picture shows without turning the camera, so that vertical lines stay parallel.
+void shiftView(miState* state, P* record, CameraRay& ray) {
+    const miCamera& camera = *state->camera;
+    const float x = parameterValue(state, record, &P::shiftX) * camera.aperture;
+    const float y = parameterValue(state, record, &P::shiftY) * camera.aperture;
+    if (camera.orthographic) {
+        ray.origin = ray.origin + miVector{x, y, 0.0f};
+    } else {
+        const float perUnit = -ray.direction.z / camera.focal;
+        ray.direction = ray.direction + miVector{x * perUnit, y * perUnit, 0.0f};
+    }
+}
+
+/// Normal of the plane of focus, camera space, unit, towards the camera.
+miVector focusNormal(miState* state, P* record) {
+    const float x = parameterValue(state, record, &P::tiltX) * radians;
+    const float y = parameterValue(state, record, &P::tiltY) * radians;
+    return {std::sin(y) * std::cos(x), -std::sin(x), std::cos(y) * std::cos(x)};
+}
+
+/// Moves a ray to another point of the lens, so that it meets the old one in the plane of focus.
+void moveOnLens(miState* state, P* record, float radius, float focus, CameraRay& ray) {
+    const miVector normal = focusNormal(state, record);
+    const float slope = dot(ray.direction, normal);
+    // Along the plane of focus the view is sharp at infinity: the lens only displaces it.
+    const float along = dot(miVector{0.0f, 0.0f, -focus} - ray.origin, normal) / slope;
+    const LensPoint lens = pointOnAperture(aperture(state, record), state);
+    const miVector sharp = ray.origin + ray.direction * along;
+    ray.origin = {ray.origin.x + radius * lens.x, ray.origin.y + radius * lens.y, ray.origin.z};
+    if (!std::isfinite(along)) return;
+    // With a tilt, the plane may lie behind the camera; the ray then points away from where it meets the old
+    // one.
+    ray.direction = normalized(along > 0.0f ? sharp - ray.origin : ray.origin - sharp);
 }
 
 } // namespace
@@ -82,24 +94,16 @@ ORCA_EXPORT int velaThinLens_version(void) {
 
 /// Depth of field: every ray of a pixel starts on the lens and meets the others in the plane of focus.
 ORCA_EXPORT miBoolean velaThinLens(miColor* result, miState* state, VelaThinLensParameters* record) {
-    miVector origin = state->org, direction = state->dir;
     const float radius = lensRadius(state, record);
     const float focus = parameterValue(state, record, &P::focusDistance);
-    if (radius > 0.0f && focus > 0.0f) {
-        miVector eye, view;
-        mi_point_to_camera(state, &eye, &origin);
-        mi_vector_to_camera(state, &view, &direction);
-        if (view.z < 0.0f) {
-            const miVector sharp = eye + view * ((-focus - eye.z) / view.z);
-            const LensPoint lens = pointOnLens(state, record);
-            eye = {eye.x + radius * lens.x, eye.y + radius * lens.y, eye.z};
-            view = normalized(sharp - eye);
-            mi_point_from_camera(state, &origin, &eye);
-            mi_vector_from_camera(state, &direction, &view);
-            direction = normalized(direction);
-        }
-    }
-    return mi_trace_eye(result, state, &origin, &direction);
+    const bool shifts = parameterValue(state, record, &P::shiftX) != 0.0f ||
+                        parameterValue(state, record, &P::shiftY) != 0.0f;
+    const bool blurs = radius > 0.0f && focus > 0.0f;
+    if (!shifts && !blurs) return mi_trace_eye(result, state, &state->org, &state->dir);
+    CameraRay ray = cameraRay(state);
+    if (shifts) shiftView(state, record, ray);
+    if (blurs && ray.direction.z < 0.0f) moveOnLens(state, record, radius, focus, ray);
+    return traceCameraRay(result, state, ray);
 }
 
 } // extern "C"

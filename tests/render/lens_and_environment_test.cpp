@@ -97,6 +97,70 @@ TEST(ThinLens, BlursByTheCircleOfConfusion) {
     }
 }
 
+/// Environment whose green is the longitude of the view, 0 to 1 all round, the middle of the picture in the
+/// middle.
+TestScene longitudes(const std::string& lens) {
+    std::string ramp = "color texture \"ramp\" [ 64 1 ]";
+    for (int i = 0; i < 64; ++i) ramp += fmt::format(" '00{:02x}00ff'", 4 * i + 2);
+    TestScene scene;
+    scene.width = scene.height = 32;
+    scene.perspective = true;
+    scene.camera = ahead;
+    scene.beforeCamera = ramp + "\n";
+    scene.cameraStatements = "environment \"velaEnvironmentLatLong\" ( \"texture\" \"ramp\" )\n";
+    scene.lens = "lens \"" + lens + " ) \"orcaFrameBufferLens\" ( )";
+    return scene;
+}
+
+TEST(WideLenses, SeeTheirAngles) {
+    const double pi = 3.14159265358979, half = 80 * pi / 180;
+    const struct {
+        const char* lens;
+        double (*angle)(double at, double most); // from the axis, radians, at -1 to 1 across the picture
+    } cases[] = {
+        {"velaLatLongLens\" ( ", [](double at, double) { return at * 3.14159265358979; }},
+        {"velaLatLongLens\" ( \"horizontalAngle\" 160, \"verticalAngle\" 1",
+         [](double at, double most) { return at * most; }},
+        {"velaFisheyeLens\" ( \"angle\" 160", [](double at, double most) { return at * most; }},
+        {"velaFisheyeLens\" ( \"projection\" 1, \"angle\" 160",
+         [](double at, double most) { return 2 * std::asin(at * std::sin(most / 2)); }},
+        {"velaFisheyeLens\" ( \"projection\" 2, \"angle\" 160",
+         [](double at, double most) { return 2 * std::atan(at * std::tan(most / 2)); }},
+        {"velaFisheyeLens\" ( \"projection\" 3, \"angle\" 160",
+         [](double at, double most) { return std::asin(at * std::sin(most)); }},
+    };
+    for (const auto& c : cases) {
+        const RenderedScene picture(longitudes(c.lens));
+        for (int x = 3; x < 29; x += 5) {
+            const double angle = c.angle((x + 0.5) / 16 - 1, half);
+            EXPECT_NEAR(picture.pixel("main", x, 16).g, (64 * (0.5 + angle / (2 * pi)) * 4) / 255, 0.02)
+                << c.lens << " at " << x;
+        }
+        EXPECT_EQ(picture.pixel("main", 0, 0).a == 0.0f, std::string(c.lens).starts_with("velaFisheye"))
+            << c.lens << ": nothing is outside the circle";
+    }
+}
+
+TEST(StereoLens, ShiftsByTheParallaxOfTheDistance) {
+    // Half planes of which each pixel shows 4 / 16 of a tenth of the distance: 10 away, 0.25 a pixel.
+    for (const float convergence : {0.0f, 10.0f, 20.0f}) {
+        double edge[2];
+        for (const int eye : {1, 2}) {
+            TestScene scene = glowingHalf(0);
+            scene.lens = fmt::format(
+                "lens \"velaStereoLens\" ( \"eye\" {}, \"interaxial\" 1, \"convergenceDistance\" {} ) "
+                "\"orcaFrameBufferLens\" ( )",
+                eye, convergence);
+            const RenderedScene picture(scene);
+            double sum = 0.0;
+            for (int x = 0; x < 16; ++x) sum += picture.pixel("main", x, 8).r;
+            edge[eye - 1] = sum;
+        }
+        const double parallax = 1.0 / 10 - (convergence > 0 ? 1.0 / convergence : 0.0);
+        EXPECT_NEAR(edge[0] - edge[1], parallax * 10 / 0.25, 0.1) << convergence;
+    }
+}
+
 TEST(Lenses, FindTheHitInTheirStateBehindTheRay) {
     TestScene scene;
     scene.lens = "lens \"testLensFindings\" ( )";
@@ -124,8 +188,16 @@ TEST(ThinLens, IsSharpInThePlaneOfFocusAndFollowsTheStop) {
     const double wide = edge(5, "\"focusDistance\" 10, \"fStop\" 10, \"lensScale\" 1.6"); // radius 0.8
     const double narrow = edge(5, "\"focusDistance\" 10, \"fStop\" 20, \"lensScale\" 1.6");
     EXPECT_NEAR(wide / narrow, 2.0, 0.15);
-    // A blade's polygon lies within the circle, so it blurs less.
-    EXPECT_LT(edge(5, "\"focusDistance\" 10, \"apertureRadius\" 0.8, \"blades\" 5"), wide);
+    // A blade's polygon lies within the circle, so it blurs less; a squeezed aperture does so across.
+    const double five = edge(5, "\"focusDistance\" 10, \"apertureRadius\" 0.8, \"blades\" 5");
+    const double curved =
+        edge(5, "\"focusDistance\" 10, \"apertureRadius\" 0.8, \"blades\" 5, \"bladeCurvature\" 0.7");
+    EXPECT_LT(five, curved);
+    EXPECT_LT(curved, wide);
+    EXPECT_NEAR(edge(5, "\"focusDistance\" 10, \"apertureRadius\" 0.8, \"squeeze\" 2"), narrow, 0.05);
+    EXPECT_GT(edge(5, "\"focusDistance\" 10, \"apertureRadius\" 0.8, \"edgeBrightness\" 1"), 1.05 * wide);
+    // In the middle of the picture the plane of focus stays where it is, wherever it is tilted.
+    EXPECT_LT(edge(0, "\"focusDistance\" 10, \"apertureRadius\" 1, \"tiltX\" 40"), 0.1);
 }
 
 } // namespace

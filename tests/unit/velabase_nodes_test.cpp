@@ -39,7 +39,7 @@ struct NoiseRecord {
 struct LensRecord {
     miScalar focusDistance, fStop, lensScale, apertureRadius;
     miInteger blades;
-    miScalar bladeRotation;
+    miScalar bladeRotation, bladeCurvature, squeeze, edgeBrightness, catsEye, shiftX, shiftY, tiltX, tiltY;
 };
 
 TEST(Sky, FadesFromTheHorizonToBothEndsAndShowsTheSunToTheEye) {
@@ -140,7 +140,8 @@ TEST(ThinLens, IsAsWideAsItsStopOrItsRadiusAndFocusesOnItsPlane) {
     } cases[] = {{2, 0, false, 1.5f}, {2, 0.6f, false, 0.6f}, {0, 0, false, 0}, {2, 0, true, 0}};
     for (const auto& c : cases) {
         ScriptedRenderer renderer;
-        ScriptedShader<LensRecord> shader{{4.0f, c.fStop, 3.0f, c.apertureRadius, 0, 0.0f}};
+        ScriptedShader<LensRecord> shader{
+            {4.0f, c.fStop, 3.0f, c.apertureRadius, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0}};
         renderer.state.shader = &shader.function;
         renderer.state.org = {0, 0, 0};
         renderer.camera.focal = 2.0f;

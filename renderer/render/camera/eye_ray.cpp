@@ -22,12 +22,13 @@ miBoolean castEyeRay(RenderContext& context, ChildState& child, miColor& result)
     ray.time = kernelTime(context, *child.get());
     ray.rayClass = geometry::RayClass::Eye;
 
-    // The clipping planes are perpendicular to the view axis.
+    // The clipping planes are perpendicular to the view axis. For lenses that look sideways and back they end
+    // in a sphere.
     miVector inCamera;
     mi_vector_transform(&inCamera, &child->dir, context.camera.fromWorld);
-    constexpr float shallowest = 1e-6f;
-    const float perDistance =
-        std::max(-inCamera.z / std::max(mi_vector_norm(&inCamera), shallowest), shallowest);
+    constexpr float shallowest = 0.05f;
+    const float length = mi_vector_norm(&inCamera);
+    const float perDistance = length > 0.0f ? std::max(-inCamera.z / length, shallowest) : 1.0f;
     ray.nearDistance = std::max(frame.camera.clip.min / perDistance, context.eyeStart);
     ray.farDistance = frame.camera.clip.max / perDistance;
     ray.skipInstance = context.skipInstance;
