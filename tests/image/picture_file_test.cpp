@@ -57,63 +57,45 @@ struct CameraWithPasses {
     scene::CameraElement camera;
 };
 
-TEST(LayeredExr, HoldsEveryLayerAsAPartWithQualifiedChannels) {
-    const TemporaryDirectory directory;
-    QuietMessages log;
-    PictureFrame frame = wholeFrame(7, 5);
-    frame.text = {{"scene", "still.mi"}};
-    frame.layerText["diffuse"] = {{"passType", "5"}};
-    const Picture picture(CameraWithPasses().camera, frame, log);
-    const std::string path = directory.file("a.exr");
-    ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers, PartLayout::MultiPart, log)) << log.text();
-    EXPECT_EQ(directory.fileCount(), 1u); // nothing temporary is left
-
-    Imf::MultiPartInputFile file(path.c_str());
-    ASSERT_EQ(file.parts(), 7);
-    using Names = std::vector<std::string>;
-    EXPECT_EQ(file.header(0).name(), "beauty");
-    EXPECT_EQ(channelsOf(file.header(0)), (Names{"A", "B", "G", "R"}));
-    EXPECT_EQ(channelsOf(file.header(1)), (Names{"depth.Z"}));
-    EXPECT_EQ(file.header(2).name(), "diffuse");
-    EXPECT_EQ(channelsOf(file.header(2)), (Names{"diffuse.A", "diffuse.B", "diffuse.G", "diffuse.R"}));
-    EXPECT_EQ(channelsOf(file.header(3)), (Names{"n.X", "n.Y", "n.Z"}));
-    EXPECT_EQ(channelsOf(file.header(4)), (Names{"shadowLuminance.Y"}));
-    EXPECT_EQ(file.header(0).channels()["R"].type, Imf::HALF);
-    EXPECT_EQ(file.header(1).channels()["depth.Z"].type, Imf::FLOAT);
-    EXPECT_EQ(file.header(6).channels()["place.R"].type, Imf::FLOAT); // an unfiltered colour holds data
-    EXPECT_EQ(file.header(5).channels()["label.Y"].type, Imf::UINT);
-    EXPECT_EQ(file.header(2).typedAttribute<Imf::StringAttribute>("passType").value(), "5");
-    EXPECT_EQ(file.header(0).typedAttribute<Imf::StringAttribute>("scene").value(), "still.mi");
-
-    const std::vector<float> depth = readChannel(file, 1, "depth.Z");
-    const Buffer& buffer = *picture.set.find("depth");
-    EXPECT_FLOAT_EQ(depth.front(), picture.value(buffer, 0, 4, 0)); // the file begins at the top
-    EXPECT_FLOAT_EQ(depth.back(), picture.value(buffer, 6, 0, 0));
-    const std::vector<float> green = readChannel(file, 2, "diffuse.G");
-    EXPECT_NEAR(green[1], picture.value(*picture.set.find("diffuse"), 1, 4, 1), 0.25f);
-    EXPECT_EQ(readChannel(file, 5, "label.Y")[3], 4003.0f);
-}
-
-TEST(LayeredExr, KeepsThePlaceOfARenderedWindowInOneOrManyParts) {
+TEST(LayeredExr, HoldsEveryLayerAtThePlaceOfTheWindowInOneOrManyParts) {
     const TemporaryDirectory directory;
     QuietMessages log;
     PictureFrame frame = wholeFrame(20, 10);
     frame.window = {3, 2, 7, 4};
+    frame.text = {{"scene", "still.mi"}};
+    frame.layerText["diffuse"] = {{"passType", "5"}};
     const Picture picture(CameraWithPasses().camera, frame, log);
-    for (const PartLayout layout : {PartLayout::MultiPart, PartLayout::SinglePart}) {
-        const std::string path = directory.file("w.exr");
-        ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers, layout, log)) << log.text();
+    const std::string path = directory.file("a.exr");
+    for (const bool parts : {true, false}) {
+        ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers,
+                                    parts ? PartLayout::MultiPart : PartLayout::SinglePart, log))
+            << log.text();
+        EXPECT_EQ(directory.fileCount(), 1u); // nothing temporary is left
         Imf::MultiPartInputFile file(path.c_str());
+        ASSERT_EQ(file.parts(), parts ? 7 : 1);
         EXPECT_EQ(file.header(0).displayWindow(), Imath::Box2i({0, 0}, {19, 9}));
         EXPECT_EQ(file.header(0).dataWindow(), Imath::Box2i({3, 5}, {7, 7}));
-        const int part = layout == PartLayout::MultiPart ? 1 : 0;
-        EXPECT_FLOAT_EQ(readChannel(file, part, "depth.Z").front(),
-                        picture.value(*picture.set.find("depth"), 3, 4, 0));
-        EXPECT_EQ(file.parts(), layout == PartLayout::MultiPart ? 7 : 1);
-        if (layout == PartLayout::SinglePart) {
-            EXPECT_TRUE(file.header(0).channels().findChannel("R"));
-            EXPECT_TRUE(file.header(0).channels().findChannel("n.X"));
-        }
+        EXPECT_EQ(file.header(0).typedAttribute<Imf::StringAttribute>("scene").value(), "still.mi");
+        const auto part = [&](int number) { return parts ? number : 0; };
+        const std::vector<float> depth = readChannel(file, part(1), "depth.Z");
+        const Buffer& buffer = *picture.set.find("depth");
+        EXPECT_FLOAT_EQ(depth.front(), picture.value(buffer, 3, 4, 0)); // the file begins at the top
+        EXPECT_FLOAT_EQ(depth.back(), picture.value(buffer, 7, 2, 0));
+        const std::vector<float> green = readChannel(file, part(2), "diffuse.G");
+        EXPECT_NEAR(green[1], picture.value(*picture.set.find("diffuse"), 4, 4, 1), 0.25f);
+        EXPECT_EQ(readChannel(file, part(5), "label.Y")[3], 4006.0f);
+        EXPECT_EQ(file.header(part(0)).channels()["R"].type, Imf::HALF);
+        EXPECT_EQ(file.header(part(1)).channels()["depth.Z"].type, Imf::FLOAT);
+        EXPECT_EQ(file.header(part(5)).channels()["label.Y"].type, Imf::UINT);
+        EXPECT_EQ(file.header(part(6)).channels()["place.R"].type,
+                  Imf::FLOAT); // an unfiltered colour holds data
+        EXPECT_TRUE(file.header(part(3)).channels().findChannel("n.X"));
+        EXPECT_TRUE(file.header(part(4)).channels().findChannel("shadowLuminance.Y"));
+        if (!parts) continue;
+        EXPECT_EQ(file.header(0).name(), "beauty");
+        EXPECT_EQ(channelsOf(file.header(2)),
+                  (std::vector<std::string>{"diffuse.A", "diffuse.B", "diffuse.G", "diffuse.R"}));
+        EXPECT_EQ(file.header(2).typedAttribute<Imf::StringAttribute>("passType").value(), "5");
     }
 }
 

@@ -42,6 +42,19 @@ TEST(Environment, IsSeenDirectlyInMirrorsAndThroughTransparency) {
     expectColor(RenderedScene(scene).middle(), {0, 0, 0.5f, 1}, floatNoise);
 }
 
+TEST(DepthLimits, EndReflectionsOfForeignShadersWhereTheOptionsSay) {
+    for (const auto& [depth, rays] : {std::pair("3 3 8", 3u), {"5 5 2", 2u}, {"0 3 8", 0u}}) {
+        TestScene scene; // two mirrors face each other
+        scene.traceDepth = depth;
+        scene.contents = plainMaterial("mirror", "testMirror", "0 1 0 1") +
+                         card("far", "mirror", 0, 0, -1, 8) +
+                         card("near", "mirror", 0, 0, 1, 8, "visible off");
+        const RenderedScene picture(scene);
+        EXPECT_NEAR(picture.middle().g, 1.0f, floatNoise) << depth; // the mirror's own colour where they end
+        EXPECT_EQ(picture.result().statistics.rays.reflection, 256 * rays) << depth;
+    }
+}
+
 TEST(Volumes, ActOnEyeRaysReflectionsAndTheRayThatMisses) {
     TestScene scene;
     scene.contents = plainMaterial("white", "testFlat", "1 1 1 1") + plainMaterial("mirror", "testMirror") +

@@ -12,7 +12,6 @@
 #include <cstring>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -66,24 +65,6 @@ TEST(Ledger, ReallocationKeepsAndZeroes) {
     EXPECT_EQ(leaks[0].line, 3);
     EXPECT_EQ(ledger.reallocate("grow.cpp", 4, memory, 0), nullptr);
     EXPECT_TRUE(leaksOf("grow.cpp").empty());
-}
-
-TEST(Ledger, BlocksMayBeFreedByAnotherThread) {
-    std::vector<std::vector<void*>> blocks(4);
-    const auto onThreads = [&](auto body) {
-        std::vector<std::thread> threads;
-        for (std::size_t i = 0; i < blocks.size(); ++i) threads.emplace_back(body, i);
-        for (auto& thread : threads) thread.join();
-    };
-    onThreads([&](std::size_t i) {
-        for (int k = 0; k < 500; ++k)
-            blocks[i].push_back(ledger.allocate("threads.cpp", static_cast<int>(i), k));
-    });
-    EXPECT_EQ(leaksOf("threads.cpp").size(), 4u);
-    onThreads([&](std::size_t i) {
-        for (void* block : blocks[(i + 1) % blocks.size()]) ledger.release(block);
-    });
-    EXPECT_TRUE(leaksOf("threads.cpp").empty());
 }
 
 TEST(BlockArena, ReusesZeroedBlocksAndIsListedUntilDeleted) {
