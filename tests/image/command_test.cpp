@@ -124,9 +124,11 @@ incremental instance "card_inst" material "red_mtl" end instance
 incremental instgroup "world"  "cam_inst" "card_inst" "front" "sun_inst" end instgroup
 )";
 
+constexpr const char* leaningSun = "incremental light \"sun\" direction -0.3 0 -1 end light\n";
+
 TEST_F(Command, SetsPassesUpOnASceneThatKnowsNone) {
-    scene("lit.mi", litCards + renderIt);
     // Just left of the front card's edge the sun does not reach the card behind it.
+    scene("lit.mi", litCards + leaningSun + renderIt);
     const std::string passes = "--passes beauty,diffuse,diffuseNoShadow,shadow,cameraDepth,coverage,label";
     ASSERT_EQ(run("lit.mi " + passes + " --pixel 7,4"), 0) << output;
     const std::vector<double> main = layerValues(output, "main"), beauty = layerValues(output, "beauty"),
@@ -141,6 +143,7 @@ TEST_F(Command, SetsPassesUpOnASceneThatKnowsNone) {
         EXPECT_NEAR(diffuse[c] + shadow[c], unshadowed[c], 1e-5);
     }
     EXPECT_GT(unshadowed[0], 0.1);
+    EXPECT_GT(shadow[0], 0.1);
     ASSERT_EQ(layerValues(output, "cameraDepth").size(), 1u);
     EXPECT_GT(layerValues(output, "cameraDepth")[0], 4.0); // from the eye, not along the view
     EXPECT_LT(layerValues(output, "cameraDepth")[0], 4.2);
@@ -148,7 +151,8 @@ TEST_F(Command, SetsPassesUpOnASceneThatKnowsNone) {
 
     // Alpha of a pass that nothing writes is coverage: passes add up, also with the scene's own base state.
     const std::string state = "incremental options \"opt\" state \"velaBaseState\" ( ) end options\n";
-    scene("own.mi", "link \"velabase.so\"\n$include <velabase.mi>\n" + litCards + state + renderIt);
+    scene("own.mi",
+          "link \"velabase.so\"\n$include <velabase.mi>\n" + litCards + state + leaningSun + renderIt);
     for (const std::string file : {"lit.mi", "own.mi"}) {
         ASSERT_EQ(run(file + " --passes specular --pixel 7,4"), 0) << output;
         EXPECT_EQ(layerValues(output, "specular"), (std::vector<double>{0, 0, 0, 1})) << output;
@@ -167,7 +171,7 @@ TEST_F(Command, SetsPassesUpOnASceneThatKnowsNone) {
 TEST_F(Command, LeavesAloneWhatASceneBrings) {
     // A camera's data, a material's own shadow shader, and masks: bit 0 is the diffuse pass, bit 1 the
     // coverage.
-    scene("own.mi", litCards + R"(
+    scene("own.mi", litCards + leaningSun + R"(
 incremental material "red_mtl" shadow "orcaVelaShadow" ( "transparency" 1 1 1 1 ) end material
 data "mask" "orcaPassMask" ( "mask" "3" ) end data
 data "note" "orcaGatherSettings" ( ) end data
@@ -321,13 +325,18 @@ TEST_F(Command, RefusesPassBlocksWhoseCountsAreNotThoseOfTheRecords) {
 TEST_F(Command, StopsWhenAskedAndLeavesNoHalfFile) {
     scene("a.mi", grayCard + std::string(renderIt));
     // The signal comes when the first progress line shows that tiles are being rendered.
-    scene("stop.sh", fmt::format("'{}' a.mi --size 3000x3000 --samples 4 4 -v 5 >log 2>&1 & render=$!\n"
-                                 "until grep -q '^frame 1 ' log || ! kill -0 $render; do sleep 0.05; done\n"
-                                 "kill -TERM $render; wait $render; code=$?; cat log; exit $code\n",
-                                 build_paths::renderCommand));
-    EXPECT_EQ(run("--version; sh stop.sh"), 143) << output;
-    EXPECT_TRUE(says("interrupted:")) << output;
+    scene("stop.sh",
+          fmt::format("'{}' a.mi --size 300x300 --samples 6 6 --tile-size 8 -v 5 $* >log 2>&1 & render=$!\n"
+                      "until grep -q '^frame 1 ' log || ! kill -0 $render; do sleep 0.05; done\n"
+                      "kill -TERM $render; wait $render; code=$?; cat log; exit $code\n",
+                      build_paths::renderCommand));
+    expectCalls({{"--version; sh stop.sh", 143, {"interrupted:"}}});
     EXPECT_EQ(directory.fileCount(), 3u); // scene, script, log
+    expectCalls({{"--version; sh stop.sh --checkpoint 1000",
+                  5,
+                  {"this goes on with it:", "--checkpoint 1000 --resume"}},
+                 {"--develop a.exr.checkpoint -o seen.exr", 0, {}}});
+    EXPECT_TRUE(exists("seen.exr") && !exists("a.exr"));
 }
 
 } // namespace

@@ -30,28 +30,38 @@ TEST_F(Parts, JoinToTheFileOfTheWholePicture) {
     EXPECT_EQ(merge("b.exr c.exr a.exr -o joined.exr"), 0) << output;
     EXPECT_EQ(content("joined.exr"), content("whole.exr"));
 
-    EXPECT_EQ(merge("a.exr c.exr -o d.exr"), 4);
-    EXPECT_TRUE(says("still to be rendered: --window 30 0 60 18")) << output;
+    const std::string timed = "card.mi --size 61x43 --samples 0 0 --window ";
+    expectCalls({{timed + "0 0 60 20 -o low.exr", 0, {}}, {timed + "0 21 60 42 -o high.exr", 0, {}}});
+    EXPECT_EQ(merge("low.exr high.exr -o both.exr"), 0) << output; // the seconds that each took may differ
+
     ASSERT_EQ(window("0 0 29 20", "other.exr", "--trace off"), 0) << output;
-    EXPECT_EQ(merge("other.exr b.exr c.exr -o d.exr"), 4);
-    EXPECT_TRUE(says("not of the same picture; they differ in scene, options or version")) << output;
-    const std::string whole = content("b.exr");
-    directory.write("b.exr", whole.substr(0, whole.size() / 2));
-    EXPECT_EQ(merge("a.exr b.exr c.exr -o d.exr"), 4);
-    EXPECT_TRUE(says("\"b.exr\"")) << output;
-    EXPECT_EQ(merge("a.exr b.exr -o a.exr"), 2);
+    directory.write("half.exr", content("b.exr").substr(0, content("b.exr").size() / 2));
+    const Call cases[] = {{"a.exr c.exr -o d.exr", 4, {"still to be rendered: --window 30 0 60 18"}},
+                          {"other.exr b.exr c.exr -o d.exr",
+                           4,
+                           {"not of the same picture; they differ in scene, options or version"}},
+                          {"a.exr half.exr c.exr -o d.exr", 4, {"\"half.exr\" cannot be joined"}},
+                          {"a.exr b.exr -o a.exr", 2, {}}};
+    for (const auto& [arguments, exitCode, prints] : cases) {
+        EXPECT_EQ(merge(arguments), exitCode) << arguments << output;
+        for (const std::string& part : prints) EXPECT_TRUE(says(part)) << arguments << output;
+    }
     EXPECT_FALSE(exists("d.exr"));
 }
 
 TEST_F(Parts, AreSkippedOnlyWhenTheyAreCompleteAndTheSame) {
-    ASSERT_EQ(window("0 0 29 20", "a.exr"), 0);
-    EXPECT_EQ(window("0 0 29 20", "a.exr", "--skip-existing -v 4"), 0);
-    EXPECT_TRUE(says("\"a.exr\" is complete")) << output;
-    for (const char* other : {"0 0 30 20", "0 0 29 20 --trace off"}) {
-        EXPECT_EQ(window(other, "a.exr", "--skip-existing"), 0);
-        EXPECT_TRUE(says("of another scene, options, window or version")) << other << output;
-    }
-    ASSERT_EQ(window("0 0 29 20", "a.exr"), 0);
+    const std::string part = "card.mi" + std::string(options) + "-o a.exr --window ",
+                      skip = " --skip-existing -v 4 ",
+                      another = "of another scene, options, window or version";
+    expectCalls({{part + "0 0 29 20", 0, {}},
+                 {part + "0 0 29 20 --tile-size 8" + skip, 0, {"\"a.exr\" is complete"}},
+                 {part + "0 0 29 20 --png a.png" + skip, 0, {}},
+                 {part + "0 0 30 20" + skip, 0, {another}},
+                 {part + "0 0 30 20 --trace off" + skip, 0, {another}}});
+    EXPECT_TRUE(exists("a.png")); // not skipped, as it was missing
+    std::string other = grayCard + std::string(renderIt);
+    scene("card.mi", other.replace(other.find("tag 7"), 5, "tag 8"));
+    expectCalls({{part + "0 0 30 20 --trace off" + skip, 0, {another}}, {part + "0 0 29 20", 0, {}}});
     const std::string whole = content("a.exr");
     directory.write("a.exr", whole.substr(0, whole.size() - 10));
     EXPECT_EQ(window("0 0 29 20", "a.exr", "--resume"), 0);

@@ -88,26 +88,28 @@ TEST_F(Output, OfAStrictRunMustBeAllThatTheSceneAsksFor) {
 
     scene("inner.mi", grayCard);
     scene("outer.mi", "color texture \"gone\" \"gone.tif\"\ncolor texture \"wood\" \"wood.tif\"\n"
-                      "lightprofile \"p\" format ies file \"lamp.ies\" end lightprofile\n"
+                      "lightprofile \"p\" format ies file \"lamps/lamp.ies\" end lightprofile\n"
                       "$include \"inner.mi\"\n" +
                           std::string(renderIt));
     scene("wood.tif", "");
-    scene("lamp.ies", "IESNA:LM-63-1995\nTILT=lamp.tilt\n1 1000 1 1 1 1 1 0 0 0\n1 1 0\n0\n0\n100\n");
-    scene("lamp.tilt", "");
+    scene("lamps/lamp.ies", "IESNA:LM-63-1995\nTILT=lamp.tilt\n1 1000 1 1 1 1 1 0 0 0\n1 1 0\n0\n0\n100\n");
+    scene("lamps/lamp.tilt", "");
     EXPECT_EQ(run("outer.mi --list-inputs -v 1"), 3);
-    EXPECT_EQ(output, "inner.mi\nlamp.ies\nlamp.tilt\nouter.mi\nwood.tif\n");
+    EXPECT_EQ(output, "inner.mi\nlamps/lamp.ies\nlamps/lamp.tilt\nouter.mi\nwood.tif\n");
 }
 
 TEST_F(Output, FollowsLinksKeepsTheModeAndStreamsIntoFifos) {
     scene("real.exr", "");
-    std::filesystem::create_symlink("real.exr", directory.file("link.exr"));
-    ASSERT_EQ(::chmod(directory.file("real.exr").c_str(), 0604), 0);
+    scene("links/other.exr", "");
+    std::filesystem::create_symlink("../real.exr", directory.file("links/link.exr"));
+    ASSERT_EQ(::chmod(directory.file("real.exr").c_str(), 0606),
+              0); // more than the mask for new files grants
     scene(".orca-partial.real.exr.0123456789abcdef", "left by a process that was killed");
-    ASSERT_EQ(run("a.mi --reproducible -o link.exr"), 0) << output;
-    EXPECT_TRUE(std::filesystem::is_symlink(directory.file("link.exr")));
+    ASSERT_EQ(run("a.mi --reproducible -o links/link.exr"), 0) << output;
+    EXPECT_TRUE(std::filesystem::is_symlink(directory.file("links/link.exr")));
     struct stat status {};
     ASSERT_EQ(::stat(directory.file("real.exr").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0604u);
+    EXPECT_EQ(status.st_mode & 07777, 0606u);
     EXPECT_EQ(temporaries(), std::vector<std::string>());
 
     ASSERT_EQ(run("a.mi --reproducible -o fifo", "mkfifo fifo; cat fifo > streamed.exr &"), 0) << output;

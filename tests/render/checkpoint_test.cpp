@@ -64,8 +64,9 @@ TEST_F(Checkpoint, LetsAStoppedRenderEndWithTheSamePixels) {
     struct Row {
         const char *samples, *options;
     };
-    for (const Row& row : {Row{"1 1", ""}, Row{"0 2", ""}, Row{"-2 1", ""}, Row{"0 1", "scanline rasterizer"},
-                           Row{"0 1", "finalgather on finalgather accuracy 30"}}) {
+    for (const Row& row :
+         {Row{"1 1", ""}, Row{"0 2", ""}, Row{"-2 1", ""}, Row{"0 1", "scanline rasterizer"},
+          Row{"0 1", "finalgather on finalgather accuracy 30 finalgather trace depth 2 2 2 1"}}) {
         SCOPED_TRACE(std::string(row.samples) + " " + row.options);
         const TestScene scene = sphereOnFloor(row.samples, row.options);
         const RenderedScene whole(scene.text());
