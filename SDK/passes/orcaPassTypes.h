@@ -171,6 +171,24 @@ static_assert(std::all_of(PASS_TYPES.begin(), PASS_TYPES.end(),
     return PASS_TYPES[type];
 }
 
+/// Twice the light, twice the value. Not so for what describes surfaces, and for custom values, of which
+/// nothing is known.
+[[nodiscard]] constexpr bool growsWithLight(PassTypeID type) noexcept {
+    switch (type) {
+    case PASS_AMBIENT_MATERIAL_COLOR:
+    case PASS_DIFFUSE_MATERIAL_COLOR:
+    case PASS_SPECULAR_MATERIAL_COLOR:
+    case PASS_REFLECTED_MATERIAL_COLOR:
+    case PASS_MATTE:
+    case PASS_OPACITY:
+    case PASS_TRANSPARENCY:
+    case PASS_CUSTOM:
+    case PASS_NORMAL:
+    case PASS_FACING_RATIO: return false;
+    default: return true;
+    }
+}
+
 /// The types of one role, in the order of the numbers.
 template <PassRole role>
 [[nodiscard]] consteval auto passTypesOf() {

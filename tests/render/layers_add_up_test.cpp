@@ -249,40 +249,64 @@ TEST(PassAlpha, IsCoverageByWhatFeedsThePassOnlyWherePassesAddUp) {
     }
 }
 
-/// What no surface shows: the sky and visible lamps, in both modes.
+/// Films, panes and a mirror before a sky and a visible lamp, with the layers that make up the picture.
+TestScene beforeTheSky() {
+    TestScene scene;
+    scene.addLayers();
+    scene.samples = "2 2"; // edges too
+    for (const char* layer : {"environment", "lamps"})
+        scene.cameraStatements += fmt::format(
+            "framebuffer \"{}\" datatype \"rgba_fp\" user on filtering on useopacity on\n", layer);
+    scene.cameraStatements += "environment \"velaEnvironmentLatLong\" ( \"horizon\" 0.5 0.25 1 1 )\n";
+    const std::string film = "\"color\" 0.3 0.6 0.2 1, \"incandescence\" 0.1 0 0 1, "
+                             "\"transparency\" 0.6 0.5 0.4 1";
+    scene.contents =
+        pointLight("key", "\"intensity\" 1, \"decayRate\" 0", 1, 2, 9) +
+        pointLight("lamp", "\"intensity\" 2, \"decayRate\" 2", 0, 0, -2, "", "sphere 0.8 visible") +
+        surface("mirror", "orcaVelaPhong", "\"reflectivity\" 0.5, \"specularColor\" 0.6 0.6 0.6 1") +
+        lambert("m", film) + lambert("glass", film + ", \"refractionsOn\" on, \"refractiveIndex\" 1.1") +
+        card("near", "m", -0.7f, 0.1f, 2, 0.63f) + card("far", "m", -0.3f, -0.2f, 1, 0.68f) +
+        card("pane", "glass", 1.2f, -1.2f, 1.5f, 0.41f) + card("shiny", "mirror", 1.3f, 1.1f, 0, 0.57f) +
+        "incremental data \"cam:fbdata\" \"orcaFrameBufferData\" ( "
+        "\"nonMaterialFrameBuffers\" [ \"environment\", \"lamps\" ] ) end data\n"
+        "incremental options \"opt\" state \"velaBaseState\" ( \"additivePasses\" on ) "
+        "\"orcaFrameBufferState\" ( )\n"
+        "\"orcaPassBackground\" ( \"passIndex\" 0 ) \"orcaPassBackground\" ( \"passIndex\" 1, "
+        "\"source\" 1 ) end options\n";
+    return scene;
+}
+
+/// What no surface shows: the sky and visible lamps, in both modes, under every exposure.
 TEST(BackgroundPasses, CloseTheSumOnEveryPixel) {
-    for (const char* scanline : {"", "scanline rapid\n"}) {
-        TestScene scene;
-        scene.addLayers();
-        scene.samples = "2 2"; // edges too
-        scene.extraOptions = scanline;
-        for (const char* layer : {"environment", "lamps"})
-            scene.cameraStatements += fmt::format(
-                "framebuffer \"{}\" datatype \"rgba_fp\" user on filtering on useopacity on\n", layer);
-        scene.cameraStatements += "environment \"velaEnvironmentLatLong\" ( \"horizon\" 0.5 0.25 1 1 )\n";
-        const std::string film = "\"color\" 0.3 0.6 0.2 1, \"incandescence\" 0.1 0 0 1, "
-                                 "\"transparency\" 0.6 0.5 0.4 1";
-        scene.contents =
-            pointLight("key", "\"intensity\" 1, \"decayRate\" 0", 1, 2, 9) +
-            pointLight("lamp", "\"intensity\" 2, \"decayRate\" 2", 0, 0, -2, "", "sphere 0.8 visible") +
-            surface("mirror", "orcaVelaPhong", "\"reflectivity\" 0.5, \"specularColor\" 0.6 0.6 0.6 1") +
-            lambert("m", film) + lambert("glass", film + ", \"refractionsOn\" on, \"refractiveIndex\" 1.1") +
-            card("near", "m", -0.7f, 0.1f, 2, 0.63f) + card("far", "m", -0.3f, -0.2f, 1, 0.68f) +
-            card("pane", "glass", 1.2f, -1.2f, 1.5f, 0.41f) + card("shiny", "mirror", 1.3f, 1.1f, 0, 0.57f) +
-            "incremental data \"cam:fbdata\" \"orcaFrameBufferData\" ( "
-            "\"nonMaterialFrameBuffers\" [ \"environment\", \"lamps\" ] ) end data\n"
-            "incremental options \"opt\" state \"velaBaseState\" ( \"additivePasses\" on ) "
-            "\"orcaFrameBufferState\" ( )\n"
-            "\"orcaPassBackground\" ( \"passIndex\" 0 ) \"orcaPassBackground\" ( \"passIndex\" 1, "
-            "\"source\" 1 ) end options\n";
+    const struct {
+        const char *scanline, *exposure;
+        float scale; // 0: not the same everywhere
+    } cases[] = {{"", "", 1},
+                 {"scanline rapid\n", "", 1},
+                 {"", "\"velaExposure\" ( \"exposure\" -1.5 )", 0.353553f},
+                 // 1.2 times 16^2 / 0.02 cd/m2 are white at ISO 100.
+                 {"", "\"velaExposure\" ( \"fStop\" 16, \"shutterTime\" 0.02, \"iso\" 100 )", 1 / 15360.0f},
+                 {"", "\"velaExposure\" ( \"exposure\" 1, \"clamp\" 1.5 )", 0},
+                 {"scanline rapid\n", "\"velaExposure\" ( \"exposure\" 1 )", 2}};
+    std::vector<std::string> all = componentLayers;
+    all.insert(all.end(), {"environment", "lamps"});
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.scanline) + c.exposure);
+        TestScene scene = beforeTheSky();
+        scene.extraOptions = c.scanline;
+        scene.lens = fmt::format("lens {} \"orcaFrameBufferLens\" ( )", c.exposure);
         const RenderedScene picture(scene);
-        std::vector<std::string> all = componentLayers;
-        all.insert(all.end(), {"environment", "lamps"});
         expectLayersAddUp(picture, all);
-        EXPECT_EQ(picture.pixel("environment", 0, 15).b, 1.0f);         // the open sky ...
-        EXPECT_NEAR(picture.pixel("environment", 3, 7).b, 0.4f, 1e-5f); // ... behind one film
-        EXPECT_NEAR(picture.pixel("lamps", 10, 8).r, 2.0f, 1e-5f);
-        EXPECT_NEAR(picture.pixel("lamps", 6, 8).r, 2.0f * 0.36f, 1e-5f); // behind two
+        if (c.scale == 0.0f) {
+            picture.eachPixel([&](int x, int y) { EXPECT_LE(picture.pixel("main", x, y).r, 1.5001f); });
+            EXPECT_NEAR(picture.pixel("lamps", 10, 8).r, 1.5f, 1e-5f);
+            continue;
+        }
+        EXPECT_NEAR(picture.pixel("environment", 0, 15).b, c.scale, 1e-5f * c.scale); // the open sky ...
+        EXPECT_NEAR(picture.pixel("environment", 3, 7).b, 0.4f * c.scale,
+                    2e-5f * c.scale); // ... behind one film
+        EXPECT_NEAR(picture.pixel("lamps", 10, 8).r, 2.0f * c.scale, 2e-5f * c.scale);
+        EXPECT_NEAR(picture.pixel("lamps", 6, 8).r, 2.0f * 0.36f * c.scale, 2e-5f * c.scale); // behind two
     }
 }
 
