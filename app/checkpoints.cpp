@@ -95,12 +95,16 @@ void Checkpoints::discard(const PictureFiles& files) const {
 }
 
 void Checkpoints::reportStop(const PictureFiles& files, int frame) const {
-    std::vector<std::string> words = command_.words;
-    if (!command_.resumes) words.emplace_back("--resume");
-    for (std::string& word : words) word = shellWord(word);
     log_.warning("MAIN",
                  "frame {} is not complete; what is rendered is in \"{}\", and this goes on with it: {}",
-                 frame, files.checkpoint, fmt::join(words, " "));
+                 frame, files.checkpoint, resumingCommand(command_));
+}
+
+std::string resumingCommand(const CommandLine& command) {
+    std::vector<std::string> words = command.words;
+    if (!command.resumes) words.emplace_back("--resume");
+    for (std::string& word : words) word = shellWord(word);
+    return fmt::format("{}", fmt::join(words, " "));
 }
 
 int developCheckpoint(const CommandLine& command, Log& log) {

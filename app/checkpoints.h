@@ -43,6 +43,9 @@ private:
     const StopSignal& stop_;
 };
 
+/// What to type so that a stopped render goes on.
+[[nodiscard]] std::string resumingCommand(const CommandLine& command);
+
 /// Writes what a checkpoint holds as a picture: where samples are missing it is coarser, or black. Returns an
 /// exit code.
 int developCheckpoint(const CommandLine& command, Log& log);

@@ -6,7 +6,7 @@ namespace orca::app {
 std::span<const ExitCodeMeaning> exitCodes() {
     static constexpr ExitCodeMeaning all[] = {
         {"0", "everything was rendered and written"},
-        {"1", "rendering failed, or a shader reported errors; what can be is written"},
+        {"1", "rendering failed, or a shader reported errors or ended the process; what can be is written"},
         {"2", "the command line is wrong"},
         {"3", "the scene has errors"},
         {"4", "a file could not be written"},

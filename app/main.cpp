@@ -8,17 +8,22 @@
 #include "overrides.h"
 #include "pass_catalogue.h"
 #include "report.h"
+#include "run_reports.h"
 #include "scene_run.h"
 #include "stop_signal.h"
+#include "supervisor.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <exception>
+#include <functional>
 #include <map>
 #include <new>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <sys/resource.h>
 
@@ -34,6 +39,38 @@ std::string sharedByFrames(const CommandLine& command, std::size_t frames) {
     for (const auto& [option, name] : names)
         if (!name.empty() && !hasFramePattern(name) && !isStream(name)) return option;
     return {};
+}
+
+/// Renders the scenes of some frames, in a process of its own. Returns an exit code.
+int renderFrames(const CommandLine& command, Log& log, const std::vector<std::optional<int>>& frames,
+                 OutputFiles& files, const RunStart& start) {
+    const StopSignal stop(command.checkpointSeconds ? StopSignal::End::WhenReady : StopSignal::End::Soon);
+    std::map<std::string, InputFile> inputs;
+    int exitCode = exitRendered;
+    for (std::size_t scene = start.scene; scene < frames.size(); ++scene) {
+        send(SceneBegins{scene});
+        SceneRun run(command, log, stop, files, frames[scene], scene == start.scene ? start.pictures : 0);
+        const int code = run.run();
+        inputs.insert(run.inputs().begin(), run.inputs().end());
+        if (exitCode == exitRendered) exitCode = code;
+        if (stop.exitCode() != 0) return code == exitStopped ? code : stop.exitCode();
+    }
+    if (command.listsInputs)
+        for (const auto& [path, file] : inputs)
+            if (!file.missing) fmt::print("{}\n", path);
+    return exitCode;
+}
+
+/// The exit code of the action; that of a render error, with a message, when it throws.
+int reported(Log& log, const std::function<int()>& action) {
+    try {
+        return action();
+    } catch (const std::bad_alloc&) {
+        log.write(LogLevel::Fatal, "MAIN", "there is too little memory for the scene or its pictures");
+    } catch (const std::exception& failure) {
+        log.write(LogLevel::Fatal, "MAIN", "{}", failure.what());
+    }
+    return exitRenderError;
 }
 
 /// Renders every frame of scenes whose names hold ####, or the scenes once.
@@ -57,23 +94,13 @@ int renderAll(const CommandLine& command, Log& log) {
 
     if (!reportWithoutEffect(command.overrides, command.strict, log)) return exitUsage;
 
-    const StopSignal stop(command.checkpointSeconds ? StopSignal::End::WhenReady : StopSignal::End::Soon);
     OutputFiles files(command, log);
-    std::map<std::string, InputFile> inputs;
-    int exitCode = exitRendered;
-    for (const std::optional<int>& frame : frames) {
-        SceneRun run(command, log, stop, files, frame);
-        const int code = run.run();
-        inputs.insert(run.inputs().begin(), run.inputs().end());
-        if (exitCode == exitRendered) exitCode = code;
-        if (stop.exitCode() != 0) return code == exitStopped ? code : stop.exitCode();
-    }
-    if (command.listsInputs) {
-        for (const auto& [path, file] : inputs)
-            if (!file.missing) fmt::print("{}\n", path);
-        return exitCode;
-    }
-    return exitCode;
+    std::vector<std::string> names;
+    for (const std::optional<int>& frame : frames)
+        names.push_back(frame ? withFrame(command.scenes.back(), *frame) : command.scenes.back());
+    return supervise(command, log, names, files, [&](const RunStart& start) {
+        return reported(log, [&] { return renderFrames(command, log, frames, files, start); });
+    });
 }
 
 /// Rays that nest deeply run shaders within shaders, on the first thread as on the others.
@@ -100,14 +127,8 @@ int main(int argc, char** argv) {
     }
     orca::Log log(parsed.command->verbosity.value_or(orca::LogLevel::Warning));
     log.setAdvice(adviceFor);
-    try {
-        if (!parsed.command->developed.empty()) return developCheckpoint(*parsed.command, log);
-        return renderAll(*parsed.command, log);
-    } catch (const std::bad_alloc&) {
-        log.write(orca::LogLevel::Fatal, "MAIN", "there is too little memory for the scene or its pictures");
-        return exitRenderError;
-    } catch (const std::exception& failure) {
-        log.write(orca::LogLevel::Fatal, "MAIN", "{}", failure.what());
-        return exitRenderError;
-    }
+    return reported(log, [&] {
+        return parsed.command->developed.empty() ? renderAll(*parsed.command, log)
+                                                 : developCheckpoint(*parsed.command, log);
+    });
 }

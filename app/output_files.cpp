@@ -201,6 +201,17 @@ bool OutputFiles::check(const PictureFiles& files, const render::Picture& pictur
     return good && checkSpace(plan);
 }
 
+void OutputFiles::remember(const PictureFiles& files) {
+    std::vector<std::string> paths = files.sceneFiles;
+    for (const std::string& name : {files.layered, files.png, files.layerDirectory}) {
+        if (name.empty() || isStream(name)) continue;
+        named_.insert(name);
+        if (name != files.layerDirectory) paths.push_back(name);
+    }
+    for (const std::string& path : paths)
+        if (!isStream(path)) frame_.emplace(canonicalPath(path), files.frame);
+}
+
 bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& result) const {
     if (!command_.writesFiles || command_.pixel) return true;
     const std::vector<image::Layer> layers = result.layers();

@@ -41,6 +41,9 @@ public:
     [[nodiscard]] bool check(const PictureFiles& files, const render::Picture& picture,
                              const std::vector<InputFile>& inputs);
 
+    /// The names are taken by a picture of this run that another process has begun.
+    void remember(const PictureFiles& files);
+
     /// Writes a finished picture. False, with messages, when something could not be written.
     [[nodiscard]] bool write(const PictureFiles& files, const render::FrameResult& result) const;
 

@@ -36,14 +36,6 @@ std::vector<std::pair<const char*, std::uint64_t>> countsOf(const render::RayCou
             {"environment", rays.environment}};
 }
 
-std::string utcTime() {
-    const std::time_t now = std::time(nullptr);
-    std::tm utc{};
-    ::gmtime_r(&now, &utc);
-    char text[32];
-    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc)};
-}
-
 std::string hostName() {
     char name[256] = {};
     return ::gethostname(name, sizeof name - 1) == 0 ? name : "";
@@ -98,7 +90,36 @@ nlohmann::ordered_json json(const PictureReport& picture, const CostMeter& cost)
             {"filmBytes", statistics.filmBytes}};
 }
 
+nlohmann::ordered_json json(const LostPicture& picture) {
+    return {{"version", ORCA_VERSION},  {"frame", picture.frame},
+            {"file", picture.file},     {"exitCode", picture.exitCode},
+            {"reason", picture.reason}, {"interrupted", false},
+            {"host", hostName()},       {"start", picture.start},
+            {"end", utcTime()},         {"peakMemoryBytes", picture.peakMemoryBytes}};
+}
+
+/// In one piece, so that the lines of several processes do not mix.
+bool appendLine(const std::string& path, const nlohmann::ordered_json& object, Log& log) {
+    // A file name need not be UTF-8.
+    const std::string line =
+        object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+    const int file = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+    const bool written =
+        file >= 0 && ::write(file, line.data(), line.size()) == static_cast<ssize_t>(line.size());
+    const bool closed = file >= 0 && ::close(file) == 0;
+    if (!written || !closed) log.error("MAIN", "cannot write \"{}\": {}", path, std::strerror(errno));
+    return written && closed;
+}
+
 } // namespace
+
+std::string utcTime() {
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    ::gmtime_r(&now, &utc);
+    char text[32];
+    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc)};
+}
 
 CostMeter::CostMeter(const Log& log)
     : log_(log),
@@ -153,15 +174,11 @@ void reportPicture(const PictureReport& picture, Log& log) {
 
 bool appendStatistics(const std::string& path, const PictureReport& picture, const CostMeter& cost,
                       Log& log) {
-    // A file name need not be UTF-8. In one piece, so that the lines of several processes do not mix.
-    const std::string line =
-        json(picture, cost).dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
-    const int file = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-    const bool written =
-        file >= 0 && ::write(file, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-    const bool closed = file >= 0 && ::close(file) == 0;
-    if (!written || !closed) log.error("MAIN", "cannot write \"{}\": {}", path, std::strerror(errno));
-    return written && closed;
+    return appendLine(path, json(picture, cost), log);
+}
+
+bool appendStatistics(const std::string& path, const LostPicture& picture, Log& log) {
+    return appendLine(path, json(picture), log);
 }
 
 void reportLeaks(const scene::Database& database, Log& log) {

@@ -47,9 +47,24 @@ struct PictureReport {
 /// Logs a picture's counts and times, at progress level.
 void reportPicture(const PictureReport& picture, Log& log);
 
+/// A picture whose process has died.
+struct LostPicture {
+    int frame = 0;
+    std::string file;
+    std::string start; ///< UTC, as of CostMeter
+    int exitCode = 0;  ///< of the process, 128 + N for signal N
+    std::string reason;
+    std::uint64_t peakMemoryBytes = 0;
+};
+
+/// Now, as 2026-01-31T12:00:00Z.
+[[nodiscard]] std::string utcTime();
+
 /// Adds a line with a JSON object to the file: the picture's counts and times, and what it cost up to now.
 /// False, with a message, when it cannot be written.
 bool appendStatistics(const std::string& path, const PictureReport& picture, const CostMeter& cost, Log& log);
+/// Fewer fields of the same names, and the reason.
+bool appendStatistics(const std::string& path, const LostPicture& picture, Log& log);
 
 /// Logs, at progress level, every database pin and every memory block that was not released, with the code
 /// that took it.

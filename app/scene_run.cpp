@@ -2,8 +2,8 @@
 #include "scene_run.h"
 
 #include "advice.h"
+#include "crash_handler.h"
 #include "exit_codes.h"
-#include "exit_guard.h"
 #include "frames.h"
 #include "installation.h"
 #include "named_passes.h"
@@ -11,6 +11,7 @@
 #include "pass_block.h"
 #include "picture_identity.h"
 #include "progress.h"
+#include "run_reports.h"
 
 #include <fmt/format.h>
 
@@ -76,7 +77,7 @@ float pixelAspect(const miCamera& camera, int width, int height) {
 } // namespace
 
 SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, OutputFiles& files,
-                   std::optional<int> frame)
+                   std::optional<int> frame, int skipped)
     : command_(command),
       log_(log),
       stop_(stop),
@@ -88,7 +89,8 @@ SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop,
       libraryPaths_(searchPaths(command.libraryPaths, "MI_LIBRARY_PATH", installation().libraryPaths)),
       masks_(scene_.database(), log),
       files_(files),
-      checkpoints_(command, log, stop) {
+      checkpoints_(command, log, stop),
+      skipped_(skipped) {
 }
 
 int SceneRun::run() {
@@ -111,6 +113,7 @@ int SceneRun::run() {
             fail(exitSceneError);
             break;
         }
+        isLastFile_ = &file == &command_.scenes.back();
         scene_.parseFile(frame_ ? withFrame(file, *frame_) : file, options, callbacks);
         if (scene_.errors() > 0) fail(exitSceneError);
     }
@@ -240,6 +243,10 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     const int frame = frameNumber(*elements->camera, request);
     frames_.insert(frame);
     if (!isChosen(frame)) return true;
+    if (skipped_ > 0) {
+        --skipped_;
+        return true;
+    }
     if (!preparePasses(*elements->camera, *elements->options)) {
         fail(exitSceneError);
         return false;
@@ -248,7 +255,6 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         fmt::print("{}", preset_->text());
         return false;
     }
-    const CostMeter cost(log_);
     render::Picture picture(scene_.database(), *elements, log_);
     applySettings(picture);
     if (!checkWindow(picture)) {
@@ -267,6 +273,15 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         fail(exitSceneError);
         return false;
     }
+    send(PictureBegins{files, isLastFile_ && request.endsFile});
+    const bool goesOn = renderInto(files, std::move(picture));
+    send(PictureEnds{exitCode_});
+    return goesOn;
+}
+
+bool SceneRun::renderInto(const PictureFiles& files, render::Picture picture) {
+    const CostMeter cost(log_);
+    const int frame = files.frame;
     const std::vector<InputFile> inputs = inputFiles(scene_, textures_, runtime_);
     const render::CheckpointHeader identity = pictureIdentity(command_, picture, frame, inputs);
     if (checkpoints_.isFinished(files, identity, frame)) return true;
@@ -337,7 +352,7 @@ std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture pic
     settings.stop = &stop_.flag();
     settings.progress = [&](double share) { progress.update(share); };
     settings.checkpoint = checkpoints_.settings(files, picture, identity, files.frame);
-    const ExitGuard guard(runtime_.libraries());
+    watchExit();
     return session_.render(std::move(picture), settings);
 }
 

@@ -27,8 +27,9 @@ class SceneRun {
 public:
     /// @param frame replaces #### in the scenes' names
     /// @param files of all pictures of the command
+    /// @param skipped pictures to be left out: another process has begun them
     SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, OutputFiles& files,
-             std::optional<int> frame);
+             std::optional<int> frame, int skipped);
 
     /// Reads the scene and renders each picture at its render statement. Returns an exit code.
     int run();
@@ -44,6 +45,8 @@ private:
     bool check();
     bool link(const std::string& file, const SourceLocation& location);
     bool render(const scene::RenderRequest& request);
+    /// Renders a picture into its files. False: nothing more of the scene is to be rendered.
+    bool renderInto(const PictureFiles& files, render::Picture picture);
     /// Writes a picture, or tells why there is none to write. Returns an exit code.
     int finish(render::FrameResult& result, const PictureFiles& files,
                const render::CheckpointHeader& identity, const CostMeter& cost);
@@ -85,6 +88,8 @@ private:
     Checkpoints checkpoints_;
     std::map<std::string, InputFile> inputs_; ///< of the pictures so far, by path
     std::set<int> frames_;                    ///< of the scene's render statements so far
+    int skipped_;                             ///< pictures that are still to be left out
+    bool isLastFile_ = false;                 ///< of those that make the scene
     int exitCode_ = 0;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "stop_signal.h"
 
-#include "image/file_in_place.h"
+#include "crash_handler.h"
 
 #include <cerrno>
 #include <csignal>
@@ -24,8 +24,19 @@ static_assert(std::atomic<bool>::is_always_lock_free &&
               std::atomic<int>::is_always_lock_free); // used in a handler
 sem_t* arrived = nullptr;
 
-void remember(int signal) {
+/// Signals so far: those that the process's supervisor passed on, and those that came from elsewhere. A
+/// terminal and some engines of farms send one request to both processes, which makes two of it here.
+std::atomic<int> passedOn{0}, direct{0};
+
+void remember(int signal, siginfo_t* about, void*) {
     const int before = errno;
+    const bool fromSupervisor = about->si_code == SI_QUEUE && about->si_pid == ::getppid();
+    const bool isSecond = ++(fromSupervisor ? passedOn : direct) > 1;
+    // A terminal that closes sends its signal more than once.
+    if (isSecond && signal != SIGHUP) {
+        ::signal(signal, SIG_DFL);
+        ::raise(signal);
+    }
     received = signal;
     stopping = true;
     ::sem_post(arrived);
@@ -40,11 +51,21 @@ void request(int) {
 void ignore(int) {
 }
 
-void install(std::initializer_list<int> signals, void (*handler)(int), int flags) {
+void install(std::initializer_list<int> signals, void (*handler)(int)) {
     struct sigaction action {};
     action.sa_handler = handler;
-    action.sa_flags = flags;
+    action.sa_flags = SA_RESTART;
     for (const int signal : signals) ::sigaction(signal, &action, nullptr);
+}
+
+void installStop(int signal) {
+    struct sigaction action {
+    }, before{};
+    ::sigaction(signal, nullptr, &before);
+    if (signal == SIGHUP && before.sa_handler == SIG_IGN) return; // the command outlives its terminal
+    action.sa_sigaction = remember;
+    action.sa_flags = SA_SIGINFO;
+    ::sigaction(signal, &action, nullptr);
 }
 
 /// The stream's own locks may be held by whatever does not end.
@@ -60,15 +81,15 @@ StopSignal::StopSignal(End end) : end_(end) {
     ::sem_init(&arrived_, 0, 0);
     ::sem_init(&ended_, 0, 0);
     arrived = &arrived_;
-    install({SIGINT, SIGTERM}, remember, static_cast<int>(SA_RESETHAND));
-    install({SIGUSR1}, request, SA_RESTART);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) installStop(signal);
+    install({SIGUSR1}, request);
     // A log that nobody reads any more and a limit of file sizes are errors of those writes alone.
-    install({SIGPIPE, SIGXFSZ}, ignore, SA_RESTART);
+    install({SIGPIPE, SIGXFSZ}, ignore);
     watcher_ = std::thread([this] { watch(); });
 }
 
 StopSignal::~StopSignal() {
-    install({SIGINT, SIGTERM, SIGPIPE, SIGXFSZ, SIGUSR1}, SIG_DFL, 0);
+    install({SIGINT, SIGTERM, SIGPIPE, SIGXFSZ, SIGUSR1}, SIG_DFL);
     ::sem_post(&ended_);
     ::sem_post(&arrived_);
     watcher_.join();
@@ -88,9 +109,8 @@ void StopSignal::watch() {
     do waited = ::sem_timedwait(&ended_, &end);
     while (waited != 0 && errno == EINTR);
     if (waited == 0) return;
-    image::removeTemporaryFiles();
     say("MAIN 0.0   warning: interrupted: what is not complete was not written\n");
-    ::_exit(exitCode());
+    endProcess(exitCode());
 }
 
 const std::atomic<bool>& StopSignal::flag() const {

@@ -8,11 +8,11 @@
 
 namespace orca::app {
 
-/// From construction on, an interrupt (Ctrl-C) or a termination request sets a flag instead of ending the
-/// process. Whatever does not look at the flag (an image library, a shader's loop) is ended with the process
-/// soon after, its temporary files removed. A second signal ends the process at once. A log pipe that is
-/// closed and a limit of file sizes do not end the process. SIGUSR1 asks for a checkpoint. One at a time in a
-/// process.
+/// From construction on, an interrupt (Ctrl-C), a termination request or the end of the terminal sets a flag
+/// instead of ending the process; nohup still makes the last of no effect. Whatever does not look at the flag
+/// (an image library, a shader's loop) is ended with the process soon after, its temporary files removed. A
+/// second signal ends the process at once. A log pipe that is closed and a limit of file sizes do not end the
+/// process. SIGUSR1 asks for a checkpoint. One at a time in a process.
 class StopSignal {
 public:
     /// When the process ends after a request: within a fraction of a second, whatever it is doing, or when it

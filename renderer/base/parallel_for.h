@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/signal_stack.h"
+
 #include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
 
@@ -22,6 +24,7 @@ void parallelFor(std::size_t count, std::size_t grain, const Body& body) {
     tbb::parallel_for(
         tbb::blocked_range<std::size_t>(0, count, grain),
         [&body](const tbb::blocked_range<std::size_t>& range) {
+            ensureSignalStack();
             forksAndJoins.fetch_add(1, std::memory_order_acq_rel);
             body(range.begin(), range.end());
             forksAndJoins.fetch_add(1, std::memory_order_acq_rel);

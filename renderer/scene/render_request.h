@@ -12,7 +12,8 @@ struct RenderRequest {
     miTag group = miNULLTAG; ///< root group
     miTag cameraInstance = miNULLTAG;
     miTag options = miNULLTAG;
-    int number = 0; ///< of the statement, from 1, over all files
+    int number = 0;        ///< of the statement, from 1, over all files
+    bool endsFile = false; ///< nothing follows it in the file that was asked for
     SourceLocation location;
 };
 

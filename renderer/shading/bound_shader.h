@@ -30,6 +30,7 @@ struct ShaderCode {
 
     std::string name;                                ///< as declared
     std::string symbol;                              ///< the name without namespaces: the C function
+    std::string library;                             ///< path of the one that it was found in
     std::size_t librariesSearched = ~std::size_t{0}; ///< how many were open when it was last looked for
     Entry entry = nullptr;                           ///< null: found in no library; every call is false
     Init init = nullptr;

@@ -7,9 +7,12 @@
 
 namespace orca::shading {
 
-/// Restores what a call changes in a state and its context.
+/// Restores what a call changes in a state and its context, and tells which call a thread is in.
 class CallScope {
 public:
+    /// The innermost call of this thread; null outside of shaders. Safe in a signal handler.
+    [[nodiscard]] static const CallScope* innermost() { return innermost_; }
+
     CallScope(miState* state, CallContext& context)
         : state_(state),
           context_(context),
@@ -17,8 +20,12 @@ public:
           callType_(context.callType),
           knowsResultSizes_(context.knowsResultSizes),
           mark_(context.arena.mark()),
-          siblings_(context.siblings.enter()) {}
+          siblings_(context.siblings.enter()),
+          outer_(innermost_) {
+        innermost_ = this;
+    }
     ~CallScope() {
+        innermost_ = outer_;
         state_->shader = shader_;
         context_.callType = callType_;
         context_.knowsResultSizes = knowsResultSizes_;
@@ -28,7 +35,12 @@ public:
     CallScope(const CallScope&) = delete;
     CallScope& operator=(const CallScope&) = delete;
 
+    [[nodiscard]] const miState& state() const { return *state_; }
+    [[nodiscard]] const CallContext& context() const { return context_; }
+
 private:
+    inline static thread_local constinit const CallScope* innermost_ = nullptr;
+
     miState* state_;
     CallContext& context_;
     miFunction* shader_;
@@ -36,6 +48,7 @@ private:
     bool knowsResultSizes_;
     EvaluationArena::Mark mark_;
     SiblingResults::Mark siblings_;
+    const CallScope* outer_; // the call that this one was made in, on the same thread
 };
 
 } // namespace orca::shading

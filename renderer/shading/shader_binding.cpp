@@ -26,7 +26,7 @@ void findFunctions(ShaderCode& code, const ShaderLibraries& libraries, const sce
             code.name, describe(wantedBy), libraries.list());
         return;
     }
-    const std::string& library = *entry.library;
+    const std::string& library = code.library = *entry.library;
     code.entry = reinterpret_cast<ShaderCode::Entry>(entry.address);
     code.init = reinterpret_cast<ShaderCode::Init>(libraries.findIn(library, code.symbol + "_init"));
     code.exit = reinterpret_cast<ShaderCode::Exit>(libraries.findIn(library, code.symbol + "_exit"));

@@ -97,6 +97,45 @@ TEST_F(Command, RendersFrameRanges) {
     EXPECT_TRUE(exists("u.exr") && exists("u.0005.exr")); // neither picture is lost
 }
 
+TEST_F(Command, LosesOneFrameToAShaderThatEndsTheProcess) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer reports the fault itself, and ends the command";
+#endif
+    const std::pair<const char*, const char*> cases[] = {
+        {"fault", "(SIGSEGV)"},        {"stack", "its stack is full"}, {"abort", "(SIGABRT)"},
+        {"exit", "by calling exit()"}, {"fatal", "out of paint"},      {"_exit", "with exit status 0"},
+        {"kill", "memory runs out"}};
+    for (const auto& [how, message] : cases) {
+        SCOPED_TRACE(how);
+        const std::string card =
+            fmt::format("link \"orca-test-shaders.so\"\n"
+                        "declare shader color \"testEnds\" ( string \"how\" ) version 1 end declare\n"
+                        "material \"m\" opaque \"testEnds\" ( \"how\" \"{}\" ) end material\n",
+                        how) +
+            grayCard + "incremental instance \"card_inst\" material \"m\" end instance\n";
+        const auto from = [](int frame) {
+            return fmt::format("incremental camera \"cam\" frame {} end camera\n{}", frame, renderIt);
+        };
+        scene("all.mi", card + from(1) + from(2) + from(3));
+        for (const int frame : {1, 2, 3}) scene(fmt::format("each.{}.mi", frame), card + from(frame));
+        // Frames of one scene, and once of a scene each.
+        const bool isEach = how == std::string("fault");
+        EXPECT_EQ(run(std::string(isEach ? "each.#.mi --frames 1-3" : "all.mi") +
+                      " --stats-json s.json -o f.#.exr"),
+                  1);
+        EXPECT_TRUE(says(message) && says("frame 2: ") && says("frame, not written: 2")) << output;
+        const bool isNamed = how[0] != '_' && how[0] != 'k';
+        EXPECT_EQ(says("\"testEnds\"") && says("called as material for instance \"card_inst\""), isNamed)
+            << output;
+        EXPECT_NE(content("s.json").find("\"frame\":2,"), std::string::npos);
+        for (const int frame : {1, 2, 3}) {
+            const std::string file = directory.file(fmt::format("f.{}.exr", frame));
+            EXPECT_EQ(OIIO::ImageInput::open(file) != nullptr, frame != 2);
+            std::filesystem::remove(file);
+        }
+    }
+}
+
 /// Values that --pixel printed for a layer.
 std::vector<double> layerValues(const std::string& output, const std::string& layer) {
     std::istringstream lines(output);

@@ -3,10 +3,12 @@
 #include <shader.h>
 
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <stdexcept>
+#include <string>
 
 extern "C" {
 
@@ -169,12 +171,34 @@ DLLEXPORT miBoolean testCall(miColor* result, miState* state, CallParameters* pa
     return delivered;
 }
 
-/// Ends the process and says that all is well.
-DLLEXPORT int testExits_version(void) {
+/// Fills the stack: the level that would end it is out of reach.
+static int recurse(volatile int* level) {
+    volatile int inner[1024];
+    inner[0] = *level + 1;
+    return inner[0] < 0 ? 0 : recurse(inner) + inner[0];
+}
+
+/// Ends the process while the second frame is rendered, in the manner asked for.
+struct EndParameters {
+    miTag how;
+};
+DLLEXPORT int testEnds_version(void) {
     return 1;
 }
-DLLEXPORT miBoolean testExits(miColor*, miState*, void*) {
-    std::exit(0);
+DLLEXPORT miBoolean testEnds(miColor*, miState* state, EndParameters* parameters) {
+    if (state->camera->frame != 2) return miTRUE;
+    const miTag tag = *mi_eval_tag(&parameters->how);
+    const std::string how = static_cast<const char*>(mi_db_access(tag));
+    mi_db_unpin(tag);
+    if (how == "exit") std::exit(0);
+    if (how == "_exit") std::_Exit(0);
+    if (how == "fatal") mi_fatal("out of paint");
+    if (how == "stack") {
+        volatile int level = 0;
+        return recurse(&level) == 0;
+    };
+    std::raise(how == "abort" ? SIGABRT : how == "kill" ? SIGKILL : SIGSEGV);
+    return miTRUE;
 }
 
 /// Traces the ray again that has hit it, without end.

@@ -111,6 +111,11 @@ void Lexer::skipSpace() {
     }
 }
 
+bool Lexer::atEnd() {
+    skipSpace();
+    return cursor_ == end_;
+}
+
 bool Lexer::atNumber() const {
     const char* c = cursor_;
     if (c != end_ && (*c == '-' || *c == '+')) ++c;

@@ -73,6 +73,9 @@ public:
     /// Text between angle brackets, if it is next on this line; for include commands.
     bool angleName(std::string_view& name);
 
+    /// True when nothing but white space and comments is left.
+    [[nodiscard]] bool atEnd();
+
     [[nodiscard]] SourceLocation here() const;
     [[nodiscard]] SourceLocation locationOf(const Token& token) const;
     [[nodiscard]] const std::string& fileName() const { return fileName_; }

@@ -223,6 +223,7 @@ void Reader::readRender(const Token& token) {
         request.cameraInstance = reference(cameraToken, {miSCENE_INSTANCE}, "the instance of a camera");
     }
     request.options = reference(nameToken("an options block"), {miSCENE_OPTIONS}, "an options block");
+    request.endsFile = stream_.atEnd();
 
     if (const auto* instance = database_.find<InstanceElement>(request.cameraInstance)) {
         const Element* item = database_.get(instance->instance.item);

@@ -49,6 +49,9 @@ public:
     void skipBinary() { lexer().skipBinary(); }
     void hexBytes(std::vector<unsigned char>& bytes) { lexer().hexBytes(bytes); }
 
+    /// True when nothing is left of the file and what includes it. Commands are not obeyed.
+    [[nodiscard]] bool atEnd() { return ahead_.empty() && stack_.size() == 1 && lexer().atEnd(); }
+
     [[nodiscard]] SourceLocation locationOf(const Token& token) const;
     /// Directory of the file that is being read.
     [[nodiscard]] const std::string& directory() const;
