@@ -25,12 +25,10 @@ TEST(FrameBufferState, BuildsContiguousRunsInTypeOrderAndOneSlotArrayPerRecord) 
         PassTypeInfo* types = nullptr;
         FrameBufferInfo* records = nullptr;
         ASSERT_EQ(getFrameBufferInfo(&scene.renderer.state, types, records), 3u);
-        const int firsts[] = {0, 1, 1, 1, 1, 1, 3}; // of types without a pass: where the next one starts
         for (int type = 0; type <= PASS_DIFFUSE_NO_SHADOW; ++type) {
-            EXPECT_EQ((*types)[static_cast<PassTypeID>(type)].first, firsts[type]) << type;
-            EXPECT_EQ((*types)[static_cast<PassTypeID>(type)].count, type == PASS_BEAUTY    ? 1
-                                                                     : type == PASS_DIFFUSE ? 2
-                                                                                            : 0);
+            const auto& run = (*types)[static_cast<PassTypeID>(type)];
+            EXPECT_EQ(run.first, type == PASS_BEAUTY ? 0 : type <= PASS_DIFFUSE ? 1 : 3) << type;
+            EXPECT_EQ(run.count, type == PASS_BEAUTY ? 1 : type == PASS_DIFFUSE ? 2 : 0) << type;
         }
         EXPECT_EQ(records[1].levelSlots - records[0].levelSlots, std::max(depth, 0) + 1);
         EXPECT_EQ(records[0].frameBufferIndex, FRAME_BUFFER_UNRESOLVED);
@@ -71,26 +69,17 @@ TEST(FrameBufferState, ResolvesNamesFlagsAndBoundsOnceAtTheFirstSample) {
               (std::vector<ScriptedMessage>{
                   {'e', "Missing frameBufferName parameter in frameBufferInfo record."}}));
 
+    // The next sample keeps the flags, and clears what the eye's level hands out.
+    scene.slot(0).childResult = scene.slot(0).levelAux = scene.slot(0, 1).childResult = WHITE;
     scene.record(0).flags |= FB_IN_LIGHT_LOOP;
     const int lookups = scene.renderer.callCount("getFramebuffers");
     scene.stateShader(miSHADERSTATE_SAMPLE_INIT);
     EXPECT_EQ(scene.renderer.callCount("getFramebuffers"), lookups);
     EXPECT_TRUE(scene.record(0).flags & FB_IN_LIGHT_LOOP);
+    EXPECT_EQ(scene.slot(0).childResult, BLACK);
+    EXPECT_EQ(scene.slot(0).levelAux, BLACK);
+    EXPECT_EQ(scene.slot(0, 1).childResult, WHITE);
     EXPECT_EQ(scene.renderer.pinsHeld() + scene.renderer.collectionsHeld + scene.renderer.interfacesHeld, 0);
-}
-
-TEST(FrameBufferState, ClearsWhatTheEyeLevelHandsOutBeforeEverySample) {
-    PassScene scene(threePasses);
-    scene.begin();
-    for (int i = 0; i < 3; ++i)
-        for (int level = 0; level < 2; ++level)
-            scene.slot(i, level).childResult = scene.slot(i, level).levelAux = WHITE;
-    scene.stateShader(miSHADERSTATE_SAMPLE_INIT);
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(scene.slot(i).childResult, BLACK);
-        EXPECT_EQ(scene.slot(i).levelAux, BLACK);
-        EXPECT_EQ(scene.slot(i, 1).childResult, WHITE);
-    }
 }
 
 // --- scenes that are wrong

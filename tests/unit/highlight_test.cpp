@@ -27,6 +27,11 @@ TEST_F(Highlights, BlinnPeaksAtOneWhenRoundingCarriesTheCosinePastIt) {
         }
 }
 
+TEST_F(Highlights, OfPhongKeepAFaintTailFarFromTheMirrorDirection) {
+    const miVector mirror{0.0f, 0.0f, 1.0f}, aside{std::sqrt(0.75f), 0.0f, 0.5f};
+    EXPECT_NEAR(compute_phong_specular(&mirror, &aside, &state, 20.0f, 1.0f), std::exp(-10.0), 1e-7);
+}
+
 TEST_F(Highlights, OfAnisotropicFacetsFollowTheTexturesDirectionsTurned) {
     miVector u{0.0f, 3.0f, 1.0f}, v{-2.0f, 0.0f, 0.0f}, du, dv;
     EXPECT_FALSE(get_derivs(&state, &du, &dv));

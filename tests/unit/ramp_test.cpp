@@ -11,8 +11,6 @@
 #include <random>
 #include <vector>
 
-extern "C" miBoolean velaRamp(miColor*, miState*, void*);
-
 namespace {
 
 struct Entry {
@@ -135,35 +133,6 @@ TEST_F(Ramps, ReadAtMostFiftyEntriesAndNegativeCountsAsFifty) {
     Ramp full = ramp<RampScalarEntry>(entries, 5, false);
     ramp_destructor(&full);
     EXPECT_EQ(full.count, 0);
-}
-
-TEST_F(Ramps, AsTexturesFollowTheirPattern) {
-    struct Record {
-        miInteger type = 0;
-        miVector coordinate{};
-        Array<RampColorEntry> entries;
-    };
-    ScriptedShader<Record> shader;
-    Record& p = shader.parameters;
-    p.entries.count = 2;
-    p.entries.elements[0] = {0.0f, {0, 0, 0, 1}, RAMP_LINEAR};
-    p.entries.elements[1] = {1.0f, {1, 1, 1, 1}, RAMP_LINEAR};
-    renderer.state.shader = &shader.function;
-    miVector at{1.2f, -0.3f, 0.0f}; // which is (0.2, 0.7)
-    const double angle = std::atan2(0.2, -0.3) / (2 * std::numbers::pi);
-    const double positions[] = {0.7, 0.2, 0.45, angle + 0.5, 2 * std::hypot(0.3, 0.2), 0.6};
-    for (p.type = 0; p.type < 6; ++p.type) {
-        miColor color{};
-        renderer.state.tex_list = &at;
-        EXPECT_EQ(velaRamp(&color, &renderer.state, &p), miTRUE);
-        EXPECT_NEAR(color.g, positions[p.type], 1e-5) << p.type;
-    }
-    // Calls without a surface, of lights and environments say, come without texture spaces: at the origin.
-    p.type = 0;
-    renderer.state.tex_list = nullptr;
-    miColor color{1, 1, 1, 1};
-    EXPECT_EQ(velaRamp(&color, &renderer.state, &p), miTRUE);
-    EXPECT_EQ(color.g, 0.0f);
 }
 
 } // namespace

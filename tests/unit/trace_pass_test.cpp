@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
-
 namespace {
 
 TEST(PassHandOver, ReachesTheLastSlotAndNoFurther) {
@@ -32,29 +30,6 @@ TEST(PassHandOver, ReachesTheLastSlotAndNoFurther) {
     EXPECT_EQ(scene.slot(0, 2).childResult, BLACK);
     EXPECT_EQ(scene.slot(1, 2).levelAux, BLACK);
     EXPECT_EQ(scene.slot(1, 1).childResult, WHITE);
-}
-
-TEST(NamedFrameBuffers, AreFoundByNameAndByTagAndGivenBack) {
-    PassScene scene({{PASS_DIFFUSE, "diffuse"}}, {"first", "wanted"});
-    ScriptedRenderer& renderer = scene.renderer;
-    const miTag tag = renderer.database.addString("wanted");
-    const auto wanted = static_cast<unsigned>(scene.buffer("wanted"));
-    EXPECT_EQ(getNamedFrameBufferID(&renderer.state, "wanted"), wanted);
-    EXPECT_EQ(getNamedFrameBufferID(&renderer.state, tag), wanted);
-    EXPECT_EQ(getNonMaterialPassFrameBufferIndex(&renderer.state, 1), wanted);
-    EXPECT_EQ(getNamedFrameBufferID(&renderer.state, "unknown"), 0u);
-    EXPECT_EQ(getNamedFrameBufferID(&renderer.state, static_cast<const char*>(nullptr)), 0u);
-    for (const miTag none : {miTag{0}, miTag{9999}})
-        EXPECT_EQ(getNamedFrameBufferID(&renderer.state, none), 0u);
-
-    scene.stateShader(miSHADERSTATE_STATE_INIT);
-    renderer.onCall = [](const char* name) {
-        if (std::string_view(name) == "getFramebuffers") throw std::runtime_error("foreign");
-    };
-    EXPECT_THROW((void)getNamedFrameBufferID(&renderer.state, tag), std::runtime_error);
-    EXPECT_THROW((void)getNonMaterialPassFrameBufferIndex(&renderer.state, 0), std::runtime_error);
-    EXPECT_THROW(scene.stateShader(miSHADERSTATE_SAMPLE_INIT), std::runtime_error);
-    EXPECT_EQ(renderer.pinsHeld() + renderer.interfacesHeld + renderer.collectionsHeld, 0);
 }
 
 } // namespace

@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-/// The sky, the solid noise, the thin lens and what textures are filtered over, from their formulas.
+/// The sky, ramps, the solid noise and what textures are filtered over, from their formulas.
 #include "material_scene.h"
 #include "orcaNoise.h"
+#include "orcaRamp.h"
 #include "orcaVector.h"
 #include "velaTextureSpace.h"
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 extern "C" {
+miBoolean velaRamp(miColor*, miState*, void*);
 miBoolean velaSky(miColor*, miState*, void*);
 miBoolean velaSolidNoise(miColor*, miState*, void*);
-miBoolean velaThinLens(miColor*, miState*, void*);
 }
 
 namespace {
@@ -29,6 +31,12 @@ struct SkyRecord {
     miColor clouds[2];
     miScalar cloudCover, cloudScale, cloudStretch;
 };
+struct RampRecord {
+    miInteger type;
+    miVector coordinate;
+    int start, count;
+    RampColorEntry entries[2];
+};
 struct NoiseRecord {
     miColor low, high;
     miScalar frequency;
@@ -36,16 +44,19 @@ struct NoiseRecord {
     miScalar lacunarity, gain, contrast;
     miInteger space;
 };
-struct LensRecord {
-    miScalar focusDistance, fStop, lensScale, apertureRadius;
-    miInteger blades;
-    miScalar bladeRotation, bladeCurvature, squeeze, edgeBrightness, catsEye, shiftX, shiftY, tiltX, tiltY;
-};
+/// What a node shows where `state` is.
+template <class Record>
+miColor shown(miBoolean (*node)(miColor*, miState*, void*), miState state, const Record& record) {
+    ScriptedShader<Record> shader{record};
+    state.shader = &shader.function;
+    miColor color{};
+    EXPECT_EQ(node(&color, &state, &shader.parameters), miTRUE);
+    return color;
+}
 
 TEST(Sky, FadesFromTheHorizonToBothEndsAndShowsTheSunToTheEye) {
     ScriptedRenderer renderer;
-    ScriptedShader<SkyRecord> shader;
-    SkyRecord& p = shader.parameters;
+    SkyRecord p{};
     p.zenith = {0.1f, 0.2f, 0.9f, 1};
     p.horizon = {0.8f, 0.7f, 0.6f, 1};
     p.ground = {0.3f, 0.2f, 0.1f, 1};
@@ -72,17 +83,13 @@ TEST(Sky, FadesFromTheHorizonToBothEndsAndShowsTheSunToTheEye) {
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
         miState state = renderer.derived(renderer.state, c.ray);
-        state.shader = &shader.function;
         state.dir = c.direction;
         p.sunMirrored = c.mirrored;
         const miColor expected = p.zenith * c.zenith + p.ground * c.ground +
                                  p.horizon * (1.0f - c.zenith - c.ground) + p.glowColor * c.glow +
                                  p.sunColor * c.sun;
-        miColor seen{};
-        EXPECT_EQ(velaSky(&seen, &state, &p), miTRUE);
-        EXPECT_NEAR(seen.r, expected.r, 1e-5f);
-        EXPECT_NEAR(seen.g, expected.g, 1e-5f);
-        EXPECT_NEAR(seen.b, expected.b, 1e-5f);
+        const miColor seen = shown(velaSky, state, p);
+        expectColor(seen, expected);
         EXPECT_EQ(seen.a, 1.0f);
     }
 }
@@ -94,11 +101,8 @@ TEST(SolidNoise, AddsUpItsOctavesInItsSpace) {
     renderer.state.point = {0.3f, -0.2f, 0.7f};
     for (const int octaves : {0, 1, 3, 99}) // at least one, at most 16
         for (const int space : {0, 1}) {
-            ScriptedShader<NoiseRecord> shader{
-                {{0, 0.5f, 0, 1}, {1, 1, 0, 1}, 3.0f, octaves, 2.5f, 0.5f, 0.8f, space}};
-            renderer.state.shader = &shader.function;
-            miColor color{};
-            EXPECT_EQ(velaSolidNoise(&color, &renderer.state, &shader.parameters), miTRUE);
+            const NoiseRecord record{{0, 0.5f, 0, 1}, {1, 1, 0, 1}, 3.0f, octaves, 2.5f, 0.5f, 0.8f, space};
+            const miColor color = shown(velaSolidNoise, renderer.state, record);
             const double x = space == 0 ? 1.3 : 0.3, y = space == 0 ? -0.2 : 1.8;
             double sum = 0, total = 0, scale = 3.0 / 32, strength = 1;
             for (int i = 0; i < std::clamp(octaves, 1, 16); ++i, scale *= 2.5, strength *= 0.5) {
@@ -109,6 +113,20 @@ TEST(SolidNoise, AddsUpItsOctavesInItsSpace) {
             EXPECT_NEAR(color.r, share, 1e-3) << octaves; // fine octaves magnify the point's rounding
             EXPECT_NEAR(color.g, 0.5 + 0.5 * share, 1e-3) << octaves;
         }
+}
+
+TEST(RampTexture, FollowsItsPattern) {
+    ScriptedRenderer renderer;
+    miState& state = renderer.state;
+    RampRecord p{0, {}, 0, 2, {{0.0f, {0, 0, 0, 1}, RAMP_LINEAR}, {1.0f, {1, 1, 1, 1}, RAMP_LINEAR}}};
+    // Calls without a surface, of lights and environments say, come without texture spaces: at the origin.
+    EXPECT_EQ(shown(velaRamp, state, p).g, 0.0f);
+    miVector at{1.2f, -0.3f, 0.0f}; // which is (0.2, 0.7)
+    state.tex_list = &at;
+    const double angle = std::atan2(0.2, -0.3) / (2 * std::numbers::pi);
+    const double positions[] = {0.7, 0.2, 0.45, angle + 0.5, 2 * std::hypot(0.3, 0.2), 0.6};
+    for (p.type = 0; p.type < 6; ++p.type)
+        EXPECT_NEAR(shown(velaRamp, state, p).g, positions[p.type], 1e-5) << p.type;
 }
 
 TEST(TextureFootprint, IsThePixelLaidOntoTheSurfaceAndLongerAtGrazingAngles) {
@@ -130,33 +148,6 @@ TEST(TextureFootprint, IsThePixelLaidOntoTheSurfaceAndLongerAtGrazingAngles) {
     }
     scene.vela().filterEnabled = miFALSE;
     EXPECT_EQ(surfaceFootprint(&state).x.x, 0.0f);
-}
-
-TEST(ThinLens, IsAsWideAsItsStopOrItsRadiusAndFocusesOnItsPlane) {
-    const struct {
-        float fStop, apertureRadius;
-        bool orthographic;
-        float radius;
-    } cases[] = {{2, 0, false, 1.5f}, {2, 0.6f, false, 0.6f}, {0, 0, false, 0}, {2, 0, true, 0}};
-    for (const auto& c : cases) {
-        ScriptedRenderer renderer;
-        ScriptedShader<LensRecord> shader{
-            {4.0f, c.fStop, 3.0f, c.apertureRadius, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0}};
-        renderer.state.shader = &shader.function;
-        renderer.state.org = {0, 0, 0};
-        renderer.camera.focal = 2.0f;
-        renderer.camera.orthographic = c.orthographic;
-        renderer.traceEye = [&](miColor*, miState*, miVector* origin, miVector* direction) -> miBoolean {
-            // The first sample is a third of the radius away from the axis.
-            EXPECT_NEAR(std::hypot(origin->x, origin->y), c.radius / 3.0f, 1e-6f);
-            const miVector met = *origin + *direction * (4.0f / -direction->z);
-            EXPECT_NEAR(length(met - miVector{0, 0, -4}), 0.0f, 1e-5f);
-            return miTRUE;
-        };
-        miColor color{};
-        EXPECT_EQ(velaThinLens(&color, &renderer.state, &shader.parameters), miTRUE);
-        EXPECT_EQ(renderer.callCount("mi_trace_eye"), 1);
-    }
 }
 
 } // namespace

@@ -144,8 +144,9 @@ private:
         for (int pass = 0; pass < 2; ++pass) {
             int partly = 0;
             for (int i = 1; i <= n; ++i) {
-                const double r = radius * std::sqrt(radicalInverse(i, 2));
-                const double angle = radicalInverse(i, 3) * 6.2831855;
+                const auto sample = static_cast<std::size_t>(i);
+                const double r = radius * std::sqrt(radicalInverse(sample, 2));
+                const double angle = radicalInverse(sample, 3) * 6.2831855;
                 const V3 d = centre + e1 * (r * std::cos(angle)) + e2 * (r * std::sin(angle));
                 const Rgba t = c_.occluder(c_.directional ? origin : d, unit(place - d));
                 ++out_.shadowRays;
@@ -191,11 +192,6 @@ private:
     }
     static bool blocked(Rgba t) { return t.r < epsilon && t.g < epsilon && t.b < epsilon; }
     [[nodiscard]] bool admits(std::size_t i) const { return reference::admits(c_.mask, i); }
-    static double radicalInverse(int n, int base) {
-        double value = 0, digit = 1.0 / base;
-        for (; n > 0; n /= base, digit /= base) value += digit * (n % base);
-        return value;
-    }
 
     const LightScenario& c_;
     const PointLightParameters& p_;

@@ -111,10 +111,7 @@ TEST(OceanRefraction, MatchesTheReference) {
             EXPECT_NEAR(length(went), 1, 1e-5);
             const double geometric = dot(went, state.normal_geom);
             if (settings.blur > 0) {
-                // The second number of the k-th sample is its inverse in base 3.
-                double u = 0, digit = 1.0 / 3;
-                for (std::size_t j = k + 1; j > 0; j /= 3, digit /= 3)
-                    u += digit * static_cast<double>(j % 3);
+                const double u = reference::radicalInverse(k + 1, 3); // the second number of the k-th sample
                 if (geometric * side < -0.015) {
                     EXPECT_NEAR(dot(went, reference::unit(ideal)), 1 - u * settings.blur, 2e-5);
                 }

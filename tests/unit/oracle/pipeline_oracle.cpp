@@ -39,10 +39,7 @@ public:
     void writeNormal(V3 normal) {
         eachOf(PASS_NORMAL, [&](Record& r, bool open) {
             if (!open) return;
-            // The cases' camera is turned a quarter about z, their object half a turn about y.
-            const V3 in = r.space == 1   ? V3{normal.y, -normal.x, normal.z}
-                          : r.space == 2 ? V3{-normal.x, normal.y, -normal.z}
-                                         : V3{normal.z, normal.x, normal.y};
+            const V3 in = inTurned(r.space, normal);
             combine(r.held.r, scaled(in.x));
             combine(r.held.g, scaled(in.y));
             combine(r.held.b, scaled(in.z));

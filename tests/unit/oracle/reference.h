@@ -4,13 +4,14 @@
 /// Arithmetic of the reference models, in double precision and with nothing of the library behind it, and the
 /// deterministic numbers that their cases are drawn from.
 
-#include <shader.h>
+#include "scripted_renderer.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <string>
 
 namespace reference {
 
@@ -21,6 +22,9 @@ struct Rgba {
     constexpr Rgba(double red, double green, double blue, double alpha)
         : r(red), g(green), b(blue), a(alpha) {}
     constexpr Rgba(const miColor& c) : r(c.r), g(c.g), b(c.b), a(c.a) {}
+    [[nodiscard]] miColor single() const {
+        return {static_cast<float>(r), static_cast<float>(g), static_cast<float>(b), static_cast<float>(a)};
+    }
 };
 constexpr Rgba operator+(Rgba x, Rgba y) {
     return {x.r + y.r, x.g + y.g, x.b + y.b, x.a + y.a};
@@ -82,6 +86,29 @@ inline V3 unit(V3 a) {
     return a * (1.0 / length(a));
 }
 
+/// Turns the renderer's camera a quarter about z, its object half a turn about y, and exchanges the world's
+/// axes. The camera is `distance` in front of the origin.
+inline void turnSpaces(ScriptedRenderer& renderer, float distance = 0.0f) {
+    const miMatrix toCamera{0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, -distance, 1};
+    const miMatrix toObject{-1, 0, 0, 0, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1};
+    const miMatrix toWorld{0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0, 1};
+    mi_matrix_copy(renderer.internalToCamera, toCamera);
+    mi_matrix_copy(renderer.internalToObject, toObject);
+    mi_matrix_copy(renderer.internalToWorld, toWorld);
+}
+/// A direction in these spaces: 1 the camera's, 2 the object's, else the world's.
+constexpr V3 inTurned(unsigned space, V3 n) {
+    return space == 1 ? V3{n.y, -n.x, n.z} : space == 2 ? V3{-n.x, n.y, -n.z} : V3{n.z, n.x, n.y};
+}
+
+/// Digits of n in a base, mirrored at the point (van der Corput, 1935).
+inline double radicalInverse(std::size_t n, std::size_t base) {
+    double value = 0, digit = 1.0 / static_cast<double>(base);
+    for (; n > 0; n /= base, digit /= static_cast<double>(base))
+        value += digit * static_cast<double>(n % base);
+    return value;
+}
+
 /// Equal numbers for equal seeds on every machine (Steele, Lea and Flood, "Fast Splittable Pseudorandom
 /// Number Generators", 2014).
 class Random {
@@ -125,6 +152,11 @@ inline bool agrees(const miColor& actual, const Rgba& expected, double tolerance
 }
 inline std::ostream& operator<<(std::ostream& out, const Rgba& c) {
     return out << '(' << c.r << ", " << c.g << ", " << c.b << ", " << c.a << ')';
+}
+inline void expectNear(const miColor& actual, const Rgba& wanted, const std::string& what,
+                       double tolerance = 2e-4) {
+    EXPECT_TRUE(agrees(actual, wanted, tolerance))
+        << what << ": " << Rgba(actual) << " instead of " << wanted;
 }
 
 } // namespace reference

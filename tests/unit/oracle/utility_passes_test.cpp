@@ -52,13 +52,8 @@ double clamped(double v, double low, double high) {
 double remapped(double v, double in0, double in1, double out0, double out1) {
     return clamped((v - in0) / (in1 - in0) * (out1 - out0) + out0, out0, out1);
 }
-/// The camera's space is the hit's, moved; its axes are turned a quarter about
-/// z.
 V3 inCamera(V3 p) {
-    return {p.y, -p.x, p.z - 6};
-}
-V3 turned(V3 n) {
-    return {n.y, -n.x, n.z};
+    return reference::inTurned(1, p) - V3{0, 0, 6};
 }
 V3 rasterMotion(const Hit& hit) {
     const auto raster = [&](V3 p) {
@@ -73,20 +68,19 @@ V3 rasterMotion(const Hit& hit) {
 
 struct Pass {
     const char* name;
-    int channels;
     void (*init)(miState*, void*, miBoolean*);
     void (*exit)(miState*, void*);
     miBoolean (*call)(void*, miState*, void*);
+    int channels;
     std::function<void(Record&, Random&)> parameters;
     std::function<Value(const Hit&, const Record&)> value;
 };
-#define ENTRY(name) #name
-#define ENTRIES(name) orcaPass##name##_init, orcaPass##name##_exit, orcaPass##name
+#define PASS(name) #name, orcaPass##name##_init, orcaPass##name##_exit, orcaPass##name
 
 const auto none = [](Record&, Random&) {};
 
 const Pass passes[] = {
-    {ENTRY(CameraDepth), 1, ENTRIES(CameraDepth),
+    {PASS(CameraDepth), 1,
      [](Record& r, Random& random) {
          r.own[0].i = random.below(3);
          for (int i = 1; i < 5; ++i) r.own[i].f = random.in(0.0f, 9.0f);
@@ -97,29 +91,27 @@ const Pass passes[] = {
          const double nearest = std::min(r.own[1].f, r.own[2].f), least = std::min(r.own[3].f, r.own[4].f);
          return {remapped(d, nearest, r.own[2].f, least, r.own[4].f)};
      }},
-    {ENTRY(Coverage), 1, ENTRIES(Coverage), none, [](const Hit&, const Record&) -> Value { return {1}; }},
-    {ENTRY(IncidenceCameraNormal), 1, ENTRIES(IncidenceCameraNormal), none,
+    {PASS(Coverage), 1, none, [](const Hit&, const Record&) -> Value { return {1}; }},
+    {PASS(IncidenceCameraNormal), 1, none,
      [](const Hit& hit, const Record&) -> Value {
          const double facing = -dot(hit.normal, hit.ray);
          return {facing < 0 ? 1 : 1 - facing};
      }},
-    {ENTRY(Normal), 3, ENTRIES(Normal), [](Record& r, Random& random) { r.own[0].i = random.below(4); },
+    {PASS(Normal), 3, [](Record& r, Random& random) { r.own[0].i = random.below(4); },
      [](const Hit& hit, const Record& r) -> Value {
-         const V3 n = r.own[0].i == 1   ? turned(hit.normal)
-                      : r.own[0].i == 2 ? V3{-hit.normal.x, hit.normal.y, -hit.normal.z}
-                                        : V3{hit.normal.z, hit.normal.x, hit.normal.y};
+         const V3 n = reference::inTurned(static_cast<unsigned>(r.own[0].i), hit.normal);
          return {n.x, n.y, n.z};
      }},
-    {ENTRY(MotionVector3D), 3, ENTRIES(MotionVector3D), none,
+    {PASS(MotionVector3D), 3, none,
      [](const Hit& hit, const Record&) -> Value {
          return {hit.motion.x, hit.motion.y, hit.motion.z};
      }},
-    {ENTRY(MotionVector2D), 3, ENTRIES(MotionVector2D), none,
+    {PASS(MotionVector2D), 3, none,
      [](const Hit& hit, const Record&) -> Value {
          const V3 d = rasterMotion(hit);
          return {d.x, d.y, 0};
      }},
-    {ENTRY(MotionVector2DNormalized), 3, ENTRIES(MotionVector2DNormalized),
+    {PASS(MotionVector2DNormalized), 3,
      [](Record& r, Random& random) {
          r.own[0].i = random.below(2);
          r.own[1].f = random.in(-1.0f, 0.5f);
@@ -136,7 +128,7 @@ const Pass passes[] = {
          const double y = remapped(d.y, -m, m, r.own[1].f, r.own[2].f);
          return {x, y, r.own[4].i ? std::hypot(x, y) : 0};
      }},
-    {ENTRY(AmbientOcclusion), 4, ENTRIES(AmbientOcclusion), none,
+    {PASS(AmbientOcclusion), 4, none,
      [](const Hit& hit, const Record&) -> Value {
          const double v = std::min(1.0, 1.0 - hit.occlusion);
          return v == 0 ? Value{} : Value{v, v, v, 1};
@@ -156,12 +148,7 @@ public:
         buffer_ = buffer("wanted");
         renderer.frameBuffers.value(buffer_) = untouched;
         renderer.frameBuffers.value(buffer("other")) = untouched;
-        const miMatrix toCamera{0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0, 0, 0, -6, 1};
-        const miMatrix toObject{-1, 0, 0, 0, 0, 1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1};
-        const miMatrix toWorld{0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 0, 0, 1};
-        mi_matrix_copy(renderer.internalToCamera, toCamera);
-        mi_matrix_copy(renderer.internalToObject, toObject);
-        mi_matrix_copy(renderer.internalToWorld, toWorld);
+        reference::turnSpaces(renderer, 6);
         renderer.camera.focal = hit.zoom;
         renderer.camera.aspect = hit.aspect;
         renderer.camera.x_resolution = hit.width;
@@ -174,14 +161,8 @@ public:
         state.dot_nd = static_cast<float>(dot(hit.normal, hit.ray));
         state.shader = &shader.function;
         renderer.ambientOcclusion = [&, hit](miScalar* occlusion, miState* s, miAo_options* o) -> miBoolean {
-            EXPECT_EQ(o->size, 40);
-            EXPECT_EQ(o->rays, -1);
-            EXPECT_EQ(o->axis.y, state.normal.y);
-            EXPECT_EQ(o->spread, -2.0f);
-            EXPECT_EQ(o->scale, 1.0f);
-            EXPECT_EQ(o->near_dist, -1.0f);
-            EXPECT_EQ(o->max_dist, -1.0f);
-            EXPECT_EQ(o->mode, -1);
+            EXPECT_TRUE(o->size == 40 && o->rays == -1 && o->axis.y == state.normal.y && o->mode == -1);
+            EXPECT_TRUE(o->spread == -2 && o->scale == 1 && o->near_dist == -1 && o->max_dist == -1);
             s->dir = s->normal = {9.0f, 9.0f, 9.0f}; // as a renderer may leave them
             *occlusion = hit.occlusion;
             return miTRUE;
