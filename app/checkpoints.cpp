@@ -112,6 +112,8 @@ int developCheckpoint(const CommandLine& command, Log& log) {
         render::CheckpointInput input(command.developed);
         render::CheckpointHeader header = render::readHeader(input);
         DescribedPicture picture(header["about.picture"], log);
+        // It holds every pixel of the film, so a film that is larger than the file is made up.
+        input.demand(render::Film::bytesNeeded(picture.framebuffers(), picture.area().sampled()));
         render::Film film(picture.framebuffers(), picture.window(), picture.area().sampled());
         render::RenderState state(film, picture.tileSize(), true);
         state.read(input);

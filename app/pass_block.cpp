@@ -21,7 +21,7 @@ std::string flagsText(const FrameBufferDataRecord& record) {
 
 int typeOfRecord(const FrameBufferData& block, int index) {
     const miInteger* counts = arrayElements(block.FrameBufferTypeCounts, block.i_FrameBufferTypeCounts);
-    int end = 0;
+    std::int64_t end = 0;
     for (int type = 0; type < std::min(block.n_FrameBufferTypeCounts, PASS_TYPE_COUNT); ++type) {
         end += counts[type];
         if (index < end) return type;
@@ -59,7 +59,13 @@ const FrameBufferData* passBlock(const scene::Database& database, const scene::C
 
 bool checkPassBlock(const scene::Database& database, const scene::CameraElement& camera, Log& log) {
     const scene::UserdataElement* const element = passBlockElement(database, camera);
-    if (!element || !element->declaration) return true; // raw bytes are the library's to check
+    if (!element) return true;
+    if (!isWhole(const_cast<FrameBufferData&>(*blockOf(*element)), element->userdata()->parameter_size)) {
+        log.errorAt(element->location, "MAIN",
+                    "the frame-buffer data block is damaged: its arrays reach beyond its end");
+        return false;
+    }
+    if (!element->declaration) return true; // the counts of raw bytes are the library's to check
     const FrameBufferData& block = *blockOf(*element);
     const miInteger* const counts = arrayElements(block.FrameBufferTypeCounts, block.i_FrameBufferTypeCounts);
     const int types = std::clamp(block.n_FrameBufferTypeCounts, 0, PASS_TYPE_COUNT);

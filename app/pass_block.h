@@ -19,7 +19,8 @@ namespace orca::app {
 /// counts.
 [[nodiscard]] int typeOfRecord(const FrameBufferData& block, int index);
 
-/// False, with an error, when the camera's block does not have as many records as its counts say.
+/// False, with an error, when the camera's block is damaged or does not have as many records as its counts
+/// say. Before anything else reads the block.
 [[nodiscard]] bool checkPassBlock(const scene::Database& database, const scene::CameraElement& camera,
                                   Log& log);
 

@@ -36,9 +36,11 @@ int raysForThroughput(int rays, float throughput, const VelabaseState& vela) {
 /// Incoming light from the renderer's gather. The throughput has been set for it.
 miColor gathered(miState* state, VelabaseState& vela) {
     unsigned settingsTag = miNULLTAG;
-    const auto* const settings = static_cast<const GatherSettings*>(
+    const auto* settings = static_cast<const GatherSettings*>(
         velaObjectData(state->instance, GATHER_SETTINGS_KIND, &settingsTag));
     const Unpin settingsPin(settings ? settingsTag : miNULLTAG);
+    if (settings && parameterBytes(settings) < static_cast<int>(sizeof *settings))
+        settings = nullptr; // raw words that only begin like settings
 
     miColor incoming = BLACK;
     if (settings) {

@@ -47,22 +47,14 @@ FrameBufferDataBlock getFrameBufferDataBlock(miState* state) {
     return found;
 }
 
-bool isWhole(const FrameBufferData& block) {
-    const int size = parameterBytes(&block);
-    return size >= static_cast<int>(offsetof(FrameBufferData, FrameBufferTypeCounts)) &&
-           arrayFits(block, block.nonMaterialFrameBuffers, block.i_nonMaterialFrameBuffers,
-                     block.n_nonMaterialFrameBuffers, size) &&
-           arrayFits(block, block.frameBufferInfo, block.i_frameBufferInfo, block.n_frameBufferInfo, size) &&
-           arrayFits(block, block.FrameBufferTypeCounts, block.i_FrameBufferTypeCounts,
-                     block.n_FrameBufferTypeCounts, size);
-}
-
 unsigned getNonMaterialPassFrameBufferIndex(miState* state, int passIndex) {
     const FrameBufferDataBlock data = getFrameBufferDataBlock(state);
     if (!data.block) return 0;
     const Unpin unpin(data.tag);
     FrameBufferData& block = *data.block;
-    if (!isWhole(block) || passIndex < 0 || passIndex >= block.n_nonMaterialFrameBuffers) return 0;
+    if (!isWhole(block, parameterBytes(&block)) || passIndex < 0 ||
+        passIndex >= block.n_nonMaterialFrameBuffers)
+        return 0;
     const miTag* const names = arrayElements(block.nonMaterialFrameBuffers, block.i_nonMaterialFrameBuffers);
     return getNamedFrameBufferID(state, names[passIndex]);
 }

@@ -22,9 +22,6 @@ ORCA_EXPORT unsigned getNonMaterialPassFrameBufferIndex(miState* state, int pass
 
 } // extern "C"
 
-/// False for a data block whose arrays reach beyond its end: cut off, or written in the other byte order.
-[[nodiscard]] bool isWhole(const FrameBufferData& block);
-
 /// True while image samples are rendered, the only time at which passes may be touched.
 [[nodiscard]] bool inImagePhase(miState* state);
 

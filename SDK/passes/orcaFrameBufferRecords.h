@@ -143,6 +143,17 @@ template <class Block, class T>
     return offset + end * static_cast<std::int64_t>(sizeof(T)) <= size;
 }
 
+/// False for a data block whose arrays reach beyond its `size` bytes: cut off, or written in the other byte
+/// order.
+[[nodiscard]] inline bool isWhole(FrameBufferData& block, int size) noexcept {
+    return size >= static_cast<int>(offsetof(FrameBufferData, FrameBufferTypeCounts)) &&
+           arrayFits(block, block.nonMaterialFrameBuffers, block.i_nonMaterialFrameBuffers,
+                     block.n_nonMaterialFrameBuffers, size) &&
+           arrayFits(block, block.frameBufferInfo, block.i_frameBufferInfo, block.n_frameBufferInfo, size) &&
+           arrayFits(block, block.FrameBufferTypeCounts, block.i_FrameBufferTypeCounts,
+                     block.n_FrameBufferTypeCounts, size);
+}
+
 /// A camera's data block as found. Unless `block` is null the element `tag` is pinned; the caller unpins it.
 struct FrameBufferDataBlock {
     FrameBufferData* block;

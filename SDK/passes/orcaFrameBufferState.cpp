@@ -5,6 +5,7 @@
 #include "orcaConstants.h"
 #include "orcaGuards.h"
 #include "orcaRenderPassUtilities.h"
+#include "orcaUserData.h"
 #include "orcaUtilities.h"
 #include "orcaVelaState.h"
 
@@ -37,7 +38,7 @@ miBoolean createRecords(miState* state) {
     if (!found.block || found.tag == miNULLTAG) return miFALSE;
     const Unpin unpin(found.tag);
     FrameBufferData& data = *found.block;
-    if (!isWhole(data)) {
+    if (!isWhole(data, parameterBytes(&data))) {
         orcaError("orcaFrameBufferState(): The camera's frame-buffer data block is damaged: its arrays reach "
                   "beyond its end. There are no passes. Re-export the .mi");
         return miFALSE;

@@ -2,6 +2,7 @@
 #include "image/exr_file.h"
 
 #include "base/parallel_for.h"
+#include "image/exr_header.h"
 #include "image/exr_stream.h"
 #include "image/file_in_place.h"
 #include "image/image_types.h"
@@ -200,6 +201,7 @@ void writeExr(const std::string& path, const PictureFrame& frame, const std::vec
 }
 
 std::optional<FinishedPicture> finishedPicture(const std::string& path) {
+    if (!faultOfExrHeader(path).empty()) return {};
     try {
         Imf::MultiPartInputFile file(path.c_str());
         for (int part = 0; part < file.parts(); ++part)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/merge_exr.h"
 
+#include "image/exr_header.h"
 #include "image/exr_stream.h"
 
 #include <OpenEXR/ImfChannelList.h>
@@ -18,6 +19,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -32,7 +34,8 @@ namespace {
 using Imath::Box2i;
 
 constexpr const char* renderTime = "renderSeconds";
-constexpr int rowsAtATime = 32; // a whole number of any compression's blocks
+constexpr int rowsAtATime = 32;        // a whole number of any compression's blocks
+constexpr std::int64_t widest = 65536; // and highest picture that is rendered
 
 /// One of the files to join.
 struct Window {
@@ -45,14 +48,24 @@ struct Window {
     throw std::runtime_error(reason);
 }
 
+/// Of a damaged header, which may hold any numbers.
+bool isPlausible(const Box2i& box) {
+    const std::int64_t width = std::int64_t{box.max.x} - box.min.x + 1;
+    const std::int64_t height = std::int64_t{box.max.y} - box.min.y + 1;
+    return width > 0 && width <= widest && height > 0 && height <= widest;
+}
+
 Window open(const std::string& path) {
     try {
+        if (const std::string fault = faultOfExrHeader(path); !fault.empty()) fail(fault);
         const Imf::MultiPartInputFile file(path.c_str());
         Window window{path, {}};
         for (int part = 0; part < file.parts(); ++part) {
             const Imf::Header& header = file.header(part);
             if (!file.partComplete(part)) fail("it is not complete");
             if (header.hasType() && header.type() != Imf::SCANLINEIMAGE) fail("it does not hold scan lines");
+            if (!isPlausible(header.dataWindow()) || !isPlausible(header.displayWindow()))
+                fail(fmt::format("its pixels are not between 1 x 1 and {0} x {0}", widest));
             if (header.dataWindow() != file.header(0).dataWindow()) fail("its layers have different windows");
             window.headers.push_back(header);
         }

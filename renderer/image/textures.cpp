@@ -2,6 +2,7 @@
 #include "image/textures.h"
 
 #include "image/cached_image.h"
+#include "image/exr_header.h"
 #include "image/incomplete_image.h"
 #include "image/inline_pixels.h"
 
@@ -14,6 +15,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <tuple>
@@ -82,6 +84,12 @@ std::optional<std::string> firstFile(const std::vector<std::string>& candidates)
     return {};
 }
 
+/// The extensions that the image library hands to its decoder of films.
+std::vector<std::string> filmExtensions() {
+    std::map<std::string, std::vector<std::string>> extensions = OIIO::get_extension_map();
+    return extensions["ffmpeg"];
+}
+
 /// Why the cache would end the process over a file's header; empty for what it can read, and for what it says
 /// itself that it cannot.
 std::string whyUnusable(const std::string& path) {
@@ -90,6 +98,7 @@ std::string whyUnusable(const std::string& path) {
     const int sampleBytes = start[3];
     if (start[0] == 0x01 && start[1] == 0xda && sampleBytes != 1 && sampleBytes != 2)
         return fmt::format("its header says {} bytes a sample, and 1 and 2 are possible", sampleBytes);
+    if (std::string fault = faultOfExrHeader(path); !fault.empty()) return fault;
     const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(path);
     if (!input) {
         static_cast<void>(OIIO::geterror()); // clears it
@@ -118,6 +127,13 @@ struct Loaded {
 };
 
 } // namespace
+
+bool isFilm(const std::string& path) {
+    static const std::vector<std::string> extensions = filmExtensions();
+    std::string own = fs::path(path).extension().string();
+    std::transform(own.begin(), own.end(), own.begin(), [](unsigned char c) { return std::tolower(c); });
+    return !own.empty() && std::find(extensions.begin(), extensions.end(), own.substr(1)) != extensions.end();
+}
 
 struct Textures::Implementation {
     Log& log;

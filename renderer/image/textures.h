@@ -32,6 +32,10 @@ struct TextureLookup {
     Magnified magnified = Magnified::Bilinear;
 };
 
+/// True for films, by the extension of the name: a decoder of theirs may open what else they refer to. A
+/// still image is one file.
+[[nodiscard]] bool isFilm(const std::string& path);
+
 /// Image look-ups through one shared texture cache; safe from any thread, without a lock after a texture's
 /// first look-up. A file that cannot be read is one message that names the texture and the place of its
 /// statement; look-ups of it are false.

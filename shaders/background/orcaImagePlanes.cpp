@@ -24,7 +24,11 @@ public:
                     : nullptr),
           pin_(data_ ? tag_ : miNULLTAG) {}
 
-    [[nodiscard]] bool empty() const { return !data_ || data_->n_planes <= 0; }
+    /// Also of a list that reaches beyond its block, as raw words may.
+    [[nodiscard]] bool empty() const {
+        return !data_ || data_->n_planes <= 0 ||
+               !arrayFits(*data_, data_->planes, data_->i_planes, data_->n_planes, parameterBytes(data_));
+    }
     [[nodiscard]] bool contains(miTag element) const {
         const miTag* const first = arrayElements(data_->planes, data_->i_planes);
         return std::find(first, first + data_->n_planes, element) != first + data_->n_planes;

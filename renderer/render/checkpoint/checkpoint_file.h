@@ -86,12 +86,16 @@ public:
     std::vector<T> array(std::uint64_t most) {
         static_assert(std::is_trivially_copyable_v<T>);
         const auto count = value<std::uint64_t>();
-        if (count > most) damaged();
+        if (count > most || count > left_ / sizeof(T)) damaged(); // before there is memory for it
         std::vector<T> values(count);
         bytes(values.data(), count * sizeof(T));
         return values;
     }
     std::string text();
+    /// Throws unless there are at least so many bytes still to be read.
+    void demand(std::uint64_t count) const {
+        if (count > left_) damaged();
+    }
     /// Reads and compares the checksum; everything before it has to have been read.
     void finish();
     [[noreturn]] void damaged() const;

@@ -6,6 +6,14 @@
 
 namespace orca::scene {
 
+namespace {
+
+constexpr int largestBlock = 1 << 30; // bytes
+constexpr std::size_t mostZeros = std::size_t{1}
+                                  << 26; // that an announced size adds to the bytes that follow
+
+} // namespace
+
 void Reader::readData(const Token& token, bool incremental) {
     auto& element = target<UserdataElement>(token, miSCENE_USERDATA, incremental);
     const Definition defined(*this, token, element.tag);
@@ -42,6 +50,7 @@ void Reader::readData(const Token& token, bool incremental) {
             if (element.declaration != declaration) {
                 element.declaration = declaration;
                 element.values.assign(declaration->parameters.size(), {});
+                element.rebuild(); // a block of its declaration, even where its parameters are faulty
             }
             connectionsAllowed_ = false;
             readParameters(declaration->parameters, element.values, ')', {owner, element.name},
@@ -70,9 +79,15 @@ std::string Reader::readDataFile(const std::string& file, const SourceLocation& 
     if (!file.starts_with('/')) candidates.insert(candidates.begin(), stream_.directory() + file);
     std::string reason;
     for (const std::string& path : candidates) {
+        if (options_.mayRead && !options_.mayRead(path)) {
+            reason = ", which may not be read";
+            continue;
+        }
         try {
             std::optional<std::string> content = readWholeFile(path, options_.stop);
             if (!content) continue;
+            if (content->size() > std::size_t{largestBlock})
+                throw std::runtime_error(fmt::format("a data block has at most {} bytes", largestBlock));
             scene_.files_.push_back({path, location});
             return *std::move(content);
         } catch (const std::exception& fault) {
@@ -85,10 +100,10 @@ std::string Reader::readDataFile(const std::string& file, const SourceLocation& 
 }
 
 void Reader::readRawData(UserdataElement& element, const SourceLocation& location) {
-    constexpr int largest = 1 << 30;
     const Token at = next();
     const int size = at.integer;
-    if (!at.fitsInteger || size < 0 || size > largest) fail(at, "a data block has 0 to {} bytes", largest);
+    if (!at.fitsInteger || size < 0 || size > largestBlock)
+        fail(at, "a data block has 0 to {} bytes", largestBlock);
     if (!peek().is('[')) fail(peek(), "expected \"[\" before the bytes, not {}", peek().shown());
     next();
     std::vector<unsigned char> bytes;
@@ -96,6 +111,11 @@ void Reader::readRawData(UserdataElement& element, const SourceLocation& locatio
     if (bytes.size() > static_cast<std::size_t>(size)) {
         error(location, "data \"{}\" has {} bytes, more than the {} it announces", element.name, bytes.size(),
               size);
+    }
+    if (static_cast<std::size_t>(size) > bytes.size() + mostZeros) {
+        error(location, "data \"{}\" has {} bytes, far fewer than the {} it announces", element.name,
+              bytes.size(), size);
+        return;
     }
     bytes.resize(static_cast<std::size_t>(size));
     element.declaration = nullptr;

@@ -93,7 +93,6 @@ void Reader::readInlinePixels(TextureElement& element, const SourceLocation& loc
               "texture \"{}\": {} x {} pixels of {} components with {} bytes each need {} bytes, not {}",
               element.name, element.width, element.height, element.components, element.bytesPerComponent,
               needed, element.pixels.size());
-        element.pixels.resize(needed);
     }
 }
 

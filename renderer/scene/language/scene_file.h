@@ -37,6 +37,9 @@ struct ParserOptions {
     bool renderAnyway = false;               ///< render statements of a scene with errors count
     bool strict = false;                     ///< what has no effect is an error
     const std::atomic<bool>* stop = nullptr; ///< when set, reading ends with an error; null: never
+    /// Whether a statement of the scene may read the file with this path; when empty, all are allowed. Of the
+    /// files that are read while the scene is, those given to parseFile left out.
+    std::function<bool(const std::string& path)> mayRead;
 };
 
 /// A file that has been read, and the statement that asked for it; no place for the scene's own files.

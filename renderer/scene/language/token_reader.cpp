@@ -8,7 +8,7 @@ TokenReader::TokenReader(Scene& scene, const ParserOptions& options)
       options_(options),
       log_(scene.log_),
       memory_(*scene.memory_),
-      stream_(memory_.variables, options.includePaths, scene.files_, options.stop) {
+      stream_(memory_.variables, options, scene.files_) {
 }
 
 void TokenReader::countError(const SourceLocation& location, const std::string& text) {

@@ -14,9 +14,9 @@ std::string directoryOf(const std::string& path) {
     return slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
 }
 
-TokenStream::TokenStream(const Variables& variables, std::vector<std::string> includePaths,
-                         std::vector<ReadFile>& files, const std::atomic<bool>* stop)
-    : variables_(variables), includePaths_(std::move(includePaths)), files_(files), stop_(stop) {
+TokenStream::TokenStream(const Variables& variables, const ParserOptions& options,
+                         std::vector<ReadFile>& files)
+    : variables_(variables), options_(options), files_(files) {
 }
 
 void TokenStream::open(const std::string& name, std::string text) {
@@ -54,7 +54,7 @@ const Token& TokenStream::peek(std::size_t ahead) {
 }
 
 void TokenStream::checkStop() const {
-    if (stop_ && stop_->load(std::memory_order_relaxed))
+    if (options_.stop && options_.stop->load(std::memory_order_relaxed))
         throw UnusableFile(sources_[stack_.back()].lexer->here(), "interrupted");
 }
 
@@ -220,13 +220,17 @@ void TokenStream::include(const std::string& name, bool searchPathsOnly, const S
         tried.push_back(file);
     } else {
         if (!searchPathsOnly) tried.push_back(directory() + file);
-        for (const std::string& path : includePaths_)
+        for (const std::string& path : options_.includePaths)
             tried.push_back(path.empty() ? file : path + "/" + file);
     }
-    for (const std::string& path : tried) {
+    for (std::string& path : tried) {
+        if (options_.mayRead && !options_.mayRead(path)) {
+            path += " (which may not be read)";
+            continue;
+        }
         std::optional<std::string> text;
         try {
-            text = readSourceText(path, stop_);
+            text = readSourceText(path, options_.stop);
         } catch (const std::exception& reason) {
             throw UnusableFile(location,
                                fmt::format("cannot read the included file \"{}\": {}", path, reason.what()));

@@ -13,6 +13,7 @@
 
 namespace orca::scene {
 
+struct ParserOptions;
 struct ReadFile;
 
 /// A file that cannot be read any further. Everything after it would miss what it defines.
@@ -27,9 +28,8 @@ public:
 /// act when the reader's look-ahead reaches them, so the reader looks ahead only where the grammar needs it.
 class TokenStream {
 public:
-    /// Adds what it includes to `files`. Throws UnusableFile once `stop` (may be null) is set.
-    TokenStream(const Variables& variables, std::vector<std::string> includePaths,
-                std::vector<ReadFile>& files, const std::atomic<bool>* stop);
+    /// Adds what it includes to `files`. Throws UnusableFile once the options' `stop` is set.
+    TokenStream(const Variables& variables, const ParserOptions& options, std::vector<ReadFile>& files);
 
     void open(const std::string& name, std::string text);
     /// Runs the side effects of a registry entry; it may call `include`.
@@ -82,9 +82,8 @@ private:
     void skipCode(const SourceLocation& location);
 
     const Variables& variables_;
-    std::vector<std::string> includePaths_;
+    const ParserOptions& options_;
     std::vector<ReadFile>& files_;
-    const std::atomic<bool>* stop_;
     std::function<void(const std::string&, const SourceLocation&)> lookup_;
     std::vector<Source> sources_;    // all that were opened: tokens point into their texts
     std::vector<std::size_t> stack_; // indices of those being read
