@@ -295,6 +295,40 @@ void addMachineOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->type_name("LEVEL");
 }
 
+/// For scenes from strangers.
+void addConfinementOptions(CLI::App& app, CommandLine& command) {
+    const std::string group = "Confinement";
+    CLI::Validator folder = CLI::ExistingDirectory;
+    folder.description(""); // the type's name says it
+    app.add_flag("--no-link", command.linksShippedOnly,
+                 "refuse the shader libraries that the scene names, except those that come with the command")
+        ->group(group);
+    app.add_option(
+           "--read-only-under", command.readFolders,
+           "refuse files that the scene names, libraries included, unless they are below this folder; "
+           "may be given several times")
+        ->group(group)
+        ->type_name("DIR")
+        ->check(folder);
+    app.add_option("--write-only-under", command.writeFolders,
+                   "refuse to write files unless they are below this folder; may be given several times")
+        ->group(group)
+        ->type_name("DIR")
+        ->check(folder);
+    app.add_option("--limit-time", command.limits.seconds, "stop after so many seconds")
+        ->group(group)
+        ->type_name("SECONDS")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--limit-memory", command.limits.megabytes, "stop when more memory is in use, in MB")
+        ->group(group)
+        ->type_name("MB")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--limit-rays", command.limits.rays, "stop after so many rays, of all pictures together")
+        ->group(group)
+        ->type_name("N")
+        ->check(CLI::PositiveNumber);
+}
+
 void convertCheckpoint(const RawOptions& raw, CommandLine& command) {
     constexpr double usualSeconds = 60.0;
     if (raw.checkpoint.empty() && !command.resumes) return;
@@ -401,9 +435,11 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
     addPictureOptions(app, command, raw);
     addOutputOptions(app, command, raw);
     addMachineOptions(app, command, raw);
+    addConfinementOptions(app, command);
     // An option of several values must not swallow the scene that follows it; lists of paths come one at a
     // time.
-    for (const char* list : {"-I", "-L", "-T", "--link", "--set", "--registry", "--passes"})
+    for (const char* list : {"-I", "-L", "-T", "--link", "--set", "--registry", "--passes",
+                             "--read-only-under", "--write-only-under"})
         app.get_option(list)->allow_extra_args(false);
     addDocuments(app, "mi",
                  {{"Environment",

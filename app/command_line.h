@@ -5,6 +5,8 @@
 #include "scene/elements/option_statements.h"
 
 #include <array>
+#include <chrono>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -29,6 +31,14 @@ struct Overrides {
     std::optional<std::array<int, 4>> window; ///< xl yl xh yh, inclusive, lower left origin
     std::optional<GridPart> part;             ///< instead of a window
     std::vector<Option> options;              ///< statements of the scene's options, over its own
+};
+
+/// What the command may take; 0: as much as it likes.
+struct ResourceLimits {
+    double seconds = 0;        ///< from `start` on
+    std::size_t megabytes = 0; ///< resident memory, millions of bytes
+    std::uint64_t rays = 0;    ///< of all pictures
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 
 /// What the user asked for.
@@ -59,6 +69,9 @@ struct CommandLine {
     std::vector<std::string> includePaths, libraryPaths, texturePaths, libraries;
     std::size_t textureMegabytes = 1024;
     std::map<std::string, std::string> variables, registry;
+    bool linksShippedOnly = false;                      ///< of the libraries that scenes name
+    std::vector<std::string> readFolders, writeFolders; ///< below which alone files are; empty: anywhere
+    ResourceLimits limits;
     std::optional<LogLevel> verbosity;
     Overrides overrides;
 };

@@ -11,6 +11,8 @@ std::span<const ExitCodeMeaning> exitCodes() {
         {"3", "the scene has errors"},
         {"4", "a file could not be written"},
         {"5", "stopped; a checkpoint holds what is rendered, and --resume goes on with it"},
+        {"6",
+         "a limit of --limit-time, --limit-memory or --limit-rays was reached, and there is no checkpoint"},
         {"128+N", "ended by signal N"}};
     return all;
 }

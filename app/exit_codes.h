@@ -15,6 +15,7 @@ enum ExitCode : int {
     exitSceneError = 3,
     exitNotWritten = 4,
     exitStopped = 5,
+    exitLimit = 6,
 };
 
 struct ExitCodeMeaning {

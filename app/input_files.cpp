@@ -41,15 +41,17 @@ fs::path tiltFileOf(const fs::path& path) {
 } // namespace
 
 std::vector<InputFile> inputFiles(const scene::Scene& scene, const image::Textures& textures,
-                                  const shading::ShaderRuntime& runtime) {
+                                  const shading::ShaderRuntime& runtime, const FilePolicy& policy) {
     std::vector<InputFile> files;
     std::set<std::string> paths;
     const auto add = [&](InputFile file) {
         if (!file.path.empty() && paths.insert(file.path).second) files.push_back(std::move(file));
     };
     for (const scene::ReadFile& file : scene.files())
-        add({file.path, file.includedAt.line > 0 ? "an included file" : "the scene", file.includedAt});
-    for (const std::string& library : runtime.libraries()) add({library, "a shader library", {}});
+        add({file.path, file.includedAt.line > 0 ? "an included file" : "the scene", file.includedAt, false,
+             true});
+    for (const std::string& library : runtime.libraries())
+        add({library, "a shader library", {}, false, true});
     const scene::Database& database = scene.database();
     for (miTag tag = 1; tag < database.endTag(); ++tag) {
         if (const auto* texture = database.find<scene::TextureElement>(tag)) {
@@ -57,7 +59,8 @@ std::vector<InputFile> inputFiles(const scene::Scene& scene, const image::Textur
         } else if (const auto* profile = database.find<scene::LightProfileElement>(tag)) {
             const fs::path path = fs::path(profile->sceneDirectory) / profile->file; // or absolute
             add(fileAt(path, *profile));
-            if (profile->format != scene::LightProfileElement::Format::Ies) continue;
+            if (profile->format != scene::LightProfileElement::Format::Ies || !policy.mayRead(path.string()))
+                continue;
             if (const fs::path tilt = tiltFileOf(path); !tilt.empty()) add(fileAt(tilt, *profile));
         }
     }

@@ -15,6 +15,9 @@ struct Installation {
 };
 [[nodiscard]] Installation installation();
 
+/// The shader libraries that come with the command.
+inline constexpr const char* shippedLibraries[] = {"orca.so", "velabase.so"};
+
 /// Directories of a colon-separated environment variable; empty parts are left out.
 [[nodiscard]] std::vector<std::string> pathsFromEnvironment(const char* variable);
 

@@ -4,6 +4,7 @@
 #include "command_line.h"
 #include "exit_codes.h"
 #include "frames.h"
+#include "limit_watcher.h"
 #include "output_files.h"
 #include "overrides.h"
 #include "pass_catalogue.h"
@@ -44,12 +45,14 @@ std::string sharedByFrames(const CommandLine& command, std::size_t frames) {
 /// Renders the scenes of some frames, in a process of its own. Returns an exit code.
 int renderFrames(const CommandLine& command, Log& log, const std::vector<std::optional<int>>& frames,
                  OutputFiles& files, const RunStart& start) {
-    const StopSignal stop(command.checkpointSeconds ? StopSignal::End::WhenReady : StopSignal::End::Soon);
+    StopSignal stop(command.checkpointSeconds ? StopSignal::End::WhenReady : StopSignal::End::Soon);
+    LimitWatcher limits(command.limits, stop, log);
     std::map<std::string, InputFile> inputs;
     int exitCode = exitRendered;
     for (std::size_t scene = start.scene; scene < frames.size(); ++scene) {
         send(SceneBegins{scene});
-        SceneRun run(command, log, stop, files, frames[scene], scene == start.scene ? start.pictures : 0);
+        SceneRun run(command, log, stop, limits, files, frames[scene],
+                     scene == start.scene ? start.pictures : 0);
         const int code = run.run();
         inputs.insert(run.inputs().begin(), run.inputs().end());
         if (exitCode == exitRendered) exitCode = code;

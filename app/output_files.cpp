@@ -63,7 +63,8 @@ bool isStream(const std::string& path) {
     return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
 }
 
-OutputFiles::OutputFiles(const CommandLine& command, Log& log) : command_(command), log_(log) {
+OutputFiles::OutputFiles(const CommandLine& command, Log& log)
+    : command_(command), log_(log), policy_(command) {
 }
 
 std::string OutputFiles::nameFor(const std::string& pattern, const char* option, int frame) {
@@ -123,8 +124,17 @@ std::vector<OutputFiles::Planned> OutputFiles::planned(const PictureFiles& files
     add(files.checkpoint, "the checkpoint (--checkpoint)",
         pixels * picture.framebuffers().wordsPerSample() * 4);
     add(command_.statisticsFile, "the statistics (--stats-json)", 0);
-    std::erase_if(plan, [](const Planned& file) { return isStream(file.path); });
     return plan;
+}
+
+bool OutputFiles::checkPolicy(const std::vector<Planned>& plan) const {
+    bool good = true;
+    for (const Planned& file : plan) {
+        if (policy_.mayWrite(file.path)) continue;
+        log_.error("MAIN", "\"{}\", {}, is refused: {}", file.path, file.role, policy_.writingRule());
+        good = false;
+    }
+    return good;
 }
 
 bool OutputFiles::checkConflicts(const std::vector<Planned>& plan, const std::vector<InputFile>& inputs,
@@ -190,7 +200,9 @@ bool OutputFiles::checkSpace(const std::vector<Planned>& plan) const {
 
 bool OutputFiles::check(const PictureFiles& files, const render::Picture& picture,
                         const std::vector<InputFile>& inputs) {
-    const std::vector<Planned> plan = planned(files, picture);
+    std::vector<Planned> plan = planned(files, picture);
+    if (!checkPolicy(plan)) return false;
+    std::erase_if(plan, [](const Planned& file) { return isStream(file.path); });
     if (!checkConflicts(plan, inputs, files)) return false;
     if (!files.layerDirectory.empty()) {
         std::error_code problem; // what could not be made is found missing next

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "command_line.h"
+#include "file_policy.h"
 #include "input_files.h"
 
 #include "base/log.h"
@@ -35,9 +36,9 @@ public:
     /// the command line without ####.
     PictureFiles next(const image::FramebufferSet& buffers, int frame);
 
-    /// False, with messages, when a file would overwrite one of `inputs`, another file of this picture or one
-    /// of an earlier picture, when it cannot be created or when the files do not fit on their disks; for use
-    /// before rendering. Makes the folder of the layers' PNGs.
+    /// False, with messages, when a file may not be written, would overwrite one of `inputs`, another file of
+    /// this picture or one of an earlier picture, when it cannot be created or when the files do not fit on
+    /// their disks; for use before rendering. Makes the folder of the layers' PNGs.
     [[nodiscard]] bool check(const PictureFiles& files, const render::Picture& picture,
                              const std::vector<InputFile>& inputs);
 
@@ -66,12 +67,14 @@ private:
     std::string nameFor(const std::string& pattern, const char* option, int frame);
     [[nodiscard]] std::vector<Planned> planned(const PictureFiles& files,
                                                const render::Picture& picture) const;
+    [[nodiscard]] bool checkPolicy(const std::vector<Planned>& plan) const;
     bool checkConflicts(const std::vector<Planned>& plan, const std::vector<InputFile>& inputs,
                         const PictureFiles& files);
     [[nodiscard]] bool checkSpace(const std::vector<Planned>& plan) const;
 
     const CommandLine& command_;
     Log& log_;
+    FilePolicy policy_;
     std::set<std::string> named_;      ///< of the command line's names, what is taken
     std::map<std::string, int> frame_; ///< that a file of this run holds, by its path without links
 };

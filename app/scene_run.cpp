@@ -76,11 +76,13 @@ float pixelAspect(const miCamera& camera, int width, int height) {
 
 } // namespace
 
-SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, OutputFiles& files,
-                   std::optional<int> frame, int skipped)
+SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, LimitWatcher& limits,
+                   OutputFiles& files, std::optional<int> frame, int skipped)
     : command_(command),
       log_(log),
       stop_(stop),
+      limits_(limits),
+      policy_(command),
       frame_(frame),
       scene_(log),
       runtime_(scene_.database(), log),
@@ -96,6 +98,8 @@ SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop,
 int SceneRun::run() {
     const scene::ParserOptions& options = parserOptions_ = parserOptions(command_);
     parserOptions_.stop = &stop_.flag();
+    if (policy_.restrictsReading())
+        parserOptions_.mayRead = [this](const std::string& path) { return policy_.mayRead(path); };
     scene::ParserCallbacks& callbacks = parserCallbacks_;
     callbacks.link = [this](const std::string& file, const SourceLocation& location) {
         return link(file, location);
@@ -169,10 +173,24 @@ bool SceneRun::checkWindow(const render::Picture& picture) const {
 }
 
 void SceneRun::collectInputs() {
-    for (InputFile& file : inputFiles(scene_, textures_, runtime_)) {
+    for (InputFile& file : inputFiles(scene_, textures_, runtime_, policy_)) {
         const std::string path = file.path;
         inputs_.emplace(path, std::move(file));
     }
+}
+
+bool SceneRun::mayReadInputs() {
+    if (!policy_.restrictsReading() || refusesInput_) return !refusesInput_;
+    for (const auto& [path, file] : inputs_) {
+        if (file.opened || file.missing) continue;
+        std::string reason;
+        if (!policy_.mayRead(path)) reason = policy_.readingRule();
+        else if (image::isFilm(path)) reason = "a film may name other files, and not all may be read";
+        if (reason.empty()) continue;
+        log_.errorAt(file.place, "MAIN", "{}: \"{}\" is refused: {}", file.what, path, reason);
+        refusesInput_ = true;
+    }
+    return !refusesInput_;
 }
 
 bool SceneRun::reportMissingInputs() const {
@@ -191,7 +209,12 @@ void SceneRun::fail(int exitCode) {
 }
 
 bool SceneRun::link(const std::string& file, const SourceLocation& location) {
-    return runtime_.loadLibrary(file, libraryPaths_, location);
+    const bool isOfCommandLine = location.line == 0;
+    if (isOfCommandLine || policy_.mayLinkAll()) return runtime_.loadLibrary(file, libraryPaths_, location);
+    const std::vector<std::string> paths = policy_.linkable(file, libraryPaths_);
+    if (!paths.empty()) return runtime_.loadLibrary(file, paths, location);
+    log_.errorAt(location, "MAIN", "the shader library \"{}\" is refused: {}", file, policy_.linkingRule());
+    return false;
 }
 
 int SceneRun::frameNumber(const scene::CameraElement& camera, const scene::RenderRequest& request) const {
@@ -225,6 +248,7 @@ bool SceneRun::preparePasses(scene::CameraElement& camera, scene::OptionsElement
 }
 
 bool SceneRun::check() {
+    if (!mayReadInputs()) return false;
     runtime_.bind();
     for (miTag tag = 1; tag < scene_.database().endTag(); ++tag) {
         const auto* texture = scene_.database().find<scene::TextureElement>(tag);
@@ -268,6 +292,10 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     }
     warnOfOblongPixels(picture);
     collectInputs();
+    if (!mayReadInputs()) {
+        fail(exitSceneError);
+        return false;
+    }
     if (command_.checksOnly || command_.listsInputs) return true;
     if (command_.strict && !reportMissingInputs()) {
         fail(exitSceneError);
@@ -282,7 +310,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
 bool SceneRun::renderInto(const PictureFiles& files, render::Picture picture) {
     const CostMeter cost(log_);
     const int frame = files.frame;
-    const std::vector<InputFile> inputs = inputFiles(scene_, textures_, runtime_);
+    const std::vector<InputFile> inputs = inputFiles(scene_, textures_, runtime_, policy_);
     const render::CheckpointHeader identity = pictureIdentity(command_, picture, frame, inputs);
     if (checkpoints_.isFinished(files, identity, frame)) return true;
     if (!files_.check(files, picture, inputs)) {
@@ -350,6 +378,7 @@ std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture pic
     render::RenderSettings settings;
     settings.threads = command_.threads;
     settings.stop = &stop_.flag();
+    settings.rays = limits_.rayMeter();
     settings.progress = [&](double share) { progress.update(share); };
     settings.checkpoint = checkpoints_.settings(files, picture, identity, files.frame);
     watchExit();

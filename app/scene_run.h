@@ -3,6 +3,8 @@
 
 #include "checkpoints.h"
 #include "command_line.h"
+#include "file_policy.h"
+#include "limit_watcher.h"
 #include "output_files.h"
 #include "pass_masks.h"
 #include "pass_preset.h"
@@ -28,8 +30,8 @@ public:
     /// @param frame replaces #### in the scenes' names
     /// @param files of all pictures of the command
     /// @param skipped pictures to be left out: another process has begun them
-    SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, OutputFiles& files,
-             std::optional<int> frame, int skipped);
+    SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, LimitWatcher& limits,
+             OutputFiles& files, std::optional<int> frame, int skipped);
 
     /// Reads the scene and renders each picture at its render statement. Returns an exit code.
     int run();
@@ -66,6 +68,8 @@ private:
     void reportMissingFrames();
     /// Adds what the scene needs as it is now.
     void collectInputs();
+    /// False, the first time with messages, when the scene names a file that it may not have read.
+    [[nodiscard]] bool mayReadInputs();
     /// False, with messages, when a file that the scene needs is missing.
     [[nodiscard]] bool reportMissingInputs() const;
     [[nodiscard]] bool checkWindow(const render::Picture& picture) const;
@@ -74,6 +78,8 @@ private:
     const CommandLine& command_;
     Log& log_;
     const StopSignal& stop_;
+    LimitWatcher& limits_;
+    FilePolicy policy_;
     std::optional<int> frame_;
     scene::Scene scene_;
     shading::ShaderRuntime runtime_;
@@ -90,6 +96,7 @@ private:
     std::set<int> frames_;                    ///< of the scene's render statements so far
     int skipped_;                             ///< pictures that are still to be left out
     bool isLastFile_ = false;                 ///< of those that make the scene
+    bool refusesInput_ = false;               ///< has told of a file that may not be read
     int exitCode_ = 0;
 };
 

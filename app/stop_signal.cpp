@@ -20,6 +20,7 @@ constexpr long graceNanoseconds = 80'000'000;
 std::atomic<bool> stopping{false};
 std::atomic<int> received{0};
 std::atomic<int> requests{0};
+std::atomic<int> ownExitCode{0};
 static_assert(std::atomic<bool>::is_always_lock_free &&
               std::atomic<int>::is_always_lock_free); // used in a handler
 sem_t* arrived = nullptr;
@@ -121,8 +122,14 @@ const std::atomic<int>& StopSignal::checkpointRequests() const {
     return requests;
 }
 
+void StopSignal::stop(int exitCode) {
+    ownExitCode = exitCode;
+    stopping = true;
+    ::sem_post(&arrived_);
+}
+
 int StopSignal::exitCode() const {
-    return received == 0 ? 0 : 128 + received;
+    return received == 0 ? ownExitCode.load() : 128 + received;
 }
 
 } // namespace orca::app

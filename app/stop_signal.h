@@ -24,9 +24,11 @@ public:
     StopSignal& operator=(const StopSignal&) = delete;
 
     [[nodiscard]] const std::atomic<bool>& flag() const;
+    /// Stops as a signal does, for a reason of the process's own.
+    void stop(int exitCode);
     /// Number of checkpoints that were asked for.
     [[nodiscard]] const std::atomic<int>& checkpointRequests() const;
-    /// 128 + the number of the signal that came; 0 when none did.
+    /// 128 + the number of the signal that came, else that of `stop`; 0 when nothing stops the process.
     [[nodiscard]] int exitCode() const;
 
 private:

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "render/checkpoint/checkpoint_settings.h"
+#include "render/ray_meter.h"
 
 #include <atomic>
 #include <functional>
@@ -15,6 +16,7 @@ struct RenderSettings {
     const std::atomic<bool>* stop = nullptr;    ///< set by a signal; the render ends soon after
     std::function<void(double share)> progress; ///< called from one thread at a time, 0 to 1
     std::optional<CheckpointSettings> checkpoint;
+    RayMeter* rays = nullptr; ///< counts the rays while they are cast; null: nothing does
 };
 
 } // namespace orca::render

@@ -251,7 +251,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     const Frame frame(parts);
     AdaptiveSampler sampler(area, contrastOf(frame));
     state.setCaches(gatherCaches);
-    TileRenderer tiles(frame, film, state, settings.progress, threads, sampler.passesAtMost());
+    TileRenderer tiles(frame, film, state, settings.rays, settings.progress, threads, sampler.passesAtMost());
     std::optional<CheckpointWriter> checkpoints;
     if (settings.checkpoint) checkpoints.emplace(state, *settings.checkpoint, log_);
     const bool complete =

@@ -21,7 +21,8 @@ constexpr std::size_t workerStackBytes = 64u << 20; // deep ray trees run shader
 } // namespace
 
 struct TileRenderer::Worker {
-    Worker(const Frame& frame, int thread) : context(frame, thread) {}
+    Worker(const Frame& frame, int thread)
+        : context(frame, thread), thread_(static_cast<std::size_t>(thread)) {}
 
     /// What this thread did since the last call.
     const RenderTally& sinceLast() {
@@ -31,19 +32,29 @@ struct TileRenderer::Worker {
         return last_;
     }
 
+    /// Adds what this thread has cast since the last call.
+    void report(RayMeter& rays) {
+        const std::uint64_t cast = context.counts.rays();
+        rays.add(thread_, cast - metered_);
+        metered_ = cast;
+    }
+
     RenderContext context;
     std::vector<float> pixel; // the pixel being rendered, where it is kept apart from the film
 
 private:
     RayCounts counted_;
     RenderTally last_;
+    std::size_t thread_;
+    std::uint64_t metered_ = 0;
 };
 
-TileRenderer::TileRenderer(const Frame& frame, Film& film, RenderState& state,
+TileRenderer::TileRenderer(const Frame& frame, Film& film, RenderState& state, RayMeter* rays,
                            std::function<void(double)> progress, int threads, int passesAtMost)
     : frame_(frame),
       film_(film),
       state_(state),
+      rays_(rays),
       progress_(std::move(progress)),
       filter_(frame.options.filter, frame.options.filter_size_x, frame.options.filter_size_y),
       threads_(threads),
@@ -75,6 +86,7 @@ bool TileRenderer::renderPixel(Worker& worker, int x, int y, float* pixel) {
             filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
         if (end == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
         renderEyeSample(worker.context, x, y, placement);
+        if (rays_) worker.report(*rays_);
         if (frame_.stopped()) return false; // its rays may have been refused
         film_.add(pixel, placement, worker.context.sampleWords.data());
     }
@@ -151,6 +163,7 @@ bool TileRenderer::forEach(std::size_t count, const std::function<void(RenderCon
                            const std::function<void(std::size_t, const RenderTally&)>& finish) {
     return inParallel(count, [&](Worker& worker, std::size_t i) {
         work(worker.context, i);
+        if (rays_) worker.report(*rays_);
         if (!frame_.stopped()) finish(i, worker.sinceLast());
     });
 }

@@ -4,6 +4,7 @@
 #include "render/checkpoint/render_state.h"
 #include "render/context/render_context.h"
 #include "render/film/film.h"
+#include "render/ray_meter.h"
 
 #include <cstddef>
 #include <functional>
@@ -17,11 +18,12 @@ namespace orca::render {
 class TileRenderer {
 public:
     /// @param state of the film's render
+    /// @param rays counts what the threads cast while they do; may be null
     /// @param progress gets the share of the work that is done, 0 to 1, from one thread at a time; may be
     /// empty
     /// @param passesAtMost how often `renderPass` is going to be called
-    TileRenderer(const Frame& frame, Film& film, RenderState& state, std::function<void(double)> progress,
-                 int threads, int passesAtMost);
+    TileRenderer(const Frame& frame, Film& film, RenderState& state, RayMeter* rays,
+                 std::function<void(double)> progress, int threads, int passesAtMost);
     ~TileRenderer();
 
     /// Edge of a tile where the options leave it to the renderer, pixels.
@@ -52,6 +54,7 @@ private:
     const Frame& frame_;
     Film& film_;
     RenderState& state_;
+    RayMeter* rays_;
     std::function<void(double)> progress_;
     PixelFilter filter_;
     int threads_;

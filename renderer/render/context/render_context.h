@@ -53,6 +53,10 @@ struct RayCounts {
     std::uint64_t eye = 0, transparent = 0, reflection = 0, refraction = 0, shadow = 0, gather = 0,
                   occlusion = 0, environment = 0, samples = 0, materialCalls = 0, lightCalls = 0;
 
+    /// All kinds of rays together.
+    [[nodiscard]] std::uint64_t rays() const {
+        return eye + transparent + reflection + refraction + shadow + gather + occlusion + environment;
+    }
     void add(const RayCounts& other);
     /// What came after `earlier`.
     [[nodiscard]] RayCounts since(const RayCounts& earlier) const;
