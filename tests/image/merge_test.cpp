@@ -30,10 +30,6 @@ TEST_F(Parts, JoinToTheFileOfTheWholePicture) {
     EXPECT_EQ(merge("b.exr c.exr a.exr -o joined.exr"), 0) << output;
     EXPECT_EQ(content("joined.exr"), content("whole.exr"));
 
-    const std::string timed = "card.mi --size 61x43 --samples 0 0 --window ";
-    expectCalls({{timed + "0 0 60 20 -o low.exr", 0, {}}, {timed + "0 21 60 42 -o high.exr", 0, {}}});
-    EXPECT_EQ(merge("low.exr high.exr -o both.exr"), 0) << output; // the seconds that each took may differ
-
     ASSERT_EQ(window("0 0 29 20", "other.exr", "--trace off"), 0) << output;
     directory.write("half.exr", content("b.exr").substr(0, content("b.exr").size() / 2));
     const Call cases[] = {{"a.exr c.exr -o d.exr", 4, {"still to be rendered: --window 30 0 60 18"}},
