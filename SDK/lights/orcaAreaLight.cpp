@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace {
 
@@ -38,7 +39,17 @@ Corner cornerOf(const miVector& v) {
     return {v.x, v.y, v.z};
 }
 
-/// Corners of a convex polygon, relative to the point that it is seen from.
+/// Angle over its sine, of an angle between 0 and pi.
+double angleOverSine(double sine, double cosine) {
+    const double x = sine * sine;
+    constexpr double nearlyStraight = 0.04; // the next term of the arc sine's series is 1e-9 of the sum
+    if (x < nearlyStraight && cosine > 0.0)
+        return 1.0 +
+               x * (1.0 / 6 + x * (3.0 / 40 + x * (15.0 / 336 + x * (105.0 / 3456 + x * (945.0 / 42240)))));
+    return std::atan2(sine, cosine) / sine;
+}
+
+/// Directions of a convex polygon's corners from the point that it is seen from, unit length.
 class Outline {
 public:
     Outline(const miVector& point, const AreaLightRecord& light)
@@ -53,18 +64,19 @@ public:
         if (dot(normal, center_) < 0.0) std::reverse(corners_.begin(), corners_.begin() + count_);
     }
 
-    /// Van Oosterom and Strackee, "The Solid Angle of a Plane Triangle" (1983), over a fan of triangles.
+    /// Van Oosterom and Strackee, "The Solid Angle of a Plane Triangle" (1983), over a fan of triangles,
+    /// whose half angles are added as those of complex numbers are when these are multiplied.
     [[nodiscard]] double solidAngle() const {
-        double sum = 0.0;
-        const Corner& a = corners_[0];
-        const double la = length(a);
+        double real = 1.0, imaginary = 0.0;
+        const Corner& a = at(0);
         for (int i = 1; i + 1 < count_; ++i) {
             const Corner &b = at(i), &c = at(i + 1);
-            const double lb = length(b), lc = length(c);
-            const double volume = std::abs(dot(a, cross(b, c)));
-            sum += 2.0 * std::atan2(volume, la * lb * lc + dot(a, b) * lc + dot(b, c) * la + dot(c, a) * lb);
+            const double x = 1.0 + dot(a, b) + dot(b, c) + dot(c, a), y = std::abs(dot(a, cross(b, c)));
+            const double before = real;
+            real = before * x - imaginary * y;
+            imaginary = before * y + imaginary * x;
         }
-        return sum;
+        return 2.0 * std::atan2(imaginary, real);
     }
     /// Integral of the direction over the solid angle.
     [[nodiscard]] Corner flux() const {
@@ -72,7 +84,7 @@ public:
         for (int i = 0; i < count_; ++i) {
             const Corner &a = at(i), &b = at((i + 1) % count_), across = cross(a, b);
             const double sine = length(across);
-            if (sine > 0.0) sum = sum + across * (0.5 * std::atan2(sine, dot(a, b)) / sine);
+            if (sine > 0.0) sum = sum + across * (0.5 * angleOverSine(sine, dot(a, b)));
         }
         return sum;
     }
@@ -88,17 +100,23 @@ public:
         }
         return count_ >= 3;
     }
-    /// Cosine of the corner nearest to an axis.
-    [[nodiscard]] double largestCosine(const Corner& axis) const {
-        double largest = -1.0;
-        for (int i = 0; i < count_; ++i) largest = std::max(largest, dot(axis, at(i)) / length(at(i)));
-        return largest;
+    /// Smallest and largest cosine of the corners with an axis.
+    [[nodiscard]] std::pair<double, double> cosines(const Corner& axis) const {
+        std::pair range(1.0, -1.0);
+        for (int i = 0; i < count_; ++i) {
+            const double cosine = dot(axis, at(i));
+            range = {std::min(range.first, cosine), std::max(range.second, cosine)};
+        }
+        return range;
     }
 
 private:
     static constexpr int mostOfEllipse = 128;
 
-    void add(const Corner& corner) { corners_[static_cast<size_t>(count_++)] = corner; }
+    void add(const Corner& corner) {
+        const double distance = length(corner);
+        corners_[static_cast<size_t>(count_++)] = corner * (distance > 0.0 ? 1.0 / distance : 0.0);
+    }
     [[nodiscard]] const Corner& at(int i) const { return corners_[static_cast<size_t>(i)]; }
 
     /// A regular polygon of the ellipse's area, with edges no longer than the distance to the rim: from there
@@ -160,8 +178,9 @@ miScalar receivedCosineOfAreaLight(const miVector& point, const miVector& normal
     const double angle = outline.solidAngle();
     if (angle < leastSolidAngle) return cosineToCenter(point, normal, light);
     const Corner axis = cornerOf(normal);
-    const double largest = outline.largestCosine(axis);
-    if (!(largest > 0.0) || !outline.clip(axis)) return static_cast<miScalar>(std::min(largest, 0.0));
+    const auto [least, largest] = outline.cosines(axis);
+    if (!(largest > 0.0) || (least < 0.0 && !outline.clip(axis)))
+        return static_cast<miScalar>(std::min(largest, 0.0));
     return static_cast<miScalar>(dot(axis, outline.flux()) / angle);
 }
 

@@ -32,8 +32,11 @@ Emitter::Emitter(miState* state, miInteger shape)
     : outline_{centerOf(state), fromLight(state, {1.0f, 0.0f, 0.0f}), fromLight(state, {0.0f, 1.0f, 0.0f}),
                shape},
       normal_(normalized(cross(outline_.edgeU, outline_.edgeV))),
-      solidAngle_(solidAngleOfAreaLight(state->point, outline_)),
-      receivedCosine_(receivedCosineOfAreaLight(state->point, state->normal, outline_)) {
+      solidAngle_(solidAngleOfAreaLight(state->point, outline_)) {
+}
+
+miScalar Emitter::receivedCosine(const miState* state) const {
+    return receivedCosineOfAreaLight(state->point, state->normal, outline_);
 }
 
 miScalar Emitter::area() const {
@@ -41,7 +44,7 @@ miScalar Emitter::area() const {
     return quarter * (outline_.shape == AREA_DISC ? pi : 4.0f);
 }
 
-Emitter::Sample Emitter::sampleAt(const miState* state, double s, double t) const {
+Emitter::Sample Emitter::sampleAt(const miState* state, double s, double t, miScalar receivedCosine) const {
     float u = 2.0f * static_cast<float>(s) - 1.0f;
     float v = 2.0f * static_cast<float>(t) - 1.0f;
     if (outline_.shape == AREA_DISC) {
@@ -56,8 +59,8 @@ Emitter::Sample Emitter::sampleAt(const miState* state, double s, double t) cons
     const miVector toPlace = place - state->point;
     const float squared = dot(toPlace, toPlace), distance = std::sqrt(squared);
     const float part = std::abs(dot(normal_, toPlace)) * area() / (squared * distance * solidAngle_);
-    const float received = receivedCosine_ > 0.0f
-                               ? std::max(0.0f, dot(state->normal, toPlace)) / (distance * receivedCosine_)
+    const float received = receivedCosine > 0.0f
+                               ? std::max(0.0f, dot(state->normal, toPlace)) / (distance * receivedCosine)
                                : 1.0f;
     return {place, coordinate, part * received};
 }

@@ -35,21 +35,23 @@ public:
     /// @param visit void (const Sample&)
     template <class Visit>
     void eachSample(miState* state, miUint count, const Visit& visit) const {
+        const miScalar received = receivedCosine(state);
         double coordinates[2];
         int instance = 0;
         while (mi_sample(coordinates, &instance, state, 2, &count)) {
-            const Sample sample = sampleAt(state, coordinates[0], coordinates[1]);
+            const Sample sample = sampleAt(state, coordinates[0], coordinates[1], received);
             if (sample.weight > 0.0f) visit(sample);
         }
     }
 
 private:
-    [[nodiscard]] Sample sampleAt(const miState* state, double s, double t) const;
+    /// Of the state's surface; not above 0: all of the lamp is behind its horizon.
+    [[nodiscard]] miScalar receivedCosine(const miState* state) const;
+    [[nodiscard]] Sample sampleAt(const miState* state, double s, double t, miScalar receivedCosine) const;
 
     AreaLightRecord outline_;
     miVector normal_; ///< unit
     miScalar solidAngle_;
-    miScalar receivedCosine_; ///< of the state's surface; not above 0: all of the lamp is behind its horizon
 };
 
 /// Sums of shadow rays with a weight for each channel of each.
