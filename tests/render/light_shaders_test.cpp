@@ -78,12 +78,6 @@ std::vector<LightCase> lightCases() {
          [](double x, double y) {
              return std::pow(cosineAt(x, y), 4) * smooth((38 - degrees(std::hypot(x, y) / height)) / 8);
          }},
-        {"SpotFadesInsideItsCone",
-         "\"orcaVelaSpotLight\" ( \"penumbraAngle\" -12, \"decayRate\" 1, " + cone + " )", point, above,
-         [](double x, double y) {
-             return cosineAt(x, y) / std::sqrt(squaredDistance(x, y)) *
-                    smooth((30 - degrees(std::hypot(x, y) / height)) / 12);
-         }},
         {"SpotHasBarnDoors",
          "\"orcaVelaSpotLight\" ( \"useBarnDoors\" on, \"barnDoorLeft\" 10, \"barnDoorTop\" 5, " + cone +
              " )",
@@ -93,16 +87,36 @@ std::vector<LightCase> lightCases() {
                                degrees(y / height) < 5 && degrees(-y / height) < 20;
              return open && degrees(std::hypot(x, y) / height) < 30 ? cosineAt(x, y) : 0.0;
          }},
-        {"SpotHasRegionsAndCurves",
-         "\"orcaVelaSpotLight\" ( \"useDecayRegions\" on, \"regionStart1\" 2, \"regionEnd1\" 2.2, "
+        {"SpotFadesInsideItsConeAndHasRegionsAndCurves",
+         "\"orcaVelaSpotLight\" ( \"penumbraAngle\" -12, \"useDecayRegions\" on, \"regionStart1\" 2, "
+         "\"regionEnd1\" 2.2, "
          "\"intensityCurve\" [ { \"position\" 2, \"value\" 0, \"interpolation\" 1 }, { \"position\" 3, "
          "\"value\" 10 } ], " +
              cone + " )",
          point, above,
          [](double x, double y) {
              const double distance = std::sqrt(squaredDistance(x, y));
-             return distance < 2.2 ? 10 * (distance - 2) * cosineAt(x, y) : 0.0;
+             const double inside = smooth((30 - degrees(std::hypot(x, y) / height)) / 12);
+             return distance < 2.2 ? 10 * (distance - 2) * cosineAt(x, y) * inside : 0.0;
          }},
+        {"SpotProjectsASlide", // its right half, seen from behind the lamp, is lit, and more to the rim
+         "\"orcaVelaSpotLight\" ( \"color\" = \"half\", " + cone + " )", spot, above,
+         [](double x, double y) {
+             const double u = 0.5 + 0.5 * x / (height * std::tan(pi / 6));
+             return u > 0.5 && degrees(std::hypot(x, y) / height) < 30 ? 2 * (u - 0.5) * cosineAt(x, y) : 0.0;
+         }},
+        {"PictureOnALampWithShadowRays",
+         "\"orcaVelaAreaLight\" ( \"color\" = \"half\", \"intensity\" 3, \"shadowRays\" 512 )", point, above,
+         [](double x, double y) { // from the front, its right half is the light's left
+             double sum = 0;
+             for (int i = 0; i < 100; ++i)
+                 for (int j = 0; j < 100; ++j) {
+                     const double s = (i + 0.5) / 50 - 1, t = (j + 0.5) / 50 - 1;
+                     sum += s < 0 ? -s * std::pow(squaredDistance(x - s, y - t), -2.0) : 0.0;
+                 }
+             return 3 * sum * height * height * 4e-4 / pi;
+         },
+         0.02},
         {"RectangleCutByTheHorizon", "\"orcaVelaAreaLight\" ( \"intensity\" 3, \"useRayTraceShadows\" off )",
          point, tilted(0.5, 0.4, 0.3),
          [](double x, double y) { return 3 * squareFormFactor(x, y, 0.5, 0.4, 0.3); }, 0.01},
@@ -158,9 +172,13 @@ class LightShader : public ::testing::TestWithParam<LightCase> {};
 TEST_P(LightShader, LightsAsComputed) {
     const LightCase& c = GetParam();
     TestScene scene;
-    scene.contents = "light \"lamp\" " + c.light + " " + c.statement +
-                     " end light\ninstance \"lamp_inst\" \"lamp\" " + c.placement + " end instance\n" +
-                     lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") + card("wall", "white", 0, 0, 0, 2);
+    scene.contents =
+        "shader \"half\" \"velaRamp\" ( \"type\" 1, \"entries\" [ { \"position\" 0.5, \"value\" 0 0 0 1, "
+        "\"interpolation\" 1 }, { \"position\" 1, \"value\" 1 1 1 1 } ] )\n"
+        "light \"lamp\" " +
+        c.light + " " + c.statement + " end light\ninstance \"lamp_inst\" \"lamp\" " + c.placement +
+        " end instance\n" + lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
+        card("wall", "white", 0, 0, 0, 2);
     const RenderedScene picture(scene);
     int lit = 0;
     picture.eachPixel([&](int i, int j) {
