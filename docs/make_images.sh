@@ -82,3 +82,6 @@ sheet kept_buffers 240x135 3 main woodPlace grainDepth paintable cameraDepth
 picture image_planes 480x202
 picture hue_map 480x270
 picture lagoon 480x202
+picture stage 640x320
+picture lantern 640x320
+picture area_lights 480x270
