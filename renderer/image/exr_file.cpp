@@ -6,6 +6,7 @@
 #include "image/exr_stream.h"
 #include "image/file_in_place.h"
 #include "image/image_types.h"
+#include "image/to_half.h"
 
 #include <ImathMatrix.h>
 #include <OpenEXR/ImfChannelList.h>
@@ -49,13 +50,6 @@ Imf::PixelType pixelTypeOf(ExrChannel::Storage storage) {
     case ExrChannel::Storage::Float: break;
     }
     return Imf::FLOAT;
-}
-
-/// Finite values stay finite: a highlight above the largest half must not become an infinity that no filter
-/// of a compositor survives.
-half toHalf(float value) {
-    constexpr float largest = 65504.0f;
-    return std::isfinite(value) ? half(std::clamp(value, -largest, largest)) : half(value);
 }
 
 /// Pixels of one channel, rows top down as EXR counts them.

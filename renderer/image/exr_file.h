@@ -3,6 +3,7 @@
 
 #include "image/picture_file.h"
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,10 @@ struct ExrPart {
 /// empty means zips. Throws std::exception with the reason when it cannot.
 void writeExr(const std::string& path, const PictureFrame& frame, const std::vector<ExrPart>& parts,
               const std::string& compression);
+
+/// The parts of the layered file. Refers to `layers`.
+[[nodiscard]] std::vector<ExrPart> layeredParts(const PictureFrame& frame, std::span<const Layer> layers,
+                                                PartLayout layout);
 
 /// Bare channel names by data type: R G B A, X Y Z, Z for depth, A for alpha, Y for other scalars and labels.
 [[nodiscard]] std::vector<std::string> bareChannelNames(const Buffer& buffer);

@@ -83,8 +83,8 @@ std::vector<PartDescription> describeParts(std::span<const Buffer* const> buffer
     return parts;
 }
 
-bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
-                     PartLayout layout, Log& log) {
+std::vector<ExrPart> layeredParts(const PictureFrame& frame, std::span<const Layer> layers,
+                                  PartLayout layout) {
     std::vector<const Buffer*> buffers;
     for (const Layer& layer : layers) buffers.push_back(layer.buffer);
     std::vector<ExrPart> parts;
@@ -94,8 +94,13 @@ bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::sp
         parts.push_back(partOf(*layer, description, frame));
     }
     if (layout == PartLayout::SinglePart) parts = {mergedPart(parts)};
+    return parts;
+}
+
+bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
+                     PartLayout layout, Log& log) {
     try {
-        writeExr(path, frame, parts, {});
+        writeExr(path, frame, layeredParts(frame, layers, layout), {});
     } catch (const std::exception& failure) {
         log.error("IMG", "cannot write \"{}\": {}", path, failure.what());
         return false;

@@ -2,10 +2,10 @@
 #include "image/merge_exr.h"
 
 #include "image/exr_header.h"
+#include "image/exr_rows.h"
 #include "image/exr_stream.h"
+#include "image/sums_file.h"
 
-#include <OpenEXR/ImfChannelList.h>
-#include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>
 #include <OpenEXR/ImfInputPart.h>
 #include <OpenEXR/ImfMultiPartInputFile.h>
@@ -20,7 +20,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
-#include <cstring>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <set>
@@ -34,13 +34,14 @@ namespace {
 using Imath::Box2i;
 
 constexpr const char* renderTime = "renderSeconds";
-constexpr int rowsAtATime = 32;        // a whole number of any compression's blocks
+constexpr const char* pictureHash = "pictureHash";
 constexpr std::int64_t widest = 65536; // and highest picture that is rendered
 
-/// One of the files to join.
+/// One of the files to join, or several with sums of samples of the same pixels.
 struct Window {
     std::string path;
-    std::vector<Imf::Header> headers;
+    std::vector<Imf::Header> headers; // finished
+    std::vector<SumsFile> sums;       // empty for a finished file
     [[nodiscard]] const Box2i& pixels() const { return headers.front().dataWindow(); }
 };
 
@@ -59,7 +60,7 @@ Window open(const std::string& path) {
     try {
         if (const std::string fault = faultOfExrHeader(path); !fault.empty()) fail(fault);
         const Imf::MultiPartInputFile file(path.c_str());
-        Window window{path, {}};
+        Window window{path, {}, {}};
         for (int part = 0; part < file.parts(); ++part) {
             const Imf::Header& header = file.header(part);
             if (!file.partComplete(part)) fail("it is not complete");
@@ -69,6 +70,10 @@ Window open(const std::string& path) {
             if (header.dataWindow() != file.header(0).dataWindow()) fail("its layers have different windows");
             window.headers.push_back(header);
         }
+        if (!holdsSums(window.headers.front())) return window;
+        window.sums.push_back(sumsFile(path, window.headers));
+        window.headers.clear();
+        for (const SumsFile::Part& part : window.sums.front().finished) window.headers.push_back(part.header);
         return window;
     } catch (const std::exception& problem) {
         fail(fmt::format("\"{}\" cannot be joined: {}", path, problem.what()));
@@ -94,13 +99,14 @@ std::string differenceOf(const Imf::Header& a, const Imf::Header& b) {
         const auto* text = header.findTypedAttribute<Imf::StringAttribute>(name);
         return text ? fmt::format("\"{}\"", text->value()) : std::string("nothing");
     };
+    std::string ofHash;
     for (const std::string& name : names) {
         const std::string left = textOf(a, name), right = textOf(b, name);
         if (name == renderTime || left == right) continue;
-        if (name == "pictureHash") return "scene, options or version of the renderer (pictureHash)";
-        return fmt::format("{}: {} and {}", name, left, right);
+        if (name != pictureHash) return fmt::format("{}: {} and {}", name, left, right);
+        ofHash = "scene, options or version of the renderer (pictureHash)";
     }
-    return {};
+    return ofHash; // where nothing says it more exactly
 }
 
 void compare(const Window& first, const Window& other) {
@@ -153,66 +159,82 @@ void checkCoverage(const std::vector<Window>& windows, const Box2i& picture) {
                      fmt::join(options, ", ")));
 }
 
-/// Some rows of one part, over the width of a window.
-class Rows {
+/// Fails when the sums over a window are not those of every sample, each once.
+void checkRanges(Window& window, const Box2i& picture) {
+    std::sort(window.sums.begin(), window.sums.end(),
+              [](const SumsFile& a, const SumsFile& b) { return a.range.first < b.range.first; });
+    std::vector<std::string> missing;
+    unsigned next = 0;
+    const auto require = [&](unsigned end) {
+        if (next >= end) return;
+        missing.push_back("--sample-range " + textOf(SampleRange{next, end}));
+        if (window.pixels() != picture) missing.back() += " --window " + windowText(window.pixels(), picture);
+    };
+    const SumsFile* before = nullptr;
+    for (const SumsFile& sums : window.sums) {
+        if (sums.range.first < next)
+            fail(fmt::format("\"{}\" and \"{}\" hold the same samples: ranges {} and {} overlap",
+                             before->path, sums.path, textOf(before->range), textOf(sums.range)));
+        require(sums.range.first);
+        next = sums.range.end;
+        before = &sums;
+    }
+    if (!window.sums.empty()) require(window.sums.front().samples);
+    if (!missing.empty())
+        fail(fmt::format("samples of the picture are in none of the files; still to be rendered: {}",
+                         fmt::join(missing, ", ")));
+}
+
+/// Opens the files; those with sums of the same pixels become one window.
+std::vector<Window> openAll(const std::vector<std::string>& files) {
+    std::vector<Window> windows;
+    for (const std::string& file : files) {
+        Window window = open(file);
+        if (!windows.empty()) compare(windows.front(), window);
+        const auto same = std::find_if(windows.begin(), windows.end(), [&](const Window& other) {
+            return !window.sums.empty() && !other.sums.empty() && other.pixels() == window.pixels();
+        });
+        if (same == windows.end()) {
+            windows.push_back(std::move(window));
+            continue;
+        }
+        if (!same->sums.front().addsUpWith(window.sums.front()))
+            fail(fmt::format("\"{}\" and \"{}\" hold sums of different kinds", same->path, file));
+        same->sums.push_back(std::move(window.sums.front()));
+    }
+    return windows;
+}
+
+/// Rows of a finished file.
+class FileSource final : public RowSource {
 public:
-    Rows(const Imf::ChannelList& channels, int left, int right) : left_(left), width_(right - left + 1) {
-        for (auto channel = channels.begin(); channel != channels.end(); ++channel) {
-            const std::size_t bytes = channel.channel().type == Imf::HALF ? 2 : 4;
-            planes_.push_back({channel.name(), channel.channel().type, bytes, {}});
-            planes_.back().bytes.resize(bytes * static_cast<std::size_t>(width_) * rowsAtATime);
-        }
-    }
+    FileSource(const Window& window, int part)
+        : RowSource({window.headers[static_cast<std::size_t>(part)].channels(), window.pixels().min.x,
+                     window.pixels().max.x}),
+          path_(window.path),
+          file_(path_.c_str()),
+          input_(file_, part) {}
 
-    /// The planes as the library's frame buffer, for rows from `top` on.
-    [[nodiscard]] Imf::FrameBuffer slices(int top) {
-        const Box2i box({left_, top}, {left_ + width_ - 1, top + rowsAtATime - 1});
-        Imf::FrameBuffer slices;
-        for (Plane& plane : planes_)
-            slices.insert(plane.name, Imf::Slice::Make(plane.type, plane.bytes.data(), box, plane.pixelBytes,
-                                                       plane.pixelBytes * static_cast<std::size_t>(width_)));
-        return slices;
-    }
-
-    /// Takes a run of another's pixels in a row; false when `compares` and they are not what is here.
-    bool take(const Rows& from, int row, int left, int count, bool compares) {
-        for (std::size_t p = 0; p < planes_.size(); ++p) {
-            const std::size_t bytes = planes_[p].pixelBytes * static_cast<std::size_t>(count);
-            char* const to = at(p, row, left);
-            const char* const source = const_cast<Rows&>(from).at(p, row, left);
-            if (!compares) std::memcpy(to, source, bytes);
-            else if (std::memcmp(to, source, bytes) != 0) return false;
+    void read(int top, int first, int last) override {
+        try {
+            input_.setFrameBuffer(rows.slices(top));
+            input_.readPixels(first, last);
+        } catch (const std::exception& problem) {
+            fail(fmt::format("\"{}\" is damaged: {}", path_, problem.what()));
         }
-        return true;
     }
 
 private:
-    struct Plane {
-        std::string name;
-        Imf::PixelType type;
-        std::size_t pixelBytes;
-        std::vector<char> bytes;
-    };
-    char* at(std::size_t plane, int row, int x) {
-        return planes_[plane].bytes.data() +
-               planes_[plane].pixelBytes * (static_cast<std::size_t>(row) * static_cast<std::size_t>(width_) +
-                                            static_cast<std::size_t>(x - left_));
-    }
-
-    int left_, width_;
-    std::vector<Plane> planes_;
+    std::string path_;
+    Imf::MultiPartInputFile file_;
+    Imf::InputPart input_;
 };
 
-/// A file while the rows that it crosses are joined.
-struct Source {
-    Source(const Window& window, int part)
-        : file(window.path.c_str()),
-          input(file, part),
-          rows(input.header().channels(), window.pixels().min.x, window.pixels().max.x) {}
-    Imf::MultiPartInputFile file;
-    Imf::InputPart input;
-    Rows rows;
-};
+/// A window's file, or files, while the rows that it crosses are joined.
+std::unique_ptr<RowSource> sourceOf(const Window& window, int part) {
+    if (window.sums.empty()) return std::make_unique<FileSource>(window, part);
+    return sumsSource(window.sums, part);
+}
 
 /// Joins one part.
 void joinPart(const std::vector<Window>& windows, int part, const Box2i& picture,
@@ -220,7 +242,7 @@ void joinPart(const std::vector<Window>& windows, int part, const Box2i& picture
     Imf::OutputPart target(output, part);
     const Imf::Header& header = windows.front().headers[static_cast<std::size_t>(part)];
     Rows joined(header.channels(), picture.min.x, picture.max.x);
-    std::vector<std::unique_ptr<Source>> sources(windows.size());
+    std::vector<std::unique_ptr<RowSource>> sources(windows.size());
     std::vector<std::size_t> ownerOf(static_cast<std::size_t>(picture.size().x + 1)); // of a row's pixels
     constexpr std::size_t nobody = std::numeric_limits<std::size_t>::max();
     for (int top = picture.min.y; top <= picture.max.y; top += rowsAtATime) {
@@ -232,13 +254,8 @@ void joinPart(const std::vector<Window>& windows, int part, const Box2i& picture
                 sources[w].reset();
                 continue;
             }
-            if (!sources[w]) sources[w] = std::make_unique<Source>(windows[w], part);
-            try {
-                sources[w]->input.setFrameBuffer(sources[w]->rows.slices(top));
-                sources[w]->input.readPixels(first, last);
-            } catch (const std::exception& problem) {
-                fail(fmt::format("\"{}\" is damaged: {}", windows[w].path, problem.what()));
-            }
+            if (!sources[w]) sources[w] = sourceOf(windows[w], part);
+            sources[w]->read(top, first, last);
         }
         for (int y = top; y <= bottom; ++y) {
             std::fill(ownerOf.begin(), ownerOf.end(), nobody);
@@ -269,24 +286,34 @@ void joinPart(const std::vector<Window>& windows, int part, const Box2i& picture
     }
 }
 
+/// Of all files; nothing where one does not say.
+std::optional<double> secondsOf(const std::vector<Window>& windows) {
+    double sum = 0.0;
+    const auto add = [&](const Imf::Header& header) {
+        const auto* const text = header.findTypedAttribute<Imf::StringAttribute>(renderTime);
+        if (!text) return false;
+        double seconds = 0.0;
+        std::from_chars(text->value().data(), text->value().data() + text->value().size(), seconds);
+        sum += seconds;
+        return true;
+    };
+    for (const Window& window : windows) {
+        if (window.sums.empty() && !add(window.headers.front())) return {};
+        for (const SumsFile& sums : window.sums)
+            if (!add(sums.finished.front().header)) return {};
+    }
+    return sum;
+}
+
 /// The headers of the whole picture.
 std::vector<Imf::Header> joinedHeaders(const std::vector<Window>& windows, const Box2i& picture) {
     std::vector<Imf::Header> headers = windows.front().headers;
-    for (std::size_t part = 0; part < headers.size(); ++part) {
-        headers[part].dataWindow() = picture;
-        double seconds = 0.0;
-        bool timed = false;
-        for (const Window& window : windows)
-            if (const auto* text =
-                    window.headers[part].findTypedAttribute<Imf::StringAttribute>(renderTime)) {
-                double own = 0.0;
-                const std::string& value = text->value();
-                std::from_chars(value.data(), value.data() + value.size(), own);
-                seconds += own;
-                timed = true;
-            }
-        if (timed) headers[part].insert(renderTime, Imf::StringAttribute(fmt::format("{:.2f}", seconds)));
-        headers[part].erase("chunkCount"); // of the window
+    const std::optional<double> seconds = secondsOf(windows);
+    for (Imf::Header& header : headers) {
+        header.dataWindow() = picture;
+        if (seconds) header.insert(renderTime, Imf::StringAttribute(fmt::format("{:.2f}", *seconds)));
+        else header.erase(renderTime);
+        header.erase("chunkCount"); // of the window
     }
     return headers;
 }
@@ -296,12 +323,9 @@ std::vector<Imf::Header> joinedHeaders(const std::vector<Window>& windows, const
 bool mergeExr(const std::vector<std::string>& files, const std::string& output, Log& log) {
     try {
         if (files.empty()) fail("there are no files to join");
-        std::vector<Window> windows;
-        for (const std::string& file : files) {
-            windows.push_back(open(file));
-            compare(windows.front(), windows.back());
-        }
+        std::vector<Window> windows = openAll(files);
         const Box2i picture = windows.front().headers.front().displayWindow();
+        for (Window& window : windows) checkRanges(window, picture);
         checkCoverage(windows, picture);
         const std::vector<Imf::Header> headers = joinedHeaders(windows, picture);
         Imf::setGlobalThreadCount(static_cast<int>(std::max(1u, std::thread::hardware_concurrency())));

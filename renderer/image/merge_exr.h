@@ -13,9 +13,13 @@ namespace orca::image {
 /// rows at a time, and keeps only the files open that these rows cross, so that memory grows with the width
 /// of the picture and the number of files, not with its height or its parts.
 ///
+/// Of windows whose files hold sums of samples (writeSampleSums), those of all samples are added up in the
+/// order of the samples, whatever the order of the files.
+///
 /// False with a message that names the files when one is no complete file of pictures, when they are of
 /// different pictures (their size, parts, channels or metadata differ; render times are added), when windows
-/// overlap and differ there, or when pixels of the picture are in no file.
+/// overlap and differ there, when sample ranges
+/// of a window overlap, or when pixels or samples of the picture are in no file.
 bool mergeExr(const std::vector<std::string>& files, const std::string& output, Log& log);
 
 } // namespace orca::image

@@ -4,6 +4,7 @@
 #include "base/log.h"
 #include "image/color_encoding.h"
 #include "image/framebuffers.h"
+#include "image/sample_blocks.h"
 
 #include <array>
 #include <atomic>
@@ -65,6 +66,25 @@ enum class PartLayout { MultiPart, SinglePart };
 /// temporary name and moved into place. False with a message when it cannot be written.
 bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
                      PartLayout layout, Log& log);
+
+/// The sums of a block of samples over the window.
+struct SummedBlock {
+    SampleRange samples;
+    std::vector<Layer> layers;
+    Layer weights;   ///< sums of the pixel filter's weights; no buffer
+    Layer distances; ///< of the closest samples from the pixels' centres; no buffer, and no pixels where
+                     ///< every layer is a mean
+};
+
+/// Writes the sums of a range of samples, for mergeExr to add those of all ranges and to finish the picture:
+/// an OpenEXR with a part for each block and part of the finished file. Part "sums A:B NAME" has the channels
+/// of part NAME, and part "weights A:B" `weight` and `distance`, float all, labels whole numbers.
+/// @param blocks of the range, in order
+/// @param samples of each pixel in the whole picture
+/// @param layout of the finished file
+/// False with a message when it cannot be written.
+bool writeSampleSums(const std::string& path, PictureFrame frame, const std::vector<SummedBlock>& blocks,
+                     SampleRange range, unsigned samples, PartLayout layout, Log& log);
 
 /// What a layered file says of its picture.
 struct FinishedPicture {

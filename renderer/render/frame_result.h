@@ -2,12 +2,14 @@
 #pragma once
 
 #include "image/picture_file.h"
+#include "image/sample_blocks.h"
 #include "render/context/render_context.h"
 #include "render/film/film.h"
 #include "render/picture.h"
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,6 +38,8 @@ public:
     [[nodiscard]] image::PictureFrame& frame() { return frame_; }
 
     RenderStatistics statistics;
+    /// When set, the film holds the sums of these samples instead of finished layers.
+    std::optional<image::SampleRange> sampleRange;
     bool interrupted = false;
     bool isResumable = false;           ///< it was interrupted, and a checkpoint holds what is rendered
     std::vector<std::string> unwritten; ///< user buffers that no shader wrote

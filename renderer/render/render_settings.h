@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "image/sample_blocks.h"
 #include "render/checkpoint/checkpoint_settings.h"
 #include "render/ray_meter.h"
 
@@ -17,6 +18,9 @@ struct RenderSettings {
     std::function<void(double share)> progress; ///< called from one thread at a time, 0 to 1
     std::optional<CheckpointSettings> checkpoint;
     RayMeter* rays = nullptr; ///< counts the rays while they are cast; null: nothing does
+    /// Only these samples of each pixel, where all take the same number; the film keeps the sums of their
+    /// blocks.
+    std::optional<image::SampleRange> sampleRange;
 };
 
 } // namespace orca::render

@@ -74,12 +74,12 @@ SampledArea sampledArea(const Picture& picture) {
 /// Null, with a message, when there is too little memory. Checked before the first page is touched: a system
 /// that overcommits memory would kill the process later.
 std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWindow& window,
-                             const SampledArea& area, Log& log) {
-    const std::size_t needed = Film::bytesNeeded(buffers, area.sampled());
+                             const SampledArea& area, std::size_t blocks, Log& log) {
+    const std::size_t needed = Film::bytesNeeded(buffers, area.sampled(), blocks);
     const auto machine =
         static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     try {
-        if (needed < machine) return std::make_unique<Film>(buffers, window, area.sampled());
+        if (needed < machine) return std::make_unique<Film>(buffers, window, area.sampled(), blocks);
     } catch (const std::bad_alloc&) { // a limit of the process
     }
     log.error("RNDR",
@@ -136,9 +136,15 @@ void warnOfNothing(const FrameParts& parts, Log& log) {
 }
 
 /// False when the render was stopped.
-bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film, RenderState& state) {
+bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film, RenderState& state,
+                  const std::optional<image::SampleRange>& samples) {
+    AdaptiveSampler::Pass first = sampler.first();
+    if (samples) {
+        first.firstSample = samples->first;
+        first.endSample = samples->end;
+    }
     if (state.resumesPass()) sampler.resumeAt(state.level());
-    else state.beginPass(sampler.first(), sampler.level());
+    else state.beginPass(std::move(first), sampler.level());
     AdaptiveSampler::Pass pass;
     while (tiles.renderPass()) {
         if (!sampler.next(film, pass)) return true;
@@ -199,7 +205,8 @@ Session::~Session() {
 std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings& settings) {
     const Stopwatch building;
     const SampledArea area = sampledArea(asked);
-    auto allocated = filmOf(asked.framebuffers(), asked.window(), area, log_);
+    const std::size_t blocks = settings.sampleRange ? image::blocksOf(*settings.sampleRange).size() : 1;
+    auto allocated = filmOf(asked.framebuffers(), asked.window(), area, blocks, log_);
     if (!allocated) return nullptr;
     auto result = std::make_unique<FrameResult>(std::move(asked), std::move(allocated));
     Picture& picture = result->picture();
@@ -254,8 +261,8 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     TileRenderer tiles(frame, film, state, settings.rays, settings.progress, threads, sampler.passesAtMost());
     std::optional<CheckpointWriter> checkpoints;
     if (settings.checkpoint) checkpoints.emplace(state, *settings.checkpoint, log_);
-    const bool complete =
-        gatherPrepass(tiles, frame, gatherCaches, state) && renderPasses(tiles, sampler, film, state);
+    const bool complete = gatherPrepass(tiles, frame, gatherCaches, state) &&
+                          renderPasses(tiles, sampler, film, state, settings.sampleRange);
     tiles.close();
     exitShaders(frame);
 
@@ -266,7 +273,8 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
         sampler.fillGaps(film);
         reportUnwritten(*result, tally.written, log_);
     }
-    film.resolve();
+    if (!settings.sampleRange) film.resolve();
+    result->sampleRange = settings.sampleRange;
     result->interrupted = !complete;
     result->frame().cameraToWorld.assign(std::begin(frame.placement.start().toWorld),
                                          std::end(frame.placement.start().toWorld));

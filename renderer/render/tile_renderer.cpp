@@ -9,6 +9,8 @@
 #include <tbb/task_arena.h>
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <mutex>
 #include <utility>
 
@@ -39,6 +41,13 @@ struct TileRenderer::Worker {
         metered_ = cast;
     }
 
+    /// Room for the sums of a block.
+    float* sumsFor(image::SampleRange block, std::size_t words) {
+        std::vector<float>& room = sums_[static_cast<std::size_t>(std::countr_zero(block.count())) / 2];
+        room.resize(words);
+        return room.data();
+    }
+
     RenderContext context;
     std::vector<float> pixel; // the pixel being rendered, where it is kept apart from the film
 
@@ -47,6 +56,7 @@ private:
     RenderTally last_;
     std::size_t thread_;
     std::uint64_t metered_ = 0;
+    std::array<std::vector<float>, 16> sums_; // for each size of block, 4^n samples
 };
 
 TileRenderer::TileRenderer(const Frame& frame, Film& film, RenderState& state, RayMeter* rays,
@@ -77,19 +87,40 @@ TileRenderer::Worker& TileRenderer::workerOfThisThread() {
 /// False when the render was stopped; the pixel may lack samples then.
 bool TileRenderer::renderPixel(Worker& worker, int x, int y, float* pixel) {
     film_.prefetch(x, y);
-    const unsigned end = state_.pass().endSample;
-    for (unsigned index = state_.pass().firstSample; index < end; ++index) {
-        Sampler& sampler = worker.context.sampler;
-        sampler.startSample(frame_.seed, x, y, index);
-        const float lobe = filter_.hasNegativeLobes() ? sampler.eye(EyeFilterLobe) : 0.0f;
-        PixelFilter::Placement placement =
-            filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
-        if (end == 1 && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
-        renderEyeSample(worker.context, x, y, placement);
-        if (rays_) worker.report(*rays_);
-        if (frame_.stopped()) return false; // its rays may have been refused
-        film_.add(pixel, placement, worker.context.sampleWords.data());
+    const bool keepsBlocks = film_.blocks() > 1;
+    float* sums = pixel;
+    for (const image::SampleRange block : blocks_) {
+        const bool areEmpty = keepsBlocks || block.first == 0;
+        if (!addBlock(worker, x, y, block, sums, areEmpty)) return false;
+        if (keepsBlocks) sums += film_.sumWords();
     }
+    return true;
+}
+
+/// Adds a block's sum to `sums`. False when the render was stopped.
+bool TileRenderer::addBlock(Worker& worker, int x, int y, image::SampleRange samples, float* sums,
+                            bool areEmpty) {
+    if (samples.count() == 1) return addSample(worker, x, y, samples.first, sums);
+    float* const own = areEmpty ? sums : worker.sumsFor(samples, film_.sumWords());
+    if (!areEmpty) film_.clear(own);
+    for (unsigned i = 0; i < 4; ++i)
+        if (!addBlock(worker, x, y, image::quarterOf(samples, i), own, i == 0)) return false;
+    if (!areEmpty) film_.addSums(sums, own);
+    return true;
+}
+
+bool TileRenderer::addSample(Worker& worker, int x, int y, unsigned index, float* sums) {
+    Sampler& sampler = worker.context.sampler;
+    sampler.startSample(frame_.seed, x, y, index);
+    const float lobe = filter_.hasNegativeLobes() ? sampler.eye(EyeFilterLobe) : 0.0f;
+    PixelFilter::Placement placement =
+        filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
+    const bool isOnlyOne = index == 0 && frame_.options.min_samples <= 0;
+    if (isOnlyOne && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
+    renderEyeSample(worker.context, x, y, placement);
+    if (rays_) worker.report(*rays_);
+    if (frame_.stopped()) return false; // its rays may have been refused
+    film_.add(sums, placement, worker.context.sampleWords.data());
     return true;
 }
 
@@ -148,6 +179,7 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
 }
 
 bool TileRenderer::renderPass() {
+    blocks_ = image::blocksOf({state_.pass().firstSample, state_.pass().endSample});
     std::atomic<std::size_t> done{0};
     std::mutex reporting;
     const bool complete = inParallel(state_.tiles().count(), [&](Worker& worker, std::size_t tile) {

@@ -46,6 +46,8 @@ public:
 private:
     struct Worker;
     bool renderPixel(Worker& worker, int x, int y, float* pixel);
+    bool addBlock(Worker& worker, int x, int y, image::SampleRange samples, float* sums, bool areEmpty);
+    bool addSample(Worker& worker, int x, int y, unsigned index, float* sums);
     void renderTile(Worker& worker, std::size_t tile);
     Worker& workerOfThisThread();
     bool inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work);
@@ -57,6 +59,7 @@ private:
     RayMeter* rays_;
     std::function<void(double)> progress_;
     PixelFilter filter_;
+    std::vector<image::SampleRange> blocks_; // of the pass
     int threads_;
     int passesAtMost_;
     int passesDone_ = 0;

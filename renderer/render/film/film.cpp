@@ -11,18 +11,6 @@ namespace orca::render {
 namespace {
 
 constexpr float farAway = std::numeric_limits<float>::infinity();
-constexpr float insidePixel = 0.5f;
-
-/// Depth 0 means that there is no surface, so any surface is nearer.
-bool isNearer(float depth, float than) {
-    if (depth == 0.0f) return false;
-    return than == 0.0f || depth < than;
-}
-
-bool isUnfiltered(const image::Buffer& buffer) {
-    return buffer.type == miIMG_TYPE_TAG || !buffer.filtering;
-}
-
 constexpr std::size_t colorWords = 4;
 
 std::size_t pixelsIn(const PixelWindow& window) {
@@ -34,14 +22,15 @@ std::span<const image::Buffer> shownBuffers(const image::FramebufferSet& framebu
     return std::span(framebuffers.buffers()).subspan(1);
 }
 
-/// Words that a pixel has besides those of its buffers: weight, two colours, distance.
+/// Words that sums have besides those of the buffers: weight, two colours, distance.
 constexpr std::size_t ownWords(bool hasUnfiltered) {
     return 1 + 2 * colorWords + (hasUnfiltered ? 1 : 0);
 }
 
 } // namespace
 
-Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window, const PixelWindow& sampled)
+Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window, const PixelWindow& sampled,
+           std::size_t blocks)
     : framebuffers_(framebuffers),
       window_(window),
       sampled_(sampled),
@@ -50,7 +39,8 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window,
           offsetOf(framebuffers.buffers()[static_cast<std::size_t>(framebuffers.primaryIndex())])) {
     for (const image::Buffer& buffer : shownBuffers(framebuffers)) {
         const int first = static_cast<int>(offsetOf(buffer));
-        if (isUnfiltered(buffer)) unfiltered_.push_back(&buffer);
+        if (const image::Accumulation kind = image::accumulationOf(buffer); kind != image::Accumulation::Mean)
+            unfiltered_.push_back({kind, offsetOf(buffer), buffer.components});
         else if (!filtered_.empty() && filtered_.back().first + filtered_.back().count == first)
             filtered_.back().count += buffer.components;
         else filtered_.push_back({first, buffer.components});
@@ -59,56 +49,66 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window,
     lowAt_ = weightAt_ + 1;
     highAt_ = lowAt_ + colorWords;
     distanceAt_ = highAt_ + colorWords;
-    pixelWords_ = weightAt_ + ownWords(!unfiltered_.empty());
+    sumWords_ = weightAt_ + ownWords(!unfiltered_.empty());
+    pixelWords_ = blocks * sumWords_;
     data_.resize(pixelsIn(sampled) * pixelWords_);
     bytes_ = data_.size() * sizeof(float);
-    for (float *pixel = data_.data(), *end = pixel + data_.size(); pixel != end; pixel += pixelWords_) {
-        std::fill_n(pixel + lowAt_, colorWords, farAway);
-        std::fill_n(pixel + highAt_, colorWords, -farAway);
-        if (!unfiltered_.empty()) pixel[distanceAt_] = farAway;
-    }
+    for (float *sums = data_.data(), *end = sums + data_.size(); sums != end; sums += sumWords_) clear(sums);
 }
 
-std::size_t Film::bytesNeeded(const image::FramebufferSet& framebuffers, const PixelWindow& sampled) {
+std::size_t Film::bytesNeeded(const image::FramebufferSet& framebuffers, const PixelWindow& sampled,
+                              std::size_t blocks) {
     std::size_t words = 0;
     bool hasUnfiltered = false;
     for (const image::Buffer& buffer : shownBuffers(framebuffers)) {
         words += static_cast<std::size_t>(buffer.components);
-        hasUnfiltered = hasUnfiltered || isUnfiltered(buffer);
+        hasUnfiltered = hasUnfiltered || image::accumulationOf(buffer) != image::Accumulation::Mean;
     }
-    return (words + ownWords(hasUnfiltered)) * sizeof(float) * pixelsIn(sampled);
+    return blocks * (words + ownWords(hasUnfiltered)) * sizeof(float) * pixelsIn(sampled);
 }
 
-void Film::add(float* pixel, const PixelFilter::Placement& placement, const float* values) const {
+void Film::add(float* sums, const PixelFilter::Placement& placement, const float* values) const {
     values += scratchWords_;
-    pixel[weightAt_] += placement.weight;
+    sums[weightAt_] += placement.weight;
     for (const WordRange& range : filtered_) {
         const float* const from = values + range.first;
-        float* const to = pixel + range.first;
+        float* const to = sums + range.first;
         for (int w = 0; w < range.count; ++w) to[w] += placement.weight * from[w];
     }
     const float* const primary = values + primaryOffset_;
-    float *const low = pixel + lowAt_, *const high = pixel + highAt_;
+    float *const low = sums + lowAt_, *const high = sums + highAt_;
     for (std::size_t c = 0; c < colorWords; ++c) {
         low[c] = std::min(low[c], primary[c]);
         high[c] = std::max(high[c], primary[c]);
     }
     if (!unfiltered_.empty())
-        addUnfiltered(pixel, std::max(std::abs(placement.x), std::abs(placement.y)), values);
+        addUnfiltered(sums, std::max(std::abs(placement.x), std::abs(placement.y)), values);
 }
 
-void Film::addUnfiltered(float* pixel, float distance, const float* values) const {
-    const float before = pixel[distanceAt_];
-    const bool closer = distance < before, inside = distance <= insidePixel;
-    for (const image::Buffer* buffer : unfiltered_) {
-        float* const kept = pixel + offsetOf(*buffer);
-        const float* const value = values + offsetOf(*buffer);
-        bool takes = closer;
-        // Depths of samples inside the pixel: the nearest surface. Until there is one, the closest sample.
-        if (buffer->type == miIMG_TYPE_Z && before <= insidePixel) takes = inside && isNearer(*value, *kept);
-        if (takes) std::copy_n(value, buffer->components, kept);
+void Film::addUnfiltered(float* sums, float distance, const float* values) const {
+    float& keptDistance = sums[distanceAt_];
+    for (const auto& [accumulation, first, count] : unfiltered_)
+        if (image::replaces(accumulation, values[first], distance, sums[first], keptDistance))
+            std::copy_n(values + first, count, sums + first);
+    keptDistance = std::min(keptDistance, distance);
+}
+
+void Film::clear(float* sums) const {
+    std::fill_n(sums, lowAt_, 0.0f); // values and weight
+    std::fill_n(sums + lowAt_, colorWords, farAway);
+    std::fill_n(sums + highAt_, colorWords, -farAway);
+    if (!unfiltered_.empty()) sums[distanceAt_] = farAway;
+}
+
+void Film::addSums(float* sums, const float* later) const {
+    sums[weightAt_] += later[weightAt_];
+    for (const WordRange& range : filtered_)
+        for (int w = range.first; w < range.first + range.count; ++w) sums[w] += later[w];
+    for (std::size_t c = 0; c < colorWords; ++c) {
+        sums[lowAt_ + c] = std::min(sums[lowAt_ + c], later[lowAt_ + c]);
+        sums[highAt_ + c] = std::max(sums[highAt_ + c], later[highAt_ + c]);
     }
-    if (closer) pixel[distanceAt_] = distance;
+    if (!unfiltered_.empty()) addUnfiltered(sums, later[distanceAt_], later);
 }
 
 void Film::prefetch(int x, int y) const {
@@ -123,8 +123,8 @@ void Film::interpolate(int x, int y, const Blend& blend) {
         if (blend.weight[i] > blend.weight[heaviest]) heaviest = i;
     float* const to = pixel(x, y);
     const float* const nearest = pixel(blend.x[heaviest], blend.y[heaviest]);
-    for (const image::Buffer* buffer : unfiltered_)
-        std::copy_n(nearest + offsetOf(*buffer), buffer->components, to + offsetOf(*buffer));
+    for (const Unfiltered& value : unfiltered_)
+        std::copy_n(nearest + value.first, value.count, to + value.first);
     for (const WordRange& range : filtered_) std::fill_n(to + range.first, range.count, 0.0f);
     for (int i = 0; i < 4; ++i) {
         const float* const from = pixel(blend.x[i], blend.y[i]);
@@ -154,6 +154,8 @@ void Film::resolve() {
         const float* const from = pixel(window_.xl, y);
         if (to != from) std::copy_n(from, rowWords, to); // towards the front
         for (float* accumulated = to; accumulated != to + rowWords; accumulated += pixelWords_) {
+            for (std::size_t block = 1; block < blocks(); ++block)
+                addSums(accumulated, accumulated + block * sumWords_);
             const float weight = accumulated[weightAt_];
             if (weight == 0.0f || weight == 1.0f) continue;
             const float scale = 1.0f / weight;
@@ -165,13 +167,22 @@ void Film::resolve() {
     sampled_ = window_;
 }
 
-std::vector<image::Layer> Film::layers() const {
+image::Layer Film::layerAt(const image::Buffer* buffer, std::size_t word, std::size_t words) const {
+    return {buffer, {data_.data() + word, data_.size() - (pixelWords_ - words)}, pixelWords_};
+}
+
+std::vector<image::Layer> Film::layersOf(std::size_t block) const {
     std::vector<image::Layer> layers;
-    for (const image::Buffer& buffer : shownBuffers(framebuffers_)) {
-        const std::size_t behind = pixelWords_ - static_cast<std::size_t>(buffer.components);
-        layers.push_back({&buffer, {data_.data() + offsetOf(buffer), data_.size() - behind}, pixelWords_});
-    }
+    for (const image::Buffer& buffer : shownBuffers(framebuffers_))
+        layers.push_back(layerAt(&buffer, block * sumWords_ + offsetOf(buffer),
+                                 static_cast<std::size_t>(buffer.components)));
     return layers;
+}
+
+image::SummedBlock Film::summedBlock(std::size_t block, image::SampleRange samples) const {
+    const std::size_t first = block * sumWords_;
+    return {samples, layersOf(block), layerAt(nullptr, first + weightAt_, 1),
+            unfiltered_.empty() ? image::Layer{} : layerAt(nullptr, first + distanceAt_, 1)};
 }
 
 } // namespace orca::render

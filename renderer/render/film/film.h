@@ -3,6 +3,7 @@
 
 #include "image/framebuffers.h"
 #include "image/picture_file.h"
+#include "image/sample_blocks.h"
 #include "render/film/pixel_filter.h"
 #include "render/film/pixel_window.h"
 
@@ -20,20 +21,29 @@ class Film {
 public:
     /// @param window of the finished layers
     /// @param sampled pixels that take samples; contains the window
-    Film(const image::FramebufferSet& framebuffers, const PixelWindow& window, const PixelWindow& sampled);
+    /// @param blocks of samples whose sums are kept apart (see image::SampleRange), usually 1
+    Film(const image::FramebufferSet& framebuffers, const PixelWindow& window, const PixelWindow& sampled,
+         std::size_t blocks = 1);
     /// Memory of such a film, bytes.
     [[nodiscard]] static std::size_t bytesNeeded(const image::FramebufferSet& framebuffers,
-                                                 const PixelWindow& sampled);
+                                                 const PixelWindow& sampled, std::size_t blocks = 1);
 
-    /// What the pixel at (x, y) in picture coordinates has accumulated, `pixelWords` words. A copy of them is
-    /// as good: samples may be added to it and the result copied back.
+    /// What the pixel at (x, y) in picture coordinates has accumulated, `pixelWords` words: the sums of each
+    /// block, `sumWords` words. A copy of them is as good: samples may be added to it and the result copied
+    /// back.
     [[nodiscard]] float* pixel(int x, int y) { return data_.data() + index(x, y) * pixelWords_; }
     [[nodiscard]] const float* pixel(int x, int y) const { return data_.data() + index(x, y) * pixelWords_; }
     [[nodiscard]] std::size_t pixelWords() const { return pixelWords_; }
+    [[nodiscard]] std::size_t sumWords() const { return sumWords_; }
+    [[nodiscard]] std::size_t blocks() const { return pixelWords_ / sumWords_; }
 
-    /// Adds a sample to what a pixel has accumulated.
+    /// Adds a sample to the sums of a pixel, or of one of its blocks.
     /// @param values the sample's words of every buffer
-    void add(float* pixel, const PixelFilter::Placement& placement, const float* values) const;
+    void add(float* sums, const PixelFilter::Placement& placement, const float* values) const;
+    /// Makes sums those of no sample.
+    void clear(float* sums) const;
+    /// Adds the sums of later samples of the same pixel.
+    void addSums(float* sums, const float* later) const;
     /// Prefetches the pixel's words into the cache.
     void prefetch(int x, int y) const;
     /// Four pixels and their weights, which add up to 1.
@@ -50,28 +60,40 @@ public:
     /// Spread of the primary buffer over the pixel's samples.
     [[nodiscard]] miColor spread(int x, int y) const;
 
-    /// Divides the sums by their weights and drops the pixels outside of the window. Once, after the last
-    /// sample; of the functions above none may be called afterwards.
+    /// Adds up the blocks, divides the sums by their weights and drops the pixels outside of the window.
+    /// Once, after the last sample; of the functions above none may be called afterwards.
     void resolve();
     /// Finished layers, the scratch buffer left out. Valid as long as the film.
-    [[nodiscard]] std::vector<image::Layer> layers() const;
+    [[nodiscard]] std::vector<image::Layer> layers() const { return layersOf(0); }
+    /// Instead of the layers, before `resolve`: the sums of a block, for a film without pixels outside of the
+    /// window.
+    [[nodiscard]] image::SummedBlock summedBlock(std::size_t block, image::SampleRange samples) const;
     [[nodiscard]] const PixelWindow& window() const { return window_; }
     [[nodiscard]] const PixelWindow& sampledWindow() const { return sampled_; }
     [[nodiscard]] std::size_t bytes() const { return bytes_; }
 
 private:
     struct WordRange {
-        int first, count; // of a pixel's words
+        int first, count; // of the sums' words
     };
 
-    void addUnfiltered(float* pixel, float distance, const float* values) const;
+    struct Unfiltered {
+        image::Accumulation accumulation;
+        std::size_t first;
+        int count;
+    };
+
+    void addUnfiltered(float* sums, float distance, const float* values) const;
+    [[nodiscard]] std::vector<image::Layer> layersOf(std::size_t block) const;
+    [[nodiscard]] image::Layer layerAt(const image::Buffer* buffer, std::size_t word,
+                                       std::size_t words) const;
 
     [[nodiscard]] std::size_t index(int x, int y) const {
         return static_cast<std::size_t>(y - sampled_.yl) * static_cast<std::size_t>(sampled_.width()) +
                static_cast<std::size_t>(x - sampled_.xl);
     }
 
-    /// First word of a buffer in a pixel.
+    /// First word of a buffer in the sums.
     [[nodiscard]] std::size_t offsetOf(const image::Buffer& buffer) const {
         return static_cast<std::size_t>(buffer.sampleOffset) - scratchWords_;
     }
@@ -79,12 +101,13 @@ private:
     const image::FramebufferSet& framebuffers_;
     PixelWindow window_, sampled_;
     std::vector<WordRange> filtered_; // neighbouring buffers in one range
-    std::vector<const image::Buffer*> unfiltered_;
+    std::vector<Unfiltered> unfiltered_;
     std::size_t scratchWords_; // of the scratch buffer, first in a sample and in no pixel
     std::size_t primaryOffset_;
-    // A pixel: the buffers' words, then its weight, the lowest and highest primary colour, and, only where
-    // there are unfiltered values, the distance of the sample that they are from.
-    std::size_t weightAt_, lowAt_, highAt_, distanceAt_, pixelWords_;
+    // Sums: the buffers' words, then the weight, the lowest and highest primary colour, and, only where there
+    // are unfiltered values, the distance of the sample that they are from.
+    std::size_t weightAt_, lowAt_, highAt_, distanceAt_, sumWords_;
+    std::size_t pixelWords_;
     std::vector<float> data_;
     std::size_t bytes_;
 };

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "image/framebuffers.h"
+
+#include <string>
+#include <vector>
+
+/// How a pixel's value comes from its samples. Sums of floats depend on their order, so the order is fixed:
+/// samples are added in blocks of 4^n that begin at a multiple of their own size, and a block is the sum of
+/// its four quarters, one after the other. So the blocks of a range of samples can be summed on another
+/// machine and added to the others later: the picture is, bit for bit, the one that takes all samples at
+/// once.
+namespace orca::image {
+
+/// Samples `first` to `end` - 1 of each pixel's sequence.
+struct SampleRange {
+    unsigned first, end;
+    [[nodiscard]] unsigned count() const { return end - first; }
+    friend bool operator==(const SampleRange&, const SampleRange&) = default;
+};
+
+/// Quarter `index`, 0 to 3, of a block of more than one sample.
+[[nodiscard]] inline SampleRange quarterOf(SampleRange block, unsigned index) {
+    const unsigned count = block.count() / 4;
+    return {block.first + index * count, block.first + (index + 1) * count};
+}
+
+/// The fewest blocks that make up a range, in order.
+[[nodiscard]] std::vector<SampleRange> blocksOf(SampleRange range);
+
+/// "0:16"
+[[nodiscard]] std::string textOf(SampleRange range);
+/// "0:16 of 64"
+[[nodiscard]] std::string textOf(SampleRange range, unsigned samples);
+
+/// What a pixel keeps of its samples' values.
+enum class Accumulation {
+    Mean,        ///< weighted by the pixel filter
+    Closest,     ///< that of the sample closest to the pixel's centre, the first of equally close ones
+    NearestDepth ///< the nearest surface inside the pixel; as Closest while no sample is inside
+};
+[[nodiscard]] Accumulation accumulationOf(const Buffer& buffer);
+
+/// Distance from a pixel's centre, in x or y, up to which a sample is inside the pixel.
+inline constexpr float insidePixel = 0.5f;
+
+/// The mean of samples from their sum; without a weight, the sum.
+[[nodiscard]] inline float dividedByWeight(float sum, float weight) {
+    return weight == 0.0f ? sum : sum * (1.0f / weight);
+}
+
+/// Depth 0 means that there is no surface, so any surface is nearer.
+[[nodiscard]] inline bool isNearer(float depth, float than) {
+    if (depth == 0.0f) return false;
+    return than == 0.0f || depth < than;
+}
+
+/// True when a pixel whose value is no mean takes the value of a later sample, or of a later block of
+/// samples, in place of its own.
+/// @param value,kept of the later one and of the pixel
+/// @param distance,keptDistance of their closest samples from the pixel's centre; infinite without a sample
+[[nodiscard]] inline bool replaces(Accumulation accumulation, float value, float distance, float kept,
+                                   float keptDistance) {
+    if (accumulation == Accumulation::NearestDepth && keptDistance <= insidePixel)
+        return distance <= insidePixel && isNearer(value, kept);
+    return distance < keptDistance;
+}
+
+} // namespace orca::image

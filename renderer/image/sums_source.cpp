@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "image/sums_file.h"
+#include "image/to_half.h"
+
+#include <OpenEXR/ImfInputPart.h>
+#include <OpenEXR/ImfMultiPartInputFile.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+
+/// Adds the sums of sample ranges, a few rows at a time.
+namespace orca::image {
+
+namespace {
+
+/// Rows of one block, or of several added up.
+struct SummedRows {
+    SummedRows(const Imf::Header& sums, const Imf::Header& ofWeights)
+        : values(sums.channels(), sums.dataWindow().min.x, sums.dataWindow().max.x),
+          weights(ofWeights.channels(), sums.dataWindow().min.x, sums.dataWindow().max.x) {}
+
+    // The channels of `weights` are in order of their names.
+    [[nodiscard]] float* distance() { return weights.planes() > 1 ? weights.numbers<float>(0) : nullptr; }
+    [[nodiscard]] float* weight() { return weights.numbers<float>(weights.planes() - 1); }
+
+    Rows values, weights;
+};
+
+class SumsSource final : public RowSource {
+public:
+    SumsSource(const std::vector<SumsFile>& files, int part)
+        : RowSource(rowsOf(files.front().finished[static_cast<std::size_t>(part)].header)),
+          channels_(files.front().finished[static_cast<std::size_t>(part)].channels),
+          all_{0, files.front().samples} {
+        for (const SumsFile& file : files) {
+            files_.push_back(std::make_unique<Imf::MultiPartInputFile>(file.path.c_str()));
+            for (const SumsFile::Block& block : file.blocks)
+                blocks_.emplace(block.samples.first,
+                                Block{block.samples,
+                                      file.path,
+                                      {*files_.back(), block.weights},
+                                      {*files_.back(), block.parts[static_cast<std::size_t>(part)]}});
+        }
+    }
+
+    void read(int top, int first, int last) override {
+        top_ = top;
+        first_ = first;
+        last_ = last;
+        begin_ = static_cast<std::size_t>(first - top) * static_cast<std::size_t>(rows.width());
+        end_ = static_cast<std::size_t>(last + 1 - top) * static_cast<std::size_t>(rows.width());
+        SummedRows& sum = level(0);
+        collect(all_, 0, sum);
+        finish(sum);
+    }
+
+private:
+    struct Block {
+        SampleRange samples;
+        std::string path;
+        Imf::InputPart weights, sums;
+    };
+
+    static Rows rowsOf(const Imf::Header& header) {
+        return {header.channels(), header.dataWindow().min.x, header.dataWindow().max.x};
+    }
+
+    /// Rows for the sums of blocks that are `depth` times a quarter of all samples.
+    SummedRows& level(std::size_t depth) {
+        while (levels_.size() <= depth) {
+            Block& any = blocks_.begin()->second;
+            levels_.push_back(std::make_unique<SummedRows>(any.sums.header(), any.weights.header()));
+        }
+        return *levels_[depth];
+    }
+
+    /// Puts the sums of a block into `sum`, which is the rows of its depth or of one above.
+    void collect(SampleRange samples, std::size_t depth, SummedRows& sum) {
+        const auto block = blocks_.find(samples.first);
+        if (block != blocks_.end() && block->second.samples == samples) {
+            load(block->second, sum);
+            return;
+        }
+        collect(quarterOf(samples, 0), depth + 1, sum);
+        for (unsigned i = 1; i < 4; ++i) {
+            SummedRows& quarter = level(depth + 1);
+            collect(quarterOf(samples, i), depth + 1, quarter);
+            add(quarter, sum);
+        }
+    }
+
+    void load(Block& block, SummedRows& to) const {
+        try {
+            block.weights.setFrameBuffer(to.weights.slices(top_));
+            block.weights.readPixels(first_, last_);
+            block.sums.setFrameBuffer(to.values.slices(top_));
+            block.sums.readPixels(first_, last_);
+        } catch (const std::exception& problem) {
+            throw std::runtime_error(fmt::format("\"{}\" is damaged: {}", block.path, problem.what()));
+        }
+    }
+
+    /// Adds a later block's sums.
+    void add(SummedRows& later, SummedRows& sum) const {
+        const float *const distance = later.distance(), *const weight = later.weight();
+        float* const keptDistance = sum.distance();
+        for (std::size_t p = 0; p < channels_.size(); ++p) {
+            const float* const from = later.values.numbers<float>(p);
+            float* const to = sum.values.numbers<float>(p);
+            if (channels_[p] == Accumulation::Mean) {
+                for (std::size_t i = begin_; i < end_; ++i) to[i] += from[i];
+                continue;
+            }
+            for (std::size_t i = begin_; i < end_; ++i)
+                if (replaces(channels_[p], from[i], distance[i], to[i], keptDistance[i]))
+                    std::memcpy(to + i, from + i, sizeof *to); // a label is no float
+        }
+        float* const sumOfWeights = sum.weight();
+        for (std::size_t i = begin_; i < end_; ++i) sumOfWeights[i] += weight[i];
+        if (!distance) return;
+        for (std::size_t i = begin_; i < end_; ++i) keptDistance[i] = std::min(keptDistance[i], distance[i]);
+    }
+
+    /// Makes pixels of sums.
+    void finish(SummedRows& sum) {
+        const float* const weight = sum.weight();
+        for (std::size_t p = 0; p < channels_.size(); ++p) {
+            const float* const from = sum.values.numbers<float>(p);
+            if (channels_[p] != Accumulation::Mean) {
+                std::memcpy(rows.numbers<float>(p) + begin_, from + begin_, (end_ - begin_) * sizeof *from);
+                continue;
+            }
+            for (std::size_t i = begin_; i < end_; ++i) {
+                const float mean = dividedByWeight(from[i], weight[i]);
+                if (rows.type(p) == Imf::HALF) rows.numbers<half>(p)[i] = toHalf(mean);
+                else rows.numbers<float>(p)[i] = mean;
+            }
+        }
+    }
+
+    const std::vector<Accumulation>& channels_;
+    SampleRange all_;
+    std::vector<std::unique_ptr<Imf::MultiPartInputFile>> files_;
+    std::map<unsigned, Block> blocks_; // by their first sample
+    std::vector<std::unique_ptr<SummedRows>> levels_;
+    int top_ = 0, first_ = 0, last_ = 0;
+    std::size_t begin_ = 0, end_ = 0; // of the rows that are read, in pixels
+};
+
+} // namespace
+
+std::unique_ptr<RowSource> sumsSource(const std::vector<SumsFile>& files, int part) {
+    return std::make_unique<SumsSource>(files, part);
+}
+
+} // namespace orca::image
