@@ -42,16 +42,19 @@ image::Buffer bufferFrom(const json& described) {
 
 } // namespace
 
-std::string describePicture(const render::Picture& picture, int frame) {
+std::string describePicture(const render::Picture& picture, const std::optional<image::SampleRange>& samples,
+                            int frame) {
     const miCamera& camera = picture.camera();
     const miOptions& options = picture.options.options;
     const render::PixelWindow window = picture.window();
     json buffers = json::array();
     for (const image::Buffer& buffer : picture.framebuffers().buffers()) buffers.push_back(describe(buffer));
+    const image::SampleRange kept = samples.value_or(image::SampleRange{0, 1});
     const json described{
         {"frame", frame},
         {"size", {camera.x_resolution, camera.y_resolution}},
         {"window", {window.xl, window.yl, window.xh, window.yh}},
+        {"sampleRange", {kept.first, kept.end}},
         {"samples", {options.min_samples, options.max_samples}},
         {"tileSize", options.task_size > 0 ? options.task_size : render::TileRenderer::automaticTileSize},
         {"buffers", std::move(buffers)}};
@@ -62,6 +65,7 @@ struct DescribedPicture::Fields {
     render::PixelWindow window;
     render::SampledArea area;
     int tileSize, frame;
+    std::size_t blocks;
     std::vector<image::Buffer> buffers;
 
     static Fields from(const std::string& text) {
@@ -70,6 +74,7 @@ struct DescribedPicture::Fields {
             const auto size = described.at("size").get<std::array<int, 2>>();
             const auto [xl, yl, xh, yh] = described.at("window").get<std::array<int, 4>>();
             const auto samples = described.at("samples").get<std::array<int, 2>>();
+            const auto [first, end] = described.at("sampleRange").get<std::array<unsigned, 2>>();
             const render::PixelWindow window{xl, yl, xh, yh};
             std::vector<image::Buffer> buffers;
             for (const json& buffer : described.at("buffers")) buffers.push_back(bufferFrom(buffer));
@@ -77,12 +82,14 @@ struct DescribedPicture::Fields {
             const bool plausible =
                 0 <= xl && xl <= xh && xh < size[0] && 0 <= yl && yl <= yh && yh < size[1] &&
                 samples[0] <= samples[1] && samples[0] >= scene::coarsestSamplingLevel &&
-                samples[1] <= scene::finestSamplingLevel && tileSize > 0 && buffers.size() > 1;
+                samples[1] <= scene::finestSamplingLevel && tileSize > 0 && buffers.size() > 1 &&
+                first < end && end <= render::samplesAt(scene::finestSamplingLevel);
             if (plausible)
                 return {window,
                         {size[0], size[1], window, samples[0], samples[1]},
                         tileSize,
                         described.at("frame"),
+                        image::blocksOf({first, end}).size(),
                         std::move(buffers)};
         } catch (const json::exception&) { // the same as implausible values
         }
@@ -98,6 +105,7 @@ DescribedPicture::DescribedPicture(Fields fields, Log& log)
     : window_(fields.window),
       area_(fields.area),
       tileSize_(fields.tileSize),
+      blocks_(fields.blocks),
       frame_{},
       framebuffers_(std::move(fields.buffers), log) {
     frame_.width = area_.width();

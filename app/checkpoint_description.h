@@ -7,13 +7,16 @@
 #include "render/picture.h"
 #include "render/sampling/sampled_area.h"
 
+#include <cstddef>
+#include <optional>
 #include <string>
 
 namespace orca::app {
 
-/// A picture's size, window, sampling and frame buffers as JSON: what its checkpoint needs to be shown
-/// without the scene.
-[[nodiscard]] std::string describePicture(const render::Picture& picture, int frame);
+/// A picture's size, window, sampling, sample range and frame buffers as JSON: what its checkpoint needs to
+/// be shown without the scene.
+[[nodiscard]] std::string describePicture(const render::Picture& picture,
+                                          const std::optional<image::SampleRange>& samples, int frame);
 
 /// A picture read from such a description.
 class DescribedPicture {
@@ -25,6 +28,8 @@ public:
     [[nodiscard]] const render::PixelWindow& window() const { return window_; }
     [[nodiscard]] const render::SampledArea& area() const { return area_; }
     [[nodiscard]] int tileSize() const { return tileSize_; }
+    /// Of samples, whose sums are kept apart.
+    [[nodiscard]] std::size_t blocks() const { return blocks_; }
     [[nodiscard]] const image::PictureFrame& frame() const { return frame_; }
 
 private:
@@ -34,6 +39,7 @@ private:
     render::PixelWindow window_;
     render::SampledArea area_;
     int tileSize_;
+    std::size_t blocks_;
     image::PictureFrame frame_;
     image::FramebufferSet framebuffers_;
 };

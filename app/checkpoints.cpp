@@ -57,8 +57,12 @@ bool Checkpoints::isFinished(const PictureFiles& files, const render::Checkpoint
         return false;
     }
     const auto hash = picture->text.find("pictureHash");
+    const auto samples = picture->text.find("sampleRange"), wanted = identity.find("sample range");
+    const bool sameSamples = samples == picture->text.end()
+                                 ? wanted == identity.end()
+                                 : wanted != identity.end() && samples->second == wanted->second;
     const auto& [xl, yl, xh, yh] = picture->window;
-    if (hash == picture->text.end() || hash->second != hashOf(identity) ||
+    if (hash == picture->text.end() || hash->second != hashOf(identity) || !sameSamples ||
         fmt::format("{} {} {} {}", xl, yl, xh, yh) != identity.at("window")) {
         log_.warning("MAIN",
                      "\"{}\" is of another scene, options, window or version: frame {} is rendered again",
@@ -69,10 +73,10 @@ bool Checkpoints::isFinished(const PictureFiles& files, const render::Checkpoint
     return true;
 }
 
-std::optional<render::CheckpointSettings> Checkpoints::settings(const PictureFiles& files,
-                                                                const render::Picture& picture,
-                                                                const render::CheckpointHeader& identity,
-                                                                int frame) const {
+std::optional<render::CheckpointSettings>
+Checkpoints::settings(const PictureFiles& files, const render::Picture& picture,
+                      const std::optional<image::SampleRange>& samples,
+                      const render::CheckpointHeader& identity, int frame) const {
     if (files.checkpoint.empty()) return {};
     render::CheckpointSettings settings;
     settings.file = files.checkpoint;
@@ -83,7 +87,7 @@ std::optional<render::CheckpointSettings> Checkpoints::settings(const PictureFil
     const int tileSize = picture.options.options.task_size;
     settings.header["tile size"] =
         std::to_string(tileSize > 0 ? tileSize : render::TileRenderer::automaticTileSize);
-    settings.header["about.picture"] = describePicture(picture, frame);
+    settings.header["about.picture"] = describePicture(picture, samples, frame);
     settings.resumes = command_.resumes && exists(files.checkpoint);
     if (settings.resumes) log_.info("MAIN", "frame {} goes on from \"{}\"", frame, files.checkpoint);
     return settings;
@@ -113,8 +117,10 @@ int developCheckpoint(const CommandLine& command, Log& log) {
         render::CheckpointHeader header = render::readHeader(input);
         DescribedPicture picture(header["about.picture"], log);
         // It holds every pixel of the film, so a film that is larger than the file is made up.
-        input.demand(render::Film::bytesNeeded(picture.framebuffers(), picture.area().sampled()));
-        render::Film film(picture.framebuffers(), picture.window(), picture.area().sampled());
+        input.demand(
+            render::Film::bytesNeeded(picture.framebuffers(), picture.area().sampled(), picture.blocks()));
+        render::Film film(picture.framebuffers(), picture.window(), picture.area().sampled(),
+                          picture.blocks());
         render::RenderState state(film, picture.tileSize(), true);
         state.read(input);
         input.finish();

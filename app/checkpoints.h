@@ -26,10 +26,10 @@ public:
 
     /// How the picture's checkpoints are written, and whether its render goes on from one. Nothing when the
     /// command asks for none.
-    [[nodiscard]] std::optional<render::CheckpointSettings> settings(const PictureFiles& files,
-                                                                     const render::Picture& picture,
-                                                                     const render::CheckpointHeader& identity,
-                                                                     int frame) const;
+    [[nodiscard]] std::optional<render::CheckpointSettings>
+    settings(const PictureFiles& files, const render::Picture& picture,
+             const std::optional<image::SampleRange>& samples, const render::CheckpointHeader& identity,
+             int frame) const;
 
     /// Removes the checkpoint of a picture whose files are written.
     void discard(const PictureFiles& files) const;

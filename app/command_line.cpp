@@ -100,7 +100,7 @@ std::vector<std::string> passNames(const std::vector<std::string>& lists) {
 
 /// Options as CLI11 fills them, before they are checked and converted.
 struct RawOptions {
-    std::string size, part, pixel, frames, files = "on", verbosity, checkpoint;
+    std::string size, part, samples, pixel, frames, files = "on", verbosity, checkpoint;
     std::vector<int> window;
     std::vector<std::string> passes, includes, libraryPaths, texturePaths, links, sets, registry;
     std::map<std::string_view, std::vector<std::string>> options; ///< by the scene's words
@@ -214,6 +214,12 @@ void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->group(group)
         ->type_name("N/WxH")
         ->excludes("--window");
+    app.add_option(
+           "--sample-range", raw.samples,
+           "render samples A to B-1 of each pixel, or share K of N, and write their sums; orca-merge joins "
+           "the ranges")
+        ->group(group)
+        ->type_name("A:B|K/N");
     app.add_option("--pixel", raw.pixel, "render one pixel and print the values of its layers")
         ->group(group)
         ->type_name("X,Y");
@@ -384,6 +390,15 @@ void convert(RawOptions& raw, CommandLine& command) {
         command.pixel = numberPair("--pixel", raw.pixel, ',', "a pixel such as 120,45");
         const auto [x, y] = *command.pixel;
         overrides.window = {x, y, x, y};
+    }
+    if (!raw.samples.empty()) {
+        command.samples = sampleRequest(raw.samples);
+        if (!command.samples)
+            refuse("--sample-range", raw.samples, "a range such as 0:16, or a share such as 1/4");
+        if (command.pixel || !command.png.empty() || !command.pngLayers.empty())
+            throw CLI::ValidationError(
+                "--sample-range", "some of the samples make no picture to look at: leave out --pixel, --png "
+                                  "and --png-layers, and give them when orca-merge has joined the ranges");
     }
     if (const std::string reason = whyNoLayeredFile(command.output); !reason.empty())
         throw CLI::ValidationError("--output", reason);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "sample_request.h"
+
 #include "base/log.h"
 #include "scene/elements/option_statements.h"
 
@@ -56,6 +58,7 @@ struct CommandLine {
     bool reproducible = false; ///< leave times out of files, so that equal pictures are equal files
     int threads = 0;           ///< 0: all processors
     std::optional<std::pair<int, int>> pixel;
+    std::optional<SampleRequest> samples; ///< write the sums of these only
     std::optional<std::vector<int>> frames;
     std::vector<std::string> passes;
     bool listsPasses = false, listsOutputs = false, listsInputs = false;

@@ -84,7 +84,7 @@ PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) 
     files.frame = frame;
     if (command_.checkpointSeconds) files.checkpoint = withFrame(command_.checkpointFile, frame);
     if (!command_.writesFiles || command_.pixel) return files;
-    if (command_.writesSceneFiles)
+    if (command_.writesSceneFiles && !command_.samples)
         files.sceneFiles = image::bufferFilePaths(command_.fileDirectory, image::layeredBuffers(buffers));
     files.png = nameFor(command_.png, "--png", frame);
     files.layerDirectory = nameFor(command_.pngLayers, "--png-layers", frame);
@@ -107,7 +107,7 @@ std::vector<OutputFiles::Planned> OutputFiles::planned(const PictureFiles& files
     // Compression about halves floats, four of them in a file of the scene's; of a preview's three bytes it
     // leaves about two.
     const std::uint64_t pixels = pixelsIn(picture);
-    const std::uint64_t layeredBytes = pixels * layeredBytesPerPixel(picture) / 2;
+    const std::uint64_t layeredBytes = pixels * layeredBytesPerPixel(picture) / (command_.samples ? 1 : 2);
     const std::uint64_t previewBytes = 2 * pixels;
     std::vector<Planned> plan;
     const auto add = [&](const std::string& path, const std::string& role, std::uint64_t bytes) {
@@ -226,9 +226,17 @@ void OutputFiles::remember(const PictureFiles& files) {
 
 bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& result) const {
     if (!command_.writesFiles || command_.pixel) return true;
-    const std::vector<image::Layer> layers = result.layers();
     const image::PictureFrame& picture = result.frame();
     const auto layout = command_.singlePart ? image::PartLayout::SinglePart : image::PartLayout::MultiPart;
+    if (result.sampleRange) {
+        const std::vector<image::SampleRange> ranges = image::blocksOf(*result.sampleRange);
+        std::vector<image::SummedBlock> blocks;
+        for (std::size_t i = 0; i < ranges.size(); ++i)
+            blocks.push_back(result.film().summedBlock(i, ranges[i]));
+        return image::writeSampleSums(files.layered, picture, blocks, *result.sampleRange,
+                                      samplesOf(result.picture().options.options), layout, log_);
+    }
+    const std::vector<image::Layer> layers = result.layers();
     bool good = image::writeLayeredExr(files.layered, picture, layers, layout, log_);
     if (command_.writesSceneFiles)
         good = image::writeBufferFiles(command_.fileDirectory, picture, layers, log_) && good;

@@ -58,7 +58,8 @@ std::string textOf(const std::map<std::string, std::string>& values) {
 } // namespace
 
 render::CheckpointHeader pictureIdentity(const CommandLine& command, const render::Picture& picture,
-                                         int frame, const std::vector<InputFile>& inputs) {
+                                         const std::optional<image::SampleRange>& samples, int frame,
+                                         const std::vector<InputFile>& inputs) {
     render::CheckpointHeader identity;
     identity["program"] = fmt::format("orca-render {} ({})", ORCA_VERSION, hashOfFile("/proc/self/exe"));
     for (const InputFile& input : inputs) identity["file " + input.path] = hashOfFile(input.path);
@@ -72,6 +73,7 @@ render::CheckpointHeader pictureIdentity(const CommandLine& command, const rende
     const render::PixelWindow window = picture.window();
     identity["size"] = fmt::format("{}x{}", camera.x_resolution, camera.y_resolution);
     identity["window"] = fmt::format("{} {} {} {}", window.xl, window.yl, window.xh, window.yh);
+    if (samples) identity["sample range"] = image::textOf(*samples, samplesOf(picture.options.options));
     identity["frame"] = std::to_string(frame);
     identity["camera"] = picture.elements().camera->name;
     std::string buffers;
@@ -84,7 +86,7 @@ render::CheckpointHeader pictureIdentity(const CommandLine& command, const rende
 std::string hashOf(const render::CheckpointHeader& identity) {
     render::Checksum checksum;
     for (const auto& [name, value] : identity) {
-        if (name == "window") continue;
+        if (name == "window" || name == "sample range") continue;
         checksum.add(name.c_str(), name.size() + 1);
         checksum.add(value.c_str(), value.size() + 1);
     }

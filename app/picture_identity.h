@@ -7,20 +7,22 @@
 #include "render/checkpoint/checkpoint_settings.h"
 #include "render/picture.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace orca::app {
 
 /// All that a picture's pixels depend on, by name: this program, every file of the scene by its content, the
-/// options of the command line, the picture's size, window, frame and buffers. Of files above a megabyte the
-/// size and the first and last 64 KB count.
+/// options of the command line, the picture's size, window, sample range, frame and buffers. Of files above a
+/// megabyte the size and the first and last 64 KB count.
 [[nodiscard]] render::CheckpointHeader pictureIdentity(const CommandLine& command,
-                                                       const render::Picture& picture, int frame,
-                                                       const std::vector<InputFile>& inputs);
+                                                       const render::Picture& picture,
+                                                       const std::optional<image::SampleRange>& samples,
+                                                       int frame, const std::vector<InputFile>& inputs);
 
-/// The identity in 16 hexadecimal digits, for the metadata of the picture's file. Windows of one picture have
-/// the same.
+/// The identity in 16 hexadecimal digits, for the metadata of the picture's file. Windows and
+/// sample ranges of one picture have the same.
 [[nodiscard]] std::string hashOf(const render::CheckpointHeader& identity);
 
 /// The vector instructions that the ray-tracing kernel and the mathematical library choose their code by. The

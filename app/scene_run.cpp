@@ -285,6 +285,11 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         fail(exitUsage);
         return false;
     }
+    std::optional<image::SampleRange> samples;
+    if (command_.samples && !(samples = rangeOf(*command_.samples, picture.options.options, log_))) {
+        fail(exitUsage);
+        return false;
+    }
     const PictureFiles files = files_.next(picture.framebuffers(), frame);
     if (command_.listsOutputs) {
         OutputFiles::list(files, picture.framebuffers());
@@ -302,22 +307,24 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         return false;
     }
     send(PictureBegins{files, isLastFile_ && request.endsFile});
-    const bool goesOn = renderInto(files, std::move(picture));
+    const bool goesOn = renderInto(files, std::move(picture), samples);
     send(PictureEnds{exitCode_});
     return goesOn;
 }
 
-bool SceneRun::renderInto(const PictureFiles& files, render::Picture picture) {
+bool SceneRun::renderInto(const PictureFiles& files, render::Picture picture,
+                          const std::optional<image::SampleRange>& samples) {
     const CostMeter cost(log_);
     const int frame = files.frame;
     const std::vector<InputFile> inputs = inputFiles(scene_, textures_, runtime_, policy_);
-    const render::CheckpointHeader identity = pictureIdentity(command_, picture, frame, inputs);
+    const render::CheckpointHeader identity = pictureIdentity(command_, picture, samples, frame, inputs);
     if (checkpoints_.isFinished(files, identity, frame)) return true;
     if (!files_.check(files, picture, inputs)) {
         fail(exitNotWritten);
         return false;
     }
-    const std::unique_ptr<render::FrameResult> result = renderPicture(std::move(picture), files, identity);
+    const std::unique_ptr<render::FrameResult> result =
+        renderPicture(std::move(picture), samples, files, identity);
     if (!result) {
         fail(exitRenderError);
         return false;
@@ -372,6 +379,7 @@ void SceneRun::warnOfOblongPixels(const render::Picture& picture) {
 }
 
 std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture picture,
+                                                             const std::optional<image::SampleRange>& samples,
                                                              const PictureFiles& files,
                                                              const render::CheckpointHeader& identity) {
     Progress progress(progressStyle(command_), stderr, fmt::format("frame {}", files.frame));
@@ -380,7 +388,8 @@ std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture pic
     settings.stop = &stop_.flag();
     settings.rays = limits_.rayMeter();
     settings.progress = [&](double share) { progress.update(share); };
-    settings.checkpoint = checkpoints_.settings(files, picture, identity, files.frame);
+    settings.checkpoint = checkpoints_.settings(files, picture, samples, identity, files.frame);
+    settings.sampleRange = samples;
     watchExit();
     return session_.render(std::move(picture), settings);
 }

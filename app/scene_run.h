@@ -48,7 +48,8 @@ private:
     bool link(const std::string& file, const SourceLocation& location);
     bool render(const scene::RenderRequest& request);
     /// Renders a picture into its files. False: nothing more of the scene is to be rendered.
-    bool renderInto(const PictureFiles& files, render::Picture picture);
+    bool renderInto(const PictureFiles& files, render::Picture picture,
+                    const std::optional<image::SampleRange>& samples);
     /// Writes a picture, or tells why there is none to write. Returns an exit code.
     int finish(render::FrameResult& result, const PictureFiles& files,
                const render::CheckpointHeader& identity, const CostMeter& cost);
@@ -56,7 +57,9 @@ private:
     /// Puts the command line's settings in place of the scene's.
     void applySettings(render::Picture& picture) const;
     /// Null, with a message, when it could not be rendered.
-    std::unique_ptr<render::FrameResult> renderPicture(render::Picture picture, const PictureFiles& files,
+    std::unique_ptr<render::FrameResult> renderPicture(render::Picture picture,
+                                                       const std::optional<image::SampleRange>& samples,
+                                                       const PictureFiles& files,
                                                        const render::CheckpointHeader& identity);
     /// Fills in the metadata of the picture's files.
     void describe(render::FrameResult& result, int frame, const render::CheckpointHeader& identity) const;

@@ -11,17 +11,19 @@
 #include <string>
 #include <vector>
 
-/// orca-merge: joins the windows of a picture that were rendered apart.
+/// orca-merge: joins the windows and the sample ranges of a picture that were rendered apart.
 int main(int argc, char** argv) {
     using namespace orca::app;
     CLI::App app(
-        "Joins windows of one picture, rendered apart (orca-render --window), into the file of the whole "
-        "picture.",
+        "Joins windows and sample ranges of one picture, rendered apart (orca-render --window, --part, "
+        "--sample-range), into the file of the whole picture.",
         "orca-merge");
     app.set_version_flag("--version", "orca-merge " ORCA_VERSION);
     std::vector<std::string> parts;
     std::string output;
-    app.add_option("parts", parts, "layered files of the windows")->required()->type_name("PART");
+    app.add_option("parts", parts, "layered files of the windows, files of the sample ranges")
+        ->required()
+        ->type_name("PART");
     app.add_option("-o,--output", output, "layered OpenEXR to write")->required()->type_name("FILE");
     addDocuments(app, "exr", {});
     try {

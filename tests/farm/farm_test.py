@@ -34,8 +34,8 @@ def write_sequence(folder, frames):
                                                    for n in range(1, frames + 1)))
 
 
-def submit(build, folder, *options):
-    command = [str(build / "bin" / "orca-farm"), "submit", "shot.mi", *options, "--checkpoint", "0.2", "--", *ARGUMENTS]
+def submit(build, folder, *options, arguments=()):
+    command = [str(build / "bin" / "orca-farm"), "submit", "shot.mi", *options, "--checkpoint", "0.2", "--", *ARGUMENTS, *arguments]
     return subprocess.Popen(command, cwd=folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
 
 
@@ -75,6 +75,16 @@ def whole_frames(build, folder, frames):
 def local(build, base):
     frames = 2
     whole = whole_frames(build, base / "whole", frames)
+    shared = base / "shared"
+    shared.mkdir()
+    write_sequence(shared, 1)
+    samples = ["--samples", "1", "1"]
+    render = [build / "bin" / "orca-render", "shot.mi", "--frames", "1", "--reproducible", *ARGUMENTS, *samples, "-o", "whole.exr"]
+    subprocess.run(render, cwd=shared, check=True)
+    job = submit(build, shared, "--frames", "1", "--parts", "2x1", "--sample-parts", "3", "-o", "joined.exr", arguments=samples)
+    check(job.communicate() and job.returncode == 0, "a frame in shares of its samples was not rendered")
+    check((shared / "joined.exr").read_bytes() == (shared / "whole.exr").read_bytes(), "joined shares of samples differ from one render")
+
     folder = base / "local"
     folder.mkdir()
     write_sequence(folder, frames)

@@ -5,7 +5,8 @@
 
 #include <string>
 
-/// orca-merge and orca-render's --window, --checkpoint and --skip-existing as a render farm meets them.
+/// orca-merge and orca-render's --window, --sample-range, --checkpoint and --skip-existing as a render farm
+/// meets them.
 namespace orca::image::test {
 
 namespace {
@@ -43,6 +44,60 @@ TEST_F(Parts, JoinToTheFileOfTheWholePicture) {
         for (const std::string& part : prints) EXPECT_TRUE(says(part)) << arguments << output;
     }
     EXPECT_FALSE(exists("d.exr"));
+}
+
+struct SampleRanges : Parts, ::testing::WithParamInterface<const char*> {
+    void SetUp() override {
+        std::string camera = grayCard;
+        camera.insert(camera.find("    resolution"), "    framebuffer \"labels\" datatype \"tag\"\n");
+        scene("card.mi", camera + std::string(renderIt));
+    }
+    int range(const std::string& range, const std::string& file, const std::string& more = "") {
+        return run(std::string("card.mi --size 31x17 --reproducible --samples 2 2 --trace on ") + GetParam() +
+                   more + (range.empty() ? "" : " --sample-range ") + range + " -o " + file);
+    }
+};
+
+TEST_P(SampleRanges, AddUpToTheFileOfAllSamples) {
+    ASSERT_EQ(range("", "whole.exr"), 0) << output;
+    ASSERT_EQ(range("0:5", "a.exr"), 0) << output;
+    ASSERT_EQ(range("5:16", "b.exr", " --window 0 0 12 16"), 0) << output;
+    ASSERT_EQ(range("5:16", "c.exr", " --window 13 0 30 16"), 0) << output;
+    ASSERT_EQ(range("1/2", "d.exr", " --window 13 0 30 16"), 0) << output;
+    ASSERT_EQ(range("0:5", "e.exr", " --window 0 0 12 16"), 0) << output;
+    ASSERT_EQ(range("2/2", "f.exr", " --window 13 0 30 16"), 0) << output;
+    EXPECT_EQ(merge("f.exr b.exr e.exr d.exr -o joined.exr"), 0) << output;
+    EXPECT_TRUE(content("joined.exr") == content("whole.exr"));
+    EXPECT_TRUE(content("d.exr") != content("f.exr"));
+
+    const Call cases[] = {{"b.exr c.exr", 4, {"still to be rendered: --sample-range 0:5 --window 0 0 12 16"}},
+                          {"e.exr b.exr", 4, {"still to be rendered: --window 13 0 30 16"}},
+                          {"a.exr", 4, {"still to be rendered: --sample-range 5:16\n"}},
+                          {"d.exr c.exr f.exr",
+                           4,
+                           {"\"d.exr\" and \"c.exr\" hold the same samples: ranges 0:8 and 5:16 overlap"}}};
+    for (const Call& call : cases) {
+        EXPECT_EQ(merge(call.arguments + " -o x.exr"), call.exitCode) << call.arguments;
+        EXPECT_TRUE(says(call.prints.front())) << call.arguments << output;
+    }
+    EXPECT_EQ(range("0:5", "a.exr", " --resume -v 4"), 0);
+    EXPECT_TRUE(says("\"a.exr\" is complete")) << output;
+    EXPECT_EQ(range("0:6", "a.exr", " --resume"), 0);
+    EXPECT_TRUE(says("of another scene, options")) << output;
+}
+
+INSTANTIATE_TEST_SUITE_P(Pictures, SampleRanges,
+                         ::testing::Values("--filter lanczos --single-part", "--passes beauty,normalWorld"));
+
+TEST_F(Parts, OfTheSamplesNeedTheSameNumberInEveryPixel) {
+    const std::string start = "card.mi -o x.exr --samples ";
+    expectCalls({{start + "0 2 --sample-range 0:4", 2, {"such as 16 with --samples 2 2"}},
+                 {start + "-1 -1 --sample-range 0:1", 2, {"such as 1 with --samples 0 0"}},
+                 {start + "1 1 --sample-range 2:5", 2, {"beyond the 4 samples"}},
+                 {start + "1 1 --sample-range 1/5", 2, {"only 4 samples"}},
+                 {start + "1 1 --sample-range 2:2", 2, {"not a range such as 0:16"}},
+                 {start + "1 1 --sample-range 0:2 --png x.png", 2, {"no picture to look at"}}});
+    EXPECT_FALSE(exists("x.exr"));
 }
 
 TEST_F(Parts, AreSkippedOnlyWhenTheyAreCompleteAndTheSame) {
