@@ -83,7 +83,7 @@ Checkpoints::settings(const PictureFiles& files, const render::Picture& picture,
     settings.seconds = command_.checkpointSeconds.value_or(0.0);
     settings.requests = &stop_.checkpointRequests();
     settings.header = identity;
-    settings.header["vector unit"] = vectorUnit();
+    settings.header["vector unit"] = command_.portable ? "any" : vectorUnit();
     const int tileSize = picture.options.options.task_size;
     settings.header["tile size"] =
         std::to_string(tileSize > 0 ? tileSize : render::TileRenderer::automaticTileSize);

@@ -282,6 +282,11 @@ void addMachineOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     app.add_flag("--skip-existing", command.skipsExisting,
                  "leave out frames whose files are complete and of the same scene and options")
         ->group(group);
+    app.add_flag(
+           "--portable", command.portable,
+           "use no more than the instructions that all processors have: the same pixels on machines with "
+           "other vector units, more slowly")
+        ->group(group);
     app.add_option("--develop", command.developed,
                    "write what a checkpoint holds as a picture (-o, --png); render nothing")
         ->group(group)

@@ -67,6 +67,7 @@ struct CommandLine {
     std::optional<double> checkpointSeconds; ///< between checkpoints; none: none are written
     std::string checkpointFile;              ///< empty: named after the layered file
     bool resumes = false, skipsExisting = false;
+    bool portable = false; ///< the same pixels on machines with other vector instructions
     std::string developed; ///< checkpoint to show; nothing is rendered
     std::string statisticsFile;
     std::vector<std::string> includePaths, libraryPaths, texturePaths, libraries;

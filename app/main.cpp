@@ -8,6 +8,7 @@
 #include "output_files.h"
 #include "overrides.h"
 #include "pass_catalogue.h"
+#include "portable.h"
 #include "report.h"
 #include "run_reports.h"
 #include "scene_run.h"
@@ -17,6 +18,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <exception>
 #include <functional>
 #include <map>
@@ -124,6 +127,11 @@ int main(int argc, char** argv) {
     raiseStackLimit();
     const ParsedCommandLine parsed = parseCommandLine(argc, argv);
     if (!parsed.command) return parsed.exitCode;
+    if (parsed.command->portable && !useCommonMathematics(argv)) {
+        fmt::print(stderr, "orca-render: --portable: the program cannot be started again: {}\n",
+                   std::strerror(errno));
+        return exitRenderError;
+    }
     if (parsed.command->listsPasses) {
         fmt::print("{}", passTable());
         return exitRendered;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "picture_identity.h"
 
+#include "portable.h"
+
 #include "render/checkpoint/checkpoint_file.h"
 
 #include <fmt/format.h>
@@ -74,6 +76,7 @@ render::CheckpointHeader pictureIdentity(const CommandLine& command, const rende
     identity["size"] = fmt::format("{}x{}", camera.x_resolution, camera.y_resolution);
     identity["window"] = fmt::format("{} {} {} {}", window.xl, window.yl, window.xh, window.yh);
     if (samples) identity["sample range"] = image::textOf(*samples, samplesOf(picture.options.options));
+    if (command.portable) identity["arithmetic"] = arithmetic();
     identity["frame"] = std::to_string(frame);
     identity["camera"] = picture.elements().camera->name;
     std::string buffers;

@@ -390,6 +390,7 @@ std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture pic
     settings.progress = [&](double share) { progress.update(share); };
     settings.checkpoint = checkpoints_.settings(files, picture, samples, identity, files.frame);
     settings.sampleRange = samples;
+    if (command_.portable) settings.instructions = geometry::Instructions::OfEveryProcessor;
     watchExit();
     return session_.render(std::move(picture), settings);
 }
@@ -405,6 +406,7 @@ void SceneRun::describe(render::FrameResult& result, int frame,
     picture.text["pictureHash"] = hashOf(identity);
     picture.text["camera"] = camera.name;
     picture.text["samples"] = fmt::format("{} {}", options.min_samples, options.max_samples);
+    if (command_.portable) picture.text["arithmetic"] = identity.at("arithmetic");
     if (!command_.reproducible)
         picture.text["renderSeconds"] = fmt::format("{:.2f}", result.statistics.renderSeconds);
     picture.pixelAspect = pixelAspect(camera.camera, picture.width, picture.height);

@@ -23,6 +23,11 @@ namespace orca::geometry {
 
 namespace {
 
+#if defined(__x86_64__)
+constexpr const char* commonInstructions = "isa=sse2";
+#else
+constexpr const char* commonInstructions = nullptr; // the kernel has one set only
+#endif
 constexpr unsigned int everyClass = 0xFFFFFFFFu;
 
 /// Errors of the kernel's library.
@@ -192,13 +197,15 @@ struct RayKernel::Implementation {
     }
 };
 
-RayKernel::RayKernel(std::span<const MeshInstance> meshInstances, bool traceMotion, Log& log)
+RayKernel::RayKernel(std::span<const MeshInstance> meshInstances, bool traceMotion, Instructions instructions,
+                     Log& log)
     : implementation_(std::make_unique<Implementation>()) {
     Implementation& kernel = *implementation_;
     kernel.traceMotion = traceMotion;
     kernel.meshInstances = meshInstances.data();
     kernel.errors.log = &log;
-    kernel.device = rtcNewDevice(nullptr);
+    kernel.device =
+        rtcNewDevice(instructions == Instructions::OfEveryProcessor ? commonInstructions : nullptr);
     if (!kernel.device) {
         log.error("GEOM", "the ray-tracing kernel does not start (code {}); nothing can be hit",
                   static_cast<int>(rtcGetDeviceError(nullptr)));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/log.h"
+#include "geometry/instructions.h"
 #include "geometry/mesh.h"
 #include "geometry/mesh_instance.h"
 #include "geometry/ray.h"
@@ -21,7 +22,8 @@ class RayKernel {
 public:
     /// Throws std::bad_alloc or std::runtime_error when the kernel cannot take the scene.
     /// @param traceMotion rays see the scene at their own time; else at shutter time 0
-    RayKernel(std::span<const MeshInstance> meshInstances, bool traceMotion, Log& log);
+    RayKernel(std::span<const MeshInstance> meshInstances, bool traceMotion, Instructions instructions,
+              Log& log);
     ~RayKernel();
     RayKernel(const RayKernel&) = delete;
     RayKernel& operator=(const RayKernel&) = delete;

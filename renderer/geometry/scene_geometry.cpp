@@ -63,6 +63,7 @@ struct SceneGeometry::Implementation {
     int maxTextureSpaces = 0;
     bool moves = false;
     bool traceMotion = false;
+    Instructions instructions = Instructions::OfThisProcessor;
     std::size_t triangles = 0;
     miVector lower{0, 0, 0}, upper{0, 0, 0};
 };
@@ -231,7 +232,7 @@ void SceneGeometry::Implementation::displaceMeshes(const DisplacementView& view,
 }
 
 void SceneGeometry::Implementation::buildKernel() {
-    kernel.emplace(meshInstances, traceMotion, log);
+    kernel.emplace(meshInstances, traceMotion, instructions, log);
     for (const RayKernel::LeftOut& each : kernel->leftOut()) {
         const auto* instance =
             database.find<scene::InstanceElement>(meshInstances[each.meshInstance].instance);
@@ -252,10 +253,11 @@ int motionStepsOf(const miOptions& options) {
 } // namespace
 
 SceneGeometry::SceneGeometry(scene::Database& database, Log& log, miTag rootGroup, const miOptions& options,
-                             int threads, Displacement displacement)
+                             int threads, Displacement displacement, Instructions instructions)
     : implementation_(std::make_unique<Implementation>(database, log, rootGroup, motionStepsOf(options))) {
     Implementation& all = *implementation_;
     all.traceMotion = options.motion != 0;
+    all.instructions = instructions;
     all.displacementToCome = displacement == Displacement::StillToCome && !options.no_displace;
     const int available = tbb::this_task_arena::max_concurrency();
     all.threads = threads > 0 ? std::min(threads, available) : available;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "geometry/displacement.h"
+#include "geometry/instructions.h"
 #include "geometry/mesh_instance.h"
 #include "geometry/ray.h"
 #include "geometry/surface_point.h"
@@ -31,7 +32,8 @@ public:
     /// out. `threads` limits the threads that build the acceleration structures, 0 takes all; hits do not
     /// depend on it. Rays see things move only when `options.motion` is on.
     SceneGeometry(scene::Database& database, Log& log, miTag rootGroup, const miOptions& options, int threads,
-                  Displacement displacement = Displacement::None);
+                  Displacement displacement = Displacement::None,
+                  Instructions instructions = Instructions::OfThisProcessor);
     ~SceneGeometry();
     SceneGeometry(const SceneGeometry&) = delete;
     SceneGeometry& operator=(const SceneGeometry&) = delete;

@@ -226,7 +226,8 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     runtime_.bind();
 
     geometry::SceneGeometry geometry(database_, log_, attached.extendedGroup(picture.elements().group),
-                                     options, threads, geometry::SceneGeometry::Displacement::StillToCome);
+                                     options, threads, geometry::SceneGeometry::Displacement::StillToCome,
+                                     settings.instructions);
     const LightInstances lights(database_, geometry.lights());
     const LightProfiles lightProfiles(database_, log_);
     FrameParts parts{

@@ -80,6 +80,9 @@ TEST_P(SampleRanges, AddUpToTheFileOfAllSamples) {
         EXPECT_EQ(merge(call.arguments + " -o x.exr"), call.exitCode) << call.arguments;
         EXPECT_TRUE(says(call.prints.front())) << call.arguments << output;
     }
+    ASSERT_EQ(range("0:5", "other.exr", " --window 0 0 12 16 --portable"), 0) << output;
+    EXPECT_EQ(merge("other.exr b.exr -o x.exr"), 4);
+    EXPECT_TRUE(says("not of the same picture; they differ in arithmetic")) << output;
     EXPECT_EQ(range("0:5", "a.exr", " --resume -v 4"), 0);
     EXPECT_TRUE(says("\"a.exr\" is complete")) << output;
     EXPECT_EQ(range("0:6", "a.exr", " --resume"), 0);
