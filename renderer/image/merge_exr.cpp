@@ -40,9 +40,11 @@ constexpr std::int64_t widest = 65536; // and highest picture that is rendered
 /// One of the files to join, or several with sums of samples of the same pixels.
 struct Window {
     std::string path;
-    std::vector<Imf::Header> headers; // finished
+    Box2i pixels;
+    std::optional<double> seconds;    // that rendering took
+    std::vector<Imf::Header> headers; // finished; kept of the first window only, the others have the same
     std::vector<SumsFile> sums;       // empty for a finished file
-    [[nodiscard]] const Box2i& pixels() const { return headers.front().dataWindow(); }
+    std::shared_ptr<Imf::MultiPartInputFile> file; // of a finished one; null where too many are open
 };
 
 [[noreturn]] void fail(const std::string& reason) {
@@ -56,21 +58,33 @@ bool isPlausible(const Box2i& box) {
     return width > 0 && width <= widest && height > 0 && height <= widest;
 }
 
+/// What a file says that it took.
+std::optional<double> secondsOf(const Imf::Header& header) {
+    const auto* const text = header.findTypedAttribute<Imf::StringAttribute>(renderTime);
+    if (!text) return {};
+    double seconds = 0.0;
+    std::from_chars(text->value().data(), text->value().data() + text->value().size(), seconds);
+    return seconds;
+}
+
 Window open(const std::string& path) {
     try {
         if (const std::string fault = faultOfExrHeader(path); !fault.empty()) fail(fault);
-        const Imf::MultiPartInputFile file(path.c_str());
-        Window window{path, {}, {}};
-        for (int part = 0; part < file.parts(); ++part) {
-            const Imf::Header& header = file.header(part);
-            if (!file.partComplete(part)) fail("it is not complete");
+        auto file = std::make_shared<Imf::MultiPartInputFile>(path.c_str());
+        Window window{path, file->header(0).dataWindow(), secondsOf(file->header(0)), {}, {}, {}};
+        for (int part = 0; part < file->parts(); ++part) {
+            const Imf::Header& header = file->header(part);
+            if (!file->partComplete(part)) fail("it is not complete");
             if (header.hasType() && header.type() != Imf::SCANLINEIMAGE) fail("it does not hold scan lines");
             if (!isPlausible(header.dataWindow()) || !isPlausible(header.displayWindow()))
                 fail(fmt::format("its pixels are not between 1 x 1 and {0} x {0}", widest));
-            if (header.dataWindow() != file.header(0).dataWindow()) fail("its layers have different windows");
+            if (header.dataWindow() != window.pixels) fail("its layers have different windows");
             window.headers.push_back(header);
         }
-        if (!holdsSums(window.headers.front())) return window;
+        if (!holdsSums(window.headers.front())) {
+            window.file = std::move(file);
+            return window;
+        }
         window.sums.push_back(sumsFile(path, window.headers));
         window.headers.clear();
         for (const SumsFile::Part& part : window.sums.front().finished) window.headers.push_back(part.header);
@@ -130,7 +144,7 @@ std::string windowText(const Box2i& box, const Box2i& picture) {
 void checkCoverage(const std::vector<Window>& windows, const Box2i& picture) {
     std::set<int> columns{picture.min.x}, rows{picture.min.y};
     for (const Window& window : windows) {
-        const Box2i& box = window.pixels();
+        const Box2i& box = window.pixels;
         if (!picture.intersects(box.min) || !picture.intersects(box.max))
             fail(fmt::format("\"{}\" reaches beyond the picture", window.path));
         for (const int x : {box.min.x, box.max.x + 1})
@@ -142,7 +156,7 @@ void checkCoverage(const std::vector<Window>& windows, const Box2i& picture) {
     for (auto row = rows.begin(); row != rows.end(); ++row)
         for (auto column = columns.begin(); column != columns.end(); ++column) {
             const bool covered = std::any_of(windows.begin(), windows.end(), [&](const Window& window) {
-                return window.pixels().intersects(Imath::V2i(*column, *row));
+                return window.pixels.intersects(Imath::V2i(*column, *row));
             });
             if (covered) continue;
             const int right = std::next(column) == columns.end() ? picture.max.x : *std::next(column) - 1;
@@ -168,7 +182,7 @@ void checkRanges(Window& window, const Box2i& picture) {
     const auto require = [&](unsigned end) {
         if (next >= end) return;
         missing.push_back("--sample-range " + textOf(SampleRange{next, end}));
-        if (window.pixels() != picture) missing.back() += " --window " + windowText(window.pixels(), picture);
+        if (window.pixels != picture) missing.back() += " --window " + windowText(window.pixels, picture);
     };
     const SumsFile* before = nullptr;
     for (const SumsFile& sums : window.sums) {
@@ -187,12 +201,17 @@ void checkRanges(Window& window, const Box2i& picture) {
 
 /// Opens the files; those with sums of the same pixels become one window.
 std::vector<Window> openAll(const std::vector<std::string>& files) {
+    constexpr std::size_t mostKeptOpen = 256; // a quarter of the descriptors that a process usually has
     std::vector<Window> windows;
     for (const std::string& file : files) {
         Window window = open(file);
-        if (!windows.empty()) compare(windows.front(), window);
+        if (!windows.empty()) {
+            compare(windows.front(), window);
+            window.headers.clear();
+        }
+        if (windows.size() >= mostKeptOpen) window.file.reset();
         const auto same = std::find_if(windows.begin(), windows.end(), [&](const Window& other) {
-            return !window.sums.empty() && !other.sums.empty() && other.pixels() == window.pixels();
+            return !window.sums.empty() && !other.sums.empty() && other.pixels == window.pixels;
         });
         if (same == windows.end()) {
             windows.push_back(std::move(window));
@@ -201,6 +220,8 @@ std::vector<Window> openAll(const std::vector<std::string>& files) {
         if (!same->sums.front().addsUpWith(window.sums.front()))
             fail(fmt::format("\"{}\" and \"{}\" hold sums of different kinds", same->path, file));
         same->sums.push_back(std::move(window.sums.front()));
+        if (!window.seconds) same->seconds.reset();
+        else if (same->seconds) *same->seconds += *window.seconds;
     }
     return windows;
 }
@@ -208,12 +229,13 @@ std::vector<Window> openAll(const std::vector<std::string>& files) {
 /// Rows of a finished file.
 class FileSource final : public RowSource {
 public:
-    FileSource(const Window& window, int part)
-        : RowSource({window.headers[static_cast<std::size_t>(part)].channels(), window.pixels().min.x,
-                     window.pixels().max.x}),
+    FileSource(const Window& window, const Imf::Header& header, int part)
+        : RowSource({header.channels(), window.pixels.min.x, window.pixels.max.x}),
           path_(window.path),
-          file_(path_.c_str()),
-          input_(file_, part) {}
+          file_(window.file ? window.file : std::make_shared<Imf::MultiPartInputFile>(path_.c_str())),
+          input_(*file_, part) {}
+    /// The buffers of a part that has been read would stay as long as the file is open.
+    ~FileSource() override { file_->flushPartCache(); }
 
     void read(int top, int first, int last) override {
         try {
@@ -226,13 +248,13 @@ public:
 
 private:
     std::string path_;
-    Imf::MultiPartInputFile file_;
+    std::shared_ptr<Imf::MultiPartInputFile> file_;
     Imf::InputPart input_;
 };
 
 /// A window's file, or files, while the rows that it crosses are joined.
-std::unique_ptr<RowSource> sourceOf(const Window& window, int part) {
-    if (window.sums.empty()) return std::make_unique<FileSource>(window, part);
+std::unique_ptr<RowSource> sourceOf(const Window& window, const Imf::Header& header, int part) {
+    if (window.sums.empty()) return std::make_unique<FileSource>(window, header, part);
     return sumsSource(window.sums, part);
 }
 
@@ -248,19 +270,19 @@ void joinPart(const std::vector<Window>& windows, int part, const Box2i& picture
     for (int top = picture.min.y; top <= picture.max.y; top += rowsAtATime) {
         const int bottom = std::min(top + rowsAtATime - 1, picture.max.y);
         for (std::size_t w = 0; w < windows.size(); ++w) {
-            const Box2i& box = windows[w].pixels();
+            const Box2i& box = windows[w].pixels;
             const int first = std::max(top, box.min.y), last = std::min(bottom, box.max.y);
             if (first > last) {
                 sources[w].reset();
                 continue;
             }
-            if (!sources[w]) sources[w] = sourceOf(windows[w], part);
+            if (!sources[w]) sources[w] = sourceOf(windows[w], header, part);
             sources[w]->read(top, first, last);
         }
         for (int y = top; y <= bottom; ++y) {
             std::fill(ownerOf.begin(), ownerOf.end(), nobody);
             for (std::size_t w = 0; w < windows.size(); ++w) {
-                const Box2i& box = windows[w].pixels();
+                const Box2i& box = windows[w].pixels;
                 if (y < box.min.y || y > box.max.y) continue;
                 // Runs of pixels that one window, or none, has brought before.
                 for (int x = box.min.x; x <= box.max.x;) {
@@ -286,29 +308,12 @@ void joinPart(const std::vector<Window>& windows, int part, const Box2i& picture
     }
 }
 
-/// Of all files; nothing where one does not say.
-std::optional<double> secondsOf(const std::vector<Window>& windows) {
-    double sum = 0.0;
-    const auto add = [&](const Imf::Header& header) {
-        const auto* const text = header.findTypedAttribute<Imf::StringAttribute>(renderTime);
-        if (!text) return false;
-        double seconds = 0.0;
-        std::from_chars(text->value().data(), text->value().data() + text->value().size(), seconds);
-        sum += seconds;
-        return true;
-    };
-    for (const Window& window : windows) {
-        if (window.sums.empty() && !add(window.headers.front())) return {};
-        for (const SumsFile& sums : window.sums)
-            if (!add(sums.finished.front().header)) return {};
-    }
-    return sum;
-}
-
 /// The headers of the whole picture.
 std::vector<Imf::Header> joinedHeaders(const std::vector<Window>& windows, const Box2i& picture) {
     std::vector<Imf::Header> headers = windows.front().headers;
-    const std::optional<double> seconds = secondsOf(windows);
+    std::optional<double> seconds = 0.0; // nothing where one does not say
+    for (const Window& window : windows)
+        seconds = seconds && window.seconds ? std::optional(*seconds + *window.seconds) : std::nullopt;
     for (Imf::Header& header : headers) {
         header.dataWindow() = picture;
         if (seconds) header.insert(renderTime, Imf::StringAttribute(fmt::format("{:.2f}", *seconds)));

@@ -10,8 +10,9 @@ namespace orca::image {
 
 /// Joins files that hold windows of one picture into one of the whole picture, with all parts, channels and
 /// metadata: the file that one render of the whole picture writes. Pixels are taken as they are. Reads a few
-/// rows at a time, and keeps only the files open that these rows cross, so that memory grows with the width
-/// of the picture and the number of files, not with its height or its parts.
+/// rows at a time, and keeps the pixels only of files that these rows cross, so that memory grows with the
+/// width of the picture and the number of files and layers, and little with its height. Up to 256 files stay
+/// open, because opening one reads the headers of all its layers.
 ///
 /// Of windows whose files hold sums of samples (writeSampleSums), those of all samples are added up in the
 /// order of the samples, whatever the order of the files.
