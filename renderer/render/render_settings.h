@@ -22,7 +22,7 @@ struct RenderSettings {
     geometry::Instructions instructions = geometry::Instructions::OfThisProcessor;
     /// Only these samples of each pixel, where all take the same number; the film keeps the sums of their
     /// blocks.
-    std::optional<image::SampleRange> sampleRange;
+    std::optional<image::SampleRange> sampleRange{};
 };
 
 } // namespace orca::render
