@@ -27,7 +27,7 @@ RENDERS = [
     ("still_life.mi", ["--size", "160x90", "--samples", "0", "2"], ["picture.exr"]),
     ("gather_interior.mi", ["--size", "96x54", "--samples", "0", "1"], ["picture.exr"]),
     ("motion_wheel.mi", ["--size", "160x90", "--samples", "1", "2"], ["picture.exr"]),
-    ("still_life.mi", ["--size", "120x68", "--samples", "2", "2", "--sample-range", "0:11"], ["picture.exr"]),
+    ("kept_buffers.mi", ["--size", "120x68", "--samples", "2", "2", "--sample-range", "0:11"], ["picture.exr"]),
     ("rasterizer.mi", ["--size", "240x135", "--samples", "1", "2"], ["picture.exr", "picture.0002.exr"]),
     ("glass_and_mirror.mi", ["--size", "96x54", "--samples", "-2", "1"], ["picture.exr"]),
     ("SEQUENCE", ["--size", "120x68", "--samples", "1", "1"], ["picture.0001.exr", "picture.0002.exr", "picture.0003.exr"]),

@@ -18,7 +18,8 @@ import time
 HERE = pathlib.Path(__file__).resolve().parent
 SCENES = HERE.parent.parent / "scenes"
 SKIPPED = 77
-ARGUMENTS = ["--size", "120x68", "--samples", "0", "2", "-t", "1"]
+SIZE = ["--size", "120x68", "-t", "1"]
+ARGUMENTS = [*SIZE, "--samples", "0", "2"]
 
 
 def check(holds, text):
@@ -34,8 +35,8 @@ def write_sequence(folder, frames):
                                                    for n in range(1, frames + 1)))
 
 
-def submit(build, folder, *options, arguments=()):
-    command = [str(build / "bin" / "orca-farm"), "submit", "shot.mi", *options, "--checkpoint", "0.2", "--", *ARGUMENTS, *arguments]
+def submit(build, folder, *options, arguments=ARGUMENTS):
+    command = [str(build / "bin" / "orca-farm"), "submit", "shot.mi", *options, "--checkpoint", "0.2", "--", *arguments]
     return subprocess.Popen(command, cwd=folder, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
 
 
@@ -78,8 +79,8 @@ def local(build, base):
     shared = base / "shared"
     shared.mkdir()
     write_sequence(shared, 1)
-    samples = ["--samples", "1", "1"]
-    render = [build / "bin" / "orca-render", "shot.mi", "--frames", "1", "--reproducible", *ARGUMENTS, *samples, "-o", "whole.exr"]
+    samples = [*SIZE, "--samples", "1", "1"]
+    render = [build / "bin" / "orca-render", "shot.mi", "--frames", "1", "--reproducible", *samples, "-o", "whole.exr"]
     subprocess.run(render, cwd=shared, check=True)
     job = submit(build, shared, "--frames", "1", "--parts", "2x1", "--sample-parts", "3", "-o", "joined.exr", arguments=samples)
     check(job.communicate() and job.returncode == 0, "a frame in shares of its samples was not rendered")
