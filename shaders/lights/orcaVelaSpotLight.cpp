@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaVelaSpotLight.h"
 
+#include "orcaLightCurve.h"
 #include "orcaLightStrength.h"
 #include "orcaSpotCone.h"
 #include "orcaVector.h"
@@ -95,23 +96,6 @@ private:
     miVector alongU_, alongV_;
 };
 
-miColor curveColor(miState* state, P* record, float distance) {
-    Ramp ramp;
-    ramp_constructor(&ramp, state, &record->i_colorCurve, 1);
-    miColor color = WHITE;
-    if (ramp.count > 0) ramp_get_interp_color(distance, &ramp, &color);
-    ramp_destructor(&ramp);
-    return withAlpha(color, 1.0f);
-}
-
-float curveIntensity(miState* state, P* record, float distance) {
-    Ramp ramp;
-    ramp_constructor(&ramp, state, &record->i_intensityCurve, 0);
-    const float intensity = ramp.count > 0 ? ramp_get_interp_float(distance, &ramp) : 1.0f;
-    ramp_destructor(&ramp);
-    return intensity;
-}
-
 } // namespace
 
 extern "C" {
@@ -150,12 +134,12 @@ ORCA_EXPORT miBoolean orcaVelaSpotLight(miColor* result, miState* state, SpotLig
         if (vela.flags & VELA_BIT_ENVLIGHTFOG) intensity *= fogDensity(state, record, angle, cone.rim());
         const miTag profile = parameterValue(state, record, &P::lightProfile);
         if (profile != miNULLTAG) intensity *= mi_lightprofile_sample(state, profile, miTRUE);
-        intensity *= curveIntensity(state, record, distance);
+        intensity *= scalarOnCurve(state, &record->i_intensityCurve, distance);
 
         std::optional<SlideSpace> slide;
         if (isConnected(state, record, &P::color))
             slide.emplace(state, vela, Slide(cone.rim()), frame, inLamp);
-        const miColor color = lampColor(state, record) * curveColor(state, record, distance);
+        const miColor color = lampColor(state, record) * colorOnCurve(state, &record->i_colorCurve, distance);
         slide.reset();
         *result = withAlpha(color * intensity, color.a);
         return deliverFromDisc(*result, state, record, vela, passes, intensity);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaVelaVolumeLight.h"
 
+#include "orcaLightCurve.h"
 #include "orcaLightStrength.h"
 #include "orcaVector.h"
 #include "orcaVelaLight.h"
@@ -13,15 +14,6 @@ namespace {
 using P = VolumeLightParameters;
 
 constexpr const char* name = "vela_volumelight";
-
-miColor curveColor(miState* state, P* record, float position) {
-    Ramp ramp;
-    ramp_constructor(&ramp, state, &record->i_colorCurve, 1);
-    miColor color = WHITE;
-    if (ramp.count > 0) ramp_get_interp_color(position, &ramp, &color);
-    ramp_destructor(&ramp);
-    return withAlpha(color, 1.0f);
-}
 
 } // namespace
 
@@ -55,8 +47,8 @@ ORCA_EXPORT miBoolean orcaVelaVolumeLight(miColor* result, miState* state, Volum
         const LightTextureSpace textureSpace(state, vela, sphericalCoordinate(pointInLight));
         const miScalar intensity =
             lamp->at(static_cast<float>(state->dist), parameterValue(state, record, &P::decayRate));
-        const miColor color =
-            lampColor(state, record) * curveColor(state, record, path ? path->position : 1.0f);
+        const miColor color = lampColor(state, record) *
+                              colorOnCurve(state, &record->i_colorCurve, path ? path->position : 1.0f);
         *result = withAlpha(color * intensity, color.a);
         if (!lights) return showLamp(*result, vela);
         const miBoolean lit = deliverFromDisc(*result, state, record, vela, passes, intensity);
