@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -99,7 +100,12 @@ std::string whyUnusable(const std::string& path) {
     if (start[0] == 0x01 && start[1] == 0xda && sampleBytes != 1 && sampleBytes != 2)
         return fmt::format("its header says {} bytes a sample, and 1 and 2 are possible", sampleBytes);
     if (std::string fault = faultOfExrHeader(path); !fault.empty()) return fault;
-    const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(path);
+    std::unique_ptr<OIIO::ImageInput> input;
+    try {
+        input = OIIO::ImageInput::open(path);
+    } catch (const std::exception& fault) { // of sizes that a damaged header asks for
+        return fmt::format("its reader failed: {}", fault.what());
+    }
     if (!input) {
         static_cast<void>(OIIO::geterror()); // clears it
         return {};
