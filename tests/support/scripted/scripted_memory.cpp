@@ -29,7 +29,7 @@ void ScriptedMemory::release(void* memory) {
 }
 
 miMemblk* ScriptedMemory::createArena(int blockSize) {
-    return &arenas_.emplace_back(blockSize);
+    return &arenas_.emplace_back(miMemblk{blockSize, {}});
 }
 
 void ScriptedMemory::deleteArena(miMemblk* arena) {
