@@ -267,7 +267,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     tiles.close();
     exitShaders(frame);
 
-    result->isResumable = !complete && checkpoints && checkpoints->write();
+    result->isResumable = !complete && checkpoints && checkpoints->finish();
     checkpoints.reset();
     const RenderTally tally = state.isKept() ? state.tally() : tiles.tally();
     if (complete) {

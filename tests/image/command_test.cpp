@@ -378,6 +378,25 @@ TEST_F(Command, StopsWhenAskedAndLeavesNoHalfFile) {
     EXPECT_TRUE(exists("seen.exr") && !exists("a.exr"));
 }
 
+TEST_F(Command, KeepsTheLastCheckpointWhereNoOtherFits) {
+    scene("a.mi", grayCard + std::string(renderIt));
+    // A limit of file sizes is what a full disk is to whoever writes.
+    scene("fill.sh", fmt::format("set -- '{}' a.mi --size 400x200 --samples 3 3 --checkpoint 0.1\n"
+                                 "\"$@\" -v 1 & render=$!\n"
+                                 "until test -e a.exr.checkpoint || ! kill -0 $render; do sleep 0.05; done\n"
+                                 "kill $render; wait $render; test $? = 5 || exit 90\n"
+                                 "cp a.exr.checkpoint kept\n"
+                                 "(ulimit -f 8; exec \"$@\" --resume); test $? = 4 || exit 91\n"
+                                 "cmp kept a.exr.checkpoint || exit 92\n"
+                                 "exec \"$@\" --resume\n",
+                                 build_paths::renderCommand));
+    EXPECT_EQ(run("--version; sh fill.sh"), 0) << output;
+    EXPECT_TRUE(
+        says("was not written: File too large; the render goes on, and the next one is tried in 0.1 s"))
+        << output;
+    EXPECT_TRUE(exists("a.exr") && !exists("a.exr.checkpoint"));
+}
+
 } // namespace
 
 } // namespace orca::image::test

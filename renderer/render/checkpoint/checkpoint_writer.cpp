@@ -17,7 +17,9 @@ constexpr std::uint64_t mostKeys = 1u << 16;
 } // namespace
 
 CheckpointWriter::CheckpointWriter(RenderState& state, CheckpointSettings settings, Log& log)
-    : state_(state), settings_(std::move(settings)), log_(log), thread_([this] { run(); }) {
+    : state_(state), settings_(std::move(settings)), log_(log), isThere_(settings_.resumes), thread_([this] {
+          run();
+      }) {
 }
 
 CheckpointWriter::~CheckpointWriter() {
@@ -40,13 +42,26 @@ void CheckpointWriter::run() {
         if (asked == known && (settings_.seconds <= 0 || since.count() < settings_.seconds)) continue;
         known = asked;
         lock.unlock();
-        write();
+        if (std::string reason; !write(reason))
+            log_.warning(
+                "RNDR",
+                "checkpoint \"{}\" was not written: {}; the render goes on, and the next one is tried {}",
+                settings_.file, reason,
+                settings_.seconds > 0 ? fmt::format("in {:g} s", settings_.seconds) : "on request");
         lock.lock();
         last = Clock::now();
     }
 }
 
-bool CheckpointWriter::write() {
+bool CheckpointWriter::finish() {
+    std::string reason;
+    if (write(reason)) return true;
+    log_.error("RNDR", "checkpoint \"{}\" was not written: {}{}", settings_.file, reason,
+               isThere_ ? "; what was rendered since the one before is lost" : "");
+    return isThere_;
+}
+
+bool CheckpointWriter::write(std::string& reason) {
     const std::lock_guard lock(writing_);
     try {
         CheckpointOutput output(settings_.file);
@@ -58,9 +73,10 @@ bool CheckpointWriter::write() {
         state_.write(output);
         output.commit();
         log_.info("RNDR", "checkpoint \"{}\" written", settings_.file);
+        isThere_ = true;
         return true;
     } catch (const std::exception& problem) {
-        log_.error("RNDR", "checkpoint \"{}\" was not written: {}", settings_.file, problem.what());
+        reason = problem.what();
         return false;
     }
 }
