@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command_documents.h"
 
-#include "exit_codes.h"
-
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
@@ -17,9 +15,9 @@ namespace {
 
 using Sections = std::vector<DocumentSection>;
 
-DocumentSection exitStatus() {
+DocumentSection exitStatus(std::span<const ExitCodeMeaning> codes) {
     DocumentSection section{"Exit status", {}};
-    for (const ExitCodeMeaning& row : exitCodes()) section.entries.emplace_back(row.code, row.meaning);
+    for (const ExitCodeMeaning& row : codes) section.entries.emplace_back(row.code, row.meaning);
     return section;
 }
 
@@ -215,8 +213,9 @@ std::string zshCompletion(const CLI::App& app, const std::string& extension) {
 
 } // namespace
 
-void addDocuments(CLI::App& app, const std::string& extension, Sections sections) {
-    sections.insert(sections.begin(), exitStatus());
+void addDocuments(CLI::App& app, const std::string& extension, std::span<const ExitCodeMeaning> codes,
+                  Sections sections) {
+    sections.insert(sections.begin(), exitStatus(codes));
     app.footer(helpFooter(sections));
     app.add_option_function<std::string>("--print-document",
                                          [&app, extension, sections](const std::string& kind) {

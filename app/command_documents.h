@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "exit_codes.h"
+
 namespace CLI {
 class App;
 }
 
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,7 +25,9 @@ struct DocumentSection {
 /// --print-document, which prints the same description as `man` page or as completion for `bash` or `zsh`,
 /// and ends the command line's reading with CLI::Success. The build installs its output.
 /// @param extension of the files that the command takes, such as "mi"
+/// @param codes exit statuses that the command has
 /// @param sections besides that of the exit statuses
-void addDocuments(CLI::App& app, const std::string& extension, std::vector<DocumentSection> sections);
+void addDocuments(CLI::App& app, const std::string& extension, std::span<const ExitCodeMeaning> codes,
+                  std::vector<DocumentSection> sections);
 
 } // namespace orca::app

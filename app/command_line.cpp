@@ -461,7 +461,7 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
     for (const char* list : {"-I", "-L", "-T", "--link", "--set", "--registry", "--passes",
                              "--read-only-under", "--write-only-under"})
         app.get_option(list)->allow_extra_args(false);
-    addDocuments(app, "mi",
+    addDocuments(app, "mi", exitCodes(),
                  {{"Environment",
                    {{"MI_RAY_INCPATH", "directories as of --include, joined by colons, searched after those"},
                     {"MI_LIBRARY_PATH", "as of --library-path"},

@@ -21,7 +21,7 @@ enum ExitCode : int {
 struct ExitCodeMeaning {
     std::string_view code, meaning;
 };
-/// All codes, as help and manual page explain them.
+/// All codes of orca-render, as help and manual page explain them.
 [[nodiscard]] std::span<const ExitCodeMeaning> exitCodes();
 
 } // namespace orca::app

@@ -25,7 +25,11 @@ int main(int argc, char** argv) {
         ->required()
         ->type_name("PART");
     app.add_option("-o,--output", output, "layered OpenEXR to write")->required()->type_name("FILE");
-    addDocuments(app, "exr", {});
+    constexpr ExitCodeMeaning codes[] = {{"0", "the file of the whole picture is written"},
+                                         {"2", "the command line is wrong"},
+                                         {"4", "the parts do not fit together or cannot be read, or the file "
+                                               "cannot be written"}};
+    addDocuments(app, "exr", codes, {});
     try {
         app.parse(argc, argv);
         if (std::find(parts.begin(), parts.end(), output) != parts.end())
