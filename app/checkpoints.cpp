@@ -98,10 +98,10 @@ void Checkpoints::discard(const PictureFiles& files) const {
     if (!files.checkpoint.empty()) fs::remove(files.checkpoint, ignored);
 }
 
-void Checkpoints::reportStop(const PictureFiles& files, int frame) const {
-    log_.warning("MAIN",
-                 "frame {} is not complete; what is rendered is in \"{}\", and this goes on with it: {}",
-                 frame, files.checkpoint, resumingCommand(command_));
+std::string Checkpoints::stopText(const PictureFiles& files) const {
+    return fmt::format(
+        "frame {} is not complete; what is rendered is in \"{}\", and this goes on with it: {}", files.frame,
+        files.checkpoint, resumingCommand(command_));
 }
 
 std::string resumingCommand(const CommandLine& command) {

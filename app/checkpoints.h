@@ -34,8 +34,8 @@ public:
     /// Removes the checkpoint of a picture whose files are written.
     void discard(const PictureFiles& files) const;
 
-    /// Says which command goes on with a picture that was stopped.
-    void reportStop(const PictureFiles& files, int frame) const;
+    /// Which command goes on with a picture that was stopped.
+    [[nodiscard]] std::string stopText(const PictureFiles& files) const;
 
 private:
     const CommandLine& command_;

@@ -297,6 +297,13 @@ void addMachineOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->type_name("MB")
         ->check(CLI::Range(16, 1 << 20));
     app.add_option(
+           "--progress", command.progress,
+           "how far a picture is: a bar or lines of the log (auto, with -v 5 where standard error is no "
+           "terminal), nothing (off), or a JSON object a line on standard error (json)")
+        ->group(group)
+        ->type_name("HOW")
+        ->check(CLI::IsMember({"auto", "off", "json"}));
+    app.add_option(
            "-v,--verbose", raw.verbosity,
            "0 silent, 1 fatal, 2 errors, 3 warnings (default), 4 info, 5 progress and a closing report, "
            "6 shaders' debugging messages, and all of a shader's messages however often they come, 7 "

@@ -70,6 +70,7 @@ struct CommandLine {
     bool portable = false; ///< the same pixels on machines with other vector instructions
     std::string developed; ///< checkpoint to show; nothing is rendered
     std::string statisticsFile;
+    std::string progress = "auto"; ///< auto, off, json
     std::vector<std::string> includePaths, libraryPaths, texturePaths, libraries;
     std::size_t textureMegabytes = 1024;
     std::map<std::string, std::string> variables, registry;

@@ -30,6 +30,7 @@
 #include <vector>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace orca::app {
 
@@ -48,7 +49,7 @@ std::string sharedByFrames(const CommandLine& command, std::size_t frames) {
 /// Renders the scenes of some frames, in a process of its own. Returns an exit code.
 int renderFrames(const CommandLine& command, Log& log, const std::vector<std::optional<int>>& frames,
                  OutputFiles& files, const RunStart& start) {
-    StopSignal stop(command.checkpointSeconds ? StopSignal::End::WhenReady : StopSignal::End::Soon);
+    StopSignal stop(log);
     LimitWatcher limits(command.limits, stop, log);
     std::map<std::string, InputFile> inputs;
     int exitCode = exitRendered;
@@ -138,6 +139,7 @@ int main(int argc, char** argv) {
     }
     orca::Log log(parsed.command->verbosity.value_or(orca::LogLevel::Warning));
     log.setAdvice(adviceFor);
+    log.setStamped(!::isatty(STDERR_FILENO));
     return reported(log, [&] {
         return parsed.command->developed.empty() ? renderAll(*parsed.command, log)
                                                  : developCheckpoint(*parsed.command, log);

@@ -4,6 +4,7 @@
 #include "progress.h"
 
 #include "base/memory.h"
+#include "base/utc_time.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -12,7 +13,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <utility>
 
 #include <fcntl.h>
@@ -112,14 +112,6 @@ bool appendLine(const std::string& path, const nlohmann::ordered_json& object, L
 }
 
 } // namespace
-
-std::string utcTime() {
-    const std::time_t now = std::time(nullptr);
-    std::tm utc{};
-    ::gmtime_r(&now, &utc);
-    char text[32];
-    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc)};
-}
 
 CostMeter::CostMeter(const Log& log)
     : log_(log),

@@ -16,7 +16,7 @@ class CostMeter {
 public:
     explicit CostMeter(const Log& log);
 
-    [[nodiscard]] const std::string& start() const { return start_; } ///< UTC, as 2026-01-31T12:00:00Z
+    [[nodiscard]] const std::string& start() const { return start_; } ///< UTC
     [[nodiscard]] double cpuSeconds() const;                          ///< of all threads
     [[nodiscard]] int warnings() const;
     [[nodiscard]] int errors() const;
@@ -56,9 +56,6 @@ struct LostPicture {
     std::string reason;
     std::uint64_t peakMemoryBytes = 0;
 };
-
-/// Now, as 2026-01-31T12:00:00Z.
-[[nodiscard]] std::string utcTime();
 
 /// Adds a line with a JSON object to the file: the picture's counts and times, and what it cost up to now.
 /// False, with a message, when it cannot be written.

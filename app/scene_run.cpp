@@ -49,6 +49,8 @@ scene::ParserOptions parserOptions(const CommandLine& command) {
 
 /// A bar on a terminal; a log gets lines when its verbosity asks for them.
 Progress::Style progressStyle(const CommandLine& command) {
+    if (command.progress == "off") return Progress::Style::Quiet;
+    if (command.progress == "json") return Progress::Style::Json;
     const bool terminal = ::isatty(STDERR_FILENO) != 0;
     if (!command.verbosity) return terminal ? Progress::Style::Bar : Progress::Style::Quiet;
     if (*command.verbosity < LogLevel::Progress) return Progress::Style::Quiet;
@@ -76,7 +78,7 @@ float pixelAspect(const miCamera& camera, int width, int height) {
 
 } // namespace
 
-SceneRun::SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, LimitWatcher& limits,
+SceneRun::SceneRun(const CommandLine& command, Log& log, StopSignal& stop, LimitWatcher& limits,
                    OutputFiles& files, std::optional<int> frame, int skipped)
     : command_(command),
       log_(log),
@@ -323,12 +325,17 @@ bool SceneRun::renderInto(const PictureFiles& files, render::Picture picture,
         fail(exitNotWritten);
         return false;
     }
+    Progress progress(progressStyle(command_), log_, frame);
     const std::unique_ptr<render::FrameResult> result =
-        renderPicture(std::move(picture), samples, files, identity);
+        renderPicture(std::move(picture), samples, files, identity, progress);
+    stop_.setParting({});
     if (!result) {
+        progress.ends(exitRenderError);
+        stop_.setEnd(StopSignal::End::Soon);
         fail(exitRenderError);
         return false;
     }
+    progress.writes();
     PictureReport report(frame, files.layered, *result);
     reportPicture(report, log_);
     report.exitCode = finish(*result, files, identity, cost);
@@ -336,6 +343,8 @@ bool SceneRun::renderInto(const PictureFiles& files, render::Picture picture,
     fail(report.exitCode);
     if (!command_.statisticsFile.empty() && !appendStatistics(command_.statisticsFile, report, cost, log_))
         fail(exitNotWritten);
+    progress.ends(report.exitCode);
+    stop_.setEnd(StopSignal::End::Soon);
     // A faulty frame does not stop a sequence.
     return report.exitCode == exitRendered || report.exitCode == exitRenderError;
 }
@@ -343,7 +352,7 @@ bool SceneRun::renderInto(const PictureFiles& files, render::Picture picture,
 int SceneRun::finish(render::FrameResult& result, const PictureFiles& files,
                      const render::CheckpointHeader& identity, const CostMeter& cost) {
     if (result.isResumable) {
-        checkpoints_.reportStop(files, files.frame);
+        log_.warning("MAIN", "{}", checkpoints_.stopText(files));
         return exitStopped;
     }
     if (result.interrupted) {
@@ -381,16 +390,22 @@ void SceneRun::warnOfOblongPixels(const render::Picture& picture) {
 std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture picture,
                                                              const std::optional<image::SampleRange>& samples,
                                                              const PictureFiles& files,
-                                                             const render::CheckpointHeader& identity) {
-    Progress progress(progressStyle(command_), stderr, fmt::format("frame {}", files.frame));
+                                                             const render::CheckpointHeader& identity,
+                                                             Progress& progress) {
     render::RenderSettings settings;
     settings.threads = command_.threads;
     settings.stop = &stop_.flag();
     settings.rays = limits_.rayMeter();
-    settings.progress = [&](double share) { progress.update(share); };
     settings.checkpoint = checkpoints_.settings(files, picture, samples, identity, files.frame);
     settings.sampleRange = samples;
     if (command_.portable) settings.instructions = geometry::Instructions::OfEveryProcessor;
+    // Until the first sample there is nothing that a checkpoint could keep, and little that hears a stop.
+    const bool keeps = settings.checkpoint.has_value();
+    settings.progress = [&progress, keeps, this](const render::RenderProgress& now) {
+        if (keeps && now.phase != render::RenderPhase::Prepare) stop_.setEnd(StopSignal::End::WhenReady);
+        progress.update(now);
+    };
+    if (keeps && settings.checkpoint->resumes) stop_.setParting({checkpoints_.stopText(files), exitStopped});
     watchExit();
     return session_.render(std::move(picture), settings);
 }

@@ -8,6 +8,7 @@
 #include "output_files.h"
 #include "pass_masks.h"
 #include "pass_preset.h"
+#include "progress.h"
 #include "report.h"
 #include "stop_signal.h"
 
@@ -30,8 +31,8 @@ public:
     /// @param frame replaces #### in the scenes' names
     /// @param files of all pictures of the command
     /// @param skipped pictures to be left out: another process has begun them
-    SceneRun(const CommandLine& command, Log& log, const StopSignal& stop, LimitWatcher& limits,
-             OutputFiles& files, std::optional<int> frame, int skipped);
+    SceneRun(const CommandLine& command, Log& log, StopSignal& stop, LimitWatcher& limits, OutputFiles& files,
+             std::optional<int> frame, int skipped);
 
     /// Reads the scene and renders each picture at its render statement. Returns an exit code.
     int run();
@@ -57,10 +58,9 @@ private:
     /// Puts the command line's settings in place of the scene's.
     void applySettings(render::Picture& picture) const;
     /// Null, with a message, when it could not be rendered.
-    std::unique_ptr<render::FrameResult> renderPicture(render::Picture picture,
-                                                       const std::optional<image::SampleRange>& samples,
-                                                       const PictureFiles& files,
-                                                       const render::CheckpointHeader& identity);
+    std::unique_ptr<render::FrameResult>
+    renderPicture(render::Picture picture, const std::optional<image::SampleRange>& samples,
+                  const PictureFiles& files, const render::CheckpointHeader& identity, Progress& progress);
     /// Fills in the metadata of the picture's files.
     void describe(render::FrameResult& result, int frame, const render::CheckpointHeader& identity) const;
     [[nodiscard]] bool isChosen(int frame) const;
@@ -80,7 +80,7 @@ private:
 
     const CommandLine& command_;
     Log& log_;
-    const StopSignal& stop_;
+    StopSignal& stop_;
     LimitWatcher& limits_;
     FilePolicy policy_;
     std::optional<int> frame_;

@@ -5,8 +5,8 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <ctime>
+#include <utility>
 
 #include <poll.h>
 #include <unistd.h>
@@ -70,15 +70,15 @@ void installStop(int signal) {
 }
 
 /// The stream's own locks may be held by whatever does not end.
-void say(const char* text) {
+void say(const std::string& text) {
     pollfd writable{STDERR_FILENO, POLLOUT, 0};
     if (::poll(&writable, 1, 0) != 1 || !(writable.revents & POLLOUT)) return;
-    if (::write(STDERR_FILENO, text, std::strlen(text)) < 0) return;
+    if (::write(STDERR_FILENO, text.data(), text.size()) < 0) return;
 }
 
 } // namespace
 
-StopSignal::StopSignal(End end) : end_(end) {
+StopSignal::StopSignal(const Log& log) : log_(log) {
     ::sem_init(&arrived_, 0, 0);
     ::sem_init(&ended_, 0, 0);
     arrived = &arrived_;
@@ -100,7 +100,6 @@ StopSignal::~StopSignal() {
 
 void StopSignal::watch() {
     while (::sem_wait(&arrived_) != 0) continue; // interrupted by another signal
-    if (end_ == End::WhenReady) return;
     timespec end{};
     ::clock_gettime(CLOCK_REALTIME, &end);
     end.tv_nsec += graceNanoseconds;
@@ -109,9 +108,19 @@ void StopSignal::watch() {
     int waited;
     do waited = ::sem_timedwait(&ended_, &end);
     while (waited != 0 && errno == EINTR);
-    if (waited == 0) return;
-    say("MAIN 0.0   warning: interrupted: what is not complete was not written\n");
-    endProcess(exitCode());
+    if (waited == 0 || end_ == End::WhenReady) return;
+    Parting parting;
+    {
+        const std::lock_guard lock(partingMutex_);
+        parting = parting_;
+    }
+    say(log_.printed({LogLevel::Warning, "MAIN", 0, parting.text, {}}));
+    endProcess(parting.exitCode.value_or(exitCode()));
+}
+
+void StopSignal::setParting(Parting parting) {
+    const std::lock_guard lock(partingMutex_);
+    parting_ = std::move(parting);
 }
 
 const std::atomic<bool>& StopSignal::flag() const {

@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "base/log.h"
+
 #include <atomic>
+#include <mutex>
+#include <optional>
+#include <string>
 #include <thread>
 
 #include <semaphore.h>
@@ -18,7 +23,7 @@ public:
     /// When the process ends after a request: within a fraction of a second, whatever it is doing, or when it
     /// has written a checkpoint.
     enum class End { Soon, WhenReady };
-    explicit StopSignal(End end);
+    explicit StopSignal(const Log& log);
     ~StopSignal();
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
@@ -26,6 +31,14 @@ public:
     [[nodiscard]] const std::atomic<bool>& flag() const;
     /// Stops as a signal does, for a reason of the process's own.
     void stop(int exitCode);
+    /// Soon, until this says otherwise.
+    void setEnd(End end) { end_ = end; }
+    /// What is said, and the exit code, where the process ends soon from now on.
+    struct Parting {
+        std::string text = "interrupted: what is not complete was not written";
+        std::optional<int> exitCode; ///< none: that of the signal
+    };
+    void setParting(Parting parting);
     /// Number of checkpoints that were asked for.
     [[nodiscard]] const std::atomic<int>& checkpointRequests() const;
     /// 128 + the number of the signal that came, else that of `stop`; 0 when nothing stops the process.
@@ -34,7 +47,10 @@ public:
 private:
     void watch();
 
-    End end_;
+    const Log& log_;
+    std::atomic<End> end_{End::Soon};
+    std::mutex partingMutex_; // guards parting_
+    Parting parting_;
     sem_t arrived_{}, ended_{};
     std::thread watcher_;
 };

@@ -5,9 +5,12 @@
 #include "crash_handler.h"
 #include "exit_codes.h"
 #include "frames.h"
+#include "progress.h"
 #include "render_process.h"
 #include "report.h"
 #include "run_reports.h"
+
+#include "base/utc_time.h"
 
 #include <fmt/format.h>
 
@@ -169,6 +172,7 @@ void Run::reportLoss(const Death& death, const std::string& reason) {
             "frame {}: \"{}\" holds what was rendered when it was written, and this goes on with it: {}",
             files.frame, files.checkpoint, resumingCommand(command_));
     lost_.push_back(files.frame);
+    if (command_.progress == "json") printLostFrame(files.frame, death.exitCode());
     if (!command_.statisticsFile.empty())
         appendStatistics(command_.statisticsFile,
                          LostPicture{files.frame, files.layered, pictureStart_, death.exitCode(), reason,

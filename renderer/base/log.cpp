@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "base/log.h"
 
+#include "base/utc_time.h"
+
 namespace orca {
 
 std::string SourceLocation::text() const {
@@ -36,6 +38,10 @@ std::string Log::line(const LogMessage& message) {
     return text;
 }
 
+std::string Log::printed(const LogMessage& message) const {
+    return (stamped_ ? utcTime() + ' ' : std::string()) + line(message) + '\n';
+}
+
 void Log::post(const LogMessage& message) {
     const std::lock_guard lock(mutex_);
     ++counts_[static_cast<int>(message.level)];
@@ -43,8 +49,8 @@ void Log::post(const LogMessage& message) {
     if (sink_) {
         sink_(message);
     } else if (message.level <= upTo_ && stream_) {
-        const std::string printed = line(message) + '\n';
-        std::fwrite(printed.data(), 1, printed.size(), stream_);
+        const std::string text = printed(message);
+        std::fwrite(text.data(), 1, text.size(), stream_);
         std::fflush(stream_);
     }
 }

@@ -94,6 +94,8 @@ public:
     [[nodiscard]] std::vector<LogMessage> kept() const;
     /// Receives every message instead of the stream, whatever its level. Called under the lock.
     void setSink(std::function<void(const LogMessage&)> sink);
+    /// Printed messages begin with the time (UTC). For logs that somebody reads later; before the first use.
+    void setStamped(bool on) { stamped_ = on; }
     void setLevel(LogLevel upTo);
     [[nodiscard]] LogLevel level() const;
     /// Messages posted so far on one level.
@@ -102,6 +104,8 @@ public:
     /// The printed line: module, host.thread, level, location and text, newlines replaced by blanks. No
     /// newline at its end.
     [[nodiscard]] static std::string line(const LogMessage& message);
+    /// The line as the stream gets it: with the time where that is wanted, and its newline.
+    [[nodiscard]] std::string printed(const LogMessage& message) const;
 
 private:
     struct Repeat {
@@ -111,6 +115,7 @@ private:
     mutable std::mutex mutex_; // guards everything below
     LogLevel upTo_;
     std::FILE* stream_;
+    bool stamped_ = false;
     bool keep_ = false;
     std::vector<LogMessage> kept_;
     std::function<void(const LogMessage&)> sink_;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace orca::render {
@@ -33,11 +34,21 @@ std::vector<GridPoint> gridPoints(int width, int height, int spacing, bool all) 
 bool gatherPrepass(TileRenderer& tiles, const Frame& frame, const GatherCaches& caches, RenderState& state) {
     if (frame.gather.spacing == 0 || state.gatherIsDone()) return true;
     const auto start = std::chrono::steady_clock::now();
+    tiles.begin(RenderPhase::Gather);
     const int width = frame.camera.x_resolution, height = frame.camera.y_resolution;
     // The first points find no records of bounces and cost the most: begin with the picture's corners.
     int coarsest = frame.gather.spacing;
     while (coarsest < std::max(width, height)) coarsest *= 2;
     int spacing = state.gridSpacing() >= 0 ? state.gridSpacing() : coarsest;
+    std::size_t all = 0, done = 0; // points
+    for (int grid = coarsest; grid >= frame.gather.spacing; grid /= 2) {
+        const std::size_t points = gridPoints(width, height, grid, grid == coarsest).size();
+        all += points;
+        if (grid > spacing) done += points;
+    }
+    const auto share = [all](std::size_t points) {
+        return static_cast<double>(points) / static_cast<double>(all);
+    };
     for (; spacing >= frame.gather.spacing; spacing /= 2) {
         const std::vector<GridPoint> points = gridPoints(width, height, spacing, spacing == coarsest);
         state.beginGrid(spacing, points.size());
@@ -49,7 +60,8 @@ bool gatherPrepass(TileRenderer& tiles, const Frame& frame, const GatherCaches& 
             context.pendingGatherRecords = nullptr;
         };
         const auto finish = [&](std::size_t i, const RenderTally& since) { state.finishPoint(i, since); };
-        if (!tiles.forEach(points.size(), gather, finish)) return false;
+        const std::size_t before = std::exchange(done, done + points.size());
+        if (!tiles.forEach(points.size(), share(before), share(done), gather, finish)) return false;
         state.finishGrid();
     }
     state.finishGather();

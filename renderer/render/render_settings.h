@@ -7,16 +7,32 @@
 #include "render/ray_meter.h"
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <optional>
 
 namespace orca::render {
 
+/// What the time goes to before a picture's files are written.
+enum class RenderPhase {
+    Prepare, ///< geometry, displacement, shadow maps; nothing that a checkpoint could keep
+    Gather,  ///< the prepass of indirect light
+    Render
+};
+
+struct RenderProgress {
+    RenderPhase phase = RenderPhase::Prepare;
+    double share = 0.0;        ///< of the phase's work, 0 to 1; 0 all through Prepare
+    std::uint64_t samples = 0; ///< eye samples of this process so far
+};
+/// Called when a phase begins and while it goes on, from one thread at a time.
+using ProgressCallback = std::function<void(const RenderProgress&)>;
+
 /// How a picture is rendered; but for `instructions`, nothing here changes its pixels.
 struct RenderSettings {
-    int threads = 0;                            ///< 0: all processors
-    const std::atomic<bool>* stop = nullptr;    ///< set by a signal; the render ends soon after
-    std::function<void(double share)> progress; ///< called from one thread at a time, 0 to 1
+    int threads = 0;                         ///< 0: all processors
+    const std::atomic<bool>* stop = nullptr; ///< set by a signal; the render ends soon after
+    ProgressCallback progress;               ///< may be empty
     std::optional<CheckpointSettings> checkpoint;
     RayMeter* rays = nullptr; ///< counts the rays while they are cast; null: nothing does
     geometry::Instructions instructions = geometry::Instructions::OfThisProcessor;

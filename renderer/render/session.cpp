@@ -138,6 +138,7 @@ void warnOfNothing(const FrameParts& parts, Log& log) {
 /// False when the render was stopped.
 bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film, RenderState& state,
                   const std::optional<image::SampleRange>& samples) {
+    tiles.begin(RenderPhase::Render);
     AdaptiveSampler::Pass first = sampler.first();
     if (samples) {
         first.firstSample = samples->first;
@@ -203,6 +204,7 @@ Session::~Session() {
 }
 
 std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings& settings) {
+    if (settings.progress) settings.progress({});
     const Stopwatch building;
     const SampledArea area = sampledArea(asked);
     const std::size_t blocks = settings.sampleRange ? image::blocksOf(*settings.sampleRange).size() : 1;
@@ -282,7 +284,6 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     result->statistics = statisticsOf(geometry, tally.counts, film, threads);
     result->statistics.buildSeconds = buildSeconds;
     result->statistics.renderSeconds = rendering.seconds();
-    if (settings.progress) settings.progress(1.0);
     return result;
 }
 

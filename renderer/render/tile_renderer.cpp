@@ -60,7 +60,7 @@ private:
 };
 
 TileRenderer::TileRenderer(const Frame& frame, Film& film, RenderState& state, RayMeter* rays,
-                           std::function<void(double)> progress, int threads, int passesAtMost)
+                           ProgressCallback progress, int threads, int passesAtMost)
     : frame_(frame),
       film_(film),
       state_(state),
@@ -149,8 +149,18 @@ void TileRenderer::renderTile(Worker& worker, std::size_t tile) {
         }
 }
 
-void TileRenderer::report(std::size_t tilesDone) {
+/// Work that ends while another thread reports is left to the next report.
+void TileRenderer::report(RenderPhase phase, double share) {
     if (!progress_) return;
+    if (const std::unique_lock lock(reporting_, std::try_to_lock); lock)
+        progress_({phase, share, samples_.load(std::memory_order_relaxed)});
+}
+
+void TileRenderer::begin(RenderPhase phase) {
+    report(phase, 0.0);
+}
+
+double TileRenderer::shareOfPasses(std::size_t tilesDone) const {
     // Later passes refine parts of the picture; each counts half of what is left.
     double start = 0.0;
     double share = passesAtMost_ > 1 ? 0.5 : 1.0;
@@ -158,7 +168,7 @@ void TileRenderer::report(std::size_t tilesDone) {
         start += share;
         share = pass + 2 < passesAtMost_ ? share / 2 : 1.0 - start;
     }
-    progress_(start + share * static_cast<double>(tilesDone) / static_cast<double>(state_.tiles().count()));
+    return start + share * static_cast<double>(tilesDone) / static_cast<double>(state_.tiles().count());
 }
 
 bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work) {
@@ -171,7 +181,10 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
     arena.execute([&] {
         parallelFor(count, 1, [&](std::size_t i, std::size_t) {
             if (frame_.stopped()) return;
-            work(workerOfThisThread(), i);
+            Worker& worker = workerOfThisThread();
+            const std::uint64_t before = worker.context.counts.samples;
+            work(worker, i);
+            samples_.fetch_add(worker.context.counts.samples - before, std::memory_order_relaxed);
             ++done;
         });
     });
@@ -181,22 +194,24 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
 bool TileRenderer::renderPass() {
     blocks_ = image::blocksOf({state_.pass().firstSample, state_.pass().endSample});
     std::atomic<std::size_t> done{0};
-    std::mutex reporting;
     const bool complete = inParallel(state_.tiles().count(), [&](Worker& worker, std::size_t tile) {
         renderTile(worker, tile);
-        const std::size_t finished = ++done;
-        if (const std::unique_lock lock(reporting, std::try_to_lock); lock) report(finished);
+        report(RenderPhase::Render, shareOfPasses(++done));
     });
     ++passesDone_;
     return complete;
 }
 
-bool TileRenderer::forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work,
+bool TileRenderer::forEach(std::size_t count, double from, double to,
+                           const std::function<void(RenderContext&, std::size_t)>& work,
                            const std::function<void(std::size_t, const RenderTally&)>& finish) {
+    std::atomic<std::size_t> done{0};
     return inParallel(count, [&](Worker& worker, std::size_t i) {
         work(worker.context, i);
         if (rays_) worker.report(*rays_);
         if (!frame_.stopped()) finish(i, worker.sinceLast());
+        report(RenderPhase::Gather,
+               from + (to - from) * static_cast<double>(++done) / static_cast<double>(count));
     });
 }
 

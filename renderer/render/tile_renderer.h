@@ -5,10 +5,14 @@
 #include "render/context/render_context.h"
 #include "render/film/film.h"
 #include "render/ray_meter.h"
+#include "render/render_settings.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace orca::render {
@@ -19,11 +23,9 @@ class TileRenderer {
 public:
     /// @param state of the film's render
     /// @param rays counts what the threads cast while they do; may be null
-    /// @param progress gets the share of the work that is done, 0 to 1, from one thread at a time; may be
-    /// empty
     /// @param passesAtMost how often `renderPass` is going to be called
     TileRenderer(const Frame& frame, Film& film, RenderState& state, RayMeter* rays,
-                 std::function<void(double)> progress, int threads, int passesAtMost);
+                 ProgressCallback progress, int threads, int passesAtMost);
     ~TileRenderer();
 
     /// Edge of a tile where the options leave it to the renderer, pixels.
@@ -34,9 +36,12 @@ public:
     bool renderPass();
     /// Calls `work` for 0 to count - 1, in any order, each with its thread's render context. `finish` gets
     /// what the work took, unless the render was stopped meanwhile. False when it was stopped before all were
-    /// done.
-    bool forEach(std::size_t count, const std::function<void(RenderContext&, std::size_t)>& work,
+    /// done. Progress is that of the gather prepass, of which this is the share `from` to `to`.
+    bool forEach(std::size_t count, double from, double to,
+                 const std::function<void(RenderContext&, std::size_t)>& work,
                  const std::function<void(std::size_t, const RenderTally&)>& finish);
+    /// Tells that a phase begins.
+    void begin(RenderPhase phase);
     /// Closes the threads' base states. Once, after the last pass.
     void close();
 
@@ -51,13 +56,16 @@ private:
     void renderTile(Worker& worker, std::size_t tile);
     Worker& workerOfThisThread();
     bool inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work);
-    void report(std::size_t tilesDone);
+    void report(RenderPhase phase, double share);
+    [[nodiscard]] double shareOfPasses(std::size_t tilesDone) const;
 
     const Frame& frame_;
     Film& film_;
     RenderState& state_;
     RayMeter* rays_;
-    std::function<void(double)> progress_;
+    ProgressCallback progress_;
+    std::mutex reporting_;
+    std::atomic<std::uint64_t> samples_{0};
     PixelFilter filter_;
     std::vector<image::SampleRange> blocks_; // of the pass
     int threads_;

@@ -35,8 +35,8 @@ protected:
         stop_ = false;
         RenderedScene::Settings settings;
         settings.threads = threads;
-        settings.progress = [this, share](double done) {
-            if (done >= share) stop_ = true;
+        settings.progress = [this, share](const render::RenderProgress& done) {
+            if (done.phase == render::RenderPhase::Render && done.share >= share) stop_ = true;
         };
         settings.stop = &stop_;
         settings.checkpoint = {folder.file(file), 0.0, nullptr, {{"scene", identity}}, resumes};

@@ -63,7 +63,7 @@ public:
         std::optional<std::pair<int, int>> resolution;
         std::optional<render::PixelWindow> window;
         const std::atomic<bool>* stop = nullptr;
-        std::function<void(double share)> progress;
+        render::ProgressCallback progress;
         std::optional<render::CheckpointSettings> checkpoint;
     };
     explicit RenderedScene(const std::string& text) : RenderedScene(text, Settings()) {}
