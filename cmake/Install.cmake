@@ -36,6 +36,18 @@ foreach(command orca-render orca-merge)
     install(TARGETS ${command} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 endforeach()
 
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+add_custom_command(
+    OUTPUT ${documents}/orca-farm.1.gz
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${documents}
+    COMMAND ${Python3_EXECUTABLE} -B ${PROJECT_SOURCE_DIR}/app/farm/orca-farm --print-document man | ${GZIP} -9n >
+            ${documents}/orca-farm.1.gz
+    DEPENDS ${PROJECT_SOURCE_DIR}/app/farm/orca-farm
+    COMMENT "Writing the manual page of orca-farm"
+    VERBATIM)
+add_custom_target(orca-farm-documents DEPENDS ${documents}/orca-farm.1.gz)
+add_dependencies(orca-install-files orca-farm-documents)
+install(FILES ${documents}/orca-farm.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/app/farm/orca-farm DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(TARGETS orca velabase LIBRARY DESTINATION ${ORCA_INSTALL_SHADER_LIBRARIES} COMPONENT runtime)
 
