@@ -175,7 +175,8 @@ TEST_P(LightShader, LightsAsComputed) {
     scene.contents =
         "shader \"half\" \"velaRamp\" ( \"type\" 1, \"entries\" [ { \"position\" 0.5, \"value\" 0 0 0 1, "
         "\"interpolation\" 1 }, { \"position\" 1, \"value\" 1 1 1 1 } ] )\n"
-        "light \"lamp\" " +
+        "light \"dark\" \"orcaVelaAreaLight\" ( \"intensity\" 0 ) origin 0 0 1 end light\n" // leaves nothing
+        "instance \"before\" \"dark\" end instance\nlight \"lamp\" " +
         c.light + " " + c.statement + " end light\ninstance \"lamp_inst\" \"lamp\" " + c.placement +
         " end instance\n" + lambert("white", "\"color\" 1 1 1 1, \"diffuse\" 1") +
         card("wall", "white", 0, 0, 0, 2);
