@@ -73,7 +73,10 @@ typedef enum miQ_type {
     miQ_TRANS_INTERNAL_TO_CAMERA,
     miQ_TRANS_CAMERA_TO_INTERNAL,
     miQ_TRANS_INTERNAL_TO_OBJECT,
-    miQ_TRANS_OBJECT_TO_INTERNAL
+    miQ_TRANS_OBJECT_TO_INTERNAL,
+    // In the shader of a light with the shape of an object.
+    miQ_EMITTER_NORMAL, ///< state: miVector, the object's geometric normal where the sample begins, unit
+    miQ_EMITTER_AREA    ///< state: miScalar, square scene units of the object's whole surface
 } miQ_type;
 
 miBEGIN_INTERFACE

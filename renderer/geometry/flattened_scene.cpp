@@ -35,6 +35,7 @@ FlattenedScene::FlattenedScene(scene::Database& database, Log& log, miTag rootGr
         log_.error("GEOM", "the root of the scene is not an instance group; nothing is rendered");
         return;
     }
+    findEmitters();
     Inherited world;
     world.motionSteps = motionSteps;
     visitGroup(rootGroup, world);
@@ -42,6 +43,13 @@ FlattenedScene::FlattenedScene(scene::Database& database, Log& log, miTag rootGr
 
 FlattenedScene::~FlattenedScene() {
     for (const miTag copy : copies_) database_.remove(copy);
+}
+
+void FlattenedScene::findEmitters() {
+    for (miTag tag = 1; tag < database_.endTag(); ++tag)
+        if (const auto* const light = database_.find<scene::LightElement>(tag);
+            light && light->areaObject != miNULLTAG)
+            emitters_[light->areaObject];
 }
 
 void FlattenedScene::visitGroup(miTag group, const Inherited& inherited) {
@@ -69,6 +77,9 @@ void FlattenedScene::visitInstance(scene::InstanceElement& instance, const Inher
     const Inherited inherited = above.below(instance);
     scene::Element* const item = database_.get(instance.instance.item);
     if (!item) return; // the reader has said what is missing
+    const std::size_t emittersAbove = openEmitters_.size();
+    for (const miTag emitter : {instance.tag, item->tag})
+        if (emitters_.contains(emitter)) openEmitters_.push_back(emitter);
     switch (item->type) {
     case miSCENE_GROUP:
         addPath(instance, inherited, above.parent);
@@ -78,6 +89,7 @@ void FlattenedScene::visitInstance(scene::InstanceElement& instance, const Inher
         scene::InstanceElement& meshInstance = addPath(instance, inherited, above.parent);
         objectInstances.push_back({&meshInstance, static_cast<scene::ObjectElement*>(item), inherited});
         objectInstances.back().inherited.inBetween = {}; // the instance has them now, and there are many
+        for (const miTag emitter : openEmitters_) emitters_[emitter].push_back(meshInstance.tag);
         break;
     }
     case miSCENE_LIGHT: lights.push_back(addPath(instance, inherited, above.parent).tag); break;
@@ -87,6 +99,7 @@ void FlattenedScene::visitInstance(scene::InstanceElement& instance, const Inher
                      "instance \"{}\" places \"{}\", which is no object, light, camera or instance group",
                      instance.name, item->name);
     }
+    openEmitters_.resize(emittersAbove);
 }
 
 scene::InstanceElement& FlattenedScene::addPath(scene::InstanceElement& instance, const Inherited& inherited,
@@ -125,6 +138,19 @@ const std::vector<miTag>& FlattenedScene::pathsTo(miTag instance) const {
     static const std::vector<miTag> none;
     const auto found = paths_.find(instance);
     return found == paths_.end() ? none : found->second;
+}
+
+const std::vector<miTag>& FlattenedScene::membersOf(miTag emitter) const {
+    static const std::vector<miTag> none;
+    const auto found = emitters_.find(emitter);
+    return found == emitters_.end() ? none : found->second;
+}
+
+bool FlattenedScene::emits(miTag objectInstance) const {
+    return std::any_of(emitters_.begin(), emitters_.end(), [&](const auto& emitter) {
+        const std::vector<miTag>& members = emitter.second;
+        return std::find(members.begin(), members.end(), objectInstance) != members.end();
+    });
 }
 
 std::vector<miTag> FlattenedScene::expandLights(const std::vector<miTag>& entries) const {

@@ -36,8 +36,13 @@ public:
     [[nodiscard]] const std::vector<miTag>& pathsTo(miTag instance) const;
     /// The light instances of a list, groups replaced by their members, in the order of the list; each once.
     [[nodiscard]] std::vector<miTag> expandLights(const std::vector<miTag>& entries) const;
+    /// Instances of objects at or below what a light names as its emitter, an instance or an object.
+    [[nodiscard]] const std::vector<miTag>& membersOf(miTag emitter) const;
+    /// True for an instance that is a member of any.
+    [[nodiscard]] bool emits(miTag objectInstance) const;
 
 private:
+    void findEmitters();
     void visitGroup(miTag group, const Inherited& inherited);
     void visitInstance(scene::InstanceElement& instance, const Inherited& above);
     scene::InstanceElement& addPath(scene::InstanceElement& instance, const Inherited& inherited,
@@ -49,6 +54,8 @@ private:
     std::vector<miTag> openGroups_;
     std::vector<miTag> copies_;
     std::unordered_map<miTag, std::vector<miTag>> paths_;
+    std::unordered_map<miTag, std::vector<miTag>> emitters_; ///< members by emitter
+    std::vector<miTag> openEmitters_;
 };
 
 } // namespace orca::geometry

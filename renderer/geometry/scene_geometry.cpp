@@ -16,6 +16,7 @@
 #include <deque>
 #include <optional>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace orca::geometry {
 
@@ -56,7 +57,8 @@ struct SceneGeometry::Implementation {
     std::unordered_map<const std::vector<miTag>*, const std::vector<miTag>*> listOf;
 
     std::vector<MeshInstance> meshInstances;
-    std::deque<Mesh> displacedMeshes; // one per displaced instance, however many share the object
+    std::vector<MeshInstance> unseenEmitters; // of lights; no ray sees them
+    std::deque<Mesh> displacedMeshes;         // one per displaced instance, however many share the object
     bool displacementToCome = false;
     int threads = 0;
     std::optional<RayKernel> kernel;
@@ -158,13 +160,19 @@ void SceneGeometry::Implementation::buildMeshInstances(const miOptions& options)
         record.transparency = flags.transparency;
         record.finalgather = flags.gather;
         record.face = static_cast<miCBoolean>(flags.face);
-        if (!meshInstance.visibleTo && !mesh.triangles.empty())
+        const bool unseenEmitter = !meshInstance.visibleTo && graph.emits(meshInstance.instance);
+        if (!meshInstance.visibleTo && !mesh.triangles.empty() && !unseenEmitter)
             log.once("unseen " + std::to_string(meshInstance.object),
                      {LogLevel::Warning, "GEOM", 0,
                       "object \"" + placed.object->name +
                           "\" is seen by no ray: visible, trace and shadow are all off",
                       placed.object->location});
-        if (mesh.triangles.empty() || !meshInstance.visibleTo) continue;
+        if (mesh.triangles.empty()) continue;
+        if (unseenEmitter) {
+            maxTextureSpaces = std::max(maxTextureSpaces, mesh.textureSpaces);
+            unseenEmitters.push_back(meshInstance);
+        }
+        if (!meshInstance.visibleTo) continue;
 
         const bool displaced = displacementToCome && isDisplaced(meshInstance);
         meshInstance.placedInWorld =
@@ -312,6 +320,17 @@ std::span<const miTag> SceneGeometry::lightsOf(const MeshInstance& meshInstance)
 
 bool SceneGeometry::castsShadowOf(const MeshInstance& meshInstance, miTag lightInstance) const {
     return implementation_->lightSets.castsShadow(meshInstance.shadowSet, lightInstance);
+}
+
+std::vector<const MeshInstance*> SceneGeometry::emittingMeshes(miTag emitter) const {
+    const std::vector<miTag>& members = implementation_->graph.membersOf(emitter);
+    const std::unordered_set<miTag> instances(members.begin(), members.end());
+    std::vector<const MeshInstance*> meshes;
+    if (instances.empty()) return meshes;
+    for (const auto* list : {&implementation_->meshInstances, &implementation_->unseenEmitters})
+        for (const MeshInstance& meshInstance : *list)
+            if (instances.contains(meshInstance.instance)) meshes.push_back(&meshInstance);
+    return meshes;
 }
 
 std::vector<miTag> SceneGeometry::expandLights(const std::vector<miTag>& entries) const {

@@ -65,6 +65,10 @@ public:
     /// False when the instance's shadow links exempt it from this light's shadows. Constant time.
     [[nodiscard]] bool castsShadowOf(const MeshInstance& meshInstance, miTag lightInstance) const;
 
+    /// The meshes of what a light names as its emitter, an instance with all below it or an object, those
+    /// that rays see first, each in scene-graph order. Those that no ray sees are not displaced.
+    [[nodiscard]] std::vector<const MeshInstance*> emittingMeshes(miTag emitter) const;
+
     /// The light instances of a list, groups replaced by their members, each once.
     [[nodiscard]] std::vector<miTag> expandLights(const std::vector<miTag>& entries) const;
     /// Material of surfaces that the scene gives none; it has no shader, and is shaded as plain grey.

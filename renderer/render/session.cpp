@@ -12,6 +12,7 @@
 #include "render/displacement_calls.h"
 #include "render/gather_prepass.h"
 #include "render/light/light_profiles.h"
+#include "render/light/mesh_emitters.h"
 #include "render/light/shadow_map.h"
 #include "render/sampling/adaptive_sampler.h"
 #include "render/tile_renderer.h"
@@ -250,6 +251,8 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
         .stop = settings.stop,
     };
     displace(geometry, parts, picture.options, threads);
+    const MeshEmitters meshEmitters(geometry, lights, log_);
+    parts.meshEmitters = &meshEmitters;
     warnOfNothing(parts, log_);
     const double buildSeconds = building.seconds();
 

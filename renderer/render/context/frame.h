@@ -23,6 +23,7 @@ namespace orca::render {
 
 class GatherCaches;
 class LightProfiles;
+class MeshEmitters;
 class ShadowMaps;
 
 /// What a frame is made from. Everything that is referred to outlives the frame.
@@ -43,6 +44,7 @@ struct FrameParts {
     miLock globalLock;                          ///< that shaders share
     const std::atomic<bool>* stop;              ///< set from outside to stop the render; null: never stopped
     const ShadowMaps* shadowMaps = nullptr;     ///< null: shadows are traced
+    const MeshEmitters* meshEmitters = nullptr; ///< null: lights with the shapes of objects are off
     const GatherCaches* gatherCaches = nullptr; ///< filled by the prepass; null: every sample gathers
 };
 

@@ -18,7 +18,7 @@ LightInstances::LightInstances(const scene::Database& database, std::span<const 
         lights_.push_back(entry);
     }
     for (const LightInstance& light : lights_)
-        if (light.light->visible && light.hasArea() && !light.record->off) visible_.push_back(&light);
+        if (light.light->visible && light.hasSurface() && !light.record->off) visible_.push_back(&light);
 }
 
 } // namespace orca::render

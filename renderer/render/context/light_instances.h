@@ -21,10 +21,16 @@ struct LightInstance {
     miVector origin;    ///< world space
     miVector direction; ///< world space, unit, away from the light; directional and spot lights
 
-    [[nodiscard]] bool directional() const { return light->type == miLIGHT_DIRECTION; }
-    [[nodiscard]] bool hasArea() const {
+    [[nodiscard]] bool directional() const { return light->type == miLIGHT_DIRECTION && !hasMesh(); }
+    /// A shape that the renderer itself knows: rays can hit it.
+    [[nodiscard]] bool hasSurface() const {
         return light->area >= miLIGHT_RECTANGLE && light->area <= miLIGHT_CYLINDER;
     }
+    /// Points are chosen on the triangles of an object.
+    [[nodiscard]] bool hasMesh() const { return light->area == miLIGHT_OBJECT; }
+    /// The light's shader chooses points or directions itself.
+    [[nodiscard]] bool choosesPlaces() const { return light->area == miLIGHT_USER; }
+    [[nodiscard]] bool hasArea() const { return hasSurface() || hasMesh() || choosesPlaces(); }
 };
 
 /// The light instances of a picture.

@@ -42,6 +42,12 @@ struct ShadowRay {
     miTag lightInstance;
 };
 
+/// The point of an object's surface that a light sample begins at.
+struct EmitterPoint {
+    miVector normal; ///< geometric, as modelled; unit, internal space
+    float area;      ///< of the whole emitter, square scene units
+};
+
 /// Internal space of a displacement call: the object's own.
 struct DisplacementSpace {
     const miScalar* toWorld; ///< of the instance
@@ -97,8 +103,9 @@ struct RenderContext : shading::CallContext {
     miColor opacity{};
 
     const ShadowRay* shadowRay = nullptr;
-    const DisplacementSpace* displacementSpace = nullptr;   ///< set in displacement calls
-    int gatherDepth = 0;                                    ///< nesting of gathers
+    const EmitterPoint* emitterPoint = nullptr;           ///< of the running light; null where it has no mesh
+    const DisplacementSpace* displacementSpace = nullptr; ///< set in displacement calls
+    int gatherDepth = 0;                                  ///< nesting of gathers
     int gatherReflectionBase = 0, gatherRefractionBase = 0; ///< levels at which the innermost one began
     PendingGatherRecords* pendingGatherRecords =
         nullptr;   ///< in the gather prepass: where new records are added

@@ -2,8 +2,10 @@
 #include "render/light/light_sampling.h"
 
 #include "base/orthonormal_basis.h"
+#include "base/vectors.h"
 #include "render/context/surroundings.h"
 #include "render/light/light_profiles.h"
+#include "render/light/mesh_emitters.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,11 +20,15 @@ struct SampleCounts {
     [[nodiscard]] int total() const { return u * v; }
 };
 
-SampleCounts countsAt(const miLight& light, const miState* state) {
+/// The lower counts also hold where the light of surfaces is gathered for lights that cost a shadow ray per
+/// sample: a gather averages many rays.
+SampleCounts countsAt(const RenderContext& context, const LightInstance& instance, const miState* state) {
+    const miLight& light = *instance.light;
     const bool deep =
         light.low_level > 0 && state->reflection_level + state->refraction_level >= light.low_level;
-    return {std::max(1, deep ? light.low_samples_u : light.samples_u),
-            std::max(1, deep ? light.low_samples_v : light.samples_v)};
+    const bool low = deep || (context.gatherDepth > 0 && !instance.hasSurface());
+    return {std::max(1, low ? light.low_samples_u : light.samples_u),
+            std::max(1, low ? light.low_samples_v : light.samples_v)};
 }
 
 /// Point of the light's area for (u, v) in [0, 1)^2, uniform by area, light space.
@@ -63,21 +69,74 @@ miVector pointOnArea(const miLight& light, float u, float v) {
     return point;
 }
 
-miVector lightPoint(RenderContext& context, const LightInstance& light, const SampleCounts& counts,
+/// Stratified place on the unit square.
+struct Place {
+    float u, v;
+};
+
+Place placeOfSample(const RenderContext& context, const LightInstance& light, const SampleCounts& counts,
                     int sample, std::uint32_t key) {
     const auto total = static_cast<std::uint32_t>(counts.total());
     const auto index = static_cast<std::uint32_t>(sample);
+    // Where places are mapped by tables, u alone decides much: it gets as many strata as there are samples.
+    if (!light.hasSurface())
+        return {context.sampler.coordinate(key, index, total, 0),
+                context.sampler.coordinate(key, index, total, 1)};
     const int column = sample % counts.u;
     const int row = sample / counts.u;
-    const float u = (static_cast<float>(column) + context.sampler.coordinate(key, index, total, 0)) /
-                    static_cast<float>(counts.u);
-    const float v = (static_cast<float>(row) + context.sampler.coordinate(key, index, total, 1)) /
-                    static_cast<float>(counts.v);
-    const miVector inLight = pointOnArea(*light.light, u, v);
+    return {(static_cast<float>(column) + context.sampler.coordinate(key, index, total, 0)) /
+                static_cast<float>(counts.u),
+            (static_cast<float>(row) + context.sampler.coordinate(key, index, total, 1)) /
+                static_cast<float>(counts.v)};
+}
+
+/// The texture coordinates of a sample: its place, or those of the mesh where that has any.
+std::vector<miVector>& placeTexture(ChildState& child, const Place& place) {
+    std::vector<miVector>& coordinates = child.derived().textureCoordinates;
+    std::fill(coordinates.begin(), coordinates.end(), miVector{0.0f, 0.0f, 0.0f});
+    coordinates[0] = {place.u, place.v, 0.0f};
+    child->tex_list = coordinates.data();
+    return coordinates;
+}
+
+/// Internal space.
+miVector originOnShape(const LightInstance& light, const Place& place) {
+    const miVector inLight = pointOnArea(*light.light, place.u, place.v);
     miVector point;
     mi_point_transform(&point, &inLight, light.record->tf.local_to_global);
     return point;
 }
+
+/// Above the mesh on the side of the illuminated point, so that the mesh itself does not block the sample's
+/// shadow ray: by more than rays' origins are moved off surfaces.
+miVector originOnMesh(const MeshEmitter& emitter, const Place& place, const miVector& illuminated,
+                      miVector* textureCoordinates, EmitterPoint& point) {
+    geometry::SurfacePoint surface;
+    emitter.surfaceAt(place.u, place.v, surface, textureCoordinates);
+    point = {surface.geometricNormal, emitter.area()};
+    const miVector direction = illuminated - surface.point;
+    const float largest =
+        std::max({std::abs(illuminated.x), std::abs(illuminated.y), std::abs(illuminated.z)});
+    const float clearance = 4e-5f * (largest + 0.5f) + 1e-5f * std::sqrt(dot(direction, direction));
+    const float side = dot(direction, surface.geometricNormal) < 0.0f ? -1.0f : 1.0f;
+    return surface.point + side * clearance * surface.geometricNormal;
+}
+
+/// What a light's shader can ask about its emitter, while it runs.
+class EmitterScope {
+public:
+    EmitterScope(RenderContext& context, const EmitterPoint* point)
+        : context_(context), before_(context.emitterPoint) {
+        context.emitterPoint = point;
+    }
+    ~EmitterScope() { context_.emitterPoint = before_; }
+    EmitterScope(const EmitterScope&) = delete;
+    EmitterScope& operator=(const EmitterScope&) = delete;
+
+private:
+    RenderContext& context_;
+    const EmitterPoint* before_;
+};
 
 /// Sets the ray of a light state; false for points outside a spot's cone.
 bool setLightRay(ChildState& child, const LightInstance& light, const miState* state,
@@ -106,8 +165,13 @@ miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, mi
     RenderContext& context = renderContextOf(state);
     const LightInstance* light = context.frame.lights.of(lightInstance);
     if (!light || light->record->off || refusesRays(context)) return miFALSE;
-    const bool sampleArea = area == AreaSampling::Full && light->hasArea();
-    const SampleCounts counts = sampleArea ? countsAt(*light->light, state) : SampleCounts{1, 1};
+    // Without area sampling, meshes and shapes of the shader's own are sampled once: they have no centre.
+    const bool sampleArea = light->hasArea() && (area == AreaSampling::Full || !light->hasSurface());
+    const SampleCounts counts =
+        sampleArea && area == AreaSampling::Full ? countsAt(context, *light, state) : SampleCounts{1, 1};
+    const MeshEmitter* const emitter =
+        light->hasMesh() && context.frame.meshEmitters ? context.frame.meshEmitters->of(*light) : nullptr;
+    if (light->hasMesh() && !emitter) return miFALSE;
     std::uint32_t key = 0;
     if (sampleArea && samples < counts.total()) key = context.sampler.lightKey(&samples, samples == 0);
 
@@ -115,9 +179,18 @@ miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, mi
         const int sample = samples++;
         ChildState child(context, state, miRAY_LIGHT);
         child->light_instance = lightInstance;
-        const miVector origin = sampleArea ? lightPoint(context, *light, counts, sample, key) : light->origin;
+        miVector origin = light->origin;
+        EmitterPoint emitterPoint;
+        if (sampleArea) {
+            const Place place = placeOfSample(context, *light, counts, sample, key);
+            std::vector<miVector>& coordinates = placeTexture(child, place);
+            if (emitter)
+                origin = originOnMesh(*emitter, place, state->point, coordinates.data(), emitterPoint);
+            else if (light->hasSurface()) origin = originOnShape(*light, place);
+        }
         if (!setLightRay(child, *light, state, origin)) continue;
 
+        const EmitterScope scope(context, emitter ? &emitterPoint : nullptr);
         ++context.counts.lightCalls;
         result = {};
         miBoolean delivered =

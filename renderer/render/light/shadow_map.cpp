@@ -195,6 +195,14 @@ ShadowMaps::ShadowMaps(const geometry::SceneGeometry& geometry, const LightInsta
     const auto memory = static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
                         static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
     std::uint64_t taken = 0;
+    const auto hasPlace = [&](const LightInstance& light) {
+        if (!light.choosesPlaces() && !light.hasMesh()) return true;
+        log.warningAt(light.element->location, "RNDR",
+                      "light \"{}\": there are no shadow maps of lights with the shapes user and object; its "
+                      "shadows are traced",
+                      light.element->name);
+        return false;
+    };
     const auto fits = [&](const LightInstance& light) {
         const std::uint64_t needed = ShadowMap::bytesNeeded(*light.light);
         if (taken + needed < memory) {
@@ -213,7 +221,7 @@ ShadowMaps::ShadowMaps(const geometry::SceneGeometry& geometry, const LightInsta
     tbb::task_arena arena(threads);
     arena.execute([&] {
         for (const LightInstance& light : lights.all())
-            if (light.light->use_shadow_maps && fits(light))
+            if (light.light->use_shadow_maps && hasPlace(light) && fits(light))
                 maps_.emplace_back(light.instance, ShadowMap(geometry, light, options.shadowMapBias, stop));
     });
 }

@@ -46,7 +46,8 @@ ShadowRay shadowRayOf(const RenderContext& context, miState* state) {
     const LightInstance* light = context.frame.lights.of(state->light_instance);
     ShadowRay shadowRay{};
     shadowRay.lightInstance = state->light_instance;
-    shadowRay.directional = light && light->directional();
+    // Light whose shader chooses the direction comes from infinity when it sets no distance.
+    shadowRay.directional = light && (light->choosesPlaces() ? state->dist == 0.0 : light->directional());
     if (shadowRay.directional) {
         const miVector low = context.frame.geometry.boundsMin();
         const miVector high = context.frame.geometry.boundsMax();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/query/query_rows.h"
 
+#include "render/context/render_context.h"
 #include "scene/active_database.h"
 #include "scene/elements/elements.h"
 
@@ -30,6 +31,13 @@ bool ofArea(const Query& query) {
     return light && light->area == area && query.give(light->*field);
 }
 
+template <auto field>
+bool ofEmitter(const Query& query) {
+    if (!query.state || !query.state->ext) return false;
+    const EmitterPoint* const point = renderContextOf(query.state).emitterPoint;
+    return point && query.give(point->*field);
+}
+
 constexpr QueryRow rows[] = {
     {miQ_LIGHT_TYPE, ofLight<&miLight::type>},
     {miQ_LIGHT_ORIGIN, ofLight<&miLight::origin>},
@@ -50,6 +58,8 @@ constexpr QueryRow rows[] = {
     {miQ_LIGHT_AREA_S_RADIUS, ofArea<miLIGHT_SPHERE, &miLight::radius>},
     {miQ_LIGHT_AREA_C_AXIS, ofArea<miLIGHT_CYLINDER, &miLight::axis>},
     {miQ_LIGHT_AREA_C_RADIUS, ofArea<miLIGHT_CYLINDER, &miLight::radius>},
+    {miQ_EMITTER_NORMAL, ofEmitter<&EmitterPoint::normal>},
+    {miQ_EMITTER_AREA, ofEmitter<&EmitterPoint::area>},
 };
 
 } // namespace

@@ -157,7 +157,7 @@ private:
     const MaterialElement* readMaterialBase(const ShaderUse& use);
     void readLight(const Token& token, bool incremental);
     bool readLightStatement(LightElement& element, const Token& word);
-    bool readLightArea(LightElement& element, std::string_view word, const SourceLocation& location);
+    bool readLightArea(LightElement& element, std::string_view word);
     void readAreaSampling(LightElement& element);
     void readShadowMap(LightElement& element, const SourceLocation& location);
     void finishLight(LightElement& element);

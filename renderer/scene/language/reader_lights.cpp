@@ -161,12 +161,12 @@ bool Reader::readLightStatement(LightElement& element, const Token& token) {
     } else if (word == "lightprofile") {
         light.lightprofile = optionalReference({miSCENE_LIGHTPROFILE}, "a light profile");
     } else {
-        return readLightArea(element, word, locationOf(token));
+        return readLightArea(element, word);
     }
     return true;
 }
 
-bool Reader::readLightArea(LightElement& element, std::string_view word, const SourceLocation& location) {
+bool Reader::readLightArea(LightElement& element, std::string_view word) {
     miLight& light = element.light;
     const auto sampleDefaults = [&](int u, int v) {
         light.samples_u = u;
@@ -182,15 +182,15 @@ bool Reader::readLightArea(LightElement& element, std::string_view word, const S
     const Word* const shape = findWord(lightShapeWords, word);
     if (!shape) return false;
     light.area = miLIGHT_NONE;
-    if (shape->code == miLIGHT_OBJECT || shape->code == miLIGHT_USER) {
-        if (shape->code == miLIGHT_OBJECT) {
-            if (!peek().isName() || peek().isWord("end")) return true;
-            element.areaObject =
-                reference(next(), {miSCENE_INSTANCE, miSCENE_OBJECT}, "the instance that emits");
-        }
+    element.areaObject = miNULLTAG;
+    if (shape->code == miLIGHT_USER) {
+        sampleDefaults(4, 5);
         readAreaSampling(element);
-        unsupported(LogLevel::Error, location, "light shape " + std::string(word),
-                    fmt::format("light \"{}\": {} lights are not supported", element.name, word));
+    } else if (shape->code == miLIGHT_OBJECT) {
+        if (!peek().isName() || peek().isWord("end")) return true;
+        element.areaObject = reference(next(), {miSCENE_INSTANCE, miSCENE_OBJECT}, "the instance that emits");
+        sampleDefaults(4, 5);
+        readAreaSampling(element);
     } else {
         if (!atNumber()) return true; // the bare keyword removes the shape
         if (shape->code == miLIGHT_RECTANGLE) {
