@@ -89,12 +89,6 @@ void shineAlong(miState* state, const miVector& direction) {
     state->dot_nd = -dot(direction, state->normal);
 }
 
-void clearLightColors(VelabaseState& vela) {
-    vela.lightFogColor = BLACK;
-    vela.lightFogTransmission = WHITE;
-    vela.lightGlowColor = BLACK;
-}
-
 unsigned shadowRayCount(int rays, const VelabaseState& vela) {
     const float m = importance(vela);
     if (m >= vela.throughputUpper) return static_cast<unsigned>(std::max(1, rays));
@@ -102,15 +96,4 @@ unsigned shadowRayCount(int rays, const VelabaseState& vela) {
     const float aboveUpper = m - vela.throughputUpper;
     const float count = (static_cast<float>(rays) * aboveCutoff - aboveUpper) / (aboveCutoff - aboveUpper);
     return static_cast<unsigned>(std::max(1, static_cast<int>(count)));
-}
-
-void applyShadow(miColor& color, LightData& data, bool light, const miColor& transmission,
-                 const miColor& shadowColor) {
-    if (!light) {
-        color = shadowColor;
-        data.shadowFraction = 1.0f;
-        return;
-    }
-    color = blended(shadowColor, color, transmission);
-    data.shadowFraction = 1.0f - (transmission.r + transmission.g + transmission.b) / 3.0f;
 }

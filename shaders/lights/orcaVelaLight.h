@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-/// What the light shaders share: their beginning and end, the back-side test of one-sided area lights, the
-/// guards of what a light changes in its state, and the decision between the kinds of shadow.
+/// What the lights that are called once for each point share: the back-side test of one-sided area lights,
+/// the guards of what a light changes in its state, and the decision between the kinds of shadow.
 
 #include "orcaColor.h"
 #include "orcaDiscShadow.h"
@@ -10,6 +10,7 @@
 #include "orcaGathering.h"
 #include "orcaGuards.h"
 #include "orcaLightProtocol.h"
+#include "orcaLightShader.h"
 #include "orcaParameters.h"
 #include "orcaPassRecords.h"
 #include "orcaUtilities.h"
@@ -51,38 +52,8 @@ void shineFrom(miState* state, const miVector& place);
 /// Turns the light ray of distant light; `direction` is unit length, internal space.
 void shineAlong(miState* state, const miVector& direction);
 
-/// Resets the light-colour slots in calls other than lighting: no fog, full transmission, no glow.
-void clearLightColors(VelabaseState& vela);
-/// Ends such a call: the lamp itself is seen.
-inline miBoolean showLamp(miColor& result, VelabaseState& vela) {
-    result.a = 1.0f;
-    clearLightColors(vela);
-    return miTRUE;
-}
-
-/// Runs a light with the thread's record and the passes that the light contributes to. False without the base
-/// state.
-/// @param name of the shader in messages
-/// @param body miBoolean (VelabaseState&, const PassRecords&)
-template <class Body>
-miBoolean asLight(miState* state, const char* name, const Body& body) {
-    VelabaseState* const vela = velabaseState(state);
-    if (!vela) {
-        orcaWarning(std::string(name) + "(): Internal state error.");
-        return miFALSE;
-    }
-    const PassRecords passes(state, *vela);
-    setupLightContributions(passes.count, passes.records, state);
-    return body(*vela, passes);
-}
-
 /// Kinds of shadow that a light sample can have.
 enum class ShadowKind { None, DepthMap, RayTraced };
-
-/// Weight of the point being shaded, which decides how many shadow rays it takes.
-[[nodiscard]] inline miScalar importance(const VelabaseState& vela) {
-    return largestChannel(vela.throughput);
-}
 
 /// The kind of shadow by a light's parameters and the state.
 template <class P>
@@ -103,11 +74,6 @@ template <class P>
 /// Shadow rays for a point of the state's importance: `rays` above the upper bound, falling to one at the
 /// cut-off.
 [[nodiscard]] unsigned shadowRayCount(int rays, const VelabaseState& vela);
-
-/// Multiplies a light's colour by the transmission of its shadow and stores the share removed. `light` is
-/// false when the shadow ray was fully blocked.
-void applyShadow(miColor& color, LightData& data, bool light, const miColor& transmission,
-                 const miColor& shadowColor);
 
 /// A light's shadow, by the kind that applies.
 /// @param color      in: the light unshadowed; out: after shadows
@@ -143,17 +109,10 @@ void shadeLight(miColor& color, miState* state, P* record, VelabaseState& vela, 
 template <class P, class Trace>
 miBoolean deliverLight(miColor& result, miState* state, P* record, VelabaseState& vela,
                        const PassRecords& passes, miScalar intensity, const Trace& trace) {
-    LightData& data = vela.lightData;
-    data.shadowFraction = 0.0f;
-    data.unshadowedColor = result;
+    vela.lightData.shadowFraction = 0.0f;
+    vela.lightData.unshadowedColor = result;
     shadeLight(result, state, record, vela, passes, intensity, trace);
-    data.isAmbient = 0;
-    data.reserved0 = 0;
-    data.reserved1 = 0;
-    if constexpr (requires { record->emitDiffuse; }) {
-        data.emitDiffuse = parameterValue(state, record, &P::emitDiffuse);
-        data.emitSpecular = parameterValue(state, record, &P::emitSpecular);
-    }
+    describeLight(state, record, vela.lightData);
     return miTRUE;
 }
 
