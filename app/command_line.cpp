@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <map>
 #include <sstream>
@@ -226,6 +227,12 @@ void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     app.add_option("--frames", raw.frames, "frames to render, such as 1-100x2 or 3,5,9-12")
         ->group(group)
         ->type_name("RANGE");
+    app.add_flag_function(
+           "--default-light,!--no-default-light",
+           [&command](std::int64_t count) { command.defaultLight = count > 0; },
+           "add a light along the camera's view, or leave it out; by default it is added, with a warning, "
+           "where nothing in the scene gives light")
+        ->group(group);
     for (const SceneOption& option : pictureOptions) addSceneOption(app, group, option, raw);
 }
 

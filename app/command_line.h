@@ -53,10 +53,11 @@ struct CommandLine {
     bool writesSceneFiles = true, writesFiles = true;
     bool singlePart = false;
     bool renderAnyway = false;
-    bool strict = false;       ///< what is only warned about otherwise is an error
-    bool checksSpace = true;   ///< of disks, before rendering
-    bool reproducible = false; ///< leave times out of files, so that equal pictures are equal files
-    int threads = 0;           ///< 0: all processors
+    std::optional<bool> defaultLight; ///< a light along the view; none: where the scene has no other
+    bool strict = false;              ///< what is only warned about otherwise is an error
+    bool checksSpace = true;          ///< of disks, before rendering
+    bool reproducible = false;        ///< leave times out of files, so that equal pictures are equal files
+    int threads = 0;                  ///< 0: all processors
     std::optional<std::pair<int, int>> pixel;
     std::optional<SampleRequest> samples; ///< write the sums of these only
     std::optional<std::vector<int>> frames;

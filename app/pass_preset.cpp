@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pass_preset.h"
 
+#include "library_text.h"
 #include "pass_block.h"
 #include "pass_block_text.h"
 #include "pass_catalogue.h"
@@ -23,10 +24,6 @@ constexpr const char* utilityName = "passes:utility";
 constexpr const char* utilityStateName = "passes:utilityState";
 constexpr const char* additiveParameter = "additivePasses"; // of velaBaseState
 constexpr int everyLevel = 1000;                            // deeper than any trace depth
-
-bool endsIn(const std::string& file, std::string_view name) {
-    return file.size() >= name.size() && std::string_view(file).substr(file.size() - name.size()) == name;
-}
 
 TypedRecord recordOf(const PassDescription& pass) {
     TypedRecord record{static_cast<PassTypeID>(pass.type), std::string(pass.name), {}};
@@ -85,21 +82,7 @@ std::string PassPreset::text() const {
 /// Reads the library's declarations unless the scene has, and creates the shaders that rendering passes
 /// needs.
 bool PassPreset::defineShaders() {
-    const scene::Database& database = scene_.database();
-    std::string text;
-    const auto links = [&](std::string_view library) {
-        const auto& linked = scene_.libraries();
-        if (std::none_of(linked.begin(), linked.end(),
-                         [&](const auto& file) { return endsIn(file, library); }))
-            text += fmt::format("link \"{}\"\n", library);
-    };
-    const auto includes = [&](const char* shader, const char* file) {
-        if (database.declaration(shader) == miNULLTAG) text += fmt::format("$include <{}>\n", file);
-    };
-    links("velabase.so");
-    links("orca.so");
-    includes("velaBaseState", "velabase.mi");
-    includes("orcaFrameBufferState", "orca.mi");
+    std::string text = libraryText(scene_);
     text += fmt::format("shader \"{}\" \"velaBaseState\" ( \"{}\" on )\n", baseStateName, additiveParameter);
     text += fmt::format("shader \"{}\" \"orcaFrameBufferState\" ( )\n", frameBufferStateName);
     text += fmt::format("shader \"{}\" \"orcaFrameBufferLens\" ( )\n", lensName);

@@ -92,6 +92,7 @@ SceneRun::SceneRun(const CommandLine& command, Log& log, StopSignal& stop, Limit
       session_(scene_.database(), log, runtime_, textures_),
       libraryPaths_(searchPaths(command.libraryPaths, "MI_LIBRARY_PATH", installation().libraryPaths)),
       masks_(scene_.database(), log),
+      defaultLight_(command.defaultLight, scene_),
       files_(files),
       checkpoints_(command, log, stop),
       skipped_(skipped) {
@@ -279,6 +280,11 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     }
     if (command_.dumpsPasses) {
         fmt::print("{}", preset_->text());
+        return false;
+    }
+    const bool renders = !command_.listsOutputs && !command_.checksOnly && !command_.listsInputs;
+    if (renders && !defaultLight_.apply(*elements, parserOptions_, parserCallbacks_)) {
+        fail(exitSceneError);
         return false;
     }
     render::Picture picture(scene_.database(), *elements, log_);

@@ -3,6 +3,7 @@
 
 #include "checkpoints.h"
 #include "command_line.h"
+#include "default_light.h"
 #include "file_policy.h"
 #include "limit_watcher.h"
 #include "output_files.h"
@@ -93,6 +94,7 @@ private:
     scene::ParserCallbacks parserCallbacks_;
     std::unique_ptr<PassPreset> preset_;
     PassMasks masks_;
+    DefaultLight defaultLight_;
     OutputFiles& files_;
     Checkpoints checkpoints_;
     std::map<std::string, InputFile> inputs_; ///< of the pictures so far, by path

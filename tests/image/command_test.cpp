@@ -345,6 +345,29 @@ incremental instance "card_inst" material "red_mtl" end instance
     EXPECT_LT(std::count(output.begin(), output.end(), '\n'), 6) << output;
 }
 
+TEST_F(Command, LightsAScenesFirstPictures) {
+    const std::string card(grayCard);
+    const auto lambert = [&](const std::string& parameters) {
+        return "link \"orca.so\"\nlink \"velabase.so\"\n$include <orca.mi>\n$include <velabase.mi>\n" + card +
+               "incremental options \"opt\" state \"velaBaseState\" ( ) end options\n"
+               "shader \"red\" \"orcaVelaLambert\" ( \"color\" 0.5 0.5 0.5 1, \"diffuse\" 1" +
+               parameters +
+               " )\nmaterial \"red_mtl\" \"orcaVelaShadingEngine\" ( \"surfaceShader\" \"red\" ) end "
+               "material\n"
+               "incremental instance \"card_inst\" material \"red_mtl\" end instance\n" +
+               renderIt;
+    };
+    scene("dark.mi", lambert(""));
+    scene("glows.mi", lambert(", \"incandescence\" 0.25 0 0 1"));
+    const std::string said = "nothing in the scene gives light", lit = "0.5 0.5 0.5 1\n";
+    expectCalls({{"dark.mi --pixel 8,4", 0, {said, lit}},
+                 {"glows.mi --pixel 8,4 --default-light", 0, {"0.75 0.5 0.5 1\n"}}});
+    expectCalls({{"dark.mi --pixel 8,4 --no-default-light", 0, {" 0 0 0 1\n"}}});
+    EXPECT_FALSE(says(said));
+    expectCalls({{"glows.mi --pixel 8,4", 0, {"0.25 0 0 1\n"}}});
+    EXPECT_FALSE(says(said));
+}
+
 TEST_F(Command, RefusesPassBlocksWhoseCountsAreNotThoseOfTheRecords) {
     const auto withCount = [&](const char* count) {
         std::string zeros;
