@@ -85,3 +85,5 @@ picture lagoon 480x202
 picture stage 640x320
 picture lantern 640x320
 picture area_lights 480x270
+picture dome 480x270
+picture neon 400x225

@@ -13,6 +13,7 @@ import time
 
 import city
 import images
+import neon
 import shapes
 import toys
 
@@ -49,6 +50,8 @@ CATALOGUE = {
     "street_lamps": city.street_lamps,
     "head_lights": city.head_lights,
     "tail_lights": city.tail_lights,
+    "neon_letters": neon.letters,
+    "neon_swash": neon.swash,
 }
 
 
