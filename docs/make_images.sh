@@ -18,6 +18,11 @@ picture() {  # NAME SIZE [LAYER...]: the scene's picture, and single layers as N
     for layer in "$@"; do mv "$scratch/$layer.png" "$images/$name-$layer.png"; done
 }
 
+finely() {  # NAME SIZE: the scene's picture with less noise than the scene asks for
+    "$render" "$root/scenes/$1.mi" --size "$2" --samples 1 3 --contrast 0.03 -o "$scratch/$1.exr" --files layers \
+        --png "$images/$1.png"
+}
+
 sheet() {  # NAME SIZE COLUMNS LAYER...: layers of a scene side by side, each with its name below
     local name=$1 size=$2 columns=$3
     shift 3
@@ -81,9 +86,11 @@ picture rasterizer 360x202
 sheet kept_buffers 240x135 3 main woodPlace grainDepth paintable cameraDepth
 picture image_planes 480x202
 picture hue_map 480x270
+sheet light_links 240x135 3 main diffuse specular diffuseKeyVase diffuseKeyFruit diffuseKeyGround diffuseFillVase \
+    diffuseFillFruit diffuseFillGround diffuseRimVase diffuseRimFruit diffuseRimGround
 picture lagoon 480x202
 picture stage 640x320
 picture lantern 640x320
-picture area_lights 480x270
-picture dome 480x270
-picture neon 400x225
+finely area_lights 480x270
+finely dome 480x270
+finely neon 400x225

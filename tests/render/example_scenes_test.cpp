@@ -87,6 +87,13 @@ TEST_P(ExampleScene, RendersWithoutComplaintsAndAddsUp) {
          {std::vector<std::string>{"diffuse", "shadow", "diffuseNoShadow"},
           {"directIrradiance", "rawShadow", "directIrradianceNoShadow"}})
         if (std::ranges::all_of(passes, isThere)) expectSum({passes[0], passes[1]}, layers[passes[2]]);
+    // A layer for each light on each thing.
+    if (isThere("diffuseKeyVase")) {
+        std::vector<std::string> pairs;
+        for (const auto& [name, words] : layers)
+            if (name.starts_with("diffuse") && name != "diffuse") pairs.push_back(name);
+        expectSum(pairs, layers["diffuse"]);
+    }
     // A scene with the layers of what is no surface promises that the components are all there is.
     if (!isThere("environment")) return;
     std::vector<std::string> all = componentLayers;
