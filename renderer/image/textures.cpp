@@ -263,6 +263,18 @@ void Textures::Implementation::open(const scene::TextureElement& texture, Loaded
                     shown, system->geterror());
         return;
     }
+    // A tile that the cache cannot hold several times over ends the process inside the library.
+    float megabytes = 0.0f;
+    system->getattribute("max_memory_MB", megabytes);
+    const double tile = static_cast<double>(spec.tile_bytes()) / (1 << 20);
+    if (tile > static_cast<double>(megabytes)) {
+        log.errorAt(
+            texture.location, "IMG",
+            "texture \"{}\": image \"{}\" cannot be used: a tile of it takes {:.0f} MB, more than the "
+            "texture cache of {:.0f} MB",
+            texture.name, shown, tile, megabytes);
+        return;
+    }
     entry.channels = std::min(spec.nchannels, 4);
     entry.width = spec.full_width;
     entry.height = spec.full_height;
