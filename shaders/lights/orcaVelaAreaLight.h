@@ -2,24 +2,18 @@
 #pragma once
 
 #include "orcaExport.h"
+#include "orcaLightParameters.h"
 
 #include <shader.h>
 
-/// Parameters of orcaVelaAreaLight, in declaration order.
-struct AreaLightParameters {
+struct SolidAngleDecayParameter {
     miInteger decayRate; // 2: physical; else the power of the solid angle is half of it
-    miBoolean useDepthMapShadows;
-    miBoolean emitDiffuse;
-    miBoolean emitSpecular;
-    miColor color;      // connected: a picture on the lamp
-    miScalar intensity; // with `color` the radiance
-    miBoolean useRayTraceShadows;
-    miColor shadowColor;       // light in full shadow
-    miInteger shadowRays;      // over the shape; 0: no ray-traced shadows
-    miInteger rayDepthLimit;   // trace level from which on no shadows are traced
-    miInteger units;           // LightUnits
-    miScalar colorTemperature; // kelvin; 0: the colour alone
-    miInteger shape;           // AreaShape
+};
+
+/// Parameters of orcaVelaAreaLight, in declaration order. The shadow rays are over the shape; `color` with
+/// `intensity` is the radiance, connected: a picture on the lamp.
+struct AreaLightParameters : SolidAngleDecayParameter, LightParameters, LightUnitParameters {
+    miInteger shape; // AreaShape
     miBoolean twoSided;
 };
 

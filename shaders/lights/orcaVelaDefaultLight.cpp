@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaVelaDefaultLight.h"
 
-#include "orcaLightStrength.h"
 #include "orcaVector.h"
 #include "orcaVelaLight.h"
 
@@ -26,11 +25,7 @@ ORCA_EXPORT miBoolean orcaVelaDefaultLight(miColor* result, miState* state, Defa
         miVector pointInCamera;
         mi_point_to_camera(state, &pointInCamera, &state->point);
         const LightTextureSpace textureSpace(state, vela, pointInCamera);
-        const auto intensity = distantStrength(state, record, name);
-        if (!intensity) return miFALSE;
-        const miColor color = lampColor(state, record);
-        *result = withAlpha(color * *intensity, color.a);
-        return deliverFromAfar(*result, state, record, vela, passes, *intensity);
+        return deliverFromAfar(*result, state, record, vela, passes, name);
     });
 }
 

@@ -2,24 +2,12 @@
 #pragma once
 
 #include "orcaExport.h"
+#include "orcaLightParameters.h"
 
 #include <shader.h>
 
 /// Parameters of orcaVelaDefaultLight, in declaration order.
-struct DefaultLightParameters {
-    miScalar lightAngle; // degrees; 0: hard shadows
-    miBoolean useDepthMapShadows;
-    miBoolean emitDiffuse;
-    miBoolean emitSpecular;
-    miColor color;
-    miScalar intensity;
-    miBoolean useRayTraceShadows;
-    miColor shadowColor;       // light in full shadow
-    miInteger shadowRays;      // of the first set of a soft shadow; 0: no ray-traced shadows
-    miInteger rayDepthLimit;   // trace level from which on no shadows are traced
-    miInteger units;           // LightUnits: none or lux
-    miScalar colorTemperature; // kelvin; 0: the colour alone
-};
+struct DefaultLightParameters : LightAngleParameter, LightParameters, LightUnitParameters {};
 
 extern "C" {
 /// Parallel light along the camera's view. The light statement makes it directional; its direction is not

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaVelaDirectionalLight.h"
 
-#include "orcaLightStrength.h"
 #include "orcaVelaLight.h"
 
 namespace {
@@ -32,12 +31,7 @@ ORCA_EXPORT miBoolean orcaVelaDirectionalLight(miColor* result, miState* state,
         miVector pointInLight;
         mi_point_to_light(state, &pointInLight, &state->point);
         const LightTextureSpace textureSpace(state, vela, pointInLight);
-
-        const auto intensity = distantStrength(state, record, name);
-        if (!intensity) return miFALSE;
-        const miColor color = lampColor(state, record);
-        *result = withAlpha(color * *intensity, color.a);
-        return deliverFromAfar(*result, state, record, vela, passes, *intensity);
+        return deliverFromAfar(*result, state, record, vela, passes, name);
     });
 }
 

@@ -11,6 +11,7 @@
 #include "orcaGuards.h"
 #include "orcaLightProtocol.h"
 #include "orcaLightShader.h"
+#include "orcaLightStrength.h"
 #include "orcaParameters.h"
 #include "orcaPassRecords.h"
 #include "orcaUtilities.h"
@@ -141,11 +142,17 @@ miBoolean deliverFromDisc(miColor& result, miState* state, P* record, VelabaseSt
     return deliverLight(result, state, record, vela, passes, intensity, trace);
 }
 
-/// Delivers distant light along the ray, with the shadows of a disc of the angle `lightAngle`.
+/// Distant light along the ray, with the shadows of a disc of the angle `lightAngle`. False, after a
+/// message, for units that it has not.
+/// @param name of the shader in messages
 template <class P>
 miBoolean deliverFromAfar(miColor& result, miState* state, P* record, VelabaseState& vela,
-                          const PassRecords& passes, miScalar intensity) {
-    const miColor light = result;
+                          const PassRecords& passes, const char* name) {
+    const auto intensity = distantStrength(state, record, name);
+    if (!intensity) return miFALSE;
+    const miColor color = lampColor(state, record);
+    const miColor light = withAlpha(color * *intensity, color.a);
+    result = light;
     const auto trace = [&](miColor* transmission, const miColor& shadowColor, unsigned rays) {
         const miScalar angle = parameterValue(state, record, &P::lightAngle);
         return traceSizedShadow(transmission, light, shadowColor, angle, state, passes, [&](float size) {
@@ -153,5 +160,5 @@ miBoolean deliverFromAfar(miColor& result, miState* state, P* record, VelabaseSt
                                      passes.records);
         });
     };
-    return deliverLight(result, state, record, vela, passes, intensity, trace);
+    return deliverLight(result, state, record, vela, passes, *intensity, trace);
 }

@@ -2,29 +2,19 @@
 #pragma once
 
 #include "orcaExport.h"
+#include "orcaLightParameters.h"
 
 #include <shader.h>
 
-/// Parameters of orcaVelaPointLight, in declaration order.
-struct PointLightParameters {
-    miScalar lightRadius; // scene units; 0: hard shadows
-    miInteger decayRate;  // exponent of the fall-off with distance: 0 to 3
-    miBoolean useDepthMapShadows;
-    miBoolean emitDiffuse;
-    miBoolean emitSpecular;
-    miColor color;
-    miScalar intensity;
-    miBoolean useRayTraceShadows;
-    miColor shadowColor;     // light in full shadow
-    miInteger shadowRays;    // of the first set of a soft shadow; 0: no ray-traced shadows
-    miInteger rayDepthLimit; // trace level from which on no shadows are traced
-    miScalar fogRadius;      // scene units
-    miInteger fogType;       // FogType
+struct PointFogParameters {
+    miScalar fogRadius; // scene units
+    miInteger fogType;  // FogType
     miScalar fogIntensity;
     miTag lightProfile;
-    miInteger units;           // LightUnits
-    miScalar colorTemperature; // kelvin; 0: the colour alone
 };
+
+/// Parameters of orcaVelaPointLight, in declaration order.
+struct PointLightParameters : DecayParameters, LightParameters, PointFogParameters, LightUnitParameters {};
 
 extern "C" {
 /// Light from a point, with decay, fog, a profile and shadows. False behind a one-sided area shape.

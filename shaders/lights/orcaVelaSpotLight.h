@@ -2,30 +2,21 @@
 #pragma once
 
 #include "orcaExport.h"
+#include "orcaLightParameters.h"
 #include "orcaRamp.h"
 
 #include <shader.h>
 
-/// Parameters of orcaVelaSpotLight, in declaration order.
-struct SpotLightParameters {
-    miScalar lightRadius; // scene units; 0: hard shadows
-    miInteger decayRate;  // exponent of the fall-off with distance: 0 to 3
-    miBoolean useDepthMapShadows;
-    miBoolean emitDiffuse;
-    miBoolean emitSpecular;
-    miColor color; // connected: a slide
-    miScalar intensity;
-    miBoolean useRayTraceShadows;
-    miColor shadowColor;     // light in full shadow
-    miInteger shadowRays;    // of the first set of a soft shadow; 0: no ray-traced shadows
-    miInteger rayDepthLimit; // trace level from which on no shadows are traced
+struct SpotFogParameters {
     miScalar fogIntensity;
     miTag lightProfile;
-    miInteger units;           // LightUnits
-    miScalar colorTemperature; // kelvin; 0: the colour alone
-    miScalar coneAngle;        // degrees, the whole cone
-    miScalar penumbraAngle;    // degrees; outside the cone, or inside when negative
-    miScalar dropoff;          // exponent of the cosine with the axis
+};
+
+/// Parameters of orcaVelaSpotLight, in declaration order.
+struct SpotLightParameters : DecayParameters, LightParameters, SpotFogParameters, LightUnitParameters {
+    miScalar coneAngle;     // degrees, the whole cone
+    miScalar penumbraAngle; // degrees; outside the cone, or inside when negative
+    miScalar dropoff;       // exponent of the cosine with the axis
     miBoolean useBarnDoors;
     miScalar barnDoorLeft; // degrees from the axis to the door
     miScalar barnDoorRight;

@@ -2,25 +2,13 @@
 #pragma once
 
 #include "orcaExport.h"
+#include "orcaLightParameters.h"
 #include "orcaRamp.h"
 
 #include <shader.h>
 
 /// Parameters of orcaVelaVolumeLight, in declaration order.
-struct VolumeLightParameters {
-    miScalar lightRadius; // scene units; 0: hard shadows
-    miInteger decayRate;  // exponent of the fall-off with the distance from where light begins: 0 to 3
-    miBoolean useDepthMapShadows;
-    miBoolean emitDiffuse;
-    miBoolean emitSpecular;
-    miColor color;
-    miScalar intensity;
-    miBoolean useRayTraceShadows;
-    miColor shadowColor;       // light in full shadow
-    miInteger shadowRays;      // of the first set of a soft shadow; 0: no ray-traced shadows
-    miInteger rayDepthLimit;   // trace level from which on no shadows are traced
-    miInteger units;           // LightUnits: none, lumen or candela
-    miScalar colorTemperature; // kelvin; 0: the colour alone
+struct VolumeLightParameters : DecayParameters, LightParameters, LightUnitParameters {
     miInteger shape;           // VolumeKind
     miInteger volumeDirection; // VolumeDirection
     miScalar arc;              // degrees

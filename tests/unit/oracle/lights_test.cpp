@@ -35,19 +35,7 @@ LightScenario randomLight(Random& random, bool directional) {
     p.fogRadius = random.in(0.5f, 3.0f);
     p.fogType = random.below(4);
     p.fogIntensity = random.in(0.2f, 2.0f);
-    c.directionalOwn = {random.chance(0.3f),
-                        random.chance(0.6f) ? random.in(0.5f, 20.0f) : 0.0f,
-                        p.useDepthMapShadows,
-                        p.emitDiffuse,
-                        p.emitSpecular,
-                        p.color,
-                        p.intensity,
-                        p.useRayTraceShadows,
-                        p.shadowColor,
-                        static_cast<miUint>(p.shadowRays),
-                        p.rayDepthLimit,
-                        UNITS_NONE,
-                        0.0f};
+    c.directionalOwn = {{random.chance(0.3f)}, {random.chance(0.6f) ? random.in(0.5f, 20.0f) : 0.0f}, p, {}};
     c.rayType = random.chance(0.85f) ? miRAY_LIGHT : miRAY_EYE;
     c.parentType = random.chance(0.95f) ? miRAY_EYE : miRAY_SHADOW;
     const V3 place = V3(random.direction()) * 2.0;
