@@ -10,13 +10,13 @@
 #include "overrides.h"
 #include "pass_block.h"
 #include "picture_identity.h"
+#include "picture_shape.h"
 #include "progress.h"
 #include "run_reports.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <utility>
 
@@ -57,25 +57,6 @@ Progress::Style progressStyle(const CommandLine& command) {
     return terminal ? Progress::Style::Bar : Progress::Style::Lines;
 }
 
-/// The pixels of a part; parts of a picture with fewer pixels than columns or rows may be empty, and get the
-/// nearest pixel.
-render::PixelWindow windowOf(const GridPart& part, const miCamera& camera) {
-    const int column = (part.number - 1) % part.columns, row = (part.number - 1) / part.columns;
-    const auto cut = [](int size, int index, int count) {
-        return static_cast<int>(static_cast<long>(size) * index / count);
-    };
-    const int xl = cut(camera.x_resolution, column, part.columns);
-    const int yl = cut(camera.y_resolution, row, part.rows);
-    return {xl, yl, std::max(xl, cut(camera.x_resolution, column + 1, part.columns) - 1),
-            std::max(yl, cut(camera.y_resolution, row + 1, part.rows) - 1)};
-}
-
-/// Width / height of a pixel. Scenes round the aspect of the image plane ("1.333"): nearly 1 is 1.
-float pixelAspect(const miCamera& camera, int width, int height) {
-    const float aspect = camera.aspect * static_cast<float>(height) / static_cast<float>(width);
-    return std::abs(aspect - 1.0f) < 0.005f ? 1.0f : aspect;
-}
-
 } // namespace
 
 SceneRun::SceneRun(const CommandLine& command, Log& log, StopSignal& stop, LimitWatcher& limits,
@@ -95,6 +76,7 @@ SceneRun::SceneRun(const CommandLine& command, Log& log, StopSignal& stop, Limit
       defaultLight_(command.defaultLight, scene_),
       files_(files),
       checkpoints_(command, log, stop),
+      inputs_(scene_, textures_, runtime_, policy_, log),
       skipped_(skipped) {
 }
 
@@ -124,9 +106,9 @@ int SceneRun::run() {
         scene_.parseFile(frame_ ? withFrame(file, *frame_) : file, options, callbacks);
         if (scene_.errors() > 0) fail(exitSceneError);
     }
-    collectInputs();
+    inputs_.collect();
     if (command_.checksOnly && !check()) fail(exitSceneError);
-    if (command_.listsInputs && !reportMissingInputs()) fail(exitSceneError);
+    if (command_.listsInputs && !inputs_.reportMissing()) fail(exitSceneError);
     const bool isPart = command_.checksOnly || command_.listsInputs; // declarations, materials
     if (exitCode_ == exitRendered && !command_.dumpsPasses && !(isPart && scene_.database().endTag() > 1))
         reportMissingFrames();
@@ -156,56 +138,6 @@ void SceneRun::reportMissingFrames() {
     }
 }
 
-/// False, with an error, when nothing of what the command asks for lies in the picture.
-bool SceneRun::checkWindow(const render::Picture& picture) const {
-    if (!command_.overrides.window) return true;
-    const auto& [xl, yl, xh, yh] = *command_.overrides.window;
-    const int width = picture.camera().x_resolution, height = picture.camera().y_resolution;
-    const std::string size = fmt::format("the picture has {}x{} pixels, which count from 0", width, height);
-    if (xl >= width || yl >= height || xh < 0 || yh < 0) {
-        log_.error("MAIN", "{} is outside the picture: {}",
-                   command_.pixel ? fmt::format("--pixel {},{}", xl, yl)
-                                  : fmt::format("--window {} {} {} {}", xl, yl, xh, yh),
-                   size);
-        return false;
-    }
-    if (xl < 0 || yl < 0 || xh >= width || yh >= height)
-        log_.warning("MAIN", "--window {} {} {} {} reaches beyond the picture and is cut: {}", xl, yl, xh, yh,
-                     size);
-    return true;
-}
-
-void SceneRun::collectInputs() {
-    for (InputFile& file : inputFiles(scene_, textures_, runtime_, policy_)) {
-        const std::string path = file.path;
-        inputs_.emplace(path, std::move(file));
-    }
-}
-
-bool SceneRun::mayReadInputs() {
-    if (!policy_.restrictsReading() || refusesInput_) return !refusesInput_;
-    for (const auto& [path, file] : inputs_) {
-        if (file.opened || file.missing) continue;
-        std::string reason;
-        if (!policy_.mayRead(path)) reason = policy_.readingRule();
-        else if (image::isFilm(path)) reason = "a film may name other files, and not all may be read";
-        if (reason.empty()) continue;
-        log_.errorAt(file.place, "MAIN", "{}: \"{}\" is refused: {}", file.what, path, reason);
-        refusesInput_ = true;
-    }
-    return !refusesInput_;
-}
-
-bool SceneRun::reportMissingInputs() const {
-    bool complete = true;
-    for (const auto& [path, file] : inputs_) {
-        if (!file.missing) continue;
-        log_.errorAt(file.place, "MAIN", "{}: there is no file \"{}\"", file.what, path);
-        complete = false;
-    }
-    return complete;
-}
-
 /// The exit code is that of the first failure.
 void SceneRun::fail(int exitCode) {
     if (exitCode_ == exitRendered) exitCode_ = exitCode;
@@ -230,17 +162,6 @@ bool SceneRun::isChosen(int frame) const {
            std::find(command_.frames->begin(), command_.frames->end(), frame) != command_.frames->end();
 }
 
-void SceneRun::applySettings(render::Picture& picture) const {
-    const Overrides& overrides = command_.overrides;
-    if (overrides.size) picture.setResolution(overrides.size->first, overrides.size->second);
-    if (overrides.part) picture.setWindow(windowOf(*overrides.part, picture.camera()));
-    if (overrides.window) {
-        const auto& [xl, yl, xh, yh] = *overrides.window;
-        picture.setWindow({xl, yl, xh, yh});
-    }
-    applyOverrides(overrides, picture.options);
-}
-
 bool SceneRun::preparePasses(scene::CameraElement& camera, scene::OptionsElement& options) {
     if (!completeNamedPasses(scene_, parserOptions_, parserCallbacks_, camera)) return false;
     if (!checkPassBlock(scene_.database(), camera, log_)) return false;
@@ -251,13 +172,9 @@ bool SceneRun::preparePasses(scene::CameraElement& camera, scene::OptionsElement
 }
 
 bool SceneRun::check() {
-    if (!mayReadInputs()) return false;
+    if (!inputs_.mayRead()) return false;
     runtime_.bind();
-    for (miTag tag = 1; tag < scene_.database().endTag(); ++tag) {
-        const auto* texture = scene_.database().find<scene::TextureElement>(tag);
-        miColor color;
-        if (texture && !texture->file.empty()) textures_.lookup(*texture, 0.5f, 0.5f, {}, color);
-    }
+    inputs_.openTextures();
     return log_.count(LogLevel::Error) == 0;
 }
 
@@ -288,8 +205,8 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         return false;
     }
     render::Picture picture(scene_.database(), *elements, log_);
-    applySettings(picture);
-    if (!checkWindow(picture)) {
+    applyOverrides(command_.overrides, picture.options);
+    if (!applyShape(command_, picture, log_)) {
         fail(exitUsage);
         return false;
     }
@@ -303,14 +220,14 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         OutputFiles::list(files, picture.framebuffers());
         return true;
     }
-    warnOfOblongPixels(picture);
-    collectInputs();
-    if (!mayReadInputs()) {
+    warnOfOblongPixels(picture, log_);
+    inputs_.collect();
+    if (!inputs_.mayRead()) {
         fail(exitSceneError);
         return false;
     }
     if (command_.checksOnly || command_.listsInputs) return true;
-    if (command_.strict && !reportMissingInputs()) {
+    if (command_.strict && !inputs_.reportMissing()) {
         fail(exitSceneError);
         return false;
     }
@@ -324,7 +241,7 @@ bool SceneRun::renderInto(const PictureFiles& files, render::Picture picture,
                           const std::optional<image::SampleRange>& samples) {
     const CostMeter cost(log_);
     const int frame = files.frame;
-    const std::vector<InputFile> inputs = inputFiles(scene_, textures_, runtime_, policy_);
+    const std::vector<InputFile> inputs = inputs_.now();
     const render::CheckpointHeader identity = pictureIdentity(command_, picture, samples, frame, inputs);
     if (checkpoints_.isFinished(files, identity, frame)) return true;
     if (!files_.check(files, picture, inputs)) {
@@ -371,26 +288,6 @@ int SceneRun::finish(render::FrameResult& result, const PictureFiles& files,
     if (!files_.write(files, result)) return stop_.exitCode() != 0 ? stop_.exitCode() : exitNotWritten;
     checkpoints_.discard(files);
     return faulty ? exitRenderError : exitRendered;
-}
-
-/// A resolution whose aspect differs from the camera's stretches the picture, which is rarely intended.
-void SceneRun::warnOfOblongPixels(const render::Picture& picture) {
-    const scene::CameraElement& element = *picture.elements().camera;
-    const miCamera &scene = element.camera, &camera = picture.camera();
-    const int width = camera.x_resolution, height = camera.y_resolution;
-    const float before = pixelAspect(scene, scene.x_resolution, scene.y_resolution);
-    const float now = pixelAspect(camera, width, height);
-    const float widthThatFits = camera.aspect * static_cast<float>(height) / before;
-    const float tolerance = std::max(1.5f, 0.006f * widthThatFits); // whole pixels, rounded aspects
-    if (std::abs(static_cast<float>(width) - widthThatFits) < tolerance) return;
-    log_.once("shape of " + element.name,
-              {LogLevel::Warning,
-               "MAIN",
-               0,
-               fmt::format("--size {}x{} has another shape than the view of camera \"{}\": a pixel is {:.3g} "
-                           "times as wide as high; {:.0f}x{} fits",
-                           width, height, element.name, now, widthThatFits, height),
-               {}});
 }
 
 std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture picture,

@@ -11,6 +11,7 @@
 #include "pass_preset.h"
 #include "progress.h"
 #include "report.h"
+#include "scene_inputs.h"
 #include "stop_signal.h"
 
 #include "image/textures.h"
@@ -39,7 +40,7 @@ public:
     int run();
 
     /// Every file that the scene needs for the pictures that were asked for, by path.
-    [[nodiscard]] const std::map<std::string, InputFile>& inputs() const { return inputs_; }
+    [[nodiscard]] const std::map<std::string, InputFile>& inputs() const { return inputs_.all(); }
 
 private:
     /// Makes ready what cameras and options say about passes. False with a message.
@@ -55,9 +56,6 @@ private:
     /// Writes a picture, or tells why there is none to write. Returns an exit code.
     int finish(render::FrameResult& result, const PictureFiles& files,
                const render::CheckpointHeader& identity, const CostMeter& cost);
-    void warnOfOblongPixels(const render::Picture& picture);
-    /// Puts the command line's settings in place of the scene's.
-    void applySettings(render::Picture& picture) const;
     /// Null, with a message, when it could not be rendered.
     std::unique_ptr<render::FrameResult>
     renderPicture(render::Picture picture, const std::optional<image::SampleRange>& samples,
@@ -70,13 +68,6 @@ private:
     /// Frames that the command asks for and the scene does not have; all of them, or a scene without any, is
     /// an error.
     void reportMissingFrames();
-    /// Adds what the scene needs as it is now.
-    void collectInputs();
-    /// False, the first time with messages, when the scene names a file that it may not have read.
-    [[nodiscard]] bool mayReadInputs();
-    /// False, with messages, when a file that the scene needs is missing.
-    [[nodiscard]] bool reportMissingInputs() const;
-    [[nodiscard]] bool checkWindow(const render::Picture& picture) const;
     void fail(int exitCode);
 
     const CommandLine& command_;
@@ -97,11 +88,10 @@ private:
     DefaultLight defaultLight_;
     OutputFiles& files_;
     Checkpoints checkpoints_;
-    std::map<std::string, InputFile> inputs_; ///< of the pictures so far, by path
-    std::set<int> frames_;                    ///< of the scene's render statements so far
-    int skipped_;                             ///< pictures that are still to be left out
-    bool isLastFile_ = false;                 ///< of those that make the scene
-    bool refusesInput_ = false;               ///< has told of a file that may not be read
+    SceneInputs inputs_;
+    std::set<int> frames_;    ///< of the scene's render statements so far
+    int skipped_;             ///< pictures that are still to be left out
+    bool isLastFile_ = false; ///< of those that make the scene
     int exitCode_ = 0;
 };
 

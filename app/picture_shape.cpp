@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "picture_shape.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace orca::app {
+
+namespace {
+
+/// The pixels of a part; parts of a picture with fewer pixels than columns or rows may be empty, and get the
+/// nearest pixel.
+render::PixelWindow windowOf(const GridPart& part, const miCamera& camera) {
+    const int column = (part.number - 1) % part.columns, row = (part.number - 1) / part.columns;
+    const auto cut = [](int size, int index, int count) {
+        return static_cast<int>(static_cast<long>(size) * index / count);
+    };
+    const int xl = cut(camera.x_resolution, column, part.columns);
+    const int yl = cut(camera.y_resolution, row, part.rows);
+    return {xl, yl, std::max(xl, cut(camera.x_resolution, column + 1, part.columns) - 1),
+            std::max(yl, cut(camera.y_resolution, row + 1, part.rows) - 1)};
+}
+
+/// False, with an error, when nothing of what the command asks for lies in the picture.
+bool checkWindow(const CommandLine& command, const render::Picture& picture, Log& log) {
+    if (!command.overrides.window) return true;
+    const auto& [xl, yl, xh, yh] = *command.overrides.window;
+    const int width = picture.camera().x_resolution, height = picture.camera().y_resolution;
+    const std::string size = fmt::format("the picture has {}x{} pixels, which count from 0", width, height);
+    if (xl >= width || yl >= height || xh < 0 || yh < 0) {
+        log.error("MAIN", "{} is outside the picture: {}",
+                  command.pixel ? fmt::format("--pixel {},{}", xl, yl)
+                                : fmt::format("--window {} {} {} {}", xl, yl, xh, yh),
+                  size);
+        return false;
+    }
+    if (xl < 0 || yl < 0 || xh >= width || yh >= height)
+        log.warning("MAIN", "--window {} {} {} {} reaches beyond the picture and is cut: {}", xl, yl, xh, yh,
+                    size);
+    return true;
+}
+
+} // namespace
+
+bool applyShape(const CommandLine& command, render::Picture& picture, Log& log) {
+    const Overrides& overrides = command.overrides;
+    if (overrides.size) picture.setResolution(overrides.size->first, overrides.size->second);
+    if (overrides.part) picture.setWindow(windowOf(*overrides.part, picture.camera()));
+    if (overrides.window) {
+        const auto& [xl, yl, xh, yh] = *overrides.window;
+        picture.setWindow({xl, yl, xh, yh});
+    }
+    return checkWindow(command, picture, log);
+}
+
+float pixelAspect(const miCamera& camera, int width, int height) {
+    const float aspect = camera.aspect * static_cast<float>(height) / static_cast<float>(width);
+    // Scenes round the aspect of the image plane ("1.333"): nearly 1 is 1.
+    return std::abs(aspect - 1.0f) < 0.005f ? 1.0f : aspect;
+}
+
+void warnOfOblongPixels(const render::Picture& picture, Log& log) {
+    const scene::CameraElement& element = *picture.elements().camera;
+    const miCamera &scene = element.camera, &camera = picture.camera();
+    const int width = camera.x_resolution, height = camera.y_resolution;
+    const float before = pixelAspect(scene, scene.x_resolution, scene.y_resolution);
+    const float now = pixelAspect(camera, width, height);
+    const float widthThatFits = camera.aspect * static_cast<float>(height) / before;
+    const float tolerance = std::max(1.5f, 0.006f * widthThatFits); // whole pixels, rounded aspects
+    if (std::abs(static_cast<float>(width) - widthThatFits) < tolerance) return;
+    log.once("shape of " + element.name,
+             {LogLevel::Warning,
+              "MAIN",
+              0,
+              fmt::format("--size {}x{} has another shape than the view of camera \"{}\": a pixel is {:.3g} "
+                          "times as wide as high; {:.0f}x{} fits",
+                          width, height, element.name, now, widthThatFits, height),
+              {}});
+}
+
+} // namespace orca::app
