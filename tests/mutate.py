@@ -59,7 +59,8 @@ class Fault:
         return "\n".join(self.new)
 
     def title(self):
-        return f"{self.file}: {self.before.strip()[:60]} -> {self.after.strip()[:60]}"
+        """One line, as each line of the results is a fault."""
+        return " ".join(f"{self.file}: {self.before.strip()[:60]} -> {self.after.strip()[:60]}".split())
 
 
 def read_faults(path):
