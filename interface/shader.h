@@ -19,6 +19,7 @@
 
 #include "mi/database.h"
 #include "mi/framebuffer.h"
+#include "mi/geometry.h"
 #include "mi/light.h"
 #include "mi/memory.h"
 #include "mi/message.h"

@@ -35,7 +35,7 @@ typedef unsigned int miUint4;
 typedef signed char miSint1;
 typedef short miSint2;
 typedef float miScalar;
-typedef float miGeoScalar;
+typedef double miGeoScalar;
 typedef double miDouble;
 
 /// Handle of a database element, valid on every thread.
@@ -50,6 +50,11 @@ typedef struct miColor {
 typedef struct miVector {
     miScalar x, y, z;
 } miVector;
+
+/// A vector in double precision.
+typedef struct miGeoVector {
+    miGeoScalar x, y, z;
+} miGeoVector;
 
 /// Row-major 4 x 4 matrix; element (i, j) at index 4 i + j.
 typedef miScalar miMatrix[16];

@@ -11,6 +11,7 @@
 #include "render/context/frame.h"
 #include "render/displacement_calls.h"
 #include "render/gather_prepass.h"
+#include "render/geometry_shaders.h"
 #include "render/light/light_profiles.h"
 #include "render/light/mesh_emitters.h"
 #include "render/light/shadow_map.h"
@@ -58,6 +59,21 @@ public:
     ~CollectionScope() { database_.remove(tag_); }
     CollectionScope(const CollectionScope&) = delete;
     CollectionScope& operator=(const CollectionScope&) = delete;
+    [[nodiscard]] miTag tag() const { return tag_; }
+
+private:
+    scene::Database& database_;
+    miTag tag_;
+};
+
+/// An instance group without members.
+class EmptyGroup {
+public:
+    explicit EmptyGroup(scene::Database& database)
+        : database_(database), tag_(database.add(std::make_unique<scene::GroupElement>())) {}
+    ~EmptyGroup() { database_.remove(tag_); }
+    EmptyGroup(const EmptyGroup&) = delete;
+    EmptyGroup& operator=(const EmptyGroup&) = delete;
     [[nodiscard]] miTag tag() const { return tag_; }
 
 private:
@@ -228,28 +244,40 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     camera.buffertag = collection.tag();
     runtime_.bind();
 
-    geometry::SceneGeometry geometry(database_, log_, attached.extendedGroup(picture.elements().group),
-                                     options, threads, geometry::SceneGeometry::Displacement::StillToCome,
+    const miTag root = attached.extendedGroup(picture.elements().group);
+    const LightProfiles lightProfiles(database_, log_);
+    const auto partsOver = [&](const geometry::SceneGeometry& geometry, const LightInstances& lights) {
+        return FrameParts{
+            .database = database_,
+            .log = log_,
+            .runtime = runtime_,
+            .textures = textures_,
+            .framebuffers = picture.framebuffers(),
+            .options = options,
+            .camera = camera,
+            .cameraInstance = picture.elements().cameraInstance,
+            .geometry = geometry,
+            .lights = lights,
+            .lightProfiles = lightProfiles,
+            .gather = GatherSettings(picture.options.gather, options),
+            .seed = picture.options.samplesLocked ? 0 : static_cast<std::uint32_t>(camera.frame),
+            .globalLock = globalLock_,
+            .stop = settings.stop,
+        };
+    };
+    GeometryShaders geometryShaders(database_, log_, root);
+    if (geometryShaders.areThere() && !options.no_geometry) {
+        const EmptyGroup nothing(database_);
+        const geometry::SceneGeometry empty(database_, log_, nothing.tag(), options, threads,
+                                            geometry::SceneGeometry::Displacement::StillToCome);
+        geometryShaders.run(Frame(partsOver(empty, LightInstances(database_, empty.lights()))));
+    }
+
+    geometry::SceneGeometry geometry(database_, log_, root, options, threads,
+                                     geometry::SceneGeometry::Displacement::StillToCome,
                                      settings.instructions);
     const LightInstances lights(database_, geometry.lights());
-    const LightProfiles lightProfiles(database_, log_);
-    FrameParts parts{
-        .database = database_,
-        .log = log_,
-        .runtime = runtime_,
-        .textures = textures_,
-        .framebuffers = picture.framebuffers(),
-        .options = options,
-        .camera = camera,
-        .cameraInstance = picture.elements().cameraInstance,
-        .geometry = geometry,
-        .lights = lights,
-        .lightProfiles = lightProfiles,
-        .gather = GatherSettings(picture.options.gather, options),
-        .seed = picture.options.samplesLocked ? 0 : static_cast<std::uint32_t>(camera.frame),
-        .globalLock = globalLock_,
-        .stop = settings.stop,
-    };
+    FrameParts parts = partsOver(geometry, lights);
     displace(geometry, parts, picture.options, threads);
     const MeshEmitters meshEmitters(geometry, lights, log_);
     parts.meshEmitters = &meshEmitters;

@@ -221,4 +221,61 @@ DLLEXPORT miBoolean testChatters(miColor*, miState* state, void*) {
     return miTRUE;
 }
 
+struct CardsParameters {
+    miTag material;
+    miInteger fault; ///< one that the shader makes on purpose; 0: none
+};
+
+/// Geometry: cards of half size a half at (-1, 0, 0) and (1, 0.5, 0), instances of one object, and a card
+/// with a hole at the origin.
+DLLEXPORT miBoolean testCards(miTag* result, miState* state, CardsParameters* parameters) {
+    const miInteger fault = *mi_eval_integer(&parameters->fault);
+    if (fault == 1) return miTRUE;
+    const auto makeCard = [&](bool hasHole) {
+        miObject* const object = mi_api_object_begin(nullptr);
+        object->visible = object->shadow = object->trace = miTRUE;
+        mi_api_object_group_begin(0.0);
+        for (const float half : {0.5f, 0.25f})
+            for (const float y : {-half, half})
+                for (const float x : {-half, half}) {
+                    miVector corner{x, y, 0.0f};
+                    mi_api_vector_xyz_add(&corner);
+                }
+        miGeoVector normal{0.0, 0.0, 1.0};
+        mi_api_geovector_xyz_add(&normal);
+        for (int i = 0; i < 8; ++i) {
+            mi_api_vertex_add(i);
+            mi_api_vertex_normal_add(fault == 2 ? 9 : 8);
+            mi_api_vertex_tex_add(i, -1, -1);
+        }
+        mi_api_poly_begin_tag(hasHole ? 0 : 1, *mi_eval_tag(&parameters->material));
+        for (const int corner : {0, 1, 3, 2}) mi_api_poly_index_add(fault == 3 ? corner + 7 : corner);
+        if (hasHole) {
+            mi_api_poly_hole_add();
+            for (const int corner : {4, 6, 7, 5}) mi_api_poly_index_add(corner);
+        }
+        if (fault != 4) mi_api_poly_end();
+        mi_api_object_group_end();
+        return fault == 5 ? miNULLTAG : mi_api_object_end();
+    };
+    const miTag card = makeCard(false);
+    if (fault == 5) return mi_geoshader_add_result(result, *mi_eval_tag(&parameters->material));
+    mi_api_instgroup_begin(nullptr);
+    for (const float x : {-1.0f, 1.0f}) {
+        miInstance* const instance = mi_api_instance_begin(nullptr);
+        if (x < 0.0f) instance->tf.global_to_local[12] = 1.0f;
+        const miTag tag = mi_api_instance_end(nullptr, card, miNULLTAG);
+        if (x > 0.0f && tag != miNULLTAG) {
+            auto* const later = static_cast<miInstance*>(mi_scene_edit(tag));
+            later->tf.global_to_local[12] = -1.0f;
+            later->tf.global_to_local[13] = -0.5f;
+            mi_scene_edit_end(tag);
+        }
+        mi_api_instgroup_additem_tag(tag);
+    }
+    mi_geoshader_add_result(result, mi_api_instgroup_end());
+    mi_geoshader_add_result(result, makeCard(true));
+    return state->instance != miNULLTAG;
+}
+
 } // extern "C"

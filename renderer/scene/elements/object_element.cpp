@@ -6,6 +6,27 @@
 
 namespace orca::scene {
 
+void PolygonGroup::setPart(std::vector<std::int32_t>& part, std::size_t vertex, std::int32_t index) {
+    part.resize(vertex + 1, -1);
+    part[vertex] = index;
+}
+
+void PolygonGroup::completeParts() {
+    const auto complete = [this](std::vector<std::int32_t>& part) {
+        if (!part.empty()) part.resize(position.size(), -1);
+    };
+    complete(normal);
+    complete(derivU);
+    complete(derivV);
+    for (TextureSpace& texture : textures) {
+        complete(texture.coordinate);
+        complete(texture.bumpX);
+        complete(texture.bumpY);
+    }
+    for (auto& part : motions) complete(part);
+    for (auto& part : users) complete(part);
+}
+
 ObjectElement::ObjectElement() : Element(miSCENE_OBJECT) {
     object.reflection = object.refraction = object.transparency = object.finalgather = 3;
     object.shadow_mode = 3;

@@ -39,6 +39,11 @@ struct PolygonGroup {
     std::vector<Polygon> polygons;
     std::vector<Loop> loops;
     std::vector<std::uint32_t> corners; ///< vertex indices
+
+    /// Sets the entry of a vertex in an optional array; the vertices before it that lack this part get -1.
+    static void setPart(std::vector<std::int32_t>& part, std::size_t vertex, std::int32_t index);
+    /// Makes the optional arrays in use as long as `position`.
+    void completeParts();
 };
 
 /// Triangles with their vertices' data in one array.

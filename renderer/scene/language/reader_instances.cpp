@@ -11,8 +11,6 @@ void Reader::readInstance(const Token& token, bool incremental) {
     const Definition defined(*this, token, element.tag);
     const std::string owner = fmt::format("instance \"{}\"", element.name);
     if (accept("geometry")) {
-        unsupported(LogLevel::Error, locationOf(token), "geometry shader",
-                    fmt::format("{}: geometry shaders are not supported, the instance is empty", owner));
         readShaderList({owner, element.name}, &element.geometryShaders);
     } else if (atString() || (!incremental && peek().isName())) {
         const Token item = next();

@@ -15,12 +15,6 @@ float bigEndianFloat(const char* bytes) {
     return std::bit_cast<float>(__builtin_bswap32(word));
 }
 
-/// Sets the entry of a vertex in an optional array, filling the vertices that lack this part with -1.
-void setPart(std::vector<std::int32_t>& part, std::size_t vertex, std::int32_t index) {
-    part.resize(vertex + 1, -1);
-    part[vertex] = index;
-}
-
 } // namespace
 
 void Reader::readVectors(PolygonGroup& group) {
@@ -68,10 +62,10 @@ void Reader::readVertices(PolygonGroup& group, const ObjectElement& element) {
         const std::size_t vertex = group.position.size();
         group.position.push_back(0);
         group.position.back() = std::max(index("the vertex's position index"), 0);
-        if (accept("n")) setPart(group.normal, vertex, index("the normal's index"));
+        if (accept("n")) PolygonGroup::setPart(group.normal, vertex, index("the normal's index"));
         if (accept("d")) {
-            setPart(group.derivU, vertex, index("the derivative's index"));
-            setPart(group.derivV, vertex, index("the derivative's index"));
+            PolygonGroup::setPart(group.derivU, vertex, index("the derivative's index"));
+            PolygonGroup::setPart(group.derivV, vertex, index("the derivative's index"));
             if (peek().kind == Token::Kind::Integer) {
                 for (int i = 0; i < 3; ++i) index("the second derivative's index");
             }
@@ -79,35 +73,22 @@ void Reader::readVertices(PolygonGroup& group, const ObjectElement& element) {
         for (std::size_t space = 0; accept("t"); ++space) {
             if (group.textures.size() <= space) group.textures.emplace_back();
             PolygonGroup::TextureSpace& texture = group.textures[space];
-            setPart(texture.coordinate, vertex, index("the texture coordinate's index"));
+            PolygonGroup::setPart(texture.coordinate, vertex, index("the texture coordinate's index"));
             if (peek().kind == Token::Kind::Integer) {
-                setPart(texture.bumpX, vertex, index("the bump basis vector's index"));
-                setPart(texture.bumpY, vertex, index("the bump basis vector's index"));
+                PolygonGroup::setPart(texture.bumpX, vertex, index("the bump basis vector's index"));
+                PolygonGroup::setPart(texture.bumpY, vertex, index("the bump basis vector's index"));
             }
         }
         for (std::size_t segment = 0; accept("m"); ++segment) {
             if (group.motions.size() <= segment) group.motions.emplace_back();
-            setPart(group.motions[segment], vertex, index("the motion vector's index"));
+            PolygonGroup::setPart(group.motions[segment], vertex, index("the motion vector's index"));
         }
         for (std::size_t user = 0; accept("u"); ++user) {
             if (group.users.size() <= user) group.users.emplace_back();
-            setPart(group.users[user], vertex, index("the user vector's index"));
+            PolygonGroup::setPart(group.users[user], vertex, index("the user vector's index"));
         }
     }
-    const std::size_t count = group.position.size();
-    const auto complete = [&](std::vector<std::int32_t>& part) {
-        if (!part.empty()) part.resize(count, -1);
-    };
-    complete(group.normal);
-    complete(group.derivU);
-    complete(group.derivV);
-    for (PolygonGroup::TextureSpace& texture : group.textures) {
-        complete(texture.coordinate);
-        complete(texture.bumpX);
-        complete(texture.bumpY);
-    }
-    for (auto& part : group.motions) complete(part);
-    for (auto& part : group.users) complete(part);
+    group.completeParts();
 }
 
 /// One closed line of vertices. False, and nothing is kept, when an index is out of range.
