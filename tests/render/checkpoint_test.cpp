@@ -29,14 +29,18 @@ TestScene sphereOnFloor(const std::string& samples, const std::string& options) 
 
 class Checkpoint : public testing::Test {
 protected:
-    /// Renders until the share of the work is done, or all.
+    /// Renders until the share of the work is done, or all; below 0 until minus that share of the gather
+    /// prepass, where there is one.
     RenderedScene renderUntil(double share, const TestScene& scene, int threads, bool resumes,
                               const std::string& identity = "the same") {
         stop_ = false;
         RenderedScene::Settings settings;
         settings.threads = threads;
         settings.progress = [this, share](const render::RenderProgress& done) {
-            if (done.phase == render::RenderPhase::Render && done.share >= share) stop_ = true;
+            const bool isGathering = done.phase == render::RenderPhase::Gather;
+            if (share < 0.0 ? isGathering && done.share >= -share
+                            : done.phase == render::RenderPhase::Render && done.share >= share)
+                stop_ = true;
         };
         settings.stop = &stop_;
         settings.checkpoint = {folder.file(file), 0.0, nullptr, {{"scene", identity}}, resumes};
@@ -71,7 +75,8 @@ TEST_F(Checkpoint, LetsAStoppedRenderEndWithTheSamePixels) {
         const TestScene scene = sphereOnFloor(row.samples, row.options);
         const RenderedScene whole(scene.text());
         int stops = 0;
-        for (const double share : {0.1, 0.3, 0.55, 0.8, 2.0}) {
+        for (const double share : {-0.028, -0.8, 0.1, 0.3, 0.55, 0.8, 2.0}) {
+            if (share < 0.0 && std::strstr(row.options, "finalgather") == nullptr) continue;
             const RenderedScene part = renderUntil(share, scene, 1 + stops % 2, stops > 0);
             stops += part.result().isResumable;
             if (share > 1) expectSame(part, whole);
