@@ -66,9 +66,9 @@ float pixelSize(const RenderContext& context, const miVector& point) {
     return atFocal / camera.focal * mi_vector_norm(&inCamera);
 }
 
-/// Least and largest radius of a record, scene units.
-miRange radiusRange(const RenderContext& context, const miState& state, const miIrrad_options* options,
-                    int bounce) {
+/// How far a record of a bounce may serve.
+RecordRange rangeOfRecord(const RenderContext& context, const miState& state, const miIrrad_options* options,
+                          int bounce) {
     const Frame& frame = context.frame;
     const GatherSettings& settings = frame.gather;
     float most = settings.maxRadius;
@@ -95,7 +95,11 @@ miRange radiusRange(const RenderContext& context, const miState& state, const mi
     const float slant = std::max(0.2f, std::abs(state.dot_nd));
     least = std::max(least, spacings * pixel * static_cast<float>(frame.gather.spacing) / slant);
     if (bounce > 0) least = std::max(least, shareOfSceneAtBounces * mi_vector_norm(&size));
-    return {std::min(least, most), most};
+    // A closer grid of points asks for closer records. At bounces the lookup itself reaches further than the
+    // radius (bounceStrictness).
+    const float scale =
+        bounce > 0 ? bounceStrictness : std::sqrt(static_cast<float>(frame.gather.spacing) / 4.0f);
+    return {std::min(least, most), most, scale};
 }
 
 bool isOnMovingSurface(const RenderContext& context, const miState& state) {
@@ -137,7 +141,7 @@ miBoolean averageRadiance(miColor& result, miState* state, char face, const miIr
         const GatherScope scope(context, *state);
         if (pending) {
             const GatherRecord record = gatherRecord(context, state, back, raysForRecord(rays, bounce),
-                                                     radiusRange(context, *state, options, bounce));
+                                                     rangeOfRecord(context, *state, options, bounce));
             pending->add(bounce, record);
             result = record.radiance;
         } else {

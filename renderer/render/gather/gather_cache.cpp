@@ -35,7 +35,13 @@ float errorEstimate(const GatherRecord& record, const miVector& point, const miV
     return std::max(std::sqrt(squared) / record.radius, turn);
 }
 
-/// Weighted mean of the records that cover a point, each extrapolated to it by its gradients.
+/// Blends the records that cover a point, with weights that fall to 0 at the ends of their ranges.
+///
+/// Extrapolating each record to the point by its gradient (Ward and Heckbert 1992) leaves the curvature of
+/// the light as a bias: -1/2 H mean(d^2) for a second derivative H and offsets d of the point from the
+/// records, so that light is too bright around its maxima. Their mean without gradients, moved by the mean
+/// gradient over the mean offset, has the opposite bias. Half of each leaves -1/2 H mean(d)^2, which is
+/// little where records lie all around, and no more than the first for a single one.
 class Blend {
 public:
     Blend(const miVector& point, const miVector& normal, float strictness)
@@ -47,23 +53,38 @@ public:
         miVector turn;
         mi_vector_prod(&turn, &record.normal, &normal_);
         const miVector move = difference(point_, record.point);
-        for (std::size_t c = 0; c < 3; ++c)
-            sum_[c] += weight * std::max(0.0f, channel(record.radiance, static_cast<int>(c)) +
-                                                   mi_vector_dot(&turn, &record.rotationGradient[c]) +
-                                                   mi_vector_dot(&move, &record.translationGradient[c]));
+        for (std::size_t c = 0; c < 3; ++c) {
+            const miVector& slope = record.translationGradient[c];
+            light_[c] += weight * (channel(record.radiance, static_cast<int>(c)) +
+                                   mi_vector_dot(&turn, &record.rotationGradient[c]) +
+                                   0.5f * mi_vector_dot(&move, &slope));
+            addScaled(slope_[c], slope, weight);
+        }
+        addScaled(move_, move, weight);
         weights_ += weight;
     }
     bool mean(miColor& radiance) const {
         if (!(weights_ > 0.0f)) return false;
-        radiance = {sum_[0] / weights_, sum_[1] / weights_, sum_[2] / weights_, 1.0f};
+        const auto of = [this](std::size_t c) {
+            const float halfMove = 0.5f * mi_vector_dot(&slope_[c], &move_) / weights_;
+            return std::max(0.0f, (light_[c] + halfMove) / weights_);
+        };
+        radiance = {of(0), of(1), of(2), 1.0f};
         return true;
     }
 
 private:
+    static void addScaled(miVector& sum, const miVector& v, float f) {
+        sum = {sum.x + v.x * f, sum.y + v.y * f, sum.z + v.z * f};
+    }
+
     miVector point_, normal_;
     float strictness_;
+    // Sums over the records, each with its weight.
     float weights_ = 0.0f;
-    float sum_[3] = {};
+    float light_[3] = {};
+    miVector slope_[3] = {};
+    miVector move_{};
 };
 
 } // namespace
@@ -141,7 +162,7 @@ void GatherCaches::add(const PendingGatherRecords& pending) {
         miColor known;
         if (entry.bounce > 0 && of(entry.bounce).find(record.point, record.normal, bounceStrictness, known))
             continue;
-        caches_[entry.bounce == 0 ? 0 : 1].add(record);
+        caches_[indexOf(entry.bounce)].add(record);
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <shader.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <memory>
@@ -65,14 +66,15 @@ private:
     std::vector<Entry> entries_;
 };
 
-/// The caches of a picture: one for points that the camera sees, one for points that gather rays hit, shared
-/// by all deeper bounces, which differ too little to be kept apart.
+/// The caches of a picture: one for points that the camera sees, and one for each further bounce of light,
+/// since a record holds the light of the bounces that are left at its point. The deepest bounces share one.
 class GatherCaches {
 public:
-    static constexpr int count = 2;
-    GatherCaches(const miVector& low, const miVector& high) : caches_{{{low, high}, {low, high}}} {}
+    static constexpr int count = 5;
+    GatherCaches(const miVector& low, const miVector& high)
+        : caches_{{{low, high}, {low, high}, {low, high}, {low, high}, {low, high}}} {}
 
-    [[nodiscard]] const GatherCache& of(int bounce) const { return caches_[bounce == 0 ? 0 : 1]; }
+    [[nodiscard]] const GatherCache& of(int bounce) const { return caches_[indexOf(bounce)]; }
     /// Adds records in their order; of bounces only those at points that no record covers yet.
     void add(const PendingGatherRecords& pending);
 
@@ -86,6 +88,8 @@ public:
     }
 
 private:
+    static std::size_t indexOf(int bounce) { return static_cast<std::size_t>(std::min(bounce, count - 1)); }
+
     std::array<GatherCache, count> caches_;
 };
 

@@ -16,7 +16,9 @@ namespace {
 
 constexpr float pi = std::numbers::pi_v<float>;
 /// Radius of a record as a share of the harmonic mean distance of its rays' hits.
-constexpr float shareOfDistance = 0.4f;
+constexpr float shareOfDistance = 0.25f;
+/// Largest change of a record's light over its radius, by its gradients, as a share of the light.
+constexpr float shareOfLight = 0.3f;
 constexpr float infinity = std::numeric_limits<float>::infinity();
 
 float channel(const miColor& c, int i) {
@@ -193,17 +195,18 @@ private:
     std::vector<Arrival> cells_;
 };
 
-/// Limits the record's radius to where its gradients change it by no more than its own value; at the least
-/// radius, scales the gradients down instead.
-void limitByGradients(GatherRecord& record, const miRange& radius) {
+/// Limits the record's radius to where its gradients change it little; at the least radius, scales down
+/// gradients that would change it by more than its own value.
+void limitByGradients(GatherRecord& record, const RecordRange& range) {
     float steepest = 0.0f;
     for (int c = 0; c < 3; ++c) {
         const float light = channel(record.radiance, c);
         const float slope = mi_vector_norm(&record.translationGradient[static_cast<std::size_t>(c)]);
         if (light > 0.0f) steepest = std::max(steepest, slope / light);
     }
-    if (steepest * record.radius > 1.0f) record.radius = 1.0f / steepest;
-    record.radius = std::clamp(record.radius, radius.min, radius.max);
+    const float most = range.scale * shareOfLight;
+    if (steepest * record.radius > most) record.radius = most / steepest;
+    record.radius = std::clamp(record.radius, range.least, range.most);
     const float change = steepest * record.radius;
     if (change <= 1.0f) return;
     for (miVector& slope : record.translationGradient)
@@ -228,7 +231,7 @@ miColor gatherRadiance(RenderContext& context, miState* state, bool back, int ra
 }
 
 GatherRecord gatherRecord(RenderContext& context, miState* state, bool back, int rays,
-                          const miRange& radius) {
+                          const RecordRange& range) {
     Hemisphere hemisphere(context, state, back);
     Strata strata(rays);
     strata.fill(context, hemisphere);
@@ -236,9 +239,9 @@ GatherRecord gatherRecord(RenderContext& context, miState* state, bool back, int
     record.point = state->point;
     record.normal = hemisphere.axis;
     record.radiance = strata.mean();
-    record.radius = std::min(shareOfDistance * strata.harmonicMeanDistance(), radius.max);
+    record.radius = std::min(range.scale * shareOfDistance * strata.harmonicMeanDistance(), range.most);
     strata.gradients(record, hemisphere.basis);
-    limitByGradients(record, radius);
+    limitByGradients(record, range);
     return record;
 }
 

@@ -12,10 +12,16 @@ namespace orca::render {
 /// Average radiance from `rays` low-discrepancy, cosine-weighted rays.
 [[nodiscard]] miColor gatherRadiance(RenderContext& context, miState* state, bool back, int rays);
 
+/// How far a record may serve, scene units.
+struct RecordRange {
+    float least, most;
+    float scale; ///< of what follows from the surroundings: below 1 records are closer and more exact
+};
+
 /// A record from about `rays` stratified rays, with gradients from the differences between the strata (G.
 /// Ward and P. Heckbert, "Irradiance Gradients", 1992). Its radius follows from the harmonic mean distance of
-/// the hits and from the gradients, within `radius`.
+/// the hits and from the gradients, within `range`.
 [[nodiscard]] GatherRecord gatherRecord(RenderContext& context, miState* state, bool back, int rays,
-                                        const miRange& radius);
+                                        const RecordRange& range);
 
 } // namespace orca::render
