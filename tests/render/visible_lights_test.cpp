@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <functional>
+#include <utility>
 
 namespace orca::test {
 namespace {
@@ -18,7 +19,8 @@ std::string areaLight(const std::string& shape, float x = 0, float y = 0) {
 
 struct Shape {
     std::string statement;
-    std::function<bool(float x, float y)> covers; ///< seen along z, relative to its middle
+    std::function<bool(float x, float y)> covers;                   ///< seen along z, relative to its middle
+    std::function<std::pair<float, float>(float u, float v)> point; ///< x and y of a place on it
 };
 class VisibleLight : public ::testing::TestWithParam<Shape> {};
 
@@ -38,17 +40,50 @@ TEST_P(VisibleLight, IsSeenInItsShape) {
     EXPECT_GT(covered, 12);
 }
 
+TEST_P(VisibleLight, ShowsATextureWhereItsSamplesHaveIt) {
+    TestScene scene;
+    scene.contents = "shader \"place\" \"testShowCoordinate\" ( )\nlight \"lamp\" \"orcaVelaSpotLight\" ( "
+                     "\"color\" = \"place\", \"decayRate\" 0 ) origin 0 0 0 " +
+                     GetParam().statement +
+                     " visible end light\ninstance \"lamp_inst\" \"lamp\" end instance\n";
+    const RenderedScene picture(scene);
+    picture.eachPixel([&](int i, int j) {
+        const float x = (static_cast<float>(i) + 0.5f) / 4 - 2, y = (static_cast<float>(j) + 0.5f) / 4 - 2;
+        if (!GetParam().covers(x, y)) return;
+        const miColor place = picture.pixel("main", i, j);
+        EXPECT_GE(place.g, 0.0f);
+        const auto [shownX, shownY] = GetParam().point(place.r, place.g);
+        EXPECT_NEAR(shownX, x, 2e-3f);
+        EXPECT_NEAR(shownY, y, 2e-3f);
+    });
+}
+
+float onCircle(float (*function)(float), float share) {
+    return function(share * 6.2831853f);
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Shapes, VisibleLight,
     ::testing::Values(
         // The light shines to the side of u x v, here along z toward the camera; edges may be slanted.
         Shape{"rectangle 2 0 0 0 1.5 0",
-              [](float x, float y) { return std::abs(x) < 1 && std::abs(y) < 0.75f; }},
+              [](float x, float y) { return std::abs(x) < 1 && std::abs(y) < 0.75f; },
+              [](float u, float v) { return std::pair(2 * u - 1, 1.5f * v - 0.75f); }},
         Shape{"rectangle 1 0.5 0 0 2 0",
-              [](float x, float y) { return std::abs(x) < 0.5f && std::abs(y - 0.5f * x) < 1; }},
-        Shape{"disc 0 0 3 1.1", [](float x, float y) { return std::hypot(x, y) < 1.1f; }},
-        Shape{"sphere 0.9", [](float x, float y) { return std::hypot(x, y) < 0.9f; }},
-        Shape{"cylinder 0 2 0 0.6", [](float x, float y) { return std::abs(x) < 0.6f && std::abs(y) < 1; }}));
+              [](float x, float y) { return std::abs(x) < 0.5f && std::abs(y - 0.5f * x) < 1; },
+              [](float u, float v) { return std::pair(u - 0.5f, 0.5f * u - 0.25f + 2 * v - 1); }},
+        Shape{"disc 0 0 3 1.1", [](float x, float y) { return std::hypot(x, y) < 1.1f; },
+              [](float u, float v) {
+                  const float r = 1.1f * std::sqrt(u);
+                  return std::pair(r * onCircle(std::cos, v), r * onCircle(std::sin, v));
+              }},
+        Shape{"sphere 0.9", [](float x, float y) { return std::hypot(x, y) < 0.9f; },
+              [](float u, float v) {
+                  const float r = 0.9f * 2 * std::sqrt(u - u * u);
+                  return std::pair(r * onCircle(std::cos, v), r * onCircle(std::sin, v));
+              }},
+        Shape{"cylinder 0 2 0 0.6", [](float x, float y) { return std::abs(x) < 0.6f && std::abs(y) < 1; },
+              [](float u, float v) { return std::pair(0.6f * onCircle(std::cos, v), 2 * u - 1); }}));
 
 TEST(VisibleLights, HideWhatIsBehindAndAreHiddenByWhatIsBefore) {
     TestScene scene;

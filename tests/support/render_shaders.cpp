@@ -106,6 +106,12 @@ DLLEXPORT miBoolean testShowPoint(miColor* result, miState* state, void*) {
     return miTRUE;
 }
 
+/// Shows the first texture coordinate.
+DLLEXPORT miBoolean testShowCoordinate(miColor* result, miState* state, void*) {
+    *result = {state->tex_list[0].x, state->tex_list[0].y, state->tex_list[0].z, 1.0f};
+    return miTRUE;
+}
+
 /// A scalar that grows evenly through world space.
 struct SlopeParameters {
     miVector slope;

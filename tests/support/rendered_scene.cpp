@@ -49,6 +49,7 @@ declare shader color "testOcclusion" ( integer "rays" default -1, vector "axis" 
     integer "mode" default -1 ) end declare
 declare shader color "testGatherBehind" ( ) end declare
 declare shader color "testShowPoint" ( ) end declare
+declare shader color "testShowCoordinate" ( ) end declare
 declare shader scalar "testSlope" ( vector "slope" ) end declare
 declare shader scalar "testDisplace" ( vector "world", vector "camera", vector "object" ) end declare
 declare shader struct { scalar "height", color "color", color "a", color "b", color "c", color "d" }

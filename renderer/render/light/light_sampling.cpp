@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/light/light_sampling.h"
 
-#include "base/orthonormal_basis.h"
 #include "base/vectors.h"
 #include "render/context/surroundings.h"
 #include "render/light/light_profiles.h"
+#include "render/light/light_shapes.h"
 #include "render/light/mesh_emitters.h"
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace orca::render {
 
@@ -31,49 +30,7 @@ SampleCounts countsAt(const RenderContext& context, const LightInstance& instanc
             std::max(1, low ? light.low_samples_v : light.samples_v)};
 }
 
-/// Point of the light's area for (u, v) in [0, 1)^2, uniform by area, light space.
-miVector pointOnArea(const miLight& light, float u, float v) {
-    const float angle = 2.0f * std::numbers::pi_v<float> * v;
-    miVector offset{};
-    switch (light.area) {
-    case miLIGHT_RECTANGLE:
-        offset = {(u - 0.5f) * light.edge_u.x + (v - 0.5f) * light.edge_v.x,
-                  (u - 0.5f) * light.edge_u.y + (v - 0.5f) * light.edge_v.y,
-                  (u - 0.5f) * light.edge_u.z + (v - 0.5f) * light.edge_v.z};
-        break;
-    case miLIGHT_DISC: {
-        miVector axis = light.axis;
-        mi_vector_normalize(&axis);
-        const float radius = light.radius * std::sqrt(u);
-        offset = basisAbout(axis).combine(radius * std::cos(angle), radius * std::sin(angle), 0.0f);
-        break;
-    }
-    case miLIGHT_SPHERE: {
-        const float z = 1.0f - 2.0f * u;
-        const float ring = std::sqrt(std::max(0.0f, 1.0f - z * z));
-        offset = {light.radius * ring * std::cos(angle), light.radius * ring * std::sin(angle),
-                  light.radius * z};
-        break;
-    }
-    case miLIGHT_CYLINDER: {
-        miVector axis = light.axis;
-        mi_vector_normalize(&axis);
-        offset = basisAbout(axis).combine(light.radius * std::cos(angle), light.radius * std::sin(angle),
-                                          (u - 0.5f) * mi_vector_norm(&light.axis));
-        break;
-    }
-    default: break;
-    }
-    miVector point;
-    mi_vector_add(&point, &light.origin, &offset);
-    return point;
-}
-
-/// Stratified place on the unit square.
-struct Place {
-    float u, v;
-};
-
+/// Stratified over the shape.
 Place placeOfSample(const RenderContext& context, const LightInstance& light, const SampleCounts& counts,
                     int sample, std::uint32_t key) {
     const auto total = static_cast<std::uint32_t>(counts.total());
@@ -101,9 +58,10 @@ std::vector<miVector>& placeTexture(ChildState& child, const Place& place) {
 
 /// Internal space.
 miVector originOnShape(const LightInstance& light, const Place& place) {
-    const miVector inLight = pointOnArea(*light.light, place.u, place.v);
+    const miVector offset = pointOfPlace(*light.light, place);
     miVector point;
-    mi_point_transform(&point, &inLight, light.record->tf.local_to_global);
+    mi_vector_add(&point, &light.light->origin, &offset);
+    mi_point_transform(&point, &point, light.record->tf.local_to_global);
     return point;
 }
 

@@ -46,15 +46,8 @@ std::optional<ShapeHit> intersectRectangle(const LightSpaceRay& ray, const miLig
     mi_vector_prod(&normal, &light.edge_u, &light.edge_v);
     const auto distance = planeDistance(ray, normal);
     if (!distance) return std::nullopt;
-    // Shares of the edges, which need not be perpendicular.
-    const miVector p = pointAt(ray, *distance);
-    const float area = mi_vector_dot(&normal, &normal);
-    miVector across;
-    mi_vector_prod(&across, &p, &light.edge_v);
-    const float u = mi_vector_dot(&across, &normal) / area;
-    mi_vector_prod(&across, &light.edge_u, &p);
-    const float v = mi_vector_dot(&across, &normal) / area;
-    if (!(std::abs(u) <= 0.5f && std::abs(v) <= 0.5f)) return std::nullopt;
+    const Place shares = sharesOfEdges(light, pointAt(ray, *distance));
+    if (!(std::abs(shares.u) <= 0.5f && std::abs(shares.v) <= 0.5f)) return std::nullopt;
     return ShapeHit{*distance, normal};
 }
 
@@ -182,6 +175,7 @@ bool findVisibleLight(const Frame& frame, const geometry::Ray& ray, float limit,
         limit = shape->distance;
         hit.light = light;
         hit.distance = shape->distance;
+        hit.place = placeOfPoint(*light->light, pointAt(local, shape->distance));
         mi_vector_transform_T(&hit.normal, &shape->normal, place.global_to_local);
         mi_vector_normalize(&hit.normal);
     }
@@ -200,7 +194,7 @@ miBoolean shadeVisibleLight(RenderContext& context, DerivedState& child, const L
     state.normal_geom = state.normal;
     state.dot_nd = mi_vector_dot(&state.normal, &state.dir);
     state.light_instance = hit.light->instance;
-    child.textureCoordinates[0] = {0.0f, 0.0f, 0.0f};
+    child.textureCoordinates[0] = {hit.place.u, hit.place.v, 0.0f};
     state.tex_list = child.textureCoordinates.data();
     ++context.counts.lightCalls;
     const miBoolean delivered =

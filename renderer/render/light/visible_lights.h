@@ -3,6 +3,7 @@
 
 #include "geometry/ray.h"
 #include "render/context/render_context.h"
+#include "render/light/light_shapes.h"
 
 namespace orca::render {
 
@@ -10,6 +11,7 @@ namespace orca::render {
 struct LightHit {
     const LightInstance* light;
     float distance;  ///< along the ray
+    Place place;     ///< on the shape: the first texture coordinate, as of a sample of the light
     miVector normal; ///< of the shape, unit, internal space, as modelled
 };
 
