@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <numbers>
 #include <thread>
 
 namespace orca::test {
@@ -89,6 +90,44 @@ TEST(Volumes, AskLightsForTheirFog) {
         EXPECT_NEAR(after.g - before.g, 0.5f * share * share, 1e-5f) << x;
     }
     EXPECT_GT(clear.pixel("main", 8, 8).r, 1.2f * clear.pixel("main", 2, 8).r);
+}
+
+TEST(Volumes, SeeTheFogOfASpotLightInItsConeAndItsShadow) {
+    struct Spot {
+        double penumbra, dropoff, spread, fog;
+        int decay;
+    };
+    for (const Spot& spot :
+         {Spot{0, 0, 1, 1, 0}, {8, 0, 0.5, 0.4, 0}, {-10, 3, 2, 1.5, 2}, {0, 0, 0, 1, 0}}) {
+        TestScene
+            scene; // the lamp is 3 above the middle and shines down; something is in its way on the right
+        scene.contents =
+            fmt::format("light \"lamp\" \"orcaVelaSpotLight\" ( \"intensity\" 2, \"coneAngle\" 60, "
+                        "\"penumbraAngle\" {}, \"dropoff\" {}, \"fogSpread\" {}, \"fogIntensity\" {}, "
+                        "\"decayRate\" {} ) origin 0 3 0 direction 0 -1 0 spread 0 end light\n"
+                        "instance \"lamp_inst\" \"lamp\" end instance\n",
+                        spot.penumbra, spot.dropoff, spot.spread, spot.fog, spot.decay) +
+            white() + turnedCard("shutter", "white", 1, 1, 0, 1, 90) +
+            "incremental camera \"cam\" volume \"testLightFog\" ( \"lights\" [ \"lamp_inst\" ], \"depth\" 10 "
+            ") "
+            "end camera\n";
+        const RenderedScene picture(scene);
+        picture.eachPixel([&](int i, int j) {
+            const double x = (i + 0.5) / 4 - 2, below = 3 - (j + 0.5) / 4 + 2,
+                         distance = std::hypot(x, below);
+            const double angle = std::atan2(std::abs(x), below) * 180 / std::numbers::pi;
+            const double rim = 30 + std::max(0.0, spot.penumbra), inside = rim - angle;
+            const double t = spot.penumbra == 0 ? 1 : std::min(1.0, inside / std::abs(spot.penumbra));
+            const bool dark = below > 2 && x > 0 && x * 2 / below < 2;
+            const double density =
+                spot.spread > 0 ? std::pow(1 - angle * angle / (rim * rim), 1 / spot.spread) : 0;
+            const double expected = inside <= 0 || dark ? 0
+                                                        : 2 * spot.fog * density * t * t * (3 - 2 * t) *
+                                                              std::pow(below / distance, spot.dropoff) /
+                                                              std::pow(std::max(1.0, distance), spot.decay);
+            EXPECT_NEAR(picture.pixel("main", i, j).r, expected, 1e-4);
+        });
+    }
 }
 
 TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A volume shader that shares the base state: what lights give to the fog along a ray is added to what is
-// behind.
+// A volume shader that shares the base state: what lights give to the fog at one place of a ray is added to
+// what is behind.
 #include "orcaConstants.h"
 #include "orcaGuards.h"
 #include "orcaVelaState.h"
@@ -13,6 +13,7 @@ struct LightFogParameters {
     int i_lights;
     int n_lights;
     miTag lights[1];
+    miScalar depth; // where along the ray; 0: at its end
 };
 
 DLLEXPORT int testLightFog_version(void) {
@@ -23,7 +24,13 @@ DLLEXPORT miBoolean testLightFog(miColor* result, miState* state, LightFogParame
     VelabaseState* const vela = velabaseState(state);
     if (!vela) return miFALSE;
     const Restored<miUint> flags(vela->flags);
+    const Restored<miVector> point(state->point);
     vela->flags |= VELA_BIT_ENVLIGHTFOG;
+    if (parameters->depth > 0.0f) {
+        state->point = state->dir;
+        mi_vector_mul(&state->point, parameters->depth);
+        mi_vector_add(&state->point, &state->point, &state->org);
+    }
     for (int i = 0; i < parameters->n_lights; ++i) {
         miColor light;
         miVector direction;

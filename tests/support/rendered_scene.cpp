@@ -41,7 +41,7 @@ declare shader color "testFlat" ( color "color" default 1 1 1 1 ) apply texture,
 declare shader geometry "testCards" ( material "material", integer "fault" ) apply geometry end declare
 declare shader color "testNotANumber" ( ) end declare
 declare shader color "testFails" ( ) end declare
-declare shader color "testLightFog" ( array light "lights" ) version 1 end declare
+declare shader color "testLightFog" ( array light "lights", scalar "depth" ) version 1 end declare
 declare shader color "testRefuses" ( ) end declare
 declare shader color "testLensFindings" ( ) end declare
 declare shader color "testOcclusion" ( integer "rays" default -1, vector "axis" default 0 0 1,
