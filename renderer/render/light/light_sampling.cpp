@@ -30,21 +30,14 @@ SampleCounts countsAt(const RenderContext& context, const LightInstance& instanc
             std::max(1, low ? light.low_samples_v : light.samples_v)};
 }
 
-/// Stratified over the shape.
-Place placeOfSample(const RenderContext& context, const LightInstance& light, const SampleCounts& counts,
-                    int sample, std::uint32_t key) {
+/// Of one sequence for all samples of a pixel. Its points are stratified into cells of any proportions, those
+/// of each loop and those of all loops together; jittering the cells of a u x v grid with every so manieth
+/// point of it would leave each cell a part of itself, the same in all loops of a pixel.
+Place placeOfSample(const RenderContext& context, const SampleCounts& counts, int sample, std::uint32_t key) {
     const auto total = static_cast<std::uint32_t>(counts.total());
     const auto index = static_cast<std::uint32_t>(sample);
-    // Where places are mapped by tables, u alone decides much: it gets as many strata as there are samples.
-    if (!light.hasSurface())
-        return {context.sampler.coordinate(key, index, total, 0),
-                context.sampler.coordinate(key, index, total, 1)};
-    const int column = sample % counts.u;
-    const int row = sample / counts.u;
-    return {(static_cast<float>(column) + context.sampler.coordinate(key, index, total, 0)) /
-                static_cast<float>(counts.u),
-            (static_cast<float>(row) + context.sampler.coordinate(key, index, total, 1)) /
-                static_cast<float>(counts.v)};
+    return {context.sampler.coordinate(key, index, total, 0),
+            context.sampler.coordinate(key, index, total, 1)};
 }
 
 /// The texture coordinates of a sample: its place, or those of the mesh where that has any.
@@ -140,7 +133,7 @@ miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, mi
         miVector origin = light->origin;
         EmitterPoint emitterPoint;
         if (sampleArea) {
-            const Place place = placeOfSample(context, *light, counts, sample, key);
+            const Place place = placeOfSample(context, counts, sample, key);
             std::vector<miVector>& coordinates = placeTexture(child, place);
             if (emitter)
                 origin = originOnMesh(*emitter, place, state->point, coordinates.data(), emitterPoint);

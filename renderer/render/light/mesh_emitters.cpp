@@ -40,12 +40,12 @@ MeshEmitter::MeshEmitter(const std::vector<const geometry::MeshInstance*>& meshe
             sum += static_cast<double>(area);
         }
     area_ = static_cast<float>(sum);
-    if (!areas.empty()) byArea_ = AliasTable(areas);
+    if (!areas.empty()) byArea_ = WeightedChoice(areas);
 }
 
 void MeshEmitter::surfaceAt(float u, float v, geometry::SurfacePoint& surface,
                             miVector* textureCoordinates) const {
-    const AliasTable::Choice choice = byArea_.choose(u);
+    const WeightedChoice::Choice choice = byArea_.choose(u);
     const Triangle& triangle = triangles_[choice.index];
     // Uniform over a triangle: G. Turk, "Generating Random Points in Triangles", 1990.
     const float fromFirst = std::sqrt(choice.rest);

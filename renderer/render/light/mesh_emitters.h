@@ -4,7 +4,7 @@
 #include "base/log.h"
 #include "geometry/scene_geometry.h"
 #include "render/context/light_instances.h"
-#include "render/sampling/alias_table.h"
+#include "render/sampling/weighted_choice.h"
 
 #include <shader.h>
 
@@ -31,7 +31,7 @@ private:
         std::uint32_t index;
     };
     std::vector<Triangle> triangles_;
-    AliasTable byArea_;
+    WeightedChoice byArea_;
     float area_ = 0.0f;
 };
 
