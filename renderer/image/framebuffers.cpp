@@ -193,6 +193,9 @@ void FramebufferSet::addOutput(const scene::OutputStatement& statement) {
             type = buffer->type;
         } else if (isColor(type)) {
             buffer = &buffers_[static_cast<std::size_t>(primary_)];
+        } else if (type == miIMG_TYPE_INVALID && wanted.name == statement.filetype) {
+            type = miIMG_TYPE_RGBA; // the statement names a format and no buffer
+            buffer = &buffers_[static_cast<std::size_t>(primary_)];
         } else if (type != miIMG_TYPE_INVALID) {
             const auto main = std::find_if(buffers_.begin() + 1, buffers_.end(), [&](const Buffer& other) {
                 return other.source == sourceOf(type);

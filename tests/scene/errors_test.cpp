@@ -93,7 +93,7 @@ camera "c" resolution 640 -1 end camera
 => scene.mi:1:27: the height in pixels must be positive, not -1
 camera "unclosed
 end camera
-=> scene.mi:1:8: the string has no closing quote on its line
+=> scene.mi:1:8: the string has no closing quote
 martial "m" "phong" ( ) end martial
 => scene.mi:1:1: unknown statement "martial"
 instance "i" "key" transform 1 0 0 end instance

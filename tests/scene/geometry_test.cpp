@@ -168,8 +168,15 @@ end group end object)mi";
                         scalars.substr(0, 32) + "` integer `" + integers.substr(0, 12) +
                         "` end trilist end group end object\n")
                   .errors(),
-              "test.mi:1:64: object \"o\", vertices of the trilist is not closed by a backquote after its 36 "
-              "bytes\n");
+              "test.mi:1:2: object \"o\", vertices of the trilist: 9 numbers are needed, but \"integer\" "
+              "follows after 8\n");
+    SceneText blocks("object \"o\" visible group trilist vertex 3 p triangle 1 [ `" + bigEndian(0.0f) +
+                     bigEndian(1.0f) + bigEndian(2.0f) + "` 3 4 `" + bigEndian(5.0f) + "`\n`" +
+                     bigEndian(6.0f) + bigEndian(7.0f) + bigEndian(8.0f) +
+                     "` ] [ 0 1 2 ] end trilist end group end object\n");
+    ASSERT_EQ(blocks.errors(), "");
+    EXPECT_EQ(blocks.find<ObjectElement>("o")->triangleLists[0].vertices,
+              (std::vector<float>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
     SceneText tagged("object \"o\" visible tagged group trilist vertex 3 p triangle 2 [ 0 0 0 1 0 0 1 1 0 ] "
                      "[ 4 0 1 9 5 0 1 2 ]\n"
                      "end trilist end group end object");

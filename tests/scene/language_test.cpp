@@ -216,9 +216,7 @@ end options
         "test.mi:7:95: options \"o\": \"autovolume\" has no effect: shaders keep track of the volumes that "
         "they enter\n");
 
-    EXPECT_FALSE(text.read("options \"p\" sampels 1 2 gamma 1.5 end options"));
-    EXPECT_EQ(text.errors(),
-              "test.mi:1:13: options \"p\": unknown statement \"sampels\" (did you mean \"samples\"?)\n");
+    ASSERT_TRUE(text.read("options \"p\" sampels 1 2 gamma 1.5 end options"));
     EXPECT_EQ(text.find<OptionsElement>("p")->options.gamma, 1.5f);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/language/lexer.h"
 
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -172,8 +173,14 @@ Token Lexer::next() {
 void Lexer::lexString(Token& token) {
     const char* start = ++cursor_;
     bool escapes = false;
+    const char* firstNewline = nullptr;
+    const char* lastLine = lineStart_;
+    std::uint32_t lines = 0;
     for (; cursor_ != end_ && *cursor_ != '"'; ++cursor_) {
-        if (*cursor_ == '\n') break;
+        if (*cursor_ == '\n') {
+            if (lines++ == 0) firstNewline = cursor_;
+            lastLine = cursor_ + 1;
+        }
         if (*cursor_ == '\\' && cursor_ + 1 != end_ && (cursor_[1] == '"' || cursor_[1] == '\\')) {
             escapes = true;
             ++cursor_;
@@ -181,10 +188,16 @@ void Lexer::lexString(Token& token) {
     }
     token.kind = Token::Kind::String;
     token.text = {start, static_cast<std::size_t>(cursor_ - start)};
-    if (cursor_ == end_ || *cursor_ != '"') {
-        throw SyntaxError(locationOf(token), "the string has no closing quote on its line");
+    // Strings may go on over lines. A quote on a later line that a word follows at once opens a string, so
+    // this one lacks its own.
+    const bool opensAnother = firstNewline && end_ - cursor_ > 1 && continuesWord(cursor_[1]);
+    if (cursor_ == end_ || opensAnother) {
+        if (firstNewline) cursor_ = firstNewline;
+        throw SyntaxError(locationOf(token), "the string has no closing quote");
     }
     ++cursor_;
+    line_ += lines;
+    lineStart_ = lastLine;
     if (!escapes) return;
     std::string& resolved = unescaped_.emplace_back();
     for (std::size_t i = 0; i < token.text.size(); ++i) {
@@ -271,16 +284,48 @@ std::string_view Lexer::binary(std::size_t size, const char* what) {
     return bytes;
 }
 
-void Lexer::skipBinary() {
+bool Lexer::nextBinaryVector(std::array<float, 3>& vector) {
+    constexpr int size = 12;
+    skipSpace();
+    if (end_ - cursor_ < size + 2 || cursor_[0] != '`' || cursor_[size + 1] != '`') return false;
+    for (std::size_t i = 0; i < 3; ++i) vector[i] = std::bit_cast<float>(bigEndianWord(cursor_ + 1 + 4 * i));
+    cursor_ += size + 2;
+    lineStart_ = cursor_;
+    return true;
+}
+
+const char* Lexer::endOfBlock() const {
     for (const char* c = cursor_; c < end_; c += 4) {
-        if (*c == '`' && (c + 1 == end_ || isSpace(c[1]) || c[1] == '`' || c[1] == ']')) {
-            cursor_ = c + 1;
-            return;
-        }
+        if (*c == '`' && (c + 1 == end_ || isSpace(c[1]) || c[1] == '`' || c[1] == ']')) return c;
+    }
+    return nullptr;
+}
+
+std::string_view Lexer::binaryBlock(std::initializer_list<std::size_t> sizes, const char* what) {
+    constexpr std::size_t vector = 12;
+    const auto left = static_cast<std::size_t>(end_ - cursor_);
+    const auto closesAfter = [&](std::size_t size) { return size < left && cursor_[size] == '`'; };
+    for (const std::size_t size : sizes)
+        if (closesAfter(size)) return binary(size, what);
+    if (closesAfter(vector)) return binary(vector, what);
+    const char* const end = endOfBlock();
+    return binary(end ? static_cast<std::size_t>(end - cursor_) : *sizes.begin(), what);
+}
+
+void Lexer::skipBinary() {
+    if (const char* const end = endOfBlock()) {
+        cursor_ = end + 1;
+        return;
     }
     const SourceLocation location = here();
     cursor_ = end_;
     throw SyntaxError(location, "the binary block is not closed by a backquote");
+}
+
+std::uint32_t bigEndianWord(const char* bytes) {
+    std::uint32_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return __builtin_bswap32(word);
 }
 
 void appendHex(std::vector<unsigned char>& bytes, std::string_view digits, const SourceLocation& location) {

@@ -3,8 +3,10 @@
 
 #include "base/log.h"
 
+#include <array>
 #include <cstdint>
 #include <deque>
+#include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -61,9 +63,14 @@ public:
     /// consumed but white space, for anything else.
     bool nextNumber(float& value);
     bool nextInteger(std::int32_t& value);
-    /// Raw bytes after a Backquote token, and the closing backquote. Throws when there are fewer, or when
-    /// they are not closed.
+    /// The same of a vector as 12 raw bytes between backquotes: three big-endian numbers.
+    bool nextBinaryVector(std::array<float, 3>& vector);
+    /// Raw bytes after a Backquote token, and the closing backquote: `size` of them. Throws when there are
+    /// fewer, or when they are not closed.
     std::string_view binary(std::size_t size, const char* what);
+    /// The same of a block that may be one of several: whichever of `sizes` it is closed after, else one
+    /// vector, else a whole number of words up to the first backquote that a separator follows.
+    std::string_view binaryBlock(std::initializer_list<std::size_t> sizes, const char* what);
     /// Skips a block of raw bytes of unknown length: to the first closing backquote a whole number of words
     /// away.
     void skipBinary();
@@ -82,6 +89,8 @@ public:
 
 private:
     void skipSpace();
+    /// The backquote that closes a block of words of unknown length; null when there is none.
+    [[nodiscard]] const char* endOfBlock() const;
     [[nodiscard]] std::uint32_t column() const {
         return static_cast<std::uint32_t>(cursor_ - lineStart_) + 1;
     }
@@ -99,6 +108,9 @@ private:
     std::uint32_t line_ = 1;
     std::deque<std::string> unescaped_; // texts of strings with escapes; tokens point here
 };
+
+/// The word of four bytes, the most significant first.
+[[nodiscard]] std::uint32_t bigEndianWord(const char* bytes);
 
 /// Two hexadecimal digits a byte; white space between pairs. Throws SyntaxError with `place`.
 void appendHex(std::vector<unsigned char>& bytes, std::string_view digits, const SourceLocation& location);

@@ -32,6 +32,12 @@ Reader::Reader(Scene& scene, const ParserOptions& options, const ParserCallbacks
     stream_.onLookup([this](const std::string& entry, const SourceLocation& location) {
         lookUpRegistry(entry, location);
     });
+    stream_.onMissingFile([this](const SourceLocation& location, const std::string& text) {
+        // All of them are listed, however many there are.
+        log_.writeAt(location, LogLevel::Error, "SCEN", "{}", text);
+        ++scene_.errors_;
+        memory_.filesMissing = true;
+    });
 }
 
 bool Reader::read(const std::string& fileName, std::string text) {
@@ -43,9 +49,9 @@ bool Reader::read(const std::string& fileName, std::string text) {
                 if (token.kind == Token::Kind::End) break;
                 readStatement(token);
                 block_.clear();
-            } catch (const UnusableFile& fault) {
+            } catch (const ReadingStopped& fault) {
                 countError(fault.location, fault.what());
-                return false; // the rest would be a list of names that are not defined
+                return false;
             } catch (const SyntaxError& fault) {
                 countError(fault.location, fault.what());
                 const bool insidePhenomenon = phenomenon_ != nullptr;
@@ -92,6 +98,8 @@ bool Reader::readEntity(std::string_view word, const Token& token, bool incremen
         readOptions(named("an options block"), incremental);
     } else if (word == "camera") {
         readCamera(named("a camera"), incremental);
+    } else if (word == "view" && !incremental && !atString()) {
+        readView(token);
     } else if (word == "material") {
         readMaterial(named("a material"), incremental);
     } else if (word == "light") {
@@ -178,6 +186,8 @@ void Reader::resynchronise(bool insidePhenomenon) {
             }
             next();
             if (token.kind == Token::Kind::Backquote) stream_.skipBinary();
+        } catch (const ReadingStopped&) {
+            return;
         } catch (const SyntaxError&) {
             continue; // one message for the statement is enough
         }

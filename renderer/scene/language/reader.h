@@ -43,6 +43,7 @@ private:
     [[nodiscard]] miTag lookUp(std::string_view plain) const;
     [[nodiscard]] miTag lookUpDeclaration(std::string_view plain) const;
     miTag reference(const Token& token, std::initializer_list<miScene_type> kinds, std::string_view expected);
+    bool isPerhapsInMissingFile();
     miTag lightReference(const Token& token);
     miTag optionalReference(std::initializer_list<miScene_type> kinds, std::string_view expected);
     DeclarationElement* declarationReference(const Token& token);
@@ -77,6 +78,8 @@ private:
     void readNamespace();
     void readDelete(const Token& token);
     void readRender(const Token& token);
+    /// Hands a complete request to the callback, unless the scene has errors.
+    void requestRender(const RenderRequest& request);
     void checkRequirements(const OptionsElement& options);
     void echo(const std::string& text);
 
@@ -101,6 +104,8 @@ private:
     };
     void readNamedShader(const Token& token, bool incremental);
     bool atShader();
+    /// The same, or a list in brackets.
+    bool atShaderList();
     miTag readShaderList(const ShaderUse& use, std::vector<miTag>* members = nullptr);
     miTag requiredShaderList(const ShaderUse& use, std::string_view slot);
     miTag readShader(const ShaderUse& use, miTag existing);
@@ -138,7 +143,9 @@ private:
     void readOptionStatement(OptionsElement& element, const Token& word);
     void readStringOption(OptionsElement& element, const Token& option);
     const OptionStatement* readOptionWords(const Token& firstWord);
-    OptionValues readOptionValues(const OptionStatement& statement);
+    std::string readOptionValues(const OptionStatement& statement, OptionValues& values);
+    void ignoredOption(const OptionsElement& element, const Token& first, std::string_view reason);
+    bool atOption();
     void readOwnOption(OptionsElement& element, const OptionStatement& statement,
                        const SourceLocation& location);
     bool skipOptionRest();
@@ -150,7 +157,20 @@ private:
     void readCameraData(CameraElement& element, miTag& before);
     void readFramebuffer(CameraElement& element);
     OutputStatement readOutput(const ShaderUse& use, const SourceLocation& location);
+    bool atCameraStatement();
     bool readCameraStatement(CameraElement& element, const Token& word);
+
+    // reader_frame.cpp: scenes in which a frame and a view stand for camera, options, instances and render
+    void readFrame();
+    void readFrameEnd(const Token& token);
+    void readView(const Token& token);
+    OptionsElement& viewOptions(const SourceLocation& location);
+    miTag placed(const Element& item, const SourceLocation& location);
+    int frameNumber_ = 0;
+    float frameTime_ = 0.0f;
+    bool inFrame_ = false;
+    miTag view_ = miNULLTAG, viewOptions_ = miNULLTAG;
+    std::map<miTag, miTag> placed_; // instances by the camera, object or light that they place
 
     // reader_lights.cpp: materials, lights, textures, light profiles
     void readMaterial(const Token& token, bool incremental);
@@ -171,6 +191,7 @@ private:
 
     // reader_data.cpp
     void readData(const Token& token, bool incremental);
+    bool endsData();
     std::string readDataFile(const std::string& file, const SourceLocation& location,
                              const std::string& owner);
     void readRawData(UserdataElement& element, const SourceLocation& location);
@@ -182,6 +203,8 @@ private:
     void readGroup(ObjectElement& element);
     void skipGeometry(ObjectElement& element, const SourceLocation& location, std::string_view kind,
                       std::string_view until);
+
+    ObjectElement* placeholder_ = nullptr; ///< that the next object of this file fills
 
     // reader_polygons.cpp
     void readVectors(PolygonGroup& group);
@@ -198,7 +221,7 @@ private:
     void readVertexCodes(TriangleList::Layout& layout, const ObjectElement& element);
     template <class T>
     void readNumberList(std::vector<T>& values, std::size_t count, std::string_view binaryWord,
-                        const std::string& what);
+                        const std::string& what, std::size_t otherCount);
 
     // reader_instances.cpp
     void readInstance(const Token& token, bool incremental);
@@ -209,7 +232,8 @@ private:
 
     // reader_assembly.cpp
     void readAssembly(const Token& token);
-    int assemblyDepth_ = 0;           // of assemblies around this file
+    bool readFileOf(Reader& inner, const Element& element, const std::string& file);
+    int fileDepth_ = 0;               // of assemblies and objects whose files this one is in
     std::size_t outerNamespaces_ = 0; // that do not end in this file
     miTag assemblyRoot_ = miNULLTAG;  // the group that this file's root statement names
 

@@ -22,6 +22,22 @@ void keepObjectsOnly(Database& database, GroupElement& group, std::set<miTag>& s
 
 } // namespace
 
+/// Reads the file of an element of its own. False when reading was stopped.
+bool Reader::readFileOf(Reader& inner, const Element& element, const std::string& file) {
+    constexpr int deepest = 32;
+    if (fileDepth_ >= deepest) {
+        error(element.location,
+              "{} \"{}\": files of assemblies and objects lie inside each other more than {} deep", block_,
+              element.name, deepest);
+        return false;
+    }
+    inner.outerNamespaces_ = inner.namespaces_.size();
+    inner.fileDepth_ = fileDepth_ + 1;
+    // Included in place, so that the file is searched for, and reported when missing, like any other.
+    const auto linesBefore = static_cast<std::size_t>(std::max(0, element.location.line - 1));
+    return inner.read(element.location.file, std::string(linesBefore, '\n') + "$include \"" + file + "\"\n");
+}
+
 /// The file is read at once, inside a namespace of the assembly's name; its boxes are for renderers that
 /// wait.
 void Reader::readAssembly(const Token& token) {
@@ -45,23 +61,11 @@ void Reader::readAssembly(const Token& token) {
         error(element.location, "assembly \"{}\" names no file, so it stays empty", element.name);
         return;
     }
-    constexpr int deepest = 32;
-    if (assemblyDepth_ >= deepest) {
-        error(element.location, "assembly \"{}\": assemblies lie inside each other more than {} deep",
-              element.name, deepest);
-        return;
-    }
-
     Reader inner(scene_, options_, callbacks_);
     inner.namespaces_ = namespaces_;
     inner.namespaces_.push_back(element.name);
-    inner.outerNamespaces_ = inner.namespaces_.size();
-    inner.assemblyDepth_ = assemblyDepth_ + 1;
-    // Included in place, so that the file is searched for, and reported when missing, like any other.
-    const auto linesBefore = static_cast<std::size_t>(std::max(0, element.location.line - 1));
     const int errorsBefore = scene_.errors_;
-    const bool finished =
-        inner.read(element.location.file, std::string(linesBefore, '\n') + "$include \"" + file + "\"\n");
+    const bool finished = readFileOf(inner, element, file);
     if (auto* const root = database_.find<GroupElement>(inner.assemblyRoot_)) {
         std::set<miTag> seen;
         keepObjectsOnly(database_, *root, seen);

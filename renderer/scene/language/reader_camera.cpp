@@ -2,6 +2,7 @@
 #include "scene/language/reader.h"
 
 #include <algorithm>
+#include <array>
 
 namespace orca::scene {
 
@@ -110,8 +111,9 @@ void Reader::readFramebuffer(CameraElement& element) {
 OutputStatement Reader::readOutput(const ShaderUse& use, const SourceLocation& location) {
     OutputStatement output;
     output.location = location;
+    std::string buffersText;
     if (atString() && !peek(1).is('(')) {
-        const std::string buffers = string("the buffers");
+        const std::string buffers = buffersText = string("the buffers");
         for (std::size_t start = 0; start <= buffers.size();) {
             const std::size_t stop = std::min(buffers.find(',', start), buffers.size());
             std::string one = buffers.substr(start, stop - start);
@@ -127,18 +129,36 @@ OutputStatement Reader::readOutput(const ShaderUse& use, const SourceLocation& l
             start = stop + 1;
         }
     }
-    if (atShader()) {
+    if (atShaderList()) {
         readShaderList(use, &output.shaders);
         unsupported(LogLevel::Warning, location, "output shader",
                     fmt::format("{}: output shaders are not run; the picture is written as it was rendered",
                                 use.owner));
     } else {
-        output.filetype = string("the output file's format");
-        if (!atString()) fail(peek(), "expected the output file's name, not {}", peek().shown());
-        output.filename = fileNameIn(next());
+        // With two strings, the first is the format or the buffers; which of them, the buffers tell.
+        const Token first = next();
+        if (first.kind != Token::Kind::String)
+            fail(first, "expected the output file's format as a quoted string, not {}", first.shown());
+        const bool hasFormat = atString();
+        output.filetype = hasFormat ? std::string(first.text) : buffersText;
+        if (!hasFormat && buffersText.empty())
+            fail(peek(), "expected the output file's name, not {}", peek().shown());
+        output.filename = fileNameIn(hasFormat ? next() : first);
         if (accept("quality")) output.quality = integer("the quality");
     }
     return output;
+}
+
+/// Before the next statement of the block, or its end.
+bool Reader::atCameraStatement() {
+    constexpr std::array<std::string_view, 20> words = {
+        "end",        "framebuffer", "output", "pass", "focal", "aperture", "aspect",
+        "resolution", "offset",      "window", "clip", "frame", "field",    "lens",
+        "volume",     "environment", "tag",    "data", "dof",   "stereo"};
+    const Token& token = peek();
+    return token.kind == Token::Kind::End ||
+           (token.kind == Token::Kind::Symbol &&
+            std::find(words.begin(), words.end(), token.text) != words.end());
 }
 
 bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
@@ -209,14 +229,17 @@ bool Reader::readCameraStatement(CameraElement& element, const Token& token) {
             LogLevel::Error, locationOf(token), "dof",
             fmt::format("camera \"{}\": depth of field by \"dof\" is not supported; use a lens shader",
                         element.name));
-    } else if (word == "pass" || word == "stereo") {
-        unsupported(LogLevel::Error, locationOf(token), word,
-                    fmt::format("camera \"{}\": \"{}\" is not supported", element.name, word));
-        while (!peek().isWord("end") && peek().kind != Token::Kind::Symbol &&
-               peek().kind != Token::Kind::End) {
+    } else if (word == "pass") {
+        withoutEffect(LogLevel::Warning, locationOf(token), fmt::format("camera \"{}\"", element.name), word,
+                      "pictures are not merged from files");
+        while (!atCameraStatement()) {
             if (peek().is('(')) skipBalanced();
             else next();
         }
+    } else if (word == "stereo") {
+        unsupported(LogLevel::Error, locationOf(token), word,
+                    fmt::format("camera \"{}\": \"{}\" is not supported", element.name, word));
+        while (!atCameraStatement()) next();
     } else {
         return false;
     }

@@ -42,6 +42,10 @@ bool Reader::readCommand(std::string_view word, const Token& token) {
     } else if (word == "end" && accept("namespace")) {
         if (namespaces_.size() <= outerNamespaces_) fail(token, "\"end namespace\" without a namespace");
         namespaces_.pop_back();
+    } else if (word == "frame" && peek().kind == Token::Kind::Integer) {
+        readFrame();
+    } else if (word == "end" && accept("frame")) {
+        readFrameEnd(token);
     } else if (word == "delete") {
         readDelete(token);
     } else if (word == "touch") {
@@ -59,6 +63,8 @@ bool Reader::readCommand(std::string_view word, const Token& token) {
             else next();
         }
         while (atString()) next();
+    } else if (word == "gui") {
+        skipInterface();
     } else if (word == "debug") {
         string("what to debug");
         if (atString()) next();
@@ -158,8 +164,11 @@ void Reader::readVersion(std::string_view comparison) {
     const Token token = peek();
     const std::string wanted = string("a version");
     const int order = compareVersions(options_.version, wanted);
+    // Later versions of the same line add nothing that would have to be waited for: the reader says itself
+    // what it does not know.
+    const auto line = [](std::string_view version) { return version.substr(0, version.find('.')); };
     const bool fits = comparison == "exactly"    ? order == 0
-                      : comparison == "at least" ? order >= 0
+                      : comparison == "at least" ? order >= 0 || line(wanted) == line(options_.version)
                                                  : order <= 0;
     if (!fits) {
         warning(locationOf(token), "the file is for {} version {} of the renderer; this one is like {}",
@@ -205,8 +214,8 @@ void Reader::echo(const std::string& text) {
 }
 
 void Reader::readRender(const Token& token) {
-    if (assemblyDepth_ > 0) {
-        warning(locationOf(token), "\"render\" in the file of an assembly is skipped");
+    if (fileDepth_ > 0) {
+        warning(locationOf(token), "\"render\" in the file of an assembly or object is skipped");
         for (int name = 0; name < 3 && atString(); ++name) next();
         return;
     }
@@ -240,6 +249,10 @@ void Reader::readRender(const Token& token) {
                   root->name);
         }
     }
+    requestRender(request);
+}
+
+void Reader::requestRender(const RenderRequest& request) {
     if (scene_.errors_ > 0 && !options_.renderAnyway) {
         log_.writeAt(request.location, LogLevel::Error, "SCEN", "not rendered, as the scene has {} error{}",
                      scene_.errors_, scene_.errors_ == 1 ? "" : "s");

@@ -23,7 +23,7 @@ void Reader::readData(const Token& token, bool incremental) {
         if (hasContent) fail(at, "{} has two contents", owner);
         hasContent = true;
     };
-    while (!endsBlock("data", element.name)) {
+    while (!(hasContent && endsData()) && !endsBlock("data", element.name)) {
         const Token at = peek();
         if (accept("tag")) {
             element.userdata()->label = static_cast<miUint>(integer("the label"));
@@ -73,6 +73,18 @@ void Reader::readData(const Token& token, bool incremental) {
     if (!hasContent && !incremental) error(locationOf(token), "{} has no content", owner);
 }
 
+/// Whether a block that has its content ends here without "end data", as it may.
+bool Reader::endsData() {
+    const Token& token = peek();
+    if (token.isWord("end")) return !peek(1).isWord("data");
+    if (token.kind == Token::Kind::End) return true;
+    if (!token.isWord("data"))
+        return token.kind == Token::Kind::Symbol && !token.isWord("tag") && !peek(1).is('(');
+    // The next link of the chain, or the next block.
+    if (!peek(1).isName() || peek(1).isWord("null")) return false;
+    return !peek(2).isWord("end") && !peek(2).isWord("tag");
+}
+
 std::string Reader::readDataFile(const std::string& file, const SourceLocation& location,
                                  const std::string& owner) {
     std::vector<std::string> candidates{file};
@@ -104,10 +116,21 @@ void Reader::readRawData(UserdataElement& element, const SourceLocation& locatio
     const int size = at.integer;
     if (!at.fitsInteger || size < 0 || size > largestBlock)
         fail(at, "a data block has 0 to {} bytes", largestBlock);
-    if (!peek().is('[')) fail(peek(), "expected \"[\" before the bytes, not {}", peek().shown());
-    next();
     std::vector<unsigned char> bytes;
-    stream_.hexBytes(bytes);
+    if (accept('[')) {
+        stream_.hexBytes(bytes);
+    } else if (peek().kind == Token::Kind::Backquote) {
+        next();
+        const std::string_view raw = stream_.binary(static_cast<std::size_t>(size), "raw data");
+        bytes.assign(raw.begin(), raw.end());
+    } else if (peek().kind == Token::Kind::Bytes) {
+        while (peek().kind == Token::Kind::Bytes) {
+            const Token part = next();
+            appendHex(bytes, part.text, locationOf(part));
+        }
+    } else {
+        fail(peek(), "expected \"[\" before the bytes, not {}", peek().shown());
+    }
     if (bytes.size() > static_cast<std::size_t>(size)) {
         error(location, "data \"{}\" has {} bytes, more than the {} it announces", element.name, bytes.size(),
               size);

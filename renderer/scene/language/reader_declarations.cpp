@@ -151,8 +151,8 @@ void Reader::readDeclaration(const Token&) {
         innerNames_.clear();
     }
     // The old form ends with its parameter list; what it needs may still follow.
-    const bool hasEnd =
-        !oldForm || peek().isWord("version") || peek().isWord("apply") || peek().isWord("end");
+    const bool hasEnd = !oldForm || peek().isWord("version") || peek().isWord("apply") ||
+                        peek().isWord("gui") || peek().isWord("end");
     if (hasEnd && !(oldForm && peek().isWord("end") && !peek(1).isWord("declare"))) {
         readDeclarationOptions(*declaration);
     }
@@ -169,6 +169,8 @@ void Reader::readDeclarationOptions(DeclarationElement& declaration) {
         const std::string_view word = token.text;
         if (token.isWord("version")) {
             declaration.version = integer("the version");
+        } else if (token.isWord("gui")) {
+            skipInterface();
         } else if (token.isWord("apply")) {
             do {
                 declaration.apply.push_back(name("a kind of use"));

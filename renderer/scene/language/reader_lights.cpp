@@ -19,7 +19,7 @@ void Reader::readMaterial(const Token& token, bool incremental) {
         material = base->material;
         material.opaque = material.opaque || opaque;
         if (base != &element) element.base = base->tag;
-    } else if (atShader()) {
+    } else if (atShaderList()) {
         ShaderUse use{owner, element.name};
         use.existing = material.shader;
         material.shader = readShaderList(use);
@@ -85,7 +85,7 @@ const MaterialElement* Reader::readMaterialBase(const ShaderUse& use) {
 void Reader::readLight(const Token& token, bool incremental) {
     auto& element = target<LightElement>(token, miSCENE_LIGHT, incremental);
     const Definition defined(*this, token, element.tag);
-    if (atShader()) {
+    if (atShaderList()) {
         ShaderUse use{fmt::format("light \"{}\"", element.name), element.name};
         use.existing = element.light.shader;
         element.light.shader = readShaderList(use);

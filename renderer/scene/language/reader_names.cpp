@@ -54,6 +54,7 @@ miTag Reader::reference(const Token& token, std::initializer_list<miScene_type> 
               isUse ? "a phenomenon without a result" : withArticle(kindName(element->type)), expected);
         return miNULLTAG;
     }
+    if (isPerhapsInMissingFile()) return miNULLTAG;
     std::vector<std::string> candidates;
     database_.visitNamed([&](const std::string& known, miTag knownTag) {
         const Element* other = database_.get(knownTag);
@@ -63,6 +64,12 @@ miTag Reader::reference(const Token& token, std::initializer_list<miScene_type> 
     error(locationOf(token), "\"{}\" is not defined before this place, where {} is expected{}", token.text,
           expected, nearest.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", nearest));
     return miNULLTAG;
+}
+
+/// Counts an unknown name. True when no error of its own is due.
+bool Reader::isPerhapsInMissingFile() {
+    if (memory_.filesMissing) ++memory_.unknownNames;
+    return memory_.filesMissing;
 }
 
 miTag Reader::lightReference(const Token& token) {
@@ -96,6 +103,7 @@ DeclarationElement* Reader::declarationReference(const Token& token) {
     if (auto* declaration = database_.find<DeclarationElement>(tag)) return declaration;
     // One message for each name: a missing declaration file would otherwise cause one at every use.
     if (!memory_.logged.insert("undeclared|" + fullName(token.text)).second) return nullptr;
+    if (isPerhapsInMissingFile()) return nullptr;
     std::vector<std::string> candidates;
     database_.visitDeclarations([&](const std::string& known, miTag) { candidates.push_back(known); });
     const std::string nearest = nearestName(token.text, {candidates.begin(), candidates.end()});
@@ -144,6 +152,7 @@ void Reader::define(const Token& token, miTag tag) {
 Element* Reader::incrementalTarget(const Token& token, miScene_type kind) {
     Element* element = database_.get(lookUp(token.text));
     if (!element) {
+        if (isPerhapsInMissingFile()) return nullptr;
         error(locationOf(token), "\"{}\" cannot be changed, as no {} of that name is defined", token.text,
               kindName(kind));
         return nullptr;

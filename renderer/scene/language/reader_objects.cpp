@@ -4,15 +4,21 @@
 #include "scene/language/reader.h"
 
 #include <array>
+#include <optional>
+#include <utility>
 
 namespace orca::scene {
 
 void Reader::readObject(const Token& token, bool incremental) {
-    auto& element = target<ObjectElement>(token, miSCENE_OBJECT, incremental);
-    const Definition defined(*this, token, element.tag);
+    // The object of a file fills the one that names the file, whatever it is called there.
+    ObjectElement* const placeholder = std::exchange(placeholder_, nullptr);
+    auto& element = placeholder ? *placeholder : target<ObjectElement>(token, miSCENE_OBJECT, incremental);
+    std::optional<Definition> defined;
+    if (!placeholder) defined.emplace(*this, token, element.tag);
     lastMaterialName_.clear();
     lastMaterial_ = miNULLTAG;
-    bool replaced = !incremental;
+    bool replaced = !incremental && !placeholder;
+    Token file;
     while (!endsBlock("object", element.name)) {
         const Token word = next();
         if (word.isWord("group") || word.isWord("trilist")) {
@@ -27,12 +33,27 @@ void Reader::readObject(const Token& token, bool incremental) {
             } else {
                 readTriangleList(element, word);
             }
+        } else if (word.isWord("file")) {
+            if (!atString())
+                fail(peek(), "expected the object's file as a quoted string, not {}", peek().shown());
+            file = next();
         } else if (word.isWord("basis")) {
             skipGeometry(element, locationOf(word), "free-form surfaces and curves", "object");
         } else if (word.isWord("hair") || word.isWord("particle")) {
             skipGeometry(element, locationOf(word), word.isWord("hair") ? "hair" : "particles", word.text);
         } else if (!readObjectFlag(element, word) && !readObjectStatement(element, word)) {
             fail(word, "object \"{}\": unknown statement {}", element.name, word.shown());
+        }
+    }
+    if (file.kind == Token::Kind::String) {
+        Reader inner(scene_, options_, callbacks_);
+        inner.namespaces_ = namespaces_;
+        inner.placeholder_ = &element;
+        const int errorsBefore = scene_.errors_;
+        if (readFileOf(inner, element, std::string(file.text)) && inner.placeholder_ &&
+            scene_.errors_ == errorsBefore) {
+            error(locationOf(file), "object \"{}\": its file \"{}\" holds no object, so it stays empty",
+                  element.name, file.text);
         }
     }
     element.updateBounds();

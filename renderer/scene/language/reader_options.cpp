@@ -17,12 +17,12 @@ std::pair<std::string_view, std::string_view> firstWord(std::string_view words) 
     return {words.substr(0, blank), words.substr(std::min(blank + 1, words.size()))};
 }
 
-bool beginsOption(const Token& token) {
+/// Whether several statements begin with this word.
+bool isFamily(std::string_view word) {
     const auto statements = optionStatements();
-    return token.kind == Token::Kind::Symbol &&
-           std::any_of(statements.begin(), statements.end(), [&](const OptionStatement& each) {
-               return firstWord(each.words).first == token.text;
-           });
+    return std::count_if(statements.begin(), statements.end(), [&](const OptionStatement& each) {
+               return firstWord(each.words).first == word;
+           }) > 1;
 }
 
 } // namespace
@@ -53,20 +53,60 @@ void Reader::readStringOption(OptionsElement& element, const Token& option) {
         if (numbers.size() > 2) {
             element.strings[key] = numbers;
         } else if (numbers.size() == 2) {
-            fail(option, "string option \"{}\" has 2 numbers; it takes 1, 3 or 4", key);
+            ignoredOption(element, option, "it takes 1, 3 or 4 numbers");
         } else if (first.kind == Token::Kind::Integer && first.fitsInteger) {
             element.strings[key] = first.integer;
         } else {
             element.strings[key] = first.number;
         }
     } else {
-        fail(peek(), "string option \"{}\" needs a boolean, a string or numbers, not {}", key,
-             peek().shown());
+        ignoredOption(element, option, "it takes a boolean, a string or numbers");
     }
 }
 
-/// Reads the words of a statement, the longest that fit: the first, `token`, has been read. Null for an
-/// unknown first word.
+/// Reads on to the next statement, and says what is left out from `first` on: in a warning, as there are
+/// settings of all kinds that change no picture here.
+void Reader::ignoredOption(const OptionsElement& element, const Token& first, std::string_view reason) {
+    constexpr std::size_t longest = 100;
+    const auto written = [](const Token& token) {
+        return token.kind == Token::Kind::String ? fmt::format("\"{}\"", token.text)
+                                                 : std::string(token.text);
+    };
+    std::string text = written(first);
+    while (!atOption()) {
+        const Token token = next();
+        if (text.size() < longest) text += ' ' + written(token);
+        if (token.kind == Token::Kind::Backquote) stream_.skipBinary();
+    }
+    once(strictly(LogLevel::Warning), locationOf(first), "ignored option " + text,
+         fmt::format("options \"{}\": {} is ignored: {}", element.name, text, reason));
+}
+
+/// Before the next statement of the block, or its end.
+bool Reader::atOption() {
+    const Token& token = peek();
+    if (token.kind == Token::Kind::End || token.isWord("end")) return true;
+    if (block_ == "view" && atCameraStatement()) return true;
+    if (token.kind == Token::Kind::String) { // a string option, or the argument of what is ignored
+        const Token& value = peek(1);
+        return value.isNumber() || value.kind == Token::Kind::String || value.isWord("on") ||
+               value.isWord("off") || value.isWord("true") || value.isWord("false");
+    }
+    if (token.kind != Token::Kind::Symbol) return false;
+    const auto statements = optionStatements();
+    return std::any_of(statements.begin(), statements.end(), [&](const OptionStatement& each) {
+        auto [word, rest] = firstWord(each.words);
+        std::size_t ahead = 0;
+        while (!word.empty() && peek(ahead).isWord(word)) {
+            std::tie(word, rest) = firstWord(rest);
+            ++ahead;
+        }
+        return word.empty();
+    });
+}
+
+/// Reads the words of a statement, the longest that fit: the first, `token`, has been read. Null for unknown
+/// ones.
 const OptionStatement* Reader::readOptionWords(const Token& token) {
     const OptionStatement* best = nullptr;
     std::size_t most = 0; // words that fit
@@ -85,27 +125,29 @@ const OptionStatement* Reader::readOptionWords(const Token& token) {
         most = fitting;
         whole = fits;
     }
+    if (!best || (!whole && most > 1)) return nullptr;
     for (std::size_t i = 1; i < most; ++i) next();
-    if (!best || whole) return best;
+    if (whole) return best;
     // "task 32" is clear; "camera" is not.
-    if (best->most > 0 && atNumber()) return best;
-    fail(peek(), "expected \"{}\", not \"{}\" and {}", best->words, token.text, peek().shown());
+    return best->most > 0 && atNumber() ? best : nullptr;
 }
 
-OptionValues Reader::readOptionValues(const OptionStatement& statement) {
-    OptionValues values;
-    const auto refuse = [&] {
-        fail(peek(), "expected {} after \"{}\", not {}", statement.expected(), statement.words,
-             peek().shown());
+/// Returns what is wrong with the values, empty when nothing is.
+std::string Reader::readOptionValues(const OptionStatement& statement, OptionValues& values) {
+    const auto refused = [&] {
+        return fmt::format("expected {} after \"{}\", not {}", statement.expected(), statement.words,
+                           peek().shown());
     };
+    const auto readFlag = [&] { values.flag |= !statement.flag.empty() && accept(statement.flag); };
+    readFlag();
     if (!statement.choices.empty()) {
         const Word* chosen =
             peek().kind == Token::Kind::Symbol ? findWord(statement.choices, peek().text) : nullptr;
-        if (!chosen) refuse();
+        if (!chosen) return refused();
         next();
         values.word = chosen->code;
     }
-    if (!statement.flag.empty()) values.flag = accept(statement.flag);
+    readFlag();
     while (values.count < statement.most) {
         const Token& token = peek();
         const bool fits = values.count < statement.integers
@@ -117,8 +159,7 @@ OptionValues Reader::readOptionValues(const OptionStatement& statement) {
         ++values.count;
         next();
     }
-    if (values.count < statement.fewest) refuse();
-    return values;
+    return values.count < statement.fewest ? refused() : std::string();
 }
 
 void Reader::readOptionStatement(OptionsElement& element, const Token& token) {
@@ -130,17 +171,33 @@ void Reader::readOptionStatement(OptionsElement& element, const Token& token) {
         std::vector<std::string_view> words;
         for (const OptionStatement& each : optionStatements()) words.push_back(firstWord(each.words).first);
         const std::string nearest = nearestName(token.text, words);
-        error(location, "{}: unknown statement {}{}", owner, token.shown(),
-              nearest.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", nearest));
-        skipToOption();
+        ignoredOption(element, token,
+                      nearest.empty() || nearest == token.text
+                          ? "it is not known here"
+                          : fmt::format("it is not known here (did you mean \"{}\"?)", nearest));
         return;
     }
     OptionValues values;
     bool isOff = false;
     switch (statement->form) {
     case OptionStatement::Form::Values: {
-        const SourceLocation at = locationOf(peek());
-        values = readOptionValues(*statement);
+        const Token atValues = peek();
+        const SourceLocation at = locationOf(atValues);
+        const bool otherWord = atValues.kind == Token::Kind::Symbol && isFamily(statement->words);
+        if (const std::string refused = readOptionValues(*statement, values); !refused.empty()) {
+            if (otherWord || !statement->set) {
+                Token words = token;
+                words.text = statement->words;
+                ignoredOption(element, words, "it is not known here");
+            } else {
+                error(locationOf(peek()), "{}", refused);
+                skipToOption();
+            }
+            return;
+        }
+        if (atNumber())
+            ignoredOption(element, next(),
+                          fmt::format("\"{}\" takes {}", statement->words, statement->expected()));
         if (const std::string problem = statement->problemOf(values); !problem.empty()) {
             error(at, "{}: \"{}\" {}", owner, statement->words, problem);
             return;
@@ -166,21 +223,12 @@ bool Reader::skipOptionRest() {
         next();
     };
     if (peek().kind == Token::Kind::Symbol && !peek().isWord("end")) skip();
-    for (;;) {
-        const Token& token = peek();
-        if (token.kind == Token::Kind::End || token.isWord("end") || atString() || beginsOption(token))
-            return isOff;
-        skip();
-    }
+    while (!atOption()) skip();
+    return isOff;
 }
 
 void Reader::skipToOption() {
-    for (;;) {
-        const Token& token = peek();
-        if (token.kind == Token::Kind::End || token.isWord("end") || atString() || beginsOption(token))
-            return;
-        next();
-    }
+    while (!atOption()) next();
 }
 
 void Reader::readOwnOption(OptionsElement& element, const OptionStatement& statement,

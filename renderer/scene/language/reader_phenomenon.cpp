@@ -26,15 +26,15 @@ bool Reader::readPhenomenonPart(DeclarationElement& declaration, const Token& to
         const Token name = nameToken("an instance");
         readInstance(name, false);
         attached.instances.push_back(lookUp(name.text));
-    } else if (word == "lens" && atShader()) {
+    } else if (word == "lens" && atShaderList()) {
         attached.lens.push_back(readShaderList(use));
-    } else if (word == "volume" && atShader()) {
+    } else if (word == "volume" && atShaderList()) {
         attached.volume.push_back(readShaderList(use));
-    } else if (word == "environment" && atShader()) {
+    } else if (word == "environment" && atShaderList()) {
         attached.environment.push_back(readShaderList(use));
-    } else if (word == "output" && (namesPart || atShader())) {
+    } else if (word == "output" && (namesPart || atShaderList())) {
         attached.outputs.push_back(readOutput(use, locationOf(token)));
-    } else if (word == "contour" || (word == "geometry" && atShader())) {
+    } else if (word == "contour" || (word == "geometry" && atShaderList())) {
         unsupported(LogLevel::Error, locationOf(token), "phenomenon root " + word,
                     fmt::format("phenomenon \"{}\": attaching a shader as {} is not supported",
                                 declaration.name, word));

@@ -1,43 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/language/reader.h"
 
-#include <bit>
+#include <array>
 #include <cmath>
-#include <cstring>
 
 namespace orca::scene {
 
-namespace {
-
-float bigEndianFloat(const char* bytes) {
-    std::uint32_t word;
-    std::memcpy(&word, bytes, sizeof word);
-    return std::bit_cast<float>(__builtin_bswap32(word));
-}
-
-} // namespace
-
 void Reader::readVectors(PolygonGroup& group) {
-    for (;;) {
-        miVector read;
-        const bool isNumber = stream_.nextNumber(read.x);
-        if (isNumber) {
-            if (!stream_.nextNumber(read.y) || !stream_.nextNumber(read.z)) {
-                fail(peek(), "vector {} of the list has fewer than 3 numbers: {} follows",
-                     group.vectors.size(), peek().shown());
-            }
-        } else if (peek().kind == Token::Kind::Backquote) {
-            next();
-            const std::string_view bytes = stream_.binary(12, "a binary vector");
-            read = {bigEndianFloat(bytes.data()), bigEndianFloat(bytes.data() + 4),
-                    bigEndianFloat(bytes.data() + 8)};
-            if (!std::isfinite(read.x) || !std::isfinite(read.y) || !std::isfinite(read.z)) {
+    for (std::array<float, 3> read;;) {
+        if (stream_.nextBinaryVector(read)) {
+            if (!std::isfinite(read[0]) || !std::isfinite(read[1]) || !std::isfinite(read[2])) {
                 fail(peek(), "vector {} of the list is not finite", group.vectors.size());
             }
-        } else {
+        } else if (!stream_.nextNumber(read[0])) {
             return;
+        } else if (!stream_.nextNumber(read[1]) || !stream_.nextNumber(read[2])) {
+            fail(peek(), "vector {} of the list has fewer than 3 numbers: {} follows", group.vectors.size(),
+                 peek().shown());
         }
-        group.vectors.push_back(read);
+        group.vectors.push_back({read[0], read[1], read[2]});
     }
 }
 

@@ -39,8 +39,13 @@ bool Reader::atShader() {
     return peek().is('=') || (peek().isName() && peek(1).is('('));
 }
 
+bool Reader::atShaderList() {
+    if (!peek().is('[')) return atShader();
+    return peek(1).is('=') || peek(1).is(']') || (peek(1).isName() && !peek(1).isWord("end"));
+}
+
 miTag Reader::requiredShaderList(const ShaderUse& use, std::string_view slot) {
-    if (!atShader()) {
+    if (!atShaderList()) {
         fail(peek(), "{}: expected a shader, as in \"name\" ( ... ) or = \"name\", not {}", slot,
              peek().shown());
     }
@@ -54,7 +59,11 @@ miTag Reader::readShaderList(const ShaderUse& use, std::vector<miTag>* members) 
     // What other lists have appended to a named list follows it, however the list changes.
     const miTag appended =
         edited ? std::exchange(endOfOwnList(*edited).function()->next_function, miNULLTAG) : miNULLTAG;
-    while (atShader()) {
+    // In brackets, commas may part the members, and names alone refer to shaders.
+    const bool bracketed = peek().is('[') && atShaderList();
+    if (bracketed) next();
+    const auto more = [&] { return bracketed ? !peek().is(']') : atShader(); };
+    for (; more(); bracketed && accept(',')) {
         const SourceLocation location = locationOf(peek());
         const miTag shader = readShader(use, existing);
         if (auto* const before = database_.find<FunctionElement>(existing)) {
@@ -62,13 +71,14 @@ miTag Reader::readShaderList(const ShaderUse& use, std::vector<miTag>* members) 
             existing = end.function()->next_function;
             // A member takes its new place without those that followed it in the old list. A shader that is
             // edited on its own keeps them.
-            if (shader == before->tag && (before != edited || atShader()))
+            if (shader == before->tag && (before != edited || more()))
                 end.function()->next_function = miNULLTAG;
         }
         if (!shader) continue;
         if (members) members->push_back(shader);
         linkShader(head, last, shader, location);
     }
+    if (bracketed) next();
     // A list that became shorter ends with its last member.
     if (use.existing && last) database_.find<FunctionElement>(last)->function()->next_function = miNULLTAG;
     if (use.editsNamed && last) {
@@ -115,7 +125,7 @@ void Reader::linkShader(miTag& head, miTag& last, miTag shader, const SourceLoca
 }
 
 miTag Reader::readShader(const ShaderUse& use, miTag existing) {
-    if (accept('=')) {
+    if (accept('=') || !peek(1).is('(')) {
         if (peek().isWord("interface") && peek(1).isName()) {
             fail(peek(),
                  "{}: a list takes no shaders from the interface; hand them to a parameter of type "

@@ -52,7 +52,7 @@ void Reader::readTexture(const Token& token, std::string_view firstWord, bool in
     }
     if (peek().is('[')) {
         readInlinePixels(element, locationOf(nameOf));
-    } else if (atShader()) {
+    } else if (atShaderList()) {
         element.shader = readShaderList({fmt::format("texture \"{}\"", element.name), element.name});
     } else if (atString()) {
         element.file = fileNameIn(next());

@@ -1,11 +1,32 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/language/reader.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstring>
 
 namespace orca::scene {
+
+namespace {
+
+/// The layout where the number after "b" counts bases, not vectors: some files have it so, and only the
+/// number of their scalars tells.
+TriangleList::Layout countingBases(TriangleList::Layout layout) {
+    if (layout.bump < 0) return layout;
+    const int more = 6 * layout.bumpCount;
+    const auto move = [&](int& offset) {
+        if (offset > layout.bump) offset += more;
+    };
+    for (int* offset : {&layout.normal, &layout.derivatives, &layout.secondDerivatives, &layout.motion})
+        move(*offset);
+    for (int& offset : layout.texture) move(offset);
+    for (int& offset : layout.user) move(offset);
+    layout.bumpCount *= 2;
+    layout.stride += more;
+    return layout;
+}
+
+} // namespace
 
 void Reader::readVertexCodes(TriangleList::Layout& layout, const ObjectElement& element) {
     constexpr int most = 64; // parts of one kind
@@ -43,7 +64,10 @@ void Reader::readVertexCodes(TriangleList::Layout& layout, const ObjectElement& 
         } else if (accept("d2")) {
             layout.secondDerivatives = claim(9);
         } else if (accept("b")) {
-            layout.bumpCount = repeated("bump bases");
+            // The count is of vectors, two to a basis; a bare "b" is one basis.
+            const Token at = peek();
+            const int vectors = at.kind == Token::Kind::Integer ? repeated("vectors of bump bases") : 2;
+            layout.bumpCount = vectors % 2 == 0 ? vectors / 2 : vectors;
             layout.bump = claim(6 * layout.bumpCount);
         } else if (accept("m")) {
             layout.motionCount = repeated("motion vectors");
@@ -58,47 +82,46 @@ void Reader::readVertexCodes(TriangleList::Layout& layout, const ObjectElement& 
     }
 }
 
-/// A list in brackets, or as `binaryWord` and a block of big-endian words between backquotes; the word may be
-/// left out.
+/// A list in brackets, or as `binaryWord` and blocks of big-endian words between backquotes; the word may be
+/// left out. There are `count` numbers, or `otherCount`.
 template <class T>
 void Reader::readNumberList(std::vector<T>& values, std::size_t count, std::string_view binaryWord,
-                            const std::string& what) {
+                            const std::string& what, std::size_t otherCount) {
     if (accept(binaryWord) && peek().kind == Token::Kind::Integer) next(); // the count once more
     const bool bracket = accept('[');
-    if (peek().kind == Token::Kind::Backquote) {
-        next();
-        const std::string_view bytes = stream_.binary(count * 4, what.c_str());
-        values.resize(count);
-        for (std::size_t i = 0; i < count; ++i) {
-            std::uint32_t word;
-            std::memcpy(&word, bytes.data() + 4 * i, sizeof word);
-            values[i] = std::bit_cast<T>(__builtin_bswap32(word));
-        }
-        if (bracket) expect(']', what);
-        return;
-    }
-    if (!bracket) fail(peek(), "expected {} in brackets or as a binary block, not {}", what, peek().shown());
+    const std::size_t most = std::max(count, otherCount);
+    const auto left = [&](std::size_t of) { return of - std::min(of, values.size()); };
+    if (!bracket && peek().kind != Token::Kind::Backquote)
+        fail(peek(), "expected {} in brackets or as a binary block, not {}", what, peek().shown());
     for (;;) {
         T value{};
         bool isValue = false;
         if constexpr (std::is_same_v<T, float>) {
-            isValue = stream_.nextNumber(value);
+            isValue = bracket && stream_.nextNumber(value);
         } else {
-            isValue = stream_.nextInteger(value);
+            isValue = bracket && stream_.nextInteger(value);
         }
-        if (isValue && values.size() < count) {
+        if (isValue && values.size() < most) {
             values.push_back(value);
         } else if (isValue) {
             fail(peek(), "{}: there are more than the {} numbers that its counts ask for", what, count);
-        } else if (!accept(',')) {
+        } else if (peek().kind == Token::Kind::Backquote && (bracket || left(most) > 0)) {
+            next();
+            const std::string_view bytes =
+                stream_.binaryBlock({4 * left(count), 4 * left(otherCount)}, what.c_str());
+            if (bytes.size() / 4 > left(most))
+                fail(peek(), "{}: there are more than the {} numbers that its counts ask for", what, count);
+            for (std::size_t at = 0; at + 4 <= bytes.size(); at += 4)
+                values.push_back(std::bit_cast<T>(bigEndianWord(bytes.data() + at)));
+        } else if (!bracket || !accept(',')) {
             break;
         }
     }
-    if (values.size() != count) {
+    if (values.size() != count && values.size() != otherCount) {
         fail(peek(), "{}: {} numbers are needed, but {} follows after {}", what, count, peek().shown(),
              values.size());
     }
-    expect(']', what);
+    if (bracket) expect(']', what);
 }
 
 void Reader::readTriangleList(ObjectElement& element, const Token& token) {
@@ -122,13 +145,20 @@ void Reader::readTriangleList(ObjectElement& element, const Token& token) {
         peek().kind == Token::Kind::Integer ? count("the number of border triangles") : 0;
     list.vertexCount = static_cast<std::uint32_t>(vertices);
     const std::string owner = fmt::format("object \"{}\", ", element.name);
-    readNumberList(list.vertices, vertices * list.layout.stride, "scalar", owner + "vertices of the trilist");
+    const TriangleList::Layout otherLayout = countingBases(list.layout);
+    readNumberList(list.vertices, vertices * static_cast<std::size_t>(list.layout.stride), "scalar",
+                   owner + "vertices of the trilist",
+                   vertices * static_cast<std::size_t>(otherLayout.stride));
+    if (list.vertices.size() != vertices * static_cast<std::size_t>(list.layout.stride))
+        list.layout = otherLayout;
     const std::size_t words = element.tagged ? 4 : 3;
     std::vector<std::int32_t> indices;
-    readNumberList(indices, triangles * words, "integer", owner + "triangles of the trilist");
+    readNumberList(indices, triangles * words, "integer", owner + "triangles of the trilist",
+                   triangles * words);
     if (!peek().isWord("end")) {
         std::vector<std::int32_t> dropped; // displacement's neighbours only
-        readNumberList(dropped, border * words, "integer", owner + "border triangles of the trilist");
+        readNumberList(dropped, border * words, "integer", owner + "border triangles of the trilist",
+                       border * words);
     }
     expectEnd("trilist");
     list.indices.reserve(triangles * 3);

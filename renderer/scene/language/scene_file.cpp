@@ -5,6 +5,7 @@
 #include "scene/language/source_text.h"
 
 #include <exception>
+#include <utility>
 
 namespace orca::scene {
 
@@ -39,6 +40,10 @@ bool Scene::parseText(std::string text, const std::string& name, const ParserOpt
     for (const auto& [key, value] : options.variables) memory_->variables.set(key, value);
     for (const auto& [key, value] : options.registry) memory_->variables.setEntry(key, {{{"value", value}}});
     const bool finished = Reader(*this, options, callbacks).read(name, std::move(text));
+    if (memory_->unknownNames > 0) {
+        log_.info("SCEN", "{}: {} times a name is unknown that the missing files may define", name,
+                  std::exchange(memory_->unknownNames, 0));
+    }
     if (finished && errors_ == 0 && renderStatements_ == 0) {
         log_.info("SCEN", "{}: no render statement so far", name);
     }

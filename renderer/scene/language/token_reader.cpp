@@ -139,10 +139,23 @@ std::string TokenReader::fileNameIn(const Token& text) {
     return file;
 }
 
+void TokenReader::skipInterface() {
+    if (atString() || (peek().kind == Token::Kind::Symbol && (peek(1).is('{') || peek(1).is('(')))) next();
+    if (peek().is('(')) skipBalanced();
+    if (peek().is('{')) skipBalanced();
+}
+
 void TokenReader::skipBalanced() {
     int depth = 0;
     do {
-        const Token token = next();
+        Token token;
+        try {
+            token = next();
+        } catch (const ReadingStopped&) {
+            throw;
+        } catch (const SyntaxError&) {
+            continue; // skipped text needs no message
+        }
         if (token.kind == Token::Kind::End) return;
         if (token.is('(') || token.is('[') || token.is('{')) ++depth;
         if (token.is(')') || token.is(']') || token.is('}')) --depth;

@@ -21,6 +21,8 @@ struct Scene::Memory {
     Variables variables;
     std::set<std::string> logged;                ///< "kind of construct|file" of what is not supported
     std::map<std::string, miTag> phenomenonUses; ///< names of expanded phenomena
+    bool filesMissing = false;                   ///< an included file, so that what it defines is not known
+    int unknownNames = 0;                        ///< that it may define; they get no message of their own
 };
 
 /// Reads single tokens and values of one file and what it includes, and reports what is wrong with them.
@@ -75,6 +77,9 @@ protected:
     bool atString() { return peek().kind == Token::Kind::String; }
     [[nodiscard]] std::string fileNameIn(const Token& text);
     void skipBalanced();
+    /// Skips a description of a user interface from after its first word: a name, text in parentheses and a
+    /// block in braces, each of which may be left out.
+    void skipInterface();
 
     Scene& scene_;
     const ParserOptions& options_;

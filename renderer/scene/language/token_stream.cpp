@@ -5,6 +5,7 @@
 
 #include "scene/language/source_text.h"
 
+#include <bit>
 #include <exception>
 
 namespace orca::scene {
@@ -55,7 +56,7 @@ const Token& TokenStream::peek(std::size_t ahead) {
 
 void TokenStream::checkStop() const {
     if (options_.stop && options_.stop->load(std::memory_order_relaxed))
-        throw UnusableFile(sources_[stack_.back()].lexer->here(), "interrupted");
+        throw ReadingStopped(sources_[stack_.back()].lexer->here(), "interrupted");
 }
 
 bool TokenStream::nextNumber(float& value) {
@@ -71,6 +72,17 @@ bool TokenStream::nextInteger(std::int32_t& value) {
     if (ahead_.empty() && lexer().nextInteger(value)) return true;
     if (peek().kind != Token::Kind::Integer || !peek().fitsInteger) return false;
     value = next().integer;
+    return true;
+}
+
+bool TokenStream::nextBinaryVector(std::array<float, 3>& vector) {
+    checkStop();
+    if (ahead_.empty()) return lexer().nextBinaryVector(vector);
+    if (peek().kind != Token::Kind::Backquote) return false;
+    next();
+    const std::string_view bytes = binary(sizeof vector, "a binary vector");
+    for (std::size_t i = 0; i < vector.size(); ++i)
+        vector[i] = std::bit_cast<float>(bigEndianWord(bytes.data() + 4 * i));
     return true;
 }
 
@@ -232,8 +244,9 @@ void TokenStream::include(const std::string& name, bool searchPathsOnly, const S
         try {
             text = readSourceText(path, options_.stop);
         } catch (const std::exception& reason) {
-            throw UnusableFile(location,
-                               fmt::format("cannot read the included file \"{}\": {}", path, reason.what()));
+            checkStop();
+            missing_(location, fmt::format("cannot read the included file \"{}\": {}", path, reason.what()));
+            return;
         }
         if (!text) continue;
         files_.push_back({path, location});
@@ -242,8 +255,8 @@ void TokenStream::include(const std::string& name, bool searchPathsOnly, const S
     }
     std::string list;
     for (const std::string& path : tried) list += (list.empty() ? "" : ", ") + path;
-    throw UnusableFile(location, fmt::format("cannot read the included file \"{}\"; tried {}", file,
-                                             list.empty() ? "nothing, as there is no include path" : list));
+    missing_(location, fmt::format("cannot read the included file \"{}\"; tried {}", file,
+                                   list.empty() ? "nothing, as there is no include path" : list));
 }
 
 } // namespace orca::scene

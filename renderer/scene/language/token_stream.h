@@ -16,8 +16,8 @@ namespace orca::scene {
 struct ParserOptions;
 struct ReadFile;
 
-/// A file that cannot be read any further. Everything after it would miss what it defines.
-class UnusableFile : public SyntaxError {
+/// The end of all reading before the end of the files.
+class ReadingStopped : public SyntaxError {
 public:
     using SyntaxError::SyntaxError;
 };
@@ -28,7 +28,7 @@ public:
 /// act when the reader's look-ahead reaches them, so the reader looks ahead only where the grammar needs it.
 class TokenStream {
 public:
-    /// Adds what it includes to `files`. Throws UnusableFile once the options' `stop` is set.
+    /// Adds what it includes to `files`. Throws ReadingStopped once the options' `stop` is set.
     TokenStream(const Variables& variables, const ParserOptions& options, std::vector<ReadFile>& files);
 
     void open(const std::string& name, std::string text);
@@ -36,7 +36,11 @@ public:
     void onLookup(std::function<void(const std::string& name, const SourceLocation&)> action) {
         lookup_ = std::move(action);
     }
-    /// Reads a file in place; throws UnusableFile when it is not found.
+    /// Hears of included files that cannot be read, and where that was asked for; reading goes on after them.
+    void onMissingFile(std::function<void(const SourceLocation&, const std::string& text)> report) {
+        missing_ = std::move(report);
+    }
+    /// Reads a file in place.
     void include(const std::string& name, bool searchPathsOnly, const SourceLocation& location);
 
     Token next();
@@ -44,8 +48,12 @@ public:
     /// As of Lexer: fast paths for long lists, with the general look-ahead kept right.
     bool nextNumber(float& value);
     bool nextInteger(std::int32_t& value);
+    bool nextBinaryVector(std::array<float, 3>& vector);
     /// Directly after a Backquote token, or an opening bracket for hexBytes.
     std::string_view binary(std::size_t size, const char* what) { return lexer().binary(size, what); }
+    std::string_view binaryBlock(std::initializer_list<std::size_t> sizes, const char* what) {
+        return lexer().binaryBlock(sizes, what);
+    }
     void skipBinary() { lexer().skipBinary(); }
     void hexBytes(std::vector<unsigned char>& bytes) { lexer().hexBytes(bytes); }
 
@@ -85,6 +93,7 @@ private:
     const ParserOptions& options_;
     std::vector<ReadFile>& files_;
     std::function<void(const std::string&, const SourceLocation&)> lookup_;
+    std::function<void(const SourceLocation&, const std::string&)> missing_;
     std::vector<Source> sources_;    // all that were opened: tokens point into their texts
     std::vector<std::size_t> stack_; // indices of those being read
     std::deque<Token> ahead_;
