@@ -70,6 +70,7 @@ struct CommandLine {
     bool resumes = false, skipsExisting = false;
     bool portable = false; ///< the same pixels on machines with other vector instructions
     std::string developed; ///< checkpoint to show; nothing is rendered
+    std::string echoFile;  ///< where the scene is written as it is read; nothing is rendered
     std::string statisticsFile;
     std::string progress = "auto"; ///< auto, off, json
     std::vector<std::string> includePaths, libraryPaths, texturePaths, libraries;

@@ -78,6 +78,10 @@ void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
                    "add a line of JSON for every picture: counts, times, what it cost and what became of it")
         ->group(group)
         ->type_name("FILE");
+    app.add_option("--echo", command.echoFile,
+                   "write the scene as it is read, with all that it includes, as one file; render nothing")
+        ->group(group)
+        ->type_name("FILE");
     app.add_flag("--list-outputs", command.listsOutputs, "print files, parts and channels; render nothing")
         ->group(group);
 }

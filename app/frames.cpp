@@ -57,24 +57,6 @@ std::string rangesOf(std::vector<int> frames) {
     return text;
 }
 
-bool hasFramePattern(std::string_view name) {
-    return name.find('#') != std::string_view::npos;
-}
-
-std::string withFrame(std::string_view pattern, int frame) {
-    std::string name;
-    for (std::size_t at = 0; at < pattern.size();) {
-        if (pattern[at] != '#') {
-            name += pattern[at++];
-            continue;
-        }
-        const std::size_t end = std::min(pattern.find_first_not_of('#', at), pattern.size());
-        name += fmt::format("{:0{}}", frame, end - at);
-        at = end;
-    }
-    return name;
-}
-
 std::string withFrameAdded(const std::string& path, int frame) {
     std::filesystem::path name(path);
     const std::string extension = name.extension().string();

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "scene/elements/file_pattern.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,11 +17,8 @@ namespace orca::app {
 /// The frame numbers as a range, in the form that `framesOf` reads: "1-3,7".
 [[nodiscard]] std::string rangesOf(std::vector<int> frames);
 
-/// True when the name has a run of `#`, a placeholder of the frame number.
-[[nodiscard]] bool hasFramePattern(std::string_view name);
-
-/// Every run of `#` replaced by the frame number, padded with zeros to the run's length.
-[[nodiscard]] std::string withFrame(std::string_view pattern, int frame);
+using scene::hasFramePattern;
+using scene::withFrame;
 
 /// The frame number put before the extension: "a.exr" becomes "a.0012.exr".
 [[nodiscard]] std::string withFrameAdded(const std::string& path, int frame);

@@ -11,6 +11,7 @@
 #include "portable.h"
 #include "report.h"
 #include "run_reports.h"
+#include "scene_echo.h"
 #include "scene_run.h"
 #include "stop_signal.h"
 #include "supervisor.h"
@@ -141,7 +142,8 @@ int main(int argc, char** argv) {
     log.setAdvice(adviceFor);
     log.setStamped(!::isatty(STDERR_FILENO));
     return reported(log, [&] {
-        return parsed.command->developed.empty() ? renderAll(*parsed.command, log)
-                                                 : developCheckpoint(*parsed.command, log);
+        if (!parsed.command->developed.empty()) return developCheckpoint(*parsed.command, log);
+        if (!parsed.command->echoFile.empty()) return echoScenes(*parsed.command, log);
+        return renderAll(*parsed.command, log);
     });
 }

@@ -35,18 +35,6 @@ std::vector<std::string> searchPaths(std::vector<std::string> given, const char*
     return given;
 }
 
-scene::ParserOptions parserOptions(const CommandLine& command) {
-    scene::ParserOptions options;
-    options.includePaths =
-        searchPaths(command.includePaths, "MI_RAY_INCPATH", installation().declarationPaths);
-    options.registry = command.registry;
-    options.variables = command.variables;
-    options.verbosityFixed = command.verbosity.has_value();
-    options.renderAnyway = command.renderAnyway;
-    options.strict = command.strict;
-    return options;
-}
-
 /// A bar on a terminal; a log gets lines when its verbosity asks for them.
 Progress::Style progressStyle(const CommandLine& command) {
     if (command.progress == "off") return Progress::Style::Quiet;
@@ -58,6 +46,18 @@ Progress::Style progressStyle(const CommandLine& command) {
 }
 
 } // namespace
+
+scene::ParserOptions parserOptions(const CommandLine& command) {
+    scene::ParserOptions options;
+    options.includePaths =
+        searchPaths(command.includePaths, "MI_RAY_INCPATH", installation().declarationPaths);
+    options.registry = command.registry;
+    options.variables = command.variables;
+    options.verbosityFixed = command.verbosity.has_value();
+    options.renderAnyway = command.renderAnyway;
+    options.strict = command.strict;
+    return options;
+}
 
 SceneRun::SceneRun(const CommandLine& command, Log& log, StopSignal& stop, LimitWatcher& limits,
                    OutputFiles& files, std::optional<int> frame, int skipped)

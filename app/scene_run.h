@@ -27,6 +27,9 @@
 
 namespace orca::app {
 
+/// How scenes are read that the command names.
+[[nodiscard]] scene::ParserOptions parserOptions(const CommandLine& command);
+
 /// Reads one scene and renders its pictures.
 class SceneRun {
 public:

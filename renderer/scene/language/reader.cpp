@@ -45,6 +45,7 @@ bool Reader::read(const std::string& fileName, std::string text) {
     try {
         for (;;) {
             try {
+                if (stream_.writer()) stream_.writer()->beginStatement();
                 const Token token = next();
                 if (token.kind == Token::Kind::End) break;
                 readStatement(token);
@@ -148,6 +149,8 @@ void Reader::withoutEffect(LogLevel level, const SourceLocation& location, const
 
 bool Reader::endsBlock(std::string_view kind, const std::string& owner) {
     const Token& token = peek();
+    const bool isInPhenomenon = phenomenon_ && kind != "declare";
+    newLine((isInPhenomenon ? 1 : 0) + (token.isWord("end") ? 0 : 1));
     if (token.isWord("end")) {
         expectEnd(kind);
         return true;

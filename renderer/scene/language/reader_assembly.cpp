@@ -65,6 +65,13 @@ void Reader::readAssembly(const Token& token) {
     inner.namespaces_ = namespaces_;
     inner.namespaces_.push_back(element.name);
     const int errorsBefore = scene_.errors_;
+    SceneWriter* const writer = stream_.writer();
+    if (writer) {
+        writer->discardStatement();
+        writer->word("namespace");
+        writer->string(token.text);
+        writer->beginStatement();
+    }
     const bool finished = readFileOf(inner, element, file);
     if (auto* const root = database_.find<GroupElement>(inner.assemblyRoot_)) {
         std::set<miTag> seen;
@@ -74,6 +81,18 @@ void Reader::readAssembly(const Token& token) {
         error(element.location, "assembly \"{}\": its file \"{}\" names no root group, so it stays empty",
               element.name, file);
     }
+    if (!writer) return;
+    writer->beginStatement();
+    writer->word("end namespace");
+    writer->beginStatement();
+    writer->word("instgroup");
+    writer->string(token.text);
+    for (const miTag member : element.members) {
+        writer->beginLine(1);
+        writer->string("::" + database_.get(member)->name);
+    }
+    writer->beginLine(0);
+    writer->word("end instgroup");
 }
 
 } // namespace orca::scene

@@ -73,6 +73,7 @@ bool Reader::readCommand(std::string_view word, const Token& token) {
         readRender(token);
     } else if (word == "root" && atString()) {
         assemblyRoot_ = reference(nameToken("the root group"), {miSCENE_GROUP}, "the root instance group");
+        if (stream_.writer()) stream_.writer()->discardStatement();
     } else {
         return false;
     }
@@ -108,12 +109,14 @@ void Reader::lookUpRegistry(const std::string& entryName, const SourceLocation& 
             token.text = value;
             token.line = static_cast<std::uint32_t>(location.line);
             token.column = static_cast<std::uint32_t>(location.column);
-            const std::string file = fileNameIn(token);
+            const std::string file = fileNameIn(token, Written::No);
+            if (stream_.writer()) stream_.writer()->insertStatement(field, file);
             scene_.libraries_.push_back(file);
             if (callbacks_.link && !callbacks_.link(file, location)) ++scene_.errors_;
         } else if (field == "mi") {
             stream_.include(value, false, location);
         } else if (field == "echo") {
+            if (stream_.writer()) stream_.writer()->insertStatement(field, value);
             echo(value);
         } else if (field == "code" || field == "system") {
             throw SyntaxError(location,
@@ -217,6 +220,7 @@ void Reader::readRender(const Token& token) {
     if (fileDepth_ > 0) {
         warning(locationOf(token), "\"render\" in the file of an assembly or object is skipped");
         for (int name = 0; name < 3 && atString(); ++name) next();
+        if (stream_.writer()) stream_.writer()->discardStatement();
         return;
     }
     RenderRequest request;

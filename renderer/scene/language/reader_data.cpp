@@ -60,7 +60,7 @@ void Reader::readData(const Token& token, bool incremental) {
         } else if (at.kind == Token::Kind::String) {
             beginContent(at);
             next();
-            const std::string file = fileNameIn(at);
+            const std::string file = inputFileIn(at);
             const std::string content = readDataFile(file, locationOf(at), owner);
             element.declaration = nullptr;
             element.values.clear();
@@ -123,6 +123,11 @@ void Reader::readRawData(UserdataElement& element, const SourceLocation& locatio
         next();
         const std::string_view raw = stream_.binary(static_cast<std::size_t>(size), "raw data");
         bytes.assign(raw.begin(), raw.end());
+        if (SceneWriter* const writer = stream_.writer()) {
+            writer->mark('[');
+            writer->bytes(bytes.data(), bytes.size());
+            writer->mark(']');
+        }
     } else if (peek().kind == Token::Kind::Bytes) {
         while (peek().kind == Token::Kind::Bytes) {
             const Token part = next();

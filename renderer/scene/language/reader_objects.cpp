@@ -13,6 +13,11 @@ void Reader::readObject(const Token& token, bool incremental) {
     // The object of a file fills the one that names the file, whatever it is called there.
     ObjectElement* const placeholder = std::exchange(placeholder_, nullptr);
     auto& element = placeholder ? *placeholder : target<ObjectElement>(token, miSCENE_OBJECT, incremental);
+    if (placeholder && stream_.writer()) {
+        stream_.writer()->discardStatement();
+        stream_.writer()->word("incremental object");
+        stream_.writer()->string("::" + element.name);
+    }
     std::optional<Definition> defined;
     if (!placeholder) defined.emplace(*this, token, element.tag);
     lastMaterialName_.clear();
@@ -37,6 +42,7 @@ void Reader::readObject(const Token& token, bool incremental) {
             if (!atString())
                 fail(peek(), "expected the object's file as a quoted string, not {}", peek().shown());
             file = next();
+            if (stream_.writer()) stream_.writer()->discardLine();
         } else if (word.isWord("basis")) {
             skipGeometry(element, locationOf(word), "free-form surfaces and curves", "object");
         } else if (word.isWord("hair") || word.isWord("particle")) {
@@ -167,9 +173,11 @@ void Reader::readGroup(ObjectElement& element) {
     for (;;) {
         const Token word = peek();
         if (word.isWord("end")) {
+            newLine(1);
             expectEnd("group");
             break;
         }
+        newLine(2);
         if (word.kind == Token::Kind::End)
             fail(word, "the file ends inside a group of object \"{}\"", element.name);
         next();

@@ -8,6 +8,7 @@ namespace orca::scene {
 
 void Reader::readVectors(PolygonGroup& group) {
     for (std::array<float, 3> read;;) {
+        newLine(2);
         if (stream_.nextBinaryVector(read)) {
             if (!std::isfinite(read[0]) || !std::isfinite(read[1]) || !std::isfinite(read[2])) {
                 fail(peek(), "vector {} of the list is not finite", group.vectors.size());
@@ -39,6 +40,7 @@ void Reader::readVertices(PolygonGroup& group, const ObjectElement& element) {
         return -1;
     };
     while (peek().isWord("v")) {
+        newLine(2);
         start = next();
         const std::size_t vertex = group.position.size();
         group.position.push_back(0);

@@ -55,7 +55,7 @@ void Reader::readTexture(const Token& token, std::string_view firstWord, bool in
     } else if (atShaderList()) {
         element.shader = readShaderList({fmt::format("texture \"{}\"", element.name), element.name});
     } else if (atString()) {
-        element.file = fileNameIn(next());
+        element.file = inputFileIn(next());
         if (writable) {
             while (atString()) next();
             if (peek().is('[')) skipBalanced();
@@ -120,7 +120,7 @@ void Reader::readLightProfile(const Token& token, bool incremental) {
             hasFormat = true;
         } else if (word.isWord("file")) {
             if (!atString()) fail(peek(), "expected the profile's file, not {}", peek().shown());
-            element.file = fileNameIn(next());
+            element.file = inputFileIn(next());
         } else if (word.isWord("flags")) {
             element.flags = integer("the flags");
         } else if (word.isWord("hermite")) {

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <span>
+#include <type_traits>
 
 namespace orca::scene {
 
@@ -24,6 +26,14 @@ TriangleList::Layout countingBases(TriangleList::Layout layout) {
     layout.bumpCount *= 2;
     layout.stride += more;
     return layout;
+}
+
+template <class T>
+void writeNumbers(SceneWriter& writer, std::span<const T> values) {
+    for (const T value : values) {
+        if constexpr (std::is_same_v<T, float>) writer.number(value);
+        else writer.integer(value);
+    }
 }
 
 } // namespace
@@ -87,8 +97,13 @@ void Reader::readVertexCodes(TriangleList::Layout& layout, const ObjectElement& 
 template <class T>
 void Reader::readNumberList(std::vector<T>& values, std::size_t count, std::string_view binaryWord,
                             const std::string& what, std::size_t otherCount) {
-    if (accept(binaryWord) && peek().kind == Token::Kind::Integer) next(); // the count once more
+    {
+        const SceneWriter::Pause pause(stream_.writer()); // it is written as a list in brackets
+        if (accept(binaryWord) && peek().kind == Token::Kind::Integer) next(); // the count once more
+    }
     const bool bracket = accept('[');
+    SceneWriter* const writer = stream_.writer();
+    if (writer && !bracket) writer->mark('[');
     const std::size_t most = std::max(count, otherCount);
     const auto left = [&](std::size_t of) { return of - std::min(of, values.size()); };
     if (!bracket && peek().kind != Token::Kind::Backquote)
@@ -113,6 +128,7 @@ void Reader::readNumberList(std::vector<T>& values, std::size_t count, std::stri
                 fail(peek(), "{}: there are more than the {} numbers that its counts ask for", what, count);
             for (std::size_t at = 0; at + 4 <= bytes.size(); at += 4)
                 values.push_back(std::bit_cast<T>(bigEndianWord(bytes.data() + at)));
+            if (writer) writeNumbers<T>(*writer, std::span(values).last(bytes.size() / 4));
         } else if (!bracket || !accept(',')) {
             break;
         }
@@ -122,6 +138,7 @@ void Reader::readNumberList(std::vector<T>& values, std::size_t count, std::stri
              values.size());
     }
     if (bracket) expect(']', what);
+    else if (writer) writer->mark(']');
 }
 
 void Reader::readTriangleList(ObjectElement& element, const Token& token) {

@@ -16,6 +16,8 @@
 
 namespace orca::scene {
 
+class SceneWriter;
+
 /// What the reader calls, in file order.
 struct ParserCallbacks {
     /// The database is complete up to here. False stops reading. Not called once the scene has errors.
@@ -36,6 +38,7 @@ struct ParserOptions {
     int maximumErrors = 20;                  ///< reading stops after so many
     bool renderAnyway = false;               ///< render statements of a scene with errors count
     bool strict = false;                     ///< what has no effect is an error
+    SceneWriter* writer = nullptr;           ///< gets the statements as they are read; may be null
     const std::atomic<bool>* stop = nullptr; ///< when set, reading ends with an error; null: never
     /// Whether a statement of the scene may read the file with this path; when empty, all are allowed. Of the
     /// files that are read while the scene is, those given to parseFile left out.

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/language/token_reader.h"
 
+#include "scene/elements/file_pattern.h"
+
+#include <filesystem>
+
 namespace orca::scene {
 
 TokenReader::TokenReader(Scene& scene, const ParserOptions& options)
@@ -124,7 +128,7 @@ std::optional<int> TokenReader::acceptInteger() {
     return next().integer;
 }
 
-std::string TokenReader::fileNameIn(const Token& text) {
+std::string TokenReader::fileNameIn(const Token& text, Written written) {
     std::string unknown;
     std::string file;
     try {
@@ -136,10 +140,25 @@ std::string TokenReader::fileNameIn(const Token& text) {
         error(locationOf(text), "\"{}\" names the registry entry \"{{{}}}\", which is not defined", text.text,
               unknown);
     }
+    if (stream_.writer() && written == Written::Yes) stream_.writer()->replaceString(file);
+    return file;
+}
+
+std::string TokenReader::inputFileIn(const Token& text) {
+    namespace fs = std::filesystem;
+    const std::string file = fileNameIn(text);
+    if (!stream_.writer() || file.empty()) return file;
+    // The file that is written may lie elsewhere. What is found on a search path is found there again.
+    const fs::path found = fs::path(stream_.directory()) / file;
+    std::error_code ignored;
+    if (fs::exists(found, ignored) || hasFramePattern(file) || hasTilePattern(file))
+        stream_.writer()->replaceString(fs::absolute(found).lexically_normal().string());
     return file;
 }
 
 void TokenReader::skipInterface() {
+    if (stream_.writer()) stream_.writer()->discardLine();
+    const SceneWriter::Pause pause(stream_.writer());
     if (atString() || (peek().kind == Token::Kind::Symbol && (peek(1).is('{') || peek(1).is('(')))) next();
     if (peek().is('(')) skipBalanced();
     if (peek().is('{')) skipBalanced();

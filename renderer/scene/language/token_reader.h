@@ -75,7 +75,15 @@ protected:
     std::optional<int> acceptInteger();
     bool atNumber() { return peek().isNumber(); }
     bool atString() { return peek().kind == Token::Kind::String; }
-    [[nodiscard]] std::string fileNameIn(const Token& text);
+    /// The name of a file, the token that was read last; unless it is not of the text that is written.
+    enum class Written { Yes, No };
+    [[nodiscard]] std::string fileNameIn(const Token& text, Written written = Written::Yes);
+    /// The same of a file that the scene reads, and looks for in the folder of this file first.
+    [[nodiscard]] std::string inputFileIn(const Token& text);
+    /// A line of its own, of the file that is written.
+    void newLine(int depth) {
+        if (stream_.writer()) stream_.writer()->beginLine(depth);
+    }
     void skipBalanced();
     /// Skips a description of a user interface from after its first word: a name, text in parentheses and a
     /// block in braces, each of which may be left out.

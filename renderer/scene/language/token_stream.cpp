@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/language/token_stream.h"
 
-#include "scene/language/scene_file.h"
-
 #include "scene/language/source_text.h"
 
 #include <bit>
@@ -39,6 +37,12 @@ const std::string& TokenStream::fileName() const {
 }
 
 Token TokenStream::next() {
+    const Token token = take();
+    if (options_.writer) options_.writer->token(token);
+    return token;
+}
+
+Token TokenStream::take() {
     if (ahead_.empty()) return fetch();
     const Token token = ahead_.front();
     ahead_.pop_front();
@@ -61,29 +65,45 @@ void TokenStream::checkStop() const {
 
 bool TokenStream::nextNumber(float& value) {
     checkStop();
-    if (ahead_.empty() && lexer().nextNumber(value)) return true;
-    if (!peek().isNumber()) return false;
-    value = next().number;
+    if (!ahead_.empty() || !lexer().nextNumber(value)) {
+        if (!peek().isNumber()) return false;
+        value = take().number;
+    }
+    if (options_.writer) options_.writer->number(value);
     return true;
 }
 
 bool TokenStream::nextInteger(std::int32_t& value) {
     checkStop();
-    if (ahead_.empty() && lexer().nextInteger(value)) return true;
-    if (peek().kind != Token::Kind::Integer || !peek().fitsInteger) return false;
-    value = next().integer;
+    if (!ahead_.empty() || !lexer().nextInteger(value)) {
+        if (peek().kind != Token::Kind::Integer || !peek().fitsInteger) return false;
+        value = take().integer;
+    }
+    if (options_.writer) options_.writer->integer(value);
     return true;
 }
 
 bool TokenStream::nextBinaryVector(std::array<float, 3>& vector) {
     checkStop();
-    if (ahead_.empty()) return lexer().nextBinaryVector(vector);
-    if (peek().kind != Token::Kind::Backquote) return false;
-    next();
-    const std::string_view bytes = binary(sizeof vector, "a binary vector");
-    for (std::size_t i = 0; i < vector.size(); ++i)
-        vector[i] = std::bit_cast<float>(bigEndianWord(bytes.data() + 4 * i));
+    if (ahead_.empty()) {
+        if (!lexer().nextBinaryVector(vector)) return false;
+    } else {
+        if (peek().kind != Token::Kind::Backquote) return false;
+        take();
+        const std::string_view bytes = binary(sizeof vector, "a binary vector");
+        for (std::size_t i = 0; i < vector.size(); ++i)
+            vector[i] = std::bit_cast<float>(bigEndianWord(bytes.data() + 4 * i));
+    }
+    if (options_.writer)
+        for (const float each : vector) options_.writer->number(each);
     return true;
+}
+
+void TokenStream::hexBytes(std::vector<unsigned char>& bytes) {
+    lexer().hexBytes(bytes);
+    if (!options_.writer) return;
+    options_.writer->bytes(bytes.data(), bytes.size());
+    options_.writer->mark(']');
 }
 
 Token TokenStream::fetch() {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "scene/language/lexer.h"
+#include "scene/language/scene_file.h"
+#include "scene/language/scene_writer.h"
 #include "scene/language/variables.h"
 
 #include <atomic>
@@ -12,9 +14,6 @@
 #include <vector>
 
 namespace orca::scene {
-
-struct ParserOptions;
-struct ReadFile;
 
 /// The end of all reading before the end of the files.
 class ReadingStopped : public SyntaxError {
@@ -43,6 +42,7 @@ public:
     /// Reads a file in place.
     void include(const std::string& name, bool searchPathsOnly, const SourceLocation& location);
 
+    /// What is consumed is written where the options have a writer, except what `binary` and its kin return.
     Token next();
     const Token& peek(std::size_t ahead = 0);
     /// As of Lexer: fast paths for long lists, with the general look-ahead kept right.
@@ -55,7 +55,9 @@ public:
         return lexer().binaryBlock(sizes, what);
     }
     void skipBinary() { lexer().skipBinary(); }
-    void hexBytes(std::vector<unsigned char>& bytes) { lexer().hexBytes(bytes); }
+    void hexBytes(std::vector<unsigned char>& bytes);
+    /// Null when nothing is written.
+    [[nodiscard]] SceneWriter* writer() const { return options_.writer; }
 
     /// True when nothing is left of the file and what includes it. Commands are not obeyed.
     [[nodiscard]] bool atEnd() { return ahead_.empty() && stack_.size() == 1 && lexer().atEnd(); }
@@ -78,6 +80,7 @@ private:
 
     [[nodiscard]] Lexer& lexer() { return *sources_[stack_.back()].lexer; }
     void checkStop() const;
+    Token take(); ///< as `next`, unwritten
     Token fetch();
     void command(const Token& token);
     void obey(const Token& token, const SourceLocation& location);
