@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "surface.h"
+
+#include <assimp/GltfMaterial.h>
+#include <assimp/material.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace orca::bridge {
+
+namespace {
+
+template <class T>
+T valueOr(const aiMaterial& material, const char* key, unsigned type, unsigned index, T otherwise) {
+    T value = otherwise;
+    return material.Get(key, type, index, value) == aiReturn_SUCCESS ? value : otherwise;
+}
+
+bool has(const aiMaterial& material, const char* key, unsigned type, unsigned index) {
+    float ignored;
+    return material.Get(key, type, index, ignored) == aiReturn_SUCCESS;
+}
+
+bool isBlack(const aiColor3D& color) {
+    return color.r <= 0 && color.g <= 0 && color.b <= 0;
+}
+
+/// The first map of a type.
+std::optional<SurfaceMap> mapOf(const aiMaterial& material, aiTextureType type, const std::string& name,
+                                Losses& losses) {
+    SurfaceMap map;
+    unsigned space = 0;
+    aiTextureMapMode modes[3] = {aiTextureMapMode_Wrap, aiTextureMapMode_Wrap, aiTextureMapMode_Wrap};
+    aiTextureMapping mapping = aiTextureMapping_UV;
+    if (material.GetTexture(type, 0, &map.texture, &mapping, &space, nullptr, nullptr, modes) !=
+        aiReturn_SUCCESS)
+        return {};
+    if (material.GetTextureCount(type) > 1) losses.add("second images of one kind", name);
+    if (mapping != aiTextureMapping_UV) losses.add("projections of images other than by coordinates", name);
+    if (space > 0) losses.add("images on other texture spaces than the first, where they are now", name);
+    const auto wrap = [](aiTextureMapMode mode) {
+        return mode == aiTextureMapMode_Clamp    ? 1
+               : mode == aiTextureMapMode_Mirror ? 2
+               : mode == aiTextureMapMode_Decal  ? 3
+                                                 : 0;
+    };
+    map.wrapU = wrap(modes[0]);
+    map.wrapV = wrap(modes[1]);
+    aiUVTransform placed;
+    if (material.Get(AI_MATKEY_UVTRANSFORM(type, 0), placed) == aiReturn_SUCCESS) {
+        map.repeat = placed.mScaling;
+        map.offset = placed.mTranslation;
+        map.isPlaced = !(map.repeat == aiVector2D(1, 1) && map.offset == aiVector2D(0, 0));
+        if (placed.mRotation != 0) losses.add("rotations of images", name);
+    }
+    return map;
+}
+
+void readOpacity(Surface& surface, const aiMaterial& material, const ModelFile& model, Losses& losses) {
+    surface.opacity = std::clamp(valueOr(material, AI_MATKEY_OPACITY, 1.0f), 0.0f, 1.0f);
+    surface.opacityMap = mapOf(material, aiTextureType_OPACITY, surface.name, losses);
+    aiString mode;
+    if (model.isGltf() && material.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == aiReturn_SUCCESS) {
+        if (std::strcmp(mode.C_Str(), "OPAQUE") == 0) {
+            surface.opacity = 1;
+            surface.opacityMap.reset();
+        } else {
+            surface.opacityMap = surface.baseMap;
+            surface.opacityIsAlpha = true;
+            if (std::strcmp(mode.C_Str(), "MASK") == 0)
+                surface.cutoff = valueOr(material, AI_MATKEY_GLTF_ALPHACUTOFF, 0.5f);
+        }
+    } else if (surface.opacityMap && surface.baseMap &&
+               surface.opacityMap->texture == surface.baseMap->texture) {
+        surface.opacityIsAlpha = true;
+    }
+    surface.transmission = std::clamp(valueOr(material, AI_MATKEY_TRANSMISSION_FACTOR, 0.0f), 0.0f, 1.0f);
+    const float index = valueOr(material, AI_MATKEY_REFRACTI, 1.0f);
+    if (index > 1.0f) surface.refractiveIndex = index;
+    const bool hasBody = valueOr(material, AI_MATKEY_VOLUME_THICKNESS_FACTOR, 0.0f) > 0;
+    surface.refracts = (surface.transmission > 0 && hasBody) ||
+                       (!model.isGltf() && index > 1.0f && surface.opacity < 1 && !surface.opacityMap);
+}
+
+void noteLosses(const aiMaterial& material, const std::string& name, Losses& losses) {
+    struct Part {
+        const char* key;
+        const char* what;
+    };
+    constexpr Part parts[] = {{"$mat.clearcoat.factor", "clear coats"},
+                              {"$mat.anisotropyFactor", "anisotropy"},
+                              {"$mat.volume.attenuationColor", "absorption within bodies"}};
+    for (const Part& part : parts) {
+        aiColor3D value(0, 0, 0);
+        if (material.Get(part.key, 0, 0, value) == aiReturn_SUCCESS && value.r > 0)
+            losses.add(part.what, name);
+    }
+    aiColor3D sheen(0, 0, 0);
+    if (material.Get(AI_MATKEY_SHEEN_COLOR_FACTOR, sheen) == aiReturn_SUCCESS && !isBlack(sheen))
+        losses.add("sheen", name);
+    constexpr std::pair<aiTextureType, const char*> maps[] = {
+        {aiTextureType_SPECULAR, "images of the highlight's colour"},
+        {aiTextureType_SHININESS, "images of the highlight's size"},
+        {aiTextureType_DISPLACEMENT, "displacement images"},
+        {aiTextureType_REFLECTION, "reflection images"},
+        {aiTextureType_LIGHTMAP, "baked light and occlusion images"},
+        {aiTextureType_AMBIENT_OCCLUSION, "baked light and occlusion images"},
+        {aiTextureType_TRANSMISSION, "images of transmission and thickness"}};
+    for (const auto& [type, what] : maps)
+        if (material.GetTextureCount(type) > 0) losses.add(what, name);
+}
+
+} // namespace
+
+Surface surfaceOf(const aiMaterial& material, const ModelFile& model, Losses& losses) {
+    Surface surface;
+    aiString name;
+    material.Get(AI_MATKEY_NAME, name);
+    surface.name = name.length > 0 ? name.C_Str() : "material";
+    const auto map = [&](aiTextureType type) { return mapOf(material, type, surface.name, losses); };
+
+    surface.base = valueOr(material, AI_MATKEY_COLOR_DIFFUSE, surface.base);
+    surface.base = valueOr(material, AI_MATKEY_BASE_COLOR, surface.base);
+    surface.baseMap = map(aiTextureType_BASE_COLOR);
+    if (!surface.baseMap) surface.baseMap = map(aiTextureType_DIFFUSE);
+    // An image usually replaces the colour: some exporters write black next to it.
+    if (surface.baseMap && isBlack(surface.base)) surface.base = {1, 1, 1};
+
+    surface.specular = valueOr(material, AI_MATKEY_COLOR_SPECULAR, aiColor3D(0, 0, 0));
+    surface.exponent = valueOr(material, AI_MATKEY_SHININESS, 0.0f);
+    if (has(material, AI_MATKEY_ROUGHNESS_FACTOR) || has(material, AI_MATKEY_METALLIC_FACTOR)) {
+        surface.model = Surface::Model::Metallic;
+        surface.metalness = std::clamp(valueOr(material, AI_MATKEY_METALLIC_FACTOR, 0.0f), 0.0f, 1.0f);
+        surface.roughness = std::clamp(valueOr(material, AI_MATKEY_ROUGHNESS_FACTOR, 0.5f), 0.0f, 1.0f);
+        surface.metalnessMap = map(aiTextureType_METALNESS);
+        surface.roughnessMap = map(aiTextureType_DIFFUSE_ROUGHNESS);
+        if (model.isGltf()) {
+            const auto packed = map(aiTextureType_UNKNOWN);
+            if (packed) surface.metalnessMap = surface.roughnessMap = packed;
+            surface.isPackedMap = surface.metalnessMap.has_value();
+        }
+    } else if (!isBlack(surface.specular) && surface.exponent > 1) {
+        surface.model = Surface::Model::Phong;
+        surface.specular = surface.specular * valueOr(material, AI_MATKEY_SHININESS_STRENGTH, 1.0f);
+        surface.reflectivity = std::clamp(valueOr(material, AI_MATKEY_REFLECTIVITY, 0.0f), 0.0f, 1.0f);
+    }
+    readOpacity(surface, material, model, losses);
+
+    surface.emission = valueOr(material, AI_MATKEY_COLOR_EMISSIVE, aiColor3D(0, 0, 0)) *
+                       valueOr(material, AI_MATKEY_EMISSIVE_INTENSITY, 1.0f);
+    surface.emissionMap = map(aiTextureType_EMISSIVE);
+    if (surface.emissionMap && isBlack(surface.emission) && !model.isGltf()) surface.emission = {1, 1, 1};
+    surface.normalMap = map(aiTextureType_NORMALS);
+    surface.normalStrength = valueOr(material, AI_MATKEY_GLTF_TEXTURE_SCALE(aiTextureType_NORMALS, 0), 1.0f);
+    surface.bumpMap = map(aiTextureType_HEIGHT);
+    int shading = 0;
+    material.Get(AI_MATKEY_SHADING_MODEL, shading);
+    surface.isUnlit = shading == aiShadingMode_NoShading;
+    noteLosses(material, surface.name, losses);
+    return surface;
+}
+
+} // namespace orca::bridge
