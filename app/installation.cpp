@@ -23,7 +23,8 @@ Installation installation() {
     };
     return {{(prefix / "lib" / "orca-render").string(), (prefix / "lib").string()},
             existing({prefix / "share" / "orca-render" / "declarations", prefix / "declarations",
-                      prefix / ".." / ".." / "declarations"})}; // <source>/build/<preset>/bin
+                      prefix / ".." / ".." / "declarations"}), // <source>/build/<preset>/bin
+            program.parent_path().string()};
 }
 
 std::vector<std::string> pathsFromEnvironment(const char* variable) {

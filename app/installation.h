@@ -12,6 +12,9 @@ namespace orca::app {
 struct Installation {
     std::vector<std::string> libraryPaths;     ///< of orca.so and velabase.so
     std::vector<std::string> declarationPaths; ///< of orca.mi and velabase.mi; those that exist
+    std::string programs;                      ///< folder of this command and those that come with it
+
+    [[nodiscard]] std::string program(const std::string& name) const { return programs + "/" + name; }
 };
 [[nodiscard]] Installation installation();
 

@@ -6,6 +6,7 @@
 #include "exit_codes.h"
 #include "frames.h"
 #include "installation.h"
+#include "mesh_import.h"
 #include "named_passes.h"
 #include "overrides.h"
 #include "pass_block.h"
@@ -88,6 +89,9 @@ int SceneRun::run() {
     scene::ParserCallbacks& callbacks = parserCallbacks_;
     callbacks.link = [this](const std::string& file, const SourceLocation& location) {
         return link(file, location);
+    };
+    callbacks.importMesh = [this](const std::string& path, bool tagged) {
+        return importMesh(path, tagged, command_.limits.megabytes, stop_.flag());
     };
     callbacks.render = [this](const scene::RenderRequest& request) { return render(request); };
     if (!command_.passes.empty())

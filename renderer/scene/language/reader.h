@@ -201,6 +201,7 @@ private:
     bool readObjectFlag(ObjectElement& element, const Token& word);
     bool readObjectStatement(ObjectElement& element, const Token& word);
     void readGroup(ObjectElement& element);
+    void readMeshFile(const ObjectElement& element);
     void skipGeometry(ObjectElement& element, const SourceLocation& location, std::string_view kind,
                       std::string_view until);
 

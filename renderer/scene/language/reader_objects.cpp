@@ -26,7 +26,7 @@ void Reader::readObject(const Token& token, bool incremental) {
     Token file;
     while (!endsBlock("object", element.name)) {
         const Token word = next();
-        if (word.isWord("group") || word.isWord("trilist")) {
+        if (word.isWord("group") || word.isWord("trilist") || word.isWord("mesh")) {
             // An incremental change repeats all of the geometry.
             if (!replaced) {
                 element.groups.clear();
@@ -35,6 +35,8 @@ void Reader::readObject(const Token& token, bool incremental) {
             }
             if (word.isWord("group")) {
                 readGroup(element);
+            } else if (word.isWord("mesh")) {
+                readMeshFile(element);
             } else {
                 readTriangleList(element, word);
             }
@@ -205,6 +207,28 @@ void Reader::readGroup(ObjectElement& element) {
         }
     }
     if (!group.polygons.empty()) element.groups.push_back(std::move(group));
+}
+
+/// What the file is imported as is read in place of the statement.
+void Reader::readMeshFile(const ObjectElement& element) {
+    const Token name = next();
+    if (name.kind != Token::Kind::String)
+        fail(name, "object \"{}\": expected the mesh's file, not {}", element.name, name.shown());
+    const std::string file = fileNameIn(name);
+    const std::string path = file.starts_with('/') ? file : stream_.directory() + file;
+    const auto refuseUnlessReadable = [&](const std::string& read) {
+        if (options_.mayRead && !options_.mayRead(read))
+            fail(name, "object \"{}\": \"{}\" may not be read", element.name, read);
+    };
+    refuseUnlessReadable(path);
+    if (!callbacks_.importMesh) fail(name, "object \"{}\": mesh files cannot be read here", element.name);
+    ImportedMesh mesh = callbacks_.importMesh(path, element.tagged);
+    if (!mesh.failure.empty()) fail(name, "object \"{}\": {}", element.name, mesh.failure);
+    for (const std::string& read : mesh.files) {
+        refuseUnlessReadable(read); // a mesh file names others
+        scene_.files_.push_back({read, locationOf(name)});
+    }
+    stream_.open(path, std::move(mesh.statements));
 }
 
 void Reader::skipGeometry(ObjectElement& element, const SourceLocation& location, std::string_view kind,

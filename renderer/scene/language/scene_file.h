@@ -18,6 +18,13 @@ namespace orca::scene {
 
 class SceneWriter;
 
+/// The triangles of a file of another format, as statements of an object.
+struct ImportedMesh {
+    std::string statements;
+    std::vector<std::string> files; ///< that were read for it, the mesh file itself included
+    std::string failure;            ///< why there is none; empty: there is one
+};
+
 /// What the reader calls, in file order.
 struct ParserCallbacks {
     /// The database is complete up to here. False stops reading. Not called once the scene has errors.
@@ -25,6 +32,9 @@ struct ParserCallbacks {
     /// Loads a shader library; the name has its registry and environment references replaced. False: it could
     /// not be loaded, and the callback has reported why.
     std::function<bool(const std::string& file, const SourceLocation& location)> link;
+    /// Reads the file of a `mesh` statement; without a callback there is no such statement. `tagged`:
+    /// triangles carry labels.
+    std::function<ImportedMesh(const std::string& path, bool tagged)> importMesh;
     /// Text of an `echo` command; without a callback it becomes a progress message.
     std::function<void(const std::string& text)> echo;
 };
