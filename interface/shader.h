@@ -19,11 +19,11 @@
 
 #include "mi/database.h"
 #include "mi/framebuffer.h"
-#include "mi/geometry.h"
 #include "mi/light.h"
 #include "mi/memory.h"
 #include "mi/message.h"
 #include "mi/random.h"
+#include "mi/scene_making.h"
 #include "mi/shading.h"
 #include "mi/texture.h"
 #include "mi/trace.h"
