@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
