@@ -87,13 +87,14 @@ TEST_P(ExampleScene, RendersWithoutComplaintsAndAddsUp) {
          {std::vector<std::string>{"diffuse", "shadow", "diffuseNoShadow"},
           {"directIrradiance", "rawShadow", "directIrradianceNoShadow"}})
         if (std::ranges::all_of(passes, isThere)) expectSum({passes[0], passes[1]}, layers[passes[2]]);
-    // A layer for each light on each thing.
-    if (isThere("diffuseKeyVase")) {
-        std::vector<std::string> pairs;
-        for (const auto& [name, words] : layers)
-            if (name.starts_with("diffuse") && name != "diffuse") pairs.push_back(name);
-        expectSum(pairs, layers["diffuse"]);
-    }
+    // A layer for each light, or for each on each thing.
+    if (isThere("diffuseKeyVase") || isThere("diffuseDay"))
+        for (const std::string whole : {"diffuse", "specular"}) {
+            std::vector<std::string> parts;
+            for (const auto& [name, words] : layers)
+                if (name.starts_with(whole) && name != whole) parts.push_back(name);
+            if (!parts.empty()) expectSum(parts, layers[whole]);
+        }
     // A scene with the layers of what is no surface promises that the components are all there is.
     if (!isThere("environment")) return;
     std::vector<std::string> all = componentLayers;

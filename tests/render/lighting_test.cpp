@@ -54,6 +54,19 @@ TEST(AreaLights, AreSampledEvenlyOverTheirArea) {
     }
 }
 
+TEST(AreaLights, SpreadTheirSamplesOverAllOfAPixel) {
+    TestScene scene; // all pixels are below the middle
+    scene.viewWidth = 0.01f;
+    scene.samples = "2 2";
+    scene.contents = plainLamp("disc 0 0 1 2 4 4") + bareSquare(0);
+    const RenderedScene picture(scene.text());
+    double squares = 0;
+    picture.eachPixel([&](int x, int y) {
+        squares += std::pow(static_cast<double>(picture.pixel("main", x, y).r) - (std::sqrt(5.0) - 1) / 4, 2);
+    });
+    EXPECT_LT(std::sqrt(squares / 256), 5e-4); // 8e-4 if the loops of a pixel repeat each other
+}
+
 TEST(AreaLights, TakeFewerSamplesFromTheirLevelOn) {
     for (const auto& [level, calls] : {std::pair(1, 4u), std::pair(2, 16u)}) {
         TestScene scene;
