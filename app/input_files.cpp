@@ -14,10 +14,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-InputFile fileOf(const scene::TextureElement& texture, const image::Textures& textures) {
-    const std::optional<std::string> found = textures.file(texture);
-    return {found.value_or(texture.file), fmt::format("texture \"{}\"", texture.name), texture.location,
-            !found};
+/// The files of a texture; its name where there is none.
+std::vector<InputFile> filesOf(const scene::TextureElement& texture, const image::Textures& textures) {
+    std::vector<std::string> found = textures.files(texture);
+    const bool missing = found.empty();
+    if (missing) found.push_back(texture.file);
+    std::vector<InputFile> files;
+    for (std::string& path : found)
+        files.push_back(
+            {std::move(path), fmt::format("texture \"{}\"", texture.name), texture.location, missing});
+    return files;
 }
 
 InputFile fileAt(const fs::path& path, const scene::LightProfileElement& profile) {
@@ -55,7 +61,8 @@ std::vector<InputFile> inputFiles(const scene::Scene& scene, const image::Textur
     const scene::Database& database = scene.database();
     for (miTag tag = 1; tag < database.endTag(); ++tag) {
         if (const auto* texture = database.find<scene::TextureElement>(tag)) {
-            if (!texture->file.empty()) add(fileOf(*texture, textures));
+            if (texture->file.empty()) continue;
+            for (InputFile& file : filesOf(*texture, textures)) add(std::move(file));
         } else if (const auto* profile = database.find<scene::LightProfileElement>(tag)) {
             const fs::path path = fs::path(profile->sceneDirectory) / profile->file; // or absolute
             add(fileAt(path, *profile));

@@ -191,6 +191,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     const int frame = frameNumber(*elements->camera, request);
     frames_.insert(frame);
     if (!isChosen(frame)) return true;
+    textures_.setFrame(frame);
     if (skipped_ > 0) {
         --skipped_;
         return true;

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/incomplete_image.h"
 
+#include "image/exr_header.h"
+
+#include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <exception>
 #include <fstream>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -121,6 +126,34 @@ std::string whatIsMissing(const std::string& path) {
     if ((first != 'I' && first != 'M') || first != second) return {};
     const std::uint64_t end = endOfTiffPixels(file, first == 'M');
     return end > size ? fmt::format("its pixels take {} bytes, and it ends after {}", end, size) : "";
+}
+
+std::string whyUnusable(const std::string& path) {
+    unsigned char start[4] = {}; // of an SGI file: two bytes that name the format, storage, bytes of a sample
+    std::ifstream(path, std::ios::binary).read(reinterpret_cast<char*>(start), sizeof start);
+    const int sampleBytes = start[3];
+    if (start[0] == 0x01 && start[1] == 0xda && sampleBytes != 1 && sampleBytes != 2)
+        return fmt::format("its header says {} bytes a sample, and 1 and 2 are possible", sampleBytes);
+    if (std::string fault = faultOfExrHeader(path); !fault.empty()) return fault;
+    std::unique_ptr<OIIO::ImageInput> input;
+    try {
+        input = OIIO::ImageInput::open(path);
+    } catch (const std::exception& fault) { // of sizes that a damaged header asks for
+        return fmt::format("its reader failed: {}", fault.what());
+    }
+    if (!input) {
+        static_cast<void>(OIIO::geterror()); // clears it
+        return {};
+    }
+    constexpr int largest = 1 << 18; // far beyond what is painted or photographed
+    const OIIO::ImageSpec& spec = input->spec();
+    const auto isGood = [](int size) { return size > 0 && size <= largest; };
+    if (isGood(spec.width) && isGood(spec.height) && isGood(spec.full_width) && isGood(spec.full_height) &&
+        isGood(spec.nchannels))
+        return {};
+    return fmt::format(
+        "its header says {} x {} pixels of {} channels, and from 1 x 1 to {} x {} are possible", spec.width,
+        spec.height, spec.nchannels, largest, largest);
 }
 
 } // namespace orca::image

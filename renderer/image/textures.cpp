@@ -2,9 +2,11 @@
 #include "image/textures.h"
 
 #include "image/cached_image.h"
-#include "image/exr_header.h"
 #include "image/incomplete_image.h"
 #include "image/inline_pixels.h"
+#include "image/texture_files.h"
+
+#include "scene/elements/file_pattern.h"
 
 #include <OpenImageIO/imageio.h>
 #include <OpenImageIO/texture.h>
@@ -13,9 +15,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 #include <filesystem>
-#include <fstream>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -78,47 +79,10 @@ OIIO::TextureOpt::Wrap libraryWrap(Wrap wrap) {
     }
 }
 
-std::optional<std::string> firstFile(const std::vector<std::string>& candidates) {
-    std::error_code ignored;
-    for (const std::string& each : candidates)
-        if (fs::is_regular_file(each, ignored)) return each;
-    return {};
-}
-
 /// The extensions that the image library hands to its decoder of films.
 std::vector<std::string> filmExtensions() {
     std::map<std::string, std::vector<std::string>> extensions = OIIO::get_extension_map();
     return extensions["ffmpeg"];
-}
-
-/// Why the cache would end the process over a file's header; empty for what it can read, and for what it says
-/// itself that it cannot.
-std::string whyUnusable(const std::string& path) {
-    unsigned char start[4] = {}; // of an SGI file: two bytes that name the format, storage, bytes of a sample
-    std::ifstream(path, std::ios::binary).read(reinterpret_cast<char*>(start), sizeof start);
-    const int sampleBytes = start[3];
-    if (start[0] == 0x01 && start[1] == 0xda && sampleBytes != 1 && sampleBytes != 2)
-        return fmt::format("its header says {} bytes a sample, and 1 and 2 are possible", sampleBytes);
-    if (std::string fault = faultOfExrHeader(path); !fault.empty()) return fault;
-    std::unique_ptr<OIIO::ImageInput> input;
-    try {
-        input = OIIO::ImageInput::open(path);
-    } catch (const std::exception& fault) { // of sizes that a damaged header asks for
-        return fmt::format("its reader failed: {}", fault.what());
-    }
-    if (!input) {
-        static_cast<void>(OIIO::geterror()); // clears it
-        return {};
-    }
-    constexpr int largest = 1 << 18; // far beyond what is painted or photographed
-    const OIIO::ImageSpec& spec = input->spec();
-    const auto isGood = [](int size) { return size > 0 && size <= largest; };
-    if (isGood(spec.width) && isGood(spec.height) && isGood(spec.full_width) && isGood(spec.full_height) &&
-        isGood(spec.nchannels))
-        return {};
-    return fmt::format(
-        "its header says {} x {} pixels of {} channels, and from 1 x 1 to {} x {} are possible", spec.width,
-        spec.height, spec.nchannels, largest, largest);
 }
 
 /// A texture as it is looked up. Filled once by whichever thread comes first, then only read.
@@ -130,6 +94,9 @@ struct Loaded {
     bool multiplied = false; ///< the image stores colours multiplied by alpha
     OIIO::TextureSystem::TextureHandle* handle = nullptr;
     std::optional<InlinePixels> pixels;
+    bool isOfFrame = false;                     ///< another frame may have another file
+    std::vector<std::unique_ptr<Loaded>> tiles; ///< as of TextureFiles, null where there is none
+    std::string file;                           ///< of a tile
 };
 
 } // namespace
@@ -151,17 +118,22 @@ struct Textures::Implementation {
     /// What the library keeps for each thread. Owned here: the library frees its own when the thread ends,
     /// which for a pool's thread may be while the cache is being destroyed.
     mutable tbb::enumerable_thread_specific<OIIO::TextureSystem::Perthread*> threads{};
+    int frame = 0;
 
     [[nodiscard]] OIIO::TextureSystem::Perthread* thisThread() const {
         OIIO::TextureSystem::Perthread*& own = threads.local();
         if (!own) own = system->create_thread_info();
         return own;
     }
-    [[nodiscard]] std::vector<std::string> candidatesOf(const scene::TextureElement& texture) const;
     Loaded& get(const scene::TextureElement& texture);
     void load(const scene::TextureElement& texture, Loaded& entry);
     void loadPixels(const scene::TextureElement& texture, Loaded& entry);
-    void loadFile(const scene::TextureElement& texture, Loaded& entry);
+    void loadFiles(const scene::TextureElement& texture, Loaded& entry);
+    void loadFile(const scene::TextureElement& texture, Loaded& entry, const std::string& file);
+    Loaded* tileAt(const scene::TextureElement& texture, Loaded& entry, float& s, float& t);
+    /// What is looked up: of a texture of tiles, the one that has the coordinates, at its own. Null where
+    /// there is none.
+    Loaded* entryAt(const scene::TextureElement& texture, float& s, float& t, TextureLookup& how);
     void open(const scene::TextureElement& texture, Loaded& entry, OIIO::ustring name,
               const std::string& shown);
     bool lookup(const scene::TextureElement& texture, Loaded& entry, float s, float t,
@@ -169,8 +141,8 @@ struct Textures::Implementation {
 };
 
 Textures::Textures(Log& log, std::vector<std::string> searchPaths, std::size_t cacheMegabytes)
-    : implementation_(
-          new Implementation{log, std::move(searchPaths), OIIO::ImageCache::create(false), nullptr, {}, {}}) {
+    : implementation_(new Implementation{
+          log, std::move(searchPaths), OIIO::ImageCache::create(false), nullptr, {}, {}, 0}) {
     implementation_->system = OIIO::TextureSystem::create(false, implementation_->cache);
     OIIO::TextureSystem& system = *implementation_->system;
     system.attribute("max_memory_MB", static_cast<float>(cacheMegabytes));
@@ -201,7 +173,7 @@ Loaded& Textures::Implementation::get(const scene::TextureElement& texture) {
 
 void Textures::Implementation::load(const scene::TextureElement& texture, Loaded& entry) {
     if (texture.file.empty()) loadPixels(texture, entry);
-    else loadFile(texture, entry);
+    else loadFiles(texture, entry);
 }
 
 void Textures::Implementation::loadPixels(const scene::TextureElement& texture, Loaded& entry) {
@@ -221,38 +193,61 @@ void Textures::Implementation::loadPixels(const scene::TextureElement& texture, 
     entry.channels = texture.components;
 }
 
-std::vector<std::string> Textures::Implementation::candidatesOf(const scene::TextureElement& texture) const {
-    const fs::path name(texture.file);
-    if (name.is_absolute()) return {name.string()};
-    std::vector<std::string> candidates{(fs::path(texture.sceneDirectory) / name).string()};
-    for (const std::string& path : searchPaths) candidates.push_back((fs::path(path) / name).string());
-    return candidates;
+void Textures::Implementation::loadFiles(const scene::TextureElement& texture, Loaded& entry) {
+    const TextureFiles files = filesOf(texture, searchPaths, frame);
+    entry.isOfFrame = scene::hasFramePattern(texture.file);
+    if (files.empty()) {
+        log.errorAt(texture.location, "IMG", "texture \"{}\": image \"{}\" was not found; tried {}",
+                    texture.name, texture.file, fmt::join(candidatesOf(texture, searchPaths, frame), ", "));
+    } else if (files.tiles.empty()) {
+        loadFile(texture, entry, files.single);
+    }
+    for (const std::string& tile : files.tiles) {
+        entry.tiles.push_back(tile.empty() ? nullptr : std::make_unique<Loaded>());
+        if (!tile.empty()) entry.tiles.back()->file = tile;
+    }
 }
 
-void Textures::Implementation::loadFile(const scene::TextureElement& texture, Loaded& entry) {
-    const std::optional<std::string> file = firstFile(candidatesOf(texture));
-    if (!file) {
-        log.errorAt(texture.location, "IMG", "texture \"{}\": image \"{}\" was not found; tried {}",
-                    texture.name, texture.file, fmt::join(candidatesOf(texture), ", "));
-        return;
+Loaded* Textures::Implementation::tileAt(const scene::TextureElement& texture, Loaded& entry, float& s,
+                                         float& t) {
+    const float u = std::floor(s), v = std::floor(t);
+    constexpr float columns = tileColumns, rows = (greatestTile - firstTile) / tileColumns + 1;
+    const bool isNumbered = u >= 0.0f && u < columns && v >= 0.0f && v < rows;
+    const std::size_t index = isNumbered ? static_cast<std::size_t>(u + columns * v) : entry.tiles.size();
+    if (index >= entry.tiles.size() || !entry.tiles[index]) {
+        log.once(fmt::format("tile {} {} {}", texture.name, u, v),
+                 {LogLevel::Warning, "IMG", 0,
+                  fmt::format("texture \"{}\" has no tile of \"{}\" for the coordinates from ({}, {}) on",
+                              texture.name, texture.file, u, v),
+                  texture.location});
+        return nullptr;
     }
-    if (const std::string reason = whyUnusable(*file); !reason.empty()) {
+    s -= u;
+    t -= v;
+    Loaded& tile = *entry.tiles[index];
+    std::call_once(tile.once, [&] { loadFile(texture, tile, tile.file); });
+    return &tile;
+}
+
+void Textures::Implementation::loadFile(const scene::TextureElement& texture, Loaded& entry,
+                                        const std::string& file) {
+    if (const std::string reason = whyUnusable(file); !reason.empty()) {
         log.errorAt(texture.location, "IMG", "texture \"{}\": image \"{}\" cannot be used: {}", texture.name,
-                    *file, reason);
+                    file, reason);
         return;
     }
-    if (const std::string missing = whatIsMissing(*file); !missing.empty())
+    if (const std::string missing = whatIsMissing(file); !missing.empty())
         log.errorAt(texture.location, "IMG",
                     "texture \"{}\": image \"{}\" is truncated, what is missing is black or grey: {}",
-                    texture.name, *file, missing);
-    OIIO::ustring path(*file);
+                    texture.name, file, missing);
+    OIIO::ustring path(file);
     if (texture.colorProfile != scene::ColorProfile::Linear) {
         const OIIO::ustring converted(
-            fmt::format("profile {} {}", static_cast<int>(texture.colorProfile), *file));
-        addConvertedFile(*cache, converted, *file, texture.colorProfile);
+            fmt::format("profile {} {}", static_cast<int>(texture.colorProfile), file));
+        addConvertedFile(*cache, converted, file, texture.colorProfile);
         path = converted;
     }
-    open(texture, entry, path, *file);
+    open(texture, entry, path, file);
 }
 
 void Textures::Implementation::open(const scene::TextureElement& texture, Loaded& entry, OIIO::ustring name,
@@ -334,21 +329,43 @@ bool Textures::Implementation::lookup(const scene::TextureElement& texture, Load
     return true;
 }
 
-std::optional<std::string> Textures::file(const scene::TextureElement& texture) const {
-    return firstFile(implementation_->candidatesOf(texture));
+Loaded* Textures::Implementation::entryAt(const scene::TextureElement& texture, float& s, float& t,
+                                          TextureLookup& how) {
+    Loaded& entry = get(texture);
+    if (entry.tiles.empty()) return &entry;
+    how.wrapS = how.wrapT = Wrap::Clamp; // the neighbour across the edge is another image
+    return tileAt(texture, entry, s, t);
+}
+
+void Textures::setFrame(int frame) {
+    if (implementation_->frame == frame) return;
+    implementation_->frame = frame;
+    auto& loaded = implementation_->loaded;
+    for (auto entry = loaded.begin(); entry != loaded.end();)
+        entry = entry->second.isOfFrame ? loaded.unsafe_erase(entry) : std::next(entry);
+}
+
+std::vector<std::string> Textures::files(const scene::TextureElement& texture) const {
+    TextureFiles files = filesOf(texture, implementation_->searchPaths, implementation_->frame);
+    if (!files.single.empty()) return {files.single};
+    std::erase(files.tiles, "");
+    return files.tiles;
 }
 
 bool Textures::lookup(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
                       miColor& result) {
-    return implementation_->lookup(texture, implementation_->get(texture), s, t, how, result);
+    TextureLookup own = how;
+    Loaded* const entry = implementation_->entryAt(texture, s, t, own);
+    return entry && implementation_->lookup(texture, *entry, s, t, own, result);
 }
 
 bool Textures::lookupScalar(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
                             miScalar& result) {
-    Loaded& entry = implementation_->get(texture);
+    TextureLookup own = how;
+    Loaded* const entry = implementation_->entryAt(texture, s, t, own);
     miColor color;
-    if (!implementation_->lookup(texture, entry, s, t, how, color)) return false;
-    const bool hasAlpha = entry.channels == 2 || entry.channels == 4;
+    if (!entry || !implementation_->lookup(texture, *entry, s, t, own, color)) return false;
+    const bool hasAlpha = entry->channels == 2 || entry->channels == 4;
     result = hasAlpha ? color.a : (color.r + color.g + color.b) / 3.0f;
     return true;
 }

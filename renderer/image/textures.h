@@ -37,8 +37,10 @@ struct TextureLookup {
 [[nodiscard]] bool isFilm(const std::string& path);
 
 /// Image look-ups through one shared texture cache; safe from any thread, without a lock after a texture's
-/// first look-up. A file that cannot be read is one message that names the texture and the place of its
-/// statement; look-ups of it are false.
+/// first look-up. Names may stand for the file of a frame (`#`) and for tiles (<UDIM>), which are looked up
+/// at coordinates from 0 to 10 and do not repeat; where there is no tile, look-ups are false. A file that
+/// cannot be read is one message that names the texture and the place of its statement; look-ups of it are
+/// false.
 class Textures {
 public:
     Textures(Log& log, std::vector<std::string> searchPaths, std::size_t cacheMegabytes = 1024);
@@ -46,8 +48,10 @@ public:
     Textures(const Textures&) = delete;
     Textures& operator=(const Textures&) = delete;
 
-    /// The image file of a texture; nothing when none is found.
-    [[nodiscard]] std::optional<std::string> file(const scene::TextureElement& texture) const;
+    /// Of the pictures that follow, for names with number signs. Not while one is rendered.
+    void setFrame(int frame);
+    /// The image files of a texture: one, or its tiles; none when none is found.
+    [[nodiscard]] std::vector<std::string> files(const scene::TextureElement& texture) const;
 
     /// (s, t) = (0, 0) is the lower left corner. Filtered look-ups are mip-mapped and anisotropic. Values are
     /// those of the file, or linear light where the texture's colour profile is another (see

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "command.h"
 #include "pictures.h"
 
+#include "image/make_texture.h"
 #include "image/textures.h"
 
 #include <OpenImageIO/imageio.h>
 
+#include <cmath>
 #include <limits>
 #include <thread>
+#include <utility>
 
 namespace orca::image::test {
 
@@ -159,6 +163,87 @@ TEST_F(TextureLookups, OfAMissingFileFailWithOneMessageFromAllThreads) {
     writeQuadrants("wood.tif");
     ++texture.revision; // touched: read anew
     expectColor(look(texture, 0.25f, 0.75f), 1, 0, 0);
+}
+
+TEST_F(TextureLookups, TakeTilesAndFramesByTheirNames) {
+    writeQuadrants("t.1001.png", 4, 51);
+    writeQuadrants("t.1012.png", 4, 102);
+    writeQuadrants("f.1001.004.png", 4, 153);
+    scene::TextureElement tiles;
+    tiles.tag = 1;
+    tiles.name = "tiles";
+    tiles.file = "t.<UDIM>.png";
+    tiles.sceneDirectory = directory.path();
+    EXPECT_FLOAT_EQ(look(tiles, 0.25f, 0.25f).a, 0.2f);
+    EXPECT_FLOAT_EQ(look(tiles, 1.25f, 1.75f).a, 0.4f);
+    expectColor(look(tiles, 1.25f, 1.75f), 1, 0, 0);
+    TextureLookup filtered;
+    filtered.filtered = true;
+    filtered.footprint.dsdx = filtered.footprint.dtdy = 0.001f;
+    expectColor(look(tiles, 1.001f, 1.999f, filtered), 1, 0, 0); // no colour from across the edge
+    const std::pair<float, float> outside[] = {
+        {1.5f, 0.5f}, {-0.5f, 0.5f}, {10.5f, 0.5f}, {0.5f, 1e20f}, {NAN, 0.5f}};
+    for (const auto& [s, t] : outside) {
+        miColor color;
+        EXPECT_FALSE(textures.lookup(tiles, s, t, {}, color)) << s << ' ' << t;
+    }
+    EXPECT_NE(log.text().find("has no tile of \"t.<UDIM>.png\" for the coordinates from (1, 0) on"),
+              std::string::npos)
+        << log.text();
+    EXPECT_EQ(textures.files(tiles).size(), 2u);
+
+    scene::TextureElement frames = tiles;
+    frames.tag = 2;
+    frames.file = "f.<UDIM>.###.png";
+    textures.setFrame(4);
+    EXPECT_FLOAT_EQ(look(frames, 0.5f, 0.5f).a, 0.6f);
+    textures.setFrame(5);
+    EXPECT_TRUE(textures.files(frames).empty());
+    writeQuadrants("f.1001.###.png", 4, 204);
+    frames.file = "f.1001.###.png";
+    frames.tag = 3;
+    EXPECT_FLOAT_EQ(look(frames, 0.5f, 0.5f).a, 0.8f); // a file of that very name
+}
+
+TEST_F(TextureLookups, AreTheSameInTextureFiles) {
+    writeQuadrants("q.png", 4, 51);
+    scene::TextureElement own, made;
+    own.tag = 1;
+    made.tag = 2;
+    own.file = "q.png";
+    own.sceneDirectory = made.sceneDirectory = directory.path();
+    own.colorProfile = scene::ColorProfile::Srgb;
+    for (const bool converts : {false, true}) {
+        TextureFileSettings settings;
+        if (converts) settings.profile = scene::ColorProfile::Srgb;
+        made.file = converts ? "linear.tx" : "same.tx";
+        made.colorProfile = converts ? scene::ColorProfile::Linear : scene::ColorProfile::Srgb;
+        made.tag += 1;
+        makeTextureFile(directory.file("q.png"), directory.file(made.file), settings);
+        for (const float s : {0.25f, 0.75f}) {
+            const miColor a = look(own, s, 0.25f), b = look(made, s, 0.25f);
+            expectColor(b, a.r, a.g, a.b);
+            EXPECT_NEAR(b.a, a.a, 0.001f);
+        }
+        const auto input = OIIO::ImageInput::open(directory.file(made.file));
+        ASSERT_TRUE(input);
+        EXPECT_EQ(input->spec().tile_width, 64);
+        EXPECT_TRUE(input->seek_subimage(0, 1));
+        EXPECT_EQ(input->spec().width, 1);
+    }
+}
+
+TEST_F(Command, MakesTextureFilesOfImages) {
+    directory.write("a.ppm", "P3 2 1 255 255 0 0 0 0 255\n");
+    const std::string tool = "orca-texture";
+    EXPECT_EQ(runTool(tool, "a.ppm --colorprofile sRGB -d sub --numbers float", "mkdir sub &&"), 0) << output;
+    EXPECT_TRUE(exists("sub/a.tx"));
+    EXPECT_EQ(runTool(tool, "a.ppm gone.ppm"), 4);
+    EXPECT_TRUE(says("\"gone.ppm\": ") && exists("a.tx")) << output;
+    EXPECT_EQ(runTool(tool, "a.tx"), 4);
+    EXPECT_TRUE(says("would replace it")) << output;
+    for (const char* wrong : {"a.ppm --tile 20", "a.ppm --colorprofile blue", "a.ppm a.tx -o b.tx"})
+        EXPECT_EQ(runTool(tool, wrong), 2) << wrong;
 }
 
 } // namespace
