@@ -32,13 +32,13 @@ lines" "of
 text" gamma 2 end options shader "later" "f" ( ) shader "a"
  "g" ( )
 => scene.mi:4:2: "g" is not declared before this place (did you mean "f"?)
-options "o" hair on filter clip gauss 3 3 samples -1 2 0 2 finalgather importance 0.5 gamma 2 fancy words "and"
+options "o" hair on filter clip gauss 3 3 samples -1 2 0 2 finalgather contrast 9 9 9 gamma 2 fancy words "and"
   diagnostic grid object 1.0 caustic filter box 3 "two" 1 2 "pair" on jitter 1
 end options
 shader "later" "f" ( )
 => scene.mi:1:21: options "o": "filter" has no effect: samples are filtered with their full range
 => scene.mi:1:56: options "o": 0 2 is ignored: "samples" takes 1 to 2 integers
-=> scene.mi:1:60: options "o": finalgather importance 0.5 is ignored: it is not known here
+=> scene.mi:1:60: options "o": finalgather contrast 9 9 9 is ignored: it is not known here
 => scene.mi:1:95: options "o": fancy words "and" is ignored: it is not known here
 => scene.mi:2:3: options "o": "diagnostic" has no effect: diagnostic pictures are not supported
 => scene.mi:2:51: options "o": "two" is ignored: it takes 1, 3 or 4 numbers
@@ -94,8 +94,8 @@ TEST(Exports, OfTheOldestFormRenderAFrame) {
     SceneText text(std::string(prelude) + R"mi(
 frame 7 0.5
 view
-    output "rgb" "tif" "a.tif" resolution 40 30 aperture 2 min samples 1 focal 3 recursive on
-    samples 0 2 trace on shadow on lens off lens "f" ( )
+    output "rgb" "tif" "a.tif" resolution 40 30 aperture 2 focal 3 recursive on
+    min samples 1 max samples 2 trace on shadow on lens off lens "f" ( )
 end view
 light "l" "f" ( ) origin 1 2 3 end light
 object "o" visible group 0 0 -5 1 0 -5 1 1 -5 v 0 v 1 v 2 c 0 1 2 end group end object

@@ -102,6 +102,28 @@ constexpr OptionStatement statements[] = {
              o.options.max_samples =
                  v.count > 1 ? v.integer(1) : std::max(o.options.max_samples, v.integer(0));
          }},
+    {.words = "min samples",
+     .fewest = 1,
+     .most = 1,
+     .integers = 1,
+     .range = {coarsestSamplingLevel, finestSamplingLevel},
+     .defaults = numbers(-2),
+     .set =
+         [](OptionsElement& o, const V& v) {
+             o.options.min_samples = v.integer(0);
+             o.options.max_samples = std::max(o.options.max_samples, v.integer(0));
+         }},
+    {.words = "max samples",
+     .fewest = 1,
+     .most = 1,
+     .integers = 1,
+     .range = {coarsestSamplingLevel, finestSamplingLevel},
+     .defaults = numbers(0),
+     .set =
+         [](OptionsElement& o, const V& v) {
+             o.options.max_samples = v.integer(0);
+             o.options.min_samples = std::min(o.options.min_samples, v.integer(0));
+         }},
     {.words = "samples collect",
      .fewest = 1,
      .most = 1,

@@ -186,8 +186,11 @@ void Reader::readOptionStatement(OptionsElement& element, const Token& token) {
         const bool otherWord = atValues.kind == Token::Kind::Symbol && isFamily(statement->words);
         if (const std::string refused = readOptionValues(*statement, values); !refused.empty()) {
             if (otherWord || !statement->set) {
+                // The word may begin a statement of its own elsewhere, but not here.
                 Token words = token;
-                words.text = statement->words;
+                const std::string text = otherWord ? fmt::format("{} {}", statement->words, next().text)
+                                                   : std::string(statement->words);
+                words.text = text;
                 ignoredOption(element, words, "it is not known here");
             } else {
                 error(locationOf(peek()), "{}", refused);
