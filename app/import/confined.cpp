@@ -11,6 +11,8 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <system_error>
 
 #include <sys/prctl.h>
@@ -23,16 +25,29 @@ namespace orca::app {
 
 namespace {
 
+/// What the system counts as data of this process already. That of sanitized builds is larger than any
+/// memory.
+rlim_t dataPages() {
+    rlim_t size = 0, resident = 0, shared = 0, text = 0, unused = 0, data = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident >> shared >> text >> unused >> data;
+    return data;
+}
+
 void confine(const ConfinedLimits& limits) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     const rlimit none{};
     ::setrlimit(RLIMIT_CORE, &none);
-    const auto machine =
-        static_cast<rlim_t>(::sysconf(_SC_PHYS_PAGES)) * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
+    const auto page = static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
+    const rlim_t most = limits.megabytes > 0 ? limits.megabytes * 1000000
+                                             : static_cast<rlim_t>(::sysconf(_SC_PHYS_PAGES)) * page;
     rlimit data{};
     ::getrlimit(RLIMIT_DATA, &data);
-    data.rlim_cur = std::min(data.rlim_max, limits.megabytes > 0 ? limits.megabytes * 1000000 : machine);
+    data.rlim_cur = std::min(data.rlim_max, most + dataPages() * page);
     ::setrlimit(RLIMIT_DATA, &data);
+    if (limits.processorSeconds > 0) {
+        const rlimit processor{limits.processorSeconds, limits.processorSeconds + 1};
+        ::setrlimit(RLIMIT_CPU, &processor);
+    }
     if (limits.seconds <= 0) return;
     double whole = 0;
     const double rest = std::modf(limits.seconds, &whole);
@@ -63,8 +78,13 @@ ConfinedEnd runConfined(const ConfinedLimits& limits, const std::function<int()>
     const int signal = WTERMSIG(status);
     if (signal == SIGALRM && limits.seconds > 0)
         return {exitLimit, fmt::format("the limit of {} seconds (--limit-time) is reached", limits.seconds)};
-    return {128 + signal, fmt::format("the process that read it was ended by a fault: {} (SIG{})",
-                                      ::sigdescr_np(signal), ::sigabbrev_np(signal))};
+    if (signal == SIGXCPU && limits.processorSeconds > 0)
+        return {exitSceneError, fmt::format("its reader came to no end in {} seconds of processor time",
+                                            limits.processorSeconds)};
+    constexpr int faults[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS};
+    const bool isFault = std::find(std::begin(faults), std::end(faults), signal) != std::end(faults);
+    return {isFault ? static_cast<int>(exitSceneError) : 128 + signal,
+            fmt::format("its reader was ended: {} (SIG{})", ::sigdescr_np(signal), ::sigabbrev_np(signal))};
 }
 
 } // namespace orca::app

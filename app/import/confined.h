@@ -10,12 +10,13 @@ namespace orca::app {
 /// What a process may use; 0: any amount of time, the machine's memory.
 struct ConfinedLimits {
     double seconds = 0;
+    std::uint64_t processorSeconds = 0;
     std::uint64_t megabytes = 0;
 };
 
 /// How a confined process ended.
 struct ConfinedEnd {
-    int exitCode = 0;    ///< as a shell has it
+    int exitCode = 0;    ///< of a fault: that of a model that cannot be read; else as a shell has it
     std::string failure; ///< what ended it, where it could not say so itself; else empty
 };
 

@@ -159,6 +159,11 @@ int importConfined(ImportCommand& command) {
         fmt::print(stderr, "orca-import: \"{}\" is the model itself; give another name\n", command.output);
         return exitUsage;
     }
+    if (command.limits.seconds == 0) { // readers of damaged files may look for their ends for ever
+        constexpr std::uint64_t least = 120, bytesPerSecond = 1 << 20;
+        const std::uintmax_t size = fs::file_size(command.model, ignored);
+        command.limits.processorSeconds = least + (ignored ? 0 : size / bytesPerSecond);
+    }
     const ConfinedEnd end = runConfined(command.limits, [&] { return importModel(command); });
     if (!end.failure.empty()) fmt::print(stderr, "orca-import: \"{}\": {}\n", command.model, end.failure);
     fs::remove(bridge::unfinishedName(command.output), ignored); // of a process that was ended
@@ -180,12 +185,13 @@ int main(int argc, char** argv) {
     ImportCommand command;
     command.options.program = "orca-import " ORCA_VERSION;
     addOptions(app, command);
-    constexpr ExitCodeMeaning codes[] = {{"0", "the scene is written"},
-                                         {"2", "the command line is wrong"},
-                                         {"3", "the model cannot be read"},
-                                         {"4", "the scene or an image cannot be written"},
-                                         {"6", "a limit of --limit-time or --limit-memory was reached"},
-                                         {"128+N", "the model's reader was ended by signal N"}};
+    constexpr ExitCodeMeaning codes[] = {
+        {"0", "the scene is written"},
+        {"2", "the command line is wrong"},
+        {"3", "the model cannot be read, or its reader did not withstand it"},
+        {"4", "the scene or an image cannot be written"},
+        {"6", "a limit of --limit-time or --limit-memory was reached"},
+        {"128+N", "ended by signal N"}};
     addDocuments(app, "*", codes, {});
     try {
         app.parse(argc, argv);

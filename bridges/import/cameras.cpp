@@ -25,6 +25,12 @@ View viewOf(const aiCamera& camera, const ModelFile& model, double aspect, doubl
     return view;
 }
 
+Matrix cameraPlacement(const aiCamera& camera, const Matrix& matrix, const ModelFile& model) {
+    // Assimp 5.2 moves cameras of glTF by their nodes' matrices once more; those of the format look along -z.
+    if (model.isGltf()) return rigid(matrix, {0, 0, 0}, {0, 0, -1}, {0, 1, 0});
+    return rigid(matrix, camera.mPosition, camera.mLookAt, camera.mUp);
+}
+
 FramingCamera framing(const Box& bounds, double aspect) {
     constexpr double verticalDegrees = 30, margin = 1.15;
     FramingCamera camera;

@@ -18,6 +18,10 @@ struct View {
 /// @param scale of lengths from the file to the scene
 [[nodiscard]] View viewOf(const aiCamera& camera, const ModelFile& model, double aspect, double scale);
 
+/// From the camera's space to the scene's.
+/// @param matrix of the camera's node
+[[nodiscard]] Matrix cameraPlacement(const aiCamera& camera, const Matrix& matrix, const ModelFile& model);
+
 /// A camera from the front, the right and above, that sees all of a box.
 struct FramingCamera {
     View view;

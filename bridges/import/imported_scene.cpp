@@ -110,7 +110,7 @@ Matrix SceneWriter::placement(const Placed& placed, Moment moment) const {
     if (!placed.light && !placed.camera) return poses_.local(*placed.node, moment);
     const Matrix matrix = world_ * poses_.global(*placed.node, moment);
     if (placed.light) return lightPlacement(*placed.light, matrix, scale_);
-    return rigid(matrix, placed.camera->mPosition, placed.camera->mLookAt, placed.camera->mUp);
+    return cameraPlacement(*placed.camera, matrix, model_);
 }
 
 bool SceneWriter::moves(const Placed& placed) const {
@@ -444,6 +444,7 @@ ImportSummary writeScene(const ModelFile& model, const ImportOptions& options, c
 void writeGeometry(const ModelFile& model, const ImportOptions& options, bool tagged,
                    const std::string& path) {
     SceneText text(path);
+    bool isEmpty = true;
     for (const std::string& file : model.files()) text.print("#: reads \"{}\"\n", file);
     const aiScene& scene = model.scene();
     const NodePoses poses(scene, nullptr);
@@ -467,9 +468,11 @@ void writeGeometry(const ModelFile& model, const ImportOptions& options, bool ta
         const TriangleMesh triangles =
             triangleMesh(mesh, {own.positions, own.normals, {}}, options.creaseDegrees);
         if (triangles.indices.empty()) continue;
+        isEmpty = false;
         print(text, triangles,
               tagged ? std::optional(static_cast<std::int32_t>(mesh.mMaterialIndex)) : std::nullopt);
     }
+    if (isEmpty) throw ImportError(fmt::format("\"{}\": it holds no triangles", model.path()));
     text.close();
 }
 

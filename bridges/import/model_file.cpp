@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <new>
 
 namespace orca::bridge {
@@ -43,11 +44,24 @@ std::string whyNoFile(const std::string& path) {
     return fs::is_regular_file(status) ? "" : "it is no regular file";
 }
 
+/// The reader of PLY looks for the end of a header that has none for ever.
+bool isCutPly(const std::string& path) {
+    constexpr std::size_t longestHeader = 1 << 20;
+    std::string head(longestHeader, '\0');
+    std::ifstream file(path, std::ios::binary);
+    file.read(head.data(), static_cast<std::streamsize>(head.size()));
+    head.resize(static_cast<std::size_t>(file.gcount()));
+    const std::size_t end = head.find("\nend_header");
+    return head.starts_with("ply") &&
+           (end == std::string::npos || head.find('\n', end + 1) == std::string::npos);
+}
+
 } // namespace
 
 ModelFile::ModelFile(std::string path) : path_(std::move(path)) {
     if (const std::string reason = whyNoFile(path_); !reason.empty())
         throw ImportError(fmt::format("\"{}\": {}", path_, reason));
+    if (isCutPly(path_)) throw ImportError(fmt::format("\"{}\": the file ends within its header", path_));
     importer_.SetIOHandler(new RecordingFiles(files_)); // which the importer deletes
     // Nodes for pivots, of which a rotation needs half a dozen, are folded into the node that they belong to.
     importer_.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
