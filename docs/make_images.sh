@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # Renders the pictures of the documents from the example scenes. Needs a build (./orca build) and, for contact sheets,
-# the package imagemagick.
+# the packages imagemagick and gsfonts (fonts of labels).
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 render=$root/build/release/bin/orca-render
@@ -30,6 +30,22 @@ sheet() {  # NAME SIZE COLUMNS LAYER...: layers of a scene side by side, each wi
     local labelled=() layer
     for layer in "$@"; do labelled+=(-label "$layer" "$scratch/$layer.png"); done
     montage "${labelled[@]}" -tile "${columns}x" -geometry +4+4 -background white "$images/$name.png"
+}
+
+layers() {  # NAME SIZE LAYER...: layers of a scene in a row, as NAME-layers.jpg
+    local name=$1 size=$2 block=()
+    shift 2
+    # Scenes without a data block of their own get one.
+    grep -q orcaFrameBufferData "$root/scenes/$name.mi" || block=(--passes "$(IFS=,; echo "$*")")
+    "$render" "$root/scenes/$name.mi" --size "$size" "${block[@]}" -o "$scratch/$name.exr" --files layers --png-layers "$scratch"
+    local labelled=() layer
+    for layer in "$@"; do labelled+=(-label "$layer" "$scratch/$layer.png"); done
+    montage "${labelled[@]}" -tile x1 -geometry +4+4 -background white -quality 88 "$images/$name-layers.jpg"
+}
+
+as_jpeg() {  # NAME: keeps a picture with much detail small
+    convert "$images/$1.png" -quality 90 "$images/$1.jpg"
+    rm "$images/$1.png"
 }
 
 frames() {  # NAME SIZE COLUMNS FRAME:LAYER...: layers of single frames of a scene side by side
@@ -81,6 +97,7 @@ picture plate_composite 480x270 plateShadow reflection
 frames shadow_modes 320x180 2 1:main 3:main
 sheet pass_levels 240x135 3 main direct mirrored throughGlass pearMirrored pearRefracted
 frames lenses 480x270 2 1:main 2:main 3:main 4:main
+as_jpeg lenses
 frames render_modes 240x135 3 1:main 2:matte 3:main 4:main 5:main 6:main
 picture rasterizer 360x202
 sheet kept_buffers 240x135 3 main woodPlace grainDepth paintable cameraDepth
@@ -90,7 +107,16 @@ sheet light_links 240x135 3 main diffuse specular diffuseKeyVase diffuseKeyFruit
     diffuseFillFruit diffuseFillGround diffuseRimVase diffuseRimFruit diffuseRimGround
 picture lagoon 480x202
 picture stage 640x320
+layers stage 160x80 diffuse specular shadow cameraDepth
 picture lantern 640x320
+layers lantern 160x80 diffuse specular shadow cameraDepth
 finely area_lights 480x270
-finely dome 480x270
-finely neon 400x225
+layers area_lights 160x90 diffuse specular shadow reflection
+picture dome 480x270
+layers dome 160x90 diffuse reflection
+picture neon 400x225
+as_jpeg neon
+layers neon 160x90 diffuse specular incandescence reflection
+picture interior 480x270
+as_jpeg interior
+layers interior 160x90 diffuseDay diffuseLamps diffuseStrip specular reflection indirect

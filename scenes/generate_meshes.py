@@ -52,6 +52,9 @@ CATALOGUE = {
     "tail_lights": city.tail_lights,
     "neon_letters": neon.letters,
     "neon_swash": neon.swash,
+    "cushion": shapes.cushion,
+    "drum": shapes.drum,
+    "lamp_shade": shapes.lamp_shade,
 }
 
 

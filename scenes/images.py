@@ -116,6 +116,18 @@ def studio(u, v):
     return tuple(light)
 
 
+def daylight(u, v):
+    """A hazy afternoon sun, its glow, and the sky; in the west (u 0.3), 33 degrees up."""
+    def toward(u, v):
+        turn, rise = 2 * math.pi * u, math.pi * (v - 0.5)
+        return (math.cos(rise) * math.sin(turn), math.sin(rise), math.cos(rise) * math.cos(turn))
+    away = math.degrees(math.acos(max(-1.0, min(1.0, sum(a * b for a, b in zip(toward(u, v), toward(0.30, 0.683)))))))
+    sun = 1200 * (1 - smooth_step(2.0, 3.2, away))
+    glow = 9 * math.exp(-(away / 24) ** 2)
+    sky = 0.12 + 1.0 * smooth_step(0.49, 0.53, v) * math.exp(-(away / 80) ** 2)
+    return tuple(sun * s + glow * g + sky * b for s, g, b in zip((1.0, 0.82, 0.58), (0.82, 0.92, 1.0), (0.45, 0.68, 1.0)))
+
+
 def sunset(u, v):
     """A setting sun in bands; its glow fades out into the transparent border."""
     x, y = 2 * u - 1, 2 * v - 1
@@ -138,6 +150,7 @@ CATALOGUE = {
     "brick_normals.ppm": lambda: colour_image(512, 256, brick_normals),
     "dimples.ppm": lambda: colour_image(512, 256, dimples),
     "studio.hdr": lambda: light_image(512, 256, studio),
+    "daylight.hdr": lambda: light_image(512, 256, daylight),
     "street_glow.ppm": lambda: colour_image(256, 256, street_glow),
     "windows.ppm": lambda: colour_image(256, 256, lit_windows),
     "sunset.png": lambda: alpha_image(256, 256, sunset),

@@ -64,6 +64,32 @@ def sphere():
     return revolved(lambda t: (math.sin(math.pi * t), -math.cos(math.pi * t)), 96, 48)
 
 
+def cushion():
+    """Between a box and an ellipsoid: 2 wide in every direction about the origin, to be stretched."""
+    def rounded(value, squareness):
+        return math.copysign(abs(value) ** (2.0 / squareness), value)
+
+    def surface(u, v):
+        angle, tilt = TURN * u, math.pi * (v - 0.5)
+        level = rounded(math.cos(tilt), 4.0) if 0.0 < v < 1.0 else 0.0
+        return (level * rounded(math.cos(angle), 7.0), rounded(math.sin(tilt), 4.0), -level * rounded(math.sin(angle), 7.0))
+    mesh = Mesh()
+    mesh.add_grid(96, 64, surface, wraps=True)
+    return mesh
+
+
+def drum():
+    """Cylinder of radius 1 from height 0 to 1, its rims a little rounded."""
+    wall = [(0.0, 0.0), (0.95, 0.0), (0.99, 0.01), (1.0, 0.05), (1.0, 0.95), (0.99, 0.99), (0.95, 1.0), (0.0, 1.0)]
+    return revolved(lambda t: wall[round(7 * t)], 64, 7)
+
+
+def lamp_shade():
+    """Shade of a hanging lamp, inside and outside: the mouth of radius 1 at height 0."""
+    wall = [(0.12, 0.72), (0.55, 0.56), (0.86, 0.26), (0.98, 0.0), (1.0, 0.0), (0.90, 0.27), (0.59, 0.59), (0.16, 0.76), (0.0, 0.78)]
+    return revolved(lambda t: curve_through(wall, t), 96, 48)
+
+
 def vase():
     """Fluted vase, open at the top, with the inside of its neck."""
     outside = [(0.0, 0.0), (0.42, 0.0), (0.52, 0.10), (0.72, 0.62), (0.84, 1.12), (0.80, 1.55), (0.56, 1.98),
