@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace orca::app {
 
@@ -22,7 +23,9 @@ namespace {
 namespace fs = std::filesystem;
 
 struct ImportCommand {
-    std::string model, output;
+    std::vector<std::string> models;
+    std::string model; ///< that is being imported
+    std::string output;
     bridge::ImportOptions options;
     ConfinedLimits limits;
     bool geometryOnly = false, tagged = false, quiet = false;
@@ -40,19 +43,21 @@ std::optional<std::pair<int, int>> pairOf(const std::string& text, char mark) {
 
 void addOptions(CLI::App& app, ImportCommand& command) {
     bridge::ImportOptions& options = command.options;
-    app.add_option("model", command.model,
-                   "file to import: OBJ, glTF, GLB, FBX, PLY, STL, Collada and others")
+    app.add_option(
+           "models", command.models,
+           "files to import, each into a scene of its own: OBJ, glTF, GLB, FBX, PLY, STL, Collada and others")
         ->required()
         ->type_name("MODEL");
-    app.add_option("-o,--output", command.output,
-                   "scene to write; - is standard output (default: MODEL.mi in this folder)")
+    app.add_option(
+           "-o,--output", command.output,
+           "scene to write for a single model; - is standard output (default: MODEL.mi in this folder)")
         ->type_name("FILE");
     app.add_option("--scale", options.scale, "multiplies all lengths, after the file's own unit (default: 1)")
         ->type_name("X")
         ->check(CLI::PositiveNumber);
     app.add_option_function<std::string>(
            "--up", [&options](const std::string& axis) { options.zIsUp = axis == "z"; },
-           "axis of the file that points up, where the file does not say (default: y)")
+           "axis that points up (default: as the file says, else y)")
         ->type_name("AXIS")
         ->check(CLI::IsMember({"y", "z"}));
     app.add_option("--smooth", options.creaseDegrees,
@@ -152,7 +157,8 @@ int importModel(const ImportCommand& command) {
 }
 
 /// Imports in a process of its own, so that a file that its reader does not withstand costs a message.
-int importConfined(ImportCommand& command) {
+int importConfined(ImportCommand command, const std::string& model) {
+    command.model = model;
     if (command.output.empty()) command.output = fs::path(command.model).stem().string() + ".mi";
     std::error_code ignored;
     if (fs::equivalent(command.model, command.output, ignored)) {
@@ -201,5 +207,13 @@ int main(int argc, char** argv) {
         fmt::print(stderr, "orca-import: {}\n", problem.what());
         return exitUsage;
     }
-    return importConfined(command);
+    if (command.models.size() > 1 && !command.output.empty()) {
+        fmt::print(stderr, "orca-import: -o names the scene of one model, but there are {}\n",
+                   command.models.size());
+        return exitUsage;
+    }
+    int exitCode = exitRendered; // of the first failure
+    for (const std::string& model : command.models)
+        if (const int code = importConfined(command, model); exitCode == exitRendered) exitCode = code;
+    return exitCode;
 }

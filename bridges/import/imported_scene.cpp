@@ -41,7 +41,7 @@ public:
           materials_(model, text_, images_, losses_),
           poses_(scene_, animationOf(model, options)),
           world_(worldOf(model, options)),
-          scale_(model.metresPerUnit() * options.scale),
+          scale_(model.metresPerUnit() * model.rootScale() * options.scale),
           bounds_(boundsOf(scene_, poses_, world_, firstMoment())) {
         if (bounds_.isEmpty()) bounds_.low = {-1, -1, -1}, bounds_.high = {1, 1, 1};
     }

@@ -13,7 +13,7 @@ namespace orca::bridge {
 
 struct ImportOptions {
     double scale = 1;                          ///< after the file's own unit
-    bool zIsUp = false;                        ///< the file's z axis becomes y
+    std::optional<bool> zIsUp;                 ///< whether the z axis becomes y; nothing: as the file says
     double creaseDegrees = 60;                 ///< of meshes without normals
     std::optional<std::pair<int, int>> frames; ///< first and last; nothing: one picture of the rest pose
     double framesPerSecond = 24;               ///< frame 0 is the animation's start

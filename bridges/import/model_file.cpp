@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <new>
@@ -98,6 +99,19 @@ double ModelFile::metresPerUnit() const {
     if (about && about->Get("UnitScaleFactor", single)) centimetres = single;
     else if (!about || !about->Get("UnitScaleFactor", centimetres)) return 1;
     return centimetres > 0 ? centimetres * 0.01 : 1;
+}
+
+double ModelFile::rootScale() const {
+    if (format_.rfind("Collada", 0) != 0) return 1;
+    const double scale =
+        std::cbrt(std::abs(static_cast<double>(scene_->mRootNode->mTransformation.Determinant())));
+    return scale > 0 ? scale : 1;
+}
+
+bool ModelFile::zIsUp() const {
+    constexpr int z = 2;
+    int axis = 1;
+    return scene_->mMetaData && scene_->mMetaData->Get("UpAxis", axis) && axis == z;
 }
 
 } // namespace orca::bridge

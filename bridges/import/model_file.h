@@ -41,6 +41,10 @@ public:
     /// Scale from the file's units to metres; 1 where the format has none, or where the reader has applied
     /// it.
     [[nodiscard]] double metresPerUnit() const;
+    /// Scale of lengths that the reader has put into the root node: of Collada the unit, else 1.
+    [[nodiscard]] double rootScale() const;
+    /// Whether the file says that its z axis points up, and the reader has not turned it.
+    [[nodiscard]] bool zIsUp() const;
 
 private:
     std::string path_, format_;

@@ -26,7 +26,7 @@ std::vector<PlacedMesh> placedMeshes(const aiScene& scene) {
 Matrix worldOf(const ModelFile& model, const ImportOptions& options) {
     const double scale = model.metresPerUnit() * options.scale;
     Matrix world;
-    if (options.zIsUp) Matrix::RotationX(-std::numbers::pi / 2, world);
+    if (options.zIsUp.value_or(model.zIsUp())) Matrix::RotationX(-std::numbers::pi / 2, world);
     Matrix scaling;
     Matrix::Scaling({scale, scale, scale}, scaling);
     return world * scaling;

@@ -268,6 +268,8 @@ TEST_F(Import, OfDamagedFilesEndsWithAMessageThatNamesThem) {
                           {"still.ply -o no/such/folder.mi", 4, {"no/such/folder.mi"}},
                           {"still.ply --frames 0:9", 3, {"there is no animation"}},
                           {"still.ply --camera side", 3, {"there is no camera \"side\""}},
+                          {"still.ply text.obj", 3, {"still.mi: 1 object", "text.obj"}},
+                          {"still.ply text.obj -o out.mi", 2, {"-o"}},
                           {"still.ply --frames 9", 2, {"--frames"}},
                           {"still.ply --size 0x9", 2, {"--size"}},
                           {"still.ply -o still.ply", 2, {"the model itself"}}};
