@@ -18,7 +18,7 @@ constexpr std::size_t verticesPerChunk = 256, trianglesPerChunk = 4096;
 /// Decides whether an edge is to be halved.
 class EdgeMeasure {
 public:
-    EdgeMeasure(const DisplacementView& view, const scene::Approximation& approximation)
+    EdgeMeasure(const TessellationView& view, const scene::Approximation& approximation)
         : view_(view), longest_(approximation.edge), inView_(approximation.inView) {}
 
     /// @param a, b the ends in camera space, in an order that does not depend on the triangle
@@ -27,46 +27,11 @@ public:
             const miVector d = b - a;
             return dot(d, d) > longest_ * longest_;
         }
-        const float pixels = view_.pixelsPerUnit * (view_.orthographic ? extent(a, b) : angle(a, b));
-        // What only mirrors and shadows show may be coarser.
-        constexpr float coarserOutside = 8.0f;
-        return pixels > longest_ * (outside(a, b) ? coarserOutside : 1.0f);
+        return pixelsBetween(view_, a, b) > longest_ * (isOutside(view_, a, b) ? coarserOutside : 1.0f);
     }
 
 private:
-    // Edges seen end on hardly show, but the surface may rise between their ends.
-    static constexpr float shareOfDepth = 0.25f;
-
-    [[nodiscard]] float extent(const miVector& a, const miVector& b) const {
-        const miVector d = b - a;
-        return std::max(std::hypot(d.x, d.y), shareOfDepth * std::abs(d.z));
-    }
-    [[nodiscard]] float angle(const miVector& a, const miVector& b) const {
-        const miVector d = b - a;
-        const float square = dot(d, d);
-        if (!(square > 0.0f)) return 0.0f;
-        const float t = std::clamp(-dot(a, d) / square, 0.0f, 1.0f);
-        const miVector closest = a + t * d;
-        const float distance = std::max(view_.nearest, std::sqrt(dot(closest, closest)));
-        const miVector turn = cross(a, b);
-        const float seen = std::atan2(std::sqrt(dot(turn, turn)), dot(a, b));
-        const float length = std::sqrt(square);
-        // Next to the eye an edge spans any angle.
-        return std::max(std::min(seen, length / distance), shareOfDepth * length / distance);
-    }
-    /// True when both ends lie beyond one side of the view, with a margin.
-    [[nodiscard]] bool outside(const miVector& a, const miVector& b) const {
-        constexpr float margin = 1.15f;
-        const auto beyond = [&](const miVector& p) {
-            const float depth = view_.orthographic ? 1.0f : -p.z;
-            const float w = margin * view_.halfWidth * depth, h = margin * view_.halfHeight * depth;
-            return (p.x > w ? 1u : 0u) | (p.x < -w ? 2u : 0u) | (p.y > h ? 4u : 0u) | (p.y < -h ? 8u : 0u) |
-                   (p.z > 0.0f ? 16u : 0u);
-        };
-        return (beyond(a) & beyond(b)) != 0;
-    }
-
-    const DisplacementView& view_;
+    const TessellationView& view_;
     float longest_;
     bool inView_;
 };
@@ -74,7 +39,7 @@ private:
 /// The displacements of the vertices, and their displaced positions in camera space.
 class Displacement {
 public:
-    Displacement(DisplacedMesh& displaced, const MeshInstance& meshInstance, const DisplacementView& view,
+    Displacement(DisplacedMesh& displaced, const MeshInstance& meshInstance, const TessellationView& view,
                  float limit, const DisplacementShader& shader)
         : displaced_(displaced), meshInstance_(meshInstance), limit_(limit), shader_(shader) {
         mi_matrix_prod(toCamera_, meshInstance.instanceRecord->tf.local_to_global, view.worldToCamera);
@@ -129,7 +94,7 @@ private:
 
 } // namespace
 
-DisplacementOutcome displace(Mesh& mesh, const MeshInstance& meshInstance, const DisplacementView& view,
+DisplacementOutcome displace(Mesh& mesh, const MeshInstance& meshInstance, const TessellationView& view,
                              const DisplacementLimits& limits, const DisplacementShader& shader) {
     DisplacedMesh displaced(mesh, meshInstance);
     Displacement displacement(displaced, meshInstance, view, limits.distance, shader);

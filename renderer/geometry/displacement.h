@@ -3,6 +3,7 @@
 
 #include "geometry/mesh.h"
 #include "geometry/mesh_instance.h"
+#include "geometry/tessellation/view.h"
 
 #include "scene/elements/approximation.h"
 
@@ -29,15 +30,6 @@ struct DisplacementVertex {
 /// Answers how far a vertex moves along its normal, in units of the object's space. Called from any thread.
 using DisplacementShader = std::function<float(const MeshInstance&, const DisplacementVertex&)>;
 
-/// How large surfaces appear in the picture, which decides how finely displaced ones are refined.
-struct DisplacementView {
-    miMatrix worldToCamera;
-    bool orthographic;
-    float pixelsPerUnit;         ///< per radian at the picture's centre; orthographic: per scene unit
-    float halfWidth, halfHeight; ///< of the view at distance 1; orthographic: scene units
-    float nearest;               ///< scene units; closer surfaces count as being at this distance
-};
-
 /// How finely surfaces are refined, and how far vertices may move.
 struct DisplacementLimits {
     scene::Approximation approximation{4.0f, true};
@@ -57,7 +49,7 @@ struct DisplacementOutcome {
 ///
 /// Normals are computed from the moved triangles, smooth where the given ones were. Moving vertices keep the
 /// displacement that they have at the start of the shutter.
-DisplacementOutcome displace(Mesh& mesh, const MeshInstance& meshInstance, const DisplacementView& view,
+DisplacementOutcome displace(Mesh& mesh, const MeshInstance& meshInstance, const TessellationView& view,
                              const DisplacementLimits& limits, const DisplacementShader& shader);
 
 } // namespace orca::geometry

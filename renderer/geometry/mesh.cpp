@@ -51,7 +51,7 @@ struct Parts {
     MotionSegments motion;
 };
 
-Parts partsOf(const scene::ObjectElement& object) {
+Parts partsOf(const scene::ObjectElement& object, const std::vector<scene::TriangleList>& curved) {
     Parts parts;
     for (const auto& group : object.groups) {
         parts.normals |= !group.normal.empty();
@@ -64,20 +64,24 @@ Parts partsOf(const scene::ObjectElement& object) {
             parts.tagged |= polygon.label >= 0;
         }
     }
-    for (const auto& list : object.triangleLists) {
+    const auto include = [&](const scene::TriangleList& list) {
         parts.normals |= list.layout.normal >= 0;
         parts.motion.add(list);
         parts.derivatives |= list.layout.derivatives >= 0;
         parts.bumps |= list.layout.bump >= 0 && list.layout.bumpCount > 0;
         parts.textureSpaces = std::max(parts.textureSpaces, list.layout.texture.size());
         parts.tagged |= !list.labels.empty();
-    }
+        parts.materials |= !list.materials.empty();
+    };
+    for (const auto& list : object.triangleLists) include(list);
+    for (const auto& list : curved) include(list);
     return parts;
 }
 
 class MeshBuilder {
 public:
-    MeshBuilder(const scene::ObjectElement& object) : parts_(partsOf(object)) {
+    MeshBuilder(const scene::ObjectElement& object, const std::vector<scene::TriangleList>& curved)
+        : parts_(partsOf(object, curved)) {
         mesh_.textureSpaces = static_cast<int>(parts_.textureSpaces);
         mesh_.laterPoints.resize(static_cast<std::size_t>(parts_.motion.common()));
     }
@@ -107,7 +111,8 @@ public:
                 ++faults_.degenerate;
                 continue;
             }
-            addTriangle({at(0), at(1), at(2)}, miNULLTAG, list.labels.empty() ? -1 : list.labels[i]);
+            addTriangle({at(0), at(1), at(2)}, list.materials.empty() ? miNULLTAG : list.materials[i],
+                        list.labels.empty() ? -1 : list.labels[i]);
         }
     }
 
@@ -314,10 +319,12 @@ private:
 
 } // namespace
 
-Mesh buildMesh(const scene::ObjectElement& object, Log& log) {
-    MeshBuilder builder(object);
+Mesh buildMesh(const scene::ObjectElement& object, Log& log, const SurfaceSettings& surfaces) {
+    const std::vector<scene::TriangleList> curved = tessellateSurfaces(object, surfaces, log);
+    MeshBuilder builder(object, curved);
     for (const auto& group : object.groups) builder.add(group);
     for (const auto& list : object.triangleLists) builder.add(list);
+    for (const auto& list : curved) builder.add(list);
 
     const Faults& faults = builder.faults();
     if (faults.badIndex)

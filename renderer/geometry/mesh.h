@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/log.h"
+#include "geometry/curved_surfaces.h"
 #include "scene/elements/elements.h"
 
 #include <shader.h>
@@ -34,9 +35,10 @@ struct Mesh {
     [[nodiscard]] bool deforms() const { return !laterPoints.empty(); }
 };
 
-/// Cuts the object's polygons into triangles, in parallel. Faulty polygons and triangles are left out, with
-/// one message per object and kind of fault.
-[[nodiscard]] Mesh buildMesh(const scene::ObjectElement& object, Log& log);
+/// Cuts the object's polygons into triangles and tessellates its curved surfaces, in parallel. Faulty
+/// polygons, triangles and surfaces are left out, with one message per object and kind of fault.
+[[nodiscard]] Mesh buildMesh(const scene::ObjectElement& object, Log& log,
+                             const SurfaceSettings& surfaces = {});
 
 /// Transforms points, later points and normals to world space, for a mesh with one instance only.
 void placeInWorld(Mesh& mesh, const miScalar* localToGlobal, const miScalar* globalToLocal);

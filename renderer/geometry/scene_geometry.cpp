@@ -32,10 +32,10 @@ struct SceneGeometry::Implementation {
     }
     ~Implementation() { database.remove(defaultMaterial); }
 
-    void buildMeshes();
+    void buildMeshes(const SurfaceTessellation& tessellation);
     void buildMeshInstances(const miOptions& options);
     [[nodiscard]] bool isDisplaced(const MeshInstance& meshInstance) const;
-    void displaceMeshes(const DisplacementView& view, const DisplacementShader& shader,
+    void displaceMeshes(const TessellationView& view, const DisplacementShader& shader,
                         const scene::OptionsElement* overrides);
     void buildKernel();
     [[nodiscard]] const miTag* inheritedMaterials(const FlattenedScene::ObjectInstance& placed,
@@ -70,20 +70,36 @@ struct SceneGeometry::Implementation {
     miVector lower{0, 0, 0}, upper{0, 0, 0};
 };
 
-void SceneGeometry::Implementation::buildMeshes() {
-    std::vector<const scene::ObjectElement*> objects;
-    std::vector<SharedMesh*> targets;
+void SceneGeometry::Implementation::buildMeshes(const SurfaceTessellation& tessellation) {
+    std::optional<TessellationView> view;
+    if (const auto* placed = database.find<scene::InstanceElement>(tessellation.cameraInstance);
+        placed && tessellation.camera)
+        view = viewOf(*tessellation.camera, placed->instance.tf.global_to_local);
+
+    struct Task {
+        const scene::ObjectElement* object;
+        SharedMesh* target;
+        SurfaceSettings surfaces;
+    };
+    std::vector<Task> tasks;
+    std::unordered_map<miTag, std::size_t> taskOf; // by object
     for (const FlattenedScene::ObjectInstance& instance : graph.objectInstances) {
-        SharedMesh*& shared = meshOf[instance.object->tag];
-        if (!shared) {
+        const auto [at, isNew] = taskOf.try_emplace(instance.object->tag, tasks.size());
+        if (isNew) {
+            SharedMesh*& shared = meshOf[instance.object->tag];
             shared = &meshes.emplace_back();
-            objects.push_back(instance.object);
-            targets.push_back(shared);
+            Task& task = tasks.emplace_back(Task{instance.object, shared, {}});
+            task.surfaces.views.view = view ? &*view : nullptr;
+            if (tessellation.overrides)
+                task.surfaces.overrides = &tessellation.overrides->surfaceApproximations;
         }
-        ++shared->instances;
+        Task& task = tasks[at->second];
+        ++task.target->instances;
+        task.surfaces.views.localToWorld.push_back(instance.instance->instance.tf.local_to_global);
     }
-    parallelFor(objects.size(), 1,
-                [&](std::size_t i, std::size_t) { targets[i]->mesh = buildMesh(*objects[i], log); });
+    parallelFor(tasks.size(), 1, [&](std::size_t i, std::size_t) {
+        tasks[i].target->mesh = buildMesh(*tasks[i].object, log, tasks[i].surfaces);
+    });
 }
 
 const miTag* SceneGeometry::Implementation::inheritedMaterials(const FlattenedScene::ObjectInstance& placed,
@@ -215,7 +231,7 @@ DisplacementLimits limitsOf(const MeshInstance& meshInstance, const scene::Objec
 
 } // namespace
 
-void SceneGeometry::Implementation::displaceMeshes(const DisplacementView& view,
+void SceneGeometry::Implementation::displaceMeshes(const TessellationView& view,
                                                    const DisplacementShader& shader,
                                                    const scene::OptionsElement* overrides) {
     for (MeshInstance& meshInstance : meshInstances) {
@@ -261,7 +277,8 @@ int motionStepsOf(const miOptions& options) {
 } // namespace
 
 SceneGeometry::SceneGeometry(scene::Database& database, Log& log, miTag rootGroup, const miOptions& options,
-                             int threads, Displacement displacement, Instructions instructions)
+                             int threads, Displacement displacement, const SurfaceTessellation& tessellation,
+                             Instructions instructions)
     : implementation_(std::make_unique<Implementation>(database, log, rootGroup, motionStepsOf(options))) {
     Implementation& all = *implementation_;
     all.traceMotion = options.motion != 0;
@@ -271,13 +288,13 @@ SceneGeometry::SceneGeometry(scene::Database& database, Log& log, miTag rootGrou
     all.threads = threads > 0 ? std::min(threads, available) : available;
 
     tbb::task_arena(all.threads).execute([&] {
-        all.buildMeshes();
+        all.buildMeshes(tessellation);
         all.buildMeshInstances(options);
         if (displacement == Displacement::None) all.buildKernel();
     });
 }
 
-void SceneGeometry::finish(const DisplacementView& view, const DisplacementShader& shader,
+void SceneGeometry::finish(const TessellationView& view, const DisplacementShader& shader,
                            const scene::OptionsElement* overrides) {
     Implementation& all = *implementation_;
     tbb::task_arena(all.threads).execute([&] {

@@ -18,6 +18,13 @@
 
 namespace orca::geometry {
 
+/// What decides how finely curved surfaces are tessellated, besides what their objects say.
+struct SurfaceTessellation {
+    const miCamera* camera = nullptr; ///< null: limits in pixels have no effect
+    miTag cameraInstance = miNULLTAG;
+    const scene::OptionsElement* overrides = nullptr; ///< what the options say of all objects
+};
+
 /// Everything that rays can meet below a root group, with placements and inherited settings resolved, ready
 /// for tracing; and the light instances there. Built once per picture; const, and safe from any thread,
 /// afterwards.
@@ -31,8 +38,10 @@ public:
     /// this object, so the database must outlive it. Scene faults become messages; the faulty part is left
     /// out. `threads` limits the threads that build the acceleration structures, 0 takes all; hits do not
     /// depend on it. Rays see things move only when `options.motion` is on.
+    /// @param tessellation read by the constructor only
     SceneGeometry(scene::Database& database, Log& log, miTag rootGroup, const miOptions& options, int threads,
                   Displacement displacement = Displacement::None,
+                  const SurfaceTessellation& tessellation = {},
                   Instructions instructions = Instructions::OfThisProcessor);
     ~SceneGeometry();
     SceneGeometry(const SceneGeometry&) = delete;
@@ -42,7 +51,7 @@ public:
     /// tracing. Without this call, and with displacement switched off in the options, they stay as modelled.
     /// `shader` is called on the threads of an arena of at most `threads`.
     /// @param overrides what the options say of all objects; null: nothing
-    void finish(const DisplacementView& view, const DisplacementShader& shader,
+    void finish(const TessellationView& view, const DisplacementShader& shader,
                 const scene::OptionsElement* overrides = nullptr);
 
     /// Closest hit within the ray's range.

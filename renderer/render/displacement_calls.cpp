@@ -12,19 +12,6 @@
 
 namespace orca::render {
 
-geometry::DisplacementView displacementView(const Frame& frame) {
-    const miCamera& camera = frame.camera;
-    geometry::DisplacementView view{};
-    mi_matrix_copy(view.worldToCamera, frame.placement.start().fromWorld);
-    view.orthographic = camera.orthographic != miFALSE;
-    const float width = view.orthographic ? camera.aperture : camera.aperture / camera.focal;
-    view.pixelsPerUnit = static_cast<float>(camera.x_resolution) / width;
-    view.halfWidth = 0.5f * width;
-    view.halfHeight = view.halfWidth / camera.aspect;
-    view.nearest = std::max(1e-6f, static_cast<float>(camera.clip.min));
-    return view;
-}
-
 struct DisplacementCalls::Worker {
     Worker(const Frame& frame, int thread) : context(frame, thread) {
         openBaseState(context);

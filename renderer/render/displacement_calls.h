@@ -9,9 +9,6 @@
 
 namespace orca::render {
 
-/// The picture's camera as far as tessellation depends on it.
-[[nodiscard]] geometry::DisplacementView displacementView(const Frame& frame);
-
 /// Calls materials' displacement shaders on vertices, before the picture is rendered. Safe from the threads
 /// of an arena of at most `threads`; each thread has a base state of its own.
 class DisplacementCalls {

@@ -140,7 +140,8 @@ void displace(geometry::SceneGeometry& geometry, const FrameParts& parts,
               const scene::OptionsElement& options, int threads) {
     const Frame frame(parts);
     DisplacementCalls calls(frame, threads);
-    geometry.finish(displacementView(frame), std::ref(calls), &options);
+    geometry.finish(geometry::viewOf(frame.camera, frame.placement.start().fromWorld), std::ref(calls),
+                    &options);
 }
 
 /// A picture that can only be black is rarely intended.
@@ -273,9 +274,9 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
         geometryShaders.run(Frame(partsOver(empty, LightInstances(database_, empty.lights()))));
     }
 
-    geometry::SceneGeometry geometry(database_, log_, root, options, threads,
-                                     geometry::SceneGeometry::Displacement::StillToCome,
-                                     settings.instructions);
+    geometry::SceneGeometry geometry(
+        database_, log_, root, options, threads, geometry::SceneGeometry::Displacement::StillToCome,
+        {&camera, picture.elements().cameraInstance, &picture.options}, settings.instructions);
     const LightInstances lights(database_, geometry.lights());
     FrameParts parts = partsOver(geometry, lights);
     displace(geometry, parts, picture.options, threads);

@@ -46,7 +46,7 @@ struct DisplacedScene : Geometry {
         return element;
     }
 
-    geometry::DisplacementView view{};
+    geometry::TessellationView view{};
     scene::MaterialElement& bumpy = material("bumpy");
 };
 

@@ -41,6 +41,19 @@ void ObjectElement::visitReferences(const std::function<void(miTag)>& visit) con
             if (polygon.material != last) visit(last = polygon.material);
         }
     }
+    for (const SubdivisionSurface& surface : subdivisionSurfaces)
+        for (const SubdivisionSurface::Face& part : surface.faces) visit(part.material);
+    for (const FreeformSurface& surface : freeformSurfaces) visit(surface.material);
+}
+
+void ObjectElement::clearGeometry() {
+    groups.clear();
+    triangleLists.clear();
+    subdivisionSurfaces.clear();
+    curves.clear();
+    freeformSurfaces.clear();
+    connections.clear();
+    mergeDistance = 0.0f;
 }
 
 std::size_t ObjectElement::triangleCount() const {
@@ -77,6 +90,12 @@ void ObjectElement::updateBounds() {
             include(list.vertices[v], list.vertices[v + 1], list.vertices[v + 2]);
         }
     }
+    // Control points: the surfaces of most bases lie in their convex hull.
+    const auto includeAll = [&](const std::vector<miVector>& points) {
+        for (const miVector& p : points) include(p.x, p.y, p.z);
+    };
+    for (const SubdivisionSurface& surface : subdivisionSurfaces) includeAll(surface.points);
+    for (const FreeformSurface& surface : freeformSurfaces) includeAll(surface.net.points);
     const bool isAnything = low.x <= high.x;
     object.bbox_min = isAnything ? low : miVector{0, 0, 0};
     object.bbox_max = isAnything ? high : miVector{0, 0, 0};

@@ -3,6 +3,8 @@
 
 #include "scene/elements/approximation.h"
 #include "scene/elements/element.h"
+#include "scene/elements/freeform_surface.h"
+#include "scene/elements/subdivision_surface.h"
 
 #include <cstdint>
 #include <optional>
@@ -64,6 +66,7 @@ struct TriangleList {
     std::vector<float> vertices;        ///< vertexCount * stride
     std::vector<std::uint32_t> indices; ///< three per triangle
     std::vector<std::int32_t> labels;   ///< one per triangle in tagged objects, else empty
+    std::vector<miTag> materials;       ///< one per triangle, 0: inherited; empty: all inherited
 };
 
 struct ObjectElement final : Element {
@@ -82,11 +85,19 @@ struct ObjectElement final : Element {
     bool tagged = false;
     std::vector<PolygonGroup> groups;
     std::vector<TriangleList> triangleLists;
+    std::vector<SubdivisionSurface> subdivisionSurfaces;
+    std::vector<SplineCurve> curves;
+    std::vector<FreeformSurface> freeformSurfaces;
+    std::vector<SurfaceConnection> connections;
+    float mergeDistance = 0.0f; ///< between borders of surfaces that count as the same; object space units
+    std::vector<ApproximateStatement> surfaceApproximations; ///< of what is curved, in the scene's order
     bool isEmpty = false; ///< geometry of a kind that is not supported was left out
 
     /// Triangles when all polygons are cut.
     [[nodiscard]] std::size_t triangleCount() const;
     void updateBounds();
+    /// Removes what the object consists of.
+    void clearGeometry();
 };
 
 } // namespace orca::scene

@@ -62,8 +62,9 @@ struct OptionsElement final : Element {
     std::map<std::string, OptionValue, std::less<>> strings;
     std::vector<NumberedFramebuffer> framebuffers;
     std::optional<Approximation> approximation; ///< of displaced polygons, instead of the objects' own
-    float maxDisplacement = 0.0f;               ///< the same, object space units; 0: the objects' own
-    bool samplesLocked = true;                  ///< the same sample pattern on every frame
+    std::vector<ApproximateStatement> surfaceApproximations; ///< of what is curved, likewise
+    float maxDisplacement = 0.0f; ///< the same, object space units; 0: the objects' own
+    bool samplesLocked = true;    ///< the same sample pattern on every frame
     ColorClip colorClip = ColorClip::Raw;
     bool premultiply = true, dither = false, desaturate = false; ///< conversion to whole numbers
     float shadowMapBias = 0.0f; ///< of lights without one of their own; scene units, 0: none
