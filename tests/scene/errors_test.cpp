@@ -142,12 +142,51 @@ object "o" visible group trilist vertex 3 p triangle 1 [ 0 0 0 1 0 0 1 1 0 ] [ 0
 end group end object
 => scene.mi:1:26: object "o": triangle 0 of the trilist takes a vertex beyond the 3 there are (counted from
      0)
-object "a" visible basis "b" bezier 3 group surface "s" "m" end group end object
 object "b" visible hair 1 `abcd` end hair end object
-object "c" visible basis "b" bezier 3 group 0 0 0 end group end object
-instance "ai" "a" end instance
-=> scene.mi:1:20: object "a": free-form surfaces and curves not supported, object skipped
-=> scene.mi:2:20: object "b": hair not supported, object skipped
+instance "bi" "b" end instance
+=> scene.mi:1:20: object "b": hair not supported, object skipped
+object "o" visible basis "b" bezier 0 end object
+=> scene.mi:1:37: basis "b": the degree must be from 1 to 21, not 0
+object "o" visible basis "b" bspline 22 end object
+=> scene.mi:1:38: basis "b": the degree must be from 1 to 21, not 22
+object "o" visible basis "b" nurbs 3 end object
+=> scene.mi:1:30: basis "b": expected bezier, bspline, cardinal, taylor or matrix, not "nurbs"
+object "o" visible basis "b" bezier 1 group 0 0 0 v 0 surface "s" "m" "b" 0 1 0. 1. "c" end group end object
+=> scene.mi:1:67: "m" is not defined before this place, where a material is expected
+=> scene.mi:1:85: object "o", surface "s": basis "c" is not defined in this object before this place
+object "o" visible basis "b" bezier 1 group 0 0 0 v 0 surface "s" "b" 0 1 1. 0. "b" end group end object
+=> scene.mi:1:75: object "o", surface "s": parameters must not decrease, but 0 follows 1
+object "o" visible basis "b" bezier 1 group 0 0 0 v 0 surface "s" "b" 0 2 0. 1. "b" end group end object
+=> scene.mi:1:71: object "o", surface "s": the range 0 to 2 does not lie in that of the parameters, 0 to 1
+object "o" visible basis "b" bspline 2 group 0 0 0 v 0
+surface "s" "b" 0 1 0. 0. 0. 0. 1. 1. 1. "b" end group end object
+=> scene.mi:2:21: object "o", surface "s": knot 0 is given more than 3 times, the degree plus 1
+object "o" visible basis "b" bezier 1 group 0 0 0 v 0
+surface "s" "b" 0 1 0. 1. "b" 0 1 0 1 0 0 0 0 end group end object
+=> scene.mi:2:35: object "o", surface "s": basis "b" needs at least 2 parameters, but 0 are given; they are
+     written with a decimal point, which sets them off from the vertices
+object "o" visible basis "b" bezier 1 group 0 0 0 v 0
+surface "s" "b" 0 1 0. 1. "b" 0 1 0. 1. 0 0 0 end group end object
+=> scene.mi:2:41: object "o", surface "s": the parameters go with 4 control points, but 3 are given
+object "o" visible basis "b" bezier 1 group 0 0 0 v 0
+surface "s" "b" 0 1 0. 1. "b" 0 1 0. 1. 0 0 .5 0 0 end group end object
+=> scene.mi:2:45: object "o", surface "s": control point 1 has a weight, but the basis is not rational
+object "o" visible basis "b" rational bezier 1 group 0 0 0 v 0
+curve "c" "b" 0. 1. 0 w -1 0 end group end object
+=> scene.mi:2:23: object "o", curve "c": the weight of control point 0 must be above 0
+object "o" visible basis "b" bezier 1 group 0 0 0 v 0 curve "c" "b" 0. 1. 0 0
+surface "s" "b" 0 1 0. 1. "b" 0 1 0. 1. 0 0 0 0 trim "c" 0 2 end group end object
+=> scene.mi:2:58: object "o", surface "s": the part 0 to 2 does not lie on curve "c", which goes from 0 to 1
+object "o" visible group 0 0 0 1 0 0 1 1 0 0 1 0 v 0 v 1 v 2 v 3 subdivision surface "s"
+polygon 0 1 7 polygon 0 1 0 polygon 0 1 polygon 0 1 2 3 crease 0 2 crease 0 1 2
+end subdivision surface end group end object
+=> scene.mi:2:9: object "o", subdivision surface "s": vertex 7 is asked for, but there are 4, counted from 0
+=> scene.mi:2:23: object "o", subdivision surface "s": a polygon comes to the same point twice
+=> scene.mi:2:37: object "o", subdivision surface "s": at least 3 vertices are needed here, but there are 2
+=> scene.mi:2:64: object "o", subdivision surface "s": a crease goes from one vertex to another that no
+     polygon joins by an edge
+object "o" visible group 0 0 0 v 0 ccmesh "s" end ccmesh end group end object
+=> scene.mi:1:36: object "o", subdivision surface "s" has no polygons
 )mi";
 
 /// Every mistake also has a correct material behind it, which must survive.

@@ -212,9 +212,31 @@ private:
     void readVertices(PolygonGroup& group, const ObjectElement& element);
     void readPolygon(PolygonGroup& group, const ObjectElement& element, const Token& word);
     bool readLoop(PolygonGroup& group, const ObjectElement& element, const Token& word);
-    std::optional<Approximation> readApproximation();
+    void readMaterialOrLabel(const ObjectElement& element, std::string_view of, miTag& material,
+                             std::int32_t& label);
     std::string lastMaterialName_; // neighbours mostly share their material
     miTag lastMaterial_ = miNULLTAG;
+
+    // reader_approximation.cpp
+    ApproximateStatement readApproximation();
+    [[nodiscard]] static std::optional<Approximation> ofPolygons(const ApproximateStatement& statement);
+    void readObjectApproximation(ObjectElement& element);
+
+    // reader_subdivision.cpp
+    void readSubdivisionSurface(const PolygonGroup& group, ObjectElement& element, const Token& word);
+
+    // reader_freeform.cpp
+    void readBasis();
+    void readCurve(const PolygonGroup& group, ObjectElement& element, const Token& word);
+    void readSurface(const PolygonGroup& group, ObjectElement& element, const Token& word);
+    void readConnection(ObjectElement& element, const Token& word);
+    SplineDirection readDirection(const std::string& owner, bool forCurve, bool verticesFollow);
+    ControlNet readControlNet(const PolygonGroup& group, const std::string& owner, bool rational,
+                              std::size_t count, std::vector<std::int32_t>* vertices = nullptr);
+    void readTrimLoop(const ObjectElement& element, FreeformSurface& surface, const std::string& owner,
+                      const Token& word);
+    FreeformSurface::CurvePart readCurvePart(const ObjectElement& element, const std::string& owner);
+    std::map<std::string, Basis, std::less<>> bases_; // of the object that is being read
 
     // reader_trilist.cpp
     void readTriangleList(ObjectElement& element, const Token& token);

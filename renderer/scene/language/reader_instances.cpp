@@ -117,7 +117,14 @@ bool Reader::readInstanceStatement(InstanceElement& element, const Token& token)
         readLightLinks(element);
     } else if (word == "approximate") {
         const bool bracketed = accept('[');
-        element.approximation = readApproximation();
+        const ApproximateStatement statement = readApproximation();
+        if (statement.part == ApproximateStatement::Part::Polygons) {
+            element.approximation = ofPolygons(statement);
+        } else {
+            withoutEffect(LogLevel::Warning, locationOf(token), fmt::format("instance \"{}\"", element.name),
+                          "approximate surface",
+                          "curved surfaces are tessellated once for all instances, as their object says");
+        }
         while (bracketed && !accept(']')) {
             if (peek().kind == Token::Kind::End) fail(peek(), "{}: the list has no \"]\"", element.name);
             next();

@@ -3,6 +3,7 @@
 #include "scene/elements/words.h"
 #include "scene/language/reader.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
@@ -22,6 +23,7 @@ void Reader::readObject(const Token& token, bool incremental) {
     if (!placeholder) defined.emplace(*this, token, element.tag);
     lastMaterialName_.clear();
     lastMaterial_ = miNULLTAG;
+    bases_.clear();
     bool replaced = !incremental && !placeholder;
     Token file;
     while (!endsBlock("object", element.name)) {
@@ -29,8 +31,7 @@ void Reader::readObject(const Token& token, bool incremental) {
         if (word.isWord("group") || word.isWord("trilist") || word.isWord("mesh")) {
             // An incremental change repeats all of the geometry.
             if (!replaced) {
-                element.groups.clear();
-                element.triangleLists.clear();
+                element.clearGeometry();
                 replaced = true;
             }
             if (word.isWord("group")) {
@@ -46,7 +47,7 @@ void Reader::readObject(const Token& token, bool incremental) {
             file = next();
             if (stream_.writer()) stream_.writer()->discardLine();
         } else if (word.isWord("basis")) {
-            skipGeometry(element, locationOf(word), "free-form surfaces and curves", "object");
+            readBasis();
         } else if (word.isWord("hair") || word.isWord("particle")) {
             skipGeometry(element, locationOf(word), word.isWord("hair") ? "hair" : "particles", word.text);
         } else if (!readObjectFlag(element, word) && !readObjectStatement(element, word)) {
@@ -152,7 +153,7 @@ bool Reader::readObjectStatement(ObjectElement& element, const Token& token) {
         number("the ray offset");
         ignored(LogLevel::Info, "ray offset", "offsets of rays follow from the precision of their origin");
     } else if (word == "approximate") {
-        if (const auto approximation = readApproximation()) element.approximation = approximation;
+        readObjectApproximation(element);
     } else {
         return false;
     }
@@ -164,10 +165,15 @@ void Reader::readGroup(ObjectElement& element) {
         (peek(1).isNumber() || peek(1).isWord("merge") || peek().kind == Token::Kind::String)) {
         next();
     }
-    if (const Token merge = peek(); accept("merge")) {
-        number("the merging distance");
-        withoutEffect(LogLevel::Info, locationOf(merge), fmt::format("object \"{}\"", element.name), "merge",
-                      "vertices of polygons are taken as they are");
+    const Token merge = peek();
+    const bool merges = accept("merge");
+    if (merges) {
+        const Token at = peek();
+        const float distance = number("the merging distance");
+        if (!(distance >= 0.0f))
+            fail(at, "object \"{}\": the merging distance must be at least 0, not {}", element.name,
+                 distance);
+        element.mergeDistance = std::max(element.mergeDistance, distance);
     }
     PolygonGroup group;
     readVectors(group);
@@ -188,25 +194,35 @@ void Reader::readGroup(ObjectElement& element) {
         } else if (word.isWord("trilist")) {
             readTriangleList(element, word);
         } else if (word.isWord("approximate")) {
-            if (const auto approximation = readApproximation()) element.approximation = approximation;
-        } else if (word.kind == Token::Kind::Symbol) {
-            constexpr std::array<std::string_view, 10> surfaces = {
-                "surface", "curve",       "trim",   "special", "connect",
-                "space",   "subdivision", "ccmesh", "hair",    "particle"};
-            bool isSurface = false;
-            for (const std::string_view known : surfaces) isSurface = isSurface || word.text == known;
-            if (!isSurface) {
-                fail(word, "object \"{}\": expected vectors, vertices, polygons or \"end group\", not {}",
-                     element.name, word.shown());
-            }
-            skipGeometry(element, locationOf(word), word.text, "group");
+            readObjectApproximation(element);
+        } else if (word.isWord("subdivision") || word.isWord("ccmesh")) {
+            readSubdivisionSurface(group, element, word);
+        } else if (word.isWord("basis")) {
+            readBasis();
+        } else if (word.isWord("curve")) {
+            readCurve(group, element, word);
+        } else if (word.isWord("surface")) {
+            readSurface(group, element, word);
+        } else if (word.isWord("connect")) {
+            readConnection(element, word);
+        } else if (word.isWord("space") || word.isWord("hair") || word.isWord("particle")) {
+            skipGeometry(element, locationOf(word), word.isWord("space") ? "space curves" : word.text,
+                         "group");
             return;
+        } else if (word.kind == Token::Kind::Symbol) {
+            fail(word,
+                 "object \"{}\": expected vectors, vertices, polygons, surfaces or \"end group\", not {}",
+                 element.name, word.shown());
         } else {
             fail(word, "object \"{}\": expected a polygon or \"end group\", not {}", element.name,
                  word.shown());
         }
     }
-    if (!group.polygons.empty()) element.groups.push_back(std::move(group));
+    if (group.polygons.empty()) return;
+    if (merges)
+        withoutEffect(LogLevel::Info, locationOf(merge), fmt::format("object \"{}\"", element.name), "merge",
+                      "vertices of polygons are taken as they are");
+    element.groups.push_back(std::move(group));
 }
 
 /// What the file is imported as is read in place of the statement.

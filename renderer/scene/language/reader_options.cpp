@@ -247,7 +247,12 @@ void Reader::readOwnOption(OptionsElement& element, const OptionStatement& state
     } else if (word == "data") {
         element.options.userdata = dataReference();
     } else if (word == "approximate") {
-        if (const auto approximation = readApproximation()) element.approximation = approximation;
+        ApproximateStatement given = readApproximation();
+        if (const auto approximation = ofPolygons(given)) element.approximation = approximation;
+        if (given.part != ApproximateStatement::Part::Polygons) {
+            given.names.clear();
+            element.surfaceApproximations.push_back(std::move(given));
+        }
         skipToOption();
     } else if (word == "contour") {
         if (!accept("store")) accept("contrast");

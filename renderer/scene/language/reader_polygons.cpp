@@ -98,27 +98,31 @@ bool Reader::readLoop(PolygonGroup& group, const ObjectElement& element, const T
     return false;
 }
 
+/// The label of a part of a tagged object (-1 without), or the name of its material, which may be missing.
+void Reader::readMaterialOrLabel(const ObjectElement& element, std::string_view of, miTag& material,
+                                 std::int32_t& label) {
+    label = -1;
+    if (element.tagged) {
+        if (!stream_.nextInteger(label)) {
+            fail(peek(), "object \"{}\" is tagged, so its {} begin with an integer label, not {}",
+                 element.name, of, peek().shown());
+        }
+    } else if (peek().isName() && !peek().isWord("end")) {
+        const Token name = next();
+        if (name.text != lastMaterialName_ || lastMaterialName_.empty()) {
+            lastMaterial_ = reference(name, {miSCENE_MATERIAL}, "a material");
+            lastMaterialName_ = std::string(name.text);
+        }
+        material = lastMaterial_;
+    }
+}
+
 void Reader::readPolygon(PolygonGroup& group, const ObjectElement& element, const Token& word) {
     PolygonGroup::Polygon polygon{};
-    polygon.label = -1;
     polygon.convex = !word.isWord("p");
     const std::size_t firstCorner = group.corners.size();
     polygon.firstLoop = static_cast<std::uint32_t>(group.loops.size());
-    if (element.tagged) {
-        std::int32_t label = 0;
-        if (!stream_.nextInteger(label)) {
-            fail(peek(), "object \"{}\" is tagged, so its polygons begin with an integer label, not {}",
-                 element.name, peek().shown());
-        }
-        polygon.label = label;
-    } else if (peek().isName() && !peek().isWord("end")) {
-        const Token material = next();
-        if (material.text != lastMaterialName_ || lastMaterialName_.empty()) {
-            lastMaterial_ = reference(material, {miSCENE_MATERIAL}, "a material");
-            lastMaterialName_ = std::string(material.text);
-        }
-        polygon.material = lastMaterial_;
-    }
+    readMaterialOrLabel(element, "polygons", polygon.material, polygon.label);
     bool whole = readLoop(group, element, word);
     while (accept("hole")) whole = readLoop(group, element, word) && whole;
     if (!whole) {
