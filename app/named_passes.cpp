@@ -51,7 +51,7 @@ bool completeNamedPasses(scene::Scene& scene, const scene::ParserOptions& option
     scene::Database& database = scene.database();
     scene::UserdataElement* const element = namedBlock(database, camera);
     if (!element) return true;
-    auto& named = *reinterpret_cast<NamedPasses*>(element->userdata()->parameters());
+    auto& named = *reinterpret_cast<NamedPasses*>(element->userdata()->parameters);
 
     std::vector<TypedRecord> records;
     bool good = true;

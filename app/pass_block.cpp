@@ -32,7 +32,7 @@ int typeOfRecord(const FrameBufferData& block, int index) {
 namespace {
 
 const FrameBufferData* blockOf(const scene::UserdataElement& element) {
-    return reinterpret_cast<const FrameBufferData*>(element.userdata()->parameters());
+    return reinterpret_cast<const FrameBufferData*>(element.userdata()->parameters);
 }
 
 /// The data element that holds the camera's block, or null.

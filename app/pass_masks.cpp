@@ -44,7 +44,7 @@ const std::string* maskIn(const scene::Database& database, const scene::Userdata
     if (!data.declaration || data.declaration->parameters.empty()) return nullptr;
     const scene::Parameter& first = data.declaration->parameters.front();
     if (first.type != miTYPE_STRING || first.isArray) return nullptr;
-    return textOf(database, *reinterpret_cast<const miTag*>(data.userdata()->parameters()));
+    return textOf(database, *reinterpret_cast<const miTag*>(data.userdata()->parameters));
 }
 
 template <class Visit>
@@ -84,7 +84,7 @@ std::vector<PassMasks::Bit> PassMasks::bitsOf(const scene::CameraElement& camera
         if (parameters.size() < 2 || parameters[0].name != "passIndex" ||
             parameters[1].name != "contributionIndex")
             continue;
-        const auto* values = reinterpret_cast<const miInteger*>(shader->function()->parameters());
+        const auto* values = reinterpret_cast<const miInteger*>(shader->function()->parameters);
         const int index = values[0], bit = values[1];
         constexpr int mostBits = 1 << 16;
         if (index < 0 || index >= data.n_nonMaterialFrameBuffers || bit < 0 || bit >= mostBits) continue;
@@ -123,8 +123,7 @@ bool PassMasks::select(const scene::UserdataElement& links, const std::vector<Bi
 
 bool PassMasks::maskOf(const scene::UserdataElement& element, const std::vector<Bit>& bits,
                        std::string& mask) {
-    auto& links =
-        const_cast<PassLinks&>(*reinterpret_cast<const PassLinks*>(element.userdata()->parameters()));
+    auto& links = const_cast<PassLinks&>(*reinterpret_cast<const PassLinks*>(element.userdata()->parameters));
     std::vector<bool> selected(bits.size(), links.n_only == 0);
     bool good = select(element, bits, arrayElements(links.only, links.i_only), links.n_only, true, selected);
     good &= select(element, bits, arrayElements(links.exclude, links.i_exclude), links.n_exclude, false,

@@ -18,11 +18,16 @@
 #include "mi/query.h"
 
 #include "mi/database.h"
+#include "mi/direction.h"
 #include "mi/framebuffer.h"
+#include "mi/geometry.h"
 #include "mi/light.h"
 #include "mi/memory.h"
 #include "mi/message.h"
+#include "mi/noise.h"
+#include "mi/process.h"
 #include "mi/random.h"
+#include "mi/reflectance.h"
 #include "mi/scene_making.h"
 #include "mi/shading.h"
 #include "mi/texture.h"
@@ -31,5 +36,10 @@
 
 #include "mi/color.h"
 #include "mi/evaluate.h"
+#include "mi/mathematics.h"
 #include "mi/matrix.h"
 #include "mi/vector.h"
+
+#include "mi/access.h"
+#include "mi/interface.h"
+#include "mi/light_iterator.h"

@@ -31,7 +31,8 @@ struct Tangents {
 };
 
 Tangents tangentsOf(const miState* state) {
-    if (state->derivs[0] && state->derivs[1]) return {*state->derivs[0], *state->derivs[1], true};
+    if (!isNull(state->derivs[0]) && !isNull(state->derivs[1]))
+        return {state->derivs[0], state->derivs[1], true};
     Tangents tangents{{}, {}, false};
     orthonormalBasis(state->normal, tangents.u, tangents.v);
     return tangents;
@@ -52,13 +53,13 @@ float slope(miState* state, P* record, const miVector& axis, float step) {
 /// Sets tangents in the state where the surface has none.
 class WithTangents {
 public:
-    WithTangents(miState* state, Tangents& tangents) : state_(state), lent_(!tangents.ofTexture) {
+    WithTangents(miState* state, const Tangents& tangents) : state_(state), lent_(!tangents.ofTexture) {
         if (!lent_) return;
-        state->derivs[0] = &tangents.u;
-        state->derivs[1] = &tangents.v;
+        state->derivs[0] = tangents.u;
+        state->derivs[1] = tangents.v;
     }
     ~WithTangents() {
-        if (lent_) state_->derivs[0] = state_->derivs[1] = nullptr;
+        if (lent_) state_->derivs[0] = state_->derivs[1] = {0.0f, 0.0f, 0.0f};
     }
     WithTangents(const WithTangents&) = delete;
     WithTangents& operator=(const WithTangents&) = delete;
@@ -86,7 +87,7 @@ ORCA_EXPORT miBoolean velaBump2d(miVector* result, miState* state, VelaBump2dPar
     const float depth = parameterValue(state, record, &P::depth);
     if (depth == 0.0f || !isConnected(state, record, &P::height)) return miTRUE;
 
-    Tangents tangents = tangentsOf(state);
+    const Tangents tangents = tangentsOf(state);
     const float volume = dot(normal, cross(tangents.u, tangents.v));
     if (volume == 0.0f) return miTRUE;
     const miVector box = surfaceFootprint(state).box() * parameterValue(state, record, &P::filter);

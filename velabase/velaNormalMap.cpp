@@ -22,17 +22,13 @@ struct Frame {
     miVector u, v;
 };
 
-bool isNull(const miVector& v) {
-    return v.x == 0.0f && v.y == 0.0f && v.z == 0.0f;
-}
-
 /// The object's own bump basis where it has one, as the map was made for it; else the texture derivatives.
 bool frameOf(miState* state, const miVector& normal, Frame& frame) {
     if (state->bump_x_list && state->bump_y_list && !isNull(state->bump_x_list[0])) {
         mi_vector_from_object(state, &frame.u, &state->bump_x_list[0]);
         mi_vector_from_object(state, &frame.v, &state->bump_y_list[0]);
-    } else if (state->derivs[0] && state->derivs[1]) {
-        frame = {*state->derivs[0], *state->derivs[1]};
+    } else if (!isNull(state->derivs[0]) && !isNull(state->derivs[1])) {
+        frame = {state->derivs[0], state->derivs[1]};
     } else {
         return false;
     }

@@ -32,11 +32,11 @@ void* get_userdata(int magic, int elementType, unsigned tag, unsigned* dataTag, 
         Pinned<miUserdata> data(link);
         if (!data) return nullptr;
         if (data->parameter_size >= static_cast<int>(sizeof(int))) {
-            const int firstWord = *reinterpret_cast<const int*>(data->parameters());
+            const int firstWord = *reinterpret_cast<const int*>(data->parameters);
             if (firstWord == magic || (swapped && firstWord == reversedMagic)) {
                 if (swapped) *swapped = firstWord != magic;
                 *dataTag = link;
-                return data.release()->parameters();
+                return data.release()->parameters;
             }
         }
         link = data->next_data;

@@ -28,6 +28,9 @@
 [[nodiscard]] inline miScalar length(const miVector& a) noexcept {
     return std::sqrt(dot(a, a));
 }
+[[nodiscard]] constexpr bool isNull(const miVector& v) noexcept {
+    return v.x == 0.0f && v.y == 0.0f && v.z == 0.0f;
+}
 /// Unit length; a null vector stays null.
 [[nodiscard]] inline miVector normalized(const miVector& a) noexcept {
     const miScalar l = length(a);

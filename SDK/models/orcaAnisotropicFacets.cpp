@@ -11,10 +11,6 @@ namespace {
 
 constexpr miVector nowhere{0.0f, 0.0f, 0.0f};
 
-bool isNull(const miVector& v) {
-    return v.x == 0.0f && v.y == 0.0f && v.z == 0.0f;
-}
-
 /// How many facets hide a visible one, seen from a direction at `cosine` to the normal (Smith's Lambda).
 float hiddenPerVisible(const AnisotropicFacets& f, const miVector& direction, float cosine) {
     const float along = dot(direction, f.along) * f.alphaAlong;
@@ -64,13 +60,14 @@ float erffc(float x) {
 }
 
 miBoolean get_derivs(miState* state, miVector* dPdu, miVector* dPdv) {
-    const auto take = [&](const miVector* u, const miVector* v) {
-        if (!u || !v || isNull(*u) || isNull(*v)) return miFALSE;
-        *dPdu = *u;
-        *dPdv = *v;
+    const auto take = [&](const miVector& u, const miVector& v) {
+        if (isNull(u) || isNull(v)) return miFALSE;
+        *dPdu = u;
+        *dPdv = v;
         return miTRUE;
     };
-    if (take(state->derivs[0], state->derivs[1]) || take(state->bump_x_list, state->bump_y_list))
+    if (take(state->derivs[0], state->derivs[1])) return miTRUE;
+    if (state->bump_x_list && state->bump_y_list && take(*state->bump_x_list, *state->bump_y_list))
         return miTRUE;
     *dPdu = *dPdv = nowhere;
     return miFALSE;

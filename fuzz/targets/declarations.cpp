@@ -44,12 +44,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     for (miTag tag = 1; tag < database.endTag(); ++tag) {
         if (const auto* shader = database.find<scene::FunctionElement>(tag)) {
             const miFunction* const function = shader->function();
-            visitValues(blockOf(function->parameters(), function->parameter_size),
+            visitValues(blockOf(function->parameters, function->parameter_size),
                         shader->declaration->parameters, 0);
         } else if (const auto* element = database.find<scene::UserdataElement>(tag);
                    element && element->declaration) {
             const miUserdata* const userdata = element->userdata();
-            visitValues(blockOf(userdata->parameters(), userdata->parameter_size),
+            visitValues(blockOf(userdata->parameters, userdata->parameter_size),
                         element->declaration->parameters, 0);
         }
     }

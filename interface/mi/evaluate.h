@@ -9,6 +9,9 @@
     ((state)->shader->ghost_offs != 0 &&                                                                     \
      *(const miUint*)((const char*)(param) + (state)->shader->ghost_offs) != 0)
 
+/// True when any parameter of the running shader is connected.
+#define mi_has_connections(state) ((miBoolean)((state)->shader->ghost_offs != 0))
+
 /// The evaluation rule: address of a parameter's value, computed when the parameter is connected.
 #define mi_eval(state, param)                                                                                \
     (mi_is_connected(state, param) ? mi_phen_eval((state), (param)) : (void*)(param))

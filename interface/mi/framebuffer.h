@@ -50,62 +50,9 @@ protected:
     ~Framebuffer() = default;
 };
 
-/// Root object of the C++ half of the interface; `release` it after use.
-class Interface {
-public:
-    virtual void release() = 0;
-    /// Null for a tag that is no frame-buffer collection; needs one `releaseFramebuffers`.
-    virtual const Framebuffer* getFramebuffers(miTag collection) = 0;
-    virtual Framebuffer* editFramebuffers(miTag collection) = 0;
-    virtual void releaseFramebuffers(const Framebuffer* framebuffers) = 0;
-    /// A new, empty collection.
-    virtual miTag createFramebuffer() = 0;
-
-protected:
-    ~Interface() = default;
-};
-
 } // namespace shader_v3
 
 namespace shader = shader_v3;
-} // namespace mi
-
-extern "C" {
-/// The interface object; null for a version that this renderer does not implement.
-mi::shader_v3::Interface* mi_get_shader_interface(int version = 3);
-}
-
-namespace mi {
-namespace shader_v3 {
-
-/// A collection, for the object's lifetime; empty for a tag that is none.
-template <class Collection, Collection* (Interface::*open)(miTag)>
-class Framebuffer_access {
-public:
-    explicit Framebuffer_access(miTag collection)
-        : interface_(mi_get_shader_interface()),
-          framebuffers_(interface_ ? (interface_->*open)(collection) : nullptr) {}
-    ~Framebuffer_access() {
-        if (framebuffers_) interface_->releaseFramebuffers(framebuffers_);
-        if (interface_) interface_->release();
-    }
-    Framebuffer_access(const Framebuffer_access&) = delete;
-    Framebuffer_access& operator=(const Framebuffer_access&) = delete;
-
-    Collection* operator->() const { return framebuffers_; }
-    explicit operator bool() const { return framebuffers_ != nullptr; }
-
-private:
-    Interface* interface_;
-    Collection* framebuffers_;
-};
-
-/// Read access.
-using Access_fb = Framebuffer_access<const Framebuffer, &Interface::getFramebuffers>;
-/// Access to change it.
-using Edit_fb = Framebuffer_access<Framebuffer, &Interface::editFramebuffers>;
-
-} // namespace shader_v3
 } // namespace mi
 
 #endif

@@ -5,6 +5,7 @@
 
 #include "types.h"
 
+#include <math.h>
 #include <string.h>
 
 static inline void mi_matrix_null(miMatrix m) {
@@ -78,6 +79,38 @@ static inline miBoolean mi_matrix_invert(miMatrix r, const miScalar* m) {
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j) r[4 * i + j] = (miScalar)a[i][4 + j];
     return miTRUE;
+}
+
+/// Rotation by `angle` radians about an axis of any length, counter-clockwise seen from its tip; the identity
+/// for a null axis (O. Rodrigues).
+static inline void mi_matrix_rotate_axis(miMatrix r, const miVector* axis, miScalar angle) {
+    const double length =
+        sqrt((double)axis->x * axis->x + (double)axis->y * axis->y + (double)axis->z * axis->z);
+    mi_matrix_ident(r);
+    if (length == 0.0) return;
+    const double x = axis->x / length, y = axis->y / length, z = axis->z / length;
+    const double c = cos(angle), s = sin(angle), rest = 1.0 - c;
+    r[0] = (miScalar)(c + rest * x * x);
+    r[1] = (miScalar)(rest * x * y + s * z);
+    r[2] = (miScalar)(rest * x * z - s * y);
+    r[4] = (miScalar)(rest * x * y - s * z);
+    r[5] = (miScalar)(c + rest * y * y);
+    r[6] = (miScalar)(rest * y * z + s * x);
+    r[8] = (miScalar)(rest * x * z + s * y);
+    r[9] = (miScalar)(rest * y * z - s * x);
+    r[10] = (miScalar)(c + rest * z * z);
+}
+
+/// Rotation about the x axis, then the y axis, then the z axis, each counter-clockwise by an angle in
+/// radians.
+static inline void mi_matrix_rotate(miMatrix r, miScalar x, miScalar y, miScalar z) {
+    const miVector axes[3] = {{1.0f, 0.0f, 0.0f}, {0.0f, 1.0f, 0.0f}, {0.0f, 0.0f, 1.0f}};
+    miMatrix next;
+    mi_matrix_rotate_axis(r, &axes[0], x);
+    mi_matrix_rotate_axis(next, &axes[1], y);
+    mi_matrix_prod(r, r, next);
+    mi_matrix_rotate_axis(next, &axes[2], z);
+    mi_matrix_prod(r, r, next);
 }
 
 /// Point times matrix, divided by w unless w is 0 or 1.

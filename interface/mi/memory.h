@@ -11,6 +11,8 @@ void* mi_mem_int_allocate(const char* file, int line, int size);
 void* mi_mem_int_test_allocate(const char* file, int line, int size);
 /// Resizes; a grown part is zeroed, null allocates, size 0 releases.
 void* mi_mem_int_reallocate(const char* file, int line, void* mem, int size);
+/// A copy of a text, for `mi_mem_release`; null for null.
+char* mi_mem_int_strdup(const char* file, int line, const char* text);
 /// Frees; null is ignored.
 void mi_mem_int_release(const char* file, int line, void* mem);
 
@@ -28,6 +30,7 @@ void mi_mem_blkfrelease(miMemblk* arena, void* block);
 #define mi_mem_allocate(size) mi_mem_int_allocate(__FILE__, __LINE__, (size))
 #define mi_mem_test_allocate(size) mi_mem_int_test_allocate(__FILE__, __LINE__, (size))
 #define mi_mem_reallocate(mem, size) mi_mem_int_reallocate(__FILE__, __LINE__, (mem), (size))
+#define mi_mem_strdup(text) mi_mem_int_strdup(__FILE__, __LINE__, (text))
 #define mi_mem_release(mem) mi_mem_int_release(__FILE__, __LINE__, (mem))
 #define mi_mem_blkcreate(size) mi_mem_int_blkcreate(__FILE__, __LINE__, (size))
 

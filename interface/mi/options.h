@@ -42,6 +42,7 @@ typedef struct miOptions {
     char filter; ///< one of miFILTER_*
     int motion_steps;
     int finalgather_diffuse_depth; ///< gathers within gathers: bounces of diffuse light beyond the first
+    miTag string_options;          ///< options with names of their own, for `Interface::getOptions`
 } miOptions;
 
 enum {

@@ -76,12 +76,43 @@ typedef enum miQ_type {
     miQ_TRANS_OBJECT_TO_INTERNAL,
     // In the shader of a light with the shape of an object.
     miQ_EMITTER_NORMAL, ///< state: miVector, the object's geometric normal where the sample begins, unit
-    miQ_EMITTER_AREA    ///< state: miScalar, square scene units of the object's whole surface
+    miQ_EMITTER_AREA,   ///< state: miScalar, square scene units of the object's whole surface
+
+    miQ_DECL_PARAM,      ///< char*, the declared parameters as a scene file has them, without their defaults
+    miQ_FUNC_TLS_GETALL, ///< state: void**, the pointers of all threads that have set one; a fifth argument,
+                         ///< int*, takes their number. Valid until the same thread's next such query
+    miQ_GEO_TYPE,        ///< state or object: int, one of miOBJECT_*
+    miQ_RENDER_STAGE,    ///< state: int, one of miSTAGE_*
+    // From one space to another: state, miMatrix, as miQ_TRANS_INTERNAL_TO_WORLD.
+    miQ_TRANS_INTERNAL_TO_LIGHT,
+    miQ_TRANS_LIGHT_TO_INTERNAL,
+    miQ_TRANS_WORLD_TO_CAMERA,
+    miQ_TRANS_WORLD_TO_OBJECT,
+    miQ_TRANS_WORLD_TO_LIGHT,
+    miQ_TRANS_CAMERA_TO_WORLD,
+    miQ_TRANS_CAMERA_TO_OBJECT,
+    miQ_TRANS_CAMERA_TO_LIGHT,
+    miQ_TRANS_OBJECT_TO_WORLD,
+    miQ_TRANS_OBJECT_TO_CAMERA,
+    miQ_TRANS_OBJECT_TO_LIGHT,
+    miQ_TRANS_LIGHT_TO_WORLD,
+    miQ_TRANS_LIGHT_TO_CAMERA,
+    miQ_TRANS_LIGHT_TO_OBJECT
 } miQ_type;
+
+/// What the renderer is doing (answer of `miQ_RENDER_STAGE`).
+enum {
+    miSTAGE_OTHER = 0,    ///< exits of shaders
+    miSTAGE_DISPLACE = 1, ///< displacement
+    miSTAGE_GATHER = 2,   ///< the prepass of indirect light
+    miSTAGE_RENDER = 3,   ///< samples of the picture
+    miSTAGE_OUTPUT = 4    ///< output shaders
+};
 
 miBEGIN_INTERFACE
 
-/// False when the answer is not available; `result` is untouched then.
+/// False when the answer is not available; `result` is untouched then. Only `miQ_FUNC_TLS_GETALL` takes a
+/// fifth argument.
 miBoolean mi_query(miQ_type query, miState* state, miTag tag, void* result, ...);
 
 miEND_INTERFACE

@@ -36,16 +36,9 @@ typedef struct miFunction {
     int result_size;    ///< bytes
     int ghost_offs;     ///< bytes from a parameter to its ghost word; 0: nothing is connected
     miLock lock;
-    void* ext; ///< the renderer's own
-#ifdef __cplusplus
-    char* parameters() {
-        return reinterpret_cast<char*>(this + 1);
-    }
-    const char* parameters() const {
-        return reinterpret_cast<const char*>(this + 1);
-    }
-#endif
-} miFunction; ///< the parameter block follows directly
+    void* ext;                       ///< the renderer's own
+    __extension__ char parameters[]; ///< the parameter block
+} miFunction;
 
 /// Placement of an instance.
 typedef struct miTransform {
@@ -74,9 +67,18 @@ typedef struct miInstance {
     miCBoolean face;
 } miInstance;
 
+/// What an object is made of (`miObject::type`).
+enum {
+    miOBJECT_EMPTY = 0,
+    miOBJECT_POLYGONS = 1,
+    miOBJECT_TRIANGLES = 2,
+    miOBJECT_SUBDIVISION = 3,
+    miOBJECT_FREEFORM = 4
+};
+
 /// Geometry.
 typedef struct miObject {
-    int type;
+    int type; ///< one of miOBJECT_*: the first of them that the object has
     miTag userdata;
     miUint label;
     miCBoolean visible, shadow, trace;
@@ -95,15 +97,8 @@ typedef struct miUserdata {
     short one; ///< 1 in the byte order of the writer
     short spare;
     int spare2;
-#ifdef __cplusplus
-    char* parameters() {
-        return reinterpret_cast<char*>(this + 1);
-    }
-    const char* parameters() const {
-        return reinterpret_cast<const char*>(this + 1);
-    }
-#endif
-} miUserdata; ///< the parameter block follows directly
+    __extension__ char parameters[]; ///< the parameter block
+} miUserdata;
 
 typedef struct miMaterial {
     miTag shader;

@@ -16,6 +16,9 @@ miBoolean mi_call_material(miColor* result, miState* state);
 /// connected to members of one result may share one call of its shader while the state stays as it is; a
 /// parameter that is read again is computed again.
 void* mi_phen_eval(miState* state, void* parameter);
+/// Ghost table of the running shader: a word for each of its parameter block, not 0 where the parameter that
+/// begins there is connected. Null when nothing is connected.
+void* mi_get_ghost(miState* state);
 /// Drops cached results of connected shaders.
 void mi_flush_cache(miState* state);
 

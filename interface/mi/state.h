@@ -60,8 +60,8 @@ typedef struct miState {
     // frame: constant while a picture is rendered
     int version;
     miTag camera_inst;
-    const struct miCamera* camera;
-    const struct miOptions* options;
+    struct miCamera* camera; ///< read only for shaders, as the options
+    struct miOptions* options;
 
     // image sample: inherited unchanged by all secondary calls
     miScalar raster_x, raster_y; ///< pixels, (0, 0) at the image's lower left corner
@@ -96,6 +96,7 @@ typedef struct miState {
     double dist; ///< length of the ray; 0 for none
     miTag material;
     void* pri;
+    miGeoIndex pri_idx; ///< of the triangle in its object
     double shadow_tol;
     miScalar ior, ior_in;
     miScalar importance;
@@ -105,16 +106,18 @@ typedef struct miState {
     miVector* bump_x_list;
     miVector* bump_y_list;
     miVector tex;
-    miVector motion;     ///< displacement of the point over the shutter, internal space
-    miVector* derivs[5]; ///< dP/du, dP/dv, then second derivatives; null where unknown
+    miVector motion;    ///< displacement of the point over the shutter, internal space
+    miVector derivs[5]; ///< dP/du, dP/dv, then second derivatives by u, v and both; null where unknown
 
     // user
     void* user;
     int user_size;
 
-    miCBoolean rast_compose;           ///< this sample is one of several that the rasterizer composites
-    miUint hit_instance, hit_triangle; ///< the renderer's own: what was hit
-    void* ext;                         ///< the renderer's own
+    miCBoolean rast_compose;            ///< this sample is one of several that the rasterizer composites
+    miUint hit_instance, hit_triangle;  ///< the renderer's own: what was hit
+    double ray_offset;                  ///< the renderer's own: set by `mi_ray_offset`, as the two below
+    double falloff_start, falloff_stop; ///< by `mi_ray_falloff`
+    void* ext;                          ///< the renderer's own
 } miState;
 
 /// Fourth argument of a state shader.

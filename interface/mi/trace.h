@@ -24,6 +24,15 @@ miBoolean mi_trace_environment(miColor* result, miState* state, miVector* direct
 /// Intersection only; the hit is left in `state->child`.
 miBoolean mi_trace_probe(miState* state, miVector* direction, miVector* origin);
 
+/// Reflection, refraction, transparency and probe rays cast from this state then begin `*offset` scene units
+/// from its point, along their direction; 0, as at first: at the point. Returns the offset before in
+/// `*offset`, so that a second call puts it back.
+void mi_ray_offset(miState* state, double* offset);
+/// Reflection, refraction and transparency rays cast from this state then fade from what they hit into the
+/// environment over the distances `*start` to `*stop` from its point, and hit nothing beyond `*stop`; 0 and
+/// 0, as at first: they reach any distance. Returns the distances before, as `mi_ray_offset` does.
+void mi_ray_falloff(const miState* state, double* start, double* stop);
+
 /// Light shaders: dims `result` (in/out) by every occluder between the light and the point, which are read
 /// from the state's `org`, `point` and `dir` at the call. False when an occluder blocks all light.
 miBoolean mi_trace_shadow(miColor* result, miState* state);

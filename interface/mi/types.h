@@ -35,8 +35,16 @@ typedef unsigned int miUint4;
 typedef signed char miSint1;
 typedef short miSint2;
 typedef float miScalar;
-typedef double miGeoScalar;
 typedef double miDouble;
+typedef unsigned long miUlong;
+typedef double miGeoScalar; ///< of geometry; another type than `miScalar`, so that functions may have both
+typedef miUint miGeoIndex;
+
+/// As far as infinity for comparisons; sums and multiples of it stay finite.
+#define miHUGE_SCALAR ((miScalar)1.0e36)
+/// What rounding may make of 0 in a few steps, for numbers about 1.
+#define miSCALAR_EPSILON ((miScalar)1.0e-5)
+#define miGEO_SCALAR_EPSILON ((miGeoScalar)1.0e-13)
 
 /// Handle of a database element, valid on every thread.
 typedef miUint miTag;
@@ -55,6 +63,10 @@ typedef struct miVector {
 typedef struct miGeoVector {
     miGeoScalar x, y, z;
 } miGeoVector;
+
+typedef struct miVector2d {
+    miScalar u, v;
+} miVector2d;
 
 /// Row-major 4 x 4 matrix; element (i, j) at index 4 i + j.
 typedef miScalar miMatrix[16];

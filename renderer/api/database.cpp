@@ -23,6 +23,11 @@ DLLEXPORT void* mi_db_access(miTag tag) {
     return guarded(__func__, nullptr, [&] { return activeDatabase().access(tag); });
 }
 
+DLLEXPORT void* mi_db_access_type(miTag tag, int* type) {
+    *type = mi_db_type(tag);
+    return mi_db_access(tag);
+}
+
 DLLEXPORT void mi_db_unpin(miTag tag) {
     guarded(__func__, [&] { activeDatabase().unpin(tag); });
 }

@@ -7,6 +7,9 @@
 
 #include <shader.h>
 
+#include <cstddef>
+#include <cstring>
+
 using orca::MemoryLedger;
 using orca::api::guarded;
 
@@ -19,6 +22,13 @@ DLLEXPORT void* mi_mem_int_allocate(const char* file, int line, int size) {
 
 DLLEXPORT void* mi_mem_int_test_allocate(const char* file, int line, int size) {
     return guarded(__func__, nullptr, [&] { return MemoryLedger::instance().allocate(file, line, size); });
+}
+
+DLLEXPORT char* mi_mem_int_strdup(const char* file, int line, const char* text) {
+    if (!text) return nullptr;
+    const std::size_t size = std::strlen(text) + 1;
+    void* const copy = mi_mem_int_allocate(file, line, static_cast<int>(size));
+    return copy ? static_cast<char*>(std::memcpy(copy, text, size)) : nullptr;
 }
 
 DLLEXPORT void* mi_mem_int_reallocate(const char* file, int line, void* memory, int size) {

@@ -36,6 +36,10 @@ DLLEXPORT void* mi_phen_eval(miState* state, void* parameter) {
                        [&] { return contextOf(state).runtime.evaluate(state, parameter); });
 }
 
+DLLEXPORT void* mi_get_ghost(miState* state) {
+    return contextOf(state).runtime.ghostTable(state->shader);
+}
+
 DLLEXPORT void mi_flush_cache(miState* state) {
     guarded(__func__, [&] { contextOf(state).runtime.flushCache(state); });
 }

@@ -8,6 +8,8 @@
 
 #include <shader.h>
 
+#include <utility>
+
 using orca::api::guardedCall;
 
 extern "C" {
@@ -44,6 +46,18 @@ DLLEXPORT miBoolean mi_trace_environment(miColor* result, miState* state, miVect
 DLLEXPORT miBoolean mi_trace_probe(miState* state, miVector* direction, miVector* origin) {
     return guardedCall(__func__, state, miFALSE,
                        [&] { return orca::render::traceProbe(state, *direction, *origin); });
+}
+
+DLLEXPORT void mi_ray_offset(miState* state, double* offset) {
+    std::swap(state->ray_offset, *offset);
+    // Also false for what is no number.
+    if (!(state->ray_offset > 0.0)) state->ray_offset = 0.0;
+}
+
+DLLEXPORT void mi_ray_falloff(const miState* state, double* start, double* stop) {
+    auto* const changed = const_cast<miState*>(state);
+    std::swap(changed->falloff_start, *start);
+    std::swap(changed->falloff_stop, *stop);
 }
 
 DLLEXPORT miBoolean mi_trace_shadow(miColor* result, miState* state) {

@@ -75,7 +75,7 @@ private:
             vertex.bumpX = mesh.bumpX[v];
             vertex.bumpY = mesh.bumpY[v];
         }
-        if ((vertex.hasDerivatives = !mesh.derivU.empty())) {
+        if (!mesh.derivU.empty()) {
             vertex.dPdu = mesh.derivU[v];
             vertex.dPdv = mesh.derivV[v];
         }

@@ -22,8 +22,7 @@ struct DisplacementVertex {
     int textureSpaces;
     bool hasBump;
     miVector bumpX, bumpY; ///< of the first texture space
-    bool hasDerivatives;
-    miVector dPdu, dPdv;
+    miVector dPdu, dPdv;   ///< null where unknown
     miTag material;
 };
 

@@ -107,17 +107,16 @@ ShutterEnds shutterEndsOf(const MeshInstance& meshInstance, const Mesh::Triangle
             transformPoint(end, meshInstance.localToGlobalAtEnd)};
 }
 
-/// dP/du and dP/dv of a triangle from its edges and texture coordinates; false where the coordinates span no
-/// area.
-bool derivativesFromTexture(const miVector& edge1, const miVector& edge2, const miVector& a,
+/// dP/du and dP/dv of a triangle from its edges and texture coordinates; left as they are where the
+/// coordinates span no area.
+void derivativesFromTexture(const miVector& edge1, const miVector& edge2, const miVector& a,
                             const miVector& b, const miVector& c, miVector& dPdu, miVector& dPdv) {
     const float u1 = b.x - a.x, v1 = b.y - a.y, u2 = c.x - a.x, v2 = c.y - a.y;
     const float determinant = u1 * v2 - u2 * v1;
-    if (std::abs(determinant) < 1e-20f) return false;
+    if (std::abs(determinant) < 1e-20f) return;
     const float scale = 1.0f / determinant;
     dPdu = scale * (v2 * edge1 - v1 * edge2);
     dPdv = scale * (u1 * edge2 - u2 * edge1);
-    return true;
 }
 
 } // namespace
@@ -167,16 +166,14 @@ void interpolateSurface(const MeshInstance& meshInstance, const Hit& hit, float 
                                                 mesh.textures[triangle[1] * spaces + space],
                                                 mesh.textures[triangle[2] * spaces + space], hit.u, hit.v);
 
-    point.hasDerivatives = false;
     point.dPdu = point.dPdv = point.bumpX = point.bumpY = {0, 0, 0};
     if (!mesh.derivU.empty()) {
-        point.hasDerivatives = true;
         point.dPdu = placement.objectVector(interpolateVertices(mesh.derivU, triangle, hit));
         point.dPdv = placement.objectVector(interpolateVertices(mesh.derivV, triangle, hit));
     } else if (spaces > 0) {
-        point.hasDerivatives = derivativesFromTexture(
-            placement.vector(edge1), placement.vector(edge2), mesh.textures[triangle[0] * spaces],
-            mesh.textures[triangle[1] * spaces], mesh.textures[triangle[2] * spaces], point.dPdu, point.dPdv);
+        derivativesFromTexture(placement.vector(edge1), placement.vector(edge2),
+                               mesh.textures[triangle[0] * spaces], mesh.textures[triangle[1] * spaces],
+                               mesh.textures[triangle[2] * spaces], point.dPdu, point.dPdv);
     }
     if (!mesh.bumpX.empty()) {
         point.bumpX = interpolateVertices(mesh.bumpX, triangle, hit);

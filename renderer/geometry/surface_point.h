@@ -17,9 +17,8 @@ struct SurfacePoint {
     miVector opening; ///< the point at the start of the unit shutter
     miVector motion;  ///< displacement over the unit shutter; null without motion
     bool moves;
-    int textureSpaces; ///< entries written to the caller's texture coordinates
-    bool hasDerivatives;
-    miVector dPdu, dPdv;   ///< by the first texture space
+    int textureSpaces;     ///< entries written to the caller's texture coordinates
+    miVector dPdu, dPdv;   ///< by the first texture space; null where unknown
     miVector bumpX, bumpY; ///< bump basis of the first texture space, object space
 };
 

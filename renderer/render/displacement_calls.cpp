@@ -97,13 +97,9 @@ float DisplacementCalls::operator()(const geometry::MeshInstance& meshInstance,
     derived.bumpY = vertex.bumpY;
     child->bump_x_list = &derived.bumpX;
     child->bump_y_list = &derived.bumpY;
-    std::fill(std::begin(child->derivs), std::end(child->derivs), nullptr);
-    if (vertex.hasDerivatives) {
-        derived.dPdu = vertex.dPdu;
-        derived.dPdv = vertex.dPdv;
-        child->derivs[0] = &derived.dPdu;
-        child->derivs[1] = &derived.dPdv;
-    }
+    std::fill(std::begin(child->derivs), std::end(child->derivs), miVector{});
+    child->derivs[0] = vertex.dPdu;
+    child->derivs[1] = vertex.dPdv;
 
     using Fault = shading::ShaderRuntime::Fault;
     float height = 0.0f;

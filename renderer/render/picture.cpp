@@ -27,6 +27,7 @@ Picture::Picture(const scene::Database& database, const PictureElements& element
           scene::attachmentsTo(database, {elements.group, elements.cameraInstance, elements.options->tag})),
       framebuffers_(std::make_unique<image::FramebufferSet>(*elements.camera, *elements.options, log,
                                                             attachments_.outputs)) {
+    options.options.string_options = options.tag;
     setWindow(window());
 }
 

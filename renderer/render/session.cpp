@@ -2,6 +2,7 @@
 #include "render/session.h"
 
 #include "base/active_log.h"
+#include "base/active_stop.h"
 #include "base/locks.h"
 #include "geometry/scene_geometry.h"
 #include "image/framebuffer_element.h"
@@ -222,6 +223,7 @@ Session::~Session() {
 }
 
 std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings& settings) {
+    const ActiveStopScope stop(settings.stop);
     if (settings.progress) settings.progress({});
     const Stopwatch building;
     const SampledArea area = sampledArea(asked);

@@ -67,7 +67,7 @@ void readRecord(BoundShader& bound, scene::FunctionElement& element, scene::Data
             function->ghost_offs = source->function()->ghost_offs;
         }
     }
-    bound.parameters = bound.parameterOwner->function()->parameters();
+    bound.parameters = bound.parameterOwner->function()->parameters;
     bound.resultSize = static_cast<std::size_t>(std::max(function->result_size, 0));
     const scene::Parameter& result = element.declaration->result;
     bound.returnsRecord = result.type == miTYPE_STRUCT;

@@ -194,6 +194,23 @@ void** ShaderRuntime::threadPointer(const miFunction* function, int thread) {
     return &(*pointers)[static_cast<std::size_t>(thread)];
 }
 
+std::vector<void*> ShaderRuntime::threadPointers(const miFunction* function) const {
+    std::vector<void*> all;
+    const BoundShader* const bound = boundOf(function);
+    const BoundShader::ThreadPointers* const pointers =
+        bound ? bound->threadPointers.load(std::memory_order_acquire) : nullptr;
+    if (pointers)
+        std::copy_if(pointers->begin(), pointers->end(), std::back_inserter(all),
+                     [](const void* pointer) { return pointer != nullptr; });
+    return all;
+}
+
+void* ShaderRuntime::ghostTable(const miFunction* function) const {
+    const BoundShader* const bound = boundOf(function);
+    return bound && function->ghost_offs != 0 ? static_cast<char*>(bound->parameters) + function->ghost_offs
+                                              : nullptr;
+}
+
 miTag ShaderRuntime::tagOf(const miFunction* function) const {
     const BoundShader* const bound = boundOf(function);
     return bound ? bound->tag : miNULLTAG;

@@ -62,6 +62,10 @@ public:
     [[nodiscard]] void** userPointer(const miFunction* function);
     /// Null also for a thread number outside 0 to 1023.
     [[nodiscard]] void** threadPointer(const miFunction* function, int thread);
+    /// The pointers of all threads that are not null.
+    [[nodiscard]] std::vector<void*> threadPointers(const miFunction* function) const;
+    /// Ghost table of an instance's parameters; null also when nothing is connected.
+    [[nodiscard]] void* ghostTable(const miFunction* function) const;
     /// 0 for a function that is not bound.
     [[nodiscard]] miTag tagOf(const miFunction* function) const;
     /// Lock of one instance, and lock shared by all instances of its shader.

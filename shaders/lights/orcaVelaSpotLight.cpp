@@ -70,7 +70,7 @@ public:
         miVector normal, u, v;
         mi_normal_to_light(state, &normal, &state->normal_geom);
         if (!slide.derivatives(inLamp, normalized(frame.of(normal)), u, v)) {
-            state->derivs[0] = state->derivs[1] = nullptr;
+            state->derivs[0] = state->derivs[1] = {0.0f, 0.0f, 0.0f};
             return;
         }
         const auto internal = [&](const miVector& d) {
@@ -78,10 +78,8 @@ public:
             mi_vector_from_light(state, &of, &of);
             return of;
         };
-        alongU_ = internal(u);
-        alongV_ = internal(v);
-        state->derivs[0] = &alongU_;
-        state->derivs[1] = &alongV_;
+        state->derivs[0] = internal(u);
+        state->derivs[1] = internal(v);
         if (!state->parent) return;
         // The pixel's footprint is that of the ray which met the surface.
         state->dir = state->parent->dir;
@@ -92,8 +90,7 @@ private:
     const LightTextureSpace coordinate_;
     const Restored<miVector> direction_;
     const Restored<miScalar> cosine_;
-    const Restored<miVector*> u_, v_;
-    miVector alongU_, alongV_;
+    const Restored<miVector> u_, v_;
 };
 
 } // namespace

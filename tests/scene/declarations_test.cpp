@@ -89,7 +89,7 @@ const T& element(const T* storage, int start, int k) {
 class EveryParameterType : public ::testing::Test {
 protected:
     const EveryType* record(const char* name) {
-        return reinterpret_cast<const EveryType*>(text.find<FunctionElement>(name)->function()->parameters());
+        return reinterpret_cast<const EveryType*>(text.find<FunctionElement>(name)->function()->parameters);
     }
     std::string string(miTag tag) { return text.scene.database().find<StringElement>(tag)->text; }
     SceneText text{everyTypeScene};
@@ -194,7 +194,7 @@ TEST_P(Connections, MarkTheConnectedWordAlone) {
     const auto* user = text.find<FunctionElement>("u");
     const miFunction* function = user->function();
     ASSERT_NE(function->ghost_offs, 0);
-    const auto ghosts = words(function->parameters() + function->ghost_offs, function->parameter_size);
+    const auto ghosts = words(function->parameters + function->ghost_offs, function->parameter_size);
     for (std::size_t i = 0; i < ghosts.size(); ++i) {
         if (i != static_cast<std::size_t>(expected.word)) {
             EXPECT_EQ(ghosts[i], 0u) << i;
@@ -222,8 +222,8 @@ TEST(ConnectedStruct, MarksEveryMember) {
     SceneText text(std::string(connectable) + R"(shader "u" "user" ( "pair" = "many1.pair" ))");
     ASSERT_EQ(text.errors(), "");
     const auto* user = text.find<FunctionElement>("u");
-    const auto ghosts = words(user->function()->parameters() + user->function()->ghost_offs,
-                              user->function()->parameter_size);
+    const auto ghosts =
+        words(user->function()->parameters + user->function()->ghost_offs, user->function()->parameter_size);
     EXPECT_EQ(user->connection(ghosts[9]).memberOffset, 20);
     EXPECT_EQ(user->connection(ghosts[10]).memberOffset, 24);
 }

@@ -208,8 +208,8 @@ end options
     EXPECT_EQ(options.finalgather_diffuse_depth, 4);
     EXPECT_FALSE(element->samplesLocked);
     EXPECT_EQ(element->framebuffers.at(0).interpolate, std::optional<bool>(true));
-    EXPECT_EQ(std::get<int>(element->strings.at("last")), 2);
-    EXPECT_EQ(std::get<std::vector<float>>(element->strings.at("weight")).size(), 3u);
+    EXPECT_EQ(std::get<int>(element->named.values.at("last")), 2);
+    EXPECT_EQ(std::get<std::vector<float>>(element->named.values.at("weight")).size(), 3u);
     EXPECT_EQ(
         text.warnings(),
         "test.mi:7:5: options \"o\": \"caustic\" has no effect: no photons are traced\n"
@@ -257,16 +257,16 @@ data "declared" data "raw" "pair" ( "c" 1 2 3 ) end data
     ASSERT_EQ(text.errors(), "");
     const auto* raw = text.find<UserdataElement>("raw");
     ASSERT_EQ(raw->userdata()->parameter_size, 8);
-    EXPECT_EQ(std::string(raw->userdata()->parameters(), 8), std::string("\x01\x02\xff\x10\x0a\0\0\0", 8));
+    EXPECT_EQ(std::string(raw->userdata()->parameters, 8), std::string("\x01\x02\xff\x10\x0a\0\0\0", 8));
     EXPECT_EQ(raw->userdata()->data_decl, miNULLTAG);
     EXPECT_EQ(raw->userdata()->label, 4u);
     const auto* declared = text.find<UserdataElement>("declared");
     EXPECT_EQ(declared->userdata()->next_data, text.tag("raw"));
-    EXPECT_EQ(words(declared->userdata()->parameters(), 20)[0], 7u);
+    EXPECT_EQ(words(declared->userdata()->parameters, 20)[0], 7u);
     ASSERT_TRUE(text.read("incremental data \"declared\" data null \"pair\" ( \"a\" 9 ) end data"));
     EXPECT_EQ(declared->userdata()->next_data, miNULLTAG);
-    EXPECT_EQ(words(declared->userdata()->parameters(), 20)[0], 9u);
-    EXPECT_EQ(words(declared->userdata()->parameters(), 20)[3], 0x40400000u); // still 3.0
+    EXPECT_EQ(words(declared->userdata()->parameters, 20)[0], 9u);
+    EXPECT_EQ(words(declared->userdata()->parameters, 20)[3], 0x40400000u); // still 3.0
     EXPECT_FALSE(text.read("incremental data \"raw\" data \"declared\" end data\n"
                            "incremental data \"declared\" data \"raw\" end data"));
     EXPECT_EQ(text.errors(), "test.mi:2:29: data \"declared\": the chain would lead back to it\n");

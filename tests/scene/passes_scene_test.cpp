@@ -52,7 +52,7 @@ protected:
     /// Numbers of a shader's parameters.
     const float* numbers(miTag shader) {
         return reinterpret_cast<const float*>(
-            text.scene.database().find<FunctionElement>(shader)->function()->parameters());
+            text.scene.database().find<FunctionElement>(shader)->function()->parameters);
     }
     SceneText text{passesScene};
 };
@@ -92,7 +92,7 @@ render "world" "cam_inst" "opt"
     const auto* surface = text.find<FunctionElement>("surface1");
     EXPECT_EQ(surface->tag, surfaceBefore);
     EXPECT_EQ(surface->revision, 1u);
-    EXPECT_EQ(words(surface->function()->parameters(), 4)[0], 7u);
+    EXPECT_EQ(words(surface->function()->parameters, 4)[0], 7u);
     EXPECT_EQ(numbers(surface->tag)[10], 1.0f);    // bump, as before
     EXPECT_NE(surface->function()->ghost_offs, 0); // and the connection
     EXPECT_EQ(text.find<InstanceElement>("quadA")->instance.label, 1u);

@@ -35,11 +35,11 @@ TEST(Phenomena, AreExpandedWithTheValuesOfEachUse) {
     SceneText text(phenomenonScene);
     ASSERT_EQ(text.errors(), "");
     const auto floats = [](const FunctionElement* f) {
-        return reinterpret_cast<const float*>(f->function()->parameters());
+        return reinterpret_cast<const float*>(f->function()->parameters);
     };
     const auto source = [&](const FunctionElement* f, int word) {
         const auto ghosts =
-            words(f->function()->parameters() + f->function()->ghost_offs, f->function()->parameter_size);
+            words(f->function()->parameters + f->function()->ghost_offs, f->function()->parameter_size);
         return text.scene.database().find<FunctionElement>(f->connection(ghosts[word]).source);
     };
     const auto* p = text.find<FunctionElement>("p");
@@ -48,7 +48,7 @@ TEST(Phenomena, AreExpandedWithTheValuesOfEachUse) {
     EXPECT_EQ(p->declaration->name, "mix");
     EXPECT_EQ(floats(p)[0], 1.0f); // the interface's default
     EXPECT_EQ(floats(p)[4], 0.0f); // nothing given: zero, not the inner shader's own default
-    EXPECT_EQ(words(p->function()->parameters(), 48)[10], 2u);
+    EXPECT_EQ(words(p->function()->parameters, 48)[10], 2u);
     EXPECT_EQ(floats(source(p, 8))[0], 2.0f);
     EXPECT_EQ(source(q, 0), p);
     EXPECT_EQ(floats(q)[4], 3.0f);
@@ -97,7 +97,7 @@ TEST(Phenomena, MayBeMaterialsWithPartsOfTheirOwn) {
     Database& database = text.scene.database();
     const auto function = [&](miTag tag) { return database.find<FunctionElement>(tag); };
     const auto number = [&](miTag shader, int word) {
-        return reinterpret_cast<const float*>(function(shader)->function()->parameters())[word];
+        return reinterpret_cast<const float*>(function(shader)->function()->parameters)[word];
     };
     const auto source = [&](miTag shader, std::size_t parameter) {
         return function(shader)->values[parameter].connection.source;

@@ -43,8 +43,8 @@ TEST_F(Highlights, OfAnisotropicFacetsFollowTheTexturesDirectionsTurned) {
     f = anisotropicFacets(&state, 0.0f, 0.1f, 0.2f);
     EXPECT_NEAR(f.along.y, 1.0f, 1e-6f); // u, laid into the surface
     EXPECT_NEAR(f.across.x, -1.0f, 1e-6f);
-    state.derivs[0] = &v; // derivatives come before a bump basis
-    state.derivs[1] = &u;
+    state.derivs[0] = v; // derivatives come before a bump basis
+    state.derivs[1] = u;
     f = anisotropicFacets(&state, 30.0f, 0.1f, 0.2f);
     EXPECT_NEAR(f.along.x, -std::sqrt(0.75f), 1e-6f);
     EXPECT_NEAR(f.along.y, -0.5f, 1e-6f);

@@ -40,7 +40,7 @@ public:
     /// The data block as a scene file may have damaged it.
     miUint* blockWords() {
         return reinterpret_cast<miUint*>(
-            renderer.database.element<miUserdata>(renderer.camera.userdata).parameters());
+            renderer.database.element<miUserdata>(renderer.camera.userdata).parameters);
     }
 };
 

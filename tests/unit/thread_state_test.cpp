@@ -95,7 +95,7 @@ protected:
     }
     /// The search found `tag` and holds that one pin, or, for the null tag, nothing.
     void expectFound(void* block, miTag tag) {
-        EXPECT_EQ(block, tag == miNULLTAG ? nullptr : database.element<miUserdata>(tag).parameters());
+        EXPECT_EQ(block, tag == miNULLTAG ? nullptr : database.element<miUserdata>(tag).parameters);
         EXPECT_EQ(renderer.pinsHeld(), tag != miNULLTAG);
         if (tag == miNULLTAG) return;
         EXPECT_EQ(found, tag);

@@ -133,8 +133,8 @@ TEST(TextureFootprint, IsThePixelLaidOntoTheSurfaceAndLongerAtGrazingAngles) {
     MaterialScene scene(std::vector<ScenePass>{});
     miState& state = scene.renderer.state;
     miVector u{2.0f, 0.0f, 0.0f}, v{0.0f, 4.0f, 0.0f}; // along the surface, per unit of texture
-    state.derivs[0] = &u;
-    state.derivs[1] = &v;
+    state.derivs[0] = u;
+    state.derivs[1] = v;
     scene.vela().footprint.screen = {0.5f, 0.5f, 0.0f};
     for (const float slant : {0.0f, 0.6f, 1.0f}) { // head on, at an angle, edge on
         state.dir = {slant, 0.0f, -std::sqrt(1.0f - slant * slant)};

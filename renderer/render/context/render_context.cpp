@@ -35,8 +35,9 @@ RenderContext::RenderContext(const Frame& renderFrame, int threadNumber)
       written(renderFrame.framebuffers.buffers().size()) {
     base.version = miSHADER_INTERFACE_VERSION;
     base.camera_inst = renderFrame.cameraInstance;
-    base.camera = &renderFrame.camera;
-    base.options = &renderFrame.options;
+    // Not const in the interface, but read-only to shaders.
+    base.camera = const_cast<miCamera*>(&renderFrame.camera);
+    base.options = const_cast<miOptions*>(&renderFrame.options);
     base.global_lock = renderFrame.globalLock;
     base.thread = static_cast<short>(threadNumber);
     base.type = miRAY_EYE;
@@ -66,6 +67,7 @@ void RenderContext::resetBase() {
     state.user_size = 0;
     state.shader = nullptr;
     state.ior = state.ior_in = 1.0f;
+    state.ray_offset = state.falloff_start = state.falloff_stop = 0.0;
 }
 
 DerivedState& RenderContext::slot(int level) {
@@ -90,6 +92,7 @@ ChildState::ChildState(RenderContext& context, miState* parent, miRay_type type)
     derived_.state.parent = parent;
     derived_.state.child = nullptr;
     derived_.state.type = type;
+    derived_.state.ray_offset = derived_.state.falloff_start = derived_.state.falloff_stop = 0.0;
     parent->child = &derived_.state;
 }
 

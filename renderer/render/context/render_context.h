@@ -15,6 +15,7 @@
 
 namespace orca::render {
 
+class OutputImages;
 class PendingGatherRecords;
 
 /// What `miQ_SAMPLE_PHASE` answers. Passes are written in the image phase alone.
@@ -30,7 +31,6 @@ struct DerivedState {
     miState state;
     std::vector<miVector> textureCoordinates; // never empty: lights write entry 0 for a while
     miVector bumpX, bumpY;
-    miVector dPdu, dPdv;
 };
 
 /// The segment between an illuminated point and a light, for occluders' shaders that continue it.
@@ -105,6 +105,8 @@ struct RenderContext : shading::CallContext {
     const ShadowRay* shadowRay = nullptr;
     const EmitterPoint* emitterPoint = nullptr;           ///< of the running light; null where it has no mesh
     const DisplacementSpace* displacementSpace = nullptr; ///< set in displacement calls
+    OutputImages* outputImages = nullptr;                 ///< of the running output shader
+    miVector corners[3];                                  ///< that `mi_tri_vectors` has last given
     int gatherDepth = 0;                                  ///< nesting of gathers
     int gatherReflectionBase = 0, gatherRefractionBase = 0; ///< levels at which the innermost one began
     PendingGatherRecords* pendingGatherRecords =

@@ -29,6 +29,7 @@ void setHit(const RenderContext& context, DerivedState& child, const geometry::R
     state.label = surface.label;
     state.material = surface.material;
     state.pri = surface.primitive;
+    state.pri_idx = hit.triangle;
     state.hit_instance = hit.meshInstance;
     state.hit_triangle = hit.triangle;
     state.motion = surface.motion;
@@ -43,13 +44,9 @@ void setHit(const RenderContext& context, DerivedState& child, const geometry::R
     child.bumpY = surface.bumpY;
     state.bump_x_list = &child.bumpX;
     state.bump_y_list = &child.bumpY;
-    std::fill(std::begin(state.derivs), std::end(state.derivs), nullptr);
-    if (surface.hasDerivatives) {
-        child.dPdu = surface.dPdu;
-        child.dPdv = surface.dPdv;
-        state.derivs[0] = &child.dPdu;
-        state.derivs[1] = &child.dPdv;
-    }
+    std::fill(std::begin(state.derivs), std::end(state.derivs), miVector{});
+    state.derivs[0] = surface.dPdu;
+    state.derivs[1] = surface.dPdv;
     state.cache = nullptr;
 }
 

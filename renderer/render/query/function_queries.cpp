@@ -6,6 +6,8 @@
 #include "shading/call_context.h"
 #include "shading/shader_runtime.h"
 
+#include <vector>
+
 namespace orca::render {
 
 namespace {
@@ -27,7 +29,7 @@ bool ofFunction(const Query& query) {
 
 bool parameters(const Query& query) {
     miFunction* const function = functionOf(query);
-    return function && query.give<void*>(function->parameters());
+    return function && query.give<void*>(function->parameters);
 }
 
 /// Null without a state: what libraries keep of an instance belongs to the renderer that runs them.
@@ -66,6 +68,16 @@ bool setThreadPointer(const Query& query) {
     return slot != nullptr;
 }
 
+bool allThreadPointers(const Query& query) {
+    const miFunction* const function = functionOf(query);
+    ShaderRuntime* const runtime = runtimeOf(query);
+    if (!function || !runtime || !query.second) return false;
+    thread_local std::vector<void*> pointers;
+    pointers = runtime->threadPointers(function);
+    *static_cast<int*>(query.second) = static_cast<int>(pointers.size());
+    return query.give(pointers.data());
+}
+
 /// The tag's own declaration, or that of the shader instance.
 const scene::DeclarationElement* declarationOf(const Query& query) {
     const scene::Database& database = scene::activeDatabase();
@@ -99,6 +111,7 @@ bool resultSize(const Query& query) {
 
 using Declaration = scene::DeclarationElement;
 constexpr auto nameOf = [](const Declaration& d) { return const_cast<char*>(d.name.c_str()); };
+constexpr auto parametersOf = [](const Declaration& d) { return const_cast<char*>(d.parameterText.c_str()); };
 constexpr auto resultTypeOf = [](const Declaration& d) -> int { return d.result.type; };
 constexpr auto versionOf = [](const Declaration& d) -> int { return d.version; };
 
@@ -115,12 +128,12 @@ constexpr QueryRow functionRows[] = {
     {miQ_DECL_LOCK, ofRuntime<&ShaderRuntime::shaderLock>},
     {miQ_FUNC_TLS_GET, getThreadPointer},
     {miQ_FUNC_TLS_SET, setThreadPointer},
+    {miQ_FUNC_TLS_GETALL, allThreadPointers},
 };
 
 constexpr QueryRow declarationRows[] = {
-    {miQ_DECL_NAME, ofDeclaration<nameOf>},
-    {miQ_DECL_RESULT_SIZE, resultSize},
-    {miQ_DECL_TYPE, ofDeclaration<resultTypeOf>},
+    {miQ_DECL_NAME, ofDeclaration<nameOf>},       {miQ_DECL_PARAM, ofDeclaration<parametersOf>},
+    {miQ_DECL_RESULT_SIZE, resultSize},           {miQ_DECL_TYPE, ofDeclaration<resultTypeOf>},
     {miQ_DECL_VERSION, ofDeclaration<versionOf>},
 };
 

@@ -61,6 +61,7 @@ constexpr QueryRow rows[] = {
     {miQ_INST_LOCAL_TO_GLOBAL, matrixOfInstance<&miTransform::local_to_global>},
     {miQ_GEO_LABEL, ofObject<&miObject::label>},
     {miQ_GEO_NAME, nameOfObject},
+    {miQ_GEO_TYPE, ofObject<&miObject::type>},
     {miQ_GEO_DATA, ofObject<&miObject::userdata>},
 };
 

@@ -10,6 +10,7 @@ struct Query {
     miState* state;
     miTag tag;
     void* result;
+    void* second; ///< the fifth argument; null where the code has none
 
     /// Writes the answer, whose type is part of the interface. True, so that an answer can end with it.
     template <class T>

@@ -33,6 +33,25 @@ bool matrix(const Query& query) {
     return true;
 }
 
+template <CoordinateSpace from, CoordinateSpace to>
+bool between(const Query& query) {
+    miMatrix into;
+    const Query second{query.state, query.tag, into, nullptr};
+    if (!matrix<from, Mapping::ToInternal>(query) || !matrix<to, Mapping::FromInternal>(second)) return false;
+    auto* const result = static_cast<miScalar*>(query.result);
+    mi_matrix_prod(result, result, into);
+    return true;
+}
+
+bool stage(const Query& query) {
+    if (!query.state || !query.state->ext) return false;
+    const RenderContext& context = renderContextOf(query.state);
+    if (context.displacementSpace) return query.give<int>(miSTAGE_DISPLACE);
+    if (context.outputImages) return query.give<int>(miSTAGE_OUTPUT);
+    if (context.samplePhase == noImagePhase) return query.give<int>(miSTAGE_OTHER);
+    return query.give<int>(context.pendingGatherRecords ? miSTAGE_GATHER : miSTAGE_RENDER);
+}
+
 using shading::CallContext;
 
 constexpr QueryRow rows[] = {
@@ -40,6 +59,7 @@ constexpr QueryRow rows[] = {
     {miQ_FINALGATHER_STATE, ofContext<&CallContext::gatherState>},
     {miQ_SAMPLE_MOVING, ofContext<&CallContext::sampleMoving>},
     {miQ_SAMPLE_PHASE, ofContext<&CallContext::samplePhase>},
+    {miQ_RENDER_STAGE, stage},
     {miQ_NUM_TEXTURES, numberOfTextures},
     {miQ_NUM_BUMPS, numberOfBumps},
     {miQ_TRANS_INTERNAL_TO_WORLD, matrix<CoordinateSpace::World, Mapping::FromInternal>},
@@ -48,6 +68,20 @@ constexpr QueryRow rows[] = {
     {miQ_TRANS_CAMERA_TO_INTERNAL, matrix<CoordinateSpace::Camera, Mapping::ToInternal>},
     {miQ_TRANS_INTERNAL_TO_OBJECT, matrix<CoordinateSpace::Object, Mapping::FromInternal>},
     {miQ_TRANS_OBJECT_TO_INTERNAL, matrix<CoordinateSpace::Object, Mapping::ToInternal>},
+    {miQ_TRANS_INTERNAL_TO_LIGHT, matrix<CoordinateSpace::Light, Mapping::FromInternal>},
+    {miQ_TRANS_LIGHT_TO_INTERNAL, matrix<CoordinateSpace::Light, Mapping::ToInternal>},
+    {miQ_TRANS_WORLD_TO_CAMERA, between<CoordinateSpace::World, CoordinateSpace::Camera>},
+    {miQ_TRANS_WORLD_TO_OBJECT, between<CoordinateSpace::World, CoordinateSpace::Object>},
+    {miQ_TRANS_WORLD_TO_LIGHT, between<CoordinateSpace::World, CoordinateSpace::Light>},
+    {miQ_TRANS_CAMERA_TO_WORLD, between<CoordinateSpace::Camera, CoordinateSpace::World>},
+    {miQ_TRANS_CAMERA_TO_OBJECT, between<CoordinateSpace::Camera, CoordinateSpace::Object>},
+    {miQ_TRANS_CAMERA_TO_LIGHT, between<CoordinateSpace::Camera, CoordinateSpace::Light>},
+    {miQ_TRANS_OBJECT_TO_WORLD, between<CoordinateSpace::Object, CoordinateSpace::World>},
+    {miQ_TRANS_OBJECT_TO_CAMERA, between<CoordinateSpace::Object, CoordinateSpace::Camera>},
+    {miQ_TRANS_OBJECT_TO_LIGHT, between<CoordinateSpace::Object, CoordinateSpace::Light>},
+    {miQ_TRANS_LIGHT_TO_WORLD, between<CoordinateSpace::Light, CoordinateSpace::World>},
+    {miQ_TRANS_LIGHT_TO_CAMERA, between<CoordinateSpace::Light, CoordinateSpace::Camera>},
+    {miQ_TRANS_LIGHT_TO_OBJECT, between<CoordinateSpace::Light, CoordinateSpace::Object>},
 };
 
 } // namespace

@@ -21,7 +21,7 @@ bool ofUserdata(const Query& query) {
 
 bool parameters(const Query& query) {
     miUserdata* const data = userdataOf(query);
-    return data && query.give<char*>(data->parameters());
+    return data && query.give<char*>(data->parameters);
 }
 
 bool needsSwap(const Query& query) {

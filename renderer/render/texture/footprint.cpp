@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/texture/footprint.h"
 
+#include "base/orthonormal_basis.h"
+#include "base/vectors.h"
+#include "render/context/render_context.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -8,8 +12,62 @@ namespace orca::render {
 
 namespace {
 
-/// Width of a pixel's cone at the hit, scene units.
-float coneWidth(const miState* state) {
+/// Steepest look at a surface that counts: footprints are not longer than 64 times their width.
+constexpr float mostGrazing = 1.0f / 64.0f;
+
+/// Steps to the right and up at the hit's depth, laid along the ray onto the surface's plane.
+bool exactSteps(const miState* state, SurfaceSteps& steps) {
+    const RenderContext& context = renderContextOf(state);
+    const miCamera& camera = context.frame.camera;
+    if (state->type != miRAY_EYE || (camera.lens != miNULLTAG && !context.frame.options.no_lens))
+        return false;
+    const auto inCamera = [&](const miVector& v) {
+        miVector result;
+        mi_vector_transform(&result, &v, context.camera.fromWorld);
+        return result;
+    };
+    miVector point;
+    mi_point_transform(&point, &state->point, context.camera.fromWorld);
+    const miVector raster = context.frame.rasterFromCamera(point);
+    const miVector ray = inCamera(state->dir), normal = inCamera(state->normal_geom);
+    const float facing = dot(normal, ray);
+    if (!(point.z < 0.0f) || !(std::abs(facing) > 1e-6f)) return false;
+    const auto step = [&](float x, float y) {
+        const miVector inDepth = context.frame.cameraFromRaster({raster.x + x, raster.y + y, raster.z}) -
+                                 context.frame.cameraFromRaster({raster.x - x, raster.y - y, raster.z});
+        const miVector onSurface = 0.5f * (inDepth - dot(normal, inDepth) / facing * ray);
+        miVector result;
+        mi_vector_transform(&result, &onSurface, context.camera.toWorld);
+        return result;
+    };
+    steps = {step(1.0f, 0.0f), step(0.0f, 1.0f)};
+    return true;
+}
+
+/// The axes of the ellipse that the pixel's cone cuts out of the surface's plane: along the ray's shadow on
+/// the surface, and across.
+SurfaceSteps coneSteps(const miState* state) {
+    const float width = pixelWidth(state);
+    const float facing = std::max(std::abs(mi_vector_dot(&state->normal_geom, &state->dir)), mostGrazing);
+    miVector along = state->dir, across;
+    mi_vector_prod(&across, &state->normal_geom, &state->dir);
+    if (mi_vector_dot(&across, &across) < 1e-10f) {
+        const miVector& u = state->derivs[0];
+        along = isNull(u) ? basisAbout(state->normal_geom).x : u;
+        mi_vector_prod(&across, &state->normal_geom, &along);
+    } else {
+        mi_vector_prod(&along, &across, &state->normal_geom);
+    }
+    mi_vector_normalize(&along);
+    mi_vector_normalize(&across);
+    mi_vector_mul(&along, width / facing);
+    mi_vector_mul(&across, width);
+    return {along, across};
+}
+
+} // namespace
+
+float pixelWidth(const miState* state) {
     const miCamera& camera = *state->camera;
     const float pixel = camera.aperture / static_cast<float>(std::max(camera.x_resolution, 1));
     if (camera.orthographic) return pixel;
@@ -22,11 +80,13 @@ float coneWidth(const miState* state) {
     return static_cast<float>(path) * pixel / std::max(camera.focal, 1e-6f);
 }
 
-} // namespace
+SurfaceSteps surfaceSteps(const miState* state) {
+    SurfaceSteps steps;
+    return exactSteps(state, steps) ? steps : coneSteps(state);
+}
 
-image::Footprint footprintOf(const miState* state) {
-    if (!state->camera || state->instance == miNULLTAG || !state->derivs[0] || !state->derivs[1]) return {};
-    const miVector &u = *state->derivs[0], &v = *state->derivs[1];
+image::Footprint footprintOf(const miState* state, const SurfaceSteps& steps) {
+    const miVector &u = state->derivs[0], &v = state->derivs[1];
     // Duals of the derivatives: what a step along the surface adds to u and to v.
     const float uu = mi_vector_dot(&u, &u), uv = mi_vector_dot(&u, &v), vv = mi_vector_dot(&v, &v);
     const float determinant = uu * vv - uv * uv;
@@ -36,26 +96,15 @@ image::Footprint footprintOf(const miState* state) {
         ds = (alongU * vv - alongV * uv) / determinant;
         dt = (alongV * uu - alongU * uv) / determinant;
     };
-    const float width = coneWidth(state);
-    constexpr float mostGrazing = 1.0f / 64.0f; // footprints are not longer than 64 times their width
-    const float facing = std::max(std::abs(mi_vector_dot(&state->normal_geom, &state->dir)), mostGrazing);
-    // The ellipse's long axis lies along the ray's shadow on the surface, the short one across.
-    miVector along = state->dir, across;
-    mi_vector_prod(&across, &state->normal_geom, &state->dir);
-    if (mi_vector_dot(&across, &across) < 1e-10f) {
-        along = u;
-        mi_vector_prod(&across, &state->normal_geom, &u);
-    } else {
-        mi_vector_prod(&along, &across, &state->normal_geom);
-    }
-    mi_vector_normalize(&along);
-    mi_vector_normalize(&across);
-    mi_vector_mul(&along, width / facing);
-    mi_vector_mul(&across, width);
     image::Footprint footprint;
-    inTexture(along, footprint.dsdx, footprint.dtdx);
-    inTexture(across, footprint.dsdy, footprint.dtdy);
+    inTexture(steps.x, footprint.dsdx, footprint.dtdx);
+    inTexture(steps.y, footprint.dsdy, footprint.dtdy);
     return footprint;
+}
+
+image::Footprint footprintOf(const miState* state) {
+    if (!state->camera || state->instance == miNULLTAG || isNull(state->derivs[0])) return {};
+    return footprintOf(state, coneSteps(state));
 }
 
 } // namespace orca::render

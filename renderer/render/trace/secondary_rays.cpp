@@ -5,6 +5,8 @@
 #include "render/context/surroundings.h"
 #include "render/trace/trace_and_shade.h"
 
+#include <algorithm>
+
 namespace orca::render {
 
 namespace {
@@ -40,7 +42,24 @@ miBoolean castFrom(RenderContext& context, ChildState& child, miState* state, co
                    RayClass rayClass, miColor& result) {
     child->org = state->point;
     child->dir = direction;
-    return traceAndShade(context, child, rayFrom(context, *state, state->point, direction, rayClass), result);
+    Ray ray = rayFrom(context, *state, state->point, direction, rayClass);
+    ray.nearDistance = static_cast<float>(state->ray_offset);
+    if (!(state->falloff_stop > 0.0)) return traceAndShade(context, child, ray, result);
+
+    ray.farDistance = static_cast<float>(state->falloff_stop);
+    const miBoolean delivered = traceAndShade(context, child, ray, result);
+    const double distance = child->dist;
+    if (distance <= state->falloff_start) return delivered;
+    miColor beyond{};
+    const miBoolean hasEnvironment = traceEnvironment(beyond, state, direction);
+    const double fade = (distance - state->falloff_start) / (state->falloff_stop - state->falloff_start);
+    const auto share = static_cast<float>(std::clamp(fade, 0.0, 1.0));
+    const auto mix = [share](float& near, float far) { near += share * (far - near); };
+    mix(result.r, beyond.r);
+    mix(result.g, beyond.g);
+    mix(result.b, beyond.b);
+    mix(result.a, beyond.a);
+    return delivered || hasEnvironment;
 }
 
 RayClass classOf(miRay_type type) {
@@ -130,6 +149,7 @@ miBoolean traceProbe(miState* state, const miVector& direction, const miVector& 
         ray.origin = origin;
         ray.skipInstance = ray.skipTriangle = geometry::nothing;
     }
+    ray.nearDistance = static_cast<float>(state->ray_offset);
     geometry::Hit hit;
     if (!context.frame.geometry.intersect(ray, hit)) {
         setMiss(*child.get());

@@ -76,6 +76,16 @@ int layOut(std::vector<Parameter>& parameters) {
     return end;
 }
 
+std::string textOf(const std::vector<Parameter>& parameters) {
+    std::string text;
+    for (const Parameter& parameter : parameters) {
+        if (!text.empty()) text += ", ";
+        text += parameter.typeText() + " \"" + parameter.name + '"';
+        if (parameter.type == miTYPE_STRUCT) text += " { " + textOf(parameter.members) + " }";
+    }
+    return text;
+}
+
 const Parameter* findParameter(const std::vector<Parameter>& parameters, std::string_view name) {
     const auto found = std::find_if(parameters.begin(), parameters.end(),
                                     [&](const Parameter& parameter) { return parameter.name == name; });

@@ -39,6 +39,8 @@ struct Parameter {
 
 /// Sets offsets and sizes of the parameters of one struct or block; returns its size in bytes.
 int layOut(std::vector<Parameter>& parameters);
+/// A list of parameters as a scene file spells it, without defaults: `color "tint", array scalar "weights"`.
+[[nodiscard]] std::string textOf(const std::vector<Parameter>& parameters);
 [[nodiscard]] const Parameter* findParameter(const std::vector<Parameter>& parameters, std::string_view name);
 
 } // namespace orca::scene

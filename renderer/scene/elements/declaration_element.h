@@ -31,8 +31,9 @@ struct DeclarationElement final : Element {
     Kind kind;
     std::string symbol; ///< name of the C function: the name without its namespace
     std::vector<Parameter> parameters;
-    int fixedSize = 0; ///< bytes of the block without array tails
-    Parameter result;  ///< a colour unless declared otherwise; a struct's members have offsets
+    std::string parameterText; ///< as `textOf` gives it
+    int fixedSize = 0;         ///< bytes of the block without array tails
+    Parameter result;          ///< a colour unless declared otherwise; a struct's members have offsets
     int version = 0;
     std::vector<std::string> apply;
     Requirements requirements;

@@ -54,9 +54,9 @@ void FunctionElement::rebuild() {
     header->result_size = declaration->result.size();
     header->ghost_offs = laidOut.ghosts.empty() ? 0 : static_cast<int>(parameterSize);
     if (parameterSize) {
-        std::memcpy(header->parameters(), laidOut.words.data(), parameterSize);
+        std::memcpy(header->parameters, laidOut.words.data(), parameterSize);
         if (!laidOut.ghosts.empty()) {
-            std::memcpy(header->parameters() + parameterSize, laidOut.ghosts.data(), parameterSize);
+            std::memcpy(header->parameters + parameterSize, laidOut.ghosts.data(), parameterSize);
         }
     }
     connections = std::move(laidOut.connections);
@@ -83,7 +83,7 @@ void UserdataElement::setContent(const void* bytes, std::size_t size) {
     header->data_decl = declaration ? declaration->tag : miNULLTAG;
     header->parameter_size = static_cast<int>(size);
     header->one = 1;
-    if (bytes && size) std::memcpy(header->parameters(), bytes, size);
+    if (bytes && size) std::memcpy(header->parameters, bytes, size);
     block_ = std::move(block);
     blockSize_ = static_cast<int>(whole);
 }

@@ -72,7 +72,7 @@ std::size_t ObjectElement::triangleCount() const {
     return count;
 }
 
-void ObjectElement::updateBounds() {
+void ObjectElement::updateRecord() {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     miVector low{infinity, infinity, infinity}, high{-infinity, -infinity, -infinity};
     const auto include = [&](float x, float y, float z) {
@@ -96,6 +96,11 @@ void ObjectElement::updateBounds() {
     };
     for (const SubdivisionSurface& surface : subdivisionSurfaces) includeAll(surface.points);
     for (const FreeformSurface& surface : freeformSurfaces) includeAll(surface.net.points);
+    object.type = !groups.empty()                ? miOBJECT_POLYGONS
+                  : !triangleLists.empty()       ? miOBJECT_TRIANGLES
+                  : !subdivisionSurfaces.empty() ? miOBJECT_SUBDIVISION
+                  : !freeformSurfaces.empty()    ? miOBJECT_FREEFORM
+                                                 : miOBJECT_EMPTY;
     const bool isAnything = low.x <= high.x;
     object.bbox_min = isAnything ? low : miVector{0, 0, 0};
     object.bbox_max = isAnything ? high : miVector{0, 0, 0};

@@ -95,7 +95,8 @@ struct ObjectElement final : Element {
 
     /// Triangles when all polygons are cut.
     [[nodiscard]] std::size_t triangleCount() const;
-    void updateBounds();
+    /// Sets the record's bounds and type from the geometry.
+    void updateRecord();
     /// Removes what the object consists of.
     void clearGeometry();
 };

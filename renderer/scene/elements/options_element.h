@@ -3,17 +3,13 @@
 
 #include "scene/elements/approximation.h"
 #include "scene/elements/element.h"
+#include "scene/elements/named_options.h"
 
-#include <map>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace orca::scene {
-
-/// Value of a string option: bool, integer, number, text, or 3 or 4 numbers.
-using OptionValue = std::variant<bool, int, float, std::string, std::vector<float>>;
 
 /// `frame buffer n` of the options, known to shaders as "fb<n>".
 struct NumberedFramebuffer {
@@ -59,7 +55,7 @@ struct OptionsElement final : Element {
     void visitReferences(const std::function<void(miTag)>& visit) const override;
 
     miOptions options{};
-    std::map<std::string, OptionValue, std::less<>> strings;
+    NamedOptions named;
     std::vector<NumberedFramebuffer> framebuffers;
     std::optional<Approximation> approximation; ///< of displaced polygons, instead of the objects' own
     std::vector<ApproximateStatement> surfaceApproximations; ///< of what is curved, likewise

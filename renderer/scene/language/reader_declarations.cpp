@@ -145,6 +145,7 @@ void Reader::readDeclaration(const Token&) {
     expect('(', "the declared name");
     declaration->parameters = readParameterList('(', ')');
     declaration->fixedSize = layOut(declaration->parameters);
+    declaration->parameterText = textOf(declaration->parameters);
     if (kind == Kind::Phenomenon) {
         declaration->body = std::make_unique<PhenomenonBody>();
         phenomenon_ = declaration.get();

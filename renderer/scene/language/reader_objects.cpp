@@ -65,7 +65,7 @@ void Reader::readObject(const Token& token, bool incremental) {
                   element.name, file.text);
         }
     }
-    element.updateBounds();
+    element.updateRecord();
     const miObject& object = element.object;
     if (!incremental && !object.visible && !object.shadow && !object.trace) {
         warning(

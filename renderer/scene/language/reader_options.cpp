@@ -43,21 +43,21 @@ void Reader::readOptions(const Token& token, bool incremental) {
 void Reader::readStringOption(OptionsElement& element, const Token& option) {
     const std::string key(option.text);
     if (const std::optional<bool> value = acceptBoolean()) {
-        element.strings[key] = *value;
+        element.named.values[key] = *value;
     } else if (atString()) {
-        element.strings[key] = std::string(next().text);
+        element.named.values[key] = std::string(next().text);
     } else if (atNumber()) {
         const Token first = next();
         std::vector<float> numbers{first.number};
         while (numbers.size() < 4 && atNumber()) numbers.push_back(next().number);
         if (numbers.size() > 2) {
-            element.strings[key] = numbers;
+            element.named.values[key] = numbers;
         } else if (numbers.size() == 2) {
             ignoredOption(element, option, "it takes 1, 3 or 4 numbers");
         } else if (first.kind == Token::Kind::Integer && first.fitsInteger) {
-            element.strings[key] = first.integer;
+            element.named.values[key] = first.integer;
         } else {
-            element.strings[key] = first.number;
+            element.named.values[key] = first.number;
         }
     } else {
         ignoredOption(element, option, "it takes a boolean, a string or numbers");

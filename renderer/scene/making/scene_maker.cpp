@@ -245,7 +245,7 @@ miTag SceneMaker::endObject() {
                        "{}: object \"{}\" has none of visible, shadow and trace on; it is seen only where an "
                        "instance switches them on",
                        owner_, object_->name);
-    object_->updateBounds();
+    object_->updateRecord();
     return add(std::move(object_));
 }
 

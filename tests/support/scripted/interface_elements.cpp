@@ -26,6 +26,8 @@ public:
         --ScriptedRenderer::current().collectionsHeld;
     }
     miTag createFramebuffer() override { return miNULLTAG; }
+    const mi::shader::Options* getOptions(miTag) override { return nullptr; }
+    void releaseOptions(const mi::shader::Options*) override {}
 };
 
 ScriptedInterface theInterface;

@@ -90,7 +90,7 @@ miBoolean ScriptedRenderer::query(miQ_type query, miState* of, miTag tag, void* 
     }
     if (query == miQ_DATA_PARAM) {
         if (database.type(tag) != miSCENE_USERDATA) return miFALSE;
-        *static_cast<char**>(result) = database.element<miUserdata>(tag).parameters();
+        *static_cast<char**>(result) = database.element<miUserdata>(tag).parameters;
         return miTRUE;
     }
     if (query == miQ_INST_ITEM && database.type(tag) == miSCENE_INSTANCE) {

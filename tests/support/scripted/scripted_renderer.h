@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <map>
+#include <new>
 #include <optional>
 #include <random>
 #include <string>
@@ -54,7 +55,11 @@ public:
         std::memcpy(ghost_ + offset, &tag, sizeof tag);
     }
 
-    miFunction function{};
+private:
+    alignas(miFunction) char header_[sizeof(miFunction)]; // which ends with an array of no size
+
+public:
+    miFunction& function = *new (header_) miFunction{};
     P parameters;
 
 private:
