@@ -27,6 +27,7 @@ constexpr SceneOption pictureOptions[] = {
     {"--shadow", "shadow", "MODE", "shadows"},
     {"--motion", "motion", "SWITCH", "motion blur"},
     {"--shutter", "shutter", "T", "[OPEN] CLOSE in frames"},
+    {"--output-shaders", "output", "SWITCH", "shaders that change the finished picture"},
     {"--gamma", "gamma", "X", "for files of whole numbers"},
     {"--colorclip", "colorclip", "MODE", "what is kept in files of whole numbers"},
     {"--premultiply", "premultiply", "SWITCH", "colours times alpha in files of whole numbers"},

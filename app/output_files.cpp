@@ -239,7 +239,7 @@ bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& re
     const std::vector<image::Layer> layers = result.layers();
     bool good = image::writeLayeredExr(files.layered, picture, layers, layout, log_);
     if (command_.writesSceneFiles)
-        good = image::writeBufferFiles(command_.fileDirectory, picture, layers, log_) && good;
+        good = image::writeBufferFiles(command_.fileDirectory, picture, layers, result.earlier, log_) && good;
     for (const image::Layer& layer : layers) {
         if (layer.buffer->primary && !files.png.empty())
             good = image::writePreview(files.png, picture, layer, log_) && good;

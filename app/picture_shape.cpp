@@ -55,6 +55,31 @@ bool applyShape(const CommandLine& command, render::Picture& picture, Log& log) 
     return checkWindow(command, picture, log);
 }
 
+bool checkOutputShaders(const CommandLine& command, render::Picture& picture, Log& log) {
+    miOptions& options = picture.options.options;
+    if (picture.framebuffers().outputShaders().empty() || options.no_output) return true;
+    const miCamera& camera = picture.camera();
+    const render::PixelWindow window = picture.window();
+    const bool isWhole = window.width() == camera.x_resolution && window.height() == camera.y_resolution;
+    const Overrides& overrides = command.overrides;
+    const char* option = nullptr;
+    if (command.samples) option = "--sample-range";
+    else if (!isWhole && overrides.part) option = "--part";
+    else if (!isWhole && overrides.window) option = "--window";
+    if (!option) return true;
+    if (command.pixel) {
+        log.info("MAIN", "--pixel shows what output shaders are given, and does not run them");
+        options.no_output = miTRUE;
+        return true;
+    }
+    log.error(
+        "MAIN",
+        "camera \"{}\" has output shaders, which work on the whole picture, and {} renders a part of it; "
+        "render it whole, or --output-shaders off",
+        picture.elements().camera->name, option);
+    return false;
+}
+
 float pixelAspect(const miCamera& camera, int width, int height) {
     const float aspect = camera.aspect * static_cast<float>(height) / static_cast<float>(width);
     // Scenes round the aspect of the image plane ("1.333"): nearly 1 is 1.

@@ -12,6 +12,10 @@ namespace orca::app {
 /// warning.
 [[nodiscard]] bool applyShape(const CommandLine& command, render::Picture& picture, Log& log);
 
+/// False, with an error, where the picture has output shaders and the command renders a part of it alone. For
+/// the values of one pixel they are turned off.
+[[nodiscard]] bool checkOutputShaders(const CommandLine& command, render::Picture& picture, Log& log);
+
 /// Width / height of a pixel of a picture of this size, seen by the camera.
 [[nodiscard]] float pixelAspect(const miCamera& camera, int width, int height);
 

@@ -211,7 +211,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     }
     render::Picture picture(scene_.database(), *elements, log_);
     applyOverrides(command_.overrides, picture.options);
-    if (!applyShape(command_, picture, log_)) {
+    if (!applyShape(command_, picture, log_) || !checkOutputShaders(command_, picture, log_)) {
         fail(exitUsage);
         return false;
     }

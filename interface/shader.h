@@ -21,6 +21,7 @@
 #include "mi/direction.h"
 #include "mi/framebuffer.h"
 #include "mi/geometry.h"
+#include "mi/image.h"
 #include "mi/light.h"
 #include "mi/memory.h"
 #include "mi/message.h"

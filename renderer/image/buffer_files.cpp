@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <utility>
 
 /// Files that the scene itself asks for: of framebuffer statements and of output statements.
 namespace orca::image {
@@ -22,15 +23,17 @@ struct Wanted {
     miImg_type type;
     std::string filename, filetype;
     int quality;
+    int shadersBefore; ///< -1: all
 };
 
 std::vector<Wanted> wantedFiles(std::span<const Buffer* const> buffers) {
     std::vector<Wanted> wanted;
     for (const Buffer* buffer : buffers) {
         if (!buffer->filename.empty())
-            wanted.push_back({buffer, buffer->type, buffer->filename, buffer->filetype, buffer->quality});
+            wanted.push_back({buffer, buffer->type, buffer->filename, buffer->filetype, buffer->quality, -1});
         for (const OutputFile& output : buffer->outputs)
-            wanted.push_back({buffer, output.type, output.filename, output.filetype, output.quality});
+            wanted.push_back({buffer, output.type, output.filename, output.filetype, output.quality,
+                              output.shadersBefore});
     }
     std::erase_if(wanted, [](const Wanted& each) { return each.filetype == "null"; });
     return wanted;
@@ -58,16 +61,33 @@ ExrChannel::Storage exrStorage(miImg_type type) {
     }
 }
 
+/// The layers of a picture, and what they were before output shaders.
+class Layers {
+public:
+    Layers(std::span<const Layer> layers, std::span<const EarlierLayer> earlier) : final_(layers) {
+        for (const EarlierLayer& layer : earlier)
+            earlier_[{layer.buffer, layer.shadersBefore}] = {layer.buffer, layer.words};
+    }
+    [[nodiscard]] const Layer& of(const Wanted& wanted) const {
+        const auto found = earlier_.find({wanted.buffer, wanted.shadersBefore});
+        if (found != earlier_.end()) return found->second;
+        return *std::find_if(final_.begin(), final_.end(),
+                             [&](const Layer& layer) { return layer.buffer == wanted.buffer; });
+    }
+
+private:
+    std::span<const Layer> final_;
+    std::map<std::pair<const Buffer*, int>, Layer> earlier_;
+};
+
 /// A file with a single buffer has the plain channel names that every viewer shows.
-ExrPart exrPart(const std::vector<Wanted>& wanted, std::span<const Layer> layers) {
+ExrPart exrPart(const std::vector<Wanted>& wanted, const Layers& layers) {
     ExrPart part;
     for (const Wanted& each : wanted) {
-        const auto layer = std::find_if(layers.begin(), layers.end(),
-                                        [&](const Layer& l) { return l.buffer == each.buffer; });
         const std::vector<std::string> names =
             wanted.size() == 1 ? bareChannelNames(*each.buffer) : channelNames(*each.buffer);
         for (std::size_t c = 0; c < names.size(); ++c)
-            part.channels.push_back({names[c], &*layer, static_cast<int>(c), exrStorage(each.type)});
+            part.channels.push_back({names[c], &layers.of(each), static_cast<int>(c), exrStorage(each.type)});
     }
     return part;
 }
@@ -84,8 +104,14 @@ std::vector<std::string> bufferFilePaths(const std::string& directory,
     return paths;
 }
 
+bool isShownAfter(const Buffer& buffer, int shaderStatements) {
+    return std::any_of(buffer.outputs.begin(), buffer.outputs.end(),
+                       [&](const OutputFile& output) { return output.shadersBefore == shaderStatements; });
+}
+
 bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, std::span<const Layer> layers,
-                      Log& log) {
+                      std::span<const EarlierLayer> earlier, Log& log) {
+    const Layers shown(layers, earlier);
     std::vector<const Buffer*> buffers;
     for (const Layer& layer : layers) buffers.push_back(layer.buffer);
 
@@ -113,14 +139,13 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
             if (!again) sharing.push_back(wanted);
             continue;
         }
-        const auto layer = std::find_if(layers.begin(), layers.end(),
-                                        [&](const Layer& each) { return each.buffer == wanted.buffer; });
-        good = writeImageFile(target.path, target.format, frame, *layer, wanted.type, wanted.quality, log) &&
+        good = writeImageFile(target.path, target.format, frame, shown.of(wanted), wanted.type,
+                              wanted.quality, log) &&
                good;
     }
     for (const auto& [path, wanted] : layersOfExr) {
         try {
-            writeExr(path, frame, {exrPart(wanted, layers)}, wanted.front().buffer->compression);
+            writeExr(path, frame, {exrPart(wanted, shown)}, wanted.front().buffer->compression);
             log.write(LogLevel::Progress, "IMG", "wrote \"{}\"", path);
         } catch (const std::exception& failure) {
             log.error("IMG", "cannot write \"{}\": {}", path, failure.what());

@@ -14,8 +14,27 @@ namespace {
 
 constexpr const char* module = "IMG";
 
-/// What the renderer can fill a buffer of this type with.
-BuiltinSource sourceOf(miImg_type type) {
+/// Colours and scalars belong to shaders unless the scene says otherwise; depth, normals, motion, labels and
+/// coverage to the renderer.
+bool isUserByDefault(miImg_type type) {
+    const BuiltinSource source = builtinSourceOf(type);
+    return source == BuiltinSource::Color || source == BuiltinSource::Alpha ||
+           source == BuiltinSource::Intensity;
+}
+
+/// A number from 1 to 100; words of other renderers ("high") have no meaning here and give 0.
+int qualityOf(const std::string& text) {
+    int quality = 0;
+    std::from_chars(text.data(), text.data() + text.size(), quality);
+    return std::clamp(quality, 0, 100);
+}
+
+constexpr const char* typeHelp =
+    "use one of rgb, rgba, a, s (with _16, _h or _fp where wanted), rgbe, z, n, m, tag, coverage";
+
+} // namespace
+
+BuiltinSource builtinSourceOf(miImg_type type) {
     if (isColor(type)) return BuiltinSource::Color;
     switch (type) {
     case miIMG_TYPE_A:
@@ -33,26 +52,6 @@ BuiltinSource sourceOf(miImg_type type) {
     default: return BuiltinSource::None;
     }
 }
-
-/// Colours and scalars belong to shaders unless the scene says otherwise; depth, normals, motion, labels and
-/// coverage to the renderer.
-bool isUserByDefault(miImg_type type) {
-    const BuiltinSource source = sourceOf(type);
-    return source == BuiltinSource::Color || source == BuiltinSource::Alpha ||
-           source == BuiltinSource::Intensity;
-}
-
-/// A number from 1 to 100; words of other renderers ("high") have no meaning here and give 0.
-int qualityOf(const std::string& text) {
-    int quality = 0;
-    std::from_chars(text.data(), text.data() + text.size(), quality);
-    return std::clamp(quality, 0, 100);
-}
-
-constexpr const char* typeHelp =
-    "use one of rgb, rgba, a, s (with _16, _h or _fp where wanted), rgbe, z, n, m, tag, coverage";
-
-} // namespace
 
 FramebufferSet::FramebufferSet(Log& log) : editable_(true), log_(log) {
     reset();
@@ -126,7 +125,7 @@ void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement)
     }
     if (buffer.primary) primary_ = static_cast<int>(buffers_.size()) - 1;
     buffer.user = !buffer.primary && statement.user.value_or(isUserByDefault(type));
-    buffer.source = buffer.user ? BuiltinSource::None : sourceOf(type);
+    buffer.source = buffer.user ? BuiltinSource::None : builtinSourceOf(type);
     if (statement.filtering) buffer.filtering = *statement.filtering;
     if (buffer.filtering && type == miIMG_TYPE_TAG) {
         log_.warningAt(statement.location, module,
@@ -186,6 +185,8 @@ void FramebufferSet::choosePrimary(const std::vector<std::string>& mayBePrimary)
 }
 
 void FramebufferSet::addOutput(const scene::OutputStatement& statement) {
+    const int shadersBefore = static_cast<int>(outputShaders_.size());
+    if (!statement.shaders.empty()) outputShaders_.push_back({statement.shaders, {}});
     for (const scene::OutputStatement::Buffer& wanted : statement.buffers) {
         miImg_type type = imageType(wanted.name);
         Buffer* buffer = findForChange(wanted.name.c_str());
@@ -198,10 +199,10 @@ void FramebufferSet::addOutput(const scene::OutputStatement& statement) {
             buffer = &buffers_[static_cast<std::size_t>(primary_)];
         } else if (type != miIMG_TYPE_INVALID) {
             const auto main = std::find_if(buffers_.begin() + 1, buffers_.end(), [&](const Buffer& other) {
-                return other.source == sourceOf(type);
+                return other.source == builtinSourceOf(type);
             });
             buffer = main != buffers_.end() ? &*main : &add(wanted.name, type);
-            buffer->source = sourceOf(type);
+            buffer->source = builtinSourceOf(type);
         } else {
             log_.errorAt(
                 statement.location, module,
@@ -211,9 +212,11 @@ void FramebufferSet::addOutput(const scene::OutputStatement& statement) {
             continue;
         }
         if (wanted.interpolate && buffer->type != miIMG_TYPE_TAG) buffer->filtering = *wanted.interpolate;
-        if (statement.shaders.empty() && !statement.filename.empty())
-            buffer->outputs.push_back(
-                {statement.filename, statement.filetype, type, std::clamp(statement.quality, 0, 100)});
+        if (!statement.shaders.empty())
+            outputShaders_.back().buffers.push_back(static_cast<std::size_t>(buffer - buffers_.data()));
+        else if (!statement.filename.empty())
+            buffer->outputs.push_back({statement.filename, statement.filetype, type,
+                                       std::clamp(statement.quality, 0, 100), shadersBefore});
     }
 }
 

@@ -22,7 +22,17 @@ struct OutputFile {
     std::string filename, filetype;
     miImg_type type = miIMG_TYPE_RGBA; ///< as the statement asks; may be less precise than the buffer
     int quality = 0;                   ///< 1 to 100, 0 for the buffer's
+    int shadersBefore = 0;             ///< statements of output shaders before it, whose changes it shows
 };
+
+/// An `output` statement with shaders, which change the finished picture.
+struct OutputShaders {
+    std::vector<miTag> shaders;       ///< in order
+    std::vector<std::size_t> buffers; ///< that the statement names, by index
+};
+
+/// What the renderer can fill a buffer of this type with.
+[[nodiscard]] BuiltinSource builtinSourceOf(miImg_type type);
 
 /// One frame buffer of a camera. What a sample needs of it comes first, to be in one cache line.
 struct Buffer {
@@ -63,6 +73,8 @@ public:
     FramebufferSet& operator=(const FramebufferSet&) = delete;
 
     [[nodiscard]] const std::vector<Buffer>& buffers() const { return buffers_; }
+    /// In the order of their statements.
+    [[nodiscard]] const std::vector<OutputShaders>& outputShaders() const { return outputShaders_; }
     /// 0 in an empty collection.
     [[nodiscard]] int primaryIndex() const { return primary_; }
     /// 32-bit words of one sample, all buffers.
@@ -103,6 +115,7 @@ private:
     void placeInSample();
 
     std::vector<Buffer> buffers_;
+    std::vector<OutputShaders> outputShaders_;
     std::unordered_map<std::string, std::size_t, TextHash, std::equal_to<>> indexOf_;
     int primary_ = 0;
     int words_ = 0;

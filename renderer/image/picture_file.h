@@ -103,11 +103,21 @@ struct PartDescription {
 };
 [[nodiscard]] std::vector<PartDescription> describeParts(std::span<const Buffer* const> buffers);
 
+/// Pixels of a buffer as they were between two statements of output shaders.
+struct EarlierLayer {
+    const Buffer* buffer;
+    int shadersBefore; ///< statements that had run
+    std::vector<float> words;
+};
+/// Which of them the files of the buffers show.
+[[nodiscard]] bool isShownAfter(const Buffer& buffer, int shaderStatements);
+
 /// Writes the files that the buffers themselves name (framebuffer and output statements), buffers of one EXR
 /// name as layers of one file; formats by extension, else by file type word. Relative names are below
 /// `directory`. False when one could not be written; the others are.
+/// @param earlier what `output` statements show that output shaders follow
 bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, std::span<const Layer> layers,
-                      Log& log);
+                      std::span<const EarlierLayer> earlier, Log& log);
 
 /// Paths that `writeBufferFiles` writes for these buffers.
 [[nodiscard]] std::vector<std::string> bufferFilePaths(const std::string& directory,

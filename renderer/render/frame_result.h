@@ -41,8 +41,9 @@ public:
     /// When set, the film holds the sums of these samples instead of finished layers.
     std::optional<image::SampleRange> sampleRange;
     bool interrupted = false;
-    bool isResumable = false;           ///< it was interrupted, and a checkpoint holds what is rendered
-    std::vector<std::string> unwritten; ///< user buffers that no shader wrote
+    bool isResumable = false;                 ///< it was interrupted, and a checkpoint holds what is rendered
+    std::vector<std::string> unwritten;       ///< user buffers that no shader wrote
+    std::vector<image::EarlierLayer> earlier; ///< what files show that output shaders have changed since
 
 private:
     Picture picture_;

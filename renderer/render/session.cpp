@@ -16,6 +16,7 @@
 #include "render/light/light_profiles.h"
 #include "render/light/mesh_emitters.h"
 #include "render/light/shadow_map.h"
+#include "render/output_shaders.h"
 #include "render/sampling/adaptive_sampler.h"
 #include "render/tile_renderer.h"
 #include "scene/active_database.h"
@@ -298,19 +299,19 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     TileRenderer tiles(frame, film, state, settings.rays, settings.progress, threads, sampler.passesAtMost());
     std::optional<CheckpointWriter> checkpoints;
     if (settings.checkpoint) checkpoints.emplace(state, *settings.checkpoint, log_);
-    const bool complete = gatherPrepass(tiles, frame, gatherCaches, state) &&
-                          renderPasses(tiles, sampler, film, state, settings.sampleRange);
+    bool complete = gatherPrepass(tiles, frame, gatherCaches, state) &&
+                    renderPasses(tiles, sampler, film, state, settings.sampleRange);
     tiles.close();
-    exitShaders(frame);
 
     result->isResumable = !complete && checkpoints && checkpoints->finish();
     checkpoints.reset();
-    const RenderTally tally = state.isKept() ? state.tally() : tiles.tally();
-    if (complete) {
-        sampler.fillGaps(film);
-        reportUnwritten(*result, tally.written, log_);
-    }
+    RenderTally tally = state.isKept() ? state.tally() : tiles.tally();
+    if (complete) sampler.fillGaps(film);
     if (!settings.sampleRange) film.resolve();
+    if (complete && !settings.sampleRange && !options.no_output)
+        complete = runOutputShaders(frame, *result, tally.written);
+    exitShaders(frame);
+    if (complete) reportUnwritten(*result, tally.written, log_);
     result->sampleRange = settings.sampleRange;
     result->interrupted = !complete;
     result->frame().cameraToWorld.assign(std::begin(frame.placement.start().toWorld),

@@ -146,7 +146,7 @@ struct BufferFiles : ::testing::Test {
     bool write() {
         const FramebufferSet set(camera, scene::OptionsElement(), log);
         const Layer layer{&set.buffers()[1], pixels};
-        return writeBufferFiles(directory.path(), frame, {&layer, 1}, log);
+        return writeBufferFiles(directory.path(), frame, {&layer, 1}, {}, log);
     }
 };
 
@@ -207,7 +207,7 @@ TEST_F(BufferFiles, OfEightBitsAreDitheredToTheirMean) {
     const Layer layer{&set.buffers()[1], even};
     for (const bool dither : {false, true}) {
         frame.encoding.dither = dither;
-        ASSERT_TRUE(writeBufferFiles(directory.path(), frame, {&layer, 1}, log)) << log.text();
+        ASSERT_TRUE(writeBufferFiles(directory.path(), frame, {&layer, 1}, {}, log)) << log.text();
         const auto input = OIIO::ImageInput::open(directory.file("d.png"));
         std::vector<unsigned char> bytes(64 * 64 * 3);
         ASSERT_TRUE(input->read_image(0, 0, 0, 3, OIIO::TypeDesc::UINT8, bytes.data()));
@@ -234,7 +234,7 @@ TEST_F(BufferFiles, WithoutPremultiplicationSayThatTheirAlphaIsApart) {
     const FramebufferSet set(camera, scene::OptionsElement(), log);
     const std::vector<float> half{0.25f, 0, 0, 0.5f, 0.25f, 0, 0, 0.5f, 0.25f, 0, 0, 0.5f, 0.25f, 0, 0, 0.5f};
     const Layer layer{&set.buffers()[1], half};
-    ASSERT_TRUE(writeBufferFiles(directory.path(), frame, {&layer, 1}, log)) << log.text();
+    ASSERT_TRUE(writeBufferFiles(directory.path(), frame, {&layer, 1}, {}, log)) << log.text();
     OIIO::ImageSpec asStored;
     asStored["oiio:UnassociatedAlpha"] = 1;
     const auto input = OIIO::ImageInput::open(directory.file("s.tif"), &asStored);
@@ -266,7 +266,7 @@ TEST_F(BufferFiles, OfOneExrNameAreLayersOfOneFile) {
     for (scene::FramebufferDefinition& statement : camera.framebuffers) statement.filename = "all.exr";
     camera.framebuffers[0].filename = "z.exr";
     const Picture picture(camera, wholeFrame(4, 3), log);
-    ASSERT_TRUE(writeBufferFiles(directory.path(), picture.frame, picture.layers, log)) << log.text();
+    ASSERT_TRUE(writeBufferFiles(directory.path(), picture.frame, picture.layers, {}, log)) << log.text();
     EXPECT_EQ(directory.fileCount(), 2u);
     Imf::MultiPartInputFile all(directory.file("all.exr").c_str()), depth(directory.file("z.exr").c_str());
     EXPECT_TRUE(all.header(0).channels().findChannel("R"));

@@ -65,6 +65,9 @@ public:
     void resolve();
     /// Finished layers, the scratch buffer left out. Valid as long as the film.
     [[nodiscard]] std::vector<image::Layer> layers() const { return layersOf(0); }
+    /// A buffer's words in the first of the finished pixels, to be changed; those of the next pixel follow
+    /// `pixelWords()` later, rows bottom up.
+    [[nodiscard]] float* finished(const image::Buffer& buffer) { return data_.data() + offsetOf(buffer); }
     /// Instead of the layers, before `resolve`: the sums of a block, for a film without pixels outside of the
     /// window.
     [[nodiscard]] image::SummedBlock summedBlock(std::size_t block, image::SampleRange samples) const;

@@ -131,9 +131,6 @@ OutputStatement Reader::readOutput(const ShaderUse& use, const SourceLocation& l
     }
     if (atShaderList()) {
         readShaderList(use, &output.shaders);
-        unsupported(LogLevel::Warning, location, "output shader",
-                    fmt::format("{}: output shaders are not run; the picture is written as it was rendered",
-                                use.owner));
     } else {
         // With two strings, the first is the format or the buffers; which of them, the buffers tell.
         const Token first = next();
