@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# Builds the consumer project against an installed prefix, renders its scene with the installed command, and checks
-# values that follow from the scene. Needs cmake, a compiler, and the installed files.
+# Builds the consumer project against an installed prefix, renders its scenes with the installed command, and checks
+# values that follow from the first; the corpus checks itself while it renders. Needs cmake, a compiler, and the installed files.
 # usage: try_consumer.sh PREFIX WORK_FOLDER
 set -eu
 prefix=$1 work=$2
@@ -43,4 +43,15 @@ expect diffuseNoShadow 0.8 0.4 0.2
 expect height 1
 at=10,32 values=$(pixel 10,32)  # lit floor: the same in all passes
 for buffer in beauty diffuse diffuseNoShadow; do expect $buffer 0.8 0.4 0.2; done
-echo "the consumer's library renders as expected"
+
+# The corpus reports what it finds wrong as errors of the render.
+corpus=$project/../corpus/corpus.mi
+cd "$work"
+"$prefix/bin/orca-render" "$corpus" -L build --strict -o "corpus.####.exr"
+refusal=$("$prefix/bin/orca-render" "$corpus" -L build --window 0 0 2 2 -o window.exr 2>&1) &&
+    { echo "a part of a picture with output shaders was rendered"; exit 1; }
+case $refusal in
+*"has output shaders"*) ;;
+*) printf '%s\n' "$refusal"; exit 1 ;;
+esac
+echo "the consumer's libraries render as expected"
