@@ -6,6 +6,7 @@
 #include "file_policy.h"
 #include "frames.h"
 #include "image/file_in_place.h"
+#include "mesh_import.h"
 #include "scene/language/scene_writer.h"
 #include "scene_run.h"
 #include "stop_signal.h"
@@ -29,12 +30,16 @@ int readInto(scene::SceneWriter& writer, scene::Scene& scene, const CommandLine&
     options.writer = &writer;
     if (policy.restrictsReading())
         options.mayRead = [&](const std::string& path) { return policy.mayRead(path); };
+    scene::ParserCallbacks callbacks;
+    callbacks.importMesh = [&](const std::string& path, bool tagged) {
+        return importMesh(path, tagged, command.limits.megabytes, stop.flag());
+    };
     for (const std::string& file : command.scenes) {
         if (const std::string reason = whyNoScene(file); !reason.empty()) {
             log.error("MAIN", "{}", reason);
             return exitSceneError;
         }
-        scene.parseFile(frame ? withFrame(file, *frame) : file, options, {});
+        scene.parseFile(frame ? withFrame(file, *frame) : file, options, callbacks);
     }
     writer.beginStatement();
     if (stop.exitCode() != 0) return stop.exitCode();

@@ -37,7 +37,9 @@ assembly "far" file "parts/far.mi" end assembly
 instance "far_inst" "far" end instance
 namespace "n" object "card" visible trace file "parts/card.mi" end object end namespace
 instance "card_inst" "n::card" material "painted" data "note \"1\\" end instance
-instgroup "world" "cam_inst" "sun_inst" "far_inst" "card_inst" end instgroup
+object "wing" visible trace mesh "parts/wing.obj" end object
+instance "wing_inst" "wing" material "painted" end instance
+instgroup "world" "cam_inst" "sun_inst" "far_inst" "card_inst" "wing_inst" end instgroup
 render "world" "cam_inst" "o"
 incremental light "sun" direction 0 1 -1 end light
 render "world" "cam_inst" "o"
@@ -56,6 +58,7 @@ TEST_F(Command, EchoesASceneAsOneFileOfOneForm) {
                                          "\0\0\0\0\0\0\0\0\0\0\0\0"s + "?\x80\0\0\0\0\0\0\0\0\0\0"s +
                                          "\0\0\0\0?\x80\0\0\0\0\0\0"s +
                                          "` [ 0 1 2 ] end trilist end group end object\n");
+    directory.write("parts/wing.obj", "v -1.8 -0.8 0\nv -0.5 -0.8 0\nv -1.8 0.8 0\nf 1 2 3\n");
     const std::string given = " --set shown=1 --registry LIB= -v 2 ";
     ASSERT_EQ(run("scene.mi --echo out/echo.mi" + given, "mkdir out &&"), 0) << output;
     ASSERT_EQ(run("out/echo.mi --echo out/again.mi -v 2"), 0) << output;

@@ -244,6 +244,7 @@ void Reader::readMeshFile(const ObjectElement& element) {
         refuseUnlessReadable(read); // a mesh file names others
         scene_.files_.push_back({read, locationOf(name)});
     }
+    if (stream_.writer()) stream_.writer()->discardLine();
     stream_.open(path, std::move(mesh.statements));
 }
 
