@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "mesh_import.h"
 
+#include "base/descriptor.h"
 #include "exit_codes.h"
 #include "installation.h"
 
@@ -26,21 +27,6 @@ extern "C" { // which the header of glibc 2.36 does not say of itself
 namespace orca::app {
 
 namespace {
-
-/// A file descriptor, closed at the end.
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() {
-        if (number_ >= 0) ::close(number_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    [[nodiscard]] int get() const { return number_; }
-
-private:
-    int number_;
-};
 
 std::string contentOf(const Descriptor& file) {
     struct stat status {};

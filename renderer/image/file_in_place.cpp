@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/file_in_place.h"
 
+#include "base/descriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -42,21 +44,6 @@ constexpr std::string_view temporaryMark = ".orca-partial.";
 void checkStop(const std::atomic<bool>* stop) {
     if (stop && stop->load(std::memory_order_relaxed)) fail(interrupted);
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number_(number) {}
-    ~Descriptor() {
-        if (number_ >= 0) ::close(number_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    [[nodiscard]] int get() const { return number_; }
-    [[nodiscard]] int release() { return std::exchange(number_, -1); }
-
-private:
-    int number_;
-};
 
 fs::path directoryOf(const fs::path& file) {
     return file.has_parent_path() ? file.parent_path() : fs::path(".");

@@ -52,30 +52,14 @@ int threadsOf(const RenderSettings& settings) {
     return static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
 }
 
-/// Keeps the collection in the database for the time of one picture.
-class CollectionScope {
+/// An element that is in the database for the scope's lifetime.
+class TemporaryElement {
 public:
-    CollectionScope(scene::Database& database, image::FramebufferSet& framebuffers)
-        : database_(database),
-          tag_(database.add(std::make_unique<image::FramebufferElement>(framebuffers))) {}
-    ~CollectionScope() { database_.remove(tag_); }
-    CollectionScope(const CollectionScope&) = delete;
-    CollectionScope& operator=(const CollectionScope&) = delete;
-    [[nodiscard]] miTag tag() const { return tag_; }
-
-private:
-    scene::Database& database_;
-    miTag tag_;
-};
-
-/// An instance group without members.
-class EmptyGroup {
-public:
-    explicit EmptyGroup(scene::Database& database)
-        : database_(database), tag_(database.add(std::make_unique<scene::GroupElement>())) {}
-    ~EmptyGroup() { database_.remove(tag_); }
-    EmptyGroup(const EmptyGroup&) = delete;
-    EmptyGroup& operator=(const EmptyGroup&) = delete;
+    TemporaryElement(scene::Database& database, std::unique_ptr<scene::Element> element)
+        : database_(database), tag_(database.add(std::move(element))) {}
+    ~TemporaryElement() { database_.remove(tag_); }
+    TemporaryElement(const TemporaryElement&) = delete;
+    TemporaryElement& operator=(const TemporaryElement&) = delete;
     [[nodiscard]] miTag tag() const { return tag_; }
 
 private:
@@ -242,7 +226,8 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
         return nullptr;
 
     AttachedPhenomena attached(database_, picture.attachments());
-    const CollectionScope collection(database_, picture.framebuffers());
+    const TemporaryElement collection(database_,
+                                      std::make_unique<image::FramebufferElement>(picture.framebuffers()));
     miCamera camera = picture.camera();
     attached.extend(camera);
     camera.buffertag = collection.tag();
@@ -271,7 +256,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     };
     GeometryShaders geometryShaders(database_, log_, root);
     if (geometryShaders.areThere() && !options.no_geometry) {
-        const EmptyGroup nothing(database_);
+        const TemporaryElement nothing(database_, std::make_unique<scene::GroupElement>());
         const geometry::SceneGeometry empty(database_, log_, nothing.tag(), options, threads,
                                             geometry::SceneGeometry::Displacement::StillToCome);
         geometryShaders.run(Frame(partsOver(empty, LightInstances(database_, empty.lights()))));
