@@ -4,8 +4,6 @@
 #include "render/camera/state_shaders.h"
 #include "render/context/render_context.h"
 
-#include <algorithm>
-
 namespace orca::render {
 
 namespace {
@@ -32,14 +30,12 @@ GeometryShaders::~GeometryShaders() {
 
 void GeometryShaders::find(miTag group) {
     const auto* const element = database_.find<scene::GroupElement>(group);
-    if (!element || std::find(seen_.begin(), seen_.end(), group) != seen_.end()) return;
-    seen_.push_back(group);
+    if (!element || !seen_.insert(group).second) return;
     for (const miTag member : element->members) {
         auto* const instance = database_.find<scene::InstanceElement>(member);
         if (!instance || instance->hidden) continue;
         if (instance->geometryShaders.empty()) find(instance->instance.item);
-        else if (std::find(instances_.begin(), instances_.end(), instance) == instances_.end())
-            instances_.push_back(instance);
+        else if (seen_.insert(member).second) instances_.push_back(instance);
     }
 }
 
@@ -64,7 +60,7 @@ void GeometryShaders::run(const Frame& frame, scene::InstanceElement& instance) 
         ChildState child(context, &context.base, miRAY_NONE);
         child->parent = nullptr;
         child->instance = instance.tag;
-        miTag before = result;
+        const miTag before = result;
         miBoolean delivered = miFALSE;
         const bool returned = withoutShaderExceptions(context, [&] {
             delivered = frame.runtime.callOne(&result, miSHADER_GEOMETRY, child.get(), shader);

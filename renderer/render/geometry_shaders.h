@@ -4,6 +4,7 @@
 #include "render/context/frame.h"
 #include "scene/making/scene_maker.h"
 
+#include <unordered_set>
 #include <vector>
 
 namespace orca::render {
@@ -28,7 +29,7 @@ private:
 
     scene::Database& database_;
     std::vector<scene::InstanceElement*> instances_;
-    std::vector<miTag> seen_; ///< groups, while they are searched
+    std::unordered_set<miTag> seen_; ///< groups and instances with shaders, which several paths may reach
     scene::SceneMaker maker_;
 };
 
