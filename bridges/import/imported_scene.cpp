@@ -7,11 +7,13 @@
 #include "materials.h"
 #include "node_poses.h"
 #include "placement.h"
+#include "studio.h"
 #include "triangle_mesh.h"
 
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <utility>
 
 namespace orca::bridge {
 
@@ -30,9 +32,9 @@ const aiAnimation* animationOf(const ModelFile& model, const ImportOptions& opti
 }
 
 /// Prints one scene.
-class SceneWriter {
+class SceneImport {
 public:
-    SceneWriter(const ModelFile& model, const ImportOptions& options, const std::string& scenePath)
+    SceneImport(const ModelFile& model, const ImportOptions& options, const std::string& scenePath)
         : model_(model),
           scene_(model.scene()),
           options_(options),
@@ -75,8 +77,6 @@ private:
     void printInstance(const Placed& placed, const std::string& element, const std::string& material);
     void printGeometry();
     void printLights();
-    void printStudio();
-    void printGround();
     void printCameras();
     void printCamera(const std::string& name, const View& view);
     void printFrames();
@@ -106,18 +106,18 @@ private:
     std::string rootName_ = "world", optionsName_ = "options", environmentName_ = "environment";
 };
 
-Matrix SceneWriter::placement(const Placed& placed, Moment moment) const {
+Matrix SceneImport::placement(const Placed& placed, Moment moment) const {
     if (!placed.light && !placed.camera) return poses_.local(*placed.node, moment);
     const Matrix matrix = world_ * poses_.global(*placed.node, moment);
     if (placed.light) return lightPlacement(*placed.light, matrix, scale_);
     return cameraPlacement(*placed.camera, matrix, model_);
 }
 
-bool SceneWriter::moves(const Placed& placed) const {
+bool SceneImport::moves(const Placed& placed) const {
     return placed.light || placed.camera ? poses_.isCarried(*placed.node) : poses_.moves(*placed.node);
 }
 
-void SceneWriter::chooseCamera() {
+void SceneImport::chooseCamera() {
     for (unsigned i = 0; i < scene_.mNumCameras && !chosen_; ++i)
         if (options_.camera.empty() || options_.camera == scene_.mCameras[i]->mName.C_Str())
             chosen_ = scene_.mCameras[i];
@@ -137,7 +137,7 @@ void SceneWriter::chooseCamera() {
     }
 }
 
-void SceneWriter::printHead() {
+void SceneImport::printHead() {
     text_.print("# Imported by {} from {} ({}).\n", options_.program, printable(model_.path()),
                 model_.format());
     text_.print(R"(
@@ -161,7 +161,7 @@ end options
 }
 
 /// @param again as a change of the object, for a mesh that bends
-void SceneWriter::printObject(unsigned index, bool again, Moment moment) {
+void SceneImport::printObject(unsigned index, bool again, Moment moment) {
     const aiMesh& mesh = *scene_.mMeshes[index];
     MeshPoints points = pointsOf(mesh);
     BentMesh now, later;
@@ -188,7 +188,7 @@ void SceneWriter::printObject(unsigned index, bool again, Moment moment) {
     text_.print("    end group\nend object\n\n");
 }
 
-void SceneWriter::printObjects() {
+void SceneImport::printObjects() {
     for (const PlacedMesh& placed : placedMeshes(scene_)) {
         if (!objects_.try_emplace(placed.mesh).second) continue;
         printObject(placed.mesh, false, firstMoment());
@@ -200,7 +200,7 @@ void SceneWriter::printObjects() {
 }
 
 /// Flat placements, by which formats hide things, have no inverse.
-void SceneWriter::printPlace(const Placed& placed, Moment moment) {
+void SceneImport::printPlace(const Placed& placed, Moment moment) {
     const Matrix now = placement(placed, moment);
     const bool shown = isInvertible(now);
     const bool moving = moves(placed);
@@ -212,7 +212,7 @@ void SceneWriter::printPlace(const Placed& placed, Moment moment) {
     text_.printTransform("motion transform", isInvertible(later) ? later : now);
 }
 
-void SceneWriter::printInstance(const Placed& placed, const std::string& element,
+void SceneImport::printInstance(const Placed& placed, const std::string& element,
                                 const std::string& material) {
     text_.print("instance \"{}\" \"{}\"\n", placed.instance, element);
     if (!material.empty()) text_.print("    material \"{}\"\n", material);
@@ -224,7 +224,7 @@ void SceneWriter::printInstance(const Placed& placed, const std::string& element
 
 /// Prints what is below a node, and the instance that places all of it; returns this one's name, or nothing
 /// for an empty node.
-std::string SceneWriter::printNode(const aiNode& node) {
+std::string SceneImport::printNode(const aiNode& node) {
     std::vector<std::string> members;
     std::string onlyObject, onlyMaterial;
     for (unsigned i = 0; i < node.mNumMeshes; ++i) {
@@ -262,7 +262,7 @@ std::string SceneWriter::printNode(const aiNode& node) {
 }
 
 /// All of the file's objects, under one instance that turns and scales them.
-void SceneWriter::printGeometry() {
+void SceneImport::printGeometry() {
     const std::string top = printNode(*scene_.mRootNode);
     std::vector<std::string> members = std::move(root_); // those with bones
     root_.clear();
@@ -277,7 +277,7 @@ void SceneWriter::printGeometry() {
     root_.push_back(instance);
 }
 
-void SceneWriter::printLights() {
+void SceneImport::printLights() {
     for (unsigned i = 0; i < scene_.mNumLights; ++i) {
         const aiLight& light = *scene_.mLights[i];
         const aiNode* const node = poses_.node(light.mName);
@@ -289,49 +289,12 @@ void SceneWriter::printLights() {
         ++summary_.lights;
         light_ += brightnessAt(light, placement(placed, firstMoment()), bounds_.centre(), model_, scale_);
     }
-    if (options_.studio.value_or(summary_.lights == 0)) printStudio();
+    hasStudio_ = options_.studio.value_or(summary_.lights == 0);
+    if (!hasStudio_) return;
+    for (std::string& instance : printStudio(text_, environmentName_)) root_.push_back(std::move(instance));
 }
 
-void SceneWriter::printStudio() {
-    hasStudio_ = true;
-    const std::string dome = text_.name("dome"), sun = text_.name("sun");
-    text_.print(R"(
-# Light of all directions, of which reflections show the environment, and one with shadows.
-shader "{2}" "velaEnvironmentLatLong" (
-    "zenith" 0.46 0.51 0.60 1, "horizon" 0.42 0.43 0.45 1, "ground" 0.16 0.15 0.14 1, "feedsGather" off )
-light "{0}" "velaDomeLight" (
-    "zenith" 0.46 0.51 0.60 1, "horizon" 0.42 0.43 0.45 1, "ground" 0.16 0.15 0.14 1, "emitSpecular" off ) user 4 4 end light
-instance "{0} here" "{0}" end instance
-light "{1}" "orcaVelaDirectionalLight" (
-    "intensity" 0.85, "color" 1 0.95 0.87 1, "lightAngle" 3, "shadowRays" 4 ) direction -0.55 -1 -0.45 end light
-instance "{1} here" "{1}" end instance
-)",
-                dome, sun, environmentName_);
-    for (const std::string& light : {dome, sun}) root_.push_back(light + " here");
-}
-
-void SceneWriter::printGround() {
-    const double half = 40 * std::max(bounds_.radius(), 1e-6);
-    const aiVector3t<double> c = bounds_.centre();
-    const std::string name = text_.name("ground");
-    text_.print(R"(
-shader "{0}" "orcaVelaLambert" ( "color" 0.5 0.5 0.5 1 )
-material "{0} material" opaque "orcaVelaShadingEngine" ( "surfaceShader" "{0}" ) shadow "orcaVelaFastShadow" ( ) end material
-object "{0} plane"
-    visible on  shadow on  trace on
-    group
-        {1:.9g} {5:.9g} {4:.9g}   {2:.9g} {5:.9g} {4:.9g}   {2:.9g} {5:.9g} {3:.9g}   {1:.9g} {5:.9g} {3:.9g}   0 1 0
-        v 0 n 4   v 1 n 4   v 2 n 4   v 3 n 4
-        p 0 1 2 3
-    end group
-end object
-instance "{0} here" "{0} plane" material "{0} material" end instance
-)",
-                name, c.x - half, c.x + half, c.z - half, c.z + half, bounds_.low.y);
-    root_.push_back(name + " here");
-}
-
-void SceneWriter::printCamera(const std::string& name, const View& view) {
+void SceneImport::printCamera(const std::string& name, const View& view) {
     text_.print("\ncamera \"{}\"\n    framebuffer \"main\" datatype \"rgba_fp\" filtering on primary on\n",
                 name);
     text_.print("    resolution {} {}  aspect {:.7g}  clip {:.6g} {:.6g}\n", width_, height_,
@@ -349,7 +312,7 @@ void SceneWriter::printCamera(const std::string& name, const View& view) {
     text_.print("end camera\n");
 }
 
-void SceneWriter::printCameras() {
+void SceneImport::printCameras() {
     const double aspect = static_cast<double>(width_) / height_;
     for (unsigned i = 0; i < scene_.mNumCameras; ++i) {
         const aiCamera& camera = *scene_.mCameras[i];
@@ -375,7 +338,7 @@ void SceneWriter::printCameras() {
     root_.push_back(cameraInstance_);
 }
 
-void SceneWriter::printFrames() {
+void SceneImport::printFrames() {
     const std::string render =
         fmt::format("\nrender \"{}\" \"{}\" \"{}\"\n", rootName_, cameraInstance_, optionsName_);
     text_.print("{}", render);
@@ -397,7 +360,7 @@ void SceneWriter::printFrames() {
     }
 }
 
-void SceneWriter::noteLosses() {
+void SceneImport::noteLosses() {
     for (unsigned i = 0; i < scene_.mNumMeshes; ++i) {
         const aiMesh& mesh = *scene_.mMeshes[i];
         const std::string name = mesh.mName.C_Str();
@@ -414,7 +377,7 @@ void SceneWriter::noteLosses() {
     }
 }
 
-ImportSummary SceneWriter::write() {
+ImportSummary SceneImport::write() {
     for (std::string* const name : {&rootName_, &optionsName_, &environmentName_})
         *name = text_.name(*name); // before the file's own elements take them
     chooseCamera();
@@ -422,7 +385,7 @@ ImportSummary SceneWriter::write() {
     printObjects();
     printGeometry();
     printLights();
-    if (options_.ground) printGround();
+    if (options_.ground) root_.push_back(printGround(text_, bounds_));
     printCameras();
     text_.print("\ninstgroup \"{}\"", rootName_);
     for (const std::string& member : root_) text_.print("\n    \"{}\"", member);
@@ -438,7 +401,7 @@ ImportSummary SceneWriter::write() {
 } // namespace
 
 ImportSummary writeScene(const ModelFile& model, const ImportOptions& options, const std::string& scenePath) {
-    return SceneWriter(model, options, scenePath).write();
+    return SceneImport(model, options, scenePath).write();
 }
 
 void writeGeometry(const ModelFile& model, const ImportOptions& options, bool tagged,
