@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <exception>
 #include <filesystem>
 #include <string_view>
 
@@ -63,7 +64,11 @@ std::string whyNoLayeredFile(const std::string& path) {
 }
 
 std::string whyNoPreview(const std::string& path) {
-    if (path.empty() || image::previewFormat(path)) return {};
+    try {
+        if (path.empty() || image::previewFormat(path)) return {};
+    } catch (const std::exception& failure) { // of an installation that is not complete
+        return failure.what();
+    }
     if (extensionOf(path) == "exr")
         return fmt::format("\"{}\" is a name for the layered OpenEXR that -o writes; end it in .png", path);
     return fmt::format("no picture format that can be written has the extension of \"{}\"; end it in .png",

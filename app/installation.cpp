@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "installation.h"
 
+#include "base/program_folder.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <sstream>
@@ -10,10 +12,9 @@ namespace orca::app {
 namespace fs = std::filesystem;
 
 Installation installation() {
-    std::error_code failure;
-    const fs::path program = fs::read_symlink("/proc/self/exe", failure);
-    if (failure) return {};
-    const fs::path prefix = program.parent_path().parent_path();
+    const fs::path program = programFolder();
+    if (program.empty()) return {};
+    const fs::path prefix = program.parent_path();
     const auto existing = [](std::initializer_list<fs::path> candidates) {
         std::vector<std::string> found;
         std::error_code ignored;
@@ -21,10 +22,10 @@ Installation installation() {
             if (fs::is_directory(candidate, ignored)) found.push_back(candidate.string());
         return found;
     };
-    return {{(prefix / "lib" / "orca-render").string(), (prefix / "lib").string()},
+    return {libraryFolders(),
             existing({prefix / "share" / "orca-render" / "declarations", prefix / "declarations",
                       prefix / ".." / ".." / "declarations"}), // <source>/build/<preset>/bin
-            program.parent_path().string()};
+            program.string()};
 }
 
 std::vector<std::string> pathsFromEnvironment(const char* variable) {

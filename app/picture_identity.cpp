@@ -3,6 +3,7 @@
 
 #include "portable.h"
 
+#include "image/image_formats.h"
 #include "render/checkpoint/checkpoint_file.h"
 
 #include <fmt/format.h>
@@ -64,6 +65,7 @@ render::CheckpointHeader pictureIdentity(const CommandLine& command, const rende
                                          const std::vector<InputFile>& inputs) {
     render::CheckpointHeader identity;
     identity["program"] = fmt::format("orca-render {} ({})", ORCA_VERSION, hashOfFile("/proc/self/exe"));
+    identity["image formats"] = hashOfFile(image::imageFormatsFile());
     for (const InputFile& input : inputs) identity["file " + input.path] = hashOfFile(input.path);
     for (const Overrides::Option& option : command.overrides.options)
         if (option.statement->words != "task size") // the pixels do not depend on tiles

@@ -13,7 +13,8 @@ set(in_all ALL)
 if(ORCA_SANITIZE)
     set(in_all)
 endif()
-add_custom_target(orca-install-files ${in_all} DEPENDS orca-render orca-merge orca-texture orca-import orca velabase orca_sdk_archive orca-scenes)
+add_custom_target(orca-install-files ${in_all} DEPENDS orca-render orca-merge orca-texture orca-import orca velabase orca-image-formats
+    orca_sdk_archive orca-scenes)
 
 # The manual pages and the shells' completions come from the descriptions that --help prints.
 find_program(GZIP gzip REQUIRED)
@@ -49,7 +50,7 @@ add_custom_target(orca-farm-documents DEPENDS ${documents}/orca-farm.1.gz)
 add_dependencies(orca-install-files orca-farm-documents)
 install(FILES ${documents}/orca-farm.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/app/farm/orca-farm DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
-install(TARGETS orca velabase LIBRARY DESTINATION ${ORCA_INSTALL_SHADER_LIBRARIES} COMPONENT runtime)
+install(TARGETS orca velabase orca-image-formats LIBRARY DESTINATION ${ORCA_INSTALL_SHADER_LIBRARIES} COMPONENT runtime)
 
 install(TARGETS orca_sdk_archive ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 # One folder for all headers, whatever folder of the tree they come from: their names are unique.

@@ -22,8 +22,9 @@ namespace {
 
 /// What an open file is read with, and what is wanted of it.
 struct OpenFile {
-    explicit OpenFile(const char* path, miImg_type wanted) : reader(path), type(wanted) {}
-    ImageReader reader;
+    explicit OpenFile(const char* path, miImg_type wanted)
+        : reader(orca::image::openImage(path)), type(wanted) {}
+    std::unique_ptr<ImageReader> reader;
     miImg_type type;
 };
 
@@ -146,9 +147,9 @@ DLLEXPORT miBoolean mi_img_open(miImg_file* file, const char* path, int type) {
         auto opened = std::make_unique<OpenFile>(path, static_cast<miImg_type>(type));
         if (orca::image::componentCount(opened->type) == 0 || opened->type == miIMG_TYPE_TAG)
             throw std::runtime_error("images are read as colours, vectors or numbers");
-        file->type = opened->reader.type();
-        file->width = opened->reader.width();
-        file->height = opened->reader.height();
+        file->type = opened->reader->type();
+        file->width = opened->reader->width();
+        file->height = opened->reader->height();
         file->ext = opened.release();
     });
 }
@@ -167,7 +168,7 @@ DLLEXPORT miBoolean mi_img_image_read(miImg_file* file, miImg_image* image) {
     return reported(file, [&] {
         auto* const opened = static_cast<OpenFile*>(file->ext);
         if (!opened || !image) throw std::runtime_error("the file is not open, or there is no image");
-        opened->reader.read(*image);
+        opened->reader->read(*image);
     });
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/exr_file.h"
 #include "image/file_in_place.h"
-#include "image/image_file.h"
+#include "image/image_formats.h"
 #include "image/image_types.h"
 
 #include <algorithm>
@@ -139,8 +139,8 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
             if (!again) sharing.push_back(wanted);
             continue;
         }
-        good = writeImageFile(target.path, target.format, frame, shown.of(wanted), wanted.type,
-                              wanted.quality, log) &&
+        good = imageFormats().writeImageFile(target.path, target.format, frame, shown.of(wanted), wanted.type,
+                                             wanted.quality, log) &&
                good;
     }
     for (const auto& [path, wanted] : layersOfExr) {

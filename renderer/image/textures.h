@@ -36,11 +36,22 @@ struct TextureLookup {
 /// still image is one file.
 [[nodiscard]] bool isFilm(const std::string& path);
 
+/// The image look-ups of `Textures`, in the module of the image formats.
+class TextureCache {
+public:
+    virtual ~TextureCache() = default;
+    virtual void setFrame(int frame) = 0;
+    virtual bool lookup(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
+                        miColor& result) = 0;
+    virtual bool lookupScalar(const scene::TextureElement& texture, float s, float t,
+                              const TextureLookup& how, miScalar& result) = 0;
+};
+
 /// Image look-ups through one shared texture cache; safe from any thread, without a lock after a texture's
 /// first look-up. Names may stand for the file of a frame (`#`) and for tiles (<UDIM>), which are looked up
 /// at coordinates from 0 to 10 and do not repeat; where there is no tile, look-ups are false. A file that
 /// cannot be read is one message that names the texture and the place of its statement; look-ups of it are
-/// false.
+/// false. The image library is loaded at the first look-up.
 class Textures {
 public:
     Textures(Log& log, std::vector<std::string> searchPaths, std::size_t cacheMegabytes = 1024);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "image/image_file.h"
+#include "image/formats/picture_encoder.h"
 
 #include "image/exr_file.h"
 #include "image/file_in_place.h"
@@ -9,11 +9,9 @@
 #include <OpenImageIO/imageio.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 #include <stdexcept>
 
@@ -201,20 +199,15 @@ void stretchToRange(Raster& raster) {
 
 } // namespace
 
-std::optional<std::string> writableFormat(std::string word) {
-    if (!word.empty() && word.front() == '.') word.erase(0, 1);
-    std::transform(word.begin(), word.end(), word.begin(), [](unsigned char c) { return std::tolower(c); });
-    if (word.empty()) return {};
-    if (word == "exr") return "openexr";
-    if (word == "tifu") word = "tif";
-    const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create("name." + word);
+std::optional<std::string> encodableFormat(const std::string& extension) {
+    const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create("name." + extension);
     if (output) return output->format_name();
     static_cast<void>(OIIO::geterror()); // clears it
     return {};
 }
 
-bool writeImageFile(const std::string& path, const std::string& format, const PictureFrame& frame,
-                    const Layer& layer, miImg_type type, int quality, Log& log) {
+bool encodePicture(const std::string& path, const std::string& format, const PictureFrame& frame,
+                   const Layer& layer, miImg_type type, int quality, Log& log) {
     const OIIO::TypeDesc stored = fileType(type, format);
     if (stored == OIIO::TypeDesc::UINT32 && format != "tiff") {
         log.error("IMG",
@@ -249,19 +242,8 @@ bool writeImageFile(const std::string& path, const std::string& format, const Pi
                        frame.stop, log);
 }
 
-std::optional<std::string> previewFormat(const std::string& path) {
-    const std::string extension = std::filesystem::path(path).extension().string();
-    if (extension.empty()) return "png";
-    const std::optional<std::string> format = writableFormat(extension);
-    return format == "openexr" ? std::nullopt : format;
-}
-
-bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer, Log& log) {
-    const auto format = previewFormat(path);
-    if (!format) {
-        log.error("IMG", "cannot write \"{}\": its extension names no 8-bit picture format; use .png", path);
-        return false;
-    }
+bool encodePreview(const std::string& path, const std::string& format, const PictureFrame& frame,
+                   const Layer& layer, Log& log) {
     const bool color = isColor(layer.buffer->type);
     ColorEncoding encoding = frame.encoding;
     encoding.clip = scene::ColorClip::Raw; // there is no alpha to keep
@@ -284,7 +266,7 @@ bool writePreview(const std::string& path, const PictureFrame& frame, const Laye
     }
     OIIO::ImageSpec spec(raster.width, raster.height, raster.channels, OIIO::TypeDesc::UINT8);
     if (color) requestDither(spec, encoding);
-    return writeRaster(path, *format, spec, raster, OIIO::TypeDesc::FLOAT, frame.stop, log);
+    return writeRaster(path, format, spec, raster, OIIO::TypeDesc::FLOAT, frame.stop, log);
 }
 
 } // namespace orca::image

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "image/incomplete_image.h"
+#include "image/formats/incomplete_image.h"
 
 #include "image/exr_header.h"
 

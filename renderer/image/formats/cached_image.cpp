@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "image/cached_image.h"
+#include "image/formats/cached_image.h"
 
 #include <OpenImageIO/imageio.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "image/make_texture.h"
+#include "image/formats/texture_maker.h"
 
-#include "image/cached_image.h"
-#include "image/incomplete_image.h"
+#include "image/formats/cached_image.h"
+#include "image/formats/incomplete_image.h"
 
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
@@ -42,7 +42,7 @@ struct DestroyCache {
 
 } // namespace
 
-void makeTextureFile(const std::string& image, const std::string& file, const TextureFileSettings& settings) {
+void makeTexture(const std::string& image, const std::string& file, const TextureFileSettings& settings) {
     if (const std::string reason = whyUnusable(image); !reason.empty()) throw std::runtime_error(reason);
     if (const std::string missing = whatIsMissing(image); !missing.empty()) throw std::runtime_error(missing);
 
