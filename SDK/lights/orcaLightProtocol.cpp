@@ -2,6 +2,7 @@
 #include "orcaLightProtocol.h"
 
 #include "orcaColor.h"
+#include "orcaColorLanes.h"
 #include "orcaConstants.h"
 #include "orcaGuards.h"
 #include "orcaPassMask.h"
@@ -38,29 +39,39 @@ void resetTransmission(unsigned count, FrameBufferInfo* records) {
 class DimmedLight {
 public:
     DimmedLight(const miColor& light, const miColor& shadow, const miColor& transmission)
-        : light_(light), shadow_(shadow) {
-        set(transmission, dimmed(light, shadow, transmission));
+        : light_(loaded(light)), shadow_(loaded(shadow)) {
+        dimBy(transmission);
     }
     /// For a sample whose light after the shadow is known.
-    DimmedLight(const miColor& light, const miColor& arriving) : light_(light), shadow_(arriving) {
-        set(WHITE, arriving);
+    DimmedLight(const miColor& light, const miColor& arriving)
+        : light_(loaded(light)), shadow_(loaded(arriving)), transmission_(WHITE) {
+        set(shadow_);
     }
     void follow(const miColor& transmission) {
-        if (std::memcmp(&transmission, &transmission_, sizeof transmission) == 0) return;
-        set(transmission, dimmed(light_, shadow_, transmission));
+        if (std::memcmp(&transmission, &transmission_, sizeof transmission) != 0) dimBy(transmission);
     }
-    [[nodiscard]] const miColor& of(unsigned flags) const noexcept {
+    [[nodiscard]] ColorLanes of(unsigned flags) const noexcept {
         return flags & FB_SHADOW_ONLY ? removed_ : arriving_;
     }
 
 private:
-    void set(const miColor& transmission, const miColor& arriving) {
+    void dimBy(const miColor& transmission) {
         transmission_ = transmission;
-        arriving_ = arriving;
-        removed_ = removedLight(light_, arriving);
+        const ColorLanes t = loaded(transmission);
+        set((1.0f - t) * shadow_ + t * light_);
+    }
+    void set(ColorLanes arriving) {
+        arriving_ = opaque(arriving);
+        removed_ = opaque(light_ - arriving);
+    }
+    static ColorLanes opaque(ColorLanes color) {
+        color[3] = 1.0f;
+        return color;
     }
 
-    miColor light_, shadow_, transmission_, arriving_, removed_;
+    ColorLanes light_, shadow_;
+    ColorLanes arriving_, removed_;
+    miColor transmission_;
 };
 
 } // namespace
@@ -80,16 +91,22 @@ void sampleLightEnd(miState* state, unsigned count, FrameBufferInfo* records, in
     const float inverse = 1.0f / static_cast<float>(samples);
     const float factor = *useScale & WRITE_SCALED ? *scale : 1.0f;
     const int how = *mode;
-    const bool adds = how != WRITE_MULTIPLY && how != WRITE_REPLACE;
     const int level = traceLevel(state);
-    forEachRecord(count, records, [&](const FrameBufferInfo& record) {
-        const miColor& gathered = record.lightAccum;
-        // Most passes receive nothing from a light: adding black would only load their slots.
-        if (adds && isZero(gathered)) return;
+    const auto combineWithSlot = [&](const FrameBufferInfo& record, const auto& combined) {
         TraceLevelSlot& slot = record.levelSlots[level];
         if (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) return;
-        if (adds) slot.levelResult += gathered * inverse * factor;
-        else combine(slot.levelResult, gathered * inverse * factor, how);
+        combined(slot.levelResult, record.lightAccum * inverse * factor);
+    };
+    if (how == WRITE_MULTIPLY || how == WRITE_REPLACE) {
+        const auto combined = [how](miColor& held, const miColor& value) { combine(held, value, how); };
+        forEachRecord(count, records,
+                      [&](const FrameBufferInfo& record) { combineWithSlot(record, combined); });
+        return;
+    }
+    const auto added = [](miColor& held, const miColor& value) { held += value; };
+    forEachRecord(count, records, [&](const FrameBufferInfo& record) {
+        // Most passes receive nothing from a light: adding black would only load their slots.
+        if (!isZero(record.lightAccum)) combineWithSlot(record, added);
     });
 }
 
@@ -145,14 +162,16 @@ bool traceShadow(unsigned count, FrameBufferInfo* records, miColor* shadowResult
     const miColor full = withAlpha(*lightValue, 1.0f);
     DimmedLight shadowed = uniform && !light ? DimmedLight(full, withAlpha(*shadowColor, 1.0f))
                                              : DimmedLight(full, *shadowColor, *shadowResult);
+    const ColorLanes unshadowed = loaded(full), none = loaded(noLight);
     forEachRecord(count, records, [&](FrameBufferInfo& record) {
-        if (!(record.flags & FB_LIGHT_CONTRIBUTES)) {
-            record.lightColor = noLight;
-        } else if (!(record.flags & FB_SHADOWED)) {
-            record.lightColor = full;
-        } else {
+        const unsigned receives = record.flags & (FB_LIGHT_CONTRIBUTES | FB_SHADOWED);
+        if (receives == FB_LIGHT_CONTRIBUTES) {
+            store(record.lightColor, unshadowed);
+        } else if (receives & FB_LIGHT_CONTRIBUTES) {
             if (!uniform) shadowed.follow(record.shadowTransmission);
-            record.lightColor = shadowed.of(record.flags);
+            store(record.lightColor, shadowed.of(record.flags));
+        } else {
+            store(record.lightColor, none);
         }
     });
     return light;

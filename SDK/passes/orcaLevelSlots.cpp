@@ -2,10 +2,13 @@
 #include "orcaLevelSlots.h"
 
 #include "orcaColor.h"
+#include "orcaColorLanes.h"
 #include "orcaPassMask.h"
 #include "orcaRenderPassUtilities.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -28,6 +31,19 @@ bool admitsExcluded(const FrameBufferInfo& record, const miState* state) {
     return needed != 0 && (record.flags & needed) == needed;
 }
 
+/// A record's level bounds, as two words that are compared fast.
+struct LevelBounds {
+    explicit LevelBounds(const FrameBufferInfo& record) {
+        std::memcpy(&reflections, &record.minReflectionLevel, sizeof reflections);
+        std::memcpy(&refractions, &record.minRefractionLevel, sizeof refractions);
+    }
+    bool operator==(const LevelBounds&) const = default;
+
+    std::uint64_t reflections, refractions; ///< least and most
+};
+static_assert(offsetof(FrameBufferInfo, lightColor) - offsetof(FrameBufferInfo, minReflectionLevel) ==
+              sizeof(LevelBounds));
+
 miColor largerOf(const miColor& a, const miColor& b) {
     return {std::max(a.r, b.r), std::max(a.g, b.g), std::max(a.b, b.b), std::max(a.a, b.a)};
 }
@@ -38,10 +54,17 @@ void prepareSlots(const miState* state, const PassRecords& passes) {
     if (!passes) return;
     const int reflections = state->reflection_level, refractions = state->refraction_level;
     const int level = reflections + refractions;
+    // Most records have the bounds of the one before.
+    LevelBounds bounds(passes.records[0]);
+    unsigned char mode = boundedLevelMode(passes.records[0], reflections, refractions);
     forEachRecord(passes.count, passes.records, [&](const FrameBufferInfo& record) {
+        if (const LevelBounds own(record); own != bounds) {
+            bounds = own;
+            mode = boundedLevelMode(record, reflections, refractions);
+        }
         TraceLevelSlot& slot = record.levelSlots[level];
         slot.levelResult = BLACK;
-        slot.levelMode = boundedLevelMode(record, reflections, refractions);
+        slot.levelMode = mode;
     });
     const PassMask mask(state->instance);
     if (!mask) return;
@@ -52,23 +75,26 @@ void prepareSlots(const miState* state, const PassRecords& passes) {
 
 miColor accumulateToParent(const miState* state, const PassRecords& passes, const miColor& opacity) {
     const int level = traceLevel(state);
-    // Copies, because the arguments might alias the records.
-    const miColor covered = opacity, weights[] = {WHITE, opacity};
+    const miColor covered = opacity; // a copy, because the argument might alias the records
     miColor largest = BLACK;
-    // Most records are covered as the one before is: their share is compared once.
+    // What follows from the coverage so far. Most records are covered as the one before is.
     miColor before = WHITE;
+    ColorLanes after = lanesOf(WHITE);
+    ColorLanes shares[2]{}; // of the level's result, as it is and weighted by opacity
     forEachRecord(passes.count, passes.records, [&](FrameBufferInfo& record) {
         TraceLevelSlot& slot = record.levelSlots[level];
-        const miColor aux = slot.levelAux;
-        const miColor uncovered = WHITE - aux;
-        if (std::memcmp(&slot.levelAux, &before, sizeof before) != 0) {
+        if (std::memcmp(&slot.levelAux, &before, sizeof before) != 0) [[unlikely]] {
+            before = slot.levelAux;
+            const miColor uncovered = WHITE - before;
             largest = largerOf(largest, uncovered);
-            before = aux;
+            after = lanesOf(before + uncovered * covered);
+            shares[0] = lanesOf(uncovered);
+            shares[1] = lanesOf(covered * uncovered);
         }
-        const miColor& weight = weights[(record.flags & FB_WEIGHT_BY_OPACITY) != 0];
-        slot.childResult += weight * uncovered * slot.levelResult;
-        record.lightColor = aux;
-        slot.levelAux = aux + uncovered * covered;
+        const ColorLanes share = shares[(record.flags & FB_WEIGHT_BY_OPACITY) != 0];
+        store(slot.childResult, loaded(slot.childResult) + share * loaded(slot.levelResult));
+        record.lightColor = before;
+        store(slot.levelAux, after);
     });
     return largest;
 }

@@ -4,6 +4,7 @@
 /// Materials: shader objects that write pass values.
 
 #include "orcaColor.h"
+#include "orcaColorLanes.h"
 #include "orcaFrameBufferRecords.h"
 #include "orcaLightLoop.h"
 #include "orcaParameters.h"
@@ -14,21 +15,39 @@
 
 namespace pass_value {
 
+// A pass value as it is computed with, for a colour and for a scalar.
+
+[[nodiscard]] inline ColorLanes of(const miColor& value) noexcept {
+    return lanesOf(value);
+}
+[[nodiscard]] inline miScalar of(miScalar value) noexcept {
+    return value;
+}
+
 /// A value weighted by the light of a record, or, with a reference colour, by the difference of the two.
-[[nodiscard]] inline miColor weighted(const miColor& value, const miColor& lightColor,
-                                      const miColor* reference) {
-    return reference ? value * (*reference - lightColor) : value * lightColor;
+[[nodiscard]] inline ColorLanes weighted(ColorLanes value, const miColor& lightColor,
+                                         const miColor* reference) {
+    return value * (reference ? loaded(*reference) - loaded(lightColor) : loaded(lightColor));
 }
 [[nodiscard]] inline miScalar weighted(miScalar value, const miColor& lightColor, const miColor* reference) {
     return value * luminance(reference ? *reference - lightColor : lightColor);
 }
 
-/// The channels that hold a value of this type: all of them, or red for scalars.
-[[nodiscard]] inline miColor& channels(miColor& held, const miColor&) noexcept {
-    return held;
+// A value is combined with the channels that hold values of its type: all of them, or red for scalars.
+
+inline void add(miColor& held, ColorLanes value) noexcept {
+    store(held, loaded(held) + value);
 }
-[[nodiscard]] inline miScalar& channels(miColor& held, miScalar) noexcept {
-    return held.r;
+inline void add(miColor& held, miScalar value) noexcept {
+    held.r += value;
+}
+inline void combine(miColor& held, ColorLanes value, int mode) noexcept {
+    if (mode == WRITE_MULTIPLY) store(held, loaded(held) * value);
+    else if (mode == WRITE_REPLACE) store(held, value);
+    else add(held, value);
+}
+inline void combine(miColor& held, miScalar value, int mode) noexcept {
+    ::combine(held.r, value, mode);
 }
 
 } // namespace pass_value
@@ -37,6 +56,17 @@ namespace pass_value {
 [[nodiscard]] inline bool closedToWrites(const miState* state, const TraceLevelSlot& slot) noexcept {
     return (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) || state->type == miRAY_ENVIRONMENT;
 }
+
+/// Where a material writes in one shading call.
+struct PassTarget {
+    FrameBufferInfo* records;
+    const PassTypeInfo* types; ///< without a record of any type: nothing is written
+    int level;                 ///< the state's trace level
+    bool closed;               ///< only a light loop's accumulators take writes
+};
+
+/// Types of a call without passes.
+inline constexpr PassTypeInfo noPassTypes{};
 
 /// A shader object whose parameter record begins with the pass-write settings. They are read once, at
 /// construction.
@@ -63,38 +93,64 @@ public:
                              const Value& value, PassTypeID type, const bool& useLightColor,
                              const miColor* const* lightReference) const {
         static_assert(std::is_same_v<Value, miColor> || std::is_same_v<Value, miScalar>);
-        if (!records || !types || (*types)[type].count == 0 || passWriteMode == WRITE_NONE) return;
-        FrameBufferInfo* const begin = records + (*types)[type].first;
-        FrameBufferInfo* const end = begin + (*types)[type].count;
-
-        if (records[0].flags & FB_IN_LIGHT_LOOP) {
-            for (FrameBufferInfo* record = begin; record != end; ++record) {
-                Value v = value;
-                if (useLightColor) v = pass_value::weighted(v, record->lightColor, *lightReference);
-                pass_value::channels(record->lightAccum, v) += v;
-            }
-            return;
-        }
-        const int level = traceLevel(state);
-        for (FrameBufferInfo* record = begin; record != end; ++record) {
-            TraceLevelSlot& slot = record->levelSlots[level];
-            if (closedToWrites(state, slot)) continue;
-            Value v = passWriteFlags & WRITE_SCALED ? value * passWriteScale : value;
-            if (useLightColor) v = pass_value::weighted(v, record->lightColor, *lightReference);
-            combine(pass_value::channels(slot.levelResult, v), v, passWriteMode);
-        }
+        const PassTarget target = passTarget(state, records, types);
+        if (!useLightColor) writePass(target, type, value);
+        else
+            write(target, type, pass_value::of(value), [&](auto v, const miColor& lightColor) {
+                return pass_value::weighted(v, lightColor, *lightReference);
+            });
     }
 
     /// The same for the records of a call, without a reference colour.
     template <class Value>
-    void writePass(miState* state, const PassRecords& passes, PassTypeID type, const Value& value,
-                   bool useLightColor = false) const {
-        const miColor* const noReference = nullptr;
-        writeToFrameBuffers(state, passes.records, passes.types, value, type, useLightColor, &noReference);
+    void writePass(miState* state, const PassRecords& passes, PassTypeID type, const Value& value) const {
+        writePass(passTarget(state, passes.records, passes.types), type, value);
+    }
+    template <class Value>
+    void writePass(const PassTarget& target, PassTypeID type, const Value& value) const {
+        write(target, type, pass_value::of(value), [](auto v, const miColor&) { return v; });
+    }
+    /// Of a value that is multiplied by each record's light colour.
+    template <class Value>
+    void writeLitPass(const PassTarget& target, PassTypeID type, const Value& value) const {
+        write(target, type, pass_value::of(value),
+              [](auto v, const miColor& lightColor) { return pass_value::weighted(v, lightColor, nullptr); });
+    }
+
+    /// Where the material writes in a call; nowhere without pass records.
+    [[nodiscard]] PassTarget passTarget(const miState* state, FrameBufferInfo* records,
+                                        const PassTypeInfo* types) const noexcept {
+        if (!records || !types || !writesPasses()) return {nullptr, &noPassTypes, 0, true};
+        return {records, types, traceLevel(state), state->type == miRAY_ENVIRONMENT};
     }
 
 protected:
     miInteger passWriteMode; ///< see PassWriteMode; 0 writes nothing
     miUint passWriteFlags;   ///< set of PassWriteFlags
     miScalar passWriteScale;
+
+private:
+    /// Not inlined: a material writes some thirty passes.
+    /// @param weighted Value (Value, const miColor& lightColor): what a record receives
+    template <class Value, class Weighted>
+    [[gnu::noinline]] void write(const PassTarget& target, PassTypeID type, Value value,
+                                 const Weighted& weighted) const {
+        const PassTypeRun& run = (*target.types)[type];
+        if (run.count == 0) return;
+        FrameBufferInfo* record = target.records + run.first;
+        FrameBufferInfo* const end = record + run.count;
+
+        if (target.records[0].flags & FB_IN_LIGHT_LOOP) {
+            do pass_value::add(record->lightAccum, weighted(value, record->lightColor));
+            while (++record != end);
+            return;
+        }
+        if (target.closed) return;
+        if (passWriteFlags & WRITE_SCALED) value = value * passWriteScale;
+        do {
+            TraceLevelSlot& slot = record->levelSlots[target.level];
+            if (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) continue;
+            pass_value::combine(slot.levelResult, weighted(value, record->lightColor), passWriteMode);
+        } while (++record != end);
+    }
 };

@@ -73,7 +73,7 @@ private:
     void shade(Result& result, ShadingCall& call, P* record) const {
         miState* const state = call.state;
         const Inputs in(state, record);
-        const Writer writer{*this, call, in.writePasses};
+        const Writer writer(*this, call, in.writePasses);
         const auto diffuse = component<Diffuse>(state, record, in.reflectance);
         const auto specular = component<Specular>(state, record, in.reflectance);
         const auto refraction = component<Refraction>(state, record, in.reflectance);

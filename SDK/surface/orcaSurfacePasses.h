@@ -7,9 +7,16 @@
 /// Pass writes of one shading call of a material.
 template <class MaterialType>
 struct SurfacePassWriter {
+    SurfacePassWriter(const MaterialType& writer, const ShadingCall& shadingCall, bool writesComponentPasses)
+        : material(writer),
+          call(shadingCall),
+          components(writesComponentPasses),
+          target(writer.passTarget(call.state, call.passes.records, call.passes.types)) {}
+
     const MaterialType& material;
     const ShadingCall& call;
     bool components; ///< the material's writePasses
+    PassTarget target;
 
     /// Some pass may be written at all.
     [[nodiscard]] bool writes() const noexcept { return call.passes && material.writesPasses(); }
@@ -18,14 +25,14 @@ struct SurfacePassWriter {
 
     /// A component's value, alpha 1, independent of lights.
     void write(PassTypeID type, const miColor& value) const {
-        material.writePass(call.state, call.passes, type, withAlpha(value, 1.0f));
+        material.writePass(target, type, withAlpha(value, 1.0f));
     }
     void write(PassTypeID type, miScalar value) const {
-        if (components) material.writePass(call.state, call.passes, type, value);
+        if (components) material.writePass(target, type, value);
     }
     /// In a light loop: a value that is multiplied by each record's light colour.
     template <class Value>
     void writeLit(PassTypeID type, const Value& value) const {
-        material.writePass(call.state, call.passes, type, value, true);
+        material.writeLitPass(target, type, value);
     }
 };
