@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "shading/state_store.h"
 
+#include "base/constant_memory.h"
+
 #include <cstdint>
 #include <cstring>
 
@@ -48,23 +50,33 @@ void StateStore::set(const char* key, const void* data, int size, int lifetime) 
 void* StateStore::get(const char* key, int* size) noexcept {
     const auto address = reinterpret_cast<std::uintptr_t>(key);
     Answer& answer = answers_[(address ^ (address >> 6)) % answers_.size()];
-    if (answer.version != version_ || std::strcmp(answer.text, key) != 0) return search(key, size, answer);
+    if (answer.literal != key || answer.version != version_) return search(key, size, answer);
     if (size && answer.bytes) *size = answer.size;
     return answer.bytes;
 }
 
 void* StateStore::search(const char* key, int* size, Answer& answer) noexcept {
-    const Entry* const entry = find(key);
     const std::size_t length = std::strlen(key);
-    if (length < sizeof answer.text) {
+    if (length >= sizeof answer.text) {
+        const Entry* const entry = find(key);
+        if (entry && size) *size = entry->size;
+        return entry ? entry->bytes.get() : nullptr;
+    }
+    if (std::strcmp(answer.text, key) != 0) {
+        answer = {};
         std::memcpy(answer.text, key, length + 1);
+    } else if (answer.tested != key) { // not for a key that is asked for once
+        answer.tested = key;
+        answer.literal = isInConstantSegment(key) ? key : nullptr;
+    }
+    if (answer.version != version_) {
+        const Entry* const entry = find(key);
         answer.bytes = entry ? entry->bytes.get() : nullptr;
         answer.size = entry ? entry->size : 0;
         answer.version = version_;
     }
-    if (!entry) return nullptr;
-    if (size) *size = entry->size;
-    return entry->bytes.get();
+    if (size && answer.bytes) *size = answer.size;
+    return answer.bytes;
 }
 
 std::vector<std::string> StateStore::keys() const {

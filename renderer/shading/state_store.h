@@ -36,18 +36,20 @@ private:
         int lifetime;
     };
     /// The last answer to a key. A shader asks with the same literal every time, so answers are indexed by
-    /// its address, and the text decides whether the answer is for this key. Every library has its own copies
-    /// of a literal; with this many answers they seldom collide.
+    /// its address. A literal's address decides whether the answer is for this key; elsewhere the text does.
+    /// Every library has its own copies of a literal; with this many answers they seldom collide.
     struct Answer {
-        char text[24] = ""; ///< of the key; longer keys have no answer here
         void* bytes = nullptr;
         int size = 0;
-        unsigned version = 0; ///< of the entries that it was found in
+        unsigned version = 0;          ///< of the entries that it was found in
+        const char* literal = nullptr; ///< address of the key, if its text cannot change
+        const char* tested = nullptr;  ///< address that has been asked whether it is a literal's
+        char text[24] = "";            ///< of the key; longer keys have no answer here
     };
 
     [[nodiscard]] Entry* find(const char* key) noexcept;
-    /// Searches the entries, and remembers the answer.
-    void* search(const char* key, int* size, Answer& answer) noexcept;
+    /// By the key's text. Not inlined: the usual question calls nothing.
+    [[gnu::noinline]] void* search(const char* key, int* size, Answer& answer) noexcept;
 
     std::vector<Entry> entries_;
     unsigned version_ = 1; ///< counts changes of the entries and of their addresses

@@ -110,9 +110,10 @@ TEST(StateStore, KeepsAddressesWhileEntriesComeAndGo) {
     EXPECT_EQ(store.get("velabase", nullptr), address);
     EXPECT_EQ(*static_cast<int*>(store.get("key299", nullptr)), 299);
 
-    // The same buffer with another text must not be taken for the earlier key.
+    // The same buffer with another text must not be taken for the earlier key, however often it was asked
+    // for.
     char key[16] = "key5";
-    EXPECT_EQ(*static_cast<int*>(store.get(key, nullptr)), 5);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(*static_cast<int*>(store.get(key, nullptr)), 5);
     std::strcpy(key, "key6");
     EXPECT_EQ(*static_cast<int*>(store.get(key, nullptr)), 6);
 
