@@ -32,6 +32,11 @@ public:
         context_.arena.release(mark_);
         context_.siblings.leave(siblings_);
     }
+    /// Before the next shader of a list: what the last one has evaluated is none of its business.
+    void forgetResults() const {
+        context_.arena.release(mark_);
+        context_.siblings.flush();
+    }
     CallScope(const CallScope&) = delete;
     CallScope& operator=(const CallScope&) = delete;
 

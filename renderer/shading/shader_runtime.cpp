@@ -70,18 +70,19 @@ miBoolean ShaderRuntime::Implementation::callRange(ResultRoom result, int type, 
     CallContext& context = contextOf(state);
     const CallScope scope(state, context);
     context.callType = type;
-    const EvaluationArena::Mark mark = context.arena.mark();
     miBoolean value = miFALSE;
     try {
-        for (; bound != end; bound = bound->next) {
+        for (;; scope.forgetResults()) {
             value = miFALSE;
-            if (!bound->entry) continue;
-            state->shader = bound->function;
-            if (!bound->ready.load(std::memory_order_acquire) && !initialise(table, *bound, state)) continue;
-            context.knowsResultSizes = bound->knowsResultSizes;
-            value = bound->entry(result.at, state, bound->parameters, argument);
-            context.siblings.flush();
-            context.arena.release(mark);
+            if (bound->entry) {
+                state->shader = bound->function;
+                if (bound->ready.load(std::memory_order_acquire) || initialise(table, *bound, state)) {
+                    context.knowsResultSizes = bound->knowsResultSizes;
+                    value = bound->entry(result.at, state, bound->parameters, argument);
+                }
+            }
+            if (bound->next == end) break;
+            bound = bound->next;
         }
     } catch (...) {
         countException(*bound, context);

@@ -21,20 +21,20 @@ public:
     };
     /// A shader is called: it knows nothing of its caller's results.
     [[nodiscard]] Mark enter() {
-        const Mark caller{first_, held_.size()};
-        first_ = held_.size();
+        const Mark caller{first_, end_};
+        first_ = end_;
         return caller;
     }
     void leave(Mark caller) {
-        forget(caller.end);
+        end_ = caller.end;
         first_ = caller.first;
     }
     /// Forgets the running shader's results.
-    void flush() { forget(first_); }
+    void flush() { end_ = first_; }
 
     /// The result of a sibling of this parameter; null when there is none that holds.
     [[nodiscard]] char* find(const miState& state, miTag source, const void* parameter) {
-        for (std::size_t i = held_.size(); i > first_; --i) {
+        for (std::size_t i = end_; i > first_; --i) {
             Held& held = held_[i - 1];
             if (held.source != source) continue;
             // Older results of the source are for older states.
@@ -43,7 +43,9 @@ public:
         return nullptr;
     }
     void add(const miState& state, miTag source, const void* parameter, char* result) {
+        held_.erase(held_.begin() + static_cast<std::ptrdiff_t>(end_), held_.end());
         held_.push_back({source, result, {parameter}, 1, StateCopy(state)});
+        end_ = held_.size();
     }
 
 private:
@@ -91,13 +93,10 @@ private:
         StateCopy state;
     };
 
-    void forget(std::size_t from) {
-        held_.erase(held_.begin() + static_cast<std::ptrdiff_t>(from), held_.end());
-    }
-
-    // Shaders nest, so the running one's results are the last.
+    // Shaders nest, so the running one's results are the last, from first_ to end_. What lies behind is
+    // forgotten; a call without results costs no more than these two numbers.
     std::vector<Held> held_;
-    std::size_t first_ = 0;
+    std::size_t first_ = 0, end_ = 0;
 };
 
 } // namespace orca::shading
