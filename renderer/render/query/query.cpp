@@ -30,10 +30,12 @@ std::vector<Answer> answersByCode() {
     return answers;
 }
 
+// Not in the function, where every question would ask whether it has been made.
+const std::vector<Answer> answers = answersByCode();
+
 } // namespace
 
 bool answerQuery(miQ_type code, const Query& query) {
-    static const std::vector<Answer> answers = answersByCode();
     const auto index = static_cast<std::size_t>(code);
     return index < answers.size() && answers[index](query);
 }
