@@ -10,9 +10,8 @@ namespace orca::render {
 
 namespace {
 
-/// A context has a mark for every buffer, in index order.
 bool isBuffer(const RenderContext& context, int index) {
-    return index >= 0 && static_cast<std::size_t>(index) < context.written.size();
+    return static_cast<unsigned>(index) < context.bufferCount; // a negative index is a large one
 }
 
 /// Copies a buffer's value; the few sizes that there are compile to plain moves, and nearly all are colours.
@@ -34,17 +33,18 @@ miBoolean putBuffer(const miState* state, int index, const void* value) noexcept
     RenderContext& context = renderContextOf(state);
     if (!isBuffer(context, index) || !value) return miFALSE;
     if (!context.inEyeSample) return miTRUE;
-    const image::Buffer& buffer = context.frame.framebuffers.buffers()[static_cast<std::size_t>(index)];
-    context.written[static_cast<std::size_t>(index)] = 1;
-    copyValue(context.sampleWords.data() + buffer.sampleOffset, value, buffer.components);
+    const auto i = static_cast<unsigned>(index);
+    context.written[i] = 1;
+    const BufferPlace place = context.bufferPlaces[i];
+    copyValue(context.sampleWords.data() + place.first, value, place.count);
     return miTRUE;
 }
 
 miBoolean getBuffer(const miState* state, int index, void* value) noexcept {
     const RenderContext& context = renderContextOf(state);
     if (!isBuffer(context, index) || !value) return miFALSE;
-    const image::Buffer& buffer = context.frame.framebuffers.buffers()[static_cast<std::size_t>(index)];
-    copyValue(value, context.sampleWords.data() + buffer.sampleOffset, buffer.components);
+    const BufferPlace place = context.bufferPlaces[static_cast<unsigned>(index)];
+    copyValue(value, context.sampleWords.data() + place.first, place.count);
     return miTRUE;
 }
 

@@ -32,7 +32,10 @@ RenderContext::RenderContext(const Frame& renderFrame, int threadNumber)
       base{},
       camera(renderFrame.placement.start()),
       sampleWords(static_cast<std::size_t>(renderFrame.framebuffers.wordsPerSample())),
-      written(renderFrame.framebuffers.buffers().size()) {
+      bufferCount(static_cast<unsigned>(renderFrame.framebuffers.buffers().size())),
+      written(bufferCount) {
+    for (const image::Buffer& buffer : renderFrame.framebuffers.buffers())
+        bufferPlaces.push_back({buffer.sampleOffset, buffer.components});
     base.version = miSHADER_INTERFACE_VERSION;
     base.camera_inst = renderFrame.cameraInstance;
     // Not const in the interface, but read-only to shaders.

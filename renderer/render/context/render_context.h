@@ -78,6 +78,12 @@ struct PrimaryHit {
     miTag shader = miNULLTAG;
 };
 
+/// Where a frame buffer's value is in `RenderContext::sampleWords`.
+struct BufferPlace {
+    int first; ///< word
+    int count; ///< of the words that mi_fb_put and mi_fb_get exchange
+};
+
 /// One rendering thread's working state.
 struct RenderContext : shading::CallContext {
     RenderContext(const Frame& renderFrame, int threadNumber);
@@ -88,11 +94,13 @@ struct RenderContext : shading::CallContext {
     Sampler sampler;
     RayCounts counts;
 
-    std::vector<float> sampleWords;       ///< frame-buffer values of the current eye sample
-    std::vector<std::uint8_t> written;    ///< buffers that a shader has put something into, by index
-    std::vector<float> wordsBeforeLayer;  ///< rasterizer: `sampleWords` as the layer found them
-    std::vector<geometry::Hit> occluders; ///< of sorted shadow rays that are being traced
-    bool inEyeSample = false;             ///< false: frame-buffer values are discarded
+    std::vector<float> sampleWords;        ///< frame-buffer values of the current eye sample
+    std::vector<BufferPlace> bufferPlaces; ///< where each buffer's is, by index
+    unsigned bufferCount;                  ///< of those
+    std::vector<std::uint8_t> written;     ///< buffers that a shader has put something into, by index
+    std::vector<float> wordsBeforeLayer;   ///< rasterizer: `sampleWords` as the layer found them
+    std::vector<geometry::Hit> occluders;  ///< of sorted shadow rays that are being traced
+    bool inEyeSample = false;              ///< false: frame-buffer values are discarded
 
     PrimaryHit primary;
     float eyeStart = 0.0f; ///< rasterizer: distance of the layer last shaded
