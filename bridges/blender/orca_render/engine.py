@@ -1,0 +1,128 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The render engine: writes the scene, runs orca-render, takes its layers over."""
+
+import math
+import os
+import shutil
+import tempfile
+
+import bpy
+
+from . import camera, passes, preferences, process, result, scene_export, scene_text
+
+POLL_SECONDS = 0.1
+SHOWN_MESSAGES = 20
+# Shares of the progress bar at which phases begin, and their lengths.
+PHASES = {"prepare": (0.0, 0.05), "gather": (0.05, 0.35), "render": (0.4, 0.58), "write": (0.98, 0.02), "done": (1.0, 0.0)}
+
+# Set by the exporter: a file to which scenes are written in place of being rendered.
+export_path = None
+
+
+class OrcaRenderEngine(bpy.types.RenderEngine):
+    """Orca: pictures and passes by orca-render."""
+
+    bl_idname = "ORCA"
+    bl_label = "Orca"
+    bl_use_preview = False
+    bl_use_shading_nodes_custom = False
+    bl_use_eevee_viewport = True
+    bl_use_postprocess = True
+
+    def update_render_passes(self, scene=None, renderlayer=None):
+        result.register(self, scene, renderlayer, passes.layers_of(renderlayer))
+
+    def render(self, depsgraph):
+        losses = scene_text.Losses()
+        try:
+            if export_path:
+                self._write(depsgraph, export_path, "", losses)
+            else:
+                self._render(depsgraph, losses)
+        except (scene_export.ExportError, OSError) as problem:
+            self.report({"ERROR"}, f"Orca: {problem}")
+            self.error_set(f"Orca: {problem}")
+        for line in losses.lines():
+            self.report({"WARNING"}, f"Orca: left out: {line}")
+
+    def _write(self, depsgraph, path, prefix, losses):
+        scene = depsgraph.scene
+        frame = scene.frame_current
+        chosen = self.camera_override or scene.camera
+        job = scene_export.Job(passes.layers_of(depsgraph.view_layer), prefix, self.resolution_x, self.resolution_y,
+                               os.path.splitext(path)[0] + "_textures", chosen)
+
+        def go(moment):
+            whole = math.floor(moment)
+            self.frame_set(whole, moment - whole)
+
+        self.update_stats("", "Writing the scene")
+        try:
+            scene_export.write_scene(path, depsgraph, job, go, losses)
+        finally:
+            if scene_export.shutter_of(scene):
+                self.frame_set(frame, 0.0)
+        return job
+
+    def _render(self, depsgraph, losses):
+        command = preferences.command()
+        if command is None:
+            raise scene_export.ExportError(preferences.missing())
+        scene, view_layer = depsgraph.scene, depsgraph.view_layer
+        with tempfile.TemporaryDirectory(prefix="orca_", dir=bpy.app.tempdir) as folder:
+            stem = f"{scene.name}_{view_layer.name}_{scene.frame_current:04d}"
+            stem = "".join(c if c.isalnum() or c in "-_" else "_" for c in stem)
+            scene_file, layered_file = (os.path.join(folder, stem + extension) for extension in (".mi", ".exr"))
+            job = self._write(depsgraph, scene_file, view_layer.name + ".", losses)
+            arguments = [scene_file, "-o", layered_file, "--files", "layers", "--single-part"]
+            if scene.render.threads_mode == "FIXED":
+                arguments += ["-t", str(scene.render.threads)]
+            finished = self._run(command, arguments)
+            if scene.orca.keep_files:
+                shutil.copytree(folder, bpy.path.abspath(scene.orca.keep_folder), dirs_exist_ok=True)
+            if finished and os.path.exists(layered_file):
+                self._take(depsgraph, job, layered_file)
+
+    def _run(self, command, arguments):
+        """Runs orca-render to its end; False when the user or an error has ended it."""
+        child = process.RenderProcess(command, arguments)
+        shown = 0
+        try:
+            while True:
+                if self.test_break():
+                    child.stop()
+                    return False
+                event = child.event(POLL_SECONDS)
+                if isinstance(event, process.Progress):
+                    self._show(event)
+                elif isinstance(event, process.Message):
+                    shown += 1
+                    if shown <= SHOWN_MESSAGES:
+                        self.report({"WARNING"} if event.kind == "warning" else {"ERROR"}, f"Orca: {event.text}")
+        except EOFError:
+            code = child.end()
+        if shown > SHOWN_MESSAGES:
+            self.report({"WARNING"}, f"Orca: {shown - SHOWN_MESSAGES} more messages")
+        if code == 0:
+            return True
+        problem = process.ADVICE.get(code, f"orca-render was ended by signal {-code}" if code < 0 else f"exit code {code}")
+        self.error_set(f"Orca: {problem}")
+        self.report({"ERROR"}, f"Orca: {problem}")
+        return code == 1  # what can be is written
+
+    def _show(self, event):
+        begin, length = PHASES.get(event.phase, (0.0, 0.0))
+        self.update_progress(begin + length * event.fraction)
+        left = f", {event.remaining:.0f} s left" if event.remaining else ""
+        self.update_stats("", f"{event.phase.capitalize()} {100 * event.fraction:.0f} %{left}")
+
+    def _take(self, depsgraph, job, layered_file):
+        scene = depsgraph.scene
+        picture = camera.picture_of(scene.render, job.width, job.height)
+        data = job.camera.evaluated_get(depsgraph).data
+        view = None if data.type == "PANO" else camera.view_of(data, scene, picture)
+        render_result = self.begin_result(0, 0, picture.width, picture.height, layer=depsgraph.view_layer.name)
+        try:
+            result.load(render_result, layered_file, job.layers, view, scene.world.mist_settings if scene.world else None)
+        finally:
+            self.end_result(render_result)

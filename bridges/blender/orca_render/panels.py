@@ -1,0 +1,163 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Panels of the render and view layer properties."""
+
+import bpy
+
+from . import passes
+from .engine import OrcaRenderEngine
+
+# Panels of Blender that hold nothing of this renderer's.
+EXCLUDED = {"DATA_PT_EEVEE", "RENDER_PT_eevee", "VIEWLAYER_PT_eevee", "VIEWLAYER_PT_layer_passes", "RENDER_PT_gpencil", "RENDER_PT_simplify",
+            "VIEWLAYER_PT_filter", "MATERIAL_PT_preview", "EEVEE_", "RENDER_PT_freestyle", "VIEWLAYER_PT_freestyle", "DATA_PT_light",
+            "DATA_PT_spot"}
+# Those of other engines that show settings which this one reads.
+INCLUDED = ("EEVEE_MATERIAL_PT_surface", "EEVEE_MATERIAL_PT_context_material", "EEVEE_WORLD_PT_surface", "EEVEE_WORLD_PT_mist", "DATA_PT_EEVEE_light", "DATA_PT_spot",
+            "DATA_PT_light", "MATERIAL_PT_viewport")
+
+
+class _Panel:
+    bl_space_type = "PROPERTIES"
+    bl_region_type = "WINDOW"
+    COMPAT_ENGINES = {OrcaRenderEngine.bl_idname}
+
+    @classmethod
+    def poll(cls, context):
+        return context.engine in cls.COMPAT_ENGINES
+
+    def column(self):
+        self.layout.use_property_split = True
+        self.layout.use_property_decorate = False
+        return self.layout.column()
+
+
+class ORCA_RENDER_PT_sampling(_Panel, bpy.types.Panel):
+    bl_label = "Sampling"
+    bl_context = "render"
+
+    def draw(self, context):
+        settings, column = context.scene.orca, self.column()
+        row = column.column(align=True)
+        row.prop(settings, "samples_min", text="Samples 4^N Min")
+        row.prop(settings, "samples_max")
+        for name in ("contrast", "filter", "filter_size", "shadow_rays", "light_samples"):
+            column.prop(settings, name)
+
+
+class ORCA_RENDER_PT_rays(_Panel, bpy.types.Panel):
+    bl_label = "Light Paths"
+    bl_context = "render"
+
+    def draw(self, context):
+        settings, column = context.scene.orca, self.column()
+        for name in ("reflections", "refractions", "trace_sum"):
+            column.prop(settings, name)
+
+
+class ORCA_RENDER_PT_indirect(_Panel, bpy.types.Panel):
+    bl_label = "Indirect Light"
+    bl_context = "render"
+
+    def draw_header(self, context):
+        self.layout.prop(context.scene.orca, "indirect_light", text="")
+
+    def draw(self, context):
+        settings, column = context.scene.orca, self.column()
+        column.active = settings.indirect_light
+        for name in ("gather_rays", "gather_bounces", "gather_density"):
+            column.prop(settings, name)
+
+
+class ORCA_RENDER_PT_motion(_Panel, bpy.types.Panel):
+    bl_label = "Motion Blur"
+    bl_context = "render"
+
+    def draw_header(self, context):
+        self.layout.prop(context.scene.render, "use_motion_blur", text="")
+
+    def draw(self, context):
+        column = self.column()
+        column.active = context.scene.render.use_motion_blur
+        column.prop(context.scene.render, "motion_blur_shutter")
+        column.prop(context.scene.orca, "shutter_position")
+        column.prop(context.scene.orca, "motion_steps")
+
+
+class ORCA_RENDER_PT_film(_Panel, bpy.types.Panel):
+    bl_label = "Film and Files"
+    bl_context = "render"
+
+    def draw(self, context):
+        column = self.column()
+        column.prop(context.scene.render, "film_transparent", text="Transparent")
+        column.prop(context.scene.orca, "keep_files")
+        column.prop(context.scene.orca, "keep_folder")
+
+
+class ORCA_VIEWLAYER_PT_passes(_Panel, bpy.types.Panel):
+    bl_label = "Passes"
+    bl_context = "view_layer"
+
+    def draw(self, context):
+        column = self.column()
+        for switch, name, source in passes.BLENDER_PASSES:
+            column.prop(context.view_layer, switch)
+
+
+class ORCA_UL_passes(bpy.types.UIList):
+    """Rows of the list of passes."""
+
+    def draw_item(self, context, layout, data, item, icon, active_data, active_property, index=0):
+        layout.prop(item, "enabled", text="")
+        layout.label(text=item.layer_name)
+
+
+class ORCA_VIEWLAYER_PT_orca_passes(_Panel, bpy.types.Panel):
+    bl_label = "Orca Passes"
+    bl_context = "view_layer"
+
+    def draw(self, context):
+        settings = context.view_layer.orca
+        row = self.layout.row()
+        row.template_list("ORCA_UL_passes", "", settings, "passes", settings, "active")
+        buttons = row.column(align=True)
+        buttons.operator("orca.add_pass", icon="ADD", text="")
+        buttons.operator("orca.remove_pass", icon="REMOVE", text="")
+        self.layout.operator_menu_enum("orca.add_passes", "which")
+        column = self.column()
+        if not 0 <= settings.active < len(settings.passes):
+            return
+        chosen = settings.passes[settings.active]
+        column.prop(chosen, "source")
+        column.prop(chosen, "name")
+        column.prop_search(chosen, "light_group", context.view_layer, "lightgroups")
+        for name in ("collection", "reflections", "refractions"):
+            column.prop(chosen, name)
+
+
+CLASSES = (ORCA_RENDER_PT_sampling, ORCA_RENDER_PT_rays, ORCA_RENDER_PT_indirect, ORCA_RENDER_PT_motion, ORCA_RENDER_PT_film,
+           ORCA_VIEWLAYER_PT_passes, ORCA_UL_passes, ORCA_VIEWLAYER_PT_orca_passes)
+
+
+def _shared_panels():
+    """Blender's own panels that this engine shows as well."""
+    for panel in bpy.types.Panel.__subclasses__():
+        engines = getattr(panel, "COMPAT_ENGINES", ())
+        name = panel.__name__
+        if name in INCLUDED or ("BLENDER_RENDER" in engines and not name.startswith(tuple(EXCLUDED))):
+            yield panel
+
+
+def register():
+    for cls in CLASSES:
+        bpy.utils.register_class(cls)
+    for panel in _shared_panels():
+        if hasattr(panel, "COMPAT_ENGINES"):
+            panel.COMPAT_ENGINES.add(OrcaRenderEngine.bl_idname)
+
+
+def unregister():
+    for panel in _shared_panels():
+        if hasattr(panel, "COMPAT_ENGINES"):
+            panel.COMPAT_ENGINES.discard(OrcaRenderEngine.bl_idname)
+    for cls in reversed(CLASSES):
+        bpy.utils.unregister_class(cls)

@@ -1,0 +1,184 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Passes: the catalogue, those that a view layer asks for, and what the scene sets up for them."""
+
+import dataclasses
+import typing
+
+COLORS, NUMBERS = ("RGBA", "COLOR", "rgba_fp"), ("Y", "VALUE", "s_fp")
+MANY_LEVELS = 1000
+
+# Material passes in the order of their types: name, what it shows.
+MATERIAL_PASSES = (
+    ("beauty", "the picture"),
+    ("ambientMaterialColor", "the materials' ambient colour"),
+    ("ambientIrradiance", "what ambient lights give, without materials"),
+    ("ambient", "ambient light on the materials"),
+    ("diffuseMaterialColor", "the materials' diffuse colour, unlit"),
+    ("diffuse", "diffuse and translucent light"),
+    ("diffuseNoShadow", "the same as if nothing cast shadows"),
+    ("specular", "highlights"),
+    ("specularNoShadow", "highlights as if nothing cast shadows"),
+    ("incandescence", "light that materials give off themselves"),
+    ("directIrradiance", "light that arrives, without materials"),
+    ("directIrradianceNoShadow", "the same without shadows"),
+    ("shadow", "light that shadows take away"),
+    ("shadowLuminance", "its luminance"),
+    ("rawShadow", "irradiance that shadows take away, without materials"),
+    ("rawShadowLuminance", "its luminance"),
+    ("lightVolume", "light fog"),
+    ("sceneVolume", "fog of the whole scene"),
+    ("objectVolume", "volumes of objects"),
+    ("reflection", "what surfaces reflect"),
+    ("reflectedMaterialColor", "the materials' reflectivity"),
+    ("refraction", "what is seen through refracting surfaces"),
+    ("indirect", "light from other surfaces"),
+    ("matte", "matte opacity"),
+    ("opacity", "opacity"),
+    ("translucence", "light from behind that comes through"),
+    ("specularMaterialColor", "the materials' highlight colour"),
+    ("lightSum", "sum of the lights' terms"),
+    ("transparency", "transparency"),
+    ("glowSource", "what glows"),
+    ("custom", "whatever write-to-buffer shaders put there"),
+    ("translucenceNoShadow", "translucence without shadows"),
+    ("normal", "shading normal, world space"),
+    ("facingRatio", "1 where a surface faces the camera, 0 at its silhouette"),
+    ("beautyNoReflectionRefraction", "the picture without reflections and refractions"),
+)
+NUMBER_PASSES = {"shadowLuminance", "rawShadowLuminance", "lightSum", "facingRatio"}
+WEIGHTED_PASSES = {
+    "ambientMaterialColor", "ambientIrradiance", "ambient", "diffuseMaterialColor", "diffuse", "diffuseNoShadow", "directIrradiance",
+    "directIrradianceNoShadow", "rawShadow", "rawShadowLuminance", "reflectedMaterialColor", "indirect", "translucence",
+    "specularMaterialColor", "lightSum", "translucenceNoShadow", "normal", "facingRatio"}
+SHADOWED_PASSES = {
+    "beauty", "ambientIrradiance", "ambient", "diffuse", "specular", "incandescence", "directIrradiance", "shadow", "shadowLuminance",
+    "rawShadow", "rawShadowLuminance", "lightVolume", "sceneVolume", "objectVolume", "reflection", "refraction", "indirect",
+    "translucence", "lightSum", "glowSource"}
+
+# Utility passes: name, what it shows, shader with its settings, channels, kind of socket, data type of the frame buffer.
+UTILITY_PASSES = (
+    ("ambientOcclusion", "how open a point lies: 1 free, 0 closed in", "orcaPassAmbientOcclusion", "", COLORS),
+    ("cameraDepth", "distance from the camera, 0 where nothing is", "orcaPassCameraDepth", "", ("Z", "VALUE", "z")),
+    ("coverage", "part of the pixel that surfaces cover", "orcaPassCoverage", "", ("Y", "VALUE", "coverage")),
+    ("incidenceCameraNormal", "0 where a surface faces the camera, 1 at its silhouette", "orcaPassIncidenceCameraNormal", "", NUMBERS),
+    ("motionVector2D", "movement in the picture over the shutter, pixels", "orcaPassMotionVector2D", "", ("XYZ", "VECTOR", "m")),
+    ("motionVector2DNormalized", "the same, 0.5 for no movement, 1 for one picture width", "orcaPassMotionVector2DNormalized", "",
+     ("XYZ", "VECTOR", "m")),
+    ("motionVector3D", "movement of the point over the shutter, world space", "orcaPassMotionVector3D", "", ("XYZ", "VECTOR", "m")),
+    ("normalCamera", "shading normal, camera space", "orcaPassNormal", ', "space" 1', ("XYZ", "VECTOR", "n")),
+    ("normalObject", "shading normal, object space", "orcaPassNormal", ', "space" 2', ("XYZ", "VECTOR", "n")),
+    ("normalWorld", "shading normal, world space", "orcaPassNormal", ', "space" 0', ("XYZ", "VECTOR", "n")),
+    ("environment", "what is seen where no surface is, and through surfaces", "orcaPassBackground", ', "source" 0', COLORS),
+    ("lamps", "area lights that are seen themselves", "orcaPassBackground", ', "source" 1', COLORS),
+    ("label", "pass index of the object", "", "", ("Y", "VALUE", "tag")),
+)
+UTILITIES = {row[0]: row for row in UTILITY_PASSES}
+COMPONENTS = ("ambient", "diffuse", "specular", "incandescence", "indirect", "reflection", "refraction", "environment", "lamps")
+
+# Passes that Blender's view layers have switches for: the switch, Blender's name, the pass that it is made of.
+BLENDER_PASSES = (
+    ("use_pass_z", "Depth", "cameraDepth"),
+    ("use_pass_mist", "Mist", "cameraDepth"),
+    ("use_pass_normal", "Normal", "normalWorld"),
+    ("use_pass_object_index", "IndexOB", "label"),
+    ("use_pass_diffuse_color", "DiffCol", "diffuseMaterialColor"),
+    ("use_pass_glossy_color", "GlossCol", "specularMaterialColor"),
+    ("use_pass_emit", "Emit", "incandescence"),
+    ("use_pass_environment", "Env", "environment"),
+    ("use_pass_ambient_occlusion", "AO", "ambientOcclusion"),
+)
+
+
+@dataclasses.dataclass(frozen=True)
+class Layer:
+    """A layer of the file, which is a pass in Blender."""
+    name: str  # of Blender's pass
+    source: str  # of the catalogue
+    light_group: typing.Optional[str] = None  # light of this group of lights alone
+    collection: typing.Optional[str] = None  # objects of this collection alone
+    reflections: bool = False  # takes what reflected rays bring
+    refractions: bool = False
+
+    @property
+    def shape(self):
+        """Letters of the channels, kind of socket, data type of the frame buffer."""
+        if self.source in UTILITIES:
+            return UTILITIES[self.source][4]
+        return NUMBERS if self.source in NUMBER_PASSES else COLORS
+
+    @property
+    def is_material_pass(self):
+        return self.source not in UTILITIES
+
+
+def layers_of(view_layer):
+    """The layers of a view layer of Blender, the picture first; of several with one name the first."""
+    layers = [Layer("Combined", "beauty", reflections=True, refractions=True)]
+    layers += [Layer(name, source) for switch, name, source in BLENDER_PASSES if getattr(view_layer, switch)]
+    layers += [Layer(f"Combined_{group.name}", "beauty", light_group=group.name, reflections=True, refractions=True)
+               for group in view_layer.lightgroups]
+    layers += [Layer(wanted.layer_name, wanted.source, wanted.light_group or None, wanted.collection.name if wanted.collection else None,
+                     wanted.source == "beauty" or wanted.reflections, wanted.source == "beauty" or wanted.refractions)
+               for wanted in view_layer.orca.passes if wanted.enabled]
+    return list({layer.name: layer for layer in reversed(layers)}.values())[::-1]
+
+
+class PassSetup:
+    """What a scene says to make layers: statements of the camera, shaders of materials and of the options.
+
+    prefix: of the names of frame buffers
+    """
+
+    def __init__(self, layers, prefix=""):
+        self._layers = layers
+        self._prefix = prefix
+        utilities = [layer for layer in layers if UTILITIES.get(layer.source, ("",) * 3)[2]]
+        self._utilities = utilities
+        calls = [(layer, f'"{UTILITIES[layer.source][2]}" ( "passIndex" {i}, "contributionIndex" {{bit}}{UTILITIES[layer.source][3]} )')
+                 for i, layer in enumerate(utilities)]
+        records = sum(layer.is_material_pass for layer in layers)
+        self.material_shaders = "".join(
+            f"\n    {call.format(bit=records + i)}" for i, (layer, call) in enumerate(calls) if layer.source not in ("environment", "lamps"))
+        self.state_shaders = "".join(
+            f"\n          {call.replace(', ' + chr(34) + 'contributionIndex' + chr(34) + ' {bit}', '')}" for layer, call in calls
+            if layer.source in ("environment", "lamps"))
+
+    def buffer(self, layer):
+        return self._prefix + layer.name
+
+    def write(self, text, name):
+        """Prints the data block of the camera."""
+        buffers = ", ".join(f'"{self.buffer(layer)}"' for layer in self._utilities)
+        records = ",\n        ".join(self._record(layer) for layer in self._layers if layer.is_material_pass)
+        text.print(f'data "{name}" "orcaNamedPasses" (\n    "nonMaterialFrameBuffers" [ {buffers} ],\n'
+                   f'    "frameBufferInfo" [\n        {records} ] )\nend data')
+
+    def _record(self, layer):
+        fields = [f'"passType" "{layer.source}"', f'"frameBufferName" "{self.buffer(layer)}"']
+        fields += ['"weightByOpacity" on'] * (layer.source in WEIGHTED_PASSES)
+        fields += ['"shadowed" on'] * (layer.source in SHADOWED_PASSES)
+        fields += ['"ignoreObjectLinks" on'] * bool(layer.light_group or layer.collection)
+        if layer.reflections:
+            fields += ['"includeReflection" on', f'"maxReflectionLevel" {MANY_LEVELS}']
+        if layer.refractions:
+            fields += ['"includeRefraction" on', f'"maxRefractionLevel" {MANY_LEVELS}']
+        return "{ " + ", ".join(fields) + " }"
+
+    def camera_statements(self, block):
+        """Frame buffers and data block, as statements of the camera."""
+        lines = []
+        for layer in self._layers:
+            kind = layer.shape[2]
+            by_opacity = " useopacity on" if layer.is_material_pass or layer.source in ("environment", "lamps") else ""
+            lines.append(f'    framebuffer "{self.buffer(layer)}" datatype "{kind}" user {"off" if kind == "tag" else "on"}{by_opacity}\n')
+        return "".join(lines) + f'    data "{block}"\n'
+
+    def left_out_of(self, light_group=None, collections=None):
+        """Names of the frame buffers that a light of a group, or an object of some collections, does not feed.
+
+        light_group: name of the light's group, "" for none; None for an object
+        collections: names of the collections that hold the object; None for a light
+        """
+        return [self.buffer(layer) for layer in self._layers if layer.is_material_pass
+                and ((light_group is not None and layer.light_group and layer.light_group != light_group)
+                     or (collections is not None and layer.collection and layer.collection not in collections))]
