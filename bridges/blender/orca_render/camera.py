@@ -24,7 +24,10 @@ def picture_of(render, width, height):
     """The picture of a render that Blender wants `width` x `height` pixels of: those of the region, if there is one."""
     if not render.use_border:
         return Picture(width, height)
-    return Picture(width, height, render.border_min_x, render.border_max_x, render.border_min_y, render.border_max_y)
+    # Blender cuts off the fractions of pixels.
+    left, right = int(render.border_min_x * width), int(render.border_max_x * width)
+    bottom, top = int(render.border_min_y * height), int(render.border_max_y * height)
+    return Picture(right - left, top - bottom, left / width, right / width, bottom / height, top / height)
 
 
 @dataclasses.dataclass
@@ -104,8 +107,8 @@ def write(text, name, camera_object, matrix, scene, picture, frame, statements, 
         lenses = [_panorama(camera, losses)]
     lenses.append('"orcaFrameBufferLens" ( )')
     # The picture's middle lies where the view's does, so many pixels off the axis.
-    shift_x = (view.left + view.right) / 2 / view.width * picture.width
-    shift_y = (view.bottom + view.top) / 2 / view.height * picture.height
+    shift_x = -(view.left + view.right) / 2 / view.width * picture.width
+    shift_y = -(view.bottom + view.top) / 2 / view.height * picture.height
     focal = "focal infinity  aperture" if view.is_parallel else "focal 1  aperture"
     text.print(f'camera "{name}"\n    framebuffer "main" datatype "rgba_fp" filtering on primary on\n{statements}'
                f"    resolution {picture.width} {picture.height}  aspect {view.width / view.height:.9g}\n"

@@ -74,24 +74,18 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
             stem = "".join(c if c.isalnum() or c in "-_" else "_" for c in stem)
             scene_file, layered_file = (os.path.join(folder, stem + extension) for extension in (".mi", ".exr"))
             job = self._write(depsgraph, scene_file, view_layer.name + ".", losses)
-            arguments = [scene_file, "-o", layered_file, "--files", "layers", "--single-part"]
-            if scene.render.threads_mode == "FIXED":
-                arguments += ["-t", str(scene.render.threads)]
-            finished = self._run(command, arguments)
+            picture = process.Picture(command, scene_file, layered_file)
+            self._run(picture, scene, lambda: self._take(depsgraph, job, layered_file))
             if scene.orca.keep_files:
                 shutil.copytree(folder, bpy.path.abspath(scene.orca.keep_folder), dirs_exist_ok=True)
-            if finished and os.path.exists(layered_file):
-                self._take(depsgraph, job, layered_file)
 
-    def _run(self, command, arguments):
-        """Runs orca-render to its end; False when the user or an error has ended it."""
-        child = process.RenderProcess(command, arguments)
+    def _run(self, picture, scene, take):
+        """Renders a picture to its end, or until the user or an error ends it; takes over what there is of it."""
+        interval = 0 if bpy.app.background else scene.orca.preview_seconds
+        child = picture.render(interval, scene.render.threads if scene.render.threads_mode == "FIXED" else 0)
         shown = 0
         try:
-            while True:
-                if self.test_break():
-                    child.stop()
-                    return False
+            while not self._is_stopped():
                 event = child.event(POLL_SECONDS)
                 if isinstance(event, process.Progress):
                     self._show(event)
@@ -99,16 +93,25 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
                     shown += 1
                     if shown <= SHOWN_MESSAGES:
                         self.report({"WARNING"} if event.kind == "warning" else {"ERROR"}, f"Orca: {event.text}")
+                if interval and picture.develop_new():
+                    take()
+            child.stop()
+            if picture.develop_new():
+                take()
+            return
         except EOFError:
             code = child.end()
         if shown > SHOWN_MESSAGES:
             self.report({"WARNING"}, f"Orca: {shown - SHOWN_MESSAGES} more messages")
-        if code == 0:
-            return True
-        problem = process.ADVICE.get(code, f"orca-render was ended by signal {-code}" if code < 0 else f"exit code {code}")
-        self.error_set(f"Orca: {problem}")
-        self.report({"ERROR"}, f"Orca: {problem}")
-        return code == 1  # what can be is written
+        if os.path.exists(picture.layered_file) and code in (0, 1):  # 1: what can be is written
+            take()
+        if code != 0:
+            problem = process.ADVICE.get(code, f"orca-render was ended by signal {-code}" if code < 0 else f"exit code {code}")
+            self.report({"ERROR"}, f"Orca: {problem}")
+            self.error_set(f"Orca: {problem}")
+
+    def _is_stopped(self):
+        return self.test_break()
 
     def _show(self, event):
         begin, length = PHASES.get(event.phase, (0.0, 0.0))
@@ -123,6 +126,6 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
         view = None if data.type == "PANO" else camera.view_of(data, scene, picture)
         render_result = self.begin_result(0, 0, picture.width, picture.height, layer=depsgraph.view_layer.name)
         try:
-            result.load(render_result, layered_file, job.layers, view, scene.world.mist_settings if scene.world else None)
+            result.load(render_result, layered_file, job.layers, view, scene.world)
         finally:
             self.end_result(render_result)

@@ -13,6 +13,7 @@ from . import scene_text
 # Colour spaces of Blender whose values are those of light, and those that have a profile in scenes.
 LINEAR = {"Linear", "Non-Color", "Raw"}
 PROFILES = {"sRGB": "sRGB"}
+LUMINANCE = numpy.array((0.2126, 0.7152, 0.0722), numpy.float32)  # as Blender turns colours into numbers
 
 
 def _decoded(display):
@@ -21,6 +22,15 @@ def _decoded(display):
 
 def _encoded(linear):
     return numpy.where(linear <= 0.0031308, linear * 12.92, 1.055 * numpy.maximum(linear, 0.0031308) ** (1 / 2.4) - 0.055)
+
+
+def part_of(pixels, part):
+    """Three channels of an array of four: the alpha, the luminance ("grey") or the colour ("")."""
+    if part == "alpha":
+        return pixels[..., 3:].repeat(3, axis=2)
+    if part == "grey":
+        return (pixels[..., :3] @ LUMINANCE)[..., None].repeat(3, axis=2)
+    return pixels[..., :3]
 
 
 def _resized(pixels, width, height):
@@ -73,7 +83,14 @@ class Images:
 
     def alpha(self, image, user):
         """Name of a texture of an image's alpha, as grey; None where there is no image."""
-        return self.derived("alpha", [(image, user)], lambda pixels: pixels[..., 3:].repeat(3, axis=2))
+        return self.derived("alpha", [(image, user)], lambda pixels: part_of(pixels, "alpha"))
+
+    def grey(self, image, user):
+        """Name of a texture of an image's luminance, which is the image itself where it has no colours."""
+        pixels = self._pixels(image) if image else None
+        if pixels is None or numpy.ptp(pixels[..., :3], axis=2).max() < 1 / 512:
+            return self.element(image, user)
+        return self.derived("grey", [(image, user)], lambda pixels: part_of(pixels, "grey"))
 
     def derived(self, kind, sources, compute, is_color=False):
         """Name of a texture that is computed of images pixel by pixel; None where one of them is missing.

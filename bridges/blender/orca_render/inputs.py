@@ -14,7 +14,7 @@ class Texture:
     """A look-up that a node of the scene does."""
     kind: str  # "image", "panorama", "colors" or "checker"
     node: typing.Any  # of Blender
-    alpha: bool = False  # the image's alpha instead of its colour
+    part: str = ""  # of an image: its "alpha" or its luminance, "grey", instead of its colour
     groups: tuple = ()  # through which the node was reached
     element: str = ""  # name of a texture of the scene that is taken instead of the node's image
 
@@ -38,6 +38,14 @@ class Value:
     def scalar(self):
         """Luminance of the constant part, as Blender turns colours into numbers."""
         return 0.2126 * self.offset[0] + 0.7152 * self.offset[1] + 0.0722 * self.offset[2]
+
+    @property
+    def grey(self):
+        """The same as a number, which Blender makes of a colour that is connected to one."""
+        texture = self.texture
+        if texture is None or texture.kind != "image" or texture.part:
+            return self
+        return Value(self.offset, self.gain, dataclasses.replace(texture, part="grey"))
 
     def scaled(self, factor):
         """Times a number or a colour."""
@@ -93,8 +101,8 @@ class Inputs:
         yield self._source(socket)
         self._groups = entered
 
-    def _texture(self, kind, node, alpha=False):
-        return Value(texture=Texture(kind, node, alpha, tuple(self._groups.items())))
+    def _texture(self, kind, node, part=""):
+        return Value(texture=Texture(kind, node, part, tuple(self._groups.items())))
 
     def _source(self, socket):
         for _ in range(MOST_NODES):
@@ -153,7 +161,7 @@ class Inputs:
     def _read_tex_image(self, node, output):
         if node.image is None:
             return constant((0, 0, 0))
-        return self._texture("image", node, output.identifier == "Alpha")
+        return self._texture("image", node, "alpha" if output.identifier == "Alpha" else "")
 
     def _read_tex_environment(self, node, output):
         return constant((0, 0, 0)) if node.image is None else self._texture("panorama", node)

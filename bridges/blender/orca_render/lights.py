@@ -130,3 +130,12 @@ def write(text, name, light_object, shadow_rays, matrix, losses):
     text.print(f'light "{name}" "orcaVelaSpotLight" ( {strength}, "units" 2{soft}{switches},\n'
                f'    "coneAngle" {math.degrees(2 * outer):.6g}, "dropoff" 1 )\n'
                f"    origin 0 0 0  direction 0 0 -1  spread {math.cos(outer):.9g} end light")
+
+
+def write_emitter(text, name, instance, emission, samples):
+    """Prints the light of a mesh.
+
+    instance: name of the mesh's instance
+    emission: its radiance, as a parameter's value; Blender's surfaces emit to both sides
+    """
+    text.print(f'light "{name}" "orcaVelaShapeLight" ( "color" {emission}, "twoSided" on ) object "{instance}" {samples} {samples} end light')

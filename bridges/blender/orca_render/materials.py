@@ -9,7 +9,7 @@ import math
 
 import numpy
 
-from . import meshes, scene_text
+from . import images, meshes, scene_text
 from .inputs import Inputs, Value, constant
 from .surfaces import HOLDOUT, Layers, Surface, Surfaces
 from .textures import Textures
@@ -31,14 +31,15 @@ class Materials:
     environment: the environment shader of materials where the camera has none
     """
 
-    def __init__(self, text, images, losses, pass_shaders="", environment=""):
+    def __init__(self, text, pictures, losses, pass_shaders="", environment=""):
         self._text = text
-        self._images = images
+        self._images = pictures
         self._losses = losses
         self._pass_shaders = pass_shaders
         self._environment = environment
         self._names = {}
         self._wanted = {}
+        self._emission = {}
 
     def name(self, material):
         """Name of the scene's material for one of Blender, or for none, a grey one."""
@@ -48,16 +49,23 @@ class Materials:
             printer = _Printer(self._text, self._images, material.name if material else "default", self._losses)
             self._names[key] = self._print(surface, printer)
             self._wanted[key] = printer.wanted
+            self._emission[key] = printer.emission
         return self._names[key]
+
+    def emission(self, material):
+        """What a material gives off, as a parameter's value; empty for nothing. It has to be printed."""
+        return self._emission.get(material.name_full, "") if material else ""
 
     def special(self, kind):
         """Name of the material of holdouts or of shadow catchers: "holdout" or "catcher"."""
         if kind not in self._names:
             name = self._text.name(kind)
-            mask = 0 if kind == "holdout" else 1
-            matte = ', "matteMode" 0' if kind == "holdout" else ""
-            self._text.print(f'shader "{name}" "orcaVelaUseBackground" ( "shadowMask" {mask}{matte} )')
-            self._names[kind] = self._material(name, name, OPAQUE_SHADOW, True)
+            settings = {"holdout": '"shadowMask" 0, "matteMode" 0', "catcher": ""}[kind]
+            if kind == "catcher" and self._environment:
+                self._losses.add("shadow catchers in pictures without background, where they are holes")
+                settings = '"shadowMask" 0, "matteMode" 1, "matteOpacity" 0'
+            self._text.print(f'shader "{name}" "orcaVelaUseBackground" ( {settings} )')
+            self._names[kind] = self._material(name, name, OPAQUE_SHADOW, True, "")
         return self._names[kind]
 
     def wanted(self, materials):
@@ -75,11 +83,11 @@ class Materials:
             return self.special("holdout")
         shader, transparency = printer.surface(surface)
         shadow = OPAQUE_SHADOW if transparency is None else f'shadow "orcaVelaShadow" ( "transparency" {transparency} )'
-        return self._material(printer.name, shader, shadow, transparency is None)
+        return self._material(printer.name, shader, shadow, transparency is None, self._environment)
 
-    def _material(self, wanted, shader, shadow, is_opaque):
+    def _material(self, wanted, shader, shadow, is_opaque, environment):
         name = self._text.name(wanted + " material")
-        environment = f'\n    environment = "{self._environment}"' if self._environment else ""
+        environment = f'\n    environment = "{environment}"' if environment else ""
         self._text.print(f'material "{name}"{" opaque" if is_opaque else ""}\n'
                          f'    "orcaVelaShadingEngine" ( "surfaceShader" "{shader}" ){self._pass_shaders}\n'
                          f"    {shadow}{environment}\nend material\n")
@@ -89,12 +97,12 @@ class Materials:
 class _Printer:
     """Prints the shaders of one material."""
 
-    def __init__(self, text, images, name, losses):
+    def __init__(self, text, pictures, name, losses):
         self.name = name
+        self.emission = ""  # of the whole material, as a parameter's value
         self._text = text
-        self._images = images
         self._inputs = Inputs(name, losses)
-        self._textures = Textures(text, images, self._inputs, name)
+        self._textures = Textures(text, pictures, self._inputs, name)
 
     @property
     def wanted(self):
@@ -105,11 +113,16 @@ class _Printer:
         if surface is HOLDOUT:
             self._inputs.lose("holdouts mixed with other surfaces")
             return self._plain(Surface(self.name, base=constant(0)))
-        return self._layers(surface) if isinstance(surface, Layers) else self._plain(surface)
+        if isinstance(surface, Layers):
+            return self._layers(surface)
+        return self._plain(surface)
 
     def _layers(self, layers):
         front, front_hole = self.surface(layers.front)
         back, back_hole = self.surface(layers.back)
+        if self.emission:
+            self._inputs.lose("light on other things from emission that is mixed with other surfaces")
+            self.emission = ""
         name = self._text.name(self.name + " layers")
         under = "0 0 0 1" if back_hole is None else f'= "{back}.outTransparency"'
         if layers.share is None:
@@ -131,7 +144,7 @@ class _Printer:
         emission = settled(surface.emission)
         shader = "orcaVelaLambert"
         if surface.translucence > 0:
-            parameters += ['"diffuse" 0', f'"translucence" {surface.translucence:.6g}', '"translucenceForward" 0']
+            parameters += ['"diffuse" 0', f'"translucence" {surface.translucence:.6g}', '"translucenceForward" 0', '"translucenceWrap" 1']
         else:
             parameters.append('"diffuse" 1')
         parameters.append(f'"color" {color(diffuse.scaled(kept * (1 - surface.subsurface)))}')
@@ -144,7 +157,8 @@ class _Printer:
             parameters += [f'"scatterColor" {scene_text.color([c * share for c in surface.subsurface_color])}',
                            f'"scatterRadius" {scene_text.color([max(r, 1e-5) for r in surface.subsurface_radius])}']
         if not emission.is_black:
-            parameters.append(f'"incandescence" {color(emission)}')
+            self.emission = color(emission)
+            parameters.append(f'"incandescence" {self.emission}')
         transparency = self._transparency(surface, base)
         if transparency is not None:
             parameters.append(f'"transparency" {transparency}')
@@ -173,12 +187,9 @@ class _Printer:
 
     def _by_image(self, part, base, metal):
         """Of metalness by the pixel, the colour that follows from it is an image, too."""
-        def share(pixels):
-            return numpy.clip(pixels[..., :3] * metal.gain + metal.offset, 0, 1)
-
         def compute(metal_pixels, base_pixels=None):
-            color = base.offset if base_pixels is None else base_pixels[..., :3] * base.gain + base.offset
-            m = share(metal_pixels)
+            color = base.offset if base_pixels is None else images.part_of(base_pixels, base.texture.part) * base.gain + base.offset
+            m = numpy.clip(images.part_of(metal_pixels, metal.texture.part) * metal.gain + metal.offset, 0, 1)
             return color * (1 - m) if part == "diffuse" else 1 - m + color * m
 
         textures = [metal.texture] + ([] if base.is_constant else [base.texture])

@@ -39,7 +39,7 @@ class ORCA_RENDER_PT_sampling(_Panel, bpy.types.Panel):
         row = column.column(align=True)
         row.prop(settings, "samples_min", text="Samples 4^N Min")
         row.prop(settings, "samples_max")
-        for name in ("contrast", "filter", "filter_size", "shadow_rays", "light_samples"):
+        for name in ("contrast", "filter", "filter_size", "shadow_rays", "light_samples", "mesh_lights"):
             column.prop(settings, name)
 
 
@@ -89,6 +89,7 @@ class ORCA_RENDER_PT_film(_Panel, bpy.types.Panel):
     def draw(self, context):
         column = self.column()
         column.prop(context.scene.render, "film_transparent", text="Transparent")
+        column.prop(context.scene.orca, "preview_seconds")
         column.prop(context.scene.orca, "keep_files")
         column.prop(context.scene.orca, "keep_folder")
 

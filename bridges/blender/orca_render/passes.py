@@ -81,12 +81,15 @@ BLENDER_PASSES = (
     ("use_pass_mist", "Mist", "cameraDepth"),
     ("use_pass_normal", "Normal", "normalWorld"),
     ("use_pass_object_index", "IndexOB", "label"),
+    ("use_pass_diffuse_direct", "DiffDir", "directIrradiance"),
     ("use_pass_diffuse_color", "DiffCol", "diffuseMaterialColor"),
     ("use_pass_glossy_color", "GlossCol", "specularMaterialColor"),
     ("use_pass_emit", "Emit", "incandescence"),
     ("use_pass_environment", "Env", "environment"),
     ("use_pass_ambient_occlusion", "AO", "ambientOcclusion"),
 )
+
+GROUP_PREFIX = "Combined_"  # of Blender's passes of one light group
 
 
 @dataclasses.dataclass(frozen=True)
@@ -115,8 +118,10 @@ def layers_of(view_layer):
     """The layers of a view layer of Blender, the picture first; of several with one name the first."""
     layers = [Layer("Combined", "beauty", reflections=True, refractions=True)]
     layers += [Layer(name, source) for switch, name, source in BLENDER_PASSES if getattr(view_layer, switch)]
-    layers += [Layer(f"Combined_{group.name}", "beauty", light_group=group.name, reflections=True, refractions=True)
+    layers += [Layer(f"{GROUP_PREFIX}{group.name}", "beauty", light_group=group.name, reflections=True, refractions=True)
                for group in view_layer.lightgroups]
+    if view_layer.lightgroups:
+        layers.append(Layer("Env", "environment"))  # which is taken away from the groups that the world is not in
     layers += [Layer(wanted.layer_name, wanted.source, wanted.light_group or None, wanted.collection.name if wanted.collection else None,
                      wanted.source == "beauty" or wanted.reflections, wanted.source == "beauty" or wanted.refractions)
                for wanted in view_layer.orca.passes if wanted.enabled]

@@ -3,6 +3,7 @@
 
 import dataclasses
 import json
+import os
 import queue
 import re
 import subprocess
@@ -83,3 +84,39 @@ class RenderProcess:
         except subprocess.TimeoutExpired:
             self._process.kill()
         return self.end()
+
+
+class Picture:
+    """A scene file and the layered file that is made of it, whole or as far as it is.
+
+    All layers are in one part of the file, which is what Blender reads.
+    """
+
+    def __init__(self, command, scene_file, layered_file):
+        self.layered_file = layered_file
+        self._command = command
+        self._scene_file = scene_file
+        self._checkpoint = layered_file + ".checkpoint"
+        self._developed = None  # when the checkpoint was written that was developed last
+
+    def render(self, interval, threads):
+        """Starts the render, which keeps every `interval` seconds what it has, and when it is stopped; 0: then alone.
+
+        threads: 0 for all processors
+        """
+        return RenderProcess(self._command, [
+            self._scene_file, "-o", self.layered_file, "--files", "layers", "--single-part", "--checkpoint",
+            f"{interval:g},{self._checkpoint}", *(["-t", str(threads)] if threads else [])])
+
+    def develop_new(self):
+        """Makes the layered file of what is rendered so far; False where that is no more than the last time."""
+        try:
+            written = os.stat(self._checkpoint).st_mtime_ns
+        except FileNotFoundError:  # the render has not begun, or has finished
+            return False
+        if written == self._developed:
+            return False
+        self._developed = written
+        done = subprocess.run([self._command, "--develop", self._checkpoint, "-o", self.layered_file, "--single-part", "-v", "1"],
+                              stdin=subprocess.DEVNULL, capture_output=True, check=False)
+        return done.returncode == 0

@@ -13,33 +13,39 @@ def register(engine, scene, view_layer, layers):
         engine.register_pass(scene, view_layer, layer.name, len(letters), letters, kind)
 
 
-def load(result, path, layers, camera_view, mist):
+def load(result, path, layers, camera_view, world):
     """Fills the result's passes from a layered file.
 
     camera_view: camera.View of the picture, None for panoramas
-    mist: Blender's settings of the mist
+    world: Blender's world or None, for its mist and its light group
     """
     result.load_from_file(path)
-    width, height = result.resolution_x, result.resolution_y
     for layer in layers:
-        change = _change_of(layer, camera_view, mist)
-        if change is None:
-            continue
-        render_pass = result.layers[0].passes[layer.name]
-        values = numpy.empty((width * height, render_pass.channels), numpy.float32)
-        render_pass.rect.foreach_get(values)
-        shaped = values.reshape(height, width, -1)
-        render_pass.rect.foreach_set(numpy.ascontiguousarray(change(shaped), numpy.float32).reshape(values.shape))
+        change = _change_of(layer, camera_view, world, result)
+        if change is not None:
+            values = _values(result, layer.name)
+            flat = numpy.ascontiguousarray(change(values), numpy.float32).reshape(-1, values.shape[2])
+            result.layers[0].passes[layer.name].rect.foreach_set(flat)
 
 
-def _change_of(layer, view, mist):
+def _values(result, name):
+    """Values of a pass, height x width x channels, the lower row first."""
+    render_pass = result.layers[0].passes[name]
+    values = numpy.empty((result.resolution_x * result.resolution_y, render_pass.channels), numpy.float32)
+    render_pass.rect.foreach_get(values)
+    return values.reshape(result.resolution_y, result.resolution_x, -1)
+
+
+def _change_of(layer, view, world, result):
     """How a layer's values become those that Blender expects; None where they are those."""
     if layer.name == "Depth":
         return lambda values: _axial_depth(values, view)
     if layer.name == "Mist":
-        return lambda values: _mist(values, mist)
+        return lambda values: _mist(values, world.mist_settings) if world else values
     if layer.source in {"normal", "normalWorld", "motionVector3D"}:
         return _upright
+    if layer.source == "beauty" and layer.light_group and not (world and world.lightgroup == layer.light_group):
+        return lambda values: values - _values(result, "Env") * (1, 1, 1, 0)
     return None
 
 

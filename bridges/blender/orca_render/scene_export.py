@@ -39,6 +39,19 @@ def shutter_of(scene):
     return begin, begin + length
 
 
+@dataclasses.dataclass
+class _Placed:
+    """An object at a place, printed once all that it refers to is."""
+    key: tuple
+    matrix: object
+    element: str  # name of the object
+    materials: list  # names
+    flags: list  # statements
+    collections: list  # names of those that layers ask for
+    emission: str  # as a parameter's value; empty: it is no light
+    light_group: str
+
+
 class _SceneExport:
     """One scene; its parts are printed in the order in which they are needed."""
 
@@ -124,12 +137,12 @@ class _SceneExport:
             elif kind in snapshot.MESH_TYPES:
                 element = self._object(shown)
                 if element:
-                    placed.append((shown, element, self._materials_of(shown), self._flags(shown.thing)))
+                    placed.append(self._placed(shown, element))
             elif snapshot.UNSUPPORTED.get(kind):
                 self._losses.add(snapshot.UNSUPPORTED[kind], shown.thing.name)
             self._note_losses(shown.thing)
-        for shown, element, materials, flags in placed:
-            self._instance(shown, element, materials, flags)
+        for each in placed:
+            self._instance(each)
 
     def _note_losses(self, thing):
         for system in getattr(thing, "particle_systems", ()):
@@ -173,22 +186,38 @@ class _SceneExport:
         flags += [] if thing.visible_shadow else ["shadow off"]
         flags += [] if thing.visible_glossy else ["reflection 2"]
         flags += [] if thing.visible_transmission else ["refraction 2"]
-        flags += [] if thing.visible_diffuse else ["finalgather off"]
+        flags += [] if thing.visible_diffuse else ["finalgather 2"]
         if any(layer.source == "label" for layer in self._job.layers):
             flags.append(f"tag {thing.pass_index}")
         return flags
 
-    def _instance(self, shown, element, materials, flags):
-        links = self._link_block(self._setup.left_out_of(collections=self._collections_of(shown)))
+    def _placed(self, shown, element):
+        thing = shown.thing
+        slots = self._slots(thing)
+        emission = self._materials.emission(slots[0]) if len(slots) == 1 and self._settings.mesh_lights else ""
+        if len(slots) > 1 and any(self._materials.emission(slot) for slot in slots):
+            self._losses.add("light on other things from meshes with several materials, of which some emit", thing.name)
+        return _Placed(shown.key, shown.matrix, element, self._materials_of(shown), self._flags(thing), self._collections_of(shown),
+                       emission, shown.original.lightgroup)
+
+    def _instance(self, placed):
+        links = self._link_block(self._setup.left_out_of(collections=placed.collections))
+        materials = placed.materials
         listed = f'"{materials[0]}"' if len(materials) == 1 else "[ " + ", ".join(f'"{m}"' for m in materials) + " ]"
-        name = self._text.name(shown.key[0] + " here")
-        self._text.print(f'instance "{name}" "{element}"\n    material {listed}' + "".join(f"  {flag}" for flag in flags) + links)
-        self._text.transform(shown.matrix)
-        later = self._later.matrices.get(shown.key)
-        if later is not None and later != shown.matrix and scene_text.is_invertible(later):
+        # Gathered light would bring a second time what emitters send as lights.
+        flags = placed.flags + (["finalgather 2"] if placed.emission and "finalgather 2" not in placed.flags else [])
+        name = self._text.name(placed.key[0] + " here")
+        self._text.print(f'instance "{name}" "{placed.element}"\n    material {listed}' + "".join(f"  {flag}" for flag in flags) + links)
+        self._text.transform(placed.matrix)
+        later = self._later.matrices.get(placed.key)
+        if later is not None and later != placed.matrix and scene_text.is_invertible(later):
             self._text.transform(later, "motion transform")
         self._text.print("end instance")
         self._members.append(name)
+        if placed.emission:
+            light = self._text.name(placed.key[0] + " light")
+            lights.write_emitter(self._text, light, name, placed.emission, self._settings.light_samples)
+            self._light_instance(light + " here", light, placed.light_group)
 
     def _collections_of(self, shown):
         names = {shown.original.name_full, shown.key[1]}

@@ -56,6 +56,7 @@ class OrcaScene(bpy.types.PropertyGroup):
                              min=1, max=1024)
     light_samples: IntProperty(name="World Light", description="Rows and columns of rays to the world and to emitting meshes", default=4,
                                min=1, max=64)
+    mesh_lights: BoolProperty(name="Meshes Light", description="Meshes whose material emits light the scene", default=True)
     indirect_light: BoolProperty(name="Indirect Light", description="Gather light that surfaces send one another", default=False)
     gather_rays: IntProperty(name="Rays", description="Rays for each point that light is gathered at", default=256, min=1, max=65536)
     gather_bounces: IntProperty(name="Bounces", description="Diffuse bounces of the light", default=2, min=1, max=16)
@@ -65,6 +66,8 @@ class OrcaScene(bpy.types.PropertyGroup):
         ("START", "Start on Frame", "It opens at the frame"), ("CENTER", "Center on Frame", "The frame is its middle"),
         ("END", "End on Frame", "It closes at the frame")])
     motion_steps: IntProperty(name="Steps", description="Parts of the shutter in which things move straight", default=4, min=1, max=128)
+    preview_seconds: FloatProperty(name="Preview", description="Show how far the picture is at this interval, in seconds; 0: when it is done",
+                                   default=4, min=0, max=3600)
     keep_files: BoolProperty(name="Keep Files", description="Keep the scene and the layered file of each render")
     keep_folder: StringProperty(name="Folder", description="Where they are kept", subtype="DIR_PATH", default="//orca/")
 

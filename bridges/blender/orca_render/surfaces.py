@@ -6,6 +6,9 @@ import typing
 
 from .inputs import Inputs, Value, constant
 
+# Light that comes through does so at the same strength from every angle: this share is as much in all as by the cosine.
+EVEN_TRANSLUCENCE = 0.5
+
 BLACK, WHITE = constant(0), constant(1)
 
 
@@ -105,9 +108,9 @@ class Surfaces:
             if node.inputs[name].is_linked or number(node, name) > 0:
                 self._lose(what)
         surface = self._surface(
-            node, base=value(node.inputs["Base Color"]), has_highlight=True, metalness=value(node.inputs["Metallic"]),
+            node, base=value(node.inputs["Base Color"]), has_highlight=True, metalness=value(node.inputs["Metallic"]).grey,
             roughness=value(node.inputs["Roughness"]), reflectance=0.08 * number(node, "Specular"),
-            refractive_index=number(node, "IOR"), opacity=value(node.inputs["Alpha"]),
+            refractive_index=number(node, "IOR"), opacity=value(node.inputs["Alpha"]).grey,
             transmission=number(node, "Transmission", "images of transmission and thickness"),
             subsurface=number(node, "Subsurface"))
         if surface.subsurface > 0:
@@ -146,7 +149,7 @@ class Surfaces:
         return surface
 
     def _read_bsdf_translucent(self, node):
-        return self._surface(node, base=self._inputs.value(node.inputs["Color"]), translucence=1.0)
+        return self._surface(node, base=self._inputs.value(node.inputs["Color"]), translucence=EVEN_TRANSLUCENCE)
 
     def _read_subsurface_scattering(self, node):
         color = self._inputs.value(node.inputs["Color"])
@@ -191,7 +194,7 @@ class Surfaces:
             under.has_highlight, under.roughness = True, over.roughness
             under.reflectance = ((index - 1) / (index + 1)) ** 2
             return under
-        share = self._inputs.value(node.inputs[0])
+        share = self._inputs.value(node.inputs[0]).grey
         if share.is_constant and share.scalar <= 0:
             return under
         if share.is_constant and share.scalar >= 1:

@@ -4,6 +4,7 @@
 import numpy
 
 from . import scene_text
+from .images import part_of
 from .inputs import Texture, Value, constant
 
 WRAPS = {"REPEAT": 0, "EXTEND": 1, "CLIP": 3, "MIRROR": 2}
@@ -50,7 +51,7 @@ class Textures:
         element = self._images.derived(name, sources, compute, is_color=True)
         if element is None:
             return constant(0.5)
-        return Value(texture=Texture("image", like.node, False, like.groups, element))
+        return Value(texture=Texture("image", like.node, "", like.groups, element))
 
     @staticmethod
     def mean(value):
@@ -60,7 +61,7 @@ class Textures:
             return value.scalar if value.is_constant else 0.5
         pixels = numpy.empty(image.size[0] * image.size[1] * 4, numpy.float32)
         image.pixels.foreach_get(pixels)
-        return float((pixels.reshape(-1, 4)[:, :3].mean(axis=0) * value.gain + value.offset).mean())
+        return float((part_of(pixels.reshape(-1, 4), value.texture.part).mean(axis=0) * value.gain + value.offset).mean())
 
     def _shader(self, value: Value):
         """Name of the shader and the member that is the colour; None for a constant."""
@@ -75,7 +76,7 @@ class Textures:
         if texture.kind == "panorama":
             self._inputs.lose("images of all directions on surfaces")
             return None
-        look_up = self._images.alpha if texture.alpha else self._images.element
+        look_up = getattr(self._images, texture.part or "element")
         return texture.element or look_up(texture.node.image, texture.node.image_user)
 
     def _image(self, value):
@@ -109,7 +110,8 @@ class Textures:
             for socket in ("Color1", "Color2"))
         # Blender counts squares, scenes pairs of them.
         place = self._coordinate(value.texture, node.inputs["Scale"].default_value / 2)
-        parts = [f'"color1" {first}', f'"color2" {second}', *place]
+        # The square at the origin has Blender's second colour.
+        parts = [f'"color1" {second}', f'"color2" {first}', *place]
         name = self._text.name(self._name + " checker")
         self._text.print(f'shader "{name}" "velaChecker" ( {", ".join(parts)} )')
         return name, ""

@@ -30,14 +30,14 @@ def _background(world, inputs):
 def _rotation(texture, inputs):
     """Degrees by which an image of all directions is turned about the up axis."""
     # The middle of Blender's images looks along x, that of scenes along y of Blender.
-    rotation = 90.0
+    rotation = -90.0
     with inputs.followed(texture.node.inputs["Vector"], texture.groups) as (node, _):
         if node is not None and node.type == "MAPPING":
             x, y, z = node.inputs["Rotation"].default_value
             others = (*node.inputs["Location"].default_value, *(s - 1 for s in node.inputs["Scale"].default_value), x, y)
             if any(abs(value) > 1e-6 for value in others):
                 inputs.lose("placements of the world's image other than rotations about z")
-            rotation += -math.degrees(z) if node.vector_type == "TEXTURE" else math.degrees(z)
+            rotation += math.degrees(z) if node.vector_type == "TEXTURE" else -math.degrees(z)
     return rotation
 
 
@@ -48,24 +48,18 @@ class World:
     """
 
     def __init__(self, text, images: Images, losses, world, samples):
-        self.environment = ""  # name of the shader; empty where nothing is behind the scene
+        self.environment = text.name("environment")  # name of the shader
         self.dome = ""  # name of the light; empty where the world gives none
-        if world is None:
-            return
-        inputs = Inputs(world.name, losses)
-        value = _background(world, inputs)
-        source = self._image(value, images, inputs) if not value.is_constant else self._plain(value)
-        if not source:
-            return
-        self.environment, self.dome = text.name("environment"), text.name("dome")
-        text.print(f'shader "{self.environment}" "velaEnvironmentLatLong" ( {source}, "feedsGather" off )\n'
-                   f'light "{self.dome}" "velaDomeLight" ( {source}, "emitSpecular" off )\n'
-                   f"    user {samples} {samples} end light")
+        inputs = Inputs(world.name if world else "", losses)
+        value = _background(world, inputs) if world else constant(0)
+        source = self._plain(value) if value.is_constant else self._image(value, images, inputs)
+        text.print(f'shader "{self.environment}" "velaEnvironmentLatLong" ( {source}, "feedsGather" off )')
+        if not value.is_black:
+            self.dome = text.name("dome")
+            text.print(f'light "{self.dome}" "velaDomeLight" ( {source}, "emitSpecular" off )\n    user {samples} {samples} end light')
 
     @staticmethod
     def _plain(value):
-        if max(value.offset) <= 0:
-            return ""
         shown = scene_text.color(value.offset)
         return f'"zenith" {shown}, "horizon" {shown}, "ground" {shown}'
 
@@ -79,7 +73,7 @@ class World:
             inputs.lose("mirror-ball images of worlds")
         element = images.element(texture.node.image, texture.node.image_user)
         if element is None:
-            return ""
+            return World._plain(constant(0))
         if any(value.offset):
             inputs.lose("colours added to the world's image")
         return f'"texture" "{element}", "gain" {scene_text.color(value.gain)}, "rotation" {_rotation(texture, inputs):.6g}'
