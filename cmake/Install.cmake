@@ -50,6 +50,8 @@ add_custom_target(orca-farm-documents DEPENDS ${documents}/orca-farm.1.gz)
 add_dependencies(orca-install-files orca-farm-documents)
 install(FILES ${documents}/orca-farm.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/app/farm/orca-farm DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/bridges/blender DESTINATION ${ORCA_INSTALL_BLENDER} COMPONENT runtime
+    FILES_MATCHING PATTERN "*.py" PATTERN "__pycache__" EXCLUDE)
 install(TARGETS orca velabase orca-image-formats LIBRARY DESTINATION ${ORCA_INSTALL_SHADER_LIBRARIES} COMPONENT runtime)
 
 install(TARGETS orca_sdk_archive ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)

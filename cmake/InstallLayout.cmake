@@ -7,6 +7,8 @@ include(GNUInstallDirs)
 set(ORCA_INSTALL_SHADER_LIBRARIES lib/orca-render)
 set(ORCA_INSTALL_DECLARATIONS share/orca-render/declarations)
 
+set(ORCA_INSTALL_BLENDER share/orca-render) # a folder blender in it
+
 set(ORCA_INSTALL_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/orca)
 set(ORCA_INSTALL_CMAKE ${CMAKE_INSTALL_LIBDIR}/cmake/orca)
 set(ORCA_INSTALL_EXAMPLES ${CMAKE_INSTALL_DATADIR}/orca-render/examples)

@@ -13,6 +13,7 @@ from . import scene_text
 # Colour spaces of Blender whose values are those of light, and those that have a profile in scenes.
 LINEAR = {"Linear", "Non-Color", "Raw"}
 PROFILES = {"sRGB": "sRGB"}
+LEAST_STEP = 1 / 512  # half of one of 8 bits
 LUMINANCE = numpy.array((0.2126, 0.7152, 0.0722), numpy.float32)  # as Blender turns colours into numbers
 
 
@@ -25,12 +26,14 @@ def _encoded(linear):
 
 
 def part_of(pixels, part):
-    """Three channels of an array of four: the alpha, the luminance ("grey") or the colour ("")."""
+    """Three channels of an array of four: words of `part` say which.
+
+    alpha: the alpha; associated: colours times alpha, as Cycles shows images whose alpha is not used; grey: the luminance
+    """
     if part == "alpha":
-        return pixels[..., 3:].repeat(3, axis=2)
-    if part == "grey":
-        return (pixels[..., :3] @ LUMINANCE)[..., None].repeat(3, axis=2)
-    return pixels[..., :3]
+        return pixels[..., 3:].repeat(3, axis=-1)
+    colors = pixels[..., :3] * pixels[..., 3:] if "associated" in part else pixels[..., :3]
+    return (colors @ LUMINANCE)[..., None].repeat(3, axis=-1) if "grey" in part else colors
 
 
 def _resized(pixels, width, height):
@@ -68,6 +71,7 @@ class Images:
         self._frame = frame
         self._folder = folder
         self._names = {}
+        self._parts = {}
 
     def element(self, image, user):
         """Name of the texture for an image as an image user (its frame of a sequence) shows it; None where there is none."""
@@ -81,16 +85,19 @@ class Images:
             self._names[key] = self._print(image, self._file(image, user))
         return self._names[key]
 
-    def alpha(self, image, user):
-        """Name of a texture of an image's alpha, as grey; None where there is no image."""
-        return self.derived("alpha", [(image, user)], lambda pixels: part_of(pixels, "alpha"))
-
-    def grey(self, image, user):
-        """Name of a texture of an image's luminance, which is the image itself where it has no colours."""
-        pixels = self._pixels(image) if image else None
-        if pixels is None or numpy.ptp(pixels[..., :3], axis=2).max() < 1 / 512:
+    def part(self, image, user, part):
+        """Name of a texture of a part of an image (see part_of): the image itself where it shows the same; None for no image."""
+        if not part or image is None:
             return self.element(image, user)
-        return self.derived("grey", [(image, user)], lambda pixels: part_of(pixels, "grey"))
+        key = (image.name_full, part)
+        if key not in self._parts:
+            pixels = self._pixels(image)
+            if pixels is None or numpy.abs(part_of(pixels, part) - pixels[..., :3]).max() < LEAST_STEP:
+                self._parts[key] = self.element(image, user)
+            else:
+                is_color = part == "associated" and image.colorspace_settings.name in PROFILES
+                self._parts[key] = self.derived(part, [(image, user)], lambda values: part_of(values, part), is_color)
+        return self._parts[key]
 
     def derived(self, kind, sources, compute, is_color=False):
         """Name of a texture that is computed of images pixel by pixel; None where one of them is missing.

@@ -6,6 +6,7 @@ import contextlib
 import dataclasses
 import typing
 
+WITH_ALPHA = {16, 32, 64, 128}  # bits of the pixels of images with alpha
 MOST_NODES = 64  # along one path; trees cannot have cycles, but groups within groups are deep
 
 
@@ -14,7 +15,7 @@ class Texture:
     """A look-up that a node of the scene does."""
     kind: str  # "image", "panorama", "colors" or "checker"
     node: typing.Any  # of Blender
-    part: str = ""  # of an image: its "alpha" or its luminance, "grey", instead of its colour
+    part: str = ""  # of an image: see images.part_of
     groups: tuple = ()  # through which the node was reached
     element: str = ""  # name of a texture of the scene that is taken instead of the node's image
 
@@ -43,9 +44,9 @@ class Value:
     def grey(self):
         """The same as a number, which Blender makes of a colour that is connected to one."""
         texture = self.texture
-        if texture is None or texture.kind != "image" or texture.part:
+        if texture is None or texture.kind != "image" or texture.part == "alpha":
             return self
-        return Value(self.offset, self.gain, dataclasses.replace(texture, part="grey"))
+        return Value(self.offset, self.gain, dataclasses.replace(texture, part="associated grey" if "associated" in texture.part else "grey"))
 
     def scaled(self, factor):
         """Times a number or a colour."""
@@ -161,7 +162,10 @@ class Inputs:
     def _read_tex_image(self, node, output):
         if node.image is None:
             return constant((0, 0, 0))
-        return self._texture("image", node, "alpha" if output.identifier == "Alpha" else "")
+        if output.identifier == "Alpha":
+            return self._texture("image", node, "alpha")
+        has_alpha = node.image.depth in WITH_ALPHA and node.image.alpha_mode in {"STRAIGHT", "PREMUL"}
+        return self._texture("image", node, "associated" if has_alpha and not node.outputs["Alpha"].is_linked else "")
 
     def _read_tex_environment(self, node, output):
         return constant((0, 0, 0)) if node.image is None else self._texture("panorama", node)

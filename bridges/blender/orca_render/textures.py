@@ -76,8 +76,7 @@ class Textures:
         if texture.kind == "panorama":
             self._inputs.lose("images of all directions on surfaces")
             return None
-        look_up = getattr(self._images, texture.part or "element")
-        return texture.element or look_up(texture.node.image, texture.node.image_user)
+        return texture.element or self._images.part(texture.node.image, texture.node.image_user, texture.part)
 
     def _image(self, value):
         node = value.texture.node

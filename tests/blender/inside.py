@@ -1,0 +1,318 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The cases of blender_test.py, inside Blender: inside.py -- BUILD FOLDER [CASE ...]."""
+import math
+import pathlib
+import subprocess
+import sys
+import time
+
+import addon_utils
+import bpy
+import numpy
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+import made_scenes as made  # noqa: E402
+
+BUILD, FOLDER = map(pathlib.Path, sys.argv[sys.argv.index("--") + 1:][:2])
+
+
+def check(holds, text):
+    if not holds:
+        raise AssertionError(text)
+
+
+def check_as_cycles(limit, **cycles):
+    """The regions of the picture are those of Cycles' picture, but for this share."""
+    difference = made.largest_difference(made.render(FOLDER), made.render_cycles(FOLDER, **cycles))
+    check(difference < limit, f"regions differ by {100 * difference:.2f} % from those of Cycles, more than {100 * limit} %")
+    return f"{100 * difference:.2f} % from Cycles"
+
+
+# --- lights: one each in a room without anything else ---
+
+LIGHTS = {
+    "point": lambda: made.add_light("POINT", 200, (1, -1, 2.5), None, shadow_soft_size=0),
+    "soft_point": lambda: made.add_light("POINT", 200, (1, -1, 2.5), None, shadow_soft_size=0.2),
+    "spot": lambda: made.add_light("SPOT", 500, (1, -2, 3), (0, 0.6, 0.4), shadow_soft_size=0, spot_size=math.radians(50), spot_blend=0.3),
+    "sun": lambda: made.add_light("SUN", 2, (1, -2, 3), (-0.5, 1, 0), angle=math.radians(3)),
+    "rectangle": lambda: made.add_light("AREA", 100, (1.5, -1, 2.6), (0, 1, 0), shape="RECTANGLE", size=1, size_y=0.3),
+    "ellipse": lambda: made.add_light("AREA", 100, (1.5, -1, 2.6), (0, 1, 0), shape="ELLIPSE", size=1, size_y=0.4),
+}
+LIGHT_LIMIT = 0.02  # noise of soft shadows; Cycles' point lights are spheres, ours discs
+
+
+def case_lights():
+    figures = []
+    for name, add in LIGHTS.items():
+        made.fresh()
+        made.room()
+        add()
+        figures.append(f"{name} {check_as_cycles(LIGHT_LIMIT)}")
+    return ", ".join(figures)
+
+
+# --- features, each besides a sun in the same room ---
+
+def sunny_room(world=0.0):
+    scene = made.fresh()
+    camera = made.room()
+    made.add_light("SUN", 2, (1, -2, 3), (-0.5, 1, 0), angle=0).name = "sun"
+    scene.world = bpy.data.worlds.new("world")
+    scene.world.color = (world, world, world)
+    return scene, camera
+
+
+def case_shifted_region_of_a_parallel_view():
+    scene, camera = sunny_room()
+    camera.type, camera.ortho_scale, camera.shift_x, camera.shift_y = "ORTHO", 6, 0.1, -0.05
+    scene.render.pixel_aspect_x = 1.2
+    scene.render.use_border = scene.render.use_crop_to_border = True
+    scene.render.border_min_x, scene.render.border_max_x, scene.render.border_max_y = 0.2, 0.9, 0.8
+    return check_as_cycles(0.01)
+
+
+def case_perspective_with_shift_and_depth_of_field():
+    _, camera = sunny_room()
+    camera.sensor_fit, camera.sensor_height, camera.shift_x = "VERTICAL", 20, -0.1
+    camera.dof.use_dof, camera.dof.focus_distance, camera.dof.aperture_fstop = True, 3, 0.3
+    return check_as_cycles(0.01, samples=128)
+
+
+def case_motion_of_objects_vertices_and_camera():
+    scene, _ = sunny_room()
+    scene.render.use_motion_blur, scene.render.motion_blur_shutter = True, 1.0
+    moving, bending, eye = bpy.data.objects["box"], made.add_mesh("bending", *made.box((0.2, 0.2, 0.5)), at=(1, 0, 0.6)), scene.camera
+    bending.shape_key_add(name="rest")
+    for point in bending.shape_key_add(name="bent").data:
+        point.co.x += 0.8 if point.co.z > 0 else 0
+    key = bending.data.shape_keys.key_blocks["bent"]
+    for frame, sign in ((0, -1), (2, 1)):
+        moving.location.x = -0.7 + sign * 0.5
+        moving.keyframe_insert("location", frame=frame)
+        key.value = frame / 2
+        key.keyframe_insert("value", frame=frame)
+        eye.matrix_basis.translation.x = 0.4 + sign * 0.1
+        eye.keyframe_insert("location", frame=frame)
+    for action in bpy.data.actions:
+        for curve in action.fcurves:
+            for point in curve.keyframe_points:
+                point.interpolation = "LINEAR"
+    scene.frame_set(1)
+    return check_as_cycles(0.02, samples=128)
+
+
+def case_instances_modifiers_and_curves():
+    scene, _ = sunny_room()
+    parts = bpy.data.collections.new("parts")
+    ball = bpy.data.objects.new("ball", bpy.data.meshes.new("ball"))
+    ball.data.from_pydata(*made.box((0.2, 0.2, 0.2))[:1], [], made.box((1, 1, 1))[1])
+    ball.data.materials.append(made.material("green", Color=(0.1, 0.7, 0.2, 1)))
+    for polygon in ball.data.polygons:
+        polygon.use_smooth = True
+    ball.modifiers.new("round", "SUBSURF").render_levels = 3
+    parts.objects.link(ball)
+    for i in range(3):
+        empty = made.place(bpy.data.objects.new("place", None), (0.6 * i, -0.5, 0.3 + 0.3 * i))
+        empty.instance_type, empty.instance_collection, empty.scale = "COLLECTION", parts, (-1, 1, 1 + i)
+    blocks = bpy.data.objects["box"]
+    blocks.data.materials.append(made.material("second", Color=(0.1, 0.1, 0.7, 1)))
+    blocks.data.polygons[0].material_index = 1
+    blocks.rotation_euler = (0.2, 0.3, 0.5)
+    letters = bpy.data.curves.new("letters", "FONT")
+    letters.body, letters.extrude = "Orca", 0.1
+    made.place(bpy.data.objects.new("letters", letters), (-2, 0.5, 1.6)).rotation_euler = (1.5, 0, 0)
+    settings = bpy.data.objects["floor"].modifiers.new("particles", "PARTICLE_SYSTEM").particle_system.settings
+    settings.type, settings.render_type, settings.instance_object, settings.count = "HAIR", "OBJECT", ball, 30
+    settings.use_advanced_hair, settings.particle_size, settings.hair_length = True, 0.5, 1
+    return check_as_cycles(0.01)
+
+
+def picture_nodes(material, pixels):
+    """An image texture in a material; the image is packed."""
+    image = bpy.data.images.new("image", pixels.shape[1], pixels.shape[0], alpha=True)
+    image.pixels.foreach_set(numpy.ascontiguousarray(pixels, numpy.float32).ravel())
+    image.pack()
+    node = material.node_tree.nodes.new("ShaderNodeTexImage")
+    node.image, node.extension = image, "EXTEND"
+    return node
+
+
+def case_textures_mixtures_and_emission():
+    sunny_room(0.05)
+    pixels = numpy.ones((32, 32, 4))
+    pixels[..., 0], pixels[..., 1] = numpy.meshgrid(numpy.linspace(0.2, 1, 32), numpy.linspace(0.3, 1, 32))
+    pixels[..., 3] = numpy.arange(32) // 8 % 2
+    cards = [made.material(name) for name in ("placed", "holes", "mixed", "painted", "lamp")]
+    for i, material in enumerate(cards):
+        x = i * 0.8 - 2
+        card = made.add_mesh(material.name, [(x, -0.3, 0.9), (x + 0.7, -0.3, 0.9), (x + 0.7, -0.1, 1.7), (x, -0.1, 1.7)], [(0, 1, 2, 3)], material)
+        for corner, uv in zip(card.data.uv_layers.new().data, ((0, 0), (1, 0), (1, 1), (0, 1))):
+            corner.uv = uv
+        colors = card.data.color_attributes.new("Col", "FLOAT_COLOR", "POINT")
+        for point, color in zip(colors.data, ((1, 0, 0, 1), (0, 1, 0, 1), (0, 0, 1, 1), (1, 1, 1, 1))):
+            point.color = color
+    placed, holes, mixed, painted, lamp = (material.node_tree for material in cards)
+
+    def surface(tree):
+        return next(node for node in tree.nodes if node.type == "BSDF_DIFFUSE")
+
+    mapping, coordinates = placed.nodes.new("ShaderNodeMapping"), placed.nodes.new("ShaderNodeTexCoord")
+    mapping.inputs["Scale"].default_value, mapping.inputs["Location"].default_value = (0.5, 0.4, 1), (0.3, 0.2, 0)
+    image, product = picture_nodes(cards[0], pixels), placed.nodes.new("ShaderNodeMixRGB")
+    product.blend_type, product.inputs["Fac"].default_value, product.inputs["Color2"].default_value = "MULTIPLY", 0.6, (0.3, 1, 0.5, 1)
+    placed.links.new(coordinates.outputs["UV"], mapping.inputs["Vector"])
+    placed.links.new(mapping.outputs["Vector"], image.inputs["Vector"])
+    placed.links.new(image.outputs["Color"], product.inputs["Color1"])
+    placed.links.new(product.outputs["Color"], surface(placed).inputs["Color"])
+
+    for tree, material, other in ((holes, cards[1], "ShaderNodeBsdfTransparent"), (mixed, cards[2], "ShaderNodeBsdfDiffuse")):
+        image, mix, under = picture_nodes(material, pixels), tree.nodes.new("ShaderNodeMixShader"), tree.nodes.new(other)
+        under.inputs["Color"].default_value = (1, 1, 1, 1) if tree is holes else (0.1, 0.1, 0.8, 1)
+        tree.links.new(image.outputs["Alpha" if tree is holes else "Color"], mix.inputs[0])
+        tree.links.new(under.outputs[0], mix.inputs[1])
+        tree.links.new(surface(tree).outputs[0], mix.inputs[2])
+        tree.links.new(mix.outputs[0], tree.nodes["Material Output"].inputs["Surface"])
+    attribute = painted.nodes.new("ShaderNodeVertexColor")
+    attribute.layer_name = "Col"
+    painted.links.new(attribute.outputs["Color"], surface(painted).inputs["Color"])
+    emission = lamp.nodes.new("ShaderNodeEmission")
+    emission.inputs["Color"].default_value, emission.inputs["Strength"].default_value = (1, 0.6, 0.3, 1), 4
+    lamp.links.new(emission.outputs[0], lamp.nodes["Material Output"].inputs["Surface"])
+    return check_as_cycles(0.03, samples=128)
+
+
+def case_world_image_turned_and_indirect_light():
+    scene, _ = sunny_room()
+    bpy.data.objects.remove(bpy.data.objects["sun"])
+    scene.orca.indirect_light, scene.orca.gather_rays, scene.orca.light_samples, scene.orca.samples_max = True, 128, 3, 2
+    scene.world.use_nodes = True
+    tree = scene.world.node_tree
+    image = bpy.data.images.new("sky", 32, 16, float_buffer=True)
+    pixels = numpy.full((16, 32, 4), 0.3, numpy.float32)
+    pixels[:, :8, 0], pixels[:, 8:16, 1], pixels[:, 16:24, 2], pixels[10:, :, :3] = 1, 1, 1, 0.6
+    image.pixels.foreach_set(pixels.ravel())
+    node, mapping, coordinates = (tree.nodes.new("ShaderNode" + kind) for kind in ("TexEnvironment", "Mapping", "TexCoord"))
+    node.image, mapping.inputs["Rotation"].default_value[2] = image, math.radians(50)
+    tree.links.new(coordinates.outputs["Generated"], mapping.inputs["Vector"])
+    tree.links.new(mapping.outputs["Vector"], node.inputs["Vector"])
+    tree.links.new(node.outputs["Color"], tree.nodes["Background"].inputs["Color"])
+    return check_as_cycles(0.05, samples=128, bounces=2)
+
+
+# --- passes ---
+
+def case_passes_of_blender():
+    scene, _ = sunny_room(0.05)
+    view_layer = scene.view_layers[0]
+    names = {"use_pass_z": "Depth", "use_pass_mist": "Mist", "use_pass_normal": "Normal", "use_pass_object_index": "IndexOB",
+             "use_pass_diffuse_direct": "DiffDir", "use_pass_diffuse_color": "DiffCol", "use_pass_environment": "Env"}
+    for switch in names:
+        setattr(view_layer, switch, True)
+    bpy.data.objects["box"].pass_index = 7
+    ours = made.render(FOLDER, names.values())
+    scene.render.engine, scene.cycles.samples, scene.cycles.max_bounces, scene.cycles.use_denoising = "CYCLES", 32, 0, False
+    for name, own, other in zip(names.values(), ours, made.render(FOLDER, names.values())):
+        # Edges have other filters, and passes that are not filtered one sample of their own.
+        limit = 0.02 * max(numpy.abs(other[..., :3][other[..., :3] < 1e6]).max(), 1e-3)
+        unlike = (numpy.abs(own[..., :3] - other[..., :3]).max(axis=2) > limit).mean()
+        check(unlike < 0.1, f"{name}: {100 * unlike:.1f} % of the pixels are not those of Cycles")
+
+
+def case_own_passes():
+    scene, _ = sunny_room(0.05)
+    scene.world.lightgroup = "sky"
+    view_layer = scene.view_layers[0]
+    view_layer.lightgroups.add(name="day")
+    view_layer.lightgroups.add(name="sky")
+    bpy.data.objects["sun"].lightgroup = "day"
+    boxes = bpy.data.collections.new("boxes")
+    scene.collection.children.link(boxes)
+    boxes.objects.link(bpy.data.objects["box"])
+    bpy.ops.orca.add_passes(which="COMPONENTS")
+    bpy.ops.orca.add_passes(which="UTILITY")
+    for settings in ({"light_group": "day"}, {"light_group": "sky"}, {"collection": boxes}, {"name": "again"}):
+        wanted = view_layer.orca.passes.add()
+        for key, value in settings.items():
+            setattr(wanted, key, value)
+    components = ("ambient", "diffuse", "specular", "incandescence", "indirect", "reflection", "refraction", "environment", "lamps")
+    names = ("Image", *components, "diffuse_day", "diffuse_sky", "diffuse_boxes", "again", "normalWorld", "Combined_day", "Combined_sky")
+    passes = dict(zip(names, made.render(FOLDER, names)))
+
+    def differs(a, b):
+        return float(numpy.abs(a - b)[..., :3].max())
+
+    check(differs(sum(passes[name] for name in components), passes["Image"]) < 2e-3, "the components do not add up to the picture")
+    check(differs(passes["diffuse_day"] + passes["diffuse_sky"], passes["diffuse"]) < 2e-3, "the light groups do not add up")
+    check(differs(passes["Combined_day"] + passes["Combined_sky"], passes["Image"]) < 2e-3, "the groups' pictures do not add up")
+    check(differs(passes["again"], passes["diffuse"]) == 0, "a pass with another name is another pass")
+    box, floor = (30, 38), (47, 20)
+    check(passes["diffuse_boxes"][box][0] == passes["diffuse"][box][0] > 0, "the box is not in its collection's pass")
+    check(passes["diffuse_boxes"][floor][0] == 0 < passes["diffuse"][floor][0], "the floor is in the collection's pass")
+    check(numpy.allclose(passes["normalWorld"][floor][:3], (0, 0, 1), atol=1e-3), "the floor's normal does not point along z")
+
+
+# --- the process ---
+
+def case_stop_keeps_what_is_rendered():
+    scene, _ = sunny_room()
+    scene.orca.samples_min = scene.orca.samples_max = 7
+    engine = sys.modules["orca_render.engine"]
+    begin, engine.OrcaRenderEngine._is_stopped = time.monotonic(), lambda self: time.monotonic() - begin > 3
+    try:
+        picture = made.render(FOLDER)
+    finally:
+        engine.OrcaRenderEngine._is_stopped = lambda self: self.test_break()
+    check(0 < (picture[..., 3] > 0).mean() < 1, "a stopped render does not hold a part of the picture")
+
+
+def raised(text):
+    """Renders, which has to fail with an error that holds the text."""
+    try:
+        made.render(FOLDER)
+    except RuntimeError as problem:
+        check(text in str(problem), f"the error does not say {text!r}: {problem}")
+        return
+    raise AssertionError(f"no error says {text!r}")
+
+
+def case_errors_say_what_to_do():
+    sunny_room()
+    preferences = bpy.context.preferences.addons["orca_render"].preferences
+    command, preferences.command = preferences.command, "/nowhere/orca-render"
+    raised("Edit > Preferences > Add-ons")
+    preferences.command = "/bin/false"
+    raised("rendering failed")
+    preferences.command = command
+    (FOLDER / "no_image.png").write_text("no image")
+    tree = bpy.data.materials["red"].node_tree
+    image = tree.nodes.new("ShaderNodeTexImage")
+    image.image = bpy.data.images.load(str(FOLDER / "no_image.png"))
+    tree.links.new(image.outputs["Color"], tree.nodes["Diffuse BSDF"].inputs["Color"])
+    raised("no_image.png")
+
+
+def case_export():
+    sunny_room()
+    bpy.data.objects["box"].keyframe_insert("location", frame=1)
+    bpy.ops.orca.export(filepath=str(FOLDER / "shot.mi"), animation=True, first=1, last=2)
+    for frame in (1, 2):
+        scene = FOLDER / f"shot.{frame:04d}.mi"
+        subprocess.run([BUILD / "bin" / "orca-render", "--check", "--strict", scene], check=True)
+
+
+def main():
+    addon_utils.enable("cycles", default_set=True)
+    cases = {name[5:]: case for name, case in globals().items() if name.startswith("case_")}
+    failed = 0
+    for name in sys.argv[sys.argv.index("--") + 3:] or cases:
+        start = time.monotonic()
+        try:
+            said = cases[name]()
+        except (AssertionError, RuntimeError, subprocess.CalledProcessError) as problem:
+            said, failed = f"failed: {problem}", failed + 1
+        print(f"case {name}: {time.monotonic() - start:.1f} s{', ' + said if said else ''}")
+    if failed:
+        raise SystemExit(f"{failed} cases failed")
+
+
+main()
