@@ -5,6 +5,7 @@ import pathlib
 import subprocess
 import sys
 import time
+import types
 
 import addon_utils
 import bpy
@@ -298,6 +299,34 @@ def case_export():
     for frame in (1, 2):
         scene = FOLDER / f"shot.{frame:04d}.mi"
         subprocess.run([BUILD / "bin" / "orca-render", "--check", "--strict", scene], check=True)
+
+
+class Layout:
+    """What panels draw on: asserts that the properties which they show are there."""
+
+    def __getattr__(self, name):
+        return lambda *_, **__: Layout()
+
+    def prop(self, data, name, **_):
+        check(hasattr(data, name), f"{data} has no property {name}")
+
+    def prop_search(self, data, name, source, names, **_):
+        check(hasattr(data, name) and hasattr(source, names), f"{data} has no property {name}, or {source} no {names}")
+
+
+def case_panels_show_what_there_is():
+    scene, _ = sunny_room()
+    bpy.ops.orca.add_pass()
+    things = [bpy.data.objects["box"], bpy.data.objects["sun"]]
+    panels = sys.modules["orca_render.panels"]
+    for panel in panels.CLASSES:
+        for thing in things:
+            panel_self = types.SimpleNamespace(layout=Layout(), column=Layout)
+            context = types.SimpleNamespace(scene=scene, view_layer=scene.view_layers[0], object=thing, world=scene.world)
+            if panel is panels.ORCA_UL_passes:
+                panel.draw_item(panel_self, context, Layout(), None, scene.view_layers[0].orca.passes[0], 0, None, "")
+            else:
+                panel.draw(panel_self, context)
 
 
 def main():

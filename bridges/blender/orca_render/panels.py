@@ -6,13 +6,10 @@ import bpy
 from . import passes
 from .engine import OrcaRenderEngine
 
-# Panels of Blender that hold nothing of this renderer's.
-EXCLUDED = {"DATA_PT_EEVEE", "RENDER_PT_eevee", "VIEWLAYER_PT_eevee", "VIEWLAYER_PT_layer_passes", "RENDER_PT_gpencil", "RENDER_PT_simplify",
-            "VIEWLAYER_PT_filter", "MATERIAL_PT_preview", "EEVEE_", "RENDER_PT_freestyle", "VIEWLAYER_PT_freestyle", "DATA_PT_light",
-            "DATA_PT_spot"}
-# Those of other engines that show settings which this one reads.
-INCLUDED = ("EEVEE_MATERIAL_PT_surface", "EEVEE_MATERIAL_PT_context_material", "EEVEE_WORLD_PT_surface", "EEVEE_WORLD_PT_mist", "DATA_PT_EEVEE_light", "DATA_PT_spot",
-            "DATA_PT_light", "MATERIAL_PT_viewport")
+# Panels of Blender for its old engine that hold nothing of this one's, and those for its other engines that do.
+HIDDEN = {"DATA_PT_light", "DATA_PT_area", "DATA_PT_preview", "DATA_PT_falloff_curve", "VIEWLAYER_PT_filter", "VIEWLAYER_PT_layer_passes"}
+SHOWN = {"DATA_PT_EEVEE_light", "DATA_PT_camera_dof", "DATA_PT_camera_dof_aperture", "EEVEE_MATERIAL_PT_context_material",
+         "EEVEE_MATERIAL_PT_surface", "EEVEE_WORLD_PT_surface", "EEVEE_WORLD_PT_mist"}
 
 
 class _Panel:
@@ -135,30 +132,71 @@ class ORCA_VIEWLAYER_PT_orca_passes(_Panel, bpy.types.Panel):
             column.prop(chosen, name)
 
 
+class ORCA_VIEWLAYER_PT_light_groups(_Panel, bpy.types.Panel):
+    bl_label = "Light Groups"
+    bl_context = "view_layer"
+
+    def draw(self, context):
+        view_layer, row = context.view_layer, self.layout.row()
+        row.template_list("UI_UL_list", "lightgroups", view_layer, "lightgroups", view_layer, "active_lightgroup_index", rows=3)
+        buttons = row.column(align=True)
+        buttons.operator("scene.view_layer_add_lightgroup", icon="ADD", text="")
+        buttons.operator("scene.view_layer_remove_lightgroup", icon="REMOVE", text="")
+
+
+class ORCA_OBJECT_PT_visibility(_Panel, bpy.types.Panel):
+    bl_label = "Orca Visibility"
+    bl_context = "object"
+
+    def draw(self, context):
+        thing, column = context.object, self.column()
+        if thing.type == "LIGHT":
+            column.prop(thing, "visible_camera", text="Camera")
+        else:
+            for name in ("camera", "diffuse", "glossy", "transmission", "shadow"):
+                column.prop(thing, "visible_" + name, text=name.capitalize())
+            column.prop(thing, "is_shadow_catcher")
+            column.prop(thing, "is_holdout")
+            column.prop(thing, "pass_index")
+        column.prop_search(thing, "lightgroup", context.view_layer, "lightgroups", text="Light Group")
+
+
+class ORCA_WORLD_PT_light_group(_Panel, bpy.types.Panel):
+    bl_label = "Light Group"
+    bl_context = "world"
+
+    @classmethod
+    def poll(cls, context):
+        return context.world is not None and super().poll(context)
+
+    def draw(self, context):
+        self.column().prop_search(context.world, "lightgroup", context.view_layer, "lightgroups", text="Light Group")
+
+
 CLASSES = (ORCA_RENDER_PT_sampling, ORCA_RENDER_PT_rays, ORCA_RENDER_PT_indirect, ORCA_RENDER_PT_motion, ORCA_RENDER_PT_film,
-           ORCA_VIEWLAYER_PT_passes, ORCA_UL_passes, ORCA_VIEWLAYER_PT_orca_passes)
+           ORCA_VIEWLAYER_PT_passes, ORCA_UL_passes, ORCA_VIEWLAYER_PT_orca_passes, ORCA_VIEWLAYER_PT_light_groups,
+           ORCA_OBJECT_PT_visibility, ORCA_WORLD_PT_light_group)
 
 
 def _shared_panels():
-    """Blender's own panels that this engine shows as well."""
+    """The engines of Blender's own panels that this engine shows as well."""
     for panel in bpy.types.Panel.__subclasses__():
-        engines = getattr(panel, "COMPAT_ENGINES", ())
-        name = panel.__name__
-        if name in INCLUDED or ("BLENDER_RENDER" in engines and not name.startswith(tuple(EXCLUDED))):
-            yield panel
+        engines, name = getattr(panel, "COMPAT_ENGINES", None), panel.__name__.removeprefix("NODE_")
+        if not engines or panel in CLASSES or name in HIDDEN or "freestyle" in name:
+            continue
+        if "BLENDER_RENDER" in engines or name in SHOWN:
+            yield engines
 
 
 def register():
     for cls in CLASSES:
         bpy.utils.register_class(cls)
-    for panel in _shared_panels():
-        if hasattr(panel, "COMPAT_ENGINES"):
-            panel.COMPAT_ENGINES.add(OrcaRenderEngine.bl_idname)
+    for engines in _shared_panels():
+        engines.add(OrcaRenderEngine.bl_idname)
 
 
 def unregister():
-    for panel in _shared_panels():
-        if hasattr(panel, "COMPAT_ENGINES"):
-            panel.COMPAT_ENGINES.discard(OrcaRenderEngine.bl_idname)
+    for engines in _shared_panels():
+        engines.discard(OrcaRenderEngine.bl_idname)
     for cls in reversed(CLASSES):
         bpy.utils.unregister_class(cls)
