@@ -37,7 +37,10 @@ struct LevelBounds {
         std::memcpy(&reflections, &record.minReflectionLevel, sizeof reflections);
         std::memcpy(&refractions, &record.minRefractionLevel, sizeof refractions);
     }
-    bool operator==(const LevelBounds&) const = default;
+    [[nodiscard]] bool areOf(const FrameBufferInfo& record) const {
+        return std::memcmp(&record.minReflectionLevel, &reflections, sizeof reflections) == 0 &&
+               std::memcmp(&record.minRefractionLevel, &refractions, sizeof refractions) == 0;
+    }
 
     std::uint64_t reflections, refractions; ///< least and most
 };
@@ -58,8 +61,8 @@ void prepareSlots(const miState* state, const PassRecords& passes) {
     LevelBounds bounds(passes.records[0]);
     unsigned char mode = boundedLevelMode(passes.records[0], reflections, refractions);
     forEachRecord(passes.count, passes.records, [&](const FrameBufferInfo& record) {
-        if (const LevelBounds own(record); own != bounds) {
-            bounds = own;
+        if (!bounds.areOf(record)) {
+            bounds = LevelBounds(record);
             mode = boundedLevelMode(record, reflections, refractions);
         }
         TraceLevelSlot& slot = record.levelSlots[level];

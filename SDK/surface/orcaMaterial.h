@@ -130,13 +130,18 @@ protected:
     miScalar passWriteScale;
 
 private:
-    /// Not inlined: a material writes some thirty passes.
     /// @param weighted Value (Value, const miColor& lightColor): what a record receives
     template <class Value, class Weighted>
-    [[gnu::noinline]] void write(const PassTarget& target, PassTypeID type, Value value,
-                                 const Weighted& weighted) const {
+    void write(const PassTarget& target, PassTypeID type, Value value, const Weighted& weighted) const {
         const PassTypeRun& run = (*target.types)[type];
-        if (run.count == 0) return;
+        if (run.count != 0) writeRecords(target, run, value, weighted);
+    }
+
+    /// Not inlined: a material writes some thirty passes, most of which most pictures do not have.
+    /// @param run of one record or more
+    template <class Value, class Weighted>
+    [[gnu::noinline]] void writeRecords(const PassTarget& target, const PassTypeRun& run, Value value,
+                                        const Weighted& weighted) const {
         FrameBufferInfo* record = target.records + run.first;
         FrameBufferInfo* const end = record + run.count;
 

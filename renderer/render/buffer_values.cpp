@@ -35,7 +35,7 @@ miBoolean putBuffer(const miState* state, int index, const void* value) noexcept
     if (!context.inEyeSample) return miTRUE;
     const auto i = static_cast<unsigned>(index);
     context.written[i] = 1;
-    const BufferPlace place = context.bufferPlaces[i];
+    const BufferPlace& place = context.bufferPlaces[i];
     copyValue(context.sampleWords.data() + place.first, value, place.count);
     return miTRUE;
 }
@@ -43,7 +43,7 @@ miBoolean putBuffer(const miState* state, int index, const void* value) noexcept
 miBoolean getBuffer(const miState* state, int index, void* value) noexcept {
     const RenderContext& context = renderContextOf(state);
     if (!isBuffer(context, index) || !value) return miFALSE;
-    const BufferPlace place = context.bufferPlaces[static_cast<unsigned>(index)];
+    const BufferPlace& place = context.bufferPlaces[static_cast<unsigned>(index)];
     copyValue(value, context.sampleWords.data() + place.first, place.count);
     return miTRUE;
 }
