@@ -32,8 +32,16 @@ std::string_view phaseName(RenderPhase phase) {
     case RenderPhase::Prepare: return "prepare";
     case RenderPhase::Gather: return "gather";
     case RenderPhase::Render: return "render";
+    case RenderPhase::Contours: return "contours";
     }
     return "?";
+}
+
+/// What of the frame is going on, where it is not the picture itself.
+std::string_view phaseNote(RenderPhase phase) {
+    return phase == RenderPhase::Gather     ? "gather prepass "
+           : phase == RenderPhase::Contours ? "contours "
+                                            : "";
 }
 
 /// A stream that is closed is no reason to lose the picture.
@@ -136,17 +144,16 @@ void Progress::drawBar(const render::RenderProgress& progress) {
     constexpr int width = 30;
     const int filled = static_cast<int>(progress.share * width);
     // The cursor goes back to the line's start, so that a message overwrites the bar instead of following it.
-    print(fmt::format("\rframe {}{} [{:=<{}}{: <{}}] {:3.0f} %  {} elapsed, {} left\033[K\r", frame_,
-                      phase_ == RenderPhase::Gather ? " gathers" : "", "", filled, "", width - filled,
-                      progress.share * 100.0, durationText(secondsSince(start_)),
-                      remainingText(remaining(progress.share))));
+    print(fmt::format("\rframe {} {}[{:=<{}}{: <{}}] {:3.0f} %  {} elapsed, {} left\033[K\r", frame_,
+                      phaseNote(phase_), "", filled, "", width - filled, progress.share * 100.0,
+                      durationText(secondsSince(start_)), remainingText(remaining(progress.share))));
     drawn_ = true;
 }
 
 void Progress::postLine(const render::RenderProgress& progress) {
     log_.write(LogLevel::Progress, "RNDR", "frame {}: {}{:3.0f} %, {} elapsed, {} left", frame_,
-               phase_ == RenderPhase::Gather ? "gather prepass " : "", progress.share * 100.0,
-               durationText(secondsSince(start_)), remainingText(remaining(progress.share)));
+               phaseNote(phase_), progress.share * 100.0, durationText(secondsSince(start_)),
+               remainingText(remaining(progress.share)));
 }
 
 void Progress::printObject(std::string_view phase, double share, std::uint64_t samples) {

@@ -106,6 +106,7 @@ picture hue_map 480x270
 sheet light_links 240x135 3 main diffuse specular diffuseKeyVase diffuseKeyFruit diffuseKeyGround diffuseFillVase \
     diffuseFillFruit diffuseFillGround diffuseRimVase diffuseRimFruit diffuseRimGround
 picture lagoon 480x202
+picture contours 640x360
 picture stage 640x320
 layers stage 160x80 diffuse specular shadow cameraDepth
 picture lantern 640x320

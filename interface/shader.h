@@ -17,6 +17,7 @@
 
 #include "mi/query.h"
 
+#include "mi/contour.h"
 #include "mi/database.h"
 #include "mi/direction.h"
 #include "mi/framebuffer.h"

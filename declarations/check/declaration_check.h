@@ -29,6 +29,23 @@ struct EntryPoint<miBoolean(R*, miState*, P*, Rest...)> {
     using Record = P;
 };
 
+/// Shaders of contour lines: store, contrast and line. What they return is no result of a parameter's type.
+template <class Info, class P>
+struct EntryPoint<miBoolean(Info*, int*, miState*, P*, miColor*)> {
+    using Result = void;
+    using Record = P;
+};
+template <class Info, class P>
+struct EntryPoint<miBoolean(Info*, Info*, int, miState*, P*)> {
+    using Result = void;
+    using Record = P;
+};
+template <class Info, class P>
+struct EntryPoint<miBoolean(miContour_endpoint*, Info*, Info*, miState*, P*)> {
+    using Result = void;
+    using Record = P;
+};
+
 template <class Field, class Declared>
 inline constexpr bool stores = std::is_same_v<Field, Declared>;
 /// Integers of parameter blocks may be unsigned in the record.
@@ -46,7 +63,7 @@ template <class Returned, class Declared>
 requires(std::is_class_v<Returned> && sizeof(Returned) == sizeof(Declared) && requires(Declared value) {
     Returned{value};
 }) inline constexpr bool returns<Returned, Declared> = true;
-/// State shaders return nothing through their result.
+/// State and contour shaders return nothing through their result.
 template <>
 inline constexpr bool returns<void, miBoolean> = true;
 

@@ -30,7 +30,10 @@ int qualityOf(const std::string& text) {
 }
 
 constexpr const char* typeHelp =
-    "use one of rgb, rgba, a, s (with _16, _h or _fp where wanted), rgbe, z, n, m, tag, coverage";
+    "use one of rgb, rgba, a, s (with _16, _h or _fp where wanted), rgbe, z, n, m, tag, coverage, contour";
+
+/// Data type of buffers for contour lines: colours that the renderer draws.
+constexpr std::string_view contourType = "contour";
 
 } // namespace
 
@@ -64,7 +67,8 @@ FramebufferSet::FramebufferSet(const scene::CameraElement& camera, const scene::
     std::vector<std::string> mayBePrimary;
     for (const scene::FramebufferDefinition& statement : camera.framebuffers) {
         addStatement(statement);
-        if (!statement.user.value_or(false)) mayBePrimary.push_back(statement.name);
+        if (!statement.user.value_or(false) && statement.datatype != contourType)
+            mayBePrimary.push_back(statement.name);
     }
     for (const scene::NumberedFramebuffer& statement : options.framebuffers) addNumbered(statement);
     choosePrimary(mayBePrimary);
@@ -100,7 +104,8 @@ Buffer& FramebufferSet::add(std::string name, miImg_type type) {
 }
 
 void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement) {
-    const miImg_type type = imageType(statement.datatype);
+    const bool isContour = statement.datatype == contourType;
+    const miImg_type type = isContour ? miIMG_TYPE_RGBA_FP : imageType(statement.datatype);
     if (type == miIMG_TYPE_INVALID) {
         log_.errorAt(statement.location, module,
                      "frame buffer \"{}\" has the unsupported data type \"{}\": {}", statement.name,
@@ -109,7 +114,7 @@ void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement)
     }
     Buffer& buffer = add(statement.name, type);
     buffer.primary = statement.primary;
-    if (buffer.primary && !isColor(type)) {
+    if (buffer.primary && (isContour || !isColor(type))) {
         log_.errorAt(
             statement.location, module,
             "frame buffer \"{}\" is marked primary but holds \"{}\": the primary buffer must be a colour",
@@ -124,8 +129,10 @@ void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement)
         buffer.primary = false;
     }
     if (buffer.primary) primary_ = static_cast<int>(buffers_.size()) - 1;
-    buffer.user = !buffer.primary && statement.user.value_or(isUserByDefault(type));
-    buffer.source = buffer.user ? BuiltinSource::None : builtinSourceOf(type);
+    buffer.user = !buffer.primary && !isContour && statement.user.value_or(isUserByDefault(type));
+    buffer.source = buffer.user ? BuiltinSource::None
+                    : isContour ? BuiltinSource::Contour
+                                : builtinSourceOf(type);
     if (statement.filtering) buffer.filtering = *statement.filtering;
     if (buffer.filtering && type == miIMG_TYPE_TAG) {
         log_.warningAt(statement.location, module,
@@ -135,7 +142,7 @@ void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement)
         buffer.filtering = false;
     }
     buffer.useOpacity = statement.useopacity;
-    buffer.premultiplied = statement.premultiplied.value_or(buffer.primary);
+    buffer.premultiplied = statement.premultiplied.value_or(buffer.primary || isContour);
     buffer.filename = statement.filename;
     buffer.filetype = statement.filetype;
     buffer.compression = statement.compression;
@@ -184,13 +191,31 @@ void FramebufferSet::choosePrimary(const std::vector<std::string>& mayBePrimary)
     primary.source = BuiltinSource::Color;
 }
 
+/// That of the camera, or a new one.
+Buffer& FramebufferSet::contourBuffer() {
+    for (Buffer& buffer : buffers_)
+        if (buffer.source == BuiltinSource::Contour) return buffer;
+    std::string name(contourType);
+    while (find(name)) name += '_';
+    Buffer& buffer = add(name, miIMG_TYPE_RGBA_FP);
+    buffer.source = BuiltinSource::Contour;
+    return buffer;
+}
+
 void FramebufferSet::addOutput(const scene::OutputStatement& statement) {
     const int shadersBefore = static_cast<int>(outputShaders_.size());
-    if (!statement.shaders.empty()) outputShaders_.push_back({statement.shaders, {}});
+    if (!statement.shaders.empty()) outputShaders_.push_back({statement.shaders, {}, false});
     for (const scene::OutputStatement::Buffer& wanted : statement.buffers) {
         miImg_type type = imageType(wanted.name);
         Buffer* buffer = findForChange(wanted.name.c_str());
-        if (buffer) {
+        if (wanted.name == contourType) {
+            if (!statement.shaders.empty()) {
+                outputShaders_.back().wantsContours = true;
+                continue;
+            }
+            type = miIMG_TYPE_RGBA_FP;
+            buffer = &contourBuffer();
+        } else if (buffer) {
             type = buffer->type;
         } else if (isColor(type)) {
             buffer = &buffers_[static_cast<std::size_t>(primary_)];

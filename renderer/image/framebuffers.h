@@ -15,7 +15,7 @@
 namespace orca::image {
 
 /// What the renderer itself puts into a buffer that no shader fills.
-enum class BuiltinSource { None, Color, Depth, Normal, Motion, Label, Coverage, Alpha, Intensity };
+enum class BuiltinSource { None, Color, Depth, Normal, Motion, Label, Coverage, Alpha, Intensity, Contour };
 
 /// A file that an `output` statement writes from a buffer.
 struct OutputFile {
@@ -29,6 +29,7 @@ struct OutputFile {
 struct OutputShaders {
     std::vector<miTag> shaders;       ///< in order
     std::vector<std::size_t> buffers; ///< that the statement names, by index
+    bool wantsContours = false;       ///< the statement names contour lines
 };
 
 /// What the renderer can fill a buffer of this type with.
@@ -110,6 +111,7 @@ private:
     Buffer& add(std::string name, miImg_type type);
     void addStatement(const scene::FramebufferDefinition& statement);
     void addNumbered(const scene::NumberedFramebuffer& statement);
+    Buffer& contourBuffer();
     void addOutput(const scene::OutputStatement& statement);
     void choosePrimary(const std::vector<std::string>& mayBePrimary);
     void placeInSample();

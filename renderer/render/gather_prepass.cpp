@@ -61,7 +61,8 @@ bool gatherPrepass(TileRenderer& tiles, const Frame& frame, const GatherCaches& 
         };
         const auto finish = [&](std::size_t i, const RenderTally& since) { state.finishPoint(i, since); };
         const std::size_t before = std::exchange(done, done + points.size());
-        if (!tiles.forEach(points.size(), share(before), share(done), gather, finish)) return false;
+        if (!tiles.forEach(points.size(), RenderPhase::Gather, share(before), share(done), gather, finish))
+            return false;
         state.finishGrid();
     }
     state.finishGather();

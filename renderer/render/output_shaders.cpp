@@ -100,7 +100,8 @@ void OutputImages::mark(std::vector<std::uint8_t>& written) const {
         if (index < written.size()) written[index] = 1;
 }
 
-bool runOutputShaders(const Frame& frame, FrameResult& result, std::vector<std::uint8_t>& written) {
+bool runOutputShaders(const Frame& frame, FrameResult& result, std::span<const ContourSegment> contours,
+                      std::vector<std::uint8_t>& written) {
     const std::vector<image::OutputShaders>& statements = result.picture().framebuffers().outputShaders();
     if (statements.empty()) return true;
     OutputImages images(result, frame.log);
@@ -113,7 +114,9 @@ bool runOutputShaders(const Frame& frame, FrameResult& result, std::vector<std::
         if (frame.stopped()) return false;
         keepShown(result, done++);
         images.begin(statement);
+        context.contours = statement.wantsContours ? contours : std::span<const ContourSegment>();
         for (const miTag shader : statement.shaders) {
+            context.nextContour = 0;
             miColor unused{};
             miBoolean delivered = miFALSE;
             const bool returned = shading::withoutShaderExceptions(context, [&] {

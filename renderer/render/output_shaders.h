@@ -3,10 +3,12 @@
 
 #include "image/shader_image.h"
 #include "render/context/frame.h"
+#include "render/contour/contour_sample.h"
 #include "render/frame_result.h"
 
 #include <cstdint>
 #include <map>
+#include <span>
 #include <vector>
 
 namespace orca::render {
@@ -43,6 +45,8 @@ private:
 
 /// Runs the output shaders of a finished picture, in the order of their statements, and keeps what files in
 /// between show. Buffers that they open are marked as written. False when the render was stopped.
-bool runOutputShaders(const Frame& frame, FrameResult& result, std::vector<std::uint8_t>& written);
+/// @param contours for those that ask for contour lines
+bool runOutputShaders(const Frame& frame, FrameResult& result, std::span<const ContourSegment> contours,
+                      std::vector<std::uint8_t>& written);
 
 } // namespace orca::render

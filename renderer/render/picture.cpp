@@ -28,6 +28,11 @@ Picture::Picture(const scene::Database& database, const PictureElements& element
       framebuffers_(std::make_unique<image::FramebufferSet>(*elements.camera, *elements.options, log,
                                                             attachments_.outputs)) {
     options.options.string_options = options.tag;
+    const auto attach = [](miTag& shader, const std::vector<miTag>& attached) {
+        if (!shader && !attached.empty()) shader = attached.front();
+    };
+    attach(options.options.contour_store, attachments_.contourStore);
+    attach(options.options.contour_contrast, attachments_.contourContrast);
     setWindow(window());
 }
 

@@ -17,7 +17,8 @@ namespace orca::render {
 enum class RenderPhase {
     Prepare, ///< geometry, displacement, shadow maps; nothing that a checkpoint could keep
     Gather,  ///< the prepass of indirect light
-    Render
+    Render,
+    Contours ///< lines to draw on the finished picture are traced; a checkpoint keeps none of them
 };
 
 struct RenderProgress {

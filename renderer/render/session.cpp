@@ -10,6 +10,7 @@
 #include "render/checkpoint/checkpoint_writer.h"
 #include "render/checkpoint/render_state.h"
 #include "render/context/frame.h"
+#include "render/contours.h"
 #include "render/displacement_calls.h"
 #include "render/gather_prepass.h"
 #include "render/geometry_shaders.h"
@@ -286,6 +287,12 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     if (settings.checkpoint) checkpoints.emplace(state, *settings.checkpoint, log_);
     bool complete = gatherPrepass(tiles, frame, gatherCaches, state) &&
                     renderPasses(tiles, sampler, film, state, settings.sampleRange);
+    std::vector<ContourSegment> contours;
+    if (complete && hasContours(frame)) {
+        if (settings.sampleRange)
+            log_.warning("RNDR", "contours are left out: they are drawn on finished pictures");
+        else complete = traceContours(tiles, frame, film.window(), contours);
+    }
     tiles.close();
 
     result->isResumable = !complete && checkpoints && checkpoints->finish();
@@ -293,8 +300,9 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     RenderTally tally = state.isKept() ? state.tally() : tiles.tally();
     if (complete) sampler.fillGaps(film);
     if (!settings.sampleRange) film.resolve();
+    if (complete && !contours.empty()) drawContours(frame, *result, contours, threads);
     if (complete && !settings.sampleRange && !options.no_output)
-        complete = runOutputShaders(frame, *result, tally.written);
+        complete = runOutputShaders(frame, *result, contours, tally.written);
     exitShaders(frame);
     if (complete) reportUnwritten(*result, tally.written, log_);
     result->sampleRange = settings.sampleRange;

@@ -202,7 +202,7 @@ bool TileRenderer::renderPass() {
     return complete;
 }
 
-bool TileRenderer::forEach(std::size_t count, double from, double to,
+bool TileRenderer::forEach(std::size_t count, RenderPhase phase, double from, double to,
                            const std::function<void(RenderContext&, std::size_t)>& work,
                            const std::function<void(std::size_t, const RenderTally&)>& finish) {
     std::atomic<std::size_t> done{0};
@@ -210,8 +210,7 @@ bool TileRenderer::forEach(std::size_t count, double from, double to,
         work(worker.context, i);
         if (rays_) worker.report(*rays_);
         if (!frame_.stopped()) finish(i, worker.sinceLast());
-        report(RenderPhase::Gather,
-               from + (to - from) * static_cast<double>(++done) / static_cast<double>(count));
+        report(phase, from + (to - from) * static_cast<double>(++done) / static_cast<double>(count));
     });
 }
 

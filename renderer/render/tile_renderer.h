@@ -36,8 +36,8 @@ public:
     bool renderPass();
     /// Calls `work` for 0 to count - 1, in any order, each with its thread's render context. `finish` gets
     /// what the work took, unless the render was stopped meanwhile. False when it was stopped before all were
-    /// done. Progress is that of the gather prepass, of which this is the share `from` to `to`.
-    bool forEach(std::size_t count, double from, double to,
+    /// done. Of the phase's progress this is the share `from` to `to`.
+    bool forEach(std::size_t count, RenderPhase phase, double from, double to,
                  const std::function<void(RenderContext&, std::size_t)>& work,
                  const std::function<void(std::size_t, const RenderTally&)>& finish);
     /// Tells that a phase begins.

@@ -31,8 +31,7 @@ public:
         if (const auto* material = database_.find<MaterialElement>(element.tag)) visit(*material);
         else if (const auto* light = database_.find<LightElement>(element.tag)) visit(*light);
         else if (const auto* camera = database_.find<CameraElement>(element.tag)) visit(*camera);
-        else if (const auto* options = database_.find<OptionsElement>(element.tag))
-            check(*options, "options", {"state", {}}, options->options.state_func);
+        else if (const auto* options = database_.find<OptionsElement>(element.tag)) visit(*options);
         else if (const auto* texture = database_.find<TextureElement>(element.tag)) visit(*texture);
         else if (const auto* function = database_.find<FunctionElement>(element.tag)) visit(*function);
         else if (const auto* instance = database_.find<InstanceElement>(element.tag)) {
@@ -57,6 +56,11 @@ private:
                                                 {{"lightmap", {}}, m.lightmap}};
         for (const auto& [slot, list] : slots) check(element, "material", slot, list);
         checkForRecord(element);
+    }
+    void visit(const OptionsElement& element) {
+        check(element, "options", {"state", {}}, element.options.state_func);
+        check(element, "options", {"contour", {}}, element.options.contour_store);
+        check(element, "options", {"contour", {}}, element.options.contour_contrast);
     }
     void visit(const LightElement& element) {
         check(element, "light", {"light", miTYPE_COLOR}, element.light.shader);

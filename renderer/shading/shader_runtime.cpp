@@ -3,6 +3,7 @@
 
 #include "shading/call_context.h"
 #include "shading/call_scope.h"
+#include "shading/contour_call.h"
 #include "shading/shader_binding.h"
 #include "shading/shader_faults.h"
 #include "shading/shader_life_cycle.h"
@@ -78,7 +79,9 @@ miBoolean ShaderRuntime::Implementation::callRange(ResultRoom result, int type, 
                 state->shader = bound->function;
                 if (bound->ready.load(std::memory_order_acquire) || initialise(table, *bound, state)) {
                     context.knowsResultSizes = bound->knowsResultSizes;
-                    value = bound->entry(result.at, state, bound->parameters, argument);
+                    value = type == miSHADER_CONTOUR
+                                ? static_cast<const ContourCall*>(argument)->enter(*bound, state)
+                                : bound->entry(result.at, state, bound->parameters, argument);
                 }
             }
             if (bound->next == end) break;
@@ -117,6 +120,12 @@ void ShaderRuntime::reportFaults() {
 miBoolean ShaderRuntime::call(ResultRoom result, int type, miState* state, miTag shader, void* argument) {
     return implementation_->callRange(result, type, state, implementation_->table.find(shader), nullptr,
                                       argument);
+}
+
+miBoolean ShaderRuntime::callContour(const ContourCall& call, miState* state, miTag shader) {
+    return implementation_->callRange({nullptr, ResultRoom::anySize}, miSHADER_CONTOUR, state,
+                                      implementation_->table.find(shader), nullptr,
+                                      const_cast<ContourCall*>(&call));
 }
 
 miBoolean ShaderRuntime::callForShader(miColor* result, int type, miState* state, miTag shader,

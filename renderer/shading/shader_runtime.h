@@ -13,6 +13,8 @@
 
 namespace orca::shading {
 
+struct ContourCall;
+
 /// Loads shader libraries, binds shader instances to their functions, initialises, calls and exits them, and
 /// evaluates connected parameters. Binding happens before rendering; `call` and `evaluate` are safe from any
 /// thread and take no lock after an instance's first call.
@@ -39,6 +41,9 @@ public:
     /// `state->shader`, the call type and the evaluation arena are put back however the call ends. A shader's
     /// exception is counted for the report and passes through.
     miBoolean call(ResultRoom result, int type, miState* state, miTag shader, void* argument = nullptr);
+
+    /// As `call` with miSHADER_CONTOUR. Nothing is done with the result of the shader's declaration.
+    miBoolean callContour(const ContourCall& call, miState* state, miTag shader);
 
     /// As `call` for that one instance, whatever follows it in its list.
     miBoolean callOne(ResultRoom result, int type, miState* state, miTag shader, void* argument = nullptr);

@@ -56,6 +56,17 @@ DLLEXPORT miBoolean testFlat(miColor* result, miState* state, ColorParameters* p
     return miTRUE;
 }
 
+/// Output: the length of all contour lines as red of the picture's first pixel, their number as green.
+DLLEXPORT miBoolean testLineLength(void*, miState* state, void*) {
+    miColor sum = {0, 0, 0, 1};
+    for (miContour_endpoint a, b; mi_get_contour_line(&a, &b); sum.g += 1)
+        sum.r += std::hypot(b.point.x - a.point.x, b.point.y - a.point.y);
+    auto* const image = static_cast<miImg_image*>(mi_output_image_open(state, miIMG_TYPE_RGBA_FP));
+    const miBoolean stored = mi_img_put_color(image, &sum, 0, 0);
+    mi_output_image_close(state, miIMG_TYPE_RGBA_FP);
+    return stored;
+}
+
 /// Faults that a stranger's shader may have.
 DLLEXPORT miBoolean testNotANumber(miColor* result, miState*, void*) {
     result->r = std::numeric_limits<float>::quiet_NaN();

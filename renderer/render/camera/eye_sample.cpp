@@ -50,7 +50,8 @@ void fillBuiltinBuffers(RenderContext& context, const miColor& color) {
     for (const image::Buffer* buffer : context.frame.builtinBuffers) {
         float* words = context.sampleWords.data() + buffer->sampleOffset;
         switch (buffer->source) {
-        case image::BuiltinSource::None: break;
+        case image::BuiltinSource::None:
+        case image::BuiltinSource::Contour: break; // drawn when all samples are done
         case image::BuiltinSource::Color: std::memcpy(words, &color, sizeof color); break;
         case image::BuiltinSource::Alpha: *words = color.a; break;
         case image::BuiltinSource::Intensity: {

@@ -11,12 +11,15 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace orca::render {
 
+class HitObserver;
 class OutputImages;
 class PendingGatherRecords;
+struct ContourSegment;
 
 /// What `miQ_SAMPLE_PHASE` answers. Passes are written in the image phase alone.
 enum SamplePhase : int {
@@ -102,6 +105,7 @@ struct RenderContext : shading::CallContext {
     std::vector<geometry::Hit> occluders;  ///< of sorted shadow rays that are being traced
     bool inEyeSample = false;              ///< false: frame-buffer values are discarded
 
+    HitObserver* hitObserver = nullptr; ///< null: nothing wants to know
     PrimaryHit primary;
     float eyeStart = 0.0f; ///< rasterizer: distance of the layer last shaded
     std::uint32_t skipInstance = geometry::nothing, skipTriangle = geometry::nothing;
@@ -114,8 +118,10 @@ struct RenderContext : shading::CallContext {
     const EmitterPoint* emitterPoint = nullptr;           ///< of the running light; null where it has no mesh
     const DisplacementSpace* displacementSpace = nullptr; ///< set in displacement calls
     OutputImages* outputImages = nullptr;                 ///< of the running output shader
-    miVector corners[3];                                  ///< that `mi_tri_vectors` has last given
-    int gatherDepth = 0;                                  ///< nesting of gathers
+    std::span<const ContourSegment> contours;             ///< that it asks for
+    std::size_t nextContour = 0;
+    miVector corners[3];                                    ///< that `mi_tri_vectors` has last given
+    int gatherDepth = 0;                                    ///< nesting of gathers
     int gatherReflectionBase = 0, gatherRefractionBase = 0; ///< levels at which the innermost one began
     PendingGatherRecords* pendingGatherRecords =
         nullptr;   ///< in the gather prepass: where new records are added

@@ -10,11 +10,17 @@ void Sampler::startSample(std::uint32_t seed, int pixelX, int pixelY, std::uint3
         mixKeys(mixKeys(seed, static_cast<std::uint32_t>(pixelX)), static_cast<std::uint32_t>(pixelY));
     sampleIndex_ = sampleIndex;
     decisions_ = 0;
+    centred_ = false;
     loops_.clear();
 }
 
+void Sampler::startCentred(std::uint32_t seed) {
+    startSample(seed, 0, 0, 0);
+    centred_ = true;
+}
+
 float Sampler::eye(int dimension) const {
-    return scrambledSobol(sampleIndex_, dimension, pixelKey_);
+    return centred_ ? 0.5f : scrambledSobol(sampleIndex_, dimension, pixelKey_);
 }
 
 std::uint32_t Sampler::nextKey() {
@@ -22,6 +28,7 @@ std::uint32_t Sampler::nextKey() {
 }
 
 float Sampler::coordinate(std::uint32_t key, std::uint32_t point, std::uint32_t count, int dimension) const {
+    if (centred_ && count == 1) return 0.5f;
     // Four dimensions come from one sequence; further ones pad with independent sequences.
     const std::uint32_t padded = dimension < sobolDimensions
                                      ? key

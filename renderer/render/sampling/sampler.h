@@ -13,6 +13,10 @@ public:
     /// `seed` changes the pattern of the whole picture.
     void startSample(std::uint32_t seed, int pixelX, int pixelY, std::uint32_t sampleIndex);
 
+    /// A sample whose single decisions, its time among them, all fall in the middle, whatever its place.
+    /// Loops of several points are those of `startSample`.
+    void startCentred(std::uint32_t seed);
+
     /// Coordinate of the sample's own point: stable meaning per dimension (see `EyeDimension`).
     [[nodiscard]] float eye(int dimension) const;
 
@@ -42,6 +46,7 @@ private:
     std::uint32_t pixelKey_ = 0;
     std::uint32_t sampleIndex_ = 0;
     std::uint32_t decisions_ = 0;
+    bool centred_ = false;
     /// The active loop of an address; those inside it, left early by their shaders, are dropped.
     Loop& loopOf(const int* instance, bool first);
 

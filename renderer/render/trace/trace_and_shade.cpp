@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/trace/trace_and_shade.h"
 
+#include "render/context/hit_observer.h"
 #include "render/context/surface_state.h"
 #include "render/context/surroundings.h"
 #include "render/light/visible_lights.h"
@@ -31,12 +32,17 @@ miBoolean shadeHit(RenderContext& context, miState* state, miColor& result) {
         recordPrimaryHit(context, *state, material ? material->shader : miNULLTAG);
 
     ++context.counts.materialCalls;
-    if (!material || material->shader == miNULLTAG) return shadeDefaultMaterial(context, state, result);
-    const miBoolean delivered = context.runtime.call(&result, miSHADER_MATERIAL, state, material->shader);
-    if (!isFinite(result)) {
-        context.runtime.countFault(material->shader, shading::ShaderRuntime::Fault::NotANumber);
-        result = {};
+    miBoolean delivered;
+    if (!material || material->shader == miNULLTAG) {
+        delivered = shadeDefaultMaterial(context, state, result);
+    } else {
+        delivered = context.runtime.call(&result, miSHADER_MATERIAL, state, material->shader);
+        if (!isFinite(result)) {
+            context.runtime.countFault(material->shader, shading::ShaderRuntime::Fault::NotANumber);
+            result = {};
+        }
     }
+    if (context.hitObserver) context.hitObserver->shaded(state, result);
     return delivered;
 }
 

@@ -307,10 +307,7 @@ constexpr OptionStatement statements[] = {
      .form = Form::Own,
      .missing = "instances hand flags down by the renderer's own rules",
      .level = LogLevel::Info},
-    {.words = "contour",
-     .form = Form::Own,
-     .missing = "contours are not supported",
-     .level = LogLevel::Error},
+    {.words = "contour", .form = Form::Own},
 
     // displacement
     {.words = "max displace",

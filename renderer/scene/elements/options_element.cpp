@@ -23,6 +23,8 @@ OptionsElement::OptionsElement() : Element(miSCENE_OPTIONS) {
 
 void OptionsElement::visitReferences(const std::function<void(miTag)>& visit) const {
     visit(options.state_func);
+    visit(options.contour_store);
+    visit(options.contour_contrast);
     visit(options.userdata);
     visit(options.inh_funcdecl);
 }

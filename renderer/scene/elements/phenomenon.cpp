@@ -4,7 +4,8 @@
 namespace orca::scene {
 
 bool PhenomenonAttachments::empty() const {
-    return lens.empty() && volume.empty() && environment.empty() && outputs.empty() && instances.empty();
+    return lens.empty() && volume.empty() && environment.empty() && contourStore.empty() &&
+           contourContrast.empty() && outputs.empty() && instances.empty();
 }
 
 void PhenomenonAttachments::append(const PhenomenonAttachments& others) {
@@ -12,6 +13,8 @@ void PhenomenonAttachments::append(const PhenomenonAttachments& others) {
     join(lens, others.lens);
     join(volume, others.volume);
     join(environment, others.environment);
+    join(contourStore, others.contourStore);
+    join(contourContrast, others.contourContrast);
     join(outputs, others.outputs);
     join(instances, others.instances);
 }

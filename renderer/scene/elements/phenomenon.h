@@ -14,7 +14,8 @@ struct DeclarationElement;
 /// What a phenomenon adds to the scene besides its result: it is attached to the picture's camera and root
 /// group.
 struct PhenomenonAttachments {
-    std::vector<miTag> lens, volume, environment; ///< shader lists
+    std::vector<miTag> lens, volume, environment;     ///< shader lists
+    std::vector<miTag> contourStore, contourContrast; ///< for options without such shaders of their own
     std::vector<OutputStatement> outputs;
     std::vector<miTag> instances; ///< of lights and objects
 
@@ -22,7 +23,8 @@ struct PhenomenonAttachments {
     void append(const PhenomenonAttachments& others);
     template <class Self, class Visit>
     static void eachTag(Self& self, const Visit& visit) {
-        for (auto* list : {&self.lens, &self.volume, &self.environment, &self.instances}) {
+        for (auto* list : {&self.lens, &self.volume, &self.environment, &self.contourStore,
+                           &self.contourContrast, &self.instances}) {
             for (auto& tag : *list) visit(tag);
         }
         for (auto& output : self.outputs) {

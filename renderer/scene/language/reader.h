@@ -149,6 +149,7 @@ private:
     void readOwnOption(OptionsElement& element, const OptionStatement& statement,
                        const SourceLocation& location);
     bool skipOptionRest();
+    miTag& readContourPart(miTag& store, miTag& contrast);
     void readFramebufferOption(OptionsElement& element, const SourceLocation& location);
     void skipToOption();
 

@@ -35,7 +35,7 @@ void Reader::readMaterial(const Token& token, bool incremental) {
          {"shadow", &miMaterial::shadow, true, {}},
          {"volume", &miMaterial::volume, true, {}},
          {"environment", &miMaterial::environment, false, {}},
-         {"contour", &miMaterial::contour, false, "contours are not supported"},
+         {"contour", &miMaterial::contour, false, {}},
          {"photon", &miMaterial::photon, true, noPhotons},
          {"photonvol", &miMaterial::photonvol, true, noPhotons},
          {"lightmap", &miMaterial::lightmap, false, "no light maps are made"},

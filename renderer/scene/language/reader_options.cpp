@@ -255,13 +255,21 @@ void Reader::readOwnOption(OptionsElement& element, const OptionStatement& state
         }
         skipToOption();
     } else if (word == "contour") {
-        if (!accept("store")) accept("contrast");
-        while (atShader()) readShader({owner}, miNULLTAG);
+        miTag& shader = readContourPart(element.options.contour_store, element.options.contour_contrast);
+        shader = requiredShaderList({owner, element.name}, owner + ", contour");
     } else if (atShader()) { // inheritance, traversal
         readShader({owner}, miNULLTAG);
     } else {
         name("the inheritance function");
     }
+}
+
+/// Which shader follows: the word after `contour` says it.
+miTag& Reader::readContourPart(miTag& store, miTag& contrast) {
+    if (accept("store")) return store;
+    if (accept("contrast")) return contrast;
+    fail(peek(), "expected \"contour store\" or \"contour contrast\", not \"contour\" and {}",
+         peek().shown());
 }
 
 void Reader::readFramebufferOption(OptionsElement& element, const SourceLocation& location) {

@@ -34,11 +34,16 @@ bool Reader::readPhenomenonPart(DeclarationElement& declaration, const Token& to
         attached.environment.push_back(readShaderList(use));
     } else if (word == "output" && (namesPart || atShaderList())) {
         attached.outputs.push_back(readOutput(use, locationOf(token)));
-    } else if (word == "contour" || (word == "geometry" && atShaderList())) {
+    } else if (word == "contour") {
+        miTag store = miNULLTAG, contrast = miNULLTAG;
+        miTag& shader = readContourPart(store, contrast);
+        shader = requiredShaderList(use, use.owner);
+        if (store) attached.contourStore.push_back(store);
+        if (contrast) attached.contourContrast.push_back(contrast);
+    } else if (word == "geometry" && atShaderList()) {
         unsupported(LogLevel::Error, locationOf(token), "phenomenon root " + word,
                     fmt::format("phenomenon \"{}\": attaching a shader as {} is not supported",
                                 declaration.name, word));
-        while (peek().isName() && !atShader()) next();
         readShaderList(use);
     } else {
         return readTextureStart(word, token, false);

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaColor.h"
+#include "orcaExport.h"
+#include "orcaLightLoop.h"
+#include "orcaParameters.h"
+#include "orcaVelaState.h"
+
+#include <shader.h>
+
+#include <algorithm>
+
+/// Parameters of velaContourLight, in declaration order.
+struct VelaContourLightParameters {
+    miScalar fullLight;  // irradiance (luminance) from which on a point is lit
+    miColor litColor;    // alpha: opacity
+    miScalar litWidth;   // percent of the picture's width
+    miColor shadedColor; // in no light, as the next
+    miScalar shadedWidth;
+};
+
+namespace {
+
+/// Luminance of what arrives at the hit from its lights, after shadows.
+miScalar irradiance(miState* state) {
+    VelabaseState* const vela = velabaseState(state);
+    miScalar sum = 0.0f;
+    for (mi::shader::LightIterator light(state); !light.at_end(); ++light) {
+        for (;;) {
+            if (vela) resetLightSample(*vela);
+            if (!light->sample()) break;
+            if (light->get_dot_nl() > 0.0f) light->accumulate({1.0f, 1.0f, 1.0f, 1.0f}, light->get_dot_nl());
+        }
+        miColor mean;
+        light->get_mean(&mean);
+        sum += luminance(mean);
+    }
+    return sum;
+}
+
+} // namespace
+
+extern "C" {
+
+ORCA_EXPORT int velaContourLight_version(void) {
+    return 1;
+}
+
+/// A line that changes with the light that arrives: drawn with a heavier pen in the shade.
+ORCA_EXPORT miBoolean velaContourLight(miContour_endpoint* line, void*, void*, miState* state,
+                                       VelaContourLightParameters* record) {
+    using P = VelaContourLightParameters;
+    const miScalar full = parameterValue(state, record, &P::fullLight);
+    const miScalar lit = full > 0.0f ? std::min(irradiance(state) / full, 1.0f) : 1.0f;
+    line->color = (1.0f - lit) * parameterValue(state, record, &P::shadedColor) +
+                  lit * parameterValue(state, record, &P::litColor);
+    line->width = (1.0f - lit) * parameterValue(state, record, &P::shadedWidth) +
+                  lit * parameterValue(state, record, &P::litWidth);
+    return miTRUE;
+}
+
+} // extern "C"
+
+#include "declared/velaContourLight.h"
