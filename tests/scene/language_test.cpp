@@ -220,6 +220,17 @@ end options
     EXPECT_EQ(text.find<OptionsElement>("p")->options.gamma, 1.5f);
 }
 
+const char* const spaceCurve =
+    "object \"o\" group 0 0 0 1 0 0 0 1 0 v 0 v 1 v 2 space curve \"s\" \"c\" 0. 1. "
+    "c 0 1 2 end group end object";
+
+TEST(SpaceCurves, LeaveTheRestOfTheirGroup) {
+    SceneText text(spaceCurve);
+    EXPECT_EQ(text.errors(), "");
+    ASSERT_NE(text.find<ObjectElement>("o"), nullptr);
+    EXPECT_EQ(text.find<ObjectElement>("o")->triangleCount(), 1u);
+}
+
 TEST(StatementsWithoutEffect, SaySoOnceInAScene) {
     const struct {
         const char* scene;
@@ -233,7 +244,8 @@ TEST(StatementsWithoutEffect, SaySoOnceInAScene) {
         {"options \"o\" merge on geometry on pass on caustic off end options", LogLevel::Info, ""},
         {"options \"o\" bsp size 10 bsp depth 40 end options", LogLevel::Info, "13: options \"o\": \"bsp\""},
         {"camera \"c\" field 1 end camera", LogLevel::Warning, "12: camera \"c\": \"field\""},
-        {"object \"o\" visible on caustic 3 end object", LogLevel::Info, "23: object \"o\": \"caustic\""}};
+        {"object \"o\" visible on caustic 3 end object", LogLevel::Info, "23: object \"o\": \"caustic\""},
+        {spaceCurve, LogLevel::Info, "48: object \"o\": \"space curve\""}};
     for (const auto& c : cases) {
         SceneText text(c.scene);
         text.scene.parseText(c.scene, "again.mi", {}, text.callbacks);

@@ -203,6 +203,7 @@ private:
     bool readObjectStatement(ObjectElement& element, const Token& word);
     void readGroup(ObjectElement& element);
     void readMeshFile(const ObjectElement& element);
+    void skipSpaceCurve(ObjectElement& element, const SourceLocation& location);
     void skipGeometry(ObjectElement& element, const SourceLocation& location, std::string_view kind,
                       std::string_view until);
 

@@ -205,9 +205,10 @@ void Reader::readGroup(ObjectElement& element) {
             readSurface(group, element, word);
         } else if (word.isWord("connect")) {
             readConnection(element, word);
-        } else if (word.isWord("space") || word.isWord("hair") || word.isWord("particle")) {
-            skipGeometry(element, locationOf(word), word.isWord("space") ? "space curves" : word.text,
-                         "group");
+        } else if (word.isWord("space") && accept("curve")) {
+            skipSpaceCurve(element, locationOf(word));
+        } else if (word.isWord("hair") || word.isWord("particle")) {
+            skipGeometry(element, locationOf(word), word.text, "group");
             return;
         } else if (word.kind == Token::Kind::Symbol) {
             fail(word,
@@ -246,6 +247,21 @@ void Reader::readMeshFile(const ObjectElement& element) {
     }
     if (stream_.writer()) stream_.writer()->discardLine();
     stream_.open(path, std::move(mesh.statements));
+}
+
+/// A space curve is never seen: what else the group holds goes on behind it.
+void Reader::skipSpaceCurve(ObjectElement& element, const SourceLocation& location) {
+    constexpr std::array<std::string_view, 13> others = {
+        "end",    "c",     "cp",    "p",       "trilist",     "surface", "subdivision",
+        "ccmesh", "basis", "curve", "connect", "approximate", "space"};
+    withoutEffect(LogLevel::Info, location, fmt::format("object \"{}\"", element.name), "space curve",
+                  "curves in space are not rendered");
+    const auto isOther = [&](std::string_view word) { return peek().isWord(word); };
+    while (std::none_of(others.begin(), others.end(), isOther)) {
+        if (peek().kind == Token::Kind::End)
+            fail(peek(), "the file ends inside a space curve of object \"{}\"", element.name);
+        next();
+    }
 }
 
 void Reader::skipGeometry(ObjectElement& element, const SourceLocation& location, std::string_view kind,
