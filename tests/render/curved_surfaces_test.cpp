@@ -376,6 +376,28 @@ TEST(SubdivisionSurface, IsClosedAndFacesOutwardHoweverFineItsPartsAre) {
     }
 }
 
+/// The limit of a vertex of four neighbours, by the eigenvectors of one step of subdivision.
+TEST(SubdivisionSurface, OfTrianglesReachesTheLimitsOfLoop) {
+    const auto octahedron = [](const char* faces) {
+        return Object(fmt::format("group 1 0 0 -1 0 0 0 1 0 0 -1 0 0 0 1 0 0 -1 v 0 v 1 v 2 v 3 v 4 v 5 "
+                                  "subdivision surface \"s\" scheme loop {} end subdivision surface "
+                                  "approximate surface parametric 3 end group",
+                                  faces));
+    };
+    Object object =
+        octahedron("polygon 0 2 4 polygon 2 1 4 polygon 1 3 4 polygon 3 0 4 polygon 2 0 5 polygon 1 2 5 "
+                   "polygon 3 1 5 polygon 0 3 5");
+    ASSERT_EQ(object.errors(), "");
+    EXPECT_EQ(object.mesh.triangles.size(), 8u * 64);
+    EXPECT_EQ(openLength(object.mesh), 0.0);
+    for (const double side : {-1.0, 1.0})
+        EXPECT_LT(distanceTo(object.mesh, {side * 24 / 55, 0, 0}),
+                  1e-6); // the neighbours' mean is the origin
+    for (const miVector& p : object.mesh.points)
+        EXPECT_LT(std::abs(p.x) + std::abs(p.y) + std::abs(p.z), 1.0f);
+    EXPECT_NE(octahedron("polygon 0 2 1 3").errors().find("\"loop\" is for triangles"), std::string::npos);
+}
+
 TEST(SubdivisionSurface, CarriesTexturesMotionAndMaterials) {
     const std::string materials =
         "declare shader color \"f\" ( ) end declare material \"red\" \"f\" ( ) end material\n";

@@ -93,7 +93,8 @@ std::unique_ptr<osd::Far::TopologyRefiner> refinerOf(const scene::SubdivisionSur
                                             : osd::Sdc::Options::VTX_BOUNDARY_EDGE_ONLY);
     options.SetFVarLinearInterpolation(osd::Sdc::Options::FVAR_LINEAR_CORNERS_PLUS1);
     using Factory = osd::Far::TopologyRefinerFactory<osd::Far::TopologyDescriptor>;
-    Factory::Options factoryOptions(osd::Sdc::SCHEME_CATMARK, options);
+    const bool isLoop = base.scheme == scene::SubdivisionSurface::Scheme::Loop;
+    Factory::Options factoryOptions(isLoop ? osd::Sdc::SCHEME_LOOP : osd::Sdc::SCHEME_CATMARK, options);
     factoryOptions.validateFullTopology = true;
     lastFault.clear();
     std::unique_ptr<osd::Far::TopologyRefiner> refiner(Factory::Create(descriptor, factoryOptions));

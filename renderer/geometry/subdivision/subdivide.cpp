@@ -73,11 +73,12 @@ Parts partsOf(const LimitSurface& surface, std::size_t faces, const Refinement& 
 }
 
 std::size_t trianglesOf(const scene::SubdivisionSurface& base, const Parts& parts) {
+    const bool isLoop = base.scheme == scene::SubdivisionSurface::Scheme::Loop;
     std::size_t count = 0;
     for (std::size_t i = 0; i < base.faces.size(); ++i) {
         const auto [u, v] = parts.ofFaces[i];
-        count += static_cast<std::size_t>(u) * static_cast<std::size_t>(v) *
-                 (base.faces[i].count == 4 ? 2u : base.faces[i].count);
+        const std::uint32_t perPart = isLoop ? 1u : base.faces[i].count == 4 ? 2u : base.faces[i].count;
+        count += static_cast<std::size_t>(u) * static_cast<std::size_t>(v) * perPart;
     }
     return count;
 }

@@ -12,8 +12,13 @@
 
 namespace orca::scene {
 
-/// The base mesh of a Catmull-Clark surface, with what is sharp on it.
+/// The base mesh of a subdivision surface, with what is sharp on it.
 struct SubdivisionSurface {
+    enum class Scheme {
+        CatmullClark, ///< E. Catmull, J. Clark, "Recursively generated B-spline surfaces ...", 1978
+        Loop          ///< C. Loop, "Smooth Subdivision Surfaces Based on Triangles", 1987; triangles alone
+    };
+
     /// Edges and vertices of this sharpness and above stay sharp.
     static constexpr float infinitelySharp = 10.0f;
 
@@ -36,6 +41,7 @@ struct SubdivisionSurface {
         std::vector<std::uint32_t> corners; ///< as the corners of faces, into `coordinates`
     };
 
+    Scheme scheme = Scheme::CatmullClark;
     std::string name;
     SourceLocation location;
     std::vector<miVector> points;

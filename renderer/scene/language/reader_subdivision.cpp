@@ -162,6 +162,13 @@ void Reader::readSubdivisionSurface(const PolygonGroup& group, ObjectElement& el
                 fail(how, "{}: expected \"sharp\" or \"smooth\" after \"boundary\", not {}", owner,
                      how.shown());
             surface.sharpBoundaryCorners = how.isWord("sharp");
+        } else if (statement.isWord("scheme")) {
+            const Token which = next();
+            if (!which.isWord("loop") && !which.isWord("catmull_clark"))
+                fail(which, "{}: expected \"catmull_clark\" or \"loop\" after \"scheme\", not {}", owner,
+                     which.shown());
+            surface.scheme = which.isWord("loop") ? SubdivisionSurface::Scheme::Loop
+                                                  : SubdivisionSurface::Scheme::CatmullClark;
         } else if (statement.isWord("derivative")) {
             while (acceptInteger()) surface.derivatives = true;
         } else if (statement.isWord("end")) {
@@ -175,13 +182,20 @@ void Reader::readSubdivisionSurface(const PolygonGroup& group, ObjectElement& el
             break;
         } else {
             fail(statement,
-                 "{}: expected \"polygon\", \"crease\", \"corner\", \"boundary\", \"derivative\" or \"end\", "
-                 "not {}",
+                 "{}: expected \"polygon\", \"crease\", \"corner\", \"boundary\", \"scheme\", \"derivative\" "
+                 "or \"end\", not {}",
                  owner, statement.shown());
         }
     }
     if (surface.faces.empty()) {
         error(surface.location, "{} has no polygons", owner);
+        return;
+    }
+    const auto isTriangle = [](const SubdivisionSurface::Face& face) { return face.count == 3; };
+    if (surface.scheme == SubdivisionSurface::Scheme::Loop &&
+        !std::all_of(surface.faces.begin(), surface.faces.end(), isTriangle)) {
+        error(surface.location,
+              "{}: the scheme \"loop\" is for triangles, and some polygons have more corners", owner);
         return;
     }
     std::unordered_set<std::uint64_t> edges;
