@@ -38,7 +38,7 @@ void Reader::readMaterial(const Token& token, bool incremental) {
          {"contour", &miMaterial::contour, false, {}},
          {"photon", &miMaterial::photon, true, noPhotons},
          {"photonvol", &miMaterial::photonvol, true, noPhotons},
-         {"lightmap", &miMaterial::lightmap, false, "no light maps are made"},
+         {"lightmap", &miMaterial::lightmap, false, "shaders that make light maps are not run"},
          {"bsdf", nullptr, false, "materials shade by their first list"}}};
     while (!endsBlock("material", element.name)) {
         const Token word = next();
@@ -53,7 +53,7 @@ void Reader::readMaterial(const Token& token, bool incremental) {
             const miTag list = readShaderList(use);
             if (slot->shader) material.*slot->shader = list;
             if (list && !slot->missing.empty()) {
-                withoutEffect(LogLevel::Info, locationOf(word), owner, slot->word, slot->missing);
+                withoutEffect(LogLevel::Warning, locationOf(word), owner, slot->word, slot->missing);
             }
         } else if (word.isWord("opaque")) {
             material.opaque = miTRUE;
