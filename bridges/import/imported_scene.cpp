@@ -5,6 +5,7 @@
 #include "images.h"
 #include "lights.h"
 #include "materials.h"
+#include "morph_targets.h"
 #include "node_poses.h"
 #include "placement.h"
 #include "studio.h"
@@ -42,9 +43,10 @@ public:
           images_(model, scenePath, text_, losses_),
           materials_(model, text_, images_, losses_),
           poses_(scene_, animationOf(model, options)),
+          morphs_(scene_, animationOf(model, options)),
           world_(worldOf(model, options)),
           scale_(model.metresPerUnit() * model.rootScale() * options.scale),
-          bounds_(boundsOf(scene_, poses_, world_, firstMoment())) {
+          bounds_(boundsOf(scene_, poses_, morphs_, world_, firstMoment())) {
         if (bounds_.isEmpty()) bounds_.low = {-1, -1, -1}, bounds_.high = {1, 1, 1};
     }
 
@@ -68,6 +70,11 @@ private:
     [[nodiscard]] Matrix placement(const Placed& placed, Moment moment) const;
     [[nodiscard]] bool moves(const Placed& placed) const;
 
+    [[nodiscard]] MeshPose poseOf(unsigned mesh, Moment moment) const;
+    /// Whether the points of a mesh move, besides the nodes that it is placed by.
+    [[nodiscard]] bool changes(unsigned mesh) const {
+        return scene_.mMeshes[mesh]->HasBones() || morphs_.moves(mesh);
+    }
     void chooseCamera();
     void printHead();
     void printObject(unsigned mesh, bool again, Moment moment);
@@ -90,6 +97,7 @@ private:
     Images images_;
     Materials materials_;
     NodePoses poses_;
+    MorphTargets morphs_;
     Matrix world_;
     double scale_; ///< of lengths from the file to the scene
     Box bounds_;   ///< of everything in the first frame
@@ -160,16 +168,23 @@ end options
 )");
 }
 
-/// @param again as a change of the object, for a mesh that bends
+/// Between its morph targets, then bent by its bones.
+MeshPose SceneImport::poseOf(unsigned index, Moment moment) const {
+    const aiMesh& mesh = *scene_.mMeshes[index];
+    MeshPose pose = morphs_.at(index, moment);
+    return mesh.HasBones() ? bent(mesh, pose, poses_, moment) : pose;
+}
+
+/// @param again as a change of the object, for a mesh whose points move
 void SceneImport::printObject(unsigned index, bool again, Moment moment) {
     const aiMesh& mesh = *scene_.mMeshes[index];
     MeshPoints points = pointsOf(mesh);
-    BentMesh now, later;
-    if (mesh.HasBones()) {
-        now = bent(mesh, poses_, moment);
+    MeshPose now, later;
+    if (mesh.HasBones() || morphs_.has(index)) {
+        now = poseOf(index, moment);
         points.positions = now.positions;
         points.normals = now.normals;
-        if (blurs()) later = bent(mesh, poses_, afterFrame(moment));
+        if (blurs() && changes(index)) later = poseOf(index, afterFrame(moment));
         points.later = later.positions;
     }
     const TriangleMesh triangles = triangleMesh(mesh, points, options_.creaseDegrees);
@@ -348,7 +363,7 @@ void SceneImport::printFrames() {
         const Moment moment = frame / options_.framesPerSecond;
         text_.print("\n");
         for (const auto& [mesh, name] : objects_)
-            if (!name.empty() && scene_.mMeshes[mesh]->HasBones()) printObject(mesh, true, moment);
+            if (!name.empty() && changes(mesh)) printObject(mesh, true, moment);
         for (const Placed& placed : placed_) {
             if (!moves(placed)) continue;
             text_.print("incremental instance \"{}\"\n", placed.instance);
@@ -364,7 +379,6 @@ void SceneImport::noteLosses() {
     for (unsigned i = 0; i < scene_.mNumMeshes; ++i) {
         const aiMesh& mesh = *scene_.mMeshes[i];
         const std::string name = mesh.mName.C_Str();
-        if (mesh.mNumAnimMeshes > 0) losses_.add("morph targets", name);
         if (mesh.mPrimitiveTypes & (aiPrimitiveType_POINT | aiPrimitiveType_LINE))
             losses_.add("points and lines", name);
         if (mesh.GetNumUVChannels() > 4) losses_.add("texture spaces beyond the fourth", name);
@@ -411,16 +425,12 @@ void writeGeometry(const ModelFile& model, const ImportOptions& options, bool ta
     for (const std::string& file : model.files()) text.print("#: reads \"{}\"\n", file);
     const aiScene& scene = model.scene();
     const NodePoses poses(scene, nullptr);
+    const MorphTargets morphs(scene, nullptr);
     const Matrix world = worldOf(model, options);
     for (const PlacedMesh& placed : placedMeshes(scene)) {
         const aiMesh& mesh = *scene.mMeshes[placed.mesh];
-        BentMesh own;
-        if (mesh.HasBones()) {
-            own = bent(mesh, poses, {});
-        } else {
-            own.positions.assign(mesh.mVertices, mesh.mVertices + mesh.mNumVertices);
-            if (mesh.HasNormals()) own.normals.assign(mesh.mNormals, mesh.mNormals + mesh.mNumVertices);
-        }
+        MeshPose own = morphs.at(placed.mesh, {});
+        if (mesh.HasBones()) own = bent(mesh, own, poses, {});
         const Matrix matrix = mesh.HasBones() ? world : world * poses.global(*placed.node, {});
         if (!isInvertible(matrix)) continue;
         const aiMatrix4x4 toObject(matrix);

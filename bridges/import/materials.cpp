@@ -86,13 +86,21 @@ std::string MaterialText::lookUp(const fs::path& image, const SurfaceMap& map, b
                                  const aiColor3D& gain) {
     const std::string element = images_.element(image, isColor);
     std::string coordinate;
-    if (map.isPlaced) {
+    const auto connect = [&](const char* node, const std::string& parameters) {
         const std::string place = text_.name(surface_.name + " place");
-        text_.print(
-            "shader \"{}\" \"velaPlace2d\" ( \"repeatU\" {:.6g}, \"repeatV\" {:.6g}, \"offsetU\" {:.6g}, "
-            "\"offsetV\" {:.6g} )\n",
-            place, map.repeat.x, map.repeat.y, map.offset.x, map.offset.y);
+        text_.print("shader \"{}\" \"{}\" ( {}{} )\n", place, node, parameters, coordinate);
         coordinate = fmt::format(", \"coordinate\" = \"{}\"", place);
+    };
+    if (map.space > 0) connect("velaTextureCoordinate", fmt::format("\"space\" {}", map.space));
+    const std::string repeat =
+        fmt::format("\"repeatU\" {:.6g}, \"repeatV\" {:.6g}", map.repeat.x, map.repeat.y);
+    const std::string offset =
+        fmt::format("\"offsetU\" {:.6g}, \"offsetV\" {:.6g}", map.offset.x, map.offset.y);
+    if (map.rotateDegrees != 0) {
+        connect("velaPlace2d", repeat);
+        connect("velaPlace2d", fmt::format("\"rotateUV\" {:.6g}, {}", map.rotateDegrees, offset));
+    } else if (map.isPlaced) {
+        connect("velaPlace2d", fmt::format("{}, {}", repeat, offset));
     }
     const std::string name = text_.name(surface_.name + " image");
     text_.print("shader \"{}\" \"velaFileTexture\" ( \"texture\" \"{}\"{}", name, element, coordinate);

@@ -37,8 +37,7 @@ aiQuaternion rotationAt(const aiQuatKey* keys, unsigned count, double tick, cons
 
 NodePoses::NodePoses(const aiScene& scene, const aiAnimation* animation) : scene_(scene) {
     if (!animation) return;
-    constexpr double usualTicks = 25; // what readers mean that say nothing
-    ticksPerSecond_ = animation->mTicksPerSecond > 0 ? animation->mTicksPerSecond : usualTicks;
+    ticksPerSecond_ = ticksPerSecond(*animation);
     for (unsigned i = 0; i < animation->mNumChannels; ++i)
         channels_[animation->mChannels[i]->mNodeName.C_Str()] = animation->mChannels[i];
 }
@@ -76,11 +75,24 @@ const aiNode* NodePoses::node(const aiString& name) const {
     return scene_.mRootNode->FindNode(name);
 }
 
-BentMesh bent(const aiMesh& mesh, const NodePoses& poses, Moment moment) {
+double ticksPerSecond(const aiAnimation& animation) {
+    constexpr double usualTicks = 25; // what readers mean that say nothing
+    return animation.mTicksPerSecond > 0 ? animation.mTicksPerSecond : usualTicks;
+}
+
+MeshPose restPose(const aiMesh& mesh) {
+    MeshPose rest;
+    rest.positions.assign(mesh.mVertices, mesh.mVertices + mesh.mNumVertices);
+    if (mesh.HasNormals()) rest.normals.assign(mesh.mNormals, mesh.mNormals + mesh.mNumVertices);
+    return rest;
+}
+
+MeshPose bent(const aiMesh& mesh, const MeshPose& rest, const NodePoses& poses, Moment moment) {
     const unsigned count = mesh.mNumVertices;
-    BentMesh result;
+    const bool hasNormals = !rest.normals.empty();
+    MeshPose result;
     result.positions.resize(count);
-    if (mesh.HasNormals()) result.normals.resize(count);
+    if (hasNormals) result.normals.resize(count);
     std::vector<float> weights(count, 0.0f);
     for (unsigned b = 0; b < mesh.mNumBones; ++b) {
         const aiBone& bone = *mesh.mBones[b];
@@ -92,17 +104,17 @@ BentMesh bent(const aiMesh& mesh, const NodePoses& poses, Moment moment) {
             const auto [vertex, weight] = bone.mWeights[i];
             if (vertex >= count) continue;
             weights[vertex] += weight;
-            result.positions[vertex] += matrix * mesh.mVertices[vertex] * weight;
-            if (mesh.HasNormals()) result.normals[vertex] += turn * mesh.mNormals[vertex] * weight;
+            result.positions[vertex] += matrix * rest.positions[vertex] * weight;
+            if (hasNormals) result.normals[vertex] += turn * rest.normals[vertex] * weight;
         }
     }
     for (unsigned vertex = 0; vertex < count; ++vertex) {
         if (weights[vertex] > 0) {
             result.positions[vertex] /= weights[vertex];
-            if (mesh.HasNormals()) result.normals[vertex].NormalizeSafe();
+            if (hasNormals) result.normals[vertex].NormalizeSafe();
         } else { // of no bone
-            result.positions[vertex] = mesh.mVertices[vertex];
-            if (mesh.HasNormals()) result.normals[vertex] = mesh.mNormals[vertex];
+            result.positions[vertex] = rest.positions[vertex];
+            if (hasNormals) result.normals[vertex] = rest.normals[vertex];
         }
     }
     return result;

@@ -37,11 +37,17 @@ private:
     std::map<std::string, const aiNodeAnim*> channels_; // by node
 };
 
-/// Vertices of a mesh with bones in the space of the root node's parent.
-struct BentMesh {
-    std::vector<aiVector3D> positions, normals; ///< normals are unit; empty where the mesh has none
+/// How fast an animation's time runs.
+[[nodiscard]] double ticksPerSecond(const aiAnimation& animation);
+
+/// Points of a mesh, and their normals, which are unit; empty where the mesh has none.
+struct MeshPose {
+    std::vector<aiVector3D> positions, normals;
 };
-/// Linear blend of the bones' motions.
-[[nodiscard]] BentMesh bent(const aiMesh& mesh, const NodePoses& poses, Moment moment);
+/// The mesh's own points.
+[[nodiscard]] MeshPose restPose(const aiMesh& mesh);
+/// Linear blend of the bones' motions: the points in the space of the root node's parent.
+/// @param rest where they are without the bones
+[[nodiscard]] MeshPose bent(const aiMesh& mesh, const MeshPose& rest, const NodePoses& poses, Moment moment);
 
 } // namespace orca::bridge

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "placement.h"
 
+#include "morph_targets.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <span>
 
 namespace orca::bridge {
 
@@ -58,19 +61,22 @@ void Box::include(const aiVector3t<double>& point) {
     high = {std::max(high.x, point.x), std::max(high.y, point.y), std::max(high.z, point.z)};
 }
 
-Box boundsOf(const aiScene& scene, const NodePoses& poses, const Matrix& world, Moment moment) {
+Box boundsOf(const aiScene& scene, const NodePoses& poses, const MorphTargets& morphs, const Matrix& world,
+             Moment moment) {
     Box box;
     for (const PlacedMesh& placed : placedMeshes(scene)) {
         const aiMesh& mesh = *scene.mMeshes[placed.mesh];
         const bool isBent = mesh.HasBones();
         const Matrix matrix = isBent ? world : world * poses.global(*placed.node, moment);
         Box own;
-        const auto include = [&](const aiVector3D& p) { own.include({p.x, p.y, p.z}); };
-        if (isBent) {
-            for (const aiVector3D& p : bent(mesh, poses, moment).positions) include(p);
-        } else {
-            for (unsigned v = 0; v < mesh.mNumVertices; ++v) include(mesh.mVertices[v]);
+        MeshPose pose;
+        std::span<const aiVector3D> points(mesh.mVertices, mesh.mNumVertices);
+        if (isBent || morphs.has(placed.mesh)) {
+            pose = morphs.at(placed.mesh, moment);
+            if (isBent) pose = bent(mesh, pose, poses, moment);
+            points = pose.positions;
         }
+        for (const aiVector3D& p : points) own.include({p.x, p.y, p.z});
         if (own.isEmpty()) continue;
         for (int corner = 0; corner < 8; ++corner)
             box.include(matrix * aiVector3t<double>(corner & 1 ? own.high.x : own.low.x,

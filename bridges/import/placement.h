@@ -8,6 +8,8 @@
 
 namespace orca::bridge {
 
+class MorphTargets;
+
 /// A mesh of a node.
 struct PlacedMesh {
     const aiNode* node;
@@ -36,6 +38,7 @@ struct Box {
     [[nodiscard]] double radius() const { return (high - low).Length() * 0.5; }
 };
 /// Of all triangles in the scene's space.
-[[nodiscard]] Box boundsOf(const aiScene& scene, const NodePoses& poses, const Matrix& world, Moment moment);
+[[nodiscard]] Box boundsOf(const aiScene& scene, const NodePoses& poses, const MorphTargets& morphs,
+                           const Matrix& world, Moment moment);
 
 } // namespace orca::bridge

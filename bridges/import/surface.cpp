@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numbers>
 
 namespace orca::bridge {
 
@@ -27,19 +28,34 @@ bool isBlack(const aiColor3D& color) {
     return color.r <= 0 && color.g <= 0 && color.b <= 0;
 }
 
+/// glTF turns about the upper left corner of the image, counter-clockwise; the reader has put that corner
+/// into the translation. KHR_texture_transform: translation * rotation * scale.
+void placeRotated(SurfaceMap& map, const aiUVTransform& placed) {
+    const float angle = -placed.mRotation, c = std::cos(angle), s = std::sin(angle);
+    const aiVector2D &scale = placed.mScaling, &moved = placed.mTranslation;
+    const float offsetX = moved.x - 0.5f * scale.x * (1 - c + s);
+    const float offsetY = 0.5f * scale.y * (s + c - 1) + 1 - scale.y - moved.y; // downward
+    map.rotateDegrees = -angle * 180 / std::numbers::pi_v<float>;
+    map.offset = {offsetX + s * scale.y - 0.5f * (1 - c + s), 0.5f * (1 + s + c) - offsetY - c * scale.y};
+}
+
 /// The first map of a type.
 std::optional<SurfaceMap> mapOf(const aiMaterial& material, aiTextureType type, const std::string& name,
-                                Losses& losses) {
+                                const ModelFile& model, Losses& losses) {
     SurfaceMap map;
-    unsigned space = 0;
     aiTextureMapMode modes[3] = {aiTextureMapMode_Wrap, aiTextureMapMode_Wrap, aiTextureMapMode_Wrap};
     aiTextureMapping mapping = aiTextureMapping_UV;
-    if (material.GetTexture(type, 0, &map.texture, &mapping, &space, nullptr, nullptr, modes) !=
+    if (material.GetTexture(type, 0, &map.texture, &mapping, &map.space, nullptr, nullptr, modes) !=
         aiReturn_SUCCESS)
         return {};
     if (material.GetTextureCount(type) > 1) losses.add("second images of one kind", name);
     if (mapping != aiTextureMapping_UV) losses.add("projections of images other than by coordinates", name);
-    if (space > 0) losses.add("images on other texture spaces than the first, where they are now", name);
+    const bool isRelief = type == aiTextureType_NORMALS || type == aiTextureType_HEIGHT;
+    if (map.space > 0 && isRelief)
+        losses.add("directions of relief on other texture spaces than the first", name);
+    if (map.space > 3)
+        losses.add("images on texture spaces beyond the fourth, which are on the first now", name);
+    if (map.space > 3) map.space = 0;
     const auto wrap = [](aiTextureMapMode mode) {
         return mode == aiTextureMapMode_Clamp    ? 1
                : mode == aiTextureMapMode_Mirror ? 2
@@ -52,15 +68,17 @@ std::optional<SurfaceMap> mapOf(const aiMaterial& material, aiTextureType type, 
     if (material.Get(AI_MATKEY_UVTRANSFORM(type, 0), placed) == aiReturn_SUCCESS) {
         map.repeat = placed.mScaling;
         map.offset = placed.mTranslation;
-        map.isPlaced = !(map.repeat == aiVector2D(1, 1) && map.offset == aiVector2D(0, 0));
-        if (placed.mRotation != 0) losses.add("rotations of images", name);
+        if (placed.mRotation != 0 && model.isGltf()) placeRotated(map, placed);
+        else if (placed.mRotation != 0) losses.add("rotations of images", name);
+        map.isPlaced =
+            map.rotateDegrees != 0 || !(map.repeat == aiVector2D(1, 1) && map.offset == aiVector2D(0, 0));
     }
     return map;
 }
 
 void readOpacity(Surface& surface, const aiMaterial& material, const ModelFile& model, Losses& losses) {
     surface.opacity = std::clamp(valueOr(material, AI_MATKEY_OPACITY, 1.0f), 0.0f, 1.0f);
-    surface.opacityMap = mapOf(material, aiTextureType_OPACITY, surface.name, losses);
+    surface.opacityMap = mapOf(material, aiTextureType_OPACITY, surface.name, model, losses);
     aiString mode;
     if (model.isGltf() && material.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == aiReturn_SUCCESS) {
         if (std::strcmp(mode.C_Str(), "OPAQUE") == 0) {
@@ -119,7 +137,7 @@ Surface surfaceOf(const aiMaterial& material, const ModelFile& model, Losses& lo
     aiString name;
     material.Get(AI_MATKEY_NAME, name);
     surface.name = name.length > 0 ? name.C_Str() : "material";
-    const auto map = [&](aiTextureType type) { return mapOf(material, type, surface.name, losses); };
+    const auto map = [&](aiTextureType type) { return mapOf(material, type, surface.name, model, losses); };
 
     surface.base = valueOr(material, AI_MATKEY_COLOR_DIFFUSE, surface.base);
     surface.base = valueOr(material, AI_MATKEY_BASE_COLOR, surface.base);
@@ -140,6 +158,8 @@ Surface surfaceOf(const aiMaterial& material, const ModelFile& model, Losses& lo
             const auto packed = map(aiTextureType_UNKNOWN);
             if (packed) surface.metalnessMap = surface.roughnessMap = packed;
             surface.isPackedMap = surface.metalnessMap.has_value();
+            if (packed && surface.baseMap && packed->space != surface.baseMap->space)
+                losses.add("images of metalness on another texture space than the colour's", surface.name);
         }
     } else if (!isBlack(surface.specular) && surface.exponent > 1) {
         surface.model = Surface::Model::Phong;

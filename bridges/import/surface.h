@@ -12,8 +12,11 @@ namespace orca::bridge {
 struct SurfaceMap {
     aiString texture;
     int wrapU = 0, wrapV = 0; ///< as of velaFileTexture
+    unsigned space = 0;       ///< texture space, counted from 0
+    /// Coordinates are multiplied by `repeat`, then turned about (0.5, 0.5), then moved by `offset`.
     aiVector2D repeat{1, 1}, offset{0, 0};
-    bool isPlaced = false; ///< repeat or offset differ from these
+    float rotateDegrees = 0; ///< as of velaPlace2d's `rotateUV`
+    bool isPlaced = false;   ///< one of these three differs from its default
 };
 
 /// A material as formats of all kinds describe it. Colours are linear.

@@ -206,6 +206,36 @@ INSTANTIATE_TEST_SUITE_P(
         R"("type":"spot","intensity":8.79646,"spot":{"innerConeAngle":0.6,"outerConeAngle":0.8})",
         R"("type":"directional","intensity":2.19911)"));
 
+TEST_F(ImportedScene, MovesBetweenMorphTargetsAsTheirWeightsSay) {
+    // The target is the square 2 to the right; its weight grows from 0 to 1 in a second.
+    std::string model = content("model.bin").substr(0, 124);
+    for (int corner = 0; corner < 4; ++corner) model += bytes(std::vector<float>{2, 0, 0});
+    directory.write("model.bin", model + std::string(4000, '\0'));
+    write(plain, R"("type":"directional","intensity":2)");
+    model = content("model.gltf");
+    const auto replace = [&](const std::string& part, const std::string& by) {
+        model.replace(model.find(part), part.size(), by);
+    };
+    replace(R"("material":0}])", R"("material":0,"targets":[{"POSITION":5}]}],"weights":[0.25])");
+    replace(R"("bufferView":4,"componentType":5126,"count":2,"type":"VEC3"})",
+            R"("bufferView":4,"componentType":5126,"count":2,"type":"VEC3"},
+{"bufferView":5,"componentType":5126,"count":4,"type":"VEC3"})");
+    replace(R"("byteOffset":100,"byteLength":24})",
+            R"("byteOffset":100,"byteLength":24},{"buffer":0,"byteOffset":124,"byteLength":48})");
+    replace(R"("node":6,"path":"translation")", R"("node":5,"path":"weights")");
+    replace(R"("output":4)", R"("output":3)");
+    directory.write("model.gltf", model);
+    ASSERT_EQ(import("model.gltf --size 100x100 --frames 0:1 --fps 2"), 0) << output;
+    EXPECT_FALSE(says("morph")) << output;
+    for (const auto& [frame, left, right] : {std::tuple{0, 1.0f, 0.0f}, std::tuple{1, 0.0f, 1.0f}}) {
+        expectPixel(fmt::format("model.mi --frames {}", frame), "45,50", "coverage", {left});
+        expectPixel(fmt::format("model.mi --frames {}", frame), "65,50", "coverage", {right});
+    }
+    ASSERT_EQ(import("model.gltf --size 100x100 -o rest.mi"), 0) << output; // half a unit to the right
+    expectPixel("rest.mi", "42,50", "coverage", {0});
+    expectPixel("rest.mi", "62,50", "coverage", {1});
+}
+
 TEST_F(ImportedScene, HasMaterialsFromFactorsImagesAndVertices) {
     const char* const lamp = R"("type":"point","intensity":8.79646)";
     std::string map = "P3 16 1 255";
@@ -224,6 +254,29 @@ TEST_F(ImportedScene, HasMaterialsFromFactorsImagesAndVertices) {
     EXPECT_TRUE(says("clear coats: \"paint\"")) << output;
     expectPixel("model.mi", "42,50", "diffuseMaterialColor", {0, 0.0513f, 1}, 0.01f); // sRGB 64
     expectPixel("model.mi", "58,50", "incandescence", {0.5f, 0, 0});
+
+    // Turned counter-clockwise by a right angle, and on a second texture space that runs from right to left.
+    const std::string colors = R"("pbrMetallicRoughness":{"metallicFactor":0,"baseColorTexture":{"index":0,)";
+    write(colors + R"("extensions":{"KHR_texture_transform":{"rotation":1.5707963}}}})", lamp);
+    std::string model = content("model.gltf");
+    model.replace(model.find("KHR_lights_punctual\",\"KHR_m"), 0, "KHR_texture_transform\",\"");
+    directory.write("model.gltf", model);
+    ASSERT_EQ(import("model.gltf --size 100x100"), 0) << output;
+    expectPixel("model.mi", "50,58", "diffuseMaterialColor", {0, 0.0513f, 1}, 0.01f);
+    expectPixel("model.mi", "50,42", "diffuseMaterialColor", {0, 1, 0}, 0.01f);
+    directory.write("model.bin", content("model.bin").substr(0, 124) +
+                                     bytes(std::vector<float>{1, 1, 0, 1, 0, 0, 1, 0}) +
+                                     std::string(4000, '\0'));
+    write(colors + R"("texCoord":1}})", lamp);
+    model = content("model.gltf");
+    model.replace(model.find("\"TEXCOORD_0\":2"), 14, "\"TEXCOORD_0\":2,\"TEXCOORD_1\":5");
+    model.replace(model.find("],\n\"bufferViews\""), 0,
+                  R"(,{"bufferView":5,"componentType":5126,"count":4,"type":"VEC2"})");
+    model.replace(model.find("],\n\"buffers\""), 0, R"(,{"buffer":0,"byteOffset":124,"byteLength":32})");
+    directory.write("model.gltf", model);
+    ASSERT_EQ(import("model.gltf --size 100x100"), 0) << output;
+    expectPixel("model.mi", "42,50", "diffuseMaterialColor", {0, 1, 0}, 0.01f);
+    expectPixel("model.mi", "58,50", "diffuseMaterialColor", {0, 0.0513f, 1}, 0.01f);
 
     directory.write("quad.mtl", "newmtl half\nKd 1 1 1\nd 0.25\nmap_Kd map.ppm\n");
     directory.write(
