@@ -54,6 +54,16 @@ inside sh -c 'cd /tmp && orca-render /usr/share/orca-render/examples/still_life.
 [[ -s $root/tmp/still.exr ]] || fail "no picture was written"
 inside bash -c 'cmp <(orca-render --print-document bash) /usr/share/bash-completion/completions/orca-render'
 
+try "orca-import and orca-texture"
+printf 'P3 2 2 255 255 0 0 255 0 0 255 0 0 255 0 0\n' >"$root/tmp/red.ppm"
+printf 'newmtl red\nKd 1 1 1\nmap_Kd red.ppm\n' >"$root/tmp/quad.mtl"
+printf 'mtllib quad.mtl\nusemtl red\nv 0 0 0\nv 4 0 0\nv 4 4 0\nv 0 4 0\nvt 0 0\nvt 1 0\nvt 1 1\nvt 0 1\nf 1/1 2/2 3/3 4/4\n' \
+    >"$root/tmp/quad.obj"
+inside sh -c 'cd /tmp && orca-texture red.ppm && orca-import quad.obj -q && sed -i "s/red\.ppm/red.tx/" quad.mi'
+red=$(inside orca-render /tmp/quad.mi --size 48x27 --samples 0 0 --pixel 24,13 --files off |
+    awk '$1 == "main" && $2 > 0.1 && $3 < 0.01 && $5 == 1')
+[[ -n $red ]] || fail "the imported square is not red"
+
 try "orca-render-dev and a shader library of somebody else"
 install_inside "$(deb orca-render-dev)" cmake g++ make pkg-config
 cp -r "$tree/tests/interface" "$root/tmp/interface"
