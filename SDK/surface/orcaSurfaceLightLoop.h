@@ -60,7 +60,8 @@ private:
         while (loop.next(sample_)) shadeSample(sums);
         writer_.material.close(loop);
         if (loop.samples() > 1) sums *= 1.0f / static_cast<float>(loop.samples());
-        writer_.write(PASS_LIGHT_SUM, sums.selected(call_.composite.componentMask));
+        if (writer_.has(PASS_LIGHT_SUM))
+            writer_.write(PASS_LIGHT_SUM, sums.selected(call_.composite.componentMask));
         call_.vela.shadowSum = sums.shadow;
         return sums;
     }
@@ -144,7 +145,7 @@ private:
     /// Also when the material's writePasses is off.
     void writeIrradiance() const {
         const miScalar nDotL = sample_.nDotL;
-        if (!(nDotL > 0.0f)) return;
+        if (!(nDotL > 0.0f) || !writer_.writes()) return;
         const miColor irradiance{nDotL, nDotL, nDotL, 1.0f};
         writer_.writeLit(PASS_DIRECT_IRRADIANCE, irradiance);
         writer_.writeLit(PASS_DIRECT_IRRADIANCE_NO_SHADOW, irradiance);

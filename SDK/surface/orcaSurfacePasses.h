@@ -23,6 +23,9 @@ struct SurfacePassWriter {
     /// The component passes are written.
     [[nodiscard]] bool writesComponents() const noexcept { return components && writes(); }
 
+    /// Some record takes this type; for values that are worth computing only then.
+    [[nodiscard]] bool has(PassTypeID type) const noexcept { return (*target.types)[type].count != 0; }
+
     /// A component's value, alpha 1, independent of lights.
     void write(PassTypeID type, const miColor& value) const {
         material.writePass(target, type, withAlpha(value, 1.0f));
