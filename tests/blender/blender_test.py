@@ -27,8 +27,12 @@ def run(folder, *arguments):
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
     said = "\n".join(line for line in done.stdout.splitlines() if not line.startswith(("Fra:", "Saved:", "warning, channel", " Time:")))
     if done.returncode:
-        sys.exit(f"blender_test: {' '.join(map(str, arguments))} failed:\n{said}")
+        sys.exit(f"blender_test: {' '.join(map(str, arguments))} failed with {done.returncode}:\n{said}")
     return said
+
+
+REPORTED = ('Orca: left out: hair of particle systems: "floor"',
+            'Orca: left out: nodes of the kind Noise Texture, whose socket keeps its own value: "red"')
 
 
 def main():
@@ -40,6 +44,9 @@ def main():
         folder = pathlib.Path(name)
         run(folder, "--python", INSTALL, "--", build / "bin" / "orca-render")
         said = run(folder, "--python", HERE / "inside.py", "--", build, folder, *cases)
+    for line in REPORTED if not cases else ():
+        if line not in said:
+            sys.exit(f"blender_test: Blender does not report {line!r}:\n{said}")
     for line in said.splitlines():
         if line.startswith("case "):
             print(line)

@@ -277,19 +277,34 @@ def raised(text):
 
 
 def case_errors_say_what_to_do():
-    sunny_room()
+    scene, _ = sunny_room()
     preferences = bpy.context.preferences.addons["orca_render"].preferences
     command, preferences.command = preferences.command, "/nowhere/orca-render"
     raised("Edit > Preferences > Add-ons")
     preferences.command = "/bin/false"
     raised("rendering failed")
     preferences.command = command
+    scene.view_layers[0].name = 'a "layer"'
+    raised('rename a "layer"')
+    scene.view_layers[0].name = "a layer"
     (FOLDER / "no_image.png").write_text("no image")
     tree = bpy.data.materials["red"].node_tree
     image = tree.nodes.new("ShaderNodeTexImage")
     image.image = bpy.data.images.load(str(FOLDER / "no_image.png"))
     tree.links.new(image.outputs["Color"], tree.nodes["Diffuse BSDF"].inputs["Color"])
     raised("no_image.png")
+    tree.nodes.remove(image)
+    made.render(FOLDER)  # and then renders; Blender's exit status would be that of the last render
+
+
+def case_left_out():
+    """blender_test.py looks for what is reported."""
+    sunny_room()
+    particles = bpy.data.objects["floor"].modifiers.new("grass", "PARTICLE_SYSTEM").particle_system.settings
+    particles.type, particles.count = "HAIR", 10
+    tree = bpy.data.materials["red"].node_tree
+    tree.links.new(tree.nodes.new("ShaderNodeTexNoise").outputs["Color"], tree.nodes["Diffuse BSDF"].inputs["Color"])
+    made.render(FOLDER)
 
 
 def case_export():

@@ -165,7 +165,7 @@ class Images:
     def _print(self, image, path):
         space = image.colorspace_settings.name
         profile = f' colorprofile "{PROFILES[space]}"' if space in PROFILES else ""
-        if not profile and space not in LINEAR:
+        if space and not profile and space not in LINEAR:
             self._losses.add(f"the colour space {space} of images, taken as linear", image.name)
         name = self._text.name(image.name)
         if path is not None:

@@ -176,13 +176,15 @@ class _SceneExport:
         thing = shown.thing
         if thing.is_shadow_catcher:
             return [self._materials.special("catcher")]
-        if shown.original.holdout_get(view_layer=self._depsgraph.view_layer):
+        if shown.owner.holdout_get(view_layer=self._depsgraph.view_layer):
             return [self._materials.special("holdout")]
         return [self._materials.name(material) for material in self._slots(thing)]
 
-    def _flags(self, thing):
+    def _flags(self, shown):
         """Statements of an instance that say which rays see the object."""
-        flags = [] if thing.visible_camera and not thing.original.indirect_only_get(view_layer=self._depsgraph.view_layer) else ["visible off"]
+        thing = shown.thing
+        is_hidden = not thing.visible_camera or shown.owner.indirect_only_get(view_layer=self._depsgraph.view_layer)
+        flags = ["visible off"] if is_hidden else []
         flags += [] if thing.visible_shadow else ["shadow off"]
         flags += [] if thing.visible_glossy else ["reflection 2"]
         flags += [] if thing.visible_transmission else ["refraction 2"]
@@ -197,7 +199,7 @@ class _SceneExport:
         emission = self._materials.emission(slots[0]) if len(slots) == 1 and self._settings.mesh_lights else ""
         if len(slots) > 1 and any(self._materials.emission(slot) for slot in slots):
             self._losses.add("light on other things from meshes with several materials, of which some emit", thing.name)
-        return _Placed(shown.key, shown.matrix, element, self._materials_of(shown), self._flags(thing), self._collections_of(shown),
+        return _Placed(shown.key, shown.matrix, element, self._materials_of(shown), self._flags(shown), self._collections_of(shown),
                        emission, shown.original.lightgroup)
 
     def _instance(self, placed):
@@ -237,6 +239,8 @@ class _SceneExport:
     # --- lights ---
 
     def _light(self, shown):
+        if self._later.matrices.get(shown.key, shown.matrix) != shown.matrix:
+            self._losses.add("motion of lights", shown.thing.name)
         name = self._text.name(shown.thing.data.name)
         lights.write(self._text, name, shown.thing, self._settings.shadow_rays, shown.matrix, self._losses)
         self._light_instance(shown.key[0] + " here", name, shown.original.lightgroup, lights.placement(shown.thing, shown.matrix))
@@ -260,6 +264,9 @@ def write_scene(path, depsgraph, job, go, losses):
     """
     if job.camera is None:
         raise ExportError("the scene has no camera: choose one in the properties of the scene")
+    for name in (job.prefix, *(layer.name for layer in job.layers)):
+        if '"' in name or "\\" in name:
+            raise ExportError(f"names of view layers and passes cannot hold quotation marks and backslashes: rename {name.rstrip('.')}")
     os.makedirs(os.path.dirname(path) or ".", exist_ok=True)
     with open(path, "wb") as stream:
         _SceneExport(stream, depsgraph, job, losses).write(go)

@@ -17,6 +17,7 @@ class Shown:
     key: tuple  # the same at other moments
     thing: typing.Any  # evaluated object of Blender; of instances valid only while it is visited
     original: typing.Any  # the object that the file has, for collections and settings
+    owner: typing.Any  # the object of the view layer that shows it: of an instance the one that places it
     matrix: typing.Any  # from the thing's space into the world
 
 
@@ -26,9 +27,10 @@ def shown_things(depsgraph):
         thing = instance.object
         if not instance.show_self or (not instance.is_instance and thing.hide_render):
             continue
-        parent = instance.parent.name_full if instance.is_instance and instance.parent else ""
+        parent = instance.parent if instance.is_instance else None
         numbers = tuple(instance.persistent_id) if instance.is_instance else ()
-        yield Shown((thing.name_full, parent, numbers), thing, thing.original, instance.matrix_world.copy())
+        yield Shown((thing.name_full, parent.name_full if parent else "", numbers), thing, thing.original,
+                    (parent or thing).original, instance.matrix_world.copy())
 
 
 class MeshNumbers:
