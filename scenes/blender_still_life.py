@@ -52,7 +52,7 @@ def add_things():
     floor = material("floor", Roughness=0.75)
     checkered(floor)
     add("plane", floor, smooth=False, size=12)
-    head = add("monkey", material("clay", Base_Color=(0.75, 0.22, 0.1, 1), Roughness=0.35), size=1.6, location=(-0.9, 0.2, 0.78))
+    head = add("monkey", material("clay", Base_Color=(0.75, 0.22, 0.1, 1), Roughness=0.35), size=1.6, location=(-0.9, 0.2, 0.68))
     head.rotation_euler = (-0.35, 0, 0.35)
     head.modifiers.new("round", "SUBSURF").render_levels = 3
     glass = material("glass", Base_Color=(0.9, 1, 0.95, 1), Roughness=0.0, Transmission=1.0, IOR=1.45)

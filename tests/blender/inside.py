@@ -257,12 +257,22 @@ def case_own_passes():
 def case_stop_keeps_what_is_rendered():
     scene, _ = sunny_room()
     scene.orca.samples_min = scene.orca.samples_max = 7
+    scene.orca.preview_seconds = 0.5
     engine = sys.modules["orca_render.engine"]
-    begin, engine.OrcaRenderEngine._is_stopped = time.monotonic(), lambda self: time.monotonic() - begin > 3
+    take, taken = engine.OrcaRenderEngine._take, []
+
+    def stopped_after_previews(self, *arguments):
+        taken.append(time.monotonic())
+        take(self, *arguments)
+
+    engine.SHOWS_PREVIEWS, engine.OrcaRenderEngine._take = True, stopped_after_previews
+    engine.OrcaRenderEngine._is_stopped = lambda self: len(taken) == 2
     try:
         picture = made.render(FOLDER)
     finally:
+        engine.SHOWS_PREVIEWS, engine.OrcaRenderEngine._take = False, take
         engine.OrcaRenderEngine._is_stopped = lambda self: self.test_break()
+    check(len(taken) == 3, "two previews and what there is at the end are not shown")
     check(0 < (picture[..., 3] > 0).mean() < 1, "a stopped render does not hold a part of the picture")
 
 

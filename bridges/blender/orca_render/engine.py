@@ -15,6 +15,8 @@ SHOWN_MESSAGES = 20
 # Shares of the progress bar at which phases begin, and their lengths.
 PHASES = {"prepare": (0.0, 0.05), "gather": (0.05, 0.35), "render": (0.4, 0.58), "write": (0.98, 0.02), "done": (1.0, 0.0)}
 
+SHOWS_PREVIEWS = not bpy.app.background  # nobody sees them there
+
 # Set by the exporter: a file to which scenes are written in place of being rendered.
 export_path = None
 
@@ -81,7 +83,7 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
 
     def _run(self, picture, scene, take):
         """Renders a picture to its end, or until the user or an error ends it; takes over what there is of it."""
-        interval = 0 if bpy.app.background else scene.orca.preview_seconds
+        interval = scene.orca.preview_seconds if SHOWS_PREVIEWS else 0
         child = picture.render(interval, scene.render.threads if scene.render.threads_mode == "FIXED" else 0)
         shown = 0
         try:
@@ -101,6 +103,8 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
             return
         except EOFError:
             code = child.end()
+        finally:
+            child.stop()
         if shown > SHOWN_MESSAGES:
             self.report({"WARNING"}, f"Orca: {shown - SHOWN_MESSAGES} more messages")
         if os.path.exists(picture.layered_file) and code in (0, 1):  # 1: what can be is written

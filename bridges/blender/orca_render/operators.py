@@ -104,11 +104,11 @@ class ORCA_OT_export(bpy.types.Operator, ExportHelper):
             engine.export_path = None
             scene.render.engine = before[1]
             scene.frame_set(before[0])
-        self.report({"INFO"}, f"wrote {len(frames)} file{'s' if len(frames) > 1 else ''}: {file_name(stem, frames, self.animation)}")
+        self.report({"INFO"}, f"wrote {len(frames)} file{'s' if len(frames) > 1 else ''}: {_file_name(stem, frames, self.animation)}")
         return {"FINISHED"}
 
 
-def file_name(stem, frames, animation):
+def _file_name(stem, frames, animation):
     """The name of the files that were written, as orca-render takes it."""
     return f"{stem}.####.mi, --frames {frames[0]}-{frames[-1]}" if animation else stem + ".mi"
 

@@ -113,6 +113,11 @@ class Layer:
     def is_material_pass(self):
         return self.source not in UTILITIES
 
+    @property
+    def is_background(self):
+        """Whether a state shader writes it, and no material."""
+        return self.source in {"environment", "lamps"}
+
 
 def layers_of(view_layer):
     """The layers of a view layer of Blender, the picture first; of several with one name the first."""
@@ -137,16 +142,16 @@ class PassSetup:
     def __init__(self, layers, prefix=""):
         self._layers = layers
         self._prefix = prefix
-        utilities = [layer for layer in layers if UTILITIES.get(layer.source, ("",) * 3)[2]]
-        self._utilities = utilities
-        calls = [(layer, f'"{UTILITIES[layer.source][2]}" ( "passIndex" {i}, "contributionIndex" {{bit}}{UTILITIES[layer.source][3]} )')
-                 for i, layer in enumerate(utilities)]
+        # Those that shaders write; the renderer writes labels itself.
+        self._utilities = [layer for layer in layers if not layer.is_material_pass and layer.source != "label"]
         records = sum(layer.is_material_pass for layer in layers)
-        self.material_shaders = "".join(
-            f"\n    {call.format(bit=records + i)}" for i, (layer, call) in enumerate(calls) if layer.source not in ("environment", "lamps"))
-        self.state_shaders = "".join(
-            f"\n          {call.replace(', ' + chr(34) + 'contributionIndex' + chr(34) + ' {bit}', '')}" for layer, call in calls
-            if layer.source in ("environment", "lamps"))
+        self.material_shaders = self.state_shaders = ""  # what ends materials' lists and the options' list of state shaders
+        for index, layer in enumerate(self._utilities):
+            _, _, shader, settings, _ = UTILITIES[layer.source]
+            if layer.is_background:
+                self.state_shaders += f'\n          "{shader}" ( "passIndex" {index}{settings} )'
+            else:
+                self.material_shaders += f'\n    "{shader}" ( "passIndex" {index}, "contributionIndex" {records + index}{settings} )'
 
     def buffer(self, layer):
         return self._prefix + layer.name
@@ -174,7 +179,7 @@ class PassSetup:
         lines = []
         for layer in self._layers:
             kind = layer.shape[2]
-            by_opacity = " useopacity on" if layer.is_material_pass or layer.source in ("environment", "lamps") else ""
+            by_opacity = " useopacity on" if layer.is_material_pass or layer.is_background else ""
             lines.append(f'    framebuffer "{self.buffer(layer)}" datatype "{kind}" user {"off" if kind == "tag" else "on"}{by_opacity}\n')
         return "".join(lines) + f'    data "{block}"\n'
 

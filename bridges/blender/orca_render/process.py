@@ -77,8 +77,9 @@ class RenderProcess:
         return code
 
     def stop(self):
-        """Asks the process to stop, and ends it when it does not."""
-        self._process.terminate()
+        """Asks the process to stop, and ends it when it does not; no more than end() for one that has ended."""
+        if self._process.poll() is None:
+            self._process.terminate()
         try:
             self._process.wait(STOP_SECONDS)
         except subprocess.TimeoutExpired:
