@@ -9,7 +9,9 @@ import types
 
 import addon_utils
 import bpy
+import bpy_extras
 import numpy
+from mathutils import Vector
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 import made_scenes as made  # noqa: E402
@@ -31,13 +33,17 @@ def check_as_cycles(limit, **cycles):
 
 # --- lights: one each in a room without anything else ---
 
+def stretched(thing):
+    thing.scale = (1.3, 0.8, 2)
+
+
 LIGHTS = {
     "point": lambda: made.add_light("POINT", 200, (1, -1, 2.5), None, shadow_soft_size=0),
     "soft_point": lambda: made.add_light("POINT", 200, (1, -1, 2.5), None, shadow_soft_size=0.2),
     "spot": lambda: made.add_light("SPOT", 500, (1, -2, 3), (0, 0.6, 0.4), shadow_soft_size=0, spot_size=math.radians(50), spot_blend=0.3),
     "sun": lambda: made.add_light("SUN", 2, (1, -2, 3), (-0.5, 1, 0), angle=math.radians(3)),
     "rectangle": lambda: made.add_light("AREA", 100, (1.5, -1, 2.6), (0, 1, 0), shape="RECTANGLE", size=1, size_y=0.3),
-    "ellipse": lambda: made.add_light("AREA", 100, (1.5, -1, 2.6), (0, 1, 0), shape="ELLIPSE", size=1, size_y=0.4),
+    "ellipse": lambda: stretched(made.add_light("AREA", 100, (1.5, -1, 2.6), (0, 1, 0), shape="ELLIPSE", size=1, size_y=0.4)),
 }
 LIGHT_LIMIT = 0.02  # noise of soft shadows; Cycles' point lights are spheres, ours discs
 
@@ -250,6 +256,24 @@ def case_own_passes():
     check(passes["diffuse_boxes"][box][0] == passes["diffuse"][box][0] > 0, "the box is not in its collection's pass")
     check(passes["diffuse_boxes"][floor][0] == 0 < passes["diffuse"][floor][0], "the floor is in the collection's pass")
     check(numpy.allclose(passes["normalWorld"][floor][:3], (0, 0, 1), atol=1e-3), "the floor's normal does not point along z")
+
+
+def case_motion_vectors_without_blur():
+    scene, _ = sunny_room()
+    box = bpy.data.objects["box"]
+    for frame, x in ((0, -0.8), (2, -0.6)):
+        box.location.x = x
+        box.keyframe_insert("location", frame=frame)
+    for point in box.animation_data.action.fcurves[0].keyframe_points:
+        point.interpolation = "LINEAR"
+    scene.frame_set(1)
+    scene.render.motion_blur_shutter = 1.0
+    scene.view_layers[0].orca.passes.add().source = "motionVector2D"
+    picture, vectors = made.render(FOLDER, ("Image", "motionVector2D"))
+    front = [bpy_extras.object_utils.world_to_camera_view(scene, scene.camera, Vector((x, 0.2, 0.6))).x * made.SIZE[0] for x in (-0.75, -0.65)]
+    moved = vectors[30, 38]
+    check(abs(moved[0] / (front[1] - front[0]) - 1) < 0.03 and abs(moved[1]) < 0.05, f"the box moves by {moved[:2]} pixels, not {front}")
+    check((vectors[47, 20][:2] == 0).all() and picture[30, 38][0] > 0.1, "the floor moves, or the box is not there")
 
 
 # --- the process ---

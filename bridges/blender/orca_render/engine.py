@@ -62,7 +62,7 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
         try:
             scene_export.write_scene(path, depsgraph, job, go, losses)
         finally:
-            if scene_export.shutter_of(scene):
+            if scene_export.shutter_of(scene, job.layers):
                 self.frame_set(frame, 0.0)
         return job
 
@@ -128,7 +128,7 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
         picture = camera.picture_of(scene.render, job.width, job.height)
         data = job.camera.evaluated_get(depsgraph).data
         view = None if data.type == "PANO" else camera.view_of(data, scene, picture)
-        render_result = self.begin_result(0, 0, picture.width, picture.height, layer=depsgraph.view_layer.name)
+        render_result = self.begin_result(0, 0, picture.width, picture.height, layer=depsgraph.view_layer.name, view=self.active_view_get())
         try:
             result.load(render_result, layered_file, job.layers, view, scene.world)
         finally:

@@ -30,9 +30,9 @@ class Job:
     camera: object  # object of Blender
 
 
-def shutter_of(scene):
-    """Frames from the scene's own to the shutter's opening and closing; None without motion blur."""
-    if not scene.render.use_motion_blur:
+def shutter_of(scene, layers):
+    """Frames from the scene's own to the shutter's opening and closing; None where neither picture nor layers show motion."""
+    if not scene.render.use_motion_blur and not any(layer.source.startswith("motionVector") for layer in layers):
         return None
     length = scene.render.motion_blur_shutter
     begin = {"START": 0.0, "CENTER": -length / 2, "END": -length}[scene.orca.shutter_position]
@@ -77,7 +77,9 @@ class _SceneExport:
 
     def write(self, go):
         """Prints the scene. go(frame): brings the depsgraph to a moment."""
-        shutter = shutter_of(self._scene)
+        if self._scene.render.use_multiview:
+            self._losses.add("stereo views, which all are the camera's own")
+        shutter = shutter_of(self._scene, self._job.layers)
         eye = self._job.camera
         if shutter:
             go(self._frame + shutter[1])
@@ -114,7 +116,10 @@ class _SceneExport:
     def _options(self, name):
         s = self._settings
         contrast = " ".join([f"{s.contrast:.6g}"] * 4)
-        motion = f"    motion on  motion steps {s.motion_steps}  shutter 0 1\n" if self._scene.render.use_motion_blur else ""
+        motion = ""
+        if shutter_of(self._scene, self._job.layers):
+            blurs = scene_text.switch(self._scene.render.use_motion_blur)
+            motion = f"    motion {blurs}  motion steps {s.motion_steps}  shutter 0 1\n"
         gather = ""
         if s.indirect_light:
             gather = (f"    finalgather on  finalgather accuracy {s.gather_rays}  finalgather presample density {s.gather_density:.6g}\n"
