@@ -166,10 +166,14 @@ def case_textures_mixtures_and_emission():
     mapping, coordinates = placed.nodes.new("ShaderNodeMapping"), placed.nodes.new("ShaderNodeTexCoord")
     mapping.inputs["Scale"].default_value, mapping.inputs["Location"].default_value = (0.5, 0.4, 1), (0.3, 0.2, 0)
     image, product = picture_nodes(cards[0], pixels), placed.nodes.new("ShaderNodeMixRGB")
-    product.blend_type, product.inputs["Fac"].default_value, product.inputs["Color2"].default_value = "MULTIPLY", 0.6, (0.3, 1, 0.5, 1)
+    product.blend_type, product.inputs["Fac"].default_value, product.inputs["Color1"].default_value = "MULTIPLY", 0.6, (0.7, 1, 0.5, 1)
     placed.links.new(coordinates.outputs["UV"], mapping.inputs["Vector"])
     placed.links.new(mapping.outputs["Vector"], image.inputs["Vector"])
-    placed.links.new(image.outputs["Color"], product.inputs["Color1"])
+    separate, ramp = placed.nodes.new("ShaderNodeSeparateColor"), placed.nodes.new("ShaderNodeValToRGB")
+    ramp.color_ramp.elements[0].color, ramp.color_ramp.elements[1].color = (0.9, 0.1, 0.1, 1), (0.1, 0.5, 0.9, 1)
+    placed.links.new(image.outputs["Color"], separate.inputs["Color"])
+    placed.links.new(separate.outputs["Green"], ramp.inputs["Fac"])
+    placed.links.new(ramp.outputs["Color"], product.inputs["Color2"])
     placed.links.new(product.outputs["Color"], surface(placed).inputs["Color"])
 
     for tree, material, other in ((holes, cards[1], "ShaderNodeBsdfTransparent"), (mixed, cards[2], "ShaderNodeBsdfDiffuse")):

@@ -9,12 +9,13 @@ import bpy
 import numpy
 
 from . import scene_text
+from .image_parts import Part
 
 # Colour spaces of Blender whose values are those of light, and those that have a profile in scenes.
 LINEAR = {"Linear", "Non-Color", "Raw"}
 PROFILES = {"sRGB": "sRGB"}
 LEAST_STEP = 1 / 512  # half of one of 8 bits
-LUMINANCE = numpy.array((0.2126, 0.7152, 0.0722), numpy.float32)  # as Blender turns colours into numbers
+PLAIN = Part()
 
 
 def _decoded(display):
@@ -23,17 +24,6 @@ def _decoded(display):
 
 def _encoded(linear):
     return numpy.where(linear <= 0.0031308, linear * 12.92, 1.055 * numpy.maximum(linear, 0.0031308) ** (1 / 2.4) - 0.055)
-
-
-def part_of(pixels, part):
-    """Three channels of an array of four: words of `part` say which.
-
-    alpha: the alpha; associated: colours times alpha, as Cycles shows images whose alpha is not used; grey: the luminance
-    """
-    if part == "alpha":
-        return pixels[..., 3:].repeat(3, axis=-1)
-    colors = pixels[..., :3] * pixels[..., 3:] if "associated" in part else pixels[..., :3]
-    return (colors @ LUMINANCE)[..., None].repeat(3, axis=-1) if "grey" in part else colors
 
 
 def _resized(pixels, width, height):
@@ -86,17 +76,16 @@ class Images:
         return self._names[key]
 
     def part(self, image, user, part):
-        """Name of a texture of a part of an image (see part_of): the image itself where it shows the same; None for no image."""
-        if not part or image is None:
+        """Name of a texture of a part of an image, which is the image itself where it shows the same; None for no image."""
+        if image is None or part == PLAIN:
             return self.element(image, user)
         key = (image.name_full, part)
         if key not in self._parts:
             pixels = self._pixels(image)
-            if pixels is None or numpy.abs(part_of(pixels, part) - pixels[..., :3]).max() < LEAST_STEP:
+            if pixels is None or numpy.abs(part.of(pixels) - pixels[..., :3]).max() < LEAST_STEP:
                 self._parts[key] = self.element(image, user)
             else:
-                is_color = part == "associated" and image.colorspace_settings.name in PROFILES
-                self._parts[key] = self.derived(part, [(image, user)], lambda values: part_of(values, part), is_color)
+                self._parts[key] = self.derived(part.name, [(image, user)], part.of, part.is_color)
         return self._parts[key]
 
     def derived(self, kind, sources, compute, is_color=False):

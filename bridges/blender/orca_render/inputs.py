@@ -1,76 +1,15 @@
 # SPDX-License-Identifier: Apache-2.0
-"""What sockets of node trees hold: a constant, or a texture times a colour plus a colour."""
+"""Reads what sockets of node trees hold."""
 
 import colorsys
 import contextlib
 import dataclasses
-import typing
+
+from .image_parts import RAMP_STEPS, Part, Ramp
+from .values import Texture, Value, constant
 
 WITH_ALPHA = {16, 32, 64, 128}  # bits of the pixels of images with alpha
 MOST_NODES = 64  # along one path; trees cannot have cycles, but groups within groups are deep
-
-
-@dataclasses.dataclass(frozen=True)
-class Texture:
-    """A look-up that a node of the scene does."""
-    kind: str  # "image", "panorama", "colors" or "checker"
-    node: typing.Any  # of Blender
-    part: str = ""  # of an image: see images.part_of
-    groups: tuple = ()  # through which the node was reached
-    element: str = ""  # name of a texture of the scene that is taken instead of the node's image
-
-
-@dataclasses.dataclass(frozen=True)
-class Value:
-    """A colour: `gain` times the texture plus `offset`, or without texture `offset` alone."""
-    offset: tuple = (0.0, 0.0, 0.0)
-    gain: tuple = (1.0, 1.0, 1.0)
-    texture: typing.Optional[Texture] = None
-
-    @property
-    def is_constant(self):
-        return self.texture is None
-
-    @property
-    def is_black(self):
-        return self.is_constant and max(self.offset) <= 0
-
-    @property
-    def scalar(self):
-        """Luminance of the constant part, as Blender turns colours into numbers."""
-        return 0.2126 * self.offset[0] + 0.7152 * self.offset[1] + 0.0722 * self.offset[2]
-
-    @property
-    def grey(self):
-        """The same as a number, which Blender makes of a colour that is connected to one."""
-        texture = self.texture
-        if texture is None or texture.kind != "image" or texture.part == "alpha":
-            return self
-        return Value(self.offset, self.gain, dataclasses.replace(texture, part="associated grey" if "associated" in texture.part else "grey"))
-
-    def scaled(self, factor):
-        """Times a number or a colour."""
-        factor = _rgb(factor)
-        return Value(_times(self.offset, factor), _times(self.gain, factor), self.texture)
-
-    def plus(self, summand):
-        return Value(tuple(o + s for o, s in zip(self.offset, _rgb(summand))), self.gain, self.texture)
-
-    def inverted(self):
-        """One minus the value."""
-        return self.scaled(-1).plus(1)
-
-
-def _rgb(value):
-    return (float(value),) * 3 if isinstance(value, (int, float)) else tuple(value)
-
-
-def _times(a, b):
-    return tuple(x * y for x, y in zip(a, b))
-
-
-def constant(value):
-    return Value(_rgb(value))
 
 
 def _constant_of(socket):
@@ -102,7 +41,7 @@ class Inputs:
         yield self._source(socket)
         self._groups = entered
 
-    def _texture(self, kind, node, part=""):
+    def _texture(self, kind, node, part=Part()):
         return Value(texture=Texture(kind, node, part, tuple(self._groups.items())))
 
     def _source(self, socket):
@@ -163,9 +102,9 @@ class Inputs:
         if node.image is None:
             return constant((0, 0, 0))
         if output.identifier == "Alpha":
-            return self._texture("image", node, "alpha")
+            return self._texture("image", node, Part("alpha"))
         has_alpha = node.image.depth in WITH_ALPHA and node.image.alpha_mode in {"STRAIGHT", "PREMUL"}
-        return self._texture("image", node, "associated" if has_alpha and not node.outputs["Alpha"].is_linked else "")
+        return self._texture("image", node, Part(is_associated=has_alpha and not node.outputs["Alpha"].is_linked))
 
     def _read_tex_environment(self, node, output):
         return constant((0, 0, 0)) if node.image is None else self._texture("panorama", node)
@@ -222,11 +161,49 @@ class Inputs:
         return self._mixed(factor, value, constant(changed))
 
     def _read_valtorgb(self, node, output):
-        value = self.value(node.inputs["Fac"])
-        if not value.is_constant:
+        value = self.value(node.inputs["Fac"]).grey
+
+        def color(place):
+            result = node.color_ramp.evaluate(place)
+            return (result[3],) * 3 if output.identifier == "Alpha" else tuple(result[:3])
+
+        if value.is_constant:
+            return constant(color(value.scalar))
+        if value.texture.kind != "image" or value.texture.part.ramp:
             return None
-        color = node.color_ramp.evaluate(value.scalar)
-        return constant(color[3]) if output.identifier == "Alpha" else constant(color[:3])
+        ramp = Ramp(value.gain[0], value.offset[0], tuple(color(i / (RAMP_STEPS - 1)) for i in range(RAMP_STEPS)))
+        return Value(texture=dataclasses.replace(value.texture, part=dataclasses.replace(value.texture.part, ramp=ramp)))
+
+    def _channel(self, socket, name):
+        value = self.value(socket)
+        return value.reduced(name) if value.is_constant or value.texture.kind == "image" else None
+
+    def _read_separate_color(self, node, output):
+        return self._channel(node.inputs["Color"], output.identifier.lower()) if node.mode == "RGB" else None
+
+    def _read_seprgb(self, node, output):
+        return self._channel(node.inputs["Image"], {"R": "red", "G": "green", "B": "blue"}[output.identifier])
+
+    def _read_rgbtobw(self, node, output):
+        return self._channel(node.inputs["Color"], "grey")
+
+    def _read_combine_color(self, node, output):
+        parts = [self.value(socket) for socket in node.inputs]
+        return constant([part.scalar for part in parts]) if node.mode == "RGB" and all(part.is_constant for part in parts) else None
+
+    def _read_map_range(self, node, output):
+        if node.data_type != "FLOAT" or node.interpolation_type != "LINEAR":
+            return None
+        names = ("From Min", "From Max", "To Min", "To Max")
+        ends = [self.value(next(s for s in node.inputs if s.name == name)) for name in names]
+        if not all(end.is_constant for end in ends) or ends[0].scalar == ends[1].scalar:
+            return None
+        low, high, new_low, new_high = (end.scalar for end in ends)
+        slope = (new_high - new_low) / (high - low)
+        result = self.value(node.inputs["Value"]).scaled(slope).plus(new_low - low * slope)
+        if node.clamp and result.is_constant:
+            return constant(min(max(result.scalar, min(new_low, new_high)), max(new_low, new_high)))
+        return result
 
     def _read_math(self, node, output):
         a = self.value(node.inputs[0])
@@ -248,7 +225,7 @@ class Inputs:
     # --- arithmetic that keeps the form of Value ---
 
     def _mix(self, blend, factor_socket, first, second, limited):
-        factor, a, b = self.value(factor_socket), self.value(first), self.value(second)
+        factor, a, b = self.value(factor_socket).grey, self.value(first), self.value(second)
         if not factor.is_constant:
             # Between two constants, the factor's texture is what is looked up.
             if blend != "MIX" or not (a.is_constant and b.is_constant):

@@ -9,10 +9,11 @@ import math
 
 import numpy
 
-from . import images, meshes, scene_text
-from .inputs import Inputs, Value, constant
+from . import meshes, scene_text
+from .inputs import Inputs
 from .surfaces import HOLDOUT, Layers, Surface, Surfaces
 from .textures import Textures
+from .values import Value, constant
 
 SMOOTHEST_FACETS = 0.03  # a highlight of this width is still found by samples
 ROUGHEST_TRACED_PLASTIC = 0.45  # beyond, dielectrics reflect too little of anything recognisable to trace it
@@ -188,8 +189,8 @@ class _Printer:
     def _by_image(self, part, base, metal):
         """Of metalness by the pixel, the colour that follows from it is an image, too."""
         def compute(metal_pixels, base_pixels=None):
-            color = base.offset if base_pixels is None else images.part_of(base_pixels, base.texture.part) * base.gain + base.offset
-            m = numpy.clip(images.part_of(metal_pixels, metal.texture.part) * metal.gain + metal.offset, 0, 1)
+            color = base.offset if base_pixels is None else base.texture.part.of(base_pixels) * base.gain + base.offset
+            m = numpy.clip(metal.texture.part.of(metal_pixels) * metal.gain + metal.offset, 0, 1)
             return color * (1 - m) if part == "diffuse" else 1 - m + color * m
 
         textures = [metal.texture] + ([] if base.is_constant else [base.texture])

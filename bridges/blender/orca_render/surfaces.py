@@ -4,7 +4,8 @@
 import dataclasses
 import typing
 
-from .inputs import Inputs, Value, constant
+from .inputs import Inputs
+from .values import Value, constant
 
 # Light that comes through does so at the same strength from every angle: this share is as much in all as by the cosine.
 EVEN_TRANSLUCENCE = 0.5

@@ -4,8 +4,7 @@
 import numpy
 
 from . import scene_text
-from .images import part_of
-from .inputs import Texture, Value, constant
+from .values import Texture, Value, constant
 
 WRAPS = {"REPEAT": 0, "EXTEND": 1, "CLIP": 3, "MIRROR": 2}
 
@@ -51,7 +50,7 @@ class Textures:
         element = self._images.derived(name, sources, compute, is_color=True)
         if element is None:
             return constant(0.5)
-        return Value(texture=Texture("image", like.node, "", like.groups, element))
+        return Value(texture=Texture("image", like.node, groups=like.groups, element=element))
 
     @staticmethod
     def mean(value):
@@ -61,7 +60,7 @@ class Textures:
             return value.scalar if value.is_constant else 0.5
         pixels = numpy.empty(image.size[0] * image.size[1] * 4, numpy.float32)
         image.pixels.foreach_get(pixels)
-        return float((part_of(pixels.reshape(-1, 4), value.texture.part).mean(axis=0) * value.gain + value.offset).mean())
+        return float((value.texture.part.of(pixels.reshape(-1, 4)).mean(axis=0) * value.gain + value.offset).mean())
 
     def _shader(self, value: Value):
         """Name of the shader and the member that is the colour; None for a constant."""

@@ -5,7 +5,8 @@ import math
 
 from . import scene_text
 from .images import Images
-from .inputs import Inputs, Value, constant
+from .inputs import Inputs
+from .values import Value, constant
 
 
 def _background(world, inputs):
