@@ -152,7 +152,8 @@ def case_textures_mixtures_and_emission():
     cards = [made.material(name) for name in ("placed", "holes", "mixed", "painted", "lamp")]
     for i, material in enumerate(cards):
         x = i * 0.8 - 2
-        card = made.add_mesh(material.name, [(x, -0.3, 0.9), (x + 0.7, -0.3, 0.9), (x + 0.7, -0.1, 1.7), (x, -0.1, 1.7)], [(0, 1, 2, 3)], material)
+        corners = [(x, -0.3, 0.9), (x + 0.7, -0.3, 0.9), (x + 0.7, -0.1, 1.7), (x, -0.1, 1.7)]
+        card = made.add_mesh(material.name, corners, [(0, 1, 2, 3)], material)
         for corner, uv in zip(card.data.uv_layers.new().data, ((0, 0), (1, 0), (1, 1), (0, 1))):
             corner.uv = uv
         colors = card.data.color_attributes.new("Col", "FLOAT_COLOR", "POINT")
@@ -274,7 +275,8 @@ def case_motion_vectors_without_blur():
     scene.render.motion_blur_shutter = 1.0
     scene.view_layers[0].orca.passes.add().source = "motionVector2D"
     picture, vectors = made.render(FOLDER, ("Image", "motionVector2D"))
-    front = [bpy_extras.object_utils.world_to_camera_view(scene, scene.camera, Vector((x, 0.2, 0.6))).x * made.SIZE[0] for x in (-0.75, -0.65)]
+    view = bpy_extras.object_utils.world_to_camera_view
+    front = [view(scene, scene.camera, Vector((x, 0.2, 0.6))).x * made.SIZE[0] for x in (-0.75, -0.65)]
     moved = vectors[30, 38]
     check(abs(moved[0] / (front[1] - front[0]) - 1) < 0.03 and abs(moved[1]) < 0.05, f"the box moves by {moved[:2]} pixels, not {front}")
     check((vectors[47, 20][:2] == 0).all() and picture[30, 38][0] > 0.1, "the floor moves, or the box is not there")

@@ -59,7 +59,8 @@ class Part:
             colors = pixels[..., :3] * pixels[..., 3:] if self.is_associated else pixels[..., :3]
             if self.channel == "color":
                 return colors
-            numbers = colors @ numpy.array(LUMINANCE, numpy.float32) if self.channel == "grey" else colors[..., CHANNELS.index(self.channel)]
+            weights = LUMINANCE if self.channel == "grey" else [float(name == self.channel) for name in CHANNELS]
+            numbers = colors @ numpy.array(weights, numpy.float32)
         return self.ramp.of(numbers) if self.ramp else numbers[..., None].repeat(3, axis=-1)
 
 

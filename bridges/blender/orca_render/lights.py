@@ -138,4 +138,5 @@ def write_emitter(text, name, instance, emission, samples):
     instance: name of the mesh's instance
     emission: its radiance, as a parameter's value; Blender's surfaces emit to both sides
     """
-    text.print(f'light "{name}" "orcaVelaShapeLight" ( "color" {emission}, "twoSided" on ) object "{instance}" {samples} {samples} end light')
+    text.print(f'light "{name}" "orcaVelaShapeLight" ( "color" {emission}, "twoSided" on )\n'
+               f'    object "{instance}" {samples} {samples} end light')

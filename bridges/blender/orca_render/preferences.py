@@ -15,7 +15,8 @@ class OrcaPreferences(bpy.types.AddonPreferences):
 
     bl_idname = __package__
 
-    command: StringProperty(name="orca-render", description="The renderer's command; empty: the one on the search path", subtype="FILE_PATH")
+    command: StringProperty(name="orca-render", description="The renderer's command; empty: the one on the search path",
+                            subtype="FILE_PATH")
 
     def draw(self, context):
         self.layout.prop(self, "command")

@@ -66,8 +66,8 @@ class OrcaScene(bpy.types.PropertyGroup):
         ("START", "Start on Frame", "It opens at the frame"), ("CENTER", "Center on Frame", "The frame is its middle"),
         ("END", "End on Frame", "It closes at the frame")])
     motion_steps: IntProperty(name="Steps", description="Parts of the shutter in which things move straight", default=4, min=1, max=128)
-    preview_seconds: FloatProperty(name="Preview", description="Show how far the picture is at this interval, in seconds; 0: when it is done",
-                                   default=4, min=0, max=3600)
+    preview_seconds: FloatProperty(name="Preview", default=4, min=0, max=3600,
+                                   description="Show how far the picture is at this interval, in seconds; 0: when it is done")
     keep_files: BoolProperty(name="Keep Files", description="Keep the scene and the layered file of each render")
     keep_folder: StringProperty(name="Folder", description="Where they are kept", subtype="DIR_PATH", default="//orca/")
 
