@@ -57,6 +57,12 @@ void* mi_shaderstate_get(miState*, const char* key, int* size) {
     return enter("mi_shaderstate_get").shaderState(key, size);
 }
 
+/// There are no triangles.
+miBoolean mi_tri_vectors(miState*, int, int, miVector**, miVector**, miVector**) {
+    enter("mi_tri_vectors");
+    return miFALSE;
+}
+
 miBoolean mi_trace_eye(miColor* result, miState* state, miVector* origin, miVector* direction) {
     return enter("mi_trace_eye").traceEye(result, state, origin, direction);
 }
