@@ -46,16 +46,24 @@ TEST_P(Gather, GivesAWhiteCardInWhiteSurroundingsTheirLight) {
     EXPECT_NEAR(picture.pixel("beauty", 12, 8).r, tinted.r, 1e-6f);
 }
 
+/// Of a square's light, on a plane parallel to it at a distance of 2: by rectangles from the point's foot to
+/// each corner (J. R. Howell, "A Catalog of Radiation Heat Transfer Configuration Factors", B-3).
+double lightBelowSquare(double x, double y) {
+    const auto toCorner = [](double a, double b) {
+        const double u = std::hypot(a, 2.0), v = std::hypot(b, 2.0);
+        return (a / u * std::atan(b / u) + b / v * std::atan(a / v)) / (2 * 3.14159265358979);
+    };
+    return toCorner(1 - x, 1 - y) + toCorner(1 - x, 1 + y) + toCorner(1 + x, 1 - y) + toCorner(1 + x, 1 + y);
+}
+
 TEST_P(Gather, SeesASquareAsItsFormFactorHasIt) {
     TestScene scene;
     scene.extraOptions = gathering(4096, 0, GetParam());
     scene.width = scene.height = 9;
     scene.contents = glowing("lamp", "1 1 1") + white() + card("floor", "white", 0, 0, 0, 3) +
                      card("square", "lamp", 0, 0, 2, 1, "visible off");
-    // A point below the middle of a parallel square: four rectangles that are half as far across as away.
-    const double x = 0.5;
-    const double corner = x / std::sqrt(1 + x * x) * std::atan(x / std::sqrt(1 + x * x)) / 3.14159265358979;
-    EXPECT_NEAR(RenderedScene(scene).middle().r, 4 * corner, 0.012 * corner * 4);
+    const double light = lightBelowSquare(0, 0);
+    EXPECT_NEAR(RenderedScene(scene).middle().r, light, 0.012 * light);
 }
 
 /// In a closed box that glows by 1 and sends back half, every bounce adds half of the one before.
@@ -115,6 +123,23 @@ TEST(GatherPrepass, AgreesWithGatheringEverywhere) {
     EXPECT_GT(sum / (48 * 48), 0.05);
     // The point of it all: far fewer rays.
     EXPECT_LT(ahead.result().statistics.rays.gather * 4, plain.result().statistics.rays.gather);
+}
+
+/// Records that have to serve far around are right as long as their gradients are.
+TEST(GatherPrepass, FollowsTheGradientsOfItsRecords) {
+    TestScene scene;
+    scene.extraOptions = gathering(4096, 0, AHEAD) + "finalgather accuracy 4096 1.2 1.2 ";
+    scene.width = scene.height = 24;
+    scene.contents = glowing("lamp", "1 1 1") + white() + card("floor", "white", 0, 0, 0, 3) +
+                     card("square", "lamp", 0, 0, 2, 1, "visible off");
+    const RenderedScene picture(scene);
+    double difference = 0.0, sum = 0.0;
+    picture.eachPixel([&](int x, int y) {
+        const double light = lightBelowSquare((x + 0.5) / 6 - 2, (y + 0.5) / 6 - 2);
+        difference += std::abs(picture.pixel("main", x, y).g - light);
+        sum += light;
+    });
+    EXPECT_LT(difference / sum, 0.02);
 }
 
 /// Of the light that reaches another surface a record says nothing.
