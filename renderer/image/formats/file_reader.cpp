@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "image/formats/file_reader.h"
-
 #include "image/formats/incomplete_image.h"
+#include "image/formats/library_formats.h"
 #include "image/shader_image.h"
 
 #include <OpenImageIO/imageio.h>
@@ -72,7 +71,7 @@ void FileReader::read(const miImg_image& image) {
 
 } // namespace
 
-std::unique_ptr<ImageReader> openFile(const std::string& path) {
+std::unique_ptr<ImageReader> LibraryFormats::openImage(const std::string& path) {
     return std::make_unique<FileReader>(path);
 }
 

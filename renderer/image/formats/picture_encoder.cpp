@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "image/formats/picture_encoder.h"
+#include "image/formats/library_formats.h"
 
 #include "image/exr_file.h"
 #include "image/file_in_place.h"
@@ -199,15 +199,16 @@ void stretchToRange(Raster& raster) {
 
 } // namespace
 
-std::optional<std::string> encodableFormat(const std::string& extension) {
+std::optional<std::string> LibraryFormats::writableFormat(const std::string& extension) {
     const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create("name." + extension);
     if (output) return output->format_name();
     static_cast<void>(OIIO::geterror()); // clears it
     return {};
 }
 
-bool encodePicture(const std::string& path, const std::string& format, const PictureFrame& frame,
-                   const Layer& layer, miImg_type type, int quality, Log& log) {
+bool LibraryFormats::writeImageFile(const std::string& path, const std::string& format,
+                                    const PictureFrame& frame, const Layer& layer, miImg_type type,
+                                    int quality, Log& log) {
     const OIIO::TypeDesc stored = fileType(type, format);
     if (stored == OIIO::TypeDesc::UINT32 && format != "tiff") {
         log.error("IMG",
@@ -242,8 +243,8 @@ bool encodePicture(const std::string& path, const std::string& format, const Pic
                        frame.stop, log);
 }
 
-bool encodePreview(const std::string& path, const std::string& format, const PictureFrame& frame,
-                   const Layer& layer, Log& log) {
+bool LibraryFormats::writePreview(const std::string& path, const std::string& format,
+                                  const PictureFrame& frame, const Layer& layer, Log& log) {
     const bool color = isColor(layer.buffer->type);
     ColorEncoding encoding = frame.encoding;
     encoding.clip = scene::ColorClip::Raw; // there is no alpha to keep

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "image/formats/texture_cache.h"
-
 #include "image/formats/cached_image.h"
 #include "image/formats/incomplete_image.h"
+#include "image/formats/library_formats.h"
 #include "image/inline_pixels.h"
 #include "image/texture_files.h"
 
@@ -366,12 +365,12 @@ bool LibraryTextures::lookupScalar(const scene::TextureElement& texture, float s
 
 } // namespace
 
-std::unique_ptr<TextureCache> libraryTextures(Log& log, std::vector<std::string> searchPaths,
-                                              std::size_t cacheMegabytes) {
+std::unique_ptr<TextureCache> LibraryFormats::textureCache(Log& log, std::vector<std::string> searchPaths,
+                                                           std::size_t cacheMegabytes) {
     return std::make_unique<LibraryTextures>(log, std::move(searchPaths), cacheMegabytes);
 }
 
-bool isLibraryFilm(const std::string& path) {
+bool LibraryFormats::isFilm(const std::string& path) {
     static const std::vector<std::string> extensions = filmExtensions();
     std::string own = fs::path(path).extension().string();
     std::transform(own.begin(), own.end(), own.begin(), [](unsigned char c) { return std::tolower(c); });

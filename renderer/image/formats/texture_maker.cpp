@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "image/formats/texture_maker.h"
-
 #include "image/formats/cached_image.h"
 #include "image/formats/incomplete_image.h"
+#include "image/formats/library_formats.h"
 
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>
@@ -42,7 +41,8 @@ struct DestroyCache {
 
 } // namespace
 
-void makeTexture(const std::string& image, const std::string& file, const TextureFileSettings& settings) {
+void LibraryFormats::makeTextureFile(const std::string& image, const std::string& file,
+                                     const TextureFileSettings& settings) {
     if (const std::string reason = whyUnusable(image); !reason.empty()) throw std::runtime_error(reason);
     if (const std::string missing = whatIsMissing(image); !missing.empty()) throw std::runtime_error(missing);
 
