@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaColor.h"
 #include "orcaExport.h"
 #include "orcaParameters.h"
+#include "velaContourPen.h"
 
 #include <shader.h>
 
@@ -31,10 +31,9 @@ ORCA_EXPORT miBoolean velaContourDepth(miContour_endpoint* line, void*, void*, m
     const miScalar farthest = parameterValue(state, record, &P::farDistance);
     const miScalar share =
         farthest > nearest ? std::clamp((line->point.z - nearest) / (farthest - nearest), 0.0f, 1.0f) : 0.0f;
-    line->color = (1.0f - share) * parameterValue(state, record, &P::nearColor) +
-                  share * parameterValue(state, record, &P::farColor);
-    line->width = (1.0f - share) * parameterValue(state, record, &P::nearWidth) +
-                  share * parameterValue(state, record, &P::farWidth);
+    drawBetween(
+        *line, {parameterValue(state, record, &P::nearColor), parameterValue(state, record, &P::nearWidth)},
+        {parameterValue(state, record, &P::farColor), parameterValue(state, record, &P::farWidth)}, share);
     return miTRUE;
 }
 

@@ -4,6 +4,7 @@
 #include "orcaLightLoop.h"
 #include "orcaParameters.h"
 #include "orcaVelaState.h"
+#include "velaContourPen.h"
 
 #include <shader.h>
 
@@ -51,10 +52,10 @@ ORCA_EXPORT miBoolean velaContourLight(miContour_endpoint* line, void*, void*, m
     using P = VelaContourLightParameters;
     const miScalar full = parameterValue(state, record, &P::fullLight);
     const miScalar lit = full > 0.0f ? std::min(irradiance(state) / full, 1.0f) : 1.0f;
-    line->color = (1.0f - lit) * parameterValue(state, record, &P::shadedColor) +
-                  lit * parameterValue(state, record, &P::litColor);
-    line->width = (1.0f - lit) * parameterValue(state, record, &P::shadedWidth) +
-                  lit * parameterValue(state, record, &P::litWidth);
+    drawBetween(
+        *line,
+        {parameterValue(state, record, &P::shadedColor), parameterValue(state, record, &P::shadedWidth)},
+        {parameterValue(state, record, &P::litColor), parameterValue(state, record, &P::litWidth)}, lit);
     return miTRUE;
 }
 

@@ -12,7 +12,7 @@ extern "C" {
 DLLEXPORT miBoolean mi_get_contour_line(miContour_endpoint* p1, miContour_endpoint* p2) {
     // The interface hands over no state here.
     const orca::shading::CallScope* const call = orca::shading::CallScope::innermost();
-    if (!call) return miFALSE;
+    if (!call || !p1 || !p2) return miFALSE;
     RenderContext& context = renderContextOf(&call->state());
     if (context.nextContour >= context.contours.size()) {
         context.nextContour = 0;
