@@ -1,8 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Builds a scene in Blender 3.4 and renders it with Cycles; outside of Blender, runs Blender with this file as its script.
 
-inside: blender -b --python blender_scene.py -- SCENE WIDTH HEIGHT SAMPLES THRESHOLD PASSES IMAGE
-        THRESHOLD 0: no adaptive sampling; PASSES: none or all
+inside: blender -b --python blender_scene.py -- SCENE WIDTH HEIGHT SAMPLES PASSES IMAGE   PASSES: none or all
 """
 import math
 import pathlib
@@ -13,11 +12,11 @@ import time
 HERE = pathlib.Path(__file__).resolve()
 
 
-def render(command, folder, name, size, samples, threshold, threads, passes="none"):
+def render(command, folder, name, size, samples, threads, passes="none"):
     """File of the picture, and processor and wall seconds of rendering it, the scene's preparation included."""
     image = folder / "cycles.exr"
     run = subprocess.run([command, "-b", "--factory-startup", "-t", str(threads), "--python-exit-code", "1", "--python", HERE, "--",
-                          name, str(size[0]), str(size[1]), str(samples), str(threshold), passes, image],
+                          name, str(size[0]), str(size[1]), str(samples), passes, image],
                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
     seconds = [line.split()[1:] for line in run.stdout.splitlines() if line.startswith("render-seconds ")]
     if run.returncode or not seconds:
@@ -135,7 +134,7 @@ def ask_for_all_passes(layer):
         setattr(layer.cycles, name, True)
 
 
-def inside(name, width, height, samples, threshold, passes, image):
+def inside(name, width, height, samples, passes, image):
     import bpy
     sys.path.insert(0, str(HERE.parent))
     from scenes import scene_named
@@ -151,7 +150,7 @@ def inside(name, width, height, samples, threshold, passes, image):
     scene.render.filepath = image
     cycles = scene.cycles
     cycles.device, cycles.samples, cycles.use_denoising = "CPU", int(samples), False
-    cycles.use_adaptive_sampling, cycles.adaptive_threshold = float(threshold) > 0, max(float(threshold), 0.001)
+    cycles.use_adaptive_sampling = False
     cycles.diffuse_bounces, cycles.glossy_bounces = description.bounces, description.reflections
     cycles.transmission_bounces, cycles.transparent_max_bounces = description.refractions, max(4, description.refractions)
     cycles.max_bounces = max(description.bounces, description.reflections + description.refractions)

@@ -75,7 +75,7 @@ def compare(name, wanted, blender, folder):
     more = REFERENCE_OF_GATHERED if scene.bounces else {}
     image, seconds, _ = orca_scene.render(wanted.orca_render, folder, scene, orca_options(*wanted.reference, **more), wanted.threads, 4)
     ours = pixels(image)
-    image, their_seconds, _ = blender_scene.render(blender, folder, name, scene.size, wanted.reference_samples, 0, wanted.threads)
+    image, their_seconds, _ = blender_scene.render(blender, folder, name, scene.size, wanted.reference_samples, wanted.threads)
     theirs = pixels(image)
     print(f"\n{name}, {scene.size[0]} x {scene.size[1]}; references: {seconds:.1f} s and {their_seconds:.1f} s; means by region")
     print(f"largest difference {100 * largest_difference(ours, theirs):.1f} %")
@@ -87,7 +87,7 @@ def compare(name, wanted, blender, folder):
             times.setdefault(("orca-render", f"{setting[0]}, {setting[1]}"), []).append((processor, wall))
             errors["orca-render", f"{setting[0]}, {setting[1]}"] = error(pixels(image), ours)
         for samples in CYCLES_SAMPLES:
-            image, processor, wall = blender_scene.render(blender, folder, name, scene.size, samples, 0, wanted.threads)
+            image, processor, wall = blender_scene.render(blender, folder, name, scene.size, samples, wanted.threads)
             times.setdefault(("Cycles", str(samples)), []).append((processor, wall))
             errors["Cycles", str(samples)] = error(pixels(image), theirs)
     print(f"{'':14}{'samples':>12}{'processor':>12}{'wall':>10}{'error':>12}")

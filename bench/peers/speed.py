@@ -30,8 +30,8 @@ def main():
     options = {"samples": "2 2"}
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        orca = lambda *more: orca_scene.render(wanted.orca_render, folder, scene, options, wanted.threads, more=more)[1:]
-        cycles = lambda passes: blender_scene.render("blender", folder, "still-life", scene.size, 16, 0, wanted.threads, passes)[1:]
+        orca = lambda *more: orca_scene.render(wanted.orca_render, folder, scene, options, wanted.threads, more=more)[2]
+        cycles = lambda passes: blender_scene.render("blender", folder, "still-life", scene.size, 16, wanted.threads, passes)[2]
         calls = {"orca-render, picture alone": (16, orca), "orca-render, 35 passes": (16, lambda: orca("--passes", "all"))}
         if shutil.which("blender"):
             calls.update({"Cycles, picture alone": (16, lambda: cycles("none")), "Cycles, all its passes": (16, lambda: cycles("all"))})
@@ -40,7 +40,7 @@ def main():
         seconds = {call: [] for call in calls}
         for _ in range(wanted.rounds):
             for call, (_, run) in calls.items():
-                seconds[call].append(run()[1])
+                seconds[call].append(run())
     first = statistics.median(seconds["orca-render, picture alone"])
     print(f"{'':30}{'seconds':>10}{'ratio':>10}{'samples/s':>14}")
     for call, (samples, _) in calls.items():

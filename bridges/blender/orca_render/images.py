@@ -49,6 +49,17 @@ def _write_png(path, pixels):
                    + chunk(b"IDAT", zlib.compress(lines.tobytes(), 3)) + chunk(b"IEND", b""))
 
 
+def _stored(image):
+    """Values in one row, the lower pixels first: linear ones of images of floats, and those of the file of others; None for an image
+    without pixels."""
+    width, height = image.size
+    if not width or not height:
+        return None
+    pixels = numpy.empty(width * height * 4, numpy.float32)
+    image.pixels.foreach_get(pixels)
+    return pixels
+
+
 class Images:
     """Prints each image once, with its first use.
 
@@ -112,12 +123,11 @@ class Images:
 
     def _pixels(self, image):
         """Linear values, the upper row first; None for an image that has none."""
-        width, height = image.size
-        if not width or not height:
+        pixels = _stored(image)
+        if pixels is None:
             self._losses.add("images that are not there", image.name)
             return None
-        pixels = numpy.empty(width * height * 4, numpy.float32)
-        image.pixels.foreach_get(pixels)
+        width, height = image.size
         pixels = pixels.reshape(height, width, 4)[::-1]
         if not image.is_float and image.colorspace_settings.name in PROFILES:
             pixels = numpy.concatenate([_decoded(pixels[..., :3]), pixels[..., 3:]], axis=2)
@@ -163,13 +173,11 @@ class Images:
                 return None
             self._text.print(f'color texture "{name}"{profile} {scene_text.quoted(path)}')
             return name
-        width, height = image.size
-        if not width or not height:
+        pixels = _stored(image)
+        if pixels is None:
             self._losses.add("images without pixels", image.name)
             return None
-        # Blender gives linear values of images of floats, and those of the file of others.
-        pixels = numpy.empty(width * height * 4, numpy.float32)
-        image.pixels.foreach_get(pixels)
+        width, height = image.size
         if image.is_float:
             self._text.print(f'color texture "{name}" [ {width} {height} 4 ]')
             self._text.bytes(pixels.astype(">f4").tobytes())
