@@ -111,9 +111,9 @@ DescribedPicture::DescribedPicture(Fields fields, Log& log)
     frame_.width = area_.width();
     frame_.height = area_.height();
     frame_.window = {window_.xl, window_.yl, window_.xh, window_.yh};
-    frame_.text["software"] = "orca-render " ORCA_VERSION;
-    frame_.text["frame"] = std::to_string(fields.frame);
-    frame_.text["unfinished"] = "true";
+    frame_.metadata["software"] = "orca-render " ORCA_VERSION;
+    frame_.metadata["frame"] = fields.frame;
+    frame_.metadata["unfinished"] = "true";
 }
 
 } // namespace orca::app

@@ -131,8 +131,7 @@ int developCheckpoint(const CommandLine& command, Log& log) {
         const std::string output = command.output.empty()
                                        ? fs::path(command.developed).stem().string() + ".preview.exr"
                                        : command.output;
-        const auto layout = command.singlePart ? image::PartLayout::SinglePart : image::PartLayout::MultiPart;
-        bool written = image::writeLayeredExr(output, picture.frame(), layers, layout, log);
+        bool written = image::writeLayeredExr(output, picture.frame(), layers, command.format, log);
         for (const image::Layer& layer : layers)
             if (layer.buffer->primary && !command.png.empty())
                 written = image::writePreview(command.png, picture.frame(), layer, log) && written;

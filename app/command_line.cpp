@@ -6,6 +6,7 @@
 #include "command_options.h"
 #include "exit_codes.h"
 #include "frames.h"
+#include "layered_format_words.h"
 #include "pass_catalogue.h"
 
 #include "base/nearest_name.h"
@@ -109,6 +110,25 @@ void convertSceneOption(const SceneOptionName& option, RawOptions& raw, Override
     overrides.options.push_back(converted);
 }
 
+void convertFormat(const RawOptions& raw, image::LayeredFormat& format) {
+    if (raw.singlePart) format.layout = image::PartLayout::SinglePart;
+    if (!raw.compression.empty()) {
+        if (const std::string fault = parseCompression(raw.compression, format.compression); !fault.empty())
+            throw CLI::ValidationError("--exr-compression", fault);
+        if (raw.singlePart && !format.compression.isLossless())
+            throw CLI::ValidationError(
+                "--exr-compression",
+                fmt::format("with --single-part, {} would round depths and positions too",
+                            format.compression.word));
+    }
+    std::vector<std::string> types;
+    appendSplit(types, raw.types, ',');
+    if (const std::string fault = parseTypes(types, format); !fault.empty())
+        throw CLI::ValidationError("--exr-type", fault);
+    if (format.isTiled() && (!raw.samples.empty() || !raw.part.empty()))
+        throw CLI::ValidationError("--exr-tiles", "orca-merge joins files of rows only");
+}
+
 void convertCheckpoint(const RawOptions& raw, CommandLine& command) {
     constexpr double usualSeconds = 60.0;
     if (raw.checkpoint.empty() && !command.resumes) return;
@@ -186,6 +206,7 @@ void convert(RawOptions& raw, CommandLine& command) {
     if (!raw.verbosity.empty()) command.verbosity = verbosityOf(raw.verbosity);
     command.writesFiles = raw.files != "off";
     command.writesSceneFiles = raw.files == "on";
+    convertFormat(raw, command.format);
     convertCheckpoint(raw, command);
     command.passes = passNames(raw.passes);
     if (command.dumpsPasses && command.passes.empty())

@@ -4,6 +4,7 @@
 #include "sample_request.h"
 
 #include "base/log.h"
+#include "image/layered_format.h"
 #include "scene/elements/option_statements.h"
 
 #include <array>
@@ -51,7 +52,7 @@ struct CommandLine {
     std::string fileDirectory = "."; ///< for the files that the scene names
     std::string png, pngLayers;      ///< preview of the picture; directory for one of each layer
     bool writesSceneFiles = true, writesFiles = true;
-    bool singlePart = false;
+    image::LayeredFormat format;
     bool renderAnyway = false;
     std::optional<bool> defaultLight; ///< a light along the view; none: where the scene has no other
     bool strict = false;              ///< what is only warned about otherwise is an error

@@ -54,7 +54,26 @@ void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
                    "layered OpenEXR to write; #### is replaced by the frame number (default: SCENE.exr)")
         ->group(group)
         ->type_name("FILE");
-    app.add_flag("--single-part", command.singlePart, "all layers in one part of the file")->group(group);
+    app.add_flag("--single-part", raw.singlePart, "all layers in one part of the file")->group(group);
+    app.add_option(
+           "--exr-compression", raw.compression,
+           "of the layered file: none, rle, zip, zips (default), piz, or, for filtered colours only and "
+           "with losses, pxr24 and dwaa[:LEVEL] (45; more is smaller)")
+        ->group(group)
+        ->type_name("WORD");
+    app.add_option("--exr-type", raw.types,
+                   "half or float for all colours, or LAYER=half and LAYER=float; a list with commas")
+        ->group(group)
+        ->type_name("LIST");
+    auto* const tiles =
+        app.add_option("--exr-tiles", command.format.tileSize, "store tiles of N x N pixels instead of rows")
+            ->group(group)
+            ->type_name("N")
+            ->check(CLI::Range(16, 4096));
+    app.add_flag("--exr-mip-maps", command.format.mipMaps,
+                 "store each layer also at half its size, a quarter and so on")
+        ->group(group)
+        ->needs(tiles);
     app.add_option("--png", command.png, "also write the picture for looking at")
         ->group(group)
         ->type_name("FILE");
@@ -69,8 +88,9 @@ void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->group(group)
         ->type_name("WHICH")
         ->check(CLI::IsMember({"on", "off", "layers"}));
-    app.add_flag("--reproducible", command.reproducible,
-                 "leave the render time out, so that equal pictures are equal files")
+    app.add_flag(
+           "--reproducible", command.reproducible,
+           "leave the render time, the date and the computer out, so that equal pictures are equal files")
         ->group(group);
     app.add_flag("--no-space-check{false}", command.checksSpace,
                  "render even where the disk seems too full for the files")

@@ -21,6 +21,9 @@ namespace orca::app {
 struct RawOptions {
     std::string size, part, samples, pixel, frames, files = "on", verbosity, checkpoint;
     std::vector<int> window;
+    bool singlePart = false;
+    std::string compression;
+    std::vector<std::string> types;
     std::vector<std::string> passes, includes, libraryPaths, texturePaths, links, sets, registry;
     std::map<std::string_view, std::vector<std::string>> options; ///< by the scene's words
 };

@@ -2,6 +2,7 @@
 #include "output_files.h"
 
 #include "frames.h"
+#include "layered_format_words.h"
 
 #include "image/file_in_place.h"
 #include "image/picture_file.h"
@@ -43,10 +44,10 @@ std::uint64_t pixelsIn(const render::Picture& picture) {
 }
 
 /// Of a pixel in the layered file, before compression.
-std::uint64_t layeredBytesPerPixel(const render::Picture& picture) {
+std::uint64_t layeredBytesPerPixel(const render::Picture& picture, const image::LayeredFormat& format) {
     std::uint64_t bytes = 0;
     for (const image::PartDescription& part :
-         image::describeParts(image::layeredBuffers(picture.framebuffers())))
+         image::describeParts(image::layeredBuffers(picture.framebuffers()), format))
         bytes += part.channels.size() * (part.storage == "half" ? 2 : 4);
     return bytes;
 }
@@ -107,7 +108,8 @@ std::vector<OutputFiles::Planned> OutputFiles::planned(const PictureFiles& files
     // Compression about halves floats, four of them in a file of the scene's; of a preview's three bytes it
     // leaves about two.
     const std::uint64_t pixels = pixelsIn(picture);
-    const std::uint64_t layeredBytes = pixels * layeredBytesPerPixel(picture) / (command_.samples ? 1 : 2);
+    const std::uint64_t layeredBytes =
+        pixels * layeredBytesPerPixel(picture, command_.format) / (command_.samples ? 1 : 2);
     const std::uint64_t previewBytes = 2 * pixels;
     std::vector<Planned> plan;
     const auto add = [&](const std::string& path, const std::string& role, std::uint64_t bytes) {
@@ -202,6 +204,12 @@ bool OutputFiles::check(const PictureFiles& files, const render::Picture& pictur
                         const std::vector<InputFile>& inputs) {
     std::vector<Planned> plan = planned(files, picture);
     if (!checkPolicy(plan)) return false;
+    if (const std::string fault =
+            faultOfFormat(command_.format, image::layeredBuffers(picture.framebuffers()));
+        !fault.empty() && !files.layered.empty()) {
+        log_.error("MAIN", "--exr-type: {}", fault);
+        return false;
+    }
     std::erase_if(plan, [](const Planned& file) { return isStream(file.path); });
     if (!checkConflicts(plan, inputs, files)) return false;
     if (!files.layerDirectory.empty()) {
@@ -227,17 +235,16 @@ void OutputFiles::remember(const PictureFiles& files) {
 bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& result) const {
     if (!command_.writesFiles || command_.pixel) return true;
     const image::PictureFrame& picture = result.frame();
-    const auto layout = command_.singlePart ? image::PartLayout::SinglePart : image::PartLayout::MultiPart;
     if (result.sampleRange) {
         const std::vector<image::SampleRange> ranges = image::blocksOf(*result.sampleRange);
         std::vector<image::SummedBlock> blocks;
         for (std::size_t i = 0; i < ranges.size(); ++i)
             blocks.push_back(result.film().summedBlock(i, ranges[i]));
         return image::writeSampleSums(files.layered, picture, blocks, *result.sampleRange,
-                                      samplesOf(result.picture().options.options), layout, log_);
+                                      samplesOf(result.picture().options.options), command_.format, log_);
     }
     const std::vector<image::Layer> layers = result.layers();
-    bool good = image::writeLayeredExr(files.layered, picture, layers, layout, log_);
+    bool good = image::writeLayeredExr(files.layered, picture, layers, command_.format, log_);
     if (command_.writesSceneFiles)
         good = image::writeBufferFiles(command_.fileDirectory, picture, layers, result.earlier, log_) && good;
     for (const image::Layer& layer : layers) {
@@ -262,10 +269,11 @@ std::uint64_t OutputFiles::bytesOf(const PictureFiles& files) {
     return bytes;
 }
 
-void OutputFiles::list(const PictureFiles& files, const image::FramebufferSet& buffers) {
+void OutputFiles::list(const PictureFiles& files, const image::FramebufferSet& buffers) const {
     if (!files.layered.empty()) {
         fmt::print("{}\n", files.layered);
-        for (const image::PartDescription& part : image::describeParts(image::layeredBuffers(buffers)))
+        for (const image::PartDescription& part :
+             image::describeParts(image::layeredBuffers(buffers), command_.format))
             fmt::print("  {:<30} {:<6} {}\n", part.name, part.storage, fmt::join(part.channels, " "));
     }
     for (const std::string& file : files.sceneFiles) fmt::print("{}\n", file);

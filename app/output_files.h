@@ -52,7 +52,7 @@ public:
     [[nodiscard]] static std::uint64_t bytesOf(const PictureFiles& files);
 
     /// Prints files, parts and channels to standard output.
-    static void list(const PictureFiles& files, const image::FramebufferSet& buffers);
+    void list(const PictureFiles& files, const image::FramebufferSet& buffers) const;
     /// Prints the values of all layers of a picture of one pixel to standard output.
     static void printPixel(const render::FrameResult& result);
 

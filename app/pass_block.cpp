@@ -79,9 +79,9 @@ bool checkPassBlock(const scene::Database& database, const scene::CameraElement&
     return false;
 }
 
-std::map<std::string, std::map<std::string, std::string>> passMetadata(const scene::Database& database,
-                                                                       const FrameBufferData& block) {
-    std::map<std::string, std::map<std::string, std::string>> metadata;
+std::map<std::string, image::Metadata> passMetadata(const scene::Database& database,
+                                                    const FrameBufferData& block) {
+    std::map<std::string, image::Metadata> metadata;
     for (int i = 0; i < block.n_frameBufferInfo; ++i) {
         const FrameBufferDataRecord& record =
             arrayElements(block.frameBufferInfo, block.i_frameBufferInfo)[i];

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "image/metadata.h"
 #include "scene/database.h"
 #include "scene/elements/elements.h"
 
@@ -25,7 +26,7 @@ namespace orca::app {
                                   Log& log);
 
 /// Type, flags and level bounds of each frame buffer that a pass feeds, as text for the file's metadata.
-[[nodiscard]] std::map<std::string, std::map<std::string, std::string>>
-passMetadata(const scene::Database& database, const FrameBufferData& block);
+[[nodiscard]] std::map<std::string, image::Metadata> passMetadata(const scene::Database& database,
+                                                                  const FrameBufferData& block);
 
 } // namespace orca::app

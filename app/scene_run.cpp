@@ -15,9 +15,12 @@
 #include "progress.h"
 #include "run_reports.h"
 
+#include "base/utc_time.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <utility>
 
@@ -34,6 +37,30 @@ std::vector<std::string> searchPaths(std::vector<std::string> given, const char*
     given.insert(given.end(), environment.begin(), environment.end());
     given.insert(given.end(), own.begin(), own.end());
     return given;
+}
+
+/// From the camera's frame and the seconds at which it is; nothing where they do not say.
+std::optional<image::Rational> framesPerSecond(const miCamera& camera) {
+    if (camera.frame <= 0 || camera.frame_time <= 0.0f) return {};
+    const double rate = camera.frame / static_cast<double>(camera.frame_time);
+    // Film and video rates are whole, or whole numbers of 1000/1001.
+    if (const double whole = std::round(rate); std::abs(rate - whole) < 1e-4 * rate)
+        return image::Rational{static_cast<int>(whole), 1};
+    return image::Rational{static_cast<int>(std::lround(rate * 1001.0)), 1001};
+}
+
+/// Now, as OpenEXR has its standard attribute of this name, in UTC.
+std::string capturedNow() {
+    std::string text = utcTime();
+    text[4] = text[7] = ':';
+    text[10] = ' ';
+    text.pop_back();
+    return text;
+}
+
+std::string hostName() {
+    char name[256] = {};
+    return ::gethostname(name, sizeof name - 1) == 0 ? name : "";
 }
 
 /// A bar on a terminal; a log gets lines when its verbosity asks for them.
@@ -222,7 +249,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     }
     const PictureFiles files = files_.next(picture.framebuffers(), frame);
     if (command_.listsOutputs) {
-        OutputFiles::list(files, picture.framebuffers());
+        files_.list(files, picture.framebuffers());
         return true;
     }
     warnOfOblongPixels(picture, log_);
@@ -323,20 +350,26 @@ void SceneRun::describe(render::FrameResult& result, int frame,
     const scene::CameraElement& camera = *result.picture().elements().camera;
     const miOptions& options = result.picture().options.options;
     image::PictureFrame& picture = result.frame();
-    picture.text["software"] = "orca-render " ORCA_VERSION;
-    picture.text["scene"] = fmt::format("{}", fmt::join(command_.scenes, " "));
-    picture.text["frame"] = std::to_string(frame);
-    picture.text["pictureHash"] = hashOf(identity);
-    picture.text["camera"] = camera.name;
-    picture.text["samples"] = fmt::format("{} {}", options.min_samples, options.max_samples);
-    if (command_.portable) picture.text["arithmetic"] = identity.at("arithmetic");
-    if (!command_.reproducible)
-        picture.text["renderSeconds"] = fmt::format("{:.2f}", result.statistics.renderSeconds);
+    image::Metadata& metadata = picture.metadata;
+    metadata["software"] = "orca-render " ORCA_VERSION;
+    metadata["scene"] = fmt::format("{}", fmt::join(command_.scenes, " "));
+    metadata["frame"] = frame;
+    if (const auto rate = framesPerSecond(camera.camera)) metadata["framesPerSecond"] = *rate;
+    metadata["pictureHash"] = hashOf(identity);
+    metadata["camera"] = camera.name;
+    metadata["samples"] = fmt::format("{} {}", options.min_samples, options.max_samples);
+    if (command_.portable) metadata["arithmetic"] = identity.at("arithmetic");
+    if (!command_.reproducible) {
+        metadata[image::renderSecondsKey] = static_cast<float>(result.statistics.renderSeconds);
+        metadata[image::capturedKey] = capturedNow();
+        metadata[image::utcOffsetKey] = 0.0f;
+        metadata[image::hostKey] = hostName();
+    }
     picture.pixelAspect = pixelAspect(camera.camera, picture.width, picture.height);
     picture.threads = std::max(1, result.statistics.threads);
     picture.stop = &stop_.flag();
     if (const FrameBufferData* block = passBlock(scene_.database(), camera))
-        picture.layerText = passMetadata(scene_.database(), *block);
+        picture.layerMetadata = passMetadata(scene_.database(), *block);
 }
 
 } // namespace orca::app

@@ -83,6 +83,8 @@ private:
 /// A file with a single buffer has the plain channel names that every viewer shows.
 ExrPart exrPart(const std::vector<Wanted>& wanted, const Layers& layers) {
     ExrPart part;
+    if (const std::string& word = wanted.front().buffer->compression; !word.empty())
+        part.compression.word = word;
     for (const Wanted& each : wanted) {
         const std::vector<std::string> names =
             wanted.size() == 1 ? bareChannelNames(*each.buffer) : channelNames(*each.buffer);
@@ -145,7 +147,7 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
     }
     for (const auto& [path, wanted] : layersOfExr) {
         try {
-            writeExr(path, frame, {exrPart(wanted, shown)}, wanted.front().buffer->compression);
+            writeExr(path, frame, {exrPart(wanted, shown)});
             log.write(LogLevel::Progress, "IMG", "wrote \"{}\"", path);
         } catch (const std::exception& failure) {
             log.error("IMG", "cannot write \"{}\": {}", path, failure.what());

@@ -1,33 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/exr_file.h"
 
-#include "base/parallel_for.h"
 #include "image/exr_header.h"
+#include "image/exr_planes.h"
 #include "image/exr_stream.h"
 #include "image/file_in_place.h"
 #include "image/image_types.h"
-#include "image/to_half.h"
 
 #include <ImathMatrix.h>
 #include <OpenEXR/ImfChannelList.h>
+#include <OpenEXR/ImfFloatAttribute.h>
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>
 #include <OpenEXR/ImfInputPart.h>
+#include <OpenEXR/ImfIntAttribute.h>
 #include <OpenEXR/ImfMatrixAttribute.h>
 #include <OpenEXR/ImfMultiPartInputFile.h>
 #include <OpenEXR/ImfMultiPartOutputFile.h>
 #include <OpenEXR/ImfOutputPart.h>
 #include <OpenEXR/ImfPartType.h>
+#include <OpenEXR/ImfRationalAttribute.h>
 #include <OpenEXR/ImfStandardAttributes.h>
 #include <OpenEXR/ImfStringAttribute.h>
 #include <OpenEXR/ImfThreading.h>
-
-#include <tbb/task_arena.h>
+#include <OpenEXR/ImfTiledInputPart.h>
+#include <OpenEXR/ImfTiledOutputPart.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
-#include <limits>
 #include <span>
 
 namespace orca::image {
@@ -40,74 +40,13 @@ Imf::Compression compressionOf(const std::string& word) {
     if (word == "zip") return Imf::ZIP_COMPRESSION;
     if (word == "piz") return Imf::PIZ_COMPRESSION;
     if (word == "pxr24") return Imf::PXR24_COMPRESSION;
+    if (word == "dwaa") return Imf::DWAA_COMPRESSION;
     return Imf::ZIPS_COMPRESSION;
 }
-
-Imf::PixelType pixelTypeOf(ExrChannel::Storage storage) {
-    switch (storage) {
-    case ExrChannel::Storage::Half: return Imf::HALF;
-    case ExrChannel::Storage::Label: return Imf::UINT;
-    case ExrChannel::Storage::Float: break;
-    }
-    return Imf::FLOAT;
-}
-
-/// Pixels of one channel, rows top down as EXR counts them.
-struct Plane {
-    std::size_t width, height;
-    std::size_t pixelSize;
-    std::vector<char> bytes;
-
-    Plane(const ExrChannel& channel, std::size_t columns, std::size_t rows)
-        : width(columns),
-          height(rows),
-          pixelSize(channel.storage == ExrChannel::Storage::Half ? sizeof(half) : 4),
-          bytes(width * height * pixelSize) {}
-
-    /// Takes `count` pixels of the layer's row, counted from below, from column `first` on.
-    void fill(const ExrChannel& channel, std::size_t row, std::size_t first, std::size_t count) {
-        const std::size_t stride = channel.layer->stride();
-        const float* from = channel.layer->pixels.data() + (row * width + first) * stride + channel.component;
-        char* to = bytes.data() + ((height - 1 - row) * width + first) * pixelSize;
-        if (channel.storage == ExrChannel::Storage::Half) {
-            for (std::size_t x = 0; x < count; ++x, from += stride, to += sizeof(half)) {
-                const half value = toHalf(*from);
-                std::memcpy(to, &value, sizeof value);
-            }
-        } else {
-            for (std::size_t x = 0; x < count; ++x, from += stride, to += 4) std::memcpy(to, from, 4);
-        }
-    }
-};
 
 /// Parts that are taken from the film in one sweep. It keeps all words of a pixel together, so that a part
 /// alone would fetch nearly as much memory as many parts do.
 constexpr std::size_t partsPerSweep = 16;
-
-/// Planes of some parts, by part and channel.
-std::vector<std::vector<Plane>> planesOf(std::span<const ExrPart> parts, const PictureFrame& frame) {
-    const auto width = static_cast<std::size_t>(frame.windowWidth());
-    const auto height = static_cast<std::size_t>(frame.windowHeight());
-    std::vector<std::vector<Plane>> planes(parts.size());
-    for (std::size_t p = 0; p < parts.size(); ++p)
-        for (const ExrChannel& channel : parts[p].channels) planes[p].emplace_back(channel, width, height);
-    constexpr std::size_t runLength = 16; // pixels, whose words stay in the nearest cache for all channels
-    constexpr std::size_t rowsPerChunk = 8;
-    const auto fillRow = [&](std::size_t row) {
-        if (frame.stop && frame.stop->load(std::memory_order_relaxed)) return; // nothing more is written
-        for (std::size_t x = 0; x < width; x += runLength)
-            for (std::size_t p = 0; p < parts.size(); ++p)
-                for (std::size_t c = 0; c < planes[p].size(); ++c)
-                    planes[p][c].fill(parts[p].channels[c], row, x, std::min(runLength, width - x));
-    };
-    tbb::task_arena arena(std::max(1, frame.threads));
-    arena.execute([&] {
-        parallelFor(height, rowsPerChunk, [&](std::size_t first, std::size_t last) {
-            for (std::size_t row = first; row < last; ++row) fillRow(row);
-        });
-    });
-    return planes;
-}
 
 /// Rows that are compressed between two looks at the stop request.
 int rowsPerPiece(const PictureFrame& frame) {
@@ -116,27 +55,92 @@ int rowsPerPiece(const PictureFrame& frame) {
     return std::max(rowsOfABlock, pixels / frame.windowWidth() / rowsOfABlock * rowsOfABlock);
 }
 
-Imf::Header headerOf(const PictureFrame& frame, const ExrPart& part, const std::string& compression) {
+/// Adds a value as an attribute of its type.
+void addTo(Imf::Header& header, const std::string& key, const MetadataValue& value) {
+    const struct {
+        Imf::Header& header;
+        const std::string& key;
+        void operator()(const std::string& text) const { header.insert(key, Imf::StringAttribute(text)); }
+        void operator()(int number) const { header.insert(key, Imf::IntAttribute(number)); }
+        void operator()(float number) const { header.insert(key, Imf::FloatAttribute(number)); }
+        void operator()(const Rational& number) const {
+            header.insert(key, Imf::RationalAttribute(Imf::Rational(number.numerator, number.denominator)));
+        }
+        void operator()(const Matrix& matrix) const {
+            Imath::M44f values;
+            std::memcpy(values.x, matrix.data(), sizeof values.x);
+            header.insert(key, Imf::M44fAttribute(values));
+        }
+    } add{header, key};
+    std::visit(add, value);
+}
+
+Imf::Header headerOf(const PictureFrame& frame, const ExrPart& part, const ExrTiles& tiles) {
     const int top = frame.height - 1;
     const Imath::Box2i display({0, 0}, {frame.width - 1, top});
     const Imath::Box2i data({frame.window.xl, top - frame.window.yh},
                             {frame.window.xh, top - frame.window.yl});
     constexpr float narrowest = 1e-6f, widest = 1e6f; // that the format takes
     Imf::Header header(display, data, std::clamp(frame.pixelAspect, narrowest, widest));
-    header.compression() = compressionOf(compression);
-    header.setType(Imf::SCANLINEIMAGE);
+    header.compression() = compressionOf(part.compression.word);
+    header.dwaCompressionLevel() = part.compression.level;
+    header.setType(tiles.size > 0 ? Imf::TILEDIMAGE : Imf::SCANLINEIMAGE);
+    if (tiles.size > 0) {
+        const auto edge = static_cast<unsigned>(tiles.size);
+        header.setTileDescription({edge, edge, tiles.mipMaps ? Imf::MIPMAP_LEVELS : Imf::ONE_LEVEL});
+    }
     if (!part.name.empty()) header.setName(part.name);
     for (const ExrChannel& channel : part.channels)
         header.channels().insert(channel.name, Imf::Channel(pixelTypeOf(channel.storage)));
-    for (const auto* texts : {&frame.text, &part.text})
-        for (const auto& [key, text] : *texts) header.insert(key, Imf::StringAttribute(text));
-    if (frame.cameraToWorld.size() == 16) {
-        Imath::M44f cameraToWorld;
-        std::memcpy(cameraToWorld.x, frame.cameraToWorld.data(), sizeof cameraToWorld.x);
-        Imf::addWorldToCamera(header, cameraToWorld.inverse());
-        header.insert("cameraToWorld", Imf::M44fAttribute(cameraToWorld));
-    }
+    Imf::addChromaticities(header, {}); // Rec. 709
+    for (const Metadata* metadata : {&frame.metadata, &part.metadata})
+        for (const auto& [key, value] : *metadata) addTo(header, key, value);
     return header;
+}
+
+/// A part that is being written.
+struct OpenPart {
+    const ExrPart& part;
+    Imf::MultiPartOutputFile& file;
+    int number;
+    Imath::V2i corner; ///< of the data window
+};
+
+void writeRows(const OpenPart& open, std::vector<Plane>& planes, const PictureFrame& frame) {
+    Imf::OutputPart output(open.file, open.number);
+    output.setFrameBuffer(slicesOf(open.part, planes, open.corner.x, open.corner.y));
+    const int piece = rowsPerPiece(frame);
+    for (int row = 0; row < frame.windowHeight(); row += piece)
+        output.writePixels(std::min(piece, frame.windowHeight() - row));
+}
+
+/// All levels of a part. Takes the planes, which become those of the smallest.
+void writeTiles(const OpenPart& open, std::vector<Plane> planes) {
+    Imf::TiledOutputPart output(open.file, open.number);
+    for (int level = 0; level < output.numLevels(); ++level) {
+        if (level > 0)
+            for (std::size_t c = 0; c < planes.size(); ++c)
+                planes[c] = halved(planes[c], open.part.channels[c]);
+        output.setFrameBuffer(slicesOf(open.part, planes, open.corner.x, open.corner.y));
+        for (int row = 0; row < output.numYTiles(level); ++row)
+            output.writeTiles(0, output.numXTiles(level) - 1, row, row, level);
+    }
+}
+
+/// Reads what the file holds last of a part, still compressed; throws where the file is cut short: a copy
+/// that was has its table of rows or tiles, but not all of them.
+void readEnd(Imf::MultiPartInputFile& file, int number) {
+    const char* bytes = nullptr;
+    int count = 0;
+    if (file.header(number).type() != Imf::TILEDIMAGE) {
+        Imf::InputPart part(file, number);
+        part.rawPixelData(part.header().dataWindow().max.y, bytes, count);
+        return;
+    }
+    Imf::TiledInputPart part(file, number);
+    int level = part.numLevels() - 1, levelY = level;
+    int x = part.numXTiles(level) - 1, y = part.numYTiles(level) - 1;
+    part.rawTileData(x, y, level, levelY, bytes, count);
 }
 
 } // namespace
@@ -159,10 +163,10 @@ std::vector<std::string> bareChannelNames(const Buffer& buffer) {
 }
 
 void writeExr(const std::string& path, const PictureFrame& frame, const std::vector<ExrPart>& parts,
-              const std::string& compression) {
+              const ExrTiles& tiles) {
     std::vector<Imf::Header> headers;
     headers.reserve(parts.size());
-    for (const ExrPart& part : parts) headers.push_back(headerOf(frame, part, compression));
+    for (const ExrPart& part : parts) headers.push_back(headerOf(frame, part, tiles));
 
     if (Imf::globalThreadCount() < frame.threads) Imf::setGlobalThreadCount(frame.threads);
     FileInPlace target(path, frame.stop);
@@ -174,21 +178,9 @@ void writeExr(const std::string& path, const PictureFrame& frame, const std::vec
             if (p % partsPerSweep == 0)
                 planes =
                     planesOf(std::span(parts).subspan(p, std::min(partsPerSweep, parts.size() - p)), frame);
-            const Imath::Box2i window = headers[p].dataWindow();
-            const std::vector<ExrChannel>& channels = parts[p].channels;
-            Imf::FrameBuffer slices;
-            for (std::size_t c = 0; c < channels.size(); ++c) {
-                const ExrChannel& channel = channels[c];
-                const Plane& plane = planes[p % partsPerSweep][c];
-                slices.insert(channel.name,
-                              Imf::Slice::Make(pixelTypeOf(channel.storage), plane.bytes.data(), window,
-                                               plane.pixelSize, plane.pixelSize * plane.width));
-            }
-            Imf::OutputPart output(file, static_cast<int>(p));
-            output.setFrameBuffer(slices);
-            const int piece = rowsPerPiece(frame);
-            for (int row = 0; row < frame.windowHeight(); row += piece)
-                output.writePixels(std::min(piece, frame.windowHeight() - row));
+            const OpenPart part{parts[p], file, static_cast<int>(p), headers[p].dataWindow().min};
+            if (tiles.size > 0) writeTiles(part, std::move(planes[p % partsPerSweep]));
+            else writeRows(part, planes[p % partsPerSweep], frame);
         }
     }
     target.commit();
@@ -200,11 +192,7 @@ std::optional<FinishedPicture> finishedPicture(const std::string& path) {
         Imf::MultiPartInputFile file(path.c_str());
         for (int part = 0; part < file.parts(); ++part)
             if (!file.partComplete(part)) return {};
-        // A copy that was cut short has its table of rows, but not all of them.
-        Imf::InputPart last(file, file.parts() - 1);
-        const char* bytes = nullptr;
-        int count = 0;
-        last.rawPixelData(last.header().dataWindow().max.y, bytes, count);
+        readEnd(file, file.parts() - 1);
         const Imf::Header& header = file.header(0);
         const Imath::Box2i &display = header.displayWindow(), &data = header.dataWindow();
         FinishedPicture picture;

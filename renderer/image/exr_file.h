@@ -21,17 +21,23 @@ struct ExrChannel {
 struct ExrPart {
     std::string name;
     std::vector<ExrChannel> channels;
-    std::map<std::string, std::string> text;
+    Metadata metadata;
+    ExrCompression compression;
 };
 
-/// Writes parts over the frame's window to `path`. `compression` is one of none, rle, zip, zips, piz, pxr24;
-/// empty means zips. Throws std::exception with the reason when it cannot.
+/// How the parts of a file are cut.
+struct ExrTiles {
+    int size = 0; ///< pixels; 0: rows
+    bool mipMaps = false;
+};
+
+/// Writes parts over the frame's window to `path`. Throws std::exception with the reason when it cannot.
 void writeExr(const std::string& path, const PictureFrame& frame, const std::vector<ExrPart>& parts,
-              const std::string& compression);
+              const ExrTiles& tiles = {});
 
 /// The parts of the layered file. Refers to `layers`.
 [[nodiscard]] std::vector<ExrPart> layeredParts(const PictureFrame& frame, std::span<const Layer> layers,
-                                                PartLayout layout);
+                                                const LayeredFormat& format);
 
 /// Bare channel names by data type: R G B A, X Y Z, Z for depth, A for alpha, Y for other scalars and labels.
 [[nodiscard]] std::vector<std::string> bareChannelNames(const Buffer& buffer);

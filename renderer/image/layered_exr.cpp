@@ -11,10 +11,17 @@ namespace {
 
 constexpr std::string_view beautyName = "beauty";
 
-ExrChannel::Storage storageInLayeredFile(const Buffer& buffer) {
+/// An unfiltered colour holds data (a position, a normal) that half numbers would round.
+bool isFilteredColor(const Buffer& buffer) {
+    return isColor(buffer.type) && buffer.filtering;
+}
+
+ExrChannel::Storage storageInLayeredFile(const Buffer& buffer, const LayeredFormat& format) {
     if (buffer.type == miIMG_TYPE_TAG) return ExrChannel::Storage::Label;
-    // An unfiltered colour holds data (a position, a normal) that half would round.
-    return isColor(buffer.type) && buffer.filtering ? ExrChannel::Storage::Half : ExrChannel::Storage::Float;
+    bool isHalf = isFilteredColor(buffer);
+    for (const auto& [name, half] : format.half)
+        if (name == buffer.name || (name.empty() && isFilteredColor(buffer))) isHalf = half;
+    return isHalf ? ExrChannel::Storage::Half : ExrChannel::Storage::Float;
 }
 
 std::string_view storageName(ExrChannel::Storage storage) {
@@ -34,23 +41,26 @@ std::string partName(const Buffer& buffer, std::span<const Buffer* const> buffer
     return taken ? buffer.name : std::string(beautyName);
 }
 
-ExrPart partOf(const Layer& layer, const PartDescription& description, const PictureFrame& frame) {
-    ExrPart part{description.name, {}, {}};
-    for (std::size_t c = 0; c < description.channels.size(); ++c) {
-        part.channels.push_back(
-            {description.channels[c], &layer, static_cast<int>(c), storageInLayeredFile(*layer.buffer)});
-    }
-    if (const auto text = frame.layerText.find(layer.buffer->name); text != frame.layerText.end())
-        part.text = text->second;
+ExrPart partOf(const Layer& layer, const PartDescription& description, const PictureFrame& frame,
+               const LayeredFormat& format) {
+    ExrPart part{description.name, {}, {}, {}};
+    const ExrChannel::Storage storage = storageInLayeredFile(*layer.buffer, format);
+    for (std::size_t c = 0; c < description.channels.size(); ++c)
+        part.channels.push_back({description.channels[c], &layer, static_cast<int>(c), storage});
+    if (format.compression.isLossless() || isFilteredColor(*layer.buffer))
+        part.compression = format.compression;
+    if (const auto own = frame.layerMetadata.find(layer.buffer->name); own != frame.layerMetadata.end())
+        part.metadata = own->second;
     return part;
 }
 
 /// All channels in one part; what belongs to one layer only gets the layer's name before its key.
 ExrPart mergedPart(const std::vector<ExrPart>& parts) {
     ExrPart merged;
+    merged.compression = parts.front().compression;
     for (const ExrPart& part : parts) {
         merged.channels.insert(merged.channels.end(), part.channels.begin(), part.channels.end());
-        for (const auto& [key, text] : part.text) merged.text[part.name + "." + key] = text;
+        for (const auto& [key, value] : part.metadata) merged.metadata[part.name + "." + key] = value;
     }
     return merged;
 }
@@ -73,34 +83,35 @@ std::vector<const Buffer*> layeredBuffers(const FramebufferSet& set) {
     return buffers;
 }
 
-std::vector<PartDescription> describeParts(std::span<const Buffer* const> buffers) {
+std::vector<PartDescription> describeParts(std::span<const Buffer* const> buffers,
+                                           const LayeredFormat& format) {
     std::vector<PartDescription> parts;
     for (const Buffer* buffer : buffers) {
         parts.push_back({partName(*buffer, buffers), channelNames(*buffer),
-                         storageName(storageInLayeredFile(*buffer)), buffer});
+                         storageName(storageInLayeredFile(*buffer, format)), buffer});
     }
     std::stable_partition(parts.begin(), parts.end(), [](const auto& part) { return part.buffer->primary; });
     return parts;
 }
 
 std::vector<ExrPart> layeredParts(const PictureFrame& frame, std::span<const Layer> layers,
-                                  PartLayout layout) {
+                                  const LayeredFormat& format) {
     std::vector<const Buffer*> buffers;
     for (const Layer& layer : layers) buffers.push_back(layer.buffer);
     std::vector<ExrPart> parts;
-    for (const PartDescription& description : describeParts(buffers)) {
+    for (const PartDescription& description : describeParts(buffers, format)) {
         const auto layer = std::find_if(layers.begin(), layers.end(),
                                         [&](const Layer& each) { return each.buffer == description.buffer; });
-        parts.push_back(partOf(*layer, description, frame));
+        parts.push_back(partOf(*layer, description, frame, format));
     }
-    if (layout == PartLayout::SinglePart) parts = {mergedPart(parts)};
+    if (format.layout == PartLayout::SinglePart) parts = {mergedPart(parts)};
     return parts;
 }
 
 bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
-                     PartLayout layout, Log& log) {
+                     const LayeredFormat& format, Log& log) {
     try {
-        writeExr(path, frame, layeredParts(frame, layers, layout), {});
+        writeExr(path, frame, layeredParts(frame, layers, format), {format.tileSize, format.mipMaps});
     } catch (const std::exception& failure) {
         log.error("IMG", "cannot write \"{}\": {}", path, failure.what());
         return false;

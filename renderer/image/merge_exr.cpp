@@ -4,10 +4,13 @@
 #include "image/exr_header.h"
 #include "image/exr_rows.h"
 #include "image/exr_stream.h"
+#include "image/metadata.h"
 #include "image/sums_file.h"
 
+#include <OpenEXR/ImfFloatAttribute.h>
 #include <OpenEXR/ImfHeader.h>
 #include <OpenEXR/ImfInputPart.h>
+#include <OpenEXR/ImfIntAttribute.h>
 #include <OpenEXR/ImfMultiPartInputFile.h>
 #include <OpenEXR/ImfMultiPartOutputFile.h>
 #include <OpenEXR/ImfOutputPart.h>
@@ -18,7 +21,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -33,9 +35,9 @@ namespace {
 
 using Imath::Box2i;
 
-constexpr const char* renderTime = "renderSeconds";
 constexpr const char* pictureHash = "pictureHash";
-constexpr std::int64_t widest = 65536; // and highest picture that is rendered
+constexpr const char* chunkCount = "chunkCount"; // of a part, by its window
+constexpr std::int64_t widest = 65536;           // and highest picture that is rendered
 
 /// One of the files to join, or several with sums of samples of the same pixels.
 struct Window {
@@ -60,11 +62,9 @@ bool isPlausible(const Box2i& box) {
 
 /// What a file says that it took.
 std::optional<double> secondsOf(const Imf::Header& header) {
-    const auto* const text = header.findTypedAttribute<Imf::StringAttribute>(renderTime);
-    if (!text) return {};
-    double seconds = 0.0;
-    std::from_chars(text->value().data(), text->value().data() + text->value().size(), seconds);
-    return seconds;
+    const auto* const seconds = header.findTypedAttribute<Imf::FloatAttribute>(renderSecondsKey);
+    if (!seconds) return {};
+    return seconds->value();
 }
 
 Window open(const std::string& path) {
@@ -98,8 +98,17 @@ std::string nameOf(const Imf::Header& header) {
     return header.hasName() ? header.name() : "picture";
 }
 
-/// What two headers of the same part disagree in; empty for nothing. The window and the render time may
-/// differ.
+/// Of a text or a whole number; nothing for other attributes.
+std::optional<std::string> textOf(const Imf::Header& header, const std::string& name) {
+    if (const auto* const text = header.findTypedAttribute<Imf::StringAttribute>(name))
+        return fmt::format("\"{}\"", text->value());
+    if (const auto* const number = header.findTypedAttribute<Imf::IntAttribute>(name))
+        return std::to_string(number->value());
+    return {};
+}
+
+/// What two headers of the same part disagree in; empty for nothing. The window, the date, the computer and
+/// the render time may differ.
 std::string differenceOf(const Imf::Header& a, const Imf::Header& b) {
     if (a.displayWindow() != b.displayWindow()) return "the size of the picture";
     if (nameOf(a) != nameOf(b)) return fmt::format("the layers \"{}\" and \"{}\"", nameOf(a), nameOf(b));
@@ -107,16 +116,13 @@ std::string differenceOf(const Imf::Header& a, const Imf::Header& b) {
     std::set<std::string> names;
     for (const Imf::Header* header : {&a, &b})
         for (auto attribute = header->begin(); attribute != header->end(); ++attribute)
-            if (dynamic_cast<const Imf::StringAttribute*>(&attribute.attribute()))
-                names.insert(attribute.name());
-    const auto textOf = [](const Imf::Header& header, const std::string& name) {
-        const auto* text = header.findTypedAttribute<Imf::StringAttribute>(name);
-        return text ? fmt::format("\"{}\"", text->value()) : std::string("nothing");
-    };
+            names.insert(attribute.name());
+    for (const char* const key : {capturedKey, hostKey, chunkCount}) names.erase(key);
     std::string ofHash;
     for (const std::string& name : names) {
-        const std::string left = textOf(a, name), right = textOf(b, name);
-        if (name == renderTime || left == right) continue;
+        const std::string left = textOf(a, name).value_or("nothing");
+        const std::string right = textOf(b, name).value_or("nothing");
+        if (left == right) continue;
         if (name != pictureHash) return fmt::format("{}: {} and {}", name, left, right);
         ofHash = "scene, options or version of the renderer (pictureHash)";
     }
@@ -316,9 +322,9 @@ std::vector<Imf::Header> joinedHeaders(const std::vector<Window>& windows, const
         seconds = seconds && window.seconds ? std::optional(*seconds + *window.seconds) : std::nullopt;
     for (Imf::Header& header : headers) {
         header.dataWindow() = picture;
-        if (seconds) header.insert(renderTime, Imf::StringAttribute(fmt::format("{:.2f}", *seconds)));
-        else header.erase(renderTime);
-        header.erase("chunkCount"); // of the window
+        if (seconds) header.insert(renderSecondsKey, Imf::FloatAttribute(static_cast<float>(*seconds)));
+        else header.erase(renderSecondsKey);
+        header.erase(chunkCount);
     }
     return headers;
 }

@@ -4,6 +4,8 @@
 #include "base/log.h"
 #include "image/color_encoding.h"
 #include "image/framebuffers.h"
+#include "image/layered_format.h"
+#include "image/metadata.h"
 #include "image/sample_blocks.h"
 
 #include <array>
@@ -46,26 +48,24 @@ struct PictureFrame {
         int xl, yl, xh, yh;
     } window;               ///< rendered pixels, inclusive, lower left origin; the layers' extent
     ColorEncoding encoding; ///< of files of whole numbers
-    std::map<std::string, std::string> text;                             ///< metadata of the whole file
-    std::vector<float> cameraToWorld;                                    ///< 16, empty for none
-    std::map<std::string, std::map<std::string, std::string>> layerText; ///< metadata by layer name
-    float pixelAspect = 1.0f;                                            ///< width / height of a pixel
-    int threads = 1;                                                     ///< that may compress a file
+    Metadata metadata;      ///< of the whole file
+    std::map<std::string, Metadata> layerMetadata; ///< by layer name
+    float pixelAspect = 1.0f;                      ///< width / height of a pixel
+    int threads = 1;                               ///< that may compress a file
     const std::atomic<bool>* stop = nullptr; ///< when set, a file being written is given up; null: never
 
     [[nodiscard]] int windowWidth() const { return window.xh - window.xl + 1; }
     [[nodiscard]] int windowHeight() const { return window.yh - window.yl + 1; }
 };
 
-enum class PartLayout { MultiPart, SinglePart };
-
 /// Writes one OpenEXR with all layers. Multi-part: the primary buffer is the first part, with plain R G B A,
 /// named "beauty", or after its buffer where another layer has that name; every other part is named after its
 /// layer with fully qualified channels (`diffuse.R`, `cameraDepth.Z`, `normalWorld.X`, scalars and labels
-/// `.Y`). Filtered colours half, labels whole numbers, everything else float, zip compressed. Written to a
-/// temporary name and moved into place. False with a message when it cannot be written.
+/// `.Y`). Labels are whole numbers; filtered colours half and everything else float where the format does not
+/// say otherwise. Written to a temporary name and moved into place. False with a message when it cannot be
+/// written.
 bool writeLayeredExr(const std::string& path, const PictureFrame& frame, std::span<const Layer> layers,
-                     PartLayout layout, Log& log);
+                     const LayeredFormat& format, Log& log);
 
 /// The sums of a block of samples over the window.
 struct SummedBlock {
@@ -81,15 +81,15 @@ struct SummedBlock {
 /// of part NAME, and part "weights A:B" `weight` and `distance`, float all, labels whole numbers.
 /// @param blocks of the range, in order
 /// @param samples of each pixel in the whole picture
-/// @param layout of the finished file
+/// @param format of the finished file, its compression left out
 /// False with a message when it cannot be written.
 bool writeSampleSums(const std::string& path, PictureFrame frame, const std::vector<SummedBlock>& blocks,
-                     SampleRange range, unsigned samples, PartLayout layout, Log& log);
+                     SampleRange range, unsigned samples, const LayeredFormat& format, Log& log);
 
 /// What a layered file says of its picture.
 struct FinishedPicture {
     std::array<int, 4> window;               ///< xl yl xh yh, as in PictureFrame
-    std::map<std::string, std::string> text; ///< metadata of the whole file
+    std::map<std::string, std::string> text; ///< of the whole file's metadata, the texts
 };
 /// Nothing when there is no such file, or when a part of it is not complete.
 [[nodiscard]] std::optional<FinishedPicture> finishedPicture(const std::string& path);
@@ -101,7 +101,8 @@ struct PartDescription {
     std::string_view storage; ///< "half", "float" or "uint"
     const Buffer* buffer;
 };
-[[nodiscard]] std::vector<PartDescription> describeParts(std::span<const Buffer* const> buffers);
+[[nodiscard]] std::vector<PartDescription> describeParts(std::span<const Buffer* const> buffers,
+                                                         const LayeredFormat& format = {});
 
 /// Pixels of a buffer as they were between two statements of output shaders.
 struct EarlierLayer {

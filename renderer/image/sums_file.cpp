@@ -42,13 +42,16 @@ char letterOf(const ExrChannel& channel) {
 
 /// The part of a block's sums that becomes a finished part.
 ExrPart sumsPart(ExrPart part, SampleRange block) {
+    part.compression = {};
     part.name = fmt::format("{} {}{}{}", sumsName, textOf(block), part.name.empty() ? "" : " ", part.name);
     std::map<std::string, char> letters;
     for (ExrChannel& channel : part.channels) {
         letters[channel.name] = letterOf(channel);
         if (channel.storage == ExrChannel::Storage::Half) channel.storage = ExrChannel::Storage::Float;
     }
-    for (const auto& [name, letter] : letters) part.text[accumulationKey] += letter;
+    std::string kinds;
+    for (const auto& [name, letter] : letters) kinds += letter;
+    part.metadata[accumulationKey] = kinds;
     return part;
 }
 
@@ -124,22 +127,23 @@ bool areWeights(const Imf::Header& header) {
 } // namespace
 
 bool writeSampleSums(const std::string& path, PictureFrame frame, const std::vector<SummedBlock>& blocks,
-                     SampleRange range, unsigned samples, PartLayout layout, Log& log) {
+                     SampleRange range, unsigned samples, const LayeredFormat& format, Log& log) {
     std::vector<ExrPart> parts;
     for (const SummedBlock& block : blocks) {
         constexpr auto storage = ExrChannel::Storage::Float;
         ExrPart weights{fmt::format("{} {}", weightsName, textOf(block.samples)),
                         {{weightChannel, &block.weights, 0, storage}},
+                        {},
                         {}};
         if (!block.distances.pixels.empty())
             weights.channels.push_back({distanceChannel, &block.distances, 0, storage});
         parts.push_back(std::move(weights));
-        for (ExrPart& part : layeredParts(frame, block.layers, layout))
+        for (ExrPart& part : layeredParts(frame, block.layers, format))
             parts.push_back(sumsPart(std::move(part), block.samples));
     }
-    frame.text[rangeKey] = textOf(range, samples);
+    frame.metadata[rangeKey] = textOf(range, samples);
     try {
-        writeExr(path, frame, parts, {});
+        writeExr(path, frame, parts);
     } catch (const std::exception& failure) {
         log.error("IMG", "cannot write \"{}\": {}", path, failure.what());
         return false;

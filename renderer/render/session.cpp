@@ -181,6 +181,21 @@ void exitShaders(const Frame& frame) {
     frame.runtime.reportFaults();
 }
 
+image::Matrix matrixOf(const Transform& transform) {
+    image::Matrix matrix;
+    std::transform(transform.m.begin(), transform.m.end(), matrix.begin(),
+                   [](double number) { return static_cast<float>(number); });
+    return matrix;
+}
+
+/// At the opening of the shutter.
+void describeCamera(const Frame& frame, image::Metadata& metadata) {
+    const CameraSpace& camera = frame.placement.start();
+    metadata["cameraToWorld"] = matrixOf(Transform::from(camera.toWorld));
+    metadata["worldToCamera"] = matrixOf(Transform::from(camera.fromWorld));
+    metadata["worldToNDC"] = matrixOf(Transform::from(camera.fromWorld) * frame.cameraToNdc());
+}
+
 RenderStatistics statisticsOf(const geometry::SceneGeometry& geometry, const RayCounts& rays,
                               const Film& film, int threads) {
     RenderStatistics statistics;
@@ -307,8 +322,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     if (complete) reportUnwritten(*result, tally.written, log_);
     result->sampleRange = settings.sampleRange;
     result->interrupted = !complete;
-    result->frame().cameraToWorld.assign(std::begin(frame.placement.start().toWorld),
-                                         std::end(frame.placement.start().toWorld));
+    describeCamera(frame, result->frame().metadata);
     result->statistics = statisticsOf(geometry, tally.counts, film, threads);
     result->statistics.buildSeconds = buildSeconds;
     result->statistics.renderSeconds = rendering.seconds();

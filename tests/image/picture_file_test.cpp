@@ -7,11 +7,16 @@
 #include <OpenEXR/ImfFrameBuffer.h>
 #include <OpenEXR/ImfHeader.h>
 #include <OpenEXR/ImfInputPart.h>
+#include <OpenEXR/ImfIntAttribute.h>
 #include <OpenEXR/ImfMultiPartInputFile.h>
 #include <OpenEXR/ImfStringAttribute.h>
+#include <OpenEXR/ImfTiledInputPart.h>
 #include <OpenImageIO/imageio.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <filesystem>
 #include <limits>
 #include <numeric>
 
@@ -62,13 +67,13 @@ TEST(LayeredExr, HoldsEveryLayerAtThePlaceOfTheWindowInOneOrManyParts) {
     QuietMessages log;
     PictureFrame frame = wholeFrame(20, 10);
     frame.window = {3, 2, 7, 4};
-    frame.text = {{"scene", "still.mi"}};
-    frame.layerText["diffuse"] = {{"passType", "5"}};
+    frame.metadata = {{"scene", "still.mi"}, {"frame", 7}};
+    frame.layerMetadata["diffuse"] = {{"passType", "5"}};
     const Picture picture(CameraWithPasses().camera, frame, log);
     const std::string path = directory.file("a.exr");
     for (const bool parts : {true, false}) {
         ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers,
-                                    parts ? PartLayout::MultiPart : PartLayout::SinglePart, log))
+                                    {parts ? PartLayout::MultiPart : PartLayout::SinglePart, {}, {}}, log))
             << log.text();
         EXPECT_EQ(directory.fileCount(), 1u); // nothing temporary is left
         Imf::MultiPartInputFile file(path.c_str());
@@ -76,6 +81,7 @@ TEST(LayeredExr, HoldsEveryLayerAtThePlaceOfTheWindowInOneOrManyParts) {
         EXPECT_EQ(file.header(0).displayWindow(), Imath::Box2i({0, 0}, {19, 9}));
         EXPECT_EQ(file.header(0).dataWindow(), Imath::Box2i({3, 5}, {7, 7}));
         EXPECT_EQ(file.header(0).typedAttribute<Imf::StringAttribute>("scene").value(), "still.mi");
+        EXPECT_EQ(file.header(0).typedAttribute<Imf::IntAttribute>("frame").value(), 7);
         const auto part = [&](int number) { return parts ? number : 0; };
         const std::vector<float> depth = readChannel(file, part(1), "depth.Z");
         const Buffer& buffer = *picture.set.find("depth");
@@ -99,6 +105,66 @@ TEST(LayeredExr, HoldsEveryLayerAtThePlaceOfTheWindowInOneOrManyParts) {
     }
 }
 
+TEST(LayeredExr, HoldsSmallerLevelsInTilesAndRoundsNothingButColours) {
+    const TemporaryDirectory directory;
+    QuietMessages log;
+    const PictureFrame frame = wholeFrame(33, 18);
+    const Picture picture(CameraWithPasses().camera, frame, log);
+    LayeredFormat format;
+    format.compression = {"dwaa", 45.0f};
+    format.half = {{"", false}, {"diffuse", true}, {"depth", true}};
+    format.tileSize = 16;
+    format.mipMaps = true;
+    const std::string path = directory.file("tiles.exr");
+    ASSERT_TRUE(writeLayeredExr(path, frame, picture.layers, format, log)) << log.text();
+    EXPECT_TRUE(finishedPicture(path));
+    {
+        Imf::MultiPartInputFile file(path.c_str());
+        const struct {
+            Imf::PixelType type;
+            Imf::Compression compression;
+        } parts[] = {{Imf::FLOAT, Imf::DWAA_COMPRESSION}, {Imf::HALF, Imf::ZIPS_COMPRESSION},
+                     {Imf::HALF, Imf::DWAA_COMPRESSION},  {Imf::FLOAT, Imf::ZIPS_COMPRESSION},
+                     {Imf::FLOAT, Imf::ZIPS_COMPRESSION}, {Imf::UINT, Imf::ZIPS_COMPRESSION},
+                     {Imf::FLOAT, Imf::ZIPS_COMPRESSION}}; // main depth diffuse n shadowLuminance label place
+        for (int part = 0; part < 7; ++part) {
+            const Imf::Header& header = file.header(part);
+            EXPECT_EQ(header.channels().begin().channel().type, parts[part].type) << header.name();
+            EXPECT_EQ(header.compression(), parts[part].compression) << header.name();
+        }
+        Imf::TiledInputPart shadow(file, 4), label(file, 5);
+        ASSERT_EQ(shadow.numLevels(), 6); // 33, 16, 8, 4, 2, 1
+        const auto levelOf = [](Imf::TiledInputPart& part, int level, const char* name, Imf::PixelType type) {
+            const auto width = static_cast<std::size_t>(part.levelWidth(level));
+            std::vector<float> words(width * static_cast<std::size_t>(part.levelHeight(level)));
+            Imf::FrameBuffer slices;
+            slices.insert(name,
+                          Imf::Slice::Make(type, words.data(), part.dataWindowForLevel(level), 4, 4 * width));
+            part.setFrameBuffer(slices);
+            part.readTiles(0, part.numXTiles(level) - 1, 0, part.numYTiles(level) - 1, level);
+            return words;
+        };
+        const std::vector<float> whole = levelOf(shadow, 0, "shadowLuminance.Y", Imf::FLOAT);
+        const std::vector<float> half = levelOf(shadow, 1, "shadowLuminance.Y", Imf::FLOAT);
+        ASSERT_EQ(half.size(), 16u * 9u);
+        const auto mean = [](const std::vector<float>& values) {
+            return std::accumulate(values.begin(), values.end(), 0.0) / static_cast<double>(values.size());
+        };
+        EXPECT_NEAR(mean(half), mean(whole), 1e-5 * std::abs(mean(whole)));
+        // A pixel covers 2 1/16 columns and two rows.
+        EXPECT_NEAR(half[0] * 2 * 33 / 16,
+                    whole[0] + whole[1] + whole[33] + whole[34] + (whole[2] + whole[35]) / 16,
+                    1e-4f * std::abs(whole[0]));
+        const std::vector<float> labels = levelOf(label, 0, "label.Y", Imf::UINT);
+        for (const float word : levelOf(label, 3, "label.Y", Imf::UINT))
+            EXPECT_TRUE(std::any_of(labels.begin(), labels.end(), [word](float each) {
+                return std::memcmp(&each, &word, sizeof word) == 0;
+            }));
+    }
+    std::filesystem::resize_file(path, std::filesystem::file_size(path) - 8);
+    EXPECT_FALSE(finishedPicture(path));
+}
+
 TEST(LayeredExr, GivesThePictureItsOwnNameWhereAPassIsCalledBeauty) {
     scene::CameraElement camera;
     addPasses(camera);
@@ -120,8 +186,7 @@ TEST(LayeredExr, KeepsBrightColoursFinite) {
     const FramebufferSet set(camera, scene::OptionsElement(), log);
     const float pixel[] = {1e9f, -1e9f, 0.5f, 1.0f};
     const Layer layer{&set.buffers()[1], pixel};
-    ASSERT_TRUE(
-        writeLayeredExr(directory.file("h.exr"), wholeFrame(1, 1), {&layer, 1}, PartLayout::MultiPart, log));
+    ASSERT_TRUE(writeLayeredExr(directory.file("h.exr"), wholeFrame(1, 1), {&layer, 1}, {}, log));
     Imf::MultiPartInputFile file(directory.file("h.exr").c_str());
     EXPECT_EQ(readChannel(file, 0, "R")[0], 65504.0f);
     EXPECT_EQ(readChannel(file, 0, "G")[0], -65504.0f);

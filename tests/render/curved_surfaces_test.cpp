@@ -219,6 +219,7 @@ TEST(FreeformSurface, TrimsConvergeToTheirArea) {
                  {"trim \"2\" 0 .5 \"2\" .5 1", 4 * unit},
                  {"hole \"1\" 0 1", 16 - unit},
                  {"trim \"3\" 0 1 hole \"2\" 0 1 trim \"1\" 0 1", 6 * unit},
+                 {"trim \"1\" 0 1 hole \"2\" 0 1 trim \"3\" 0 1", 6 * unit}, // in any order
                  {"trim \"2\" 0 1 special \"1\" 0 1", 4 * unit}};
     for (const auto& c : cases) {
         double before = 1;

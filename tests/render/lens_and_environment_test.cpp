@@ -10,6 +10,45 @@
 namespace orca::test {
 namespace {
 
+/// Where a small card is seen is where the file's matrix puts its middle.
+TEST(Cameras, SayInTheFileWhereAPointOfTheWorldIsSeen) {
+    const char* const straight = "transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 -10 1";
+    const char* const turned = "transform 0.8 0 0.6 0 0 1 0 0 -0.6 0 0.8 0 0 0.5 -10 1";
+    const struct {
+        bool perspective;
+        const char *camera, *statements;
+    } cases[] = {{true, straight, ""},
+                 {true, turned, "offset 9 -6\n"},
+                 {false, straight, "offset -7 4\n"},
+                 {false, turned, ""}};
+    for (const auto& c : cases) {
+        TestScene scene;
+        scene.width = 120;
+        scene.height = 80;
+        scene.samples = "2 2";
+        scene.perspective = c.perspective;
+        scene.camera = c.camera;
+        scene.cameraStatements = c.statements;
+        constexpr float x = 0.4f, y = -0.3f, z = 0.5f;
+        scene.contents = glowing("m", "1 1 1") + card("point", "m", x, y, z, 0.05f);
+        const RenderedScene rendered(scene);
+        double sum = 0.0, sumX = 0.0, sumY = 0.0;
+        rendered.eachPixel([&](int column, int row) {
+            const double light = rendered.pixel("main", column, row).r;
+            sum += light;
+            sumX += light * (column + 0.5);
+            sumY += light * (80 - (row + 0.5));
+        });
+        const auto m = std::get<image::Matrix>(rendered.result().frame().metadata.at("worldToNDC"));
+        const auto at = [&m](std::size_t i) { return x * m[i] + y * m[4 + i] + z * m[8 + i] + m[12 + i]; };
+        ASSERT_GT(sum, 0.0);
+        EXPECT_NEAR(at(0) / at(3), sumX / sum / 120, 0.2 / 120);
+        EXPECT_NEAR(at(1) / at(3), sumY / sum / 80, 0.2 / 80);
+        EXPECT_GT(at(2) / at(3), 0.0f);
+        EXPECT_LT(at(2) / at(3), 1.0f);
+    }
+}
+
 /// What a camera sees in the middle of its picture, and beside it to the right, of an environment.
 struct Seen {
     miColor middle, right;

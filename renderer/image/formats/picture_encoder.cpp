@@ -42,6 +42,13 @@ struct Raster {
     }
 };
 
+/// Adds a text or a number; matrices are for the layered file.
+void addTo(OIIO::ImageSpec& spec, const std::string& key, const MetadataValue& value) {
+    if (const auto* const text = std::get_if<std::string>(&value)) spec[key] = *text;
+    else if (const auto* const whole = std::get_if<int>(&value)) spec[key] = *whole;
+    else if (const auto* const number = std::get_if<float>(&value)) spec[key] = *number;
+}
+
 /// Calls write(pixel of the raster, the layer's components) for every pixel of the window.
 template <class Write>
 Raster rasterOf(const PictureFrame& frame, const Layer& layer, int channels, Write write) {
@@ -237,7 +244,7 @@ bool LibraryFormats::writeImageFile(const std::string& path, const std::string& 
     if (colors && channels == 4 && !frame.encoding.premultiply) spec["oiio:UnassociatedAlpha"] = 1;
     if (colors) requestDither(spec, frame.encoding);
     spec["PixelAspectRatio"] = frame.pixelAspect;
-    for (const auto& [key, text] : frame.text) spec["orca:" + key] = text;
+    for (const auto& [key, value] : frame.metadata) addTo(spec, "orca:" + key, value);
     const bool labels = stored == OIIO::TypeDesc::UINT32;
     return writeRaster(path, format, spec, raster, labels ? OIIO::TypeDesc::UINT32 : OIIO::TypeDesc::FLOAT,
                        frame.stop, log);

@@ -26,6 +26,25 @@ Frame::Frame(const FrameParts& parts)
         }
 }
 
+Transform Frame::cameraToNdc() const {
+    const double aspect = camera.aspect, aperture = camera.aperture;
+    const double near = camera.clip.min, far = camera.clip.max;
+    const double centreX = 0.5 + camera.x_offset / static_cast<double>(camera.x_resolution);
+    const double centreY = 0.5 - camera.y_offset / static_cast<double>(camera.y_resolution);
+    if (camera.orthographic) {
+        const double depth = 1.0 / (far - near);
+        return {{1.0 / aperture, 0, 0, 0,     //
+                 0, -aspect / aperture, 0, 0, //
+                 0, 0, -depth, 0,             //
+                 centreX, centreY, -near * depth, 1.0}};
+    }
+    const double zoom = camera.focal / aperture, depth = 1.0 / (1.0 - near / far); // the view is along -z
+    return {{zoom, 0, 0, 0,                                                        //
+             0, -zoom * aspect, 0, 0,                                              //
+             -centreX, -centreY, -depth, -1.0,                                     //
+             0, 0, -near * depth, 0}};
+}
+
 miVector Frame::rasterFromCamera(const miVector& point) const {
     const float zoom =
         camera.orthographic ? 1.0f / camera.aperture : camera.focal / camera.aperture / -point.z;

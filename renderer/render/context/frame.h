@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/log.h"
+#include "base/transform.h"
 #include "geometry/scene_geometry.h"
 #include "image/framebuffers.h"
 #include "image/textures.h"
@@ -83,6 +84,10 @@ public:
     }
 
     /// Point in camera space to raster position, pixels; z is kept.
+    /// From camera space to normalized device coordinates: x from 0 at the picture's left edge to 1 at its
+    /// right, y from 0 at its upper edge to 1, z from 0 at the near clipping plane to 1 at the far one. Lens
+    /// shaders are left out.
+    [[nodiscard]] Transform cameraToNdc() const;
     [[nodiscard]] miVector rasterFromCamera(const miVector& point) const;
     [[nodiscard]] miVector cameraFromRaster(const miVector& raster) const;
 
