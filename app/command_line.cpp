@@ -189,10 +189,11 @@ void convert(RawOptions& raw, CommandLine& command) {
         command.samples = sampleRequest(raw.samples);
         if (!command.samples)
             refuse("--sample-range", raw.samples, "a range such as 0:16, or a share such as 1/4");
-        if (command.pixel || !command.png.empty() || !command.pngLayers.empty())
-            throw CLI::ValidationError(
-                "--sample-range", "some of the samples make no picture to look at: leave out --pixel, --png "
-                                  "and --png-layers, and give them when orca-merge has joined the ranges");
+        if (command.pixel || !command.png.empty() || !command.pngLayers.empty() || command.arraysTo)
+            throw CLI::ValidationError("--sample-range",
+                                       "some of the samples make no picture to look at: leave out --pixel, "
+                                       "--png, --png-layers and --arrays-to, and give them when orca-merge "
+                                       "has joined the ranges");
     }
     if (const std::string reason = whyNoLayeredFile(command.output); !reason.empty())
         throw CLI::ValidationError("--output", reason);

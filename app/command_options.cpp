@@ -81,6 +81,13 @@ void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
                    "also write every layer for looking at, as DIR/LAYER.png")
         ->group(group)
         ->type_name("DIR");
+    app.add_option(
+           "--arrays-to", command.arraysTo,
+           "also write all layers as arrays of numbers to this open file, for programs that start the "
+           "command")
+        ->group(group)
+        ->type_name("DESCRIPTOR")
+        ->check(CLI::NonNegativeNumber);
     app.add_option("--file-dir", command.fileDirectory, "where the files go that the scene itself names")
         ->group(group)
         ->type_name("DIR");

@@ -4,6 +4,7 @@
 #include "command_line.h"
 #include "exit_codes.h"
 #include "frames.h"
+#include "layer_arrays.h"
 #include "limit_watcher.h"
 #include "output_files.h"
 #include "overrides.h"
@@ -20,6 +21,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <exception>
 #include <functional>
@@ -30,6 +32,7 @@
 #include <utility>
 #include <vector>
 
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -138,11 +141,15 @@ int main(int argc, char** argv) {
         fmt::print("{}", passTable());
         return exitRendered;
     }
+    // Nobody takes the arrays of a render whose program is gone.
+    if (parsed.command->arraysTo) ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     orca::Log log(parsed.command->verbosity.value_or(orca::LogLevel::Warning));
     log.setAdvice(adviceFor);
     log.setStamped(!::isatty(STDERR_FILENO));
     return reported(log, [&] {
-        if (!parsed.command->developed.empty()) return developCheckpoint(*parsed.command, log);
+        if (!parsed.command->developed.empty())
+            return holdsArrays(parsed.command->developed) ? developArrays(*parsed.command, log)
+                                                          : developCheckpoint(*parsed.command, log);
         if (!parsed.command->echoFile.empty()) return echoScenes(*parsed.command, log);
         return renderAll(*parsed.command, log);
     });

@@ -2,6 +2,7 @@
 #include "output_files.h"
 
 #include "frames.h"
+#include "layer_arrays.h"
 #include "layered_format_words.h"
 
 #include "image/file_in_place.h"
@@ -202,6 +203,14 @@ bool OutputFiles::checkSpace(const std::vector<Planned>& plan) const {
 
 bool OutputFiles::check(const PictureFiles& files, const render::Picture& picture,
                         const std::vector<InputFile>& inputs) {
+    if (command_.arraysTo && arraysFrame_) {
+        log_.error("MAIN",
+                   "the arrays of one picture can be handed over, and frame {} would overwrite frame {}; "
+                   "choose one of them with --frames",
+                   files.frame, *arraysFrame_);
+        return false;
+    }
+    arraysFrame_ = files.frame;
     std::vector<Planned> plan = planned(files, picture);
     if (!checkPolicy(plan)) return false;
     if (const std::string fault =
@@ -233,6 +242,7 @@ void OutputFiles::remember(const PictureFiles& files) {
 }
 
 bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& result) const {
+    if (command_.arraysTo && !writeArrays(*command_.arraysTo, result, files.frame, log_)) return false;
     if (!command_.writesFiles || command_.pixel) return true;
     const image::PictureFrame& picture = result.frame();
     if (result.sampleRange) {

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -77,6 +78,7 @@ private:
     FilePolicy policy_;
     std::set<std::string> named_;      ///< of the command line's names, what is taken
     std::map<std::string, int> frame_; ///< that a file of this run holds, by its path without links
+    std::optional<int> arraysFrame_;   ///< that is handed over as arrays
 };
 
 /// True for devices and FIFOs, which several files may go to.
