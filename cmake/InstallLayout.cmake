@@ -8,6 +8,7 @@ set(ORCA_INSTALL_SHADER_LIBRARIES lib/orca-render)
 set(ORCA_INSTALL_DECLARATIONS share/orca-render/declarations)
 
 set(ORCA_INSTALL_BLENDER share/orca-render) # a folder blender in it
+set(ORCA_INSTALL_PYTHON share/orca-render/python) # the module, which the Blender add-on takes a copy of
 
 set(ORCA_INSTALL_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/orca)
 set(ORCA_INSTALL_CMAKE ${CMAKE_INSTALL_LIBDIR}/cmake/orca)

@@ -18,7 +18,7 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME orca-render)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS python3) # for orca-farm
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "python3, python3-numpy") # for orca-farm, the Python module
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "orca-render-doc, slurm-client, blender")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "multi-pass shader library and its renderer
 Renders scene files on all cores and writes a layered OpenEXR file that holds

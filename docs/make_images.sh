@@ -121,3 +121,7 @@ layers neon 160x90 diffuse specular incandescence reflection
 picture interior 480x270
 as_jpeg interior
 layers interior 160x90 diffuseDay diffuseLamps diffuseStrip specular reflection indirect
+
+# The last example of the page on Python writes its picture itself.
+(cd "$scratch" && awk '/^```python$/ { text = ""; inside = 1; next } /^```$/ { inside = 0 } inside { text = text $0 "\n" } END { printf "%s", text }' \
+    "$root/docs/python.md" | "$root/orca" python - && mv python.png "$images/python.png")

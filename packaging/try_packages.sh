@@ -54,6 +54,15 @@ inside sh -c 'cd /tmp && orca-render /usr/share/orca-render/examples/still_life.
 [[ -s $root/tmp/still.exr ]] || fail "no picture was written"
 inside bash -c 'cmp <(orca-render --print-document bash) /usr/share/bash-completion/completions/orca-render'
 
+try "the Python module"
+install_inside python3-numpy
+inside python3 -B -c '
+import orcarender as orca
+scene = orca.Scene("/usr/share/orca-render/examples/still_life.mi")
+scene.resolution, scene.samples = (96, 54), (0, 0)
+picture = scene.render()["beauty"]
+assert picture.shape == (54, 96, 4) and picture[33, 48, 0] > 0.001, picture[33, 48]'
+
 try "orca-import and orca-texture"
 printf 'P3 2 2 255 255 0 0 255 0 0 255 0 0 255 0 0\n' >"$root/tmp/red.ppm"
 printf 'newmtl red\nKd 1 1 1\nmap_Kd red.ppm\n' >"$root/tmp/quad.mtl"

@@ -1,23 +1,23 @@
 # SPDX-License-Identifier: Apache-2.0
 """Writes a scene for orca-render, and renders it."""
 import json
+import pathlib
 import subprocess
+import sys
 
 import numpy
 
-from scene_model import PointLight, Sun, looking
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent.parent / "bridges" / "python"))
+from orca.placing import into_instance  # noqa: E402
+from orca.scene_text import HEAD, color, matrix  # noqa: E402
+from scene_model import PointLight, Sun, looking  # noqa: E402
 
 # A surface that gathers sees one bounce of what shines by itself, and the sky is no light: hence as many bounces beyond the first as wanted.
 GATHER = {"finalgather": "on", "finalgather accuracy": "800"}
 
 
-def color(values):
-    return " ".join(f"{v:.6g}" for v in values) + " 1"
-
-
 def transform(place):
-    """World to object, of rows."""
-    return " ".join(f"{v:.8g}" for v in numpy.linalg.inv(place).T.ravel())
+    return matrix(into_instance(place))
 
 
 def shader_of(name, material):
@@ -74,7 +74,7 @@ def scene_text(scene, options, shadow_rays):
     if moves:
         gather.update({"motion": "on", "shutter": "0 1"})
     settings = "\n".join(f"    {words} {value}" for words, value in {**gather, **options}.items())
-    yield ('link "velabase.so"\nlink "orca.so"\n$include <velabase.mi>\n$include <orca.mi>\n'
+    yield (HEAD +
            'options "quality" object space filter box 1 1 trace on shadow on\n'
            f"    trace depth {scene.reflections} {scene.refractions} {scene.reflections + scene.refractions}\n{settings}\n"
            '    state "velaBaseState" ( ) "orcaFrameBufferState" ( )\nend options\n')

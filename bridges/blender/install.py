@@ -27,6 +27,7 @@ def main():
     target = pathlib.Path(bpy.utils.user_resource("SCRIPTS", path="addons", create=True)) / NAME
     shutil.rmtree(target, ignore_errors=True)
     shutil.copytree(HERE / NAME, target, ignore=shutil.ignore_patterns("__pycache__"))
+    shutil.copytree(HERE.parent / "python" / "orca", target / "orca", ignore=shutil.ignore_patterns("__pycache__"))
     if str(target.parent) not in sys.path:  # a folder that Blender did not find when it started
         sys.path.append(str(target.parent))
     if addon_utils.enable(NAME, default_set=True, persistent=True) is None:

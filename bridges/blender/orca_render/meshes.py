@@ -116,12 +116,5 @@ def triangles(mesh, wanted, moved: typing.Optional[numpy.ndarray] = None):
 
 def write(text, name, mesh_triangles):
     """Prints an object; its triangles carry their slots where there are several."""
-    many = mesh_triangles.has_slots
-    corners = mesh_triangles.corners
-    text.print(f'object "{name}"\n    visible on  shadow on  trace on{"  tagged on" if many else ""}\n    group\n'
-               f"        trilist vertex {len(mesh_triangles.vertices)} {mesh_triangles.codes} triangle {len(corners)}\n"
-               "            scalar")
-    text.block(mesh_triangles.vertices)
-    text.print("            integer")
-    text.block(numpy.concatenate([mesh_triangles.slots[:, None], corners], axis=1) if many else corners)
-    text.print("        end trilist\n    end group\nend object\n")
+    text.triangles(name, mesh_triangles.codes, mesh_triangles.vertices, mesh_triangles.corners,
+                   mesh_triangles.slots if mesh_triangles.has_slots else None)

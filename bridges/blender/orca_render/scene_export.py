@@ -8,12 +8,6 @@ from . import camera, lights, meshes, passes, scene_text, snapshot, world
 from .images import Images
 from .materials import Materials
 
-HEAD = '''link "velabase.so"
-link "orca.so"
-$include <velabase.mi>
-$include <orca.mi>
-'''
-
 
 class ExportError(Exception):
     """What keeps the scene from being rendered, and what to do about it."""
@@ -87,7 +81,7 @@ class _SceneExport:
             later_eye = eye.evaluated_get(self._depsgraph).matrix_world.copy()
             go(self._frame + shutter[0])
         names = {part: self._text.name(part) for part in ("settings", "camera", "camera here", "passes", "scene")}
-        self._text.print(HEAD)
+        self._text.print(scene_text.HEAD)
         self._options(names["settings"])
         self._world = world.World(self._text, self._images, self._losses, self._scene.world, self._settings.light_samples)
         # Where the picture is to have no background, reflections still show it.

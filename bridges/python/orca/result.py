@@ -1,0 +1,101 @@
+# SPDX-License-Identifier: Apache-2.0
+"""A rendered picture: its layers as arrays."""
+
+import collections.abc
+import json
+import mmap
+import os
+import weakref
+
+import numpy
+
+from .command import run_well
+
+SIGNATURE = b"orca arrays 1 "
+PAGE = 4096
+
+
+class Result(collections.abc.Mapping):
+    """Layers by name, as arrays of shape (height, width, channels), the top row first.
+
+    Numbers are float32, those of labels uint32. The arrays share their memory with the renderer, which has written them
+    there: nothing is copied. They may be changed, and live as long as any of them is in use. Layers have the names that
+    they have in the layered file: the picture itself comes first, as "beauty" where no pass is called so.
+
+    width, height: of the layers, in pixels
+    size: width and height of the whole picture
+    window: left, bottom, right and top pixel of the layers in it, inclusive, counted from the lower left
+    metadata: texts about the picture: scene, frame, camera, samples, software ...
+    camera_to_world: 4 x 4 matrix for points as rows, None where the file would have none
+    messages: what the renderer said
+    """
+
+    def __init__(self, command, descriptor, messages=()):
+        """descriptor: an open file that orca-render has written its arrays to; belongs to the result from now on."""
+        self._command = command
+        self._descriptor = descriptor
+        self._close = weakref.finalize(self, os.close, descriptor)
+        memory = mmap.mmap(descriptor, 0)
+        line = memory.readline()
+        length = int(line[len(SIGNATURE):])
+        head = json.loads(memory[len(line):len(line) + length])
+        begin = -(-(len(line) + length) // PAGE) * PAGE
+        left, bottom, right, top = self.window = tuple(head["picture"]["window"])
+        self.width, self.height = right - left + 1, top - bottom + 1
+        self.size = tuple(head["picture"]["size"])
+        self.metadata = head["text"]
+        self.camera_to_world = numpy.reshape(head["cameraToWorld"], (4, 4)) if head["cameraToWorld"] else None
+        self.messages = list(messages)
+        self._about = {layer["name"]: layer for layer in head["layers"]}
+        self._texts = head["layerText"]
+        self._arrays = {
+            name: numpy.ndarray((self.height, self.width, len(about["channels"])), about["type"], memory, begin + about["offset"])
+            for name, about in self._about.items()}
+
+    def __getitem__(self, name):
+        try:
+            return self._arrays[name]
+        except KeyError:
+            raise KeyError(f"there is no layer {name!r}; there are {', '.join(self._arrays)}") from None
+
+    def __iter__(self):
+        return iter(self._arrays)
+
+    def __len__(self):
+        return len(self._arrays)
+
+    def __repr__(self):
+        return f"<orca.Result {self.width} x {self.height}: {', '.join(self._arrays)}>"
+
+    @property
+    def picture(self):
+        """The picture itself, whatever its layer is called."""
+        return next(iter(self._arrays.values()))
+
+    @property
+    def names(self):
+        """Names of the layers, that of the picture first."""
+        return list(self._arrays)
+
+    def channels(self, name):
+        """Names of a layer's channels, such as ["R", "G", "B", "A"]."""
+        self[name]
+        return list(self._about[name]["channels"])
+
+    def layer_metadata(self, name):
+        """Texts about a layer that a pass feeds: type, flags, trace levels."""
+        self[name]
+        return dict(self._texts.get(self._about[name]["buffer"], {}))
+
+    def save(self, path, single_part=False):
+        """Writes a file of the layers as the arrays hold them now.
+
+        path: ending in .exr a layered file, the one that orca-render would have written; with another extension, such as
+            .png, the picture alone, for looking at
+        single_part: all layers in one part of the layered file
+        Raises Error where it cannot be written.
+        """
+        path = os.fspath(path)
+        option = "--output" if os.path.splitext(path)[1].lower() == ".exr" else "--png"
+        run_well(self._command, ["--develop", f"/proc/self/fd/{self._descriptor}", f"{option}={path}",
+                                 *(["--single-part"] if single_part else [])], pass_fds=(self._descriptor,))
