@@ -61,16 +61,17 @@ std::vector<PlacedLayer> placed(const std::vector<image::Layer>& layers, std::ui
     return all;
 }
 
+struct ToJson {
+    json operator()(const image::Rational& rational) const {
+        return {{"numerator", rational.numerator}, {"denominator", rational.denominator}};
+    }
+    json operator()(const auto& value) const { return value; }
+};
+
 /// Numbers stay whole or fractional, fractions are two numbers in an object, and matrices lists of 16.
 json described(const image::Metadata& metadata) {
-    const struct {
-        json operator()(const image::Rational& rational) const {
-            return {{"numerator", rational.numerator}, {"denominator", rational.denominator}};
-        }
-        json operator()(const auto& value) const { return value; }
-    } toJson;
     json object = json::object();
-    for (const auto& [key, value] : metadata) object[key] = std::visit(toJson, value);
+    for (const auto& [key, value] : metadata) object[key] = std::visit(ToJson{}, value);
     return object;
 }
 

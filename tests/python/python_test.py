@@ -94,7 +94,7 @@ class Module(unittest.TestCase):
         two = orca.Scene(text=card()._content().decode("utf-8", "surrogateescape"))
         two.add('render "scene" "camera here" "settings"')
         self.refused("one picture", two.render)
-        self.assertEqual(two.render(frame=2).metadata["frame"], "2")
+        self.assertEqual(two.render(frame=2).metadata["frame"], 2)
         self.refused("is empty", orca.Scene(text="").render)
         with self.assertRaisesRegex(AttributeError, "did you mean 'samples'"):
             card().sampels = 3

@@ -2,6 +2,7 @@
 """A rendered picture: its layers as arrays."""
 
 import collections.abc
+import fractions
 import json
 import mmap
 import os
@@ -15,6 +16,15 @@ SIGNATURE = b"orca arrays 1 "
 PAGE = 4096
 
 
+def metadata_from(values):
+    """Metadata with matrices as arrays and rates as fractions."""
+    def value_from(value):
+        if isinstance(value, list):
+            return numpy.reshape(value, (4, 4))
+        return fractions.Fraction(value["numerator"], value["denominator"]) if isinstance(value, dict) else value
+    return {key: value_from(value) for key, value in values.items()}
+
+
 class Result(collections.abc.Mapping):
     """Layers by name, as arrays of shape (height, width, channels), the top row first.
 
@@ -25,7 +35,8 @@ class Result(collections.abc.Mapping):
     width, height: of the layers, in pixels
     size: width and height of the whole picture
     window: left, bottom, right and top pixel of the layers in it, inclusive, counted from the lower left
-    metadata: texts about the picture: scene, frame, camera, samples, software ...
+    metadata: what the layered file says about the picture: scene, frame, camera, samples, worldToCamera ...; matrices are for
+        points as rows
     camera_to_world: 4 x 4 matrix for points as rows, None where the file would have none
     messages: what the renderer said
     """
@@ -43,11 +54,11 @@ class Result(collections.abc.Mapping):
         left, bottom, right, top = self.window = tuple(head["picture"]["window"])
         self.width, self.height = right - left + 1, top - bottom + 1
         self.size = tuple(head["picture"]["size"])
-        self.metadata = head["text"]
-        self.camera_to_world = numpy.reshape(head["cameraToWorld"], (4, 4)) if head["cameraToWorld"] else None
+        self.metadata = metadata_from(head["metadata"])
+        self.camera_to_world = self.metadata.get("cameraToWorld")
         self.messages = list(messages)
         self._about = {layer["name"]: layer for layer in head["layers"]}
-        self._texts = head["layerText"]
+        self._metadata = head["layerMetadata"]
         self._arrays = {
             name: numpy.ndarray((self.height, self.width, len(about["channels"])), about["type"], memory, begin + about["offset"])
             for name, about in self._about.items()}
@@ -83,19 +94,22 @@ class Result(collections.abc.Mapping):
         return list(self._about[name]["channels"])
 
     def layer_metadata(self, name):
-        """Texts about a layer that a pass feeds: type, flags, trace levels."""
+        """What is known about a layer that a pass feeds: type, flags, trace levels."""
         self[name]
-        return dict(self._texts.get(self._about[name]["buffer"], {}))
+        return metadata_from(self._metadata.get(self._about[name]["buffer"], {}))
 
-    def save(self, path, single_part=False):
+    def save(self, path, single_part=False, compression=None, types=None, tiles=None, mip_maps=False):
         """Writes a file of the layers as the arrays hold them now.
 
         path: ending in .exr a layered file, the one that orca-render would have written; with another extension, such as
             .png, the picture alone, for looking at
-        single_part: all layers in one part of the layered file
+        single_part, compression, types, tiles, mip_maps: how the layered file is stored, as --single-part, --exr-compression,
+            --exr-type, --exr-tiles and --exr-mip-maps say it
         Raises Error where it cannot be written.
         """
         path = os.fspath(path)
         option = "--output" if os.path.splitext(path)[1].lower() == ".exr" else "--png"
-        run_well(self._command, ["--develop", f"/proc/self/fd/{self._descriptor}", f"{option}={path}",
-                                 *(["--single-part"] if single_part else [])], pass_fds=(self._descriptor,))
+        stored = [f"--exr-{name}={value}" for name, value in (("compression", compression), ("type", types), ("tiles", tiles)) if value]
+        stored += [flag for flag, given in (("--single-part", single_part), ("--exr-mip-maps", mip_maps)) if given]
+        run_well(self._command, ["--develop", f"/proc/self/fd/{self._descriptor}", f"{option}={path}", *stored],
+                 pass_fds=(self._descriptor,))
