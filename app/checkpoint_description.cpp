@@ -2,6 +2,7 @@
 #include "checkpoint_description.h"
 
 #include "render/checkpoint/checkpoint_file.h"
+#include "render/film/sample_steps.h"
 #include "render/tile_renderer.h"
 
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "sample_request.h"
 
-#include "render/sampling/sampled_area.h"
+#include "render/film/sample_steps.h"
 
 #include <charconv>
 #include <cstdint>

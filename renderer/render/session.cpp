@@ -141,19 +141,13 @@ void warnOfNothing(const FrameParts& parts, Log& log) {
 }
 
 /// False when the render was stopped.
-bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film, RenderState& state,
-                  const std::optional<image::SampleRange>& samples) {
+bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film, RenderState& state) {
     tiles.begin(RenderPhase::Render);
-    AdaptiveSampler::Pass first = sampler.first();
-    if (samples) {
-        first.firstSample = samples->first;
-        first.endSample = samples->end;
-    }
     if (state.resumesPass()) sampler.resumeAt(state.level());
-    else state.beginPass(std::move(first), sampler.level());
-    AdaptiveSampler::Pass pass;
+    else state.beginPass(sampler.first(), sampler.level());
     while (tiles.renderPass()) {
-        if (!sampler.next(film, pass)) return true;
+        AdaptiveSampler::Pass pass = sampler.next(film);
+        if (pass.empty()) return true;
         state.beginPass(std::move(pass), sampler.level());
     }
     return false;
@@ -297,11 +291,11 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     const Frame frame(parts);
     AdaptiveSampler sampler(area, contrastOf(frame));
     state.setCaches(gatherCaches);
-    TileRenderer tiles(frame, film, state, settings.rays, settings.progress, threads, sampler.passesAtMost());
+    TileRenderer tiles(frame, film, state, settings, threads, sampler.passesAtMost());
     std::optional<CheckpointWriter> checkpoints;
     if (settings.checkpoint) checkpoints.emplace(state, *settings.checkpoint, log_);
-    bool complete = gatherPrepass(tiles, frame, gatherCaches, state) &&
-                    renderPasses(tiles, sampler, film, state, settings.sampleRange);
+    bool complete =
+        gatherPrepass(tiles, frame, gatherCaches, state) && renderPasses(tiles, sampler, film, state);
     std::vector<ContourSegment> contours;
     if (complete && hasContours(frame)) {
         if (settings.sampleRange)

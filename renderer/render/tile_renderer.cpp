@@ -4,6 +4,7 @@
 #include "base/parallel_for.h"
 #include "render/camera/eye_sample.h"
 #include "render/camera/state_shaders.h"
+#include "render/film/sample_steps.h"
 
 #include <tbb/global_control.h>
 #include <tbb/task_arena.h>
@@ -49,7 +50,8 @@ struct TileRenderer::Worker {
     }
 
     RenderContext context;
-    std::vector<float> pixel; // the pixel being rendered, where it is kept apart from the film
+    std::vector<float> pixel;    // the pixel being rendered, where it is kept apart from the film
+    bool takesOneSample = false; // that pixel, with this pass
 
 private:
     RayCounts counted_;
@@ -59,17 +61,18 @@ private:
     std::array<std::vector<float>, 16> sums_; // for each size of block, 4^n samples
 };
 
-TileRenderer::TileRenderer(const Frame& frame, Film& film, RenderState& state, RayMeter* rays,
-                           ProgressCallback progress, int threads, int passesAtMost)
+TileRenderer::TileRenderer(const Frame& frame, Film& film, RenderState& state, const RenderSettings& settings,
+                           int threads, int passesAtMost)
     : frame_(frame),
       film_(film),
       state_(state),
-      rays_(rays),
-      progress_(std::move(progress)),
+      rays_(settings.rays),
+      progress_(settings.progress),
       filter_(frame.options.filter, frame.options.filter_size_x, frame.options.filter_size_y),
       threads_(threads),
       passesAtMost_(passesAtMost),
       workers_(static_cast<std::size_t>(threads)) {
+    if (settings.sampleRange) range_ = image::blocksOf(*settings.sampleRange);
 }
 
 TileRenderer::~TileRenderer() = default;
@@ -85,11 +88,25 @@ TileRenderer::Worker& TileRenderer::workerOfThisThread() {
 }
 
 /// False when the render was stopped; the pixel may lack samples then.
-bool TileRenderer::renderPixel(Worker& worker, int x, int y, float* pixel) {
+bool TileRenderer::renderSteps(Worker& worker, int x, int y, int lastStep, float* pixel) {
+    film_.prefetch(x, y);
+    // A sample in the pixel's centre suits a pixel that takes no other; further ones are spread around the
+    // first one's own place.
+    if (frame_.options.jitter == 0.0f && lastStep > 1 && film_.stepsDone(pixel) == 1) film_.clear(pixel);
+    for (int step = film_.stepsDone(pixel) + 1; step <= lastStep; ++step) {
+        const Film::PrimarySum before = film_.primarySum(pixel);
+        if (!addBlock(worker, x, y, samplesOfStep(step), pixel, false)) return false;
+        film_.finishStep(pixel, before);
+    }
+    return true;
+}
+
+/// False when the render was stopped; the pixel may lack samples then.
+bool TileRenderer::renderRange(Worker& worker, int x, int y, float* pixel) {
     film_.prefetch(x, y);
     const bool keepsBlocks = film_.blocks() > 1;
     float* sums = pixel;
-    for (const image::SampleRange block : blocks_) {
+    for (const image::SampleRange block : range_) {
         const bool areEmpty = keepsBlocks || block.first == 0;
         if (!addBlock(worker, x, y, block, sums, areEmpty)) return false;
         if (keepsBlocks) sums += film_.sumWords();
@@ -115,8 +132,7 @@ bool TileRenderer::addSample(Worker& worker, int x, int y, unsigned index, float
     const float lobe = filter_.hasNegativeLobes() ? sampler.eye(EyeFilterLobe) : 0.0f;
     PixelFilter::Placement placement =
         filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
-    const bool isOnlyOne = index == 0 && frame_.options.min_samples <= 0;
-    if (isOnlyOne && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
+    if (worker.takesOneSample && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
     renderEyeSample(worker.context, x, y, placement);
     if (rays_) worker.report(*rays_);
     if (frame_.stopped()) return false; // its rays may have been refused
@@ -125,7 +141,10 @@ bool TileRenderer::addSample(Worker& worker, int x, int y, unsigned index, float
 }
 
 void TileRenderer::renderTile(Worker& worker, std::size_t tile) {
-    const std::vector<std::uint8_t>& wanted = state_.pass().pixels;
+    const AdaptiveSampler::Pass& pass = state_.pass();
+    const auto renderPixel = [&](int x, int y, int lastStep, float* pixel) {
+        return range_.empty() ? renderSteps(worker, x, y, lastStep, pixel) : renderRange(worker, x, y, pixel);
+    };
     const PixelWindow &window = state_.tiles().window(tile), &area = film_.sampledWindow();
     const std::uint32_t finished = state_.tiles().finished(tile);
     std::uint32_t number = 0; // of the pixel in its tile, from 1
@@ -133,18 +152,19 @@ void TileRenderer::renderTile(Worker& worker, std::size_t tile) {
         for (int x = window.xl; x <= window.xh; ++x) {
             if (frame_.stopped()) return;
             if (++number <= finished) continue;
-            if (!wanted.empty() &&
-                !wanted[static_cast<std::size_t>(y - area.yl) * static_cast<std::size_t>(area.width()) +
-                        static_cast<std::size_t>(x - area.xl)])
-                continue;
+            const int lastStep =
+                pass[static_cast<std::size_t>(y - area.yl) * static_cast<std::size_t>(area.width()) +
+                     static_cast<std::size_t>(x - area.xl)];
+            if (lastStep == 0) continue;
+            worker.takesOneSample = lastStep == 1;
             float* const pixel = film_.pixel(x, y);
             if (!state_.isKept()) {
-                if (!renderPixel(worker, x, y, pixel)) return;
+                if (!renderPixel(x, y, lastStep, pixel)) return;
                 continue;
             }
             // A checkpoint may be written at any moment: the film takes whole pixels.
             worker.pixel.assign(pixel, pixel + film_.pixelWords());
-            if (!renderPixel(worker, x, y, worker.pixel.data())) return;
+            if (!renderPixel(x, y, lastStep, worker.pixel.data())) return;
             state_.tiles().store(tile, number, x, y, worker.pixel.data(), worker.sinceLast());
         }
 }
@@ -192,7 +212,6 @@ bool TileRenderer::inParallel(std::size_t count, const std::function<void(Worker
 }
 
 bool TileRenderer::renderPass() {
-    blocks_ = image::blocksOf({state_.pass().firstSample, state_.pass().endSample});
     std::atomic<std::size_t> done{0};
     const bool complete = inParallel(state_.tiles().count(), [&](Worker& worker, std::size_t tile) {
         renderTile(worker, tile);

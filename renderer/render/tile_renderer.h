@@ -22,10 +22,10 @@ namespace orca::render {
 class TileRenderer {
 public:
     /// @param state of the film's render
-    /// @param rays counts what the threads cast while they do; may be null
+    /// @param settings of which the sample range, the meter of rays and the progress callback count
     /// @param passesAtMost how often `renderPass` is going to be called
-    TileRenderer(const Frame& frame, Film& film, RenderState& state, RayMeter* rays,
-                 ProgressCallback progress, int threads, int passesAtMost);
+    TileRenderer(const Frame& frame, Film& film, RenderState& state, const RenderSettings& settings,
+                 int threads, int passesAtMost);
     ~TileRenderer();
 
     /// Edge of a tile where the options leave it to the renderer, pixels.
@@ -50,7 +50,8 @@ public:
 
 private:
     struct Worker;
-    bool renderPixel(Worker& worker, int x, int y, float* pixel);
+    bool renderSteps(Worker& worker, int x, int y, int lastStep, float* pixel);
+    bool renderRange(Worker& worker, int x, int y, float* pixel);
     bool addBlock(Worker& worker, int x, int y, image::SampleRange samples, float* sums, bool areEmpty);
     bool addSample(Worker& worker, int x, int y, unsigned index, float* sums);
     void renderTile(Worker& worker, std::size_t tile);
@@ -67,7 +68,7 @@ private:
     std::mutex reporting_;
     std::atomic<std::uint64_t> samples_{0};
     PixelFilter filter_;
-    std::vector<image::SampleRange> blocks_; // of the pass
+    std::vector<image::SampleRange> range_; // blocks of all that is rendered of each pixel; empty: steps
     int threads_;
     int passesAtMost_;
     int passesDone_ = 0;

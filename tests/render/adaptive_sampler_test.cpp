@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <stdexcept>
 
 namespace orca::test {
@@ -40,24 +41,98 @@ TEST(Undersampling, FillsWhatIsEvenAndRefinesWhatIsNot) {
         }
 }
 
-TEST(AdaptiveSampler, TakesAlphaForContrastAndItsOwnSamplesForEvidence) {
-    const auto samples = [](const char* light, float x) {
-        TestScene scene;
-        scene.samples = "0 3";
-        scene.extraOptions = "contrast 0.1 0.1 0.1 0.1";
-        scene.contents = glowing("m", light) + card("card", "m", x, 0, 0, 2);
-        return RenderedScene(scene).result().statistics.rays.samples;
-    };
-    // An edge between pixels: 16 samples of each see nothing of it, and that is believed.
-    EXPECT_EQ(samples("1 1 1", -2), 256u + 2 * 16 * 15);
-    // An edge through a column of pixels, which alpha alone tells from nothing; the column beyond it sees
-    // only then that its neighbour differs.
-    EXPECT_EQ(samples("0 0 0", -1.9f), 256u + 16 * (15 + 63 + 12));
+/// Glows below a slanted edge, in a picture 24 pixels wide of which the edge crosses every column.
+TestScene slantedEdge(const std::string& samples, float contrast, const char* light) {
+    TestScene scene;
+    scene.width = scene.height = 24;
+    scene.viewWidth = 24;
+    scene.samples = samples;
+    scene.extraOptions = fmt::format("contrast {0} {0} {0} {0}", contrast);
+    scene.contents = glowing("m", light) +
+                     "object \"half_mesh\" visible group\n-20 -20 0 20 -20 0 20 7.5 0 -20 -7.5 0\n"
+                     "v 0 v 1 v 2 v 3\np \"m\" 0 1 2 3\nend group end object\n"
+                     "instance \"half\" \"half_mesh\" end instance\n";
+    return scene;
+}
+
+/// Share of a pixel of that picture below the edge.
+float belowEdge(int x, int y) {
+    const float slope = 0.375f, left = slope * static_cast<float>(x - 12) - static_cast<float>(y - 12);
+    const auto integral = [](float t) { return t < 0.0f ? 0.0f : t < 1.0f ? t * t / 2 : t - 0.5f; };
+    return (integral(left + slope) - integral(left)) / slope;
+}
+
+TEST(AdaptiveSampler, StopsAtAnErrorInProportionToContrastInAnyChannel) {
+    std::uint64_t before = 24 * 24;
+    for (const float contrast : {0.4f, 0.2f, 0.1f, 0.05f}) {
+        SCOPED_TRACE(contrast);
+        const RenderedScene dark(slantedEdge("0 4", contrast, "0 0 0")); // alpha alone tells it from nothing
+        double squares = 0;
+        int edgePixels = 0;
+        dark.eachPixel([&](int x, int y) {
+            const float covered = belowEdge(x, y), error = dark.pixel("main", x, y).a - covered;
+            squares += error * error;
+            edgePixels += covered > 0 && covered < 1;
+        });
+        EXPECT_LT(std::sqrt(squares / edgePixels), 0.16 * contrast);
+        const std::uint64_t samples = dark.result().statistics.rays.samples;
+        EXPECT_GT(samples, before);
+        before = samples;
+        const RenderedScene bright(slantedEdge("0 4", contrast, "1 0 0"));
+        EXPECT_EQ(bright.result().statistics.rays.samples, samples);
+    }
+    EXPECT_LT(before, 24u * 24u * 24u);
+}
+
+/// Pixels of which only one in fifty samples finds any light, as much as all of them.
+TEST(AdaptiveSampler, FindsLightThatFewSamplesSee) {
+    TestScene scene;
+    scene.width = scene.height = 48;
+    scene.viewWidth = 48;
+    scene.contents = glowing("m", "25 25 25") + "object \"sparks_mesh\" visible group\n";
+    std::string faces;
+    for (int i = 0; i < 48 * 48; ++i) {
+        const float x = static_cast<float>(i % 48) - 23.75f, y = static_cast<float>(i / 48) - 23.6f;
+        const float size = std::sqrt(0.02f);
+        scene.contents += fmt::format("{0} {1} 0 {2} {1} 0 {2} {3} 0 {0} {3} 0\n", x, y, x + size, y + size);
+        faces += fmt::format("p \"m\" {} {} {} {}\n", 4 * i, 4 * i + 1, 4 * i + 2, 4 * i + 3);
+    }
+    for (int i = 0; i < 4 * 48 * 48; ++i) scene.contents += fmt::format("v {}\n", i);
+    scene.contents += faces + "end group end object\ninstance \"sparks\" \"sparks_mesh\" end instance\n";
+    for (const char* samples : {"0 3", "1 3", "1 4"}) {
+        SCOPED_TRACE(samples);
+        scene.samples = samples;
+        const RenderedScene picture(scene);
+        double sum = 0;
+        picture.eachPixel([&](int x, int y) { sum += picture.pixel("main", x, y).r; });
+        EXPECT_NEAR(sum / (48 * 48), 0.5, 0.02);
+    }
+}
+
+TEST(AdaptiveSampler, LeavesEachPixelAsAFixedLevelMakesIt) {
+    TestScene scene = fadingFloor("0 2");
+    scene.extraOptions = "contrast 0 0 0 0"; // so no pixel stops between two levels
+    const RenderedScene adaptive(scene),
+        fixed[] = {RenderedScene(fadingFloor("0 0")), RenderedScene(fadingFloor("1 1")),
+                   RenderedScene(fadingFloor("2 2"))};
+    int found[3] = {};
+    adaptive.eachPixel([&](int x, int y) {
+        const auto isThatOf = [&](const RenderedScene& picture) {
+            for (const char* buffer : {"main", "beauty", "normal", "depth"})
+                if (adaptive.pixel(buffer, x, y).r != picture.pixel(buffer, x, y).r) return false;
+            return true;
+        };
+        int level = 2;
+        while (level >= 0 && !isThatOf(fixed[level])) --level;
+        ASSERT_GE(level, 0);
+        ++found[level];
+    });
+    EXPECT_GT(found[2], 61 * 43 / 2);
 }
 
 /// A window takes samples around it where decisions at its border depend on them.
 TEST(Windows, HoldTheSamePixelsAsTheWholePicture) {
-    for (const char* samples : {"1 1", "0 1", "0 2", "1 3", "-1 0", "-2 1", "-3 2"}) {
+    for (const char* samples : {"1 1", "0 1", "0 3", "1 4", "-1 0", "-2 1", "-3 2"}) {
         SCOPED_TRACE(samples);
         const RenderedScene whole(fadingFloor(samples).text());
         // Some between blocks that are refined, at the edges of the card, and others that are not.
@@ -107,7 +182,7 @@ TEST(Windows, LargerThanMemoryAreRefusedBeforeRendering) {
         const RenderedScene vast(fadingFloor("0 0"), settings);
         FAIL() << "2^32 pixels were rendered";
     } catch (const std::runtime_error& refused) {
-        EXPECT_NE(std::string(refused.what()).find("65536 x 65536 pixels of 4 frame buffers need 395"),
+        EXPECT_NE(std::string(refused.what()).find("65536 x 65536 pixels of 4 frame buffers need 343"),
                   std::string::npos)
             << refused.what();
     }

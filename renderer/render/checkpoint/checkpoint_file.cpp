@@ -14,7 +14,7 @@ namespace orca::render {
 
 namespace {
 
-constexpr std::array<char, 8> magic{'o', 'r', 'c', 'a', 'c', 'k', 'p', '1'};
+constexpr std::array<char, 8> magic{'o', 'r', 'c', 'a', 'c', 'k', 'p', '2'};
 constexpr std::uint64_t longestText = 64u << 20;
 
 } // namespace

@@ -93,9 +93,7 @@ void RenderState::write(CheckpointOutput& output) {
     }
 
     output.value(level_);
-    output.value(pass_.firstSample);
-    output.value(pass_.endSample);
-    output.array(pass_.pixels);
+    output.array(pass_);
     TileProgress::Copy copy;
     for (std::size_t tile = 0; tile < tiles_.count(); ++tile) {
         tiles_.read(tile, copy);
@@ -127,11 +125,9 @@ void RenderState::read(CheckpointInput& input) {
     render::read(input, elsewhere_);
 
     level_ = input.value<int>();
-    pass_.firstSample = input.value<unsigned>();
-    pass_.endSample = input.value<unsigned>();
-    pass_.pixels = input.array<std::uint8_t>(mostPoints);
+    pass_ = input.array<std::uint8_t>(mostPoints);
     const std::size_t area = static_cast<std::size_t>(own.width()) * static_cast<std::size_t>(own.height());
-    if (!pass_.pixels.empty() && pass_.pixels.size() != area) input.damaged();
+    if (!pass_.empty() && pass_.size() != area) input.damaged();
     TileProgress::Copy copy;
     for (std::size_t tile = 0; tile < tiles_.count(); ++tile) {
         const PixelWindow& ofTile = tiles_.window(tile);

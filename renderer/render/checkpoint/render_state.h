@@ -45,7 +45,7 @@ public:
     void beginPass(AdaptiveSampler::Pass pass, int level);
     /// True after a resume when a pass had begun: what is not finished of it is rendered next, instead of a
     /// first pass.
-    [[nodiscard]] bool resumesPass() const { return resumed_ && pass_.endSample > 0; }
+    [[nodiscard]] bool resumesPass() const { return resumed_ && !pass_.empty(); }
 
     /// Of all that is finished, earlier runs included.
     [[nodiscard]] RenderTally tally();
@@ -69,7 +69,7 @@ private:
     std::vector<PendingGatherRecords> pending_;
     std::vector<std::uint8_t> pointFinished_;
     RenderTally elsewhere_; // of the gather prepass
-    AdaptiveSampler::Pass pass_{{}, 0, 0};
+    AdaptiveSampler::Pass pass_;
     int level_ = 0;
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/film/film.h"
 
+#include "render/film/sample_steps.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -22,9 +24,9 @@ std::span<const image::Buffer> shownBuffers(const image::FramebufferSet& framebu
     return std::span(framebuffers.buffers()).subspan(1);
 }
 
-/// Words that sums have besides those of the buffers: weight, two colours, distance.
+/// Words that sums have besides those of the buffers: weight, steps, deviations, distance.
 constexpr std::size_t ownWords(bool hasUnfiltered) {
-    return 1 + 2 * colorWords + (hasUnfiltered ? 1 : 0);
+    return 2 + colorWords + (hasUnfiltered ? 1 : 0);
 }
 
 } // namespace
@@ -46,9 +48,9 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window,
         else filtered_.push_back({first, buffer.components});
     }
     weightAt_ = static_cast<std::size_t>(framebuffers.wordsPerSample()) - scratchWords_;
-    lowAt_ = weightAt_ + 1;
-    highAt_ = lowAt_ + colorWords;
-    distanceAt_ = highAt_ + colorWords;
+    stepsAt_ = weightAt_ + 1;
+    deviationsAt_ = stepsAt_ + 1;
+    distanceAt_ = deviationsAt_ + colorWords;
     sumWords_ = weightAt_ + ownWords(!unfiltered_.empty());
     pixelWords_ = blocks * sumWords_;
     data_.resize(pixelsIn(sampled) * pixelWords_);
@@ -75,12 +77,6 @@ void Film::add(float* sums, const PixelFilter::Placement& placement, const float
         float* const to = sums + range.first;
         for (int w = 0; w < range.count; ++w) to[w] += placement.weight * from[w];
     }
-    const float* const primary = values + primaryOffset_;
-    float *const low = sums + lowAt_, *const high = sums + highAt_;
-    for (std::size_t c = 0; c < colorWords; ++c) {
-        low[c] = std::min(low[c], primary[c]);
-        high[c] = std::max(high[c], primary[c]);
-    }
     if (!unfiltered_.empty())
         addUnfiltered(sums, std::max(std::abs(placement.x), std::abs(placement.y)), values);
 }
@@ -94,9 +90,7 @@ void Film::addUnfiltered(float* sums, float distance, const float* values) const
 }
 
 void Film::clear(float* sums) const {
-    std::fill_n(sums, lowAt_, 0.0f); // values and weight
-    std::fill_n(sums + lowAt_, colorWords, farAway);
-    std::fill_n(sums + highAt_, colorWords, -farAway);
+    std::fill_n(sums, distanceAt_, 0.0f);
     if (!unfiltered_.empty()) sums[distanceAt_] = farAway;
 }
 
@@ -104,11 +98,32 @@ void Film::addSums(float* sums, const float* later) const {
     sums[weightAt_] += later[weightAt_];
     for (const WordRange& range : filtered_)
         for (int w = range.first; w < range.first + range.count; ++w) sums[w] += later[w];
-    for (std::size_t c = 0; c < colorWords; ++c) {
-        sums[lowAt_ + c] = std::min(sums[lowAt_ + c], later[lowAt_ + c]);
-        sums[highAt_ + c] = std::max(sums[highAt_ + c], later[highAt_ + c]);
-    }
     if (!unfiltered_.empty()) addUnfiltered(sums, later[distanceAt_], later);
+}
+
+Film::PrimarySum Film::primarySum(const float* sums) const {
+    PrimarySum sum{sums[weightAt_], {}};
+    std::copy_n(sums + primaryOffset_, colorWords, sum.color);
+    return sum;
+}
+
+void Film::finishStep(float* pixel, const PrimarySum& before) const {
+    const int done = stepsDone(pixel);
+    pixel[stepsAt_] += 1.0f;
+    if (done == 0) return;
+    // With the first step after a full level, that level's samples become the first part.
+    const int parts = (done - 1) % 3 + 1;
+    float* const deviations = pixel + deviationsAt_;
+    if (parts == 1) std::fill_n(deviations, colorWords, 0.0f);
+    // One part after the other: B. P. Welford, "Note on a Method for Calculating Corrected Sums of Squares
+    // and Products", 1962.
+    const PrimarySum after = primarySum(pixel);
+    const float share = static_cast<float>(parts) / static_cast<float>(parts + 1);
+    for (std::size_t c = 0; c < colorWords; ++c) {
+        const float mean = (after.color[c] - before.color[c]) / (after.weight - before.weight);
+        const float deviation = mean - before.color[c] / before.weight;
+        deviations[c] += share * deviation * deviation;
+    }
 }
 
 void Film::prefetch(int x, int y) const {
@@ -142,9 +157,14 @@ miColor Film::mean(int x, int y) const {
     return {sum[0] * scale, sum[1] * scale, sum[2] * scale, sum[3] * scale};
 }
 
-miColor Film::spread(int x, int y) const {
-    const float *const low = pixel(x, y) + lowAt_, *const high = pixel(x, y) + highAt_;
-    return {high[0] - low[0], high[1] - low[1], high[2] - low[2], high[3] - low[3]};
+miColor Film::sampleVariance(int x, int y) const {
+    const float* const accumulated = pixel(x, y);
+    const int steps = stepsDone(accumulated);
+    if (steps < 2) return {};
+    const int parts = partsAfter(steps);
+    const float scale = static_cast<float>(samplesAfter(steps)) / static_cast<float>(parts * (parts - 1));
+    const float* const deviations = accumulated + deviationsAt_;
+    return {deviations[0] * scale, deviations[1] * scale, deviations[2] * scale, deviations[3] * scale};
 }
 
 void Film::resolve() {

@@ -40,6 +40,17 @@ public:
     /// Adds a sample to the sums of a pixel, or of one of its blocks.
     /// @param values the sample's words of every buffer
     void add(float* sums, const PixelFilter::Placement& placement, const float* values) const;
+    /// The primary buffer's sums at one moment.
+    struct PrimarySum {
+        float weight, color[4];
+    };
+    [[nodiscard]] PrimarySum primarySum(const float* sums) const;
+    /// Counts a step of a pixel as done (see sample_steps.h) and notes how far the mean of its samples is
+    /// from that of the parts before it.
+    /// @param before what the pixel had when the step began
+    void finishStep(float* pixel, const PrimarySum& before) const;
+    /// Steps that a pixel has done.
+    [[nodiscard]] int stepsDone(const float* pixel) const { return static_cast<int>(pixel[stepsAt_]); }
     /// Makes sums those of no sample.
     void clear(float* sums) const;
     /// Adds the sums of later samples of the same pixel.
@@ -57,8 +68,11 @@ public:
     [[nodiscard]] bool sampled(int x, int y) const { return pixel(x, y)[weightAt_] != 0.0f; }
     /// Mean of the primary buffer so far.
     [[nodiscard]] miColor mean(int x, int y) const;
-    /// Spread of the primary buffer over the pixel's samples.
-    [[nodiscard]] miColor spread(int x, int y) const;
+    /// Estimate of the primary buffer's variance from sample to sample: the variance of the mean times the
+    /// number of samples. It comes from the means of equal parts of the samples, each of which is spread over
+    /// pixel, lens, time and lights as all samples are, and so knows by how much that lowers the error. 0 for
+    /// a pixel with fewer than two samples.
+    [[nodiscard]] miColor sampleVariance(int x, int y) const;
 
     /// Adds up the blocks, divides the sums by their weights and drops the pixels outside of the window.
     /// Once, after the last sample; of the functions above none may be called afterwards.
@@ -107,9 +121,10 @@ private:
     std::vector<Unfiltered> unfiltered_;
     std::size_t scratchWords_; // of the scratch buffer, first in a sample and in no pixel
     std::size_t primaryOffset_;
-    // Sums: the buffers' words, then the weight, the lowest and highest primary colour, and, only where there
-    // are unfiltered values, the distance of the sample that they are from.
-    std::size_t weightAt_, lowAt_, highAt_, distanceAt_, sumWords_;
+    // Sums: the buffers' words, then the weight, the steps done, the squared deviations of the parts' primary
+    // colours from their mean, and, only where there are unfiltered values, the distance of the sample that
+    // they are from.
+    std::size_t weightAt_, stepsAt_, deviationsAt_, distanceAt_, sumWords_;
     std::size_t pixelWords_;
     std::vector<float> data_;
     std::size_t bytes_;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "render/film/film.h"
+#include "render/sampling/noise_estimate.h"
 #include "render/sampling/sampled_area.h"
 
 #include <shader.h>
@@ -13,19 +14,26 @@ namespace orca::render {
 
 /// Decides where a picture needs more samples. Works on finished passes over the whole area, so the decision
 /// does not depend on tiles or threads.
+///
+/// At levels of 0 and above, the noise of a pixel is estimated (see noise_estimate.h), and the pixel takes as
+/// many samples as that noise asks for: until the standard error of its mean is below `contrast` times
+/// 0.06 n^(1/4) for n samples, at most those of the next level. Every decision looks at all pixels again, so
+/// that noise which one of them found reaches its neighbours. The factor n^(1/4) lies between the same error
+/// in all pixels, which spends most of the samples on a few of them, and the same gain from each sample,
+/// n^(1/2), which makes the error of a picture least (F. Rousselle, C. Knaus and M. Zwicker, "Adaptive
+/// Sampling and Reconstruction using Greedy Error Minimization", 2011) but leaves noise where there is much
+/// of it.
 class AdaptiveSampler {
 public:
     AdaptiveSampler(const SampledArea& area, const miColor& contrast);
 
-    /// A pass: these pixels take samples `firstSample` to `endSample` - 1.
-    struct Pass {
-        std::vector<std::uint8_t> pixels; ///< one per pixel of the sampled area; empty: all
-        unsigned firstSample, endSample;
-    };
+    /// For each pixel of the sampled area, row by row, the step (see sample_steps.h) up to which it takes
+    /// samples; 0 where it takes none. Empty: no pass.
+    using Pass = std::vector<std::uint8_t>;
     /// First pass, the same for every picture.
     [[nodiscard]] Pass first() const;
-    /// The pass after the last one; false when the picture is done.
-    bool next(const Film& film, Pass& pass);
+    /// The pass after the last one; empty when the picture is done.
+    [[nodiscard]] Pass next(const Film& film);
     /// Fills the pixels that took no sample from their neighbours.
     void fillGaps(Film& film) const;
 
@@ -36,8 +44,10 @@ public:
 
 private:
     [[nodiscard]] bool differs(const miColor& a, const miColor& b) const;
-    [[nodiscard]] bool pixelNeedsMore(const Film& film, int x, int y) const;
-    [[nodiscard]] std::vector<std::uint8_t> noPixels() const;
+    [[nodiscard]] bool isTooNoisy(const DisplayedVariance& variance, int step) const;
+    [[nodiscard]] DisplayedVariance varianceAt(const Film& film, int x, int y) const;
+    [[nodiscard]] int stepWanted(const Film& film, int x, int y) const;
+    [[nodiscard]] Pass noSamples() const;
     [[nodiscard]] std::size_t index(int x, int y) const;
     [[nodiscard]] Pass refineGrid(const Film& film) const;
     [[nodiscard]] Pass refinePixels(const Film& film) const;
@@ -45,6 +55,7 @@ private:
     SampledArea area_;
     int level_;
     miColor contrast_;
+    DisplayedVariance toleratedVariance_; // of the mean of one sample
 };
 
 } // namespace orca::render

@@ -6,14 +6,27 @@
 namespace orca::render {
 
 SampledArea::SampledArea(int width, int height, const PixelWindow& window, int minLevel, int maxLevel)
-    : width_(width), height_(height), minLevel_(minLevel), maxLevel_(maxLevel), needed_(wholeBlocks(window)) {
-    // Each decision that compares a pixel with its neighbours makes it depend on one more ring of pixels.
-    const int rings = std::max(0, std::min(maxLevel, firstTrustedLevel) - std::max(minLevel, 0));
-    sampled_ = wholeBlocks(expanded(needed_, rings));
+    : width_(width),
+      height_(height),
+      minLevel_(minLevel),
+      maxLevel_(maxLevel),
+      rings_(std::clamp(maxLevel - std::max(minLevel, 0), 0, decisionsWithNeighbours)),
+      needed_(wholeBlocks(window)),
+      dense_(wholeBlocks(expanded(needed_, rings_))),
+      sampled_(dense_) {
+    if (!NoiseSurvey::isOfUse(minLevel, maxLevel)) return;
+    survey_.emplace(width, height);
+    const PixelWindow cells = survey_->cellsAround(decidedBy(0));
+    sampled_ = {std::min(dense_.xl, cells.xl), std::min(dense_.yl, cells.yl), std::max(dense_.xh, cells.xh),
+                std::max(dense_.yh, cells.yh)};
 }
 
-PixelWindow SampledArea::decidedAt(int level) const {
-    return expanded(needed_, std::max(0, std::min(maxLevel_, firstTrustedLevel) - level - 1));
+int SampledArea::decisionAt(int level) const {
+    return level - std::max(minLevel_, 0);
+}
+
+PixelWindow SampledArea::decidedBy(int decision) const {
+    return expanded(needed_, std::max(0, rings_ - 1 - decision));
 }
 
 PixelWindow SampledArea::expanded(const PixelWindow& window, int pixels) const {

@@ -2,22 +2,16 @@
 #pragma once
 
 #include "render/film/pixel_window.h"
+#include "render/sampling/noise_survey.h"
+
+#include <optional>
 
 namespace orca::render {
-
-/// Samples of a pixel at a level of the options: 4^level, one at negative levels.
-[[nodiscard]] constexpr unsigned samplesAt(int level) {
-    return level <= 0 ? 1u : 1u << (2 * level);
-}
 
 /// Pixels from one sample to the next at a negative level, 1 at the others.
 [[nodiscard]] constexpr int strideAt(int level) {
     return level >= 0 ? 1 : 1 << -level;
 }
-
-/// From 16 samples on, an edge shows in a pixel's own samples; below, a pixel is compared with its
-/// neighbours.
-inline constexpr int firstTrustedLevel = 2;
 
 /// The pixels that adaptive sampling needs for a window: its own and those around it on which decisions at
 /// its border depend, so that windows rendered apart make the same picture as one render of the whole.
@@ -33,18 +27,34 @@ public:
     [[nodiscard]] int height() const { return height_; }
     [[nodiscard]] int minLevel() const { return minLevel_; }
     [[nodiscard]] int maxLevel() const { return maxLevel_; }
-    /// All pixels that take samples. Negative levels: begins at a multiple of their stride.
+    /// Encloses all pixels that take samples. Negative levels: begins at a multiple of their stride.
     [[nodiscard]] const PixelWindow& sampled() const { return sampled_; }
-    /// Those that a decision at a level of 0 or above has to be right for.
-    [[nodiscard]] PixelWindow decidedAt(int level) const;
+    /// Pixels that take the samples of the lowest level.
+    [[nodiscard]] const PixelWindow& dense() const { return dense_; }
+    /// Takes samples outside of the dense window too; none where it would not find more than pixels do.
+    [[nodiscard]] const std::optional<NoiseSurvey>& survey() const { return survey_; }
+
+    /// Number of a decision at a level of 0 or above, from 0.
+    [[nodiscard]] int decisionAt(int level) const;
+    /// Pixels that a decision has to be right for.
+    [[nodiscard]] PixelWindow decidedBy(int decision) const;
+    /// Whether a decision looks at the neighbours of a pixel. Each that does makes the picture depend on one
+    /// more ring of pixels.
+    [[nodiscard]] static constexpr bool comparesNeighbours(int decision) {
+        return decision < decisionsWithNeighbours;
+    }
 
 private:
+    static constexpr int decisionsWithNeighbours = 3;
+
     [[nodiscard]] PixelWindow expanded(const PixelWindow& window, int pixels) const;
     [[nodiscard]] PixelWindow wholeBlocks(const PixelWindow& window) const;
 
     int width_, height_, minLevel_, maxLevel_;
+    int rings_;
     PixelWindow needed_; // pixels whose final values the window depends on
-    PixelWindow sampled_;
+    PixelWindow dense_, sampled_;
+    std::optional<NoiseSurvey> survey_;
 };
 
 } // namespace orca::render
