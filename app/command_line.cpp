@@ -195,6 +195,10 @@ void convert(RawOptions& raw, CommandLine& command) {
                                        "--png, --png-layers and --arrays-to, and give them when orca-merge "
                                        "has joined the ranges");
     }
+    if (command.denoises && (!raw.samples.empty() || !raw.part.empty()))
+        throw CLI::ValidationError("--denoise",
+                                   "noise is filtered out of whole pictures: leave out --part and "
+                                   "--sample-range");
     if (const std::string reason = whyNoLayeredFile(command.output); !reason.empty())
         throw CLI::ValidationError("--output", reason);
     if (const std::string reason = whyNoPreview(command.png); !reason.empty())

@@ -53,6 +53,7 @@ struct CommandLine {
     std::string png, pngLayers;      ///< preview of the picture; directory for one of each layer
     bool writesSceneFiles = true, writesFiles = true;
     image::LayeredFormat format;
+    bool denoises = false, keepsNoisy = false; ///< filter noise out; write the layers as they were too
     std::optional<int> arraysTo; ///< open file that receives all layers as arrays, for programs
     bool renderAnyway = false;
     std::optional<bool> defaultLight; ///< a light along the view; none: where the scene has no other

@@ -126,6 +126,13 @@ void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     app.add_flag("--dump-passes", command.dumpsPasses,
                  "print what --passes adds to the scene as text to paste into it; render nothing")
         ->group(group);
+    auto* const denoise =
+        app.add_flag("--denoise", command.denoises,
+                     "filter noise out of all layers alike, led by layers of colours, normals and depth")
+            ->group(group);
+    app.add_flag("--keep-noisy", command.keepsNoisy, "also write the layers as they were, to NAME.noisy.exr")
+        ->group(group)
+        ->needs(denoise);
     app.add_option("--size", raw.size, "resolution in pixels")->group(group)->type_name("WxH");
     app.add_option("--window", raw.window,
                    "render these pixels only: X0 Y0 X1 Y1, inclusive, from the lower left")

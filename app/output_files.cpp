@@ -99,6 +99,7 @@ PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) 
         if (taken) layered = fs::path(layered).replace_extension(".layers.exr").string();
     }
     files.layered = nameFor(layered, "-o", frame);
+    if (command_.keepsNoisy) files.noisy = fs::path(files.layered).replace_extension(".noisy.exr").string();
     if (command_.checkpointSeconds && files.checkpoint.empty())
         files.checkpoint = files.layered + ".checkpoint";
     return files;
@@ -117,6 +118,7 @@ std::vector<OutputFiles::Planned> OutputFiles::planned(const PictureFiles& files
         if (!path.empty()) plan.push_back({path, role, bytes});
     };
     add(files.layered, "the layered file (-o)", layeredBytes);
+    if (!files.noisy.empty()) add(files.noisy, "the noisy layers (--keep-noisy)", layeredBytes);
     for (const std::string& file : files.sceneFiles)
         add(file, "a file that the scene's framebuffer or output statements name", 8 * pixels);
     add(files.png, "the picture to look at (--png)", previewBytes);
@@ -255,6 +257,10 @@ bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& re
     }
     const std::vector<image::Layer> layers = result.layers();
     bool good = image::writeLayeredExr(files.layered, picture, layers, command_.format, log_);
+    if (!files.noisy.empty())
+        good = image::writeLayeredExr(files.noisy, picture, result.film().layers(result.noisy),
+                                      command_.format, log_) &&
+               good;
     if (command_.writesSceneFiles)
         good = image::writeBufferFiles(command_.fileDirectory, picture, layers, result.earlier, log_) && good;
     for (const image::Layer& layer : layers) {
@@ -271,6 +277,7 @@ std::uint64_t OutputFiles::bytesOf(const PictureFiles& files) {
     std::uint64_t bytes = 0;
     std::vector<std::string> paths = files.sceneFiles;
     paths.insert(paths.end(), {files.layered, files.png});
+    if (!files.noisy.empty()) paths.push_back(files.noisy);
     for (const std::string& path : paths) {
         std::error_code missing;
         const std::uint64_t size = path.empty() || isStream(path) ? 0 : fs::file_size(path, missing);
@@ -282,6 +289,7 @@ std::uint64_t OutputFiles::bytesOf(const PictureFiles& files) {
 void OutputFiles::list(const PictureFiles& files, const image::FramebufferSet& buffers) const {
     if (!files.layered.empty()) {
         fmt::print("{}\n", files.layered);
+        if (!files.noisy.empty()) fmt::print("{}\n", files.noisy);
         for (const image::PartDescription& part :
              image::describeParts(image::layeredBuffers(buffers), command_.format))
             fmt::print("  {:<30} {:<6} {}\n", part.name, part.storage, fmt::join(part.channels, " "));

@@ -79,6 +79,7 @@ render::CheckpointHeader pictureIdentity(const CommandLine& command, const rende
     identity["window"] = fmt::format("{} {} {} {}", window.xl, window.yl, window.xh, window.yh);
     if (samples) identity["sample range"] = image::textOf(*samples, samplesOf(picture.options.options));
     if (command.portable) identity["arithmetic"] = arithmetic();
+    if (command.denoises) identity["--denoise"] = "on";
     identity["frame"] = std::to_string(frame);
     identity["camera"] = picture.elements().camera->name;
     std::string buffers;

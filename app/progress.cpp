@@ -33,6 +33,7 @@ std::string_view phaseName(RenderPhase phase) {
     case RenderPhase::Gather: return "gather";
     case RenderPhase::Render: return "render";
     case RenderPhase::Contours: return "contours";
+    case RenderPhase::Denoise: return "denoise";
     }
     return "?";
 }
@@ -41,6 +42,7 @@ std::string_view phaseName(RenderPhase phase) {
 std::string_view phaseNote(RenderPhase phase) {
     return phase == RenderPhase::Gather     ? "gather prepass "
            : phase == RenderPhase::Contours ? "contours "
+           : phase == RenderPhase::Denoise  ? "denoising "
                                             : "";
 }
 

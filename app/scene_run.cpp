@@ -3,6 +3,7 @@
 
 #include "advice.h"
 #include "crash_handler.h"
+#include "denoise_guides.h"
 #include "exit_codes.h"
 #include "frames.h"
 #include "installation.h"
@@ -333,6 +334,8 @@ std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture pic
     settings.rays = limits_.rayMeter();
     settings.checkpoint = checkpoints_.settings(files, picture, samples, identity, files.frame);
     settings.sampleRange = samples;
+    if (command_.denoises)
+        settings.denoise = {denoiseGuides(scene_.database(), picture), command_.keepsNoisy};
     if (command_.portable) settings.instructions = geometry::Instructions::OfEveryProcessor;
     // Until the first sample there is nothing that a checkpoint could keep, and little that hears a stop.
     const bool keeps = settings.checkpoint.has_value();

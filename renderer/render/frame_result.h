@@ -40,6 +40,7 @@ public:
     RenderStatistics statistics;
     /// When set, the film holds the sums of these samples instead of finished layers.
     std::optional<image::SampleRange> sampleRange;
+    std::vector<float> noisy; ///< the film's words before noise was filtered out, where they are kept
     bool interrupted = false;
     bool isResumable = false;                 ///< it was interrupted, and a checkpoint holds what is rendered
     std::vector<std::string> unwritten;       ///< user buffers that no shader wrote

@@ -4,6 +4,7 @@
 #include "geometry/instructions.h"
 #include "image/sample_blocks.h"
 #include "render/checkpoint/checkpoint_settings.h"
+#include "render/denoise/denoise_settings.h"
 #include "render/ray_meter.h"
 
 #include <atomic>
@@ -18,7 +19,8 @@ enum class RenderPhase {
     Prepare, ///< geometry, displacement, shadow maps; nothing that a checkpoint could keep
     Gather,  ///< the prepass of indirect light
     Render,
-    Contours ///< lines to draw on the finished picture are traced; a checkpoint keeps none of them
+    Contours, ///< lines to draw on the finished picture are traced; a checkpoint keeps none of them
+    Denoise   ///< noise is filtered out of the finished picture
 };
 
 struct RenderProgress {
@@ -29,7 +31,7 @@ struct RenderProgress {
 /// Called when a phase begins and while it goes on, from one thread at a time.
 using ProgressCallback = std::function<void(const RenderProgress&)>;
 
-/// How a picture is rendered; but for `instructions`, nothing here changes its pixels.
+/// How a picture is rendered; but for `instructions` and `denoise`, nothing here changes its pixels.
 struct RenderSettings {
     int threads = 0;                         ///< 0: all processors
     const std::atomic<bool>* stop = nullptr; ///< set by a signal; the render ends soon after
@@ -40,6 +42,7 @@ struct RenderSettings {
     /// Only these samples of each pixel, where all take the same number; the film keeps the sums of their
     /// blocks.
     std::optional<image::SampleRange> sampleRange{};
+    std::optional<DenoiseSettings> denoise{}; ///< of the finished picture, its window alone
 };
 
 } // namespace orca::render

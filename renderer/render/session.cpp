@@ -11,6 +11,7 @@
 #include "render/checkpoint/render_state.h"
 #include "render/context/frame.h"
 #include "render/contours.h"
+#include "render/denoise/denoiser.h"
 #include "render/displacement_calls.h"
 #include "render/gather_prepass.h"
 #include "render/geometry_shaders.h"
@@ -308,7 +309,13 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     checkpoints.reset();
     RenderTally tally = state.isKept() ? state.tally() : tiles.tally();
     if (complete) sampler.fillGaps(film);
+    std::optional<Denoiser> denoiser;
+    if (complete && settings.denoise && !settings.sampleRange) denoiser.emplace(*settings.denoise, film);
     if (!settings.sampleRange) film.resolve();
+    if (denoiser) {
+        tiles.begin(RenderPhase::Denoise);
+        complete = denoiser->run(*result, threads, settings.stop);
+    }
     if (complete && !contours.empty()) drawContours(frame, *result, contours, threads);
     if (complete && !settings.sampleRange && !options.no_output)
         complete = runOutputShaders(frame, *result, contours, tally.written);

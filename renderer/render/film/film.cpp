@@ -199,6 +199,14 @@ std::vector<image::Layer> Film::layersOf(std::size_t block) const {
     return layers;
 }
 
+std::vector<image::Layer> Film::layers(std::span<const float> words) const {
+    std::vector<image::Layer> layers = layersOf(0);
+    for (image::Layer& layer : layers)
+        layer.pixels =
+            words.subspan(static_cast<std::size_t>(layer.pixels.data() - data_.data()), layer.pixels.size());
+    return layers;
+}
+
 image::SummedBlock Film::summedBlock(std::size_t block, image::SampleRange samples) const {
     const std::size_t first = block * sumWords_;
     return {samples, layersOf(block), layerAt(nullptr, first + weightAt_, 1),

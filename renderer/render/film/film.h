@@ -10,6 +10,7 @@
 #include <shader.h>
 
 #include <cstddef>
+#include <span>
 #include <vector>
 
 namespace orca::render {
@@ -79,8 +80,16 @@ public:
     void resolve();
     /// Finished layers, the scratch buffer left out. Valid as long as the film.
     [[nodiscard]] std::vector<image::Layer> layers() const { return layersOf(0); }
-    /// A buffer's words in the first of the finished pixels, to be changed; those of the next pixel follow
-    /// `pixelWords()` later, rows bottom up.
+    /// The same layers with other numbers, as many as `finishedWords` has.
+    [[nodiscard]] std::vector<image::Layer> layers(std::span<const float> words) const;
+    /// After `resolve`, all words of the finished pixels, to be changed: `pixelWords()` of each, rows bottom
+    /// up.
+    [[nodiscard]] std::vector<float>& finishedWords() { return data_; }
+    /// Place of a buffer's first word among those of a pixel.
+    [[nodiscard]] std::size_t offsetOf(const image::Buffer& buffer) const {
+        return static_cast<std::size_t>(buffer.sampleOffset) - scratchWords_;
+    }
+    /// A buffer's words in the first of the finished pixels, to be changed.
     [[nodiscard]] float* finished(const image::Buffer& buffer) { return data_.data() + offsetOf(buffer); }
     /// Instead of the layers, before `resolve`: the sums of a block, for a film without pixels outside of the
     /// window.
@@ -108,11 +117,6 @@ private:
     [[nodiscard]] std::size_t index(int x, int y) const {
         return static_cast<std::size_t>(y - sampled_.yl) * static_cast<std::size_t>(sampled_.width()) +
                static_cast<std::size_t>(x - sampled_.xl);
-    }
-
-    /// First word of a buffer in the sums.
-    [[nodiscard]] std::size_t offsetOf(const image::Buffer& buffer) const {
-        return static_cast<std::size_t>(buffer.sampleOffset) - scratchWords_;
     }
 
     const image::FramebufferSet& framebuffers_;
