@@ -20,7 +20,7 @@ struct SceneOption {
 constexpr SceneOption pictureOptions[] = {
     {"--samples", "samples", "MIN [MAX]",
      "levels of adaptive sampling: 4^N samples a pixel at least and at most"},
-    {"--contrast", "contrast", "R [G B [A]]", "difference of neighbours that asks for more samples"},
+    {"--contrast", "contrast", "R [G B [A]]", "difference to be seen at most; less takes more samples"},
     {"--filter", "filter", "NAME [W [H]]", "pixel filter, with its width and height in pixels"},
     {"--trace", "trace", "SWITCH", "secondary rays"},
     {"--trace-depth", "trace depth", "N", "limits of reflections, refractions and their sum"},

@@ -44,7 +44,7 @@ class OrcaScene(bpy.types.PropertyGroup):
 
     samples_min: IntProperty(name="Min", description="Level of sampling that every pixel has: 4^N samples", default=1, min=-4, max=8)
     samples_max: IntProperty(name="Max", description="Level of sampling where neighbours differ: 4^N samples", default=3, min=-4, max=8)
-    contrast: FloatProperty(name="Contrast", description="Difference of neighbours that asks for more samples", default=0.03, min=0.0001,
+    contrast: FloatProperty(name="Contrast", description="Difference to be seen at most; less takes more samples", default=0.03, min=0.0001,
                             max=1, precision=3)
     filter: EnumProperty(name="Filter", description="Pixel filter", default="GAUSS",
                          items=[(name.upper(), name.capitalize(), "") for name in ("box", "triangle", "gauss", "mitchell", "lanczos")])
