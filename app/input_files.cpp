@@ -14,15 +14,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The files of a texture; its name where there is none.
+/// The files of a texture; its name where there is none, and nothing where light map shaders are to make it.
 std::vector<InputFile> filesOf(const scene::TextureElement& texture, const image::Textures& textures) {
     std::vector<std::string> found = textures.files(texture);
     const bool missing = found.empty();
+    if (missing && texture.writable) return {};
     if (missing) found.push_back(texture.file);
     std::vector<InputFile> files;
     for (std::string& path : found)
-        files.push_back(
-            {std::move(path), fmt::format("texture \"{}\"", texture.name), texture.location, missing});
+        files.push_back({std::move(path), fmt::format("texture \"{}\"", texture.name), texture.location,
+                         missing, false, texture.writable});
     return files;
 }
 

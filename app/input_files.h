@@ -20,6 +20,7 @@ struct InputFile {
     SourceLocation place; ///< of the statement that names it; none for the scene's own files
     bool missing = false;
     bool opened = false; ///< has been read already: scene files and libraries
+    bool isMade = false; ///< of a writable texture: light map shaders make it
 };
 
 /// What has been read so far and what rendering will read: scene files and what they include, shader

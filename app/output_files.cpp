@@ -6,7 +6,9 @@
 #include "layered_format_words.h"
 
 #include "image/file_in_place.h"
+#include "image/light_map_file.h"
 #include "image/picture_file.h"
+#include "scene/light_map_targets.h"
 
 #include <fmt/format.h>
 
@@ -105,6 +107,29 @@ PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) 
     return files;
 }
 
+std::string OutputFiles::lightMapDirectory() const {
+    return command_.fileDirectory == CommandLine().fileDirectory ? std::string() : command_.fileDirectory;
+}
+
+std::vector<std::string> OutputFiles::lightMaps(const scene::Database& database, int frame) const {
+    std::vector<std::string> paths;
+    if (!command_.writesFiles || !command_.writesSceneFiles || command_.pixel) return paths;
+    for (const scene::TextureElement* const texture : scene::lightMapTextures(database))
+        if (std::string path = image::lightMapPath(*texture, lightMapDirectory(), frame); !path.empty())
+            paths.push_back(std::move(path));
+    return paths;
+}
+
+bool OutputFiles::writeLightMap(const scene::TextureElement& texture, int frame,
+                                const std::atomic<bool>& stop) const {
+    if (!command_.writesFiles || !command_.writesSceneFiles || command_.pixel || texture.file.empty())
+        return true;
+    image::PictureFrame like{};
+    like.metadata["software"] = "orca-render " ORCA_VERSION;
+    like.stop = &stop;
+    return image::writeLightMap(texture, lightMapDirectory(), frame, like, log_);
+}
+
 std::vector<OutputFiles::Planned> OutputFiles::planned(const PictureFiles& files,
                                                        const render::Picture& picture) const {
     // Compression about halves floats, four of them in a file of the scene's; of a preview's three bytes it
@@ -121,6 +146,7 @@ std::vector<OutputFiles::Planned> OutputFiles::planned(const PictureFiles& files
     if (!files.noisy.empty()) add(files.noisy, "the noisy layers (--keep-noisy)", layeredBytes);
     for (const std::string& file : files.sceneFiles)
         add(file, "a file that the scene's framebuffer or output statements name", 8 * pixels);
+    for (const std::string& file : files.lightMaps) add(file, "a light map", 0);
     add(files.png, "the picture to look at (--png)", previewBytes);
     if (!files.layerDirectory.empty())
         for (const image::Buffer* buffer : image::layeredBuffers(picture.framebuffers()))
@@ -161,8 +187,10 @@ bool OutputFiles::checkConflicts(const std::vector<Planned>& plan, const std::ve
                        other->second->role, file.role);
             good = false;
         }
-        if (file.path == command_.statisticsFile || file.path == files.checkpoint)
-            continue; // one for all frames, and removed before the next one
+        const bool isLightMap =
+            std::find(files.lightMaps.begin(), files.lightMaps.end(), file.path) != files.lightMaps.end();
+        if (file.path == command_.statisticsFile || file.path == files.checkpoint || isLightMap)
+            continue; // one for all frames, removed before the next one, or made again for it
         if (const auto [earlier, isFirst] = frame_.emplace(path, files.frame); !isFirst) {
             log_.error(
                 "MAIN",
@@ -276,6 +304,7 @@ bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& re
 std::uint64_t OutputFiles::bytesOf(const PictureFiles& files) {
     std::uint64_t bytes = 0;
     std::vector<std::string> paths = files.sceneFiles;
+    paths.insert(paths.end(), files.lightMaps.begin(), files.lightMaps.end());
     paths.insert(paths.end(), {files.layered, files.png});
     if (!files.noisy.empty()) paths.push_back(files.noisy);
     for (const std::string& path : paths) {
@@ -294,7 +323,8 @@ void OutputFiles::list(const PictureFiles& files, const image::FramebufferSet& b
              image::describeParts(image::layeredBuffers(buffers), command_.format))
             fmt::print("  {:<30} {:<6} {}\n", part.name, part.storage, fmt::join(part.channels, " "));
     }
-    for (const std::string& file : files.sceneFiles) fmt::print("{}\n", file);
+    for (const auto* const names : {&files.sceneFiles, &files.lightMaps})
+        for (const std::string& file : *names) fmt::print("{}\n", file);
     if (!files.png.empty()) fmt::print("{}\n", files.png);
     if (files.layerDirectory.empty()) return;
     for (const image::Buffer* buffer : image::layeredBuffers(buffers))

@@ -9,6 +9,7 @@
 #include "render/session.h"
 #include "scene/elements/elements.h"
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -27,6 +28,7 @@ struct PictureFiles {
     std::string png;                     ///< for looking at; empty: not written
     std::string layerDirectory;          ///< for a PNG of each layer; empty: not written
     std::string checkpoint;              ///< while it is rendered; empty: none
+    std::vector<std::string> lightMaps;  ///< of writable textures, written as soon as they are made
 };
 
 /// Names, checks and writes the files of all pictures of a run.
@@ -37,6 +39,8 @@ public:
     /// Paths of the next picture's files. From the second picture on, the frame number is added to a name of
     /// the command line without ####.
     PictureFiles next(const image::FramebufferSet& buffers, int frame);
+    /// Paths of the light maps that light map shaders fill; none where the scene's own files are not written.
+    [[nodiscard]] std::vector<std::string> lightMaps(const scene::Database& database, int frame) const;
 
     /// False, with messages, when a file may not be written, would overwrite one of `inputs`, another file of
     /// this picture or one of an earlier picture, when it cannot be created or when the files do not fit on
@@ -49,6 +53,11 @@ public:
 
     /// Writes a finished picture. False, with messages, when something could not be written.
     [[nodiscard]] bool write(const PictureFiles& files, const render::FrameResult& result) const;
+
+    /// Writes a light map, if it has a file and the scene's own files are written. False, with a message,
+    /// when it could not be written.
+    [[nodiscard]] bool writeLightMap(const scene::TextureElement& texture, int frame,
+                                     const std::atomic<bool>& stop) const;
 
     /// Bytes of the files as they are on their disks.
     [[nodiscard]] static std::uint64_t bytesOf(const PictureFiles& files);
@@ -66,6 +75,8 @@ private:
         std::uint64_t bytes; ///< an estimate, compressed
     };
 
+    /// Where light maps go; empty: beside their scenes.
+    [[nodiscard]] std::string lightMapDirectory() const;
     std::string nameFor(const std::string& pattern, const char* option, int frame);
     [[nodiscard]] std::vector<Planned> planned(const PictureFiles& files,
                                                const render::Picture& picture) const;

@@ -30,6 +30,7 @@ std::string remainingText(double seconds) {
 std::string_view phaseName(RenderPhase phase) {
     switch (phase) {
     case RenderPhase::Prepare: return "prepare";
+    case RenderPhase::LightMaps: return "lightmaps";
     case RenderPhase::Gather: return "gather";
     case RenderPhase::Render: return "render";
     case RenderPhase::Contours: return "contours";
@@ -40,7 +41,8 @@ std::string_view phaseName(RenderPhase phase) {
 
 /// What of the frame is going on, where it is not the picture itself.
 std::string_view phaseNote(RenderPhase phase) {
-    return phase == RenderPhase::Gather     ? "gather prepass "
+    return phase == RenderPhase::LightMaps  ? "light maps "
+           : phase == RenderPhase::Gather   ? "gather prepass "
            : phase == RenderPhase::Contours ? "contours "
            : phase == RenderPhase::Denoise  ? "denoising "
                                             : "";

@@ -40,6 +40,7 @@ void SceneInputs::openTextures() {
     for (miTag tag = 1; tag < scene_.database().endTag(); ++tag) {
         const auto* texture = scene_.database().find<scene::TextureElement>(tag);
         miColor color;
+        if (texture && texture->writable && textures_.files(*texture).empty()) continue; // made by rendering
         if (texture && !texture->file.empty()) textures_.lookup(*texture, 0.5f, 0.5f, {}, color);
     }
 }

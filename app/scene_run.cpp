@@ -248,7 +248,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         fail(exitUsage);
         return false;
     }
-    const PictureFiles files = files_.next(picture.framebuffers(), frame);
+    const PictureFiles files = filesOf(picture, frame);
     if (command_.listsOutputs) {
         files_.list(files, picture.framebuffers());
         return true;
@@ -270,11 +270,21 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     return goesOn;
 }
 
+PictureFiles SceneRun::filesOf(const render::Picture& picture, int frame) {
+    const scene::LightMaps lightMaps = picture.options.lightMaps;
+    PictureFiles files;
+    files.frame = frame;
+    if (lightMaps != scene::LightMaps::Only) files = files_.next(picture.framebuffers(), frame);
+    if (lightMaps != scene::LightMaps::Off) files.lightMaps = files_.lightMaps(scene_.database(), frame);
+    return files;
+}
+
 bool SceneRun::renderInto(const PictureFiles& files, render::Picture picture,
                           const std::optional<image::SampleRange>& samples) {
     const CostMeter cost(log_);
     const int frame = files.frame;
-    const std::vector<InputFile> inputs = inputs_.now();
+    std::vector<InputFile> inputs = inputs_.now();
+    std::erase_if(inputs, [&](const InputFile& file) { return file.isMade && !files.lightMaps.empty(); });
     const render::CheckpointHeader identity = pictureIdentity(command_, picture, samples, frame, inputs);
     if (checkpoints_.isFinished(files, identity, frame)) return true;
     if (!files_.check(files, picture, inputs)) {
@@ -316,6 +326,9 @@ int SceneRun::finish(render::FrameResult& result, const PictureFiles& files,
         return stop_.exitCode();
     }
     const bool faulty = cost.errors() > 0 || (command_.strict && !result.unwritten.empty());
+    if (!writesLightMaps_) return stop_.exitCode() != 0 ? stop_.exitCode() : exitNotWritten;
+    if (result.picture().options.lightMaps == scene::LightMaps::Only)
+        return faulty ? exitRenderError : exitRendered;
     describe(result, files.frame, identity);
     if (command_.pixel) OutputFiles::printPixel(result);
     if (!files_.write(files, result)) return stop_.exitCode() != 0 ? stop_.exitCode() : exitNotWritten;
@@ -336,11 +349,15 @@ std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture pic
     settings.sampleRange = samples;
     if (command_.denoises)
         settings.denoise = {denoiseGuides(scene_.database(), picture), command_.keepsNoisy};
+    writesLightMaps_ = true;
+    settings.lightMapDone = [&, this](const scene::TextureElement& texture) {
+        writesLightMaps_ = files_.writeLightMap(texture, files.frame, stop_.flag()) && writesLightMaps_;
+    };
     if (command_.portable) settings.instructions = geometry::Instructions::OfEveryProcessor;
     // Until the first sample there is nothing that a checkpoint could keep, and little that hears a stop.
     const bool keeps = settings.checkpoint.has_value();
     settings.progress = [&progress, keeps, this](const render::RenderProgress& now) {
-        if (keeps && now.phase != render::RenderPhase::Prepare) stop_.setEnd(StopSignal::End::WhenReady);
+        if (keeps && now.phase > render::RenderPhase::LightMaps) stop_.setEnd(StopSignal::End::WhenReady);
         progress.update(now);
     };
     if (keeps && settings.checkpoint->resumes) stop_.setParting({checkpoints_.stopText(files), exitStopped});

@@ -53,6 +53,7 @@ private:
     bool check();
     bool link(const std::string& file, const SourceLocation& location);
     bool render(const scene::RenderRequest& request);
+    [[nodiscard]] PictureFiles filesOf(const render::Picture& picture, int frame);
     /// Renders a picture into its files. False: nothing more of the scene is to be rendered.
     bool renderInto(const PictureFiles& files, render::Picture picture,
                     const std::optional<image::SampleRange>& samples);
@@ -92,9 +93,10 @@ private:
     OutputFiles& files_;
     Checkpoints checkpoints_;
     SceneInputs inputs_;
-    std::set<int> frames_;    ///< of the scene's render statements so far
-    int skipped_;             ///< pictures that are still to be left out
-    bool isLastFile_ = false; ///< of those that make the scene
+    std::set<int> frames_;        ///< of the scene's render statements so far
+    bool writesLightMaps_ = true; ///< those of the picture could all be written
+    int skipped_;                 ///< pictures that are still to be left out
+    bool isLastFile_ = false;     ///< of those that make the scene
     int exitCode_ = 0;
 };
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaColor.h"
 #include "orcaExport.h"
-#include "orcaLightLoop.h"
 #include "orcaParameters.h"
-#include "orcaVelaState.h"
 #include "velaContourPen.h"
+#include "velaIncomingLight.h"
 
 #include <shader.h>
 
@@ -23,18 +22,8 @@ namespace {
 
 /// Luminance of what arrives at the hit from its lights, after shadows.
 miScalar irradiance(miState* state) {
-    VelabaseState* const vela = velabaseState(state);
     miScalar sum = 0.0f;
-    for (mi::shader::LightIterator light(state); !light.at_end(); ++light) {
-        for (;;) {
-            if (vela) resetLightSample(*vela);
-            if (!light->sample()) break;
-            if (light->get_dot_nl() > 0.0f) light->accumulate({1.0f, 1.0f, 1.0f, 1.0f}, light->get_dot_nl());
-        }
-        miColor mean;
-        light->get_mean(&mean);
-        sum += luminance(mean);
-    }
+    eachIncomingLight(state, [&](const miColor& light) { sum += luminance(light); });
     return sum;
 }
 

@@ -22,24 +22,33 @@ float component(const unsigned char* bytes, int size) {
     }
 }
 
-} // namespace
-
-InlinePixels::InlinePixels(const scene::TextureElement& texture)
-    : width_(texture.width), height_(texture.height) {
-    const auto pixels = static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_);
+std::vector<miColor> decoded(const scene::TextureElement& texture) {
+    const auto pixels = static_cast<std::size_t>(texture.width) * static_cast<std::size_t>(texture.height);
+    if (texture.pixels.empty()) return std::vector<miColor>(pixels);
+    std::vector<miColor> colors;
     const auto size = static_cast<std::size_t>(texture.bytesPerComponent);
     const unsigned char* bytes = texture.pixels.data();
     const scene::ColorProfile profile = texture.colorProfile;
     const auto linear = [profile](float value) { return scene::linearFrom(profile, value); };
-    colors_.reserve(pixels);
+    colors.reserve(pixels);
     for (std::size_t i = 0; i < pixels; ++i) {
         float values[4] = {0, 0, 0, 1};
         for (int c = 0; c < texture.components; ++c, bytes += size) {
             if (c < 4) values[c] = component(bytes, texture.bytesPerComponent);
         }
         if (texture.components == 1) values[1] = values[2] = values[0];
-        colors_.push_back({linear(values[0]), linear(values[1]), linear(values[2]), values[3]});
+        colors.push_back({linear(values[0]), linear(values[1]), linear(values[2]), values[3]});
     }
+    return colors;
+}
+
+} // namespace
+
+InlinePixels::InlinePixels(const scene::TextureElement& texture)
+    : width_(texture.width),
+      height_(texture.height),
+      colors_(texture.baked ? texture.baked
+                            : std::make_shared<const std::vector<miColor>>(decoded(texture))) {
 }
 
 } // namespace orca::image

@@ -41,6 +41,10 @@ void Textures::setFrame(int frame) {
     if (implementation_->cache) implementation_->cache->setFrame(frame);
 }
 
+void Textures::forget(const scene::TextureElement& texture) {
+    if (implementation_->cache) implementation_->cache->forget(texture);
+}
+
 std::vector<std::string> Textures::files(const scene::TextureElement& texture) const {
     TextureFiles files = filesOf(texture, implementation_->searchPaths, implementation_->frame);
     if (!files.single.empty()) return {files.single};

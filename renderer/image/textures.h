@@ -41,6 +41,7 @@ class TextureCache {
 public:
     virtual ~TextureCache() = default;
     virtual void setFrame(int frame) = 0;
+    virtual void forget(const scene::TextureElement& texture) = 0;
     virtual bool lookup(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
                         miColor& result) = 0;
     virtual bool lookupScalar(const scene::TextureElement& texture, float s, float t,
@@ -61,6 +62,8 @@ public:
 
     /// Of the pictures that follow, for names with number signs. Not while one is rendered.
     void setFrame(int frame);
+    /// What the texture shows has changed: a light map. Not while one is rendered.
+    void forget(const scene::TextureElement& texture);
     /// The image files of a texture: one, or its tiles; none when none is found.
     [[nodiscard]] std::vector<std::string> files(const scene::TextureElement& texture) const;
 

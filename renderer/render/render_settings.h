@@ -12,12 +12,17 @@
 #include <functional>
 #include <optional>
 
+namespace orca::scene {
+struct TextureElement;
+}
+
 namespace orca::render {
 
 /// What the time goes to before a picture's files are written.
 enum class RenderPhase {
-    Prepare, ///< geometry, displacement, shadow maps; nothing that a checkpoint could keep
-    Gather,  ///< the prepass of indirect light
+    Prepare,   ///< geometry, displacement, shadow maps; nothing that a checkpoint could keep
+    LightMaps, ///< of materials, made before the picture; a checkpoint keeps none of them
+    Gather,    ///< the prepass of indirect light
     Render,
     Contours, ///< lines to draw on the finished picture are traced; a checkpoint keeps none of them
     Denoise   ///< noise is filtered out of the finished picture
@@ -43,6 +48,8 @@ struct RenderSettings {
     /// blocks.
     std::optional<image::SampleRange> sampleRange{};
     std::optional<DenoiseSettings> denoise{}; ///< of the finished picture, its window alone
+    /// Called for each light map as soon as it is complete; may be empty.
+    std::function<void(const scene::TextureElement&)> lightMapDone{};
 };
 
 } // namespace orca::render

@@ -18,6 +18,7 @@
 #include "render/light/light_profiles.h"
 #include "render/light/mesh_emitters.h"
 #include "render/light/shadow_map.h"
+#include "render/light_maps.h"
 #include "render/output_shaders.h"
 #include "render/sampling/adaptive_sampler.h"
 #include "render/tile_renderer.h"
@@ -288,8 +289,23 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     const ShadowMaps shadowMaps(geometry, lights, picture.options, threads, settings.stop, log_);
     GatherCaches gatherCaches(geometry.boundsMin(), geometry.boundsMax());
     parts.shadowMaps = &shadowMaps;
+    LightMapOutcome lightMaps;
+    if (picture.options.lightMaps != scene::LightMaps::Off)
+        lightMaps = makeLightMaps(parts, film, state, settings, threads);
     if (parts.gather.spacing > 0) parts.gatherCaches = &gatherCaches;
     const Frame frame(parts);
+    const auto conclude = [&](RayCounts rays, bool complete) {
+        exitShaders(frame);
+        rays.add(lightMaps.counts);
+        result->interrupted = !complete;
+        result->statistics = statisticsOf(geometry, rays, film, threads);
+        result->statistics.buildSeconds = buildSeconds;
+        result->statistics.renderSeconds = rendering.seconds();
+    };
+    if (!lightMaps.complete || picture.options.lightMaps == scene::LightMaps::Only) {
+        conclude({}, lightMaps.complete);
+        return result;
+    }
     AdaptiveSampler sampler(area, contrastOf(frame));
     state.setCaches(gatherCaches);
     TileRenderer tiles(frame, film, state, settings, threads, sampler.passesAtMost());
@@ -319,14 +335,10 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     if (complete && !contours.empty()) drawContours(frame, *result, contours, threads);
     if (complete && !settings.sampleRange && !options.no_output)
         complete = runOutputShaders(frame, *result, contours, tally.written);
-    exitShaders(frame);
+    conclude(tally.counts, complete);
     if (complete) reportUnwritten(*result, tally.written, log_);
     result->sampleRange = settings.sampleRange;
-    result->interrupted = !complete;
     describeCamera(frame, result->frame().metadata);
-    result->statistics = statisticsOf(geometry, tally.counts, film, threads);
-    result->statistics.buildSeconds = buildSeconds;
-    result->statistics.renderSeconds = rendering.seconds();
     return result;
 }
 

@@ -24,8 +24,9 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Null, with a message, when there is too little memory for the picture, or when its checkpoint cannot
-    /// be used.
+    /// Makes the light maps that materials ask for, then the picture, unless the options want light maps
+    /// only: the result's film is black then. Null, with a message, when there is too little memory for the
+    /// picture, or when its checkpoint cannot be used.
     std::unique_ptr<FrameResult> render(Picture picture, const RenderSettings& settings);
 
 private:

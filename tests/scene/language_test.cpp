@@ -246,8 +246,8 @@ TEST(StatementsWithoutEffect, SaySoOnceInAScene) {
         {"camera \"c\" field 1 end camera", LogLevel::Warning, "12: camera \"c\": \"field\""},
         {"object \"o\" visible on caustic 3 end object", LogLevel::Info, "23: object \"o\": \"caustic\""},
         {spaceCurve, LogLevel::Info, "48: object \"o\": \"space curve\""},
-        {"declare shader \"f\" ( ) end declare material \"m\" lightmap \"f\" ( ) end material",
-         LogLevel::Warning, "49: material \"m\": \"lightmap\""}};
+        {"declare shader \"f\" ( ) end declare material \"m\" bsdf \"f\" ( ) end material", LogLevel::Warning,
+         "49: material \"m\": \"bsdf\""}};
     for (const auto& c : cases) {
         SceneText text(c.scene);
         text.scene.parseText(c.scene, "again.mi", {}, text.callbacks);

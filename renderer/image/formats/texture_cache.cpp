@@ -106,6 +106,7 @@ public:
     LibraryTextures& operator=(const LibraryTextures&) = delete;
 
     void setFrame(int frame) override;
+    void forget(const scene::TextureElement& texture) override;
     bool lookup(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
                 miColor& result) override;
     bool lookupScalar(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,
@@ -117,6 +118,9 @@ private:
         if (!own) own = system_->create_thread_info();
         return own;
     }
+    [[nodiscard]] static std::uint64_t keyOf(const scene::TextureElement& texture);
+    /// Under which the library knows pixels that are of no file.
+    [[nodiscard]] static OIIO::ustring nameOfPixels(const scene::TextureElement& texture);
     Loaded& get(const scene::TextureElement& texture);
     void load(const scene::TextureElement& texture, Loaded& entry);
     void loadPixels(const scene::TextureElement& texture, Loaded& entry);
@@ -162,8 +166,16 @@ LibraryTextures::~LibraryTextures() {
     OIIO::ImageCache::destroy(cache_);
 }
 
+std::uint64_t LibraryTextures::keyOf(const scene::TextureElement& texture) {
+    return std::uint64_t{texture.tag} << 32 | texture.revision;
+}
+
+OIIO::ustring LibraryTextures::nameOfPixels(const scene::TextureElement& texture) {
+    return OIIO::ustring(fmt::format("pixels {} {}", texture.tag, texture.revision));
+}
+
 Loaded& LibraryTextures::get(const scene::TextureElement& texture) {
-    const std::uint64_t key = std::uint64_t{texture.tag} << 32 | texture.revision;
+    const std::uint64_t key = keyOf(texture);
     auto found = loaded_.find(key);
     if (found == loaded_.end()) {
         found = loaded_.emplace(std::piecewise_construct, std::forward_as_tuple(key), std::forward_as_tuple())
@@ -174,7 +186,7 @@ Loaded& LibraryTextures::get(const scene::TextureElement& texture) {
 }
 
 void LibraryTextures::load(const scene::TextureElement& texture, Loaded& entry) {
-    if (texture.file.empty()) loadPixels(texture, entry);
+    if (texture.file.empty() || texture.baked) loadPixels(texture, entry);
     else loadFiles(texture, entry);
 }
 
@@ -182,14 +194,15 @@ void LibraryTextures::loadPixels(const scene::TextureElement& texture, Loaded& e
     const std::size_t needed = static_cast<std::size_t>(std::max(texture.width, 0)) *
                                static_cast<std::size_t>(std::max(texture.height, 0)) *
                                static_cast<std::size_t>(texture.components * texture.bytesPerComponent);
-    if (needed == 0 || texture.pixels.size() < needed) {
+    const bool isBlank = texture.writable && texture.pixels.empty();
+    if (!texture.baked && (needed == 0 || (texture.pixels.size() < needed && !isBlank))) {
         log_.errorAt(texture.location, "IMG",
                      "texture \"{}\" has no image: {} bytes of pixels where {} x {} need {}", texture.name,
                      texture.pixels.size(), texture.width, texture.height, needed);
         return;
     }
     entry.pixels.emplace(texture);
-    const OIIO::ustring name(fmt::format("pixels {} {}", texture.tag, texture.revision));
+    const OIIO::ustring name = nameOfPixels(texture);
     addPixels(*cache_, name, *entry.pixels);
     open(texture, entry, name, "pixels of the scene");
     entry.channels = texture.components;
@@ -343,6 +356,11 @@ void LibraryTextures::setFrame(int frame) {
     frame_ = frame;
     for (auto entry = loaded_.begin(); entry != loaded_.end();)
         entry = entry->second.isOfFrame ? loaded_.unsafe_erase(entry) : std::next(entry);
+}
+
+void LibraryTextures::forget(const scene::TextureElement& texture) {
+    loaded_.unsafe_erase(keyOf(texture));
+    system_->invalidate(nameOfPixels(texture));
 }
 
 bool LibraryTextures::lookup(const scene::TextureElement& texture, float s, float t, const TextureLookup& how,

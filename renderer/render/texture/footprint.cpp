@@ -15,11 +15,13 @@ namespace {
 /// Steepest look at a surface that counts: footprints are not longer than 64 times their width.
 constexpr float mostGrazing = 1.0f / 64.0f;
 
-/// Steps to the right and up at the hit's depth, laid along the ray onto the surface's plane.
+/// Steps to the right and up at the hit's depth, laid along the ray onto the surface's plane. False for all
+/// but straight rays from the camera; a light map's point is hit by a ray of no length.
 bool exactSteps(const miState* state, SurfaceSteps& steps) {
     const RenderContext& context = renderContextOf(state);
     const miCamera& camera = context.frame.camera;
-    if (state->type != miRAY_EYE || (camera.lens != miNULLTAG && !context.frame.options.no_lens))
+    if (state->type != miRAY_EYE || state->dist == 0.0 ||
+        (camera.lens != miNULLTAG && !context.frame.options.no_lens))
         return false;
     const auto inCamera = [&](const miVector& v) {
         miVector result;

@@ -30,4 +30,16 @@ float linearFrom(ColorProfile profile, float value) {
     }
 }
 
+float fromLinear(ColorProfile profile, float linear) {
+    const float magnitude = std::abs(linear);
+    switch (profile) {
+    case ColorProfile::Srgb:
+        return std::copysign(magnitude <= 0.0031308f ? magnitude * 12.92f
+                                                     : 1.055f * std::pow(magnitude, 1.0f / 2.4f) - 0.055f,
+                             linear);
+    case ColorProfile::Gamma22: return std::copysign(std::pow(magnitude, 1.0f / 2.2f), linear);
+    default: return linear;
+    }
+}
+
 } // namespace orca::scene

@@ -20,5 +20,7 @@ inline constexpr std::string_view colorProfileNames = "\"linear\", \"raw\", \"sR
 
 /// Linear light of one channel. Below 0, curves continue as an odd function.
 [[nodiscard]] float linearFrom(ColorProfile profile, float value);
+/// The inverse.
+[[nodiscard]] float fromLinear(ColorProfile profile, float linear);
 
 } // namespace orca::scene

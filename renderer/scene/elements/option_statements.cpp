@@ -62,8 +62,11 @@ constexpr Word gatherWords[] = {{"off", 0},
 
 constexpr Word photonWords[] = {{"off", 0}, {"on", 1, noPhotons}, {"false", 0}, {"true", 1, noPhotons}};
 
-constexpr Word lightmapWords[] = {
-    {"on", 1}, {"off", 0}, {"true", 1}, {"false", 0}, {"only", 2, "no light maps are made"}};
+constexpr Word lightmapWords[] = {{"on", static_cast<int>(LightMaps::On)},
+                                  {"off", static_cast<int>(LightMaps::Off)},
+                                  {"true", static_cast<int>(LightMaps::On)},
+                                  {"false", static_cast<int>(LightMaps::Off)},
+                                  {"only", static_cast<int>(LightMaps::Only)}};
 
 constexpr Word accelerationWords[] = {{"bsp", 0}, {"bsp2", 1}, {"grid", 2}};
 
@@ -292,8 +295,8 @@ constexpr OptionStatement statements[] = {
      .missing = "objects are shown and hidden by their own flags"},
     {.words = "lightmap",
      .choices = lightmapWords,
-     .defaults = on,
-     .set = [](OptionsElement&, const V&) {}}, // none are made
+     .defaults = word(static_cast<int>(LightMaps::On)),
+     .set = [](OptionsElement& o, const V& v) { o.lightMaps = static_cast<LightMaps>(v.word); }},
     {.words = "autovolume",
      .choices = switchWords,
      .defaults = off,

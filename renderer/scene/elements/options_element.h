@@ -47,6 +47,13 @@ enum class ColorClip {
     Alpha ///< alpha first; the colour is not above it
 };
 
+/// Whether light map shaders run before a picture.
+enum class LightMaps {
+    Off,
+    On,
+    Only ///< they do, and no picture is rendered
+};
+
 /// Options that are not of the record have their defaults from their statements (option_statements.h) too.
 struct OptionsElement final : Element {
     OptionsElement();
@@ -65,6 +72,7 @@ struct OptionsElement final : Element {
     bool premultiply = true, dither = false, desaturate = false; ///< conversion to whole numbers
     float shadowMapBias = 0.0f; ///< of lights without one of their own; scene units, 0: none
     GatherOptions gather;
+    LightMaps lightMaps = LightMaps::On;
 };
 
 } // namespace orca::scene

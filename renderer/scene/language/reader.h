@@ -185,6 +185,8 @@ private:
 
     // reader_textures.cpp
     void readTexture(const Token& token, std::string_view firstWord, bool incremental);
+    void readWritableFile(TextureElement& element);
+    void readTextureSize(TextureElement& element, std::string_view before);
     void readInlinePixels(TextureElement& element, const SourceLocation& location);
     ColorProfile readColorProfileName();
     void readLightProfile(const Token& token, bool incremental);

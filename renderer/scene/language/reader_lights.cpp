@@ -30,16 +30,15 @@ void Reader::readMaterial(const Token& token, bool incremental) {
         bool shares;              ///< "f" () takes the material shader's parameters
         std::string_view missing; ///< why the slot has no effect
     };
-    constexpr std::array<Slot, 9> slots = {
-        {{"displace", &miMaterial::displace, true, {}},
-         {"shadow", &miMaterial::shadow, true, {}},
-         {"volume", &miMaterial::volume, true, {}},
-         {"environment", &miMaterial::environment, false, {}},
-         {"contour", &miMaterial::contour, false, {}},
-         {"photon", &miMaterial::photon, true, noPhotons},
-         {"photonvol", &miMaterial::photonvol, true, noPhotons},
-         {"lightmap", &miMaterial::lightmap, false, "shaders that make light maps are not run"},
-         {"bsdf", nullptr, false, "materials shade by their first list"}}};
+    constexpr std::array<Slot, 9> slots = {{{"displace", &miMaterial::displace, true, {}},
+                                            {"shadow", &miMaterial::shadow, true, {}},
+                                            {"volume", &miMaterial::volume, true, {}},
+                                            {"environment", &miMaterial::environment, false, {}},
+                                            {"contour", &miMaterial::contour, false, {}},
+                                            {"photon", &miMaterial::photon, true, noPhotons},
+                                            {"photonvol", &miMaterial::photonvol, true, noPhotons},
+                                            {"lightmap", &miMaterial::lightmap, false, {}},
+                                            {"bsdf", nullptr, false, "materials shade by their first list"}}};
     while (!endsBlock("material", element.name)) {
         const Token word = next();
         const Slot* slot = nullptr;

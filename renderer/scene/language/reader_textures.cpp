@@ -43,43 +43,54 @@ void Reader::readTexture(const Token& token, std::string_view firstWord, bool in
     element.sceneDirectory = stream_.directory();
     element.colorProfile = accept("colorprofile") ? readColorProfileName() : ColorProfile::Linear;
     element.file.clear();
+    element.fileType.clear();
+    element.pixelFormat.clear();
+    element.width = element.height = 0;
     element.pixels.clear();
+    element.baked.reset();
     element.shader = miNULLTAG;
-    if (writable) {
-        unsupported(LogLevel::Warning, locationOf(nameOf), "writable texture",
-                    fmt::format("texture \"{}\": nothing writes textures, so \"writable\" has no effect",
-                                element.name));
-    }
     if (peek().is('[')) {
         readInlinePixels(element, locationOf(nameOf));
     } else if (atShaderList()) {
         element.shader = readShaderList({fmt::format("texture \"{}\"", element.name), element.name});
     } else if (atString()) {
         element.file = inputFileIn(next());
-        if (writable) {
-            while (atString()) next();
-            if (peek().is('[')) skipBalanced();
-        }
+        if (writable) readWritableFile(element);
     } else {
         fail(peek(), "texture \"{}\": expected a file name, pixels or a shader, not {}", element.name,
              peek().shown());
     }
 }
 
-void Reader::readInlinePixels(TextureElement& element, const SourceLocation& location) {
+/// What follows the name of a file that light map shaders fill: its type, its pixel format and its size.
+void Reader::readWritableFile(TextureElement& element) {
+    if (atString()) element.fileType = std::string(next().text);
+    if (atString()) element.pixelFormat = std::string(next().text);
+    if (!peek().is('[')) return;
+    readTextureSize(element, "the file");
+    expect(']', "the size");
+}
+
+/// From the bracket to the height.
+void Reader::readTextureSize(TextureElement& element, std::string_view before) {
     constexpr int largest = 1 << 15;
-    expect('[', "the texture's name");
+    expect('[', before);
     const Token at = peek();
     element.width = positiveInteger("the width in pixels");
     element.height = positiveInteger("the height in pixels");
+    if (element.width > largest || element.height > largest) {
+        fail(at, "texture \"{}\": textures in a scene are at most {} pixels wide and high", element.name,
+             largest);
+    }
+}
+
+void Reader::readInlinePixels(TextureElement& element, const SourceLocation& location) {
+    const Token at = peek();
+    readTextureSize(element, "the texture's name");
     element.bytesPerComponent = acceptInteger().value_or(1);
     if (element.bytesPerComponent != 1 && element.bytesPerComponent != 2 && element.bytesPerComponent != 4) {
         fail(at, "texture \"{}\": components have 1, 2 or 4 bytes, not {}", element.name,
              element.bytesPerComponent);
-    }
-    if (element.width > largest || element.height > largest) {
-        fail(at, "texture \"{}\": textures in a scene are at most {} pixels wide and high", element.name,
-             largest);
     }
     expect(']', "the size");
     while (peek().kind == Token::Kind::Bytes) {

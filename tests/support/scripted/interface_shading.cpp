@@ -42,6 +42,9 @@ extern "C" {
 miBoolean mi_call_shader_x(miColor* result, int type, miState* state, miTag shader, void* argument) {
     return enter("mi_call_shader_x").callShader(result, type, state, shader, argument);
 }
+miBoolean mi_call_material(miColor* result, miState* state) {
+    return enter("mi_call_material").callShader(result, miSHADER_MATERIAL, state, state->material, nullptr);
+}
 void* mi_phen_eval(miState* state, void* parameter) {
     ScriptedRenderer& renderer = enter("mi_phen_eval");
     return renderer.evaluate ? renderer.evaluate(state, parameter) : renderer.computed(parameter);
