@@ -75,6 +75,11 @@ strip() {  # NAME SIZE COLUMNS PARAMETER VALUE...: the scene's picture at each v
     montage "${labelled[@]}" -tile "${columns}x" -geometry +4+4 -background white "$images/$name-strip.png"
 }
 
+finely_baked() {  # NAME SIZE RAYS: the scene's picture with more gather rays for its light maps
+    sed "s/accuracy [0-9]*/accuracy $3/; s/\"shadowRays\" [0-9]*/\"shadowRays\" 64/" "$root/scenes/$1.mi" >"$scratch/$1.mi"
+    "$render" "$scratch/$1.mi" --size "$2" -o "$scratch/$1.exr" --files layers --png "$images/$1.png"
+}
+
 picture lambert_cards 360x202
 picture translucence 360x202
 picture pass_masks 360x202
@@ -107,7 +112,7 @@ sheet light_links 240x135 3 main diffuse specular diffuseKeyVase diffuseKeyFruit
     diffuseFillFruit diffuseFillGround diffuseRimVase diffuseRimFruit diffuseRimGround
 picture lagoon 480x202
 picture contours 640x360
-picture baked_light 480x270
+finely_baked baked_light 480x270 1000
 picture stage 640x320
 layers stage 160x80 diffuse specular shadow cameraDepth
 picture lantern 640x320
