@@ -100,7 +100,7 @@ LightMapOutcome makeLightMaps(const FrameParts& parts, Film& film, RenderState& 
     if (!scene::hasLightMapShaders(parts.database)) return outcome;
     const Frame frame(parts);
     const std::vector<std::unique_ptr<LightMap>> maps = planLightMaps(frame);
-    TileRenderer tiles(frame, film, state, settings.rays, settings.progress, threads, 1);
+    TileRenderer tiles(frame, film, state, settings, threads, 1);
     tiles.begin(RenderPhase::LightMaps);
     std::size_t all = 0, done = 0; // tiles
     for (const auto& map : maps) all += map->layout.tiles();

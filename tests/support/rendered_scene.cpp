@@ -81,8 +81,9 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
         if (settings.resolution)
             picture.setResolution(settings.resolution->first, settings.resolution->second);
         if (settings.window) picture.setWindow(*settings.window);
-        auto result = session_.render(
-            std::move(picture), {settings.threads, settings.stop, settings.progress, settings.checkpoint});
+        render::RenderSettings how{settings.threads, settings.stop, settings.progress, settings.checkpoint};
+        how.denoise = settings.denoise;
+        auto result = session_.render(std::move(picture), how);
         if (result) results_.push_back(std::move(result));
         return true;
     };

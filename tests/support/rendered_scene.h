@@ -65,6 +65,7 @@ public:
         const std::atomic<bool>* stop = nullptr;
         render::ProgressCallback progress;
         std::optional<render::CheckpointSettings> checkpoint;
+        std::optional<render::DenoiseSettings> denoise;
     };
     explicit RenderedScene(const std::string& text) : RenderedScene(text, Settings()) {}
     RenderedScene(const std::string& text, const Settings& settings);
