@@ -26,6 +26,7 @@
 #include "scene/elements/elements.h"
 
 #include <fmt/format.h>
+#include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <chrono>
@@ -143,12 +144,13 @@ void warnOfNothing(const FrameParts& parts, Log& log) {
 }
 
 /// False when the render was stopped.
-bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film, RenderState& state) {
+bool renderPasses(TileRenderer& tiles, AdaptiveSampler& sampler, const Film& film, RenderState& state,
+                  int threads) {
     tiles.begin(RenderPhase::Render);
     if (state.resumesPass()) sampler.resumeAt(state.level());
     else state.beginPass(sampler.first(), sampler.level());
     while (tiles.renderPass()) {
-        AdaptiveSampler::Pass pass = sampler.next(film);
+        AdaptiveSampler::Pass pass = tbb::task_arena(threads).execute([&] { return sampler.next(film); });
         if (pass.empty()) return true;
         state.beginPass(std::move(pass), sampler.level());
     }
@@ -311,8 +313,8 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     TileRenderer tiles(frame, film, state, settings, threads, sampler.passesAtMost());
     std::optional<CheckpointWriter> checkpoints;
     if (settings.checkpoint) checkpoints.emplace(state, *settings.checkpoint, log_);
-    bool complete =
-        gatherPrepass(tiles, frame, gatherCaches, state) && renderPasses(tiles, sampler, film, state);
+    bool complete = gatherPrepass(tiles, frame, gatherCaches, state) &&
+                    renderPasses(tiles, sampler, film, state, threads);
     std::vector<ContourSegment> contours;
     if (complete && hasContours(frame)) {
         if (settings.sampleRange)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/sampling/adaptive_sampler.h"
 
+#include "base/parallel_for.h"
 #include "render/film/sample_steps.h"
 
 #include <algorithm>
@@ -11,8 +12,10 @@ namespace orca::render {
 namespace {
 
 // Share of the contrast that the standard error of a single sample may have. A contrast of 0.05 leaves an
-// error of 0.003 or so over a picture: still life, soft shadows and motion blur, 1 to 64 samples.
+// error of 0.001 to 0.003 over a picture: still life, soft shadows and motion blur, 1 to 64 samples.
 constexpr float toleratedShare = 0.06f;
+
+constexpr std::size_t rowsPerChunk = 8; // enough work for a thread to fetch
 
 bool isEmpty(const AdaptiveSampler::Pass& pass) {
     return std::all_of(pass.begin(), pass.end(), [](std::uint8_t step) { return step == 0; });
@@ -114,13 +117,19 @@ AdaptiveSampler::Pass AdaptiveSampler::refineGrid(const Film& film) const {
 AdaptiveSampler::Pass AdaptiveSampler::refinePixels(const Film& film) const {
     Pass pass = noSamples();
     const PixelWindow decided = area_.decidedBy(area_.decisionAt(level_));
-    for (int y = decided.yl; y <= decided.yh; ++y)
+    const auto decideRow = [&](int y) {
         for (int x = decided.xl; x <= decided.xh; ++x) {
             if (!film.sampled(x, y)) continue;
             const int wanted = stepWanted(film, x, y);
             if (wanted > film.stepsDone(film.pixel(x, y)))
                 pass[index(x, y)] = static_cast<std::uint8_t>(wanted);
         }
+    };
+    parallelFor(static_cast<std::size_t>(decided.height()), rowsPerChunk,
+                [&](std::size_t first, std::size_t last) {
+                    for (std::size_t row = first; row < last; ++row)
+                        decideRow(decided.yl + static_cast<int>(row));
+                });
     return pass;
 }
 

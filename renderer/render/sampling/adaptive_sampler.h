@@ -32,7 +32,8 @@ public:
     using Pass = std::vector<std::uint8_t>;
     /// First pass, the same for every picture.
     [[nodiscard]] Pass first() const;
-    /// The pass after the last one; empty when the picture is done.
+    /// The pass after the last one; empty when the picture is done. Works on the threads of the current
+    /// arena.
     [[nodiscard]] Pass next(const Film& film);
     /// Fills the pixels that took no sample from their neighbours.
     void fillGaps(Film& film) const;

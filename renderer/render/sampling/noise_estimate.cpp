@@ -30,6 +30,7 @@ void forSampledAround(const Film& film, const PixelWindow& area, int x, int y, V
 } // namespace
 
 DisplayedVariance ownVariance(const Film& film, int x, int y) {
+    if (film.stepsDone(film.pixel(x, y)) < 2) return {};
     DisplayedVariance variance = channelsOf(film.sampleVariance(x, y));
     const Channels mean = channelsOf(film.mean(x, y));
     for (std::size_t c = 0; c < variance.size(); ++c) variance[c] /= scaleOf(mean[c]) * scaleOf(mean[c]);
