@@ -75,6 +75,7 @@ TEST(AdaptiveSampler, StopsAtAnErrorInProportionToContrastInAnyChannel) {
             edgePixels += covered > 0 && covered < 1;
         });
         EXPECT_LT(std::sqrt(squares / edgePixels), 0.16 * contrast);
+        EXPECT_GT(std::sqrt(squares / edgePixels), 0.05 * contrast); // more samples than asked for
         const std::uint64_t samples = dark.result().statistics.rays.samples;
         EXPECT_GT(samples, before);
         before = samples;
