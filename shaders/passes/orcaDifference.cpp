@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "orcaColor.h"
+#include "orcaFrameBufferLookup.h"
+#include "orcaParameters.h"
+#include "orcaRenderPassUtilities.h"
+#include "orcaShader.h"
+#include "orcaUtilities.h"
+
+#include <shader.h>
+
+/// Parameters of orcaPassDifference, in declaration order.
+struct DifferenceParameters {
+    miTag frameBuffer; // a string: the name of what is changed
+    miTag subtracted;  // a string: the name of what is taken from it
+};
+
+namespace {
+
+using P = DifferenceParameters;
+
+/// Takes one frame buffer from another when a sample ends, after the passes have been written: what a pass
+/// of the whole light holds beyond one of a part of it. Alpha stays.
+class DifferencePass : public Shader<P, ShaderHelper<P>> {
+public:
+    DifferencePass(miState* state, P* record)
+        : changed_(indexOf(state, record, &P::frameBuffer)),
+          subtracted_(indexOf(state, record, &P::subtracted)) {}
+
+    miBoolean write(miState* state) const {
+        if (changed_ == 0 || subtracted_ == 0 || !inImagePhase(state)) return miTRUE;
+        miColor value{}, less{};
+        mi_fb_get(state, changed_, &value);
+        mi_fb_get(state, subtracted_, &less);
+        value.r -= less.r;
+        value.g -= less.g;
+        value.b -= less.b;
+        mi_fb_put(state, changed_, &value);
+        return miTRUE;
+    }
+
+private:
+    static int indexOf(miState* state, P* record, miTag P::*name) {
+        return static_cast<int>(getNamedFrameBufferID(state, parameterValue(state, record, name)));
+    }
+
+    int changed_, subtracted_; ///< 0 when there is no such buffer
+};
+
+using Entry = ShaderEntry<DifferencePass, P>;
+
+} // namespace
+
+extern "C" {
+
+ORCA_EXPORT int orcaPassDifference_version(void) {
+    return 1;
+}
+
+ORCA_EXPORT void orcaPassDifference_init(miState* state, P* record, miBoolean* instanceInitRequired) {
+    if (!record) requireStateShader(state, "orcaPassDifference(): Not invoked as state shader.");
+    Entry::init(state, record, instanceInitRequired, "orcaDifference", __LINE__);
+}
+
+ORCA_EXPORT void orcaPassDifference_exit(miState* state, P* record) {
+    Entry::exit(state, record);
+}
+
+ORCA_EXPORT miBoolean orcaPassDifference(void*, miState* state, P*, miShader_state_arg* argument) {
+    if (argument->op != miSHADERSTATE_SAMPLE_EXIT) return miTRUE;
+    void** const slot = instanceUserPointer(state);
+    return slot && *slot ? static_cast<const DifferencePass*>(*slot)->write(state) : miFALSE;
+}
+
+} // extern "C"
+
+#include "declared/orcaPassDifference.h"
