@@ -54,7 +54,7 @@ std::vector<PlacedLayer> placed(const std::vector<image::Layer>& layers, std::ui
     for (image::PartDescription& part : image::describeParts(buffers)) {
         const auto layer = std::find_if(layers.begin(), layers.end(),
                                         [&](const auto& each) { return each.buffer == part.buffer; });
-        const std::uint64_t bytes = pixels * static_cast<std::uint64_t>(part.buffer->components) * 4;
+        const std::uint64_t bytes = pixels * part.channels.size() * 4; // colours without alpha have three
         all.push_back({*layer, std::move(part), offset, bytes});
         offset = roundedUp(offset + bytes, layerAlignment);
     }
@@ -134,11 +134,11 @@ int writeLayers(int descriptor, std::uint64_t begin, const std::vector<PlacedLay
     const auto writeRow = [&](std::size_t row, std::vector<float>& words) { // counted from below
         for (const PlacedLayer& placed : layers) {
             const image::Layer& layer = placed.layer;
-            const auto components = static_cast<std::size_t>(layer.buffer->components);
-            words.resize(width * components);
+            const std::size_t channels = placed.part.channels.size();
+            words.resize(width * channels);
             const float* from = layer.pixels.data() + row * width * layer.stride();
             for (std::size_t x = 0; x < width; ++x, from += layer.stride())
-                std::memcpy(&words[x * components], from, components * sizeof(float));
+                std::memcpy(&words[x * channels], from, channels * sizeof(float));
             const std::size_t bytes = words.size() * sizeof(float);
             const int problem =
                 writeAt(descriptor, words.data(), bytes, begin + placed.offset + (height - 1 - row) * bytes);
@@ -188,15 +188,21 @@ private:
     void take(const std::string& name, std::uint64_t offset) {
         const image::Buffer* const buffer = picture_->framebuffers().find(name);
         if (!buffer || offset > length_) damaged();
-        const std::size_t row =
-            static_cast<std::size_t>(frame_.windowWidth()) * static_cast<std::size_t>(buffer->components);
+        const auto components = static_cast<std::size_t>(buffer->components);
+        const std::size_t channels = image::channelNames(*buffer).size();
+        const auto width = static_cast<std::size_t>(frame_.windowWidth());
         const auto height = static_cast<std::size_t>(frame_.windowHeight());
-        if (begin_ + offset + std::uint64_t{row} * height * sizeof(float) > length_) damaged();
-        std::vector<float>& words = words_.emplace_back(row * height);
+        if (begin_ + offset + std::uint64_t{width} * height * channels * sizeof(float) > length_) damaged();
+        std::vector<float>& words = words_.emplace_back(width * height * components, 1.0f); // alpha
+        std::vector<float> row(width * channels);
         file_.seekg(static_cast<std::streamoff>(begin_ + offset));
-        for (std::size_t y = height; y-- > 0;) // the top row comes first
-            file_.read(reinterpret_cast<char*>(&words[y * row]),
-                       static_cast<std::streamsize>(row * sizeof(float)));
+        for (std::size_t y = height; y-- > 0;) { // the top row comes first
+            file_.read(reinterpret_cast<char*>(row.data()),
+                       static_cast<std::streamsize>(row.size() * sizeof(float)));
+            for (std::size_t x = 0; x < width; ++x)
+                std::memcpy(&words[(y * width + x) * components], &row[x * channels],
+                            channels * sizeof(float));
+        }
         if (!file_) damaged();
         layers_.push_back({buffer, words});
     }
