@@ -7,7 +7,6 @@
 #include "exit_codes.h"
 #include "frames.h"
 #include "layered_format_words.h"
-#include "pass_catalogue.h"
 
 #include "base/nearest_name.h"
 
@@ -18,6 +17,7 @@
 #include <charconv>
 #include <cstdio>
 #include <sstream>
+#include <stdexcept>
 
 namespace orca::app {
 
@@ -70,33 +70,12 @@ LogLevel verbosityOf(const std::string& text) {
     return static_cast<LogLevel>(level);
 }
 
-std::vector<std::string> passNames(const std::vector<std::string>& lists) {
-    std::vector<std::string> names;
-    appendSplit(names, lists, ',');
-    std::vector<std::string> unique;
-    const auto add = [&](std::string_view name) {
-        if (std::find(unique.begin(), unique.end(), name) == unique.end()) unique.emplace_back(name);
-    };
-    for (const std::string& name : names) {
-        if (name == "all" || name == "utility") {
-            for (const PassDescription& pass : name == "all" ? materialPasses() : utilityPasses())
-                add(pass.name);
-            continue;
-        }
-        if (name == "components") {
-            for (const std::string_view component : componentPasses()) add(component);
-            continue;
-        }
-        if (!findPass(name)) {
-            const std::string nearest = nearestPassName(name);
-            throw CLI::ValidationError(
-                "--passes",
-                fmt::format("there is no pass \"{}\"{}; --list-passes prints them all", name,
-                            nearest.empty() ? "" : fmt::format(", did you mean \"{}\"?", nearest)));
-        }
-        add(name);
+PassRequests passRequests(const std::vector<std::string>& lists) {
+    try {
+        return parsePassRequests(lists);
+    } catch (const std::invalid_argument& problem) {
+        throw CLI::ValidationError("--passes", problem.what());
     }
-    return unique;
 }
 
 void convertSceneOption(const SceneOptionName& option, RawOptions& raw, Overrides& overrides) {
@@ -213,7 +192,7 @@ void convert(RawOptions& raw, CommandLine& command) {
     command.writesSceneFiles = raw.files == "on";
     convertFormat(raw, command.format);
     convertCheckpoint(raw, command);
-    command.passes = passNames(raw.passes);
+    command.passes = passRequests(raw.passes);
     if (command.dumpsPasses && command.passes.empty())
         throw CLI::ValidationError("--dump-passes", "give the passes with --passes");
     appendSplit(command.includePaths, raw.includes, ':');

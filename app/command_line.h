@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "pass_request.h"
 #include "sample_request.h"
 
 #include "base/log.h"
@@ -64,7 +65,7 @@ struct CommandLine {
     std::optional<std::pair<int, int>> pixel;
     std::optional<SampleRequest> samples; ///< write the sums of these only
     std::optional<std::vector<int>> frames;
-    std::vector<std::string> passes;
+    PassRequests passes;
     bool listsPasses = false, listsOutputs = false, listsInputs = false;
     bool dumpsPasses = false;                ///< print what `passes` makes in the scene language
     bool checksOnly = false;                 ///< read and check, render nothing

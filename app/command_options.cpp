@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command_options.h"
 
+#include "pass_catalogue.h"
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
@@ -47,6 +49,12 @@ void addSceneOption(CLI::App& app, const std::string& group, const SceneOption& 
         ->group(group)
         ->expected(words + fewest, words + statement.most)
         ->type_name(option.type);
+}
+
+std::string presetNames() {
+    std::vector<std::string_view> names;
+    for (const PassListDescription& list : passLists()) names.push_back(list.name);
+    return fmt::format("{}", fmt::join(names, ", "));
 }
 
 void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
@@ -118,9 +126,11 @@ void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
 void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     const std::string group = "Picture";
     app.add_option("--passes", raw.passes,
-                   "layers to make on a scene that sets up none: a list with commas; \"all\" means the "
-                   "materials' passes, \"utility\" those of geometry, \"components\" those that add up to "
-                   "the picture")
+                   "layers to make besides those of the scene: names with commas, patterns such as "
+                   "\"*NoShadow\", presets (" +
+                       presetNames() +
+                       "), each perhaps with options: "
+                       "diffuse[light=key,shadowed=off]")
         ->group(group)
         ->type_name("LIST");
     app.add_flag("--list-passes", command.listsPasses, "print the passes that there are")->group(group);

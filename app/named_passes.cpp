@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "named_passes.h"
 
+#include "pass_block.h"
 #include "pass_block_text.h"
 #include "pass_catalogue.h"
 
@@ -81,7 +82,7 @@ bool completeNamedPasses(scene::Scene& scene, const scene::ParserOptions& option
     scene.parseText((isFirst ? "" : "incremental ") + text, "<" + element->name + ">", options, callbacks);
     if (scene.errors() > errorsBefore) return false;
     auto* const block = database.find<scene::UserdataElement>(database.named(name));
-    if (camera.camera.userdata != block->tag) {
+    if (!hasData(database, camera, *block)) {
         block->userdata()->next_data = camera.camera.userdata;
         camera.camera.userdata = block->tag;
     }

@@ -36,14 +36,16 @@ const FrameBufferData* blockOf(const scene::UserdataElement& element) {
 }
 
 /// The data element that holds the camera's block, or null.
+/// @param left out, by name
 const scene::UserdataElement* passBlockElement(const scene::Database& database,
-                                               const scene::CameraElement& camera) {
+                                               const scene::CameraElement& camera,
+                                               const std::string& left = {}) {
     for (miTag tag = camera.camera.userdata; tag != miNULLTAG;) {
         const auto* const element = database.find<scene::UserdataElement>(tag);
         if (!element) return nullptr;
         const miUserdata* const userdata = element->userdata();
         if (userdata->parameter_size >= static_cast<int>(sizeof(FrameBufferData)) &&
-            blockOf(*element)->magic == FRAME_BUFFER_DATA_MAGIC)
+            blockOf(*element)->magic == FRAME_BUFFER_DATA_MAGIC && (left.empty() || element->name != left))
             return element;
         tag = userdata->next_data;
     }
@@ -55,6 +57,47 @@ const scene::UserdataElement* passBlockElement(const scene::Database& database,
 const FrameBufferData* passBlock(const scene::Database& database, const scene::CameraElement& camera) {
     const scene::UserdataElement* const element = passBlockElement(database, camera);
     return element ? blockOf(*element) : nullptr;
+}
+
+const FrameBufferData* ownPassBlock(const scene::Database& database, const scene::CameraElement& camera) {
+    const scene::UserdataElement* const element =
+        passBlockElement(database, camera, camera.name + addedPassesName);
+    return element ? blockOf(*element) : nullptr;
+}
+
+bool hasData(const scene::Database& database, const scene::CameraElement& camera,
+             const scene::UserdataElement& data) {
+    for (const auto* element = database.find<scene::UserdataElement>(camera.camera.userdata); element;
+         element = database.find<scene::UserdataElement>(element->userdata()->next_data))
+        if (element == &data) return true;
+    return false;
+}
+
+bool PassLayout::isLike(const PassLayout& layout) const {
+    const auto same = [](const TypedRecord& a, const TypedRecord& b) {
+        return a.type == b.type && a.frameBuffer == b.frameBuffer;
+    };
+    return others == layout.others &&
+           std::equal(records.begin(), records.end(), layout.records.begin(), layout.records.end(), same);
+}
+
+PassLayout layoutOf(const scene::Database& database, const FrameBufferData& found) {
+    auto& block = const_cast<FrameBufferData&>(found);
+    const auto nameOf = [&](miTag tag) {
+        const auto* const element = database.find<scene::StringElement>(tag);
+        return element ? element->text : std::string();
+    };
+    PassLayout layout;
+    for (int i = 0; i < block.n_frameBufferInfo; ++i) {
+        const FrameBufferDataRecord& record =
+            arrayElements(block.frameBufferInfo, block.i_frameBufferInfo)[i];
+        if (const int type = typeOfRecord(block, i); type >= 0)
+            layout.records.push_back({static_cast<PassTypeID>(type), nameOf(record.frameBufferName), record});
+    }
+    for (int i = 0; i < block.n_nonMaterialFrameBuffers; ++i)
+        layout.others.push_back(
+            nameOf(arrayElements(block.nonMaterialFrameBuffers, block.i_nonMaterialFrameBuffers)[i]));
+    return layout;
 }
 
 bool checkPassBlock(const scene::Database& database, const scene::CameraElement& camera, Log& log) {

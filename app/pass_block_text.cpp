@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pass_block_text.h"
 
+#include "scene/language/scene_writer.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -12,7 +14,7 @@ namespace {
 
 std::string recordText(const TypedRecord& record) {
     const FrameBufferDataRecord& settings = record.settings;
-    std::string text = fmt::format("        {{ \"frameBufferName\" \"{}\"", record.frameBuffer);
+    std::string text = fmt::format("        {{ \"frameBufferName\" {}", scene::quoted(record.frameBuffer));
     for (const FrameBufferFlagParameter& flag : FRAME_BUFFER_FLAG_PARAMETERS)
         if (settings.*flag.field) text += fmt::format(", \"{}\" on", flag.name);
     const std::pair<const char*, miInteger> numbers[] = {
@@ -38,14 +40,14 @@ std::string passBlockText(const std::string& blockName, std::vector<TypedRecord>
         ++counts[record.type];
         recordTexts.push_back(recordText(record));
     }
-    for (const std::string& name : nonMaterialFrameBuffers) names.push_back(fmt::format("\"{}\"", name));
-    return fmt::format("data \"{}\" \"orcaFrameBufferData\" (\n"
+    for (const std::string& name : nonMaterialFrameBuffers) names.push_back(scene::quoted(name));
+    return fmt::format("data {} \"orcaFrameBufferData\" (\n"
                        "    \"magic\" {},\n"
                        "    \"nonMaterialFrameBuffers\" [ {} ],\n"
                        "    \"frameBufferInfo\" [\n{} ],\n"
                        "    \"FrameBufferTypeCounts\" [ {} ] )\n"
                        "end data\n",
-                       blockName, FRAME_BUFFER_DATA_MAGIC, fmt::join(names, ", "),
+                       scene::quoted(blockName), FRAME_BUFFER_DATA_MAGIC, fmt::join(names, ", "),
                        fmt::join(recordTexts, ",\n"), fmt::join(counts, ", "));
 }
 

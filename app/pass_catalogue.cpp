@@ -27,10 +27,19 @@ constexpr std::array<PassDescription, PASS_TYPE_COUNT> material = [] {
     return passes;
 }();
 
-/// The layers that add up to the picture.
-constexpr std::string_view components[] = {"ambient",       "diffuse",     "specular",
-                                           "incandescence", "reflection",  "refraction",
-                                           "indirect",      "environment", "lamps"};
+using Content = PassListDescription::Content;
+constexpr PassListDescription lists[] = {
+    {"all", Content::Materials, "", "what materials write: all with a number"},
+    {"utility", Content::Utilities, "", "what geometry says: all without a number"},
+    {"components", Content::Listed,
+     "ambient,diffuse,specular,incandescence,reflection,refraction,indirect,environment,lamps",
+     "what adds up to the picture"},
+    {"denoise", Content::Listed, "beauty,diffuseMaterialColor[name=albedo],normal,cameraDepth,motionVector2D",
+     "what denoisers take: beauty, albedo, normal, cameraDepth, motionVector2D"},
+    {"relight", Content::Lights, "",
+     "a layer light_NAME for each light, and rest; they add up to the picture"},
+    {"objects", Content::Objects, "", "a mask object_NAME for each member of the scene's group"},
+};
 
 constexpr PassDescription utility[] = {
     {"ambientOcclusion", -1, color, 0, "how open a point lies: 1 free, 0 closed in",
@@ -67,8 +76,14 @@ std::span<const PassDescription> utilityPasses() {
     return utility;
 }
 
-std::span<const std::string_view> componentPasses() {
-    return components;
+std::span<const PassListDescription> passLists() {
+    return lists;
+}
+
+const PassListDescription* findPassList(std::string_view name) {
+    const auto found =
+        std::find_if(std::begin(lists), std::end(lists), [&](const auto& list) { return list.name == name; });
+    return found == std::end(lists) ? nullptr : found;
 }
 
 const PassDescription* findPass(std::string_view name) {
@@ -93,6 +108,8 @@ std::string passTable() {
         table += fmt::format("{:>4}  {:<29} {:<8} {}\n", pass.type, pass.name, pass.datatype, pass.meaning);
     for (const PassDescription& pass : utility)
         table += fmt::format("{:>4}  {:<29} {:<8} {}\n", "-", pass.name, pass.datatype, pass.meaning);
+    for (const PassListDescription& list : lists)
+        table += fmt::format("{:>4}  {:<29} {:<8} {}\n", "", list.name, "several", list.meaning);
     return table;
 }
 

@@ -23,10 +23,18 @@ struct PassDescription {
 [[nodiscard]] std::span<const PassDescription> materialPasses();
 /// Passes of geometry: depth, normals, motion and the like.
 [[nodiscard]] std::span<const PassDescription> utilityPasses();
-/// Names of the layers that add up to the picture.
-[[nodiscard]] std::span<const std::string_view> componentPasses();
+/// A name of `--passes` that stands for several layers.
+struct PassListDescription {
+    enum class Content { Materials, Utilities, Listed, Lights, Objects };
+    std::string_view name;
+    Content content;
+    std::string_view list; ///< as `--passes` takes it, when it is Listed
+    std::string_view meaning;
+};
+[[nodiscard]] std::span<const PassListDescription> passLists();
 /// Null for an unknown name.
 [[nodiscard]] const PassDescription* findPass(std::string_view name);
+[[nodiscard]] const PassListDescription* findPassList(std::string_view name);
 /// The name that was most likely meant; empty when none is close.
 [[nodiscard]] std::string nearestPassName(std::string_view name);
 /// The table that `--list-passes` prints.

@@ -4,6 +4,7 @@
 #include "base/nearest_name.h"
 #include "pass_block.h"
 #include "pass_catalogue.h"
+#include "pass_selection.h"
 
 #include <orcaNamedPasses.h>
 
@@ -17,7 +18,7 @@ namespace orca::app {
 namespace {
 
 constexpr const char* module = "PASS";
-constexpr int bitsPerDigit = 4;
+constexpr std::size_t bitsPerDigit = 4;
 
 const std::string* textOf(const scene::Database& database, miTag tag) {
     const auto* element = database.find<scene::StringElement>(tag);
@@ -56,6 +57,30 @@ void visitInstances(const scene::Database& database, const Visit& visit) {
 int digitValue(char digit) {
     if (digit >= '0' && digit <= '9') return digit - '0';
     return std::tolower(static_cast<unsigned char>(digit)) - 'a' + 10;
+}
+
+bool isIn(const std::string& mask, std::size_t bit) {
+    return bit / bitsPerDigit < mask.size() &&
+           (digitValue(mask[bit / bitsPerDigit]) >> (bit % bitsPerDigit) & 1) != 0;
+}
+
+/// Takes the bits of a scene's mask over. Passes that were added to the scene's own it lets in.
+void place(const std::string& mask, const MaskPlaces* places, std::vector<bool>& selected) {
+    const std::size_t count = places ? places->count : selected.size();
+    for (std::size_t bit = 0; bit < count; ++bit)
+        if (const std::size_t now = places ? places->of(bit) : bit; now < selected.size())
+            selected[now] = isIn(mask, bit);
+}
+
+std::string textOf(const std::vector<bool>& selected) {
+    std::string mask;
+    for (std::size_t first = 0; first < selected.size(); first += bitsPerDigit) {
+        int digit = 0;
+        for (std::size_t k = 0; k < bitsPerDigit && first + k < selected.size(); ++k)
+            digit |= selected[first + k] << k;
+        mask += "0123456789ABCDEF"[digit];
+    }
+    return mask;
 }
 
 } // namespace
@@ -121,23 +146,16 @@ bool PassMasks::select(const scene::UserdataElement& links, const std::vector<Bi
     return good;
 }
 
-bool PassMasks::maskOf(const scene::UserdataElement& element, const std::vector<Bit>& bits,
-                       std::string& mask) {
+bool PassMasks::apply(const scene::UserdataElement& element, const std::vector<Bit>& bits,
+                      std::vector<bool>& selected) {
     auto& links = const_cast<PassLinks&>(*reinterpret_cast<const PassLinks*>(element.userdata()->parameters));
-    std::vector<bool> selected(bits.size(), links.n_only == 0);
+    if (links.n_only > 0) selected.assign(bits.size(), false);
     bool good = select(element, bits, arrayElements(links.only, links.i_only), links.n_only, true, selected);
     good &= select(element, bits, arrayElements(links.exclude, links.i_exclude), links.n_exclude, false,
                    selected);
-    good &=
-        select(element, bits, arrayElements(links.include, links.i_include), links.n_include, true, selected);
-    mask.clear();
-    for (std::size_t first = 0; first < selected.size(); first += bitsPerDigit) {
-        int digit = 0;
-        for (std::size_t k = 0; k < bitsPerDigit && first + k < selected.size(); ++k)
-            digit |= selected[first + k] << k;
-        mask += "0123456789ABCDEF"[digit];
-    }
-    return good;
+    return select(element, bits, arrayElements(links.include, links.i_include), links.n_include, true,
+                  selected) &&
+           good;
 }
 
 /// Puts the mask first in the instance's chain, where shaders look for it.
@@ -160,27 +178,43 @@ void PassMasks::give(scene::InstanceElement& instance, const std::string& mask) 
     data.rebuild();
 }
 
-bool PassMasks::resolveLinks(const scene::CameraElement& camera) {
+/// The scene's own mask or links, then those that --passes has put before them.
+bool PassMasks::resolve(scene::InstanceElement& instance, const std::vector<Bit>& bits,
+                        const MaskPlaces* places) {
+    const auto* data = firstData(database_, instance.instance.userdata);
+    if (data && masks_.count(instance.tag) && masks_[instance.tag] == data->tag)
+        data = firstData(database_, data->userdata()->next_data);
+    const scene::UserdataElement* added = nullptr;
+    if (data && data->name.rfind(selectionLinksName, 0) == 0) {
+        added = data;
+        data = firstData(database_, data->userdata()->next_data);
+    }
+    const std::string* const raw = data ? maskIn(database_, *data) : nullptr;
+    const scene::UserdataElement* const links = data ? linksIn(database_, data->tag) : nullptr;
+    if (raw && links)
+        log_.once(
+            "links behind a mask " + instance.name,
+            {LogLevel::Warning, module, 0,
+             fmt::format("instance \"{}\" has a pass mask, \"{}\", so its orcaPassLinks \"{}\" are ignored",
+                         instance.name, data->name, links->name),
+             links->location});
+    const bool isChanged = added || (raw && places);
+    if (raw ? !isChanged : !links && !added) return true;
+
+    std::vector<bool> selected(bits.size(), true);
+    bool good = true;
+    if (raw && !raw->empty()) place(*raw, places, selected);
+    else if (links && !raw) good = apply(*links, bits, selected);
+    if (added) good = apply(*added, bits, selected) && good;
+    if (good) give(instance, textOf(selected));
+    return good;
+}
+
+bool PassMasks::resolveLinks(const scene::CameraElement& camera, const MaskPlaces* places) {
     const std::vector<Bit> bits = bitsOf(camera);
     bool good = true;
-    visitInstances(database_, [&](scene::InstanceElement& instance) {
-        const scene::UserdataElement* const links = linksIn(database_, instance.instance.userdata);
-        if (!links) return;
-        const auto& first = *firstData(database_, instance.instance.userdata);
-        const bool isOwn = masks_.count(instance.tag) && masks_[instance.tag] == first.tag;
-        if (!isOwn && maskIn(database_, first)) {
-            log_.once("links behind a mask " + instance.name,
-                      {LogLevel::Warning, module, 0,
-                       fmt::format(
-                           "instance \"{}\" has a pass mask, \"{}\", so its orcaPassLinks \"{}\" are ignored",
-                           instance.name, first.name, links->name),
-                       links->location});
-            return;
-        }
-        std::string mask;
-        if (!maskOf(*links, bits, mask)) good = false;
-        else give(instance, mask);
-    });
+    visitInstances(database_,
+                   [&](scene::InstanceElement& instance) { good = resolve(instance, bits, places) && good; });
     for (miTag tag = 1; tag < database_.endTag(); ++tag) {
         const auto* object = database_.find<scene::ObjectElement>(tag);
         if (const auto* links = object ? linksIn(database_, object->object.userdata) : nullptr)
@@ -209,14 +243,10 @@ void PassMasks::checkMask(const scene::UserdataElement& data, const std::string&
         return;
     }
     if (bits.empty() || mask.empty()) return;
-    const auto isIn = [&](std::size_t bit) {
-        return bit / bitsPerDigit < mask.size() &&
-               (digitValue(mask[bit / bitsPerDigit]) >> (bit % bitsPerDigit) & 1) != 0;
-    };
     std::vector<std::string> beyond;
     bool isInOne = false;
     for (std::size_t bit = 0; bit < bits.size(); ++bit) {
-        isInOne = isInOne || isIn(bit);
+        isInOne = isInOne || isIn(mask, bit);
         if (bit / bitsPerDigit >= mask.size() && !bits[bit].frameBuffer.empty())
             beyond.push_back(bits[bit].frameBuffer);
     }

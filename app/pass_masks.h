@@ -4,11 +4,23 @@
 #include "scene/database.h"
 #include "scene/elements/elements.h"
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
 
 namespace orca::app {
+
+/// Where the bits of masks are that count only the passes which a scene sets up itself.
+struct MaskPlaces {
+    std::vector<std::size_t> ofRecords; ///< by the number of the scene's record
+    std::size_t count = 0;              ///< of bits, those of utility passes included
+    std::size_t more = 0;               ///< added to the bits behind the records
+
+    [[nodiscard]] std::size_t of(std::size_t bit) const {
+        return bit < ofRecords.size() ? ofRecords[bit] : bit + more;
+    }
+};
 
 /// The pass masks of instances. A mask has a bit for every record of the camera's data block, and behind them
 /// one for the contributionIndex of every utility pass.
@@ -18,7 +30,10 @@ public:
 
     /// Makes masks of the instances' orcaPassLinks for the records of this camera, before every picture.
     /// False when they name passes that there are not, which has been reported.
-    bool resolveLinks(const scene::CameraElement& camera);
+    /// @param places of the bits of the scene's masks, which let in all passes that were added; null: they
+    /// are
+    ///     where they were
+    bool resolveLinks(const scene::CameraElement& camera, const MaskPlaces* places);
     /// Warns of masks that do less than they seem to, each once.
     void check(const scene::CameraElement& camera);
 
@@ -29,7 +44,9 @@ private:
         std::string type; ///< name of the pass type; empty for a utility pass
     };
     [[nodiscard]] std::vector<Bit> bitsOf(const scene::CameraElement& camera) const;
-    bool maskOf(const scene::UserdataElement& links, const std::vector<Bit>& bits, std::string& mask);
+    bool resolve(scene::InstanceElement& instance, const std::vector<Bit>& bits, const MaskPlaces* places);
+    bool apply(const scene::UserdataElement& links, const std::vector<Bit>& bits,
+               std::vector<bool>& selected);
     bool select(const scene::UserdataElement& links, const std::vector<Bit>& bits, const miTag* names,
                 int count, bool included, std::vector<bool>& selected);
     void give(scene::InstanceElement& instance, const std::string& mask);

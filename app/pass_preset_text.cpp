@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pass_preset_text.h"
 
+#include "scene/language/scene_writer.h"
 #include "scene/shader_list.h"
 
 #include <fmt/format.h>
@@ -12,7 +13,8 @@ namespace orca::app {
 namespace {
 
 std::string framebufferText(const scene::FramebufferDefinition& buffer) {
-    std::string text = fmt::format("    framebuffer \"{}\" datatype \"{}\"", buffer.name, buffer.datatype);
+    std::string text =
+        fmt::format("    framebuffer {} datatype \"{}\"", scene::quoted(buffer.name), buffer.datatype);
     if (buffer.user) text += fmt::format(" user {}", *buffer.user ? "on" : "off");
     if (buffer.useopacity) text += " useopacity on";
     return text + "\n";
@@ -39,7 +41,7 @@ std::vector<ListEntry> entriesOf(const scene::Database& database, const std::vec
 
 /// A member without a name is repeated without parameters: an incremental statement leaves those as they are.
 std::string PassPresetText::memberText(const scene::FunctionElement& shader) const {
-    if (!shader.name.empty()) return fmt::format(" = \"{}\"", shader.name);
+    if (!shader.name.empty()) return fmt::format(" = {}", scene::quoted(shader.name));
     const auto changed = switches_.find(shader.tag);
     return fmt::format(" \"{}\" ({} )", shader.declaration->name,
                        changed != switches_.end() ? fmt::format(" \"{}\" on", changed->second) : "");
@@ -61,11 +63,11 @@ std::string PassPresetText::switchText(const std::vector<miTag>& list) const {
             const auto changed = switches_.find(shader.tag);
             if (changed == switches_.end() || entry.head->name.empty()) continue;
             if (!shader.name.empty()) {
-                text += fmt::format("incremental shader \"{}\" \"{}\" ( \"{}\" on )\n", shader.name,
-                                    shader.declaration->name, changed->second);
+                text += fmt::format("incremental shader {} \"{}\" ( \"{}\" on )\n",
+                                    scene::quoted(shader.name), shader.declaration->name, changed->second);
                 continue;
             }
-            text += fmt::format("incremental shader \"{}\" \"{}\" ( )", entry.head->name,
+            text += fmt::format("incremental shader {} \"{}\" ( )", scene::quoted(entry.head->name),
                                 entry.head->declaration->name);
             for (const ListEntry& member : entriesOf(
                      database_, {list.begin() + static_cast<std::ptrdiff_t>(entry.first + 1),
@@ -79,12 +81,26 @@ std::string PassPresetText::switchText(const std::vector<miTag>& list) const {
 
 void PassPresetText::addCamera(const scene::CameraElement& camera,
                                const std::vector<std::string>& framebuffers) {
-    changes_ += fmt::format("incremental camera \"{}\"\n", camera.name);
+    changes_ += fmt::format("incremental camera {}\n", scene::quoted(camera.name));
     for (const scene::FramebufferDefinition& buffer : camera.framebuffers)
         if (std::find(framebuffers.begin(), framebuffers.end(), buffer.name) != framebuffers.end())
             changes_ += framebufferText(buffer);
-    changes_ += fmt::format("    lens{}\n    data \"{}\"\nend camera\n", listText(camera.camera.lens),
-                            database_.get(camera.camera.userdata)->name);
+    changes_ += fmt::format("    lens{}\n    data {}\nend camera\n", listText(camera.camera.lens),
+                            scene::quoted(database_.get(camera.camera.userdata)->name));
+}
+
+void PassPresetText::addMove(const scene::FunctionElement& shader, std::size_t bit) {
+    const std::string& declaration = shader.declaration->name;
+    changes_ += shader.name.empty()
+                    ? fmt::format("# The contributionIndex of the \"{}\" at {} becomes {}.\n", declaration,
+                                  shader.location.text(), bit)
+                    : fmt::format("incremental shader {} \"{}\" ( \"contributionIndex\" {} )\n",
+                                  scene::quoted(shader.name), declaration, bit);
+}
+
+void PassPresetText::addInstance(const scene::InstanceElement& instance) {
+    changes_ += fmt::format("incremental instance {} data {} end instance\n", scene::quoted(instance.name),
+                            scene::quoted(database_.get(instance.instance.userdata)->name));
 }
 
 void PassPresetText::addOptions(const scene::OptionsElement& options, const std::vector<miTag>& before) {
@@ -95,8 +111,8 @@ void PassPresetText::addOptions(const scene::OptionsElement& options, const std:
     const bool hasUnnamed = std::any_of(given.begin(), given.end(),
                                         [](const ListEntry& entry) { return entry.head->name.empty(); });
     if (!hasUnnamed || list.front() == before.front()) {
-        changes_ += fmt::format("incremental options \"{}\"\n    state{}\nend options\n", options.name,
-                                listText(options.options.state_func));
+        changes_ += fmt::format("incremental options {}\n    state{}\nend options\n",
+                                scene::quoted(options.name), listText(options.options.state_func));
         return;
     }
     const auto place = std::find(list.begin(), list.end(), before.front());
@@ -125,7 +141,7 @@ std::string PassPresetText::text(const std::string& shadow) const {
             text += "# A material of a phenomenon, which has no name, is not listed.\n";
             continue;
         }
-        text += fmt::format("incremental material \"{}\"{}{} end material\n", material.name,
+        text += fmt::format("incremental material {}{}{} end material\n", scene::quoted(material.name),
                             shaders_.count(tag) ? listText(material.material.shader) : "",
                             shadows_.count(tag) ? fmt::format(" shadow = \"{}\"", shadow) : "");
     }

@@ -4,6 +4,7 @@
 #include "scene/database.h"
 #include "scene/elements/elements.h"
 
+#include <cstddef>
 #include <map>
 #include <set>
 #include <string>
@@ -28,6 +29,10 @@ public:
     /// Describes the state shaders as they are now.
     /// @param before those that the scene gives
     void addOptions(const scene::OptionsElement& options, const std::vector<miTag>& before);
+    /// A utility shader of the scene got another bit in masks.
+    void addMove(const scene::FunctionElement& shader, std::size_t bit);
+    /// Describes the data of an instance as it is now.
+    void addInstance(const scene::InstanceElement& instance);
     void addShadow(const scene::MaterialElement& material) { shadows_.insert(material.tag); }
     void addShaders(const scene::MaterialElement& material) { shaders_.insert(material.tag); }
 

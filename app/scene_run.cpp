@@ -194,11 +194,12 @@ bool SceneRun::isChosen(int frame) const {
            std::find(command_.frames->begin(), command_.frames->end(), frame) != command_.frames->end();
 }
 
-bool SceneRun::preparePasses(scene::CameraElement& camera, scene::OptionsElement& options) {
+bool SceneRun::preparePasses(const render::PictureElements& elements) {
+    scene::CameraElement& camera = *elements.camera;
     if (!completeNamedPasses(scene_, parserOptions_, parserCallbacks_, camera)) return false;
     if (!checkPassBlock(scene_.database(), camera, log_)) return false;
-    if (preset_ && !preset_->apply(camera, options)) return false;
-    if (!masks_.resolveLinks(camera)) return false;
+    if (preset_ && !preset_->apply(camera, *elements.options, elements.group)) return false;
+    if (!masks_.resolveLinks(camera, preset_ ? preset_->maskPlaces() : nullptr)) return false;
     masks_.check(camera);
     return true;
 }
@@ -224,7 +225,7 @@ bool SceneRun::render(const scene::RenderRequest& request) {
         --skipped_;
         return true;
     }
-    if (!preparePasses(*elements->camera, *elements->options)) {
+    if (!preparePasses(*elements)) {
         fail(exitSceneError);
         return false;
     }

@@ -47,7 +47,7 @@ public:
 
 private:
     /// Makes ready what cameras and options say about passes. False with a message.
-    bool preparePasses(scene::CameraElement& camera, scene::OptionsElement& options);
+    bool preparePasses(const render::PictureElements& elements);
     /// Finds shaders and opens textures, as rendering would. False when something is wrong, which has been
     /// reported.
     bool check();

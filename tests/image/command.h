@@ -5,6 +5,7 @@
 #include "pictures.h"
 
 #include <cstdio>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,33 @@ instance "cam_inst" "cam"  transform 1 0 0 0  0 1 0 0  0 0 1 0  0 0 -4 1  end in
 instgroup "world"  "cam_inst" "card_inst"  end instgroup
 )";
 inline constexpr const char* renderIt = "render \"world\" \"cam_inst\" \"opt\"\n";
+
+/// Values that --pixel printed for a layer.
+inline std::vector<double> layerValues(const std::string& output, const std::string& layer) {
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string name;
+        if (!(words >> name) || name != layer) continue;
+        std::vector<double> values;
+        for (double value; words >> value;) values.push_back(value);
+        return values;
+    }
+    return {};
+}
+
+/// A lit card in front of another; --passes has everything to do.
+inline const std::string litCards = "link \"orca.so\"\n$include <orca.mi>\n" + std::string(grayCard) + R"(
+light "sun" "orcaVelaDirectionalLight" ( "intensity" 1.0, "color" 1 1 1 1, "useRayTraceShadows" on )
+    direction 0 0 -1
+end light
+instance "sun_inst" "sun" end instance
+shader "red" "orcaVelaLambert" ( "color" 0.6 0.2 0.1 1, "diffuse" 1.0 )
+material "red_mtl" "orcaVelaShadingEngine" ( "surfaceShader" "red" ) end material
+instance "front" "card" material "red_mtl" transform 1 0 0 0  0 1 0 0  0 0 1 0  -1 0 -1 1 end instance
+incremental instance "card_inst" material "red_mtl" end instance
+incremental instgroup "world"  "cam_inst" "card_inst" "front" "sun_inst" end instgroup
+)";
 
 struct Command : ::testing::Test {
     /// Runs the command in the test's own directory; `output` receives what it prints, errors included.

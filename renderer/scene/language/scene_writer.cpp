@@ -15,15 +15,6 @@ namespace {
 constexpr std::size_t widest = 110;       // columns; longer tokens have lines of their own
 constexpr std::size_t bytesOfString = 32; // of a byte string
 
-std::string quoted(std::string_view text) {
-    std::string result = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') result += '\\';
-        result += c;
-    }
-    return result + '"';
-}
-
 /// The shortest text that is read as the same number, and as one that is not whole.
 std::string realNumber(float value) {
     std::string text = fmt::format("{}", value);
@@ -32,6 +23,15 @@ std::string realNumber(float value) {
 }
 
 } // namespace
+
+std::string quoted(std::string_view text) {
+    std::string result = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\') result += '\\';
+        result += c;
+    }
+    return result + '"';
+}
 
 std::size_t SceneWriter::column() const {
     const std::size_t newline = statement_.rfind('\n');

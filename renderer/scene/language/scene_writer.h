@@ -8,6 +8,9 @@
 
 namespace orca::scene {
 
+/// A string as scene files have it, between quotation marks.
+[[nodiscard]] std::string quoted(std::string_view text);
+
 struct Token;
 
 /// Writes statements as they are read: one scene file, with all that was included in place, conditionals
