@@ -4,6 +4,7 @@
 #include "advice.h"
 #include "command_documents.h"
 #include "command_options.h"
+#include "denoise_guides.h"
 #include "exit_codes.h"
 #include "frames.h"
 #include "layered_format_words.h"
@@ -192,6 +193,7 @@ void convert(RawOptions& raw, CommandLine& command) {
     command.writesSceneFiles = raw.files == "on";
     convertFormat(raw, command.format);
     convertCheckpoint(raw, command);
+    if (command.denoises) raw.passes.emplace_back(denoiseGuidePasses);
     command.passes = passRequests(raw.passes);
     if (command.dumpsPasses && command.passes.empty())
         throw CLI::ValidationError("--dump-passes", "give the passes with --passes");

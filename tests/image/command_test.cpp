@@ -30,6 +30,7 @@ TEST_F(Command, TellsWrongUsageWithWhatAndWhatToDo) {
         {"a.mi --exr-compression zip:3", 2, {"only dwaa has a level"}},
         {"a.mi --exr-compression dwaa --single-part", 2, {"would round depths"}},
         {"a.mi --exr-type diffuse=double", 2, {"\"diffuse=double\" is not half, float"}},
+        {"a.mi --denoise --part 1/2x1", 2, {"noise is filtered out of whole pictures"}},
         {"a.mi --exr-tiles 64 --part 1/2x1", 2, {"orca-merge joins files of rows only"}},
         {"a.mi -t many", 2, {"many"}},
         {"a.mi -v loud", 2, {"a level from 0"}},

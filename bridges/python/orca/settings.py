@@ -48,7 +48,7 @@ SETTINGS = {
         "premultiply", "desaturate", "dither", "tile size", "texture memory", "limit time", "limit memory", "limit rays")},
     "default light": ("--default-light", _either),
     **{words: ("--" + words.replace(" ", "-"), _flag) for words in (
-        "strict", "render anyway", "portable", "reproducible", "no link")},
+        "strict", "render anyway", "portable", "reproducible", "no link", "denoise")},
     "include": ("--include", _each),
     "library path": ("--library-path", _each),
     "texture path": ("--texture-path", _each),
