@@ -55,7 +55,7 @@ struct CommandLine {
     bool writesSceneFiles = true, writesFiles = true;
     image::LayeredFormat format;
     bool denoises = false, keepsNoisy = false; ///< filter noise out; write the layers as they were too
-    std::optional<int> arraysTo; ///< open file that receives all layers as arrays, for programs
+    std::optional<int> arraysTo;               ///< open file that receives all layers as arrays, for programs
     bool renderAnyway = false;
     std::optional<bool> defaultLight; ///< a light along the view; none: where the scene has no other
     bool strict = false;              ///< what is only warned about otherwise is an error
