@@ -23,6 +23,13 @@ finely() {  # NAME SIZE: the scene's picture with less noise than the scene asks
         --png "$images/$1.png"
 }
 
+noise() {  # NAME SIZE: the scene's picture at four samples a pixel, and without its noise
+    for how in "" --denoise; do
+        "$render" "$root/scenes/$1.mi" --size "$2" --samples 1 1 $how -o "$scratch/noise.exr" --files layers --png "$scratch/noise$how.png"
+    done
+    convert "$scratch/noise.png" "$scratch/noise--denoise.png" +append -quality 92 "$images/denoising.jpg"
+}
+
 sheet() {  # NAME SIZE COLUMNS LAYER...: layers of a scene side by side, each with its name below
     local name=$1 size=$2 columns=$3
     shift 3
@@ -123,6 +130,7 @@ picture dome 480x270
 layers dome 160x90 diffuse reflection
 picture neon 400x225
 as_jpeg neon
+noise neon 400x225
 layers neon 160x90 diffuse specular incandescence reflection
 picture interior 480x270
 as_jpeg interior

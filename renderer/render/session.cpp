@@ -332,7 +332,8 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     if (!settings.sampleRange) film.resolve();
     if (denoiser) {
         tiles.begin(RenderPhase::Denoise);
-        complete = denoiser->run(*result, threads, settings.stop);
+        complete =
+            denoiser->run(film, result->picture().framebuffers(), result->noisy, threads, settings.stop);
     }
     if (complete && !contours.empty()) drawContours(frame, *result, contours, threads);
     if (complete && !settings.sampleRange && !options.no_output)

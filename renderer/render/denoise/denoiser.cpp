@@ -60,9 +60,8 @@ Denoiser::Denoiser(const DenoiseSettings& settings, const Film& film) : settings
         }
 }
 
-bool Denoiser::run(FrameResult& result, int threads, const std::atomic<bool>* stop) const {
-    Film& film = result.film();
-    const image::FramebufferSet& buffers = result.picture().framebuffers();
+bool Denoiser::run(Film& film, const image::FramebufferSet& buffers, std::vector<float>& noisy, int threads,
+                   const std::atomic<bool>* stop) const {
     FilterInput input{film.window().width(),
                       film.window().height(),
                       film.finishedWords(),
@@ -88,7 +87,7 @@ bool Denoiser::run(FrameResult& result, int threads, const std::atomic<bool>* st
     std::vector<float> filtered(film.finishedWords().size());
     if (!filterJointly(input, filtered, threads, stop)) return false;
     film.finishedWords().swap(filtered);
-    if (settings_.keepsNoisy) result.noisy = std::move(filtered);
+    if (settings_.keepsNoisy) noisy = std::move(filtered);
     return true;
 }
 

@@ -3,7 +3,6 @@
 
 #include "render/denoise/denoise_settings.h"
 #include "render/film/film.h"
-#include "render/frame_result.h"
 
 #include <atomic>
 #include <vector>
@@ -18,9 +17,10 @@ public:
     /// Takes what the film knows about its noise, before it is resolved.
     Denoiser(const DenoiseSettings& settings, const Film& film);
 
-    /// Changes the layers of the finished picture. False when it was stopped; the layers are as they were
-    /// then.
-    bool run(FrameResult& result, int threads, const std::atomic<bool>* stop) const;
+    /// Changes the layers of the resolved film. False when it was stopped; the layers are as they were then.
+    /// @param noisy receives the film's words as they were, where the settings keep them
+    bool run(Film& film, const image::FramebufferSet& buffers, std::vector<float>& noisy, int threads,
+             const std::atomic<bool>* stop) const;
 
 private:
     const DenoiseSettings& settings_;
