@@ -119,7 +119,7 @@ sheet light_links 240x135 3 main diffuse specular diffuseKeyVase diffuseKeyFruit
     diffuseFillFruit diffuseFillGround diffuseRimVase diffuseRimFruit diffuseRimGround
 picture lagoon 480x202
 picture contours 640x360
-finely_baked baked_light 480x270 1000
+finely_baked baked_light 480x270 256
 picture stage 640x320
 layers stage 160x80 diffuse specular shadow cameraDepth
 picture lantern 640x320
