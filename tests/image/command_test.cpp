@@ -368,10 +368,11 @@ TEST_F(Command, StopsWhenAskedAndLeavesNoHalfFile) {
     scene("a.mi", grayCard + std::string(renderIt));
     // The signal comes when the first progress line shows that tiles are being rendered.
     scene("stop.sh",
-          fmt::format("'{}' a.mi --size 300x300 --samples 6 6 --tile-size 8 -v 5 $* >log 2>&1 & render=$!\n"
-                      "until grep -q 'frame 1: .*elapsed' log || ! kill -0 $render; do sleep 0.05; done\n"
-                      "kill -TERM $render; wait $render; code=$?; cat log; exit $code\n",
-                      build_paths::renderCommand));
+          fmt::format(
+              ": >log; '{}' a.mi --size 300x300 --samples 6 6 --tile-size 8 -v 5 $* >log 2>&1 & render=$!\n"
+              "until grep -q 'frame 1: .*elapsed' log || ! kill -0 $render; do sleep 0.05; done\n"
+              "kill -TERM $render; wait $render; code=$?; cat log; exit $code\n",
+              build_paths::renderCommand));
     expectCalls({{"--version; sh stop.sh", 143, {"interrupted:"}}});
     EXPECT_EQ(directory.fileCount(), 3u); // scene, script, log
     expectCalls({{"--version; sh stop.sh --checkpoint 1000",
