@@ -3,6 +3,7 @@
 
 #include "checkpoint_description.h"
 #include "exit_codes.h"
+#include "layered_format_words.h"
 #include "picture_identity.h"
 
 #include "image/picture_file.h"
@@ -61,11 +62,15 @@ bool Checkpoints::isFinished(const PictureFiles& files, const render::Checkpoint
     const bool sameSamples = samples == picture->text.end()
                                  ? wanted == identity.end()
                                  : wanted != identity.end() && samples->second == wanted->second;
+    const auto stored = picture->text.find(formatKey);
+    const bool sameFormat =
+        textOf(command_.format) == (stored == picture->text.end() ? std::string() : stored->second);
     const auto& [xl, yl, xh, yh] = picture->window;
-    if (hash == picture->text.end() || hash->second != hashOf(identity) || !sameSamples ||
+    if (hash == picture->text.end() || hash->second != hashOf(identity) || !sameSamples || !sameFormat ||
         fmt::format("{} {} {} {}", xl, yl, xh, yh) != identity.at("window")) {
         log_.warning("MAIN",
-                     "\"{}\" is of another scene, options, window or version: frame {} is rendered again",
+                     "\"{}\" is of another scene, options, window, kind of file or version: frame {} is "
+                     "rendered again",
                      files.layered, frame);
         return false;
     }

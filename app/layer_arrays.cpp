@@ -247,6 +247,8 @@ int developArrays(const CommandLine& command, Log& log) {
     try {
         ReadArrays arrays(command.developed, log);
         image::PictureFrame frame = arrays.frame();
+        if (const std::string format = textOf(command.format); !format.empty())
+            frame.metadata[formatKey] = format;
         frame.threads = command.threads > 0 ? command.threads : tbb::this_task_arena::max_concurrency();
         if (const std::string fault =
                 faultOfFormat(command.format, image::layeredBuffers(arrays.framebuffers()));

@@ -42,6 +42,19 @@ std::string parseTypes(const std::vector<std::string>& words, image::LayeredForm
     return {};
 }
 
+std::string textOf(const image::LayeredFormat& format) {
+    std::string text;
+    if (format.layout == image::PartLayout::SinglePart) text += " --single-part";
+    const image::ExrCompression& compression = format.compression;
+    if (compression.word != image::ExrCompression().word) text += " --exr-compression " + compression.word;
+    if (compression.word == "dwaa") text += fmt::format(":{}", compression.level);
+    for (const auto& [layer, half] : format.half)
+        text += fmt::format(" --exr-type {}{}{}", layer, layer.empty() ? "" : "=", half ? "half" : "float");
+    if (format.isTiled()) text += fmt::format(" --exr-tiles {}", format.tileSize);
+    if (format.mipMaps) text += " --exr-mip-maps";
+    return text.empty() ? text : text.substr(1);
+}
+
 std::string faultOfFormat(const image::LayeredFormat& format,
                           const std::vector<const image::Buffer*>& layers) {
     for (const auto& [name, half] : format.half) {

@@ -7,6 +7,7 @@
 #include "exit_codes.h"
 #include "frames.h"
 #include "installation.h"
+#include "layered_format_words.h"
 #include "mesh_import.h"
 #include "named_passes.h"
 #include "overrides.h"
@@ -379,6 +380,7 @@ void SceneRun::describe(render::FrameResult& result, int frame,
     metadata["pictureHash"] = hashOf(identity);
     metadata["camera"] = camera.name;
     metadata["samples"] = fmt::format("{} {}", options.min_samples, options.max_samples);
+    if (const std::string format = textOf(command_.format); !format.empty()) metadata[formatKey] = format;
     if (command_.portable) metadata["arithmetic"] = identity.at("arithmetic");
     if (!command_.reproducible) {
         metadata[image::renderSecondsKey] = static_cast<float>(result.statistics.renderSeconds);

@@ -26,7 +26,7 @@ from scenes import BY_NAME, scene_named
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 # From previews to finals: samples and contrast.
-ORCA_SETTINGS = [("0 2", 0.1), ("0 3", 0.1), ("0 4", 0.05), ("1 4", 0.02)]
+ORCA_SETTINGS = [("0 2", 0.2), ("0 2", 0.1), ("0 3", 0.1), ("0 4", 0.05), ("1 4", 0.02)]
 CYCLES_SAMPLES = [4, 16, 64, 256]
 REFERENCE_OF_GATHERED = {"finalgather accuracy": "4000", "finalgather presample density": "0"}
 

@@ -106,11 +106,13 @@ TEST_F(Parts, OfTheSamplesNeedTheSameNumberInEveryPixel) {
 TEST_F(Parts, AreSkippedOnlyWhenTheyAreCompleteAndTheSame) {
     const std::string part = "card.mi" + std::string(options) + "-o a.exr --window ",
                       skip = " --skip-existing -v 4 ",
-                      another = "of another scene, options, window or version";
+                      another = "of another scene, options, window, kind of file or version";
     expectCalls({{part + "0 0 29 20", 0, {}},
                  {part + "0 0 29 20 --tile-size 8" + skip, 0, {"\"a.exr\" is complete"}},
                  {part + "0 0 29 20 --png a.png" + skip, 0, {}},
                  {part + "0 0 30 20" + skip, 0, {another}},
+                 {part + "0 0 30 20 --trace off --exr-type float" + skip, 0, {another}},
+                 {part + "0 0 30 20 --trace off --exr-type float" + skip, 0, {"\"a.exr\" is complete"}},
                  {part + "0 0 30 20 --trace off" + skip, 0, {another}}});
     EXPECT_TRUE(exists("a.png")); // not skipped, as it was missing
     std::string other = grayCard + std::string(renderIt);
