@@ -29,7 +29,7 @@ TEST(JointFilter, TakesNoiseAwayAndNothingElse) {
     constexpr float noise = 0.05f;
     std::mt19937 random(1);
     std::normal_distribution<float> normal(0.0f, noise);
-    constexpr std::size_t words = 8; // a noisy colour, half of it, a guide and a word to be left alone
+    constexpr std::size_t words = 8; // a noisy colour, half of it, two guides: the colour and a depth
     std::vector<float> pixels;
     const auto side = [](int x) { return x < width / 2 ? 0.3f : 0.5f; };
     for (int y = 0; y < height; ++y)
@@ -37,7 +37,7 @@ TEST(JointFilter, TakesNoiseAwayAndNothingElse) {
             for (int c = 0; c < 3; ++c) pixels.push_back(side(x) + normal(random));
             pixels.push_back(0.5f * pixels[pixels.size() - 3]);
             pixels.insert(pixels.end(), 3, side(x));
-            pixels.push_back(static_cast<float>(x));
+            pixels.push_back(10.0f + 0.3f * static_cast<float>(x) + (x < width / 2 ? 0.0f : 20.0f));
         }
     render::FilterInput input{width,
                               height,
@@ -46,21 +46,25 @@ TEST(JointFilter, TakesNoiseAwayAndNothingElse) {
                               0,
                               std::vector<float>(3 * width * height, 4 * noise * noise),
                               std::vector<float>(width * height, 4.0f),
-                              {{render::GuideKind::Color, 4}},
+                              {},
                               {{0, 4}}};
     std::vector<float> filtered(pixels.size());
-    ASSERT_TRUE(filterJointly(input, filtered, 2, nullptr));
-    double error = 0.0, besideEdge = 0.0;
-    for (std::size_t i = 0; i < width * height; ++i) {
-        const int x = static_cast<int>(i) % width;
-        const float* const pixel = &filtered[i * words];
-        error += std::pow(pixel[0] - side(x), 2.0);
-        if (x == width / 2 - 1) besideEdge += pixel[0] - side(x);
-        ASSERT_NEAR(pixel[3], 0.5f * pixel[0], 1e-6f);
-        for (std::size_t w = 4; w < words; ++w) ASSERT_EQ(pixel[w], pixels[i * words + w]);
+    for (const render::FilterGuide guide : {render::FilterGuide{render::GuideKind::Color, 4},
+                                            render::FilterGuide{render::GuideKind::Depth, 7}}) {
+        input.guides = {guide};
+        ASSERT_TRUE(filterJointly(input, filtered, 2, nullptr));
+        double error = 0.0, besideEdge = 0.0;
+        for (std::size_t i = 0; i < width * height; ++i) {
+            const int x = static_cast<int>(i) % width;
+            const float* const pixel = &filtered[i * words];
+            error += std::pow(pixel[0] - side(x), 2.0);
+            if (x == width / 2 - 1) besideEdge += pixel[0] - side(x);
+            ASSERT_NEAR(pixel[3], 0.5f * pixel[0], 1e-6f);
+            for (std::size_t w = 4; w < words; ++w) ASSERT_EQ(pixel[w], pixels[i * words + w]);
+        }
+        EXPECT_LT(std::sqrt(error / (width * height)), 0.25 * noise);
+        EXPECT_NEAR(besideEdge / height, 0.0, 0.25 * noise);
     }
-    EXPECT_LT(std::sqrt(error / (width * height)), 0.25 * noise);
-    EXPECT_NEAR(besideEdge / height, 0.0, 0.25 * noise);
 
     input.variance.assign(input.variance.size(), 0.0f); // nothing is known to be noise
     ASSERT_TRUE(filterJointly(input, filtered, 2, nullptr));
