@@ -138,7 +138,7 @@ void readEnd(Imf::MultiPartInputFile& file, int number) {
         return;
     }
     Imf::TiledInputPart part(file, number);
-    int level = part.numLevels() - 1, levelY = level;
+    int level = part.numLevels() - 1, levelY = level; // the library takes references to all of them
     int x = part.numXTiles(level) - 1, y = part.numYTiles(level) - 1;
     part.rawTileData(x, y, level, levelY, bytes, count);
 }

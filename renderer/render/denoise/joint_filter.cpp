@@ -82,7 +82,7 @@ public:
           bottom_(bottom),
           width_(std::min(tileSize, input.width - left)),
           height_(std::min(tileSize, input.height - bottom)),
-          planes_(planesOf(input), tileSize + 2 * margin),
+          planes_(firstGuide + planesOfGuide * static_cast<int>(input.guides.size()), tileSize + 2 * margin),
           weights_(static_cast<std::size_t>(width_ * height_ * neighbours)) {
         load(variance);
     }
@@ -95,15 +95,6 @@ public:
     }
 
 private:
-    static int planesOf(const FilterInput& input) {
-        int planes = firstGuide;
-        for (const FilterGuide& guide : input.guides) planes += planesOf(guide);
-        return planes;
-    }
-    /// A depth, and by how much it changes from a pixel to the next in x and in y; the others, three
-    /// channels.
-    static int planesOf(const FilterGuide&) { return 3; }
-
     [[nodiscard]] const float* pixelAt(int x, int y) const {
         const auto column = static_cast<std::size_t>(std::clamp(x, 0, input_.width - 1));
         const auto row = static_cast<std::size_t>(std::clamp(y, 0, input_.height - 1));
@@ -139,7 +130,7 @@ private:
                             planes_.row(plane + c, y)[x] =
                                 scale * pixel[guide.word + static_cast<std::size_t>(c)];
                     }
-                    plane += planesOf(guide);
+                    plane += planesOfGuide;
                 }
             }
     }
@@ -169,7 +160,7 @@ private:
                 for (int c = 0; c < 3; ++c) distance += (here(c) - there(c)) * (here(c) - there(c));
             }
             largest = std::max(largest, distance);
-            plane += planesOf(guide);
+            plane += planesOfGuide;
         }
         return largest;
     }
@@ -244,6 +235,8 @@ private:
     }
 
     static constexpr int firstGuide = 6; // after the colour and its noise
+    // Three channels, or a depth and by how much it changes from a pixel to the next in x and in y.
+    static constexpr int planesOfGuide = 3;
     static constexpr float farApart = 20.0f;
 
     const FilterInput& input_;
