@@ -20,6 +20,7 @@ json describe(const image::Buffer& buffer) {
             {"type", static_cast<int>(buffer.type)},
             {"source", static_cast<int>(buffer.source)},
             {"filtering", buffer.filtering},
+            {"idSlots", buffer.idSlots},
             {"primary", buffer.primary},
             {"user", buffer.user},
             {"premultiplied", buffer.premultiplied},
@@ -33,6 +34,7 @@ image::Buffer bufferFrom(const json& described) {
     buffer.type = static_cast<miImg_type>(described.at("type").get<int>());
     buffer.source = static_cast<image::BuiltinSource>(described.at("source").get<int>());
     buffer.filtering = described.at("filtering");
+    buffer.idSlots = described.value("idSlots", 0);
     buffer.primary = described.at("primary");
     buffer.user = described.at("user");
     buffer.premultiplied = described.at("premultiplied");

@@ -105,6 +105,7 @@ std::string headOf(const std::vector<PlacedLayer>& layers, const render::FrameRe
     const json head{{"picture", json::parse(describePicture(result.picture(), {}, frame))},
                     {"metadata", described(picture.metadata)},
                     {"layerMetadata", layerMetadata},
+                    {"idMetadata", described(picture.idMetadata)},
                     {"pixelAspect", picture.pixelAspect},
                     {"layers", list}};
     const std::string text = head.dump(-1, ' ', false, json::error_handler_t::replace);
@@ -174,6 +175,7 @@ public:
         frame_.metadata = metadataFrom(head.at("metadata"));
         for (const auto& [name, metadata] : head.at("layerMetadata").items())
             frame_.layerMetadata[name] = metadataFrom(metadata);
+        frame_.idMetadata = metadataFrom(head.value("idMetadata", json::object()));
         head.at("pixelAspect").get_to(frame_.pixelAspect);
         for (const json& layer : head.at("layers")) take(layer.at("buffer"), layer.at("offset"));
     }

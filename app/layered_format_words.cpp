@@ -2,6 +2,7 @@
 #include "layered_format_words.h"
 
 #include "base/nearest_name.h"
+#include "image/cryptomatte.h"
 
 #include <fmt/format.h>
 
@@ -70,6 +71,8 @@ std::string faultOfFormat(const image::LayeredFormat& format,
         }
         if ((*layer)->type == miIMG_TYPE_TAG)
             return fmt::format("layer \"{}\" holds labels, which are stored as whole numbers", name);
+        if (image::isCryptomatte(**layer) && half)
+            return fmt::format("layer \"{}\" holds ids, which half numbers would round", name);
     }
     return {};
 }

@@ -38,6 +38,8 @@ constexpr PassListDescription lists[] = {
      "what denoisers take: beauty, albedo, normal, cameraDepth, motionVector2D"},
     {"relight", Content::Lights, "",
      "a layer light_NAME for each light, and rest; they add up to the picture"},
+    {"crypto", Content::Listed, "CryptoObject,CryptoMaterial,CryptoAsset",
+     "mattes by name for compositors: object, material and asset"},
     {"objects", Content::Objects, "", "a mask object_NAME for each member of the scene's group"},
 };
 
@@ -63,7 +65,14 @@ constexpr PassDescription utility[] = {
      "orcaPassBackground", ", \"source\" 0", true},
     {"lamps", -1, color, 0, "area lights that are seen themselves", "orcaPassBackground", ", \"source\" 1",
      true},
-    {"label", -1, "tag", 0, "label (tag) of the instance or object", "", ""},
+    {"label", -1, "tag", 0, "label (tag) of the instance or object, else the id of the instance's name", "",
+     ""},
+};
+
+constexpr PassDescription mattes[] = {
+    {"CryptoObject", -1, "crypto_object", 0, "ids of instances' names and their coverage", "", ""},
+    {"CryptoMaterial", -1, "crypto_material", 0, "the same of materials", "", ""},
+    {"CryptoAsset", -1, "crypto_asset", 0, "the same of the outermost instances", "", ""},
 };
 
 } // namespace
@@ -74,6 +83,14 @@ std::span<const PassDescription> materialPasses() {
 
 std::span<const PassDescription> utilityPasses() {
     return utility;
+}
+
+std::span<const PassDescription> mattePasses() {
+    return mattes;
+}
+
+std::array<std::span<const PassDescription>, 3> allPasses() {
+    return {materialPasses(), utilityPasses(), mattePasses()};
 }
 
 std::span<const PassListDescription> passLists() {
@@ -87,7 +104,7 @@ const PassListDescription* findPassList(std::string_view name) {
 }
 
 const PassDescription* findPass(std::string_view name) {
-    for (const std::span<const PassDescription> passes : {materialPasses(), utilityPasses()}) {
+    for (const std::span<const PassDescription> passes : allPasses()) {
         const auto found =
             std::find_if(passes.begin(), passes.end(), [&](const auto& pass) { return pass.name == name; });
         if (found != passes.end()) return &*found;
@@ -97,17 +114,17 @@ const PassDescription* findPass(std::string_view name) {
 
 std::string nearestPassName(std::string_view name) {
     std::vector<std::string_view> names;
-    for (const PassDescription& pass : material) names.push_back(pass.name);
-    for (const PassDescription& pass : utility) names.push_back(pass.name);
+    for (const std::span<const PassDescription> passes : allPasses())
+        for (const PassDescription& pass : passes) names.push_back(pass.name);
     return orca::nearestName(name, names);
 }
 
 std::string passTable() {
     std::string table;
-    for (const PassDescription& pass : material)
-        table += fmt::format("{:>4}  {:<29} {:<8} {}\n", pass.type, pass.name, pass.datatype, pass.meaning);
-    for (const PassDescription& pass : utility)
-        table += fmt::format("{:>4}  {:<29} {:<8} {}\n", "-", pass.name, pass.datatype, pass.meaning);
+    for (const std::span<const PassDescription> passes : allPasses())
+        for (const PassDescription& pass : passes)
+            table += fmt::format("{:>4}  {:<29} {:<8} {}\n", pass.type < 0 ? "-" : std::to_string(pass.type),
+                                 pass.name, pass.datatype, pass.meaning);
     for (const PassListDescription& list : lists)
         table += fmt::format("{:>4}  {:<29} {:<8} {}\n", "", list.name, "several", list.meaning);
     return table;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <span>
 #include <string>
 #include <string_view>
@@ -23,6 +24,10 @@ struct PassDescription {
 [[nodiscard]] std::span<const PassDescription> materialPasses();
 /// Passes of geometry: depth, normals, motion and the like.
 [[nodiscard]] std::span<const PassDescription> utilityPasses();
+/// Passes of ids, each with several layers.
+[[nodiscard]] std::span<const PassDescription> mattePasses();
+/// All of these, in this order.
+[[nodiscard]] std::array<std::span<const PassDescription>, 3> allPasses();
 /// A name of `--passes` that stands for several layers.
 struct PassListDescription {
     enum class Content { Materials, Utilities, Listed, Lights, Objects };

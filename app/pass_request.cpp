@@ -2,6 +2,7 @@
 #include "pass_request.h"
 
 #include "base/nearest_name.h"
+#include "image/cryptomatte.h"
 
 #include <fmt/format.h>
 
@@ -62,7 +63,7 @@ bool isPattern(std::string_view text) {
 /// The pass or preset that was most likely meant.
 std::string nearestRequest(std::string_view name) {
     std::vector<std::string_view> names;
-    for (const auto& passes : {materialPasses(), utilityPasses()})
+    for (const auto& passes : allPasses())
         for (const PassDescription& pass : passes) names.push_back(pass.name);
     for (const PassListDescription& list : passLists()) names.push_back(list.name);
     return nearestName(name, names);
@@ -145,6 +146,10 @@ void apply(PassRequest& request, const Option& option) {
     const PassDescription& pass = *request.pass;
     if (option.first == "name") {
         request.layer = option.second;
+    } else if (option.first == "ranks" && image::cryptomatteType(pass.datatype)) {
+        request.datatype = fmt::format("{}_{}", pass.datatype, option.second);
+        if (!image::cryptomatteType(request.datatype))
+            refuse("\"ranks\" is an even number from 2 to 16, not \"{}\"", option.second);
     } else if (option.first == "light") {
         if (pass.type < 0) refuse("pass \"{}\" holds no light, so \"light\" says nothing", pass.name);
         request.lights = split(option.second, '|');
@@ -194,7 +199,7 @@ private:
     void add(const Item& item) {
         if (isPattern(item.name)) {
             bool any = false;
-            for (const auto& passes : {materialPasses(), utilityPasses()})
+            for (const auto& passes : allPasses())
                 for (const PassDescription& pass : passes)
                     if (fitsPattern(std::string(pass.name), {item.name})) {
                         refuseName(item);

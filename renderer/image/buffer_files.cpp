@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "image/cryptomatte.h"
 #include "image/exr_file.h"
 #include "image/file_in_place.h"
 #include "image/image_formats.h"
@@ -81,10 +82,15 @@ private:
 };
 
 /// A file with a single buffer has the plain channel names that every viewer shows.
-ExrPart exrPart(const std::vector<Wanted>& wanted, const Layers& layers) {
+ExrPart exrPart(const std::vector<Wanted>& wanted, const Layers& layers, const Metadata& ofIds) {
     ExrPart part;
     if (const std::string& word = wanted.front().buffer->compression; !word.empty())
         part.compression.word = word;
+    if (std::any_of(wanted.begin(), wanted.end(),
+                    [](const Wanted& each) { return isCryptomatte(*each.buffer); })) {
+        part.keyedMetadata = ofIds;
+        if (!part.compression.isLossless()) part.compression = {}; // a rounded id is another one
+    }
     for (const Wanted& each : wanted) {
         const std::vector<std::string> names =
             wanted.size() == 1 ? bareChannelNames(*each.buffer) : channelNames(*each.buffer);
@@ -147,7 +153,7 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
     }
     for (const auto& [path, wanted] : layersOfExr) {
         try {
-            writeExr(path, frame, {exrPart(wanted, shown)});
+            writeExr(path, frame, {exrPart(wanted, shown, frame.idMetadata)});
             log.write(LogLevel::Progress, "IMG", "wrote \"{}\"", path);
         } catch (const std::exception& failure) {
             log.error("IMG", "cannot write \"{}\": {}", path, failure.what());

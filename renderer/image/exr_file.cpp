@@ -93,7 +93,7 @@ Imf::Header headerOf(const PictureFrame& frame, const ExrPart& part, const ExrTi
     for (const ExrChannel& channel : part.channels)
         header.channels().insert(channel.name, Imf::Channel(pixelTypeOf(channel.storage)));
     Imf::addChromaticities(header, {}); // Rec. 709
-    for (const Metadata* metadata : {&frame.metadata, &part.metadata})
+    for (const Metadata* metadata : {&frame.metadata, &part.metadata, &part.keyedMetadata})
         for (const auto& [key, value] : *metadata) addTo(header, key, value);
     return header;
 }

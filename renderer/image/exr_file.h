@@ -23,6 +23,7 @@ struct ExrPart {
     std::vector<ExrChannel> channels;
     Metadata metadata;
     ExrCompression compression;
+    Metadata keyedMetadata{}; ///< as metadata, under keys that stay as they are where parts are merged
 };
 
 /// How the parts of a file are cut.

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/framebuffers.h"
 
+#include "image/cryptomatte.h"
+#include "image/id_table.h"
 #include "image/image_types.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
@@ -30,10 +34,13 @@ int qualityOf(const std::string& text) {
 }
 
 constexpr const char* typeHelp =
-    "use one of rgb, rgba, a, s (with _16, _h or _fp where wanted), rgbe, z, n, m, tag, coverage, contour";
+    "use one of rgb, rgba, a, s (with _16, _h or _fp where wanted), rgbe, z, n, m, tag, coverage, contour, "
+    "crypto_object, crypto_material, crypto_asset (with _2, _4 to _16 for more or fewer than 6 ids)";
 
 /// Data type of buffers for contour lines: colours that the renderer draws.
 constexpr std::string_view contourType = "contour";
+
+constexpr std::size_t idsOfLayer = 2; // pairs of an id and its weight in a colour
 
 } // namespace
 
@@ -85,6 +92,7 @@ FramebufferSet::FramebufferSet(std::vector<Buffer> buffers, Log& log)
         Buffer& buffer = buffers_[i];
         buffer.components = componentCount(buffer.type);
         if (buffer.components < 1) throw std::invalid_argument("a frame buffer has an unknown type");
+        checkIdTable(i);
         indexOf_[buffer.name] = i;
         if (buffer.primary && isColor(buffer.type)) primary_ = static_cast<int>(i);
     }
@@ -103,7 +111,58 @@ Buffer& FramebufferSet::add(std::string name, miImg_type type) {
     return buffers_.back();
 }
 
+/// Of described buffers: the table of ids that begins with one is in buffers that there are.
+void FramebufferSet::checkIdTable(std::size_t first) const {
+    const auto slots = static_cast<std::size_t>(buffers_[first].idSlots);
+    if (slots == 0) return;
+    bool isWhole =
+        slots <= mostIdSlots && slots % idsOfLayer == 0 && first + slots / idsOfLayer <= buffers_.size();
+    for (std::size_t i = first; isWhole && i < first + slots / idsOfLayer; ++i)
+        isWhole = isCryptomatte(buffers_[i]) && buffers_[i].type == miIMG_TYPE_RGBA_FP &&
+                  (i == first || buffers_[i].idSlots == 0);
+    if (!isWhole) throw std::invalid_argument("a frame buffer begins a table of ids that does not end");
+}
+
+/// The layers of one statement: as many as hold its ids.
+void FramebufferSet::addCryptomatte(const scene::FramebufferDefinition& statement) {
+    const CryptomatteType type = *cryptomatteType(statement.datatype);
+    if (statement.primary)
+        log_.errorAt(
+            statement.location, module,
+            "frame buffer \"{}\" is marked primary but holds ids: the primary buffer must be a colour",
+            statement.name);
+    if (statement.filtering.has_value() || statement.user.value_or(false))
+        log_.warningAt(statement.location, module,
+                       "frame buffer \"{}\" holds ids, which the renderer weights by the pixel filter: "
+                       "\"filtering\" and \"user\" have no effect",
+                       statement.name);
+    const int layers = type.ranks / static_cast<int>(idsOfLayer);
+    for (int level = 0; level < layers; ++level) {
+        const std::string name = fmt::format("{}{:02}", statement.name, level);
+        if (!find(name)) continue;
+        log_.errorAt(statement.location, module,
+                     "frame buffer \"{}\" holds ids in a layer \"{}\", which is another frame buffer already",
+                     statement.name, name);
+        return;
+    }
+    for (int level = 0; level < layers; ++level) {
+        Buffer& buffer = add(fmt::format("{}{:02}", statement.name, level), miIMG_TYPE_RGBA_FP);
+        buffer.source = type.source;
+        buffer.idSlots = level == 0 ? type.ranks : 0;
+        buffer.filtering = false;
+        buffer.premultiplied = true;
+        buffer.filename = statement.filename;
+        buffer.filetype = statement.filetype;
+        buffer.compression = statement.compression;
+        buffer.dpi = std::max(0, statement.dpi);
+    }
+}
+
 void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement) {
+    if (cryptomatteType(statement.datatype)) {
+        addCryptomatte(statement);
+        return;
+    }
     const bool isContour = statement.datatype == contourType;
     const miImg_type type = isContour ? miIMG_TYPE_RGBA_FP : imageType(statement.datatype);
     if (type == miIMG_TYPE_INVALID) {

@@ -15,7 +15,21 @@
 namespace orca::image {
 
 /// What the renderer itself puts into a buffer that no shader fills.
-enum class BuiltinSource { None, Color, Depth, Normal, Motion, Label, Coverage, Alpha, Intensity, Contour };
+enum class BuiltinSource {
+    None,
+    Color,
+    Depth,
+    Normal,
+    Motion,
+    Label,
+    Coverage,
+    Alpha,
+    Intensity,
+    Contour,
+    CryptoObject, ///< these three: ids of what is seen, see cryptomatte.h
+    CryptoMaterial,
+    CryptoAsset
+};
 
 /// A file that an `output` statement writes from a buffer.
 struct OutputFile {
@@ -39,6 +53,8 @@ struct OutputShaders {
 struct Buffer {
     int sampleOffset = 0; ///< first word in a sample's values
     int components = 4;   ///< 32-bit words that mi_fb_put and mi_fb_get exchange
+    int idSlots = 0; ///< of the table of ids (see id_table.h) that begins with this buffer's words and goes
+                     ///< on in those of the buffers after it; 0: no table begins here
     BuiltinSource source = BuiltinSource::None;
     miImg_type type = miIMG_TYPE_RGBA_FP;
     bool filtering = true; ///< false: a pixel takes one sample's value
@@ -110,6 +126,8 @@ private:
     Buffer* findForChange(const char* name);
     Buffer& add(std::string name, miImg_type type);
     void addStatement(const scene::FramebufferDefinition& statement);
+    void checkIdTable(std::size_t first) const;
+    void addCryptomatte(const scene::FramebufferDefinition& statement);
     void addNumbered(const scene::NumberedFramebuffer& statement);
     Buffer& contourBuffer();
     void addOutput(const scene::OutputStatement& statement);

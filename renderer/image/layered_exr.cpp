@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "image/cryptomatte.h"
 #include "image/exr_file.h"
 #include "image/image_types.h"
 
@@ -11,9 +12,9 @@ namespace {
 
 constexpr std::string_view beautyName = "beauty";
 
-/// An unfiltered colour holds data (a position, a normal) that half numbers would round.
+/// An unfiltered colour holds data (a position, a normal, ids) that half numbers would round.
 bool isFilteredColor(const Buffer& buffer) {
-    return isColor(buffer.type) && buffer.filtering;
+    return isColor(buffer.type) && buffer.filtering && !isCryptomatte(buffer);
 }
 
 ExrChannel::Storage storageInLayeredFile(const Buffer& buffer, const LayeredFormat& format) {
@@ -41,6 +42,14 @@ std::string partName(const Buffer& buffer, std::span<const Buffer* const> buffer
     return taken ? buffer.name : std::string(beautyName);
 }
 
+Metadata idMetadataOf(const Buffer& buffer, const PictureFrame& frame) {
+    const std::string key = cryptomatteKey(cryptomatteName(buffer));
+    Metadata own;
+    for (const auto& [name, value] : frame.idMetadata)
+        if (name.starts_with(key)) own[name] = value;
+    return own;
+}
+
 ExrPart partOf(const Layer& layer, const PartDescription& description, const PictureFrame& frame,
                const LayeredFormat& format) {
     ExrPart part{description.name, {}, {}, {}};
@@ -51,6 +60,8 @@ ExrPart partOf(const Layer& layer, const PartDescription& description, const Pic
         part.compression = format.compression;
     if (const auto own = frame.layerMetadata.find(layer.buffer->name); own != frame.layerMetadata.end())
         part.metadata = own->second;
+    if (layer.buffer->primary) part.keyedMetadata = frame.idMetadata;
+    else if (layer.buffer->idSlots > 0) part.keyedMetadata = idMetadataOf(*layer.buffer, frame);
     return part;
 }
 
@@ -61,6 +72,7 @@ ExrPart mergedPart(const std::vector<ExrPart>& parts) {
     for (const ExrPart& part : parts) {
         merged.channels.insert(merged.channels.end(), part.channels.begin(), part.channels.end());
         for (const auto& [key, value] : part.metadata) merged.metadata[part.name + "." + key] = value;
+        merged.keyedMetadata.insert(part.keyedMetadata.begin(), part.keyedMetadata.end());
     }
     return merged;
 }

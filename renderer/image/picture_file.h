@@ -50,8 +50,9 @@ struct PictureFrame {
     ColorEncoding encoding; ///< of files of whole numbers
     Metadata metadata;      ///< of the whole file
     std::map<std::string, Metadata> layerMetadata; ///< by layer name
-    float pixelAspect = 1.0f;                      ///< width / height of a pixel
-    int threads = 1;                               ///< that may compress a file
+    Metadata idMetadata;      ///< of the picture and of layers of ids (see cryptomatte.h), not of all layers
+    float pixelAspect = 1.0f; ///< width / height of a pixel
+    int threads = 1;          ///< that may compress a file
     const std::atomic<bool>* stop = nullptr; ///< when set, a file being written is given up; null: never
 
     [[nodiscard]] int windowWidth() const { return window.xh - window.xl + 1; }
@@ -126,7 +127,7 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
 
 /// Writes a layer as an 8-bit picture to look at, without alpha: colours by the frame's encoding, with the
 /// sRGB curve where its gamma is 1; vectors from -1..1 and numbers from their range in the picture mapped to
-/// 0..1. The format follows the extension, see `previewFormat`.
+/// 0..1; ids in false colours. The format follows the extension, see `previewFormat`.
 bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer, Log& log);
 
 /// The image library's word for the format that `writePreview` writes under a name: PNG without an extension.

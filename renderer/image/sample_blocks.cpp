@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/sample_blocks.h"
 
+#include "image/cryptomatte.h"
+
 #include <fmt/format.h>
 
 namespace orca::image {
@@ -25,6 +27,7 @@ std::string textOf(SampleRange range, unsigned samples) {
 }
 
 Accumulation accumulationOf(const Buffer& buffer) {
+    if (isCryptomatte(buffer)) return Accumulation::Ids;
     if (buffer.filtering && buffer.type != miIMG_TYPE_TAG) return Accumulation::Mean;
     return buffer.type == miIMG_TYPE_Z ? Accumulation::NearestDepth : Accumulation::Closest;
 }

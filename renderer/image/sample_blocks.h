@@ -36,9 +36,10 @@ struct SampleRange {
 
 /// What a pixel keeps of its samples' values.
 enum class Accumulation {
-    Mean,        ///< weighted by the pixel filter
-    Closest,     ///< that of the sample closest to the pixel's centre, the first of equally close ones
-    NearestDepth ///< the nearest surface inside the pixel; as Closest while no sample is inside
+    Mean,         ///< weighted by the pixel filter
+    Closest,      ///< that of the sample closest to the pixel's centre, the first of equally close ones
+    NearestDepth, ///< the nearest surface inside the pixel; as Closest while no sample is inside
+    Ids           ///< weights of ids, each added up by itself, weighted by the pixel filter
 };
 [[nodiscard]] Accumulation accumulationOf(const Buffer& buffer);
 

@@ -30,11 +30,13 @@ constexpr char halfMean = 'h';
 constexpr char floatMean = 'f';
 constexpr char closest = 'c';
 constexpr char nearestDepth = 'z';
+constexpr char weightedIds = 'i';
 
 char letterOf(const ExrChannel& channel) {
     switch (accumulationOf(*channel.layer->buffer)) {
     case Accumulation::Closest: return closest;
     case Accumulation::NearestDepth: return nearestDepth;
+    case Accumulation::Ids: return weightedIds;
     case Accumulation::Mean: break;
     }
     return channel.storage == ExrChannel::Storage::Half ? halfMean : floatMean;
@@ -95,6 +97,7 @@ Accumulation accumulationOf(char letter) {
     case floatMean: return Accumulation::Mean;
     case closest: return Accumulation::Closest;
     case nearestDepth: return Accumulation::NearestDepth;
+    case weightedIds: return Accumulation::Ids;
     default: fail();
     }
 }
@@ -190,9 +193,10 @@ SumsFile sumsFile(const std::string& path, const std::vector<Imf::Header>& heade
         std::vector<int>& parts = file.blocks.back().parts;
         SumsFile::Part part = finishedPart(headers[i], name);
         const Imf::Header& weights = headers[static_cast<std::size_t>(file.blocks.back().weights)];
-        const bool areMeans = std::all_of(part.channels.begin(), part.channels.end(),
-                                          [](Accumulation each) { return each == Accumulation::Mean; });
-        if (!areMeans && !weights.channels().findChannel(distanceChannel)) fail();
+        const bool areSums = std::all_of(part.channels.begin(), part.channels.end(), [](Accumulation each) {
+            return each == Accumulation::Mean || each == Accumulation::Ids;
+        });
+        if (!areSums && !weights.channels().findChannel(distanceChannel)) fail();
         if (file.blocks.size() == 1) file.finished.push_back(std::move(part));
         else if (parts.size() >= file.finished.size() ||
                  part.channels != file.finished[parts.size()].channels)

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "image/summed_ids.h"
 #include "image/sums_file.h"
 #include "image/to_half.h"
 
@@ -17,15 +18,21 @@ namespace {
 
 /// Rows of one block, or of several added up.
 struct SummedRows {
-    SummedRows(const Imf::Header& sums, const Imf::Header& ofWeights)
-        : values(sums.channels(), sums.dataWindow().min.x, sums.dataWindow().max.x),
-          weights(ofWeights.channels(), sums.dataWindow().min.x, sums.dataWindow().max.x) {}
+    SummedRows(const std::vector<Imf::InputPart>& sums, const Imf::Header& ofWeights)
+        : weights(ofWeights.channels(), ofWeights.dataWindow().min.x, ofWeights.dataWindow().max.x) {
+        for (const Imf::InputPart& part : sums)
+            parts.emplace_back(part.header().channels(), part.header().dataWindow().min.x,
+                               part.header().dataWindow().max.x);
+    }
 
     // The channels of `weights` are in order of their names.
     [[nodiscard]] float* distance() { return weights.planes() > 1 ? weights.numbers<float>(0) : nullptr; }
     [[nodiscard]] float* weight() { return weights.numbers<float>(weights.planes() - 1); }
 
-    Rows values, weights;
+    [[nodiscard]] Rows& values() { return parts.front(); }
+
+    std::vector<Rows> parts; // first the part itself, then those that hold the rest of its tables of ids
+    Rows weights;
 };
 
 class SumsSource final : public RowSource {
@@ -34,14 +41,19 @@ public:
         : RowSource(rowsOf(files.front().finished[static_cast<std::size_t>(part)].header)),
           channels_(files.front().finished[static_cast<std::size_t>(part)].channels),
           all_{0, files.front().samples} {
+        const std::vector<int> parts = partsWithTables(files.front(), part);
+        tables_ = idTablesIn(files.front(), parts);
         for (const SumsFile& file : files) {
             files_.push_back(std::make_unique<Imf::MultiPartInputFile>(file.path.c_str()));
-            for (const SumsFile::Block& block : file.blocks)
-                blocks_.emplace(block.samples.first,
-                                Block{block.samples,
-                                      file.path,
-                                      {*files_.back(), block.weights},
-                                      {*files_.back(), block.parts[static_cast<std::size_t>(part)]}});
+            for (const SumsFile::Block& block : file.blocks) {
+                Block& opened =
+                    blocks_
+                        .emplace(block.samples.first,
+                                 Block{block.samples, file.path, {*files_.back(), block.weights}, {}})
+                        .first->second;
+                for (const int each : parts)
+                    opened.sums.emplace_back(*files_.back(), block.parts[static_cast<std::size_t>(each)]);
+            }
         }
     }
 
@@ -60,7 +72,8 @@ private:
     struct Block {
         SampleRange samples;
         std::string path;
-        Imf::InputPart weights, sums;
+        Imf::InputPart weights;
+        std::vector<Imf::InputPart> sums;
     };
 
     static Rows rowsOf(const Imf::Header& header) {
@@ -71,7 +84,7 @@ private:
     SummedRows& level(std::size_t depth) {
         while (levels_.size() <= depth) {
             Block& any = blocks_.begin()->second;
-            levels_.push_back(std::make_unique<SummedRows>(any.sums.header(), any.weights.header()));
+            levels_.push_back(std::make_unique<SummedRows>(any.sums, any.weights.header()));
         }
         return *levels_[depth];
     }
@@ -95,8 +108,10 @@ private:
         try {
             block.weights.setFrameBuffer(to.weights.slices(top_));
             block.weights.readPixels(first_, last_);
-            block.sums.setFrameBuffer(to.values.slices(top_));
-            block.sums.readPixels(first_, last_);
+            for (std::size_t part = 0; part < block.sums.size(); ++part) {
+                block.sums[part].setFrameBuffer(to.parts[part].slices(top_));
+                block.sums[part].readPixels(first_, last_);
+            }
         } catch (const std::exception& problem) {
             throw std::runtime_error(fmt::format("\"{}\" is damaged: {}", block.path, problem.what()));
         }
@@ -106,9 +121,16 @@ private:
     void add(SummedRows& later, SummedRows& sum) const {
         const float *const distance = later.distance(), *const weight = later.weight();
         float* const keptDistance = sum.distance();
+        for (const IdPlanes& table : tables_)
+            for (std::size_t i = begin_; i < end_; ++i) {
+                IdWords words = table.at(sum.parts, i);
+                addIds(words.data(), table.at(later.parts, i).data(), table.slots.size(), 1.0f);
+                table.put(words, sum.parts, i);
+            }
         for (std::size_t p = 0; p < channels_.size(); ++p) {
-            const float* const from = later.values.numbers<float>(p);
-            float* const to = sum.values.numbers<float>(p);
+            if (channels_[p] == Accumulation::Ids) continue;
+            const float* const from = later.values().numbers<float>(p);
+            float* const to = sum.values().numbers<float>(p);
             if (channels_[p] == Accumulation::Mean) {
                 for (std::size_t i = begin_; i < end_; ++i) to[i] += from[i];
                 continue;
@@ -126,8 +148,14 @@ private:
     /// Makes pixels of sums.
     void finish(SummedRows& sum) {
         const float* const weight = sum.weight();
+        for (const IdPlanes& table : tables_)
+            for (std::size_t i = begin_; i < end_; ++i) {
+                IdWords words = table.at(sum.parts, i);
+                finishIds(words.data(), table.slots.size(), weight[i]);
+                table.put(words, sum.parts, i);
+            }
         for (std::size_t p = 0; p < channels_.size(); ++p) {
-            const float* const from = sum.values.numbers<float>(p);
+            const float* const from = sum.values().numbers<float>(p);
             if (channels_[p] != Accumulation::Mean) {
                 std::memcpy(rows.numbers<float>(p) + begin_, from + begin_, (end_ - begin_) * sizeof *from);
                 continue;
@@ -141,6 +169,7 @@ private:
     }
 
     const std::vector<Accumulation>& channels_;
+    std::vector<IdPlanes> tables_;
     SampleRange all_;
     std::vector<std::unique_ptr<Imf::MultiPartInputFile>> files_;
     std::map<unsigned, Block> blocks_; // by their first sample

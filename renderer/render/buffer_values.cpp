@@ -2,6 +2,7 @@
 #include "render/buffer_values.h"
 
 #include "render/context/render_context.h"
+#include "render/context/seen_surfaces.h"
 
 #include <cstddef>
 #include <cstring>
@@ -50,6 +51,7 @@ miBoolean getBuffer(const miState* state, int index, void* value) noexcept {
 
 void setOpacity(const miState* state, const miColor& opacity) noexcept {
     RenderContext& context = renderContextOf(state);
+    if (context.seen && !context.holdsOpacity) context.seen->setOpacity(*state, opacity);
     if (!mayHoldOpacity(context, state)) return;
     context.opacity = opacity;
     context.opacitySet = true;
@@ -57,6 +59,11 @@ void setOpacity(const miState* state, const miColor& opacity) noexcept {
 
 miBoolean getOpacity(const miState* state, miColor& opacity) noexcept {
     const RenderContext& context = renderContextOf(state);
+    if (context.seen && !context.holdsOpacity) {
+        const miColor* const held = context.inEyeSample ? context.seen->opacityOf(*state) : nullptr;
+        if (held) opacity = *held;
+        return held ? miTRUE : miFALSE;
+    }
     if (!mayHoldOpacity(context, state) || !context.opacitySet) return miFALSE;
     opacity = context.opacity;
     return miTRUE;

@@ -10,7 +10,9 @@ namespace orca::render {
 miBoolean putBuffer(const miState* state, int index, const void* value) noexcept;
 miBoolean getBuffer(const miState* state, int index, void* value) noexcept;
 
-/// The opacity of the layer that the rasterizer shades; only its eye states hold one. False when none is set.
+/// The opacity of the layer that the rasterizer shades, and, where it is recorded what eye samples see, of
+/// the surface that is being shaded (opaque until it is set). No other states hold one. False when there is
+/// none.
 void setOpacity(const miState* state, const miColor& opacity) noexcept;
 miBoolean getOpacity(const miState* state, miColor& opacity) noexcept;
 

@@ -10,6 +10,7 @@
 #include "render/checkpoint/checkpoint_writer.h"
 #include "render/checkpoint/render_state.h"
 #include "render/context/frame.h"
+#include "render/context/scene_ids.h"
 #include "render/contours.h"
 #include "render/denoise/denoiser.h"
 #include "render/displacement_calls.h"
@@ -132,6 +133,26 @@ void displace(geometry::SceneGeometry& geometry, const FrameParts& parts,
     DisplacementCalls calls(frame, threads);
     geometry.finish(geometry::viewOf(frame.camera, frame.placement.start().fromWorld), std::ref(calls),
                     &options);
+}
+
+enum class IdUse { None, Labels, Seen };
+IdUse useOfIds(const image::FramebufferSet& set) {
+    IdUse use = IdUse::None;
+    for (const image::Buffer& buffer : set.buffers()) {
+        if (image::isCryptomatte(buffer)) return IdUse::Seen;
+        if (buffer.source == image::BuiltinSource::Label) use = IdUse::Labels;
+    }
+    return use;
+}
+
+/// What files say of layers with ids: with the layers themselves, and with the picture, where some programs
+/// look for it.
+void describeIds(const SceneIds& ids, const image::FramebufferSet& set, image::PictureFrame& frame) {
+    for (const image::Buffer& buffer : set.buffers()) {
+        if (buffer.idSlots == 0) continue;
+        frame.idMetadata.merge(
+            image::cryptomatteMetadata(image::cryptomatteName(buffer), ids.manifest(buffer.source)));
+    }
 }
 
 /// A picture that can only be black is rarely intended.
@@ -295,6 +316,12 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     if (picture.options.lightMaps != scene::LightMaps::Off)
         lightMaps = makeLightMaps(parts, film, state, settings, threads);
     if (parts.gather.spacing > 0) parts.gatherCaches = &gatherCaches;
+    std::optional<SceneIds> ids;
+    if (const IdUse use = useOfIds(picture.framebuffers()); use != IdUse::None) {
+        parts.ids = &ids.emplace(database_, geometry, lights);
+        parts.recordsSeen = use == IdUse::Seen;
+        describeIds(*ids, result->picture().framebuffers(), result->frame());
+    }
     const Frame frame(parts);
     const auto conclude = [&](RayCounts rays, bool complete) {
         exitShaders(frame);

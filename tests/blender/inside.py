@@ -284,6 +284,55 @@ def case_motion_vectors_without_blur():
 
 # --- the process ---
 
+# A pane before a wall, in units of pixels: the pane lets three quarters through, and each ends in the middle of a pixel.
+MATTED = """
+link "velabase.so" link "orca.so"
+$include <velabase.mi>
+$include <orca.mi>
+options "opt" object space samples 2 2 end options
+camera "eye" framebuffer "main" datatype "rgba_fp" primary on resolution 16 8 aspect 2 focal infinity aperture 16 end camera
+shader "thin lambert" "orcaVelaLambert" ( "transparency" 0.75 0.75 0.75 1 )
+material "thin" "orcaVelaShadingEngine" ( "surfaceShader" "thin lambert" ) end material
+shader "bright lambert" "orcaVelaLambert" ( "incandescence" 1 1 1 1 )
+material "bright" "orcaVelaShadingEngine" ( "surfaceShader" "bright lambert" ) end material
+object "pane" visible trace group -7.5 -4 1 0 -4 1 0 4 1 -7.5 4 1 v 0 v 1 v 2 v 3 p "thin" 0 1 2 3 end group end object
+object "wall" visible trace group -4 -4 0 4.25 -4 0 4.25 4 0 -4 4 0 v 0 v 1 v 2 v 3 p "bright" 0 1 2 3 end group end object
+instance "the pane" "pane" end instance
+instance "\\"the\\" wall" "wall" end instance
+instance "eye here" "eye" transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 -10 1 end instance
+instgroup "all" "eye here" "the pane" "\\"the\\" wall" end instgroup
+render "all" "eye here" "opt"
+"""
+
+
+def case_mattes_of_a_file_by_name():
+    made.fresh()
+    scene = bpy.context.scene
+    (FOLDER / "matted.mi").write_text(MATTED)
+    subprocess.run([BUILD / "bin" / "orca-render", "matted.mi", "--no-default-light", "--passes", "crypto", "-o", "matted.exr"], cwd=FOLDER, check=True)
+    scene.render.resolution_x, scene.render.resolution_y, scene.render.resolution_percentage = 16, 8, 100
+    behind_the_pane = [0] * 4 + [0.75] * 4 + [1] * 4 + [0.25] + [0] * 3
+    mattes = {("CryptoObject", '"the" wall'): behind_the_pane, ("CryptoMaterial", "bright"): behind_the_pane,
+              ("CryptoAsset", "the pane"): [0.125] + [0.25] * 7 + [0] * 8}
+    nodes, links = scene.node_tree.nodes, scene.node_tree.links
+    nodes.clear()
+    target, composite = nodes.new("CompositorNodeOutputFile"), nodes.new("CompositorNodeComposite")
+    target.base_path, target.format.file_format, target.format.color_depth = str(FOLDER), "OPEN_EXR", "32"
+    target.file_slots.clear()
+    picture = bpy.data.images.load(str(FOLDER / "matted.exr"))
+    for layer, name in mattes:
+        node = nodes.new("CompositorNodeCryptomatteV2")
+        node.source, node.image = "IMAGE", picture
+        node.layer_name, node.matte_id = layer, name
+        target.file_slots.new(layer)
+        links.new(node.outputs["Matte"], target.inputs[layer])
+        links.new(node.outputs["Matte"], composite.inputs["Image"])
+    bpy.ops.render.render()
+    for (layer, name), expected in mattes.items():
+        seen = made.read(FOLDER / f"{layer}{scene.frame_current:04d}.exr")[..., 0]
+        check(numpy.abs(seen - numpy.array(expected)).max() < 1e-6, f"the matte of {name} in {layer} is {seen[4]}")
+
+
 def case_stop_keeps_what_is_rendered():
     scene, _ = sunny_room()
     scene.orca.samples_min = scene.orca.samples_max = 7

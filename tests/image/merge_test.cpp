@@ -49,7 +49,9 @@ TEST_F(Parts, JoinToTheFileOfTheWholePicture) {
 struct SampleRanges : Parts, ::testing::WithParamInterface<const char*> {
     void SetUp() override {
         std::string camera = grayCard;
-        camera.insert(camera.find("    resolution"), "    framebuffer \"labels\" datatype \"tag\"\n");
+        camera.insert(camera.find("    resolution"),
+                      "    framebuffer \"labels\" datatype \"tag\"\n"
+                      "    framebuffer \"ids\" datatype \"crypto_object_4\"\n");
         scene("card.mi", camera + std::string(renderIt));
     }
     int range(const std::string& range, const std::string& file, const std::string& more = "") {

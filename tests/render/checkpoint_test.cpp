@@ -19,7 +19,8 @@ TestScene sphereOnFloor(const std::string& samples, const std::string& options) 
     scene.extraOptions = "contrast 0.05 0.05 0.05 0.05 " + options;
     scene.passes = {"beauty", "diffuse", "shadow"};
     scene.cameraStatements = "framebuffer \"depth\" datatype \"z\"\n"
-                             "framebuffer \"labels\" datatype \"tag\"\n";
+                             "framebuffer \"labels\" datatype \"tag\"\n"
+                             "framebuffer \"ids\" datatype \"crypto_object_2\"\n";
     scene.contents = lambert("grey", "\"color\" 0.5 0.6 0.7 1, \"diffuse\" 1") +
                      card("floor", "grey", 0, 0, 0, 8) + card("board", "grey", 0.4f, 0.3f, 1, 0.7f) +
                      pointLight("lamp", "\"lightRadius\" 0.4, \"shadowRays\" 4", 2, 1, 4);
@@ -55,7 +56,7 @@ private:
 };
 
 void expectSame(const RenderedScene& a, const RenderedScene& b) {
-    for (const char* buffer : {"main", "beauty", "diffuse", "shadow", "depth", "labels"}) {
+    for (const char* buffer : {"main", "beauty", "diffuse", "shadow", "depth", "labels", "ids00"}) {
         const std::vector<float> left = a.words(buffer), right = b.words(buffer);
         ASSERT_EQ(left.size(), right.size());
         EXPECT_EQ(std::memcmp(left.data(), right.data(), left.size() * sizeof(float)), 0) << buffer;

@@ -56,6 +56,17 @@ DLLEXPORT miBoolean testFlat(miColor* result, miState* state, ColorParameters* p
     return miTRUE;
 }
 
+/// A foil whose alpha says how much it covers; it tells the renderer no opacity.
+DLLEXPORT miBoolean testFoil(miColor* result, miState* state, ColorParameters* parameters) {
+    const miColor foil = *mi_eval_color(&parameters->color);
+    miColor behind{};
+    mi_trace_transparent(&behind, state);
+    const float through = 1.0f - foil.a;
+    *result = {foil.r * foil.a + through * behind.r, foil.g * foil.a + through * behind.g,
+               foil.b * foil.a + through * behind.b, foil.a + through * behind.a};
+    return miTRUE;
+}
+
 /// Output: the length of all contour lines as red of the picture's first pixel, their number as green.
 DLLEXPORT miBoolean testLineLength(void*, miState* state, void*) {
     miColor sum = {0, 0, 0, 1};

@@ -38,6 +38,7 @@ declare shader color "testHaze" ( color "color" default 1 1 1 1 ) end declare
 declare shader color "testPlainLight" ( color "color" default 1 1 1 1 ) end declare
 declare shader color "testMirror" ( color "color" default 1 1 1 1 ) end declare
 declare shader color "testFlat" ( color "color" default 1 1 1 1 ) apply texture, material end declare
+declare shader color "testFoil" ( color "color" default 1 1 1 1 ) end declare
 declare shader geometry "testCards" ( material "material", integer "fault" ) apply geometry end declare
 declare shader color "testNotANumber" ( ) end declare
 declare shader color "testFails" ( ) end declare

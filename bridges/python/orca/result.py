@@ -54,7 +54,7 @@ class Result(collections.abc.Mapping):
         left, bottom, right, top = self.window = tuple(head["picture"]["window"])
         self.width, self.height = right - left + 1, top - bottom + 1
         self.size = tuple(head["picture"]["size"])
-        self.metadata = metadata_from(head["metadata"])
+        self.metadata = metadata_from({**head["idMetadata"], **head["metadata"]})
         self.camera_to_world = self.metadata.get("cameraToWorld")
         self.messages = list(messages)
         self._about = {layer["name"]: layer for layer in head["layers"]}

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "image/formats/library_formats.h"
 
+#include "image/cryptomatte.h"
 #include "image/exr_file.h"
 #include "image/file_in_place.h"
 #include "image/image_types.h"
@@ -73,6 +74,19 @@ Raster encodedRasterOf(const PictureFrame& frame, const Layer& layer, int channe
     return rasterOf(frame, layer, channels, [&](float* to, const float* from) {
         const miColor color = encoded({from[0], from[1], from[2], from[3]}, encoding, channels == 4);
         std::copy_n(&color.r, channels, to);
+    });
+}
+
+/// Of a layer of ids: a colour for each, mixed by their weights.
+Raster falseColorRasterOf(const PictureFrame& frame, const Layer& layer) {
+    return rasterOf(frame, layer, 3, [](float* to, const float* from) {
+        for (const float* pair : {from, from + 2}) {
+            const miColor color = falseColor(pair[0]);
+            const float weight = pair[0] == 0.0f ? 0.0f : pair[1];
+            to[0] += weight * color.r;
+            to[1] += weight * color.g;
+            to[2] += weight * color.b;
+        }
     });
 }
 
@@ -224,6 +238,11 @@ bool LibraryFormats::writeImageFile(const std::string& path, const std::string& 
                   path, layer.buffer->name);
         return false;
     }
+    if (isCryptomatte(*layer.buffer)) {
+        log.error("IMG", "cannot write \"{}\": frame buffer \"{}\" holds ids, which only exr files can hold",
+                  path, layer.buffer->name);
+        return false;
+    }
     const int channels = fileChannels(format, *layer.buffer);
     const bool integers = !stored.is_floating_point() && stored.basetype != OIIO::TypeDesc::UINT32;
     const bool colors = integers && isColor(type) && layer.buffer->components == 4;
@@ -255,8 +274,9 @@ bool LibraryFormats::writePreview(const std::string& path, const std::string& fo
     const bool color = isColor(layer.buffer->type);
     ColorEncoding encoding = frame.encoding;
     encoding.clip = scene::ColorClip::Raw; // there is no alpha to keep
-    Raster raster =
-        color ? encodedRasterOf(frame, layer, 3, encoding) : rasterOf(frame, layer, layer.buffer->components);
+    Raster raster = isCryptomatte(*layer.buffer) ? falseColorRasterOf(frame, layer)
+                    : color                      ? encodedRasterOf(frame, layer, 3, encoding)
+                                                 : rasterOf(frame, layer, layer.buffer->components);
     if (color) {
         if (encoding.gamma == 1.0f)
             for (float& value : raster.values) value = sRgb(value);

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/camera/eye_sample.h"
 
+#include "image/id_table.h"
 #include "render/camera/eye_ray.h"
 #include "render/camera/rasterizer.h"
 #include "render/camera/state_shaders.h"
+#include "render/context/scene_ids.h"
+#include "render/context/seen_surfaces.h"
 
 #include <algorithm>
 #include <bit>
@@ -44,6 +47,16 @@ void dropNotFinite(RenderContext& context) {
     }
 }
 
+/// The weights of the ids that the sample sees, from the nearest surface on.
+void fillIds(const RenderContext& context, const image::Buffer& buffer, float* table) {
+    if (!context.frame.ids || !context.seen) return;
+    for (const SeenSurface& surface : context.seen->surfaces()) {
+        const float id = context.frame.ids->of(buffer.source, surface);
+        if (id != 0.0f && surface.weight != 0.0f)
+            image::addId(table, static_cast<std::size_t>(buffer.idSlots), id, surface.weight);
+    }
+}
+
 /// Built-in buffers get what the renderer knows of the first hit.
 void fillBuiltinBuffers(RenderContext& context, const miColor& color) {
     const PrimaryHit& primary = context.primary;
@@ -64,6 +77,11 @@ void fillBuiltinBuffers(RenderContext& context, const miColor& color) {
         case image::BuiltinSource::Motion: std::memcpy(words, &primary.motion, sizeof primary.motion); break;
         case image::BuiltinSource::Label: std::memcpy(words, &primary.label, sizeof primary.label); break;
         case image::BuiltinSource::Coverage: *words = primary.hit ? 1.0f : 0.0f; break;
+        case image::BuiltinSource::CryptoObject:
+        case image::BuiltinSource::CryptoMaterial:
+        case image::BuiltinSource::CryptoAsset:
+            if (buffer->idSlots > 0) fillIds(context, *buffer, words);
+            break;
         }
     }
 }
@@ -100,6 +118,7 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const Pixel
     state.time =
         frame.options.motion && close > open ? open + (close - open) * context.sampler.eye(EyeTime) : open;
     setEyeRay(context);
+    if (context.seen) context.seen->begin();
 
     miColor color{};
     const bool finished = withoutShaderExceptions(context, [&] {
@@ -107,6 +126,8 @@ void renderEyeSample(RenderContext& context, int pixelX, int pixelY, const Pixel
         else shadeEyeSample(context, color);
     });
     if (!finished) color = {};
+    if (context.seen && !finished) context.seen->begin(); // nothing, not what it saw until then
+    if (context.seen) context.seen->end(color);
     context.store.endSample();
 
     std::memcpy(context.sampleWords.data() + frame.primaryBuffer.sampleOffset, &color, sizeof color);

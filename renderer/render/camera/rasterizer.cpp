@@ -4,6 +4,7 @@
 #include "geometry/ray_origin.h"
 #include "render/camera/eye_ray.h"
 #include "render/camera/state_shaders.h"
+#include "render/context/seen_surfaces.h"
 
 #include <algorithm>
 
@@ -85,6 +86,7 @@ void rasterizeEyeSample(RenderContext& context, miColor& color) {
         if (weighs) weightByOpacity(context, transmitted, isBackground);
         context.holdsOpacity = false;
 
+        if (context.seen) context.seen->endLayer(transmitted);
         const miColor solid{1.0f, 1.0f, 1.0f, 1.0f};
         composite(color, transmitted, delivered ? layer : miColor{},
                   hit && context.opacitySet ? context.opacity : solid);

@@ -2,6 +2,7 @@
 #include "render/context/frame.h"
 
 #include "image/image_types.h"
+#include "render/context/scene_ids.h"
 #include "scene/elements/elements.h"
 
 namespace orca::render {
@@ -24,6 +25,10 @@ Frame::Frame(const FrameParts& parts)
             materialByTag_.resize(tag + 1);
             materialByTag_[tag] = &element->material;
         }
+}
+
+miUint Frame::labelOf(const miState& state) const {
+    return state.label != 0 || !ids ? state.label : ids->labelOf(state.hit_instance);
 }
 
 Transform Frame::cameraToNdc() const {

@@ -25,6 +25,7 @@ namespace orca::render {
 class GatherCaches;
 class LightProfiles;
 class MeshEmitters;
+class SceneIds;
 class ShadowMaps;
 
 /// What a frame is made from. Everything that is referred to outlives the frame.
@@ -47,6 +48,8 @@ struct FrameParts {
     const ShadowMaps* shadowMaps = nullptr;     ///< null: shadows are traced
     const MeshEmitters* meshEmitters = nullptr; ///< null: lights with the shapes of objects are off
     const GatherCaches* gatherCaches = nullptr; ///< filled by the prepass; null: every sample gathers
+    const SceneIds* ids = nullptr;              ///< of what is seen; null where no frame buffer shows them
+    bool recordsSeen = false;                   ///< what eye samples see is recorded
 };
 
 /// Everything that stays the same while one picture is rendered. Complete once it is made, shared by all
@@ -78,6 +81,8 @@ public:
         const std::uint32_t index = meshInstanceByTag_.of(instance);
         return index == TagIndex::none ? nullptr : &meshInstances[index];
     }
+    /// The label of what a state hit: the scene's, else the id of its name.
+    [[nodiscard]] miUint labelOf(const miState& state) const;
     /// Null for an unknown tag.
     [[nodiscard]] const miMaterial* materialOf(miTag material) const {
         return material < materialByTag_.size() ? materialByTag_[material] : nullptr;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/context/render_context.h"
 
+#include "render/context/seen_surfaces.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -36,6 +38,7 @@ RenderContext::RenderContext(const Frame& renderFrame, int threadNumber)
       written(bufferCount) {
     for (const image::Buffer& buffer : renderFrame.framebuffers.buffers())
         bufferPlaces.push_back({buffer.sampleOffset, buffer.components});
+    if (renderFrame.recordsSeen) seen = std::make_unique<SeenSurfaces>();
     base.version = miSHADER_INTERFACE_VERSION;
     base.camera_inst = renderFrame.cameraInstance;
     // Not const in the interface, but read-only to shaders.
@@ -53,6 +56,8 @@ RenderContext::RenderContext(const Frame& renderFrame, int threadNumber)
     base.tex_list = slot(0).textureCoordinates.data();
     base.ext = static_cast<CallContext*>(this);
 }
+
+RenderContext::~RenderContext() = default;
 
 void RenderContext::resetBase() {
     miState& state = base;

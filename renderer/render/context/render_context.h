@@ -19,6 +19,7 @@ namespace orca::render {
 class HitObserver;
 class OutputImages;
 class PendingGatherRecords;
+class SeenSurfaces;
 struct ContourSegment;
 
 /// What `miQ_SAMPLE_PHASE` answers. Passes are written in the image phase alone.
@@ -90,6 +91,9 @@ struct BufferPlace {
 /// One rendering thread's working state.
 struct RenderContext : shading::CallContext {
     RenderContext(const Frame& renderFrame, int threadNumber);
+    ~RenderContext();
+    RenderContext(const RenderContext&) = delete;
+    RenderContext& operator=(const RenderContext&) = delete;
 
     const Frame& frame;
     miState base;       ///< the base state; every other state derives from it
@@ -106,6 +110,7 @@ struct RenderContext : shading::CallContext {
     bool inEyeSample = false;              ///< false: frame-buffer values are discarded
 
     HitObserver* hitObserver = nullptr; ///< null: nothing wants to know
+    std::unique_ptr<SeenSurfaces> seen; ///< of the current eye sample; null: nothing wants to know
     PrimaryHit primary;
     float eyeStart = 0.0f; ///< rasterizer: distance of the layer last shaded
     std::uint32_t skipInstance = geometry::nothing, skipTriangle = geometry::nothing;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/film/film.h"
 
+#include "image/id_table.h"
 #include "render/film/sample_steps.h"
 
 #include <algorithm>
@@ -24,6 +25,11 @@ std::span<const image::Buffer> shownBuffers(const image::FramebufferSet& framebu
     return std::span(framebuffers.buffers()).subspan(1);
 }
 
+/// Values of one sample, not sums.
+constexpr bool isUnfiltered(image::Accumulation kind) {
+    return kind == image::Accumulation::Closest || kind == image::Accumulation::NearestDepth;
+}
+
 /// Words that sums have besides those of the buffers: weight, steps, deviations, distance.
 constexpr std::size_t ownWords(bool hasUnfiltered) {
     return 2 + colorWords + (hasUnfiltered ? 1 : 0);
@@ -41,7 +47,11 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window,
           offsetOf(framebuffers.buffers()[static_cast<std::size_t>(framebuffers.primaryIndex())])) {
     for (const image::Buffer& buffer : shownBuffers(framebuffers)) {
         const int first = static_cast<int>(offsetOf(buffer));
-        if (const image::Accumulation kind = image::accumulationOf(buffer); kind != image::Accumulation::Mean)
+        const image::Accumulation kind = image::accumulationOf(buffer);
+        if (kind == image::Accumulation::Ids) {
+            if (buffer.idSlots > 0)
+                idTables_.push_back({offsetOf(buffer), static_cast<std::size_t>(buffer.idSlots)});
+        } else if (kind != image::Accumulation::Mean)
             unfiltered_.push_back({kind, offsetOf(buffer), buffer.components});
         else if (!filtered_.empty() && filtered_.back().first + filtered_.back().count == first)
             filtered_.back().count += buffer.components;
@@ -64,7 +74,7 @@ std::size_t Film::bytesNeeded(const image::FramebufferSet& framebuffers, const P
     bool hasUnfiltered = false;
     for (const image::Buffer& buffer : shownBuffers(framebuffers)) {
         words += static_cast<std::size_t>(buffer.components);
-        hasUnfiltered = hasUnfiltered || image::accumulationOf(buffer) != image::Accumulation::Mean;
+        hasUnfiltered = hasUnfiltered || isUnfiltered(image::accumulationOf(buffer));
     }
     return blocks * (words + ownWords(hasUnfiltered)) * sizeof(float) * pixelsIn(sampled);
 }
@@ -77,6 +87,8 @@ void Film::add(float* sums, const PixelFilter::Placement& placement, const float
         float* const to = sums + range.first;
         for (int w = 0; w < range.count; ++w) to[w] += placement.weight * from[w];
     }
+    for (const IdTable& table : idTables_)
+        image::addIds(sums + table.first, values + table.first, table.slots, placement.weight);
     if (!unfiltered_.empty())
         addUnfiltered(sums, std::max(std::abs(placement.x), std::abs(placement.y)), values);
 }
@@ -98,6 +110,8 @@ void Film::addSums(float* sums, const float* later) const {
     sums[weightAt_] += later[weightAt_];
     for (const WordRange& range : filtered_)
         for (int w = range.first; w < range.first + range.count; ++w) sums[w] += later[w];
+    for (const IdTable& table : idTables_)
+        image::addIds(sums + table.first, later + table.first, table.slots, 1.0f);
     if (!unfiltered_.empty()) addUnfiltered(sums, later[distanceAt_], later);
 }
 
@@ -141,11 +155,14 @@ void Film::interpolate(int x, int y, const Blend& blend) {
     for (const Unfiltered& value : unfiltered_)
         std::copy_n(nearest + value.first, value.count, to + value.first);
     for (const WordRange& range : filtered_) std::fill_n(to + range.first, range.count, 0.0f);
+    for (const IdTable& table : idTables_) std::fill_n(to + table.first, 2 * table.slots, 0.0f);
     for (int i = 0; i < 4; ++i) {
         const float* const from = pixel(blend.x[i], blend.y[i]);
         const float weight = blend.weight[i] / from[weightAt_];
         for (const WordRange& range : filtered_)
             for (int w = range.first; w < range.first + range.count; ++w) to[w] += weight * from[w];
+        for (const IdTable& table : idTables_)
+            image::addIds(to + table.first, from + table.first, table.slots, weight);
     }
     // The weight stays 0: the pixel does not count as sampled, and resolve does not scale it.
 }
@@ -177,6 +194,8 @@ void Film::resolve() {
             for (std::size_t block = 1; block < blocks(); ++block)
                 addSums(accumulated, accumulated + block * sumWords_);
             const float weight = accumulated[weightAt_];
+            for (const IdTable& table : idTables_)
+                image::finishIds(accumulated + table.first, table.slots, weight);
             if (weight == 0.0f || weight == 1.0f) continue;
             const float scale = 1.0f / weight;
             for (const WordRange& range : filtered_)

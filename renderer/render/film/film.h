@@ -103,6 +103,10 @@ private:
         int first, count; // of the sums' words
     };
 
+    struct IdTable {
+        std::size_t first, slots; // of the sums' words
+    };
+
     struct Unfiltered {
         image::Accumulation accumulation;
         std::size_t first;
@@ -123,6 +127,7 @@ private:
     PixelWindow window_, sampled_;
     std::vector<WordRange> filtered_; // neighbouring buffers in one range
     std::vector<Unfiltered> unfiltered_;
+    std::vector<IdTable> idTables_;
     std::size_t scratchWords_; // of the scratch buffer, first in a sample and in no pixel
     std::size_t primaryOffset_;
     // Sums: the buffers' words, then the weight, the steps done, the squared deviations of the parts' primary

@@ -59,6 +59,7 @@ struct InstanceElement final : Element {
     /// scene is flattened.
     /// Empty: the path is straight, or nothing moves.
     std::vector<Matrix> motionPath;
+    bool hasLabel = false;  ///< 0 is one if the scene says so
     bool hidden = false;    ///< with everything below
     bool overrides = false; ///< flags and material win over those below
     InstanceFlags flags;

@@ -91,6 +91,7 @@ struct ObjectElement final : Element {
     std::vector<SurfaceConnection> connections;
     float mergeDistance = 0.0f; ///< between borders of surfaces that count as the same; object space units
     std::vector<ApproximateStatement> surfaceApproximations; ///< of what is curved, in the scene's order
+    bool hasLabel = false;                                   ///< 0 is one if the scene says so
     bool isEmpty = false; ///< geometry of a kind that is not supported was left out
 
     /// Triangles when all polygons are cut.

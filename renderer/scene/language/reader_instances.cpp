@@ -136,6 +136,7 @@ bool Reader::readInstanceStatement(InstanceElement& element, const Token& token)
                       "shading samples", "every sample is shaded");
     } else if (word == "tag") {
         element.instance.label = static_cast<miUint>(integer("the label"));
+        element.hasLabel = true;
     } else if (word == "data") {
         element.instance.userdata = dataReference();
     } else {

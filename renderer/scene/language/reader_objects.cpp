@@ -147,6 +147,7 @@ bool Reader::readObjectStatement(ObjectElement& element, const Token& token) {
         element.object.face = static_cast<miCBoolean>(chosen->code);
     } else if (word == "tag") {
         element.object.label = static_cast<miUint>(integer("the label"));
+        element.hasLabel = true;
     } else if (word == "data") {
         element.object.userdata = dataReference();
     } else if (word == "max" && accept("displace")) {
