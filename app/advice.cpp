@@ -63,6 +63,11 @@ std::string whyNoLayeredFile(const std::string& path) {
         path);
 }
 
+std::string whyNoDeepFile(const std::string& path) {
+    if (path.empty() || extensionOf(path) == "exr") return {};
+    return fmt::format("\"{}\" is no name for a deep OpenEXR: end it in .exr", path);
+}
+
 std::string whyNoPreview(const std::string& path) {
     try {
         if (path.empty() || image::previewFormat(path)) return {};

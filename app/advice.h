@@ -16,6 +16,7 @@ namespace orca::app {
 
 /// Why a layered OpenEXR should not be written under this name: it ends as another picture format does. Empty
 /// for any other name.
+[[nodiscard]] std::string whyNoDeepFile(const std::string& path);
 [[nodiscard]] std::string whyNoLayeredFile(const std::string& path);
 
 /// Why no picture to look at can be written under this name: its extension names a format that cannot be

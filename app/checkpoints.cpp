@@ -51,6 +51,7 @@ bool Checkpoints::isFinished(const PictureFiles& files, const render::Checkpoint
         return false; // an unfinished one to go on with
     if (!std::all_of(files.sceneFiles.begin(), files.sceneFiles.end(), exists)) return false;
     if (!files.png.empty() && !exists(files.png)) return false;
+    if (!files.deep.empty() && !exists(files.deep)) return false;
     const auto picture = image::finishedPicture(files.layered);
     if (!picture) {
         log_.warning("MAIN", "\"{}\" is there but not complete: frame {} is rendered again", files.layered,

@@ -132,6 +132,22 @@ void convertCheckpoint(const RawOptions& raw, CommandLine& command) {
         throw CLI::ValidationError("--checkpoint", "no file is written to name it after: give SECONDS,FILE");
 }
 
+/// Deep samples are of one process and of a whole picture, or of a window.
+void refuseWithDeep(const RawOptions& raw, const CommandLine& command) {
+    if (command.deep.empty()) return;
+    const struct {
+        bool isGiven;
+        const char *option, *reason;
+    } cases[] = {{!raw.part.empty(), "--part", "orca-merge joins no deep files"},
+                 {!raw.samples.empty(), "--sample-range", "orca-merge joins no deep files"},
+                 {command.checkpointSeconds.has_value(), "--checkpoint and --resume",
+                  "checkpoints hold no deep samples"},
+                 {command.denoises, "--denoise",
+                  "deep samples keep the noise, so that they would not add up to the picture"}};
+    for (const auto& [isGiven, option, reason] : cases)
+        if (isGiven) throw CLI::ValidationError("--deep", fmt::format("leave out {}: {}", option, reason));
+}
+
 void convert(RawOptions& raw, CommandLine& command) {
     Overrides& overrides = command.overrides;
     if (!raw.size.empty()) {
@@ -181,6 +197,8 @@ void convert(RawOptions& raw, CommandLine& command) {
                                    "--sample-range");
     if (const std::string reason = whyNoLayeredFile(command.output); !reason.empty())
         throw CLI::ValidationError("--output", reason);
+    if (const std::string reason = whyNoDeepFile(command.deep); !reason.empty())
+        throw CLI::ValidationError("--deep", reason);
     if (const std::string reason = whyNoPreview(command.png); !reason.empty())
         throw CLI::ValidationError("--png", reason);
     if (!raw.frames.empty()) {
@@ -193,6 +211,7 @@ void convert(RawOptions& raw, CommandLine& command) {
     command.writesSceneFiles = raw.files == "on";
     convertFormat(raw, command.format);
     convertCheckpoint(raw, command);
+    refuseWithDeep(raw, command);
     if (command.denoises) raw.passes.emplace_back(denoiseGuidePasses);
     command.passes = passRequests(raw.passes);
     if (command.dumpsPasses && command.passes.empty())

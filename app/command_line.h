@@ -51,6 +51,7 @@ struct CommandLine {
     std::vector<std::string> scenes; ///< "-" is standard input
     std::string output;              ///< of the layered file; may hold ####
     std::string fileDirectory = "."; ///< for the files that the scene names
+    std::string deep;                ///< deep file; may hold ####
     std::string png, pngLayers;      ///< preview of the picture; directory for one of each layer
     bool writesSceneFiles = true, writesFiles = true;
     image::LayeredFormat format;

@@ -83,6 +83,10 @@ void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
                  "store each layer also at half its size, a quarter and so on")
         ->group(group)
         ->needs(tiles);
+    app.add_option("--deep", command.deep,
+                   "also write a deep OpenEXR: colour and alpha of each pixel by depth; #### as with -o")
+        ->group(group)
+        ->type_name("FILE");
     app.add_option("--png", command.png, "also write the picture for looking at")
         ->group(group)
         ->type_name("FILE");

@@ -101,6 +101,9 @@ PictureFiles OutputFiles::next(const image::FramebufferSet& buffers, int frame) 
         if (taken) layered = fs::path(layered).replace_extension(".layers.exr").string();
     }
     files.layered = nameFor(layered, "-o", frame);
+    // Two files of one name are found later, and are no pictures of two frames.
+    const bool isSame = withFrame(command_.deep, frame) == files.layered;
+    files.deep = isSame ? files.layered : nameFor(command_.deep, "--deep", frame);
     if (command_.keepsNoisy) files.noisy = fs::path(files.layered).replace_extension(".noisy.exr").string();
     if (command_.checkpointSeconds && files.checkpoint.empty())
         files.checkpoint = files.layered + ".checkpoint";
@@ -138,12 +141,14 @@ std::vector<OutputFiles::Planned> OutputFiles::planned(const PictureFiles& files
     const std::uint64_t layeredBytes =
         pixels * layeredBytesPerPixel(picture, command_.format) / (command_.samples ? 1 : 2);
     const std::uint64_t previewBytes = 2 * pixels;
+    constexpr std::uint64_t deepBytesPerPixel = 48; // two samples of six floats
     std::vector<Planned> plan;
     const auto add = [&](const std::string& path, const std::string& role, std::uint64_t bytes) {
         if (!path.empty()) plan.push_back({path, role, bytes});
     };
     add(files.layered, "the layered file (-o)", layeredBytes);
     if (!files.noisy.empty()) add(files.noisy, "the noisy layers (--keep-noisy)", layeredBytes);
+    add(files.deep, "the deep file (--deep)", pixels * deepBytesPerPixel);
     for (const std::string& file : files.sceneFiles)
         add(file, "a file that the scene's framebuffer or output statements name", 8 * pixels);
     for (const std::string& file : files.lightMaps) add(file, "a light map", 0);
@@ -262,7 +267,7 @@ bool OutputFiles::check(const PictureFiles& files, const render::Picture& pictur
 
 void OutputFiles::remember(const PictureFiles& files) {
     std::vector<std::string> paths = files.sceneFiles;
-    for (const std::string& name : {files.layered, files.png, files.layerDirectory}) {
+    for (const std::string& name : {files.layered, files.deep, files.png, files.layerDirectory}) {
         if (name.empty() || isStream(name)) continue;
         named_.insert(name);
         if (name != files.layerDirectory) paths.push_back(name);
@@ -285,6 +290,9 @@ bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& re
     }
     const std::vector<image::Layer> layers = result.layers();
     bool good = image::writeLayeredExr(files.layered, picture, layers, command_.format, log_);
+    if (!files.deep.empty())
+        good = image::writeDeepExr(files.deep, picture, result.deep->picture(result.film().window()), log_) &&
+               good;
     if (!files.noisy.empty())
         good = image::writeLayeredExr(files.noisy, picture, result.film().layers(result.noisy),
                                       command_.format, log_) &&
@@ -305,7 +313,7 @@ std::uint64_t OutputFiles::bytesOf(const PictureFiles& files) {
     std::uint64_t bytes = 0;
     std::vector<std::string> paths = files.sceneFiles;
     paths.insert(paths.end(), files.lightMaps.begin(), files.lightMaps.end());
-    paths.insert(paths.end(), {files.layered, files.png});
+    paths.insert(paths.end(), {files.layered, files.deep, files.png});
     if (!files.noisy.empty()) paths.push_back(files.noisy);
     for (const std::string& path : paths) {
         std::error_code missing;
@@ -325,7 +333,8 @@ void OutputFiles::list(const PictureFiles& files, const image::FramebufferSet& b
     }
     for (const auto* const names : {&files.sceneFiles, &files.lightMaps})
         for (const std::string& file : *names) fmt::print("{}\n", file);
-    if (!files.png.empty()) fmt::print("{}\n", files.png);
+    for (const std::string& file : {files.deep, files.png})
+        if (!file.empty()) fmt::print("{}\n", file);
     if (files.layerDirectory.empty()) return;
     for (const image::Buffer* buffer : image::layeredBuffers(buffers))
         fmt::print("{}/{}.png\n", files.layerDirectory, buffer->name);

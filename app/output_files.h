@@ -25,6 +25,7 @@ struct PictureFiles {
     std::string layered;                 ///< empty: not written
     std::vector<std::string> sceneFiles; ///< named by the scene's own statements
     std::string noisy;                   ///< the layers before noise was filtered out; empty: not written
+    std::string deep;                    ///< deep samples; empty: not written
     std::string png;                     ///< for looking at; empty: not written
     std::string layerDirectory;          ///< for a PNG of each layer; empty: not written
     std::string checkpoint;              ///< while it is rendered; empty: none

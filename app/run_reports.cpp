@@ -46,7 +46,8 @@ std::string written(const PictureBegins& picture) {
     const PictureNumbers numbers{picture.files.frame, picture.isLast};
     std::string bytes(reinterpret_cast<const char*>(&numbers), sizeof numbers);
     const PictureFiles& files = picture.files;
-    for (const std::string* text : {&files.layered, &files.png, &files.layerDirectory, &files.checkpoint})
+    for (const std::string* text :
+         {&files.layered, &files.deep, &files.png, &files.layerDirectory, &files.checkpoint})
         bytes.append(text->c_str(), text->size() + 1);
     for (const std::string& text : files.sceneFiles) bytes.append(text.c_str(), text.size() + 1);
     return bytes;
@@ -60,12 +61,13 @@ PictureBegins readPicture(std::string_view bytes) {
         texts.emplace_back(bytes.substr(0, end));
     PictureBegins picture{{}, numbers.isLast};
     picture.files.frame = numbers.frame;
-    if (texts.size() < 4) return picture;
+    if (texts.size() < 5) return picture;
     picture.files.layered = texts[0];
-    picture.files.png = texts[1];
-    picture.files.layerDirectory = texts[2];
-    picture.files.checkpoint = texts[3];
-    picture.files.sceneFiles.assign(texts.begin() + 4, texts.end());
+    picture.files.deep = texts[1];
+    picture.files.png = texts[2];
+    picture.files.layerDirectory = texts[3];
+    picture.files.checkpoint = texts[4];
+    picture.files.sceneFiles.assign(texts.begin() + 5, texts.end());
     return picture;
 }
 

@@ -3,6 +3,7 @@
 
 #include "advice.h"
 #include "crash_handler.h"
+#include "deep_request.h"
 #include "denoise_guides.h"
 #include "exit_codes.h"
 #include "frames.h"
@@ -241,7 +242,8 @@ bool SceneRun::render(const scene::RenderRequest& request) {
     }
     render::Picture picture(scene_.database(), *elements, log_);
     applyOverrides(command_.overrides, picture.options);
-    if (!applyShape(command_, picture, log_) || !checkOutputShaders(command_, picture, log_)) {
+    if (!applyShape(command_, picture, log_) || !checkOutputShaders(command_, picture, log_) ||
+        !checkDeep(command_, picture, log_)) {
         fail(exitUsage);
         return false;
     }
@@ -349,6 +351,7 @@ std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture pic
     settings.rays = limits_.rayMeter();
     settings.checkpoint = checkpoints_.settings(files, picture, samples, identity, files.frame);
     settings.sampleRange = samples;
+    settings.deep = !files.deep.empty();
     if (command_.denoises)
         settings.denoise = {denoiseGuides(scene_.database(), picture), command_.keepsNoisy};
     writesLightMaps_ = true;

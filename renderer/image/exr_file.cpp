@@ -75,6 +75,8 @@ void addTo(Imf::Header& header, const std::string& key, const MetadataValue& val
     std::visit(add, value);
 }
 
+} // namespace
+
 Imf::Header headerOf(const PictureFrame& frame, const ExrPart& part, const ExrTiles& tiles) {
     const int top = frame.height - 1;
     const Imath::Box2i display({0, 0}, {frame.width - 1, top});
@@ -97,6 +99,8 @@ Imf::Header headerOf(const PictureFrame& frame, const ExrPart& part, const ExrTi
         for (const auto& [key, value] : *metadata) addTo(header, key, value);
     return header;
 }
+
+namespace {
 
 /// A part that is being written.
 struct OpenPart {

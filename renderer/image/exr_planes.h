@@ -4,12 +4,16 @@
 #include "image/exr_file.h"
 
 #include <OpenEXR/ImfFrameBuffer.h>
+#include <OpenEXR/ImfHeader.h>
 
 #include <cstddef>
 #include <span>
 #include <vector>
 
 namespace orca::image {
+
+/// A part's header, over the frame's window.
+[[nodiscard]] Imf::Header headerOf(const PictureFrame& frame, const ExrPart& part, const ExrTiles& tiles);
 
 [[nodiscard]] Imf::PixelType pixelTypeOf(ExrChannel::Storage storage);
 

@@ -4,6 +4,7 @@
 #include "image/picture_file.h"
 #include "image/sample_blocks.h"
 #include "render/context/render_context.h"
+#include "render/film/deep_film.h"
 #include "render/film/film.h"
 #include "render/picture.h"
 
@@ -40,7 +41,8 @@ public:
     RenderStatistics statistics;
     /// When set, the film holds the sums of these samples instead of finished layers.
     std::optional<image::SampleRange> sampleRange;
-    std::vector<float> noisy; ///< the film's words before noise was filtered out, where they are kept
+    std::unique_ptr<DeepFilm> deep; ///< null: not asked for
+    std::vector<float> noisy;       ///< the film's words before noise was filtered out, where they are kept
     bool interrupted = false;
     bool isResumable = false;                 ///< it was interrupted, and a checkpoint holds what is rendered
     std::vector<std::string> unwritten;       ///< user buffers that no shader wrote

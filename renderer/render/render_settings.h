@@ -47,6 +47,7 @@ struct RenderSettings {
     /// Only these samples of each pixel, where all take the same number; the film keeps the sums of their
     /// blocks.
     std::optional<image::SampleRange> sampleRange{};
+    bool deep = false;                        ///< also keep what each pixel sees by depth
     std::optional<DenoiseSettings> denoise{}; ///< of the finished picture, its window alone
     /// Called for each light map as soon as it is complete; may be empty.
     std::function<void(const scene::TextureElement&)> lightMapDone{};

@@ -322,6 +322,10 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
         parts.recordsSeen = use == IdUse::Seen;
         describeIds(*ids, result->picture().framebuffers(), result->frame());
     }
+    if (settings.deep) {
+        result->deep = std::make_unique<DeepFilm>(area.sampled());
+        parts.recordsSeen = true;
+    }
     const Frame frame(parts);
     const auto conclude = [&](RayCounts rays, bool complete) {
         exitShaders(frame);
@@ -337,7 +341,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     }
     AdaptiveSampler sampler(area, contrastOf(frame));
     state.setCaches(gatherCaches);
-    TileRenderer tiles(frame, film, state, settings, threads, sampler.passesAtMost());
+    TileRenderer tiles(frame, film, state, settings, threads, sampler.passesAtMost(), result->deep.get());
     std::optional<CheckpointWriter> checkpoints;
     if (settings.checkpoint) checkpoints.emplace(state, *settings.checkpoint, log_);
     bool complete = gatherPrepass(tiles, frame, gatherCaches, state) &&

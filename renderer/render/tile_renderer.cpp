@@ -4,6 +4,7 @@
 #include "base/parallel_for.h"
 #include "render/camera/eye_sample.h"
 #include "render/camera/state_shaders.h"
+#include "render/context/seen_surfaces.h"
 #include "render/film/sample_steps.h"
 
 #include <tbb/global_control.h>
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cmath>
 #include <mutex>
 #include <utility>
 
@@ -20,6 +22,19 @@ namespace orca::render {
 namespace {
 
 constexpr std::size_t workerStackBytes = 64u << 20; // deep ray trees run shaders within shaders
+
+/// All that is seen of a sample, the background as one surface.
+void addDeep(DeepFilm& film, int x, int y, float weight, const SeenSurfaces& seen) {
+    constexpr std::uint32_t ofLights = 0x80000000u; // apart from mesh instances, which are fewer
+    for (const SeenSurface& each : seen.surfaces()) {
+        const miColor& color = each.color;
+        const bool isNothing = each.weight == 0.0f && color.r == 0.0f && color.g == 0.0f && color.b == 0.0f;
+        if (isNothing || !std::isfinite(color.r + color.g + color.b)) continue;
+        const std::uint32_t surface = each.light == miNULLTAG ? each.meshInstance : ofLights | each.light;
+        film.add(x, y, weight, {surface, each.depth, each.weight, {color.r, color.g, color.b}});
+    }
+    film.endSample(x, y, weight);
+}
 
 } // namespace
 
@@ -62,10 +77,11 @@ private:
 };
 
 TileRenderer::TileRenderer(const Frame& frame, Film& film, RenderState& state, const RenderSettings& settings,
-                           int threads, int passesAtMost)
+                           int threads, int passesAtMost, DeepFilm* deep)
     : frame_(frame),
       film_(film),
       state_(state),
+      deep_(deep),
       rays_(settings.rays),
       progress_(settings.progress),
       filter_(frame.options.filter, frame.options.filter_size_x, frame.options.filter_size_y),
@@ -92,7 +108,10 @@ bool TileRenderer::renderSteps(Worker& worker, int x, int y, int lastStep, float
     film_.prefetch(x, y);
     // A sample in the pixel's centre suits a pixel that takes no other; further ones are spread around the
     // first one's own place.
-    if (frame_.options.jitter == 0.0f && lastStep > 1 && film_.stepsDone(pixel) == 1) film_.clear(pixel);
+    if (frame_.options.jitter == 0.0f && lastStep > 1 && film_.stepsDone(pixel) == 1) {
+        film_.clear(pixel);
+        if (deep_) deep_->clear(x, y);
+    }
     for (int step = film_.stepsDone(pixel) + 1; step <= lastStep; ++step) {
         const Film::PrimarySum before = film_.primarySum(pixel);
         if (!addBlock(worker, x, y, samplesOfStep(step), pixel, false)) return false;
@@ -137,6 +156,7 @@ bool TileRenderer::addSample(Worker& worker, int x, int y, unsigned index, float
     if (rays_) worker.report(*rays_);
     if (frame_.stopped()) return false; // its rays may have been refused
     film_.add(sums, placement, worker.context.sampleWords.data());
+    if (deep_) addDeep(*deep_, x, y, placement.weight, *worker.context.seen);
     return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include "render/checkpoint/render_state.h"
 #include "render/context/render_context.h"
+#include "render/film/deep_film.h"
 #include "render/film/film.h"
 #include "render/ray_meter.h"
 #include "render/render_settings.h"
@@ -24,8 +25,9 @@ public:
     /// @param state of the film's render
     /// @param settings of which the sample range, the meter of rays and the progress callback count
     /// @param passesAtMost how often `renderPass` is going to be called
+    /// @param deep gets what the samples see, which the frame has recorded; may be null
     TileRenderer(const Frame& frame, Film& film, RenderState& state, const RenderSettings& settings,
-                 int threads, int passesAtMost);
+                 int threads, int passesAtMost, DeepFilm* deep = nullptr);
     ~TileRenderer();
 
     /// Edge of a tile where the options leave it to the renderer, pixels.
@@ -63,6 +65,7 @@ private:
     const Frame& frame_;
     Film& film_;
     RenderState& state_;
+    DeepFilm* deep_;
     RayMeter* rays_;
     ProgressCallback progress_;
     std::mutex reporting_;

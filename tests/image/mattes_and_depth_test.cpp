@@ -2,6 +2,7 @@
 #include "command.h"
 
 #include <OpenImageIO/imagebuf.h>
+#include <OpenImageIO/imagebufalgo.h>
 
 #include <bit>
 #include <cmath>
@@ -56,6 +57,37 @@ TEST_F(SeenByName, LabelsAreNeverZeroUnlessTheSceneSaysSo) {
     scene("zero.mi", litCards + "incremental instance \"front\" tag 0 end instance\n" + renderIt);
     ASSERT_EQ(run("zero.mi --passes label --pixel 10,4"), 0) << output;
     EXPECT_EQ(layerValues(output, "label"), std::vector<double>{0});
+}
+
+TEST_F(SeenByName, DeepFilesFlattenToThePicture) {
+    scene("veil.mi",
+          litCards + "incremental shader \"red\" \"orcaVelaLambert\" ( \"transparency\" 0.4 0.4 0.4 1 )\n" +
+              renderIt);
+    ASSERT_EQ(run("veil.mi --passes beauty --samples 2 2 --exr-type float -o flat.exr --deep deep.exr "
+                  "--window 2 1 14 7"),
+              0)
+        << output;
+    const OIIO::ImageBuf deep = read("deep.exr"), flat = read("flat.exr");
+    ASSERT_TRUE(deep.deep());
+    const OIIO::ImageBuf composited = OIIO::ImageBufAlgo::flatten(deep);
+    ASSERT_EQ(composited.roi().npixels(), flat.roi().npixels());
+    for (OIIO::ImageBuf::ConstIterator<float> seen(flat, flat.roi()), made(composited, flat.roi());
+         !seen.done(); ++seen, ++made)
+        for (const char* channel : {"R", "G", "B", "A"})
+            EXPECT_NEAR(made[composited.spec().channelindex(channel)],
+                        seen[flat.spec().channelindex(channel)], 2e-6f);
+    EXPECT_EQ(deep.deep_samples(10, 3), 2);
+
+    const std::string start = "veil.mi -o x.exr --deep deep.exr ";
+    expectCalls({{start + "--part 1/2x2", 2, {"leave out --part"}},
+                 {start + "--sample-range 0:1", 2, {"leave out --sample-range"}},
+                 {start + "--checkpoint 60", 2, {"leave out --checkpoint"}},
+                 {start + "--denoise", 2, {"leave out --denoise"}},
+                 {start + "--filter lanczos", 2, {"no deep sample can hold"}},
+                 {start + "--samples -1 1", 2, {"give --samples 0 or more"}},
+                 {"veil.mi -o deep.exr --deep deep.exr", 4, {"both"}},
+                 {"veil.mi --deep deep.png", 2, {"end it in .exr"}}});
+    EXPECT_FALSE(exists("x.exr"));
 }
 
 } // namespace

@@ -73,7 +73,9 @@ TEST_P(StackOfCards, SharesItsWeight) {
                      "instgroup \"pair\" \"two\" \"three\" end instgroup\n"
                      "instance \"both\" \"pair\" end instance\n";
     scene.members = {"one", "both"};
-    const RenderedScene picture(scene);
+    RenderedScene::Settings settings;
+    settings.deep = true;
+    const RenderedScene picture(scene, settings);
     const auto objects = idsAt(picture, "obj", 8, 8);
     EXPECT_NEAR(weightOf(objects, "one"), stack.ofFront, 1e-6f);
     EXPECT_NEAR(weightOf(objects, "two"), stack.ofMiddle, 1e-6f);
@@ -153,6 +155,56 @@ INSTANTIATE_TEST_SUITE_P(Of, EveryKindOfSampling,
                                            std::pair{"0 2", "filter lanczos 4 4"},
                                            std::pair{"-2 1", "jitter 1"},
                                            std::pair{"1 1", "scanline rasterizer"}));
+
+/// What compositing programs do: each sample over what is behind it.
+miColor flattened(std::span<const image::DeepSample> samples) {
+    double color[4] = {}, through = 1.0;
+    for (const image::DeepSample& sample : samples) {
+        for (int c = 0; c < 3; ++c) color[c] += through * static_cast<double>(sample.color[c]);
+        color[3] += through * static_cast<double>(sample.alpha);
+        through *= 1.0 - static_cast<double>(sample.alpha);
+    }
+    return {static_cast<float>(color[0]), static_cast<float>(color[1]), static_cast<float>(color[2]),
+            static_cast<float>(color[3])};
+}
+
+TEST(DeepSamples, FlattenToThePicture) {
+    struct Row {
+        const char *samples, *options, *camera;
+    };
+    for (const auto& [samples, options, camera] :
+         {Row{"2 2", "filter gauss 3 3", ""}, Row{"0 2", "jitter 0", ""},
+          Row{"1 1", "scanline rasterizer", ""},
+          Row{"1 1", "",
+              "environment \"testSky\" ( \"color\" 2 3 4 1 ) volume \"testHaze\" ( \"color\" 0.1 0.2 0 1 "
+              ")"}}) {
+        SCOPED_TRACE(std::string(samples) + " " + options + camera);
+        TestScene scene = crowd(samples, options);
+        scene.cameraStatements = camera;
+        RenderedScene::Settings settings;
+        settings.deep = true;
+        const RenderedScene picture(scene, settings);
+        const image::DeepPicture deep = picture.result().deep->picture(picture.result().film().window());
+        int several = 0;
+        picture.eachPixel([&](int x, int y) {
+            const auto of = deep.of(static_cast<std::size_t>(y * picture.width() + x));
+            const miColor flat = flattened(of), seen = picture.pixel("main", x, y);
+            EXPECT_LT(difference(flat, seen), 2e-6f);
+            EXPECT_NEAR(flat.a, seen.a, 2e-6f);
+            several += of.size() > 2;
+            for (std::size_t i = 1; i < of.size(); ++i) EXPECT_LE(of[i - 1].back, of[i].front);
+        });
+        EXPECT_GT(several, 20);
+        if (*camera) continue;
+        // In the middle of the pane: the pane, 8 before the camera, and the card 1 behind it.
+        const auto middle = deep.of(static_cast<std::size_t>(10 * picture.width() + 15));
+        ASSERT_EQ(middle.size(), 2u);
+        EXPECT_NEAR(middle[0].front, 8.0f, 1e-5f);
+        EXPECT_NEAR(middle[0].alpha, 0.4f, 1e-5f);
+        EXPECT_NEAR(middle[1].back, 9.0f, 1e-5f);
+        EXPECT_NEAR(middle[1].color[1], 0.6f, 1e-5f);
+    }
+}
 
 } // namespace
 } // namespace orca::test

@@ -84,6 +84,7 @@ RenderedScene::RenderedScene(const std::string& text, const Settings& settings)
         if (settings.window) picture.setWindow(*settings.window);
         render::RenderSettings how{settings.threads, settings.stop, settings.progress, settings.checkpoint};
         how.denoise = settings.denoise;
+        how.deep = settings.deep;
         auto result = session_.render(std::move(picture), how);
         if (result) results_.push_back(std::move(result));
         return true;

@@ -66,6 +66,7 @@ public:
         render::ProgressCallback progress;
         std::optional<render::CheckpointSettings> checkpoint;
         std::optional<render::DenoiseSettings> denoise;
+        bool deep = false;
     };
     explicit RenderedScene(const std::string& text) : RenderedScene(text, Settings()) {}
     RenderedScene(const std::string& text, const Settings& settings);
