@@ -82,6 +82,13 @@ strip() {  # NAME SIZE COLUMNS PARAMETER VALUE...: the scene's picture at each v
     montage "${labelled[@]}" -tile "${columns}x" -geometry +4+4 -background white "$images/$name-strip.png"
 }
 
+mattes() {  # NAME SIZE: the scene's picture, and its mattes by object and material, in false colours
+    "$render" "$root/scenes/$1.mi" --size "$2" --passes crypto -o "$scratch/$1.exr" --files layers --png "$scratch/picture.png" \
+        --png-layers "$scratch"
+    montage "$scratch/picture.png" "$scratch"/Crypto{Object,Material}00.png -tile x1 -geometry +4+4 -background white \
+        -quality 90 "$images/mattes.jpg"
+}
+
 finely_baked() {  # NAME SIZE RAYS: the scene's picture with more gather rays for its light maps
     sed "s/accuracy [0-9]*/accuracy $3/; s/\"shadowRays\" [0-9]*/\"shadowRays\" 64/" "$root/scenes/$1.mi" >"$scratch/$1.mi"
     "$render" "$scratch/$1.mi" --size "$2" -o "$scratch/$1.exr" --files layers --png "$images/$1.png"
@@ -119,6 +126,7 @@ sheet light_links 240x135 3 main diffuse specular diffuseKeyVase diffuseKeyFruit
     diffuseFillFruit diffuseFillGround diffuseRimVase diffuseRimFruit diffuseRimGround
 picture lagoon 480x202
 picture contours 640x360
+mattes stage 320x160
 finely_baked baked_light 480x270 256
 picture stage 640x320
 layers stage 160x80 diffuse specular shadow cameraDepth
