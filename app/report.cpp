@@ -85,6 +85,7 @@ nlohmann::ordered_json json(const PictureReport& picture, const CostMeter& cost)
             {"materialCalls", statistics.rays.materialCalls},
             {"lightCalls", statistics.rays.lightCalls},
             {"triangles", statistics.triangles},
+            {"hairSegments", statistics.hairSegments},
             {"instances", statistics.meshInstances},
             {"lights", statistics.lights},
             {"filmBytes", statistics.filmBytes}};
@@ -149,11 +150,12 @@ PictureReport::PictureReport(int frameNumber, std::string layeredFile, const ren
 void reportPicture(const PictureReport& picture, Log& log) {
     const render::RenderStatistics& statistics = picture.statistics;
     log.write(progress, "RNDR",
-              "frame {}: {} triangles, {} instances, {} lights; prepared in {}, rendered in {} on "
+              "frame {}: {} triangles, {}{} instances, {} lights; prepared in {}, rendered in {} on "
               "{} threads",
-              picture.frame, statistics.triangles, statistics.meshInstances, statistics.lights,
-              durationText(statistics.buildSeconds), durationText(statistics.renderSeconds),
-              statistics.threads);
+              picture.frame, statistics.triangles,
+              statistics.hairSegments ? fmt::format("{} segments of hairs, ", statistics.hairSegments) : "",
+              statistics.meshInstances, statistics.lights, durationText(statistics.buildSeconds),
+              durationText(statistics.renderSeconds), statistics.threads);
     const double seconds = std::max(statistics.renderSeconds, 1e-9);
     std::string rays;
     for (const auto& [kind, count] : countsOf(statistics.rays))

@@ -7,9 +7,11 @@ Writes a wavy plane of that many triangles in each form, reads it (--check) and 
     text       vectors, vertices and polygons as text
     binary     the vectors between backquotes, vertices and polygons as text
     trilist    one binary block of vertices and one of triangles
+    hair       hairs of four straight segments in binary blocks, as many segments as triangles
+    curves     the same of two cubic segments, half as many
 
 with the processor time of reading and MB of the file in a second of it; the time of the clock and of the processors until the pixel
-is there, the acceleration structure included; and bytes of memory a triangle with that structure and the text of the scene. What the
+is there, the acceleration structure included; and bytes of memory a triangle or segment with that structure and the text of the scene. What the
 command takes for a scene of two triangles is left out of all but the clock.
 """
 import argparse
@@ -78,9 +80,28 @@ def write_trilist(file, cells):
     file.write(b"` end trilist\n")
 
 
+def write_hair(file, cells, degree):
+    hairs, vertices = max(1, cells * cells // 2), 5 if degree == 1 else 7
+    file.write(f"hair degree {degree} radius 0.0005 scalars {3 * vertices * hairs} `".encode())
+    across = math.isqrt(hairs) + 1
+    for first in range(0, hairs, 1000):
+        numbers = []
+        for hair in range(first, min(hairs, first + 1000)):
+            x, y = 2 * (hair % across) / across - 1, 2 * (hair // across) / across - 1
+            for k in range(vertices):
+                t = k / (vertices - 1)
+                numbers += (x + 0.02 * math.sin(hair + 3 * t) * t, y + 0.02 * math.cos(hair) * t, 0.1 * t)
+        file.write(big_endian("f", numbers))
+    file.write(f"` hairs {hairs} `".encode())
+    file.write(big_endian("i", range(0, 3 * vertices * hairs, 3 * vertices)))
+    file.write(b"` end hair\n")
+
+
 FORMS = {"text": lambda file, cells: write_text(file, cells, False),
          "binary": lambda file, cells: write_text(file, cells, True),
-         "trilist": write_trilist}
+         "trilist": write_trilist,
+         "hair": lambda file, cells: write_hair(file, cells, 1),
+         "curves": lambda file, cells: write_hair(file, cells, 3)}
 
 
 def write_scene(path, form, cells):
@@ -110,7 +131,7 @@ def main():
     parser.add_argument("--render", default=root / "build/release/bin/orca-render", help="the orca-render to measure")
     parser.add_argument("--triangles", type=int, default=1000000, help="(default: 1000000)")
     parser.add_argument("--rounds", type=int, default=3, help="the fastest counts (default: 3)")
-    parser.add_argument("--forms", nargs="+", choices=FORMS, default=list(FORMS))
+    parser.add_argument("--forms", nargs="+", choices=FORMS, default=["text", "binary", "trilist"])
     arguments = parser.parse_args()
     cells = max(1, round(math.sqrt(arguments.triangles / 2)))
 
@@ -124,13 +145,13 @@ def main():
         write_scene(scene, "trilist", 1)
         empty_read = fastest("--check")[0]
         empty_render, _, empty = fastest(*pixel)
-        print(f"{'form':8} {'file MB':>8} {'read CPU s':>11} {'MB/s':>6} {'pixel s':>8} {'pixel CPU s':>12} {'bytes/triangle':>15}")
+        print(f"{'form':8} {'file MB':>8} {'read CPU s':>11} {'MB/s':>6} {'pixel s':>8} {'pixel CPU s':>12} {'bytes/element':>15}")
         for form in arguments.forms:
             write_scene(scene, form, cells)
             size = scene.stat().st_size / 1e6
             read = max(fastest("--check")[0] - empty_read, 1e-3)
             spent, elapsed, statistics = fastest(*pixel)
-            memory = (statistics["peakMemoryBytes"] - empty["peakMemoryBytes"]) / (2 * cells * cells)
+            memory = (statistics["peakMemoryBytes"] - empty["peakMemoryBytes"]) / (statistics["triangles"] + statistics["hairSegments"])
             print(f"{form:8} {size:8.1f} {read:11.2f} {size / read:6.0f} {elapsed:8.2f} {spent - empty_render:12.2f} {memory:15.0f}")
 
 

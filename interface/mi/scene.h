@@ -73,7 +73,8 @@ enum {
     miOBJECT_POLYGONS = 1,
     miOBJECT_TRIANGLES = 2,
     miOBJECT_SUBDIVISION = 3,
-    miOBJECT_FREEFORM = 4
+    miOBJECT_FREEFORM = 4,
+    miOBJECT_HAIR = 5
 };
 
 /// Geometry.

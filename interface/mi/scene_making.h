@@ -47,6 +47,31 @@ miBoolean mi_api_poly_end(void);
 miBoolean mi_api_object_group_end(void);
 miTag mi_api_object_end(void);
 
+/// What hairs have in common.
+typedef struct miHair_list {
+    miTag material;  ///< 0: that of the instance
+    miScalar radius; ///< of hairs and vertices without one, object space units
+    int degree;      ///< of the curves, 1 to 3
+    int approx; ///< straight pieces of a curved ribbon for each segment, up to 16; 0: the renderer's choice
+    miBoolean round; ///< tubes; else ribbons that face the ray
+} miHair_list;
+
+/// Begins the hairs of the open object, in place of a group, and returns their record.
+miHair_list* mi_api_hair_begin(void);
+/// Adds to the data of each hair, or with `ofVertices` 1 of each vertex: 'n' normal, 'r' radius, 't' a
+/// texture space or 'u' user data of `count` numbers, 'm' `count` motion vectors (of vertices). Positions
+/// come first.
+miBoolean mi_api_hair_info(int ofVertices, char type, int count);
+/// Memory for all numbers of all hairs: of each, its own data, then its vertices. Valid until the end call,
+/// which says how many were filled.
+miScalar* mi_api_hair_scalars_begin(int count);
+miBoolean mi_api_hair_scalars_end(int used);
+/// Memory for where each hair begins in the numbers; one more may say where the last ends.
+miGeoIndex* mi_api_hair_hairs_begin(int count);
+miBoolean mi_api_hair_hairs_end(void);
+/// Ends the hairs. Those whose numbers fit neither the layout nor the degree are left out.
+miBoolean mi_api_hair_end(void);
+
 /// Begins an instance and returns its record. Its matrices are the identity: set tf.global_to_local (parent
 /// to local); material, motion_transform, label and off are taken over too.
 miInstance* mi_api_instance_begin(char* name);

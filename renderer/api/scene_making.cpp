@@ -10,6 +10,7 @@
 #include <string>
 
 using orca::MemoryLedger;
+using orca::scene::HairMaker;
 using orca::scene::SceneMaker;
 
 namespace {
@@ -123,6 +124,56 @@ DLLEXPORT miBoolean mi_api_poly_end(void) {
 
 DLLEXPORT miBoolean mi_api_object_group_end(void) {
     return make<miBoolean>(__func__, miFALSE, [](SceneMaker& maker) { return maker.endGroup(); });
+}
+
+DLLEXPORT miHair_list* mi_api_hair_begin(void) {
+    return make<miHair_list*>(__func__, nullptr, [](SceneMaker& maker) { return maker.beginHair(); });
+}
+
+DLLEXPORT miBoolean mi_api_hair_info(int ofVertices, char type, int count) {
+    return make<miBoolean>(__func__, miFALSE, [&](SceneMaker& maker) {
+        return maker.withHair("mi_api_hair_info",
+                              [&](HairMaker& hair) { return hair.addCode(ofVertices != 0, type, count); });
+    });
+}
+
+DLLEXPORT miScalar* mi_api_hair_scalars_begin(int count) {
+    return make<miScalar*>(__func__, nullptr, [&](SceneMaker& maker) {
+        miScalar* numbers = nullptr;
+        maker.withHair("mi_api_hair_scalars_begin", [&](HairMaker& hair) {
+            numbers = hair.beginScalars(count);
+            return std::string();
+        });
+        return numbers;
+    });
+}
+
+DLLEXPORT miBoolean mi_api_hair_scalars_end(int used) {
+    return make<miBoolean>(__func__, miFALSE, [&](SceneMaker& maker) {
+        return maker.withHair("mi_api_hair_scalars_end",
+                              [&](HairMaker& hair) { return hair.endScalars(used); });
+    });
+}
+
+DLLEXPORT miGeoIndex* mi_api_hair_hairs_begin(int count) {
+    return make<miGeoIndex*>(__func__, nullptr, [&](SceneMaker& maker) {
+        miGeoIndex* starts = nullptr;
+        maker.withHair("mi_api_hair_hairs_begin", [&](HairMaker& hair) {
+            starts = hair.beginHairs(count);
+            return std::string();
+        });
+        return starts;
+    });
+}
+
+DLLEXPORT miBoolean mi_api_hair_hairs_end(void) {
+    return make<miBoolean>(__func__, miFALSE, [](SceneMaker& maker) {
+        return maker.withHair("mi_api_hair_hairs_end", [](HairMaker&) { return std::string(); });
+    });
+}
+
+DLLEXPORT miBoolean mi_api_hair_end(void) {
+    return make<miBoolean>(__func__, miFALSE, [](SceneMaker& maker) { return maker.endHair(); });
 }
 
 DLLEXPORT miTag mi_api_object_end(void) {

@@ -10,21 +10,28 @@
 #include <array>
 #include <atomic>
 #include <cmath>
-#include <span>
+#include <vector>
 
 namespace orca::geometry {
 
 namespace {
 
+float reachOf(const miVector& p) {
+    return std::max({0.0f, std::abs(p.x), std::abs(p.y), std::abs(p.z)});
+}
+
+float reachOf(const HairSegments::Point& p) {
+    return std::max({0.0f, std::abs(p.x), std::abs(p.y), std::abs(p.z)}) + p.radius;
+}
+
 /// Largest absolute coordinate.
-float extentOf(std::span<const miVector> points) {
+template <class Point>
+float extentOf(const std::vector<Point>& points) {
     constexpr std::size_t pointsPerChunk = 16384;
     std::atomic<float> extent{0.0f};
     parallelFor(points.size(), pointsPerChunk, [&](std::size_t first, std::size_t last) {
         float most = 0.0f; // stays, where a coordinate is not a number: the kernel leaves such triangles out
-        for (std::size_t i = first; i < last; ++i)
-            for (const float coordinate : {points[i].x, points[i].y, points[i].z})
-                most = std::max(most, std::abs(coordinate));
+        for (std::size_t i = first; i < last; ++i) most = std::max(most, reachOf(points[i]));
         float known = extent.load();
         while (known < most && !extent.compare_exchange_weak(known, most)) continue;
     });
@@ -70,6 +77,10 @@ std::string whyOutOfReach(const Growth& toWorld, const Growth& toObject, float e
 float extentOf(const Mesh& mesh) {
     float extent = extentOf(mesh.points);
     for (const std::vector<miVector>& later : mesh.laterPoints) extent = std::max(extent, extentOf(later));
+    if (mesh.hair) {
+        extent = std::max(extent, extentOf(mesh.hair->points));
+        for (const auto& later : mesh.hair->laterPoints) extent = std::max(extent, extentOf(later));
+    }
     return extent;
 }
 

@@ -347,7 +347,18 @@ Mesh buildMesh(const scene::ObjectElement& object, Log& log, const SurfaceSettin
             "motion is followed in {} steps and cuts corners (give all vertices the same number, at most {})",
             object.name, builder.motion().counts(), scene::motionStepsAtMost, scene::motionStepsAtMost,
             scene::motionStepsAtMost);
-    return builder.finish();
+    Mesh mesh = builder.finish();
+    if (object.hair && !mesh.triangles.empty()) {
+        log.errorAt(
+            object.location, "GEOM",
+            "object \"{}\" has hairs and surfaces; the hairs are left out (give them an object of their own)",
+            object.name);
+    } else if (object.hair) {
+        mesh.hair = buildHairSegments(object, log);
+        mesh.textureSpaces = static_cast<int>(object.hair->hairLayout.texture.size() +
+                                              object.hair->vertexLayout.texture.size());
+    }
+    return mesh;
 }
 
 void placeInWorld(Mesh& mesh, const miScalar* localToGlobal, const miScalar* globalToLocal) {

@@ -19,7 +19,7 @@ struct MeshInstance {
     miTag instance; ///< the lowest instance; its miInstance holds the whole path's matrices
     const miInstance* instanceRecord;
     miTag object;
-    const Mesh* mesh;
+    const Mesh* mesh;       ///< of triangles, or of hairs
     miUint label;           ///< the instance's, or the object's where that is 0
     std::uint8_t visibleTo; ///< bit per RayClass
     bool receivesShadows;   ///< false: shadow rays toward its points are not traced

@@ -26,16 +26,17 @@ struct Ray {
     float farDistance = std::numeric_limits<float>::infinity();
     float time = 0.0f; ///< 0 to 1 over the unit shutter
     RayClass rayClass = RayClass::Eye;
-    std::uint32_t skipInstance = nothing; ///< the triangle that the ray starts on is not hit again
+    std::uint32_t skipInstance = nothing; ///< what the ray starts on is not hit again: a triangle, or a
+                                          ///< segment of a hair with its neighbours
     std::uint32_t skipTriangle = nothing;
 };
 
 /// Where a ray met a mesh instance.
 struct Hit {
     float distance;
-    float u, v;                 ///< barycentric weights of the triangle's second and third vertex
+    float u, v; ///< weights of the triangle's second and third vertex; along a hair's segment, and across
     std::uint32_t meshInstance; ///< index into SceneGeometry::meshInstances()
-    std::uint32_t triangle;     ///< index into the mesh of that instance
+    std::uint32_t triangle;     ///< index into the mesh of that instance, of a hair's segment as well
 };
 
 } // namespace orca::geometry

@@ -70,10 +70,16 @@ void hideFace(const RTCFilterFunctionNArguments* arguments) {
     }
 }
 
+/// True for the triangle that a ray starts on, and for a segment of a hair and its neighbours.
+[[nodiscard]] bool isStart(const Mesh& mesh, std::uint32_t hit, std::uint32_t start) {
+    return mesh.hair ? mesh.hair->touch(hit, start) : hit == start;
+}
+
 /// A shadow ray with a triangle that it must not count.
 struct SkippingContext {
     RTCIntersectContext context;
     std::uint32_t meshInstance, triangle;
+    const Mesh* mesh;
 };
 
 void skipTriangle(const RTCFilterFunctionNArguments* arguments) {
@@ -84,7 +90,7 @@ void skipTriangle(const RTCFilterFunctionNArguments* arguments) {
         const unsigned int meshInstance =
             instance != RTC_INVALID_GEOMETRY_ID ? instance : RTCHitN_geomID(arguments->hit, arguments->N, i);
         if (meshInstance == skipping->meshInstance &&
-            RTCHitN_primID(arguments->hit, arguments->N, i) == skipping->triangle)
+            isStart(*skipping->mesh, RTCHitN_primID(arguments->hit, arguments->N, i), skipping->triangle))
             arguments->valid[i] = 0;
     }
 }
@@ -144,6 +150,34 @@ struct RayKernel::Implementation {
         return geometry;
     }
 
+    [[nodiscard]] RTCGeometry newCurves(const HairSegments& hair) const {
+        const bool lines = hair.degree == 1;
+        const RTCGeometryType kind =
+            hair.list->round
+                ? (lines ? RTC_GEOMETRY_TYPE_ROUND_LINEAR_CURVE : RTC_GEOMETRY_TYPE_ROUND_BEZIER_CURVE)
+                : (lines ? RTC_GEOMETRY_TYPE_FLAT_LINEAR_CURVE : RTC_GEOMETRY_TYPE_FLAT_BEZIER_CURVE);
+        const RTCGeometry geometry = rtcNewGeometry(device, kind);
+        const auto setPoints = [&](unsigned int step, const std::vector<HairSegments::Point>& points) {
+            rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, step, RTC_FORMAT_FLOAT4,
+                                       points.data(), 0, sizeof(HairSegments::Point), points.size());
+        };
+        const bool deforms = traceMotion && !hair.laterPoints.empty();
+        if (deforms)
+            rtcSetGeometryTimeStepCount(geometry, static_cast<unsigned int>(1 + hair.laterPoints.size()));
+        rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT,
+                                   hair.firstPoints.data(), 0, sizeof(std::uint32_t),
+                                   hair.firstPoints.size());
+        if (!hair.neighbours.empty())
+            rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_FLAGS, 0, RTC_FORMAT_UCHAR,
+                                       hair.neighbours.data(), 0, 1, hair.neighbours.size());
+        if (!lines && !hair.list->round)
+            rtcSetGeometryTessellationRate(geometry, static_cast<float>(hair.list->pieces));
+        setPoints(0, hair.points);
+        for (unsigned int i = 0; deforms && i < hair.laterPoints.size(); ++i)
+            setPoints(1 + i, hair.laterPoints[i]);
+        return geometry;
+    }
+
     void hideFaces(RTCGeometry geometry) const {
         rtcSetGeometryUserData(geometry, const_cast<MeshInstance*>(meshInstances));
         rtcSetGeometryIntersectFilterFunction(geometry, hideFace);
@@ -153,9 +187,9 @@ struct RayKernel::Implementation {
     /// The mesh's own scene, for its instances.
     [[nodiscard]] RTCScene sceneOf(const Mesh& mesh, bool hidesFaces) {
         const RTCScene scene = newScene();
-        const RTCGeometry geometry = newTriangles(mesh);
+        const RTCGeometry geometry = mesh.hair ? newCurves(*mesh.hair) : newTriangles(mesh);
         rtcSetGeometryMask(geometry, everyClass); // the instances decide
-        if (hidesFaces) hideFaces(geometry);
+        if (hidesFaces && !mesh.hair) hideFaces(geometry);
         rtcCommitGeometry(geometry);
         rtcAttachGeometry(scene, geometry);
         rtcReleaseGeometry(geometry);
@@ -314,7 +348,8 @@ bool RayKernel::intersect(const Ray& ray, Hit& hit) const {
         rtcIntersect1(kernel.top, &context, &query);
         if (query.hit.geomID == RTC_INVALID_GEOMETRY_ID) return false;
         const std::uint32_t meshInstance = meshInstanceOf(query.hit);
-        if (meshInstance != ray.skipInstance || query.hit.primID != ray.skipTriangle) {
+        if (meshInstance != ray.skipInstance ||
+            !isStart(*kernel.meshInstances[meshInstance].mesh, query.hit.primID, ray.skipTriangle)) {
             hit = {query.ray.tfar, query.hit.u, query.hit.v, meshInstance, query.hit.primID};
             return true;
         }
@@ -339,6 +374,7 @@ bool RayKernel::occluded(const Ray& ray) const {
         skipping.context.filter = skipTriangle;
         skipping.meshInstance = ray.skipInstance;
         skipping.triangle = ray.skipTriangle;
+        skipping.mesh = kernel.meshInstances[ray.skipInstance].mesh;
         rtcOccluded1(kernel.top, &skipping.context, &query);
     }
     return query.tfar < 0.0f; // minus infinity when something was met

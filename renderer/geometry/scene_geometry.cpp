@@ -3,6 +3,7 @@
 
 #include "base/parallel_for.h"
 #include "geometry/flattened_scene.h"
+#include "geometry/hair/hair_surface.h"
 #include "geometry/light_links.h"
 #include "geometry/mesh.h"
 #include "geometry/ray_kernel.h"
@@ -66,7 +67,7 @@ struct SceneGeometry::Implementation {
     bool moves = false;
     bool traceMotion = false;
     Instructions instructions = Instructions::OfThisProcessor;
-    std::size_t triangles = 0;
+    std::size_t triangles = 0, hairSegments = 0;
     miVector lower{0, 0, 0}, upper{0, 0, 0};
 };
 
@@ -111,10 +112,11 @@ const miTag* SceneGeometry::Implementation::inheritedMaterials(const FlattenedSc
         std::replace(list.begin(), list.end(), miNULLTAG, defaultMaterial);
         usable = &list;
     }
-    const bool everyTriangleHasItsOwn =
-        !mesh.materials.empty() &&
-        std::find(mesh.materials.begin(), mesh.materials.end(), miNULLTAG) == mesh.materials.end();
-    if (!given && !everyTriangleHasItsOwn)
+    const bool allHaveTheirOwn =
+        mesh.hair ? mesh.hair->list->material != miNULLTAG
+                  : !mesh.materials.empty() && std::find(mesh.materials.begin(), mesh.materials.end(),
+                                                         miNULLTAG) == mesh.materials.end();
+    if (!given && !allHaveTheirOwn)
         log.once("no material " + std::to_string(placed.object->tag),
                  {LogLevel::Warning, "GEOM", 0,
                   "object \"" + placed.object->name + "\" (instance \"" + placed.instance->name +
@@ -177,13 +179,13 @@ void SceneGeometry::Implementation::buildMeshInstances(const miOptions& options)
         record.finalgather = flags.gather;
         record.face = static_cast<miCBoolean>(flags.face);
         const bool unseenEmitter = !meshInstance.visibleTo && graph.emits(meshInstance.instance);
-        if (!meshInstance.visibleTo && !mesh.triangles.empty() && !unseenEmitter)
+        if (!meshInstance.visibleTo && !mesh.isEmpty() && !unseenEmitter)
             log.once("unseen " + std::to_string(meshInstance.object),
                      {LogLevel::Warning, "GEOM", 0,
                       "object \"" + placed.object->name +
                           "\" is seen by no ray: visible, trace and shadow are all off",
                       placed.object->location});
-        if (mesh.triangles.empty()) continue;
+        if (mesh.isEmpty() || (mesh.hair && options.no_hair)) continue;
         if (unseenEmitter) {
             maxTextureSpaces = std::max(maxTextureSpaces, mesh.textureSpaces);
             unseenEmitters.push_back(meshInstance);
@@ -191,13 +193,14 @@ void SceneGeometry::Implementation::buildMeshInstances(const miOptions& options)
         if (!meshInstance.visibleTo) continue;
 
         const bool displaced = displacementToCome && isDisplaced(meshInstance);
-        meshInstance.placedInWorld =
-            shared.instances == 1 && !displaced && !(traceMotion && meshInstance.transformMoves);
+        meshInstance.placedInWorld = shared.instances == 1 && !displaced && !mesh.hair &&
+                                     !(traceMotion && meshInstance.transformMoves);
         if (meshInstance.placedInWorld)
             placeInWorld(mesh, record.tf.local_to_global, record.tf.global_to_local);
         maxTextureSpaces = std::max(maxTextureSpaces, mesh.textureSpaces);
         moves = moves || meshInstance.transformMoves || mesh.deforms();
         triangles += mesh.triangles.size();
+        if (mesh.hair) hairSegments += mesh.hair->segmentCount();
         meshInstances.push_back(meshInstance);
     }
     lightSets.finish();
@@ -210,6 +213,7 @@ bool SceneGeometry::Implementation::isDisplaced(const MeshInstance& meshInstance
         return material && material->material.displace != miNULLTAG;
     };
     const Mesh& mesh = *meshInstance.mesh;
+    if (mesh.hair) return false;
     return std::any_of(meshInstance.materials, meshInstance.materials + meshInstance.materialCount,
                        displaces) ||
            (!meshInstance.materialsOverride &&
@@ -315,8 +319,10 @@ bool SceneGeometry::occluded(const Ray& ray) const {
 
 void SceneGeometry::surfaceAt(const Ray& ray, const Hit& hit, SurfacePoint& point,
                               miVector* textureCoordinates) const {
-    interpolateSurface(implementation_->meshInstances[hit.meshInstance], hit,
-                       implementation_->kernel->timeOf(ray), point, textureCoordinates);
+    const MeshInstance& meshInstance = implementation_->meshInstances[hit.meshInstance];
+    const float time = implementation_->kernel->timeOf(ray);
+    if (meshInstance.mesh->hair) hairSurfaceAt(meshInstance, ray, hit, time, point, textureCoordinates);
+    else interpolateSurface(meshInstance, hit, time, point, textureCoordinates);
 }
 
 std::span<const MeshInstance> SceneGeometry::meshInstances() const {
@@ -372,6 +378,10 @@ bool SceneGeometry::moves() const {
 
 std::size_t SceneGeometry::triangleCount() const {
     return implementation_->triangles;
+}
+
+std::size_t SceneGeometry::hairSegmentCount() const {
+    return implementation_->hairSegments;
 }
 
 } // namespace orca::geometry

@@ -89,6 +89,7 @@ public:
     /// True when any mesh instance moves or deforms over the shutter.
     [[nodiscard]] bool moves() const;
     [[nodiscard]] std::size_t triangleCount() const;
+    [[nodiscard]] std::size_t hairSegmentCount() const;
 
 private:
     struct Implementation;

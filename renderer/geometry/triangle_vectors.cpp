@@ -12,6 +12,7 @@ namespace orca::geometry {
 bool triangleVectors(const MeshInstance& meshInstance, std::uint32_t triangle, CornerVector which, int space,
                      miVector (&corners)[3]) {
     const Mesh& mesh = *meshInstance.mesh;
+    if (mesh.hair) return false;
     const miTransform& place = meshInstance.instanceRecord->tf;
     const bool inWorld = meshInstance.placedInWorld;
     const auto give = [&](const auto& vectorOf) {

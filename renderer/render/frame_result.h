@@ -19,7 +19,7 @@ namespace orca::render {
 struct RenderStatistics {
     RayCounts rays;
     double buildSeconds = 0.0, renderSeconds = 0.0;
-    std::size_t triangles = 0, meshInstances = 0, lights = 0;
+    std::size_t triangles = 0, hairSegments = 0, meshInstances = 0, lights = 0;
     std::size_t filmBytes = 0;
     int threads = 0;
 };

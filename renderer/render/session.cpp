@@ -220,6 +220,7 @@ RenderStatistics statisticsOf(const geometry::SceneGeometry& geometry, const Ray
     RenderStatistics statistics;
     statistics.rays = rays;
     statistics.triangles = geometry.triangleCount();
+    statistics.hairSegments = geometry.hairSegmentCount();
     statistics.meshInstances = geometry.meshInstances().size();
     statistics.lights = geometry.lights().size();
     statistics.filmBytes = film.bytes();

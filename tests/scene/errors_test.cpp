@@ -142,9 +142,22 @@ object "o" visible group trilist vertex 3 p triangle 1 [ 0 0 0 1 0 0 1 1 0 ] [ 0
 end group end object
 => scene.mi:1:26: object "o": triangle 0 of the trilist takes a vertex beyond the 3 there are (counted from
      0)
-object "b" visible hair 1 `abcd` end hair end object
+object "o" visible hair degree 3 radius 0.1 scalars 9 [ 0 0 0 0 1 0 0 2 0 ] hairs 1 [ 0 ] end hair end object
+=> scene.mi:1:20: object "o": hair 0 has 3 vertices: curves of degree 3 have 4, 7, 10 ...; 1 of 1 left out
+object "o" visible hair scalars 10 [ 0 0 0 0 1 0 0 0 0 0 ] hairs 2 [ 0 6 ] end hair end object
+=> scene.mi:1:20: object "o": hair 1 has 4 scalars: 0 of its own and 3 for each vertex do not make that; 1 of 2
+     left out
+object "o" visible hair scalars 6 [ 0 0 0 0 1 0 ] hairs 2 [ 0 9 ] end hair end object
+=> scene.mi:1:20: object "o": hair 0 has the scalars from 0 up to 9 of 6; 2 of 2 left out
+object "o" visible hair radius -1 scalars 0 [ ] hairs 0 [ ] end hair end object
+=> scene.mi:1:32: object "o": a hair's radius cannot be -1
+object "o" visible hair degree 4 end hair end object
+=> scene.mi:1:32: object "o": the degree of hairs is 1, 2 or 3, not 4
+object "o" visible hair hairs 1 [ 0 ] end hair end object
+=> scene.mi:1:31: object "o": "scalars" come before "hairs"
+object "b" visible particle 1 `abcd` end particle end object
 instance "bi" "b" end instance
-=> scene.mi:1:20: object "b": hair not supported, object skipped
+=> scene.mi:1:20: object "b": particles not supported, object skipped
 object "o" visible basis "b" bezier 0 end object
 => scene.mi:1:37: basis "b": the degree must be from 1 to 21, not 0
 object "o" visible basis "b" bspline 22 end object

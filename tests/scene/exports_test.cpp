@@ -84,7 +84,7 @@ TEST(Exports, CountVectorsOfBumpBasesUnlessTheirScalarsSayOtherwise) {
         SceneText text(std::string("object \"o\" visible group trilist vertex 3 p ") + c.code +
                        " t 2 triangle 1 [ " + numbers + "] [ 0 1 2 ] end trilist end group end object\n");
         ASSERT_EQ(text.errors(), "") << c.code;
-        const TriangleList::Layout& layout = text.find<ObjectElement>("o")->triangleLists[0].layout;
+        const VertexLayout& layout = text.find<ObjectElement>("o")->triangleLists[0].layout;
         EXPECT_EQ(layout.bumpCount, c.bases) << c.code;
         EXPECT_EQ(layout.texture, std::vector<int>{3 + c.floats}) << c.code;
     }

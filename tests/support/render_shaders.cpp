@@ -2,10 +2,12 @@
 // Shaders of another library for render tests: none of them knows about passes.
 #include <shader.h>
 
+#include <algorithm>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -249,6 +251,14 @@ DLLEXPORT miBoolean testChatters(miColor*, miState* state, void*) {
     return miTRUE;
 }
 
+/// A light map of vertices: names each.
+DLLEXPORT miBoolean testVertices(miColor*, miState* state, void*) {
+    mi_warning("vertex at %g, %g, weights %g %g %g", static_cast<double>(state->point.x),
+               static_cast<double>(state->point.y), static_cast<double>(state->bary[0]),
+               static_cast<double>(state->bary[1]), static_cast<double>(state->bary[2]));
+    return miTRUE;
+}
+
 struct CardsParameters {
     miTag material;
     miInteger fault; ///< one that the shader makes on purpose; 0: none
@@ -304,6 +314,24 @@ DLLEXPORT miBoolean testCards(miTag* result, miState* state, CardsParameters* pa
     mi_geoshader_add_result(result, mi_api_instgroup_end());
     mi_geoshader_add_result(result, makeCard(true));
     return state->instance != miNULLTAG;
+}
+
+/// Geometry: a hair of two segments.
+DLLEXPORT miBoolean testHairs(miTag* result, miState* state, miTag* material) {
+    miObject* const object = mi_api_object_begin(nullptr);
+    object->visible = object->shadow = object->trace = miTRUE;
+    miHair_list* const hairs = mi_api_hair_begin();
+    hairs->material = *mi_eval_tag(material);
+    hairs->radius = 0.05f;
+    mi_api_hair_info(0, 't', 1);
+    miScalar* const numbers = mi_api_hair_scalars_begin(12);
+    const miScalar hair[] = {5, 0.1f, -1, 0, 0.1f, 0.5f, 0, 0.4f, 1, 0};
+    std::copy(std::begin(hair), std::end(hair), numbers);
+    mi_api_hair_scalars_end(10);
+    mi_api_hair_hairs_begin(2)[1] = 10;
+    mi_api_hair_hairs_end();
+    mi_api_hair_end();
+    return mi_geoshader_add_result(result, mi_api_object_end());
 }
 
 } // extern "C"

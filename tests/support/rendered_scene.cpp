@@ -39,6 +39,8 @@ declare shader color "testPlainLight" ( color "color" default 1 1 1 1 ) end decl
 declare shader color "testMirror" ( color "color" default 1 1 1 1 ) end declare
 declare shader color "testFlat" ( color "color" default 1 1 1 1 ) apply texture, material end declare
 declare shader color "testFoil" ( color "color" default 1 1 1 1 ) end declare
+declare shader color "testVertices" ( ) apply lightmap end declare
+declare shader geometry "testHairs" ( material "material" ) apply geometry end declare
 declare shader geometry "testCards" ( material "material", integer "fault" ) apply geometry end declare
 declare shader color "testNotANumber" ( ) end declare
 declare shader color "testFails" ( ) end declare

@@ -204,7 +204,7 @@ private:
     }
 
     static void fillVertex(const Patch& patch, const std::array<double, 2>& at,
-                           const scene::TriangleList::Layout& layout, float* vertex) {
+                           const scene::VertexLayout& layout, float* vertex) {
         const auto [u, v] = at;
         const auto put = [&](int offset, const miVector& value) {
             std::memcpy(vertex + offset, &value, sizeof value);

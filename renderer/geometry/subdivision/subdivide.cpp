@@ -138,7 +138,7 @@ private:
         face.tessellate(edgeParts, parts_.ofFaces[number], coordinates, piece.triangles);
         piece.vertices.resize(coordinates.size() * stride());
         std::vector<miVector> motions(base_.motions.size()), textures(base_.textures.size());
-        const scene::TriangleList::Layout& layout = list_.layout;
+        const scene::VertexLayout& layout = list_.layout;
         for (std::size_t i = 0; i < coordinates.size(); ++i) {
             LimitSurface::Point point;
             face.evaluate(coordinates[i], point, motions.data(), textures.data());
@@ -206,7 +206,7 @@ private:
             return added;
         }
         nextAt_[last] = added;
-        const scene::TriangleList::Layout& layout = list_.layout;
+        const scene::VertexLayout& layout = list_.layout;
         const auto take = [&](int at, int floats) {
             std::copy_n(&list_.vertices[first * stride()] + at, floats,
                         &list_.vertices[added * stride()] + at);
@@ -217,7 +217,7 @@ private:
     }
 
     [[nodiscard]] bool agree(const float* a, const float* b) const {
-        const scene::TriangleList::Layout& layout = list_.layout;
+        const scene::VertexLayout& layout = list_.layout;
         constexpr float leastCosine = 0.9999f; // of normals that one vertex can have: 0.8 degrees
         if (dot(vectorAt(a + layout.normal), vectorAt(b + layout.normal)) < leastCosine) return false;
         constexpr float tolerance = 1e-5f; // of texture coordinates

@@ -8,9 +8,9 @@
 namespace orca::geometry {
 
 /// Layout of the vertices of a tessellated surface: positions and normals always, textures as vectors.
-[[nodiscard]] inline scene::TriangleList::Layout surfaceVertexLayout(bool derivatives, std::size_t motions,
-                                                                     std::size_t textures) {
-    scene::TriangleList::Layout layout;
+[[nodiscard]] inline scene::VertexLayout surfaceVertexLayout(bool derivatives, std::size_t motions,
+                                                             std::size_t textures) {
+    scene::VertexLayout layout;
     const auto claim = [&](int floats) {
         const int offset = layout.stride;
         layout.stride += floats;

@@ -44,6 +44,7 @@ void ObjectElement::visitReferences(const std::function<void(miTag)>& visit) con
     for (const SubdivisionSurface& surface : subdivisionSurfaces)
         for (const SubdivisionSurface::Face& part : surface.faces) visit(part.material);
     for (const FreeformSurface& surface : freeformSurfaces) visit(surface.material);
+    if (hair) visit(hair->material);
 }
 
 void ObjectElement::clearGeometry() {
@@ -53,6 +54,7 @@ void ObjectElement::clearGeometry() {
     curves.clear();
     freeformSurfaces.clear();
     connections.clear();
+    hair.reset();
     mergeDistance = 0.0f;
 }
 
@@ -96,10 +98,19 @@ void ObjectElement::updateRecord() {
     };
     for (const SubdivisionSurface& surface : subdivisionSurfaces) includeAll(surface.points);
     for (const FreeformSurface& surface : freeformSurfaces) includeAll(surface.net.points);
+    if (hair)
+        for (const HairList::Hair& each : hair->hairs)
+            for (std::size_t v = 0; v < each.vertices; ++v) {
+                const float* const p = hair->vertexOf(each, v);
+                const float radius = hair->radiusOf(each, v);
+                include(p[0] - radius, p[1] - radius, p[2] - radius);
+                include(p[0] + radius, p[1] + radius, p[2] + radius);
+            }
     object.type = !groups.empty()                ? miOBJECT_POLYGONS
                   : !triangleLists.empty()       ? miOBJECT_TRIANGLES
                   : !subdivisionSurfaces.empty() ? miOBJECT_SUBDIVISION
                   : !freeformSurfaces.empty()    ? miOBJECT_FREEFORM
+                  : hair                         ? miOBJECT_HAIR
                                                  : miOBJECT_EMPTY;
     const bool isAnything = low.x <= high.x;
     object.bbox_min = isAnything ? low : miVector{0, 0, 0};

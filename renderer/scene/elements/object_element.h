@@ -4,7 +4,9 @@
 #include "scene/elements/approximation.h"
 #include "scene/elements/element.h"
 #include "scene/elements/freeform_surface.h"
+#include "scene/elements/hair_list.h"
 #include "scene/elements/subdivision_surface.h"
+#include "scene/elements/vertex_layout.h"
 
 #include <cstdint>
 #include <optional>
@@ -50,18 +52,7 @@ struct PolygonGroup {
 
 /// Triangles with their vertices' data in one array.
 struct TriangleList {
-    /// Where a vertex's parts lie, in floats from its start; -1: not there.
-    struct Layout {
-        int stride = 3;
-        int normal = -1;
-        int derivatives = -1;         ///< dP/du, dP/dv
-        int secondDerivatives = -1;   ///< three vectors
-        int bump = -1, bumpCount = 0; ///< pairs of x and y basis vectors
-        int motion = -1, motionCount = 0;
-        std::vector<int> texture, textureDimension; ///< per texture space
-        std::vector<int> user, userDimension;
-    };
-    Layout layout; ///< positions are the first three floats
+    VertexLayout layout; ///< positions are the first three floats
     std::uint32_t vertexCount = 0;
     std::vector<float> vertices;        ///< vertexCount * stride
     std::vector<std::uint32_t> indices; ///< three per triangle
@@ -89,7 +80,8 @@ struct ObjectElement final : Element {
     std::vector<SplineCurve> curves;
     std::vector<FreeformSurface> freeformSurfaces;
     std::vector<SurfaceConnection> connections;
-    float mergeDistance = 0.0f; ///< between borders of surfaces that count as the same; object space units
+    std::optional<HairList> hair; ///< nothing else is in the object then
+    float mergeDistance = 0.0f;   ///< between borders of surfaces that count as the same; object space units
     std::vector<ApproximateStatement> surfaceApproximations; ///< of what is curved, in the scene's order
     bool hasLabel = false;                                   ///< 0 is one if the scene says so
     bool isEmpty = false; ///< geometry of a kind that is not supported was left out

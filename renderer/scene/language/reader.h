@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -245,10 +246,20 @@ private:
     // reader_trilist.cpp
     void readTriangleList(ObjectElement& element, const Token& token);
     void checkTriangles(const ObjectElement& element, TriangleList& list, const SourceLocation& location);
-    void readVertexCodes(TriangleList::Layout& layout, const ObjectElement& element);
+    /// @param known the codes that the vertices may have, of n d d2 b m r t u
+    void readVertexCodes(VertexLayout& layout, const ObjectElement& element,
+                         std::span<const std::string_view> known);
     template <class T>
     void readNumberList(std::vector<T>& values, std::size_t count, std::string_view binaryWord,
                         const std::string& what, std::size_t otherCount);
+    template <class T>
+    void readNumberList(std::vector<T>& values, std::size_t count, std::string_view binaryWord,
+                        const std::string& what) {
+        readNumberList(values, count, binaryWord, what, count);
+    }
+
+    // reader_hair.cpp
+    void readHair(ObjectElement& element, const Token& word);
 
     // reader_instances.cpp
     void readInstance(const Token& token, bool incremental);

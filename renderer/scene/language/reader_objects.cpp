@@ -43,7 +43,7 @@ void Reader::readObject(const Token& token, bool incremental) {
     Token file;
     while (!endsBlock("object", element.name)) {
         const Token word = next();
-        if (word.isWord("group") || word.isWord("trilist") || word.isWord("mesh")) {
+        if (word.isWord("group") || word.isWord("trilist") || word.isWord("mesh") || word.isWord("hair")) {
             // An incremental change repeats all of the geometry.
             if (!replaced) {
                 element.clearGeometry();
@@ -53,6 +53,8 @@ void Reader::readObject(const Token& token, bool incremental) {
                 readGroup(element);
             } else if (word.isWord("mesh")) {
                 readMeshFile(element);
+            } else if (word.isWord("hair")) {
+                readHair(element, word);
             } else {
                 readTriangleList(element, word);
             }
@@ -63,8 +65,8 @@ void Reader::readObject(const Token& token, bool incremental) {
             if (stream_.writer()) stream_.writer()->discardLine();
         } else if (word.isWord("basis")) {
             readBasis();
-        } else if (word.isWord("hair") || word.isWord("particle")) {
-            skipGeometry(element, locationOf(word), word.isWord("hair") ? "hair" : "particles", word.text);
+        } else if (word.isWord("particle")) {
+            skipGeometry(element, locationOf(word), "particles", word.text);
         } else if (!readObjectFlag(element, word) && !readObjectStatement(element, word)) {
             fail(word, "object \"{}\": unknown statement {}", element.name, word.shown());
         }
@@ -223,8 +225,10 @@ void Reader::readGroup(ObjectElement& element) {
             readConnection(element, word);
         } else if (word.isWord("space") && accept("curve")) {
             skipSpaceCurve(element, locationOf(word));
-        } else if (word.isWord("hair") || word.isWord("particle")) {
-            skipGeometry(element, locationOf(word), word.text, "group");
+        } else if (word.isWord("hair")) {
+            readHair(element, word);
+        } else if (word.isWord("particle")) {
+            skipGeometry(element, locationOf(word), "particles", "group");
             return;
         } else if (word.kind == Token::Kind::Symbol) {
             fail(word,

@@ -2,6 +2,7 @@
 #include "scene/language/reader.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <span>
@@ -13,7 +14,7 @@ namespace {
 
 /// The layout where the number after "b" counts bases, not vectors: some files have it so, and only the
 /// number of their scalars tells.
-TriangleList::Layout countingBases(TriangleList::Layout layout) {
+VertexLayout countingBases(VertexLayout layout) {
     if (layout.bump < 0) return layout;
     const int more = 6 * layout.bumpCount;
     const auto move = [&](int& offset) {
@@ -38,7 +39,8 @@ void writeNumbers(SceneWriter& writer, std::span<const T> values) {
 
 } // namespace
 
-void Reader::readVertexCodes(TriangleList::Layout& layout, const ObjectElement& element) {
+void Reader::readVertexCodes(VertexLayout& layout, const ObjectElement& element,
+                             std::span<const std::string_view> known) {
     constexpr int most = 64; // parts of one kind
     const auto claim = [&](int floats) {
         const int offset = layout.stride;
@@ -62,29 +64,30 @@ void Reader::readVertexCodes(TriangleList::Layout& layout, const ObjectElement& 
         }
         if (sizes.empty()) fail(at, "object \"{}\": the dimension of {} is missing", element.name, of);
     };
-    if (!accept("p")) {
-        fail(peek(), "object \"{}\": vertices of a trilist begin with \"p\", not {}", element.name,
-             peek().shown());
-    }
+    const auto acceptCode = [&](std::string_view code) {
+        return std::find(known.begin(), known.end(), code) != known.end() && accept(code);
+    };
     for (;;) {
-        if (accept("n")) {
+        if (acceptCode("n")) {
             layout.normal = claim(3);
-        } else if (accept("d")) {
+        } else if (acceptCode("d")) {
             layout.derivatives = claim(6);
-        } else if (accept("d2")) {
+        } else if (acceptCode("d2")) {
             layout.secondDerivatives = claim(9);
-        } else if (accept("b")) {
+        } else if (acceptCode("b")) {
             // The count is of vectors, two to a basis; a bare "b" is one basis.
             const Token at = peek();
             const int vectors = at.kind == Token::Kind::Integer ? repeated("vectors of bump bases") : 2;
             layout.bumpCount = vectors % 2 == 0 ? vectors / 2 : vectors;
             layout.bump = claim(6 * layout.bumpCount);
-        } else if (accept("m")) {
+        } else if (acceptCode("m")) {
             layout.motionCount = repeated("motion vectors");
             layout.motion = claim(3 * layout.motionCount);
-        } else if (accept("t")) {
+        } else if (acceptCode("r")) {
+            layout.radius = claim(1);
+        } else if (acceptCode("t")) {
             dimensions(layout.texture, layout.textureDimension, "a texture space");
-        } else if (accept("u")) {
+        } else if (acceptCode("u")) {
             dimensions(layout.user, layout.userDimension, "user data");
         } else {
             return;
@@ -92,8 +95,8 @@ void Reader::readVertexCodes(TriangleList::Layout& layout, const ObjectElement& 
     }
 }
 
-/// A list in brackets, or as `binaryWord` and blocks of big-endian words between backquotes; the word may be
-/// left out. There are `count` numbers, or `otherCount`.
+/// A list in brackets, without them, or as `binaryWord` and blocks of big-endian words between backquotes;
+/// the word may be left out. There are `count` numbers, or `otherCount`.
 template <class T>
 void Reader::readNumberList(std::vector<T>& values, std::size_t count, std::string_view binaryWord,
                             const std::string& what, std::size_t otherCount) {
@@ -106,15 +109,16 @@ void Reader::readNumberList(std::vector<T>& values, std::size_t count, std::stri
     if (writer && !bracket) writer->mark('[');
     const std::size_t most = std::max(count, otherCount);
     const auto left = [&](std::size_t of) { return of - std::min(of, values.size()); };
-    if (!bracket && peek().kind != Token::Kind::Backquote)
+    const bool bare = !bracket && peek().isNumber();
+    if (!bracket && !bare && peek().kind != Token::Kind::Backquote)
         fail(peek(), "expected {} in brackets or as a binary block, not {}", what, peek().shown());
     for (;;) {
         T value{};
         bool isValue = false;
         if constexpr (std::is_same_v<T, float>) {
-            isValue = bracket && stream_.nextNumber(value);
+            isValue = (bracket || (bare && left(most) > 0)) && stream_.nextNumber(value);
         } else {
-            isValue = bracket && stream_.nextInteger(value);
+            isValue = (bracket || (bare && left(most) > 0)) && stream_.nextInteger(value);
         }
         if (isValue && values.size() < most) {
             values.push_back(value);
@@ -141,6 +145,11 @@ void Reader::readNumberList(std::vector<T>& values, std::size_t count, std::stri
     else if (writer) writer->mark(']');
 }
 
+template void Reader::readNumberList(std::vector<float>&, std::size_t, std::string_view, const std::string&,
+                                     std::size_t);
+template void Reader::readNumberList(std::vector<std::int32_t>&, std::size_t, std::string_view,
+                                     const std::string&, std::size_t);
+
 void Reader::readTriangleList(ObjectElement& element, const Token& token) {
     constexpr int most = 1 << 28; // vertices, triangles
     TriangleList list;
@@ -152,7 +161,12 @@ void Reader::readTriangleList(ObjectElement& element, const Token& token) {
     };
     if (!accept("vertex")) fail(peek(), "expected \"vertex\" after \"trilist\", not {}", peek().shown());
     const std::size_t vertices = count("the number of vertices");
-    readVertexCodes(list.layout, element);
+    if (!accept("p")) {
+        fail(peek(), "object \"{}\": vertices of a trilist begin with \"p\", not {}", element.name,
+             peek().shown());
+    }
+    constexpr std::array<std::string_view, 7> codes = {"n", "d", "d2", "b", "m", "t", "u"};
+    readVertexCodes(list.layout, element, codes);
     if (!accept("triangle")) {
         fail(peek(), "object \"{}\": expected a vertex code (p n d d2 b m t u) or \"triangle\", not {}",
              element.name, peek().shown());
@@ -162,7 +176,7 @@ void Reader::readTriangleList(ObjectElement& element, const Token& token) {
         peek().kind == Token::Kind::Integer ? count("the number of border triangles") : 0;
     list.vertexCount = static_cast<std::uint32_t>(vertices);
     const std::string owner = fmt::format("object \"{}\", ", element.name);
-    const TriangleList::Layout otherLayout = countingBases(list.layout);
+    const VertexLayout otherLayout = countingBases(list.layout);
     readNumberList(list.vertices, vertices * static_cast<std::size_t>(list.layout.stride), "scalar",
                    owner + "vertices of the trilist",
                    vertices * static_cast<std::size_t>(otherLayout.stride));
@@ -170,12 +184,10 @@ void Reader::readTriangleList(ObjectElement& element, const Token& token) {
         list.layout = otherLayout;
     const std::size_t words = element.tagged ? 4 : 3;
     std::vector<std::int32_t> indices;
-    readNumberList(indices, triangles * words, "integer", owner + "triangles of the trilist",
-                   triangles * words);
+    readNumberList(indices, triangles * words, "integer", owner + "triangles of the trilist");
     if (!peek().isWord("end")) {
         std::vector<std::int32_t> dropped; // displacement's neighbours only
-        readNumberList(dropped, border * words, "integer", owner + "border triangles of the trilist",
-                       border * words);
+        readNumberList(dropped, border * words, "integer", owner + "border triangles of the trilist");
     }
     expectEnd("trilist");
     list.indices.reserve(triangles * 3);

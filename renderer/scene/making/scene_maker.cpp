@@ -39,6 +39,7 @@ void SceneMaker::drop(std::unique_ptr<ElementOpen>& open) {
 void SceneMaker::dropObject() {
     polygon_.reset();
     group_.reset();
+    hair_.reset();
     drop(object_);
 }
 
@@ -78,6 +79,25 @@ bool SceneMaker::addVector(const miVector& vector) {
     if (!isFinite) error("vector {} of object \"{}\" is not finite", group_->vectors.size(), object_->name);
     group_->vectors.push_back(isFinite ? vector : miVector{0.0f, 0.0f, 0.0f});
     return isFinite;
+}
+
+miHair_list* SceneMaker::beginHair() {
+    if (!object_ || group_ || hair_ || object_->hair) {
+        error("mi_api_hair_begin: {}", !object_        ? "no object is open"
+                                       : object_->hair ? "the object has hairs already"
+                                                       : "a group or hairs are still open");
+        return nullptr;
+    }
+    hair_ = std::make_unique<HairMaker>();
+    return &hair_->record;
+}
+
+bool SceneMaker::endHair() {
+    HairList made;
+    const bool good = withHair("mi_api_hair_end", [&](HairMaker& hair) { return hair.end(made); });
+    if (hair_ && !made.hairs.empty()) object_->hair = std::move(made);
+    hair_.reset();
+    return good;
 }
 
 PolygonGroup* SceneMaker::vertexFor(const char* function, int vector, bool mayLack) {
@@ -235,8 +255,8 @@ bool SceneMaker::endGroup() {
 }
 
 miTag SceneMaker::endObject() {
-    if (!object_ || group_) {
-        error("mi_api_object_end: {}", group_ ? "a group is still open" : "no object is open");
+    if (!object_ || group_ || hair_) {
+        error("mi_api_object_end: {}", object_ ? "a group or hairs are still open" : "no object is open");
         return miNULLTAG;
     }
     const miObject& record = object_->object;

@@ -4,6 +4,7 @@
 #include "base/log.h"
 #include "scene/database.h"
 #include "scene/elements/elements.h"
+#include "scene/making/hair_maker.h"
 
 #include <shader.h>
 
@@ -46,6 +47,15 @@ public:
     bool beginHole();
     bool endPolygon();
     bool endGroup();
+    miHair_list* beginHair();
+    /// What the body does to the open hairs; it returns what is wrong, empty for nothing.
+    template <class Body>
+    bool withHair(const char* function, const Body& body) {
+        const std::string fault = hair_ ? body(*hair_) : "no hairs are open";
+        if (!fault.empty()) error("{}: {}", function, fault);
+        return fault.empty();
+    }
+    bool endHair();
     miTag endObject();
 
     miInstance* beginInstance(const std::string& name);
@@ -95,6 +105,7 @@ private:
     std::vector<miTag> made_;
     std::unique_ptr<ObjectElement> object_;
     std::unique_ptr<PolygonGroup> group_;
+    std::unique_ptr<HairMaker> hair_;
     std::optional<OpenPolygon> polygon_;
     std::unique_ptr<InstanceElement> instance_;
     std::unique_ptr<GroupElement> instanceGroup_;
