@@ -80,6 +80,26 @@ void reportOverlaps(const LightMap& map, const std::vector<Overlaps>& tiles, Log
          "of it");
 }
 
+constexpr std::size_t verticesPerChunk = 256;
+
+std::size_t chunksOf(const VertexCalls& calls) {
+    return (calls.vertices.size() + verticesPerChunk - 1) / verticesPerChunk;
+}
+
+/// Calls a shader that keeps itself what it computes, for the vertices of one chunk.
+void callForVertices(RenderContext& context, const VertexCalls& calls, std::size_t chunk) {
+    const std::size_t end = std::min(calls.vertices.size(), (chunk + 1) * verticesPerChunk);
+    for (std::size_t i = chunk * verticesPerChunk; i < end; ++i) {
+        if (context.frame.stopped()) return;
+        const VertexCalls::Vertex& vertex = calls.vertices[i];
+        const LaidOutTriangle triangle{vertex.meshInstance, vertex.triangle, 0, {}};
+        const TexelPoint corner{&triangle, vertex.corner == 1 ? 1.0f : 0.0f,
+                                vertex.corner == 2 ? 1.0f : 0.0f};
+        miColor unused;
+        shadeTexel(context, calls.shader, corner, static_cast<int>(i), 0, 0, unused);
+    }
+}
+
 /// Puts what was made into the texture.
 void store(LightMap& map, image::Textures& textures) {
     padEdges(map.texels, paddingTexels);
@@ -99,15 +119,16 @@ LightMapOutcome makeLightMaps(const FrameParts& parts, Film& film, RenderState& 
     LightMapOutcome outcome;
     if (!scene::hasLightMapShaders(parts.database)) return outcome;
     const Frame frame(parts);
-    const std::vector<std::unique_ptr<LightMap>> maps = planLightMaps(frame);
+    const LightMapPlan plan = planLightMaps(frame);
     TileRenderer tiles(frame, film, state, settings, threads, 1);
     tiles.begin(RenderPhase::LightMaps);
     std::size_t all = 0, done = 0; // tiles
-    for (const auto& map : maps) all += map->layout.tiles();
+    for (const auto& map : plan.maps) all += map->layout.tiles();
+    for (const VertexCalls& calls : plan.vertexCalls) all += chunksOf(calls);
     const auto share = [&](std::size_t count) {
         return static_cast<double>(count) / static_cast<double>(all);
     };
-    for (const auto& map : maps) {
+    for (const auto& map : plan.maps) {
         const auto start = std::chrono::steady_clock::now();
         const std::size_t count = map->layout.tiles();
         std::vector<Overlaps> overlaps(count);
@@ -125,6 +146,15 @@ LightMapOutcome makeLightMaps(const FrameParts& parts, Film& film, RenderState& 
         frame.log.info("RNDR", "light map \"{}\": {} of {} x {} texels in {:.1f} s", map->texture.name,
                        filled, map->texture.width, map->texture.height, taken.count());
         if (settings.lightMapDone) settings.lightMapDone(map->texture);
+    }
+    for (const VertexCalls& calls : plan.vertexCalls) {
+        if (!outcome.complete) break;
+        const std::size_t count = chunksOf(calls);
+        if (count == 0) continue;
+        const auto call = [&](RenderContext& context, std::size_t i) { callForVertices(context, calls, i); };
+        outcome.complete = tiles.forEach(count, RenderPhase::LightMaps, share(done), share(done + count),
+                                         call, [](std::size_t, const RenderTally&) {});
+        done += count;
     }
     tiles.close();
     outcome.counts = tiles.tally().counts;

@@ -42,7 +42,9 @@ std::vector<LightMapTarget> lightMapTargets(const Database& database, miTag list
     std::vector<LightMapTarget> targets;
     for (const miTag tag : shaderList(database, list)) {
         const auto* const shader = database.find<FunctionElement>(tag);
-        targets.push_back({shader, targetOf(database, *shader)});
+        const std::vector<Parameter>& parameters = shader->declaration->parameters;
+        const bool ofVertices = std::none_of(parameters.begin(), parameters.end(), isTexture);
+        targets.push_back({shader, targetOf(database, *shader), ofVertices});
     }
     return targets;
 }

@@ -13,6 +13,7 @@ namespace orca::scene {
 struct LightMapTarget {
     const FunctionElement* shader; ///< never null
     TextureElement* texture;       ///< null: the shader names no writable texture
+    bool ofVertices;               ///< it has no parameter for a texture, and is called for vertices
 };
 
 /// The targets of a `lightmap` list, in the order of its shaders: of each, the first of its texture

@@ -192,6 +192,17 @@ struct FaultCase {
     const char* name;
     std::string contents, message;
 };
+TEST(LightMapShader, WithoutATextureIsCalledOnceForEachVertex) {
+    const RenderedScene picture(sceneOf(baked("lightmap \"testVertices\" ( )") + square("plane") +
+                                        square("far", 0, 1, "transform 1 0 0 0 0 1 0 0 0 0 1 0 -9 0 0 1"))
+                                    .text());
+    const auto complaints = picture.complaints();
+    EXPECT_EQ(complaints.size(), 8u) << fmt::format("{}", fmt::join(complaints, "\n"));
+    for (const std::string vertex : {"-2, -2, weights 1 0 0", "2, -2, weights 0 1 0", "2, 2, weights 0 0 1",
+                                     "-2, 2, weights 0 0 1", "7, -2, weights 1 0 0", "11, 2, weights 0 0 1"})
+        EXPECT_TRUE(picture.logged("vertex at " + vertex)) << vertex;
+}
+
 class LightMapFault : public ::testing::TestWithParam<FaultCase> {};
 
 TEST_P(LightMapFault, IsReported) {

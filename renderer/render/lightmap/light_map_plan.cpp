@@ -27,33 +27,41 @@ class Planner {
 public:
     explicit Planner(const Frame& frame) : frame_(frame) {}
 
-    std::vector<std::unique_ptr<LightMap>> plan() {
+    LightMapPlan plan() {
         // What is added first counts.
         for (std::size_t i = frame_.meshInstances.size(); i-- > 0;) add(static_cast<std::uint32_t>(i));
-        std::vector<std::unique_ptr<LightMap>> maps;
+        LightMapPlan plan;
+        plan.vertexCalls = std::move(vertexCalls_);
         for (auto& [tag, map] : maps_) {
             for (const miTag object : objectsOutside_[tag])
                 warn(map->texture,
                      fmt::format("what lies outside of the texture is left out: texture coordinates of "
                                  "object \"{}\" are not all within 0 to 1",
                                  nameOf(object)));
-            maps.push_back(std::move(map));
+            plan.maps.push_back(std::move(map));
         }
-        return maps;
+        return plan;
     }
 
 private:
     /// A shader of a material and the map that it fills.
     struct Use {
-        LightMap* map;
-        std::uint32_t shader; // in the map
+        LightMap* map;        // null: it is called for vertices
+        std::uint32_t shader; // in the map, or in vertexCalls_
     };
 
     void add(std::uint32_t index) {
         const geometry::MeshInstance& instance = frame_.meshInstances[index];
         const geometry::Mesh& mesh = *instance.mesh;
+        std::set<std::pair<std::uint32_t, std::uint32_t>> seen; // shader and vertex
         for (std::uint32_t i = 0; i < mesh.triangles.size(); ++i)
             for (const Use& use : usesOf(geometry::materialOf(instance, mesh, i))) {
+                if (!use.map) {
+                    for (std::uint8_t corner = 0; corner < 3; ++corner)
+                        if (seen.emplace(use.shader, mesh.triangles[i][corner]).second)
+                            vertexCalls_[use.shader].vertices.push_back({index, i, corner});
+                    continue;
+                }
                 if (mesh.textureSpaces == 0) {
                     reportObject(instance.object);
                     return;
@@ -86,6 +94,11 @@ private:
         if (!record || !record->lightmap) return known->second;
         for (const scene::LightMapTarget& target :
              scene::lightMapTargets(frame_.database, record->lightmap)) {
+            if (target.ofVertices) {
+                known->second.push_back({nullptr, static_cast<std::uint32_t>(vertexCalls_.size())});
+                vertexCalls_.push_back({{target.shader->tag, LightMapShader::Result::Color}, {}});
+                continue;
+            }
             const auto shader = lightMapShader(*target.shader);
             if (!target.texture || !shader) {
                 frame_.log.errorAt(target.shader->location, "RNDR",
@@ -159,7 +172,8 @@ private:
     }
 
     const Frame& frame_;
-    std::map<miTag, std::unique_ptr<LightMap>> maps_;  // by texture
+    std::map<miTag, std::unique_ptr<LightMap>> maps_; // by texture
+    std::vector<VertexCalls> vertexCalls_;
     std::map<miTag, std::set<miTag>> objectsOutside_;  // with coordinates outside of a texture
     std::unordered_map<miTag, std::vector<Use>> uses_; // by material
     std::set<miTag> reported_, unusable_;
@@ -171,7 +185,7 @@ LightMap::LightMap(scene::TextureElement& target)
     : texture(target), layout(target.width, target.height), texels(target.width, target.height) {
 }
 
-std::vector<std::unique_ptr<LightMap>> planLightMaps(const Frame& frame) {
+LightMapPlan planLightMaps(const Frame& frame) {
     return Planner(frame).plan();
 }
 

@@ -7,6 +7,7 @@
 #include "render/lightmap/texel_shading.h"
 #include "scene/elements/texture_element.h"
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -22,8 +23,24 @@ struct LightMap {
     TexelColors texels;
 };
 
-/// The light maps of a frame, in the order of their textures' statements: for all mesh instances, what their
-/// materials' light map shaders name. Faults of the scene are reported, and what they concern is left out.
-[[nodiscard]] std::vector<std::unique_ptr<LightMap>> planLightMaps(const Frame& frame);
+/// A light map shader that fills no texture, and the vertices that it is called for.
+struct VertexCalls {
+    struct Vertex {
+        std::uint32_t meshInstance; ///< index into Frame::meshInstances
+        std::uint32_t triangle;     ///< the first one with this vertex
+        std::uint8_t corner;
+    };
+    LightMapShader shader;
+    std::vector<Vertex> vertices;
+};
+
+struct LightMapPlan {
+    std::vector<std::unique_ptr<LightMap>> maps; ///< in the order of their textures' statements
+    std::vector<VertexCalls> vertexCalls;        ///< in the order of the instances that show their materials
+};
+
+/// What the light map shaders of a frame's materials are called for, over all mesh instances. Faults of the
+/// scene are reported, and what they concern is left out.
+[[nodiscard]] LightMapPlan planLightMaps(const Frame& frame);
 
 } // namespace orca::render
