@@ -122,11 +122,13 @@ struct RayKernel::Implementation {
                takesExtreme(ray);
     }
     [[nodiscard]] bool takesExtreme(const Ray& ray) const;
-    [[nodiscard]] RTCScene newScene() const {
+    /// @param extra further flags
+    [[nodiscard]] RTCScene newScene(unsigned int extra = RTC_SCENE_FLAG_NONE) const {
         const RTCScene scene = rtcNewScene(device);
         // Robust: no light leaks through the edges between triangles. The filter is for rays whose context
         // has one.
-        rtcSetSceneFlags(scene, RTC_SCENE_FLAG_ROBUST | RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
+        rtcSetSceneFlags(scene, static_cast<RTCSceneFlags>(RTC_SCENE_FLAG_ROBUST |
+                                                           RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION | extra));
         // Not the quality with spatial splits: those come in an order that depends on the threads, and with
         // them which of two triangles answers for a ray that meets both at the same distance.
         rtcSetSceneBuildQuality(scene, RTC_BUILD_QUALITY_MEDIUM);
@@ -186,7 +188,8 @@ struct RayKernel::Implementation {
 
     /// The mesh's own scene, for its instances.
     [[nodiscard]] RTCScene sceneOf(const Mesh& mesh, bool hidesFaces) {
-        const RTCScene scene = newScene();
+        // Millions of hairs are what fills memory.
+        const RTCScene scene = newScene(mesh.hair ? RTC_SCENE_FLAG_COMPACT : RTC_SCENE_FLAG_NONE);
         const RTCGeometry geometry = mesh.hair ? newCurves(*mesh.hair) : newTriangles(mesh);
         rtcSetGeometryMask(geometry, everyClass); // the instances decide
         if (hidesFaces && !mesh.hair) hideFaces(geometry);
