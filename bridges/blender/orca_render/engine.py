@@ -130,6 +130,8 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
         view = None if data.type == "PANO" else camera.view_of(data, scene, picture)
         render_result = self.begin_result(0, 0, picture.width, picture.height, layer=depsgraph.view_layer.name, view=self.active_view_get())
         try:
-            result.load(render_result, layered_file, job.layers, view, scene.world)
+            result.load(render_result, layered_file, job.layers, view, scene.world, job.names)
         finally:
             self.end_result(render_result)
+        for key, value in job.names.metadata(depsgraph.view_layer.name, job.layers):
+            self.get_result().stamp_data_add_field(key, value)

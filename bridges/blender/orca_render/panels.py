@@ -3,7 +3,7 @@
 
 import bpy
 
-from . import passes
+from . import mattes, passes
 from .engine import OrcaRenderEngine
 
 # Panels of Blender for its old engine that hold nothing of this one's, and those for its other engines that do.
@@ -99,6 +99,9 @@ class ORCA_VIEWLAYER_PT_passes(_Panel, bpy.types.Panel):
         column = self.column()
         for switch, name, source in passes.BLENDER_PASSES:
             column.prop(context.view_layer, switch)
+        for switch, _, _ in mattes.MATTES:
+            column.prop(context.view_layer, switch, text="Cryptomatte " + switch.rsplit("_", 1)[1].capitalize())
+        column.prop(context.view_layer, "pass_cryptomatte_depth", text="Levels")
 
 
 class ORCA_UL_passes(bpy.types.UIList):

@@ -4,6 +4,8 @@
 import dataclasses
 import typing
 
+from . import mattes
+
 COLORS, NUMBERS = ("RGBA", "COLOR", "rgba_fp"), ("Y", "VALUE", "s_fp")
 MANY_LEVELS = 1000
 
@@ -110,8 +112,13 @@ class Layer:
         return NUMBERS if self.source in NUMBER_PASSES else COLORS
 
     @property
+    def is_matte(self):
+        """Whether it is one of the layers of ids that the renderer itself writes."""
+        return self.source in mattes.TYPES
+
+    @property
     def is_material_pass(self):
-        return self.source not in UTILITIES
+        return self.source not in UTILITIES and not self.is_matte
 
     @property
     def is_background(self):
@@ -123,6 +130,8 @@ def layers_of(view_layer):
     """The layers of a view layer of Blender, the picture first; of several with one name the first."""
     layers = [Layer("Combined", "beauty", reflections=True, refractions=True)]
     layers += [Layer(name, source) for switch, name, source in BLENDER_PASSES if getattr(view_layer, switch)]
+    layers += [Layer(f"{matte}{level:02}", matte) for switch, matte, _ in mattes.MATTES if getattr(view_layer, switch)
+               for level in range(mattes.levels_of(view_layer))]
     layers += [Layer(f"{GROUP_PREFIX}{group.name}", "beauty", light_group=group.name, reflections=True, refractions=True)
                for group in view_layer.lightgroups]
     if view_layer.lightgroups:
@@ -142,8 +151,8 @@ class PassSetup:
     def __init__(self, layers, prefix=""):
         self._layers = layers
         self._prefix = prefix
-        # Those that shaders write; the renderer writes labels itself.
-        self._utilities = [layer for layer in layers if not layer.is_material_pass and layer.source != "label"]
+        # Those that shaders write; the renderer writes labels and mattes itself.
+        self._utilities = [layer for layer in layers if not layer.is_material_pass and not layer.is_matte and layer.source != "label"]
         records = sum(layer.is_material_pass for layer in layers)
         self.material_shaders = self.state_shaders = ""  # what ends materials' lists and the options' list of state shaders
         for index, layer in enumerate(self._utilities):
@@ -176,8 +185,12 @@ class PassSetup:
 
     def camera_statements(self, block):
         """Frame buffers and data block, as statements of the camera."""
-        lines = []
+        sources = [layer.source for layer in self._layers]
+        lines = [f'    framebuffer "{self._prefix}{matte}" datatype "{kind}_{2 * sources.count(matte)}"\n'
+                 for matte, kind in mattes.TYPES.items() if matte in sources]
         for layer in self._layers:
+            if layer.is_matte:
+                continue
             kind = layer.shape[2]
             by_opacity = " useopacity on" if layer.is_material_pass or layer.is_background else ""
             lines.append(f'    framebuffer "{self.buffer(layer)}" datatype "{kind}" user {"off" if kind == "tag" else "on"}{by_opacity}\n')

@@ -13,15 +13,16 @@ def register(engine, scene, view_layer, layers):
         engine.register_pass(scene, view_layer, layer.name, len(letters), letters, kind)
 
 
-def load(result, path, layers, camera_view, world):
+def load(result, path, layers, camera_view, world, names):
     """Fills the result's passes from a layered file.
 
     camera_view: camera.View of the picture, None for panoramas
     world: Blender's world or None, for its mist and its light group
+    names: mattes.Names
     """
     result.load_from_file(path)
     for layer in layers:
-        change = _change_of(layer, camera_view, world, result)
+        change = _change_of(layer, camera_view, world, result, names)
         if change is not None:
             values = _values(result, layer.name)
             flat = numpy.ascontiguousarray(change(values), numpy.float32).reshape(-1, values.shape[2])
@@ -36,12 +37,14 @@ def _values(result, name):
     return values.reshape(result.resolution_y, result.resolution_x, -1)
 
 
-def _change_of(layer, view, world, result):
+def _change_of(layer, view, world, result, names):
     """How a layer's values become those that Blender expects; None where they are those."""
     if layer.name == "Depth":
         return lambda values: _axial_depth(values, view)
     if layer.name == "Mist":
         return lambda values: _mist(values, world.mist_settings) if world else values
+    if layer.is_matte:
+        return lambda values: names.translated(layer.source, values)
     if layer.source in {"normal", "normalWorld", "motionVector3D"}:
         return _upright
     if layer.source == "beauty" and layer.light_group and not (world and world.lightgroup == layer.light_group):

@@ -4,7 +4,7 @@
 import dataclasses
 import os
 
-from . import camera, lights, meshes, passes, scene_text, snapshot, world
+from . import camera, lights, mattes, meshes, passes, scene_text, snapshot, world
 from .images import Images
 from .materials import Materials
 
@@ -22,6 +22,7 @@ class Job:
     height: int
     folder: str  # for images that are in no file
     camera: object  # object of Blender
+    names: mattes.Names = dataclasses.field(default_factory=mattes.Names)  # filled in when it is written
 
 
 def shutter_of(scene, layers):
@@ -37,6 +38,7 @@ def shutter_of(scene, layers):
 class _Placed:
     """An object at a place, printed once all that it refers to is."""
     key: tuple
+    original: object  # of Blender
     matrix: object
     element: str  # name of the object
     materials: list  # names
@@ -177,7 +179,10 @@ class _SceneExport:
             return [self._materials.special("catcher")]
         if shown.owner.holdout_get(view_layer=self._depsgraph.view_layer):
             return [self._materials.special("holdout")]
-        return [self._materials.name(material) for material in self._slots(thing)]
+        names = [self._materials.name(material) for material in self._slots(thing)]
+        for name, material in zip(names, self._slots(thing)):
+            self._job.names.add_material(name, material.name if material else name)
+        return names
 
     def _flags(self, shown):
         """Statements of an instance that say which rays see the object."""
@@ -198,7 +203,7 @@ class _SceneExport:
         emission = self._materials.emission(slots[0]) if len(slots) == 1 and self._settings.mesh_lights else ""
         if len(slots) > 1 and any(self._materials.emission(slot) for slot in slots):
             self._losses.add("light on other things from meshes with several materials, of which some emit", thing.name)
-        return _Placed(shown.key, shown.matrix, element, self._materials_of(shown), self._flags(shown), self._collections_of(shown),
+        return _Placed(shown.key, shown.original, shown.matrix, element, self._materials_of(shown), self._flags(shown), self._collections_of(shown),
                        emission, shown.original.lightgroup)
 
     def _instance(self, placed):
@@ -215,6 +220,7 @@ class _SceneExport:
             self._text.transform(later, "motion transform")
         self._text.print("end instance")
         self._members.append(name)
+        self._job.names.add_instance(name, placed.original)
         if placed.emission:
             light = self._text.name(placed.key[0] + " light")
             lights.write_emitter(self._text, light, name, placed.emission, self._settings.light_samples)
@@ -242,9 +248,10 @@ class _SceneExport:
             self._losses.add("motion of lights", shown.thing.name)
         name = self._text.name(shown.thing.data.name)
         lights.write(self._text, name, shown.thing, self._settings.shadow_rays, shown.matrix, self._losses)
-        self._light_instance(shown.key[0] + " here", name, shown.original.lightgroup, lights.placement(shown.thing, shown.matrix))
+        self._light_instance(shown.key[0] + " here", name, shown.original.lightgroup, lights.placement(shown.thing, shown.matrix),
+                             shown.original)
 
-    def _light_instance(self, wanted, light, group, placement=None):
+    def _light_instance(self, wanted, light, group, placement=None, original=None):
         links = self._link_block(self._setup.left_out_of(light_group=group))
         name = self._text.name(wanted)
         self._text.print(f'instance "{name}" "{light}"{links}')
@@ -252,6 +259,8 @@ class _SceneExport:
             self._text.transform(placement)
         self._text.print("end instance")
         self._members.append(name)
+        if original:
+            self._job.names.add_instance(name, original)
 
 
 def write_scene(path, depsgraph, job, go, losses):
