@@ -97,7 +97,9 @@ typedef enum miQ_type {
     miQ_TRANS_OBJECT_TO_LIGHT,
     miQ_TRANS_LIGHT_TO_WORLD,
     miQ_TRANS_LIGHT_TO_CAMERA,
-    miQ_TRANS_LIGHT_TO_OBJECT
+    miQ_TRANS_LIGHT_TO_OBJECT,
+
+    miQ_DECL_RESULT ///< char*, the members of a declared struct result as a scene file has them; else empty
 } miQ_type;
 
 /// What the renderer is doing (answer of `miQ_RENDER_STAGE`).

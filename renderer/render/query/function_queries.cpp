@@ -112,6 +112,7 @@ bool resultSize(const Query& query) {
 using Declaration = scene::DeclarationElement;
 constexpr auto nameOf = [](const Declaration& d) { return const_cast<char*>(d.name.c_str()); };
 constexpr auto parametersOf = [](const Declaration& d) { return const_cast<char*>(d.parameterText.c_str()); };
+constexpr auto resultOf = [](const Declaration& d) { return const_cast<char*>(d.resultText.c_str()); };
 constexpr auto resultTypeOf = [](const Declaration& d) -> int { return d.result.type; };
 constexpr auto versionOf = [](const Declaration& d) -> int { return d.version; };
 
@@ -134,7 +135,7 @@ constexpr QueryRow functionRows[] = {
 constexpr QueryRow declarationRows[] = {
     {miQ_DECL_NAME, ofDeclaration<nameOf>},       {miQ_DECL_PARAM, ofDeclaration<parametersOf>},
     {miQ_DECL_RESULT_SIZE, resultSize},           {miQ_DECL_TYPE, ofDeclaration<resultTypeOf>},
-    {miQ_DECL_VERSION, ofDeclaration<versionOf>},
+    {miQ_DECL_VERSION, ofDeclaration<versionOf>}, {miQ_DECL_RESULT, ofDeclaration<resultOf>},
 };
 
 } // namespace

@@ -32,6 +32,7 @@ struct DeclarationElement final : Element {
     std::string symbol; ///< name of the C function: the name without its namespace
     std::vector<Parameter> parameters;
     std::string parameterText; ///< as `textOf` gives it
+    std::string resultText;    ///< the same of a struct result's members
     int fixedSize = 0;         ///< bytes of the block without array tails
     Parameter result;          ///< a colour unless declared otherwise; a struct's members have offsets
     int version = 0;

@@ -146,6 +146,7 @@ void Reader::readDeclaration(const Token&) {
     declaration->parameters = readParameterList('(', ')');
     declaration->fixedSize = layOut(declaration->parameters);
     declaration->parameterText = textOf(declaration->parameters);
+    declaration->resultText = textOf(declaration->result.members);
     if (kind == Kind::Phenomenon) {
         declaration->body = std::make_unique<PhenomenonBody>();
         phenomenon_ = declaration.get();
