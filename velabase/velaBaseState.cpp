@@ -90,6 +90,7 @@ miBoolean beginSample(miState* state) {
     clearDepthStack(*vela);
     vela->lightData = defaultLightDataArray;
     vela->areaLight = nullptr;
+    vela->componentListener = nullptr;
     vela->shadowSum = 0.0f;
     if (vela->depthOutput) setDepthPlane(state, *vela);
     return miTRUE;

@@ -74,6 +74,10 @@ DomeImage::Sample DomeImage::sample(float u, float v) const {
         static_cast<float>(total_ / (pi * static_cast<double>(luminance(color))))};
 }
 
+miScalar DomeImage::density(const miColor& color) const {
+    return shines() ? static_cast<float>(static_cast<double>(luminance(color)) / total_) : 0.0f;
+}
+
 const miColor& DomeImage::at(const miVector& location) const {
     const auto index = [](float place, std::size_t count) {
         return std::min(static_cast<std::size_t>(std::max(0.0f, place) * static_cast<float>(count)),

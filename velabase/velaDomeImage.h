@@ -26,6 +26,8 @@ public:
     };
     /// For a place of the unit square; the image must shine.
     [[nodiscard]] Sample sample(float u, float v) const;
+    /// Density over solid angle of the samples in a cell of this colour; 0 for a black image.
+    [[nodiscard]] miScalar density(const miColor& color) const;
     /// Radiance at a place in the image.
     [[nodiscard]] const miColor& at(const miVector& location) const;
 

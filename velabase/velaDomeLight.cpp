@@ -10,6 +10,7 @@
 #include <shader.h>
 
 #include <algorithm>
+#include <numbers>
 #include <optional>
 
 /// Parameters of velaDomeLight, in declaration order.
@@ -35,6 +36,7 @@ using P = VelaDomeLightParameters;
 
 constexpr const char* name = "vela_domelight";
 constexpr int mostColumns = 8192;
+constexpr miScalar evenDensity = 0.25f / std::numbers::pi_v<float>; // over the solid angle of all directions
 
 /// True when the renderer leaves the choice of directions to the light.
 bool hasUserShape(miState* state) {
@@ -56,7 +58,9 @@ public:
     miBoolean operator()(miColor* result, miState* state, P* record) const {
         return asLight(state, name, [&](VelabaseState& vela, const PassRecords& passes) -> miBoolean {
             if (state->type != miRAY_LIGHT) {
-                *result = radianceAlong(state, record) * strength(state, record);
+                const Seen seen = along(state, record);
+                *result = seen.radiance * strength(state, record);
+                vela.lightDensity = seen.density;
                 return showLamp(*result, vela);
             }
             if (!hasUserShape(state)) {
@@ -71,6 +75,7 @@ public:
             state->dist = 0.0; // from infinity
             state->dot_nd = dot(toward, state->normal);
             *result = withAlpha(sample.color * strength(state, record) * sample.weight, 1.0f);
+            vela.lightDensity = 1.0f / (std::numbers::pi_v<float> * sample.weight);
             return deliverSample(*result, state, record, vela, passes, sample.weight);
         });
     }
@@ -81,16 +86,22 @@ private:
         const miVector& place = state->tex_list[0];
         if (image_) return image_->sample(place.x, place.y);
         const float sine = 2.0f * place.y - 1.0f;
-        constexpr miScalar evenly = 4.0f; // density 1 / (4 pi)
+        constexpr miScalar evenly = 1.0f / (evenDensity * std::numbers::pi_v<float>);
         return {place.x, sine, latLongGradient(state, record, sine), evenly};
     }
 
-    miColor radianceAlong(miState* state, P* record) const {
+    /// What a ray sees of the dome, and the density over solid angle of the samples in its direction.
+    struct Seen {
+        miColor radiance;
+        miScalar density;
+    };
+    Seen along(miState* state, P* record) const {
         miVector direction;
         mi_vector_to_world(state, &direction, &state->dir);
         direction = normalized(direction);
-        if (!image_) return latLongGradient(state, record, direction.y);
-        return image_->at(latLongLocation(direction, rotation(state, record)));
+        if (!image_) return {latLongGradient(state, record, direction.y), evenDensity};
+        const miColor& color = image_->at(latLongLocation(direction, rotation(state, record)));
+        return {color, image_->density(color)};
     }
 
     static miScalar rotation(miState* state, P* record) {

@@ -12,6 +12,7 @@
 inline constexpr const char* VELABASE_STATE_KEY = "velabase";
 
 struct PassRecords;
+struct ComponentListener;
 
 /// Passed from a material's light loop to the light shader and back.
 struct LightData {
@@ -121,10 +122,16 @@ struct VelabaseState {
     LightData lightData;
     const AreaLightRecord* areaLight; ///< null unless an area light of this library is being sampled
     AreaLightRecord areaShape;        ///< storage for what areaLight points to
+    /// Of lights that are sampled by direction from infinitely far: density over solid angle of the sample,
+    /// and of the ray's direction when they are called for anything but lighting. 0: of all other lights.
+    miScalar lightDensity;
     miColor lightFogColor; ///< the light-colour slots: of a light that is called for anything but lighting
     miColor lightFogTransmission;
     miColor lightGlowColor;
     miScalar shadowSum; ///< luminance of the light that shadows removed, of the current light
+
+    /// Who is told of each light sample of a material of components; null: nobody. Owner: its adapter.
+    ComponentListener* componentListener;
 
     /// Off: each pass holds what its shader writes. On: the layers that a compositor adds up are the picture,
     /// shadowed and shadow are unshadowed, and alpha is coverage. Owner: the base state shader.

@@ -12,6 +12,7 @@
 inline void resetLightSample(VelabaseState& vela) noexcept {
     vela.lightData = defaultLightDataArray;
     vela.areaLight = nullptr;
+    vela.lightDensity = 0.0f;
 }
 
 /// Opens the light loop of the passes and closes it however the scope ends. After an exception the

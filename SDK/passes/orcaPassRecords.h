@@ -18,6 +18,8 @@ struct PassRecords {
     PassRecords(miState* state, const VelabaseState& vela)
         : PassRecords(vela.enginePasses && isOfHit(state, vela.engineHit) ? *vela.enginePasses
                                                                           : PassRecords(state)) {}
+    /// None.
+    PassRecords() noexcept : count(0) {}
     explicit operator bool() const noexcept { return count != 0; }
     /// The records of one pass type; not without records.
     [[nodiscard]] std::span<FrameBufferInfo> of(PassTypeID type) const noexcept {

@@ -16,8 +16,6 @@ namespace {
 /// How far, in cosine, directions are kept above the geometric surface.
 constexpr float surfaceClearance = 0.0015f;
 
-enum class RayKind { Reflection, Refraction };
-
 bool belowLimits(const miState* state, RayKind kind, int materialLimit) {
     const miOptions& options = *state->options;
     const int level = kind == RayKind::Reflection ? state->reflection_level : state->refraction_level;
@@ -25,31 +23,24 @@ bool belowLimits(const miState* state, RayKind kind, int materialLimit) {
     return options.trace && level < std::min(depth, materialLimit) && traceLevel(state) < options.trace_depth;
 }
 
-/// One ray and its weight.
-struct SecondaryRay {
-    RayKind kind;
-    miVector direction;
-    miColor weight;
-    int limit;
-    float absorbance; // per scene unit of the ray's length
-    bool surroundings = true;
-};
-
 miColor environmentLight(miState* state, const SecondaryRay& ray, const TraceContext& context) {
     if (!ray.surroundings) return BLACK;
     miColor light = BLACK;
     miVector direction = ray.direction;
     if (!mi_trace_environment(&light, state, &direction)) return BLACK;
-    light *= ray.weight;
+    light *= ray.weight * ray.surroundingsShare;
     addUnhandedLight(state, *context.passes, ray.kind == RayKind::Refraction, light);
     return light;
 }
 
 /// Transmittance of the inside along the state's most recent ray (Beer-Lambert law).
-float transmittance(const miState* state, float absorbance) {
+miColor transmittance(const miState* state, const miColor& absorbance) {
     const miState* const hit = state->child;
-    if (absorbance <= 0.0f || !hit || hit->instance == miNULLTAG) return 1.0f;
-    return std::exp(-absorbance * static_cast<float>(hit->dist));
+    if (!anyAbove(absorbance, 0.0f) || !hit || hit->instance == miNULLTAG) return WHITE;
+    const auto along = [&](float channel) {
+        return channel > 0.0f ? std::exp(-channel * static_cast<float>(hit->dist)) : 1.0f;
+    };
+    return {along(absorbance.r), along(absorbance.g), along(absorbance.b), 1.0f};
 }
 
 /// The state's most recent ray met a surface.
@@ -57,35 +48,11 @@ bool metSurface(const miState* state) {
     return state->child && state->child->instance != miNULLTAG;
 }
 
-miColor tracedLight(miState* state, const SecondaryRay& ray, const TraceContext& context) {
-    if (!belowLimits(state, ray.kind, ray.limit)) return environmentLight(state, ray, context);
-
-    VelabaseState& vela = *context.vela;
-    const PassRecords& passes = *context.passes;
-    const Restored<miColor> throughput(vela.throughput);
-    vela.throughput *= ray.weight;
-
-    tracePassInit(passes.count, passes.records, state);
-    const miUint shadedBefore = vela.surfacesShaded;
-    miColor light = BLACK;
-    miVector direction = ray.direction;
-    const bool found = ray.kind == RayKind::Reflection ? mi_trace_reflection(&light, state, &direction)
-                                                       : mi_trace_refraction(&light, state, &direction);
-    if (!found || !(ray.surroundings || metSurface(state))) light = BLACK;
-
-    const miColor weight = withAlpha(ray.weight * transmittance(state, ray.absorbance), ray.weight.a);
-    light *= weight;
-    const bool isRefraction = ray.kind == RayKind::Refraction;
-    if (vela.surfacesShaded == shadedBefore) addUnhandedLight(state, passes, isRefraction, light);
-    addTraced(state, vela, passes, isRefraction, weight);
-    return light;
-}
-
-/// The direction, lifted to the outside of the geometric surface when a bent normal moved it below.
-miVector aboveSurface(const miVector& direction, const miVector& geometricNormal) {
-    const float cosine = dot(direction, geometricNormal);
-    if (cosine >= surfaceClearance) return direction;
-    return normalized(direction + geometricNormal * (surfaceClearance - cosine));
+/// Weight of what the state's most recent ray brought, which met a lamp or nothing.
+float shareOfNoSurface(const miState* state, const SecondaryRay& ray) {
+    const miTag lamp = state->child ? state->child->light_instance : miNULLTAG;
+    if (lamp == miNULLTAG) return ray.surroundingsShare;
+    return ray.counted && ray.counted->has(lamp) ? 0.0f : 1.0f;
 }
 
 /// Rays of a cone at the state's level: a quarter as many at each further level, where the rays already
@@ -98,7 +65,7 @@ miUint raysOfCone(const miState* state, int samples) {
 /// Mean over a cone of rays about the given one, stratified over its base; one sharp ray for an angle of 0.
 miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int samples,
                    const TraceContext& context) {
-    if (halfAngle <= 0.0f || samples < 2) return tracedLight(state, ray, context);
+    if (halfAngle <= 0.0f || samples < 2) return traceSecondaryRay(state, ray, context);
 
     const miVector axis = ray.direction;
     miVector u, v;
@@ -117,7 +84,7 @@ miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int sample
         const float angle = static_cast<float>(2.0 * std::numbers::pi * point[1]);
         const miVector direction = normalized(axis + u * (r * std::cos(angle)) + v * (r * std::sin(angle)));
         ray.direction = aboveSurface(direction - side * (2.0f * std::min(0.0f, dot(direction, side))), side);
-        light += tracedLight(state, ray, context);
+        light += traceSecondaryRay(state, ray, context);
     }
     return light;
 }
@@ -126,13 +93,14 @@ miColor conedLight(miState* state, SecondaryRay ray, float halfAngle, int sample
 miColor refractedLight(miState* state, const miColor& passing, float index,
                        const RefractionSettings& settings, const TraceContext& context) {
     const bool leaving = state->inv_normal != 0;
-    SecondaryRay ray{RayKind::Refraction, {}, passing, settings.limit, leaving ? 0.0f : settings.absorbance};
+    const miColor absorbance = WHITE * settings.absorbance;
+    SecondaryRay ray{RayKind::Refraction, {}, passing, settings.limit, leaving ? BLACK : absorbance};
     if (!refractedDirection(ray.direction, state->dir, state->normal, leaving ? index : 1.0f / index)) {
         // The reflected ray stays inside.
         ray.kind = RayKind::Reflection;
         ray.direction = aboveSurface(context.mirror, state->normal_geom);
-        ray.absorbance = leaving ? settings.absorbance : 0.0f;
-        return tracedLight(state, ray, context);
+        ray.absorbance = leaving ? absorbance : BLACK;
+        return traceSecondaryRay(state, ray, context);
     }
     return conedLight(state, ray, settings.blur, settings.blurSamples, context);
 }
@@ -149,11 +117,42 @@ miColor paneLight(miState* state, const miColor& passing, float index, const Ref
         withAlpha(passing * std::exp(-std::max(0.0f, settings.absorbance) * length), passing.a);
     const Restored<miVector> point(state->point);
     state->point = state->point + inside * length;
-    const SecondaryRay ray{RayKind::Refraction, state->dir, weight, settings.limit, 0.0f};
+    const SecondaryRay ray{RayKind::Refraction, state->dir, weight, settings.limit, BLACK};
     return conedLight(state, ray, settings.blur, settings.blurSamples, context);
 }
 
 } // namespace
+
+miColor traceSecondaryRay(miState* state, const SecondaryRay& ray, const TraceContext& context) {
+    if (!belowLimits(state, ray.kind, ray.limit)) return environmentLight(state, ray, context);
+
+    VelabaseState& vela = *context.vela;
+    const PassRecords& passes = *context.passes;
+    const Restored<miColor> throughput(vela.throughput);
+    vela.throughput *= ray.weight;
+
+    tracePassInit(passes.count, passes.records, state);
+    const miUint shadedBefore = vela.surfacesShaded;
+    miColor light = BLACK;
+    miVector direction = ray.direction;
+    const bool found = ray.kind == RayKind::Reflection ? mi_trace_reflection(&light, state, &direction)
+                                                       : mi_trace_refraction(&light, state, &direction);
+    if (!found || !(ray.surroundings || metSurface(state))) light = BLACK;
+
+    miColor weight = withAlpha(ray.weight * transmittance(state, ray.absorbance), ray.weight.a);
+    if (!metSurface(state)) weight *= shareOfNoSurface(state, ray);
+    light *= weight;
+    const bool isRefraction = ray.kind == RayKind::Refraction;
+    if (vela.surfacesShaded == shadedBefore) addUnhandedLight(state, passes, isRefraction, light);
+    addTraced(state, vela, passes, isRefraction, weight);
+    return light;
+}
+
+miVector aboveSurface(const miVector& direction, const miVector& geometricNormal) {
+    const float cosine = dot(direction, geometricNormal);
+    if (cosine >= surfaceClearance) return direction;
+    return normalized(direction + geometricNormal * (surfaceClearance - cosine));
+}
 
 bool refractedDirection(miVector& result, const miVector& incoming, const miVector& n, miScalar eta) {
     const float cosine = -dot(n, incoming);
@@ -211,7 +210,7 @@ miColor compute_reflection(const miColor& reflectivity, const ReflectionSettings
                            aboveSurface(context.mirror, state->normal_geom),
                            withAlpha(reflectivity, 1.0f),
                            settings.limit,
-                           0.0f,
+                           BLACK,
                            settings.surroundings};
     return conedLight(state, ray, settings.blur, settings.blurSamples, context);
 }

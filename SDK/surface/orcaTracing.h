@@ -9,12 +9,48 @@
 #include "orcaPassRecords.h"
 #include "orcaVelaState.h"
 
+#include <algorithm>
+
 /// What a component needs to trace.
 struct TraceContext {
     VelabaseState* vela;
     const PassRecords* passes;
     miVector mirror; ///< mirror direction at the shading normal
 };
+
+enum class RayKind { Reflection, Refraction };
+
+/// Visible lamps that a material has counted as highlights, so that its rays leave them out.
+struct CountedLamps {
+    static constexpr int most = 16; ///< further ones are not noted, and are seen by rays as well
+    miTag lamps[most];
+    int count = 0;
+
+    void add(miTag light) noexcept {
+        if (count < most) lamps[count++] = light;
+    }
+    [[nodiscard]] bool has(miTag light) const noexcept {
+        return std::find(lamps, lamps + count, light) != lamps + count;
+    }
+};
+
+/// One ray and its weight.
+struct SecondaryRay {
+    RayKind kind;
+    miVector direction;
+    miColor weight;
+    int limit;          ///< level of its kind from which on the environment replaces the ray
+    miColor absorbance; ///< per scene unit of the ray's length
+    bool surroundings = true;
+    miScalar surroundingsShare = 1.0f;     ///< weight of what a ray brings that meets no surface
+    const CountedLamps* counted = nullptr; ///< lamps that count 0
+};
+
+/// Traces a ray with its pass values, or looks the environment up at the limits. Returns its light, weighted.
+[[nodiscard]] miColor traceSecondaryRay(miState* state, const SecondaryRay& ray, const TraceContext& context);
+
+/// The direction, lifted to the side of the geometric normal when a bent normal moved it below.
+[[nodiscard]] miVector aboveSurface(const miVector& direction, const miVector& geometricNormal);
 
 struct RefractionSettings {
     miScalar refractiveIndex; ///< inside relative to outside
