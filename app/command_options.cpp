@@ -27,6 +27,7 @@ constexpr SceneOption pictureOptions[] = {
     {"--trace", "trace", "SWITCH", "secondary rays"},
     {"--trace-depth", "trace depth", "N", "limits of reflections, refractions and their sum"},
     {"--shadow", "shadow", "MODE", "shadows"},
+    {"--light-samples", "light samples", "N", "lights to choose at each point; 0: all"},
     {"--lightmap", "lightmap", "MODE", "light maps of materials; only: they are made, and no picture"},
     {"--motion", "motion", "SWITCH", "motion blur"},
     {"--shutter", "shutter", "T", "[OPEN] CLOSE in frames"},

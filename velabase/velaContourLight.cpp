@@ -23,6 +23,7 @@ namespace {
 /// Luminance of what arrives at the hit from its lights, after shadows.
 miScalar irradiance(miState* state) {
     miScalar sum = 0.0f;
+    wantAllLights(state); // one line is drawn of what one sample sees
     eachIncomingLight(state, [&](const miColor& light) { sum += luminance(light); });
     return sum;
 }

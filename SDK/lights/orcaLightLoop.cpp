@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "orcaLightLoop.h"
 
+#include "orcaColor.h"
+
 LightLoop::LightLoop(miState* state, VelabaseState& vela, const PassRecords& passes, miTag light,
-                     miBoolean backSide, bool skipShadows)
+                     miBoolean backSide, bool skipShadows, miScalar weight)
     : state_(state),
       vela_(vela),
       passes_(passes),
       light_(light),
       backSide_(backSide),
-      skipShadows_(skipShadows) {
+      skipShadows_(skipShadows),
+      weight_(weight) {
     sampleLightBegin(passes_.count, passes_.records);
 }
 
@@ -26,6 +29,7 @@ bool LightLoop::next(LightSample& sample) {
     vela_.lightData.skipShadows = skipShadows_;
     if (!mi_sample_light(&sample.color, &sample.direction, &sample.nDotL, state_, light_, &rendererCounter_))
         return false;
+    if (weight_ != 1.0f) weigh();
     handleNonOrcaLights(passes_.count, passes_.records, &sample.color, light_, state_);
     // A light that handled its records itself has cleared the flag. Of another one's shadows nothing is
     // known.
@@ -35,6 +39,14 @@ bool LightLoop::next(LightSample& sample) {
         });
     ++samples_;
     return true;
+}
+
+/// What the light itself has left; the renderer has weighted its colour. Records of a foreign light are set
+/// from that colour afterwards.
+void LightLoop::weigh() const {
+    vela_.lightData.unshadowedColor *= weight_;
+    forEachRecord(passes_.count, passes_.records,
+                  [this](FrameBufferInfo& record) { record.lightColor *= weight_; });
 }
 
 void LightLoop::end(const miInteger& writeMode, const miUint& writeFlags, const miScalar& writeScale) {

@@ -33,10 +33,13 @@ public:
         int count = 0;
         miTag* lights = nullptr;
         LightSums all;
+        if (call_.wants(COMPOSITE_THROUGHPUT)) wantAllLights(call_.state); // a ratio, not a sum
         if (!mi_instance_lightlist(&count, &lights, call_.state)) return all;
+        const miScalar* const weights = lightWeights(call_.state);
         for (int i = 0; i < count; ++i) {
-            all += light(lights[i], miFALSE);
-            if (call_.state->inv_normal) all += lightFromBehind(lights[i]);
+            const miScalar weight = weights ? weights[i] : 1.0f;
+            all += light(lights[i], weight, miFALSE);
+            if (call_.state->inv_normal) all += lightFromBehind(lights[i], weight);
         }
         return all;
     }
@@ -44,19 +47,19 @@ public:
 private:
     // One light.
 
-    LightSums lightFromBehind(miTag tag) {
+    LightSums lightFromBehind(miTag tag, miScalar weight) {
         miState* const state = call_.state;
         const Restored<miVector> normal(state->normal);
         const Restored<miVector> geometric(state->normal_geom);
         state->normal = -state->normal;
         state->normal_geom = -state->normal_geom;
-        return light(tag, miTRUE);
+        return light(tag, weight, miTRUE);
     }
 
     /// The mean over the samples of a light, seen from one side.
-    LightSums light(miTag tag, miBoolean backSide) {
+    LightSums light(miTag tag, miScalar weight, miBoolean backSide) {
         LightSums sums;
-        LightLoop loop(call_.state, call_.vela, call_.passes, tag, backSide, call_.skipsShadows());
+        LightLoop loop(call_.state, call_.vela, call_.passes, tag, backSide, call_.skipsShadows(), weight);
         while (loop.next(sample_)) shadeSample(sums);
         writer_.material.close(loop);
         if (loop.samples() > 1) sums *= 1.0f / static_cast<float>(loop.samples());

@@ -99,7 +99,11 @@ typedef enum miQ_type {
     miQ_TRANS_LIGHT_TO_CAMERA,
     miQ_TRANS_LIGHT_TO_OBJECT,
 
-    miQ_DECL_RESULT ///< char*, the members of a declared struct result as a scene file has them; else empty
+    miQ_DECL_RESULT, ///< char*, the members of a declared struct result as a scene file has them; else empty
+    // For shaders that loop over lights, where the options have some chosen among many.
+    miQ_LIGHT_WEIGHTS, ///< state: const miScalar*, by which the last list's samples are multiplied; null: 1
+    miQ_WHOLE_LIGHT_LISTS ///< state: takes miBoolean*, unread; the running shader's lists are whole from now
+                          ///< on
 } miQ_type;
 
 /// What the renderer is doing (answer of `miQ_RENDER_STAGE`).

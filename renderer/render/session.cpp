@@ -4,6 +4,7 @@
 #include "base/active_log.h"
 #include "base/active_stop.h"
 #include "base/locks.h"
+#include "base/vectors.h"
 #include "geometry/scene_geometry.h"
 #include "image/framebuffer_element.h"
 #include "render/attached_phenomena.h"
@@ -16,10 +17,12 @@
 #include "render/displacement_calls.h"
 #include "render/gather_prepass.h"
 #include "render/geometry_shaders.h"
+#include "render/light/light_chooser.h"
 #include "render/light/light_profiles.h"
 #include "render/light/mesh_emitters.h"
 #include "render/light/shadow_map.h"
 #include "render/light_maps.h"
+#include "render/light_probe.h"
 #include "render/output_shaders.h"
 #include "render/sampling/adaptive_sampler.h"
 #include "render/tile_renderer.h"
@@ -31,6 +34,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <functional>
 #include <new>
 #include <thread>
@@ -162,6 +166,19 @@ void warnOfNothing(const FrameParts& parts, Log& log) {
         !camera.volume && !camera.environment)
         log.warning("RNDR", "there is nothing to see: no object, visible light, environment, lens or volume "
                             "shader is in the picture");
+}
+
+/// Null where all lights are sampled at every point.
+std::unique_ptr<LightChooser> chooserOf(const FrameParts& parts, int wanted) {
+    if (wanted < 1 || parts.lights.all().size() <= static_cast<std::size_t>(wanted)) return nullptr;
+    const Stopwatch measuring;
+    const miVector extent = parts.geometry.boundsMax() - parts.geometry.boundsMin();
+    const float farthest = isNull(extent) ? 1.0f : std::sqrt(dot(extent, extent));
+    auto chooser = std::make_unique<LightChooser>(parts.geometry, parts.lights,
+                                                  measureLights(Frame(parts), farthest), farthest, wanted);
+    parts.log.info("RNDR", "{} lights measured, to choose {} of them at each point, in {:.1f} s",
+                   parts.lights.all().size(), wanted, measuring.seconds());
+    return chooser;
 }
 
 /// False when the render was stopped.
@@ -313,6 +330,8 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     const ShadowMaps shadowMaps(geometry, lights, picture.options, threads, settings.stop, log_);
     GatherCaches gatherCaches(geometry.boundsMin(), geometry.boundsMax());
     parts.shadowMaps = &shadowMaps;
+    const std::unique_ptr<LightChooser> lightChooser = chooserOf(parts, picture.options.lightSamples);
+    parts.lightChooser = lightChooser.get();
     LightMapOutcome lightMaps;
     if (picture.options.lightMaps != scene::LightMaps::Off)
         lightMaps = makeLightMaps(parts, film, state, settings, threads);

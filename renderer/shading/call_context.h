@@ -13,6 +13,7 @@
 namespace orca::shading {
 
 class ShaderRuntime;
+struct LightChoice;
 
 /// What all states derived from one base state share; `miState::ext` points to it. One thread uses it at a
 /// time.
@@ -30,6 +31,8 @@ struct CallContext {
     int samplePhase = 3;           ///< answer of miQ_SAMPLE_PHASE
     int gatherState = 0;           ///< answer of miQ_FINALGATHER_STATE
     int sampleMoving = 0;          ///< answer of miQ_SAMPLE_MOVING
+    /// That the running shader's light list is; null: its lists are whole.
+    const LightChoice* lightChoice = nullptr;
     std::exception_ptr thrown; ///< last exception of a shader, already counted against the one that threw it
 };
 

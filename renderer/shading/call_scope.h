@@ -19,6 +19,7 @@ public:
           shader_(state->shader),
           callType_(context.callType),
           knowsResultSizes_(context.knowsResultSizes),
+          lightChoice_(context.lightChoice),
           mark_(context.arena.mark()),
           siblings_(context.siblings.enter()),
           outer_(innermost_) {
@@ -29,11 +30,13 @@ public:
         state_->shader = shader_;
         context_.callType = callType_;
         context_.knowsResultSizes = knowsResultSizes_;
+        context_.lightChoice = lightChoice_;
         context_.arena.release(mark_);
         context_.siblings.leave(siblings_);
     }
     /// Before the next shader of a list: what the last one has evaluated is none of its business.
     void forgetResults() const {
+        context_.lightChoice = lightChoice_;
         context_.arena.release(mark_);
         context_.siblings.flush();
     }
@@ -51,6 +54,7 @@ private:
     miFunction* shader_;
     int callType_;
     bool knowsResultSizes_;
+    const LightChoice* lightChoice_;
     EvaluationArena::Mark mark_;
     SiblingResults::Mark siblings_;
     const CallScope* outer_; // the call that this one was made in, on the same thread

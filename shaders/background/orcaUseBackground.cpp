@@ -125,6 +125,7 @@ miColor remaining(miState* state, VelabaseState& vela, const PassRecords& passes
     Lighting lighting;
     int count = 0;
     miTag* lights = nullptr;
+    wantAllLights(state); // a ratio, not a sum
     if (mi_instance_lightlist(&count, &lights, state))
         for (int i = 0; i < count; ++i) addLight(lighting, state, vela, passes, lights[i]);
 

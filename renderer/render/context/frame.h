@@ -23,6 +23,7 @@
 namespace orca::render {
 
 class GatherCaches;
+class LightChooser;
 class LightProfiles;
 class MeshEmitters;
 class SceneIds;
@@ -47,6 +48,7 @@ struct FrameParts {
     const std::atomic<bool>* stop;              ///< set from outside to stop the render; null: never stopped
     const ShadowMaps* shadowMaps = nullptr;     ///< null: shadows are traced
     const MeshEmitters* meshEmitters = nullptr; ///< null: lights with the shapes of objects are off
+    const LightChooser* lightChooser = nullptr; ///< null: shaders' light lists are whole
     const GatherCaches* gatherCaches = nullptr; ///< filled by the prepass; null: every sample gathers
     const SceneIds* ids = nullptr;              ///< of what is seen; null where no frame buffer shows them
     bool recordsSeen = false;                   ///< what eye samples see is recorded

@@ -107,6 +107,7 @@ struct RenderContext : shading::CallContext {
     std::vector<std::uint8_t> written;     ///< buffers that a shader has put something into, by index
     std::vector<float> wordsBeforeLayer;   ///< rasterizer: `sampleWords` as the layer found them
     std::vector<geometry::Hit> occluders;  ///< of sorted shadow rays that are being traced
+    bool seesThroughOccluders = false;     ///< shadow rays are not traced
     bool inEyeSample = false;              ///< false: frame-buffer values are discarded
 
     HitObserver* hitObserver = nullptr; ///< null: nothing wants to know

@@ -2,6 +2,7 @@
 #include "render/light/light_lists.h"
 
 #include "render/context/render_context.h"
+#include "render/light/light_chooser.h"
 #include "scene/elements/elements.h"
 
 #include <algorithm>
@@ -24,7 +25,16 @@ void expand(const Frame& frame, miTag tag, std::vector<miTag>& lights) {
         for (const miTag member : members->members) expand(frame, member, lights);
 }
 
-void returnList(RenderContext& context, const std::vector<miTag>& list, int& count, miTag*& lights) {
+void giveChoice(const shading::LightChoice& choice, int& count, miTag*& lights) {
+    count = choice.count;
+    lights = choice.lights;
+}
+
+void returnList(RenderContext& context, const miState& state, const std::vector<miTag>& list, int& count,
+                miTag*& lights) {
+    const LightChooser* const chooser = context.frame.lightChooser;
+    if (const auto* const choice = chooser ? chooser->ofListed(context, state, list) : nullptr)
+        return giveChoice(*choice, count, lights);
     lights =
         static_cast<miTag*>(context.arena.allocate(std::max<std::size_t>(1, list.size()) * sizeof(miTag)));
     std::copy(list.begin(), list.end(), lights);
@@ -34,8 +44,14 @@ void returnList(RenderContext& context, const std::vector<miTag>& list, int& cou
 } // namespace
 
 miBoolean instanceLights(int& count, miTag*& lights, miState* state) {
-    const RenderContext& context = renderContextOf(state);
+    RenderContext& context = renderContextOf(state);
     const geometry::MeshInstance* meshInstance = context.frame.meshInstanceOf(state->instance);
+    if (const LightChooser* const chooser = context.frame.lightChooser)
+        if (const auto* const choice =
+                chooser->ofList(context, *state, meshInstance ? meshInstance->lightList : 0)) {
+            giveChoice(*choice, count, lights);
+            return miTRUE;
+        }
     const std::span<const miTag> list =
         meshInstance ? context.frame.geometry.lightsOf(*meshInstance) : context.frame.geometry.lights();
     count = static_cast<int>(list.size());
@@ -47,7 +63,7 @@ miBoolean inclusiveLights(int& count, miTag*& lights, miState* state) {
     RenderContext& context = renderContextOf(state);
     std::vector<miTag> list;
     for (int i = 0; i < count; ++i) expand(context.frame, lights[i], list);
-    returnList(context, list, count, lights);
+    returnList(context, *state, list, count, lights);
     return miTRUE;
 }
 
@@ -58,7 +74,7 @@ miBoolean exclusiveLights(int& count, miTag*& lights, miState* state) {
     std::vector<miTag> list;
     for (const miTag light : context.frame.geometry.lights())
         if (std::find(excluded.begin(), excluded.end(), light) == excluded.end()) list.push_back(light);
-    returnList(context, list, count, lights);
+    returnList(context, *state, list, count, lights);
     return miTRUE;
 }
 

@@ -3,6 +3,7 @@
 
 #include "base/vectors.h"
 #include "render/context/surroundings.h"
+#include "render/light/light_chooser.h"
 #include "render/light/light_profiles.h"
 #include "render/light/light_shapes.h"
 #include "render/light/mesh_emitters.h"
@@ -123,6 +124,7 @@ miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, mi
     const MeshEmitter* const emitter =
         light->hasMesh() && context.frame.meshEmitters ? context.frame.meshEmitters->of(*light) : nullptr;
     if (light->hasMesh() && !emitter) return miFALSE;
+    const float weight = lightWeight(context, lightInstance);
     std::uint32_t key = 0;
     if (sampleArea && samples < counts.total()) key = context.sampler.lightKey(&samples, samples == 0);
 
@@ -149,6 +151,8 @@ miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, mi
         if (!delivered) continue;
         callVolume(context, child.get(), result, delivered);
         if (!delivered) continue;
+        if (weight != 1.0f)
+            result = {weight * result.r, weight * result.g, weight * result.b, weight * result.a};
         direction = {-child->dir.x, -child->dir.y, -child->dir.z};
         cosine = mi_vector_dot(&state->normal, &direction);
         return miTRUE;

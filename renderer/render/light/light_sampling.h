@@ -10,6 +10,7 @@ enum class AreaSampling { Full, CentreOnly };
 
 /// One sample of a light instance (the interface's loop: `samples` 0 before the first call, counted up here).
 /// Lights behind the surface are not culled. Samples for which the light shader returns false are skipped.
+/// Colours of a light that was chosen among others come weighted (see LightChooser).
 miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, miState* state,
                       miTag lightInstance, miInteger& samples, AreaSampling area);
 

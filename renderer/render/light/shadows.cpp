@@ -198,7 +198,7 @@ miBoolean traceSegment(RenderContext& context, miColor& result, miState* state, 
 miBoolean traceShadow(miColor& result, miState* lightState) {
     RenderContext& context = renderContextOf(lightState);
     const char mode = context.frame.options.shadow;
-    if (mode == miSHADOW_OFF || refusesRays(context)) return miTRUE;
+    if (mode == miSHADOW_OFF || context.seesThroughOccluders || refusesRays(context)) return miTRUE;
     const ShadowMap* map =
         context.frame.shadowMaps ? context.frame.shadowMaps->of(lightState->light_instance) : nullptr;
     if (!map && !context.frame.options.trace) return miTRUE;

@@ -2,6 +2,7 @@
 #include "render/query/query_rows.h"
 
 #include "render/context/render_context.h"
+#include "render/light/light_chooser.h"
 #include "scene/active_database.h"
 #include "scene/elements/elements.h"
 
@@ -38,6 +39,18 @@ bool ofEmitter(const Query& query) {
     return point && query.give(point->*field);
 }
 
+bool lightWeights(const Query& query) {
+    if (!query.state || !query.state->ext) return false;
+    const shading::LightChoice* const choice = currentChoice(renderContextOf(query.state));
+    return query.give(choice ? choice->weights : nullptr);
+}
+
+bool wholeLightLists(const Query& query) {
+    if (!query.state || !query.state->ext) return false;
+    wantWholeLists(renderContextOf(query.state));
+    return true;
+}
+
 constexpr QueryRow rows[] = {
     {miQ_LIGHT_TYPE, ofLight<&miLight::type>},
     {miQ_LIGHT_ORIGIN, ofLight<&miLight::origin>},
@@ -60,6 +73,8 @@ constexpr QueryRow rows[] = {
     {miQ_LIGHT_AREA_C_RADIUS, ofArea<miLIGHT_CYLINDER, &miLight::radius>},
     {miQ_EMITTER_NORMAL, ofEmitter<&EmitterPoint::normal>},
     {miQ_EMITTER_AREA, ofEmitter<&EmitterPoint::area>},
+    {miQ_LIGHT_WEIGHTS, lightWeights},
+    {miQ_WHOLE_LIGHT_LISTS, wholeLightLists},
 };
 
 } // namespace

@@ -1,16 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/trace/default_material.h"
 
+#include "render/light/light_lists.h"
 #include "render/light/light_sampling.h"
+#include "shading/call_scope.h"
+
+#include <cstddef>
+#include <span>
 
 namespace orca::render {
 
 miBoolean shadeDefaultMaterial(RenderContext& context, miState* state, miColor& result) {
     constexpr float grey = 0.5f;
     result = {0.0f, 0.0f, 0.0f, 1.0f};
-    const geometry::MeshInstance* meshInstance = context.frame.meshInstanceOf(state->instance);
-    if (!meshInstance) return miTRUE;
-    for (const miTag light : context.frame.geometry.lightsOf(*meshInstance)) {
+    if (!context.frame.meshInstanceOf(state->instance)) return miTRUE;
+    const shading::CallScope scope(state, context);
+    int count = 0;
+    miTag* lights = nullptr;
+    instanceLights(count, lights, state);
+    for (const miTag light : std::span(lights, static_cast<std::size_t>(count))) {
         miColor color;
         miVector direction;
         miScalar cosine;

@@ -358,6 +358,15 @@ constexpr OptionStatement statements[] = {
     {.words = "frame buffer", .form = Form::Own},
     {.words = "data", .form = Form::Own},
 
+    // many lights
+    {.words = "light samples",
+     .fewest = 1,
+     .most = 1,
+     .integers = 1,
+     .range = {0, mostLightSamples},
+     .defaults = numbers(0),
+     .set = [](OptionsElement& o, const V& v) { o.lightSamples = v.integer(0); }},
+
     // gathered light
     {.words = "finalgather",
      .choices = gatherWords,

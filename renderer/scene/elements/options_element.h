@@ -37,6 +37,9 @@ inline constexpr int motionStepsAtMost = 128;
 inline constexpr int coarsestSamplingLevel = -6; ///< one sample every 64 pixels, each way
 inline constexpr int finestSamplingLevel = 8;    ///< 65536 samples a pixel
 
+/// Most lights that may be chosen at a point.
+inline constexpr int mostLightSamples = 256;
+
 /// Width and height of a pixel filter (miFILTER_* code) for which none is given, pixels.
 [[nodiscard]] float defaultFilterWidth(char filter);
 
@@ -71,6 +74,7 @@ struct OptionsElement final : Element {
     ColorClip colorClip = ColorClip::Raw;
     bool premultiply = true, dither = false, desaturate = false; ///< conversion to whole numbers
     float shadowMapBias = 0.0f; ///< of lights without one of their own; scene units, 0: none
+    int lightSamples = 0;       ///< lights that are chosen at each point; 0: all
     GatherOptions gather;
     LightMaps lightMaps = LightMaps::On;
 };
