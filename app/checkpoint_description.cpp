@@ -92,7 +92,7 @@ struct DescribedPicture::Fields {
                         {size[0], size[1], window, samples[0], samples[1]},
                         tileSize,
                         described.at("frame"),
-                        image::blocksOf({first, end}).size(),
+                        image::blocksOf({first, end}, render::samplesAt(samples[1])).size(),
                         std::move(buffers)};
         } catch (const json::exception&) { // the same as implausible values
         }

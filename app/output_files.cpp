@@ -281,12 +281,13 @@ bool OutputFiles::write(const PictureFiles& files, const render::FrameResult& re
     if (!command_.writesFiles || command_.pixel) return true;
     const image::PictureFrame& picture = result.frame();
     if (result.sampleRange) {
-        const std::vector<image::SampleRange> ranges = image::blocksOf(*result.sampleRange);
+        const unsigned samples = samplesOf(result.picture().options.options);
+        const std::vector<image::SampleRange> ranges = image::blocksOf(*result.sampleRange, samples);
         std::vector<image::SummedBlock> blocks;
         for (std::size_t i = 0; i < ranges.size(); ++i)
             blocks.push_back(result.film().summedBlock(i, ranges[i]));
-        return image::writeSampleSums(files.layered, picture, blocks, *result.sampleRange,
-                                      samplesOf(result.picture().options.options), command_.format, log_);
+        return image::writeSampleSums(files.layered, picture, blocks, *result.sampleRange, samples,
+                                      command_.format, log_);
     }
     const std::vector<image::Layer> layers = result.layers();
     bool good = image::writeLayeredExr(files.layered, picture, layers, command_.format, log_);

@@ -65,6 +65,8 @@ constexpr PassDescription utility[] = {
      "orcaPassBackground", ", \"source\" 0", true},
     {"lamps", -1, color, 0, "area lights that are seen themselves", "orcaPassBackground", ", \"source\" 1",
      true},
+    {"variance", -1, "variance", 0, "variance of the picture's mean over the samples, by channel", "", ""},
+    {"samples", -1, "samples", 0, "samples that the pixel took", "", ""},
     {"label", -1, "tag", 0, "label (tag) of the instance or object, else the id of the instance's name", "",
      ""},
 };

@@ -35,12 +35,29 @@ int qualityOf(const std::string& text) {
 
 constexpr const char* typeHelp =
     "use one of rgb, rgba, a, s (with _16, _h or _fp where wanted), rgbe, z, n, m, tag, coverage, contour, "
-    "crypto_object, crypto_material, crypto_asset (with _2, _4 to _16 for more or fewer than 6 ids)";
+    "variance, samples, crypto_object, crypto_material, crypto_asset (with _2, _4 to _16 for more or fewer "
+    "than 6 "
+    "ids)";
 
-/// Data type of buffers for contour lines: colours that the renderer draws.
 constexpr std::string_view contourType = "contour";
 
 constexpr std::size_t idsOfLayer = 2; // pairs of an id and its weight in a colour
+
+/// Data types of buffers that the renderer fills when the samples are done, besides those of image_types.h.
+constexpr struct LateType {
+    std::string_view word;
+    miImg_type type;
+    BuiltinSource source;
+} lateTypes[] = {{contourType, miIMG_TYPE_RGBA_FP, BuiltinSource::Contour},
+                 {"variance", miIMG_TYPE_RGBA_FP, BuiltinSource::Variance},
+                 {"samples", miIMG_TYPE_S_FP, BuiltinSource::Samples}};
+
+/// Null for other types.
+const LateType* lateType(std::string_view word) {
+    const auto* const found = std::find_if(std::begin(lateTypes), std::end(lateTypes),
+                                           [&](const LateType& late) { return late.word == word; });
+    return found == std::end(lateTypes) ? nullptr : found;
+}
 
 } // namespace
 
@@ -74,7 +91,7 @@ FramebufferSet::FramebufferSet(const scene::CameraElement& camera, const scene::
     std::vector<std::string> mayBePrimary;
     for (const scene::FramebufferDefinition& statement : camera.framebuffers) {
         addStatement(statement);
-        if (!statement.user.value_or(false) && statement.datatype != contourType)
+        if (!statement.user.value_or(false) && !lateType(statement.datatype))
             mayBePrimary.push_back(statement.name);
     }
     for (const scene::NumberedFramebuffer& statement : options.framebuffers) addNumbered(statement);
@@ -163,8 +180,9 @@ void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement)
         addCryptomatte(statement);
         return;
     }
-    const bool isContour = statement.datatype == contourType;
-    const miImg_type type = isContour ? miIMG_TYPE_RGBA_FP : imageType(statement.datatype);
+    const LateType* const late = lateType(statement.datatype);
+    const bool isContour = late && late->source == BuiltinSource::Contour;
+    const miImg_type type = late ? late->type : imageType(statement.datatype);
     if (type == miIMG_TYPE_INVALID) {
         log_.errorAt(statement.location, module,
                      "frame buffer \"{}\" has the unsupported data type \"{}\": {}", statement.name,
@@ -173,7 +191,7 @@ void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement)
     }
     Buffer& buffer = add(statement.name, type);
     buffer.primary = statement.primary;
-    if (buffer.primary && (isContour || !isColor(type))) {
+    if (buffer.primary && (late || !isColor(type))) {
         log_.errorAt(
             statement.location, module,
             "frame buffer \"{}\" is marked primary but holds \"{}\": the primary buffer must be a colour",
@@ -188,11 +206,10 @@ void FramebufferSet::addStatement(const scene::FramebufferDefinition& statement)
         buffer.primary = false;
     }
     if (buffer.primary) primary_ = static_cast<int>(buffers_.size()) - 1;
-    buffer.user = !buffer.primary && !isContour && statement.user.value_or(isUserByDefault(type));
-    buffer.source = buffer.user ? BuiltinSource::None
-                    : isContour ? BuiltinSource::Contour
-                                : builtinSourceOf(type);
+    buffer.user = !buffer.primary && !late && statement.user.value_or(isUserByDefault(type));
+    buffer.source = buffer.user ? BuiltinSource::None : late ? late->source : builtinSourceOf(type);
     if (statement.filtering) buffer.filtering = *statement.filtering;
+    if (late && !isContour) buffer.filtering = false; // numbers of the samples, not means of them
     if (buffer.filtering && type == miIMG_TYPE_TAG) {
         log_.warningAt(statement.location, module,
                        "labels in frame buffer \"{}\" are not filtered: "

@@ -25,7 +25,9 @@ enum class BuiltinSource {
     Coverage,
     Alpha,
     Intensity,
-    Contour,
+    Contour,      ///< drawn on the finished picture
+    Variance,     ///< of the picture's mean, per channel; see Film::varianceOfMean
+    Samples,      ///< number of samples that the pixel took
     CryptoObject, ///< these three: ids of what is seen, see cryptomatte.h
     CryptoMaterial,
     CryptoAsset

@@ -26,8 +26,10 @@ struct SampleRange {
     return {block.first + index * count, block.first + (index + 1) * count};
 }
 
-/// The fewest blocks that make up a range, in order.
-[[nodiscard]] std::vector<SampleRange> blocksOf(SampleRange range);
+/// The fewest blocks that make up a range, in order; all samples are four, because the variance is known from
+/// their quarters.
+/// @param samples of each pixel in the whole picture
+[[nodiscard]] std::vector<SampleRange> blocksOf(SampleRange range, unsigned samples);
 
 /// "0:16"
 [[nodiscard]] std::string textOf(SampleRange range);
@@ -39,9 +41,35 @@ enum class Accumulation {
     Mean,         ///< weighted by the pixel filter
     Closest,      ///< that of the sample closest to the pixel's centre, the first of equally close ones
     NearestDepth, ///< the nearest surface inside the pixel; as Closest while no sample is inside
-    Ids           ///< weights of ids, each added up by itself, weighted by the pixel filter
+    Ids,          ///< weights of ids, each added up by itself, weighted by the pixel filter
+    Count,        ///< number of samples
+    Variance      ///< of the mean of the primary buffer; sums of samples hold that buffer's in its place
 };
 [[nodiscard]] Accumulation accumulationOf(const Buffer& buffer);
+
+/// True where a pixel keeps the value of one of its samples.
+[[nodiscard]] constexpr bool keepsOneSample(Accumulation accumulation) {
+    return accumulation == Accumulation::Closest || accumulation == Accumulation::NearestDepth;
+}
+
+/// A sum of weighted values, and of their weights.
+struct WeightedSum {
+    float value, weight;
+};
+/// What a further part of a pixel's samples adds to the sum of squared deviations of equal parts' means from
+/// the mean of all. One part after the other: B. P. Welford, "Note on a Method for Calculating Corrected Sums
+/// of Squares and Products", 1962.
+/// @param parts before this one
+[[nodiscard]] inline float squaredDeviation(int parts, const WeightedSum& before, const WeightedSum& after) {
+    const float share = static_cast<float>(parts) / static_cast<float>(parts + 1);
+    const float mean = (after.value - before.value) / (after.weight - before.weight);
+    const float deviation = mean - before.value / before.weight;
+    return share * deviation * deviation;
+}
+/// Of the mean of `parts` equal parts, at least 2, from the sum of their squared deviations.
+[[nodiscard]] inline float varianceOfMean(float squaredDeviations, int parts) {
+    return squaredDeviations * (1.0f / static_cast<float>(parts * (parts - 1)));
+}
 
 /// Distance from a pixel's centre, in x or y, up to which a sample is inside the pixel.
 inline constexpr float insidePixel = 0.5f;

@@ -31,12 +31,16 @@ constexpr char floatMean = 'f';
 constexpr char closest = 'c';
 constexpr char nearestDepth = 'z';
 constexpr char weightedIds = 'i';
+constexpr char numberOfSamples = 'n';
+constexpr char varianceOfPrimary = 'v';
 
 char letterOf(const ExrChannel& channel) {
     switch (accumulationOf(*channel.layer->buffer)) {
     case Accumulation::Closest: return closest;
     case Accumulation::NearestDepth: return nearestDepth;
     case Accumulation::Ids: return weightedIds;
+    case Accumulation::Count: return numberOfSamples;
+    case Accumulation::Variance: return varianceOfPrimary;
     case Accumulation::Mean: break;
     }
     return channel.storage == ExrChannel::Storage::Half ? halfMean : floatMean;
@@ -98,6 +102,8 @@ Accumulation accumulationOf(char letter) {
     case closest: return Accumulation::Closest;
     case nearestDepth: return Accumulation::NearestDepth;
     case weightedIds: return Accumulation::Ids;
+    case numberOfSamples: return Accumulation::Count;
+    case varianceOfPrimary: return Accumulation::Variance;
     default: fail();
     }
 }
@@ -193,10 +199,9 @@ SumsFile sumsFile(const std::string& path, const std::vector<Imf::Header>& heade
         std::vector<int>& parts = file.blocks.back().parts;
         SumsFile::Part part = finishedPart(headers[i], name);
         const Imf::Header& weights = headers[static_cast<std::size_t>(file.blocks.back().weights)];
-        const bool areSums = std::all_of(part.channels.begin(), part.channels.end(), [](Accumulation each) {
-            return each == Accumulation::Mean || each == Accumulation::Ids;
-        });
-        if (!areSums && !weights.channels().findChannel(distanceChannel)) fail();
+        if (std::any_of(part.channels.begin(), part.channels.end(), keepsOneSample) &&
+            !weights.channels().findChannel(distanceChannel))
+            fail();
         if (file.blocks.size() == 1) file.finished.push_back(std::move(part));
         else if (parts.size() >= file.finished.size() ||
                  part.channels != file.finished[parts.size()].channels)
@@ -208,7 +213,7 @@ SumsFile sumsFile(const std::string& path, const std::vector<Imf::Header>& heade
         if (block.parts.size() != file.finished.size()) fail();
         blocks.push_back(block.samples);
     }
-    if (file.finished.empty() || blocks != blocksOf(file.range)) fail();
+    if (file.finished.empty() || blocks != blocksOf(file.range, file.samples)) fail();
     return file;
 }
 

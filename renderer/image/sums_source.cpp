@@ -100,6 +100,7 @@ private:
         for (unsigned i = 1; i < 4; ++i) {
             SummedRows& quarter = level(depth + 1);
             collect(quarterOf(samples, i), depth + 1, quarter);
+            if (depth == 0) addDeviations(static_cast<int>(i), quarter, sum);
             add(quarter, sum);
         }
     }
@@ -117,6 +118,21 @@ private:
         }
     }
 
+    /// Notes how far the mean of a quarter of all samples is from that of those before it.
+    void addDeviations(int quartersBefore, SummedRows& quarter, SummedRows& sum) {
+        const float *const weight = sum.weight(), *const added = quarter.weight();
+        deviations_.resize(channels_.size());
+        for (std::size_t p = 0; p < channels_.size(); ++p) {
+            if (channels_[p] != Accumulation::Variance) continue;
+            if (quartersBefore == 1) deviations_[p].assign(end_, 0.0f);
+            const float *const from = quarter.values.numbers<float>(p), *const before =
+                                                                            sum.values().numbers<float>(p);
+            for (std::size_t i = begin_; i < end_; ++i)
+                deviations_[p][i] += squaredDeviation(quartersBefore, {before[i], weight[i]},
+                                                      {before[i] + from[i], weight[i] + added[i]});
+        }
+    }
+
     /// Adds a later block's sums.
     void add(SummedRows& later, SummedRows& sum) const {
         const float *const distance = later.distance(), *const weight = later.weight();
@@ -131,7 +147,7 @@ private:
             if (channels_[p] == Accumulation::Ids) continue;
             const float* const from = later.values().numbers<float>(p);
             float* const to = sum.values().numbers<float>(p);
-            if (channels_[p] == Accumulation::Mean) {
+            if (!keepsOneSample(channels_[p])) {
                 for (std::size_t i = begin_; i < end_; ++i) to[i] += from[i];
                 continue;
             }
@@ -156,6 +172,12 @@ private:
             }
         for (std::size_t p = 0; p < channels_.size(); ++p) {
             const float* const from = sum.values().numbers<float>(p);
+            if (channels_[p] == Accumulation::Variance) {
+                for (std::size_t i = begin_; i < end_; ++i)
+                    rows.numbers<float>(p)[i] =
+                        all_.count() > 1 ? varianceOfMean(deviations_[p][i], 4) : 0.0f;
+                continue;
+            }
             if (channels_[p] != Accumulation::Mean) {
                 std::memcpy(rows.numbers<float>(p) + begin_, from + begin_, (end_ - begin_) * sizeof *from);
                 continue;
@@ -174,6 +196,7 @@ private:
     std::vector<std::unique_ptr<Imf::MultiPartInputFile>> files_;
     std::map<unsigned, Block> blocks_; // by their first sample
     std::vector<std::unique_ptr<SummedRows>> levels_;
+    std::vector<std::vector<float>> deviations_; // by channel; of variances only
     int top_ = 0, first_ = 0, last_ = 0;
     std::size_t begin_ = 0, end_ = 0; // of the rows that are read, in pixels
 };

@@ -15,6 +15,7 @@
 #include "render/contours.h"
 #include "render/denoise/denoiser.h"
 #include "render/displacement_calls.h"
+#include "render/film/sample_steps.h"
 #include "render/gather_prepass.h"
 #include "render/geometry_shaders.h"
 #include "render/light/light_chooser.h"
@@ -265,7 +266,10 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     if (settings.progress) settings.progress({});
     const Stopwatch building;
     const SampledArea area = sampledArea(asked);
-    const std::size_t blocks = settings.sampleRange ? image::blocksOf(*settings.sampleRange).size() : 1;
+    const std::size_t blocks =
+        settings.sampleRange
+            ? image::blocksOf(*settings.sampleRange, samplesAt(asked.options.options.max_samples)).size()
+            : 1;
     auto allocated = filmOf(asked.framebuffers(), asked.window(), area, blocks, log_);
     if (!allocated) return nullptr;
     auto result = std::make_unique<FrameResult>(std::move(asked), std::move(allocated));

@@ -88,7 +88,8 @@ TileRenderer::TileRenderer(const Frame& frame, Film& film, RenderState& state, c
       threads_(threads),
       passesAtMost_(passesAtMost),
       workers_(static_cast<std::size_t>(threads)) {
-    if (settings.sampleRange) range_ = image::blocksOf(*settings.sampleRange);
+    if (settings.sampleRange)
+        range_ = image::blocksOf(*settings.sampleRange, samplesAt(frame.options.max_samples));
 }
 
 TileRenderer::~TileRenderer() = default;

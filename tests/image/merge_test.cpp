@@ -13,8 +13,8 @@ namespace {
 
 class Parts : public Command {
 protected:
-    static constexpr const char* options =
-        " --size 61x43 --samples 0 2 --contrast 0.02 --reproducible --passes diffuse,shadow ";
+    static constexpr const char* options = " --size 61x43 --samples 0 2 --contrast 0.02 --reproducible "
+                                           "--passes diffuse,shadow,variance,samples ";
 
     void SetUp() override { scene("card.mi", grayCard + std::string(renderIt)); }
     int window(const std::string& window, const std::string& file, const std::string& more = {}) {
@@ -71,6 +71,9 @@ TEST_P(SampleRanges, AddUpToTheFileOfAllSamples) {
     EXPECT_EQ(merge("f.exr b.exr e.exr d.exr -o joined.exr"), 0) << output;
     EXPECT_TRUE(content("joined.exr") == content("whole.exr"));
     EXPECT_TRUE(content("d.exr") != content("f.exr"));
+    ASSERT_EQ(range("0:16", "all.exr"), 0) << output;
+    EXPECT_EQ(merge("all.exr -o joined.exr"), 0) << output;
+    EXPECT_TRUE(content("joined.exr") == content("whole.exr"));
 
     const Call cases[] = {{"b.exr c.exr", 4, {"still to be rendered: --sample-range 0:5 --window 0 0 12 16"}},
                           {"e.exr b.exr", 4, {"still to be rendered: --window 13 0 30 16"}},
@@ -92,7 +95,8 @@ TEST_P(SampleRanges, AddUpToTheFileOfAllSamples) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Pictures, SampleRanges,
-                         ::testing::Values("--filter lanczos --single-part", "--passes beauty,normalWorld"));
+                         ::testing::Values("--filter lanczos --single-part --passes variance",
+                                           "--passes beauty,normalWorld,variance,samples"));
 
 TEST_F(Parts, OfTheSamplesNeedTheSameNumberInEveryPixel) {
     const std::string start = "card.mi -o x.exr --samples ";

@@ -85,8 +85,8 @@ TEST(AdaptiveSampler, StopsAtAnErrorInProportionToContrastInAnyChannel) {
     EXPECT_LT(before, 24u * 24u * 24u);
 }
 
-/// Pixels of which only one in fifty samples finds any light, as much as all of them.
-TEST(AdaptiveSampler, FindsLightThatFewSamplesSee) {
+/// Pixels of which only one in fifty samples finds any light, as much as all of them: 0.5 in the mean.
+TestScene sparks() {
     TestScene scene;
     scene.width = scene.height = 48;
     scene.viewWidth = 48;
@@ -100,6 +100,11 @@ TEST(AdaptiveSampler, FindsLightThatFewSamplesSee) {
     }
     for (int i = 0; i < 4 * 48 * 48; ++i) scene.contents += fmt::format("v {}\n", i);
     scene.contents += faces + "end group end object\ninstance \"sparks\" \"sparks_mesh\" end instance\n";
+    return scene;
+}
+
+TEST(AdaptiveSampler, FindsLightThatFewSamplesSee) {
+    TestScene scene = sparks();
     for (const char* samples : {"0 3", "1 3", "1 4"}) {
         SCOPED_TRACE(samples);
         scene.samples = samples;
@@ -107,6 +112,29 @@ TEST(AdaptiveSampler, FindsLightThatFewSamplesSee) {
         double sum = 0;
         picture.eachPixel([&](int x, int y) { sum += picture.pixel("main", x, y).r; });
         EXPECT_NEAR(sum / (48 * 48), 0.5, 0.02);
+    }
+}
+
+TEST(SamplingLayers, SayByHowMuchPixelsAreOffAndWhatTheyTook) {
+    TestScene scene = sparks();
+    scene.cameraStatements = "framebuffer \"variance\" datatype \"variance\" filtering on\n"
+                             "framebuffer \"samples\" datatype \"samples\"\n";
+    for (const char* samples : {"2 2", "1 3"}) {
+        SCOPED_TRACE(samples);
+        scene.samples = samples;
+        const RenderedScene picture(scene);
+        double variance = 0, squares = 0, taken = 0;
+        picture.eachPixel([&](int x, int y) {
+            const double error = picture.pixel("main", x, y).g - 0.5;
+            squares += error * error;
+            variance += picture.pixel("variance", x, y).g;
+            taken += picture.pixel("samples", x, y).r;
+        });
+        EXPECT_EQ(taken, static_cast<double>(picture.result().statistics.rays.samples));
+        // Samples of one pixel complement each other, which the means of its parts know only in part.
+        if (samples[0] == '2') {
+            EXPECT_NEAR(variance / squares, 1.15, 0.1);
+        }
     }
 }
 

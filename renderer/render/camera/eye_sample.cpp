@@ -64,7 +64,9 @@ void fillBuiltinBuffers(RenderContext& context, const miColor& color) {
         float* words = context.sampleWords.data() + buffer->sampleOffset;
         switch (buffer->source) {
         case image::BuiltinSource::None:
-        case image::BuiltinSource::Contour: break; // drawn when all samples are done
+        case image::BuiltinSource::Contour:
+        case image::BuiltinSource::Variance:
+        case image::BuiltinSource::Samples: break; // when all samples are done
         case image::BuiltinSource::Color: std::memcpy(words, &color, sizeof color); break;
         case image::BuiltinSource::Alpha: *words = color.a; break;
         case image::BuiltinSource::Intensity: {

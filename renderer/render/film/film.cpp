@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 #include <span>
+#include <utility>
 
 namespace orca::render {
 
@@ -23,11 +24,6 @@ std::size_t pixelsIn(const PixelWindow& window) {
 /// All but the scratch buffer.
 std::span<const image::Buffer> shownBuffers(const image::FramebufferSet& framebuffers) {
     return std::span(framebuffers.buffers()).subspan(1);
-}
-
-/// Values of one sample, not sums.
-constexpr bool isUnfiltered(image::Accumulation kind) {
-    return kind == image::Accumulation::Closest || kind == image::Accumulation::NearestDepth;
 }
 
 /// Words that sums have besides those of the buffers: weight, steps, deviations, distance.
@@ -51,11 +47,17 @@ Film::Film(const image::FramebufferSet& framebuffers, const PixelWindow& window,
         if (kind == image::Accumulation::Ids) {
             if (buffer.idSlots > 0)
                 idTables_.push_back({offsetOf(buffer), static_cast<std::size_t>(buffer.idSlots)});
-        } else if (kind != image::Accumulation::Mean)
+        } else if (image::keepsOneSample(kind)) {
             unfiltered_.push_back({kind, offsetOf(buffer), buffer.components});
-        else if (!filtered_.empty() && filtered_.back().first + filtered_.back().count == first)
+        } else if (kind == image::Accumulation::Count) {
+            counts_.push_back(offsetOf(buffer));
+        } else if (kind == image::Accumulation::Variance) {
+            variances_.push_back({first, buffer.components});
+        } else if (!filtered_.empty() && filtered_.back().first + filtered_.back().count == first) {
             filtered_.back().count += buffer.components;
-        else filtered_.push_back({first, buffer.components});
+        } else {
+            filtered_.push_back({first, buffer.components});
+        }
     }
     weightAt_ = static_cast<std::size_t>(framebuffers.wordsPerSample()) - scratchWords_;
     stepsAt_ = weightAt_ + 1;
@@ -74,7 +76,7 @@ std::size_t Film::bytesNeeded(const image::FramebufferSet& framebuffers, const P
     bool hasUnfiltered = false;
     for (const image::Buffer& buffer : shownBuffers(framebuffers)) {
         words += static_cast<std::size_t>(buffer.components);
-        hasUnfiltered = hasUnfiltered || isUnfiltered(image::accumulationOf(buffer));
+        hasUnfiltered = hasUnfiltered || image::keepsOneSample(image::accumulationOf(buffer));
     }
     return blocks * (words + ownWords(hasUnfiltered)) * sizeof(float) * pixelsIn(sampled);
 }
@@ -89,6 +91,7 @@ void Film::add(float* sums, const PixelFilter::Placement& placement, const float
     }
     for (const IdTable& table : idTables_)
         image::addIds(sums + table.first, values + table.first, table.slots, placement.weight);
+    for (const std::size_t count : counts_) sums[count] += 1.0f;
     if (!unfiltered_.empty())
         addUnfiltered(sums, std::max(std::abs(placement.x), std::abs(placement.y)), values);
 }
@@ -112,6 +115,7 @@ void Film::addSums(float* sums, const float* later) const {
         for (int w = range.first; w < range.first + range.count; ++w) sums[w] += later[w];
     for (const IdTable& table : idTables_)
         image::addIds(sums + table.first, later + table.first, table.slots, 1.0f);
+    for (const std::size_t count : counts_) sums[count] += later[count];
     if (!unfiltered_.empty()) addUnfiltered(sums, later[distanceAt_], later);
 }
 
@@ -129,15 +133,10 @@ void Film::finishStep(float* pixel, const PrimarySum& before) const {
     const int parts = (done - 1) % 3 + 1;
     float* const deviations = pixel + deviationsAt_;
     if (parts == 1) std::fill_n(deviations, colorWords, 0.0f);
-    // One part after the other: B. P. Welford, "Note on a Method for Calculating Corrected Sums of Squares
-    // and Products", 1962.
     const PrimarySum after = primarySum(pixel);
-    const float share = static_cast<float>(parts) / static_cast<float>(parts + 1);
-    for (std::size_t c = 0; c < colorWords; ++c) {
-        const float mean = (after.color[c] - before.color[c]) / (after.weight - before.weight);
-        const float deviation = mean - before.color[c] / before.weight;
-        deviations[c] += share * deviation * deviation;
-    }
+    for (std::size_t c = 0; c < colorWords; ++c)
+        deviations[c] +=
+            image::squaredDeviation(parts, {before.color[c], before.weight}, {after.color[c], after.weight});
 }
 
 void Film::prefetch(int x, int y) const {
@@ -184,6 +183,15 @@ miColor Film::sampleVariance(int x, int y) const {
     return {deviations[0] * scale, deviations[1] * scale, deviations[2] * scale, deviations[3] * scale};
 }
 
+std::array<float, 4> Film::varianceOfMean(const float* pixel) const {
+    std::array<float, 4> variance{};
+    const int steps = stepsDone(pixel);
+    if (steps < 2) return variance;
+    for (std::size_t c = 0; c < variance.size(); ++c)
+        variance[c] = image::varianceOfMean(pixel[deviationsAt_ + c], partsAfter(steps));
+    return variance;
+}
+
 void Film::resolve() {
     float* to = data_.data();
     const std::size_t rowWords = static_cast<std::size_t>(window_.width()) * pixelWords_;
@@ -193,6 +201,9 @@ void Film::resolve() {
         for (float* accumulated = to; accumulated != to + rowWords; accumulated += pixelWords_) {
             for (std::size_t block = 1; block < blocks(); ++block)
                 addSums(accumulated, accumulated + block * sumWords_);
+            const std::array<float, 4> variance = varianceOfMean(accumulated);
+            for (const WordRange& range : variances_)
+                std::copy_n(variance.begin(), range.count, accumulated + range.first);
             const float weight = accumulated[weightAt_];
             for (const IdTable& table : idTables_)
                 image::finishIds(accumulated + table.first, table.slots, weight);
@@ -228,7 +239,11 @@ std::vector<image::Layer> Film::layers(std::span<const float> words) const {
 
 image::SummedBlock Film::summedBlock(std::size_t block, image::SampleRange samples) const {
     const std::size_t first = block * sumWords_;
-    return {samples, layersOf(block), layerAt(nullptr, first + weightAt_, 1),
+    std::vector<image::Layer> layers = layersOf(block);
+    for (image::Layer& layer : layers)
+        if (image::accumulationOf(*layer.buffer) == image::Accumulation::Variance)
+            layer = layerAt(layer.buffer, first + primaryOffset_, colorWords);
+    return {samples, std::move(layers), layerAt(nullptr, first + weightAt_, 1),
             unfiltered_.empty() ? image::Layer{} : layerAt(nullptr, first + distanceAt_, 1)};
 }
 

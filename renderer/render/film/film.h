@@ -9,6 +9,7 @@
 
 #include <shader.h>
 
+#include <array>
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -75,7 +76,8 @@ public:
     /// a pixel with fewer than two samples.
     [[nodiscard]] miColor sampleVariance(int x, int y) const;
 
-    /// Adds up the blocks, divides the sums by their weights and drops the pixels outside of the window.
+    /// Adds up the blocks, divides the sums by their weights, fills in the variances and drops the pixels
+    /// outside of the window.
     /// Once, after the last sample; of the functions above none may be called afterwards.
     void resolve();
     /// Finished layers, the scratch buffer left out. Valid as long as the film.
@@ -114,6 +116,8 @@ private:
     };
 
     void addUnfiltered(float* sums, float distance, const float* values) const;
+    /// Estimate of the variance of the primary buffer's mean, as `sampleVariance`.
+    [[nodiscard]] std::array<float, 4> varianceOfMean(const float* pixel) const;
     [[nodiscard]] std::vector<image::Layer> layersOf(std::size_t block) const;
     [[nodiscard]] image::Layer layerAt(const image::Buffer* buffer, std::size_t word,
                                        std::size_t words) const;
@@ -128,7 +132,9 @@ private:
     std::vector<WordRange> filtered_; // neighbouring buffers in one range
     std::vector<Unfiltered> unfiltered_;
     std::vector<IdTable> idTables_;
-    std::size_t scratchWords_; // of the scratch buffer, first in a sample and in no pixel
+    std::vector<WordRange> variances_;
+    std::vector<std::size_t> counts_; // words that hold numbers of samples
+    std::size_t scratchWords_;        // of the scratch buffer, first in a sample and in no pixel
     std::size_t primaryOffset_;
     // Sums: the buffers' words, then the weight, the steps done, the squared deviations of the parts' primary
     // colours from their mean, and, only where there are unfiltered values, the distance of the sample that
