@@ -18,6 +18,7 @@ struct PassDescription {
     std::string_view shader{};   ///< utility shader that fills it; without one and a type the renderer does
     std::string_view settings{}; ///< the shader's parameters beyond its indices, in the scene language
     bool ofState = false;        ///< a state shader, which has no contributionIndex; else one of materials
+    float background = 0.0f;     ///< of a depth, its value where nothing is hit
 };
 
 /// The passes that materials write, by type.

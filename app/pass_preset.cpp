@@ -179,6 +179,9 @@ std::string PassPreset::shadersText() const {
         // No shader writes a pass of objects that are not in the picture.
         if (!request.objects.empty())
             states += fmt::format("    \"orcaFrameBufferInit\" ( \"passIndex\" {} )\n", index);
+        if (request.background != 0.0f)
+            states += fmt::format("    \"orcaPassFarDepth\" ( \"passIndex\" {}, \"value\" {} )\n", index,
+                                  request.background);
         list += fmt::format("    \"{}\" ( \"passIndex\" {}, \"contributionIndex\" {}{} )\n", pass.shader,
                             index++, bit++, settings);
     }

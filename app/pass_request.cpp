@@ -10,6 +10,7 @@
 #include <cctype>
 #include <charconv>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 
 #include <fnmatch.h>
@@ -128,15 +129,27 @@ void setRecord(PassRequest& request, const Option& option) {
            guess(nearestName(option.first, known)));
 }
 
+std::optional<float> numberOf(const Option& option) {
+    float number = 0;
+    const char* const end = option.second.data() + option.second.size();
+    const auto read = std::from_chars(option.second.data(), end, number);
+    return read.ec == std::errc() && read.ptr == end ? std::optional(number) : std::nullopt;
+}
+
+void setBackground(PassRequest& request, const Option& option) {
+    if (request.pass->datatype != "z")
+        refuse("pass \"{}\" is no depth, which alone has a \"background\"", request.pass->name);
+    const std::optional<float> value = numberOf(option);
+    if (!value)
+        refuse("\"background\" of pass \"{}\" is a number, not \"{}\"", request.pass->name, option.second);
+    request.background = *value;
+}
+
 /// A parameter of a utility pass's shader, whose declaration says later whether it has such a one.
 void setParameter(PassRequest& request, const Option& option) {
     if (request.pass->shader.empty())
         refuse("pass \"{}\" has no option \"{}\"", request.pass->name, option.first);
-    float number = 0;
-    const char* const end = option.second.data() + option.second.size();
-    const auto read = std::from_chars(option.second.data(), end, number);
-    const bool isNumber = read.ec == std::errc() && read.ptr == end;
-    if (!isNumber && option.second != "on" && option.second != "off")
+    if (!numberOf(option) && option.second != "on" && option.second != "off")
         refuse("\"{}\" of pass \"{}\" is a number, on or off, not \"{}\"", option.first, request.pass->name,
                option.second);
     request.parameters.push_back(option);
@@ -159,6 +172,8 @@ void apply(PassRequest& request, const Option& option) {
         request.objects = split(option.second, '|');
     } else if (pass.type >= 0) {
         setRecord(request, option);
+    } else if (option.first == "background") {
+        setBackground(request, option);
     } else {
         setParameter(request, option);
     }
@@ -257,7 +272,7 @@ private:
 bool operator==(const PassRequest& a, const PassRequest& b) {
     return a.pass == b.pass && a.layer == b.layer && a.parameters == b.parameters && a.lights == b.lights &&
            a.objects == b.objects && a.datatype == b.datatype && a.less == b.less &&
-           std::memcmp(&a.settings, &b.settings, sizeof a.settings) == 0;
+           a.background == b.background && std::memcmp(&a.settings, &b.settings, sizeof a.settings) == 0;
 }
 
 PassRequests parsePassRequests(const std::vector<std::string>& lists) {
@@ -271,6 +286,7 @@ PassRequest requestOf(const PassDescription& pass, std::string layer) {
     request.pass = &pass;
     request.layer = std::move(layer);
     request.datatype = pass.datatype;
+    request.background = pass.background;
     for (const FrameBufferFlagParameter& flag : FRAME_BUFFER_FLAG_PARAMETERS)
         request.settings.*flag.field = (pass.flags & flag.bit) != 0;
     request.settings.maxReflectionLevel = pass.flags & FB_INCLUDE_REFLECTION ? everyLevel : 0;

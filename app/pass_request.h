@@ -21,6 +21,7 @@ struct PassRequest {
     std::vector<std::string> lights, objects; ///< patterns of instances that alone feed it; empty: all
     std::string datatype;                     ///< of the frame buffer
     std::string less;                         ///< layer that is subtracted from it; empty: none
+    float background = 0.0f;                  ///< of a depth, its value where nothing is hit
 
     friend bool operator==(const PassRequest& a, const PassRequest& b);
 };

@@ -125,7 +125,7 @@ private:
         for (std::size_t p = 0; p < channels_.size(); ++p) {
             if (channels_[p] != Accumulation::Variance) continue;
             if (quartersBefore == 1) deviations_[p].assign(end_, 0.0f);
-            const float *const from = quarter.values.numbers<float>(p), *const before =
+            const float *const from = quarter.values().numbers<float>(p), *const before =
                                                                             sum.values().numbers<float>(p);
             for (std::size_t i = begin_; i < end_; ++i)
                 deviations_[p][i] += squaredDeviation(quartersBefore, {before[i], weight[i]},

@@ -2,6 +2,7 @@
 #include "command.h"
 
 #include <algorithm>
+#include <cmath>
 #include <sstream>
 #include <utility>
 
@@ -41,7 +42,8 @@ TEST_F(PassRequests, MeanTheseLayers) {
         {"denoise", "beauty albedo normal cameraDepth motionVector2D"},
         {"specular[light=sun*],diffuse[shadowed=off,name=bright]", "specular_sun bright"},
         {"relight,objects", "rest light_sun_inst object_card_inst object_front"},
-        {"coverage[object=front|card*]", "coverage_front_card"}};
+        {"coverage[object=front|card*]", "coverage_front_card"},
+        {"compositing,variance,samples", "P N uv albedo motion variance samples"}};
     for (const auto& [list, layers] : good) {
         EXPECT_EQ(run(std::string("lit.mi --list-outputs --passes '") + list + "'"), 0) << output;
         std::istringstream lines(output);
@@ -65,7 +67,29 @@ TEST_F(PassRequests, MeanTheseLayers) {
                  {"lit.mi --passes 'utility[object=front]'", 2, {"does not know objects"}},
                  {"lit.mi --passes 'cameraDepth[remap=x]'", 2, {"is a number"}},
                  {"lit.mi --passes 'cameraDepth[remp=1]'", 3, {"remp"}},
+                 {"lit.mi --passes 'coverage[background=1]'", 2, {"is no depth"}},
                  {"lit.mi --passes 'diffuse[light=son_inst]'", 3, {"did you mean \"sun_inst\"?"}}});
+}
+
+TEST_F(PassRequests, OfDepthsHaveAFarValueWhereNothingIs) {
+    scene("lit.mi", litCards + renderIt);
+    const std::string depths =
+        "lit.mi --passes 'planarDepth,cameraDepth,cameraDepth[background=9e8,name=far],"
+        "planarDepth[object=card_inst,background=7,name=card]'";
+    const std::vector<std::string> layers{"planarDepth", "cameraDepth", "far", "card"};
+    const auto values = [&](const std::string& place) {
+        pixel(depths, {}, place);
+        std::vector<double> all;
+        for (const std::string& layer : layers) all.push_back(layerValues(output, layer).at(0));
+        return all;
+    };
+    EXPECT_EQ(values("0,0"), (std::vector<double>{1e10, 0, 9e8, 7}));
+    const std::vector<double> hit = values("9,1"); // the front card is at a depth of 3
+    const double radial = 3 * std::hypot(1.0, 1.5 / 16, 2.5 / 16);
+    EXPECT_NEAR(hit[0], 3.0, 1e-5);
+    EXPECT_NEAR(hit[1], radial, 1e-5);
+    EXPECT_EQ(hit[2], hit[1]);
+    EXPECT_EQ(hit[3], 7.0); // of the other card
 }
 
 TEST_F(PassRequests, OfLightsAreWhatTheLightsGiveAlone) {

@@ -31,7 +31,10 @@ TEST_P(SphereInAllSpaces, HasTheEllipsoidsDepthAndNormals) {
                            {"incidence", "s_fp", "orcaPassIncidenceCameraNormal"},
                            {"world", "n", "orcaPassNormal"},
                            {"camera", "n", "orcaPassNormal(\"space\" 1)"},
-                           {"object", "n", "orcaPassNormal(\"space\" 2)"}};
+                           {"object", "n", "orcaPassNormal(\"space\" 2)"},
+                           {"planar", "z", "orcaPassPlanarDepth"},
+                           {"position", "m", "orcaPassPosition"},
+                           {"inCamera", "m", "orcaPassPosition(\"space\" 1)"}};
     const RenderedScene picture(scene);
     int seen = 0;
     picture.eachPixel([&](int px, int py) {
@@ -69,6 +72,14 @@ TEST_P(SphereInAllSpaces, HasTheEllipsoidsDepthAndNormals) {
         expectNormal("object", object);
         const double length = std::sqrt(way[0] * way[0] + way[1] * way[1] + way[2] * way[2]);
         EXPECT_NEAR(picture.pixel("depth", px, py).r, t * length, 2e-3f);
+        EXPECT_NEAR(picture.pixel("planar", px, py).r, t, 2e-3f); // the axis is one unit of the way
+        const miColor position = picture.pixel("position", px, py);
+        const miColor inCamera = picture.pixel("inCamera", px, py);
+        const double expected[] = {u * t, v * t, -t};
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_NEAR((&position.r)[i], from[i] + t * way[i], 3e-3);
+            EXPECT_NEAR((&inCamera.r)[i], expected[i], 3e-3);
+        }
         const double cosine = -(way[0] * normal.x + way[1] * normal.y + way[2] * normal.z) / length;
         EXPECT_NEAR(picture.pixel("incidence", px, py).r, 1.0 - cosine, 3e-3f);
     });

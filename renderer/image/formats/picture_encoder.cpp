@@ -205,17 +205,21 @@ float sRgb(float linear) {
     return linear <= 0.0031308f ? 12.92f * linear : 1.055f * std::pow(linear, 1.0f / 2.4f) - 0.055f;
 }
 
-/// Maps the finite values that are not 0 (where nothing was hit) onto 0..1.
+/// Depths from here on, and 0, say that nothing is hit.
+constexpr float nothingHit = 1e9f;
+
+/// Maps the finite values at which something is hit onto 0..1.
 void stretchToRange(Raster& raster) {
     float least = std::numeric_limits<float>::max(), most = std::numeric_limits<float>::lowest();
     for (const float value : raster.values) {
-        if (!std::isfinite(value) || value == 0.0f) continue;
+        if (!std::isfinite(value) || value == 0.0f || value >= nothingHit) continue;
         least = std::min(least, value);
         most = std::max(most, value);
     }
     if (most <= 1.0f && least >= 0.0f) return;
     const float extent = most > least ? most - least : 1.0f;
-    for (float& value : raster.values) value = value == 0.0f ? 0.0f : (value - least) / extent;
+    for (float& value : raster.values)
+        value = value == 0.0f ? 0.0f : std::min((value - least) / extent, 1.0f);
 }
 
 } // namespace
