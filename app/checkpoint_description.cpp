@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <utility>
 
 namespace orca::app {
@@ -56,6 +57,7 @@ std::string describePicture(const render::Picture& picture, const std::optional<
     const json described{
         {"frame", frame},
         {"size", {camera.x_resolution, camera.y_resolution}},
+        {"overscan", {picture.options.overscan.across, picture.options.overscan.up}},
         {"window", {window.xl, window.yl, window.xh, window.yh}},
         {"sampleRange", {kept.first, kept.end}},
         {"samples", {options.min_samples, options.max_samples}},
@@ -65,8 +67,9 @@ std::string describePicture(const render::Picture& picture, const std::optional<
 }
 
 struct DescribedPicture::Fields {
+    std::array<int, 2> size;
     render::PixelWindow window;
-    render::SampledArea area;
+    std::vector<render::SampledArea> areas;
     int tileSize, frame;
     std::size_t blocks;
     std::vector<image::Buffer> buffers;
@@ -75,21 +78,27 @@ struct DescribedPicture::Fields {
         try {
             const json described = json::parse(text);
             const auto size = described.at("size").get<std::array<int, 2>>();
+            const auto [across, up] = described.at("overscan").get<std::array<int, 2>>();
             const auto [xl, yl, xh, yh] = described.at("window").get<std::array<int, 4>>();
             const auto samples = described.at("samples").get<std::array<int, 2>>();
             const auto [first, end] = described.at("sampleRange").get<std::array<unsigned, 2>>();
-            const render::PixelWindow window{xl, yl, xh, yh};
+            const render::PixelWindow window{xl, yl, xh, yh}, display{0, 0, size[0] - 1, size[1] - 1};
+            constexpr int sizeAtMost = 1 << 30;
             std::vector<image::Buffer> buffers;
             for (const json& buffer : described.at("buffers")) buffers.push_back(bufferFrom(buffer));
             const int tileSize = described.at("tileSize");
             const bool plausible =
-                0 <= xl && xl <= xh && xh < size[0] && 0 <= yl && yl <= yh && yh < size[1] &&
-                samples[0] <= samples[1] && samples[0] >= scene::coarsestSamplingLevel &&
+                0 <= across && across <= scene::overscanAtMost && 0 <= up && up <= scene::overscanAtMost &&
+                1 <= size[0] && size[0] <= sizeAtMost && 1 <= size[1] && size[1] <= sizeAtMost &&
+                -across <= xl && xl <= xh && xh < size[0] + across && -up <= yl && yl <= yh &&
+                yh < size[1] + up && samples[0] <= samples[1] && samples[0] >= scene::coarsestSamplingLevel &&
                 samples[1] <= scene::finestSamplingLevel && tileSize > 0 && buffers.size() > 1 &&
                 first < end && end <= render::samplesAt(scene::finestSamplingLevel);
             if (plausible)
-                return {window,
-                        {size[0], size[1], window, samples[0], samples[1]},
+                return {size,
+                        window,
+                        render::sampledAreas(display, {-across, -up, size[0] - 1 + across, size[1] - 1 + up},
+                                             window, samples[0], samples[1]),
                         tileSize,
                         described.at("frame"),
                         image::blocksOf({first, end}, render::samplesAt(samples[1])).size(),
@@ -106,13 +115,13 @@ DescribedPicture::DescribedPicture(const std::string& text, Log& log)
 
 DescribedPicture::DescribedPicture(Fields fields, Log& log)
     : window_(fields.window),
-      area_(fields.area),
+      areas_(std::move(fields.areas)),
       tileSize_(fields.tileSize),
       blocks_(fields.blocks),
       frame_{},
       framebuffers_(std::move(fields.buffers), log) {
-    frame_.width = area_.width();
-    frame_.height = area_.height();
+    frame_.width = fields.size[0];
+    frame_.height = fields.size[1];
     frame_.window = {window_.xl, window_.yl, window_.xh, window_.yh};
     frame_.metadata["software"] = "orca-render " ORCA_VERSION;
     frame_.metadata["frame"] = fields.frame;

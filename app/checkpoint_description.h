@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace orca::app {
 
@@ -26,7 +27,7 @@ public:
 
     [[nodiscard]] const image::FramebufferSet& framebuffers() const { return framebuffers_; }
     [[nodiscard]] const render::PixelWindow& window() const { return window_; }
-    [[nodiscard]] const render::SampledArea& area() const { return area_; }
+    [[nodiscard]] const std::vector<render::SampledArea>& areas() const { return areas_; }
     [[nodiscard]] int tileSize() const { return tileSize_; }
     /// Of samples, whose sums are kept apart.
     [[nodiscard]] std::size_t blocks() const { return blocks_; }
@@ -37,7 +38,7 @@ private:
     DescribedPicture(Fields fields, Log& log);
 
     render::PixelWindow window_;
-    render::SampledArea area_;
+    std::vector<render::SampledArea> areas_;
     int tileSize_;
     std::size_t blocks_;
     image::PictureFrame frame_;

@@ -123,14 +123,14 @@ int developCheckpoint(const CommandLine& command, Log& log) {
         render::CheckpointHeader header = render::readHeader(input);
         DescribedPicture picture(header["about.picture"], log);
         // It holds every pixel of the film, so a film that is larger than the file is made up.
-        input.demand(
-            render::Film::bytesNeeded(picture.framebuffers(), picture.area().sampled(), picture.blocks()));
-        render::Film film(picture.framebuffers(), picture.window(), picture.area().sampled(),
+        input.demand(render::Film::bytesNeeded(picture.framebuffers(), render::sampledBy(picture.areas()),
+                                               picture.blocks()));
+        render::Film film(picture.framebuffers(), picture.window(), render::sampledBy(picture.areas()),
                           picture.blocks());
         render::RenderState state(film, picture.tileSize(), true);
         state.read(input);
         input.finish();
-        render::AdaptiveSampler(picture.area(), {}).fillGaps(film);
+        render::AdaptiveSampler(picture.areas(), {}).fillGaps(film);
         film.resolve();
 
         const std::vector<image::Layer> layers = film.layers();

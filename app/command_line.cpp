@@ -10,12 +10,14 @@
 #include "layered_format_words.h"
 
 #include "base/nearest_name.h"
+#include "scene/elements/options_element.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <sstream>
 #include <stdexcept>
@@ -156,6 +158,18 @@ void convert(RawOptions& raw, CommandLine& command) {
         const auto [width, height] = *overrides.size;
         if (width < 1 || height < 1 || width > most || height > most)
             refuse("--size", raw.size, "a size between 1x1 and 65536x65536");
+    }
+    if (!raw.overscan.empty()) {
+        Overrides::Overscan given{0, raw.overscan.back() == '%'};
+        const char* const end = raw.overscan.data() + raw.overscan.size() - (given.percent ? 1 : 0);
+        const auto read = std::from_chars(raw.overscan.data(), end, given.number);
+        const double most = given.percent ? 100 : scene::overscanAtMost;
+        if (read.ec != std::errc() || read.ptr != end || !(given.number >= 0) || given.number > most ||
+            (!given.percent && given.number != std::floor(given.number)))
+            refuse("--overscan", raw.overscan,
+                   fmt::format("a number of pixels from 0 to {}, or of percent from 0% to 100%",
+                               scene::overscanAtMost));
+        overrides.overscan = given;
     }
     if (!raw.window.empty()) {
         overrides.window = {raw.window[0], raw.window[1], raw.window[2], raw.window[3]};

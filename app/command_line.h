@@ -31,7 +31,12 @@ struct Overrides {
         const scene::OptionStatement* statement;
         scene::OptionValues values;
     };
-    std::optional<std::pair<int, int>> size;  ///< pixels
+    std::optional<std::pair<int, int>> size; ///< pixels
+    struct Overscan {
+        double number; ///< on each side, at least 0
+        bool percent;  ///< of the width, and of the height; else pixels
+    };
+    std::optional<Overscan> overscan;
     std::optional<std::array<int, 4>> window; ///< xl yl xh yh, inclusive, lower left origin
     std::optional<GridPart> part;             ///< instead of a window
     std::vector<Option> options;              ///< statements of the scene's options, over its own

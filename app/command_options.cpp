@@ -150,6 +150,12 @@ void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->group(group)
         ->needs(denoise);
     app.add_option("--size", raw.size, "resolution in pixels")->group(group)->type_name("WxH");
+    app.add_option(
+           "--overscan", raw.overscan,
+           "render N pixels, or N% of the size, beyond each side of the picture too, into the data window of "
+           "OpenEXR files; other files hold the picture alone")
+        ->group(group)
+        ->type_name("N[%]");
     app.add_option("--window", raw.window,
                    "render these pixels only: X0 Y0 X1 Y1, inclusive, from the lower left")
         ->group(group)

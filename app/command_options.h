@@ -19,7 +19,7 @@ namespace orca::app {
 
 /// Values as they were given, before they are checked and converted.
 struct RawOptions {
-    std::string size, part, samples, pixel, frames, files = "on", verbosity, checkpoint;
+    std::string size, overscan, part, samples, pixel, frames, files = "on", verbosity, checkpoint;
     std::vector<int> window;
     bool singlePart = false;
     std::string compression;

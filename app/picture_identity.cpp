@@ -77,6 +77,9 @@ render::CheckpointHeader pictureIdentity(const CommandLine& command, const rende
     const render::PixelWindow window = picture.window();
     identity["size"] = fmt::format("{}x{}", camera.x_resolution, camera.y_resolution);
     identity["window"] = fmt::format("{} {} {} {}", window.xl, window.yl, window.xh, window.yh);
+    if (picture.hasOverscan())
+        identity["overscan"] =
+            fmt::format("{} {}", picture.options.overscan.across, picture.options.overscan.up);
     if (samples) identity["sample range"] = image::textOf(*samples, samplesOf(picture.options.options));
     if (command.portable) identity["arithmetic"] = arithmetic();
     if (command.denoises) identity["--denoise"] = "on";

@@ -12,34 +12,46 @@ namespace {
 
 /// The pixels of a part; parts of a picture with fewer pixels than columns or rows may be empty, and get the
 /// nearest pixel.
-render::PixelWindow windowOf(const GridPart& part, const miCamera& camera) {
+render::PixelWindow windowOf(const GridPart& part, const render::PixelWindow& picture) {
     const int column = (part.number - 1) % part.columns, row = (part.number - 1) / part.columns;
     const auto cut = [](int size, int index, int count) {
         return static_cast<int>(static_cast<long>(size) * index / count);
     };
-    const int xl = cut(camera.x_resolution, column, part.columns);
-    const int yl = cut(camera.y_resolution, row, part.rows);
-    return {xl, yl, std::max(xl, cut(camera.x_resolution, column + 1, part.columns) - 1),
-            std::max(yl, cut(camera.y_resolution, row + 1, part.rows) - 1)};
+    const int xl = cut(picture.width(), column, part.columns);
+    const int yl = cut(picture.height(), row, part.rows);
+    return {picture.xl + xl, picture.yl + yl,
+            picture.xl + std::max(xl, cut(picture.width(), column + 1, part.columns) - 1),
+            picture.yl + std::max(yl, cut(picture.height(), row + 1, part.rows) - 1)};
 }
 
 /// False, with an error, when nothing of what the command asks for lies in the picture.
 bool checkWindow(const CommandLine& command, const render::Picture& picture, Log& log) {
     if (!command.overrides.window) return true;
     const auto& [xl, yl, xh, yh] = *command.overrides.window;
-    const int width = picture.camera().x_resolution, height = picture.camera().y_resolution;
-    const std::string size = fmt::format("the picture has {}x{} pixels, which count from 0", width, height);
-    if (xl >= width || yl >= height || xh < 0 || yh < 0) {
+    const render::PixelWindow display = picture.display(), most = picture.bounds();
+    std::string size =
+        fmt::format("the picture has {}x{} pixels, which count from 0", display.width(), display.height());
+    if (picture.hasOverscan())
+        size += fmt::format(", and overscan from {} {} to {} {}", most.xl, most.yl, most.xh, most.yh);
+    if (xl > most.xh || yl > most.yh || xh < most.xl || yh < most.yl) {
         log.error("MAIN", "{} is outside the picture: {}",
                   command.pixel ? fmt::format("--pixel {},{}", xl, yl)
                                 : fmt::format("--window {} {} {} {}", xl, yl, xh, yh),
                   size);
         return false;
     }
-    if (xl < 0 || yl < 0 || xh >= width || yh >= height)
+    if (xl < most.xl || yl < most.yl || xh > most.xh || yh > most.yh)
         log.warning("MAIN", "--window {} {} {} {} reaches beyond the picture and is cut: {}", xl, yl, xh, yh,
                     size);
     return true;
+}
+
+scene::Overscan pixelsOf(const Overrides::Overscan& overscan, const render::PixelWindow& display) {
+    const auto pixels = [&](int size) {
+        const double number = overscan.percent ? 0.01 * overscan.number * size : overscan.number;
+        return std::min(static_cast<int>(std::ceil(number)), scene::overscanAtMost);
+    };
+    return {pixels(display.width()), pixels(display.height())};
 }
 
 } // namespace
@@ -47,7 +59,8 @@ bool checkWindow(const CommandLine& command, const render::Picture& picture, Log
 bool applyShape(const CommandLine& command, render::Picture& picture, Log& log) {
     const Overrides& overrides = command.overrides;
     if (overrides.size) picture.setResolution(overrides.size->first, overrides.size->second);
-    if (overrides.part) picture.setWindow(windowOf(*overrides.part, picture.camera()));
+    if (overrides.overscan) picture.setOverscan(pixelsOf(*overrides.overscan, picture.display()));
+    if (overrides.part) picture.setWindow(windowOf(*overrides.part, picture.bounds()));
     if (overrides.window) {
         const auto& [xl, yl, xh, yh] = *overrides.window;
         picture.setWindow({xl, yl, xh, yh});
@@ -58,13 +71,17 @@ bool applyShape(const CommandLine& command, render::Picture& picture, Log& log) 
 bool checkOutputShaders(const CommandLine& command, render::Picture& picture, Log& log) {
     miOptions& options = picture.options.options;
     if (picture.framebuffers().outputShaders().empty() || options.no_output) return true;
-    const miCamera& camera = picture.camera();
-    const render::PixelWindow window = picture.window();
-    const bool isWhole = window.width() == camera.x_resolution && window.height() == camera.y_resolution;
+    const bool isWhole = picture.window() == picture.display();
     const Overrides& overrides = command.overrides;
     const char* option = nullptr;
     if (command.samples) option = "--sample-range";
-    else if (!isWhole && overrides.part) option = "--part";
+    else if (picture.hasOverscan() && !command.pixel) {
+        log.error("MAIN",
+                  "camera \"{}\" has output shaders, which work on the picture without overscan; leave out "
+                  "--overscan, or --output-shaders off",
+                  picture.elements().camera->name);
+        return false;
+    } else if (!isWhole && overrides.part) option = "--part";
     else if (!isWhole && overrides.window) option = "--window";
     if (!option) return true;
     if (command.pixel) {

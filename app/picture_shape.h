@@ -7,13 +7,13 @@
 
 namespace orca::app {
 
-/// Size, part and window of the picture as the command line asks for them, in place of the scene's. False,
-/// with an error, when nothing of the window lies in the picture; a window that reaches beyond it is a
+/// Size, overscan, part and window of the picture as the command line asks for them, in place of the scene's.
+/// False, with an error, when nothing of the window lies in the picture; a window that reaches beyond it is a
 /// warning.
 [[nodiscard]] bool applyShape(const CommandLine& command, render::Picture& picture, Log& log);
 
-/// False, with an error, where the picture has output shaders and the command renders a part of it alone. For
-/// the values of one pixel they are turned off.
+/// False, with an error, where the picture has output shaders and is not rendered as a whole and without
+/// overscan. For the values of one pixel they are turned off.
 [[nodiscard]] bool checkOutputShaders(const CommandLine& command, render::Picture& picture, Log& log);
 
 /// Width / height of a pixel of a picture of this size, seen by the camera.

@@ -382,6 +382,8 @@ void SceneRun::describe(render::FrameResult& result, int frame,
     if (const auto rate = framesPerSecond(camera.camera)) metadata["framesPerSecond"] = *rate;
     metadata["pictureHash"] = hashOf(identity);
     metadata["camera"] = camera.name;
+    if (const auto overscan = identity.find("overscan"); overscan != identity.end())
+        metadata[image::overscanKey] = overscan->second;
     metadata["samples"] = fmt::format("{} {}", options.min_samples, options.max_samples);
     if (const std::string format = textOf(command_.format); !format.empty()) metadata[formatKey] = format;
     if (command_.portable) metadata["arithmetic"] = identity.at("arithmetic");

@@ -18,12 +18,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         render::CheckpointInput input(file.path());
         render::CheckpointHeader header = render::readHeader(input);
         app::DescribedPicture picture(header["about.picture"], log);
-        input.demand(render::Film::bytesNeeded(picture.framebuffers(), picture.area().sampled()));
-        render::Film film(picture.framebuffers(), picture.window(), picture.area().sampled());
+        input.demand(render::Film::bytesNeeded(picture.framebuffers(), render::sampledBy(picture.areas())));
+        render::Film film(picture.framebuffers(), picture.window(), render::sampledBy(picture.areas()));
         render::RenderState state(film, picture.tileSize(), true);
         state.read(input);
 
-        render::AdaptiveSampler(picture.area(), {}).fillGaps(film);
+        render::AdaptiveSampler(picture.areas(), {}).fillGaps(film);
         render::GatherCaches caches({-1, -1, -1}, {1, 1, 1});
         state.setCaches(caches);
         state.finishGrid();

@@ -26,6 +26,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -140,14 +141,29 @@ void compare(const Window& first, const Window& other) {
                          other.path, difference));
 }
 
-/// A box as the renderer's command line has windows: from the lower left.
-std::string windowText(const Box2i& box, const Box2i& picture) {
-    return fmt::format("{} {} {} {}", box.min.x - picture.min.x, picture.max.y - box.max.y,
-                       box.max.x - picture.min.x, picture.max.y - box.min.y);
+/// The pixels of the whole picture, overscan included.
+Box2i pictureOf(const Window& window) {
+    const Imf::Header& header = window.headers.front();
+    Box2i picture = header.displayWindow();
+    const auto* const text = header.findTypedAttribute<Imf::StringAttribute>(overscanKey);
+    if (!text) return picture;
+    std::istringstream numbers(text->value());
+    int across = -1, up = -1;
+    if (!(numbers >> across >> up) || across < 0 || across > widest || up < 0 || up > widest)
+        fail(fmt::format("\"{}\" cannot be joined: its overscan is \"{}\"", window.path, text->value()));
+    const Imath::V2i overscan(across, up);
+    return {picture.min - overscan, picture.max + overscan};
+}
+
+/// A box as the renderer's command line has windows: from the lower left of the display.
+std::string windowText(const Box2i& box, const Box2i& display) {
+    return fmt::format("{} {} {} {}", box.min.x - display.min.x, display.max.y - box.max.y,
+                       box.max.x - display.min.x, display.max.y - box.min.y);
 }
 
 /// Fails when a pixel of the picture is in no window. Looks at the cells of the grid that all borders make.
 void checkCoverage(const std::vector<Window>& windows, const Box2i& picture) {
+    const Box2i display = windows.front().headers.front().displayWindow();
     std::set<int> columns{picture.min.x}, rows{picture.min.y};
     for (const Window& window : windows) {
         const Box2i& box = window.pixels;
@@ -174,13 +190,13 @@ void checkCoverage(const std::vector<Window>& windows, const Box2i& picture) {
         }
     if (missing.empty()) return;
     std::vector<std::string> options;
-    for (const Box2i& box : missing) options.push_back("--window " + windowText(box, picture));
+    for (const Box2i& box : missing) options.push_back("--window " + windowText(box, display));
     fail(fmt::format("pixels of the picture are in none of the files; still to be rendered: {}",
                      fmt::join(options, ", ")));
 }
 
 /// Fails when the sums over a window are not those of every sample, each once.
-void checkRanges(Window& window, const Box2i& picture) {
+void checkRanges(Window& window, const Box2i& picture, const Box2i& display) {
     std::sort(window.sums.begin(), window.sums.end(),
               [](const SumsFile& a, const SumsFile& b) { return a.range.first < b.range.first; });
     std::vector<std::string> missing;
@@ -188,7 +204,7 @@ void checkRanges(Window& window, const Box2i& picture) {
     const auto require = [&](unsigned end) {
         if (next >= end) return;
         missing.push_back("--sample-range " + textOf(SampleRange{next, end}));
-        if (window.pixels != picture) missing.back() += " --window " + windowText(window.pixels, picture);
+        if (window.pixels != picture) missing.back() += " --window " + windowText(window.pixels, display);
     };
     const SumsFile* before = nullptr;
     for (const SumsFile& sums : window.sums) {
@@ -335,8 +351,9 @@ bool mergeExr(const std::vector<std::string>& files, const std::string& output, 
     try {
         if (files.empty()) fail("there are no files to join");
         std::vector<Window> windows = openAll(files);
-        const Box2i picture = windows.front().headers.front().displayWindow();
-        for (Window& window : windows) checkRanges(window, picture);
+        const Box2i picture = pictureOf(windows.front());
+        const Box2i display = windows.front().headers.front().displayWindow();
+        for (Window& window : windows) checkRanges(window, picture, display);
         checkCoverage(windows, picture);
         const std::vector<Imf::Header> headers = joinedHeaders(windows, picture);
         Imf::setGlobalThreadCount(static_cast<int>(std::max(1u, std::thread::hardware_concurrency())));

@@ -19,6 +19,10 @@ using Matrix = std::array<float, 16>;
 using MetadataValue = std::variant<std::string, int, float, Rational, Matrix>;
 using Metadata = std::map<std::string, MetadataValue>;
 
+/// Pixels beyond each side of the display in a picture with overscan, left and right, below and above: "32
+/// 18".
+inline constexpr const char* overscanKey = "overscan";
+
 /// Keys of what another render of the same picture may say otherwise: seconds that rendering took, date in
 /// UTC and computer. The names of the last three are usual in OpenEXR files.
 inline constexpr const char* renderSecondsKey = "renderSeconds";

@@ -4,9 +4,12 @@
 #include "render/contour/contour_cells.h"
 #include "render/contour/contour_drawing.h"
 #include "render/contour/contour_tracer.h"
+#include "render/film/overscan.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <optional>
 
 namespace orca::render {
 
@@ -21,17 +24,20 @@ bool anyMaterialHasContours(const Frame& frame) {
     return false;
 }
 
-/// Parts of the picture from which lines can reach the window. They lie the same in any window.
-std::vector<PixelWindow> contourTiles(const PixelWindow& window, const miCamera& camera) {
+/// Parts of a region from which lines can reach the window. They lie the same in any window.
+std::vector<PixelWindow> contourTiles(const PixelWindow& window, const PixelWindow& region,
+                                      const miCamera& camera) {
     const int reach = 1 + static_cast<int>(std::ceil(0.5f * 0.01f * miCONTOUR_MAX_WIDTH *
                                                      static_cast<float>(camera.x_resolution)));
+    const auto firstTile = [reach](int low, int first) {
+        return first + std::max(low - reach - first, 0) / tileSize * tileSize;
+    };
     std::vector<PixelWindow> tiles;
-    for (int y = std::max(window.yl - reach, 0) / tileSize * tileSize;
-         y <= std::min(window.yh + reach, camera.y_resolution - 1); y += tileSize)
-        for (int x = std::max(window.xl - reach, 0) / tileSize * tileSize;
-             x <= std::min(window.xh + reach, camera.x_resolution - 1); x += tileSize)
-            tiles.push_back({x, y, std::min(x + tileSize, camera.x_resolution) - 1,
-                             std::min(y + tileSize, camera.y_resolution) - 1});
+    for (int y = firstTile(window.yl, region.yl); y <= std::min(window.yh + reach, region.yh); y += tileSize)
+        for (int x = firstTile(window.xl, region.xl); x <= std::min(window.xh + reach, region.xh);
+             x += tileSize)
+            tiles.push_back(
+                {x, y, std::min(x + tileSize - 1, region.xh), std::min(y + tileSize - 1, region.yh)});
     return tiles;
 }
 
@@ -54,9 +60,15 @@ bool hasContours(const Frame& frame) {
     return false;
 }
 
-bool traceContours(TileRenderer& tiles, const Frame& frame, const PixelWindow& window,
-                   std::vector<ContourSegment>& lines) {
-    const std::vector<PixelWindow> windows = contourTiles(window, frame.camera);
+bool traceContours(TileRenderer& tiles, const Frame& frame, const std::vector<PixelWindow>& regions,
+                   const PixelWindow& window, std::vector<RegionContours>& contours) {
+    std::vector<PixelWindow> windows;
+    std::vector<std::size_t> endOfRegion; // in `windows`
+    for (const PixelWindow& region : regions) {
+        if (const auto part = intersection(region, window))
+            for (const PixelWindow& tile : contourTiles(*part, region, frame.camera)) windows.push_back(tile);
+        endOfRegion.push_back(windows.size());
+    }
     std::vector<std::vector<ContourSegment>> found(windows.size());
     tiles.begin(RenderPhase::Contours);
     const auto find = [&](RenderContext& context, std::size_t i) {
@@ -66,21 +78,28 @@ bool traceContours(TileRenderer& tiles, const Frame& frame, const PixelWindow& w
     if (!tiles.forEach(windows.size(), RenderPhase::Contours, 0.0, 1.0, find,
                        [](std::size_t, const RenderTally&) {}))
         return false;
-    for (const auto& segments : found) lines.insert(lines.end(), segments.begin(), segments.end());
     const auto depth = [](const ContourSegment& segment) {
         return std::max(segment.from.point.z, segment.to.point.z);
     };
-    std::stable_sort(lines.begin(), lines.end(),
-                     [&](const ContourSegment& a, const ContourSegment& b) { return depth(a) > depth(b); });
+    std::size_t tile = 0;
+    for (std::size_t r = 0; r < regions.size(); ++r) {
+        std::vector<ContourSegment>& lines = contours.emplace_back(RegionContours{regions[r], {}}).lines;
+        for (; tile < endOfRegion[r]; ++tile)
+            lines.insert(lines.end(), found[tile].begin(), found[tile].end());
+        std::stable_sort(lines.begin(), lines.end(), [&](const ContourSegment& a, const ContourSegment& b) {
+            return depth(a) > depth(b);
+        });
+    }
     return true;
 }
 
-void drawContours(const Frame& frame, FrameResult& result, std::span<const ContourSegment> lines,
+void drawContours(const Frame& frame, FrameResult& result, std::span<const RegionContours> contours,
                   int threads) {
     Film& film = result.film();
+    const auto rowWords = static_cast<std::size_t>(film.window().width()) * film.pixelWords();
     std::vector<ColorPixels> pictures;
     const auto add = [&](const image::Buffer& buffer) {
-        pictures.push_back({film.finished(buffer), film.pixelWords()});
+        pictures.push_back({film.finished(buffer), film.pixelWords(), rowWords});
     };
     for (const image::Buffer& buffer : frame.framebuffers.buffers())
         if (buffer.source == image::BuiltinSource::Contour) add(buffer);
@@ -89,7 +108,15 @@ void drawContours(const Frame& frame, FrameResult& result, std::span<const Conto
                               std::any_of(statements.begin(), statements.end(),
                                           [](const image::OutputShaders& s) { return s.wantsContours; });
     if (pictures.empty() && !leftToShader) add(frame.primaryBuffer);
-    drawContours(lines, frame.camera.x_resolution, film.window(), pictures, threads);
+    for (const RegionContours& each : contours) {
+        const std::optional<PixelWindow> part = intersection(each.region, film.window());
+        if (!part || each.lines.empty()) continue;
+        std::vector<ColorPixels> parts = pictures;
+        for (ColorPixels& pixels : parts)
+            pixels.first += static_cast<std::size_t>(part->yl - film.window().yl) * rowWords +
+                            static_cast<std::size_t>(part->xl - film.window().xl) * pixels.stride;
+        drawContours(each.lines, frame.camera.x_resolution, *part, parts, threads);
+    }
 }
 
 } // namespace orca::render

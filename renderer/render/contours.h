@@ -6,6 +6,7 @@
 #include "render/frame_result.h"
 #include "render/tile_renderer.h"
 
+#include <span>
 #include <vector>
 
 namespace orca::render {
@@ -14,14 +15,20 @@ namespace orca::render {
 /// part of them.
 [[nodiscard]] bool hasContours(const Frame& frame);
 
-/// Finds the contour lines that reach the window, far ones first. The same for any number of threads, and in
-/// each window what they are in the whole picture. False when the render was stopped.
-bool traceContours(TileRenderer& tiles, const Frame& frame, const PixelWindow& window,
-                   std::vector<ContourSegment>& lines);
+/// Lines of one region of the picture (see overscan.h), far ones first.
+struct RegionContours {
+    PixelWindow region;
+    std::vector<ContourSegment> lines;
+};
 
-/// Draws the lines into the finished frame buffers for them; where there is none and no output shader has
-/// asked for the lines, over the picture.
-void drawContours(const Frame& frame, FrameResult& result, std::span<const ContourSegment> lines,
+/// Finds the contour lines that reach the window. The same for any number of threads, and in each window what
+/// they are in the whole picture. False when the render was stopped.
+bool traceContours(TileRenderer& tiles, const Frame& frame, const std::vector<PixelWindow>& regions,
+                   const PixelWindow& window, std::vector<RegionContours>& contours);
+
+/// Draws the lines into the finished frame buffers for them, each inside its region; where there is none and
+/// no output shader has asked for the lines, over the picture.
+void drawContours(const Frame& frame, FrameResult& result, std::span<const RegionContours> contours,
                   int threads);
 
 } // namespace orca::render

@@ -33,20 +33,34 @@ Picture::Picture(const scene::Database& database, const PictureElements& element
     };
     attach(options.options.contour_store, attachments_.contourStore);
     attach(options.options.contour_contrast, attachments_.contourContrast);
-    setWindow(window());
+    const bool isWhole = window() == display();
+    setWindow(isWhole ? bounds() : window());
 }
 
 void Picture::setResolution(int width, int height) {
     camera_.x_resolution = width;
     camera_.y_resolution = height;
-    setWindow({0, 0, width - 1, height - 1});
+    setWindow(bounds());
+}
+
+void Picture::setOverscan(const scene::Overscan& overscan) {
+    const bool isWhole = window() == bounds();
+    options.overscan = overscan;
+    setWindow(isWhole ? bounds() : window());
+}
+
+PixelWindow Picture::bounds() const {
+    const auto& [across, up] = options.overscan;
+    const PixelWindow whole = display();
+    return {whole.xl - across, whole.yl - up, whole.xh + across, whole.yh + up};
 }
 
 void Picture::setWindow(const PixelWindow& window) {
-    camera_.window.xl = std::clamp(window.xl, 0, camera_.x_resolution - 1);
-    camera_.window.yl = std::clamp(window.yl, 0, camera_.y_resolution - 1);
-    camera_.window.xh = std::clamp(window.xh, camera_.window.xl, camera_.x_resolution - 1);
-    camera_.window.yh = std::clamp(window.yh, camera_.window.yl, camera_.y_resolution - 1);
+    const PixelWindow most = bounds();
+    camera_.window.xl = std::clamp(window.xl, most.xl, most.xh);
+    camera_.window.yl = std::clamp(window.yl, most.yl, most.yh);
+    camera_.window.xh = std::clamp(window.xh, camera_.window.xl, most.xh);
+    camera_.window.yh = std::clamp(window.yh, camera_.window.yl, most.yh);
 }
 
 } // namespace orca::render

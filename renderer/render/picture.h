@@ -40,13 +40,22 @@ public:
 
     /// Size in pixels, both at least 1; the window becomes the whole picture.
     void setResolution(int width, int height);
-    /// Pixels to render; what lies outside of the picture is cut off.
+    /// In place of that of the options. A window that is the whole picture grows or shrinks with it.
+    void setOverscan(const scene::Overscan& overscan);
+    /// Pixels to render; what lies outside of the picture and its overscan is cut off.
     void setWindow(const PixelWindow& window);
 
     [[nodiscard]] const miCamera& camera() const { return camera_; }
     [[nodiscard]] PixelWindow window() const {
         return {camera_.window.xl, camera_.window.yl, camera_.window.xh, camera_.window.yh};
     }
+    /// What the camera's resolution says, without overscan.
+    [[nodiscard]] PixelWindow display() const {
+        return {0, 0, camera_.x_resolution - 1, camera_.y_resolution - 1};
+    }
+    /// The display and the overscan around it.
+    [[nodiscard]] PixelWindow bounds() const;
+    [[nodiscard]] bool hasOverscan() const { return bounds() != display(); }
     [[nodiscard]] const PictureElements& elements() const { return elements_; }
     [[nodiscard]] const scene::PhenomenonAttachments& attachments() const { return attachments_; }
     [[nodiscard]] const image::FramebufferSet& framebuffers() const { return *framebuffers_; }

@@ -15,6 +15,7 @@
 #include "render/contours.h"
 #include "render/denoise/denoiser.h"
 #include "render/displacement_calls.h"
+#include "render/film/overscan.h"
 #include "render/film/sample_steps.h"
 #include "render/gather_prepass.h"
 #include "render/geometry_shaders.h"
@@ -38,6 +39,7 @@
 #include <cmath>
 #include <functional>
 #include <new>
+#include <span>
 #include <thread>
 
 #include <unistd.h>
@@ -77,22 +79,21 @@ private:
     miTag tag_;
 };
 
-SampledArea sampledArea(const Picture& picture) {
-    const miCamera& camera = picture.camera();
+std::vector<SampledArea> areasOf(const Picture& picture) {
     const miOptions& options = picture.options.options;
-    return SampledArea(camera.x_resolution, camera.y_resolution, picture.window(), options.min_samples,
-                       options.max_samples);
+    return sampledAreas(picture.display(), picture.bounds(), picture.window(), options.min_samples,
+                        options.max_samples);
 }
 
 /// Null, with a message, when there is too little memory. Checked before the first page is touched: a system
 /// that overcommits memory would kill the process later.
 std::unique_ptr<Film> filmOf(const image::FramebufferSet& buffers, const PixelWindow& window,
-                             const SampledArea& area, std::size_t blocks, Log& log) {
-    const std::size_t needed = Film::bytesNeeded(buffers, area.sampled(), blocks);
+                             const PixelWindow& sampled, std::size_t blocks, Log& log) {
+    const std::size_t needed = Film::bytesNeeded(buffers, sampled, blocks);
     const auto machine =
         static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     try {
-        if (needed < machine) return std::make_unique<Film>(buffers, window, area.sampled(), blocks);
+        if (needed < machine) return std::make_unique<Film>(buffers, window, sampled, blocks);
     } catch (const std::bad_alloc&) { // a limit of the process
     }
     log.error("RNDR",
@@ -265,12 +266,12 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     const ActiveStopScope stop(settings.stop);
     if (settings.progress) settings.progress({});
     const Stopwatch building;
-    const SampledArea area = sampledArea(asked);
+    const std::vector<SampledArea> areas = areasOf(asked);
     const std::size_t blocks =
         settings.sampleRange
             ? image::blocksOf(*settings.sampleRange, samplesAt(asked.options.options.max_samples)).size()
             : 1;
-    auto allocated = filmOf(asked.framebuffers(), asked.window(), area, blocks, log_);
+    auto allocated = filmOf(asked.framebuffers(), asked.window(), sampledBy(areas), blocks, log_);
     if (!allocated) return nullptr;
     auto result = std::make_unique<FrameResult>(std::move(asked), std::move(allocated));
     Picture& picture = result->picture();
@@ -363,18 +364,20 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
         conclude({}, lightMaps.complete);
         return result;
     }
-    AdaptiveSampler sampler(area, contrastOf(frame));
+    AdaptiveSampler sampler(areas, contrastOf(frame));
     state.setCaches(gatherCaches);
     TileRenderer tiles(frame, film, state, settings, threads, sampler.passesAtMost(), result->deep.get());
     std::optional<CheckpointWriter> checkpoints;
     if (settings.checkpoint) checkpoints.emplace(state, *settings.checkpoint, log_);
     bool complete = gatherPrepass(tiles, frame, gatherCaches, state) &&
                     renderPasses(tiles, sampler, film, state, threads);
-    std::vector<ContourSegment> contours;
+    std::vector<RegionContours> contours;
     if (complete && hasContours(frame)) {
         if (settings.sampleRange)
             log_.warning("RNDR", "contours are left out: they are drawn on finished pictures");
-        else complete = traceContours(tiles, frame, film.window(), contours);
+        else
+            complete = traceContours(tiles, frame, overscanRegions(picture.display(), picture.bounds()),
+                                     film.window(), contours);
     }
     tiles.close();
 
@@ -392,7 +395,9 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
     }
     if (complete && !contours.empty()) drawContours(frame, *result, contours, threads);
     if (complete && !settings.sampleRange && !options.no_output)
-        complete = runOutputShaders(frame, *result, contours, tally.written);
+        complete = runOutputShaders(
+            frame, *result, contours.empty() ? std::span<const ContourSegment>() : contours.front().lines,
+            tally.written);
     conclude(tally.counts, complete);
     if (complete) reportUnwritten(*result, tally.written, log_);
     result->sampleRange = settings.sampleRange;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command.h"
 
+#include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
 
 #include <string>
@@ -30,6 +31,21 @@ TEST_F(Parts, JoinToTheFileOfTheWholePicture) {
     ASSERT_EQ(window("0 19 60 42", "c.exr"), 0) << output; // two rows are in all of them
     EXPECT_EQ(merge("b.exr c.exr a.exr -o joined.exr"), 0) << output;
     EXPECT_EQ(content("joined.exr"), content("whole.exr"));
+
+    const std::string overscan = "card.mi" + std::string(options) + "--overscan 12% -o ";
+    ASSERT_EQ(run(overscan + "whole.exr --png whole.png"), 0) << output;
+    for (const char* part : {"1", "2", "3", "4"})
+        ASSERT_EQ(run(overscan + part + ".exr --part " + part + "/2x2"), 0) << output;
+    EXPECT_EQ(merge("1.exr 2.exr 3.exr -o d.exr"), 4);
+    EXPECT_TRUE(says("still to be rendered: --window 30 21 68 48")) << output;
+    EXPECT_EQ(merge("1.exr 2.exr 3.exr 4.exr -o joined.exr"), 0) << output;
+    EXPECT_EQ(content("joined.exr"), content("whole.exr"));
+    const auto layered = OIIO::ImageInput::open(directory.path() + "/whole.exr"),
+               png = OIIO::ImageInput::open(directory.path() + "/whole.png");
+    ASSERT_TRUE(layered && png);
+    EXPECT_EQ(layered->spec().roi(), OIIO::ROI(-8, 69, -6, 49, 0, 1, 0, layered->spec().nchannels));
+    EXPECT_EQ(layered->spec().roi_full().width(), 61);
+    EXPECT_EQ(png->spec().roi(), OIIO::ROI(0, 61, 0, 43, 0, 1, 0, 3));
 
     ASSERT_EQ(window("0 0 29 20", "other.exr", "--trace off"), 0) << output;
     directory.write("half.exr", content("b.exr").substr(0, content("b.exr").size() / 2));

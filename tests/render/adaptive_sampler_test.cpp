@@ -159,6 +159,20 @@ TEST(AdaptiveSampler, LeavesEachPixelAsAFixedLevelMakesIt) {
     EXPECT_GT(found[2], 61 * 43 / 2);
 }
 
+/// Compares the pixels of a window, by their places in the display, in two pictures of the given corners.
+void expectSamePixels(const render::PixelWindow& window, const RenderedScene& a,
+                      std::pair<int, int> cornerOfA, const RenderedScene& b, std::pair<int, int> cornerOfB) {
+    for (int y = window.yl; y <= window.yh; ++y)
+        for (int x = window.xl; x <= window.xh; ++x)
+            for (const char* buffer : {"main", "beauty", "normal"}) {
+                const miColor one = a.pixel(buffer, x - cornerOfA.first, y - cornerOfA.second);
+                const miColor other = b.pixel(buffer, x - cornerOfB.first, y - cornerOfB.second);
+                ASSERT_TRUE(one.r == other.r && one.g == other.g && one.b == other.b && one.a == other.a)
+                    << buffer << " " << x << ", " << y << " of the window at " << window.xl << ", "
+                    << window.yl;
+            }
+}
+
 /// A window takes samples around it where decisions at its border depend on them.
 TEST(Windows, HoldTheSamePixelsAsTheWholePicture) {
     for (const char* samples : {"1 1", "0 1", "0 3", "1 4", "-1 0", "-2 1", "-3 2"}) {
@@ -175,17 +189,37 @@ TEST(Windows, HoldTheSamePixelsAsTheWholePicture) {
                 const RenderedScene part(fadingFloor(samples).text(), settings);
                 ASSERT_EQ(part.width(), xh - xl + 1);
                 ASSERT_EQ(part.height(), yh - yl + 1);
-                for (int y = yl; y <= yh; ++y)
-                    for (int x = xl; x <= xh; ++x)
-                        for (const char* buffer : {"main", "beauty", "normal"}) {
-                            const miColor a = part.pixel(buffer, x - xl, y - yl);
-                            const miColor b = whole.pixel(buffer, x, y);
-                            ASSERT_TRUE(a.r == b.r && a.g == b.g && a.b == b.b && a.a == b.a)
-                                << buffer << " " << x << ", " << y << " of the window at " << xl << ", "
-                                << yl;
-                        }
+                expectSamePixels(*settings.window, part, {xl, yl}, whole, {0, 0});
             }
     }
+}
+
+TEST(Overscan, LeavesTheDisplayAsItIsAndFitsToIt) {
+    for (const char* samples : {"1 1", "0 3", "1 4", "-2 1", "-3 0"}) {
+        SCOPED_TRACE(samples);
+        TestScene scene = fadingFloor(samples);
+        const RenderedScene display(scene.text());
+        scene.extraOptions += " overscan 23 5";
+        const RenderedScene whole(scene.text());
+        ASSERT_EQ(whole.width(), 61 + 2 * 23);
+        ASSERT_EQ(whole.height(), 43 + 2 * 5);
+        expectSamePixels({0, 0, 60, 42}, whole, {-23, -5}, display, {0, 0});
+        for (const render::PixelWindow& window : {render::PixelWindow{-23, -5, 3, 2}, {40, -1, 75, 47}}) {
+            RenderedScene::Settings settings;
+            settings.window = window;
+            const RenderedScene part(scene.text(), settings);
+            expectSamePixels(window, part, {window.xl, window.yl}, whole, {-23, -5});
+        }
+    }
+    TestScene scene = fadingFloor("0 0"), larger = scene;
+    scene.extraOptions += " overscan 23 5";
+    larger.width = 61 + 2 * 23;
+    larger.height = 43 + 2 * 5;
+    larger.viewWidth *= static_cast<float>(larger.width) / static_cast<float>(scene.width);
+    const RenderedScene grown(scene), seen(larger);
+    grown.eachPixel([&](int x, int y) {
+        EXPECT_NEAR(grown.pixel("main", x, y).r, seen.pixel("main", x, y).r, 1e-4f) << x << ", " << y;
+    });
 }
 
 TEST(Cameras, ShiftTheirPictureByTheOffsetAndClipAlongTheirAxis) {

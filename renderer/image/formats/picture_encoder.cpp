@@ -25,7 +25,7 @@ namespace orca::image {
 
 namespace {
 
-/// Pixels of the whole picture, rows top down.
+/// Pixels of the whole picture without overscan, rows top down.
 struct Raster {
     int width, height, channels;
     std::vector<float> values;
@@ -50,15 +50,14 @@ void addTo(OIIO::ImageSpec& spec, const std::string& key, const MetadataValue& v
     else if (const auto* const number = std::get_if<float>(&value)) spec[key] = *number;
 }
 
-/// Calls write(pixel of the raster, the layer's components) for every pixel of the window.
+/// Calls write(pixel of the raster, the layer's components) for every pixel of the window but overscan.
 template <class Write>
 Raster rasterOf(const PictureFrame& frame, const Layer& layer, int channels, Write write) {
     Raster raster(frame, channels);
     const float* from = layer.pixels.data();
-    for (int y = frame.window.yl; y <= frame.window.yh; ++y) {
+    for (int y = frame.window.yl; y <= frame.window.yh; ++y)
         for (int x = frame.window.xl; x <= frame.window.xh; ++x, from += layer.stride())
-            write(raster.pixel(x, y), from);
-    }
+            if (x >= 0 && x < frame.width && y >= 0 && y < frame.height) write(raster.pixel(x, y), from);
     return raster;
 }
 

@@ -181,11 +181,10 @@ void drawContours(std::span<const ContourSegment> segments, int pictureWidth, co
             for (int x = tile.xl; x <= tile.xh; ++x) {
                 const miColor line = coverage.pixel(x, y);
                 if (line.a == 0.0f) continue;
-                const auto number =
-                    static_cast<std::size_t>(y - window.yl) * static_cast<std::size_t>(window.width()) +
-                    static_cast<std::size_t>(x - window.xl);
+                const auto row = static_cast<std::size_t>(y - window.yl);
+                const auto column = static_cast<std::size_t>(x - window.xl);
                 for (const ColorPixels& picture : pictures)
-                    composite(line, picture.first + number * picture.stride);
+                    composite(line, picture.first + row * picture.rowStride + column * picture.stride);
             }
     };
     const tbb::global_control parallelism(tbb::global_control::max_allowed_parallelism,

@@ -11,8 +11,9 @@ namespace orca::render {
 
 /// Colours of a finished picture, to be changed.
 struct ColorPixels {
-    float* first;       ///< red of the window's lower left pixel; green, blue and alpha follow
-    std::size_t stride; ///< words from a pixel to the next; rows bottom up
+    float* first;          ///< red of the window's lower left pixel; green, blue and alpha follow
+    std::size_t stride;    ///< words from a pixel to the next
+    std::size_t rowStride; ///< words from a row to the next, bottom up
 };
 
 /// Draws lines over pictures with round ends, antialiased with a box of one pixel. Of lines that cover each

@@ -2,10 +2,13 @@
 #include "render/sampling/adaptive_sampler.h"
 
 #include "base/parallel_for.h"
+#include "render/film/overscan.h"
 #include "render/film/sample_steps.h"
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
+#include <utility>
 
 namespace orca::render {
 
@@ -23,41 +26,45 @@ bool isEmpty(const AdaptiveSampler::Pass& pass) {
 
 } // namespace
 
-AdaptiveSampler::AdaptiveSampler(const SampledArea& area, const miColor& contrast)
-    : area_(area),
-      level_(area.minLevel()),
+AdaptiveSampler::AdaptiveSampler(std::vector<SampledArea> areas, const miColor& contrast)
+    : areas_(std::move(areas)),
+      sampled_(sampledBy(areas_)),
+      level_(minLevel()),
       contrast_(contrast),
       toleratedVariance_{contrast.r, contrast.g, contrast.b, contrast.a} {
     for (float& channel : toleratedVariance_) channel *= toleratedShare * toleratedShare * channel;
 }
 
 AdaptiveSampler::Pass AdaptiveSampler::noSamples() const {
-    return Pass(static_cast<std::size_t>(area_.sampled().width()) *
-                static_cast<std::size_t>(area_.sampled().height()));
+    return Pass(static_cast<std::size_t>(sampled_.width()) * static_cast<std::size_t>(sampled_.height()));
 }
 
 std::size_t AdaptiveSampler::index(int x, int y) const {
-    const PixelWindow& sampled = area_.sampled();
-    return static_cast<std::size_t>(y - sampled.yl) * static_cast<std::size_t>(sampled.width()) +
-           static_cast<std::size_t>(x - sampled.xl);
+    return static_cast<std::size_t>(y - sampled_.yl) * static_cast<std::size_t>(sampled_.width()) +
+           static_cast<std::size_t>(x - sampled_.xl);
 }
 
 AdaptiveSampler::Pass AdaptiveSampler::first() const {
     Pass pass = noSamples();
-    const auto step = static_cast<std::uint8_t>(stepOfLevel(area_.minLevel()));
-    const int stride = strideAt(area_.minLevel());
-    const PixelWindow& dense = area_.dense();
-    // The last row and column close the blocks at the picture's far edges.
+    for (const SampledArea& area : areas_) first(area, pass);
+    return pass;
+}
+
+void AdaptiveSampler::first(const SampledArea& area, Pass& pass) const {
+    const auto step = static_cast<std::uint8_t>(stepOfLevel(minLevel()));
+    const int stride = strideAt(minLevel());
+    const PixelWindow &dense = area.dense(), &bounds = area.bounds();
+    // The last row and column close the blocks at the region's far edges.
     for (int y = dense.yl; y <= dense.yh; ++y)
         for (int x = dense.xl; x <= dense.xh; ++x)
-            if ((x % stride == 0 || x == area_.width() - 1) && (y % stride == 0 || y == area_.height() - 1))
+            if (((x - bounds.xl) % stride == 0 || x == bounds.xh) &&
+                ((y - bounds.yl) % stride == 0 || y == bounds.yh))
                 pass[index(x, y)] = step;
-    if (!area_.survey()) return pass;
-    const PixelWindow& sampled = area_.sampled();
+    if (!area.survey()) return;
+    const PixelWindow& sampled = area.sampled();
     for (int y = sampled.yl; y <= sampled.yh; ++y)
         for (int x = sampled.xl; x <= sampled.xh; ++x)
-            if (area_.survey()->isOnGrid(x, y)) pass[index(x, y)] = stepOfLevel(NoiseSurvey::level);
-    return pass;
+            if (area.survey()->isOnGrid(x, y)) pass[index(x, y)] = stepOfLevel(NoiseSurvey::level);
 }
 
 bool AdaptiveSampler::differs(const miColor& a, const miColor& b) const {
@@ -73,28 +80,27 @@ bool AdaptiveSampler::isTooNoisy(const DisplayedVariance& variance, int step) co
     return false;
 }
 
-DisplayedVariance AdaptiveSampler::varianceAt(const Film& film, int x, int y) const {
-    const int decision = area_.decisionAt(level_);
+DisplayedVariance AdaptiveSampler::varianceAt(const Film& film, const SampledArea& area, int x, int y) const {
+    const int decision = area.decisionAt(level_);
     if (!SampledArea::comparesNeighbours(decision)) return ownVariance(film, x, y);
-    if (level_ > 0) return smoothedVariance(film, area_.sampled(), x, y);
-    return larger(varianceAround(film, area_.sampled(), x, y), ownVariance(film, x, y));
+    if (level_ > 0) return smoothedVariance(film, area.sampled(), x, y);
+    return larger(varianceAround(film, area.sampled(), x, y), ownVariance(film, x, y));
 }
 
-int AdaptiveSampler::stepWanted(const Film& film, int x, int y) const {
+int AdaptiveSampler::stepWanted(const Film& film, const SampledArea& area, int x, int y) const {
     int step = film.stepsDone(film.pixel(x, y));
     const auto goOn = [&](const DisplayedVariance& variance, int level) {
         while (step < stepOfLevel(level) && isTooNoisy(variance, step)) ++step;
     };
-    goOn(varianceAt(film, x, y), level_ + 1);
-    if (area_.survey() && area_.decisionAt(level_) == 0)
-        goOn(area_.survey()->varianceAt(film, x, y), area_.maxLevel());
+    goOn(varianceAt(film, area, x, y), level_ + 1);
+    if (area.survey() && area.decisionAt(level_) == 0)
+        goOn(area.survey()->varianceAt(film, x, y), maxLevel());
     return step;
 }
 
-AdaptiveSampler::Pass AdaptiveSampler::refineGrid(const Film& film) const {
-    Pass pass = noSamples();
+void AdaptiveSampler::refineGrid(const Film& film, const SampledArea& area, Pass& pass) const {
     const int stride = strideAt(level_), half = stride / 2;
-    const PixelWindow& sampled = area_.sampled();
+    const PixelWindow& sampled = area.sampled();
     for (int by = sampled.yl; by <= sampled.yh; by += stride)
         for (int bx = sampled.xl; bx <= sampled.xh; bx += stride) {
             const int ex = std::min(bx + stride, sampled.xh);
@@ -111,16 +117,14 @@ AdaptiveSampler::Pass AdaptiveSampler::refineGrid(const Film& film) const {
                 for (const int x : {bx, std::min(bx + half, ex), ex})
                     if (!film.sampled(x, y)) pass[index(x, y)] = 1;
         }
-    return pass;
 }
 
-AdaptiveSampler::Pass AdaptiveSampler::refinePixels(const Film& film) const {
-    Pass pass = noSamples();
-    const PixelWindow decided = area_.decidedBy(area_.decisionAt(level_));
+void AdaptiveSampler::refinePixels(const Film& film, const SampledArea& area, Pass& pass) const {
+    const PixelWindow decided = area.decidedBy(area.decisionAt(level_));
     const auto decideRow = [&](int y) {
         for (int x = decided.xl; x <= decided.xh; ++x) {
             if (!film.sampled(x, y)) continue;
-            const int wanted = stepWanted(film, x, y);
+            const int wanted = stepWanted(film, area, x, y);
             if (wanted > film.stepsDone(film.pixel(x, y)))
                 pass[index(x, y)] = static_cast<std::uint8_t>(wanted);
         }
@@ -130,12 +134,14 @@ AdaptiveSampler::Pass AdaptiveSampler::refinePixels(const Film& film) const {
                     for (std::size_t row = first; row < last; ++row)
                         decideRow(decided.yl + static_cast<int>(row));
                 });
-    return pass;
 }
 
 AdaptiveSampler::Pass AdaptiveSampler::next(const Film& film) {
-    while (level_ < area_.maxLevel()) {
-        Pass pass = level_ < 0 ? refineGrid(film) : refinePixels(film);
+    while (level_ < maxLevel()) {
+        Pass pass = noSamples();
+        for (const SampledArea& area : areas_)
+            if (level_ < 0) refineGrid(film, area, pass);
+            else refinePixels(film, area, pass);
         ++level_;
         if (!isEmpty(pass)) return pass;
     }
@@ -143,16 +149,22 @@ AdaptiveSampler::Pass AdaptiveSampler::next(const Film& film) {
 }
 
 void AdaptiveSampler::fillGaps(Film& film) const {
-    if (area_.minLevel() >= 0) return;
-    const PixelWindow& window = film.window();
-    for (int y = window.yl; y <= window.yh; ++y)
-        for (int x = window.xl; x <= window.xh; ++x) {
+    if (minLevel() >= 0) return;
+    for (const SampledArea& area : areas_) fillGaps(film, area);
+}
+
+void AdaptiveSampler::fillGaps(Film& film, const SampledArea& area) {
+    const PixelWindow& bounds = area.bounds();
+    const std::optional<PixelWindow> window = intersection(film.window(), bounds);
+    if (!window) return;
+    for (int y = window->yl; y <= window->yh; ++y)
+        for (int x = window->xl; x <= window->xh; ++x) {
             if (film.sampled(x, y)) continue;
-            for (int stride = 2; stride <= strideAt(area_.minLevel()); stride *= 2) {
-                const int bx = x / stride * stride;
-                const int by = y / stride * stride;
-                const int ex = std::min(bx + stride, area_.width() - 1);
-                const int ey = std::min(by + stride, area_.height() - 1);
+            for (int stride = 2; stride <= strideAt(area.minLevel()); stride *= 2) {
+                const int bx = bounds.xl + (x - bounds.xl) / stride * stride;
+                const int by = bounds.yl + (y - bounds.yl) / stride * stride;
+                const int ex = std::min(bx + stride, bounds.xh);
+                const int ey = std::min(by + stride, bounds.yh);
                 const float fx = ex > bx ? static_cast<float>(x - bx) / static_cast<float>(ex - bx) : 0.0f;
                 const float fy = ey > by ? static_cast<float>(y - by) / static_cast<float>(ey - by) : 0.0f;
                 const Film::Blend blend{{bx, ex, bx, ex},

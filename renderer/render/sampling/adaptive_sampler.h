@@ -25,10 +25,11 @@ namespace orca::render {
 /// of it.
 class AdaptiveSampler {
 public:
-    AdaptiveSampler(const SampledArea& area, const miColor& contrast);
+    /// @param areas at least one, all of the same levels
+    AdaptiveSampler(std::vector<SampledArea> areas, const miColor& contrast);
 
-    /// For each pixel of the sampled area, row by row, the step (see sample_steps.h) up to which it takes
-    /// samples; 0 where it takes none. Empty: no pass.
+    /// For each pixel of the window that encloses the areas, row by row, the step (see sample_steps.h) up to
+    /// which it takes samples; 0 where it takes none. Empty: no pass.
     using Pass = std::vector<std::uint8_t>;
     /// First pass, the same for every picture.
     [[nodiscard]] Pass first() const;
@@ -41,19 +42,24 @@ public:
     /// Where the decisions have come to: what `next` goes on from.
     [[nodiscard]] int level() const { return level_; }
     void resumeAt(int level) { level_ = level; }
-    [[nodiscard]] int passesAtMost() const { return area_.maxLevel() - area_.minLevel() + 1; }
+    [[nodiscard]] int passesAtMost() const { return maxLevel() - minLevel() + 1; }
 
 private:
+    [[nodiscard]] int minLevel() const { return areas_.front().minLevel(); }
+    [[nodiscard]] int maxLevel() const { return areas_.front().maxLevel(); }
     [[nodiscard]] bool differs(const miColor& a, const miColor& b) const;
     [[nodiscard]] bool isTooNoisy(const DisplayedVariance& variance, int step) const;
-    [[nodiscard]] DisplayedVariance varianceAt(const Film& film, int x, int y) const;
-    [[nodiscard]] int stepWanted(const Film& film, int x, int y) const;
+    [[nodiscard]] DisplayedVariance varianceAt(const Film& film, const SampledArea& area, int x, int y) const;
+    [[nodiscard]] int stepWanted(const Film& film, const SampledArea& area, int x, int y) const;
     [[nodiscard]] Pass noSamples() const;
     [[nodiscard]] std::size_t index(int x, int y) const;
-    [[nodiscard]] Pass refineGrid(const Film& film) const;
-    [[nodiscard]] Pass refinePixels(const Film& film) const;
+    void first(const SampledArea& area, Pass& pass) const;
+    void refineGrid(const Film& film, const SampledArea& area, Pass& pass) const;
+    void refinePixels(const Film& film, const SampledArea& area, Pass& pass) const;
+    static void fillGaps(Film& film, const SampledArea& area);
 
-    SampledArea area_;
+    std::vector<SampledArea> areas_;
+    PixelWindow sampled_; // encloses theirs
     int level_;
     miColor contrast_;
     DisplayedVariance toleratedVariance_; // of the mean of one sample

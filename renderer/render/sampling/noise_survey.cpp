@@ -6,9 +6,10 @@
 namespace orca::render {
 
 PixelWindow NoiseSurvey::cellsAround(const PixelWindow& window) const {
-    return {window.xl / spacing * spacing, window.yl / spacing * spacing,
-            std::min((window.xh / spacing + 1) * spacing, width_ - 1),
-            std::min((window.yh / spacing + 1) * spacing, height_ - 1)};
+    const auto line = [](int at, int first) { return first + (at - first) / spacing * spacing; };
+    return {line(window.xl, bounds_.xl), line(window.yl, bounds_.yl),
+            std::min(line(window.xh, bounds_.xl) + spacing, bounds_.xh),
+            std::min(line(window.yh, bounds_.yl) + spacing, bounds_.yh)};
 }
 
 DisplayedVariance NoiseSurvey::varianceAt(const Film& film, int x, int y) const {

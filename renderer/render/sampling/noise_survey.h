@@ -12,8 +12,8 @@ namespace orca::render {
 /// corners, the largest left out: that one may be on an edge.
 class NoiseSurvey {
 public:
-    /// @param width,height of the whole picture, pixels
-    NoiseSurvey(int width, int height) : width_(width), height_(height) {}
+    /// @param bounds of the picture, or of a region of it
+    explicit NoiseSurvey(const PixelWindow& bounds) : bounds_(bounds) {}
 
     /// Whether there are fewer samples at first than a survey finds, and more in the end, for these levels.
     [[nodiscard]] static constexpr bool isOfUse(int minLevel, int maxLevel) {
@@ -23,7 +23,8 @@ public:
     static constexpr int level = 3;
 
     [[nodiscard]] bool isOnGrid(int x, int y) const {
-        return (x % spacing == 0 || x == width_ - 1) && (y % spacing == 0 || y == height_ - 1);
+        return ((x - bounds_.xl) % spacing == 0 || x == bounds_.xh) &&
+               ((y - bounds_.yl) % spacing == 0 || y == bounds_.yh);
     }
     /// The cells that a window touches, with their corners.
     [[nodiscard]] PixelWindow cellsAround(const PixelWindow& window) const;
@@ -33,7 +34,7 @@ public:
 private:
     static constexpr int spacing = 16; // pixels; 1/256 of them is enough to cost little
 
-    int width_, height_;
+    PixelWindow bounds_;
 };
 
 } // namespace orca::render

@@ -5,6 +5,7 @@
 #include "render/sampling/noise_survey.h"
 
 #include <optional>
+#include <vector>
 
 namespace orca::render {
 
@@ -13,21 +14,22 @@ namespace orca::render {
     return level >= 0 ? 1 : 1 << -level;
 }
 
-/// The pixels that adaptive sampling needs for a window: its own and those around it on which decisions at
-/// its border depend, so that windows rendered apart make the same picture as one render of the whole.
+/// The pixels that adaptive sampling needs for a window of a picture, or of a region of it: its own and those
+/// around it on which decisions at its border depend, so that windows rendered apart make the same picture as
+/// one render of the whole.
 class SampledArea {
 public:
-    /// @param width,height of the whole picture, pixels
-    /// @param window pixels whose values are wanted, within the picture
+    /// @param bounds of the region, beyond which no decision looks
+    /// @param window pixels whose values are wanted, within the region
     /// @param minLevel,maxLevel as in the options: level n is 4^n samples a pixel, a negative level one
     /// sample every 2^-n pixels
-    SampledArea(int width, int height, const PixelWindow& window, int minLevel, int maxLevel);
+    SampledArea(const PixelWindow& bounds, const PixelWindow& window, int minLevel, int maxLevel);
 
-    [[nodiscard]] int width() const { return width_; }
-    [[nodiscard]] int height() const { return height_; }
+    [[nodiscard]] const PixelWindow& bounds() const { return bounds_; }
     [[nodiscard]] int minLevel() const { return minLevel_; }
     [[nodiscard]] int maxLevel() const { return maxLevel_; }
-    /// Encloses all pixels that take samples. Negative levels: begins at a multiple of their stride.
+    /// Encloses all pixels that take samples. Negative levels: begins a multiple of their stride from the
+    /// region's lower left.
     [[nodiscard]] const PixelWindow& sampled() const { return sampled_; }
     /// Pixels that take the samples of the lowest level.
     [[nodiscard]] const PixelWindow& dense() const { return dense_; }
@@ -50,11 +52,20 @@ private:
     [[nodiscard]] PixelWindow expanded(const PixelWindow& window, int pixels) const;
     [[nodiscard]] PixelWindow wholeBlocks(const PixelWindow& window) const;
 
-    int width_, height_, minLevel_, maxLevel_;
+    PixelWindow bounds_;
+    int minLevel_, maxLevel_;
     int rings_;
     PixelWindow needed_; // pixels whose final values the window depends on
     PixelWindow dense_, sampled_;
     std::optional<NoiseSurvey> survey_;
 };
+
+/// Of the regions of a picture (see overscan.h) that a window touches.
+/// @param window within the bounds
+[[nodiscard]] std::vector<SampledArea> sampledAreas(const PixelWindow& display, const PixelWindow& bounds,
+                                                    const PixelWindow& window, int minLevel, int maxLevel);
+/// Encloses all pixels that take samples.
+/// @param areas at least one
+[[nodiscard]] PixelWindow sampledBy(const std::vector<SampledArea>& areas);
 
 } // namespace orca::render

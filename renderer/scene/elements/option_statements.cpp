@@ -189,6 +189,16 @@ constexpr OptionStatement statements[] = {
              o.options.shutter_delay = v.count > 1 ? v.at(0) : 0.0f;
              o.options.shutter = v.at(v.count - 1);
          }},
+    {.words = "overscan",
+     .fewest = 1,
+     .most = 2,
+     .integers = 2,
+     .range = {0, overscanAtMost},
+     .defaults = numbers(0),
+     .set =
+         [](OptionsElement& o, const V& v) {
+             o.overscan = {v.integer(0), v.count > 1 ? v.integer(1) : v.integer(0)};
+         }},
     {.words = "task size",
      .fewest = 1,
      .most = 1,

@@ -57,6 +57,12 @@ enum class LightMaps {
     Only ///< they do, and no picture is rendered
 };
 
+/// Pixels that are rendered beyond each side of the display.
+struct Overscan {
+    int across = 0, up = 0; ///< left and right; below and above
+};
+inline constexpr int overscanAtMost = 8192; ///< pixels
+
 /// Options that are not of the record have their defaults from their statements (option_statements.h) too.
 struct OptionsElement final : Element {
     OptionsElement();
@@ -77,6 +83,7 @@ struct OptionsElement final : Element {
     int lightSamples = 0;       ///< lights that are chosen at each point; 0: all
     GatherOptions gather;
     LightMaps lightMaps = LightMaps::On;
+    Overscan overscan;
 };
 
 } // namespace orca::scene
