@@ -83,6 +83,28 @@ std::string textOf(const std::vector<bool>& selected) {
     return mask;
 }
 
+/// Instances that a pass lets in, and those that it does not.
+struct Admission {
+    std::vector<const scene::InstanceElement*> in, out;
+
+    void add(const scene::InstanceElement& instance, bool isAdmitted) {
+        (isAdmitted ? in : out).push_back(&instance);
+    }
+    /// The shorter of the two lists.
+    [[nodiscard]] std::string text() const {
+        if (out.empty()) return "all";
+        if (in.empty()) return "none";
+        const bool namesOut = out.size() < in.size();
+        const auto& named = namesOut ? out : in;
+        constexpr std::size_t most = 100; // names in the header of a file
+        std::string list = namesOut ? "all but" : "";
+        for (std::size_t i = 0; i < std::min(most, named.size()); ++i)
+            list += fmt::format("{}\"{}\"", list.empty() ? "" : " ", named[i]->name);
+        if (named.size() > most) list += fmt::format(" and {} more", named.size() - most);
+        return list;
+    }
+};
+
 } // namespace
 
 std::vector<PassMasks::Bit> PassMasks::bitsOf(const scene::CameraElement& camera) const {
@@ -262,6 +284,26 @@ void PassMasks::checkMask(const scene::UserdataElement& data, const std::string&
                          (bits.size() + bitsPerDigit - 1) / bitsPerDigit, fmt::join(beyond, ", "),
                          count > shown ? ", ..." : ""));
     }
+}
+
+std::map<std::string, image::Metadata> PassMasks::admitted(const scene::CameraElement& camera) const {
+    const std::vector<Bit> bits = bitsOf(camera);
+    std::vector<Admission> lights(bits.size()), objects(bits.size());
+    visitInstances(database_, [&](const scene::InstanceElement& instance) {
+        const bool isLight = database_.find<scene::LightElement>(instance.instance.item) != nullptr;
+        if (!isLight && !database_.find<scene::ObjectElement>(instance.instance.item)) return;
+        const auto* const data = firstData(database_, instance.instance.userdata);
+        const std::string* const mask = data ? maskIn(database_, *data) : nullptr;
+        for (std::size_t bit = 0; bit < bits.size(); ++bit)
+            (isLight ? lights : objects)[bit].add(instance, !mask || mask->empty() || isIn(*mask, bit));
+    });
+    std::map<std::string, image::Metadata> metadata;
+    for (std::size_t bit = 0; bit < bits.size(); ++bit) {
+        image::Metadata& ofPass = metadata[bits[bit].frameBuffer];
+        if (!bits[bit].type.empty()) ofPass["passLights"] = lights[bit].text(); // geometry has no light
+        ofPass["passObjects"] = objects[bit].text();
+    }
+    return metadata;
 }
 
 void PassMasks::check(const scene::CameraElement& camera) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "image/metadata.h"
 #include "scene/database.h"
 #include "scene/elements/elements.h"
 
@@ -36,6 +37,9 @@ public:
     bool resolveLinks(const scene::CameraElement& camera, const MaskPlaces* places);
     /// Warns of masks that do less than they seem to, each once.
     void check(const scene::CameraElement& camera);
+    /// The instances of lights ("passLights") and of objects ("passObjects") that take part in each pass, for
+    /// the metadata of its layer: "all", "none", "all but" or a list of names. By frame buffer.
+    [[nodiscard]] std::map<std::string, image::Metadata> admitted(const scene::CameraElement& camera) const;
 
 private:
     /// What the bits of a mask stand for.

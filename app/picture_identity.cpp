@@ -22,6 +22,8 @@ namespace fs = std::filesystem;
 constexpr std::uint64_t wholeUpTo = 1u << 20;
 constexpr std::uint64_t sampleBytes = 1u << 16;
 
+const std::string fileKey = "file "; // and its path
+
 std::string hexadecimal(const render::Checksum& checksum) {
     return fmt::format("{:016x}", checksum.value());
 }
@@ -66,7 +68,7 @@ render::CheckpointHeader pictureIdentity(const CommandLine& command, const rende
     render::CheckpointHeader identity;
     identity["program"] = fmt::format("orca-render {} ({})", ORCA_VERSION, hashOfFile("/proc/self/exe"));
     identity["image formats"] = hashOfFile(image::imageFormatsFile());
-    for (const InputFile& input : inputs) identity["file " + input.path] = hashOfFile(input.path);
+    for (const InputFile& input : inputs) identity[fileKey + input.path] = hashOfFile(input.path);
     for (const Overrides::Option& option : command.overrides.options)
         if (option.statement->words != "task size") // the pixels do not depend on tiles
             identity[fmt::format("option \"{}\"", option.statement->words)] = textOf(option.values);
@@ -99,6 +101,13 @@ std::string hashOf(const render::CheckpointHeader& identity) {
         checksum.add(name.c_str(), name.size() + 1);
         checksum.add(value.c_str(), value.size() + 1);
     }
+    return hexadecimal(checksum);
+}
+
+std::string sceneHashOf(const render::CheckpointHeader& identity) {
+    render::Checksum checksum;
+    for (const auto& [name, value] : identity)
+        if (name.starts_with(fileKey)) checksum.add(value.c_str(), value.size() + 1);
     return hexadecimal(checksum);
 }
 

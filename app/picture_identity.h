@@ -25,6 +25,10 @@ namespace orca::app {
 /// sample ranges of one picture have the same.
 [[nodiscard]] std::string hashOf(const render::CheckpointHeader& identity);
 
+/// The content of the scene's files alone, likewise: the same for all pictures of a scene, whatever their
+/// options, and wherever its files are.
+[[nodiscard]] std::string sceneHashOf(const render::CheckpointHeader& identity);
+
 /// The vector instructions that the ray-tracing kernel and the mathematical library choose their code by. The
 /// same picture may differ in the last bits between machines with different ones.
 [[nodiscard]] std::string vectorUnit();

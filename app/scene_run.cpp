@@ -381,6 +381,7 @@ void SceneRun::describe(render::FrameResult& result, int frame,
     metadata["frame"] = frame;
     if (const auto rate = framesPerSecond(camera.camera)) metadata["framesPerSecond"] = *rate;
     metadata["pictureHash"] = hashOf(identity);
+    metadata["sceneHash"] = sceneHashOf(identity);
     metadata["camera"] = camera.name;
     if (const auto overscan = identity.find("overscan"); overscan != identity.end())
         metadata[image::overscanKey] = overscan->second;
@@ -398,6 +399,7 @@ void SceneRun::describe(render::FrameResult& result, int frame,
     picture.stop = &stop_.flag();
     if (const FrameBufferData* block = passBlock(scene_.database(), camera))
         picture.layerMetadata = passMetadata(scene_.database(), *block);
+    for (auto& [layer, ofPass] : masks_.admitted(camera)) picture.layerMetadata[layer].merge(ofPass);
 }
 
 } // namespace orca::app

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command.h"
 
+#include <OpenImageIO/imageio.h>
+
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <sstream>
 #include <utility>
 
@@ -69,6 +72,30 @@ TEST_F(PassRequests, MeanTheseLayers) {
                  {"lit.mi --passes 'cameraDepth[remp=1]'", 3, {"remp"}},
                  {"lit.mi --passes 'coverage[background=1]'", 2, {"is no depth"}},
                  {"lit.mi --passes 'diffuse[light=son_inst]'", 3, {"did you mean \"sun_inst\"?"}}});
+}
+
+TEST_F(PassRequests, LeaveTheNamesOfWhoTakesPartInTheFile) {
+    std::filesystem::create_directory(directory.path() + "/elsewhere");
+    scene("lit.mi", litCards + lamp + renderIt);
+    scene("elsewhere/lit.mi", litCards + lamp + renderIt);
+    const std::string asked = " --passes 'diffuse,specular[light=lamp_inst],beauty[object=front]";
+    ASSERT_EQ(run("lit.mi -o a.exr" + asked + "'"), 0) << output;
+    ASSERT_EQ(run("elsewhere/lit.mi -o b.exr" + asked + ",coverage[object=card*]'"), 0) << output;
+    const auto text = [&](const char* file, const std::string& part, const char* key) {
+        const auto input = OIIO::ImageInput::open(directory.path() + "/" + file);
+        for (int i = 0; input && input->seek_subimage(i, 0); ++i)
+            if (part == input->spec().get_string_attribute("oiio:subimagename"))
+                return std::string(input->spec().get_string_attribute(key));
+        return std::string("no such part");
+    };
+    EXPECT_EQ(text("a.exr", "diffuse", "passLights"), "all");
+    EXPECT_EQ(text("a.exr", "specular_lamp_inst", "passLights"), "\"lamp_inst\"");
+    EXPECT_EQ(text("a.exr", "specular_lamp_inst", "passObjects"), "all");
+    EXPECT_EQ(text("a.exr", "beauty_front", "passObjects"), "\"front\"");
+    EXPECT_EQ(text("b.exr", "coverage_card", "passObjects"), "\"card_inst\"");
+    EXPECT_EQ(text("b.exr", "coverage_card", "passLights"), "");
+    EXPECT_NE(text("a.exr", "beauty", "pictureHash"), text("b.exr", "beauty", "pictureHash"));
+    EXPECT_EQ(text("a.exr", "beauty", "sceneHash"), text("b.exr", "beauty", "sceneHash"));
 }
 
 TEST_F(PassRequests, OfDepthsHaveAFarValueWhereNothingIs) {
