@@ -2,6 +2,7 @@
 #include "checkpoints.h"
 
 #include "checkpoint_description.h"
+#include "color_management.h"
 #include "exit_codes.h"
 #include "layered_format_words.h"
 #include "picture_identity.h"
@@ -133,14 +134,18 @@ int developCheckpoint(const CommandLine& command, Log& log) {
         render::AdaptiveSampler(picture.areas(), {}).fillGaps(film);
         film.resolve();
 
+        ColorManagement colors(command, log);
+        if (!colors.choose()) return exitUsage;
+        image::PictureFrame frame = picture.frame();
+        frame.display = colors.display();
         const std::vector<image::Layer> layers = film.layers();
         const std::string output = command.output.empty()
                                        ? fs::path(command.developed).stem().string() + ".preview.exr"
                                        : command.output;
-        bool written = image::writeLayeredExr(output, picture.frame(), layers, command.format, log);
+        bool written = image::writeLayeredExr(output, frame, layers, command.format, log);
         for (const image::Layer& layer : layers)
             if (layer.buffer->primary && !command.png.empty())
-                written = image::writePreview(command.png, picture.frame(), layer, log) && written;
+                written = image::writePreview(command.png, frame, layer, log) && written;
         return written ? exitRendered : exitNotWritten;
     } catch (const render::CheckpointFault& fault) {
         log.error("MAIN", "cannot develop \"{}\": {}", command.developed, fault.what());

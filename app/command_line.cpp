@@ -260,11 +260,14 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv) {
     CommandLine command;
     RawOptions raw;
     addOptions(app, command, raw);
-    addDocuments(app, "mi", exitCodes(),
-                 {{"Environment",
-                   {{"MI_RAY_INCPATH", "directories as of --include, joined by colons, searched after those"},
-                    {"MI_LIBRARY_PATH", "as of --library-path"},
-                    {"MI_TEXTURE_PATH", "as of --texture-path"}}}});
+    addDocuments(
+        app, "mi", exitCodes(),
+        {{"Environment",
+          {{"MI_RAY_INCPATH", "directories as of --include, joined by colons, searched after those"},
+           {"MI_LIBRARY_PATH", "as of --library-path"},
+           {"MI_TEXTURE_PATH", "as of --texture-path"},
+           {"OCIO", "colour configuration, as of --ocio; without --display, --view or --ocio it is used for "
+                    "textures alone"}}}});
     try {
         app.parse(argc, argv);
         convert(raw, command);

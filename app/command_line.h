@@ -58,6 +58,8 @@ struct CommandLine {
     std::string fileDirectory = "."; ///< for the files that the scene names
     std::string deep;                ///< deep file; may hold ####
     std::string png, pngLayers;      ///< preview of the picture; directory for one of each layer
+    std::string colorConfiguration;  ///< of OpenColorIO; empty: that of the environment, if any
+    std::string display, view;       ///< of it; empty: its own choice
     bool writesSceneFiles = true, writesFiles = true;
     image::LayeredFormat format;
     bool denoises = false, keepsNoisy = false; ///< filter noise out; write the layers as they were too

@@ -96,6 +96,16 @@ void addOutputOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
         ->group(group)
         ->type_name("DIR");
     app.add_option(
+           "--ocio", command.colorConfiguration,
+           "colour configuration of OpenColorIO (default: $OCIO), whose spaces textures may name; pictures "
+           "for looking at and the scene's files of whole numbers are as its display shows them")
+        ->group(group)
+        ->type_name("FILE");
+    app.add_option("--display", command.display, "display of that configuration")
+        ->group(group)
+        ->type_name("NAME");
+    app.add_option("--view", command.view, "view of that display")->group(group)->type_name("NAME");
+    app.add_option(
            "--arrays-to", command.arraysTo,
            "also write all layers as arrays of numbers to this open file, for programs that start the "
            "command")

@@ -2,6 +2,7 @@
 #include "layer_arrays.h"
 
 #include "checkpoint_description.h"
+#include "color_management.h"
 #include "exit_codes.h"
 #include "layered_format_words.h"
 
@@ -248,7 +249,10 @@ bool holdsArrays(const std::string& path) {
 int developArrays(const CommandLine& command, Log& log) {
     try {
         ReadArrays arrays(command.developed, log);
+        ColorManagement colors(command, log);
+        if (!colors.choose()) return exitUsage;
         image::PictureFrame frame = arrays.frame();
+        frame.display = colors.display();
         if (const std::string format = textOf(command.format); !format.empty())
             frame.metadata[formatKey] = format;
         frame.threads = command.threads > 0 ? command.threads : tbb::this_task_arena::max_concurrency();

@@ -94,6 +94,13 @@ render::CheckpointHeader pictureIdentity(const CommandLine& command, const rende
     return identity;
 }
 
+void addColors(render::CheckpointHeader& identity, const ColorManagement& colors) {
+    if (!colors.used()) return;
+    identity["colour configuration"] = hashOfFile(colors.file());
+    if (colors.display().configuration)
+        identity["view"] = fmt::format("{} {}", colors.display().display, colors.display().view);
+}
+
 std::string hashOf(const render::CheckpointHeader& identity) {
     render::Checksum checksum;
     for (const auto& [name, value] : identity) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "color_management.h"
 #include "command_line.h"
 #include "input_files.h"
 
@@ -20,6 +21,9 @@ namespace orca::app {
                                                        const render::Picture& picture,
                                                        const std::optional<image::SampleRange>& samples,
                                                        int frame, const std::vector<InputFile>& inputs);
+
+/// Adds the colour configuration and the view of it, where there are such ones.
+void addColors(render::CheckpointHeader& identity, const ColorManagement& colors);
 
 /// The identity in 16 hexadecimal digits, for the metadata of the picture's file. Windows and
 /// sample ranges of one picture have the same.

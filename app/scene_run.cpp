@@ -97,6 +97,7 @@ SceneRun::SceneRun(const CommandLine& command, Log& log, StopSignal& stop, Limit
       stop_(stop),
       limits_(limits),
       policy_(command),
+      colors_(command, log),
       frame_(frame),
       scene_(log),
       runtime_(scene_.database(), log),
@@ -114,6 +115,8 @@ SceneRun::SceneRun(const CommandLine& command, Log& log, StopSignal& stop, Limit
 int SceneRun::run() {
     const scene::ParserOptions& options = parserOptions_ = parserOptions(command_);
     parserOptions_.stop = &stop_.flag();
+    parserOptions_.colorSpaces = [this] { return colors_.configuration(); };
+    if (!colors_.choose()) return exitUsage;
     if (policy_.restrictsReading())
         parserOptions_.mayRead = [this](const std::string& path) { return policy_.mayRead(path); };
     scene::ParserCallbacks& callbacks = parserCallbacks_;
@@ -289,7 +292,8 @@ bool SceneRun::renderInto(const PictureFiles& files, render::Picture picture,
     const int frame = files.frame;
     std::vector<InputFile> inputs = inputs_.now();
     std::erase_if(inputs, [&](const InputFile& file) { return file.isMade && !files.lightMaps.empty(); });
-    const render::CheckpointHeader identity = pictureIdentity(command_, picture, samples, frame, inputs);
+    render::CheckpointHeader identity = pictureIdentity(command_, picture, samples, frame, inputs);
+    addColors(identity, colors_);
     if (checkpoints_.isFinished(files, identity, frame)) return true;
     if (!files_.check(files, picture, inputs)) {
         fail(exitNotWritten);
@@ -393,6 +397,11 @@ void SceneRun::describe(render::FrameResult& result, int frame,
         metadata[image::capturedKey] = capturedNow();
         metadata[image::utcOffsetKey] = 0.0f;
         metadata[image::hostKey] = hostName();
+    }
+    picture.display = colors_.display();
+    if (colors_.used()) {
+        picture.isRec709 = false;
+        metadata["colorSpace"] = colors_.used()->renderingSpace();
     }
     picture.pixelAspect = pixelAspect(camera.camera, picture.width, picture.height);
     picture.threads = std::max(1, result.statistics.threads);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "checkpoints.h"
+#include "color_management.h"
 #include "command_line.h"
 #include "default_light.h"
 #include "file_policy.h"
@@ -79,6 +80,7 @@ private:
     StopSignal& stop_;
     LimitWatcher& limits_;
     FilePolicy policy_;
+    ColorManagement colors_; ///< which textures of the scene refer to
     std::optional<int> frame_;
     scene::Scene scene_;
     shading::ShaderRuntime runtime_;

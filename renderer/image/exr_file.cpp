@@ -94,7 +94,7 @@ Imf::Header headerOf(const PictureFrame& frame, const ExrPart& part, const ExrTi
     if (!part.name.empty()) header.setName(part.name);
     for (const ExrChannel& channel : part.channels)
         header.channels().insert(channel.name, Imf::Channel(pixelTypeOf(channel.storage)));
-    Imf::addChromaticities(header, {}); // Rec. 709
+    if (frame.isRec709) Imf::addChromaticities(header, {});
     for (const Metadata* metadata : {&frame.metadata, &part.metadata, &part.keyedMetadata})
         for (const auto& [key, value] : *metadata) addTo(header, key, value);
     return header;

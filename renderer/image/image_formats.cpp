@@ -78,6 +78,10 @@ std::unique_ptr<ImageReader> openImage(const std::string& path) {
     return imageFormats().openImage(path);
 }
 
+std::unique_ptr<ColorConfiguration> colorConfiguration(const std::string& file) {
+    return imageFormats().colorConfiguration(file);
+}
+
 void makeTextureFile(const std::string& image, const std::string& file, const TextureFileSettings& settings) {
     imageFormats().makeTextureFile(image, file, settings);
 }

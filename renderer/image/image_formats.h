@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "image/color_configuration.h"
 #include "image/image_reader.h"
 #include "image/make_texture.h"
 #include "image/picture_file.h"
@@ -20,13 +21,15 @@ class ImageFormats {
 public:
     virtual ~ImageFormats() = default;
 
-    /// See the functions of the same names in textures.h, image_reader.h, make_texture.h and picture_file.h.
+    /// See the functions of the same names in textures.h, image_reader.h, make_texture.h,
+    /// color_configuration.h and picture_file.h.
     [[nodiscard]] virtual std::unique_ptr<TextureCache>
     textureCache(Log& log, std::vector<std::string> searchPaths, std::size_t cacheMegabytes) = 0;
     [[nodiscard]] virtual bool isFilm(const std::string& path) = 0;
     [[nodiscard]] virtual std::unique_ptr<ImageReader> openImage(const std::string& path) = 0;
     virtual void makeTextureFile(const std::string& image, const std::string& file,
                                  const TextureFileSettings& settings) = 0;
+    [[nodiscard]] virtual std::unique_ptr<ColorConfiguration> colorConfiguration(const std::string& file) = 0;
     /// `format` as `writableFormat` answers.
     virtual bool writePreview(const std::string& path, const std::string& format, const PictureFrame& frame,
                               const Layer& layer, Log& log) = 0;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/log.h"
+#include "image/color_configuration.h"
 #include "image/color_encoding.h"
 #include "image/framebuffers.h"
 #include "image/layered_format.h"
@@ -48,6 +49,8 @@ struct PictureFrame {
         int xl, yl, xh, yh;
     } window;               ///< rendered pixels, inclusive, lower left origin; the layers' extent
     ColorEncoding encoding; ///< of files of whole numbers
+    DisplayView display;    ///< of the same files, in place of the encoding's gamma and of the sRGB curve
+    bool isRec709 = true;   ///< colours have the primaries of Rec. 709, as layered files then say
     Metadata metadata;      ///< of the whole file
     std::map<std::string, Metadata> layerMetadata; ///< by layer name
     Metadata idMetadata;      ///< of the picture and of layers of ids (see cryptomatte.h), not of all layers
@@ -125,9 +128,10 @@ bool writeBufferFiles(const std::string& directory, const PictureFrame& frame, s
 [[nodiscard]] std::vector<std::string> bufferFilePaths(const std::string& directory,
                                                        std::span<const Buffer* const> buffers);
 
-/// Writes a layer as an 8-bit picture to look at, without alpha: colours by the frame's encoding, with the
-/// sRGB curve where its gamma is 1; vectors from -1..1 and numbers from their range in the picture mapped to
-/// 0..1; ids in false colours. The format follows the extension, see `previewFormat`.
+/// Writes a layer as an 8-bit picture to look at, without alpha: colours as the frame's display shows them,
+/// without one by its encoding, with the sRGB curve where its gamma is 1; vectors from -1..1 and numbers from
+/// their range in the picture mapped to 0..1; ids in false colours. The format
+/// follows the extension, see `previewFormat`.
 bool writePreview(const std::string& path, const PictureFrame& frame, const Layer& layer, Log& log);
 
 /// The image library's word for the format that `writePreview` writes under a name: PNG without an extension.

@@ -43,6 +43,10 @@ def _pairs(option, value):
 SETTINGS = {
     "resolution": ("--size", _size),
     "window": ("--window", _words),
+    "overscan": ("--overscan", _words),
+    "ocio": ("--ocio", _words),
+    "display": ("--display", _words),
+    "view": ("--view", _words),
     **{words: ("--" + words.replace(" ", "-"), _words) for words in (
         "samples", "contrast", "filter", "trace", "trace depth", "shadow", "motion", "shutter", "output shaders", "gamma", "colorclip",
         "premultiply", "desaturate", "dither", "tile size", "texture memory", "limit time", "limit memory", "limit rays")},

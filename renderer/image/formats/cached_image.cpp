@@ -7,6 +7,7 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace orca::image {
@@ -17,6 +18,8 @@ namespace {
 constexpr const char* pixelsAttribute = "orca:pixels";
 constexpr const char* fileAttribute = "orca:file";
 constexpr const char* profileAttribute = "orca:profile";
+constexpr const char* spacesAttribute = "orca:spaces";
+constexpr const char* spaceAttribute = "orca:space";
 
 class PixelsInput final : public OIIO::ImageInput {
 public:
@@ -50,6 +53,9 @@ public:
     bool open(const std::string&, OIIO::ImageSpec&) override { return false; }
     bool open(const std::string&, OIIO::ImageSpec& spec, const OIIO::ImageSpec& config) override {
         profile_ = static_cast<scene::ColorProfile>(config.get_int_attribute(profileAttribute));
+        if (const auto* given = config.find_attribute(spacesAttribute, OIIO::TypeDesc::PTR))
+            std::memcpy(&spaces_, given->data(), sizeof spaces_);
+        space_ = std::string(config.get_string_attribute(spaceAttribute));
         OIIO::ImageSpec asStored;
         asStored.attribute(colorsApartFromAlpha, 1);
         file_ = OIIO::ImageInput::open(std::string(config.get_string_attribute(fileAttribute)), &asStored);
@@ -92,7 +98,7 @@ private:
     void takeSpec() {
         m_spec = file_->spec();
         multiplied_ = m_spec.alpha_channel >= 0 && m_spec.get_int_attribute(colorsApartFromAlpha) == 0;
-        bytes_ = m_spec.format == OIIO::TypeDesc::UINT8 && !multiplied_;
+        bytes_ = m_spec.format == OIIO::TypeDesc::UINT8 && !multiplied_ && !spaces_;
         m_spec.set_format(OIIO::TypeDesc::FLOAT);
         // Grey and colour come first; whatever follows, alpha above all, has no curve.
         colorChannels_ = std::min(m_spec.nchannels < 3 ? 1 : 3, m_spec.nchannels);
@@ -111,15 +117,37 @@ private:
                              : static_cast<float>(raw_[i]) / 255.0f;
         } else {
             if (!readValues(OIIO::TypeDesc::FLOAT, out)) return failed();
-            for (float* pixel = out; pixel < out + pixels * channels; pixel += channels) {
-                // The curve is that of the colours themselves.
-                const float alpha = multiplied_ ? pixel[m_spec.alpha_channel] : 1.0f;
-                const float weight = alpha > 0.0f ? alpha : 1.0f;
-                for (int c = 0; c < colorChannels_; ++c)
-                    pixel[c] = weight * scene::linearFrom(profile_, pixel[c] / weight);
-            }
+            if (spaces_) convertSpace(out, pixels, channels);
+            else
+                for (float* pixel = out; pixel < out + pixels * channels; pixel += channels) {
+                    // The curve is that of the colours themselves.
+                    const float alpha = multiplied_ ? pixel[m_spec.alpha_channel] : 1.0f;
+                    const float weight = alpha > 0.0f ? alpha : 1.0f;
+                    for (int c = 0; c < colorChannels_; ++c)
+                        pixel[c] = weight * scene::linearFrom(profile_, pixel[c] / weight);
+                }
         }
         return true;
+    }
+    /// Grey is a colour of three equal channels, whose mean it becomes.
+    void convertSpace(float* values, std::size_t pixels, std::size_t channels) {
+        colors_.resize(3 * pixels);
+        const auto each = [&](const auto& visit) {
+            float* color = colors_.data();
+            for (float* pixel = values; pixel < values + pixels * channels; pixel += channels, color += 3) {
+                // The space is that of the colours themselves.
+                const float alpha = multiplied_ ? pixel[m_spec.alpha_channel] : 1.0f;
+                visit(pixel, color, alpha > 0.0f ? alpha : 1.0f);
+            }
+        };
+        each([&](const float* pixel, float* color, float weight) {
+            for (int c = 0; c < 3; ++c) color[c] = pixel[std::min(c, colorChannels_ - 1)] / weight;
+        });
+        spaces_->makeLinear(space_, colors_.data(), pixels);
+        each([&](float* pixel, const float* color, float weight) {
+            if (colorChannels_ < 3) pixel[0] = weight * (color[0] + color[1] + color[2]) / 3.0f;
+            for (int c = 0; c < colorChannels_ && colorChannels_ == 3; ++c) pixel[c] = weight * color[c];
+        });
     }
     bool failed() {
         errorfmt("{}", file_->geterror());
@@ -128,6 +156,9 @@ private:
 
     std::unique_ptr<OIIO::ImageInput> file_;
     scene::ColorProfile profile_ = scene::ColorProfile::Linear;
+    const scene::ColorSpaces* spaces_ = nullptr; ///< null: the profile counts
+    std::string space_;
+    std::vector<float> colors_;
     bool multiplied_ = false; ///< the file's colours are multiplied by its alpha
     bool bytes_ = false;      ///< its values are bytes, which are looked up in a table
     int colorChannels_ = 0;
@@ -150,10 +181,14 @@ bool addPixels(OIIO::ImageCache& cache, OIIO::ustring name, const InlinePixels& 
 }
 
 bool addConvertedFile(OIIO::ImageCache& cache, OIIO::ustring name, const std::string& file,
-                      scene::ColorProfile profile) {
+                      const ColorMeaning& meaning) {
     OIIO::ImageSpec config;
     config.attribute(fileAttribute, file);
-    config.attribute(profileAttribute, static_cast<int>(profile));
+    config.attribute(profileAttribute, static_cast<int>(meaning.profile));
+    if (meaning.spaces) {
+        config.attribute(spacesAttribute, OIIO::TypeDesc::PTR, &meaning.spaces);
+        config.attribute(spaceAttribute, meaning.space);
+    }
     return cache.add_file(name, create<ConvertedInput>, &config);
 }
 

@@ -3,6 +3,7 @@
 
 #include "image/inline_pixels.h"
 #include "scene/elements/color_profile.h"
+#include "scene/elements/color_spaces.h"
 
 #include <OpenImageIO/imagecache.h>
 
@@ -20,8 +21,17 @@ inline constexpr const char* colorsApartFromAlpha = "oiio:UnassociatedAlpha";
 /// Pixels of the scene. They are not copied and must outlive the cache.
 bool addPixels(OIIO::ImageCache& cache, OIIO::ustring name, const InlinePixels& pixels);
 
+/// What the colours of an image file mean.
+struct ColorMeaning {
+    scene::ColorProfile profile = scene::ColorProfile::Linear;
+    const scene::ColorSpaces* spaces = nullptr; ///< not null: `space` of these counts. Outlive the cache
+    std::string space{};
+
+    [[nodiscard]] bool isLinear() const { return profile == scene::ColorProfile::Linear && !spaces; }
+};
+
 /// An image file whose colour channels are made linear as they are read.
 bool addConvertedFile(OIIO::ImageCache& cache, OIIO::ustring name, const std::string& file,
-                      scene::ColorProfile profile);
+                      const ColorMeaning& meaning);
 
 } // namespace orca::image

@@ -17,6 +17,8 @@ public:
     // texture_maker.cpp
     void makeTextureFile(const std::string& image, const std::string& file,
                          const TextureFileSettings& settings) override;
+    // color_configuration.cpp
+    std::unique_ptr<ColorConfiguration> colorConfiguration(const std::string& file) override;
     // picture_encoder.cpp
     bool writePreview(const std::string& path, const std::string& format, const PictureFrame& frame,
                       const Layer& layer, Log& log) override;

@@ -89,6 +89,36 @@ Raster falseColorRasterOf(const PictureFrame& frame, const Layer& layer) {
     });
 }
 
+/// Of a layer of colours, 3 or 4 channels, as the frame's display shows them, or else encoded. Colours
+/// without alpha are shown as they lie over black.
+Raster displayedRasterOf(const PictureFrame& frame, const Layer& layer, int channels,
+                         ColorEncoding encoding) {
+    const DisplayView& display = frame.display;
+    if (!display.configuration) return encodedRasterOf(frame, layer, channels, encoding);
+    Raster raster = rasterOf(frame, layer, channels);
+    const auto stride = static_cast<std::size_t>(channels);
+    const auto eachPixel = [&](const auto& visit) {
+        for (std::size_t i = 0; i < raster.values.size(); i += stride) visit(&raster.values[i]);
+    };
+    const auto weightOf = [channels](const float* pixel) {
+        return channels == 4 && pixel[3] > 0.0f ? pixel[3] : 1.0f;
+    };
+    eachPixel([&](float* pixel) {
+        for (int c = 0; c < 3; ++c) pixel[c] = std::isnan(pixel[c]) ? 0.0f : pixel[c] / weightOf(pixel);
+    });
+    display.configuration->show(display.display, display.view, raster.values.data(),
+                                raster.values.size() / stride, stride);
+    encoding.gamma = 1.0f;
+    eachPixel([&](float* pixel) {
+        const float weight = weightOf(pixel);
+        const miColor color = encoded(
+            {weight * pixel[0], weight * pixel[1], weight * pixel[2], channels == 4 ? pixel[3] : 1.0f},
+            encoding, channels == 4);
+        std::copy_n(&color.r, channels, pixel);
+    });
+    return raster;
+}
+
 /// Dithers 8-bit files as they are written: noise of at most half a step is added to colours before they are
 /// rounded (L. G. Roberts, "Picture Coding Using Pseudo-Random Noise", 1962), the same at every writing.
 void requestDither(OIIO::ImageSpec& spec, const ColorEncoding& encoding) {
@@ -250,7 +280,7 @@ bool LibraryFormats::writeImageFile(const std::string& path, const std::string& 
     const bool integers = !stored.is_floating_point() && stored.basetype != OIIO::TypeDesc::UINT32;
     const bool colors = integers && isColor(type) && layer.buffer->components == 4;
     Raster raster =
-        colors ? encodedRasterOf(frame, layer, channels, frame.encoding) : rasterOf(frame, layer, channels);
+        colors ? displayedRasterOf(frame, layer, channels, frame.encoding) : rasterOf(frame, layer, channels);
     if (integers && !colors)
         for (float& value : raster.values) value = std::isnan(value) ? 0.0f : std::clamp(value, 0.0f, 1.0f);
     OIIO::ImageSpec spec(raster.width, raster.height, raster.channels, stored);
@@ -278,10 +308,10 @@ bool LibraryFormats::writePreview(const std::string& path, const std::string& fo
     ColorEncoding encoding = frame.encoding;
     encoding.clip = scene::ColorClip::Raw; // there is no alpha to keep
     Raster raster = isCryptomatte(*layer.buffer) ? falseColorRasterOf(frame, layer)
-                    : color                      ? encodedRasterOf(frame, layer, 3, encoding)
+                    : color                      ? displayedRasterOf(frame, layer, 3, encoding)
                                                  : rasterOf(frame, layer, layer.buffer->components);
     if (color) {
-        if (encoding.gamma == 1.0f)
+        if (encoding.gamma == 1.0f && !frame.display.configuration)
             for (float& value : raster.values) value = sRgb(value);
     } else if (raster.channels == 3) {
         for (float& value : raster.values) value = std::clamp(0.5f * value + 0.5f, 0.0f, 1.0f);

@@ -255,10 +255,11 @@ void LibraryTextures::loadFile(const scene::TextureElement& texture, Loaded& ent
                      "texture \"{}\": image \"{}\" is truncated, what is missing is black or grey: {}",
                      texture.name, file, missing);
     OIIO::ustring path(file);
-    if (texture.colorProfile != scene::ColorProfile::Linear) {
+    const ColorMeaning meaning{texture.colorProfile, texture.colorSpaces, texture.colorSpace};
+    if (!meaning.isLinear()) {
         const OIIO::ustring converted(
-            fmt::format("profile {} {}", static_cast<int>(texture.colorProfile), file));
-        addConvertedFile(*cache_, converted, file, texture.colorProfile);
+            fmt::format("profile {} \"{}\" {}", static_cast<int>(meaning.profile), meaning.space, file));
+        addConvertedFile(*cache_, converted, file, meaning);
         path = converted;
     }
     open(texture, entry, path, file);

@@ -53,7 +53,7 @@ void LibraryFormats::makeTextureFile(const std::string& image, const std::string
     OIIO::ustring name(image);
     if (converts) {
         name = OIIO::ustring("converted " + image);
-        addConvertedFile(*cache, name, image, settings.profile);
+        addConvertedFile(*cache, name, image, {settings.profile});
     }
     OIIO::ImageBuf pixels(name.string(), 0, 0, cache.get());
     if (!pixels.read(0, 0, false)) // through the cache, which has what is converted

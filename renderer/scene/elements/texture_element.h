@@ -2,6 +2,7 @@
 #pragma once
 
 #include "scene/elements/color_profile.h"
+#include "scene/elements/color_spaces.h"
 #include "scene/elements/element.h"
 
 #include <memory>
@@ -25,6 +26,10 @@ struct TextureElement final : Element {
     bool local = false, writable = false;
     std::optional<float> filter;                      ///< scale of the pyramid filter; nothing: unfiltered
     ColorProfile colorProfile = ColorProfile::Linear; ///< of an image file or of pixels
+    /// Of an image file whose profile is a colour space of a configuration, in place of `colorProfile`; null
+    /// otherwise. Outlives the texture.
+    const ColorSpaces* colorSpaces = nullptr;
+    std::string colorSpace;     ///< its name
     std::string file;           ///< as written, registry and environment references replaced
     std::string sceneDirectory; ///< where a relative file is looked for first
     int width = 0, height = 0;  ///< of inline pixels and light maps, rows bottom up; 0: not given

@@ -189,7 +189,13 @@ private:
     void readWritableFile(TextureElement& element);
     void readTextureSize(TextureElement& element, std::string_view before);
     void readInlinePixels(TextureElement& element, const SourceLocation& location);
-    ColorProfile readColorProfileName();
+    /// A built-in profile, or a colour space of the configuration.
+    struct Profile {
+        ColorProfile builtIn = ColorProfile::Linear;
+        const ColorSpaces* spaces = nullptr; ///< null: the built-in one
+        std::string space{};
+    };
+    Profile readColorProfileName();
     void readLightProfile(const Token& token, bool incremental);
     void readOther(const Token& token, std::string_view kind);
 

@@ -41,7 +41,11 @@ void Reader::readTexture(const Token& token, std::string_view firstWord, bool in
     element.writable = writable;
     element.filter = filter;
     element.sceneDirectory = stream_.directory();
-    element.colorProfile = accept("colorprofile") ? readColorProfileName() : ColorProfile::Linear;
+    const SourceLocation profileAt = locationOf(peek());
+    const Profile profile = accept("colorprofile") ? readColorProfileName() : Profile{};
+    element.colorProfile = profile.builtIn;
+    element.colorSpaces = profile.spaces;
+    element.colorSpace = profile.space;
     element.file.clear();
     element.fileType.clear();
     element.pixelFormat.clear();
@@ -49,6 +53,12 @@ void Reader::readTexture(const Token& token, std::string_view firstWord, bool in
     element.pixels.clear();
     element.baked.reset();
     element.shader = miNULLTAG;
+    if (profile.spaces && (writable || peek().is('[')))
+        error(profileAt,
+              "texture \"{}\": colour space \"{}\" is for image files; pixels written in the scene and "
+              "writable "
+              "textures take {}",
+              element.name, profile.space, colorProfileNames);
     if (peek().is('[')) {
         readInlinePixels(element, locationOf(nameOf));
     } else if (atShaderList()) {
@@ -107,11 +117,19 @@ void Reader::readInlinePixels(TextureElement& element, const SourceLocation& loc
     }
 }
 
-ColorProfile Reader::readColorProfileName() {
+Reader::Profile Reader::readColorProfileName() {
     const Token name = nameToken("a colour profile");
-    if (const auto known = colorProfileNamed(name.text)) return *known;
-    error(locationOf(name), "colour profile \"{}\" is not known; {} are", name.text, colorProfileNames);
-    return ColorProfile::Linear;
+    if (const auto known = colorProfileNamed(name.text)) return {*known, nullptr, {}};
+    const ColorSpaces* const spaces = options_.colorSpaces ? options_.colorSpaces() : nullptr;
+    if (spaces && spaces->knows(name.text)) return {ColorProfile::Linear, spaces, std::string(name.text)};
+    std::string others = "; colour spaces by their names need a colour configuration (--ocio, $OCIO)";
+    if (spaces) {
+        others = ", and in the colour configuration";
+        for (const std::string& space : spaces->names()) others += fmt::format(" \"{}\"", space);
+    }
+    error(locationOf(name), "colour profile \"{}\" is not known; {} are{}", name.text, colorProfileNames,
+          others);
+    return {};
 }
 
 void Reader::readLightProfile(const Token& token, bool incremental) {

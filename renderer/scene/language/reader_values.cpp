@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/language/reader.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace orca::scene {
@@ -133,11 +134,14 @@ Value Reader::readLiteral(const Parameter& parameter) {
     case miTYPE_VECTOR: readNumbers(3); break;
     case miTYPE_TRANSFORM: readNumbers(16); break;
     case miTYPE_COLOR: {
-        const ColorProfile profile = accept("colorprofile") ? readColorProfileName() : ColorProfile::Linear;
+        const Profile profile = accept("colorprofile") ? readColorProfileName() : Profile{};
         readNumbers(3);
-        if (profile != ColorProfile::Linear)
-            for (std::uint32_t& word : value.words)
-                word = bits(linearFrom(profile, std::bit_cast<float>(word)));
+        float color[3];
+        std::transform(value.words.begin(), value.words.end(), color, [&](std::uint32_t word) {
+            return linearFrom(profile.builtIn, std::bit_cast<float>(word));
+        });
+        if (profile.spaces) profile.spaces->makeLinear(profile.space, color, 1);
+        std::transform(color, color + 3, value.words.begin(), [](float channel) { return bits(channel); });
         value.words.push_back(atNumber() ? bits(next().number) : 0);
         break;
     }

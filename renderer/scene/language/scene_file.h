@@ -3,6 +3,7 @@
 
 #include "base/log.h"
 #include "scene/database.h"
+#include "scene/elements/color_spaces.h"
 #include "scene/elements/elements.h"
 #include "scene/render_request.h"
 
@@ -50,6 +51,9 @@ struct ParserOptions {
     bool strict = false;                     ///< what has no effect is an error
     SceneWriter* writer = nullptr;           ///< gets the statements as they are read; may be null
     const std::atomic<bool>* stop = nullptr; ///< when set, reading ends with an error; null: never
+    /// The colour configuration, for profiles that are not built in; null where there is none, and where it
+    /// cannot be read, which it has reported. When empty, there is none.
+    std::function<const ColorSpaces*()> colorSpaces;
     /// Whether a statement of the scene may read the file with this path; when empty, all are allowed. Of the
     /// files that are read while the scene is, those given to parseFile left out.
     std::function<bool(const std::string& path)> mayRead;
