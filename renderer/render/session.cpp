@@ -348,7 +348,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
         describeIds(*ids, result->picture().framebuffers(), result->frame());
     }
     if (settings.deep) {
-        result->deep = std::make_unique<DeepFilm>(area.sampled());
+        result->deep = std::make_unique<DeepFilm>(film.sampledWindow());
         parts.recordsSeen = true;
     }
     const Frame frame(parts);
