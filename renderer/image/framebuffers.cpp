@@ -130,13 +130,14 @@ Buffer& FramebufferSet::add(std::string name, miImg_type type) {
 
 /// Of described buffers: the table of ids that begins with one is in buffers that there are.
 void FramebufferSet::checkIdTable(std::size_t first) const {
+    if (isCryptomatte(buffers_[first]) && buffers_[first].type != miIMG_TYPE_RGBA_FP)
+        throw std::invalid_argument("a frame buffer holds ids in a type that cannot");
     const auto slots = static_cast<std::size_t>(buffers_[first].idSlots);
     if (slots == 0) return;
     bool isWhole =
         slots <= mostIdSlots && slots % idsOfLayer == 0 && first + slots / idsOfLayer <= buffers_.size();
     for (std::size_t i = first; isWhole && i < first + slots / idsOfLayer; ++i)
-        isWhole = isCryptomatte(buffers_[i]) && buffers_[i].type == miIMG_TYPE_RGBA_FP &&
-                  (i == first || buffers_[i].idSlots == 0);
+        isWhole = isCryptomatte(buffers_[i]) && (i == first || buffers_[i].idSlots == 0);
     if (!isWhole) throw std::invalid_argument("a frame buffer begins a table of ids that does not end");
 }
 
