@@ -37,6 +37,7 @@ PROGRAMS = [
     ("SDK/", [UNIT, RENDER]),
     ("shaders/", [UNIT, RENDER]),
     ("velabase/", [UNIT, RENDER]),
+    ("materials/", [UNIT, RENDER]),
     ("declarations/", [UNIT, RENDER]),
     ("renderer/scene/", [SCENE, IMAGE, RENDER]),
     ("renderer/base/", [SCENE, IMAGE, RENDER]),
@@ -109,7 +110,7 @@ def build(targets):
 
 
 def shaders_of(program):
-    return [program] if program in (UNIT, SCENE) else [program, "orca", "velabase", "orca-render"]
+    return [program] if program in (UNIT, SCENE) else [program, "orca", "velabase", "velamaterials", "orca-render"]
 
 
 def notices(program, shards, timeout):

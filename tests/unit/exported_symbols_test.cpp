@@ -44,6 +44,7 @@ TEST(ExportedSymbols, AreTheShadersAndProtocolFunctionsAndNothingElse) {
     EXPECT_EQ(exportedFunctions("orca.so"),
               wordsOf("grep -v '^#' '" + std::string(build_paths::exportedSymbols) + "'"));
     EXPECT_EQ(exportedFunctions("velabase.so"), Symbols{});
+    EXPECT_EQ(exportedFunctions("velamaterials.so"), Symbols{});
 }
 
 TEST(ExportedSymbols, LeaveOnlyTheRendererAndTheStandardLibrariesOpen) {
