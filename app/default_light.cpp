@@ -22,10 +22,22 @@ constexpr const char* stateName = "default light:base";
 constexpr const char* instanceName = "default light:instance";
 
 /// Shaders of materials that show nothing but light, as long as they do not shine by themselves.
-constexpr std::array<std::string_view, 7> reflecting = {
-    "orcaVelaShadingEngine", "orcaVelaLambert",     "orcaVelaPhong",      "orcaVelaPhongE",
-    "orcaVelaBlinn",         "orcaVelaAnisotropic", "orcaVelaOceanShader"};
-constexpr std::array<std::string_view, 2> shining = {"incandescence", "ambientColor"};
+constexpr std::array<std::string_view, 15> reflecting = {"orcaVelaShadingEngine",
+                                                         "orcaVelaLambert",
+                                                         "orcaVelaPhong",
+                                                         "orcaVelaPhongE",
+                                                         "orcaVelaBlinn",
+                                                         "orcaVelaAnisotropic",
+                                                         "orcaVelaOceanShader",
+                                                         "orcaVelaMiaMaterialXAdapter",
+                                                         "orcaVelaMiCarPaintPhenXAdapter",
+                                                         "orcaVelaMiMetallicPaintXAdapter",
+                                                         "orcaVelaMisssFastShaderXAdapter",
+                                                         "velaSurfaceX",
+                                                         "velaCarPaintX",
+                                                         "velaMetallicPaintX",
+                                                         "velaSkinX"};
+constexpr std::array<std::string_view, 3> shining = {"incandescence", "ambientColor", "emission"};
 
 bool startsWith(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <limits>
 #include <stdexcept>
@@ -332,6 +333,17 @@ DLLEXPORT miBoolean testHairs(miTag* result, miState* state, miTag* material) {
     mi_api_hair_hairs_end();
     mi_api_hair_end();
     return mi_geoshader_add_result(result, mi_api_object_end());
+}
+
+/// A material's components under names that other libraries use.
+DLLEXPORT miBoolean testComponents(void* result, miState*, void*) {
+    const struct {
+        miVector unknown{9, 9, 9};
+        miColor diffuse{0.1f, 0.1f, 0.1f, 0}, all{1, 1, 1, 1}, highlights{0.2f, 0.2f, 0.2f, 0};
+        miScalar reflection = 0.4f;
+    } components;
+    std::memcpy(result, &components, sizeof components);
+    return miTRUE;
 }
 
 } // extern "C"

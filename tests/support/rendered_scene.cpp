@@ -57,6 +57,8 @@ declare shader scalar "testSlope" ( vector "slope" ) end declare
 declare shader scalar "testDisplace" ( vector "world", vector "camera", vector "object" ) end declare
 declare shader struct { scalar "height", color "color", color "a", color "b", color "c", color "d" }
     "testRecord" ( color "color" ) end declare
+declare shader struct { vector "unknown", color "diffuse_result", color "result", color "spec_result",
+    scalar "refl_result" } "testComponents" ( ) end declare
 declare shader color "testLineLength" ( ) apply output end declare
 declare shader color "testCall" ( shader "called", boolean "asks" ) end declare
 )mi";
