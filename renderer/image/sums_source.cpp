@@ -126,7 +126,7 @@ private:
             if (channels_[p] != Accumulation::Variance) continue;
             if (quartersBefore == 1) deviations_[p].assign(end_, 0.0f);
             const float *const from = quarter.values().numbers<float>(p), *const before =
-                                                                            sum.values().numbers<float>(p);
+                                                                              sum.values().numbers<float>(p);
             for (std::size_t i = begin_; i < end_; ++i)
                 deviations_[p][i] += squaredDeviation(quartersBefore, {before[i], weight[i]},
                                                       {before[i] + from[i], weight[i] + added[i]});
