@@ -99,6 +99,7 @@ picture translucence 360x202
 picture pass_masks 360x202
 picture shadow_passes 360x202 diffuse diffuseNoShadow shadow
 picture materials_row 960x320
+picture fur 640x360 && as_jpeg fur
 picture scatter 480x270
 picture gather_interior 480x270
 picture motion_wheel 480x270

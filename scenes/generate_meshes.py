@@ -12,6 +12,7 @@ import sys
 import time
 
 import city
+import fur
 import images
 import neon
 import shapes
@@ -55,6 +56,7 @@ CATALOGUE = {
     "cushion": shapes.cushion,
     "drum": shapes.drum,
     "lamp_shade": shapes.lamp_shade,
+    "fur": fur.bear,
 }
 
 
