@@ -117,6 +117,12 @@ private:
     bool handsUp_;
 };
 
+/// Tells the renderer the opacity of the plane by itself where it keeps one: what is behind hides it.
+void updateOpacity(miState* state, const miColor& opacity) {
+    miColor held;
+    if (mi_opacity_get(state, &held)) mi_opacity_set(state, &opacity);
+}
+
 class ImagePlaneClass : public FlatMaterial<P, ShaderHelper<P>> {
 public:
     using FlatMaterial::FlatMaterial;
@@ -227,6 +233,7 @@ private:
             mi_opacity_set(state, &opacity);
             return;
         }
+        updateOpacity(state, grey(alpha, alpha));
         const Restored<miColor> layers(hit.vela.layerTransmission);
         hit.vela.layerTransmission *= 1.0f - alpha;
         result += hit.behind(1.0f - alpha, writesPasses()) * (1.0f - alpha);
