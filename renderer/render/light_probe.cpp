@@ -123,7 +123,7 @@ LightCluster LightProbe::measureFromAfar(const LightInstance& light) {
     const geometry::SceneGeometry& geometry = context_.frame.geometry;
     const miVector middle = 0.5f * (geometry.boundsMin() + geometry.boundsMax());
     const Answer answer = ask(light, middle, -1.0f * light.direction);
-    LightCluster cluster{Kind::Everywhere, middle, middle, LightCone::everyDirection(), {}};
+    LightCluster cluster{Kind::Everywhere, middle, middle, LightCone::everyDirection(), {}, 1};
     cluster.falloff[0] = answer.strength;
     if (light.directional()) {
         cluster.kind = Kind::Directed;
@@ -167,7 +167,7 @@ LightCluster LightProbe::measure(const LightInstance& light) {
     if (light.choosesPlaces() && ask(light, centre, {0.0f, 1.0f, 0.0f}).isFromAfar)
         return measureFromAfar(light);
 
-    LightCluster cluster{Kind::Placed, centre, centre, LightCone::everyDirection(), {}};
+    LightCluster cluster{Kind::Placed, centre, centre, LightCone::everyDirection(), {}, 1};
     float seenAt = 0.0f;
     miVector brightest = light.direction;
     for (const std::size_t look : looksAt) {

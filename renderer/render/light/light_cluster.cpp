@@ -37,10 +37,22 @@ miVector nearestOnRay(const LightReceiver& receiver, const miVector& centre) {
     return receiver.point + std::clamp(along, 0.0f, receiver.length) * receiver.towardStart;
 }
 
-float surfaceShare(const LightReceiver& receiver, const miVector& towardLight, const Angle& extent) {
+/// Of a unit vector that makes this cosine with the normal.
+float surfaceShare(const LightReceiver& receiver, float cosine) {
     if (isNull(receiver.normal)) return 1.0f;
-    const Angle nearest = Angle::ofCosine(dot(receiver.normal, towardLight)).minus(extent);
-    return raised(std::max(0.0f, nearest.cosine), leastOfSurface);
+    return raised(std::clamp(cosine, 0.0f, 1.0f), leastOfSurface);
+}
+
+/// Of a unit vector that makes this cosine with the axis.
+float directionShare(const LightCone& cone, float cosine) {
+    const Angle off = Angle::ofCosine(cosine).minus({cone.cosineOfSpread, cone.sineOfSpread});
+    return raised(off.cosine > cone.cosineOfFalloff ? off.cosine : 0.0f, leastOfDirection);
+}
+
+/// How far the middles of a box's quarters reach along a unit vector, about its centre.
+float reach(const miVector& halfSize, const miVector& along) {
+    const miVector share = 0.5f * halfSize;
+    return share.x * std::abs(along.x) + share.y * std::abs(along.y) + share.z * std::abs(along.z);
 }
 
 } // namespace
@@ -49,35 +61,47 @@ miVector LightCluster::centre() const {
     return 0.5f * (low + high);
 }
 
-// As the estimate of A. Conty Estevez and C. Kulla, "Importance Sampling of Many Lights with Adaptive Tree
-// Splitting", 2018, with a measured falloff in place of the inverse square of the distance.
+// Light that falls on a surface, as in A. Conty Estevez and C. Kulla, "Importance Sampling of Many Lights
+// with Adaptive Tree Splitting", 2018, with a measured falloff in place of the inverse square of the
+// distance. Of a cluster that is as close as it is large, the few nearest lights give most of the light: its
+// lights are taken as spread evenly over an area, half of them, a quarter and so on at the distances that
+// follow.
 float LightCluster::importance(const LightReceiver& receiver, float farthest) const {
-    constexpr Angle every{-1.0f, 0.0f};
     if (kind == Kind::Everywhere) return falloff[0];
-    if (kind == Kind::Directed)
+    if (kind == Kind::Directed) {
+        const Angle facing = Angle::ofCosine(-dot(receiver.normal, cone.axis));
         return falloff[0] *
-               surfaceShare(receiver, -1.0f * cone.axis, {cone.cosineOfSpread, cone.sineOfSpread});
-    const miVector middle = centre();
+               surfaceShare(receiver, facing.minus({cone.cosineOfSpread, cone.sineOfSpread}).cosine);
+    }
+    const miVector middle = centre(), halfSize = 0.5f * (high - low);
     const bool onRay = !isNull(receiver.towardStart);
-    const miVector point = onRay ? nearestOnRay(receiver, middle) : receiver.point;
-    const miVector fromLight = point - middle, toCorner = 0.5f * (high - low);
-    const float square = dot(fromLight, fromLight), radiusSquare = dot(toCorner, toCorner);
-    const float distance = std::sqrt(std::max({square, radiusSquare, 1e-30f}));
-    const float strength = falloff.at(distance / farthest);
-    if (onRay) return strength;
-    if (!(square > radiusSquare)) return strength * surfaceShare(receiver, receiver.normal, every);
-
-    const miVector direction = (1.0f / distance) * fromLight;
-    const float sine = std::sqrt(radiusSquare) / distance;
-    const Angle extent{std::sqrt(1.0f - sine * sine), sine}, spread{cone.cosineOfSpread, cone.sineOfSpread};
-    const Angle off = Angle::ofCosine(dot(cone.axis, direction)).minus(spread).minus(extent);
-    const float shining = off.cosine > cone.cosineOfFalloff ? off.cosine : 0.0f;
-    return strength * raised(shining, leastOfDirection) * surfaceShare(receiver, -1.0f * direction, extent);
+    const miVector toPoint = (onRay ? nearestOnRay(receiver, middle) : receiver.point) - middle;
+    const miVector distances{std::abs(toPoint.x), std::abs(toPoint.y), std::abs(toPoint.z)};
+    const miVector outside{std::max(0.0f, distances.x - halfSize.x), std::max(0.0f, distances.y - halfSize.y),
+                           std::max(0.0f, distances.z - halfSize.z)};
+    const miVector beyond = distances + halfSize;
+    const float nearest = dot(outside, outside), spread = dot(beyond, beyond) - nearest; // squares
+    const float alongAxis = dot(toPoint, cone.axis) + reach(halfSize, cone.axis);
+    const float alongNormal = -dot(toPoint, receiver.normal) + reach(halfSize, receiver.normal);
+    const auto arriving = [&](float shareOfArea) {
+        const float distance = std::sqrt(std::max(nearest + shareOfArea * spread, 1e-30f));
+        const float strength = falloff.at(distance / farthest);
+        if (onRay) return strength;
+        return strength * directionShare(cone, alongAxis / distance) *
+               surfaceShare(receiver, alongNormal / distance);
+    };
+    float sum = 0.0f, rest = 1.0f; // of its lights
+    for (std::uint32_t number = lights; number > 1; number /= 2) {
+        rest *= 0.5f;
+        sum += rest * arriving(rest);
+    }
+    return sum + rest * arriving(0.5f * rest);
 }
 
 LightCluster merged(const LightCluster& a, const LightCluster& b) {
     using Kind = LightCluster::Kind;
     LightCluster both = a;
+    both.lights += b.lights;
     both.falloff.add(b.falloff);
     if (a.kind == b.kind) {
         both.cone = merged(a.cone, b.cone);

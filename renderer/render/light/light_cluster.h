@@ -6,6 +6,8 @@
 
 #include <shader.h>
 
+#include <cstdint>
+
 namespace orca::render {
 
 /// Where light arrives that lights are chosen for.
@@ -25,6 +27,7 @@ struct LightCluster {
     miVector low, high;   ///< bounds of their places
     LightCone cone;       ///< directed: the axis is the direction of the light
     LightFalloff falloff; ///< everywhere and directed: its first entry alone
+    std::uint32_t lights = 1;
 
     [[nodiscard]] miVector centre() const;
     /// Estimated share of the light that arrives; of any unit. Above 0 where `falloff` is: lights may

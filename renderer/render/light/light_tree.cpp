@@ -120,7 +120,7 @@ LightTree::LightTree(std::span<const LightCluster> lights, float farthest) : far
 
 void LightTree::build(Members members, std::span<const LightCluster> lights) {
     const auto node = static_cast<std::uint32_t>(nodes_.size());
-    nodes_.push_back({lights[members[0]], static_cast<std::uint32_t>(members.size()), members[0]});
+    nodes_.push_back({lights[members[0]], members[0]});
     if (members.size() == 1) return;
     // What has no place is in a part of its own.
     const auto placed = std::stable_partition(members.begin(), members.end(), [&](std::uint32_t member) {
@@ -145,7 +145,7 @@ struct LightTree::Walk {
 
 int LightTree::choose(const LightReceiver& receiver, int wanted, float u, ChosenLight* chosen) const {
     Walk state{receiver, static_cast<double>(u), chosen, 0};
-    walk(state, 0, 0.0, std::min(static_cast<double>(wanted), static_cast<double>(nodes_[0].lights)));
+    walk(state, 0, 0.0, std::min(static_cast<double>(wanted), static_cast<double>(nodes_[0].cluster.lights)));
     return state.count;
 }
 
@@ -153,16 +153,17 @@ int LightTree::choose(const LightReceiver& receiver, int wanted, float u, Chosen
 void LightTree::walk(Walk& state, std::uint32_t index, double first, double share) const {
     if (state.u + std::ceil(first - state.u) >= first + share) return; // no point falls on it
     const Node& node = nodes_[index];
-    if (node.lights == 1) {
+    if (node.cluster.lights == 1) {
         state.chosen[state.count++] = {node.right, static_cast<float>(1.0 / share)};
         return;
     }
     const Node &left = nodes_[index + 1], &right = nodes_[node.right];
     const double ofLeft = static_cast<double>(left.cluster.importance(state.receiver, farthest_));
     const double ofRight = static_cast<double>(right.cluster.importance(state.receiver, farthest_));
-    const double sum = ofLeft + ofRight, lights = static_cast<double>(left.lights);
-    const double part = sum > 0.0 && std::isfinite(sum) ? ofLeft / sum : lights / node.lights;
-    const double shareOfLeft = std::clamp(share * part, share - static_cast<double>(right.lights), lights);
+    const double sum = ofLeft + ofRight, lights = static_cast<double>(left.cluster.lights);
+    const double part = sum > 0.0 && std::isfinite(sum) ? ofLeft / sum : lights / node.cluster.lights;
+    const double shareOfLeft =
+        std::clamp(share * part, share - static_cast<double>(right.cluster.lights), lights);
     walk(state, index + 1, first, shareOfLeft);
     walk(state, node.right, first + shareOfLeft, share - shareOfLeft);
 }

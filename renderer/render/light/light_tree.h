@@ -40,8 +40,7 @@ public:
 private:
     struct Node {
         LightCluster cluster;
-        std::uint32_t lights; // below it
-        std::uint32_t right;  // its second child, the first follows it; of a single light: which one
+        std::uint32_t right; // its second child, the first follows it; of a single light: which one
     };
     struct Walk;
 
