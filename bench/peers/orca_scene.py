@@ -71,6 +71,8 @@ def scene_text(scene, options, shadow_rays):
     gather = dict(GATHER, **{"finalgather trace depth": f"{scene.reflections} {scene.refractions} {scene.reflections + scene.refractions}"
                                                         f" {scene.bounces}"}) if scene.bounces else {}
     moves = any(any(instance.moved) for instance in scene.instances)
+    if scene.light_samples:
+        gather["light samples"] = scene.light_samples
     if moves:
         gather.update({"motion": "on", "shutter": "0 1"})
     settings = "\n".join(f"    {words} {value}" for words, value in {**gather, **options}.items())
@@ -91,7 +93,7 @@ def scene_text(scene, options, shadow_rays):
            f'instance "camera here" "camera" transform {transform(looking(camera.eye, camera.target))} end instance\n')
     members = ["camera here"]
     if scene.sky and scene.sky.lights and not scene.bounces:
-        yield f'light "dome" "velaDomeLight" ( {flat} ) user 2 2 end light\ninstance "dome here" "dome" end instance\n'
+        yield f'light "dome" "velaDomeLight" ( {flat} ) user {scene.sky.samples} {scene.sky.samples} end light\ninstance "dome here" "dome" end instance\n'
         members.append("dome here")
     for name, mesh in scene.meshes.items():
         yield shader_of(name, mesh.material)

@@ -64,6 +64,7 @@ class Sky:
     """One colour all around. It lights surfaces when `lights` is set, and is seen, reflected and refracted in any case."""
     color: tuple
     lights: bool = False
+    samples: int = 2              # along each side of a sample's square, for orca-render's dome light
 
 
 @dataclasses.dataclass
@@ -85,6 +86,7 @@ class Scene:
     reflections: int = 0
     refractions: int = 0
     bounces: int = 0              # of diffuse light
+    light_samples: int = 0        # lights that orca-render chooses at each point; 0: all
     size: tuple = (480, 270)
 
 

@@ -127,8 +127,25 @@ def lamps():
         for j in range(4):
             warm = (i + 2 * j) % 3 / 2
             scene.lights.append(SquareLamp((-2.2 + 1.1 * i, 2.75, -2.2 + 1.6 * j), 0.4, (1.6 + 0.5 * warm, 1.8, 2.3 - 0.8 * warm)))
-    scene.sky = Sky((1.2, 1.5, 2.0), lights=True)
+    scene.sky, scene.light_samples = Sky((1.2, 1.5, 2.0), lights=True, samples=8), 4
     return scene
+
+
+def many_lights():
+    """A thousand small lamps, low over a yard full of boxes."""
+    chance = random.Random(2)
+    meshes = {"ground": Mesh([(-24.0, 0.0, 24.0), (24.0, 0.0, 24.0), (24.0, 0.0, -24.0), (-24.0, 0.0, -24.0)], [(0, 1, 2), (0, 2, 3)],
+                             Material((0.6, 0.58, 0.55)))}
+    for i, color in enumerate((WOOD, CLOTH, PAINT, CLAY)):
+        meshes[f"box{i}"] = Mesh(*box((1, 1, 1)), Material(color))
+    instances = [Instance("ground")]
+    for _ in range(400):
+        size = chance.uniform(0.1, 0.45)
+        instances.append(Instance(f"box{chance.randrange(4)}",
+                                  at(chance.uniform(-20, 20), size, chance.uniform(-20, 20), size, chance.uniform(0, 90))))
+    lamps = [SquareLamp((chance.uniform(-20, 20), chance.uniform(1.0, 2.5), chance.uniform(-20, 20)), chance.uniform(0.05, 0.2),
+                        tuple(chance.uniform(10, 60) for _ in range(3))) for _ in range(1000)]
+    return Scene(meshes, instances, lamps, Camera((0.0, 9.0, 24.0), (0.0, 0.0, 4.0), 1.0), size=(320, 180), light_samples=16)
 
 
 def bounces():
@@ -157,7 +174,7 @@ def instances():
     return scene
 
 
-BY_NAME = {make.__name__.replace("_", "-"): make for make in (still_life, soft_shadows, motion, lamps, bounces, instances)}
+BY_NAME = {make.__name__.replace("_", "-"): make for make in (still_life, soft_shadows, motion, lamps, many_lights, bounces, instances)}
 
 
 def scene_named(name, size=None):
