@@ -131,6 +131,26 @@ TEST(GlassLayer, LosesNothingAtAnyRoughness) {
             }
 }
 
+/// Light from everywhere on the outside lets as much in as light from everywhere inside lets out, over the
+/// square of the index, however rough the boundary is.
+TEST(GlassLayer, LetsLightThroughFromEitherSideAlike) {
+    constexpr float index = 1.5f;
+    for (const float roughness : {0.0f, 0.6f, 1.0f}) {
+        double through[2] = {};
+        for (const bool inside : {false, true}) {
+            const Glass glass{Roughness(roughness, 0), inside ? 1 / index : index, white, false, {}};
+            Numbers u;
+            constexpr int paths = 100000;
+            for (int i = 0; i < paths; ++i) {
+                const miVector view = direction(std::sqrt(u())); // weighted by the cosine
+                const GlassPath path = walkThroughGlass(glass, view, u(), u(), u());
+                if (path.direction.z < 0) through[inside] += double(path.weight.g) / paths;
+            }
+        }
+        EXPECT_NEAR(through[0], through[1] * double(index * index), 0.01) << roughness;
+    }
+}
+
 TEST(SheenLayer, ReflectsWhatItsAlbedoSays) {
     Numbers u;
     for (const float roughness : {0.25f, 0.5f, 1.0f})
