@@ -135,6 +135,9 @@ picture lantern 640x320
 layers lantern 160x80 diffuse specular shadow cameraDepth
 finely area_lights 480x270
 layers area_lights 160x90 diffuse specular shadow reflection
+finely material_matrix 480x240
+finely material_study 480x240
+layers material_study 160x80 diffuse specular reflection refraction
 picture dome 480x270
 layers dome 160x90 diffuse reflection
 picture neon 400x225
