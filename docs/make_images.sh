@@ -148,6 +148,12 @@ picture interior 480x270
 as_jpeg interior
 layers interior 160x90 diffuseDay diffuseLamps diffuseStrip specular reflection indirect
 
+# The stages of the shot from Blender to the composite, where there is a Blender with the add-on (./orca blender).
+if command -v blender >/dev/null; then
+    PATH="/usr/bin:$PATH" blender -b --python-exit-code 1 --python "$root/scenes/blender_composite.py" -- "$scratch/stages"
+    montage "$scratch"/stages/{rendered,relit,graded,final}.png -tile 2x -geometry 480x270+2+2 -quality 88 "$images/tutorial-composite.jpg"
+fi
+
 # The last example of the page on Python writes its picture itself.
 (cd "$scratch" && awk '/^```python$/ { text = ""; inside = 1; next } /^```$/ { inside = 0 } inside { text = text $0 "\n" } END { printf "%s", text }' \
     "$root/docs/python.md" | "$root/orca" python - && mv python.png "$images/python.png")

@@ -130,4 +130,5 @@ def main():
     save(numpy.concatenate([numpy.concatenate(small, axis=1), picture]), target)
 
 
-main()
+if __name__ == "__main__":
+    main()
