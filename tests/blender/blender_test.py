@@ -31,7 +31,7 @@ def run(folder, *arguments):
     return said
 
 
-REPORTED = ('Orca: left out: hair of particle systems: "floor"',
+REPORTED = ('Orca: left out: particles that are no objects: "floor"',
             'Orca: left out: nodes of the kind Noise Texture, whose socket keeps its own value: "red"')
 
 

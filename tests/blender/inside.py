@@ -134,6 +134,25 @@ def case_instances_modifiers_and_curves():
     return check_as_cycles(0.01)
 
 
+def case_hair():
+    scene, _ = sunny_room()
+    black = made.material("black", Color=(0, 0, 0, 1))  # ribbons are shaded round by one, flat by the other
+    floor = bpy.data.objects["floor"]
+    floor.data.materials.append(black)
+    settings = floor.modifiers.new("grass", "PARTICLE_SYSTEM").particle_system.settings
+    settings.type, settings.count, settings.hair_length, settings.material = "HAIR", 60, 0.6, 2
+    settings.root_radius, settings.tip_radius, settings.shape, settings.radius_scale = 1.0, 0.2, 0.3, 0.05
+    settings.brownian_factor, settings.child_type, settings.rendered_child_count = 0.1, "INTERPOLATED", 4
+    scene.cycles_curves.shape, scene.orca.samples_min, scene.orca.samples_max = "RIBBONS", 2, 2
+    bpy.context.view_layer.objects.active = floor
+    bpy.ops.curves.convert_from_particle_system()
+    tuft = next(thing for thing in scene.objects if thing.type == "CURVES")
+    tuft.location.z, tuft.rotation_euler = 0.8, (0, 0, 1.5)
+    tuft.data.materials.clear()
+    tuft.data.materials.append(black)
+    return check_as_cycles(0.03)
+
+
 def picture_nodes(material, pixels):
     """An image texture in a material; the image is packed."""
     image = bpy.data.images.new("image", pixels.shape[1], pixels.shape[0], alpha=True)
@@ -419,7 +438,7 @@ def case_left_out():
     """blender_test.py looks for what is reported."""
     sunny_room()
     particles = bpy.data.objects["floor"].modifiers.new("grass", "PARTICLE_SYSTEM").particle_system.settings
-    particles.type, particles.count = "HAIR", 10
+    particles.type, particles.count, particles.render_type = "EMITTER", 10, "LINE"
     tree = bpy.data.materials["red"].node_tree
     tree.links.new(tree.nodes.new("ShaderNodeTexNoise").outputs["Color"], tree.nodes["Diffuse BSDF"].inputs["Color"])
     made.render(FOLDER)

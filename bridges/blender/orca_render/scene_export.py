@@ -4,7 +4,7 @@
 import dataclasses
 import os
 
-from . import camera, lights, mattes, meshes, passes, scene_text, snapshot, world
+from . import camera, lights, mattes, meshes, passes, scene_text, snapshot, strands, world
 from .images import Images
 from .materials import Materials
 
@@ -139,6 +139,11 @@ class _SceneExport:
                 element = self._object(shown)
                 if element:
                     placed.append(self._placed(shown, element))
+                placed += self._particle_hairs(shown)
+            elif kind == "CURVES":
+                element = self._hairs(("curves", shown.thing.data.as_pointer()), shown.thing.data.name, strands.of_curves, shown.thing.data)
+                if element:
+                    placed.append(dataclasses.replace(self._placed(shown, element), emission=""))
             elif snapshot.UNSUPPORTED.get(kind):
                 self._losses.add(snapshot.UNSUPPORTED[kind], shown.thing.name)
             self._note_losses(shown.thing)
@@ -147,9 +152,7 @@ class _SceneExport:
 
     def _note_losses(self, thing):
         for system in getattr(thing, "particle_systems", ()):
-            if system.settings.type == "HAIR" and system.settings.render_type == "PATH":
-                self._losses.add("hair of particle systems", thing.name)
-            elif system.settings.render_type in {"HALO", "LINE"}:
+            if system.settings.render_type in {"HALO", "LINE"} or (system.settings.type != "HAIR" and system.settings.render_type == "PATH"):
                 self._losses.add("particles that are no objects", thing.name)
 
     # --- objects ---
@@ -172,6 +175,31 @@ class _SceneExport:
                     name = self._objects[key] = self._text.name(shown.thing.data.name)
                     meshes.write(self._text, name, found)
         return self._objects[key]
+
+    def _hairs(self, key, wanted, make, *of):
+        """Name of the object for the hairs that make(*of) gives, printed with its first use; None where there are none."""
+        if key not in self._objects:
+            found = make(*of)
+            self._objects[key] = None
+            if found is not None:
+                name = self._objects[key] = self._text.name(wanted)
+                self._text.hairs(name, found.points, found.starts)
+        return self._objects[key]
+
+    def _particle_hairs(self, shown):
+        """The hairs of a thing's particle systems, each with the material that its settings name."""
+        thing = shown.thing
+        placed = []
+        for number, system in enumerate(getattr(thing, "particle_systems", ())):
+            if system.settings.type != "HAIR" or system.settings.render_type != "PATH":
+                continue
+            key = ("particles", thing.name_full, number)
+            element = self._hairs(key, f"{thing.name} {system.name}", strands.of_particles, thing, system)
+            if element:
+                own = self._placed(shown, element)
+                slot = min(max(system.settings.material - 1, 0), len(own.materials) - 1)
+                placed.append(dataclasses.replace(own, materials=[own.materials[slot]], emission=""))
+        return placed
 
     def _materials_of(self, shown):
         thing = shown.thing

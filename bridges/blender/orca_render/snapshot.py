@@ -7,7 +7,7 @@ import typing
 from . import meshes
 
 MESH_TYPES = {"MESH", "CURVE", "SURFACE", "META", "FONT"}
-UNSUPPORTED = {"CURVES": "hair curves", "VOLUME": "volume objects", "GPENCIL": "grease pencils", "POINTCLOUD": "point clouds",
+UNSUPPORTED = {"VOLUME": "volume objects", "GPENCIL": "grease pencils", "POINTCLOUD": "point clouds",
                "LIGHT_PROBE": ""}
 
 

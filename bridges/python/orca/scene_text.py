@@ -85,3 +85,15 @@ class SceneText:
         self.print("            integer")
         self.block(corners if slots is None else numpy.concatenate([slots[:, None], corners], axis=1))
         self.print("        end trilist\n    end group\nend object\n")
+
+    def hairs(self, name, points, starts):
+        """Prints an object of hairs with straight pieces.
+
+        points: rows of a place and a radius, for all hairs
+        starts: the first point of each hair
+        """
+        self.print(f'object "{name}"\n    visible on  shadow on  trace on\n    hair degree 1 vertex r scalars {4 * len(points)}')
+        self.block(points)
+        self.print(f"        hairs {len(starts)}")
+        self.block(4 * starts)
+        self.print("    end hair\nend object\n")
