@@ -118,11 +118,17 @@ TEST_P(Hair, IsMetWhereItsCurveLies) {
                                {float(end[0] - start[0]), float(end[1] - start[1]), float(end[2] - start[2])},
                                1e-5f);
 
-                    geometry::Ray onward{s.point, direction};
-                    onward.time = static_cast<float>(time);
-                    onward.skipInstance = seen->hit.meshInstance;
-                    onward.skipTriangle = seen->hit.triangle;
-                    EXPECT_FALSE(scene.built->occluded(onward)); // neither by its segment nor by the next
+                    // A ray that starts on a hair passes through its segment and the next one, not through
+                    // others.
+                    geometry::Ray starting{aim - 3.0f * direction, direction};
+                    starting.time = static_cast<float>(time);
+                    starting.skipInstance = seen->hit.meshInstance;
+                    const std::uint32_t met = seen->hit.triangle;
+                    for (const std::uint32_t from : {met, met ^ 1u, met - 2}) {
+                        starting.skipTriangle = from;
+                        EXPECT_EQ(scene.built->occluded(starting), from == met - 2);
+                        EXPECT_EQ(scene.look(starting).has_value(), from == met - 2);
+                    }
                 }
 }
 INSTANTIATE_TEST_SUITE_P(Kinds, Hair,
