@@ -11,8 +11,9 @@
 #include <string_view>
 
 /// Mattes of everything in a picture, by name: J. Friedman and A. Jones, "Fully Automatic ID Mattes with
-/// Support for Motion Blur and Transparency", 2015, in the files of the public Cryptomatte specification
-/// 1.2.0. A pixel holds ids and their weights, two pairs in each of its layers NAME00, NAME01 and so on.
+/// Support for Motion Blur and Transparency", 2015, in files of version 1.2.0 of
+/// Cryptomatte's format. A pixel holds ids and their weights, two pairs in each of its layers NAME00, NAME01
+/// and so on.
 namespace orca::image {
 
 /// MurmurHash3 (A. Appleby), the variant for 32 bits, with seed 0.

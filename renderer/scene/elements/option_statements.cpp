@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/elements/option_statements.h"
 
+#include "scene/elements/option_words.h"
 #include "scene/elements/options_element.h"
 #include "scene/elements/ray_words.h"
 
@@ -14,7 +15,6 @@ namespace {
 using Form = OptionStatement::Form;
 using V = OptionValues;
 
-constexpr Word switchWords[] = {{"on", 1}, {"off", 0}, {"true", 1}, {"false", 0}};
 constexpr OptionValues on{.word = 1};
 constexpr OptionValues off{};
 
@@ -32,47 +32,6 @@ constexpr NumberRange filterWidth{.least = 0.0, .most = 64.0, .above = true}; //
 constexpr NumberRange aboveZero{.least = 0.0, .above = true};
 
 constexpr std::string_view kernelDecides = "the ray-tracing kernel chooses its own structures";
-
-constexpr Word scanlineWords[] = {{"on", 1},
-                                  {"off", 0},
-                                  {"true", 1},
-                                  {"false", 0},
-                                  {"rapid", 'r'},
-                                  {"rasterizer", miSCANLINE_RASTERIZER},
-                                  {"opengl", 'o', "graphics hardware is not used, rays are traced"}};
-
-constexpr Word shadowMapWords[] = {
-    {"on", 1},
-    {"off", 0},
-    {"true", 1},
-    {"false", 0},
-    {"only", 2, "lights without a map cast ray-traced shadows as well"},
-    {"detail", 3, "shadow maps hold depths alone; transparent things cast full shadows in them"},
-    {"opengl", 4, "graphics hardware is not used, rays fill the maps"}};
-
-constexpr Word rebuildWords[] = {{"on", 1},    {"off", 0},    {"true", 1},
-                                 {"false", 0}, {"freeze", 2}, {"merge", 3}};
-
-constexpr Word gatherWords[] = {{"off", 0},
-                                {"on", 1},
-                                {"false", 0},
-                                {"true", 1},
-                                {"only", 2, "the whole picture is rendered, as with \"on\""},
-                                {"fastlookup", 3, "no photons are traced, light is gathered as with \"on\""}};
-
-constexpr Word photonWords[] = {{"off", 0}, {"on", 1, noPhotons}, {"false", 0}, {"true", 1, noPhotons}};
-
-constexpr Word lightmapWords[] = {{"on", static_cast<int>(LightMaps::On)},
-                                  {"off", static_cast<int>(LightMaps::Off)},
-                                  {"true", static_cast<int>(LightMaps::On)},
-                                  {"false", static_cast<int>(LightMaps::Off)},
-                                  {"only", static_cast<int>(LightMaps::Only)}};
-
-constexpr Word accelerationWords[] = {{"bsp", 0}, {"bsp2", 1}, {"grid", 2}};
-
-constexpr Word colorClipWords[] = {{"raw", static_cast<int>(ColorClip::Raw)},
-                                   {"rgb", static_cast<int>(ColorClip::Rgb)},
-                                   {"alpha", static_cast<int>(ColorClip::Alpha)}};
 
 miColor gatherScale(const V& v) {
     return {v.at(0), v.at(1), v.at(2), v.count > 3 ? v.at(3) : 1.0f};
