@@ -170,6 +170,15 @@ void warnOfNothing(const FrameParts& parts, Log& log) {
                             "shader is in the picture");
 }
 
+/// All samples are shaded but those of the rasterizer.
+VisibilitySamples visibilityOf(const scene::OptionsElement& options) {
+    if (options.options.scanline != miSCANLINE_RASTERIZER) return {};
+    const auto across = static_cast<unsigned>(options.visibilitySamples);
+    const auto count = across * across;
+    const float shadings = std::clamp(std::round(options.shadingSamples), 1.0f, static_cast<float>(count));
+    return {count, static_cast<unsigned>(shadings)};
+}
+
 /// Null where all lights are sampled at every point.
 std::unique_ptr<LightChooser> chooserOf(const FrameParts& parts, int wanted) {
     if (wanted < 1 || parts.lights.all().size() <= static_cast<std::size_t>(wanted)) return nullptr;
@@ -310,6 +319,7 @@ std::unique_ptr<FrameResult> Session::render(Picture asked, const RenderSettings
             .seed = picture.options.samplesLocked ? 0 : static_cast<std::uint32_t>(camera.frame),
             .globalLock = globalLock_,
             .stop = settings.stop,
+            .visibility = visibilityOf(picture.options),
         };
     };
     GeometryShaders geometryShaders(database_, log_, root);

@@ -5,6 +5,7 @@
 #include "render/camera/eye_sample.h"
 #include "render/camera/state_shaders.h"
 #include "render/context/seen_surfaces.h"
+#include "render/context/shaded_layers.h"
 #include "render/film/sample_steps.h"
 
 #include <tbb/global_control.h>
@@ -67,6 +68,7 @@ struct TileRenderer::Worker {
     RenderContext context;
     std::vector<float> pixel;    // the pixel being rendered, where it is kept apart from the film
     bool takesOneSample = false; // that pixel, with this pass
+    ShadedLayers shadedLayers;   // of that pixel, in rasterizer mode
 
 private:
     RayCounts counted_;
@@ -146,13 +148,29 @@ bool TileRenderer::addBlock(Worker& worker, int x, int y, image::SampleRange sam
     return true;
 }
 
+/// In rasterizer mode a sample is several visibility samples, which share shadings.
 bool TileRenderer::addSample(Worker& worker, int x, int y, unsigned index, float* sums) {
+    const VisibilitySamples& visibility = frame_.visibility;
+    if (visibility.count == 1) return addVisibilitySample(worker, x, y, index, sums);
+    bool complete = true;
+    for (unsigned i = 0; complete && i < visibility.count; ++i) {
+        if (i % visibility.perShading() == 0)
+            worker.shadedLayers.begin(index * visibility.shadings + i / visibility.perShading());
+        worker.context.shadedLayers = &worker.shadedLayers;
+        complete = addVisibilitySample(worker, x, y, index * visibility.count + i, sums);
+    }
+    worker.context.shadedLayers = nullptr;
+    return complete;
+}
+
+bool TileRenderer::addVisibilitySample(Worker& worker, int x, int y, unsigned index, float* sums) {
     Sampler& sampler = worker.context.sampler;
     sampler.startSample(frame_.seed, x, y, index);
     const float lobe = filter_.hasNegativeLobes() ? sampler.eye(EyeFilterLobe) : 0.0f;
     PixelFilter::Placement placement =
         filter_.place(index, sampler.eye(EyeFilterX), sampler.eye(EyeFilterY), lobe);
-    if (worker.takesOneSample && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
+    const bool isOnlyOne = worker.takesOneSample && frame_.visibility.count == 1;
+    if (isOnlyOne && frame_.options.jitter == 0.0f) placement.x = placement.y = 0.0f;
     renderEyeSample(worker.context, x, y, placement);
     if (rays_) worker.report(*rays_);
     if (frame_.stopped()) return false; // its rays may have been refused

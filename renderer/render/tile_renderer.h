@@ -56,6 +56,7 @@ private:
     bool renderRange(Worker& worker, int x, int y, float* pixel);
     bool addBlock(Worker& worker, int x, int y, image::SampleRange samples, float* sums, bool areEmpty);
     bool addSample(Worker& worker, int x, int y, unsigned index, float* sums);
+    bool addVisibilitySample(Worker& worker, int x, int y, unsigned index, float* sums);
     void renderTile(Worker& worker, std::size_t tile);
     Worker& workerOfThisThread();
     bool inParallel(std::size_t count, const std::function<void(Worker&, std::size_t)>& work);

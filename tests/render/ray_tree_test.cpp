@@ -150,7 +150,7 @@ TEST(Rasterizer, CompositesTheSamePictureAsTracedTransparency) {
         scene.baseState = baseState;
         scene.extraOptions.clear();
         const RenderedScene traced(scene);
-        scene.extraOptions = "scanline rapid";
+        scene.extraOptions = "scanline rapid\nsamples collect 1";
         const RenderedScene composited(scene);
         for (int x = 0; x < 16; ++x)
             for (const char* layer : {"main", "diffuse", "beauty"}) {

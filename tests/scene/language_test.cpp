@@ -237,8 +237,6 @@ TEST(StatementsWithoutEffect, SaySoOnceInAScene) {
         LogLevel level;
         const char* messages; ///< without their reasons
     } cases[] = {
-        {"options \"o\" samples collect 4 end options", LogLevel::Warning,
-         "13: options \"o\": \"samples collect\""},
         {"options \"o\" filter gauss clip 3 3 end options", LogLevel::Warning,
          "13: options \"o\": \"filter\""},
         {"options \"o\" merge on geometry on pass on caustic off end options", LogLevel::Info, ""},

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "render/camera/eye_ray.h"
 
+#include "render/context/shaded_layers.h"
 #include "render/context/surface_state.h"
 #include "render/trace/trace_and_shade.h"
 
@@ -33,6 +34,14 @@ miBoolean castEyeRay(RenderContext& context, ChildState& child, miColor& result)
     ray.farDistance = frame.camera.clip.max / perDistance;
     ray.skipInstance = context.skipInstance;
     ray.skipTriangle = context.skipTriangle;
+    if (ShadedLayers* const layers = context.shadedLayers) {
+        if (layers->isLooking()) {
+            traceWithoutShading(context, child, ray);
+            layers->note(*child.get());
+            return miTRUE;
+        }
+        context.sampler.continueAs(layers->sample());
+    }
     return traceAndShade(context, child, ray, result);
 }
 

@@ -5,8 +5,10 @@
 #include "render/camera/eye_ray.h"
 #include "render/camera/state_shaders.h"
 #include "render/context/seen_surfaces.h"
+#include "render/context/shaded_layers.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace orca::render {
 
@@ -60,44 +62,107 @@ void weightByOpacity(RenderContext& context, const miColor& transmitted, bool is
     }
 }
 
+/// The layers of an eye sample so far.
+struct Layers {
+    miColor color{}; ///< composited
+    miColor transmitted{1.0f, 1.0f, 1.0f, 1.0f};
+    bool isLast = false; ///< nothing is seen behind them
+};
+
+/// Sets the context up to trace the next layer, with the same ray and decisions of lens shaders as for the
+/// first: these leave their own ray in the base state.
+void beginLayer(RenderContext& context) {
+    context.base.scanline = context.base.rast_compose = miTRUE;
+    context.depth = 0;
+    context.base.child = nullptr;
+    context.sampler.restart();
+    setEyeRay(context);
+}
+
+/// The surface that is the next layer; none for the background and lights, and where lens shaders mix several
+/// rays.
+std::optional<RayEnd> lookForLayer(RenderContext& context, ShadedLayers& shaded) {
+    beginLayer(context);
+    shaded.beginLook();
+    miColor unused{};
+    traceThroughLenses(context, unused);
+    return shaded.endLook();
+}
+
+/// Shades the next layer and composites it behind `layers`.
+void shadeLayer(RenderContext& context, Layers& layers, bool isFirst) {
+    beginLayer(context);
+    const bool weighs = !context.frame.opacityWeighted.empty();
+    context.holdsOpacity = true;
+    context.opacitySet = false;
+    if (weighs) context.wordsBeforeLayer = context.sampleWords;
+
+    miColor color{};
+    miBoolean delivered = miTRUE;
+    callStateShaders(context, miSHADERSTATE_SAMPLE_INIT, color, delivered);
+    delivered = traceThroughLenses(context, color);
+    const bool hit = context.base.child && eyeHit(context).instance != miNULLTAG;
+    // The background is part of the picture; passes that are not weighted take it only where no surface is in
+    // front.
+    const bool isBackground = !hit && !isFirst;
+    if (!isBackground || weighs) callStateShaders(context, miSHADERSTATE_SAMPLE_EXIT, color, delivered);
+    if (weighs) weightByOpacity(context, layers.transmitted, isBackground);
+    context.holdsOpacity = false;
+
+    if (context.seen) context.seen->endLayer(layers.transmitted);
+    const miColor solid{1.0f, 1.0f, 1.0f, 1.0f};
+    composite(layers.color, layers.transmitted, delivered ? color : miColor{},
+              hit && context.opacitySet ? context.opacity : solid);
+    const miColor& transmitted = layers.transmitted;
+    layers.isLast = !hit || 1.0f - std::max({transmitted.r, transmitted.g, transmitted.b}) > closed;
+}
+
+void keep(const RenderContext& context, const Layers& layers, ShadedLayers::Layer& kept) {
+    kept.color = layers.color;
+    kept.transmitted = layers.transmitted;
+    kept.isLast = layers.isLast;
+    kept.words = context.sampleWords;
+    kept.primary = context.primary;
+    if (context.seen) kept.seen.assign(context.seen->surfaces().begin(), context.seen->surfaces().end());
+}
+
+void take(const ShadedLayers::Layer& kept, RenderContext& context, Layers& layers) {
+    layers = {kept.color, kept.transmitted, kept.isLast};
+    context.sampleWords = kept.words;
+    context.primary = kept.primary;
+    if (context.seen) context.seen->takeLayers(kept.seen);
+}
+
+/// The next eye rays start behind the layer that was found last.
+void continueBehind(RenderContext& context) {
+    const miState& front = eyeHit(context);
+    context.eyeStart = geometry::distancePastHit(front.org, static_cast<float>(front.dist));
+    context.skipInstance = front.hit_instance;
+    context.skipTriangle = front.hit_triangle;
+}
+
 } // namespace
 
 void rasterizeEyeSample(RenderContext& context, miColor& color) {
-    miColor transmitted{1.0f, 1.0f, 1.0f, 1.0f};
-    color = {};
-    const bool weighs = !context.frame.opacityWeighted.empty();
-    for (int layers = 0; layers < maxLayers; ++layers) {
-        context.base.scanline = context.base.rast_compose = miTRUE;
-        context.holdsOpacity = true;
-        context.opacitySet = false;
-        context.depth = 0;
-        context.base.child = nullptr;
-        if (weighs) context.wordsBeforeLayer = context.sampleWords;
-
-        miColor layer{};
-        miBoolean delivered = miTRUE;
-        callStateShaders(context, miSHADERSTATE_SAMPLE_INIT, layer, delivered);
-        delivered = traceThroughLenses(context, layer);
-        const bool hit = context.base.child && eyeHit(context).instance != miNULLTAG;
-        // The background is part of the picture; passes that are not weighted take it only where no surface
-        // is in front.
-        const bool isBackground = !hit && layers > 0;
-        if (!isBackground || weighs) callStateShaders(context, miSHADERSTATE_SAMPLE_EXIT, layer, delivered);
-        if (weighs) weightByOpacity(context, transmitted, isBackground);
-        context.holdsOpacity = false;
-
-        if (context.seen) context.seen->endLayer(transmitted);
-        const miColor solid{1.0f, 1.0f, 1.0f, 1.0f};
-        composite(color, transmitted, delivered ? layer : miColor{},
-                  hit && context.opacitySet ? context.opacity : solid);
-        if (!hit) break;
-        const float through = std::max({transmitted.r, transmitted.g, transmitted.b});
-        if (1.0f - through > closed) break;
-        const miState& front = eyeHit(context);
-        context.eyeStart = geometry::distancePastHit(front.org, static_cast<float>(front.dist));
-        context.skipInstance = front.hit_instance;
-        context.skipTriangle = front.hit_triangle;
+    Layers layers;
+    ShadedLayers*& shaded = context.shadedLayers;
+    ShadedLayers::Place known = ShadedLayers::none;
+    for (int count = 0; count < maxLayers && !layers.isLast; ++count) {
+        if (count > 0) continueBehind(context);
+        const std::optional<RayEnd> end = shaded ? lookForLayer(context, *shaded) : std::nullopt;
+        if (!end) shaded = nullptr; // nor anything behind it
+        const ShadedLayers::Place again = end ? shaded->find(known, *end) : ShadedLayers::none;
+        if (again != ShadedLayers::none) {
+            known = again;
+            take((*shaded)[known], context, layers);
+            continue;
+        }
+        shadeLayer(context, layers, count == 0);
+        if (!end) continue;
+        keep(context, layers, shaded->add(known, *end));
+        known = shaded->last();
     }
+    color = layers.color;
 }
 
 } // namespace orca::render

@@ -29,6 +29,16 @@ class MeshEmitters;
 class SceneIds;
 class ShadowMaps;
 
+/// How often the rasterizer looks what a pixel shows, for each sample that the options ask for, and shades
+/// it.
+struct VisibilitySamples {
+    unsigned count = 1;
+    unsigned shadings = 1; ///< of each surface, 1 to `count`
+
+    /// Visibility samples that share a shading.
+    [[nodiscard]] unsigned perShading() const { return (count + shadings - 1) / shadings; }
+};
+
 /// What a frame is made from. Everything that is referred to outlives the frame.
 struct FrameParts {
     scene::Database& database;
@@ -52,6 +62,7 @@ struct FrameParts {
     const GatherCaches* gatherCaches = nullptr; ///< filled by the prepass; null: every sample gathers
     const SceneIds* ids = nullptr;              ///< of what is seen; null where no frame buffer shows them
     bool recordsSeen = false;                   ///< what eye samples see is recorded
+    VisibilitySamples visibility;
 };
 
 /// Everything that stays the same while one picture is rendered. Complete once it is made, shared by all

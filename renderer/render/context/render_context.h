@@ -20,6 +20,7 @@ class HitObserver;
 class OutputImages;
 class PendingGatherRecords;
 class SeenSurfaces;
+class ShadedLayers;
 struct ContourSegment;
 
 /// What `miQ_SAMPLE_PHASE` answers. Passes are written in the image phase alone.
@@ -113,7 +114,8 @@ struct RenderContext : shading::CallContext {
     HitObserver* hitObserver = nullptr; ///< null: nothing wants to know
     std::unique_ptr<SeenSurfaces> seen; ///< of the current eye sample; null: nothing wants to know
     PrimaryHit primary;
-    float eyeStart = 0.0f; ///< rasterizer: distance of the layer last shaded
+    ShadedLayers* shadedLayers = nullptr; ///< rasterizer: of the current pixel; null: every sample is shaded
+    float eyeStart = 0.0f;                ///< rasterizer: distance of the layer last shaded
     std::uint32_t skipInstance = geometry::nothing, skipTriangle = geometry::nothing;
 
     bool holdsOpacity = false; ///< rasterizer: a layer is being shaded

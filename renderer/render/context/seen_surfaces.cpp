@@ -105,6 +105,12 @@ void SeenSurfaces::endLayer(const miColor& transmitted) {
     open_.front().rays = 1;
 }
 
+void SeenSurfaces::takeLayers(std::span<const SeenSurface> surfaces) {
+    surfaces_.assign(surfaces.begin(), surfaces.end());
+    layer_ = open_.front().lastRay = surfaces_.size();
+    open_.front().rays = 1;
+}
+
 void SeenSurfaces::end(const miColor& color) {
     // A lens shader may mix several eye rays.
     if (const int rays = open_.front().rays; rays > 1) {

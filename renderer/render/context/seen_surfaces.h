@@ -54,6 +54,9 @@ public:
     /// before.
     /// @param transmitted by these
     void endLayer(const miColor& transmitted);
+    /// Instead of rasterizing layers: those that another sample has seen, as they were after its last
+    /// endLayer().
+    void takeLayers(std::span<const SeenSurface> surfaces);
     /// The sample is done.
     /// @param color of the sample; what surfaces do not account for, as light of volumes, goes to the nearest
     void end(const miColor& color);

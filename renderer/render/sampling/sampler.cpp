@@ -8,9 +8,14 @@ namespace orca::render {
 void Sampler::startSample(std::uint32_t seed, int pixelX, int pixelY, std::uint32_t sampleIndex) {
     pixelKey_ =
         mixKeys(mixKeys(seed, static_cast<std::uint32_t>(pixelX)), static_cast<std::uint32_t>(pixelY));
-    sampleIndex_ = sampleIndex;
-    decisions_ = 0;
+    ownIndex_ = sampleIndex;
     centred_ = false;
+    restart();
+}
+
+void Sampler::restart() {
+    sampleIndex_ = ownIndex_;
+    decisions_ = 0;
     loops_.clear();
 }
 
@@ -20,7 +25,7 @@ void Sampler::startCentred(std::uint32_t seed) {
 }
 
 float Sampler::eye(int dimension) const {
-    return centred_ ? 0.5f : scrambledSobol(sampleIndex_, dimension, pixelKey_);
+    return centred_ ? 0.5f : scrambledSobol(ownIndex_, dimension, pixelKey_);
 }
 
 std::uint32_t Sampler::nextKey() {

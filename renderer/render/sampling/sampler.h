@@ -17,6 +17,11 @@ public:
     /// Loops of several points are those of `startSample`.
     void startCentred(std::uint32_t seed);
 
+    /// The sample's decisions are made again from the first one on.
+    void restart();
+    /// Until restart() decisions are those of another sample of the pixel.
+    void continueAs(std::uint32_t sampleIndex) { sampleIndex_ = sampleIndex; }
+
     /// Coordinate of the sample's own point: stable meaning per dimension (see `EyeDimension`).
     [[nodiscard]] float eye(int dimension) const;
 
@@ -44,7 +49,8 @@ private:
         std::uint32_t key;
     };
     std::uint32_t pixelKey_ = 0;
-    std::uint32_t sampleIndex_ = 0;
+    std::uint32_t ownIndex_ = 0;    // of the sample
+    std::uint32_t sampleIndex_ = 0; // that decisions are made with
     std::uint32_t decisions_ = 0;
     bool centred_ = false;
     /// The active loop of an address; those inside it, left early by their shaders, are dropped.

@@ -102,6 +102,15 @@ miBoolean traceAndShade(RenderContext& context, ChildState& child, const geometr
     return delivered;
 }
 
+void traceWithoutShading(RenderContext& context, ChildState& child, const geometry::Ray& ray) {
+    geometry::Hit hit;
+    LightHit light;
+    const bool hits = context.frame.geometry.intersect(ray, hit);
+    if (hits && !findVisibleLight(context.frame, ray, hit.distance, light))
+        setHit(context, child.derived(), ray, hit, NormalSide::TowardRay);
+    else setMiss(*child.get());
+}
+
 miBoolean callMaterial(miColor& result, miState* state) {
     RenderContext& context = renderContextOf(state);
     const miMaterial* const material = context.frame.materialOf(state->material);

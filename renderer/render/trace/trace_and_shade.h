@@ -14,4 +14,8 @@ miBoolean traceAndShade(RenderContext& context, ChildState& child, const geometr
 /// Calls the shader of the material that the state hit. False without one.
 miBoolean callMaterial(miColor& result, miState* state);
 
+/// Sets the child's state to the surface that the ray meets before any visible light, or to none, and calls
+/// no shader.
+void traceWithoutShading(RenderContext& context, ChildState& child, const geometry::Ray& ray);
+
 } // namespace orca::render

@@ -37,6 +37,9 @@ inline constexpr int motionStepsAtMost = 128;
 inline constexpr int coarsestSamplingLevel = -6; ///< one sample every 64 pixels, each way
 inline constexpr int finestSamplingLevel = 8;    ///< 65536 samples a pixel
 
+/// Most visibility samples of the rasterizer in x and in y.
+inline constexpr int mostVisibilitySamples = 16;
+
 /// Most lights that may be chosen at a point.
 inline constexpr int mostLightSamples = 256;
 
@@ -79,8 +82,10 @@ struct OptionsElement final : Element {
     bool samplesLocked = true;    ///< the same sample pattern on every frame
     ColorClip colorClip = ColorClip::Raw;
     bool premultiply = true, dither = false, desaturate = false; ///< conversion to whole numbers
-    float shadowMapBias = 0.0f; ///< of lights without one of their own; scene units, 0: none
-    int lightSamples = 0;       ///< lights that are chosen at each point; 0: all
+    float shadowMapBias = 0.0f;  ///< of lights without one of their own; scene units, 0: none
+    int visibilitySamples = 4;   ///< of the rasterizer for each sample, in x and in y
+    float shadingSamples = 1.0f; ///< of the rasterizer for each sample and surface
+    int lightSamples = 0;        ///< lights that are chosen at each point; 0: all
     GatherOptions gather;
     LightMaps lightMaps = LightMaps::On;
     Overscan overscan;
