@@ -111,7 +111,7 @@ def read(path):
     return pixels.reshape(height, width, 4)[::-1]
 
 
-def render_cycles(folder, samples=64, bounces=0):
+def render_cycles(folder, samples=64, bounces=0, passes=("Image",)):
     """The same scene by Cycles, without noise reduction or limits."""
     scene = bpy.context.scene
     scene.render.engine = "CYCLES"
@@ -121,7 +121,7 @@ def render_cycles(folder, samples=64, bounces=0):
     cycles.sample_clamp_direct = cycles.sample_clamp_indirect = 0
     cycles.pixel_filter_type = "BOX"
     try:
-        return render(folder)
+        return render(folder, passes)
     finally:
         scene.render.engine = "ORCA"
 

@@ -32,7 +32,7 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
     bl_use_postprocess = True
 
     def update_render_passes(self, scene=None, renderlayer=None):
-        result.register(self, scene, renderlayer, passes.layers_of(renderlayer))
+        result.register(self, scene, renderlayer, passes.layers_of(renderlayer, scene.camera, scene.world))
 
     def render(self, depsgraph):
         losses = scene_text.Losses()
@@ -51,7 +51,7 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
         scene = depsgraph.scene
         frame = scene.frame_current
         chosen = self.camera_override or scene.camera
-        job = scene_export.Job(passes.layers_of(depsgraph.view_layer), prefix, self.resolution_x, self.resolution_y,
+        job = scene_export.Job(passes.layers_of(depsgraph.view_layer, chosen, scene.world), prefix, self.resolution_x, self.resolution_y,
                                os.path.splitext(path)[0] + "_textures", chosen)
 
         def go(moment):
@@ -126,11 +126,11 @@ class OrcaRenderEngine(bpy.types.RenderEngine):
     def _take(self, depsgraph, job, layered_file):
         scene = depsgraph.scene
         picture = camera.picture_of(scene.render, job.width, job.height)
-        data = job.camera.evaluated_get(depsgraph).data
-        view = None if data.type == "PANO" else camera.view_of(data, scene, picture)
+        begin, end = scene_export.shutter_of(scene, job.layers) or (0.0, 1.0)
+        shot = result.Shot(job.layers, scene.world, job.names, end - begin)
         render_result = self.begin_result(0, 0, picture.width, picture.height, layer=depsgraph.view_layer.name, view=self.active_view_get())
         try:
-            result.load(render_result, layered_file, job.layers, view, scene.world, job.names)
+            result.load(render_result, layered_file, shot)
         finally:
             self.end_result(render_result)
         for key, value in job.names.metadata(depsgraph.view_layer.name, job.layers):

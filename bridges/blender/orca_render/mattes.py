@@ -46,6 +46,7 @@ class Names:
 
     def __init__(self):
         self._names = {name: {} for name in TYPES}
+        self._indices = {}  # Blender's pass indices of materials, by the file's names
 
     def add_instance(self, instance, thing):
         """thing: object of Blender that the instance shows; its asset is the outermost of its parents."""
@@ -55,8 +56,19 @@ class Names:
         self._names["CryptoObject"][instance] = thing.name
         self._names["CryptoAsset"][instance] = asset.name
 
-    def add_material(self, material, name):
-        self._names["CryptoMaterial"][material] = name
+    def add_material(self, name, material):
+        """material: of Blender, None for the one of objects without any"""
+        self._names["CryptoMaterial"][name] = material.name if material else name
+        if material:
+            self._indices[name] = material.pass_index
+
+    def material_indices(self, mattes):
+        """Pass index of the material whose id is first in mattes with ids of the file's names, one channel."""
+        words = numpy.ascontiguousarray(mattes[..., :1], numpy.float32).view(numpy.uint32)
+        indices = numpy.zeros(words.shape, numpy.float32)
+        for name, index in self._indices.items():
+            indices[words == id_of(name)] = index
+        return indices
 
     def translated(self, matte, values):
         """Values of a pass with ids of Blender's names."""

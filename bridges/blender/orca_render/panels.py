@@ -97,8 +97,9 @@ class ORCA_VIEWLAYER_PT_passes(_Panel, bpy.types.Panel):
 
     def draw(self, context):
         column = self.column()
-        for switch, name, source in passes.BLENDER_PASSES:
+        for switch, _ in passes.BLENDER_PASSES:
             column.prop(context.view_layer, switch)
+        column.prop(context.view_layer.orca, "denoising_data")
         for switch, _, _ in mattes.MATTES:
             column.prop(context.view_layer, switch, text="Cryptomatte " + switch.rsplit("_", 1)[1].capitalize())
         column.prop(context.view_layer, "pass_cryptomatte_depth", text="Levels")

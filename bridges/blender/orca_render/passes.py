@@ -2,6 +2,7 @@
 """Passes: the catalogue, those that a view layer asks for, and what the scene sets up for them."""
 
 import dataclasses
+import enum
 import typing
 
 from . import mattes
@@ -61,6 +62,9 @@ SHADOWED_PASSES = {
 UTILITY_PASSES = (
     ("ambientOcclusion", "how open a point lies: 1 free, 0 closed in", "orcaPassAmbientOcclusion", "", COLORS),
     ("cameraDepth", "distance from the camera, 0 where nothing is", "orcaPassCameraDepth", "", ("Z", "VALUE", "z")),
+    ("planarDepth", "distance along the camera's axis, 1e10 where nothing is", "orcaPassPlanarDepth", "", ("Z", "VALUE", "z")),
+    ("position", "the point itself, world space", "orcaPassPosition", ', "space" 0', ("XYZ", "VECTOR", "m")),
+    ("uv", "texture coordinates", "orcaPassTextureCoordinate", ', "textureSpace" 0', ("XYZ", "VECTOR", "m")),
     ("coverage", "part of the pixel that surfaces cover", "orcaPassCoverage", "", ("Y", "VALUE", "coverage")),
     ("incidenceCameraNormal", "0 where a surface faces the camera, 1 at its silhouette", "orcaPassIncidenceCameraNormal", "", NUMBERS),
     ("motionVector2D", "movement in the picture over the shutter, pixels", "orcaPassMotionVector2D", "", ("XYZ", "VECTOR", "m")),
@@ -73,25 +77,21 @@ UTILITY_PASSES = (
     ("environment", "what is seen where no surface is, and through surfaces", "orcaPassBackground", ', "source" 0', COLORS),
     ("lamps", "area lights that are seen themselves", "orcaPassBackground", ', "source" 1', COLORS),
     ("label", "pass index of the object", "", "", ("Y", "VALUE", "tag")),
+    ("variance", "variance of the picture's mean over the samples, by channel", "", "", ("RGBA", "COLOR", "variance")),
+    ("samples", "samples that the pixel took", "", "", ("Y", "VALUE", "samples")),
 )
 UTILITIES = {row[0]: row for row in UTILITY_PASSES}
 COMPONENTS = ("ambient", "diffuse", "specular", "incandescence", "indirect", "reflection", "refraction", "environment", "lamps")
 
-# Passes that Blender's view layers have switches for: the switch, Blender's name, the pass that it is made of.
-BLENDER_PASSES = (
-    ("use_pass_z", "Depth", "cameraDepth"),
-    ("use_pass_mist", "Mist", "cameraDepth"),
-    ("use_pass_normal", "Normal", "normalWorld"),
-    ("use_pass_object_index", "IndexOB", "label"),
-    ("use_pass_diffuse_direct", "DiffDir", "directIrradiance"),
-    ("use_pass_diffuse_color", "DiffCol", "diffuseMaterialColor"),
-    ("use_pass_glossy_color", "GlossCol", "specularMaterialColor"),
-    ("use_pass_emit", "Emit", "incandescence"),
-    ("use_pass_environment", "Env", "environment"),
-    ("use_pass_ambient_occlusion", "AO", "ambientOcclusion"),
-)
-
 GROUP_PREFIX = "Combined_"  # of Blender's passes of one light group
+
+
+class Join(enum.Enum):
+    """What is done with a layer and another one, pixel by pixel, to have a pass of Blender."""
+    QUOTIENT = "the layer over the other one, 0 where that is 0"
+    SUM = "both"
+    DIFFERENCE = "the layer less the other one"
+    MATERIAL_INDEX = "the number of the material that the other one, of mattes, shows most of"
 
 
 @dataclasses.dataclass(frozen=True)
@@ -103,10 +103,16 @@ class Layer:
     collection: typing.Optional[str] = None  # objects of this collection alone
     reflections: bool = False  # takes what reflected rays bring
     refractions: bool = False
+    other: str = ""  # name of the layer that it is joined with
+    join: typing.Optional[Join] = None
+    is_far: bool = False  # a depth that is 1e10 where nothing is
+    is_smooth: bool = False  # a vector that is filtered at edges
 
     @property
     def shape(self):
         """Letters of the channels, kind of socket, data type of the frame buffer."""
+        if self.name == MOTION:
+            return "XYZW", "VECTOR", "m"
         if self.source in UTILITIES:
             return UTILITIES[self.source][4]
         return NUMBERS if self.source in NUMBER_PASSES else COLORS
@@ -125,20 +131,72 @@ class Layer:
         """Whether a state shader writes it, and no material."""
         return self.source in {"environment", "lamps"}
 
+    @property
+    def is_written_by_shader(self):
+        """Whether a utility shader writes it; the renderer writes some layers itself."""
+        return self.source in UTILITIES and bool(UTILITIES[self.source][2])
 
-def layers_of(view_layer):
-    """The layers of a view layer of Blender, the picture first; of several with one name the first."""
+
+MOTION = "Vector"  # Blender's pass of movement, over a frame whatever the shutter is
+MOST_SEEN = "CryptoMaterial00"  # the layer of the materials that pixels show most of
+
+# Passes that Blender's view layers have switches for, with the switch. What Blender multiplies by a colour is divided by it,
+# as Cycles does it: pixel by pixel when the picture is finished.
+BLENDER_PASSES = (
+    ("use_pass_z", Layer("Depth", "planarDepth", is_far=True)),
+    ("use_pass_mist", Layer("Mist", "cameraDepth")),
+    ("use_pass_position", Layer("Position", "position")),
+    ("use_pass_normal", Layer("Normal", "normalWorld")),
+    ("use_pass_vector", Layer(MOTION, "motionVector2D")),
+    ("use_pass_uv", Layer("UV", "uv")),
+    ("use_pass_object_index", Layer("IndexOB", "label")),
+    ("use_pass_material_index", Layer("IndexMA", "coverage", other=MOST_SEEN, join=Join.MATERIAL_INDEX)),
+    ("use_pass_diffuse_direct", Layer("DiffDir", "diffuse", other="DiffCol", join=Join.QUOTIENT)),
+    ("use_pass_diffuse_indirect", Layer("DiffInd", "indirect", other="DiffCol", join=Join.QUOTIENT)),
+    ("use_pass_diffuse_color", Layer("DiffCol", "diffuseMaterialColor")),
+    ("use_pass_glossy_direct", Layer("GlossDir", "specular", other="GlossCol", join=Join.QUOTIENT)),
+    ("use_pass_glossy_indirect", Layer("GlossInd", "reflection", other="GlossCol", join=Join.QUOTIENT)),
+    ("use_pass_glossy_color", Layer("GlossCol", "specularMaterialColor")),
+    ("use_pass_transmission_indirect", Layer("TransInd", "refraction")),
+    ("use_pass_emit", Layer("Emit", "incandescence")),
+    ("use_pass_environment", Layer("Env", "environment")),
+    ("use_pass_shadow", Layer("Shadow", "directIrradiance", other="directIrradianceNoShadow", join=Join.QUOTIENT)),
+    ("use_pass_ambient_occlusion", Layer("AO", "ambientOcclusion")),
+)
+# Those that Cycles calls denoising data.
+DENOISING_PASSES = (
+    Layer("Denoising Normal", "normalCamera", is_smooth=True),
+    Layer("Denoising Albedo", "diffuseMaterialColor", other="GlossCol", join=Join.SUM),
+    Layer("Denoising Depth", "cameraDepth"),
+)
+# Those that others are joined with, which come along with them.
+JOINED = {layer.name: layer for _, layer in BLENDER_PASSES if layer.name in {"DiffCol", "GlossCol", "Env"}}
+JOINED |= {"directIrradianceNoShadow": Layer("directIrradianceNoShadow", "directIrradianceNoShadow"),
+           MOST_SEEN: Layer(MOST_SEEN, "CryptoMaterial")}
+
+
+def layers_of(view_layer, camera=None, world=None):
+    """The layers of a view layer of Blender, the picture first; of several with one name the first.
+
+    camera: object of Blender or None; of panoramas depths are distances, since they have no axis
+    world: of Blender or None; light groups that it is not in do not show it
+    """
     layers = [Layer("Combined", "beauty", reflections=True, refractions=True)]
-    layers += [Layer(name, source) for switch, name, source in BLENDER_PASSES if getattr(view_layer, switch)]
+    layers += [layer for switch, layer in BLENDER_PASSES if getattr(view_layer, switch)]
+    layers += DENOISING_PASSES if view_layer.orca.denoising_data else ()
     layers += [Layer(f"{matte}{level:02}", matte) for switch, matte, _ in mattes.MATTES if getattr(view_layer, switch)
                for level in range(mattes.levels_of(view_layer))]
-    layers += [Layer(f"{GROUP_PREFIX}{group.name}", "beauty", light_group=group.name, reflections=True, refractions=True)
-               for group in view_layer.lightgroups]
-    if view_layer.lightgroups:
-        layers.append(Layer("Env", "environment"))  # which is taken away from the groups that the world is not in
+    for group in view_layer.lightgroups:
+        whole = Layer(f"{GROUP_PREFIX}{group.name}", "beauty", light_group=group.name, reflections=True, refractions=True)
+        has_world = world is not None and world.lightgroup == group.name
+        layers.append(whole if has_world else dataclasses.replace(whole, other="Env", join=Join.DIFFERENCE))
     layers += [Layer(wanted.layer_name, wanted.source, wanted.light_group or None, wanted.collection.name if wanted.collection else None,
-                     wanted.source == "beauty" or wanted.reflections, wanted.source == "beauty" or wanted.refractions)
+                     wanted.source == "beauty" or wanted.reflections, wanted.source == "beauty" or wanted.refractions,
+                     is_far=wanted.source == "planarDepth")
                for wanted in view_layer.orca.passes if wanted.enabled]
+    layers += [JOINED[layer.other] for layer in layers if layer.other]
+    if camera is not None and getattr(camera.data, "type", "") == "PANO":
+        layers = [dataclasses.replace(layer, source="cameraDepth") if layer.source == "planarDepth" else layer for layer in layers]
     return list({layer.name: layer for layer in reversed(layers)}.values())[::-1]
 
 
@@ -151,8 +209,7 @@ class PassSetup:
     def __init__(self, layers, prefix=""):
         self._layers = layers
         self._prefix = prefix
-        # Those that shaders write; the renderer writes labels and mattes itself.
-        self._utilities = [layer for layer in layers if not layer.is_material_pass and not layer.is_matte and layer.source != "label"]
+        self._utilities = [layer for layer in layers if layer.is_written_by_shader]
         records = sum(layer.is_material_pass for layer in layers)
         self.material_shaders = self.state_shaders = ""  # what ends materials' lists and the options' list of state shaders
         for index, layer in enumerate(self._utilities):
@@ -161,6 +218,8 @@ class PassSetup:
                 self.state_shaders += f'\n          "{shader}" ( "passIndex" {index}{settings} )'
             else:
                 self.material_shaders += f'\n    "{shader}" ( "passIndex" {index}, "contributionIndex" {records + index}{settings} )'
+            if layer.is_far:
+                self.state_shaders += f'\n          "orcaPassFarDepth" ( "passIndex" {index} )'
 
     def buffer(self, layer):
         return self._prefix + layer.name
@@ -191,9 +250,10 @@ class PassSetup:
         for layer in self._layers:
             if layer.is_matte:
                 continue
-            kind = layer.shape[2]
-            by_opacity = " useopacity on" if layer.is_material_pass or layer.is_background else ""
-            lines.append(f'    framebuffer "{self.buffer(layer)}" datatype "{kind}" user {"off" if kind == "tag" else "on"}{by_opacity}\n')
+            switches = f' user {"on" if layer.is_material_pass or layer.is_written_by_shader else "off"}'
+            switches += " useopacity on" if layer.is_material_pass or layer.is_background else ""
+            switches += " filtering on" if layer.is_smooth else ""
+            lines.append(f'    framebuffer "{self.buffer(layer)}" datatype "{layer.shape[2]}"{switches}\n')
         return "".join(lines) + f'    data "{block}"\n'
 
     def left_out_of(self, light_group=None, collections=None):

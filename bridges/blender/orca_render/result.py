@@ -1,9 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
 """Layers of a finished file as passes of Blender's render result."""
 
+import dataclasses
+
 import numpy
 
-BACKGROUND_DEPTH = 1e10  # of Blender's depth where nothing is
+from .passes import MOTION, Join
+
+# Passes of places and directions, with y up.
+UPRIGHT_SOURCES = {"normal", "normalWorld", "motionVector3D", "position"}
 
 
 def register(engine, scene, view_layer, layers):
@@ -13,16 +18,20 @@ def register(engine, scene, view_layer, layers):
         engine.register_pass(scene, view_layer, layer.name, len(letters), letters, kind)
 
 
-def load(result, path, layers, camera_view, world, names):
-    """Fills the result's passes from a layered file.
+@dataclasses.dataclass
+class Shot:
+    """What layers are turned into passes by."""
+    layers: list  # of passes.Layer
+    world: object  # of Blender or None, for its mist
+    names: object  # mattes.Names
+    shutter: float  # frames that it is open for
 
-    camera_view: camera.View of the picture, None for panoramas
-    world: Blender's world or None, for its mist and its light group
-    names: mattes.Names
-    """
+
+def load(result, path, shot):
+    """Fills the result's passes from a layered file."""
     result.load_from_file(path)
-    for layer in layers:
-        change = _change_of(layer, camera_view, world, result, names)
+    for layer in shot.layers:  # what a layer is joined with comes after it, and is not changed before
+        change = _change_of(layer, shot, result)
         if change is not None:
             values = _values(result, layer.name)
             flat = numpy.ascontiguousarray(change(values), numpy.float32).reshape(-1, values.shape[2])
@@ -37,19 +46,48 @@ def _values(result, name):
     return values.reshape(result.resolution_y, result.resolution_x, -1)
 
 
-def _change_of(layer, view, world, result, names):
+def _change_of(layer, shot, result):
     """How a layer's values become those that Blender expects; None where they are those."""
-    if layer.name == "Depth":
-        return lambda values: _axial_depth(values, view)
     if layer.name == "Mist":
-        return lambda values: _mist(values, world.mist_settings) if world else values
+        return lambda values: _mist(values, shot.world.mist_settings) if shot.world else values
+    if layer.name == MOTION:
+        return lambda values: _frame_motion(values, shot.shutter)
+    if layer.name == "UV":
+        return _marked
+    if layer.is_smooth:  # the camera looks along -z, but along z in Cycles' data for denoisers
+        return lambda values: values * (1, 1, -1)
     if layer.is_matte:
-        return lambda values: names.translated(layer.source, values)
-    if layer.source in {"normal", "normalWorld", "motionVector3D"}:
+        return lambda values: shot.names.translated(layer.source, values)
+    if layer.source in UPRIGHT_SOURCES:
         return _upright
-    if layer.source == "beauty" and layer.light_group and not (world and world.lightgroup == layer.light_group):
-        return lambda values: values - _values(result, "Env") * (1, 1, 1, 0)
+    if layer.join:
+        return lambda values: _joined(layer, values, _values(result, layer.other), shot.names)
     return None
+
+
+def _joined(layer, values, others, names):
+    if layer.join == Join.MATERIAL_INDEX:
+        return names.material_indices(others) * (values > 0)
+    if layer.join == Join.DIFFERENCE:
+        return values - others * (1, 1, 1, 0)
+    if layer.join == Join.SUM:
+        return numpy.concatenate([values[..., :3] + others[..., :3], values[..., 3:]], axis=2)
+    quotient = numpy.divide(values, others, out=numpy.zeros_like(values), where=others != 0)
+    quotient[..., 3:] = values[..., 3:]
+    return quotient
+
+
+def _frame_motion(values, shutter):
+    """Movement in pixels since the frame before and to the next one, each backwards: that of the shutter, evenly."""
+    backwards = -values[..., :2] / shutter
+    return numpy.concatenate([backwards, backwards], axis=2)
+
+
+def _marked(coordinates):
+    """Texture coordinates with a 1 where there are any."""
+    marked = coordinates.copy()
+    marked[..., 2] = (coordinates[..., :2] != 0).any(axis=-1)
+    return marked
 
 
 def _upright(values):
@@ -57,17 +95,6 @@ def _upright(values):
     turned = values.copy()
     turned[..., 1], turned[..., 2] = -values[..., 2], values[..., 1]
     return turned
-
-
-def _axial_depth(distance, view):
-    """Distance along the view axis from the distance from the camera."""
-    depth = distance
-    if view is not None and not view.is_parallel:
-        height, width = distance.shape[:2]
-        x = view.left + (numpy.arange(width) + 0.5) / width * view.width
-        y = view.bottom + (numpy.arange(height) + 0.5) / height * view.height
-        depth = distance / numpy.sqrt(1 + x[None, :, None] ** 2 + y[:, None, None] ** 2)
-    return numpy.where(distance > 0, depth, BACKGROUND_DEPTH)
 
 
 def _mist(distance, settings):

@@ -27,8 +27,9 @@ class Job:
 
 def shutter_of(scene, layers):
     """Frames from the scene's own to the shutter's opening and closing; None where neither picture nor layers show motion."""
-    if not scene.render.use_motion_blur and not any(layer.source.startswith("motionVector") for layer in layers):
-        return None
+    moving = {layer.name for layer in layers if layer.source.startswith("motionVector")}
+    if not scene.render.use_motion_blur and moving <= {passes.MOTION}:
+        return (0.0, 1.0) if moving else None  # the picture is that of the frame, movement that to the next one
     length = scene.render.motion_blur_shutter
     begin = {"START": 0.0, "CENTER": -length / 2, "END": -length}[scene.orca.shutter_position]
     return begin, begin + length
@@ -209,7 +210,7 @@ class _SceneExport:
             return [self._materials.special("holdout")]
         names = [self._materials.name(material) for material in self._slots(thing)]
         for name, material in zip(names, self._slots(thing)):
-            self._job.names.add_material(name, material.name if material else name)
+            self._job.names.add_material(name, material)
         return names
 
     def _flags(self, shown):

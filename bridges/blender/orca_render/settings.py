@@ -30,6 +30,7 @@ class OrcaPass(bpy.types.PropertyGroup):
 class OrcaViewLayer(bpy.types.PropertyGroup):
     """Settings of a view layer."""
 
+    denoising_data: BoolProperty(name="Denoising Data", description="Normal, albedo and depth, for the compositor's Denoise node")
     passes: CollectionProperty(type=OrcaPass)
     active: IntProperty()
 
