@@ -3,8 +3,8 @@
 """Compares the pictures of two builds over all example scenes, bit for bit.
 
 Every scene of scenes/ with a render statement is rendered by both builds, each with its own shader libraries and
-declarations, and every part, channel and pixel of the layered files is compared. Prints a line per scene; for a scene that
-differs also each part that does, with the number of differing pixels, the largest difference and where it is. Exit status: 0
+declarations, and orca-diff compares every pixel of the layered files. Prints a line per scene; for a scene that differs also
+each layer that does, with the number of differing pixels, the largest difference and where it is. Exit status: 0
 when all are alike, 1 when some differ, 2 when a build could not render.
 """
 import argparse
@@ -13,9 +13,6 @@ import re
 import subprocess
 import sys
 import tempfile
-
-import numpy
-import OpenImageIO as oiio
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
@@ -38,39 +35,12 @@ def render(build, scene, output, options):
     return None
 
 
-def parts(path):
-    """Name, channel names and pixels (height x width x channels) of every part of a file."""
-    image = oiio.ImageInput.open(str(path))
-    if not image:
-        raise OSError(f"{path}: {oiio.geterror()}")
-    index = 0
-    while image.seek_subimage(index, 0):
-        spec = image.spec()
-        name = spec.get_string_attribute("oiio:subimagename") or str(index)
-        pixels = image.read_image(index, 0, 0, spec.nchannels, oiio.FLOAT)
-        yield name, tuple(spec.channelnames), pixels.reshape(spec.height, spec.width, spec.nchannels)
-        index += 1
-    image.close()
-
-
-def differences(ours, others):
-    """One line for each part that differs."""
-    mine = {name: (channels, pixels) for name, channels, pixels in parts(ours)}
-    theirs = {name: (channels, pixels) for name, channels, pixels in parts(others)}
-    for name in sorted(mine.keys() ^ theirs.keys()):
-        yield f"{name}: only in {'this build' if name in mine else 'the other'}"
-    for name in sorted(mine.keys() & theirs.keys()):
-        channels, a = mine[name]
-        if channels != theirs[name][0] or a.shape != theirs[name][1].shape:
-            yield f"{name}: other channels or another size"
-            continue
-        b = theirs[name][1]
-        unlike = (a.view(numpy.uint32) != b.view(numpy.uint32)).any(axis=2)
-        if not unlike.any():
-            continue
-        size = numpy.abs(a.astype(numpy.float64) - b).max(axis=2)
-        y, x = numpy.unravel_index(numpy.nanargmax(numpy.where(unlike, size, -1.0)), size.shape)
-        yield f"{name}: {unlike.sum()} of {unlike.size} pixels, at most {size[y, x]:.3g} at {x},{y} from the upper left"
+def differences(build, mine, theirs):
+    """One line for each layer that differs."""
+    done = subprocess.run([build / "bin" / "orca-diff", mine, theirs], capture_output=True, text=True, check=False)
+    if done.returncode not in (0, 1):
+        raise OSError(done.stderr.strip())
+    return [line for line in done.stdout.splitlines() if done.returncode and not line.endswith("  alike")]
 
 
 def main():
@@ -89,7 +59,7 @@ def main():
             problems = [render(arguments.build.resolve(), scene, mine, options),
                         render(arguments.other.resolve(), scene, theirs, options)]
             problems = [problem for problem in problems if problem]
-            lines = [] if problems else list(differences(mine, theirs))
+            lines = [] if problems else differences(arguments.build, mine, theirs)
             failed += bool(problems)
             differing += bool(lines)
             alike += not problems and not lines
