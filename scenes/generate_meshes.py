@@ -13,6 +13,7 @@ import time
 
 import city
 import fur
+import head
 import images
 import neon
 import shapes
@@ -57,6 +58,7 @@ CATALOGUE = {
     "drum": shapes.drum,
     "lamp_shade": shapes.lamp_shade,
     "fur": fur.bear,
+    "bust": head.bust,
 }
 
 

@@ -6,6 +6,7 @@ import struct
 import zlib
 
 from city import lit_windows, street_glow
+from head import complexion
 from mesh import noise, smooth_step
 
 
@@ -153,5 +154,6 @@ CATALOGUE = {
     "daylight.hdr": lambda: light_image(512, 256, daylight),
     "street_glow.ppm": lambda: colour_image(256, 256, street_glow),
     "windows.ppm": lambda: colour_image(256, 256, lit_windows),
+    "complexion.ppm": lambda: colour_image(512, 512, complexion),
     "sunset.png": lambda: alpha_image(256, 256, sunset),
 }
