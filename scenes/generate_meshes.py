@@ -11,8 +11,11 @@ import pathlib
 import sys
 import time
 
+import car
 import city
+import drapes
 import fur
+import gems
 import head
 import images
 import neon
@@ -59,6 +62,16 @@ CATALOGUE = {
     "lamp_shade": shapes.lamp_shade,
     "fur": fur.bear,
     "bust": head.bust,
+    "coupe": car.body,
+    "tyre": car.tyre,
+    "rim": car.rim,
+    "brake": car.brake,
+    "velvet_drape": lambda: drapes.drape(9, 2.15, 0.4),
+    "silk_drape": lambda: drapes.drape(11, 2.0, 2.1),
+    "wool_drape": lambda: drapes.drape(8, 2.05, 4.4),
+    "brilliant": gems.brilliant,
+    "carafe": shapes.carafe,
+    "prism": gems.prism,
 }
 
 

@@ -117,6 +117,24 @@ def studio(u, v):
     return tuple(light)
 
 
+def showroom(u, v):
+    """A dark hall: rows of tubes on its ceiling, low bright panels on its long walls. In it the x axis is along the rows."""
+    turn, rise = 2 * math.pi * u, math.pi * (v - 0.5)
+    x, y, z = math.cos(rise) * math.sin(turn), math.sin(rise), math.cos(rise) * math.cos(turn)
+    light = [0.030, 0.033, 0.040]
+    if y > 0.05:
+        along, across = x / y, z / y
+        ends = 1 - smooth_step(2.4, 2.6, abs(along))
+        for row in (-1.5, -0.5, 0.5, 1.5):
+            tube = 10.0 * ends * (1 - smooth_step(0.10, 0.125, abs(across - row)))
+            light = [l + tube * t for l, t in zip(light, (1.0, 0.97, 0.90))]
+    if abs(z) > 0.05:
+        along, up = x / abs(z), y / abs(z)
+        panel = (1 - smooth_step(1.5, 1.9, abs(along))) * smooth_step(0.05, 0.08, up) * (1 - smooth_step(0.20, 0.34, up))
+        light = [l + 1.1 * panel * t for l, t in zip(light, (0.80, 0.90, 1.0))]
+    return tuple(light)
+
+
 def daylight(u, v):
     """A hazy afternoon sun, its glow, and the sky; in the west (u 0.3), 33 degrees up."""
     def toward(u, v):
@@ -151,6 +169,7 @@ CATALOGUE = {
     "brick_normals.ppm": lambda: colour_image(512, 256, brick_normals),
     "dimples.ppm": lambda: colour_image(512, 256, dimples),
     "studio.hdr": lambda: light_image(512, 256, studio),
+    "showroom.hdr": lambda: light_image(512, 256, showroom),
     "daylight.hdr": lambda: light_image(512, 256, daylight),
     "street_glow.ppm": lambda: colour_image(256, 256, street_glow),
     "windows.ppm": lambda: colour_image(256, 256, lit_windows),

@@ -28,7 +28,7 @@ class Mesh:
             for i in range(columns):
                 a = j * width + i
                 for corners in ((a, a + 1, a + width + 1), (a, a + width + 1, a + width)):
-                    if _area_normal(*(grid[k] for k in corners)) != (0.0, 0.0, 0.0):
+                    if area_normal(*(grid[k] for k in corners)) != (0.0, 0.0, 0.0):
                         triangles.append(corners)
         self.points += grid
         self.normals += _smooth_normals(grid, triangles)
@@ -96,7 +96,7 @@ def _normalised(v):
     return (v[0] / length, v[1] / length, v[2] / length) if length > 0.0 else (0.0, 1.0, 0.0)
 
 
-def _area_normal(a, b, c):
+def area_normal(a, b, c):
     """Normal of the triangle, twice its area long; zero when it is too thin to have one."""
     ux, uy, uz = b[0] - a[0], b[1] - a[1], b[2] - a[2]
     vx, vy, vz = c[0] - a[0], c[1] - a[1], c[2] - a[2]
@@ -109,7 +109,7 @@ def _smooth_normals(points, triangles):
     sums = {}
     keys = [(round(p[0], 6), round(p[1], 6), round(p[2], 6)) for p in points]
     for a, b, c in triangles:
-        n = _area_normal(points[a], points[b], points[c])
+        n = area_normal(points[a], points[b], points[c])
         for k in (a, b, c):
             sums[keys[k]] = _sum(sums.get(keys[k], (0.0, 0.0, 0.0)), n)
     return [_normalised(sums.get(key, (0.0, 1.0, 0.0))) for key in keys]

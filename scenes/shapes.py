@@ -139,6 +139,14 @@ def bottle():
     return revolved(lambda t: curve_through(wall, t), 120, 122)
 
 
+def carafe():
+    """Bulbous, of thick glass: outside and inside."""
+    wall = [(0.0, 0.02), (0.30, 0.0), (0.56, 0.02), (0.72, 0.20), (0.78, 0.55), (0.66, 0.98), (0.36, 1.36), (0.23, 1.72), (0.21, 2.10),
+            (0.26, 2.42), (0.37, 2.62), (0.36, 2.66), (0.31, 2.63), (0.20, 2.40), (0.145, 2.10), (0.165, 1.72), (0.29, 1.36), (0.57, 0.98),
+            (0.67, 0.56), (0.60, 0.28), (0.38, 0.17), (0.0, 0.15)]
+    return revolved(lambda t: curve_through(wall, t), 144, 168)
+
+
 def knot():
     """Trefoil ring: a tube along the (2, 3) torus knot, standing upright on the origin."""
     def centre(angle):
