@@ -25,6 +25,7 @@
 #include "mi/image.h"
 #include "mi/light.h"
 #include "mi/memory.h"
+#include "mi/mesh.h"
 #include "mi/message.h"
 #include "mi/noise.h"
 #include "mi/process.h"

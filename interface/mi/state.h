@@ -96,7 +96,7 @@ typedef struct miState {
     double dist; ///< length of the ray; 0 for none
     miTag material;
     void* pri;
-    miGeoIndex pri_idx; ///< of the triangle in its object
+    miGeoIndex pri_idx; ///< of the triangle, or of the hair, in its object
     double shadow_tol;
     miScalar ior, ior_in;
     miScalar importance;

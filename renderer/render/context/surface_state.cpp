@@ -29,7 +29,8 @@ void setHit(const RenderContext& context, DerivedState& child, const geometry::R
     state.label = surface.label;
     state.material = surface.material;
     state.pri = surface.primitive;
-    state.pri_idx = hit.triangle;
+    const auto& hair = meshInstance.mesh->hair;
+    state.pri_idx = hair ? static_cast<miGeoIndex>(hair->hairOf(hit.triangle)) : hit.triangle;
     state.hit_instance = hit.meshInstance;
     state.hit_triangle = hit.triangle;
     state.motion = surface.motion;
