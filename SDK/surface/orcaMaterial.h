@@ -117,6 +117,21 @@ public:
               [](auto v, const miColor& lightColor) { return pass_value::weighted(v, lightColor, nullptr); });
     }
 
+    /// Outside of a light loop: a value for each record.
+    /// @param valueOf miColor (const FrameBufferInfo&)
+    template <class ValueOf>
+    void writeEach(const PassTarget& target, PassTypeID type, const ValueOf& valueOf) const {
+        const PassTypeRun& run = (*target.types)[type];
+        if (target.closed) return;
+        for (int i = run.first; i < run.first + run.count; ++i) {
+            FrameBufferInfo& record = target.records[i];
+            TraceLevelSlot& slot = record.levelSlots[target.level];
+            if (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) continue;
+            ColorLanes value = pass_value::of(valueOf(record));
+            if (passWriteFlags & WRITE_SCALED) value = value * passWriteScale;
+            pass_value::combine(slot.levelResult, value, passWriteMode);
+        }
+    }
     /// Where the material writes in a call; nowhere without pass records.
     [[nodiscard]] PassTarget passTarget(const miState* state, FrameBufferInfo* records,
                                         const PassTypeInfo* types) const noexcept {

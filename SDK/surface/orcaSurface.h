@@ -53,8 +53,9 @@ public:
             return miFALSE;
         }
         ShadingCall call(state, *vela);
-        if (isConnected(state, record, &P::bumpNormal))
-            bendNormal(state, parameterValue(state, record, &P::bumpNormal));
+        if constexpr (requires { record->bumpNormal; })
+            if (isConnected(state, record, &P::bumpNormal))
+                bendNormal(state, parameterValue(state, record, &P::bumpNormal));
         if (state->type == miRAY_SHADOW) {
             result->transparency = Helper::shadowTransmission(state, record);
             return miTRUE;
@@ -82,7 +83,9 @@ private:
 
         writeMaterialColours(writer, in, specular);
         writeNormals(writer);
-        const LightSums light = gatherLight(writer, in, {diffuse, specular, scatter});
+        LightSums light = gatherLight(writer, in, {diffuse, specular, scatter});
+        if constexpr (requires { diffuse.ownLight(); })
+            if (const auto own = diffuse.ownLight()) addOwnLight(writer, in, *own, light);
 
         const bool traces = call.wants(COMPOSITE_TRACE_LIMIT);
         const TraceContext context{&call.vela, &call.passes, in.mirror};
@@ -97,7 +100,7 @@ private:
         if (call.wants(COMPOSITE_INDIRECT))
             parts.indirect = indirectLight(state, record, in, parts.scatter ? scatter.albedo() : BLACK);
         if (call.wants(COMPOSITE_INCANDESCENCE))
-            parts.incandescence = Incandescence(state, record)(state, record);
+            parts.incandescence = component<Incandescence>(state, record, in.reflectance)(state, record);
         parts.refraction = &refracted;
         parts.reflection = reflected;
         bc_composite(&call.composite, &result, &parts);
@@ -153,6 +156,20 @@ private:
         const Restored<miColor> throughput(call.vela.throughput);
         if (!call.wants(COMPOSITE_THROUGHPUT)) in.attenuate(call.vela.throughput);
         return Lights(writer, in, components)();
+    }
+
+    /// Diffuse light that is no sum over the lights: each record receives it with or without shadows, as it
+    /// would receive a light, whatever the lights that feed it.
+    template <class OwnLight>
+    static void addOwnLight(const Writer& writer, const Inputs& in, const OwnLight& own, LightSums& light) {
+        light.diffuse += own.shadowed;
+        light.diffuseUnshadowed += own.unshadowed;
+        if (!writer.writesComponents()) return;
+        const miColor opacity = WHITE - in.transparency;
+        for (const PassTypeID type : {PASS_DIFFUSE, PASS_DIFFUSE_NO_SHADOW})
+            writer.writeByShadow(type, own.shadowed, own.unshadowed);
+        for (const PassTypeID type : {PASS_SHADOW, PASS_BEAUTY, PASS_BEAUTY_NO_REFLECTION_REFRACTION})
+            writer.writeByShadow(type, opacity * own.shadowed, opacity * own.unshadowed);
     }
 
     /// Indirect light, reflected diffusely and from below the surface. It varies slowly, so the irradiance at

@@ -40,9 +40,11 @@ struct SurfaceInputs {
           glow(parameterValue(state, record, &P::compositeScalarA)),
           mirror(mirrored(state->dir, state->normal)),
           ambient(state, record) {
-        if (translucence == 0.0f) return;
-        translucenceForward = parameterValue(state, record, &P::translucenceForward);
-        translucenceWrap = parameterValue(state, record, &P::translucenceWrap);
+        if constexpr (requires { record->translucenceForward; }) {
+            if (translucence == 0.0f) return;
+            translucenceForward = parameterValue(state, record, &P::translucenceForward);
+            translucenceWrap = parameterValue(state, record, &P::translucenceWrap);
+        }
     }
 
     /// Multiplies a path's throughput by the weight of the surface.

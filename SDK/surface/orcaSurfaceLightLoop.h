@@ -30,6 +30,22 @@ public:
 
     /// Sum over the lights of the hit; over both sides when the surface was met from its back.
     [[nodiscard]] LightSums operator()() {
+        if constexpr (lightFromAllAround) {
+            // Lights choose by the normal what of them is above the horizon.
+            const Restored<miVector> normal(call_.state->normal);
+            call_.state->normal = {0.0f, 0.0f, 0.0f};
+            return allLights();
+        } else {
+            return allLights();
+        }
+    }
+
+private:
+    static constexpr bool lightFromAllAround = requires(const Diffuse& diffuse, const miVector& v) {
+        diffuse.cosine(v);
+    };
+
+    LightSums allLights() {
         int count = 0;
         miTag* lights = nullptr;
         LightSums all;
@@ -39,12 +55,12 @@ public:
         for (int i = 0; i < count; ++i) {
             const miScalar weight = weights ? weights[i] : 1.0f;
             all += light(lights[i], weight, miFALSE);
-            if (call_.state->inv_normal) all += lightFromBehind(lights[i], weight);
+            if constexpr (!lightFromAllAround)
+                if (call_.state->inv_normal) all += lightFromBehind(lights[i], weight);
         }
         return all;
     }
 
-private:
     // One light.
 
     LightSums lightFromBehind(miTag tag, miScalar weight) {
@@ -72,6 +88,7 @@ private:
     // One sample. What a member returns is a share of the light's colour.
 
     void shadeSample(LightSums& sums) {
+        if constexpr (lightFromAllAround) sample_.nDotL = components_.diffuse.cosine(sample_.direction);
         miColor shaded = BLACK; // share that the opaque part of the surface reflects
         if (data().isAmbient) shaded += shadeAmbient(sums);
         if (data().emitDiffuse) shaded += shadeDiffuse(sums);
@@ -89,24 +106,32 @@ private:
     }
 
     miColor shadeDiffuse(LightSums& sums) {
-        if (area()) sample_.nDotL = arealight_lambertian_reflect(call_.state, &sample_.direction, area());
+        if (area() && !lightFromAllAround)
+            sample_.nDotL = arealight_lambertian_reflect(call_.state, &sample_.direction, area());
         writeIrradiance();
         if (call_.wants(COMPOSITE_THROUGHPUT)) sums.countShadow(data(), sample_.nDotL);
 
-        const miColor& color = in_.reflectance.color();
-        const miScalar translucence = translucentShare();
-        const miColor through = color * translucence;
-        const miColor reflected = components_.diffuse(color * in_.reflectance.diffuse(), sample_.nDotL);
+        const auto [reflected, through] = diffuseShares();
         sums.addDiffuse(through, reflected, sample_.color, data().unshadowedColor);
         if (call_.additive) sums.diffuseUnshadowed += through * data().unshadowedColor;
         if (writer_.writesComponents()) {
-            if (in_.translucence != 0.0f) writeTranslucence(through);
+            if (lightFromAllAround || in_.translucence != 0.0f) writeTranslucence(through);
             // What comes through from behind is in the picture's diffuse light, not in its passes'
             // definition.
-            if (sample_.nDotL >= 0.0f || (call_.additive && translucence != 0.0f))
+            if (sample_.nDotL >= 0.0f || (call_.additive && !isZero(through)))
                 writeDiffuse(through + reflected);
         }
         return through + reflected;
+    }
+
+    [[nodiscard]] DiffuseShares diffuseShares() const {
+        if constexpr (lightFromAllAround) {
+            return components_.diffuse.ofSample(sample_);
+        } else {
+            const miColor& color = in_.reflectance.color();
+            return {components_.diffuse(color * in_.reflectance.diffuse(), sample_.nDotL),
+                    color * translucentShare()};
+        }
     }
 
     /// Share of the light that the surface transmits from behind.

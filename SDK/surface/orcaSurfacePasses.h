@@ -33,6 +33,17 @@ struct SurfacePassWriter {
     void write(PassTypeID type, miScalar value) const {
         if (components) material.writePass(target, type, value);
     }
+    /// Outside of a light loop: light of which each record receives the part that is its own: after shadows,
+    /// without them, or what they remove.
+    void writeByShadow(PassTypeID type, const miColor& shadowed, const miColor& unshadowed) const {
+        material.writeEach(target, type, [&](const FrameBufferInfo& record) {
+            const bool removed = (record.flags & FB_SHADOW_ONLY) != 0;
+            return withAlpha(removed                        ? unshadowed - shadowed
+                             : (record.flags & FB_SHADOWED) ? shadowed
+                                                            : unshadowed,
+                             1.0f);
+        });
+    }
     /// In a light loop: a value that is multiplied by each record's light colour.
     template <class Value>
     void writeLit(PassTypeID type, const Value& value) const {
