@@ -108,6 +108,7 @@ struct RenderContext : shading::CallContext {
     std::vector<std::uint8_t> written;     ///< buffers that a shader has put something into, by index
     std::vector<float> wordsBeforeLayer;   ///< rasterizer: `sampleWords` as the layer found them
     std::vector<geometry::Hit> occluders;  ///< of sorted shadow rays that are being traced
+    std::vector<miTag> media;              ///< volumes of the bodies that the current ray is in
     bool seesThroughOccluders = false;     ///< shadow rays are not traced
     bool inEyeSample = false;              ///< false: frame-buffer values are discarded
 

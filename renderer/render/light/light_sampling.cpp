@@ -90,6 +90,19 @@ private:
     const EmitterPoint* before_;
 };
 
+/// Within a volume's ray light arrives at a point in the air, though the state is that of the surface at the
+/// ray's end: shadow rays begin at the point itself and may meet that surface.
+void leaveSurface(const RenderContext& context, miState& light) {
+    if (context.callType != miSHADER_VOLUME || light.hit_instance == geometry::nothing) return;
+    const miState& ray = *light.parent;
+    const miVector end = ray.org + static_cast<float>(ray.dist) * ray.dir;
+    constexpr float atTheEnd = 1e-5f; // of the ray's length and of how far it is from the origin
+    const float tolerance =
+        atTheEnd * (static_cast<float>(ray.dist) + std::abs(end.x) + std::abs(end.y) + std::abs(end.z));
+    if (mi_vector_dist(&end, &light.point) <= tolerance) return;
+    light.hit_instance = light.hit_triangle = geometry::nothing;
+}
+
 /// Sets the ray of a light state; false for points outside a spot's cone.
 bool setLightRay(ChildState& child, const LightInstance& light, const miState* state,
                  const miVector& origin) {
@@ -132,6 +145,7 @@ miBoolean sampleLight(miColor& result, miVector& direction, miScalar& cosine, mi
         const int sample = samples++;
         ChildState child(context, state, miRAY_LIGHT);
         child->light_instance = lightInstance;
+        leaveSurface(context, *child.get());
         miVector origin = light->origin;
         EmitterPoint emitterPoint;
         if (sampleArea) {

@@ -3,6 +3,7 @@
 
 #include "render/context/surface_state.h"
 #include "render/context/surroundings.h"
+#include "render/trace/media.h"
 #include "render/trace/trace_and_shade.h"
 
 #include <algorithm>
@@ -96,6 +97,7 @@ miBoolean traceRefraction(miColor& result, miState* state, const miVector& direc
     ChildState child(context, state, miRAY_REFRACT);
     ++child->refraction_level;
     child->volume = state->refraction_volume;
+    const CrossedSurface crossed(context, *state);
     return castFrom(context, child, state, direction, RayClass::Refract, result);
 }
 
@@ -110,6 +112,7 @@ miBoolean traceTransparent(miColor& result, miState* state) {
     ChildState child(context, state, miRAY_TRANSPARENT);
     ++child->refraction_level;
     child->volume = state->refraction_volume;
+    const CrossedSurface crossed(context, *state);
     return castFrom(context, child, state, state->dir, RayClass::Transparent, result);
 }
 

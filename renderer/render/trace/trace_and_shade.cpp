@@ -7,6 +7,7 @@
 #include "render/context/surroundings.h"
 #include "render/light/visible_lights.h"
 #include "render/trace/default_material.h"
+#include "render/trace/media.h"
 
 #include <cmath>
 
@@ -50,7 +51,7 @@ void noteSeen(SeenSurfaces& seen, const RenderContext& context, const miState& s
 
 miBoolean shadeHit(RenderContext& context, miState* state, miColor& result) {
     const miMaterial* material = context.frame.materialOf(state->material);
-    state->refraction_volume = material ? material->volume : miNULLTAG;
+    state->refraction_volume = volumeBeyond(context, *state);
     if (material && material->environment != miNULLTAG) state->environment = material->environment;
     if (state->type == miRAY_EYE && context.inEyeSample && !context.primary.hit)
         recordPrimaryHit(context, *state, material ? material->shader : miNULLTAG);
