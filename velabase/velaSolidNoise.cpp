@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "orcaConstants.h"
 #include "orcaExport.h"
-#include "orcaNoise.h"
+#include "orcaFractalNoise.h"
 #include "orcaParameters.h"
 
 #include <algorithm>
@@ -21,22 +20,6 @@ namespace {
 
 using P = VelaSolidNoiseParameters;
 
-/// Octaves of value noise, normalised to (-1, 1) (B. Mandelbrot's fractional Brownian motion, as in D. Ebert
-/// et al., "Texturing and Modeling", 1994).
-float fractalNoise(const miVector& p, float frequency, int octaves, float lacunarity, float gain) {
-    double scale = static_cast<double>(frequency) / VELA_CUBE_SIDE;
-    float strength = 1.0f;
-    float sum = 0.0f;
-    float total = 0.0f;
-    for (int i = 0; i < octaves; ++i) {
-        sum += strength * noise_scalar_3d(p.x * scale, p.y * scale, p.z * scale);
-        total += strength;
-        scale *= static_cast<double>(lacunarity);
-        strength *= gain;
-    }
-    return total > 0.0f ? sum / total : 0.0f;
-}
-
 } // namespace
 
 extern "C" {
@@ -46,15 +29,13 @@ ORCA_EXPORT int velaSolidNoise_version(void) {
 }
 
 ORCA_EXPORT miBoolean velaSolidNoise(miColor* result, miState* state, VelaSolidNoiseParameters* record) {
-    constexpr int mostOctaves = 16;
     constexpr miInteger worldSpace = 1;
     miVector point = state->point;
     if (parameterValue(state, record, &P::space) == worldSpace) mi_point_to_world(state, &point, &point);
     else mi_point_to_object(state, &point, &point);
-    const float noise =
-        fractalNoise(point, parameterValue(state, record, &P::frequency),
-                     std::clamp(parameterValue(state, record, &P::octaves), 1, mostOctaves),
-                     parameterValue(state, record, &P::lacunarity), parameterValue(state, record, &P::gain));
+    const float noise = fractalNoise(
+        point, parameterValue(state, record, &P::frequency), parameterValue(state, record, &P::octaves),
+        parameterValue(state, record, &P::lacunarity), parameterValue(state, record, &P::gain));
     const float share =
         std::clamp(0.5f + 0.5f * noise * parameterValue(state, record, &P::contrast), 0.0f, 1.0f);
     const miColor low = parameterValue(state, record, &P::low);
