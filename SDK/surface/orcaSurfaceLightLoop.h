@@ -4,6 +4,7 @@
 /// The light loop of a material: what every light adds to the components and to the passes.
 
 #include "orcaAreaLight.h"
+#include "orcaDiffuseComponents.h"
 #include "orcaGuards.h"
 #include "orcaLambertTranslucence.h"
 #include "orcaLightLoop.h"
