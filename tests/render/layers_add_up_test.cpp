@@ -97,6 +97,32 @@ std::string paintedWall(const std::string& mode, const std::string& layers) {
            pointLight("lamp", "\"intensity\" 0.8, \"color\" 1 0.8 0.6 1", 0.8f, 0.9f, 4);
 }
 
+/// Fibres of every model, fur, a tube's highlight and brightness ramps over one another.
+std::string hairsAndRamps() {
+    const auto hairs = [](const std::string& name, const std::string& of, const std::string& parameters,
+                          float z) {
+        return surface(name, of, "\"ambientColor\" 0.1 0.2 0.1 1, " + parameters, "0.3 0.2 0.1 1") +
+               fmt::format("object \"{0}_mesh\" visible shadow trace hair round radius 0.3 scalars 18 -1.5 "
+                           "-1 {1} 1 1 {1} "
+                           "-1.5 0 {1} 1.5 0.4 {1} 0 -1.4 {1} 1.2 1 {1} hairs 3 0 6 12 end hair end object\n"
+                           "instance \"{0}_inst\" \"{0}_mesh\" material \"{0}\" end instance\n",
+                           name, z);
+    };
+    return lambert("wall", "\"color\" 0.7 0.6 0.5 1") +
+           hairs("physical", "orcaVelaHairShader", "\"transparency\" 0.3 0.1 0.2 1, \"scatterRays\" 2", 1) +
+           hairs("classic", "orcaVelaHairShader", "\"model\" 0, \"translucence\" 0.4, \"tipThickness\" 0.3",
+                 0.2f) +
+           hairs("fur", "orcaVelaFur", "\"translucence\" 0.2", 1.8f) +
+           surface("tube", "orcaVelaHairTubeShader", "\"reflectivity\" 0.3, \"secondaryColor\" 1 1 1 1") +
+           surface("tones", "orcaVelaRampShader",
+                   "\"colorInput\" 3, \"colorRamp\" [ { \"value\" 0.3 0.1 0 1 }, { \"position\" 0.4, "
+                   "\"value\" 0.9 0.8 1 1 } ], "
+                   "\"transparencyRamp\" [ { \"value\" 0.4 0.4 0.3 1 } ], \"reflectivityRamp\" [ { \"value\" "
+                   "0.5 } ]") +
+           card("back", "wall", 0, 0, -2, 6) + turnedCard("left", "tube", -1, 0.2f, -0.5f, 0.9f, 20) +
+           turnedCard("right", "tones", 1, 0.2f, -0.5f, 0.9f, -20) + softSun + softLamp;
+}
+
 /// Every light, on shiny half-transparent boards before a wall. Soft shadows, but none of ambient light, of
 /// which there is no unshadowed layer.
 std::string manyLights() {
@@ -182,6 +208,10 @@ std::vector<SceneCase> sceneCases() {
         {"MirrorsInMirrorsGlassAndFilm",
          gallery(),
          {"ambient", "diffuse", "specular", "incandescence", "reflection", "refraction"},
+         true},
+        {"HairsTubesAndRamps",
+         hairsAndRamps(),
+         {"ambient", "diffuse", "specular", "reflection", "refraction", "shadow"},
          true},
         {"EveryLight", manyLights(), {"ambient", "diffuse", "specular", "shadow"}, true},
         {"SomeOfTheLights",
