@@ -131,6 +131,8 @@ mattes stage 320x160
 finely_baked baked_light 480x270 256
 picture stage 640x320
 layers stage 160x80 diffuse specular shadow cameraDepth
+picture stage_in_fog 640x320
+layers stage_in_fog 213x106 sceneVolume objectVolume lightVolume
 picture lantern 640x320
 layers lantern 160x80 diffuse specular shadow cameraDepth
 finely area_lights 480x270

@@ -91,6 +91,8 @@ miBoolean beginSample(miState* state) {
     vela->lightData = defaultLightDataArray;
     vela->areaLight = nullptr;
     vela->componentListener = nullptr;
+    vela->volumeLight = {};
+    vela->volumeLightPath = nullptr;
     vela->shadowSum = 0.0f;
     if (vela->depthOutput) setDepthPlane(state, *vela);
     return miTRUE;

@@ -13,6 +13,7 @@ inline constexpr const char* VELABASE_STATE_KEY = "velabase";
 
 struct PassRecords;
 struct ComponentListener;
+struct VolumeLightPath;
 
 /// Passed from a material's light loop to the light shader and back.
 struct LightData {
@@ -63,6 +64,12 @@ struct ImagePlaneSums {
 struct BackgroundSums {
     miColor environment; ///< image planes too
     miColor lamps;       ///< area lights that are visible themselves
+};
+
+/// Light that volumes have added to what a ray brings.
+struct VolumeLight {
+    miVector origin, direction; ///< of the ray
+    miColor light;
 };
 
 /// One per rendering thread. "Owner" names the writer of a field; every shader may read it.
@@ -132,6 +139,10 @@ struct VelabaseState {
 
     /// Who is told of each light sample of a material of components; null: nobody. Owner: its adapter.
     ComponentListener* componentListener;
+
+    // Volumes. Owner: the volume engine.
+    VolumeLight volumeLight;          ///< of the ray that crossed a volume last
+    VolumeLightPath* volumeLightPath; ///< of the light that a volume is asking for; null: none is
 
     /// Off: each pass holds what its shader writes. On: the layers that a compositor adds up are the picture,
     /// shadowed and shadow are unshadowed, and alpha is coverage. Owner: the base state shader.

@@ -5,6 +5,7 @@
 #include "orcaColorLanes.h"
 #include "orcaPassMask.h"
 #include "orcaRenderPassUtilities.h"
+#include "orcaVector.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -158,6 +159,13 @@ void addTraced(miState* state, VelabaseState& vela, const PassRecords& passes, b
     exchange();
 }
 
+miColor withoutVolumeLight(const miColor& brought, const VelabaseState& vela, const miState* end) {
+    const VolumeLight& volumes = vela.volumeLight;
+    if (isBlack(brought)) return brought; // also where no ray was cast
+    const bool crossedThem = end && isNull(end->org - volumes.origin) && isNull(end->dir - volumes.direction);
+    return crossedThem ? brought - volumes.light : brought;
+}
+
 void accumulateBackgroundToParent(const miState* state, const PassRecords& passes,
                                   const miColor& background) {
     if (!passes) return;
@@ -174,7 +182,8 @@ void noteBackground(const miState* state, const miState* end, VelabaseState& vel
     if (traceLevel(state) != 0 || !end || end->instance != miNULLTAG) return;
     const miColor& transmission = vela.layerTransmission;
     miColor& sum = end->light_instance == miNULLTAG ? vela.background.environment : vela.background.lamps;
-    sum += withAlpha(transmission * background, luminance(transmission) * background.a);
+    const miColor own = withoutVolumeLight(background, vela, end);
+    sum += withAlpha(transmission * own, luminance(transmission) * own.a);
 }
 
 SavedSlots::SavedSlots(const miState* state, const PassRecords& passes)

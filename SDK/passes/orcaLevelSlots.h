@@ -65,12 +65,18 @@ private:
 void addTraced(miState* state, VelabaseState& vela, const PassRecords& passes, bool isRefraction,
                const miColor& weight);
 
+/// What a ray brought, less the light that volumes have added to it: that is in the records already.
+/// @param end of the ray: the tracer's most recent child, or the lens shader's state
+[[nodiscard]] miColor withoutVolumeLight(const miColor& brought, const VelabaseState& vela,
+                                         const miState* end);
+
 /// Accumulates what a transparency ray returned without meeting a surface: the background of the picture, as
 /// for an eye ray.
 void accumulateBackgroundToParent(const miState* state, const PassRecords& passes, const miColor& background);
 
 /// Adds what an eye ray or its straight continuation returned without meeting a surface to the sample's
-/// background. Deeper levels are part of the surface that reflects or refracts them.
+/// background, less the light of volumes. Deeper levels are part of the surface that reflects or refracts
+/// them.
 /// @param end of the ray; what a shader of another library shades there is no background
 void noteBackground(const miState* state, const miState* end, VelabaseState& vela, const miColor& background);
 

@@ -137,13 +137,14 @@ miColor traceSecondaryRay(miState* state, const SecondaryRay& ray, const TraceCo
     miVector direction = ray.direction;
     const bool found = ray.kind == RayKind::Reflection ? mi_trace_reflection(&light, state, &direction)
                                                        : mi_trace_refraction(&light, state, &direction);
-    if (!found || !(ray.surroundings || metSurface(state))) light = BLACK;
-
     miColor weight = withAlpha(ray.weight * transmittance(state, ray.absorbance), ray.weight.a);
     if (!metSurface(state)) weight *= shareOfNoSurface(state, ray);
-    light *= weight;
+    if (!found) light = BLACK;
+    else if (!ray.surroundings && !metSurface(state)) light = weight = BLACK;
     const bool isRefraction = ray.kind == RayKind::Refraction;
-    if (vela.surfacesShaded == shadedBefore) addUnhandedLight(state, passes, isRefraction, light);
+    if (vela.surfacesShaded == shadedBefore)
+        addUnhandedLight(state, passes, isRefraction, withoutVolumeLight(light, vela, state->child) * weight);
+    light *= weight;
     addTraced(state, vela, passes, isRefraction, weight);
     return light;
 }

@@ -70,7 +70,7 @@ public:
         if (!found) seen = BLACK;
         slots.showBehind(WHITE, false);
         if (vela.surfacesShaded == shadedBefore) {
-            accumulateBackgroundToParent(state, passes, seen);
+            accumulateBackgroundToParent(state, passes, withoutVolumeLight(seen, vela, state->child));
             noteBackground(state, state->child, vela, seen);
             if (handsUp_) ++vela.surfacesShaded;
         }

@@ -141,6 +141,32 @@ private:
     bool before_;
 };
 
+/// Keeps what a hit has accumulated apart from what is behind it, where the ray goes on through a volume:
+/// that dims all that its ray has brought, and only that.
+class InFrontOfVolume {
+public:
+    InFrontOfVolume(const miState* state, VelabaseState& vela, const PassRecords& passes) : vela_(vela) {
+        const miTag volume = vela.continueRay ? state->volume : state->refraction_volume;
+        if (volume == miNULLTAG || state->options->no_volume) return;
+        slots_.emplace(state, passes);
+        background_ = vela.background;
+        vela.background = {BLACK, BLACK};
+    }
+    ~InFrontOfVolume() {
+        if (!slots_) return;
+        slots_->showBehind(WHITE, false);
+        vela_.background.environment += background_.environment;
+        vela_.background.lamps += background_.lamps;
+    }
+    InFrontOfVolume(const InFrontOfVolume&) = delete;
+    InFrontOfVolume& operator=(const InFrontOfVolume&) = delete;
+
+private:
+    VelabaseState& vela_;
+    std::optional<SavedSlots> slots_;
+    BackgroundSums background_{};
+};
+
 /// Adds what is behind a transparent hit, at the same trace level, and counts the hit as a layer even where
 /// nothing is traced.
 void continueThrough(miColor& color, miState* state, VelabaseState& vela, const PassRecords& passes,
@@ -160,6 +186,7 @@ void continueThrough(miColor& color, miState* state, VelabaseState& vela, const 
     const Restored<int> level(state->refraction_level);
     const TransparencyMark mark(passes, fullyTransparent);
 
+    const InFrontOfVolume inFront(state, vela, passes);
     const miUint shadedBefore = vela.surfacesShaded;
     miColor behind = BLACK;
     // What is behind belongs to this level: a transparency ray adds one to it, a continued ray does not.
@@ -169,7 +196,8 @@ void continueThrough(miColor& color, miState* state, VelabaseState& vela, const 
     if (!found) behind = BLACK;
     state->refraction_level = level.before();
     if (vela.surfacesShaded == shadedBefore) {
-        if (vela.additivePasses) accumulateBackgroundToParent(state, passes, behind);
+        if (vela.additivePasses)
+            accumulateBackgroundToParent(state, passes, withoutVolumeLight(behind, vela, state->child));
         noteBackground(state, state->child, vela, behind);
     }
 

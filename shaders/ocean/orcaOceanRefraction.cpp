@@ -124,8 +124,9 @@ miColor sampled(miState* state, const Cone& cone, const miVector& direction, con
     float water = 0.0f;
     miColor light = arriving(state, cone, direction, settings.limit, water);
     const miColor left = withAlpha(weight * absorbed(settings, water), weight.a);
+    if (vela.surfacesShaded == shadedBefore)
+        addUnhandedLight(state, passes, isRefraction, withoutVolumeLight(light, vela, state->child) * left);
     light *= left;
-    if (vela.surfacesShaded == shadedBefore) addUnhandedLight(state, passes, isRefraction, light);
     addTraced(state, vela, passes, isRefraction, left);
     return light;
 }
