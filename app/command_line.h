@@ -62,6 +62,7 @@ struct CommandLine {
     std::string display, view;       ///< of it; empty: its own choice
     bool writesSceneFiles = true, writesFiles = true;
     image::LayeredFormat format;
+    bool verifiesPasses = false;               ///< that what has to hold between layers does
     bool denoises = false, keepsNoisy = false; ///< filter noise out; write the layers as they were too
     std::optional<int> arraysTo;               ///< open file that receives all layers as arrays, for programs
     bool renderAnyway = false;

@@ -152,6 +152,11 @@ void addPictureOptions(CLI::App& app, CommandLine& command, RawOptions& raw) {
     app.add_flag("--dump-passes", command.dumpsPasses,
                  "print what --passes adds to the scene as text to paste into it; render nothing")
         ->group(group);
+    app.add_flag("--verify-passes", command.verifiesPasses,
+                 "check at every pixel what has to hold between the layers, such as that sums close; a "
+                 "violation is "
+                 "an error (orca-verify checks files)")
+        ->group(group);
     auto* const denoise =
         app.add_flag("--denoise", command.denoises,
                      "filter noise out of all layers alike, led by layers of colours, normals and depth")

@@ -83,6 +83,16 @@ std::string textOf(const std::vector<bool>& selected) {
     return mask;
 }
 
+/// Their names, in quotes.
+std::string listOf(const std::vector<const scene::InstanceElement*>& instances) {
+    constexpr std::size_t most = 100; // names in the header of a file
+    std::string list;
+    for (std::size_t i = 0; i < std::min(most, instances.size()); ++i)
+        list += fmt::format("{}\"{}\"", list.empty() ? "" : " ", instances[i]->name);
+    if (instances.size() > most) list += fmt::format(" and {} more", instances.size() - most);
+    return list;
+}
+
 /// Instances that a pass lets in, and those that it does not.
 struct Admission {
     std::vector<const scene::InstanceElement*> in, out;
@@ -96,12 +106,7 @@ struct Admission {
         if (in.empty()) return "none";
         const bool namesOut = out.size() < in.size();
         const auto& named = namesOut ? out : in;
-        constexpr std::size_t most = 100; // names in the header of a file
-        std::string list = namesOut ? "all but" : "";
-        for (std::size_t i = 0; i < std::min(most, named.size()); ++i)
-            list += fmt::format("{}\"{}\"", list.empty() ? "" : " ", named[i]->name);
-        if (named.size() > most) list += fmt::format(" and {} more", named.size() - most);
-        return list;
+        return (namesOut ? "all but " : "") + listOf(named);
     }
 };
 
@@ -304,6 +309,15 @@ std::map<std::string, image::Metadata> PassMasks::admitted(const scene::CameraEl
         ofPass["passObjects"] = objects[bit].text();
     }
     return metadata;
+}
+
+image::Metadata PassMasks::everyone() const {
+    std::vector<const scene::InstanceElement*> lights, objects;
+    visitInstances(database_, [&](const scene::InstanceElement& instance) {
+        if (database_.find<scene::LightElement>(instance.instance.item)) lights.push_back(&instance);
+        else if (database_.find<scene::ObjectElement>(instance.instance.item)) objects.push_back(&instance);
+    });
+    return {{"lights", listOf(lights)}, {"objects", listOf(objects)}};
 }
 
 void PassMasks::check(const scene::CameraElement& camera) {

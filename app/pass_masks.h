@@ -40,6 +40,8 @@ public:
     /// The instances of lights ("passLights") and of objects ("passObjects") that take part in each pass, for
     /// the metadata of its layer: "all", "none", "all but" or a list of names. By frame buffer.
     [[nodiscard]] std::map<std::string, image::Metadata> admitted(const scene::CameraElement& camera) const;
+    /// All instances of lights ("lights") and of objects ("objects"), likewise.
+    [[nodiscard]] image::Metadata everyone() const;
 
 private:
     /// What the bits of a mask stand for.

@@ -17,6 +17,7 @@
 #include "picture_shape.h"
 #include "progress.h"
 #include "run_reports.h"
+#include "verification.h"
 
 #include "base/utc_time.h"
 
@@ -339,9 +340,10 @@ int SceneRun::finish(render::FrameResult& result, const PictureFiles& files,
         return faulty ? exitRenderError : exitRendered;
     describe(result, files.frame, identity);
     if (command_.pixel) OutputFiles::printPixel(result);
+    const bool holds = !command_.verifiesPasses || verifyPasses(result, log_);
     if (!files_.write(files, result)) return stop_.exitCode() != 0 ? stop_.exitCode() : exitNotWritten;
     checkpoints_.discard(files);
-    return faulty ? exitRenderError : exitRendered;
+    return faulty || !holds ? exitRenderError : exitRendered;
 }
 
 std::unique_ptr<render::FrameResult> SceneRun::renderPicture(render::Picture picture,
@@ -409,6 +411,13 @@ void SceneRun::describe(render::FrameResult& result, int frame,
     if (const FrameBufferData* block = passBlock(scene_.database(), camera))
         picture.layerMetadata = passMetadata(scene_.database(), *block);
     for (auto& [layer, ofPass] : masks_.admitted(camera)) picture.layerMetadata[layer].merge(ofPass);
+    if (picture.layerMetadata.empty()) return;
+    metadata.merge(masks_.everyone());
+    describeSums(scene_.database(), result.picture().options, picture);
+    for (const image::Buffer& buffer : result.picture().framebuffers().buffers())
+        if (const auto own = picture.layerMetadata.find(buffer.name);
+            own != picture.layerMetadata.end() && !buffer.filtering)
+            own->second["passFiltering"] = "off";
 }
 
 } // namespace orca::app

@@ -13,14 +13,14 @@ set(in_all ALL)
 if(ORCA_SANITIZE)
     set(in_all)
 endif()
-add_custom_target(orca-install-files ${in_all} DEPENDS orca-render orca-merge orca-texture orca-import orca-diff orca velabase velamaterials
+add_custom_target(orca-install-files ${in_all} DEPENDS orca-render orca-merge orca-texture orca-import orca-diff orca-verify orca velabase velamaterials
     orca-image-formats
     orca_sdk_archive orca-scenes)
 
 # The manual pages and the shells' completions come from the descriptions that --help prints.
 find_program(GZIP gzip REQUIRED)
 set(documents ${PROJECT_BINARY_DIR}/command_documents)
-foreach(command orca-render orca-merge orca-texture orca-import orca-diff)
+foreach(command orca-render orca-merge orca-texture orca-import orca-diff orca-verify)
     add_custom_command(
         OUTPUT ${documents}/${command}.1.gz ${documents}/${command} ${documents}/_${command}
         COMMAND ${CMAKE_COMMAND} -E make_directory ${documents}

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "difference_picture.h"
+#include "diff/difference_picture.h"
 
 #include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
@@ -37,24 +37,23 @@ struct Sheet {
 
 } // namespace
 
-void writeDifferencePicture(const std::string& path, const std::vector<ShownDifference>& shown, float white) {
-    const auto across = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(shown.size()))));
-    const int down = (static_cast<int>(shown.size()) + across - 1) / across;
+void writeDifferencePicture(const std::string& path, const std::vector<DifferenceTile>& tiles, float white) {
+    const auto across = static_cast<int>(std::ceil(std::sqrt(static_cast<double>(tiles.size()))));
+    const int down = (static_cast<int>(tiles.size()) + across - 1) / across;
     int width = 0, height = 0;
-    for (const auto& [layer, difference] : shown) {
-        width = std::max(width, layer->width);
-        height = std::max(height, layer->height);
+    for (const DifferenceTile& tile : tiles) {
+        width = std::max(width, tile.width);
+        height = std::max(height, tile.height);
     }
     Sheet sheet{across * (width + gap) - gap, down * (height + gap) - gap, {}};
     sheet.pixels.assign(3 * static_cast<std::size_t>(sheet.width) * static_cast<std::size_t>(sheet.height),
                         48);
-    for (std::size_t i = 0; i < shown.size(); ++i) {
-        const PictureLayer& layer = *shown[i].first;
+    for (std::size_t i = 0; i < tiles.size(); ++i) {
         const int left = static_cast<int>(i) % across * (width + gap);
         const int top = static_cast<int>(i) / across * (height + gap);
-        const float* apart = shown[i].second->perPixel.data();
-        for (int y = 0; y < layer.height; ++y)
-            for (int x = 0; x < layer.width; ++x) sheet.put(left + x, top + y, *apart++ / white);
+        const float* apart = tiles[i].perPixel.data();
+        for (int y = 0; y < tiles[i].height; ++y)
+            for (int x = 0; x < tiles[i].width; ++x) sheet.put(left + x, top + y, *apart++ / white);
     }
     const std::unique_ptr<OIIO::ImageOutput> file = OIIO::ImageOutput::create(path);
     if (!file || !file->open(path, OIIO::ImageSpec(sheet.width, sheet.height, 3, OIIO::TypeUInt8)) ||

@@ -1,23 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "layer_difference.h"
-#include "layered_picture.h"
-
+#include <span>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace orca::app {
 
-/// Layers with how they differ, the ones that a picture shows.
-using ShownDifference = std::pair<const PictureLayer*, const LayerDifference*>;
+/// What one tile of a picture of differences shows.
+struct DifferenceTile {
+    int width, height;
+    std::span<const float> perPixel; ///< at least 0, row by row from the top
+};
 
-/// Writes an image with a tile for each layer, in rows, as many in a row as in a column: black where the two
-/// are alike, through red and yellow to white where they are `white` apart or more. Throws std::runtime_error
-/// with the reason when it cannot be written.
-/// @param shown at least one
-/// @param white above 0; pixels beyond the tolerance are dark red at least
-void writeDifferencePicture(const std::string& path, const std::vector<ShownDifference>& shown, float white);
+/// Writes an image with a tile for each, in rows, about as many in a row as in a column: black where there is
+/// no difference, through red and yellow to white where it is `white` or more. Throws std::runtime_error with
+/// the reason when it cannot be written.
+/// @param tiles at least one
+/// @param white above 0; the smallest difference is dark red
+void writeDifferencePicture(const std::string& path, const std::vector<DifferenceTile>& tiles, float white);
 
 } // namespace orca::app

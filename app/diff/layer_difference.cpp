@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "layer_difference.h"
+#include "diff/layer_difference.h"
 
 #include <algorithm>
 #include <cmath>

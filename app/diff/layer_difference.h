@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "layered_picture.h"
+#include "layers/layered_picture.h"
 
 #include <cstddef>
 #include <optional>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "command_documents.h"
-#include "difference_picture.h"
-#include "layer_difference.h"
-#include "layered_picture.h"
+#include "diff/difference_picture.h"
+#include "diff/layer_difference.h"
+#include "layers/layered_picture.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -133,14 +133,14 @@ void writeJson(const std::string& path, const std::vector<Comparison>& compariso
 }
 
 void writePicture(const Wanted& wanted, const std::vector<Comparison>& comparisons) {
-    std::vector<ShownDifference> shown;
+    std::vector<DifferenceTile> tiles;
     float white = wanted.white;
     for (const Comparison& comparison : comparisons) {
         if (!comparison.isMeasured() || comparison.difference.largest == 0.0f) continue;
-        shown.emplace_back(comparison.first, &comparison.difference);
+        tiles.push_back({comparison.first->width, comparison.first->height, comparison.difference.perPixel});
         if (wanted.white == 0.0f) white = std::max(white, comparison.difference.largest);
     }
-    if (!shown.empty()) writeDifferencePicture(wanted.picture, shown, white);
+    if (!tiles.empty()) writeDifferencePicture(wanted.picture, tiles, white);
     else if (!wanted.quiet) fmt::print(stderr, "orca-diff: no picture, as nothing differs\n");
 }
 

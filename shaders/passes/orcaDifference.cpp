@@ -8,6 +8,8 @@
 
 #include <shader.h>
 
+#include <string>
+
 /// Parameters of orcaPassDifference, in declaration order.
 struct DifferenceParameters {
     miTag frameBuffer; // a string: the name of what is changed
@@ -24,13 +26,25 @@ class DifferencePass : public Shader<P, ShaderHelper<P>> {
 public:
     DifferencePass(miState* state, P* record)
         : changed_(indexOf(state, record, &P::frameBuffer)),
-          subtracted_(indexOf(state, record, &P::subtracted)) {}
+          subtracted_(indexOf(state, record, &P::subtracted)),
+          earlierKey_("orcaPassDifference:" + std::to_string(changed_)) {}
+
+    /// The rasterizer adds layer after layer to the buffers: those before this one have been subtracted.
+    miBoolean noteEarlier(miState* state) const {
+        if (!state->rast_compose || !subtracts(state)) return miTRUE;
+        miColor earlier{};
+        mi_fb_get(state, subtracted_, &earlier);
+        return mi_shaderstate_set(state, earlierKey_.c_str(), &earlier, sizeof earlier, VELA_STATE_LIFETIME);
+    }
 
     miBoolean write(miState* state) const {
-        if (changed_ == 0 || subtracted_ == 0 || !inImagePhase(state)) return miTRUE;
+        if (!subtracts(state)) return miTRUE;
         miColor value{}, less{};
         mi_fb_get(state, changed_, &value);
         mi_fb_get(state, subtracted_, &less);
+        if (state->rast_compose)
+            if (const void* const earlier = mi_shaderstate_get(state, earlierKey_.c_str(), nullptr))
+                less = less - *static_cast<const miColor*>(earlier);
         value.r -= less.r;
         value.g -= less.g;
         value.b -= less.b;
@@ -43,7 +57,12 @@ private:
         return static_cast<int>(getNamedFrameBufferID(state, parameterValue(state, record, name)));
     }
 
+    [[nodiscard]] bool subtracts(miState* state) const {
+        return changed_ != 0 && subtracted_ != 0 && inImagePhase(state);
+    }
+
     int changed_, subtracted_; ///< 0 when there is no such buffer
+    std::string earlierKey_;   ///< of the thread's state: what was in the subtracted buffer before this layer
 };
 
 using Entry = ShaderEntry<DifferencePass, P>;
@@ -66,9 +85,11 @@ ORCA_EXPORT void orcaPassDifference_exit(miState* state, P* record) {
 }
 
 ORCA_EXPORT miBoolean orcaPassDifference(void*, miState* state, P*, miShader_state_arg* argument) {
-    if (argument->op != miSHADERSTATE_SAMPLE_EXIT) return miTRUE;
+    if (argument->op != miSHADERSTATE_SAMPLE_INIT && argument->op != miSHADERSTATE_SAMPLE_EXIT) return miTRUE;
     void** const slot = instanceUserPointer(state);
-    return slot && *slot ? static_cast<const DifferencePass*>(*slot)->write(state) : miFALSE;
+    if (!slot || !*slot) return miFALSE;
+    const auto& pass = *static_cast<const DifferencePass*>(*slot);
+    return argument->op == miSHADERSTATE_SAMPLE_INIT ? pass.noteEarlier(state) : pass.write(state);
 }
 
 } // extern "C"

@@ -75,14 +75,14 @@ TEST_F(Output, OfAStrictRunMustBeAllThatTheSceneAsksFor) {
         return text.insert(text.find("trace depth"), option) + renderIt;
     };
     scene("unwritten.mi", with("framebuffer \"mine\" datatype \"rgba_fp\" user on\n", ""));
-    scene("ineffective.mi", with("", "samples collect 4 "));
+    scene("ineffective.mi", with("", "samples motion 4 "));
     scene("missing.mi", "color texture \"gone\" \"gone.tif\"\n" + with("", ""));
     expectCalls({{"unwritten.mi", 0, {}},
                  {"ineffective.mi", 0, {}},
                  {"missing.mi", 0, {}},
                  {"a.mi --strict", 0, {}},
                  {"unwritten.mi --strict", 1, {"\"mine\" was written by no shader"}},
-                 {"ineffective.mi --strict", 3, {"\"samples collect\" has no effect"}},
+                 {"ineffective.mi --strict", 3, {"\"samples motion\" has no effect"}},
                  {"missing.mi --strict", 3, {"texture \"gone\": there is no file \"gone.tif\""}},
                  {"a.mi --shadow sort --strict", 0, {}}});
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "layered_picture.h"
+#include "layers/layered_picture.h"
 
 #include <OpenImageIO/imageio.h>
 #include <fmt/format.h>
@@ -34,8 +34,21 @@ PictureLayer& layerOf(std::vector<PictureLayer>& layers, std::size_t first, cons
     const auto found = std::find_if(layers.begin() + static_cast<std::ptrdiff_t>(first), layers.end(),
                                     [&](const PictureLayer& layer) { return layer.name == name; });
     if (found != layers.end()) return *found;
-    layers.push_back({name, {}, spec.x, spec.y, spec.width, spec.height, {}});
+    layers.push_back(
+        {name, {}, spec.x, spec.y, spec.width, spec.height, spec.format == OIIO::TypeHalf, {}, {}});
     return layers.back();
+}
+
+/// In a file of one part, what belongs to one layer has the layer's name before its key.
+std::map<std::string, std::string> metadataOf(const OIIO::ImageSpec& spec, const std::string& layer) {
+    std::map<std::string, std::string> texts;
+    const std::string own = layer + ".";
+    for (const OIIO::ParamValue& attribute : spec.extra_attribs) {
+        const std::string key(attribute.name().string());
+        if (key.starts_with(own)) texts[key.substr(own.size())] = attribute.get_string();
+        else texts.emplace(key, attribute.get_string());
+    }
+    return texts;
 }
 
 void addPart(OIIO::ImageInput& file, int part, std::vector<PictureLayer>& layers) {
@@ -55,8 +68,10 @@ void addPart(OIIO::ImageInput& file, int part, std::vector<PictureLayer>& layers
         layer.channels.push_back(split.channel);
         layerOfChannel.push_back(static_cast<std::size_t>(&layer - layers.data()));
     }
-    for (std::size_t i = first; i < layers.size(); ++i)
+    for (std::size_t i = first; i < layers.size(); ++i) {
         layers[i].values.reserve(spec.image_pixels() * layers[i].channels.size());
+        layers[i].metadata = metadataOf(spec, layers[i].name);
+    }
     for (std::size_t pixel = 0; pixel < spec.image_pixels(); ++pixel)
         for (std::size_t c = 0; c < channels; ++c)
             layers[layerOfChannel[c]].values.push_back(values[pixel * channels + c]);

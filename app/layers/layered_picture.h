@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,9 @@ struct PictureLayer {
     std::vector<std::string> channels; ///< without the layer's name
     int left, top;                     ///< of the data window, pixels
     int width, height;
+    bool isHalf = false;       ///< all of its numbers are stored as half ones
     std::vector<float> values; ///< row by row from the top, all channels of a pixel together
+    std::map<std::string, std::string> metadata; ///< of its part, as texts
 
     /// Values of a pixel, `x` and `y` counted from the data window's upper left corner.
     [[nodiscard]] const float* pixel(int x, int y) const {
