@@ -7,6 +7,7 @@
 #include "orcaGathering.h"
 #include "orcaLevelSlots.h"
 #include "orcaLightLoop.h"
+#include "orcaLightProtocol.h"
 #include "orcaVector.h"
 #include "orcaWriteMode.h"
 
@@ -239,20 +240,46 @@ LightResult gatherLights(const ShadingCall& call, const Closure& closure, const 
     return LightGathering(call, closure, effort, listener, raysFollow, shared)();
 }
 
+miColor SharedLights::look(const Dome& dome, miState* state, VelabaseState& vela, const miVector& direction) {
+    miState ray = *state;
+    ray.type = miRAY_ENVIRONMENT;
+    ray.parent = state;
+    ray.dir = direction;
+    ray.light_instance = dome.instance;
+    miColor radiance = BLACK;
+    resetLightSample(vela);
+    mi_call_shader_x(&radiance, miSHADER_LIGHT, &ray, dome.shader, nullptr);
+    return radiance;
+}
+
 float SharedLights::density(miState* state, VelabaseState& vela, const miVector& direction) const {
     float sum = 0.0f;
     for (int i = 0; i < domeCount; ++i) {
-        miState ray = *state;
-        ray.type = miRAY_ENVIRONMENT;
-        ray.parent = state;
-        ray.dir = direction;
-        ray.light_instance = domes[i].instance;
-        miColor radiance = BLACK;
-        resetLightSample(vela);
-        mi_call_shader_x(&radiance, miSHADER_LIGHT, &ray, domes[i].shader, nullptr);
+        look(domes[i], state, vela, direction);
         sum += vela.lightDensity;
     }
     return sum;
+}
+
+miColor SharedLights::highlightsAlong(const ShadingCall& call, const miVector& direction,
+                                      float ofLayer) const {
+    miColor sum = BLACK;
+    for (int i = 0; i < domeCount; ++i) {
+        const miColor radiance = look(domes[i], call.state, call.vela, direction);
+        const float ofDome = call.vela.lightDensity;
+        miState light = *call.state;
+        light.type = miRAY_LIGHT;
+        light.parent = call.state;
+        light.dir = -direction;
+        light.dist = 0.0; // from infinity
+        light.light_instance = domes[i].instance;
+        setupLightContributions(call.passes.count, call.passes.records, &light);
+        miColor transmission = WHITE;
+        if (traceShadow(call.passes.count, call.passes.records, &transmission, &radiance, &BLACK, false,
+                        &light))
+            sum += radiance * transmission * (ofDome / (ofDome + ofLayer));
+    }
+    return withAlpha(sum, 0.0f);
 }
 
 } // namespace vela

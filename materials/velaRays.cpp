@@ -43,7 +43,8 @@ class RayTracing {
 public:
     RayTracing(const ShadingCall& call, const Closure& closure, const Effort& effort,
                const PassRecords& handedOver, const SharedLights& shared)
-        : state_(call.state),
+        : call_(call),
+          state_(call.state),
           vela_(call.vela),
           closure_(closure),
           effort_(effort),
@@ -132,8 +133,22 @@ private:
             if (shared_.domeCount > 0)
                 ray.surroundingsShare = density / (density + shared_.density(state_, vela_, ray.direction));
         }
-        const miColor light = withAlpha(traceSecondaryRay(state_, ray, context_), 0.0f);
+        miColor light = withAlpha(traceSecondaryRay(state_, ray, context_), 0.0f);
+        if (shared_.domeCount > 0 && density > 0.0f && metSurface())
+            light = light - takenByHighlights(ray, density);
         (layer.isCoat ? result_.coatReflection : result_.reflection) += light;
+    }
+
+    [[nodiscard]] bool metSurface() const { return state_->child && state_->child->instance != miNULLTAG; }
+
+    /// Through a surface that lets light pass a ray may have met the surroundings, whose light it has brought
+    /// whole. The light of the domes that shadows let pass in the ray's direction is in the highlights as
+    /// well, to their share: this is the weighted sum of that.
+    miColor takenByHighlights(const SecondaryRay& ray, float density) {
+        const miColor taken =
+            withAlpha(ray.weight * shared_.highlightsAlong(call_, ray.direction, density), 0.0f);
+        if (anyAbove(taken, 0.0f)) addUnhandedLight(state_, *context_.passes, false, taken * -1.0f);
+        return taken;
     }
 
     /// Absorbance along a ray on the near or far side of the boundary.
@@ -282,6 +297,7 @@ private:
         (crosses ? result_.refraction : result_.reflection) += light;
     }
 
+    const ShadingCall& call_;
     miState* state_;
     VelabaseState& vela_;
     const Closure& closure_;

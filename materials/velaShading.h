@@ -32,6 +32,15 @@ struct SharedLights {
 
     /// Density of the domes' samples in a direction, over solid angle.
     [[nodiscard]] float density(miState* state, VelabaseState& vela, const miVector& direction) const;
+    /// Radiance of the domes along a direction, after shadows, times the shares of it that highlights have
+    /// taken.
+    /// @param ofLayer density of the layer's directions, over solid angle
+    [[nodiscard]] miColor highlightsAlong(const ShadingCall& call, const miVector& direction,
+                                          float ofLayer) const;
+
+private:
+    /// What the dome's shader answers to a look along a direction; sets vela.lightDensity.
+    static miColor look(const Dome& dome, miState* state, VelabaseState& vela, const miVector& direction);
 };
 
 /// Direct light of all lights. Tells the listener of each sample.
