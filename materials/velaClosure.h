@@ -34,6 +34,12 @@ struct GlassLayer {
     bool thin;          ///< a pane: light crosses both its boundaries at once and keeps its direction
 };
 
+/// Light that travels below the surface.
+struct ScatterLayer {
+    miColor weight; ///< what the layers above leave of the viewer's direction, times the layer's share
+    ScatterSettings settings;
+};
+
 /// What a material is at a hit: layers with their weights as seen from the ray's origin. The sum of their
 /// albedos is at most 1.
 struct Closure {
@@ -51,8 +57,7 @@ struct Closure {
     miColor translucence{};         ///< diffuse transmittance of light from behind
     miColor sheen{};                ///< reflectance of fibres
     float sheenRoughness = 1.0f;
-    /// Light that travels below the surface, by matter; albedos include weights.
-    std::array<ScatterSettings, mostScatterLayers> scatter{};
+    std::array<ScatterLayer, mostScatterLayers> scatter{};
     int scatterCount = 0;
     std::optional<GlassLayer> glass;
     miColor ambientLight{};
@@ -64,10 +69,13 @@ struct Closure {
         return layers[static_cast<std::size_t>(layerCount++)].emplace(
             FacetLayer{layerFrame, lobe, weight, isCoat, tracesRays});
     }
-    /// @param albedo       share of the viewer's direction that leaves the surface after travelling below it
+    /// @param weight       share of the viewer's direction that travels in this layer
+    /// @param albedo       share of that which leaves the surface again; it shapes how far light spreads
     /// @param meanFreePath scene units
-    void addScatter(const miColor& albedo, const miColor& meanFreePath, miInteger samples) {
-        scatter[static_cast<std::size_t>(scatterCount++)] = {albedo, meanFreePath, samples, miFALSE};
+    void addScatter(const miColor& weight, const miColor& albedo, const miColor& meanFreePath,
+                    miInteger samples) {
+        scatter[static_cast<std::size_t>(scatterCount++)] = {weight,
+                                                             {albedo, meanFreePath, samples, miFALSE}};
     }
     /// Factor on the diffuse reflectance for light of a cosine, of which the cosine-weighted mean is 1.
     [[nodiscard]] miColor entering(float cosine) const noexcept;

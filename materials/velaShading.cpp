@@ -105,13 +105,14 @@ void addRays(MaterialComponents& result, const Closure& closure, const TracedRes
 
 void addScatter(MaterialComponents& result, const ShadingCall& call, const Closure& closure, void** caches) {
     for (int i = 0; i < closure.scatterCount; ++i) {
-        ScatterSettings settings = closure.scatter[static_cast<std::size_t>(i)];
-        result.scatterColor += scaled(settings.albedo, closure.opacity);
-        if (!call.wants(COMPOSITE_SCATTER) || !anyAbove(settings.albedo, 0.0f)) continue;
+        auto [weight, settings] = closure.scatter[static_cast<std::size_t>(i)];
+        const miColor leaving = scaled(weight * settings.albedo, closure.opacity);
+        result.scatterColor += leaving;
+        if (!call.wants(COMPOSITE_SCATTER) || !anyAbove(leaving, 0.0f)) continue;
         settings.skipShadows = static_cast<miBoolean>(call.skipsShadows());
         miColor scattered = BLACK;
         compute_scatter(&scattered, &settings, call.state, &caches[i]);
-        result.scatter += scaled(scattered, closure.opacity);
+        result.scatter += scaled(weight * scattered, closure.opacity);
     }
     result.scatterRaw = rawOf(result.scatter, result.scatterColor);
 }

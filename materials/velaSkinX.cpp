@@ -80,7 +80,7 @@ private:
         for (const auto& layer : layers) {
             const miScalar weight = part(layer.weight) * scale;
             if (!(weight > 0.0f)) continue;
-            closure_.addScatter(left * shareColor(state_, record_, layer.color) * weight,
+            closure_.addScatter(left * weight, shareColor(state_, record_, layer.color),
                                 WHITE * value(layer.radius),
                                 parameterValue(state_, record_, &P::scatterSamples));
         }

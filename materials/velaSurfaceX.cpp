@@ -179,16 +179,17 @@ private:
         closure_.diffuseColor = baseColor;
         closure_.diffuseLevel = level * (1.0f - subsurface);
         if (!(subsurface > 0.0f)) return;
-        const miColor below = level * (shareColor(state_, record_, &P::subsurfaceColor) * subsurface);
+        const miColor color = shareColor(state_, record_, &P::subsurfaceColor);
         if (value(&P::thinWalled)) {
             // Half of what enters a leaf leaves it on either side.
-            closure_.translucence = withAlpha(below * 0.5f, 0.0f);
-            closure_.diffuseColor = withAlpha(baseColor * (1.0f - subsurface), 0.0f) +
-                                    shareColor(state_, record_, &P::subsurfaceColor) * (0.5f * subsurface);
+            closure_.translucence = withAlpha(level * color * (0.5f * subsurface), 0.0f);
+            closure_.diffuseColor =
+                withAlpha(baseColor * (1.0f - subsurface), 0.0f) + color * (0.5f * subsurface);
             closure_.diffuseLevel = level;
             return;
         }
-        closure_.addScatter(withAlpha(below, 0.0f), value(&P::subsurfaceRadius) * value(&P::subsurfaceScale),
+        closure_.addScatter(level * subsurface, color,
+                            value(&P::subsurfaceRadius) * value(&P::subsurfaceScale),
                             value(&P::subsurfaceSamples));
     }
 
