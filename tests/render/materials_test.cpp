@@ -18,9 +18,10 @@ constexpr const char* shadowPasses[][3] = {{"diffuse", "shadow", "diffuseNoShado
 /// {0}.
 std::string adapted(const std::string& name, const std::string& shader, const std::string& parameters,
                     const std::string& adapted = "\"material\" \"{0}_x\"",
-                    const std::string& shadow = "0 0 0 1") {
+                    const std::string& shadow = "0 0 0 1",
+                    const std::string& adapter = "orcaVelaMiaMaterialXAdapter") {
     return fmt::format("shader \"{0}_x\" \"{1}\" ( {2} )\n", name, shader, parameters) +
-           surface(name, "orcaVelaMiaMaterialXAdapter", fmt::format(fmt::runtime(adapted), name), shadow);
+           surface(name, adapter, fmt::format(fmt::runtime(adapted), name), shadow);
 }
 template <class... Further>
 std::string surfaceX(const std::string& name, const std::string& parameters, const Further&... further) {
@@ -127,6 +128,84 @@ TEST(Flakes, KeepTheirBrightnessWhenTheyAreTooSmallToSee) {
     EXPECT_GT(glitter, 2 * calm);
 }
 
+/// Seen from half as far a flake is where it was, and the pixels over it show it as one pixel did.
+TEST(Flakes, KeepTheirPlacesUnderZoom) {
+    constexpr int size = 32;
+    const auto look = [](float width, float distance) {
+        TestScene scene;
+        scene.camera = fmt::format("transform 1 0 0 0 0 1 0 0 0 0 1 0 0 0 {} 1", -distance);
+        scene.width = scene.height = size;
+        scene.viewWidth = width;
+        scene.samples = "2 2";
+        scene.contents = library +
+                         adapted("m", "velaCarPaintX",
+                                 "\"flakes\" 1, \"flakeSize\" 0.4, \"flakeDensity\" 0.7, \"coat\" 0") +
+                         turnedCard("wall", "m", 0, 0, 0, 8, -20) +
+                         directionalLight("sun", "\"intensity\" 1", "0 -0.5 -1");
+        return std::make_unique<RenderedScene>(scene);
+    };
+    const auto far = look(4, 10), near = look(2, 7.3f);
+    double farSum = 0, farSquares = 0, difference = 0, differenceElsewhere = 0;
+    constexpr double count = size * size / 4.0;
+    for (int y = 0; y < size / 2; ++y)
+        for (int x = 0; x < size / 2; ++x) {
+            const auto at = [](const RenderedScene& picture, int px, int py) {
+                return double(picture.pixel("main", px, py).r);
+            };
+            const double one = at(*far, x + size / 4, y + size / 4), shifted = at(*far, x, y + size / 4);
+            const double four = (at(*near, 2 * x, 2 * y) + at(*near, 2 * x + 1, 2 * y) +
+                                 at(*near, 2 * x, 2 * y + 1) + at(*near, 2 * x + 1, 2 * y + 1)) /
+                                4;
+            farSum += one / count;
+            farSquares += one * one / count;
+            difference += (one - four) * (one - four) / count;
+            differenceElsewhere += (shifted - four) * (shifted - four) / count;
+        }
+    const double variance = farSquares - farSum * farSum;
+    EXPECT_GT(variance, 0.04 * farSum * farSum); // there is glitter
+    EXPECT_LT(difference, 0.25 * variance);
+    EXPECT_GT(differenceElsewhere, variance);
+}
+
+/// Layers of skin scatter as wax of their paths and albedos does, each to its share.
+TEST(Skin, IsTheSumOfItsLayers) {
+    const auto spot = [](const std::string& material) {
+        TestScene scene;
+        scene.width = 9; // a row of pixels out of the spot
+        scene.height = 1;
+        scene.viewWidth = 3.6f;
+        scene.contents = library + material + card("floor", "m", 0, 0, 0, 40) +
+                         lambert("black", "\"color\" 0 0 0 1") +
+                         card("shade", "black", 30, 0, 1, 30, "visible off trace off") +
+                         directionalLight("sun", "\"intensity\" 1", "0 0 -1");
+        return std::make_unique<RenderedScene>(scene);
+    };
+    const auto wax = [&](const char* albedo, const char* path) {
+        return spot(
+            lambert("m", fmt::format("\"diffuse\" 0, \"scatterColor\" {} 1, \"scatterSamples\" 20000, "
+                                     "\"scatterRadius\" {} {} {} 1",
+                                     albedo, path, path, path)));
+    };
+    const auto epidermis = wax("0.9 0.7 0.5", "0.3"), dermis = wax("0.8 0.3 0.2", "0.8"),
+               back = wax("0.7 0.1 0.1", "2");
+    const auto skin = spot(
+        adapted("m", "velaSkinX",
+                "\"diffuse\" 0, \"primary\" 0, \"secondary\" 0, \"scatterSamples\" 20000, \"epidermal\" 0.5, "
+                "\"epidermalColor\" 0.9 0.7 0.5 1, \"epidermalRadius\" 0.3, \"subdermal\" 0.3, "
+                "\"subdermalColor\" 0.8 0.3 0.2 1, \"subdermalRadius\" 0.8, \"back\" 0.2, \"backColor\" 0.7 "
+                "0.1 0.1 1, "
+                "\"backRadius\" 2"));
+    skin->eachPixel([&](int x, int y) {
+        const auto at = [&](const auto& picture) { return picture->pixel("main", x, y); };
+        const miColor e = at(epidermis), d = at(dermis), b = at(back);
+        const auto mixed = [&](auto channel) {
+            return 0.5f * e.*channel + 0.3f * d.*channel + 0.2f * b.*channel;
+        };
+        expectColor(at(skin), {mixed(&miColor::r), mixed(&miColor::g), mixed(&miColor::b), 1}, 0.006f);
+    });
+    EXPECT_GT(skin->pixel("main", 6, 0).r, 0.02f); // beyond the edge of the shade
+}
+
 /// A glossy card sees a lamp by its samples, or by rays when the lamp emits no highlights.
 TEST(Highlights, OfAreaLightsAreWhatRaysSee) {
     for (const char* roughness : {"0.15", "0.4", "0.8"}) {
@@ -153,41 +232,73 @@ TEST(Highlights, OfAreaLightsAreWhatRaysSee) {
     }
 }
 
-/// Highlights of a dome and the surroundings in reflections share the light of every direction.
+/// Highlights of a dome and the surroundings in reflections share the light of every direction, seen freely
+/// or through a tinted sheet.
 TEST(Highlights, OfADomeDoNotRepeatTheSurroundings) {
-    const auto mean = [](const char* emitsSpecular) {
-        TestScene scene;
-        scene.samples = "2 2";
-        const std::string sky = "\"zenith\" 4 4 4 1, \"horizon\" 0.5 0.5 0.5 1, \"ground\" 0.2 0.2 0.2 1";
-        scene.cameraStatements = "environment \"velaEnvironmentLatLong\" ( " + sky + " )\n";
-        scene.contents = library +
-                         surfaceX("m", "\"metalness\" 1, \"roughness\" 0.5, \"reflectionSamples\" 32") +
-                         turnedCard("wall", "m", 0, 0, 0, 8, -40) +
-                         dome(sky + ", \"emitSpecular\" " + emitsSpecular, "16 16");
-        const RenderedScene picture(scene);
-        double sum = 0;
-        picture.eachPixel([&](int x, int y) { sum += double(picture.pixel("main", x, y).g) / 256; });
-        return sum;
-    };
-    EXPECT_NEAR(mean("on") / mean("off"), 1.0, 0.02);
+    const std::string sky = "\"zenith\" 4 4 4 1, \"horizon\" 0.5 0.5 0.5 1, \"ground\" 0.2 0.2 0.2 1";
+    for (const bool behindASheet : {false, true}) {
+        const auto mean = [&](const char* emitsSpecular) {
+            TestScene scene;
+            scene.width = scene.height = 8;
+            scene.samples = "2 2";
+            scene.cameraStatements = "environment \"velaEnvironmentLatLong\" ( " + sky + " )\n";
+            scene.addLayers();
+            scene.contents = library +
+                             surfaceX("m", "\"metalness\" 1, \"roughness\" 0.5, \"reflectionSamples\" 16") +
+                             turnedCard("wall", "m", 0, 0, 0, 8, -40) +
+                             dome(sky + ", \"emitSpecular\" " + emitsSpecular, "8 8");
+            if (behindASheet)
+                scene.contents +=
+                    lambert("tinted", "\"color\" 0 0 0 1, \"transparency\" 0.7 0.7 0.7 1", "0.7 0.7 0.7 1") +
+                    sheet("cover", "tinted", 7);
+            const RenderedScene picture(scene);
+            expectLayersAddUp(picture);
+            double sum = 0;
+            picture.eachPixel([&](int x, int y) { sum += double(picture.pixel("main", x, y).g) / 64; });
+            return sum;
+        };
+        EXPECT_NEAR(mean("on") / mean("off"), 1.0, 0.02) << behindASheet;
+    }
 }
 
-/// Glass, cloth, lacquer, skin, a leaf and a cut-out before a wall, among lights of all kinds.
-std::string shelf(const std::string& adapted = "\"material\" \"{0}_x\"") {
+/// An adapter, and a material of the kind that it is for.
+struct AdapterCase {
+    const char *name, *adapter, *shader, *parameters;
+    friend void PrintTo(const AdapterCase& c, std::ostream* out) { *out << c.name; }
+    [[nodiscard]] std::string material(const std::string& called) const {
+        return adapted(called, shader, parameters, "\"material\" \"{0}_x\"", "0 0 0 1", adapter);
+    }
+};
+class MaterialAdapters : public ::testing::TestWithParam<AdapterCase> {};
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, MaterialAdapters,
+    ::testing::Values(
+        AdapterCase{"Surface", "orcaVelaMiaMaterialXAdapter", "velaSurfaceX",
+                    "\"roughness\" 0.4, \"coat\" 0.5, \"sheen\" 0.2, \"subsurface\" 0.3"},
+        AdapterCase{"CarPaint", "orcaVelaMiCarPaintPhenXAdapter", "velaCarPaintX",
+                    "\"flakeSize\" 0.3, \"coatRoughness\" 0.2, \"dirt\" 0.2, \"ambientColor\" 0.1 0 0 1"},
+        AdapterCase{"MetallicPaint", "orcaVelaMiMetallicPaintXAdapter", "velaMetallicPaintX",
+                    "\"color\" 0.7 0.5 0.2 1, \"pigment\" 0.4, \"flakeSize\" 0.2, \"coatRoughness\" 0.2"},
+        AdapterCase{"Skin", "orcaVelaMisssFastShaderXAdapter", "velaSkinX",
+                    "\"opacity\" 0.8 0.9 1 1, \"back\" 0.2, \"occlusionSamples\" 4, \"ambientColor\" 0.1 0.1 "
+                    "0 1"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+/// Glass, cloth, lacquer, the material of a case, and a leaf before a wall, among lights of all kinds.
+std::string shelf(const AdapterCase& of) {
     return library + lambert("wall", "\"color\" 0.7 0.6 0.5 1, \"ambientColor\" 0.1 0.1 0.12 1") +
-           surfaceX("glass",
-                    "\"transmission\" 0.9, \"roughness\" 0, \"dispersion\" 0.05, \"ambientColor\" 0.1 0 0 1",
-                    adapted) +
-           surfaceX("cloth", "\"baseColor\" 0.5 0.1 0.1 1, \"roughness\" 0.9, \"sheen\" 1", adapted) +
-           surfaceX("lacquer", "\"baseColor\" 0.1 0.3 0.7 1, \"metalness\" 0.5, \"coat\" 1, \"emission\" 0.1",
-                    adapted) +
-           surfaceX("skin", "\"subsurface\" 0.7, \"ambientColor\" 0.1 0.2 0.1 1, \"occlusionSamples\" 4",
-                    adapted) +
-           surfaceX("leaf", "\"subsurface\" 1, \"thinWalled\" on, \"opacity\" 0.6 0.7 0.8 1", adapted,
-                    "0.4 0.3 0.2 1") +
+           surfaceX(
+               "glass",
+               "\"transmission\" 0.9, \"roughness\" 0, \"dispersion\" 0.05, \"ambientColor\" 0.1 0 0 1") +
+           surfaceX("cloth", "\"baseColor\" 0.5 0.1 0.1 1, \"roughness\" 0.9, \"sheen\" 1") +
+           surfaceX("lacquer",
+                    "\"baseColor\" 0.1 0.3 0.7 1, \"metalness\" 0.5, \"coat\" 1, \"emission\" 0.1") +
+           of.material("case") +
+           surfaceX("leaf", "\"subsurface\" 1, \"thinWalled\" on, \"opacity\" 0.6 0.7 0.8 1",
+                    "\"material\" \"{0}_x\"", "0.4 0.3 0.2 1") +
            card("back", "wall", 0, 0, -2, 6) + turnedCard("floor", "lacquer", 0, -1.6f, 0, 6, -80) +
            turnedCard("left", "cloth", -1.1f, 0.2f, -0.5f, 0.7f, 20) +
-           turnedCard("right", "skin", 1.1f, 0.2f, -0.5f, 0.7f, -20) +
+           turnedCard("right", "case", 1.1f, 0.2f, -0.5f, 0.7f, -20) +
            turnedCard("pane", "glass", 0.5f, -0.4f, 1, 0.7f, 12) +
            turnedCard("foil", "leaf", -0.5f, 0.5f, 1.5f, 0.6f, 170) +
            directionalLight("sun", "\"intensity\" 0.7", "-0.8 -0.06 -1") +
@@ -200,7 +311,7 @@ std::string shelf(const std::string& adapted = "\"material\" \"{0}_x\"") {
            "instance \"even_inst\" \"even\" end instance\n";
 }
 
-TEST(MaterialAdapter, MakesLayersThatAddUpToThePicture) {
+TEST_P(MaterialAdapters, MakeLayersThatAddUpToThePicture) {
     TestScene scene;
     scene.addLayers();
     for (const auto& [shadowed, shadow, unshadowed] : shadowPasses)
@@ -211,7 +322,7 @@ TEST(MaterialAdapter, MakesLayersThatAddUpToThePicture) {
                 pass == shadowPasses[0][1] ? "\"shadowed\" on" : "\"shadowed\" on, \"weightByOpacity\" on");
         }
     scene.traceDepth = "3 3 5";
-    scene.contents = shelf();
+    scene.contents = shelf(GetParam());
     const RenderedScene picture(scene);
     expectLayersAddUp(picture);
     picture.eachPixel([&](int x, int y) {
@@ -219,6 +330,21 @@ TEST(MaterialAdapter, MakesLayersThatAddUpToThePicture) {
             expectColor(picture.pixel(shadowed, x, y) + picture.pixel(shadow, x, y),
                         picture.pixel(unshadowed, x, y), 2e-5f, unshadowed);
     });
+}
+
+/// The picture is the one that the material calls its own, shown by a surface that does nothing but glow.
+TEST_P(MaterialAdapters, ShowWhatTheirMaterialShows) {
+    const auto render = [&](const char* material) {
+        TestScene scene;
+        scene.contents = library + GetParam().material("adapted") +
+                         lambert("glow", "\"diffuse\" 0, \"incandescence\" = \"adapted_x.color\"") +
+                         turnedCard("wall", material, 0, 0, 0, 3, -30) + glowing("bright", "1 2 3") +
+                         sheet("ceiling", "bright", 6) + pointLight("lamp", "\"intensity\" 1", 1, 2, 4);
+        return std::make_unique<RenderedScene>(scene);
+    };
+    const auto adapted = render("adapted"), alone = render("glow");
+    adapted->eachPixel(
+        [&](int x, int y) { expectColor(adapted->pixel("main", x, y), alone->pixel("main", x, y), 1e-5f); });
 }
 
 /// With its members connected one by one the material runs once as well, and tells of its lights all the
@@ -253,14 +379,13 @@ TEST(MaterialAdapter, TakesConnectedMembersAsItTakesTheMaterial) {
 }
 
 /// Each pass has the lights that its masks let in, as if there were no other.
-TEST(MaterialAdapter, SortsLightIntoThePassesOfEachLamp) {
+TEST_P(MaterialAdapters, SortLightIntoThePassesOfEachLamp) {
     const auto render = [](bool first, bool second) {
         TestScene scene;
         scene.passes = {"diffuse", "specular"}; // records 0 and 1
         scene.baseState = "\"additivePasses\" on";
         scene.contents = library + passMask("onlyDiffuse", "1") + passMask("onlySpecular", "2") +
-                         surfaceX("m", "\"roughness\" 0.4, \"coat\" 0.5, \"sheen\" 0.2") +
-                         card("wall", "m", 0, 0, 0, 3);
+                         GetParam().material("m") + card("wall", "m", 0, 0, 0, 3);
         if (first) scene.contents += pointLight("a", "\"intensity\" 1", 1, 0, 2, "data \"onlyDiffuse\"");
         if (second) scene.contents += pointLight("b", "\"intensity\" 2", -1, 0, 2, "data \"onlySpecular\"");
         return std::make_unique<RenderedScene>(scene);
