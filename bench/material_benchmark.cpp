@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// Times one shading call of each standard material under one light, without passes and with 12 and 35 of
-// them. A picture in which every sample calls the material several times more than another picture differs
-// from it by nothing but those calls.
+// Times one shading call of each standard material, and of each production material through its adapter,
+// under one light, without passes and with 12 and 35 of them. A picture in which every sample calls the
+// material several times more than another picture differs from it by nothing but those calls.
 
 #include "benchmark_command.h"
 #include "scene_pair.h"
 
 #include <fmt/format.h>
 
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,24 +19,58 @@ using orca::bench::ScenePair;
 
 constexpr int extraCalls = 8;
 
-/// A card that fills the picture, lit by a directional light without shadows. No rays are traced from it, so
-/// that the material alone is timed.
-std::string sceneText(const std::string& shader, int passes, int extra) {
-    const std::string parameters = std::string("( \"color\" 0.5 0.4 0.3 1") +
-                                   (shader == "orcaVelaLambert" ? "" : ", \"reflectionLimit\" 0") + " )";
+struct TimedMaterial {
+    const char *name, *shader, *parameters, *adapter;
+
+    /// A surface shader from which no rays are traced, so that the material alone is timed.
+    [[nodiscard]] std::string instance(const std::string& called) const {
+        if (!adapter) return fmt::format("shader \"{}\" \"{}\" ( {} )\n", called, shader, parameters);
+        return fmt::format("shader \"{0} matter\" \"{1}\" ( {2} )\n"
+                           "shader \"{0}\" \"{3}\" ( \"material\" \"{0} matter\" )\n",
+                           called, shader, parameters, adapter);
+    }
+};
+
+constexpr const char* glossy = "\"color\" 0.5 0.4 0.3 1, \"reflectionLimit\" 0";
+constexpr TimedMaterial materials[] = {
+    {"orcaVelaLambert", "orcaVelaLambert", "\"color\" 0.5 0.4 0.3 1", nullptr},
+    {"orcaVelaPhong", "orcaVelaPhong", glossy, nullptr},
+    {"orcaVelaPhongE", "orcaVelaPhongE", glossy, nullptr},
+    {"orcaVelaBlinn", "orcaVelaBlinn", glossy, nullptr},
+    {"orcaVelaAnisotropic", "orcaVelaAnisotropic", glossy, nullptr},
+    {"velaSurfaceX", "velaSurfaceX", "\"reflectionLimit\" 0, \"reflectionSamples\" 1",
+     "orcaVelaMiaMaterialXAdapter"},
+    {"  with every layer", "velaSurfaceX",
+     "\"reflectionLimit\" 0, \"reflectionSamples\" 1, \"metalness\" 0.5, \"coat\" 1, \"coatRoughness\" 0.2, "
+     "\"sheen\" 0.5, "
+     "\"filmThickness\" 400",
+     "orcaVelaMiaMaterialXAdapter"},
+    {"velaCarPaintX", "velaCarPaintX", "\"reflectionLimit\" 0, \"reflectionSamples\" 1",
+     "orcaVelaMiCarPaintPhenXAdapter"},
+    {"velaMetallicPaintX", "velaMetallicPaintX", "\"reflectionLimit\" 0, \"reflectionSamples\" 1",
+     "orcaVelaMiMetallicPaintXAdapter"},
+    {"velaSkinX", "velaSkinX",
+     "\"reflectionLimit\" 0, \"reflectionSamples\" 1, \"epidermal\" 0, \"subdermal\" 0",
+     "orcaVelaMisssFastShaderXAdapter"},
+};
+
+/// A card that fills the picture, lit by a directional light without shadows.
+std::string sceneText(const TimedMaterial& material, int passes, int extra) {
     // Separate instances, because members of one instance's result share a call.
     std::string extras, instances;
     for (int i = 0; i < extra; ++i) {
-        instances += fmt::format("shader \"extra {}\" \"{}\" {}\n", i, shader, parameters);
-        extras += fmt::format("{} = \"extra {}.outColor\"", i == 0 ? "" : ",", i);
+        const std::string called = fmt::format("extra {}", i);
+        instances += material.instance(called);
+        extras += fmt::format("{} = \"{}.outColor\"", i == 0 ? "" : ",", called);
     }
     return orca::bench::sceneHead(passes, "off") +
-           fmt::format("light \"sun\" \"orcaVelaDirectionalLight\" ( \"useRayTraceShadows\" off ) "
+           fmt::format("link \"velamaterials.so\"\n$include <velamaterials.mi>\n"
+                       "light \"sun\" \"orcaVelaDirectionalLight\" ( \"useRayTraceShadows\" off ) "
                        "direction -0.3 -0.4 -1 end light\ninstance \"sun here\" \"sun\" end instance\n"
-                       "shader \"surface\" \"{}\" {}\n{}"
+                       "{}{}"
                        "material \"stuff\" opaque \"orcaVelaShadingEngine\" ( \"surfaceShader\" "
                        "\"surface\"{} ) end material\n",
-                       shader, parameters, instances,
+                       material.instance("surface"), instances,
                        extra == 0 ? "" : fmt::format(", \"extraOutputs\" [ {} ]", extras)) +
            orca::bench::fillingCard() +
            "instgroup \"scene\" \"camera here\" \"sun here\" \"card here\" end instgroup\n"
@@ -43,13 +78,11 @@ std::string sceneText(const std::string& shader, int passes, int extra) {
 }
 
 void compare(int rounds) {
-    const std::vector<std::string> shaders = {"orcaVelaLambert", "orcaVelaPhong", "orcaVelaPhongE",
-                                              "orcaVelaBlinn", "orcaVelaAnisotropic"};
     std::vector<std::unique_ptr<ScenePair>> pairs;
-    for (const std::string& shader : shaders)
+    for (const TimedMaterial& material : materials)
         for (const int passes : {0, 12, 35})
-            pairs.push_back(std::make_unique<ScenePair>(sceneText(shader, passes, 0),
-                                                        sceneText(shader, passes, extraCalls), extraCalls));
+            pairs.push_back(std::make_unique<ScenePair>(sceneText(material, passes, 0),
+                                                        sceneText(material, passes, extraCalls), extraCalls));
     for (int round = 0; round < rounds; ++round)
         for (const auto& pair : pairs) pair->run();
 
@@ -57,10 +90,10 @@ void compare(int rounds) {
     fmt::print("{:<22}{:>10}{:>12}{:>12}{:>12}{:>16}\n", "", "no pass", "12 passes", "35 passes", "35 : none",
                "none : Lambert");
     const double lambert = pairs[0]->nanoseconds();
-    for (std::size_t s = 0; s < shaders.size(); ++s) {
+    for (std::size_t s = 0; s < std::size(materials); ++s) {
         const double none = pairs[3 * s]->nanoseconds();
         const double all = pairs[3 * s + 2]->nanoseconds();
-        fmt::print("{:<22}{:>10.0f}{:>12.0f}{:>12.0f}{:>12.2f}{:>16.2f}\n", shaders[s], none,
+        fmt::print("{:<22}{:>10.0f}{:>12.0f}{:>12.0f}{:>12.2f}{:>16.2f}\n", materials[s].name, none,
                    pairs[3 * s + 1]->nanoseconds(), all, all / none, none / lambert);
     }
 }
@@ -69,7 +102,7 @@ void compare(int rounds) {
 
 int main(int argc, char** argv) {
     int rounds = 7;
-    CLI::App command{"Times the standard materials, with and without passes"};
+    CLI::App command{"Times the standard and the production materials, with and without passes"};
     return orca::bench::runBenchmark(command, argc, argv, "orca-bench-materials", rounds,
                                      [&] { compare(rounds); });
 }
