@@ -92,7 +92,13 @@ void FlattenedScene::visitInstance(scene::InstanceElement& instance, const Inher
         for (const miTag emitter : openEmitters_) emitters_[emitter].push_back(meshInstance.tag);
         break;
     }
-    case miSCENE_LIGHT: lights.push_back(addPath(instance, inherited, above.parent).tag); break;
+    case miSCENE_LIGHT: {
+        scene::InstanceElement& placed = addPath(instance, inherited, above.parent);
+        placed.instance.visible = inherited.visible.value.value_or(true);
+        placed.instance.trace = inherited.trace.value.value_or(true);
+        lights.push_back(placed.tag);
+        break;
+    }
     case miSCENE_CAMERA: addPath(instance, inherited, above.parent); break;
     default:
         log_.errorAt(instance.location, "GEOM",

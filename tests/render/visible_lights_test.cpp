@@ -134,14 +134,15 @@ TEST(VisibleLights, ShowTheirRadianceFromAnyDistance) {
 }
 
 TEST(VisibleLights, AreSeenInMirrorsAndThroughGlassUnlessTheyAreNotVisible) {
-    const auto seen = [](const std::string& material, const std::string& flag, float lightZ) {
+    const auto seen = [](const std::string& material, const std::string& flag, float lightZ,
+                         const std::string& ofInstance = "") {
         TestScene scene;
         scene.baseState = "\"additivePasses\" on";
         scene.passes = {"beauty"};
         scene.contents =
             pointLight("lamp",
                        "\"intensity\" 0.5, \"decayRate\" 0, \"emitDiffuse\" off, \"emitSpecular\" off", 0, 0,
-                       lightZ, "", "sphere 1 " + flag) +
+                       lightZ, ofInstance, "sphere 1 " + flag) +
             material + card("card", "m", 0, 0, 0, 2);
         const RenderedScene picture(scene);
         EXPECT_NEAR(picture.pixel("beauty", 8, 8).r, picture.pixel("main", 8, 8).r, 1e-6f);
@@ -158,6 +159,10 @@ TEST(VisibleLights, AreSeenInMirrorsAndThroughGlassUnlessTheyAreNotVisible) {
     EXPECT_NEAR(seen(film, "visible", -4), 0.3f, 1e-5f);
     EXPECT_NEAR(seen(glass, "visible", -4), 0.3f, 1e-5f);
     EXPECT_NEAR(seen(film, "", -4), 0.0f, 1e-5f);
+    EXPECT_NEAR(seen(steel, "visible", 14, "visible off"), 0.4f, 1e-5f);
+    EXPECT_NEAR(seen(steel, "visible", 14, "trace off"), 0.0f, 1e-5f);
+    EXPECT_NEAR(seen(steel, "visible", 4, "trace off"), 0.5f, 1e-5f); // before the mirror
+    EXPECT_NEAR(seen(steel, "visible", 4, "visible off"), 0.4f, 1e-5f);
 }
 
 } // namespace

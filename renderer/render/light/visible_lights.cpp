@@ -160,8 +160,10 @@ bool findVisibleLight(const Frame& frame, const geometry::Ray& ray, float limit,
     if (frame.lights.visible().empty() || ray.rayClass == geometry::RayClass::Gather ||
         ray.rayClass == geometry::RayClass::Shadow)
         return false;
+    const bool fromEye = ray.rayClass == geometry::RayClass::Eye;
     bool found = false;
     for (const LightInstance* light : frame.lights.visible()) {
+        if (!(fromEye ? light->record->visible : light->record->trace)) continue;
         const miTransform& place = light->record->tf;
         LightSpaceRay local;
         mi_point_transform(&local.origin, &ray.origin, place.global_to_local);
