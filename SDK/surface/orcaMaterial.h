@@ -122,16 +122,18 @@ public:
     template <class ValueOf>
     void writeEach(const PassTarget& target, PassTypeID type, const ValueOf& valueOf) const {
         const PassTypeRun& run = (*target.types)[type];
-        if (target.closed) return;
-        for (int i = run.first; i < run.first + run.count; ++i) {
+        const int count = target.closed ? 0 : run.count;
+        for (int i = run.first; i < run.first + count; ++i) {
             FrameBufferInfo& record = target.records[i];
             TraceLevelSlot& slot = record.levelSlots[target.level];
-            if (slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED) continue;
+            const bool isSuppressed = slot.levelMode & TraceLevelSlot::LEVEL_WRITES_SUPPRESSED;
+            if (isSuppressed) continue;
             ColorLanes value = pass_value::of(valueOf(record));
             if (passWriteFlags & WRITE_SCALED) value = value * passWriteScale;
             pass_value::combine(slot.levelResult, value, passWriteMode);
         }
     }
+
     /// Where the material writes in a call; nowhere without pass records.
     [[nodiscard]] PassTarget passTarget(const miState* state, FrameBufferInfo* records,
                                         const PassTypeInfo* types) const noexcept {

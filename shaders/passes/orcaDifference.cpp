@@ -8,7 +8,7 @@
 
 #include <shader.h>
 
-#include <string>
+#include <cstdio>
 
 /// Parameters of orcaPassDifference, in declaration order.
 struct DifferenceParameters {
@@ -27,14 +27,16 @@ public:
     DifferencePass(miState* state, P* record)
         : changed_(indexOf(state, record, &P::frameBuffer)),
           subtracted_(indexOf(state, record, &P::subtracted)),
-          earlierKey_("orcaPassDifference:" + std::to_string(changed_)) {}
+          earlierKey_{} {
+        std::snprintf(earlierKey_, sizeof earlierKey_, "orcaPassDifference:%d", changed_);
+    }
 
     /// The rasterizer adds layer after layer to the buffers: those before this one have been subtracted.
     miBoolean noteEarlier(miState* state) const {
         if (!state->rast_compose || !subtracts(state)) return miTRUE;
         miColor earlier{};
         mi_fb_get(state, subtracted_, &earlier);
-        return mi_shaderstate_set(state, earlierKey_.c_str(), &earlier, sizeof earlier, VELA_STATE_LIFETIME);
+        return mi_shaderstate_set(state, earlierKey_, &earlier, sizeof earlier, VELA_STATE_LIFETIME);
     }
 
     miBoolean write(miState* state) const {
@@ -43,7 +45,7 @@ public:
         mi_fb_get(state, changed_, &value);
         mi_fb_get(state, subtracted_, &less);
         if (state->rast_compose)
-            if (const void* const earlier = mi_shaderstate_get(state, earlierKey_.c_str(), nullptr))
+            if (const void* const earlier = mi_shaderstate_get(state, earlierKey_, nullptr))
                 less = less - *static_cast<const miColor*>(earlier);
         value.r -= less.r;
         value.g -= less.g;
@@ -62,7 +64,7 @@ private:
     }
 
     int changed_, subtracted_; ///< 0 when there is no such buffer
-    std::string earlierKey_;   ///< of the thread's state: what was in the subtracted buffer before this layer
+    char earlierKey_[32];      ///< of the thread's state: what was in the subtracted buffer before this layer
 };
 
 using Entry = ShaderEntry<DifferencePass, P>;
