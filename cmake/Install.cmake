@@ -13,7 +13,7 @@ set(in_all ALL)
 if(ORCA_SANITIZE)
     set(in_all)
 endif()
-add_custom_target(orca-install-files ${in_all} DEPENDS orca-render orca-merge orca-texture orca-import orca-diff orca-verify orca velabase velamaterials
+add_custom_target(orca-install-files ${in_all} DEPENDS orca-render orca-merge orca-texture orca-import orca-diff orca-verify orca velabase velamaterials velavolume
     orca-image-formats
     orca_sdk_archive orca-scenes)
 
@@ -53,7 +53,7 @@ install(FILES ${documents}/orca-farm.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/ma
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/app/farm/orca-farm DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/bridges/blender DESTINATION ${ORCA_INSTALL_BLENDER} COMPONENT runtime
     FILES_MATCHING PATTERN "*.py" PATTERN "__pycache__" EXCLUDE)
-install(TARGETS orca velabase velamaterials orca-image-formats LIBRARY DESTINATION ${ORCA_INSTALL_SHADER_LIBRARIES} COMPONENT runtime)
+install(TARGETS orca velabase velamaterials velavolume orca-image-formats LIBRARY DESTINATION ${ORCA_INSTALL_SHADER_LIBRARIES} COMPONENT runtime)
 
 install(TARGETS orca_sdk_archive ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 # One folder for all headers, whatever folder of the tree they come from: their names are unique.

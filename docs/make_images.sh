@@ -133,6 +133,8 @@ picture stage 640x320
 layers stage 160x80 diffuse specular shadow cameraDepth
 picture stage_in_fog 640x320
 layers stage_in_fog 213x106 sceneVolume objectVolume lightVolume
+picture cloud 640x320
+picture fire 320x320
 picture lantern 640x320
 layers lantern 160x80 diffuse specular shadow cameraDepth
 finely area_lights 480x270

@@ -38,6 +38,7 @@ PROGRAMS = [
     ("shaders/", [UNIT, RENDER]),
     ("velabase/", [UNIT, RENDER]),
     ("materials/", [UNIT, RENDER]),
+    ("volumes/", [RENDER]),
     ("declarations/", [UNIT, RENDER]),
     ("renderer/scene/", [SCENE, IMAGE, RENDER]),
     ("renderer/base/", [SCENE, IMAGE, RENDER]),
@@ -110,7 +111,7 @@ def build(targets):
 
 
 def shaders_of(program):
-    return [program] if program in (UNIT, SCENE) else [program, "orca", "velabase", "velamaterials", "orca-render"]
+    return [program] if program in (UNIT, SCENE) else [program, "orca", "velabase", "velamaterials", "velavolume", "orca-render"]
 
 
 def notices(program, shards, timeout):

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 /// Media against closed forms and brute-force integrals; their layers; volumes of cameras and of bodies.
+#include "build_paths.h"
 #include "rendered_scene.h"
 #include "scene_parts.h"
 
@@ -318,6 +319,62 @@ TEST(LightFog, IsAsDeepAsItsSphereUpToWhatIsInIt) {
         }
         EXPECT_NEAR(picture.pixel("main", i, j).g, expected, 2e-5);
     });
+}
+
+const std::string grids = build_paths::scenes + std::string("/generated/");
+
+std::string grid(const std::string& file, const std::string& parameters) {
+    return "link \"velavolume.so\"\n$include <velavolume.mi>\ncolor texture \"file\" \"" + file +
+           "\"\ninstgroup \"grid group\" end instgroup\ninstance \"grid here\" \"grid group\" transform 1 0 "
+           "0 0 0 1 "
+           "0 0 0 0 0.5 0 0 0 -1 1 end instance\nshader \"fog\" \"velaVolumeGrid\" ( \"file\" \"file\", "
+           "\"placement\" \"grid here\", " +
+           parameters + " )\n" + air("\"fog\"", "\"lightSamples\" 0, \"tolerance\" 0.0005");
+}
+
+/// The file's box ends between voxels, where the density falls from 1 to 0 over a tenth: here 2.1 x 2 deep.
+TEST(Grids, AreWhereTheyArePlacedAndMoveAlongTheirVelocity) {
+    const struct {
+        const char *parameters, *options;
+        double movedBy;
+    } cases[] = {{"", "", 0},
+                 {", \"temperatureGrid\" \"heat\", \"emission\" 0.5 1 0 1", "", 0},
+                 {", \"velocityGrid\" \"motion\", \"velocityScale\" 0.25", "motion on shutter 1 1", 0.5}};
+    constexpr double redOfCoals = 2.964; // of a black body of luminance 1, at x = 0.5646 and y = 0.4029
+    for (const auto& c : cases) {
+        TestScene scene;
+        scene.extraOptions = c.options;
+        scene.contents = glowing("lit", "1 1 1") + card("wall", "lit", 0, 0, -2, 4) +
+                         grid(grids + "box.vdb", std::string("\"density\" 0.4, \"scattering\" 0 0 0 1, "
+                                                             "\"absorption\" 1 2 0 1") +
+                                                     c.parameters);
+        const RenderedScene picture(scene);
+        const auto edge = [](double x) { return std::clamp((1.1 - std::abs(x)) / 0.1, 0.0, 1.0); };
+        picture.eachPixel([&](int i, int j) {
+            const double depth = 0.4 * 4.2 * edge(place(i) - c.movedBy) * edge(place(j));
+            const bool glows = std::string(c.parameters).find("heat") != std::string::npos;
+            const double red = std::exp(-depth) + (glows ? 0.5 * redOfCoals * (1 - std::exp(-depth)) : 0);
+            EXPECT_NEAR(picture.pixel("main", i, j).r, red, glows ? 2e-2 : 3e-3);
+            if (glows) return;
+            EXPECT_NEAR(picture.pixel("main", i, j).g, std::exp(-2 * depth), 3e-3);
+        });
+    }
+}
+
+TEST(Grids, SayWhatIsWrongWithTheirFile) {
+    const struct {
+        std::string file, parameters, message;
+    } cases[] = {{grids + "box.vdb", "\"densityGrid\" \"smoke%d\"",
+                  "has no grid \"smoke%d\"; it has \"density\", \"heat\", \"motion\""},
+                 {grids + "box.vdb", "\"temperatureGrid\" \"motion\"", "the grid \"motion\" of"},
+                 {grids + "box.vdb", "\"velocityGrid\" \"heat\"", "is not of vectors"},
+                 {grids + "knot.mi", "\"layer\" 2", "cannot be read"},
+                 {grids + "none.vdb", "\"layer\" 2", "is not there"}};
+    for (const auto& c : cases) {
+        TestScene scene;
+        scene.contents = grid(c.file, c.parameters) + pointLight("lamp", "", 0, 0, 3);
+        EXPECT_TRUE(RenderedScene(scene.text()).logged(c.message)) << c.message;
+    }
 }
 
 TEST(VolumesOfBodies, EndWhereTheRayLeavesThem) {

@@ -45,6 +45,7 @@ TEST(ExportedSymbols, AreTheShadersAndProtocolFunctionsAndNothingElse) {
               wordsOf("grep -v '^#' '" + std::string(build_paths::exportedSymbols) + "'"));
     EXPECT_EQ(exportedFunctions("velabase.so"), Symbols{});
     EXPECT_EQ(exportedFunctions("velamaterials.so"), Symbols{});
+    EXPECT_EQ(exportedFunctions("velavolume.so"), Symbols{});
 }
 
 TEST(ExportedSymbols, LeaveOnlyTheRendererAndTheStandardLibrariesOpen) {
