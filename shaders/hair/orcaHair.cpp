@@ -134,17 +134,18 @@ void Hair::drawRays(miState* state, int rays) {
     for (int p = 0; p < HairScattering::lobes; ++p)
         sum += shares[p] = luminance(attenuation(static_cast<HairScattering::Lobe>(p)));
     if (!(sum > 0.0f)) return;
-    double u[4];
+    double u[5];
     int instance = 0;
     const auto count = static_cast<miUint>(rays);
-    while (mi_sample(u, &instance, state, 4, &count) && rayCount_ < mostRays) {
+    while (mi_sample(u, &instance, state, 5, &count) && rayCount_ < mostRays) {
         miScalar left = static_cast<miScalar>(u[3]) * sum;
         int p = 0;
         while (p < HairScattering::lobes - 1 && (left >= shares[p] || shares[p] == 0.0f)) left -= shares[p++];
         if (shares[p] == 0.0f) continue; // rounding went past the last lobe
         const auto lobe = static_cast<HairScattering::Lobe>(p);
         const miColor weight = attenuation(lobe) * (sum / (shares[p] * static_cast<miScalar>(rays)));
-        rays_[rayCount_++] = {lobe, scattering_->direction(lobe, u), withAlpha(opacity() * weight, 1.0f)};
+        rays_[rayCount_++] = {lobe, scattering_->direction(lobe, u), withAlpha(opacity() * weight, 1.0f),
+                              static_cast<miScalar>(u[4])};
     }
 }
 
@@ -199,9 +200,14 @@ miColor Hair::traced(miState* state, const TraceContext& context, RayKind kind) 
         const Ray& ray = rays_[i];
         const bool through = ray.lobe == HairScattering::TRANSMITTED;
         if (through != (kind == RayKind::Refraction)) continue;
-        if (largestChannel(context.vela->throughput * ray.weight) < context.vela->throughputCutoff) continue;
+        // Rays through many transparent hairs would multiply with each scattering: of those together about
+        // one goes on (Arvo and Kirk, "Particle Transport and Image Synthesis", 1990).
+        const miScalar ofPath = largestChannel(context.vela->throughput * ray.weight);
+        const miScalar chance = std::min(1.0f, ofPath * static_cast<miScalar>(rayCount_));
+        if (!(ray.roulette < chance)) continue;
         constexpr int noLimit = std::numeric_limits<int>::max(); // but those of the options
         SecondaryRay secondary{kind, ray.direction, ray.weight, noLimit, BLACK, surroundings_};
+        secondary.weight = withAlpha(ray.weight * (1.0f / chance), 1.0f);
         secondary.counted = &lamps;
         light += traceSecondaryRay(state, secondary, context);
     }

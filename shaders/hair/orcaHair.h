@@ -53,6 +53,7 @@ private:
         HairScattering::Lobe lobe;
         miVector direction;
         miColor weight;
+        miScalar roulette; ///< 0 to 1: the ray is traced where its path's weight exceeds it
     };
     static constexpr int mostRays = 16;
 
