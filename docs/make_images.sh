@@ -134,6 +134,7 @@ layers stage 160x80 diffuse specular shadow cameraDepth
 picture stage_in_fog 640x320
 layers stage_in_fog 213x106 sceneVolume objectVolume lightVolume
 picture cloud 640x320
+picture headlights 640x320
 picture fire 320x320
 picture lantern 640x320
 layers lantern 160x80 diffuse specular shadow cameraDepth
