@@ -212,6 +212,51 @@ def case_textures_mixtures_and_emission():
     return check_as_cycles(0.03, samples=128)
 
 
+GOLD, RED = (0.9, 0.6, 0.2, 1), (0.7, 0.2, 0.1, 1)
+# Name, kind of node, its inputs, and how far the halves of a ball may differ from those of Cycles.
+BALLS = (
+    ("smooth plastic", "BsdfPrincipled", {"Base_Color": RED, "Roughness": 0.1}, 0.04),
+    ("plastic", "BsdfPrincipled", {"Base_Color": RED, "Roughness": 0.5}, 0.04),
+    ("mirror", "BsdfPrincipled", {"Base_Color": GOLD, "Metallic": 1, "Roughness": 0.02}, 0.04),
+    ("half a metal", "BsdfPrincipled", {"Base_Color": GOLD, "Metallic": 0.5, "Roughness": 0.3}, 0.04),
+    ("metal", "BsdfGlossy", {"Color": GOLD, "Roughness": 0.25}, 0.04),
+    ("rough metal", "BsdfGlossy", {"Color": GOLD, "Roughness": 0.9}, 0.06),
+    ("stretched", "BsdfAnisotropic", {"Color": GOLD, "Roughness": 0.4, "Anisotropy": 0.6}, 0.08),
+    ("coat", "BsdfPrincipled", {"Base_Color": RED, "Clearcoat": 1, "Clearcoat_Roughness": 0.1}, 0.04),
+    ("tint", "BsdfPrincipled", {"Base_Color": RED, "Specular": 1, "Specular_Tint": 1}, 0.08),
+    ("sheen", "BsdfPrincipled", {"Base_Color": (0.1, 0.1, 0.4, 1), "Specular": 0, "Sheen": 1}, 0.06),
+    ("velvet", "BsdfVelvet", {"Color": RED, "Sigma": 0.8}, 0.06),
+    ("glass", "BsdfGlass", {"Color": (0.9, 0.95, 1, 1)}, 0.04),
+    ("half a glass", "BsdfPrincipled", {"Base_Color": RED, "Transmission": 0.5, "Roughness": 0.1}, 0.1),
+    ("wax", "SubsurfaceScattering", {"Color": (0.8, 0.6, 0.5, 1), "Scale": 0.2}, 0.15),
+)
+
+
+def case_materials():
+    scene = made.fresh()
+    scene.render.film_transparent = True  # which leaves the background of regions black
+    scene.world = bpy.data.worlds.new("world")
+    scene.world.color = (0.5, 0.5, 0.5)
+    materials = [made.material(name, kind, **inputs) for name, kind, inputs, _ in BALLS]
+    for material in materials:
+        nodes = material.node_tree.nodes
+        tangent, surface = nodes.new("ShaderNodeTangent"), nodes[0]
+        tangent.direction_type = "UV_MAP"
+        if surface.inputs.get("Tangent"):
+            material.node_tree.links.new(tangent.outputs[0], surface.inputs["Tangent"])
+        if surface.type in {"BSDF_GLOSSY", "BSDF_GLASS"}:
+            surface.distribution = "MULTI_GGX"  # others lose light
+    made.balls(*materials)
+    made.add_light("AREA", 300, (-3, -4, 4), (1, 0, 0), shape="SQUARE", size=2)
+    scene.orca.samples_min = scene.orca.samples_max = 1
+    ours, theirs = (made.regions(picture, len(BALLS), 2) for picture in
+                    (made.render(FOLDER), made.render_cycles(FOLDER, samples=128, traced=True)))
+    differences = numpy.abs(ours / theirs - 1).max(axis=(0, 2))
+    for (name, _, _, limit), difference in zip(BALLS, differences):
+        check(difference < limit, f"{name}: halves of the ball differ by {100 * difference:.1f} % from those of Cycles")
+    return ", ".join(f"{name} {100 * difference:.1f} %" for (name, *_), difference in zip(BALLS, differences))
+
+
 def case_world_image_turned_and_indirect_light():
     scene, _ = sunny_room()
     bpy.data.objects.remove(bpy.data.objects["sun"])
@@ -275,6 +320,8 @@ def case_own_passes():
     view_layer.lightgroups.add(name="day")
     view_layer.lightgroups.add(name="sky")
     bpy.data.objects["sun"].lightgroup = "day"
+    bpy.data.objects["box"].data.materials[0] = made.material("lacquer", "BsdfPrincipled", Base_Color=RED, Metallic=0.3, Clearcoat=1)
+    view_layer.use_pass_glossy_direct = view_layer.use_pass_glossy_indirect = True
     boxes = bpy.data.collections.new("boxes")
     scene.collection.children.link(boxes)
     boxes.objects.link(bpy.data.objects["box"])
@@ -285,7 +332,8 @@ def case_own_passes():
         for key, value in settings.items():
             setattr(wanted, key, value)
     components = ("ambient", "diffuse", "specular", "incandescence", "indirect", "reflection", "refraction", "environment", "lamps")
-    names = ("Image", *components, "diffuse_day", "diffuse_sky", "diffuse_boxes", "again", "normalWorld", "Combined_day", "Combined_sky")
+    names = ("Image", *components, "diffuse_day", "diffuse_sky", "diffuse_boxes", "again", "normalWorld", "Combined_day", "Combined_sky",
+             "GlossDir", "GlossInd", "GlossCol")
     passes = dict(zip(names, made.render(FOLDER, names)))
 
     def differs(a, b):
@@ -295,6 +343,8 @@ def case_own_passes():
     check(differs(passes["diffuse_day"] + passes["diffuse_sky"], passes["diffuse"]) < 2e-3, "the light groups do not add up")
     check(differs(passes["Combined_day"] + passes["Combined_sky"], passes["Image"]) < 2e-3, "the groups' pictures do not add up")
     check(differs(passes["again"], passes["diffuse"]) == 0, "a pass with another name is another pass")
+    gloss = (passes["GlossDir"] + passes["GlossInd"]) * passes["GlossCol"]
+    check(differs(gloss, passes["specular"] + passes["reflection"]) < 2e-3 < gloss[..., :3].max(), "the gloss is not its light times its colour")
     box, floor = (30, 38), (47, 20)
     check(passes["diffuse_boxes"][box][0] == passes["diffuse"][box][0] > 0, "the box is not in its collection's pass")
     check(passes["diffuse_boxes"][floor][0] == 0 < passes["diffuse"][floor][0], "the floor is in the collection's pass")

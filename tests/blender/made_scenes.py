@@ -2,6 +2,7 @@
 """Scenes made in Blender, and their pictures as arrays: for the tests, inside Blender."""
 import pathlib
 
+import bmesh
 import bpy
 import numpy
 from mathutils import Matrix, Vector
@@ -111,13 +112,35 @@ def read(path):
     return pixels.reshape(height, width, 4)[::-1]
 
 
-def render_cycles(folder, samples=64, bounces=0, passes=("Image",)):
-    """The same scene by Cycles, without noise reduction or limits."""
+def balls(*materials):
+    """A row of balls with texture coordinates, and a camera that sees nothing else; each has a column of the picture."""
+    for i, each in enumerate(materials):
+        mesh = bpy.data.meshes.new(each.name)
+        shape = bmesh.new()
+        shape.loops.layers.uv.new()
+        bmesh.ops.create_uvsphere(shape, u_segments=48, v_segments=24, radius=0.45, calc_uvs=True)
+        shape.to_mesh(mesh)
+        for polygon in mesh.polygons:
+            polygon.use_smooth = True
+        mesh.materials.append(each)
+        place(bpy.data.objects.new(each.name, mesh), (i, 0, 0))
+    camera = add_camera(((len(materials) - 1) / 2, -8, 0), ((len(materials) - 1) / 2, 0, 0))
+    camera.type, camera.ortho_scale = "ORTHO", len(materials)
+    render = bpy.context.scene.render
+    render.resolution_x, render.resolution_y = 32 * len(materials), 32
+
+
+def render_cycles(folder, samples=64, bounces=0, passes=("Image",), traced=False):
+    """The same scene by Cycles, without noise reduction or limits.
+
+    bounces: of light that diffuse surfaces send one another
+    traced: whether surfaces reflect and refract where nothing bounces
+    """
     scene = bpy.context.scene
     scene.render.engine = "CYCLES"
     cycles = scene.cycles
     cycles.device, cycles.samples, cycles.use_adaptive_sampling, cycles.use_denoising = "CPU", samples, False, False
-    cycles.max_bounces, cycles.diffuse_bounces, cycles.light_sampling_threshold = 12 if bounces else 0, bounces, 0
+    cycles.max_bounces, cycles.diffuse_bounces, cycles.light_sampling_threshold = 12 if bounces or traced else 0, bounces, 0
     cycles.sample_clamp_direct = cycles.sample_clamp_indirect = 0
     cycles.pixel_filter_type = "BOX"
     try:

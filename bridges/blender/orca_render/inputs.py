@@ -132,7 +132,7 @@ class Inputs:
         factor, value = self.value(node.inputs["Fac"]), self.value(node.inputs["Color"])
         if not factor.is_constant:
             return None
-        return self._mixed(factor.scalar, value, value.inverted())
+        return self.mixed(factor.scalar, value, value.inverted())
 
     def _read_gamma(self, node, output):
         value, exponent = self.value(node.inputs["Color"]), self.value(node.inputs["Gamma"])
@@ -158,7 +158,7 @@ class Inputs:
             return value.scaled(1 + factor * (brightness - 1)) if (hue, saturation) == (0.5, 1.0) else None
         h, s, v = colorsys.rgb_to_hsv(*value.offset)
         changed = colorsys.hsv_to_rgb((h + hue + 0.5) % 1.0, min(max(s * saturation, 0), 1), v * brightness)
-        return self._mixed(factor, value, constant(changed))
+        return self.mixed(factor, value, constant(changed))
 
     def _read_valtorgb(self, node, output):
         value = self.value(node.inputs["Fac"]).grey
@@ -234,7 +234,7 @@ class Inputs:
             return self._limited(factor.scaled(difference).plus(a.offset), limited)
         amount = min(max(factor.scalar, 0.0), 1.0)
         blended = b if blend == "MIX" else self._sum_or_product(blend, a, b)
-        return None if blended is None else self._limited(self._mixed(amount, a, blended), limited)
+        return None if blended is None else self._limited(self.mixed(amount, a, blended), limited)
 
     @staticmethod
     def _sum_or_product(operation, a, b):
@@ -251,7 +251,7 @@ class Inputs:
         return None
 
     @staticmethod
-    def _mixed(amount, a, b):
+    def mixed(amount, a, b):
         """a (1 - amount) + b amount, of which one is constant or both are of one texture; None otherwise."""
         if amount in (0.0, 1.0):
             return b if amount else a

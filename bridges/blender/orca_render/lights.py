@@ -43,9 +43,10 @@ def _color_and_intensity(color, intensity):
     return f'"color" {scene_text.color([c / most for c in color])}, "intensity" {most * intensity:.9g}'
 
 
-def _switches(light, losses):
+def _switches(light_object, losses):
+    light = light_object.data
     text = "" if light.use_shadow else ', "useRayTraceShadows" off'
-    for part, factor in (("emitDiffuse", light.diffuse_factor), ("emitSpecular", light.specular_factor)):
+    for part, factor in (("emitDiffuse", light.diffuse_factor), ("emitSpecular", light.specular_factor * light_object.visible_glossy)):
         if factor == 0:
             text += f', "{part}" off'
         elif factor != 1:
@@ -76,6 +77,18 @@ def area_size(light):
     return max(width, LEAST_SIZE), max(height, LEAST_SIZE)
 
 
+def is_seen(light_object):
+    """Whether any ray sees the shape of a light."""
+    return light_object.data.type == "AREA" and (light_object.visible_camera or light_object.visible_glossy)
+
+
+def flags(light_object):
+    """Statements of a light's instance that say which rays see its shape."""
+    if not is_seen(light_object):
+        return ""
+    return ("" if light_object.visible_camera else "  visible off") + ("" if light_object.visible_glossy else "  trace off")
+
+
 def _is_disc(light):
     return light.shape in ("DISK", "ELLIPSE")
 
@@ -98,7 +111,7 @@ def write(text, name, light_object, shadow_rays, matrix, losses):
     """
     light = light_object.data
     color = _emission(light, losses)
-    switches = _switches(light, losses)
+    switches = _switches(light_object, losses)
     if light.type == "SUN":
         soft = f', "lightAngle" {math.degrees(light.angle) / 2:.6g}, "shadowRays" {shadow_rays}' if light.angle > 0 else ""
         text.print(f'light "{name}" "orcaVelaDirectionalLight" ( {_color_and_intensity(color, light.energy)}, "units" 3{soft}'
@@ -112,7 +125,7 @@ def write(text, name, light_object, shadow_rays, matrix, losses):
         if spread < math.radians(179.9):
             losses.add("spread of area lights", light.name)
         shape = "disc 0 0 -1  1  1 1" if _is_disc(light) else "rectangle 0 2 0  2 0 0  1 1"
-        seen = "  visible" if light_object.visible_camera else ""
+        seen = "  visible" if is_seen(light_object) else ""
         text.print(f'light "{name}" "orcaVelaAreaLight" ( {_color_and_intensity(color, light.energy / (4 * area))}, '
                    f'"shape" {int(_is_disc(light))}, "shadowRays" {shadow_rays}{switches} )\n    origin 0 0 0  {shape}{seen} end light')
         return
@@ -137,6 +150,8 @@ def write_emitter(text, name, instance, emission, samples):
 
     instance: name of the mesh's instance
     emission: its radiance, as a parameter's value; Blender's surfaces emit to both sides
+
+    Reflected rays bring what glossy surfaces show of it.
     """
-    text.print(f'light "{name}" "orcaVelaShapeLight" ( "color" {emission}, "twoSided" on )\n'
+    text.print(f'light "{name}" "orcaVelaShapeLight" ( "color" {emission}, "twoSided" on, "emitSpecular" off )\n'
                f'    object "{instance}" {samples} {samples} end light')

@@ -1,25 +1,15 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Materials of Blender as those of the shader library.
-
-The mapping is that of orca-import: the square of the roughness is the eccentricity of orcaVelaBlinn, the reflectance head
-on its specularRollOff, the base colour of metals its specularColor.
-"""
+"""Materials of Blender as those of the shader libraries: matt ones as orcaVelaLambert, others as velaSurfaceX."""
 
 import math
-
-import numpy
 
 from . import meshes, scene_text
 from .inputs import Inputs
 from .surfaces import HOLDOUT, Layers, Surface, Surfaces
 from .textures import Textures
-from .values import Value, constant
+from .values import constant
 
-SMOOTHEST_FACETS = 0.03  # a highlight of this width is still found by samples
-ROUGHEST_TRACED_PLASTIC = 0.45  # beyond, dielectrics reflect too little of anything recognisable to trace it
-SHARP = 0.05
-BLUR_SAMPLES = 8
-REFRACTION_LIMIT = 10
+LIBRARY = 'link "velamaterials.so"\n$include <velamaterials.mi>'  # of velaSurfaceX
 SCATTER_SHARE = 1e-3  # below it, travel under the surface cannot be seen
 
 OPAQUE_SHADOW = 'shadow "orcaVelaFastShadow" ( )'
@@ -30,14 +20,17 @@ class Materials:
 
     pass_shaders: the utility passes' shaders, at the end of each material's list
     environment: the environment shader of materials where the camera has none
+    limits: reflections and refractions on a path
     """
 
-    def __init__(self, text, pictures, losses, pass_shaders="", environment=""):
+    def __init__(self, text, pictures, losses, pass_shaders="", environment="", limits=(4, 8)):
         self._text = text
         self._images = pictures
         self._losses = losses
         self._pass_shaders = pass_shaders
         self._environment = environment
+        self._limits = limits
+        self._has_library = False
         self._names = {}
         self._wanted = {}
         self._emission = {}
@@ -47,7 +40,10 @@ class Materials:
         key = material.name_full if material else None
         if key not in self._names:
             surface = Surfaces(material, self._losses).read() if material else Surface("default", base=constant(0.8))
-            printer = _Printer(self._text, self._images, material.name if material else "default", self._losses)
+            printer = _Printer(self._text, self._images, material.name if material else "default", self._losses, self._limits)
+            if not self._has_library and _needs_library(surface):
+                self._has_library = True
+                self._text.print(LIBRARY)
             self._names[key] = self._print(surface, printer)
             self._wanted[key] = printer.wanted
             self._emission[key] = printer.emission
@@ -95,14 +91,21 @@ class Materials:
         return name
 
 
+def _needs_library(surface):
+    if isinstance(surface, Layers):
+        return _needs_library(surface.front) or _needs_library(surface.back)
+    return surface.is_layered
+
+
 class _Printer:
     """Prints the shaders of one material."""
 
-    def __init__(self, text, pictures, name, losses):
+    def __init__(self, text, pictures, name, losses, limits):
         self.name = name
         self.emission = ""  # of the whole material, as a parameter's value
         self._text = text
         self._inputs = Inputs(name, losses)
+        self._limits = limits
         self._textures = Textures(text, pictures, self._inputs, name)
 
     @property
@@ -116,7 +119,7 @@ class _Printer:
             return self._plain(Surface(self.name, base=constant(0)))
         if isinstance(surface, Layers):
             return self._layers(surface)
-        return self._plain(surface)
+        return self._layered(surface) if surface.is_layered else self._plain(surface)
 
     def _layers(self, layers):
         front, front_hole = self.surface(layers.front)
@@ -137,93 +140,109 @@ class _Printer:
         return name, None if is_opaque else f'= "{name}.outTransparency"'
 
     def _plain(self, surface):
+        """A matt surface."""
+        settled, color = self._textures.settled, self._textures.color
         parameters = []
-        settled, color, scalar = self._textures.settled, self._textures.color, self._textures.scalar
-        base, metal = settled(surface.base), settled(surface.metalness)
-        kept = 1 - surface.transmission
-        diffuse, tint, rolloff = self._split(base, metal, surface)
-        emission = settled(surface.emission)
-        shader = "orcaVelaLambert"
         if surface.translucence > 0:
             parameters += ['"diffuse" 0', f'"translucence" {surface.translucence:.6g}', '"translucenceForward" 0', '"translucenceWrap" 1']
         else:
             parameters.append('"diffuse" 1')
-        parameters.append(f'"color" {color(diffuse.scaled(kept * (1 - surface.subsurface)))}')
-        if surface.has_highlight:
-            shader = "orcaVelaBlinn"
-            parameters += [f'"specularColor" {color(tint)}', f'"specularRollOff" {scalar(rolloff)}',
-                           *self._roughness(settled(surface.roughness), metal)]
+        parameters.append(f'"color" {color(settled(surface.base).scaled(1 - surface.subsurface))}')
         if surface.subsurface > SCATTER_SHARE:
-            share = surface.subsurface * kept
-            parameters += [f'"scatterColor" {scene_text.color([c * share for c in surface.subsurface_color])}',
-                           f'"scatterRadius" {scene_text.color([max(r, 1e-5) for r in surface.subsurface_radius])}']
-        if not emission.is_black:
-            self.emission = color(emission)
-            parameters.append(f'"incandescence" {self.emission}')
-        transparency = self._transparency(surface, base)
+            parameters += [f'"scatterColor" {color(settled(surface.subsurface_color).scaled(surface.subsurface))}',
+                           f'"scatterRadius" {scene_text.color(surface.subsurface_radius)}']
+        self._emit(surface, parameters, '"incandescence"')
+        transparency = self._transparency(surface)
         if transparency is not None:
             parameters.append(f'"transparency" {transparency}')
-        if surface.transmission > 0:
-            parameters += ['"refractionsOn" on', f'"refractiveIndex" {surface.refractive_index:.6g}',
-                           f'"refractionLimit" {REFRACTION_LIMIT}', *self._refraction_blur(surface.roughness)]
+        self._bend(surface, parameters)
+        return self._shader("orcaVelaLambert", parameters), transparency
+
+    def _layered(self, surface):
+        """One with a gloss, a coat or fuzz, a metal or glass."""
+        color, scalar = self._color, self._scalar
+        base = self._textures.settled(surface.base)
+        parameters = [f'"baseColor" {color(base)}', f'"specular" {scalar(surface.specular) if surface.has_highlight else 0}',
+                      f'"specularColor" {color(surface.specular_color)}', f'"specularIndex" {surface.refractive_index:.6g}',
+                      f'"roughness" {scalar(surface.roughness)}']
+        if not surface.metalness.is_black:
+            parameters.append(f'"metalness" {scalar(surface.metalness)}')
+        if surface.anisotropy > 0:
+            parameters += [f'"anisotropy" {surface.anisotropy:.6g}', f'"anisotropyAngle" {surface.anisotropy_degrees:.6g}']
+        if not surface.transmission.is_black:
+            parameters += [f'"transmission" {scalar(surface.transmission)}', *self._inside(surface)]
+        if surface.subsurface > SCATTER_SHARE:
+            parameters += [f'"subsurface" {surface.subsurface:.6g}', f'"subsurfaceColor" {color(surface.subsurface_color)}',
+                           f'"subsurfaceRadius" {scene_text.color(surface.subsurface_radius)}', '"subsurfaceScale" 1']
+        if surface.sheen:
+            parameters += [f'"sheen" {scalar(surface.sheen.weight)}', f'"sheenColor" {color(surface.sheen.color)}',
+                           f'"sheenRoughness" {surface.sheen.roughness:.6g}']
+        if surface.coat:
+            parameters += [f'"coat" {scalar(surface.coat.weight)}', f'"coatRoughness" {scalar(surface.coat.roughness)}',
+                           f'"coatIndex" {surface.coat.refractive_index:.6g}']
+            self._bend(surface.coat, parameters, "coatNormal")
+        self._emit(surface, parameters, '"emission" 1, "emissionColor"')
+        opacity = self._textures.settled(surface.opacity)
+        if not (opacity.is_constant and opacity.scalar >= 1):
+            parameters.append(f'"opacity" {color(opacity)}')
+        self._bend(surface, parameters)
+        parameters += [f'"{name}" {limit}' for name, limit in zip(("reflectionLimit", "refractionLimit"), self._limits)]
+        material = self._shader("velaSurfaceX", parameters)
+        return self._shader("orcaVelaMiaMaterialXAdapter", [f'"material" "{material}"']), self._shadow(surface)
+
+    def _shader(self, kind, parameters):
+        name = self._text.name(self.name)
+        self._text.print(f'shader "{name}" "{kind}" (\n    ' + ",\n    ".join(parameters) + " )")
+        return name
+
+    def _color(self, value):
+        return self._textures.color(self._textures.settled(value))
+
+    def _scalar(self, value):
+        return self._textures.scalar(self._textures.settled(value))
+
+    def _emit(self, surface, parameters, parameter):
+        emission = self._textures.settled(surface.emission)
+        if not emission.is_black:
+            self.emission = self._textures.color(emission)
+            parameters.append(f"{parameter} {self.emission}")
+
+    def _bend(self, surface, parameters, parameter="bumpNormal"):
         bump = self._relief(surface.relief)
         if bump:
-            parameters.append(f'"bumpNormal" = "{bump}"')
-        name = self._text.name(self.name)
-        self._text.print(f'shader "{name}" "{shader}" (\n    ' + ",\n    ".join(parameters) + " )")
-        return name, transparency
+            parameters.append(f'"{parameter}" = "{bump}"')
 
-    def _split(self, base, metal, surface):
-        """Diffuse colour, colour of highlights, and their strength head on."""
-        plastic = surface.reflectance
-        if metal.is_constant:
-            m = min(max(metal.scalar, 0.0), 1.0)
-            tint = base.scaled(m).plus(1 - m) if m > 0 else constant(1)
-            return base.scaled(1 - m), tint, constant(plastic + (1 - plastic) * m)
-        rolloff = metal.scaled(1 - plastic).plus(plastic)
-        if metal.texture.kind != "image" or (not base.is_constant and base.texture.kind != "image"):
-            self._inputs.lose("metalness that differs over colours that are no image")
-            return base, constant(1), rolloff
-        return self._by_image("diffuse", base, metal), self._by_image("specular", base, metal), rolloff
+    def _inside(self, surface):
+        """Colour of glass: of what the inside absorbs, else of both crossings of its boundary."""
+        most = max(surface.absorption)
+        crossed = self._textures.settled(surface.transmission_color)
+        if most > 0:
+            if crossed != constant(1):
+                self._inputs.lose("colours of the boundary of glass that absorbs light")
+            colors = scene_text.color([math.exp(-a / most) for a in surface.absorption])
+            return [f'"transmissionColor" {colors}', f'"transmissionDepth" {1 / most:.6g}']
+        return [f'"transmissionColor" {self._textures.color(self._twice(crossed))}']
 
-    def _by_image(self, part, base, metal):
-        """Of metalness by the pixel, the colour that follows from it is an image, too."""
-        def compute(metal_pixels, base_pixels=None):
-            color = base.offset if base_pixels is None else base.texture.part.of(base_pixels) * base.gain + base.offset
-            m = numpy.clip(metal.texture.part.of(metal_pixels) * metal.gain + metal.offset, 0, 1)
-            return color * (1 - m) if part == "diffuse" else 1 - m + color * m
+    def _twice(self, value):
+        """The square of a colour."""
+        if value.is_constant:
+            return constant([c * c for c in value.offset])
+        if value.texture.kind != "image":
+            self._inputs.lose("colours of glass other than of images, which are those of one crossing")
+            return value
+        sources = [(value.texture.node.image, value.texture.node.image_user)]
+        return self._textures.derived(f"{self.name} crossed twice", value.texture, sources,
+                                      lambda pixels: (value.texture.part.of(pixels) * value.gain + value.offset) ** 2)
 
-        textures = [metal.texture] + ([] if base.is_constant else [base.texture])
-        sources = [(texture.node.image, texture.node.image_user) for texture in textures]
-        return self._textures.derived(f"{self.name} {part}", textures[0], sources, compute)
+    def _shadow(self, surface):
+        """What a layered surface lets through to things in its shadow, as a parameter's value; None for nothing."""
+        share = surface.transmission.mean * (1 - surface.metalness.mean)
+        if share > 0:
+            return self._color(surface.transmission_color.scaled(share))
+        return self._transparency(surface)
 
-    def _roughness(self, roughness, metal):
-        """Parameters of the highlight's width and of reflections."""
-        if not roughness.is_constant:
-            mean = self._textures.mean(roughness)
-            slope, parts = max(mean * mean, SMOOTHEST_FACETS), [f'"eccentricity" {self._textures.scalar(roughness)}']
-        else:
-            slope = max(min(max(roughness.scalar, 0.0), 1.0) ** 2, SMOOTHEST_FACETS)
-            parts = [f'"eccentricity" {slope:.6g}']
-        is_metal = not metal.is_constant or metal.scalar > 0
-        traced = is_metal or slope < ROUGHEST_TRACED_PLASTIC
-        parts.append(f'"reflectivity" {int(traced)}')
-        if traced and slope >= SHARP:
-            # A mirrored direction turns by twice the angle of the facet.
-            parts += [f'"reflectionBlur" {min(2 * math.atan(slope), 1.2):.4g}', f'"reflectionBlurSamples" {BLUR_SAMPLES}']
-        return parts
-
-    @staticmethod
-    def _refraction_blur(roughness: Value):
-        slope = roughness.scalar ** 2 if roughness.is_constant else 0.0
-        if slope < SHARP:
-            return []
-        return [f'"refractionBlur" {min(math.atan(slope), 1.2):.4g}', f'"refractionBlurSamples" {BLUR_SAMPLES}']
-
-    def _transparency(self, surface, base):
+    def _transparency(self, surface):
         """The transparency as a parameter's value, None for an opaque surface."""
-        if surface.transmission > 0:
-            return self._textures.color(base.scaled(surface.transmission))
         opacity = self._textures.settled(surface.opacity)
         if opacity.is_constant and opacity.scalar >= 1:
             return None

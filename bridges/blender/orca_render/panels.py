@@ -155,7 +155,8 @@ class ORCA_OBJECT_PT_visibility(_Panel, bpy.types.Panel):
     def draw(self, context):
         thing, column = context.object, self.column()
         if thing.type == "LIGHT":
-            column.prop(thing, "visible_camera", text="Camera")
+            for name in ("camera", "glossy"):
+                column.prop(thing, "visible_" + name, text=name.capitalize())
         else:
             for name in ("camera", "diffuse", "glossy", "transmission", "shadow"):
                 column.prop(thing, "visible_" + name, text=name.capitalize())

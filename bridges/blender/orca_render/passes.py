@@ -84,6 +84,8 @@ UTILITIES = {row[0]: row for row in UTILITY_PASSES}
 COMPONENTS = ("ambient", "diffuse", "specular", "incandescence", "indirect", "reflection", "refraction", "environment", "lamps")
 
 GROUP_PREFIX = "Combined_"  # of Blender's passes of one light group
+REST = "rest"  # what no light gives: the world, seen or reflected, and what emits
+NO_GROUP = "\n"  # no light is in it
 
 
 class Join(enum.Enum):
@@ -170,16 +172,17 @@ DENOISING_PASSES = (
     Layer("Denoising Depth", "cameraDepth"),
 )
 # Those that others are joined with, which come along with them.
-JOINED = {layer.name: layer for _, layer in BLENDER_PASSES if layer.name in {"DiffCol", "GlossCol", "Env"}}
+JOINED = {layer.name: layer for _, layer in BLENDER_PASSES if layer.name in {"DiffCol", "GlossCol"}}
 JOINED |= {"directIrradianceNoShadow": Layer("directIrradianceNoShadow", "directIrradianceNoShadow"),
-           MOST_SEEN: Layer(MOST_SEEN, "CryptoMaterial")}
+           MOST_SEEN: Layer(MOST_SEEN, "CryptoMaterial"),
+           REST: Layer(REST, "beauty", light_group=NO_GROUP, reflections=True, refractions=True)}
 
 
 def layers_of(view_layer, camera=None, world=None):
     """The layers of a view layer of Blender, the picture first; of several with one name the first.
 
     camera: object of Blender or None; of panoramas depths are distances, since they have no axis
-    world: of Blender or None; light groups that it is not in do not show it
+    world: of Blender or None; of light groups, one that it is in shows it, and all else that no light gives
     """
     layers = [Layer("Combined", "beauty", reflections=True, refractions=True)]
     layers += [layer for switch, layer in BLENDER_PASSES if getattr(view_layer, switch)]
@@ -189,7 +192,7 @@ def layers_of(view_layer, camera=None, world=None):
     for group in view_layer.lightgroups:
         whole = Layer(f"{GROUP_PREFIX}{group.name}", "beauty", light_group=group.name, reflections=True, refractions=True)
         has_world = world is not None and world.lightgroup == group.name
-        layers.append(whole if has_world else dataclasses.replace(whole, other="Env", join=Join.DIFFERENCE))
+        layers.append(whole if has_world else dataclasses.replace(whole, other=REST, join=Join.DIFFERENCE))
     layers += [Layer(wanted.layer_name, wanted.source, wanted.light_group or None, wanted.collection.name if wanted.collection else None,
                      wanted.source == "beauty" or wanted.reflections, wanted.source == "beauty" or wanted.refractions,
                      is_far=wanted.source == "planarDepth")

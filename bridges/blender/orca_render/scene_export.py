@@ -90,7 +90,7 @@ class _SceneExport:
         # Where the picture is to have no background, reflections still show it.
         hidden = self._scene.render.film_transparent
         self._materials = Materials(self._text, self._images, self._losses, self._setup.material_shaders,
-                                    self._world.environment if hidden else "")
+                                    self._world.environment if hidden else "", (self._settings.reflections, self._settings.refractions))
         self._things()
         if self._world.dome:
             self._light_instance("dome here", self._world.dome, self._scene.world.lightgroup)
@@ -278,12 +278,12 @@ class _SceneExport:
         name = self._text.name(shown.thing.data.name)
         lights.write(self._text, name, shown.thing, self._settings.shadow_rays, shown.matrix, self._losses)
         self._light_instance(shown.key[0] + " here", name, shown.original.lightgroup, lights.placement(shown.thing, shown.matrix),
-                             shown.original)
+                             shown.original, lights.flags(shown.thing))
 
-    def _light_instance(self, wanted, light, group, placement=None, original=None):
+    def _light_instance(self, wanted, light, group, placement=None, original=None, flags=""):
         links = self._link_block(self._setup.left_out_of(light_group=group))
         name = self._text.name(wanted)
-        self._text.print(f'instance "{name}" "{light}"{links}')
+        self._text.print(f'instance "{name}" "{light}"{flags}{links}')
         if placement is not None:
             self._text.transform(placement)
         self._text.print("end instance")

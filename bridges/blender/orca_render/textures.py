@@ -1,8 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """Look-ups of textures as shaders of the scene."""
 
-import numpy
-
 from . import scene_text
 from .values import Texture, Value, constant
 
@@ -51,16 +49,6 @@ class Textures:
         if element is None:
             return constant(0.5)
         return Value(texture=Texture("image", like.node, groups=like.groups, element=element))
-
-    @staticmethod
-    def mean(value):
-        """Mean of the luminance, of an image's pixels or a constant."""
-        image = value.texture.node.image if value.texture and value.texture.kind == "image" else None
-        if image is None or not image.size[0]:
-            return value.scalar if value.is_constant else 0.5
-        pixels = numpy.empty(image.size[0] * image.size[1] * 4, numpy.float32)
-        image.pixels.foreach_get(pixels)
-        return float((value.texture.part.of(pixels.reshape(-1, 4)).mean(axis=0) * value.gain + value.offset).mean())
 
     def _shader(self, value: Value):
         """Name of the shader and the member that is the colour; None for a constant."""

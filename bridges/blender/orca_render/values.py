@@ -38,6 +38,16 @@ class Value:
         return sum(weight * channel for weight, channel in zip(LUMINANCE, self.offset))
 
     @property
+    def mean_color(self):
+        """The colour, or of a texture what middle grey would give."""
+        return self.offset if self.is_constant else tuple(0.5 * g + o for g, o in zip(self.gain, self.offset))
+
+    @property
+    def mean(self):
+        """The number, in the same sense."""
+        return sum(weight * channel for weight, channel in zip(LUMINANCE, self.mean_color))
+
+    @property
     def grey(self):
         """The same as a number, which Blender makes of a colour that is connected to one."""
         if self.texture is None or self.texture.kind != "image":

@@ -57,7 +57,7 @@ class World:
         text.print(f'shader "{self.environment}" "velaEnvironmentLatLong" ( {source}, "feedsGather" off )')
         if not value.is_black:
             self.dome = text.name("dome")
-            text.print(f'light "{self.dome}" "velaDomeLight" ( {source}, "emitSpecular" off )\n    user {samples} {samples} end light')
+            text.print(f'light "{self.dome}" "velaDomeLight" ( {source} )\n    user {samples} {samples} end light')
 
     @staticmethod
     def _plain(value):
