@@ -44,6 +44,7 @@ PROGRAMS = [
     ("renderer/base/", [SCENE, IMAGE, RENDER]),
     ("renderer/image/", [IMAGE, RENDER]),
     ("renderer/", [RENDER, IMAGE]),
+    ("bridges/import/", [IMAGE]),
     ("app/", [IMAGE]),
 ]
 

@@ -41,11 +41,11 @@ public:
           options_(options),
           text_(scenePath),
           images_(model, scenePath, text_, losses_),
-          materials_(model, text_, images_, losses_),
+          scale_(model.metresPerUnit() * model.rootScale() * options.scale),
+          materials_(model, text_, images_, losses_, scale_),
           poses_(scene_, animationOf(model, options)),
           morphs_(scene_, animationOf(model, options)),
           world_(worldOf(model, options)),
-          scale_(model.metresPerUnit() * model.rootScale() * options.scale),
           bounds_(boundsOf(scene_, poses_, morphs_, world_, firstMoment())) {
         if (bounds_.isEmpty()) bounds_.low = {-1, -1, -1}, bounds_.high = {1, 1, 1};
     }
@@ -95,12 +95,12 @@ private:
     Losses losses_;
     SceneText text_;
     Images images_;
+    double scale_; ///< of lengths from the file to the scene
     Materials materials_;
     NodePoses poses_;
     MorphTargets morphs_;
     Matrix world_;
-    double scale_; ///< of lengths from the file to the scene
-    Box bounds_;   ///< of everything in the first frame
+    Box bounds_; ///< of everything in the first frame
     ImportSummary summary_;
 
     std::map<unsigned, std::string> objects_; ///< names, by mesh; empty for meshes without triangles

@@ -4,7 +4,7 @@
 #include "surface.h"
 
 #include <algorithm>
-#include <cmath>
+#include <utility>
 #include <vector>
 
 namespace orca::bridge {
@@ -12,19 +12,6 @@ namespace orca::bridge {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr float dielectricReflectance = 0.04f; // head on, of an index of 1.5
-constexpr float smoothestFacets = 0.03f;       // a highlight of this width is still found by samples
-/// Beyond, dielectrics reflect too little of anything recognisable to trace it.
-constexpr float roughestTracedPlastic = 0.45f;
-
-float decoded(float display) {
-    return display <= 0.04045f ? display / 12.92f : std::pow((display + 0.055f) / 1.055f, 2.4f);
-}
-float encoded(float linear) {
-    linear = std::clamp(linear, 0.0f, 1.0f);
-    return linear <= 0.0031308f ? 12.92f * linear : 1.055f * std::pow(linear, 1 / 2.4f) - 0.055f;
-}
 
 float luminance(const Pixel& pixel) {
     return 0.299f * pixel[0] + 0.587f * pixel[1] + 0.114f * pixel[2];
@@ -34,22 +21,17 @@ std::string colorText(const aiColor3D& color) {
     return fmt::format("{:.6g} {:.6g} {:.6g} 1", color.r, color.g, color.b);
 }
 
-float reflectance(float refractiveIndex) {
-    const float root = (refractiveIndex - 1) / (refractiveIndex + 1);
-    return root * root;
-}
-
-/// Width of the highlight: the slope of facets, whose square root formats call roughness (Burley, Physically
-/// based shading at Disney, 2012).
-float eccentricityOf(float roughness) {
-    return std::max(roughness * roughness, smoothestFacets);
-}
-
 /// Prints the shaders of one material.
 class MaterialText {
 public:
-    MaterialText(SceneText& text, Images& images, const Surface& surface, int colorSpace)
-        : text_(text), images_(images), surface_(surface), colorSpace_(colorSpace) {}
+    MaterialText(SceneText& text, Images& images, Losses& losses, const Surface& surface, int colorSpace,
+                 double scale)
+        : text_(text),
+          images_(images),
+          losses_(losses),
+          surface_(surface),
+          colorSpace_(colorSpace),
+          scale_(scale) {}
 
     /// Returns the name of the scene's material.
     std::string print();
@@ -67,18 +49,24 @@ private:
     std::string lookUp(const fs::path& image, const SurfaceMap& map, bool isColor, const aiColor3D& gain);
     std::optional<std::string> lookUp(const std::optional<SurfaceMap>& map, bool isColor,
                                       const aiColor3D& gain = {1, 1, 1});
+    void setBase(const std::string& parameter, const aiColor3D& color);
     void setDiffuse();
     void setPhong();
     void setMetallic();
-    void setMetallicImages(const fs::path& base, const fs::path& packed);
-    void setReflection(float slope, float metalness);
+    void setNumber(const std::string& parameter, float factor, const std::optional<SurfaceMap>& map,
+                   std::size_t channel);
+    void setGlass(float share);
+    /// An image of what a surface lets pass, or of what it does not.
+    std::optional<std::string> opacityImage(bool isInverted);
     std::string setTransparency();
     void setNormal();
 
     SceneText& text_;
     Images& images_;
+    Losses& losses_;
     const Surface& surface_;
     int colorSpace_;
+    double scale_; ///< scene units in a unit of the file
     std::vector<std::string> parameters_;
 };
 
@@ -117,20 +105,23 @@ std::optional<std::string> MaterialText::lookUp(const std::optional<SurfaceMap>&
     return lookUp(*image, *map, isColor, gain);
 }
 
-void MaterialText::setDiffuse() {
-    const float kept = (1 - surface_.metalness) * (1 - surface_.transmission);
-    const aiColor3D color = surface_.base * kept;
-    set("diffuse", "1");
+/// The base colour, from an image or from vertices where there are any, times `color`.
+void MaterialText::setBase(const std::string& parameter, const aiColor3D& color) {
     if (const auto image = lookUp(surface_.baseMap, true, color)) {
-        setColor("color", color, image);
+        setColor(parameter, color, image);
     } else if (colorSpace_ >= 0) {
         const std::string name = text_.name(surface_.name + " vertex colour");
         text_.print("shader \"{}\" \"velaVertexColor\" ( \"space\" {}, \"gain\" {} )\n", name, colorSpace_,
                     colorText(color));
-        set("color", fmt::format("= \"{}\"", name));
+        set(parameter, fmt::format("= \"{}\"", name));
     } else {
-        setColor("color", color, {});
+        setColor(parameter, color, {});
     }
+}
+
+void MaterialText::setDiffuse() {
+    set("diffuse", "1");
+    setBase("color", surface_.base * (1 - surface_.transmission));
 }
 
 void MaterialText::setPhong() {
@@ -140,108 +131,97 @@ void MaterialText::setPhong() {
     set("reflectivity", fmt::format("{:.6g}", surface_.reflectivity));
 }
 
-void MaterialText::setReflection(float slope, float metalness) {
-    const bool traced = metalness > 0 || slope < roughestTracedPlastic;
-    set("reflectivity", traced ? "1" : "0");
-    constexpr float sharp = 0.05f;
-    if (!traced || slope < sharp) return;
-    // A mirrored direction turns by twice the angle of the facet.
-    set("reflectionBlur", fmt::format("{:.4g}", std::min(2 * std::atan(slope), 1.2f)));
-    set("reflectionBlurSamples", "8");
+/// A number, or a factor on the channel of an image that holds two of them.
+void MaterialText::setNumber(const std::string& parameter, float factor, const std::optional<SurfaceMap>& map,
+                             std::size_t channel) {
+    std::optional<fs::path> image = map ? images_.file(map->texture) : std::nullopt;
+    if (image && surface_.isPackedMap)
+        image = images_.derive(fmt::format("{}_{}", surface_.name, parameter), *image, *image,
+                               [&](const Pixel& pixel, const Pixel&) {
+                                   const float number = pixel[channel] * factor;
+                                   return Pixel{number, number, number, 1};
+                               });
+    if (image) set(parameter, fmt::format("= \"{}.outLuminance\"", lookUp(*image, *map, false, {1, 1, 1})));
+    else set(parameter, fmt::format("{:.6g}", factor));
 }
 
 void MaterialText::setMetallic() {
-    const std::optional<fs::path> base =
-        surface_.baseMap ? images_.file(surface_.baseMap->texture) : std::nullopt;
-    const std::optional<fs::path> packed =
-        surface_.isPackedMap ? images_.file(surface_.metalnessMap->texture) : std::nullopt;
-    if (packed && colorSpace_ < 0) return setMetallicImages(base.value_or(*packed), *packed);
-    setDiffuse();
-    const float metal = surface_.metalness;
-    const aiColor3D tint = aiColor3D(1, 1, 1) * (1 - metal) + surface_.base * metal;
-    const auto image = metal > 0 ? lookUp(surface_.baseMap, true, tint) : std::nullopt;
-    setColor("specularColor", tint, image);
-    const float slope = eccentricityOf(surface_.roughness);
-    if (const auto rough = surface_.isPackedMap ? std::nullopt : lookUp(surface_.roughnessMap, false))
-        set("eccentricity", fmt::format("= \"{}.outLuminance\"", *rough));
-    else set("eccentricity", fmt::format("{:.6g}", slope));
-    const float plastic = reflectance(surface_.refractiveIndex);
-    set("specularRollOff", fmt::format("{:.6g}", plastic + (1 - plastic) * metal));
-    setReflection(slope, metal);
+    const Surface& s = surface_;
+    setBase("baseColor", s.base);
+    constexpr std::size_t green = 1, blue = 2;
+    setNumber("metalness", s.metalness, s.metalnessMap, blue);
+    setNumber("roughness", s.roughness, s.roughnessMap, green);
+    set("specularIndex", fmt::format("{:.6g}", s.refractiveIndex));
+    const bool isClear = s.refracts && s.transmission <= 0; // formats that call it opacity
+    if (const float share = isClear ? 1 - s.opacity : s.transmission; share > 0) setGlass(share);
+    if (s.anisotropy > 0) set("anisotropy", fmt::format("{:.6g}", s.anisotropy));
+    if (s.coat > 0) {
+        set("coat", fmt::format("{:.6g}", s.coat));
+        set("coatRoughness", fmt::format("{:.6g}", s.coatRoughness));
+    }
+    if (std::max({s.sheen.r, s.sheen.g, s.sheen.b}) > 0) {
+        set("sheen", "1");
+        set("sheenColor", colorText(s.sheen));
+        constexpr float leastSlopes = 0.25f; // of velaSurfaceX
+        set("sheenRoughness",
+            fmt::format("{:.6g}", std::max(s.sheenRoughness * s.sheenRoughness, leastSlopes)));
+    }
 }
 
-/// Metalness and roughness by the pixel: the parameters that follow from them are images, too.
-void MaterialText::setMetallicImages(const fs::path& base, const fs::path& packed) {
-    const Surface& s = surface_;
-    const SurfaceMap& map = s.baseMap ? *s.baseMap : *s.metalnessMap;
-    const auto baseOf = [&](const Pixel& pixel) {
-        return s.baseMap ? aiColor3D(decoded(pixel[0]), decoded(pixel[1]), decoded(pixel[2])) * s.base
-                         : s.base;
-    };
-    const auto metalOf = [&](const Pixel& pixel) { return std::clamp(pixel[2] * s.metalness, 0.0f, 1.0f); };
-    const auto shown = [](const aiColor3D& c) { return Pixel{encoded(c.r), encoded(c.g), encoded(c.b), 1}; };
-    const auto connect = [&](const char* parameter, const char* name, bool isColor, auto compute) {
-        const std::string key = fmt::format("{}_{}", surface_.name, name);
-        if (const auto image = images_.derive(key, base, packed, compute))
-            set(parameter, fmt::format("= \"{}.{}\"", lookUp(*image, map, isColor, {1, 1, 1}),
-                                       isColor ? "outColor" : "outLuminance"));
-    };
-    float metalSum = 0, slopeSum = 0, count = 0;
-    set("diffuse", "1");
-    connect("color", "diffuse", true, [&](const Pixel& a, const Pixel& b) {
-        metalSum += metalOf(b);
-        slopeSum += eccentricityOf(b[1] * s.roughness);
-        ++count;
-        return shown(baseOf(a) * ((1 - metalOf(b)) * (1 - s.transmission)));
-    });
-    const float plastic = reflectance(s.refractiveIndex);
-    if (metalSum > 0) {
-        connect("specularColor", "specular", true, [&](const Pixel& a, const Pixel& b) {
-            return shown(aiColor3D(1, 1, 1) * (1 - metalOf(b)) + baseOf(a) * metalOf(b));
-        });
-        connect("specularRollOff", "reflectance", false, [&](const Pixel&, const Pixel& b) {
-            const float r = plastic + (1 - plastic) * metalOf(b);
-            return Pixel{r, r, r, 1};
-        });
-    } else {
-        set("specularColor", "1 1 1 1");
-        set("specularRollOff", fmt::format("{:.6g}", plastic));
+/// @param share of the light that is not reflected and passes
+void MaterialText::setGlass(float share) {
+    set("transmission", fmt::format("{:.6g}", share));
+    if (!surface_.refracts) set("thinWalled", "on");
+    if (surface_.refracts && surface_.insideDistance > 0) {
+        if (surface_.baseMap || !(surface_.base == aiColor3D(1, 1, 1)))
+            losses_.add("colours of the boundary of bodies that absorb light", surface_.name);
+        set("transmissionColor", colorText(surface_.inside));
+        set("transmissionDepth", fmt::format("{:.6g}", surface_.insideDistance * scale_));
+    } else if (surface_.transmission > 0) {
+        setBase("transmissionColor", surface_.base);
     }
-    connect("eccentricity", "slope", false, [&](const Pixel&, const Pixel& b) {
-        const float e = eccentricityOf(b[1] * s.roughness);
-        return Pixel{e, e, e, 1};
-    });
-    count = std::max(count, 1.0f);
-    setReflection(slopeSum / count, metalSum / count);
+}
+
+std::optional<std::string> MaterialText::opacityImage(bool isInverted) {
+    const Surface& s = surface_;
+    const std::optional<fs::path> image = s.opacityMap ? images_.file(s.opacityMap->texture) : std::nullopt;
+    if (!image) return {};
+    const auto derived = images_.derive(fmt::format("{}_{}", s.name, isInverted ? "holes" : "opacity"),
+                                        *image, *image, [&](const Pixel& pixel, const Pixel&) {
+                                            float opacity = s.opacity * (s.opacityIsAlpha ? pixel[3]
+                                                                         : pixel[3] < 1   ? pixel[3]
+                                                                                          : luminance(pixel));
+                                            if (s.cutoff > 0) opacity = opacity >= s.cutoff ? 1.0f : 0.0f;
+                                            const float value = isInverted ? 1 - opacity : opacity;
+                                            return Pixel{value, value, value, 1};
+                                        });
+    if (!derived) return {};
+    return fmt::format("= \"{}.outColor\"", lookUp(*derived, *s.opacityMap, false, {1, 1, 1}));
 }
 
 /// Returns the shadow shader.
 std::string MaterialText::setTransparency() {
     const Surface& s = surface_;
-    const std::optional<fs::path> image = s.opacityMap ? images_.file(s.opacityMap->texture) : std::nullopt;
+    const bool isLayered = s.isLayered();
+    const auto even = [](float share) { return colorText({share, share, share}); };
     std::string value;
-    if (image) {
-        const auto hole = images_.derive(fmt::format("{}_holes", s.name), *image, *image,
-                                         [&](const Pixel& pixel, const Pixel&) {
-                                             float opacity = s.opacity * (s.opacityIsAlpha ? pixel[3]
-                                                                          : pixel[3] < 1   ? pixel[3]
-                                                                                         : luminance(pixel));
-                                             if (s.cutoff > 0) opacity = opacity >= s.cutoff ? 1.0f : 0.0f;
-                                             return Pixel{1 - opacity, 1 - opacity, 1 - opacity, 1};
-                                         });
-        if (hole) value = fmt::format("= \"{}.outColor\"", lookUp(*hole, *s.opacityMap, false, {1, 1, 1}));
+    if (const auto holes = opacityImage(true)) {
+        value = *holes;
+        if (isLayered) set("opacity", opacityImage(false).value_or("1 1 1 1"));
     } else if (s.transmission > 0) {
         value = colorText(s.base * s.transmission);
     } else if (s.opacity < 1) {
-        const float through = 1 - s.opacity;
-        value = colorText({through, through, through});
+        value = even(1 - s.opacity);
+        if (isLayered && !s.refracts) set("opacity", even(s.opacity));
     }
     if (value.empty()) return "shadow \"orcaVelaFastShadow\" ( )";
-    set("transparency", value);
-    if (s.refracts) {
-        set("refractionsOn", "on");
-        set("refractiveIndex", fmt::format("{:.6g}", s.refractiveIndex));
-        set("refractionLimit", "10");
+    if (!isLayered) {
+        set("transparency", value);
+        if (s.refracts) {
+            set("refractionsOn", "on");
+            set("refractiveIndex", fmt::format("{:.6g}", s.refractiveIndex));
+            set("refractionLimit", "10");
+        }
     }
     return fmt::format("shadow \"orcaVelaShadow\" ( \"transparency\" {} )", value);
 }
@@ -268,8 +248,8 @@ std::string MaterialText::print() {
         set("diffuse", "0");
         const auto image = lookUp(surface_.baseMap, true, surface_.base);
         setColor("incandescence", surface_.base, image);
-    } else if (surface_.model == Surface::Model::Metallic) {
-        shader = "orcaVelaBlinn";
+    } else if (surface_.isLayered()) {
+        shader = "velaSurfaceX";
         setMetallic();
     } else if (surface_.model == Surface::Model::Phong) {
         shader = "orcaVelaPhong";
@@ -278,13 +258,22 @@ std::string MaterialText::print() {
         setDiffuse();
     }
     const bool emits = surface_.emission.r + surface_.emission.g + surface_.emission.b > 0;
-    if (emits && !surface_.isUnlit)
-        setColor("incandescence", surface_.emission, lookUp(surface_.emissionMap, true, surface_.emission));
+    if (emits && !surface_.isUnlit) {
+        if (surface_.isLayered()) set("emission", "1");
+        setColor(surface_.isLayered() ? "emissionColor" : "incandescence", surface_.emission,
+                 lookUp(surface_.emissionMap, true, surface_.emission));
+    }
     const std::string shadow = setTransparency();
     setNormal();
 
-    const std::string name = text_.name(surface_.name), material = text_.name(surface_.name + " material");
+    std::string name = text_.name(surface_.name);
+    const std::string material = text_.name(surface_.name + " material");
     text_.print("shader \"{}\" \"{}\" (\n    {} )\n", name, shader, fmt::join(parameters_, ",\n    "));
+    if (surface_.isLayered()) {
+        const std::string passes = text_.name(surface_.name + " passes");
+        text_.print("shader \"{}\" \"orcaVelaMiaMaterialXAdapter\" ( \"material\" \"{}\" )\n", passes, name);
+        name = passes;
+    }
     const bool isOpaque = shadow.find("FastShadow") != std::string::npos;
     text_.print("material \"{}\"{}\n    \"orcaVelaShadingEngine\" ( \"surfaceShader\" \"{}\" )\n    {}\nend "
                 "material\n\n",
@@ -307,7 +296,9 @@ const std::string& Materials::nameFor(const aiMesh& mesh) {
         const Surface surface = surfaceOf(material, model_, losses_);
         if (surface.baseMap && colorSpace >= 0)
             losses_.add("colours of vertices under an image", surface.name);
-        name = MaterialText(text_, images_, surface, colorSpace).print();
+        if (surface.isLayered() && !std::exchange(hasLibrary_, true))
+            text_.print("link \"velamaterials.so\"\n$include <velamaterials.mi>\n\n");
+        name = MaterialText(text_, images_, losses_, surface, colorSpace, scale_).print();
     }
     return name;
 }

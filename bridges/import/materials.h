@@ -12,8 +12,9 @@ namespace orca::bridge {
 /// Prints a model's materials as those of the shader libraries.
 class Materials {
 public:
-    Materials(const ModelFile& model, SceneText& text, Images& images, Losses& losses)
-        : model_(model), text_(text), images_(images), losses_(losses) {}
+    /// @param scale scene units in a unit of the file
+    Materials(const ModelFile& model, SceneText& text, Images& images, Losses& losses, double scale)
+        : model_(model), text_(text), images_(images), losses_(losses), scale_(scale) {}
 
     /// Name of the scene's material for a mesh; printed with its first use.
     [[nodiscard]] const std::string& nameFor(const aiMesh& mesh);
@@ -24,6 +25,8 @@ private:
     SceneText& text_;
     Images& images_;
     Losses& losses_;
+    double scale_;
+    bool hasLibrary_ = false; ///< the scene links velamaterials.so
     std::map<std::pair<unsigned, int>, std::string>
         names_; ///< by number, and by the texture space of colours
 };

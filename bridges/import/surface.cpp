@@ -98,26 +98,25 @@ void readOpacity(Surface& surface, const aiMaterial& material, const ModelFile& 
     const float index = valueOr(material, AI_MATKEY_REFRACTI, 1.0f);
     if (index > 1.0f) surface.refractiveIndex = index;
     const bool hasBody = valueOr(material, AI_MATKEY_VOLUME_THICKNESS_FACTOR, 0.0f) > 0;
+    const float distance = valueOr(material, AI_MATKEY_VOLUME_ATTENUATION_DISTANCE, 0.0f);
+    if (hasBody && std::isfinite(distance) && distance > 0) {
+        surface.inside = valueOr(material, AI_MATKEY_VOLUME_ATTENUATION_COLOR, surface.inside);
+        surface.insideDistance = distance;
+    }
     surface.refracts = (surface.transmission > 0 && hasBody) ||
                        (!model.isGltf() && index > 1.0f && surface.opacity < 1 && !surface.opacityMap);
 }
 
+/// What lies over the base, and its direction.
+void readLayers(Surface& surface, const aiMaterial& material) {
+    surface.anisotropy = std::clamp(valueOr(material, AI_MATKEY_ANISOTROPY_FACTOR, 0.0f), 0.0f, 1.0f);
+    surface.coat = std::clamp(valueOr(material, AI_MATKEY_CLEARCOAT_FACTOR, 0.0f), 0.0f, 1.0f);
+    surface.coatRoughness = valueOr(material, AI_MATKEY_CLEARCOAT_ROUGHNESS_FACTOR, 0.0f);
+    surface.sheen = valueOr(material, AI_MATKEY_SHEEN_COLOR_FACTOR, surface.sheen);
+    surface.sheenRoughness = valueOr(material, AI_MATKEY_SHEEN_ROUGHNESS_FACTOR, 0.0f);
+}
+
 void noteLosses(const aiMaterial& material, const std::string& name, Losses& losses) {
-    struct Part {
-        const char* key;
-        const char* what;
-    };
-    constexpr Part parts[] = {{"$mat.clearcoat.factor", "clear coats"},
-                              {"$mat.anisotropyFactor", "anisotropy"},
-                              {"$mat.volume.attenuationColor", "absorption within bodies"}};
-    for (const Part& part : parts) {
-        aiColor3D value(0, 0, 0);
-        if (material.Get(part.key, 0, 0, value) == aiReturn_SUCCESS && value.r > 0)
-            losses.add(part.what, name);
-    }
-    aiColor3D sheen(0, 0, 0);
-    if (material.Get(AI_MATKEY_SHEEN_COLOR_FACTOR, sheen) == aiReturn_SUCCESS && !isBlack(sheen))
-        losses.add("sheen", name);
     constexpr std::pair<aiTextureType, const char*> maps[] = {
         {aiTextureType_SPECULAR, "images of the highlight's colour"},
         {aiTextureType_SHININESS, "images of the highlight's size"},
@@ -125,6 +124,8 @@ void noteLosses(const aiMaterial& material, const std::string& name, Losses& los
         {aiTextureType_REFLECTION, "reflection images"},
         {aiTextureType_LIGHTMAP, "baked light and occlusion images"},
         {aiTextureType_AMBIENT_OCCLUSION, "baked light and occlusion images"},
+        {aiTextureType_CLEARCOAT, "images of clear coats"},
+        {aiTextureType_SHEEN, "images of sheen"},
         {aiTextureType_TRANSMISSION, "images of transmission and thickness"}};
     for (const auto& [type, what] : maps)
         if (material.GetTextureCount(type) > 0) losses.add(what, name);
@@ -167,6 +168,7 @@ Surface surfaceOf(const aiMaterial& material, const ModelFile& model, Losses& lo
         surface.reflectivity = std::clamp(valueOr(material, AI_MATKEY_REFLECTIVITY, 0.0f), 0.0f, 1.0f);
     }
     readOpacity(surface, material, model, losses);
+    readLayers(surface, material);
 
     surface.emission = valueOr(material, AI_MATKEY_COLOR_EMISSIVE, aiColor3D(0, 0, 0)) *
                        valueOr(material, AI_MATKEY_EMISSIVE_INTENSITY, 1.0f);

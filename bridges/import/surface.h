@@ -43,10 +43,19 @@ struct Surface {
     float cutoff = 0;            ///< opacities from there on are 1, others 0; 0: no cutting
     float transmission = 0;      ///< share of light that the base colour tints and lets through
     bool refracts = false;
+    aiColor3D inside{1, 1, 1}; ///< what white light becomes within `insideDistance`
+    float insideDistance = 0;  ///< units of the file; 0: the inside is clear
+    float anisotropy = 0;      ///< 0 to 1
+    float coat = 0, coatRoughness = 0;
+    aiColor3D sheen{0, 0, 0};
+    float sheenRoughness = 0; ///< square root of the width of the fibres' slopes
     aiColor3D emission{0, 0, 0};
     std::optional<SurfaceMap> emissionMap, normalMap, bumpMap;
     float normalStrength = 1;
     bool isUnlit = false;
+
+    /// Shown by velaSurfaceX, all others by the classic materials.
+    [[nodiscard]] bool isLayered() const { return model == Model::Metallic && !isUnlit; }
 };
 
 /// What nothing in `Surface` holds is a loss.
