@@ -100,6 +100,14 @@ picture pass_masks 360x202
 picture shadow_passes 360x202 diffuse diffuseNoShadow shadow
 picture materials_row 960x320
 picture fur 640x360 && as_jpeg fur
+for name in long_hair fluffy_toy; do
+    "$render" "$root/scenes/$name.mi" --size 480x360 --denoise -o "$scratch/$name.exr" --files layers --png "$images/$name.png"
+    as_jpeg "$name"
+done
+# With the lines in the picture.
+sed '/framebuffer "lines"/d' "$root/scenes/toon_ramps.mi" >"$scratch/toon_ramps.mi"
+"$render" "$scratch/toon_ramps.mi" -I "$root/scenes" -o "$scratch/toon_ramps.exr" --files layers --png "$images/toon_ramps.png"
+picture jewel 480x360 && as_jpeg jewel
 picture scatter 480x270
 picture gather_interior 480x270
 picture motion_wheel 480x270

@@ -18,6 +18,8 @@ import fur
 import gems
 import head
 import images
+import jewel
+import long_hair
 import neon
 import shapes
 import toys
@@ -72,6 +74,12 @@ CATALOGUE = {
     "brilliant": gems.brilliant,
     "carafe": shapes.carafe,
     "prism": gems.prism,
+    "mannequin_head": long_hair.head,
+    "mannequin_bust": long_hair.bust,
+    "long_hair": long_hair.hair,
+    "gem": jewel.gem,
+    "gem_band": jewel.band,
+    "gem_claws": jewel.claws,
 }
 
 
