@@ -121,12 +121,12 @@ def showroom(u, v):
     """A dark hall: rows of tubes on its ceiling, low bright panels on its long walls. In it the x axis is along the rows."""
     turn, rise = 2 * math.pi * u, math.pi * (v - 0.5)
     x, y, z = math.cos(rise) * math.sin(turn), math.sin(rise), math.cos(rise) * math.cos(turn)
-    light = [0.030, 0.033, 0.040]
+    light = [0.018, 0.020, 0.025]
     if y > 0.05:
         along, across = x / y, z / y
         ends = 1 - smooth_step(2.4, 2.6, abs(along))
         for row in (-1.5, -0.5, 0.5, 1.5):
-            tube = 10.0 * ends * (1 - smooth_step(0.10, 0.125, abs(across - row)))
+            tube = 6.0 * ends * (1 - smooth_step(0.10, 0.125, abs(across - row)))
             light = [l + tube * t for l, t in zip(light, (1.0, 0.97, 0.90))]
     if abs(z) > 0.05:
         along, up = x / abs(z), y / abs(z)
