@@ -23,6 +23,10 @@ finely() {  # NAME SIZE: the scene's picture with less noise than the scene asks
         --png "$images/$1.png"
 }
 
+smoothly() {  # NAME SIZE: the scene's picture, its last noise filtered out
+    "$render" "$root/scenes/$1.mi" --size "$2" --denoise -o "$scratch/$1.exr" --files layers --png "$images/$1.png"
+}
+
 noise() {  # NAME SIZE: the scene's picture at four samples a pixel, and without its noise
     for how in "" --denoise; do
         "$render" "$root/scenes/$1.mi" --size "$2" --samples 1 1 $how -o "$scratch/noise.exr" --files layers --png "$scratch/noise$how.png"
@@ -151,6 +155,10 @@ layers area_lights 160x90 diffuse specular shadow reflection
 finely material_matrix 480x240
 finely material_study 480x240
 layers material_study 160x80 diffuse specular reflection refraction
+smoothly car 480x210
+smoothly skin 400x400
+smoothly glass 480x240
+smoothly cloths 480x240
 picture dome 480x270
 layers dome 160x90 diffuse reflection
 picture neon 400x225
