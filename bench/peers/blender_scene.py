@@ -44,6 +44,12 @@ def nodes_of(material, bpy):
         path, surface = tree.nodes.new("ShaderNodeLightPath"), tree.nodes.new("ShaderNodeMixShader")
         for source, target in ((path.outputs["Is Shadow Ray"], 0), (bent.outputs[0], 1), (hole.outputs[0], 2)):
             tree.links.new(source, surface.inputs[target])
+    elif material.roughness:
+        surface = tree.nodes.new("ShaderNodeBsdfPrincipled")
+        surface.distribution = "MULTI_GGX"
+        for key, value in {"Base Color": (*material.color, 1), "Metallic": material.metalness, "Roughness": material.roughness,
+                           "Specular": 0.5}.items():  # 0.5 is that of index 1.5
+            surface.inputs[key].default_value = value
     elif material.mirror:
         surface = closure("Glossy", [material.mirror] * 3)
         surface.distribution = "SHARP"

@@ -27,6 +27,12 @@ def shader_of(name, material):
                 f' "refractiveIndex" {material.ior} )\n'
                 f'material "{name} m" "orcaVelaShadingEngine" ( "surfaceShader" "{name} s" )'
                 f' shadow "orcaVelaShadow" ( "transparency" {color(material.glass)} ) end material\n')
+    if material.roughness:
+        return (f'shader "{name} facets" "velaSurfaceX" ( "baseColor" {color(material.color)}, "roughness" {material.roughness},'
+                f' "metalness" {material.metalness}, "reflectionSamples" 2, "highlightSamples" 2 )\n'
+                f'shader "{name} s" "orcaVelaMiaMaterialXAdapter" ( "material" "{name} facets" )\n'
+                f'material "{name} m" opaque "orcaVelaShadingEngine" ( "surfaceShader" "{name} s" )'
+                ' shadow "orcaVelaFastShadow" ( ) end material\n')
     if material.mirror or material.highlight:
         kind = "orcaVelaPhong"
         lobe = (f', "specularColor" {color([material.highlight] * 3)}, "cosinePower" {material.exponent}, "reflectivity" 0' if material.highlight
@@ -76,7 +82,7 @@ def scene_text(scene, options, shadow_rays):
     if moves:
         gather.update({"motion": "on", "shutter": "0 1"})
     settings = "\n".join(f"    {words} {value}" for words, value in {**gather, **options}.items())
-    yield (HEAD +
+    yield (HEAD + 'link "velamaterials.so"\n$include <velamaterials.mi>\n'
            'options "quality" object space filter box 1 1 trace on shadow on\n'
            f"    trace depth {scene.reflections} {scene.refractions} {scene.reflections + scene.refractions}\n{settings}\n"
            '    state "velaBaseState" ( ) "orcaFrameBufferState" ( )\nend options\n')

@@ -11,13 +11,15 @@ import numpy
 
 @dataclasses.dataclass
 class Material:
-    """Diffuse colour, then what is added to it. Glass is a sharp refraction alone."""
+    """Diffuse colour, then what is added to it. Glass is a sharp refraction alone; with a roughness, the material is of GGX facets alone."""
     color: tuple = (0.0, 0.0, 0.0)
     highlight: float = 0.0        # strength of a Phong lobe of the lights
     exponent: float = 30.0        # of that lobe
     mirror: float = 0.0           # sharp reflection
     glass: tuple = ()             # colour that each crossed surface multiplies by, its shadow too
     ior: float = 1.5
+    roughness: float = 0.0        # above 0: facets of a dielectric over the colour, or of metal of this colour; its square is GGX's alpha
+    metalness: float = 0.0
 
 
 @dataclasses.dataclass

@@ -75,6 +75,24 @@ def motion():
     return scene
 
 
+def materials():
+    """Balls of metal, from glossy at the left to rough at the right; a lamp above and an even sky.
+
+    Not of plastic: Cycles' Principled leaves the light that facets of a dielectric reflect in the diffuse light below as well.
+    """
+    ball, ball_faces = sphere(64, 33)
+    meshes = {"ground": Mesh([(-14.0, 0.0, 14.0), (14.0, 0.0, 14.0), (14.0, 0.0, -14.0), (-14.0, 0.0, -14.0)], [(0, 1, 2), (0, 2, 3)],
+                             Material((0.4, 0.39, 0.37)))}
+    instances = [Instance("ground")]
+    for row, metal in enumerate(((0.9, 0.45, 0.16), (0.6, 0.58, 0.55), (0.9, 0.7, 0.3))):
+        for column, roughness in enumerate((0.1, 0.25, 0.4, 0.55, 0.75, 1.0)):
+            name = f"ball{row}{column}"
+            meshes[name] = Mesh(ball, ball_faces, Material(metal, roughness=roughness, metalness=1.0), ball)
+            instances.append(Instance(name, at(2.3 * column - 5.75, 1.0, 3.0 - 2.5 * row)))
+    return Scene(meshes, instances, [SquareLamp((-3.0, 7.0, 3.0), 2.5, (9.0, 8.6, 8.0))], Camera((0.0, 6.9, 15.5), (0.0, 0.6, 0.4), 0.97),
+                 sky=Sky((0.35, 0.40, 0.5), lights=True, samples=4), reflections=2)
+
+
 # --- a room ------------------------------------------------------------------------------------------------------------
 
 WOOD, CLOTH, PAINT, CLAY = ((0.45, 0.28, 0.15), (0.25, 0.35, 0.5), (0.7, 0.2, 0.15), (0.6, 0.5, 0.4))
@@ -158,23 +176,23 @@ def bounces():
 # --- many instances ------------------------------------------------------------------------------------------------------
 
 def instances():
-    """100,000 pebbles of five colours with highlights."""
+    """100,000 pebbles of metal in five colours."""
     chance = random.Random(1)
     ball, faces = sphere(24, 13)
     scene = still_life()
     colors = ((0.5, 0.12, 0.08), (0.45, 0.4, 0.3), (0.15, 0.3, 0.4), (0.3, 0.35, 0.15), (0.6, 0.5, 0.2))
-    scene.meshes = {f"pebble{i}": Mesh(ball, faces, Material(color, highlight=0.4, exponent=40.0), ball) for i, color in enumerate(colors)}
+    scene.meshes = {f"pebble{i}": Mesh(ball, faces, Material(color, roughness=0.45, metalness=1.0), ball) for i, color in enumerate(colors)}
     scene.meshes["ground"] = Mesh([(-40.0, 0.0, 40.0), (40.0, 0.0, 40.0), (40.0, 0.0, -40.0), (-40.0, 0.0, -40.0)], [(0, 1, 2), (0, 2, 3)],
                                   Material((0.4, 0.38, 0.35)))
     scene.instances = [Instance("ground")]
     for _ in range(100_000):
         x, z, radius = chance.uniform(-16, 16), chance.uniform(-30, 6.5), chance.uniform(0.03, 0.09)
         scene.instances.append(Instance(f"pebble{chance.randrange(5)}", at(x, radius * chance.uniform(0.6, 4.0), z, radius)))
-    scene.reflections = scene.refractions = 0
+    scene.reflections, scene.refractions = 1, 0
     return scene
 
 
-BY_NAME = {make.__name__.replace("_", "-"): make for make in (still_life, soft_shadows, motion, lamps, many_lights, bounces, instances)}
+BY_NAME = {make.__name__.replace("_", "-"): make for make in (still_life, soft_shadows, motion, materials, lamps, many_lights, bounces, instances)}
 
 
 def scene_named(name, size=None):
