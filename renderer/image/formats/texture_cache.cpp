@@ -267,8 +267,12 @@ void LibraryTextures::loadFile(const scene::TextureElement& texture, Loaded& ent
 
 void LibraryTextures::open(const scene::TextureElement& texture, Loaded& entry, OIIO::ustring name,
                            const std::string& shown) {
+    // With a state of this thread's own: the library's is found by the cache's address, where an earlier
+    // cache may have been.
+    OIIO::TextureSystem::Perthread* const thread = thisThread();
+    OIIO::TextureSystem::TextureHandle* const handle = system_->get_texture_handle(name, thread);
     OIIO::ImageSpec spec;
-    if (!system_->get_imagespec(name, 0, spec)) {
+    if (!handle || !system_->get_imagespec(handle, thread, 0, spec)) {
         log_.errorAt(texture.location, "IMG", "texture \"{}\": image \"{}\" cannot be read: {}", texture.name,
                      shown, system_->geterror());
         return;
@@ -291,8 +295,8 @@ void LibraryTextures::open(const scene::TextureElement& texture, Loaded& entry, 
     entry.multiplied = (entry.channels == 2 || entry.channels == 4) &&
                        spec.alpha_channel == entry.channels - 1 &&
                        spec.get_int_attribute(colorsApartFromAlpha) == 0;
-    entry.handle = system_->get_texture_handle(name);
-    entry.good = entry.handle != nullptr;
+    entry.handle = handle;
+    entry.good = true;
 }
 
 bool LibraryTextures::lookupIn(const Loaded& entry, const scene::TextureElement& texture, float s, float t,
