@@ -3,6 +3,7 @@
 #include "diff/difference_picture.h"
 #include "diff/layer_difference.h"
 #include "layers/layered_picture.h"
+#include "layers/report_command.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -12,9 +13,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <exception>
-#include <fstream>
-#include <iostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -23,7 +21,7 @@ namespace {
 
 using namespace orca::app;
 
-constexpr int exitAlike = 0, exitDifferent = 1, exitUnreadable = 4;
+constexpr int exitAlike = 0, exitDifferent = 1;
 
 struct Wanted {
     std::string first, second;
@@ -122,14 +120,7 @@ nlohmann::ordered_json document(const Comparison& comparison) {
 void writeJson(const std::string& path, const std::vector<Comparison>& comparisons) {
     nlohmann::ordered_json all = nlohmann::ordered_json::array();
     for (const Comparison& comparison : comparisons) all.push_back(document(comparison));
-    const std::string text = all.dump(2) + "\n";
-    if (path == "-") {
-        std::cout << text;
-        return;
-    }
-    std::ofstream file(path);
-    file << text;
-    if (!file.flush()) throw std::runtime_error(fmt::format("\"{}\" cannot be written", path));
+    writeReport(path, all.dump(2) + "\n");
 }
 
 void writePicture(const Wanted& wanted, const std::vector<Comparison>& comparisons) {
@@ -203,18 +194,5 @@ int main(int argc, char** argv) {
         {"2", "the command line is wrong"},
         {"4", "a file cannot be read or written, or no layer has such a name"}};
     addDocuments(app, "exr", codes, {});
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& done) {
-        return app.exit(done);
-    } catch (const CLI::ParseError& problem) {
-        fmt::print(stderr, "orca-diff: {}\n", problem.what());
-        return exitUsage;
-    }
-    try {
-        return compareFiles(wanted);
-    } catch (const std::exception& problem) {
-        fmt::print(stderr, "orca-diff: {}\n", problem.what());
-        return exitUnreadable;
-    }
+    return runReport(app, argc, argv, [&] { return compareFiles(wanted); });
 }

@@ -2,6 +2,7 @@
 #include "command_documents.h"
 #include "diff/difference_picture.h"
 #include "layers/layered_picture.h"
+#include "layers/report_command.h"
 #include "verify/law_check.h"
 
 #include <CLI/CLI.hpp>
@@ -9,9 +10,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <exception>
-#include <fstream>
-#include <iostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -20,7 +18,7 @@ namespace {
 
 using namespace orca::app;
 
-constexpr int exitHolds = 0, exitViolated = 1, exitNothingToCheck = 3, exitUnreadable = 4;
+constexpr int exitHolds = 0, exitViolated = 1, exitNothingToCheck = 3;
 
 struct Wanted {
     std::string file, json, picture;
@@ -81,17 +79,6 @@ nlohmann::ordered_json document(const PictureView& picture, const PictureCheck& 
     return all;
 }
 
-void writeJson(const std::string& path, const nlohmann::ordered_json& document) {
-    const std::string text = document.dump(2) + "\n";
-    if (path == "-") {
-        std::cout << text;
-        return;
-    }
-    std::ofstream file(path);
-    file << text;
-    if (!file.flush()) throw std::runtime_error(fmt::format("\"{}\" cannot be written", path));
-}
-
 /// A tile for each law that is violated.
 void writeViolations(const Wanted& wanted, const PictureView& picture, const PictureCheck& check) {
     std::vector<DifferenceTile> tiles;
@@ -112,7 +99,7 @@ int verify(const Wanted& wanted) {
     if (!wanted.quiet && wanted.json != "-")
         for (const Report part : {Report::Violations, Report::Rest})
             for (const std::string& line : reportLines(picture, check, part)) fmt::print("{}\n", line);
-    if (!wanted.json.empty()) writeJson(wanted.json, document(picture, check));
+    if (!wanted.json.empty()) writeReport(wanted.json, document(picture, check).dump(2) + "\n");
     if (!wanted.picture.empty()) writeViolations(wanted, picture, check);
     if (!check.holds()) return exitViolated;
     return check.outcomes.empty() ? exitNothingToCheck : exitHolds;
@@ -141,18 +128,5 @@ int main(int argc, char** argv) {
                                          {"3", "no law holds between these layers"},
                                          {"4", "a file cannot be read or written"}};
     addDocuments(app, "exr", codes, {});
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& done) {
-        return app.exit(done);
-    } catch (const CLI::ParseError& problem) {
-        fmt::print(stderr, "orca-verify: {}\n", problem.what());
-        return exitUsage;
-    }
-    try {
-        return verify(wanted);
-    } catch (const std::exception& problem) {
-        fmt::print(stderr, "orca-verify: {}\n", problem.what());
-        return exitUnreadable;
-    }
+    return runReport(app, argc, argv, [&] { return verify(wanted); });
 }
