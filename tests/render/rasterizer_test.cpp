@@ -52,28 +52,31 @@ TEST(Rasterizer, ShadesEachSurfaceOfAPixelOnceAndSeesItOften) {
 }
 
 TEST(Rasterizer, ShadesAsOftenAsAsked) {
-    // A penumbra and textured walls of a box, so that every point of a pixel looks different.
+    // The penumbra of a lamp looks different at every point of a pixel.
     TestScene scene;
     scene.contents =
-        "light \"lamp\" \"orcaVelaPointLight\" ( \"useRayTraceShadows\" on, \"lightRadius\" 0.5, "
-        "\"shadowRays\" 4 ) origin 1 1 6 end light\ninstance \"lamp_inst\" \"lamp\" end instance\n" +
+        "light \"lamp\" \"orcaVelaAreaLight\" ( \"intensity\" 9, \"shadowRays\" 1 ) origin 0 0 0 end light\n"
+        "instance \"lamp_inst\" \"lamp\" transform 1 0 0 0 0 1 0 0 0 0 1 0 -0.5 0 -4 1 end instance\n" +
         white() + card("blocker", "white", 0.3f, 0.4f, 2, 0.6f) + card("floor", "white", 0, 0, 0, 8);
-    const auto render = [&](const char* samples, const char* options) {
+    const auto render = [&](const char* samples, const std::string& options) {
         scene.samples = samples;
-        scene.extraOptions = std::string("scanline rapid\n") + options;
+        scene.extraOptions = options;
         return RenderedScene(scene).words("main");
     };
-    const std::vector<float> all = render("1 1", "samples collect 1"),
-                             same = render("0 0", "samples collect 2 shading samples 4"),
-                             once = render("0 0", "samples collect 2"),
-                             converged = render("2 2", "samples collect 2");
-    double often = 0, seldom = 0;
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        EXPECT_NEAR(same[i], all[i], 1e-5f);
-        often += std::abs(all[i] - converged[i]);
-        seldom += std::abs(once[i] - converged[i]);
-    }
-    EXPECT_LT(often, seldom);
+    const std::string rapid = "scanline rapid\n";
+    const std::vector<float> all = render("1 1", rapid + "samples collect 1"),
+                             same = render("0 0", rapid + "samples collect 2 shading samples 4"),
+                             once = render("0 0", rapid + "samples collect 2"),
+                             many = render("3 3", rapid + "samples collect 2"), traced = render("3 3", "");
+    const auto apart = [](const std::vector<float>& a, const std::vector<float>& b) {
+        double sum = 0;
+        for (std::size_t i = 0; i < a.size(); ++i) sum += std::abs(a[i] - b[i]);
+        return sum;
+    };
+    EXPECT_LT(apart(same, all), 1e-5 * static_cast<double>(all.size()));
+    EXPECT_LT(apart(all, traced), apart(once, traced));
+    EXPECT_LT(apart(many, traced),
+              0.09 * apart(once, traced)); // shadings are spread over the light as samples are
 }
 
 } // namespace orca::test
