@@ -31,7 +31,7 @@ using Content = PassListDescription::Content;
 constexpr PassListDescription lists[] = {
     {"all", Content::Materials, "", "what materials write: all with a number"},
     {"utility", Content::Utilities, "", "what geometry says: all without a number"},
-    {"components", Content::Listed,
+    {"components", Content::Components,
      "ambient,diffuse,specular,incandescence,reflection,refraction,indirect,environment,lamps",
      "what adds up to the picture"},
     {"denoise", Content::Listed, "beauty,diffuseMaterialColor[name=albedo],normal,cameraDepth,motionVector2D",

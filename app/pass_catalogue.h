@@ -31,10 +31,10 @@ struct PassDescription {
 [[nodiscard]] std::array<std::span<const PassDescription>, 3> allPasses();
 /// A name of `--passes` that stands for several layers.
 struct PassListDescription {
-    enum class Content { Materials, Utilities, Listed, Lights, Objects };
+    enum class Content { Materials, Utilities, Listed, Components, Lights, Objects };
     std::string_view name;
     Content content;
-    std::string_view list; ///< as `--passes` takes it, when it is Listed
+    std::string_view list; ///< as `--passes` takes it, when it is Listed or Components
     std::string_view meaning;
 };
 [[nodiscard]] std::span<const PassListDescription> passLists();

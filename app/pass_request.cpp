@@ -244,6 +244,10 @@ private:
         case Content::Utilities:
             for (const PassDescription& pass : utilityPasses()) take(requestWith(pass, item.options));
             break;
+        case Content::Components:
+            requests.volumesOfScene |= item.options.empty();
+            list(preset.list, item.options);
+            break;
         case Content::Listed: list(preset.list, item.options); break;
         case Content::Lights: requests.eachLight = true; break;
         case Content::Objects: requests.eachObject = true; break;

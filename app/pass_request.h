@@ -31,6 +31,7 @@ struct PassRequests {
     std::vector<PassRequest> layers; ///< each of a name of its own
     bool eachLight = false;          ///< a layer for each light, and the rest
     bool eachObject = false;         ///< a mask for each object
+    bool volumesOfScene = false;     ///< the layers of volumes, where there are any
 
     [[nodiscard]] bool empty() const { return layers.empty() && !eachLight && !eachObject; }
 };

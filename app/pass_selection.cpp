@@ -82,6 +82,27 @@ void PassSelection::addLights(PassRequests& requests) {
     }
 }
 
+bool PassSelection::hasVolumes() const {
+    const scene::Database& database = scene_.database();
+    for (miTag tag = 1; tag < database.endTag(); ++tag) {
+        const auto* const camera = database.find<scene::CameraElement>(tag);
+        const auto* const material = database.find<scene::MaterialElement>(tag);
+        if ((camera && camera->camera.volume != miNULLTAG) ||
+            (material && material->material.volume != miNULLTAG))
+            return true;
+    }
+    return false;
+}
+
+/// Those that have been asked for already are not added.
+void PassSelection::addVolumes(PassRequests& requests) {
+    for (const char* const name : {"lightVolume", "sceneVolume", "objectVolume"}) {
+        PassRequest request = requestOf(*findPass(name), name);
+        if (uniqueLayer(request.layer, requests) == request.layer)
+            requests.layers.push_back(std::move(request));
+    }
+}
+
 bool PassSelection::addObjects(PassRequests& requests) {
     std::set<std::string> members;
     for (const auto& [tag, leaf] : objects_) members.insert(leaf.members.begin(), leaf.members.end());
@@ -143,6 +164,7 @@ bool PassSelection::resolve(PassRequests& requests, miTag group) {
         good = leaveOut(lights_, request, request.lights, "a light") && good;
         good = leaveOut(objects_, request, request.objects, "an object") && good;
     }
+    if (requests.volumesOfScene && hasVolumes()) addVolumes(requests);
     if (requests.eachLight) addLights(requests);
     if (requests.eachObject) good = addObjects(requests) && good;
     return good;

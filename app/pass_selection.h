@@ -45,6 +45,9 @@ private:
     void collect(miTag group, const std::string& member, std::set<miTag>& path);
     [[nodiscard]] std::string memberName(const scene::GroupElement& group,
                                          const scene::InstanceElement& instance) const;
+    /// True where a camera or a material has a volume shader.
+    [[nodiscard]] bool hasVolumes() const;
+    void addVolumes(PassRequests& requests);
     void addLights(PassRequests& requests);
     bool addObjects(PassRequests& requests);
     bool leaveOut(Leaves& leaves, const PassRequest& request, const std::vector<std::string>& patterns,

@@ -162,7 +162,11 @@ void addTraced(miState* state, VelabaseState& vela, const PassRecords& passes, b
 miColor withoutVolumeLight(const miColor& brought, const VelabaseState& vela, const miState* end) {
     const VolumeLight& volumes = vela.volumeLight;
     if (isBlack(brought)) return brought; // also where no ray was cast
-    const bool crossedThem = end && isNull(end->org - volumes.origin) && isNull(end->dir - volumes.direction);
+    // The renderer may have made the direction of a lens's ray unit length once more, which moves its last
+    // bits.
+    constexpr miScalar sameDirection = 1e-5f;
+    const bool crossedThem =
+        end && isNull(end->org - volumes.origin) && length(end->dir - volumes.direction) < sameDirection;
     return crossedThem ? brought - volumes.light : brought;
 }
 
