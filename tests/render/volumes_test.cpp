@@ -225,6 +225,7 @@ TEST(Media, CastShadowsInEveryModeAndIntoThePassesOfShadows) {
 /// that is seen.
 TestScene hazyGallery() {
     TestScene scene;
+    scene.perspective = true; // directions that are no exact numbers
     scene.addLayers();
     for (const char* pass : {"lightVolume", "sceneVolume", "objectVolume"}) {
         scene.passes.push_back(pass);
