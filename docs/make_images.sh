@@ -156,7 +156,7 @@ finely material_matrix 480x240
 finely material_study 480x240
 layers material_study 160x80 diffuse specular reflection refraction
 smoothly car 480x210
-smoothly skin 400x400
+smoothly skin 280x280
 smoothly glass 480x240
 smoothly cloths 480x240
 picture dome 480x270
