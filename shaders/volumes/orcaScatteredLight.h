@@ -6,7 +6,7 @@
 #include "orcaRayProfile.h"
 #include "orcaVolumePasses.h"
 
-struct ScatterSettings {
+struct ScatteredLightSettings {
     int samples;        ///< points of the ray at which each light is asked for, 1 or more
     int orders;         ///< of multiple scattering; 0: light is scattered once
     miScalar jitter;    ///< of the points, 0 to 1
@@ -17,7 +17,7 @@ struct ScatterSettings {
 class ScatteredLight {
 public:
     ScatteredLight(const VolumeSet& set, const VolumeRay& ray, const RayProfile& profile,
-                   const ScatterSettings& settings, VelabaseState& vela)
+                   const ScatteredLightSettings& settings, VelabaseState& vela)
         : set_(set), ray_(ray), profile_(profile), settings_(settings), vela_(vela) {}
 
     /// Scattered by the media. The points are distributed by what they scatter and, for lights that have a
@@ -44,6 +44,6 @@ private:
     const VolumeSet& set_;
     const VolumeRay& ray_;
     const RayProfile& profile_;
-    const ScatterSettings& settings_;
+    const ScatteredLightSettings& settings_;
     VelabaseState& vela_;
 };

@@ -102,7 +102,7 @@ void crossVolumes(miColor& color, miState* state, P* record, VelabaseState& vela
     constexpr int mostSamples = 1024, mostOrders = 16, samplesOfGather = 2;
     int samples = std::clamp(parameterValue(state, record, &P::lightSamples), 0, mostSamples);
     if (isGathering(state)) samples = std::min(samples, samplesOfGather);
-    const ScatterSettings settings{
+    const ScatteredLightSettings settings{
         samples, std::clamp(parameterValue(state, record, &P::scatterOrders), 0, mostOrders),
         static_cast<float>(place[1]), record};
     const ScatteredLight scattered(set, ray, profile, settings, vela);
